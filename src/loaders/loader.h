@@ -1,0 +1,121 @@
+// The one loader behind the operations of all five companions.
+//
+// State goes from unloaded to loaded by the first successful load, and back only by libraryUnload
+// while no object is alive. Invariants:
+// 1. While the library is not loaded and never was, every function pointer is its stub.
+// 2. While it is loaded, a pointer is the library's function if the library accepted the signature,
+// and
+//    else the stub.
+// 3. After a failed load the library is closed again and every pointer is its stub, also those that
+// an
+//    earlier load had set; after an unload the pointers keep their last values.
+// The loader is constant-initialised and never destroyed: stubs work before main and while the
+// process ends, and a companion stays loaded for the process.
+#ifndef ZDB_LOADERS_LOADER_H
+#define ZDB_LOADERS_LOADER_H
+
+#include <atomic>
+#include <span>
+
+#include "loaders/functiontable.h"
+#include "loaders/message.h"
+#include "loaders/mutex.h"
+#include "loaders/operations.h"
+
+namespace zdb::loaders {
+
+// What makes one companion differ from the others.
+struct Description {
+  const char* defaultFile;
+  int apiVersion;
+  const char* decoration;  // stands before the name of every companion function
+  const char* create;
+  const char* createD;  // null if objects cannot be created with a directory
+  const char* free;
+  const char* check;
+  const char* version;
+  const char* setLoadPath;  // this one and the next may be missing in the library
+  const char* getLoadPath;
+  std::span<const Entry> functions;
+};
+
+class Loader {
+ public:
+  constexpr explicit Loader(const Description& description) : description_(description) {}
+
+  // The operations that operations.h describes. `dir` null: the default search; `object` is a null
+  // handle's address or null itself, which fails.
+  int getReady(const char* dir, char* msg, int len);
+  int getReadyL(const char* path, char* msg, int len);
+  int create(void** object, const char* dir, char* msg, int len);
+  int createDD(void** object, const char* dir, char* msg, int len);
+  int createL(void** object, const char* path, char* msg, int len);
+  int free(void** object);
+  int libraryLoaded();
+  int libraryUnload();
+  int correctLibraryVersion(char* msg, int len);
+  int setLoadPath(const char* dir);
+  int getLoadPath(char* dir);
+
+  int screenIndicator() const { return screenIndicator_; }
+  void setScreenIndicator(int on) { screenIndicator_ = on != 0 ? 1 : 0; }
+  int exceptionIndicator() const { return exceptionIndicator_; }
+  void setExceptionIndicator(int on) { exceptionIndicator_ = on != 0 ? 1 : 0; }
+  int exitIndicator() const { return exitIndicator_; }
+  void setExitIndicator(int on) { exitIndicator_ = on != 0 ? 1 : 0; }
+  ErrorCallback errorCallback() const { return errorCallback_; }
+  void setErrorCallback(ErrorCallback callback);
+  int apiErrorCount() const { return apiErrorCount_; }
+  void setAPIErrorCount(int count) { apiErrorCount_ = count; }
+  void errorHandling(const char* msg);
+
+  void initMutexes();
+  void finiMutexes();
+
+  // What a stub does: reports that the function could not be loaded and why.
+  void reportMissing(const Signature& signature);
+
+ private:
+  // What every companion exports beside its functions.
+  struct ObjectFunctions {
+    void (*XCreate)(void** object);
+    void (*XCreateD)(void** object, const char* dir);
+    void (*XFree)(void** object);
+    int (*XCheck)(const char* function, int argumentCount, const int* codes, char* message);
+    int (*XAPIVersion)(int clientApi, char* message, int* status);
+    void (*SetLoadPath)(const char* dir);
+    void (*GetLoadPath)(char* dir);
+  };
+
+  int libloader(const char* dir, const char* fileName, const Message& msg);
+  bool resolveObjectFunctions(const Message& msg);
+  bool acceptedByLibrary(const Message& msg) const;
+  void resolveLoadPath();
+  bool XLibraryLoad(const Message& msg);
+  void resetToStubs();
+  template <typename Function>
+  bool resolve(const char* name, Function& pointer, const Message& msg);
+  int makeObject(void** object, const char* dir, const Message& msg);
+  Lock lock(GC_mutex_t& mutex) const { return Lock(mutex, mutexesCreated_); }
+
+  const Description& description_;
+  void* library_ = nullptr;
+  bool loaded_ = false;
+  ObjectFunctions functions_{};
+  int objectCount_ = 0;
+
+  bool mutexesCreated_ = false;
+  GC_mutex_t libMutex_{};
+  GC_mutex_t objMutex_{};
+  GC_mutex_t exceptMutex_{};
+
+  int screenIndicator_ = 1;
+  int exceptionIndicator_ = 0;
+  int exitIndicator_ = 1;
+  ErrorCallback errorCallback_ = nullptr;
+  std::atomic<int> apiErrorCount_ = 0;
+};
+
+}  // namespace zdb::loaders
+
+#endif

@@ -1,0 +1,89 @@
+// The operations of one companion loader, declared once for all five prefixes.
+//
+// A companion is a shared library that is found by file name at run time. Each loader keeps, for
+// the whole process, one function pointer per companion function, named as the function; callers
+// write `zxfOpenRead(zxf, name, &error)` and pay one indirect call. Every pointer starts at a stub,
+// which reports through the loader's ErrorHandling and returns 0, so a call into a library that is
+// not loaded or that refused the function's signature does not crash.
+//
+// Conventions of all operations (X stands for the prefix):
+// - Results are 1 for success and 0 for failure.
+// - `msg` is a buffer of `len` bytes; it is emptied first and holds the reason after a failure, cut
+//   to len - 1 characters and always terminated. A null buffer or len < 1 means that no text is
+//   wanted.
+// - `dir` null or empty means the default search: the bare file name goes to the dynamic linker, so
+//   the run path of the calling library and the system's directories apply.
+// - Operations may be called from several threads at once only after XInitMutexes.
+//
+//   XGetReady(msg, len)          loads the library unless it is loaded already (then from wherever
+//   it XGetReadyD(dir, msg, len)    was first found); D: from the directory; L: the file `path`,
+//   split at XGetReadyL(path, msg, len)   its last '/' (without a file name the default file name
+//   is used). XCreate(handle, msg, len)    makes the library ready in the same four ways and
+//   creates an object, XCreateD(handle, dir, ..)    which the caller frees with XFree; *handle is
+//   null on failure. XCreateL(handle, path, ..) XCreateDD(handle, dir, ..)   as XCreateD, and the
+//   object learns its directory too (not in zst). XFree(handle)                frees the object and
+//   sets *handle to null; a null object is ignored. XLibraryLoaded()             1 while the
+//   library is loaded. XLibraryUnload()             0 while objects created here are alive, else
+//   closes the library. The
+//                                function pointers keep their values: call none until the next
+//                                load.
+//   XCorrectLibraryVersion(..)   1 only if the library has exactly the loader's API version; `msg`
+//                                holds the library's own words either way.
+//   XSetLoadPath(dir)            hands a directory to the loaded library, respectively asks it for
+//   the XGetLoadPath(dir)            one it has (256 bytes); 0 if it does not offer the call
+//   (optional). XErrorHandling(msg)          counts an error; prints it if the screen indicator is
+//   on (default);
+//                                calls the callback with count and text, whose nonzero result ends
+//                                the process with exit code 123; ends it likewise if the exit
+//                                indicator is on (default). The exception indicator (default 0) is
+//                                only kept.
+//   XInitMutexes()               creates the three mutexes once; a repeated call does nothing.
+//   Neither XFiniMutexes()               may run while another thread uses the loader.
+#ifndef ZDB_LOADERS_OPERATIONS_H
+#define ZDB_LOADERS_OPERATIONS_H
+
+namespace zdb::loaders {
+
+// Called with the loader's error count and the message, valid during the call only. It may itself
+// use the loader. A nonzero result ends the process.
+using ErrorCallback = int (*)(int errorCount, const char* msg);
+
+}  // namespace zdb::loaders
+
+#define ZDB_DECLARE_LOADER(X)                                            \
+  struct X##Rec;                                                         \
+  using X##Handle = X##Rec*;                                             \
+  int X##GetReady(char* msg, int len);                                   \
+  int X##GetReadyD(const char* dir, char* msg, int len);                 \
+  int X##GetReadyL(const char* path, char* msg, int len);                \
+  int X##Create(X##Rec** handle, char* msg, int len);                    \
+  int X##CreateD(X##Rec** handle, const char* dir, char* msg, int len);  \
+  int X##CreateL(X##Rec** handle, const char* path, char* msg, int len); \
+  int X##Free(X##Rec** handle);                                          \
+  int X##LibraryLoaded();                                                \
+  int X##LibraryUnload();                                                \
+  int X##CorrectLibraryVersion(char* msg, int len);                      \
+  int X##SetLoadPath(const char* dir);                                   \
+  int X##GetLoadPath(char* dir);                                         \
+  int X##GetScreenIndicator();                                           \
+  void X##SetScreenIndicator(int on);                                    \
+  int X##GetExceptionIndicator();                                        \
+  void X##SetExceptionIndicator(int on);                                 \
+  int X##GetExitIndicator();                                             \
+  void X##SetExitIndicator(int on);                                      \
+  ErrorCallback X##GetErrorCallback();                                   \
+  void X##SetErrorCallback(ErrorCallback callback);                      \
+  int X##GetAPIErrorCount();                                             \
+  void X##SetAPIErrorCount(int count);                                   \
+  void X##ErrorHandling(const char* msg);                                \
+  void X##InitMutexes();                                                 \
+  void X##FiniMutexes()
+
+// For the companions whose objects can be created with a directory, which is all but zst.
+#define ZDB_DECLARE_CREATE_DD(X) \
+  int X##CreateDD(X##Rec** handle, const char* dir, char* msg, int len)
+
+// One line of a function list as the declaration of the process-wide pointer.
+#define ZDB_DECLARE_FUNCTION(name, result, parameters, codes) extern result(*name) parameters;
+
+#endif

@@ -1,0 +1,18 @@
+// The model dictionary library: the handle zlxRec, its loader and its functions as pointers.
+// operations.h tells what the loader operations do, zlxfunctions.def lists the functions.
+#ifndef ZDB_LOADERS_ZLX_H
+#define ZDB_LOADERS_ZLX_H
+
+#include "loaders/operations.h"
+
+namespace zdb::loaders {
+
+ZDB_DECLARE_LOADER(zlx);
+ZDB_DECLARE_CREATE_DD(zlx);
+
+#define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
+#include "loaders/zlxfunctions.def"
+
+}  // namespace zdb::loaders
+
+#endif

@@ -1,0 +1,18 @@
+// The model instance library: the handle zmiRec, its loader and its functions as pointers.
+// operations.h tells what the loader operations do, zmifunctions.def lists the functions.
+#ifndef ZDB_LOADERS_ZMI_H
+#define ZDB_LOADERS_ZMI_H
+
+#include "loaders/operations.h"
+
+namespace zdb::loaders {
+
+ZDB_DECLARE_LOADER(zmi);
+ZDB_DECLARE_CREATE_DD(zmi);
+
+#define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
+#include "loaders/zmifunctions.def"
+
+}  // namespace zdb::loaders
+
+#endif

@@ -1,0 +1,18 @@
+// The data exchange file library: the handle zxfRec, its loader and its functions as pointers.
+// operations.h tells what the loader operations do, zxffunctions.def lists the functions.
+#ifndef ZDB_LOADERS_ZXF_H
+#define ZDB_LOADERS_ZXF_H
+
+#include "loaders/operations.h"
+
+namespace zdb::loaders {
+
+ZDB_DECLARE_LOADER(zxf);
+ZDB_DECLARE_CREATE_DD(zxf);
+
+#define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
+#include "loaders/zxffunctions.def"
+
+}  // namespace zdb::loaders
+
+#endif
