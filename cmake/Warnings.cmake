@@ -1,9 +1,10 @@
 # zdb_flags: the warnings and sanitizer switches that every target of ours is built with.
 add_library(zdb_flags INTERFACE)
 target_compile_options(zdb_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
-  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Woverloaded-virtual>)
+  $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wno-sign-conversion
+    -Woverloaded-virtual>)
 # g++ 12 reports overlapping copies inside std::string's own concatenation (GCC bug 105651).
-target_compile_options(zdb_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+target_compile_options(zdb_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict -Wno-unknown-warning-option>)
 if(ZDB_WERROR)
   target_compile_options(zdb_flags INTERFACE -Werror)
 endif()

@@ -1,0 +1,41 @@
+# What a host needs: header and library with their CMake package and pkg-config file, the companions
+# beside the library, the tool and the documents.
+option(ZDB_INSTALL "Make install rules" ${PROJECT_IS_TOP_LEVEL})
+if(NOT ZDB_INSTALL)
+  return()
+endif()
+include(CMakePackageConfigHelpers)
+
+set(ZDB_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zdbcclib)
+
+install(TARGETS zdbcclib EXPORT zdbcclib-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(EXPORT zdbcclib-targets NAMESPACE zdbcclib:: DESTINATION ${ZDB_PACKAGE_DIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/zdbcclib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zdbcclib-config.cmake.in
+  ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake INSTALL_DESTINATION ${ZDB_PACKAGE_DIR})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/zdbcclib-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake ${PROJECT_BINARY_DIR}/zdbcclib-config-version.cmake
+  DESTINATION ${ZDB_PACKAGE_DIR})
+
+# The .pc file finds the rest from where it lies, so that an installed tree can be moved.
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} NORMALIZE
+  OUTPUT_VARIABLE ZDB_PC_DIR)
+cmake_path(APPEND ZDB_PC_DIR pkgconfig)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${ZDB_PC_DIR}
+  OUTPUT_VARIABLE ZDB_PREFIX_FROM_PC)
+configure_file(${CMAKE_CURRENT_LIST_DIR}/zdbcclib.pc.in ${PROJECT_BINARY_DIR}/zdbcclib.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zdbcclib.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+if(ZDB_BUILD_TOOLS)
+  cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_FULL_BINDIR}
+    OUTPUT_VARIABLE ZDB_LIBDIR_FROM_BINDIR)
+  set_target_properties(zdb PROPERTIES INSTALL_RPATH "\$ORIGIN/${ZDB_LIBDIR_FROM_BINDIR}")
+  install(TARGETS zdb RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
+
+file(GLOB ZDB_DOCUMENTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/doc/*.md)
+install(FILES ${ZDB_DOCUMENTS} ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -1,0 +1,77 @@
+#include "dmap/dmap.h"
+
+#include <algorithm>
+
+namespace zdb::dmap {
+
+bool DMapIterator::operator==(const IDMapIterator& other) const {
+  const auto* same = dynamic_cast<const DMapIterator*>(&other);
+  return same != nullptr && *this == *same;
+}
+
+DMap::DMap(int dim, int valueWidth)
+    : IDMap(StorageTypes::Map, dim, valueWidth), map_(dim, valueWidth) {}
+
+DMapIterator DMap::assignScalar(const double* values) {
+  std::copy_n(values, doublesPerRecord(getValueWidth()), scalar_);
+  isPresent_ = true;
+  return begin();
+}
+
+DMapIterator DMap::emplace_hint(const int* key, const double* values, DMapIterator& hint) {
+  if (!map_.hasMap()) return assignScalar(values);
+  return iterator(insertNear(hint, key, values).at);
+}
+
+DMapIterator DMap::insert_or_assign(DMapIterator& hint, const int* key, const double* values) {
+  if (!map_.hasMap()) return emplace_hint(key, values, hint);
+  const RecordTreeBase::Inserted inserted = insertNear(hint, key, values);
+  if (!inserted.isNew) {
+    auto* stored = reinterpret_cast<double*>(inserted.at.key + getDim());
+    std::copy_n(values, doublesPerRecord(getValueWidth()), stored);
+  }
+  return iterator(inserted.at);
+}
+
+// A hint from elsewhere is no hint.
+RecordTreeBase::Inserted DMap::insertNear(const DMapIterator& hint, const int* key,
+                                          const double* values) {
+  RecordTreeBase& tree = map_.tree();
+  if (hint.position().tree() != &tree) return tree.insert(key, values);
+  return tree.insertNear(key, values, hint.position().position());
+}
+
+void DMap::erase(const DMapIterator& it) {
+  if (!map_.hasMap()) {
+    isPresent_ = false;
+  } else if (it.position().tree() == &map_.tree()) {
+    map_.tree().erase(it.position().position());
+  }
+}
+
+void DMap::clear() {
+  if (map_.hasMap()) map_.tree().clear();
+  isPresent_ = false;
+}
+
+int DMap::index(const DMapIterator& it) {
+  if (!map_.hasMap()) return isPresent_ && it == begin() ? 0 : -1;
+  if (it.position().tree() != &map_.tree()) return -1;
+  return static_cast<int>(map_.tree().rank(it.position().position()));
+}
+
+DMapIterator DMap::withIndex(int rank) {
+  if (rank <= 0) return begin();
+  if (!map_.hasMap()) return end();
+  return iterator(map_.tree().atRank(static_cast<std::uint64_t>(rank)));
+}
+
+void DMap::reserve(int /*records*/) {}
+
+std::uint64_t DMap::bytesUsed() const {
+  return sizeof *this + (map_.hasMap() ? map_.tree().bytesUsed() : 0);
+}
+
+std::string DMap::verify() const { return map_.hasMap() ? map_.tree().verify() : std::string(); }
+
+}  // namespace zdb::dmap

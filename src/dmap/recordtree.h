@@ -1,0 +1,202 @@
+/// The ordered map behind `DMap`: a B+ tree over records that never move.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string>
+
+#include "dmap/slabpool.h"
+
+namespace zdb::dmap {
+
+/// A leaf: up to 47 records in key order. 256 bytes, the first 64 with all that most searches read.
+struct alignas(64) RecordLeaf {
+  static constexpr std::uint32_t kCapacity = 47;
+  static constexpr std::uint32_t kNone = SlabPool::kNone;
+
+  std::uint32_t next;  ///< Index of the leaf behind in the pool of leaves, or kNone.
+  std::uint32_t prev;  ///< Index of the leaf before, or kNone.
+  std::uint32_t id;    ///< This leaf's own index.
+  /// The first slot if the slots are consecutive numbers, as in order of loading; else kNone.
+  std::uint32_t run;
+  std::uint8_t count;            ///< Records in this leaf; 0 once the leaf has been freed.
+  std::uint8_t tags[kCapacity];  ///< One byte hashed from each key.
+  std::uint32_t slots[kCapacity];
+
+  /// The slot at `place`, without a look at the other cache lines where the run tells.
+  std::uint32_t slotAt(std::uint32_t place) const {
+    return run != kNone ? run + place : slots[place];
+  }
+};
+static_assert(sizeof(RecordLeaf) == 256);
+
+/// Where a record is. The key's address tells which record; leaf, slot and place only where it was
+/// found last, which is checked before it is used.
+struct RecordPosition {
+  int* key = nullptr;          ///< The record, or the tree's own address for the end.
+  RecordLeaf* leaf = nullptr;  ///< Null at the end.
+  std::uint32_t slot = 0;      ///< Index of the record in its pool.
+  std::uint32_t place = 0;     ///< Where the leaf holds the record.
+};
+
+/// An inner node: up to 32 children and between them separators. Every key below child i is less
+/// than separator i, and every key below child i+1 is not less.
+struct RecordInner {
+  static constexpr std::uint32_t kFanout = 32;
+
+  std::uint32_t count;       ///< Children in this node.
+  std::uint32_t id;          ///< Index in the pool of inner nodes.
+  void* children[kFanout];   ///< RecordInner, or RecordLeaf on the lowest level.
+  // Followed by kFanout - 1 separators of wordsPerKey words each; see KeyWords.
+
+  std::uint64_t* separators() { return reinterpret_cast<std::uint64_t*>(this + 1); }
+};
+
+/// Levels of inner nodes at most. Neighbours are merged when they fit into three quarters of a node,
+/// so nodes have far more than 8 children on average, and 2^32 records need no more than 10 levels.
+inline constexpr std::uint32_t kMaxHeight = 16;
+
+/// Bytes of a record: the key, directly followed by its values, which are to be aligned; hence 4
+/// bytes before a key of odd length.
+constexpr std::uint32_t keyOffset(int keyLength) { return keyLength % 2 == 0 ? 0 : sizeof(int); }
+constexpr std::uint32_t recordBytes(int keyLength, int doubles) {
+  return static_cast<std::uint32_t>(keyOffset(keyLength) + keyLength * sizeof(int) +
+                                    doubles * sizeof(double));
+}
+
+/// What a record tree does without knowing the length of its keys.
+class RecordTreeBase {
+ public:
+  struct Inserted {
+    RecordPosition at;
+    bool isNew;
+  };
+
+  RecordTreeBase(int keyLength, int doubles);
+  virtual ~RecordTreeBase() = default;
+  RecordTreeBase(const RecordTreeBase&) = delete;
+  RecordTreeBase& operator=(const RecordTreeBase&) = delete;
+
+  virtual RecordPosition find(const int* key) = 0;
+  virtual RecordPosition lowerBound(const int* key) = 0;
+  /// Adds a record, trying the end first; an existing key is left as it is.
+  virtual Inserted insert(const int* key, const double* values) = 0;
+  /// The same, trying `hint`, a position in this tree, first.
+  virtual Inserted insertNear(const int* key, const double* values, RecordPosition hint) = 0;
+
+  std::uint64_t size() const { return size_; }
+  RecordPosition first() const { return first_ == nullptr ? end() : positionIn(first_, 0); }
+  RecordPosition end() const {
+    return {reinterpret_cast<int*>(const_cast<RecordTreeBase*>(this)), nullptr, 0, 0};
+  }
+  int* keyAt(std::uint32_t slot) const { return reinterpret_cast<int*>(records_.at(slot)); }
+
+  /// To the next record; a position at an erased record goes to the end.
+  void next(RecordPosition& at) const {
+    const RecordLeaf* leaf = at.leaf;
+    if (leaf != nullptr && at.place + 1 < leaf->count && leaf->slots[at.place] == at.slot) {
+      at.slot = leaf->slots[++at.place];
+      at.key = keyAt(at.slot);
+    } else {
+      at = nextInChain(at);
+    }
+  }
+  /// To the previous record, from the end to the last one; the first record stays where it is.
+  void prev(RecordPosition& at) const;
+
+  void erase(RecordPosition at);
+  void clear() noexcept;
+  /// Rank of a record, or -1 at the end or at an erased record. Counts leaf by leaf.
+  std::int64_t rank(RecordPosition at) const;
+  RecordPosition atRank(std::uint64_t rank) const;
+
+  std::uint64_t bytesUsed() const;
+  /// The first fault found in the structure, or an empty text. For tests; visits everything.
+  std::string verify() const;
+
+ protected:
+  /// The inner nodes from the root down to the lowest, each with the child taken.
+  struct Path {
+    RecordInner* nodes[kMaxHeight];
+    std::uint32_t children[kMaxHeight];
+  };
+
+  /// Brings leaf and place of `at` up to date; false, with `at` at the end, if it is at no record.
+  bool locate(RecordPosition& at) const;
+  /// The last leaf; makes the first one in an empty tree. Throws std::bad_alloc.
+  RecordLeaf* lastLeaf();
+  /// Divides a full leaf so that the key `words` can be entered at `place`, and sets both to where
+  /// it goes. Throws std::bad_alloc before anything has changed.
+  void splitLeaf(RecordLeaf*& leaf, std::uint32_t& place, const std::uint64_t* words);
+  /// Enters a record in a leaf that has room.
+  void enterInLeaf(RecordLeaf* leaf, std::uint32_t place, std::uint32_t slot, std::uint8_t tag) {
+    const bool isAppended = place == leaf->count;
+    if (!isAppended) makeGap(*leaf, place);
+    if (!isAppended || leaf != last_) isInOrder_ = false;
+    if (leaf->count == 0) {
+      leaf->run = slot;
+    } else if (!isAppended || slot != leaf->run + place) {
+      leaf->run = RecordLeaf::kNone;
+    }
+    leaf->tags[place] = tag;
+    leaf->slots[place] = slot;
+    ++leaf->count;
+    ++size_;
+  }
+
+  RecordLeaf* leafAt(std::uint32_t id) const {
+    return id == RecordLeaf::kNone ? nullptr : reinterpret_cast<RecordLeaf*>(leaves_.at(id));
+  }
+  RecordPosition positionIn(RecordLeaf* leaf, std::uint32_t place) const {
+    return {keyAt(leaf->slots[place]), leaf, leaf->slots[place], place};
+  }
+
+  SlabPool records_;
+  SlabPool leaves_;
+  void* root_ = nullptr;        ///< A leaf if height_ is 0, else an inner node; null when empty.
+  std::uint32_t height_ = 0;    ///< Levels of inner nodes.
+  RecordLeaf* first_ = nullptr;
+  RecordLeaf* last_ = nullptr;
+  int* lastKey_ = nullptr;      ///< The last record, to recognise appends.
+  std::uint64_t size_ = 0;
+  bool isInOrder_ = true;  ///< Nothing was done but appending: every leaf is a run.
+
+ private:
+  class Verifier;
+
+  static void makeGap(RecordLeaf& leaf, std::uint32_t place) {
+    const std::size_t moved = leaf.count - place;
+    std::memmove(leaf.tags + place + 1, leaf.tags + place, moved);
+    std::memmove(leaf.slots + place + 1, leaf.slots + place, moved * sizeof *leaf.slots);
+  }
+  RecordPosition nextInChain(RecordPosition at) const;
+  void prefetchAhead(const RecordLeaf& leaf) const;
+  Path pathTo(const std::uint64_t* words, RecordLeaf*& leaf) const;
+  std::uint32_t childFor(RecordInner* node, const std::uint64_t* words) const;
+  RecordLeaf* newLeaf() noexcept;
+  RecordInner* newInner() noexcept;
+  void insertChild(const Path& path, std::uint32_t depth, const std::uint64_t* separator,
+                   void* child) noexcept;
+  RecordInner* splitInner(RecordInner* node, std::uint32_t from, std::uint64_t* separator) noexcept;
+  void addChildTo(RecordInner* node, std::uint32_t place, const std::uint64_t* separator,
+                  void* child) noexcept;
+
+  void removeFromLeaf(const RecordPosition& at) noexcept;
+  void relieve(RecordLeaf* leaf, const std::uint64_t* words) noexcept;
+  void dropLeaf(RecordLeaf* leaf) noexcept;
+  bool mergeLeaves(RecordLeaf* left, RecordLeaf* right) noexcept;
+  void removeChild(const Path& path, std::uint32_t depth, std::uint32_t place) noexcept;
+  void mergeInner(const Path& path, std::uint32_t depth) noexcept;
+  void lowerRoot() noexcept;
+
+  std::uint64_t* separator(RecordInner* node, std::uint32_t i) const {
+    return node->separators() + std::size_t{i} * keyWords_;
+  }
+
+  SlabPool inners_;
+  int keyLength_;
+  std::uint32_t keyWords_;
+};
+
+}  // namespace zdb::dmap

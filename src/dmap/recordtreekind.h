@@ -1,0 +1,151 @@
+/// Searching and inserting in a record tree, for one key length and number of values.
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+#include "dmap/keywords.h"
+#include "dmap/recordtree.h"
+#include "dmap/tagmatch.h"
+
+namespace zdb::dmap {
+
+/// A record tree with keys of N labels and W doubles per record.
+template <int N, int W>
+class RecordTree final : public RecordTreeBase {
+ public:
+  RecordTree() : RecordTreeBase(N, W) {}
+
+  RecordPosition find(const int* key) override {
+    if (root_ == nullptr) return end();
+    const Words words(key);
+    RecordLeaf* leaf = descend(words);
+    const RecordPosition found = findInLeaf(leaf, words, words.tag());
+    return found.leaf == nullptr ? end() : found;
+  }
+
+  RecordPosition lowerBound(const int* key) override {
+    const Words words(key);
+    if (lastKey_ == nullptr || words.isAfter(lastKey_)) return end();
+    RecordLeaf* leaf = descend(words);
+    const std::uint32_t place = lowerBoundInLeaf(leaf, words);
+    if (place < leaf->count) return positionIn(leaf, place);
+    return positionIn(leafAt(leaf->next), 0);
+  }
+
+  Inserted insert(const int* key, const double* values) override {
+    const Words words(key);
+    if (lastKey_ == nullptr || words.isAfter(lastKey_)) {
+      RecordLeaf* leaf = lastLeaf();
+      return {insertAt(leaf, leaf->count, words, words.tag(), key, values), true};
+    }
+    const std::uint8_t tag = words.tag();
+    RecordLeaf* leaf = descend(words);
+    const RecordPosition found = findInLeaf(leaf, words, tag);
+    if (found.leaf != nullptr) return {found, false};
+    return {insertAt(leaf, lowerBoundInLeaf(leaf, words), words, tag, key, values), true};
+  }
+
+  Inserted insertNear(const int* key, const double* values, RecordPosition hint) override {
+    if (!locate(hint)) return insert(key, values);
+    const Words words(key);
+    if (words.equals(hint.key)) return {hint, false};
+    RecordLeaf* leaf = hint.leaf;
+    const bool isBehind = words.isAfter(hint.key);
+    const std::uint32_t place = hint.place + (isBehind ? 1 : 0);
+    // Within a leaf, two neighbours that enclose the key show that the leaf is the right one; at
+    // its edges only the separators would.
+    if (place == 0 || place == leaf->count) return insert(key, values);
+    const int* before = keyOf(leaf, place - 1);
+    const int* behind = keyOf(leaf, place);
+    if (!words.isAfter(before) || words.isAfter(behind) || words.equals(behind)) {
+      return insert(key, values);
+    }
+    return {insertAt(leaf, place, words, words.tag(), key, values), true};
+  }
+
+ private:
+  using Words = KeyWords<N>;
+  static constexpr std::uint32_t kRecordBytes = recordBytes(N, W);
+
+  int* keyOf(const RecordLeaf* leaf, std::uint32_t place) const {
+    return recordAt(leaf->slotAt(place));
+  }
+
+  int* recordAt(std::uint32_t slot) const {
+    return reinterpret_cast<int*>(records_.at(slot, kRecordBytes));
+  }
+
+  /// The leaf whose range holds the key.
+  RecordLeaf* descend(const Words& words) const {
+    void* node = root_;
+    for (std::uint32_t level = height_; level > 0; --level) {
+      auto* inner = static_cast<RecordInner*>(node);
+      node = inner->children[childFor(inner, words)];
+    }
+    auto* leaf = static_cast<RecordLeaf*>(node);
+    if (!isInOrder_) prefetchLeaf(leaf);
+    return leaf;
+  }
+
+  /// Number of separators that do not come after the key. The steps depend on the count only, so
+  /// that no comparison is a branch.
+  static std::uint32_t childFor(RecordInner* node, const Words& words) {
+    const std::uint64_t* const separators = node->separators();
+    std::uint32_t low = 0;
+    for (std::uint32_t length = node->count - 1; length > 0;) {
+      const std::uint32_t half = (length + 1) / 2;
+      const bool isBefore = words.isBefore(separators + (low + half - 1) * Words::kCount);
+      low += isBefore ? 0 : half;
+      length -= half;
+    }
+    return low;
+  }
+
+  /// The record with this key; the leaf is null if there is none.
+  RecordPosition findInLeaf(RecordLeaf* leaf, const Words& words, std::uint8_t tag) const {
+    for (std::uint64_t places = matchTags(*leaf, tag); places != 0; places &= places - 1) {
+      const auto place = static_cast<std::uint32_t>(std::countr_zero(places));
+      const std::uint32_t slot = leaf->slotAt(place);
+      int* record = recordAt(slot);
+      if (words.equals(record)) return {record, leaf, slot, place};
+    }
+    return {};
+  }
+
+  /// A binary search. The records are anywhere in memory, so both candidates for the next step are
+  /// fetched while this step waits for its own.
+  std::uint32_t lowerBoundInLeaf(const RecordLeaf* leaf, const Words& words) const {
+    const std::uint32_t lastPlace = leaf->count - 1U;
+    std::uint32_t low = 0;
+    std::uint32_t high = leaf->count;
+    while (low < high) {
+      const std::uint32_t middle = (low + high) / 2;
+      prefetch(keyOf(leaf, (low + middle) / 2));
+      prefetch(keyOf(leaf, std::min((middle + 1 + high) / 2, lastPlace)));
+      if (words.isAfter(keyOf(leaf, middle))) {
+        low = middle + 1;
+      } else {
+        high = middle;
+      }
+    }
+    return low;
+  }
+
+  RecordPosition insertAt(RecordLeaf* leaf, std::uint32_t place, const Words& words,
+                          std::uint8_t tag, const int* key, const double* values) {
+    records_.ensure(1);
+    if (leaf->count == RecordLeaf::kCapacity) splitLeaf(leaf, place, words.data());
+    const std::uint32_t slot = records_.take();
+    int* record = recordAt(slot);
+    for (int i = 0; i < N; ++i) record[i] = key[i];
+    auto* stored = reinterpret_cast<double*>(record + N);
+    for (int i = 0; i < W; ++i) stored[i] = values[i];
+    enterInLeaf(leaf, place, slot, tag);
+    if (leaf == last_ && place + 1 == leaf->count) lastKey_ = record;
+    return {record, leaf, slot, place};
+  }
+};
+
+}  // namespace zdb::dmap
