@@ -1,0 +1,108 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace zdb::batchalloc {
+
+/// Memory of at least `bytes` bytes, aligned to 16, to be given back to releaseMemory(). From
+/// kHugePage on it is backed by huge pages where the system has them, since structures that are
+/// entered at random spend much of their time on address translation. Throws std::bad_alloc.
+void* obtainMemory(std::size_t bytes);
+void releaseMemory(void* memory) noexcept;
+inline constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+/// A zeroed array of fixed length, of a type whose zero bytes mean "empty".
+template <typename T>
+class LargeArray {
+  static_assert(std::is_trivially_copyable_v<T>);
+
+ public:
+  LargeArray() = default;
+  explicit LargeArray(std::size_t length)
+      : data_(static_cast<T*>(obtainMemory(length * sizeof(T)))) {
+    std::memset(data_, 0, length * sizeof(T));
+  }
+  LargeArray(LargeArray&& other) noexcept : data_(std::exchange(other.data_, nullptr)) {}
+  LargeArray& operator=(LargeArray&& other) noexcept {
+    std::swap(data_, other.data_);
+    return *this;
+  }
+  ~LargeArray() { releaseMemory(data_); }
+
+  T& operator[](std::size_t index) { return data_[index]; }
+  const T& operator[](std::size_t index) const { return data_[index]; }
+
+ private:
+  T* data_ = nullptr;
+};
+
+/// Memory handed out in pieces and freed together.
+///
+/// Blocks form a singly linked list and double in size from kFirstBlock to kLargestBlock, so that a
+/// small owner stays small and a large one makes few allocations. Pieces are aligned to 8 bytes and
+/// are never moved; they live until clear() or the destructor. Nothing is constructed or destroyed.
+/// A piece is known by its address or by a reference of 32 bits: block number and place in the
+/// block.
+class BatchAllocator {
+ public:
+  static constexpr std::size_t kFirstBlock = 512;
+  static constexpr std::size_t kLargestBlock = 2 * kHugePage;
+
+  BatchAllocator() = default;
+  ~BatchAllocator() { clear(); }
+  BatchAllocator(const BatchAllocator&) = delete;
+  BatchAllocator& operator=(const BatchAllocator&) = delete;
+
+  /// Room for `bytes` bytes. Amortised constant time.
+  void* allocate(std::size_t bytes) {
+    bytes = (bytes + kUnit - 1) / kUnit * kUnit;
+    if (bytes > free_) addBlock(bytes);
+    unsigned char* piece = next_;
+    next_ += bytes;
+    free_ -= bytes;
+    size_ += bytes;
+    return piece;
+  }
+
+  /// The same, for a piece that at() gives the address of; never 0. Throws std::bad_alloc beyond
+  /// 4096 blocks, which is 16 GiB of pieces.
+  std::uint32_t allocateReference(std::size_t bytes) {
+    const auto* piece = static_cast<unsigned char*>(allocate(bytes));
+    const auto block = static_cast<std::uint32_t>(bases_.size() - 1);
+    return block << kPlaceBits | static_cast<std::uint32_t>((piece - bases_.back()) / kUnit);
+  }
+  void* at(std::uint32_t reference) const {
+    return bases_[reference >> kPlaceBits] + (reference & ((1u << kPlaceBits) - 1)) * kUnit;
+  }
+
+  /// Frees every block.
+  void clear();
+
+  /// Bytes handed out since the last clear().
+  std::size_t size() const { return size_; }
+
+ private:
+  struct Block {
+    Block* next;
+    unsigned char* data;
+  };
+
+  static constexpr std::size_t kUnit = 8;
+  static constexpr int kPlaceBits = 20;  // units in a block: up to 8 MiB
+
+  void addBlock(std::size_t atLeast);
+
+  Block* blocks_ = nullptr;
+  std::size_t size_ = 0;
+  unsigned char* next_ = nullptr;
+  std::size_t free_ = 0;
+  std::size_t blockSize_ = kFirstBlock;
+  std::vector<unsigned char*> bases_;  ///< data of the blocks, oldest first
+};
+
+}  // namespace zdb::batchalloc

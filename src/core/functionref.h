@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+namespace zdb {
+
+template <typename Signature>
+class FunctionRef;
+
+/// A callable passed down a call, without the allocation of std::function. It refers to the
+/// caller's object and must not outlive the call it was made for.
+template <typename Result, typename... Arguments>
+class FunctionRef<Result(Arguments...)> {
+ public:
+  template <typename Callable>
+  requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef> &&
+           std::is_invocable_r_v<Result, Callable&, Arguments...>)
+      // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): constrained above
+      FunctionRef(Callable&& callable)
+      : object_(const_cast<void*>(static_cast<const void*>(std::addressof(callable)))),
+        invoke_([](void* object, Arguments... arguments) -> Result {
+          return (*static_cast<std::add_pointer_t<std::remove_reference_t<Callable>>>(object))(
+              std::forward<Arguments>(arguments)...);
+        }) {}
+
+  Result operator()(Arguments... arguments) const {
+    return invoke_(object_, std::forward<Arguments>(arguments)...);
+  }
+
+ private:
+  void* object_;
+  Result (*invoke_)(void*, Arguments...);
+};
+
+}  // namespace zdb

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <deque>
+#include <string>
+#include <unordered_map>
+
+#include "core/txstrhashlist.h"
+
+namespace zdb::strpool {
+
+/// A pool of texts, each with a number (from 0, in order of insertion) and a value.
+class IStringPool {
+ public:
+  /// Number of the text; a text that is present keeps its number, spelling and value.
+  virtual int insert(const char* text, int value) = 0;
+  virtual bool contains(const char* text) = 0;
+  /// Value of a text that contains() reports.
+  virtual int operator[](const char* text) = 0;
+  /// Text of a number in 0..size()-1; lives as long as the pool.
+  virtual const char* get(int number) const = 0;
+  virtual int size() const = 0;
+
+ protected:
+  ~IStringPool() = default;
+};
+
+/// The pool of element texts; matches without regard to case.
+class TStrHashPool final : public IStringPool {
+ public:
+  int insert(const char* text, int value) override { return list_.AddObject(text, value); }
+  bool contains(const char* text) override { return list_.IndexOf(text) >= 0; }
+  int operator[](const char* text) override { return list_.GetObject(list_.IndexOf(text)); }
+  const char* get(int number) const override { return list_.GetString(number); }
+  int size() const override { return list_.Count(); }
+
+ private:
+  zxf::collections::strhash::TXStrHashList<int> list_;
+};
+
+/// The same on a standard hash map.
+class TUMStringPool final : public IStringPool {
+ public:
+  int insert(const char* text, int value) override;
+  bool contains(const char* text) override;
+  int operator[](const char* text) override;
+  const char* get(int number) const override { return entries_[number].text.c_str(); }
+  int size() const override { return static_cast<int>(entries_.size()); }
+
+ private:
+  struct Entry {
+    std::string text;
+    int value;
+  };
+  std::unordered_map<std::string, int> numbers_;  ///< text folded to upper case, number
+  std::deque<Entry> entries_;
+};
+
+}  // namespace zdb::strpool

@@ -1,0 +1,263 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+#include "core/batchalloc.h"
+#include "core/textutils.h"
+
+namespace zxf::collections::strhash {
+
+/// Hash of a text without regard to ASCII case: h = h * 211 + c over the folded, signed bytes.
+/// Distinct from an ordinary string hash so that "abc" and "ABC" meet in one chain.
+inline constexpr std::array<std::uint32_t, 256> kFoldedBytes = [] {
+  std::array<std::uint32_t, 256> folded{};
+  for (int c = 0; c < 256; ++c) {
+    const auto upper = static_cast<unsigned char>(zxf::utils::toupper(static_cast<char>(c)));
+    folded[c] = upper < 128 ? upper : upper - 256u;  // bytes count as signed
+  }
+  return folded;
+}();
+
+inline constexpr std::uint32_t hashStep(std::uint32_t hash, char c) {
+  return hash * 211u + kFoldedBytes[static_cast<unsigned char>(c)];
+}
+
+inline constexpr std::uint32_t hashText(std::string_view text) {
+  std::uint32_t hash = 0;
+  for (const char c : text) hash = hashStep(hash, c);
+  return hash;
+}
+
+/// One entry: what saves a second look at the text (hash, length) stands before it, and the text
+/// follows the bucket in the same piece of memory.
+template <typename T>
+struct THashBucket {
+  std::uint32_t next;    ///< the next of the same hash chain, 0 at its end
+  std::uint32_t hash;    ///< whole, before it is reduced to a chain
+  std::uint32_t length;  ///< of the text, without terminator
+  std::int32_t number;   ///< position in order of insertion
+  T object;
+
+  const char* text() const { return reinterpret_cast<const char*>(this + 1); }
+  char* text() { return reinterpret_cast<char*>(this + 1); }
+};
+
+/// A list of strings in order of insertion with a case-insensitive hash index and one object of
+/// type T per string.
+///
+/// Numbers that the list reports are positions plus one when `oneOffset` is set. An entry keeps the
+/// spelling it was added with, never moves, and lives as long as the list. Adding allocates the
+/// entry in blocks and, now and then, a larger index; finding allocates only an index that is
+/// absent.
+///
+/// The virtual operations state the list's rules to a user of the list; lookups apply the same
+/// rules inline, since a call per probe would cost more than the probe.
+template <typename T>
+class TXStrHashList {
+  static_assert(std::is_trivially_destructible_v<T>, "entries are freed without being destroyed");
+
+ public:
+  virtual unsigned Hash(const char* text) const { return bucketOf(hashText(text)); }
+  /// Whole strings without regard to case; two absent ones are equal, one is not.
+  virtual bool EntryEqual(const char* a, const char* b) const {
+    if (a == nullptr || b == nullptr) return a == b;
+    return zxf::utils::sameTextInvariant(a, b);
+  }
+  virtual int Compare(const char* a, const char* b) const {
+    return zxf::utils::strCompare(a, b, true);
+  }
+  virtual ~TXStrHashList() = default;
+  /// Called for no entry here: labels and symbols are freed elsewhere.
+  virtual void FreeItem(int) {}
+
+  explicit TXStrHashList(bool oneOffset = false) : oneOffset_(oneOffset ? 1 : 0) {}
+  TXStrHashList(const TXStrHashList&) = delete;
+  TXStrHashList& operator=(const TXStrHashList&) = delete;
+
+  /// Number of the entry that holds the text, which is added with `object` when it is new.
+  int AddObject(const char* text, T object) { return AddObject(text, std::strlen(text), object); }
+  int AddObject(const char* text, std::size_t length, T object) {
+    return AddObject(text, length, hashText({text, length}), object);
+  }
+  /// The same for a caller that has the hash already.
+  int AddObject(const char* text, std::size_t length, std::uint32_t hash, T object) {
+    if (Count() >= rehashThreshold_) rebuildTable();
+    if (const Bucket* found = findBucket(text, length, hash)) return found->number + oneOffset_;
+    return append(text, length, hash, object) + oneOffset_;
+  }
+
+  /// Number of the entry, -1 when there is none.
+  int IndexOf(const char* text) {
+    const std::size_t length = std::strlen(text);
+    return IndexOf(text, length, hashText({text, length}));
+  }
+  int IndexOf(const char* text, std::size_t length, std::uint32_t hash) {
+    if (hashTableSize_ == 0) rebuildTable();
+    const Bucket* found = findBucket(text, length, hash);
+    return found == nullptr ? -1 : found->number + oneOffset_;
+  }
+
+  int Count() const { return static_cast<int>(entries_.size()); }
+  const char* GetString(int position) const { return at(entries_[position])->text(); }
+  std::size_t GetLength(int position) const { return at(entries_[position])->length; }
+  T& GetObject(int position) { return at(entries_[position])->object; }
+  const T& GetObject(int position) const { return at(entries_[position])->object; }
+
+  /// Chains in the index; 0 while there is none.
+  int HashTableSize() const { return hashTableSize_; }
+
+  /// Replaces the index by an empty one whose size suits `count` entries.
+  void HashTableReset(int count) {
+    const Size size = sizeFor(count);
+    table_ = zdb::batchalloc::LargeArray<Head>(static_cast<std::size_t>(size.table));
+    hashTableSize_ = size.table;
+    rehashThreshold_ = size.threshold;
+    reciprocal_ = ~std::uint64_t{0} / static_cast<std::uint64_t>(size.table) + 1;
+  }
+
+  /// Gives the list a sort map, in order of insertion until somebody sorts it. It is kept as long
+  /// as the list when entries are added, which clears the flag that IsSorted() reports.
+  void CreateSortMap() {
+    sortMap_.resize(entries_.size());
+    for (int i = 0; i < Count(); ++i) sortMap_[i] = i;
+    hasSortMap_ = true;
+  }
+  const std::vector<std::int32_t>& SortMap() const { return sortMap_; }
+  bool IsSorted() const { return sorted_; }
+
+ private:
+  using Bucket = THashBucket<T>;
+
+  struct Size {
+    int below;      ///< entry counts below this
+    int table;      ///< a prime
+    int threshold;  ///< entries at which the index is made anew
+  };
+
+  static constexpr Size sizeFor(int count) {
+    constexpr Size sizes[] = {{1500, 997, 1500},
+                              {15000, 9973, 15000},
+                              {150000, 99991, 150000},
+                              {1500000, 999979, 1500000},
+                              {15000000, 9999991, 15000000}};
+    for (const Size& size : sizes) {
+      if (count < size.below) return size;
+    }
+    return {2147483647, 99999989, 2147483647};
+  }
+
+  /// (hash without its top bit) modulo the table size, by multiplication with the reciprocal: exact
+  /// for 32-bit operands (Lemire, Kaser, Kurz: "Faster remainder by direct computation", 2019).
+  unsigned bucketOf(std::uint32_t hash) const {
+    const std::uint64_t fraction = reciprocal_ * (hash & 0x7FFFFFFFu);
+    __extension__ using Wide = unsigned __int128;
+    return static_cast<unsigned>(
+        (static_cast<Wide>(fraction) * static_cast<std::uint64_t>(hashTableSize_)) >> 64);
+  }
+
+  static bool sameText(const Bucket& bucket, const char* text, std::size_t length) {
+    const char* stored = bucket.text();
+    return std::memcmp(stored, text, length) == 0 ||
+           zxf::utils::sameTextInvariant({stored, length}, {text, length});
+  }
+
+  /// A chain's first three buckets, each with a byte of its hash: nearly every lookup touches one
+  /// bucket, the right one, and takes no branch that depends on where in the chain it stands.
+  /// Further ones hang on the third. 16 bytes, so that a head never straddles a cache line.
+  struct Head {
+    static constexpr int kListed = 3;
+    std::uint32_t bucket[kListed];
+    std::uint8_t tag[kListed];
+    std::uint8_t unused;
+  };
+
+  static std::uint8_t tagOf(std::uint32_t hash) { return static_cast<std::uint8_t>(hash >> 24); }
+
+  Bucket* at(std::uint32_t reference) const { return static_cast<Bucket*>(memory_.at(reference)); }
+
+  static bool holds(const Bucket* bucket, const char* text, std::size_t length,
+                    std::uint32_t hash) {
+    return bucket->hash == hash && bucket->length == length && sameText(*bucket, text, length);
+  }
+
+  Bucket* findBucket(const char* text, std::size_t length, std::uint32_t hash) const {
+    const Head& head = table_[bucketOf(hash)];
+    const std::uint8_t tag = tagOf(hash);
+    std::uint32_t likely = head.tag[2] == tag ? head.bucket[2] : 0;
+    likely = head.tag[1] == tag ? head.bucket[1] : likely;
+    likely = head.tag[0] == tag ? head.bucket[0] : likely;
+    if (likely != 0 && holds(at(likely), text, length, hash)) [[likely]]
+      return at(likely);
+    return walkChain(head, text, length, hash);
+  }
+
+  Bucket* walkChain(const Head& head, const char* text, std::size_t length,
+                    std::uint32_t hash) const {
+    for (int i = 0; i < Head::kListed && head.bucket[i] != 0; ++i) {
+      if (head.tag[i] == tagOf(hash) && holds(at(head.bucket[i]), text, length, hash)) {
+        return at(head.bucket[i]);
+      }
+    }
+    if (head.bucket[Head::kListed - 1] == 0) return nullptr;
+    std::uint32_t next = at(head.bucket[Head::kListed - 1])->next;
+    while (next != 0 && !holds(at(next), text, length, hash)) next = at(next)->next;
+    return next == 0 ? nullptr : at(next);
+  }
+
+  void chain(std::uint32_t reference) {
+    Bucket* bucket = at(reference);
+    Head& head = table_[bucketOf(bucket->hash)];
+    bucket->next = 0;
+    for (int i = 0; i < Head::kListed; ++i) {
+      if (head.bucket[i] != 0) continue;
+      head.bucket[i] = reference;
+      head.tag[i] = tagOf(bucket->hash);
+      return;
+    }
+    Bucket* third = at(head.bucket[Head::kListed - 1]);
+    bucket->next = third->next;
+    third->next = reference;
+  }
+
+  void rebuildTable() {
+    HashTableReset(Count());
+    for (const std::uint32_t reference : entries_) chain(reference);
+  }
+
+  int append(const char* text, std::size_t length, std::uint32_t hash, T object) {
+    entries_.reserve(entries_.size() < entries_.capacity() ? 0 : 2 * entries_.capacity() + 8);
+    const std::uint32_t reference = memory_.allocateReference(sizeof(Bucket) + length + 1);
+    const int number = Count();
+    auto* bucket = new (memory_.at(reference))
+        Bucket{0, hash, static_cast<std::uint32_t>(length), number, object};
+    std::memcpy(bucket->text(), text, length);
+    bucket->text()[length] = '\0';
+    if (hasSortMap_) {
+      sortMap_.push_back(number);
+      sorted_ = false;
+    }
+    entries_.push_back(reference);
+    chain(reference);
+    return number;
+  }
+
+  zdb::batchalloc::BatchAllocator memory_;  ///< the buckets
+  std::vector<std::uint32_t> entries_;
+  zdb::batchalloc::LargeArray<Head> table_;
+  std::int32_t hashTableSize_ = 0;
+  std::int32_t rehashThreshold_ = 0;
+  std::uint64_t reciprocal_ = 0;
+  std::vector<std::int32_t> sortMap_;
+  bool hasSortMap_ = false;
+  bool sorted_ = false;
+  int oneOffset_;
+};
+
+}  // namespace zxf::collections::strhash

@@ -1,0 +1,140 @@
+#include "core/uellist.h"
+
+#include <array>
+#include <cctype>
+#include <cstring>
+
+#include "core/message.h"
+
+namespace zdb::uellist {
+
+namespace {
+
+constexpr int kMaxLabelLength = 63;
+constexpr const char* kMixedQuotes = "Label with single and double quote not allowed >%s<";
+constexpr const char* kTooLong = "Label exceeds maximum size of %d: >%s<";
+
+// isspace of the C locale, which is all that labels are read under.
+constexpr bool isWhiteSpace(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+enum CharacterClass : unsigned char { Plain = 0, Single = 1, Double = 2, Control = 4 };
+
+constexpr std::array<unsigned char, 256> kClasses = [] {
+  std::array<unsigned char, 256> classes{};
+  for (int c = 0; c < 32; ++c) classes[c] = Control;
+  classes['\''] = Single;
+  classes['"'] = Double;
+  return classes;
+}();
+
+bool reportCheck(LabelCheck check, char* errorText, const char* text) {
+  if (check == LabelMixedQuotes) writeMessage(errorText, kMixedQuotes, text);
+  if (check == LabelTooLong) writeMessage(errorText, kTooLong, kMaxLabelLength, text);
+  return check == LabelGood;
+}
+
+}  // namespace
+
+LabelCheck CheckLabel(const char* text, CheckedLabel& label) {
+  using zxf::collections::strhash::hashStep;
+  if (text == nullptr) return LabelNull;
+  std::uint32_t hash = 0;
+  std::uint32_t keptHash = 0;
+  const char* kept = text;  // one past the last character that is not blank
+  const char* at = text;
+  for (unsigned seen = 0; *at != '\0'; ++at) {
+    seen |= kClasses[static_cast<unsigned char>(*at)];
+    if (seen > Double) return (seen & Control) != 0 ? LabelControlCharacter : LabelMixedQuotes;
+    hash = hashStep(hash, *at);
+    if (*at != ' ') {
+      kept = at + 1;
+      keptHash = hash;
+    }
+  }
+  if (kept - text > kMaxLabelLength) return LabelTooLong;
+  if (kept == text && at != text) {  // only blanks: one of them stays
+    kept = text + 1;
+    keptHash = hashStep(0, ' ');
+  }
+  label = {static_cast<int>(kept - text), keptHash};
+  return LabelGood;
+}
+
+LabelCheck CheckAndTrimUELStr(const char* text, char* out, int& length) {
+  CheckedLabel label;
+  const LabelCheck check = CheckLabel(text, label);
+  if (check != LabelGood) return check;
+  std::memcpy(out, text, static_cast<std::size_t>(label.length));
+  out[label.length] = '\0';
+  length = label.length;
+  return check;
+}
+
+bool UELStrCheck(char* errorText, const char* text, char* out, int& length) {
+  return reportCheck(CheckAndTrimUELStr(text, out, length), errorText, text);
+}
+
+UELList::UELList(char* errorText) : errorText_(errorText) {
+  list_.AddObject(" ", 0);
+}
+
+UELList& UELList::operator=(const IUELList& other) {
+  if (&other == this) return *this;
+  for (int i = 0; i < other.size(); ++i) {
+    int number;
+    merge(other[i], number);
+  }
+  return *this;
+}
+
+bool UELList::find(const char* text, int& number) {
+  CheckedLabel label;
+  const LabelCheck check = CheckLabel(text, label);
+  if (check != LabelGood) return reportCheck(check, errorText_, text);
+  number = list_.IndexOf(text, static_cast<std::size_t>(label.length), label.hash);
+  return true;
+}
+
+bool UELList::merge(const char* text, int& number) {
+  CheckedLabel label;
+  const LabelCheck check = CheckLabel(text, label);
+  if (check != LabelGood) return reportCheck(check, errorText_, text);
+  number = list_.AddObject(text, static_cast<std::size_t>(label.length), label.hash, 0);
+  return true;
+}
+
+bool UnorderedMapUELList::makeKey(const char* text, std::string& key) const {
+  if (std::strchr(text, '\'') != nullptr && std::strchr(text, '"') != nullptr) {
+    writeMessage(errorText_, kMixedQuotes, text);
+    return false;
+  }
+  std::size_t length = std::strlen(text);
+  while (length > 1 && isWhiteSpace(text[length - 1])) --length;
+  if (length > kMaxLabelLength) {
+    writeMessage(errorText_, kTooLong, kMaxLabelLength, text);
+    return false;
+  }
+  key = zxf::utils::uppercase({text, length});
+  return true;
+}
+
+bool UnorderedMapUELList::find(const char* text, int& number) {
+  std::string key;
+  if (!makeKey(text, key)) return false;
+  const auto place = numbers_.find(key);
+  number = place == numbers_.end() ? -1 : place->second;
+  return true;
+}
+
+bool UnorderedMapUELList::merge(const char* text, int& number) {
+  std::string key;
+  if (!makeKey(text, key)) return false;
+  const auto [place, added] = numbers_.try_emplace(std::move(key), size());
+  if (added) labels_.emplace_back(text);
+  number = place->second;
+  return true;
+}
+
+}  // namespace zdb::uellist

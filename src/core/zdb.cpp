@@ -1,0 +1,134 @@
+#include "core/zdb.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "loaders/zxf.h"
+
+namespace zdb {
+
+int ZDB::debugLevel = 0;
+const SpecialValues ZDB::iSpecValues = kLibrarySpecialValues;
+
+ZDB::ZDB() : ZDB(std::string()) {}
+
+ZDB::ZDB(const std::string& directory) : directory_(directory) {
+  texts_.insert("", 0);  // number 0: no text
+  createUniverse();
+  const int created = createZXFHandle(&zxf_, zxfMessage_, sizeof zxfMessage_);
+  if (created == 0) setLastError("ZXF create did not succeed: %s", zxfMessage_);
+}
+
+ZDB::~ZDB() {
+  symbols_.forEach([](AbstractZDBSymbol* symbol) {
+    delete symbol;
+    return true;
+  });
+  if (zxf_ != nullptr) loaders::zxfFree(&zxf_);
+}
+
+int ZDB::createZXFHandle(loaders::zxfRec** handle, char* message, int size) const {
+  return directory_.empty() ? loaders::zxfCreate(handle, message, size)
+                            : loaders::zxfCreateD(handle, directory_.c_str(), message, size);
+}
+
+bool ZDB::setLastError(const char* format, ...) {
+  // Formatted aside first: an argument may be the last-error text itself.
+  char text[kMessageSize];
+  std::va_list arguments;
+  va_start(arguments, format);
+  writeMessageV(text, format, arguments);
+  va_end(arguments);
+  std::memcpy(lastErrorText_, text, sizeof text);
+  return false;
+}
+
+void ZDB::PrintLog(const char* text) const {
+  if (callbacks_.print == nullptr) {
+    std::printf("%s\n", text);
+    std::fflush(stdout);
+    return;
+  }
+  char shortString[256] = {};
+  const std::size_t length = std::min(std::strlen(text), std::size_t{255});
+  shortString[0] = static_cast<char>(length);
+  std::copy_n(text, length, shortString + 1);
+  callbacks_.print(shortString, callbacks_.user);
+}
+
+int ZDB::SetElemText(const char* text) {
+  return texts_.insert(text, texts_.size());
+}
+
+bool ZDB::GetElemText(int number, char* out) const {
+  if (number < 1 || number >= texts_.size()) return false;
+  std::snprintf(out, kMessageSize, "%s", texts_.get(number));
+  return true;
+}
+
+bool ZDB::uelsInRange(const AbstractZDBSymbol* symbol, const int* keys) {
+  const int highest = highestLabel();
+  for (int i = 0; i < symbol->dim; ++i) {
+    if (keys[i] < 1) {
+      return setLastError(
+          "Error when adding record to symbol %s: UEL needs to be greater than zero but is %d",
+          symbol->name.c_str(), keys[i]);
+    }
+    if (keys[i] > highest) {
+      return setLastError(
+          "Error when adding record to symbol %s: UEL %d is unknown. Largest known UEL is %d",
+          symbol->name.c_str(), keys[i], highest);
+    }
+  }
+  return true;
+}
+
+bool ZDB::strKeysToUelIndices(const AbstractZDBSymbol* symbol, const char* const* texts,
+                              int* keys) {
+  for (int i = 0; i < symbol->dim; ++i) {
+    if (!labels_.find(texts[i], keys[i])) return false;
+    if (keys[i] < 0) {
+      return setLastError("Cannot find element %s (on position %d) in Symbol %s", texts[i], i + 1,
+                          symbol->name.c_str());
+    }
+  }
+  return true;
+}
+
+std::string ZDB::joinKeys(const char* const* texts, int count) {
+  std::string joined = "(";
+  for (int i = 0; i < count; ++i) {
+    joined.append(i == 0 ? "\"" : ",\"").append(texts[i]).append("\"");
+  }
+  return joined.append(")");
+}
+
+std::string ZDB::joinKeys(const int* numbers, int count) const {
+  const char* texts[kMaxDim];
+  for (int i = 0; i < count; ++i) texts[i] = labelText(numbers[i]);
+  return joinKeys(texts, count);
+}
+
+bool ZDB::StartWriteRecording() {
+  if (writeRecording_) return setLastError("Write Recording already active");
+  writeRecording_ = true;
+  for (int i = 1; i < symbols_.size(); ++i) {
+    if (!symbols_[i]->isAlias()) symbols_[i]->isWritten = false;
+  }
+  return true;
+}
+
+bool ZDB::StopWriteRecording() {
+  if (!writeRecording_) return setLastError("Write Recording not active");
+  writeRecording_ = false;
+  return true;
+}
+
+void debug_out(const char* text, int depth) {
+  std::printf("%*s%s\n", depth > 1 ? 2 * (depth - 1) : 0, "", text);
+  std::fflush(stdout);
+}
+
+}  // namespace zdb
