@@ -1,0 +1,229 @@
+#include <algorithm>
+#include <memory>
+
+#include "core/zdb.h"
+#include "symbols/defaultrows.h"
+#include "symbols/denseaxes.h"
+#include "symbols/zdbsymboliterator.h"
+
+// Symbols to dense arrays and back.
+namespace zdb {
+
+namespace {
+
+/// What a record's cell gets: 1 for membership in a set, else a field in the caller's values.
+double cellValue(const ZDB& db, int type, const double* row, int field) {
+  return type == TypeSet ? 1.0 : db.specialValues().toUser(row[field]);
+}
+
+bool fieldExists(ZDB& db, const AbstractZDBSymbol& symbol, int field) {
+  if (field >= 0 && field < valueWidth(symbol.type)) return true;
+  return db.setLastError("Symbol %s has fields 0 to %d, saw %d", symbol.name.c_str(),
+                         valueWidth(symbol.type) - 1, field);
+}
+
+bool addAxes(ZDB& db, int dim, AbstractZDBSymbol* const* domains, DenseAxes& axes) {
+  for (int d = 0; d < dim; ++d) {
+    if (!axes.add(db, domains[d])) return false;
+  }
+  return true;
+}
+
+bool isDistinctSet(ZDB& db, const AbstractZDBSymbol* set) {
+  if (set->type != TypeSet || set->dim != 1 || set->isUniverse() || set->database != &db) {
+    return db.setLastError("Symbol %s must be a one-dimensional set of this database",
+                           set->name.c_str());
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ZDB::DenseSymbolToDenseArray(double* array, const int* dims, AbstractZDBSymbol* symbol,
+                                  int field) {
+  symbol = symbol->aliasTarget;
+  DenseAxes axes;
+  if (!fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
+      !addAxes(*this, symbol->dim, symbol->domains.data(), axes) ||
+      !axes.sizesAgree(*this, *symbol, dims)) {
+    return false;
+  }
+  std::fill_n(array, axes.cells(), 0.0);
+  return symbol->forEachRecordPred([&](const int* keys, const double* values) {
+    const std::ptrdiff_t cell = axes.cellOf(keys);
+    if (cell < 0) {
+      return setLastError("Record %s of symbol %s is outside its domain",
+                          joinKeys(keys, symbol->dim).c_str(), symbol->name.c_str());
+    }
+    array[cell] = cellValue(*this, symbol->type, values, field);
+    return true;
+  });
+}
+
+int ZDB::fillDenseArray(double* array, const DenseAxes& axes, AbstractZDBSymbol* symbol,
+                        int field) const {
+  int dropped = 0;
+  std::fill_n(array, axes.cells(), 0.0);
+  symbol->forEachRecord([&](const int* keys, const double* values) {
+    const std::ptrdiff_t cell = axes.cellOf(keys);
+    if (cell < 0) {
+      ++dropped;
+    } else {
+      array[cell] = cellValue(*this, symbol->type, values, field);
+    }
+  });
+  return dropped;
+}
+
+bool ZDB::SparseSymbolToDenseArray(double* array, const int* dims, AbstractZDBSymbol* symbol,
+                                   AbstractZDBSymbol* const* domains, int field, int& dropped) {
+  symbol = symbol->aliasTarget;
+  DenseAxes axes;
+  if (!fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
+      !addAxes(*this, symbol->dim, domains, axes) || !axes.sizesAgree(*this, *symbol, dims)) {
+    return false;
+  }
+  dropped = fillDenseArray(array, axes, symbol, field);
+  return true;
+}
+
+void ZDB::squeezeSets(const DenseAxes& axes, AbstractZDBSymbol* symbol,
+                      AbstractZDBSymbol* const* squeezed) const {
+  std::vector<std::vector<char>> occurs;
+  occurs.reserve(static_cast<std::size_t>(axes.dim()));
+  for (int d = 0; d < axes.dim(); ++d) {
+    occurs.emplace_back(static_cast<std::size_t>(axes[d].size()), 0);
+  }
+  symbol->forEachRecordKeys([&](const int* keys) {
+    if (axes.cellOf(keys) < 0) return;
+    for (int d = 0; d < axes.dim(); ++d) {
+      occurs[static_cast<std::size_t>(d)][static_cast<std::size_t>(axes[d].rank(keys[d]))] = 1;
+    }
+  });
+  static constexpr double noText[] = {0};
+  for (int d = 0; d < axes.dim(); ++d) {
+    AbstractZDBSymbol* set = squeezed[d];
+    set->clear();
+    set->isLoaded = true;
+    for (int rank = 0; rank < axes[d].size(); ++rank) {
+      const int label = axes[d].label(rank);
+      if (occurs[static_cast<std::size_t>(d)][static_cast<std::size_t>(rank)] != 0) {
+        set->addRecordEnd(&label, noText);
+      }
+    }
+    markWritten(set);
+  }
+}
+
+bool ZDB::SparseSymbolToSqzdArray(double* array, int* dims, AbstractZDBSymbol* symbol,
+                                  AbstractZDBSymbol* const* domains,
+                                  AbstractZDBSymbol* const* squeezed, int field, int& dropped) {
+  symbol = symbol->aliasTarget;
+  DenseAxes axes;
+  if (!fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
+      !addAxes(*this, symbol->dim, domains, axes)) {
+    return false;
+  }
+  for (int d = 0; d < symbol->dim; ++d) {
+    if (!isDistinctSet(*this, squeezed[d])) return false;
+    const bool isUsed = squeezed[d] == symbol || std::count(squeezed, squeezed + d, squeezed[d]) ||
+                        std::count(domains, domains + symbol->dim, squeezed[d]);
+    if (isUsed) {
+      return setLastError("Symbol %s cannot receive the labels of dimension %d: it is in use here",
+                          squeezed[d]->name.c_str(), d + 1);
+    }
+  }
+  squeezeSets(axes, symbol, squeezed);
+  DenseAxes squeezedAxes;
+  if (!addAxes(*this, symbol->dim, squeezed, squeezedAxes)) return false;
+  if (array == nullptr) {
+    for (int d = 0; d < symbol->dim; ++d) dims[d] = squeezedAxes[d].size();
+    dropped = 0;
+    symbol->forEachRecordKeys([&](const int* keys) { dropped += axes.cellOf(keys) < 0 ? 1 : 0; });
+    return true;
+  }
+  if (!squeezedAxes.sizesAgree(*this, *symbol, dims)) return false;
+  dropped = fillDenseArray(array, squeezedAxes, symbol, field);
+  return true;
+}
+
+bool ZDB::DenseArrayToSymbol(const double* array, AbstractZDBSymbol* const* domains,
+                             AbstractZDBSymbol* const* slices, AbstractZDBSymbol* symbol,
+                             const int* dims) {
+  std::array<int, kMaxDim> keys{};  // 0 where the position is free
+  std::vector<int> freePositions;
+  DenseAxes axes;
+  if (symbol->isAlias()) {
+    return setLastError("Cannot add records to alias %s", symbol->name.c_str());
+  }
+  for (int d = 0; d < symbol->dim; ++d) {
+    if (slices != nullptr && slices[d] != nullptr) {
+      if (!fixPosition(slices[d], keys[static_cast<std::size_t>(d)])) return false;
+    } else {
+      if (!axes.add(*this,
+                    domains == nullptr ? symbol->domains[static_cast<std::size_t>(d)] : domains[d]))
+        return false;
+      freePositions.push_back(d);
+    }
+  }
+  if (!axes.sizesAgree(*this, *symbol, dims) || !ensureLoaded(symbol)) return false;
+  clearSlice(symbol, keys.data());
+  storeCells(array, axes, freePositions, symbol, keys.data());
+  markWritten(symbol);
+  return true;
+}
+
+bool ZDB::fixPosition(AbstractZDBSymbol* slice, int& label) {
+  AbstractZDBSymbol* set = slice->aliasTarget;
+  if (set->type != TypeSet || set->dim != 1 || set->database != this || set->isUniverse()) {
+    return setLastError("Symbol %s must be a one-dimensional set of this database",
+                        slice->name.c_str());
+  }
+  if (!ensureLoaded(set)) return false;
+  if (set->size() != 1) {
+    return setLastError("Symbol %s must have one record to fix a position, saw %d",
+                        slice->name.c_str(), set->size());
+  }
+  set->forEachRecordKeys([&](const int* keys) { label = keys[0]; });
+  return true;
+}
+
+void ZDB::clearSlice(AbstractZDBSymbol* symbol, const int* slice) {
+  if (std::all_of(slice, slice + symbol->dim, [](int label) { return label == 0; })) {
+    symbol->clear();
+    return;
+  }
+  for (;;) {
+    const std::unique_ptr<AbstractZDBSymbolIterator> record(symbol->findSlice(slice));
+    if (!record) return;
+    symbol->deleteRecord(record.get());
+  }
+}
+
+void ZDB::storeCells(const double* array, const DenseAxes& axes,
+                     const std::vector<int>& freePositions, AbstractZDBSymbol* symbol, int* keys) {
+  std::array<double, kMaxValues> row{};
+  if (symbol->type == TypeVariable) {
+    std::copy_n(defaultVariableRow(symbol->userInfo), kMaxValues, row.begin());
+  } else if (symbol->type == TypeEquation) {
+    std::copy_n(defaultEquationRow(symbol->userInfo), kMaxValues, row.begin());
+  }
+  const std::size_t cells = axes.cells();
+  std::array<int, kMaxDim> ranks{};
+  for (std::size_t cell = 0; cell < cells; ++cell) {
+    if (array[cell] != 0) {
+      for (int d = 0; d < axes.dim(); ++d) {
+        keys[freePositions[static_cast<std::size_t>(d)]] =
+            axes[d].label(ranks[static_cast<std::size_t>(d)]);
+      }
+      if (symbol->type != TypeSet) row[0] = specialValues_.toLibrary(array[cell]);
+      symbol->storeRow(keys, row.data(), true);
+    }
+    for (int d = axes.dim() - 1; d >= 0 && ++ranks[static_cast<std::size_t>(d)] == axes[d].size();
+         --d) {
+      ranks[static_cast<std::size_t>(d)] = 0;
+    }
+  }
+}
+
+}  // namespace zdb

@@ -1,0 +1,148 @@
+#include <algorithm>
+
+#include "core/zdb.h"
+#include "symbols/domainviolation.h"
+
+// Finding records that lie outside the domains of their symbol.
+namespace zdb {
+
+namespace {
+
+using RecordHandle = std::unique_ptr<AbstractZDBSymbolIterator>;
+
+/// The set behind a domain, where it is one that can be checked.
+AbstractZDBSymbol* checkedSet(const AbstractZDBSymbol* domain) {
+  if (domain == nullptr || domain->aliasTarget->isUniverse()) return nullptr;
+  return domain->aliasTarget->isDomain ? domain->aliasTarget : nullptr;
+}
+
+void buildLookup(AbstractZDBSymbol* set, int labels) {
+  std::vector<int> lookup(static_cast<std::size_t>(labels), 0);
+  set->forEachRecordKeys([&](const int* keys) {
+    if (keys[0] >= 0 && keys[0] < labels) lookup[static_cast<std::size_t>(keys[0])] = 1;
+  });
+  set->domainLookup = std::move(lookup);
+}
+
+void dropLookup(AbstractZDBSymbol* set) {
+  set->domainLookup = {};
+}
+
+}  // namespace
+
+bool ZDB::prepareDomainLookups(AbstractZDBSymbol* symbol) {
+  for (const AbstractZDBSymbol* domain : symbol->domains) {
+    AbstractZDBSymbol* set = checkedSet(domain);
+    if (set == nullptr) continue;
+    if (!set->isLoaded) {
+      if (!LoadSymbol(set)) return false;
+      dropLookup(set);
+    }
+    if (!domainCheckInProgress_) dropLookup(set);
+    if (set->domainLookup.empty()) buildLookup(set, labels_.size());
+  }
+  return true;
+}
+
+void ZDB::dropDomainLookups(const AbstractZDBSymbol* symbol) const {
+  if (domainCheckInProgress_) return;
+  for (const AbstractZDBSymbol* domain : symbol->domains) {
+    if (domain != nullptr) dropLookup(domain->aliasTarget);
+  }
+}
+
+bool ZDB::findViolation(AbstractZDBSymbol* symbol, RecordHandle& record) {
+  record.reset();
+  if (!ensureLoaded(symbol) || !prepareDomainLookups(symbol)) return false;
+  record.reset(symbol->getBegin());
+  if (!record || symbol->violatesDomains(record->getKeys())) return true;
+  if (!symbol->toNextDomainViolation(record.get())) record.reset();
+  return true;
+}
+
+bool ZDB::GetFirstDVInSymbol(AbstractZDBSymbol* symbol, DomainViolation** violation) {
+  *violation = nullptr;
+  RecordHandle record;
+  const bool searched = findViolation(symbol, record);
+  if (record) {
+    *violation = new DomainViolation(std::move(record));
+  } else {
+    dropDomainLookups(symbol);
+  }
+  return searched;
+}
+
+bool ZDB::CheckSymbolDV(AbstractZDBSymbol* symbol, bool& found) {
+  DomainViolation* violation = nullptr;
+  const bool searched = GetFirstDVInSymbol(symbol, &violation);
+  found = violation != nullptr;
+  if (found) FreeDVHandle(violation);
+  return searched;
+}
+
+AbstractZDBSymbol* ZDB::nextSymbol(const AbstractZDBSymbol* after) {
+  const int from = after == nullptr || after->isUniverse() ? 0 : after->number + 1;
+  for (int i = from; i < symbols_.size(); ++i) {
+    AbstractZDBSymbol* symbol = symbols_[i];
+    if (symbol->dim < 1 || symbol->isAlias()) continue;
+    const bool hasDomain = std::any_of(
+        symbol->domains.begin(), symbol->domains.end(),
+        [this](const auto* domain) { return domain != nullptr && domain != universe(); });
+    if (!hasDomain) continue;
+    if (!ensureLoaded(symbol)) return nullptr;
+    if (!symbol->empty()) return symbol;
+  }
+  return nullptr;
+}
+
+bool ZDB::findViolationAfter(const AbstractZDBSymbol* after, RecordHandle& record) {
+  record.reset();
+  for (AbstractZDBSymbol* symbol = nextSymbol(after); symbol != nullptr;
+       symbol = nextSymbol(symbol)) {
+    if (!findViolation(symbol, record)) return false;
+    if (record) return true;
+  }
+  return true;
+}
+
+bool ZDB::GetFirstDBDV(DomainViolation** violation) {
+  *violation = nullptr;
+  domainCheckInProgress_ = true;
+  RecordHandle record;
+  if (!findViolationAfter(nullptr, record)) return false;
+  if (record) *violation = new DomainViolation(std::move(record));
+  return true;
+}
+
+bool ZDB::GetFirstDVInNextSymbol(DomainViolation* violation, bool& found) {
+  RecordHandle record;
+  const bool searched = findViolationAfter(violation->symbol(), record);
+  found = record != nullptr;
+  violation->moveTo(std::move(record));
+  return searched;
+}
+
+bool ZDB::CheckDBDV(bool& found) {
+  DomainViolation* violation = nullptr;
+  const bool searched = GetFirstDBDV(&violation);
+  found = violation != nullptr;
+  delete violation;
+  DomainCheckDone();
+  return searched;
+}
+
+void ZDB::FreeDVHandle(DomainViolation* violation) {
+  dropDomainLookups(violation->symbol());
+  delete violation;
+}
+
+void ZDB::DomainCheckDone() {
+  if (!domainCheckInProgress_) return;
+  symbols_.forEach([](AbstractZDBSymbol* symbol) {
+    dropLookup(symbol->aliasTarget);
+    return true;
+  });
+  domainCheckInProgress_ = false;
+}
+
+}  // namespace zdb

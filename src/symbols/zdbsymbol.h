@@ -1,0 +1,68 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "core/abstractzdbsymbol.h"
+#include "symbols/slice.h"
+
+namespace zdb {
+
+/// A symbol whose records are kept in a container `Map` with the iterator `It`; instantiated once
+/// per storage. Everything that does not depend on the storage stands in AbstractZDBSymbol and ZDB.
+template <class Map, class It>
+class ZDBSymbol final : public AbstractZDBSymbol {
+ public:
+  ZDBSymbol(ZDB* owner, const std::string& symbolName, int dimension, int typeCode, int position,
+            int info, const std::string& text);
+
+  void clear() override { records_.clear(); }
+  bool isEnd(const AbstractZDBSymbolIterator* it) override;
+  bool isEnd(const dmap::IDMapIterator& it) override { return end_ == it; }
+  bool isBegin(const dmap::IDMapIterator& it) override { return records_.begin() == it; }
+  bool empty() const override { return records_.empty(); }
+  int size() const override { return static_cast<int>(records_.size()); }
+  void addRecord(const int* keys, const double* values) override { storeRow(keys, values, false); }
+  void addRecordEnd(const int* keys, const double* values) override {
+    records_.emplace_end(keys, values);
+  }
+  void forEachRecordKeys(KeyVisitor visit) override;
+  void forEachRecord(RecordVisitor visit) override;
+  bool forEachRecordPred(RecordPredicate visit) override;
+  void forEachRecordValues(ValueVisitor visit) override;
+  AbstractZDBSymbolIterator* find(const int* keys) override;
+  AbstractZDBSymbolIterator* getBegin() override;
+  AbstractZDBSymbolIterator* findSlice(const int* keys) override;
+  std::pair<bool, double*> mergeRecord(int* keys, const double* variableDefaults,
+                                       const double* equationDefaults,
+                                       AbstractZDBSymbolIterator** out) override;
+  AbstractZDBSymbolIterator* addRecord(int* keys, const double* variableDefaults,
+                                       const double* equationDefaults) override;
+  AbstractZDBSymbolIterator* addRecordRaw(const int* keys, const double* values,
+                                          bool overwrite) override;
+  void addRecordLastIt(const int* keys, const double* values) override {
+    records_.emplace_end(keys, values);
+  }
+  AbstractZDBSymbolIterator* getLast() override;
+  AbstractZDBSymbolIterator* findSliceBackwards(const int* keys) override;
+  dmap::StorageTypes getStorageType() const override { return records_.getStorageType(); }
+  bool forEachRecordPredIt(RecordPredicate visit) override { return forEachRecordPred(visit); }
+  bool toNextDomainViolation(AbstractZDBSymbolIterator* handle) override;
+  void deleteRecord(AbstractZDBSymbolIterator* handle) override;
+  void assignRecords(AbstractZDBSymbol* other) override;
+  double* storeRow(const int* keys, const double* values, bool overwrite) override;
+
+  Map& records() { return records_; }
+  const It& end() const { return end_; }
+
+ private:
+  AbstractZDBSymbolIterator* handleOn(const It& it);
+  AbstractZDBSymbolIterator* sliceHandleOn(const It& it, const Slice& slice);
+  It place(const int* keys, const double* values, bool overwrite);
+  const double* defaultRow(const double* variableDefaults, const double* equationDefaults) const;
+
+  Map records_;
+  It end_;  ///< stays the end whatever is added or removed
+};
+
+}  // namespace zdb

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <memory>
+
+#include "core/abstractzdbsymbol.h"
+#include "dmap/idmap.h"
+
+namespace zdb {
+
+namespace uellist {
+class IUELList;
+}
+
+/// How a record handle walks.
+enum IteratorMode : int {
+  ModeRecords = 0,   ///< every record of the symbol
+  ModeSlice = 1,     ///< the records that agree with the slice keys
+  ModeUniverse = 2,  ///< the labels of the database
+  ModeSpent = 3,     ///< nothing any more: the record was deleted through this handle
+};
+
+/// A record handle: a position on one record of a symbol, or on one label of the universe.
+///
+/// Handles are made and freed by the million, so their memory is recycled per thread, and the text
+/// of a failed move is allocated by the first move that fails. A handle stays valid while its
+/// record exists and its symbol is neither cleared, reset nor moved to another storage. A failed
+/// move leaves it where it stood.
+class AbstractZDBSymbolIterator {
+ public:
+  AbstractZDBSymbolIterator(IteratorMode walk, AbstractZDBSymbol* walked, int label = -1)
+      : mode(walk), symbol(walked), uelNr(label) {}
+  AbstractZDBSymbolIterator(const AbstractZDBSymbolIterator&) = delete;
+  AbstractZDBSymbolIterator& operator=(const AbstractZDBSymbolIterator&) = delete;
+
+  virtual ~AbstractZDBSymbolIterator() = default;
+  /// The position in the symbol's container.
+  virtual dmap::IDMapIterator& getIterator() = 0;
+  /// Row of the current record, writable in place; null on the universe, past the last record
+  /// and after the record was deleted.
+  virtual double* getValues() const = 0;
+  /// On to the next record (or label up to `highestLabel`); a failure leaves its text in `message`.
+  virtual bool moveNext(int highestLabel) = 0;
+  virtual bool movePrev() = 0;
+  virtual bool hasNext(const uellist::IUELList& labels) = 0;
+  /// Whether both stand on the same stored row (on the universe: on the same label).
+  virtual bool equalValues(const AbstractZDBSymbolIterator* other) const = 0;
+  virtual int getDim() const = 0;
+  virtual bool hasPrev() = 0;
+  /// Copies the key (getDim() numbers) and the row (1 or 5 doubles) out; false without a record.
+  virtual bool getRecordRaw(int* keys, double* values) = 0;
+  /// Key of the current record, valid until the handle moves; of the universe, the label number;
+  /// null without a record.
+  virtual const int* getKeys() const = 0;
+  /// Puts this handle where the other one stands, its slice included; both are of one symbol.
+  virtual void assignIterator(AbstractZDBSymbolIterator* other) = 0;
+
+  /// Text of the last failed move; empty when none failed.
+  const char* lastMessage() const { return message ? message.get() : ""; }
+
+  static void* operator new(std::size_t bytes);
+  static void operator delete(void* object, std::size_t bytes) noexcept;
+
+  IteratorMode mode;
+  AbstractZDBSymbol* symbol;         ///< walked, not owned
+  std::unique_ptr<int[]> sliceKeys;  ///< `dim` numbers in ModeSlice, 0 matches every label
+  int uelNr;                         ///< current label in ModeUniverse, else -1
+  std::unique_ptr<char[]> message;   ///< kMessageSize bytes, made by the first failed move
+
+ protected:
+  [[gnu::format(printf, 2, 3)]] bool failMove(const char* format, ...);
+};
+
+}  // namespace zdb
