@@ -116,6 +116,7 @@ class AbstractZDBSymbol {
   int type;                ///< a SymbolType
   int userInfo;            ///< caller's; subtype of variables and equations, set number of an alias
   int number;              ///< position in the symbol table; -1 for the universe
+  int generation = 0;      ///< raised when all records go at once, which ends every handle
   bool isLoaded = true;    ///< false: the records are still with the data source
   bool isDomain = false;   ///< some symbol has this one as a domain
   bool isWritten = false;  ///< changed while write recording was active

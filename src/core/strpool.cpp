@@ -5,8 +5,9 @@
 namespace zdb::strpool {
 
 int TUMStringPool::insert(const char* text, int value) {
-  const auto [place, added] = numbers_.try_emplace(zxf::utils::uppercase(text), size());
-  if (added) entries_.push_back({text, value});
+  entries_.push_back({text, value});  // first, so that the map never holds a number without a text
+  const auto [place, added] = numbers_.try_emplace(zxf::utils::uppercase(text), size() - 1);
+  if (!added) entries_.pop_back();
   return place->second;
 }
 

@@ -37,6 +37,7 @@ void OrderedSymbolTable::noteReplaced(AbstractZDBSymbol* oldSymbol, AbstractZDBS
 }
 
 void TSymbolTable::insert(const char* name, AbstractZDBSymbol* symbol) {
+  makeRoom();
   list_.AddObject(name, symbol);
   noteInserted(symbol);
 }
@@ -53,8 +54,14 @@ AbstractZDBSymbol*& TSymbolTable::operator[](const char* name) {
 }
 
 void TUMapSymbolTable::insert(const char* name, AbstractZDBSymbol* symbol) {
-  positions_[zxf::utils::lowercase(name)] = size();
+  makeRoom();
   symbols_.push_back(symbol);
+  try {
+    positions_[zxf::utils::lowercase(name)] = size() - 1;
+  } catch (...) {
+    symbols_.pop_back();
+    throw;
+  }
   noteInserted(symbol);
 }
 

@@ -59,6 +59,10 @@ class OrderedSymbolTable : public ISymbolTable {
   using ISymbolTable::operator[];
 
  protected:
+  /// Makes room first, so that an insertion that runs out of memory leaves no trace of the symbol.
+  void makeRoom() {
+    if (nonAlias_.size() == nonAlias_.capacity()) nonAlias_.reserve(2 * nonAlias_.size() + 8);
+  }
   void noteInserted(AbstractZDBSymbol* symbol);
   void noteReplaced(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol);
 

@@ -1,5 +1,6 @@
 #include "core/uellist.h"
 
+#include <algorithm>
 #include <array>
 #include <cctype>
 #include <cstring>
@@ -13,6 +14,8 @@ namespace {
 constexpr int kMaxLabelLength = 63;
 constexpr const char* kMixedQuotes = "Label with single and double quote not allowed >%s<";
 constexpr const char* kTooLong = "Label exceeds maximum size of %d: >%s<";
+
+constexpr auto ascii_toupper_char = zxf::utils::toupper;
 
 // isspace of the C locale, which is all that labels are read under.
 constexpr bool isWhiteSpace(char c) {
@@ -116,7 +119,8 @@ bool UnorderedMapUELList::makeKey(const char* text, std::string& key) const {
     writeMessage(errorText_, kTooLong, kMaxLabelLength, text);
     return false;
   }
-  key = zxf::utils::uppercase({text, length});
+  key.assign(text, length);
+  std::transform(key.begin(), key.end(), key.begin(), ascii_toupper_char);
   return true;
 }
 
@@ -131,8 +135,9 @@ bool UnorderedMapUELList::find(const char* text, int& number) {
 bool UnorderedMapUELList::merge(const char* text, int& number) {
   std::string key;
   if (!makeKey(text, key)) return false;
-  const auto [place, added] = numbers_.try_emplace(std::move(key), size());
-  if (added) labels_.emplace_back(text);
+  labels_.emplace_back(text);  // first, so that the map never holds a number without a label
+  const auto [place, added] = numbers_.try_emplace(std::move(key), size() - 1);
+  if (!added) labels_.pop_back();
   number = place->second;
   return true;
 }

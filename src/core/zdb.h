@@ -59,7 +59,8 @@ struct DataCallbacks {
 /// A database is used by one thread at a time.
 class ZDB {
  public:
-  /// Process-wide trace level: 0 silent, 1 API calls, 2 and above internal steps.
+  /// Process-wide trace level: 0 silent, 1 API calls and the main steps of long operations, 2 and
+  /// above smaller steps.
   static int debugLevel;
   /// The library's own special values, in the order of SpecialValueIndex.
   static const SpecialValues iSpecValues;
@@ -127,7 +128,7 @@ class ZDB {
   symtable::TSymbolTable& symbols() { return symbols_; }
   const symtable::TSymbolTable& symbols() const { return symbols_; }
 
-  /// Storage of symbols made later, as it was last set (not validated).
+  /// Storage of symbols made later.
   int defaultStorage() const { return defaultStorage_; }
   void setDefaultStorage(int storageType) { defaultStorage_ = storageType; }
 
@@ -259,8 +260,9 @@ class ZDB {
   int createZXFHandle(loaders::zxfRec** handle, char* message, int size) const;
   bool mergeKeys(const char* const* texts, int dim, int* keys);
   AbstractZDBSymbol* aliasTargetFor(int position);
-  void redirectReferences(const AbstractZDBSymbol* from, AbstractZDBSymbol* to);
+  void redirectReferences(AbstractZDBSymbol* from, AbstractZDBSymbol* to);
   bool appendDomain(AbstractZDBSymbol* symbol, AbstractZDBSymbol* domain, const char* name);
+  bool canTakeRecords(AbstractZDBSymbol* symbol);
   bool hasRecords(AbstractZDBSymbol* symbol);
   bool hasRecordsToWalk(AbstractZDBSymbol* symbol);
   AbstractZDBSymbolIterator* findLabel(AbstractZDBSymbol* universe, const char* text);
@@ -280,7 +282,8 @@ class ZDB {
   bool findViolation(AbstractZDBSymbol* symbol, std::unique_ptr<AbstractZDBSymbolIterator>& record);
   bool findViolationAfter(const AbstractZDBSymbol* after,
                           std::unique_ptr<AbstractZDBSymbolIterator>& record);
-  AbstractZDBSymbol* nextSymbol(const AbstractZDBSymbol* after);
+  bool nextSymbol(const AbstractZDBSymbol* after, AbstractZDBSymbol*& symbol);
+  void dropAllDomainLookups();
 
   int fillDenseArray(double* array, const DenseAxes& axes, AbstractZDBSymbol* symbol,
                      int field) const;
@@ -288,10 +291,11 @@ class ZDB {
                    AbstractZDBSymbol* const* squeezed) const;
   bool fixPosition(AbstractZDBSymbol* slice, int& label);
   static void clearSlice(AbstractZDBSymbol* symbol, const int* slice);
+  bool isArraySymbol(const AbstractZDBSymbol* symbol);
   void storeCells(const double* array, const DenseAxes& axes, const std::vector<int>& freePositions,
                   AbstractZDBSymbol* symbol, int* keys);
 
-  bool copySymbolFrom(AbstractZDBSymbol& from);
+  bool copySymbolFrom(AbstractZDBSymbol& from, const std::vector<int>& textNumbers);
   void copyDomainsFrom(const AbstractZDBSymbol& from, const ZDB& source);
   bool readCallbackRecords(AbstractZDBSymbol* symbol, loaders::zxfRec* target, int records);
   bool translateCallbackValues(const AbstractZDBSymbol& symbol, double* values);
@@ -304,6 +308,7 @@ class ZDB {
   bool createZXFSymbol(int fileNumber);
   AbstractZDBSymbol* zxfAliasTarget(int fileNumber);
   void readZXFDomains(AbstractZDBSymbol* symbol, int fileNumber);
+  bool renumberLabels(int* keys, int dim) const;
   bool failZXFRead(const AbstractZDBSymbol* symbol);
   bool copyFromSource(AbstractZDBSymbol& symbol, loaders::zxfRec* target);
 

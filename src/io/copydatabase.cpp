@@ -17,10 +17,14 @@ bool ZDB::InitFromDB(ZDB* source) {
   }
   initFrom_ = FROM_MEMORY;
   labels_ = source->labels();
-  // Set records hold text numbers, so the texts come along under the same ones.
-  for (int i = 1; i < source->textPool().size(); ++i) SetElemText(source->textPool().get(i));
+  // Set records hold text numbers, so the texts come along: under the same ones, unless this
+  // database has texts already, from a file that held nothing else.
+  std::vector<int> textNumbers;
+  for (int i = 0; i < source->textPool().size(); ++i) {
+    textNumbers.push_back(SetElemText(source->textPool().get(i)));
+  }
   for (int i = 0; i < source->symbols().size(); ++i) {
-    if (!copySymbolFrom(*source->symbols()[i])) return false;
+    if (!copySymbolFrom(*source->symbols()[i], textNumbers)) return false;
   }
   for (int i = 0; i < source->symbols().size(); ++i) {
     copyDomainsFrom(*source->symbols()[i], *source);
@@ -28,7 +32,7 @@ bool ZDB::InitFromDB(ZDB* source) {
   return true;
 }
 
-bool ZDB::copySymbolFrom(AbstractZDBSymbol& from) {
+bool ZDB::copySymbolFrom(AbstractZDBSymbol& from, const std::vector<int>& textNumbers) {
   ZDB* source = from.database;
   AbstractZDBSymbol* copy = insertSymbol(symbolFactory(
       defaultStorage_, from.name, from.dim, from.type, from.number, from.userInfo, from.explText));
@@ -41,8 +45,17 @@ bool ZDB::copySymbolFrom(AbstractZDBSymbol& from) {
   if (!from.isLoaded && isLoadable && !source->LoadSymbol(&from)) {
     return setLastError("%s", source->lastError());
   }
-  copy->isLoaded = from.isLoaded;
-  copy->assignRecords(&from);
+  // What a model instance still holds can be had from it later, everything else is here now.
+  copy->isLoaded = from.isLoaded || source->GetInitFrom() != FROM_ZMI;
+  if (from.type != TypeSet || textNumbers.back() == static_cast<int>(textNumbers.size()) - 1) {
+    copy->assignRecords(&from);
+    return true;
+  }
+  from.forEachRecord([&](const int* keys, const double* values) {
+    const auto number = static_cast<std::size_t>(textNumber(values[0]));
+    const double row[] = {number < textNumbers.size() ? double(textNumbers[number]) : 0.0};
+    copy->addRecordEnd(keys, row);
+  });
   return true;
 }
 
@@ -58,8 +71,8 @@ void ZDB::copyDomainsFrom(const AbstractZDBSymbol& from, const ZDB& source) {
       domain->isDomain = true;
       domain->aliasTarget->isDomain = true;
     }
-    copy->domains.push_back(domain);
-    copy->domainNames.push_back(from.domainNames[d]);
+    copy->domains[d] = domain;
+    copy->domainNames[d] = from.domainNames[d];
   }
 }
 

@@ -75,7 +75,9 @@ bool ZDB::translateCallbackValues(const AbstractZDBSymbol& symbol, double* value
 bool ZDB::translateCallbackText(double& value) {
   if (value == 0) return true;
   char text[kMessageSize + 1] = "";
-  if (callbacks_.elemText(textNumber(value), text, kMaxTextLength, callbacks_.user) != 0) {
+  const bool isInteger = value > -2147483649.0 && value < 2147483648.0;
+  const int number = isInteger ? static_cast<int>(value) : 0;
+  if (callbacks_.elemText(number, text, kMaxTextLength, callbacks_.user) != 0) {
     return false;
   }
   const auto length = static_cast<unsigned char>(text[0]);

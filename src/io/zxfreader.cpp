@@ -57,7 +57,7 @@ bool ZDB::openZXF(const std::string& fileName) {
 void ZDB::loadZXFTexts() {
   traceStep("Start loading string table");
   traceStep("loading strings");
-  char text[kMessageSize];
+  char text[kMessageSize] = "";
   int node = 0;
   for (int n = 1; zxfGetElemText(zxf_, n, text, &node) != 0; ++n) {
     traceStep("reading string: ", text, 2);
@@ -73,11 +73,13 @@ bool ZDB::loadZXFLabels() {
   int count = 0;
   int highest = 0;
   zxfUMUelInfo(zxf_, &count, &highest);
-  char text[kMessageSize];
+  char text[kMessageSize] = "";
   for (int i = 1; i <= count; ++i) {
     traceStep("Get uel", 2);
     int mapped = 0;
-    zxfUMUelGet(zxf_, i, text, &mapped);
+    if (zxfUMUelGet(zxf_, i, text, &mapped) == 0) {
+      return setLastError("Error reading label %d from ZXF file %s", i, sourceFile_.c_str());
+    }
     int number;
     if (!labels_.merge(text, number)) return false;
     noteFileLabel(i, number);
@@ -125,7 +127,9 @@ AbstractZDBSymbol* ZDB::zxfAliasTarget(int fileNumber) {
   int dim = 0;
   int type = 0;
   zxfSymbolInfo(zxf_, fileNumber, name, &dim, &type);
-  return symbols_.contains(name) ? symbols_[name] : universe();
+  if (!symbols_.contains(name)) return universe();
+  AbstractZDBSymbol* target = symbols_[name]->aliasTarget;
+  return target->type == TypeSet ? target : universe();
 }
 
 void ZDB::readZXFDomains(AbstractZDBSymbol* symbol, int fileNumber) {
@@ -143,8 +147,8 @@ void ZDB::readZXFDomains(AbstractZDBSymbol* symbol, int fileNumber) {
       const bool isSet = named->type == TypeSet || named->type == TypeAlias;
       if (isSet && named->dim == 1) domain = named;
     }
-    symbol->domains.push_back(domain);
-    symbol->domainNames.push_back(domain == nullptr ? name : std::string());
+    symbol->domains[d] = domain;
+    symbol->domainNames[d] = domain == nullptr ? name : std::string();
     if (domain == nullptr || domain == universe()) continue;
     domain->isDomain = true;
     domain->aliasTarget->isDomain = true;
@@ -175,10 +179,19 @@ bool ZDB::LoadSymbolFromZXF(AbstractZDBSymbol* symbol, zxfRec* target) {
       zxfDataWriteRaw(target, keys, values);
       continue;
     }
-    for (int d = 0; d < symbol->dim && !fileLabels_.empty(); ++d) keys[d] = fileLabels_[keys[d]];
+    if (!renumberLabels(keys, symbol->dim)) return failZXFRead(symbol);
     symbol->addRecordEnd(keys, values);
   }
   zxfDataReadDone(zxf_);
+  return true;
+}
+
+bool ZDB::renumberLabels(int* keys, int dim) const {
+  for (int d = 0; d < dim && !fileLabels_.empty(); ++d) {
+    const auto number = static_cast<std::size_t>(keys[d]);  // negative: beyond every label
+    if (number >= fileLabels_.size()) return false;
+    keys[d] = fileLabels_[number];
+  }
   return true;
 }
 

@@ -29,7 +29,7 @@ bool addAxes(ZDB& db, int dim, AbstractZDBSymbol* const* domains, DenseAxes& axe
   return true;
 }
 
-bool isDistinctSet(ZDB& db, const AbstractZDBSymbol* set) {
+bool isOwnSet(ZDB& db, const AbstractZDBSymbol* set) {
   if (set->type != TypeSet || set->dim != 1 || set->isUniverse() || set->database != &db) {
     return db.setLastError("Symbol %s must be a one-dimensional set of this database",
                            set->name.c_str());
@@ -39,11 +39,15 @@ bool isDistinctSet(ZDB& db, const AbstractZDBSymbol* set) {
 
 }  // namespace
 
+bool ZDB::isArraySymbol(const AbstractZDBSymbol* symbol) {
+  return !symbol->isUniverse() || setLastError("Cannot convert the Universe to or from an array");
+}
+
 bool ZDB::DenseSymbolToDenseArray(double* array, const int* dims, AbstractZDBSymbol* symbol,
                                   int field) {
   symbol = symbol->aliasTarget;
   DenseAxes axes;
-  if (!fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
+  if (!isArraySymbol(symbol) || !fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
       !addAxes(*this, symbol->dim, symbol->domains.data(), axes) ||
       !axes.sizesAgree(*this, *symbol, dims)) {
     return false;
@@ -79,7 +83,7 @@ bool ZDB::SparseSymbolToDenseArray(double* array, const int* dims, AbstractZDBSy
                                    AbstractZDBSymbol* const* domains, int field, int& dropped) {
   symbol = symbol->aliasTarget;
   DenseAxes axes;
-  if (!fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
+  if (!isArraySymbol(symbol) || !fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
       !addAxes(*this, symbol->dim, domains, axes) || !axes.sizesAgree(*this, *symbol, dims)) {
     return false;
   }
@@ -120,14 +124,17 @@ bool ZDB::SparseSymbolToSqzdArray(double* array, int* dims, AbstractZDBSymbol* s
                                   AbstractZDBSymbol* const* squeezed, int field, int& dropped) {
   symbol = symbol->aliasTarget;
   DenseAxes axes;
-  if (!fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
+  if (!isArraySymbol(symbol) || !fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
       !addAxes(*this, symbol->dim, domains, axes)) {
     return false;
   }
   for (int d = 0; d < symbol->dim; ++d) {
-    if (!isDistinctSet(*this, squeezed[d])) return false;
-    const bool isUsed = squeezed[d] == symbol || std::count(squeezed, squeezed + d, squeezed[d]) ||
-                        std::count(domains, domains + symbol->dim, squeezed[d]);
+    if (!isOwnSet(*this, squeezed[d])) return false;
+    const auto isSame = [&](const AbstractZDBSymbol* other) {
+      return other != nullptr && other->aliasTarget == squeezed[d];
+    };
+    const bool isUsed = isSame(symbol) || std::any_of(squeezed, squeezed + d, isSame) ||
+                        std::any_of(domains, domains + symbol->dim, isSame);
     if (isUsed) {
       return setLastError("Symbol %s cannot receive the labels of dimension %d: it is in use here",
                           squeezed[d]->name.c_str(), d + 1);
@@ -153,9 +160,7 @@ bool ZDB::DenseArrayToSymbol(const double* array, AbstractZDBSymbol* const* doma
   std::array<int, kMaxDim> keys{};  // 0 where the position is free
   std::vector<int> freePositions;
   DenseAxes axes;
-  if (symbol->isAlias()) {
-    return setLastError("Cannot add records to alias %s", symbol->name.c_str());
-  }
+  if (!isArraySymbol(symbol) || !canTakeRecords(symbol)) return false;
   for (int d = 0; d < symbol->dim; ++d) {
     if (slices != nullptr && slices[d] != nullptr) {
       if (!fixPosition(slices[d], keys[static_cast<std::size_t>(d)])) return false;
@@ -166,7 +171,7 @@ bool ZDB::DenseArrayToSymbol(const double* array, AbstractZDBSymbol* const* doma
       freePositions.push_back(d);
     }
   }
-  if (!axes.sizesAgree(*this, *symbol, dims) || !ensureLoaded(symbol)) return false;
+  if (!axes.sizesAgree(*this, *symbol, dims)) return false;
   clearSlice(symbol, keys.data());
   storeCells(array, axes, freePositions, symbol, keys.data());
   markWritten(symbol);
@@ -185,7 +190,10 @@ bool ZDB::fixPosition(AbstractZDBSymbol* slice, int& label) {
                         slice->name.c_str(), set->size());
   }
   set->forEachRecordKeys([&](const int* keys) { label = keys[0]; });
-  return true;
+  return isLabel(label) || setLastError(
+                               "The record of symbol %s has the label number %d, which is "
+                               "unknown",
+                               slice->name.c_str(), label);
 }
 
 void ZDB::clearSlice(AbstractZDBSymbol* symbol, const int* slice) {
@@ -193,10 +201,14 @@ void ZDB::clearSlice(AbstractZDBSymbol* symbol, const int* slice) {
     symbol->clear();
     return;
   }
-  for (;;) {
-    const std::unique_ptr<AbstractZDBSymbolIterator> record(symbol->findSlice(slice));
-    if (!record) return;
-    symbol->deleteRecord(record.get());
+  std::vector<int> keys;  // of the slice's records, one after the other
+  const std::unique_ptr<AbstractZDBSymbolIterator> record(symbol->findSlice(slice));
+  if (!record) return;
+  do keys.insert(keys.end(), record->getKeys(), record->getKeys() + symbol->dim);
+  while (record->moveNext(0));
+  for (std::size_t at = 0; at < keys.size(); at += static_cast<std::size_t>(symbol->dim)) {
+    const std::unique_ptr<AbstractZDBSymbolIterator> found(symbol->find(keys.data() + at));
+    symbol->deleteRecord(found.get());
   }
 }
 

@@ -80,33 +80,38 @@ bool ZDB::CheckSymbolDV(AbstractZDBSymbol* symbol, bool& found) {
   return searched;
 }
 
-AbstractZDBSymbol* ZDB::nextSymbol(const AbstractZDBSymbol* after) {
+bool ZDB::nextSymbol(const AbstractZDBSymbol* after, AbstractZDBSymbol*& symbol) {
   const int from = after == nullptr || after->isUniverse() ? 0 : after->number + 1;
   for (int i = from; i < symbols_.size(); ++i) {
-    AbstractZDBSymbol* symbol = symbols_[i];
+    symbol = symbols_[i];
     if (symbol->dim < 1 || symbol->isAlias()) continue;
     const bool hasDomain = std::any_of(
         symbol->domains.begin(), symbol->domains.end(),
         [this](const auto* domain) { return domain != nullptr && domain != universe(); });
     if (!hasDomain) continue;
-    if (!ensureLoaded(symbol)) return nullptr;
-    if (!symbol->empty()) return symbol;
+    if (!ensureLoaded(symbol)) return false;
+    if (!symbol->empty()) return true;
   }
-  return nullptr;
+  symbol = nullptr;
+  return true;
 }
 
 bool ZDB::findViolationAfter(const AbstractZDBSymbol* after, RecordHandle& record) {
   record.reset();
-  for (AbstractZDBSymbol* symbol = nextSymbol(after); symbol != nullptr;
-       symbol = nextSymbol(symbol)) {
+  AbstractZDBSymbol* symbol = nullptr;
+  for (;;) {
+    if (!nextSymbol(after, symbol)) return false;
+    if (symbol == nullptr) return true;
     if (!findViolation(symbol, record)) return false;
     if (record) return true;
+    dropDomainLookups(symbol);
+    after = symbol;
   }
-  return true;
 }
 
 bool ZDB::GetFirstDBDV(DomainViolation** violation) {
   *violation = nullptr;
+  if (!domainCheckInProgress_) dropAllDomainLookups();  // made for single symbols, perhaps long ago
   domainCheckInProgress_ = true;
   RecordHandle record;
   if (!findViolationAfter(nullptr, record)) return false;
@@ -138,11 +143,15 @@ void ZDB::FreeDVHandle(DomainViolation* violation) {
 
 void ZDB::DomainCheckDone() {
   if (!domainCheckInProgress_) return;
+  dropAllDomainLookups();
+  domainCheckInProgress_ = false;
+}
+
+void ZDB::dropAllDomainLookups() {
   symbols_.forEach([](AbstractZDBSymbol* symbol) {
     dropLookup(symbol->aliasTarget);
     return true;
   });
-  domainCheckInProgress_ = false;
 }
 
 }  // namespace zdb

@@ -13,13 +13,15 @@ class DomainViolation {
   explicit DomainViolation(std::unique_ptr<AbstractZDBSymbolIterator> record)
       : record_(std::move(record)) {}
 
-  /// Null when spent.
-  AbstractZDBSymbolIterator* record() const { return isSpent_ ? nullptr : record_.get(); }
+  /// Null when spent, or when the symbol's records went in the meantime.
+  AbstractZDBSymbolIterator* record() const {
+    return isSpent_ || record_->hasEnded() ? nullptr : record_.get();
+  }
   AbstractZDBSymbol* symbol() const { return record_->symbol; }
 
   /// On to the next violation of the same symbol; false, and spent, when there is none.
   bool moveNext() {
-    isSpent_ = isSpent_ || !record_->symbol->toNextDomainViolation(record_.get());
+    isSpent_ = record() == nullptr || !record_->symbol->toNextDomainViolation(record_.get());
     return !isSpent_;
   }
 

@@ -34,6 +34,7 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZ
   copy->aliasTarget = from->aliasTarget == from ? copy.get() : from->aliasTarget;
   copy->domains = from->domains;
   copy->domainNames = from->domainNames;
+  copy->domainLookup = from->domainLookup;
   copy->assignRecords(from);
   return copy;
 }

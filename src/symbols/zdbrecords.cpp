@@ -14,9 +14,16 @@ bool ZDB::mergeKeys(const char* const* texts, int dim, int* keys) {
   return true;
 }
 
+bool ZDB::canTakeRecords(AbstractZDBSymbol* symbol) {
+  if (!symbol->isAlias()) [[likely]]
+    return ensureLoaded(symbol);
+  // Records of an alias would be seen by nobody and be written nowhere.
+  return setLastError("Cannot add records to alias %s", symbol->name.c_str());
+}
+
 AbstractZDBSymbolIterator* ZDB::AddRecord(AbstractZDBSymbol* symbol, const char* const* texts) {
   int keys[kMaxDim];
-  if (!ensureLoaded(symbol) || !mergeKeys(texts, symbol->dim, keys)) return nullptr;
+  if (!canTakeRecords(symbol) || !mergeKeys(texts, symbol->dim, keys)) return nullptr;
   AbstractZDBSymbolIterator* record = symbol->addRecord(keys, defaultVariableRow(symbol->userInfo),
                                                         defaultEquationRow(symbol->userInfo));
   if (record == nullptr) {
@@ -31,7 +38,7 @@ AbstractZDBSymbolIterator* ZDB::AddRecord(AbstractZDBSymbol* symbol, const char*
 std::pair<bool, double*> ZDB::MergeRecord(AbstractZDBSymbol* symbol, const char* const* texts,
                                           AbstractZDBSymbolIterator** out) {
   int keys[kMaxDim];
-  if (!ensureLoaded(symbol) || !mergeKeys(texts, symbol->dim, keys)) return {false, nullptr};
+  if (!canTakeRecords(symbol) || !mergeKeys(texts, symbol->dim, keys)) return {false, nullptr};
   const auto merged = symbol->mergeRecord(keys, defaultVariableRow(symbol->userInfo),
                                           defaultEquationRow(symbol->userInfo), out);
   if (merged.first) markWritten(symbol);
@@ -109,7 +116,7 @@ const double* ZDB::rowToStore(const AbstractZDBSymbol* symbol, bool haveValues,
 bool ZDB::AddRecordRaw(AbstractZDBSymbol* symbol, const int* keys, bool checkLabels,
                        bool haveValues, const double* values, const char* text,
                        AbstractZDBSymbolIterator** out) {
-  if (!ensureLoaded(symbol)) return false;
+  if (!canTakeRecords(symbol)) return false;
   if (checkLabels && !uelsInRange(symbol, keys)) return false;
   double translated[kMaxValues];
   const double* row = rowToStore(symbol, haveValues, values, text, translated);
@@ -178,7 +185,7 @@ AbstractZDBSymbolIterator* ZDB::FindRecordSlice(AbstractZDBSymbol* symbol, const
 bool ZDB::DeleteRecord(AbstractZDBSymbolIterator* record) {
   AbstractZDBSymbol* symbol = record->symbol;
   if (symbol->isUniverse()) return setLastError("Cannot delete the Universe");
-  if (record->mode == ModeSpent) {
+  if (record->mode == ModeSpent || record->hasEnded()) {
     return setLastError("The record of this handle in symbol %s has been deleted already",
                         symbol->name.c_str());
   }

@@ -148,11 +148,13 @@ bool ZDBSymbol<Map, It>::toNextDomainViolation(AbstractZDBSymbolIterator* handle
 template <class Map, class It>
 void ZDBSymbol<Map, It>::deleteRecord(AbstractZDBSymbolIterator* handle) {
   records_.erase(static_cast<It&>(handle->getIterator()));
+  // A scalar's position is an address that tells nothing of whether the record is there.
+  if (dim == 0) ++generation;
 }
 
 template <class Map, class It>
 void ZDBSymbol<Map, It>::assignRecords(AbstractZDBSymbol* other) {
-  records_.clear();
+  clear();
   records_.reserve(other->size());
   other->forEachRecord(
       [this](const int* keys, const double* values) { records_.emplace_end(keys, values); });

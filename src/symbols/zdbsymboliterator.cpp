@@ -134,7 +134,7 @@ bool ZDBSymbolIterator<It>::movePrev() {
       return failMove("First record reached in symbol %s", symbol->name.c_str());
     }
     --it_;
-    return true;
+    return it_ != walked().end() || failSpent();
   }
   if (mode == ModeSlice) {
     return prevInSlice() ||
@@ -203,6 +203,7 @@ void ZDBSymbolIterator<It>::assignIterator(AbstractZDBSymbolIterator* other) {
   auto* from = static_cast<ZDBSymbolIterator<It>*>(other);
   it_ = from->it_;
   mode = from->mode;
+  generation = from->generation;
   uelNr = from->uelNr;
   if (!from->sliceKeys) return;
   sliceKeys = std::make_unique<int[]>(static_cast<std::size_t>(symbol->dim));

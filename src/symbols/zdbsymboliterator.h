@@ -28,7 +28,7 @@ enum IteratorMode : int {
 class AbstractZDBSymbolIterator {
  public:
   AbstractZDBSymbolIterator(IteratorMode walk, AbstractZDBSymbol* walked, int label = -1)
-      : mode(walk), symbol(walked), uelNr(label) {}
+      : mode(walk), symbol(walked), uelNr(label), generation(walked->generation) {}
   AbstractZDBSymbolIterator(const AbstractZDBSymbolIterator&) = delete;
   AbstractZDBSymbolIterator& operator=(const AbstractZDBSymbolIterator&) = delete;
 
@@ -65,6 +65,11 @@ class AbstractZDBSymbolIterator {
   std::unique_ptr<int[]> sliceKeys;  ///< `dim` numbers in ModeSlice, 0 matches every label
   int uelNr;                         ///< current label in ModeUniverse, else -1
   std::unique_ptr<char[]> message;   ///< kMessageSize bytes, made by the first failed move
+  int generation;                    ///< the symbol's when the handle was made
+
+  /// Whether the record, or all records of the symbol, went since the handle came here. Such a
+  /// handle must not be moved or read; it can only be freed.
+  bool hasEnded() const { return generation != symbol->generation; }
 
  protected:
   [[gnu::format(printf, 2, 3)]] bool failMove(const char* format, ...);

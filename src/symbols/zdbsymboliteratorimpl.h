@@ -66,6 +66,7 @@ bool stepBackward(Map& records, It& it, const Slice& slice) {
   const It begin = records.begin();
   while (it != begin) {
     --it;
+    if (it == records.end()) return false;  // it stood on a record that was deleted
     const int* key = (*it).first;
     if (slice.isPast(key)) return false;
     if (slice.matches(key)) return true;

@@ -12,6 +12,9 @@ void ZDB::createUniverse() {
 }
 
 AbstractZDBSymbol* ZDB::insertSymbol(std::unique_ptr<AbstractZDBSymbol> symbol) {
+  // Whoever reads domains may count on them, even when what should have set them failed.
+  symbol->domains.resize(static_cast<std::size_t>(symbol->dim), universe());
+  symbol->domainNames.resize(static_cast<std::size_t>(symbol->dim));
   symbols_.insert(symbol->name.c_str(), symbol.get());
   return symbol.release();
 }
@@ -22,6 +25,8 @@ bool ZDB::appendDomain(AbstractZDBSymbol* symbol, AbstractZDBSymbol* domain, con
   if (domain == nullptr) {
     if (name == nullptr || std::strcmp(name, "*") == 0 || std::strcmp(name, " ") == 0) {
       symbol->domains.back() = universe();
+    } else if (std::strlen(name) > kMaxNameLength) {
+      return setLastError("Domain name too long. Max length is %d: >%s<", kMaxNameLength, name);
     } else {
       symbol->domainNames.back() = name;
     }
@@ -99,13 +104,14 @@ AbstractZDBSymbol* ZDB::switchSymbolStorage(AbstractZDBSymbol* symbol, int stora
   return copy.release();
 }
 
-void ZDB::redirectReferences(const AbstractZDBSymbol* from, AbstractZDBSymbol* to) {
-  symbols_.forEach([&](AbstractZDBSymbol* symbol) {
+void ZDB::redirectReferences(AbstractZDBSymbol* from, AbstractZDBSymbol* to) {
+  const auto redirect = [&](AbstractZDBSymbol* symbol) {
     if (symbol->aliasTarget == from) symbol->aliasTarget = to;
-    std::replace(symbol->domains.begin(), symbol->domains.end(),
-                 const_cast<AbstractZDBSymbol*>(from), to);
+    std::replace(symbol->domains.begin(), symbol->domains.end(), from, to);
     return true;
-  });
+  };
+  redirect(to);  // a set can be its own domain
+  symbols_.forEach(redirect);
 }
 
 bool ZDB::GetSymbolsUels(AbstractZDBSymbol* const* list, int count, int* counters, int length) {
