@@ -1,0 +1,70 @@
+#include "zxf/column.h"
+#include "zxf/planes.h"
+
+namespace zxfile {
+
+void ColumnReader::read(FieldReader& in, std::span<double> values, const SpecialValues& delivered) {
+  ColumnHeader header;
+  visit(in, header);
+  if (header.kind == ColumnKind::Constant) {
+    if (header.code > kLiteralCode) in.damaged("code of a constant column");
+    const double value =
+        header.code == kLiteralCode ? std::bit_cast<double>(header.bits) : delivered[header.code];
+    std::fill(values.begin(), values.end(), value);
+    return;
+  }
+  if (header.kind == ColumnKind::Decimal) {
+    readDecimal(in, header, values);
+  } else {
+    readDouble(in, values);
+  }
+  readAside(in, values, delivered);
+}
+
+void ColumnReader::readPlanes(FieldReader& in, std::size_t n, int width) {
+  planes_.resize(n * width);
+  for (int p = 0; p < width; ++p) {
+    streams_.read(in, std::span(planes_).subspan(p * n, n), "plane of a value column");
+  }
+}
+
+void ColumnReader::readDecimal(FieldReader& in, const ColumnHeader& header,
+                               std::span<double> values) {
+  if (header.decimals > kMaxDecimals) in.damaged("decimals of a column");
+  if (header.width > kMaxDecimalWidth) in.damaged("width of a column");
+  readPlanes(in, values.size(), header.width);
+  const double power = powerOfTen(header.decimals);
+  // Unsigned, so that a damaged base wraps around instead of overflowing.
+  const auto base = static_cast<std::uint64_t>(header.base);
+  joinPlanes(values.size(), header.width, planes_.data(), [&](std::size_t i, std::uint64_t n) {
+    values[i] = decimalValue(static_cast<std::int64_t>(base + n), power);
+  });
+}
+
+void ColumnReader::readDouble(FieldReader& in, std::span<double> values) {
+  readPlanes(in, values.size(), sizeof(double));
+  joinPlanes(values.size(), sizeof(double), planes_.data(),
+             [&](std::size_t i, std::uint64_t bits) { values[i] = std::bit_cast<double>(bits); });
+}
+
+void ColumnReader::readAside(FieldReader& in, std::span<double> values,
+                             const SpecialValues& delivered) {
+  constexpr std::size_t kMaxAsideSize = 5 + 1 + sizeof(double);
+  streams_.read(in, asideBytes_, values.size() * kMaxAsideSize, "values beside a column");
+  // Each entry passes over a gap, so positions ascend and the loop ends whatever the bytes are.
+  FieldReader aside(asideBytes_, Errc::DamagedRecords);
+  for (std::uint64_t position = 0; aside.left() > 0; ++position) {
+    std::uint64_t gap = 0;
+    aside.varint("position of a value beside its column", gap);
+    if (gap >= values.size() - position) in.damaged("position of a value beside its column");
+    position += gap;
+    std::uint8_t code = 0;
+    aside.number("code of a value beside its column", code);
+    if (code > kLiteralCode) in.damaged("code of a value beside its column");
+    std::uint64_t bits = 0;
+    if (code == kLiteralCode) aside.number("value beside its column", bits);
+    values[position] = code == kLiteralCode ? std::bit_cast<double>(bits) : delivered[code];
+  }
+}
+
+}  // namespace zxfile

@@ -1,0 +1,135 @@
+#include <algorithm>
+
+#include "zxf/column.h"
+#include "zxf/planes.h"
+
+namespace zxfile {
+
+namespace {
+
+bool allSame(std::span<const double> values) {
+  return std::all_of(values.begin(), values.end(),
+                     [&](double value) { return bitsOf(value) == bitsOf(values[0]); });
+}
+
+int widthOf(std::uint64_t largest) {
+  int width = 0;
+  for (; largest > 0; largest >>= 8) ++width;
+  return width;
+}
+
+}  // namespace
+
+void ColumnWriter::append(Bytes& out, std::span<const double> values,
+                          const SpecialMatcher& specials) {
+  if (allSame(values)) {
+    appendConstant(out, values[0], specials);
+    return;
+  }
+  separate(values, specials);
+  if (decimal_.analyse(plain_)) {
+    appendDecimal(out);
+  } else {
+    appendDouble(out);
+  }
+  appendAside(out);
+}
+
+void ColumnWriter::separate(std::span<const double> values, const SpecialMatcher& specials) {
+  plain_.assign(values.begin(), values.end());
+  aside_.clear();
+  bool any = false;
+  for (const double value : values) any |= specials.matches(bitsOf(value));
+  if (!any) return;
+  // Not all values are the same, so one is plain or two special values differ.
+  const auto first = std::find_if(values.begin(), values.end(),
+                                  [&](double value) { return !specials.matches(bitsOf(value)); });
+  double neighbour = first == values.end() ? 0.0 : *first;
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    const std::uint8_t code = specials.code(bitsOf(values[i]));
+    if (code == kLiteralCode) {
+      neighbour = values[i];
+    } else {
+      aside_.push_back({static_cast<std::uint32_t>(i), code, 0});
+      plain_[i] = neighbour;
+    }
+  }
+}
+
+void ColumnWriter::appendConstant(Bytes& out, double value, const SpecialMatcher& specials) {
+  ColumnHeader header;
+  header.kind = ColumnKind::Constant;
+  header.code = specials.code(bitsOf(value));
+  header.bits = bitsOf(value);
+  FieldWriter fields(out);
+  visit(fields, header);
+}
+
+// Misfits go aside and leave their neighbour's integer behind, which costs the planes nothing.
+void ColumnWriter::smoothMisfits() {
+  const std::span<const std::uint32_t> misfits = decimal_.misfits();
+  integers_.assign(decimal_.integers().begin(), decimal_.integers().end());
+  if (misfits.empty()) return;
+  std::size_t firstFit = 0;
+  while (firstFit < misfits.size() && misfits[firstFit] == firstFit) ++firstFit;
+  const std::size_t specialCount = aside_.size();
+  for (const std::uint32_t position : misfits) {
+    aside_.push_back({position, kLiteralCode, bitsOf(plain_[position])});
+    integers_[position] = integers_[position == 0 ? firstFit : position - 1];
+  }
+  // A special value behind a misfit has copied it: such positions are special, not literal.
+  const auto before = [](const AsideValue& a, const AsideValue& b) {
+    return a.position < b.position;
+  };
+  std::inplace_merge(aside_.begin(), aside_.begin() + static_cast<std::ptrdiff_t>(specialCount),
+                     aside_.end(), before);
+  const auto samePosition = [](const AsideValue& a, const AsideValue& b) {
+    return a.position == b.position;
+  };
+  aside_.erase(std::unique(aside_.begin(), aside_.end(), samePosition), aside_.end());
+}
+
+void ColumnWriter::appendDecimal(Bytes& out) {
+  smoothMisfits();
+  const auto [least, most] = std::minmax_element(integers_.begin(), integers_.end());
+  ColumnHeader header;
+  header.kind = ColumnKind::Decimal;
+  header.decimals = static_cast<std::uint8_t>(decimal_.decimals());
+  header.base = *least;
+  header.width = static_cast<std::uint8_t>(widthOf(static_cast<std::uint64_t>(*most - *least)));
+  FieldWriter fields(out);
+  visit(fields, header);
+  appendPlanes(out, header.width, [&](std::size_t i) {
+    return static_cast<std::uint64_t>(integers_[i] - header.base);
+  });
+}
+
+void ColumnWriter::appendDouble(Bytes& out) {
+  ColumnHeader header;
+  header.kind = ColumnKind::Double;
+  FieldWriter fields(out);
+  visit(fields, header);
+  appendPlanes(out, sizeof(double), [&](std::size_t i) { return bitsOf(plain_[i]); });
+}
+
+template <typename Source>
+void ColumnWriter::appendPlanes(Bytes& out, int width, Source source) {
+  const std::size_t n = plain_.size();
+  planes_.resize(n * width);
+  splitPlanes(n, width, planes_.data(), source);
+  for (int p = 0; p < width; ++p) streams_.append(out, ByteSpan(planes_).subspan(p * n, n));
+}
+
+void ColumnWriter::appendAside(Bytes& out) {
+  asideBytes_.clear();
+  std::uint32_t next = 0;
+  for (const AsideValue& value : aside_) {
+    appendVarint(asideBytes_, value.position - next);
+    asideBytes_.push_back(value.code);
+    if (value.code == kLiteralCode) FieldWriter(asideBytes_).number("value", value.bits);
+    next = value.position + 1;
+  }
+  streams_.append(out, asideBytes_);
+}
+
+}  // namespace zxfile

@@ -1,0 +1,47 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "zxf/file.h"
+
+namespace zxfile {
+
+Descriptor::~Descriptor() {
+  if (fd_ >= 0) ::close(fd_);
+}
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  std::swap(fd_, other.fd_);
+  return *this;
+}
+
+// O_NONBLOCK keeps the open of a named pipe from waiting for a writer; it means nothing for the
+// regular files that pass the check behind it.
+InputFile::InputFile(const char* path) : file_(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+  if (!file_.valid()) fail(Errc::CannotOpenFile, printed("%.100s: %s", path, std::strerror(errno)));
+  struct stat status;
+  if (::fstat(file_.get(), &status) != 0) {
+    fail(Errc::CannotOpenFile, printed("%.100s: %s", path, std::strerror(errno)));
+  }
+  if (!S_ISREG(status.st_mode)) fail(Errc::NotRegularFile, printed("%.100s", path));
+  size_ = static_cast<std::uint64_t>(status.st_size);
+}
+
+void InputFile::read(std::uint64_t offset, std::span<std::uint8_t> to) const {
+  while (!to.empty()) {
+    const ssize_t got = ::pread(file_.get(), to.data(), to.size(), static_cast<off_t>(offset));
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) fail(Errc::ReadFailed, std::strerror(errno));
+    if (got == 0) {
+      fail(Errc::TruncatedFile,
+           printed("it ends at byte %llu", static_cast<unsigned long long>(offset)));
+    }
+    to = to.subspan(static_cast<std::size_t>(got));
+    offset += static_cast<std::uint64_t>(got);
+  }
+}
+
+}  // namespace zxfile

@@ -1,0 +1,85 @@
+// What a handle of the C interface points at, and the guard of all calls on it.
+#pragma once
+
+#include <memory>
+#include <new>
+
+#include "zxf/errors.h"
+#include "zxf/reader.h"
+#include "zxf/writer.h"
+
+namespace zxfile {
+
+// A handle is closed, reading or writing; special values outlast the file, errors last until the
+// next one is opened.
+struct Object {
+  ErrorLog errors;
+  SpecialValues written = kDefaultSpecials;    // recognised in data that is written
+  SpecialValues delivered = kDefaultSpecials;  // given for them when data is read
+  std::unique_ptr<Reader> reader;              // at most one of the two is there
+  std::unique_ptr<Writer> writer;
+
+  // The open file, or a failure: NoFileOpen, NotReading, NotWriting.
+  Reader& reading() const;
+  Writer& writing() const;
+  void requireClosed() const;
+};
+
+// Thrown by calls on a writer whose file has failed: that was counted when it happened, and no
+// further call may count it again.
+struct AlreadyReported {};
+
+inline Reader& Object::reading() const {
+  if (reader != nullptr) return *reader;
+  fail(writer != nullptr ? Errc::NotReading : Errc::NoFileOpen);
+}
+
+inline Writer& Object::writing() const {
+  if (writer == nullptr) fail(reader != nullptr ? Errc::NotWriting : Errc::NoFileOpen);
+  if (writer->broken()) throw AlreadyReported();
+  return *writer;
+}
+
+inline void Object::requireClosed() const {
+  if (reader != nullptr || writer != nullptr) fail(Errc::FileIsOpen);
+}
+
+// Fails when any of the pointers is null.
+template <typename... Pointers>
+void requireAll(const Pointers*... pointers) {
+  const bool anyNull = ((pointers == nullptr) || ...);
+  if (anyNull) fail(Errc::NullArgument);
+}
+
+// Runs the body of a call: work(Object&) gives the result; whatever it throws is counted and gives
+// 0, as does a null handle, which has no place to count anything. The only catch blocks of the
+// library that turn failures into errors stand here; on a record path they cost nothing.
+template <typename Work>
+int guarded(void* handle, Work work) {
+  if (handle == nullptr) return 0;
+  Object& object = *static_cast<Object*>(handle);
+  const auto unexpected = [&](Errc code, const char* what) {
+    object.errors.add(code, what);
+    if (object.writer != nullptr) object.writer->setBroken();
+  };
+  try {
+    return work(object);
+  } catch (const AlreadyReported&) {
+    return 0;
+  } catch (const Failure& failure) {
+    object.errors.add(failure.code(), failure.what());
+  } catch (const std::bad_alloc&) {
+    unexpected(Errc::OutOfMemory, "");
+  } catch (const std::exception& other) {
+    unexpected(Errc::Unexpected, other.what());
+  }
+  return 0;
+}
+
+// Copies a text of at most 255 bytes and terminates it.
+inline void copyText(std::string_view text, char* to) {
+  text.copy(to, text.size());
+  to[text.size()] = '\0';
+}
+
+}  // namespace zxfile
