@@ -1,0 +1,83 @@
+#pragma once
+
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "core/zdb.h"
+
+// The frame that every API function runs in: one place traces, checks the database handle, catches
+// and words what was caught. A call that succeeds pays two predictable branches for it.
+namespace zdb {
+
+/// Writes a function's name to the trace; functions are traced before they do anything else.
+inline void trace(const char* function) {
+  if (ZDB::debugLevel > 0) [[unlikely]] {
+    debug_out(function, 1);
+  }
+}
+
+/// Reports exhausted memory on standard output and in the last-error text. Returns 0.
+int outOfMemory(const char* function, ZDB& db) noexcept;
+/// Reports any other exception in the last-error text. Returns 0.
+int unexpectedException(const char* function, ZDB& db, const std::exception& exception) noexcept;
+
+/// One call of an API function, handed to its body.
+struct Call {
+  const char* function;
+  ZDB& db;
+
+  /// Whether an argument is there; a null one is reported with its name.
+  bool given(const void* argument, const char* name) const {
+    if (argument != nullptr) [[likely]]
+      return true;
+    missing(name);
+    return false;  // a constant, here and in checks.h: the caller keeps nothing over the report
+  }
+  void missing(const char* name) const {
+    db.setLastError("%s: argument %s must not be null", function, name);
+  }
+  /// As given, for entry `index` of an array.
+  bool givenAt(const void* entry, const char* name, int index) const {
+    return entry != nullptr ||
+           db.setLastError("%s: argument %s[%d] must not be null", function, name, index);
+  }
+};
+
+/// Runs `body(Call)`, which returns whether it worked, and returns that as 1 or 0. `function` is
+/// the caller's __func__; the message about exhausted memory may name another one. Without a
+/// database there is nowhere to leave a message, so the result is just 0.
+template <typename Body>
+inline int guarded(const char* function, ZDB* db, Body&& body, const char* nameWithoutMemory) {
+  trace(function);
+  if (db == nullptr) [[unlikely]]
+    return 0;
+  try {
+    return std::forward<Body>(body)(Call{function, *db}) ? 1 : 0;
+  } catch (const std::bad_alloc&) {
+    return outOfMemory(nameWithoutMemory, *db);
+  } catch (const std::exception& exception) {
+    return unexpectedException(function, *db, exception);
+  }
+}
+
+template <typename Body>
+inline int guarded(const char* function, ZDB* db, Body&& body) {
+  return guarded(function, db, std::forward<Body>(body), function);
+}
+
+/// The form of a function for bindings that want the handle as the result: runs
+/// `plain(Handle** out)`, returns what it put there (null on failure) and its result in `status`.
+template <typename Handle, typename Plain>
+inline Handle* pyTwin(const char* function, ZDB* db, int* status, Plain&& plain) {
+  trace(function);
+  if (status == nullptr) {
+    if (db != nullptr) Call{function, *db}.missing("status");
+    return nullptr;
+  }
+  Handle* handle = nullptr;
+  *status = std::forward<Plain>(plain)(&handle);
+  return *status != 0 ? handle : nullptr;
+}
+
+}  // namespace zdb

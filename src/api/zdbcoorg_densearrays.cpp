@@ -1,0 +1,81 @@
+#include "api/checks.h"
+#include "api/guard.h"
+#include "api/zdbcoorg.h"
+
+// Symbols to dense arrays and back.
+namespace zdb {
+
+namespace {
+
+constexpr const char* kUniverseArray = "Cannot convert the Universe to or from an array";
+
+bool arraySymbolGiven(Call call, const AbstractZDBSymbol* symbol) {
+  return userSymbolGiven(call, symbol, kUniverseArray);
+}
+
+/// An array that a scalar can do without.
+bool givenForPositions(Call call, const AbstractZDBSymbol* symbol, const void* array,
+                       const char* name) {
+  return symbol->dim == 0 || call.given(array, name);
+}
+
+}  // namespace
+
+int zdbDenseSymbolToDenseArray(zdbHandle_t db, double* array, const int* dims, zdbSymbol_t symbol,
+                               int field) {
+  return guarded(__func__, db, [&](Call call) {
+    return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
+           givenForPositions(call, symbol, dims, "dims") &&
+           db->DenseSymbolToDenseArray(array, dims, symbol, field);
+  });
+}
+
+int zdbSparseSymbolToDenseArray(zdbHandle_t db, double* array, const int* dims, zdbSymbol_t symbol,
+                                const zdbSymbol_t* domains, int field, int* dropped) {
+  return guarded(__func__, db, [&](Call call) {
+    return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
+           givenForPositions(call, symbol, dims, "dims") &&
+           givenForPositions(call, symbol, domains, "domains") && call.given(dropped, "dropped") &&
+           db->SparseSymbolToDenseArray(array, dims, symbol, domains, field, *dropped);
+  });
+}
+
+int zdbSparseSymbolToSqzdArray(zdbHandle_t db, double* array, int* dims, zdbSymbol_t symbol,
+                               const zdbSymbol_t* domains, const zdbSymbol_t* squeezed, int field,
+                               int* dropped) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!arraySymbolGiven(call, symbol) || !givenForPositions(call, symbol, dims, "dims") ||
+        !givenForPositions(call, symbol, domains, "domains") ||
+        !givenForPositions(call, symbol, squeezed, "squeezed")) {
+      return false;
+    }
+    for (int d = 0; d < symbol->dim; ++d) {
+      if (!call.givenAt(squeezed[d], "squeezed", d)) return false;
+    }
+    return call.given(dropped, "dropped") &&
+           db->SparseSymbolToSqzdArray(array, dims, symbol, domains, squeezed, field, *dropped);
+  });
+}
+
+int zdbDenseArrayToSymbol(zdbHandle_t db, const double* array, const zdbSymbol_t* domains,
+                          zdbSymbol_t symbol, const int* dims) {
+  return guarded(__func__, db, [&](Call call) {
+    return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
+           givenForPositions(call, symbol, domains, "domains") &&
+           givenForPositions(call, symbol, dims, "dims") &&
+           db->DenseArrayToSymbol(array, domains, nullptr, symbol, dims);
+  });
+}
+
+int zdbDenseArraySlicesToSymbol(zdbHandle_t db, const double* array, const zdbSymbol_t* domains,
+                                const zdbSymbol_t* slices, zdbSymbol_t symbol, const int* dims) {
+  return guarded(__func__, db, [&](Call call) {
+    return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
+           givenForPositions(call, symbol, domains, "domains") &&
+           givenForPositions(call, symbol, slices, "slices") &&
+           givenForPositions(call, symbol, dims, "dims") &&
+           db->DenseArrayToSymbol(array, domains, slices, symbol, dims);
+  });
+}
+
+}  // namespace zdb

@@ -1,0 +1,131 @@
+#include <memory>
+
+#include "api/checks.h"
+#include "api/guard.h"
+#include "api/zdbcoorg.h"
+
+// Starting, moving, comparing, copying and freeing record handles.
+namespace zdb {
+
+int zdbFindFirstRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(record, "record")) return false;
+    *record = nullptr;
+    return symbolGiven(call, symbol) && handOut(db->FindFirstRecord(symbol), record);
+  });
+}
+
+zdbRecord_t zdbFindFirstRecordPy(zdbHandle_t db, zdbSymbol_t symbol, int* status) {
+  return pyTwin<AbstractZDBSymbolIterator>(
+      __func__, db, status, [&](zdbRecord_t* out) { return zdbFindFirstRecord(db, symbol, out); });
+}
+
+int zdbFindLastRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(record, "record")) return false;
+    *record = nullptr;
+    return symbolGiven(call, symbol) && handOut(db->FindLastRecord(symbol), record);
+  });
+}
+
+zdbRecord_t zdbFindLastRecordPy(zdbHandle_t db, zdbSymbol_t symbol, int* status) {
+  return pyTwin<AbstractZDBSymbolIterator>(
+      __func__, db, status, [&](zdbRecord_t* out) { return zdbFindLastRecord(db, symbol, out); });
+}
+
+namespace {
+
+int findSlice(const char* function, ZDB* db, zdbSymbol_t symbol, const char* const* keys,
+              zdbRecord_t* record, bool backwards) {
+  return guarded(function, db, [&](Call call) {
+    if (!call.given(record, "record")) return false;
+    *record = nullptr;
+    return symbolGiven(call, symbol) && keysGiven(call, symbol, keys) &&
+           handOut(db->FindRecordSlice(symbol, keys, backwards), record);
+  });
+}
+
+}  // namespace
+
+int zdbFindFirstRecordSlice(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
+                            zdbRecord_t* record) {
+  return findSlice(__func__, db, symbol, keys, record, false);
+}
+
+zdbRecord_t zdbFindFirstRecordSlicePy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
+                                      int* status) {
+  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
+    return zdbFindFirstRecordSlice(db, symbol, keys, out);
+  });
+}
+
+int zdbFindLastRecordSlice(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
+                           zdbRecord_t* record) {
+  return findSlice(__func__, db, symbol, keys, record, true);
+}
+
+zdbRecord_t zdbFindLastRecordSlicePy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
+                                     int* status) {
+  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
+    return zdbFindLastRecordSlice(db, symbol, keys, out);
+  });
+}
+
+int zdbRecordMoveNext(zdbHandle_t db, zdbRecord_t record) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!recordGiven(call, record)) return false;
+    if (record->moveNext(db->highestLabel())) [[likely]]
+      return true;
+    db->setLastError("%s", record->lastMessage());
+    return false;
+  });
+}
+
+int zdbRecordMovePrev(zdbHandle_t db, zdbRecord_t record) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!recordGiven(call, record)) return false;
+    return record->movePrev() || db->setLastError("%s", record->lastMessage());
+  });
+}
+
+int zdbRecordHasNext(zdbHandle_t db, zdbRecord_t record) {
+  return guarded(__func__, db, [&](Call call) {
+    return recordGiven(call, record) && record->hasNext(db->labels());
+  });
+}
+
+int zdbRecordHasPrev(zdbHandle_t db, zdbRecord_t record) {
+  return guarded(__func__, db,
+                 [&](Call call) { return recordGiven(call, record) && record->hasPrev(); });
+}
+
+int zdbSameRecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t second) {
+  return guarded(__func__, db, [&](Call call) {
+    return recordGiven(call, first) && recordGiven(call, second) && first->equalValues(second);
+  });
+}
+
+int zdbCopySymbolIterator(zdbHandle_t db, zdbRecord_t source, zdbRecord_t* record) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(record, "record")) return false;
+    *record = nullptr;
+    if (source == nullptr) return db->setLastError("No source symbol record handle specified");
+    return handOut(ZDB::symbolIteratorFactory(source), record);
+  });
+}
+
+zdbRecord_t zdbCopySymbolIteratorPy(zdbHandle_t db, zdbRecord_t source, int* status) {
+  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
+    return zdbCopySymbolIterator(db, source, out);
+  });
+}
+
+int zdbFreeSymbolIterator(zdbHandle_t db, zdbRecord_t record) {
+  return guarded(__func__, db, [&](Call) {
+    if (record == nullptr) return db->setLastError("No iterator to be freed defined");
+    std::default_delete<AbstractZDBSymbolIterator>()(record);
+    return true;
+  });
+}
+
+}  // namespace zdb

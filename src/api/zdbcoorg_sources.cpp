@@ -1,0 +1,65 @@
+#include "api/checks.h"
+#include "api/guard.h"
+#include "api/zdbcoorg.h"
+
+// Data exchange files and data callbacks.
+namespace zdb {
+
+namespace {
+
+/// A callback that loading a symbol would call; print alone may be absent.
+template <typename Callback>
+bool given(Call call, Callback callback, const char* name) {
+  return call.given(reinterpret_cast<const void*>(callback), name);
+}
+
+}  // namespace
+
+// A null file name becomes the exception that a string made of null throws.
+
+int zdbInitFromZXF(zdbHandle_t db, const char* fileName) {
+  return guarded(__func__, db, [&](Call) { return db->InitFromZXF(fileName); });
+}
+
+int zdbCloseZXF(zdbHandle_t db, int loadRemain) {
+  return guarded(__func__, db, [&](Call) { return db->CloseZXF(loadRemain != 0); });
+}
+
+int zdbWriteZXF(zdbHandle_t db, const char* fileName, int noDomainCheck) {
+  return guarded(__func__, db, [&](Call) { return db->WriteZXF(fileName, noDomainCheck); });
+}
+
+int zdbInitFromDB(zdbHandle_t db, zdbHandle_t source) {
+  return guarded(__func__, db,
+                 [&](Call call) { return call.given(source, "source") && db->InitFromDB(source); });
+}
+
+int zdbInitFromDMRF(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
+                    zdbReadStartCallback_t readStart, zdbReadRecordCallback_t readRecord,
+                    zdbReadDoneCallback_t readDone, zdbElemTextCallback_t elemText,
+                    zdbPrintCallback_t print, void* user) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!given(call, findSymbol, "findSymbol") || !given(call, readStart, "readStart") ||
+        !given(call, readRecord, "readRecord") || !given(call, readDone, "readDone") ||
+        !given(call, elemText, "elemText")) {
+      return false;
+    }
+    db->InitFromDMRF({findSymbol, readStart, readRecord, readDone, elemText, print, user});
+    return true;
+  });
+}
+
+int zdbSetDataCallbacks(zdbHandle_t db, int clear, zdbFindSymbolCallback_t findSymbol,
+                        zdbReadStartCallback_t readStart, zdbReadRecordCallback_t readRecord,
+                        zdbReadDoneCallback_t readDone, zdbElemTextCallback_t elemText,
+                        zdbPrintCallback_t print, const double* specialValues, void* user) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(specialValues, "specialValues")) return false;
+    const DataCallbacks callbacks = {findSymbol, readStart, readRecord, readDone,
+                                     elemText,   print,     user};
+    db->SetDataCallbacks(clear != 0, callbacks, specialValues);
+    return true;
+  });
+}
+
+}  // namespace zdb

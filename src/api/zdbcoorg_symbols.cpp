@@ -1,0 +1,251 @@
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "api/checks.h"
+#include "api/guard.h"
+#include "api/zdbcoorg.h"
+
+// Making, finding, clearing and copying symbols.
+namespace zdb {
+
+namespace {
+
+// Names are read the same way whatever locale the host has set.
+constexpr bool isLetter(char c) {
+  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
+}
+constexpr bool isNamePart(char c) {
+  return isLetter(c) || (c >= '0' && c <= '9') || c == '_';
+}
+
+bool checkSymName(std::string_view name) {
+  return name.size() <= std::size_t{kMaxNameLength} && !name.empty() && isLetter(name[0]) &&
+         std::all_of(name.begin() + 1, name.end(), isNamePart);
+}
+
+bool dimAllowed(Call call, int dim, int type) {
+  if (dim == 0 && type == TypeSet) {
+    return call.db.setLastError("Dimension must be greater than 0 for a Set");
+  }
+  if (dim >= 0 && dim <= kMaxDim) return true;
+  return call.db.setLastError(
+      "Dimension must be greater or equal 0 and smaller or equal %d (saw %d)", kMaxDim, dim);
+}
+
+bool nameAndTextAllowed(Call call, const char* name, const char* explText) {
+  if (name == nullptr) return call.db.setLastError("Name of symbol cannot be NULL");
+  if (!checkSymName(name)) {
+    return call.db.setLastError("'%s' is not a valid name for a ZARN symbol", name);
+  }
+  return call.given(explText, "explText") && textFits(call, explText);
+}
+
+/// A null domain is looked up by its name, so the name must be there.
+bool domainNamesGiven(Call call, int dim, const zdbSymbol_t* domains,
+                      const char* const* domainNames) {
+  for (int i = 0; i < std::min(dim, kMaxDim); ++i) {
+    if (domains != nullptr && domains[i] != nullptr) continue;
+    if (!call.given(domainNames, "domainNames")) return false;
+    if (!call.givenAt(domainNames[i], "domainNames", i)) return false;
+  }
+  return true;
+}
+
+/// Enters a checked symbol into the database; null and a message when that fails.
+zdbSymbol_t enterSymbol(ZDB& db, const char* name, int dim, int type, int userInfo,
+                        const char* explText, const zdbSymbol_t* domains,
+                        const char* const* domainNames) {
+  zdbSymbol_t symbol = db.AddSymbol(name, dim, type, userInfo, explText, domains, domainNames);
+  if (symbol != nullptr) db.markWritten(symbol);
+  return symbol;
+}
+
+}  // namespace
+
+int zdbAddSymbol(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
+                 const char* explText, zdbSymbol_t* symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(symbol, "symbol")) return false;
+    *symbol = nullptr;
+    if (!dimAllowed(call, dim, type) || !nameAndTextAllowed(call, name, explText)) return false;
+    std::array<zdbSymbol_t, kMaxDim> domains;
+    domains.fill(db->universe());
+    *symbol = enterSymbol(*db, name, dim, type, userInfo, explText, domains.data(), nullptr);
+    return *symbol != nullptr;
+  });
+}
+
+zdbSymbol_t zdbAddSymbolPy(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
+                           const char* explText, int* status) {
+  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
+    return zdbAddSymbol(db, name, dim, type, userInfo, explText, out);
+  });
+}
+
+// Reports success even when the symbol cannot be entered: callers tell by the null handle.
+int zdbAddSymbolX(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
+                  const char* explText, const zdbSymbol_t* domains, const char* const* domainNames,
+                  zdbSymbol_t* symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(symbol, "symbol")) return false;
+    *symbol = nullptr;
+    if (!nameAndTextAllowed(call, name, explText)) return false;
+    if (!domainNamesGiven(call, dim, domains, domainNames)) return false;
+    *symbol = enterSymbol(*db, name, dim, type, userInfo, explText, domains, domainNames);
+    return true;
+  });
+}
+
+zdbSymbol_t zdbAddSymbolXPy(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
+                            const char* explText, const zdbSymbol_t* domains,
+                            const char* const* domainNames, int* status) {
+  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
+    return zdbAddSymbolX(db, name, dim, type, userInfo, explText, domains, domainNames, out);
+  });
+}
+
+int zdbFindSymbolWithAlias(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(symbol, "symbol")) return false;
+    *symbol = nullptr;
+    if (name == nullptr) return db->setLastError("Symbol name cannot be NULL");
+    return db->FindSymbol(name, symbol);
+  });
+}
+
+zdbSymbol_t zdbFindSymbolWithAliasPy(zdbHandle_t db, const char* name, int* status) {
+  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
+    return zdbFindSymbolWithAlias(db, name, out);
+  });
+}
+
+int zdbFindSymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!call.given(symbol, "symbol")) return false;
+    *symbol = nullptr;
+    if (name == nullptr) return db->setLastError("Symbol name cannot be NULL");
+    if (!db->FindSymbol(name, symbol)) return false;
+    *symbol = (*symbol)->aliasTarget;
+    return true;
+  });
+}
+
+zdbSymbol_t zdbFindSymbolPy(zdbHandle_t db, const char* name, int* status) {
+  return pyTwin<AbstractZDBSymbol>(__func__, db, status,
+                                   [&](zdbSymbol_t* out) { return zdbFindSymbol(db, name, out); });
+}
+
+namespace {
+
+/// Symbol `index` of `count` symbols that `get` knows, or the universe for -1.
+template <typename Get>
+bool symbolAt(Call call, int index, int count, zdbSymbol_t* symbol, Get get) {
+  if (!call.given(symbol, "symbol")) return false;
+  *symbol = nullptr;
+  if (index < -1 || index >= count) {
+    return call.db.setLastError("Symbol index %d is out of range", index);
+  }
+  *symbol = index == -1 ? call.db.universe() : get(index);
+  return true;
+}
+
+}  // namespace
+
+int zdbGetSymbolByIndex(zdbHandle_t db, int index, zdbSymbol_t* symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    return symbolAt(call, index, db->symbols().nonAliasCount(), symbol,
+                    [&](int i) { return db->symbols().nonAliasSymbol(i); });
+  });
+}
+
+zdbSymbol_t zdbGetSymbolByIndexPy(zdbHandle_t db, int index, int* status) {
+  return pyTwin<AbstractZDBSymbol>(
+      __func__, db, status, [&](zdbSymbol_t* out) { return zdbGetSymbolByIndex(db, index, out); });
+}
+
+int zdbGetSymbolByNumber(zdbHandle_t db, int number, zdbSymbol_t* symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    return symbolAt(call, number, db->symbols().size(), symbol,
+                    [&](int i) { return db->symbols()[i]; });
+  });
+}
+
+zdbSymbol_t zdbGetSymbolByNumberPy(zdbHandle_t db, int number, int* status) {
+  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
+    return zdbGetSymbolByNumber(db, number, out);
+  });
+}
+
+int zdbClearSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!userSymbolGiven(call, symbol, "Cannot clear the Universe")) return false;
+    if (symbol->isLoaded) symbol->clear();
+    symbol->isLoaded = true;
+    db->markWritten(symbol);
+    return true;
+  });
+}
+
+int zdbResetSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
+  return guarded(__func__, db, [&](Call call) {
+    if (!userSymbolGiven(call, symbol, "Cannot reset the Universe")) return false;
+    symbol->clear();
+    symbol->isWritten = false;
+    symbol->isLoaded = false;
+    return true;
+  });
+}
+
+int zdbCopySymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_t source) {
+  return guarded(__func__, db, [&](Call) {
+    if (source == nullptr) return db->setLastError("No source symbol handle specified");
+    if (target == nullptr) return db->setLastError("No target symbol handle specified");
+    return db->CopySymbol(target, source);
+  });
+}
+
+namespace {
+
+bool refuseStorage(Call call, int storageType) {
+  static constexpr const char* kNames[] = {"map", "vector", "tree"};
+  if (storageType < ZDB_STORAGE_MAP || storageType > ZDB_STORAGE_TREE) {
+    return call.db.setLastError(
+        "%s: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)", call.function,
+        storageType);
+  }
+  return call.db.setLastError("%s: record storage %d (%s) is not available in this version",
+                              call.function, storageType, kNames[storageType]);
+}
+
+bool selectDefaultStorage(Call call, int storageType) {
+  // Whether a storage can be had is known by the factory alone.
+  if (!call.db.symbolFactory(storageType, "probe", 1, TypeParameter, 0, 0, "")) {
+    return refuseStorage(call, storageType);
+  }
+  call.db.setDefaultStorage(storageType);
+  return true;
+}
+
+}  // namespace
+
+int zdbSelectRecordStorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType) {
+  return guarded(__func__, db, [&](Call call) {
+    if (symbol == nullptr || *symbol == nullptr) return selectDefaultStorage(call, storageType);
+    if (!symbolGiven(call, *symbol)) return false;
+    zdbSymbol_t switched = db->switchSymbolStorage(*symbol, storageType);
+    if (switched == nullptr) return refuseStorage(call, storageType);
+    *symbol = switched;
+    return true;
+  });
+}
+
+zdbSymbol_t zdbSelectRecordStoragePy(zdbHandle_t db, zdbSymbol_t symbol, int storageType,
+                                     int* status) {
+  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
+    *out = symbol;
+    return zdbSelectRecordStorage(db, out, storageType);
+  });
+}
+
+}  // namespace zdb
