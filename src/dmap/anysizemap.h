@@ -14,7 +14,8 @@ namespace zdb::dmap {
 class AnySizeMapIterator {
  public:
   AnySizeMapIterator() = default;
-  explicit AnySizeMapIterator(double* scalar) : at_{reinterpret_cast<int*>(scalar), nullptr, 0, 0} {}
+  explicit AnySizeMapIterator(double* scalar)
+      : at_{reinterpret_cast<int*>(scalar), nullptr, 0, 0} {}
   AnySizeMapIterator(const RecordTreeBase* tree, const RecordPosition& at) : at_(at), tree_(tree) {}
 
   void next() {

@@ -72,6 +72,8 @@ std::uint64_t DMap::bytesUsed() const {
   return sizeof *this + (map_.hasMap() ? map_.tree().bytesUsed() : 0);
 }
 
-std::string DMap::verify() const { return map_.hasMap() ? map_.tree().verify() : std::string(); }
+std::string DMap::verify() const {
+  return map_.hasMap() ? map_.tree().verify() : std::string();
+}
 
 }  // namespace zdb::dmap

@@ -29,7 +29,9 @@ enum class ElemOwnership : std::uint8_t {
 
 /// Number of doubles per record for a container built with `valueWidth`: any width below 2 means
 /// one, anything else five (level, marginal, lower bound, upper bound, scale).
-constexpr int doublesPerRecord(int valueWidth) { return valueWidth < 2 ? 1 : 5; }
+constexpr int doublesPerRecord(int valueWidth) {
+  return valueWidth < 2 ? 1 : 5;
+}
 
 /// A view of one record, made by dereferencing an iterator.
 ///

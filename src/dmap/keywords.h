@@ -8,7 +8,9 @@
 namespace zdb::dmap {
 
 /// Words needed for a key of `keyLength` labels.
-constexpr int wordsPerKey(int keyLength) { return (keyLength + 1) / 2; }
+constexpr int wordsPerKey(int keyLength) {
+  return (keyLength + 1) / 2;
+}
 
 inline constexpr int kMaxKeyWords = wordsPerKey(kMaxDim);
 

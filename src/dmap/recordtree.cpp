@@ -25,6 +25,7 @@ RecordTreeBase::RecordTreeBase(int keyLength, int doubles)
     : records_(recordBytes(keyLength, doubles), kFirstRecords, keyOffset(keyLength)),
       leaves_(sizeof(RecordLeaf), kFirstNodes),
       inners_(innerBytes(keyLength), kFirstNodes),
+      recordInts_(static_cast<int>(recordBytes(keyLength, doubles) / sizeof(int))),
       keyLength_(keyLength),
       keyWords_(static_cast<std::uint32_t>(wordsPerKey(keyLength))) {}
 
@@ -55,13 +56,13 @@ RecordPosition RecordTreeBase::nextInChain(RecordPosition at) const {
   return positionIn(leaf, 0);
 }
 
-// Called when a walk enters a leaf: fetches the records of the next leaf, which may be anywhere, and
-// the leaf behind it, so that the walk finds both there.
+// Called when a walk enters a leaf: fetches the records of the next leaf, which may be anywhere,
+// and the leaf behind it, so that the walk finds both there.
 void RecordTreeBase::prefetchAhead(const RecordLeaf& leaf) const {
   const RecordLeaf* next = leafAt(leaf.next);
   if (next == nullptr) return;
   if (const RecordLeaf* behind = leafAt(next->next); behind != nullptr) prefetchLeaf(behind);
-  if (next->run != RecordLeaf::kNone) return;
+  if (next->run != RecordLeaf::kNoRun) return;
   for (std::uint32_t i = 0; i < next->count; ++i) prefetch(keyAt(next->slots[i]));
 }
 
@@ -104,8 +105,7 @@ bool RecordTreeBase::locate(RecordPosition& at) const {
 std::int64_t RecordTreeBase::rank(RecordPosition at) const {
   if (!locate(at)) return -1;
   std::int64_t before = at.place;
-  for (const RecordLeaf* leaf = leafAt(at.leaf->prev); leaf != nullptr;
-       leaf = leafAt(leaf->prev)) {
+  for (const RecordLeaf* leaf = leafAt(at.leaf->prev); leaf != nullptr; leaf = leafAt(leaf->prev)) {
     before += leaf->count;
   }
   return before;
@@ -145,7 +145,8 @@ std::uint32_t RecordTreeBase::childFor(RecordInner* node, const std::uint64_t* w
 RecordLeaf* RecordTreeBase::newLeaf() noexcept {
   const std::uint32_t id = leaves_.take();
   auto* leaf = reinterpret_cast<RecordLeaf*>(leaves_.at(id));
-  leaf->next = leaf->prev = leaf->run = RecordLeaf::kNone;
+  leaf->next = leaf->prev = RecordLeaf::kNone;
+  leaf->run = RecordLeaf::kNoRun;
   leaf->count = 0;
   leaf->id = id;
   return leaf;
@@ -159,14 +160,31 @@ RecordInner* RecordTreeBase::newInner() noexcept {
   return inner;
 }
 
-RecordLeaf* RecordTreeBase::lastLeaf() {
-  records_.ensure(1);
+RecordLeaf* RecordTreeBase::addLastLeaf(const std::uint64_t* words) {
   if (last_ == nullptr) {
     leaves_.ensure(1);
     first_ = last_ = newLeaf();
     root_ = first_;
+  } else {
+    RecordLeaf* leaf = last_;
+    std::uint32_t place = leaf->count;
+    splitLeaf(leaf, place, words);
   }
   return last_;
+}
+
+RecordPosition RecordTreeBase::enterBefore(RecordLeaf* leaf, std::uint32_t place,
+                                           std::uint32_t slot, int* record, std::uint8_t tag) {
+  const std::uint32_t count = leaf->count;
+  std::copy_backward(leaf->tags + place, leaf->tags + count, leaf->tags + count + 1);
+  std::copy_backward(leaf->slots + place, leaf->slots + count, leaf->slots + count + 1);
+  leaf->tags[place] = tag;
+  leaf->slots[place] = slot;
+  leaf->run = count == 0 ? slot : RecordLeaf::kNoRun;
+  leaf->count = static_cast<std::uint8_t>(count + 1);
+  ++size_;
+  isInOrder_ = false;
+  return {record, leaf, slot, place};
 }
 
 void RecordTreeBase::splitLeaf(RecordLeaf*& leaf, std::uint32_t& place,
@@ -185,7 +203,7 @@ void RecordTreeBase::splitLeaf(RecordLeaf*& leaf, std::uint32_t& place,
   std::copy_n(left->tags + from, right->count, right->tags);
   std::copy_n(left->slots + from, right->count, right->slots);
   left->count = static_cast<std::uint8_t>(from);
-  if (left->run != RecordLeaf::kNone && right->count > 0) right->run = left->run + from;
+  if (left->run != RecordLeaf::kNoRun && right->count > 0) right->run = left->run + from;
   right->prev = left->id;
   right->next = left->next;
   left->next = right->id;
@@ -256,8 +274,8 @@ RecordInner* RecordTreeBase::splitInner(RecordInner* node, std::uint32_t from,
   return right;
 }
 
-void RecordTreeBase::addChildTo(RecordInner* node, std::uint32_t place,
-                                const std::uint64_t* words, void* child) noexcept {
+void RecordTreeBase::addChildTo(RecordInner* node, std::uint32_t place, const std::uint64_t* words,
+                                void* child) noexcept {
   std::copy_backward(node->children + place, node->children + node->count,
                      node->children + node->count + 1);
   std::copy_backward(separator(node, place - 1), separator(node, node->count - 1),

@@ -3,7 +3,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
 
 #include "dmap/slabpool.h"
@@ -14,11 +13,13 @@ namespace zdb::dmap {
 struct alignas(64) RecordLeaf {
   static constexpr std::uint32_t kCapacity = 47;
   static constexpr std::uint32_t kNone = SlabPool::kNone;
+  /// Such that no slot is kNoRun plus a place.
+  static constexpr std::uint32_t kNoRun = SlabPool::kMaxElements;
 
   std::uint32_t next;  ///< Index of the leaf behind in the pool of leaves, or kNone.
   std::uint32_t prev;  ///< Index of the leaf before, or kNone.
   std::uint32_t id;    ///< This leaf's own index.
-  /// The first slot if the slots are consecutive numbers, as in order of loading; else kNone.
+  /// The first slot if the records lie one behind the other, as in order of loading; else kNoRun.
   std::uint32_t run;
   std::uint8_t count;            ///< Records in this leaf; 0 once the leaf has been freed.
   std::uint8_t tags[kCapacity];  ///< One byte hashed from each key.
@@ -26,7 +27,7 @@ struct alignas(64) RecordLeaf {
 
   /// The slot at `place`, without a look at the other cache lines where the run tells.
   std::uint32_t slotAt(std::uint32_t place) const {
-    return run != kNone ? run + place : slots[place];
+    return run != kNoRun ? run + place : slots[place];
   }
 };
 static_assert(sizeof(RecordLeaf) == 256);
@@ -45,21 +46,24 @@ struct RecordPosition {
 struct RecordInner {
   static constexpr std::uint32_t kFanout = 32;
 
-  std::uint32_t count;       ///< Children in this node.
-  std::uint32_t id;          ///< Index in the pool of inner nodes.
-  void* children[kFanout];   ///< RecordInner, or RecordLeaf on the lowest level.
+  std::uint32_t count;      ///< Children in this node.
+  std::uint32_t id;         ///< Index in the pool of inner nodes.
+  void* children[kFanout];  ///< RecordInner, or RecordLeaf on the lowest level.
   // Followed by kFanout - 1 separators of wordsPerKey words each; see KeyWords.
 
   std::uint64_t* separators() { return reinterpret_cast<std::uint64_t*>(this + 1); }
 };
 
-/// Levels of inner nodes at most. Neighbours are merged when they fit into three quarters of a node,
-/// so nodes have far more than 8 children on average, and 2^32 records need no more than 10 levels.
+/// Levels of inner nodes at most. Neighbours are merged when they fit into three quarters of a
+/// node, so nodes have far more than 8 children on average, and 2^32 records need no more than 10
+/// levels.
 inline constexpr std::uint32_t kMaxHeight = 16;
 
 /// Bytes of a record: the key, directly followed by its values, which are to be aligned; hence 4
 /// bytes before a key of odd length.
-constexpr std::uint32_t keyOffset(int keyLength) { return keyLength % 2 == 0 ? 0 : sizeof(int); }
+constexpr std::uint32_t keyOffset(int keyLength) {
+  return keyLength % 2 == 0 ? 0 : sizeof(int);
+}
 constexpr std::uint32_t recordBytes(int keyLength, int doubles) {
   return static_cast<std::uint32_t>(keyOffset(keyLength) + keyLength * sizeof(int) +
                                     doubles * sizeof(double));
@@ -95,12 +99,19 @@ class RecordTreeBase {
   /// To the next record; a position at an erased record goes to the end.
   void next(RecordPosition& at) const {
     const RecordLeaf* leaf = at.leaf;
-    if (leaf != nullptr && at.place + 1 < leaf->count && leaf->slots[at.place] == at.slot) {
-      at.slot = leaf->slots[++at.place];
-      at.key = keyAt(at.slot);
-    } else {
-      at = nextInChain(at);
+    if (leaf != nullptr && at.place + 1 < leaf->count) {
+      if (leaf->run + at.place == at.slot) {
+        ++at.place;
+        ++at.slot;
+        at.key += recordInts_;
+        return;
+      }
+      if (leaf->slots[at.place] == at.slot) {
+        at = positionIn(at.leaf, at.place + 1);
+        return;
+      }
     }
+    at = nextInChain(at);
   }
   /// To the previous record, from the end to the last one; the first record stays where it is.
   void prev(RecordPosition& at) const;
@@ -124,26 +135,35 @@ class RecordTreeBase {
 
   /// Brings leaf and place of `at` up to date; false, with `at` at the end, if it is at no record.
   bool locate(RecordPosition& at) const;
-  /// The last leaf; makes the first one in an empty tree. Throws std::bad_alloc.
-  RecordLeaf* lastLeaf();
+  /// The last leaf, with room for a record with the key `words` behind all others, and an unused
+  /// slot. Throws std::bad_alloc before anything has changed.
+  RecordLeaf* lastLeafWithRoom(const std::uint64_t* words) {
+    records_.ensure(1);
+    if (last_ != nullptr && last_->count < RecordLeaf::kCapacity) return last_;
+    return addLastLeaf(words);
+  }
   /// Divides a full leaf so that the key `words` can be entered at `place`, and sets both to where
   /// it goes. Throws std::bad_alloc before anything has changed.
   void splitLeaf(RecordLeaf*& leaf, std::uint32_t& place, const std::uint64_t* words);
-  /// Enters a record in a leaf that has room.
-  void enterInLeaf(RecordLeaf* leaf, std::uint32_t place, std::uint32_t slot, std::uint8_t tag) {
-    const bool isAppended = place == leaf->count;
-    if (!isAppended) makeGap(*leaf, place);
-    if (!isAppended || leaf != last_) isInOrder_ = false;
-    if (leaf->count == 0) {
+  /// Enters a record behind all others in the last leaf.
+  RecordPosition enterLast(std::uint32_t slot, int* record, std::uint8_t tag) {
+    RecordLeaf* leaf = last_;
+    const std::uint32_t place = leaf->count;
+    if (place == 0) {
       leaf->run = slot;
-    } else if (!isAppended || slot != leaf->run + place) {
-      leaf->run = RecordLeaf::kNone;
+    } else if (slot != leaf->run + place || record != lastKey_ + recordInts_) {
+      leaf->run = RecordLeaf::kNoRun;
     }
     leaf->tags[place] = tag;
     leaf->slots[place] = slot;
-    ++leaf->count;
+    leaf->count = static_cast<std::uint8_t>(place + 1);
     ++size_;
+    lastKey_ = record;
+    return {record, leaf, slot, place};
   }
+  /// Enters a record before another one, in a leaf that has room.
+  RecordPosition enterBefore(RecordLeaf* leaf, std::uint32_t place, std::uint32_t slot, int* record,
+                             std::uint8_t tag);
 
   RecordLeaf* leafAt(std::uint32_t id) const {
     return id == RecordLeaf::kNone ? nullptr : reinterpret_cast<RecordLeaf*>(leaves_.at(id));
@@ -154,22 +174,18 @@ class RecordTreeBase {
 
   SlabPool records_;
   SlabPool leaves_;
-  void* root_ = nullptr;        ///< A leaf if height_ is 0, else an inner node; null when empty.
-  std::uint32_t height_ = 0;    ///< Levels of inner nodes.
+  void* root_ = nullptr;      ///< A leaf if height_ is 0, else an inner node; null when empty.
+  std::uint32_t height_ = 0;  ///< Levels of inner nodes.
   RecordLeaf* first_ = nullptr;
   RecordLeaf* last_ = nullptr;
-  int* lastKey_ = nullptr;      ///< The last record, to recognise appends.
+  int* lastKey_ = nullptr;  ///< The last record, to recognise appends.
   std::uint64_t size_ = 0;
   bool isInOrder_ = true;  ///< Nothing was done but appending: every leaf is a run.
 
  private:
   class Verifier;
 
-  static void makeGap(RecordLeaf& leaf, std::uint32_t place) {
-    const std::size_t moved = leaf.count - place;
-    std::memmove(leaf.tags + place + 1, leaf.tags + place, moved);
-    std::memmove(leaf.slots + place + 1, leaf.slots + place, moved * sizeof *leaf.slots);
-  }
+  RecordLeaf* addLastLeaf(const std::uint64_t* words);
   RecordPosition nextInChain(RecordPosition at) const;
   void prefetchAhead(const RecordLeaf& leaf) const;
   Path pathTo(const std::uint64_t* words, RecordLeaf*& leaf) const;
@@ -195,6 +211,7 @@ class RecordTreeBase {
   }
 
   SlabPool inners_;
+  int recordInts_;  ///< Distance of two records that lie one behind the other.
   int keyLength_;
   std::uint32_t keyWords_;
 };

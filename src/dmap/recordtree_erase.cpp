@@ -35,8 +35,8 @@ void RecordTreeBase::erase(RecordPosition at) {
 
 void RecordTreeBase::removeFromLeaf(const RecordPosition& at) noexcept {
   RecordLeaf& leaf = *at.leaf;
-  if (leaf.run != RecordLeaf::kNone && at.place + 1 != leaf.count) {
-    leaf.run = at.place == 0 ? leaf.run + 1 : RecordLeaf::kNone;
+  if (leaf.run != RecordLeaf::kNoRun && at.place + 1 != leaf.count) {
+    leaf.run = at.place == 0 ? leaf.run + 1 : RecordLeaf::kNoRun;
   }
   std::copy(leaf.tags + at.place + 1, leaf.tags + leaf.count, leaf.tags + at.place);
   std::copy(leaf.slots + at.place + 1, leaf.slots + leaf.count, leaf.slots + at.place);
@@ -80,7 +80,7 @@ bool RecordTreeBase::mergeLeaves(RecordLeaf* left, RecordLeaf* right) noexcept {
   if (left->count + right->count > static_cast<int>(kMergedLeaf)) return false;
   std::copy_n(right->tags, right->count, left->tags + left->count);
   std::copy_n(right->slots, right->count, left->slots + left->count);
-  left->run = RecordLeaf::kNone;
+  left->run = RecordLeaf::kNoRun;
   left->count = static_cast<std::uint8_t>(left->count + right->count);
   dropLeaf(right);
   return true;

@@ -86,6 +86,9 @@ class RecordTreeBase::Verifier {
     if (!low.empty() && isLess(words.data(), low.data())) fail("key before its separator");
     if (!high.empty() && !isLess(words.data(), high.data())) fail("key behind its separator");
     if (leaf->slotAt(place) != slot) fail("run");
+    if (leaf->run != RecordLeaf::kNoRun && place > 0 && key != previousKey_ + tree_.recordInts_) {
+      fail("run of records that lie apart");
+    }
     if (leaf->tags[place] != keyTag(words.data(), static_cast<int>(tree_.keyWords_))) fail("tag");
     RecordLeaf* found = nullptr;
     tree_.pathTo(words.data(), found);
@@ -112,6 +115,8 @@ class RecordTreeBase::Verifier {
   std::vector<std::uint32_t> slots_;
 };
 
-std::string RecordTreeBase::verify() const { return Verifier(*this).run(); }
+std::string RecordTreeBase::verify() const {
+  return Verifier(*this).run();
+}
 
 }  // namespace zdb::dmap

@@ -36,10 +36,7 @@ class RecordTree final : public RecordTreeBase {
 
   Inserted insert(const int* key, const double* values) override {
     const Words words(key);
-    if (lastKey_ == nullptr || words.isAfter(lastKey_)) {
-      RecordLeaf* leaf = lastLeaf();
-      return {insertAt(leaf, leaf->count, words, words.tag(), key, values), true};
-    }
+    if (lastKey_ == nullptr || words.isAfter(lastKey_)) return {append(words, key, values), true};
     const std::uint8_t tag = words.tag();
     RecordLeaf* leaf = descend(words);
     const RecordPosition found = findInLeaf(leaf, words, tag);
@@ -133,18 +130,29 @@ class RecordTree final : public RecordTreeBase {
     return low;
   }
 
+  /// Takes a slot, which is there, for a record.
+  int* store(std::uint32_t slot, const int* key, const double* values) {
+    int* record = recordAt(slot);
+    for (int i = 0; i < N; ++i) record[i] = key[i];
+    auto* stored = reinterpret_cast<double*>(record + N);
+    for (int i = 0; i < W; ++i) stored[i] = values[i];
+    return record;
+  }
+
+  RecordPosition append(const Words& words, const int* key, const double* values) {
+    lastLeafWithRoom(words.data());
+    const std::uint32_t slot = records_.take();
+    return enterLast(slot, store(slot, key, values), words.tag());
+  }
+
+  /// Adds a record in front of `place`, which is that of a record in the leaf or behind its last,
+  /// but not the end of the tree.
   RecordPosition insertAt(RecordLeaf* leaf, std::uint32_t place, const Words& words,
                           std::uint8_t tag, const int* key, const double* values) {
     records_.ensure(1);
     if (leaf->count == RecordLeaf::kCapacity) splitLeaf(leaf, place, words.data());
     const std::uint32_t slot = records_.take();
-    int* record = recordAt(slot);
-    for (int i = 0; i < N; ++i) record[i] = key[i];
-    auto* stored = reinterpret_cast<double*>(record + N);
-    for (int i = 0; i < W; ++i) stored[i] = values[i];
-    enterInLeaf(leaf, place, slot, tag);
-    if (leaf == last_ && place + 1 == leaf->count) lastKey_ = record;
-    return {record, leaf, slot, place};
+    return enterBefore(leaf, place, slot, store(slot, key, values), tag);
   }
 };
 

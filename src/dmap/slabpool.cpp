@@ -39,7 +39,7 @@ void SlabPool::grow(std::uint32_t count) {
 void SlabPool::addSlab() {
   const auto slab = static_cast<std::uint32_t>(biasedBases_.size());
   const std::uint32_t elements = slabElements(slab);
-  if (elements > kNone - bias_ - capacity_) throw std::bad_alloc();
+  if (elements > kMaxElements - capacity_) throw std::bad_alloc();
   biasedBases_.push_back(0);
   try {
     const std::size_t bytes = std::size_t{elements} * elementBytes_;

@@ -22,9 +22,11 @@ namespace zdb::dmap {
 class SlabPool {
  public:
   static constexpr std::uint32_t kNone = UINT32_MAX;
+  /// Indices stay below this, which leaves some numbers for other uses.
+  static constexpr std::uint32_t kMaxElements = UINT32_MAX - 1023;
 
-  /// `elementBytes`: size of an element, at least 4. `firstSlab`: elements in each of the first four
-  /// slabs, a power of two. `skew`: offset in an element that `at()` is to point to.
+  /// `elementBytes`: size of an element, at least 4. `firstSlab`: elements in each of the first
+  /// four slabs, a power of two. `skew`: offset in an element that `at()` is to point to.
   SlabPool(std::uint32_t elementBytes, std::uint32_t firstSlab, std::uint32_t skew = 0);
   ~SlabPool() { clear(); }
   SlabPool(const SlabPool&) = delete;
