@@ -1,0 +1,54 @@
+# Every job is one word; `make help` lists them. Missing packages are installed on the way.
+
+JOBS := $(shell nproc)
+# Looked up when it is run: ccache may be among the packages that have just been installed.
+CONFIGURE = cmake $$(command -v ccache >/dev/null && \
+  echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
+
+.PHONY: all demo test bench asan format lint install clean help
+
+all: build/build.ninja ## build everything into build/
+	@cmake --build --preset release
+
+demo: build/build.ninja ## run the main job on real data
+	@cmake --build --preset release --target diet_demo zdb
+	@mkdir -p build/demo
+	@build/bin/diet_demo examples/diet/data build/demo
+
+test: all ## build everything and run all tests
+	@ctest --preset release -j $(JOBS)
+
+bench: ## measure, each figure beside its peers
+	@script/packages.sh build bench
+	@$(CONFIGURE) --preset release -DZDB_BUILD_BENCH=ON >/dev/null
+	@cmake --build --preset release --target bench/all zxfcclib64
+	@for program in build/bin/bench_*; do $$program || exit; done
+
+asan: ## run all tests under the address and undefined-behaviour sanitizers
+	@script/packages.sh build
+	@$(CONFIGURE) --preset asan >/dev/null
+	@cmake --build --preset asan
+	@ctest --preset asan -j $(JOBS)
+
+format: ## lay out all C and C++ files
+	@script/packages.sh lint
+	@script/sources.sh | xargs clang-format -i
+
+lint: ## check layout, common faults, include directions and that every test is built
+	@script/packages.sh build lint bench
+	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
+	@script/lint.sh build-lint
+
+install: all ## install under PREFIX, /usr/local if it is not given
+	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))
+
+clean: ## remove everything that was built
+	@rm -rf build build-dev build-asan build-lint
+
+help: ## list the jobs
+	@sed -n 's/^\([a-z]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 10
+
+# Configuring again is the build's own business once build.ninja is there.
+build/build.ninja:
+	@script/packages.sh build
+	@$(CONFIGURE) --preset release >/dev/null

@@ -1,0 +1,75 @@
+#!/bin/sh
+# Fails on an include that points against the direction of the layers: check_includes.sh [--self-test]
+#
+#   api -> symbols, io -> core, dmap, utree, loaders
+#
+# At the bottom core may use the loaders and the interface of the record maps, dmap may use utree,
+# utree and loaders stand alone. Only api knows the public header.
+set -eu
+
+# check SOURCE_FOLDER: prints each wrong include, fails if there is one. The table names the folders
+# and headers that the files of a layer may include with quotes.
+check() {
+  grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
+    BEGIN {
+      allowed["api"] = "api symbols io core dmap utree loaders zdbcclib.h"
+      allowed["symbols"] = "symbols core dmap utree loaders"
+      allowed["io"] = "io core dmap utree loaders"
+      allowed["core"] = "core loaders dmap/idmap.h"
+      allowed["dmap"] = "dmap utree"
+      allowed["utree"] = "utree"
+      allowed["loaders"] = "loaders"
+    }
+    {
+      split($0, quoted, "\"")
+      name = quoted[2]
+      folder = name
+      sub("/.*", "", folder)
+      layer = substr($0, length(root) + 1)
+      sub("/.*", "", layer)
+      if (index(" " allowed[layer] " ", " " name " ") || index(" " allowed[layer] " ", " " folder " ")) next
+      split($0, place, ":")
+      printf "%s:%s: %s must not include \"%s\"\n", place[1], place[2], layer, name
+      wrong = 1
+    }
+    END { exit wrong }'
+}
+
+# Each of these must be found, and nothing in a tree that is in order.
+self_test() {
+  tree=$(mktemp -d)
+  trap 'rm -rf "$tree"' EXIT
+  for layer in api symbols io core dmap utree loaders; do mkdir "$tree/$layer"; done
+  echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
+  echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
+  echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
+  check "$tree" >/dev/null || { echo "self-test: a tree in order was refused"; return 1; }
+  while read -r from to; do
+    echo "# include  \"$to\"" >"$tree/$from/bad.h"
+    if check "$tree" >/dev/null; then
+      echo "self-test: $from includes $to and was not found"
+      return 1
+    fi
+    rm "$tree/$from/bad.h"
+  done <<'CASES'
+core symbols/zdbsymbol.h
+core io/trace.h
+core dmap/dmap.h
+core zdbcclib.h
+symbols io/trace.h
+symbols zdbcclib.h
+io symbols/slice.h
+io api/guard.h
+dmap core/zdb.h
+utree dmap/idmap.h
+loaders core/message.h
+loaders ../core/message.h
+CASES
+}
+
+cd "$(dirname "$0")/.."
+case ${1-} in
+  --self-test) self_test ;;
+  "") check src ;;
+  *) echo "usage: check_includes.sh [--self-test]" >&2; exit 2 ;;
+esac

@@ -1,0 +1,38 @@
+#!/bin/sh
+# Checks layout, include directions, that every test is built, and clang-tidy's checks over every
+# .cpp and .c file: lint.sh BUILD_FOLDER, which must be configured with everything switched on.
+# shellcheck disable=SC2317 # functions are called through step
+set -u
+cd "$(dirname "$0")/.." || exit
+build=$1
+failed=0
+
+step() {
+  name=$1
+  shift
+  if output=$("$@" 2>&1); then
+    echo "$name: ok"
+  else
+    echo "$name: FAILED"
+    echo "$output"
+    failed=1
+  fi
+}
+
+layout() { script/sources.sh | xargs clang-format --dry-run --Werror; }
+
+# Files that the build does not compile have no flags; the test projects are such.
+tidy() {
+  script/sources.sh '*.cpp' '*.c' | grep -v '^tests/package/' >"$build/lint-files"
+  sed 's,.*,^'"$PWD"'/&$,' "$build/lint-files" |
+    xargs run-clang-tidy -p "$build" -quiet -j "$(nproc)" >"$build/lint-tidy" 2>/dev/null && return
+  grep -vE 'clang-tidy.* -p=|^[0-9]+ warnings? |^$' "$build/lint-tidy"
+  return 1
+}
+
+step "layout" layout
+step "include directions" script/check_includes.sh
+step "include directions, self-test" script/check_includes.sh --self-test
+step "tests are built" script/check_tests.sh "$build"
+step "clang-tidy" tidy
+exit "$failed"

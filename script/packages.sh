@@ -1,0 +1,48 @@
+#!/bin/sh
+# Installs the Debian packages that a job needs, if any is missing: packages.sh JOB...
+# with the jobs build, lint and bench. Silent when everything is there.
+set -eu
+
+packages_for() {
+  case $1 in
+    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcli11-dev libcsv-dev" ;;
+    lint) echo "clang-format clang-tidy" ;;
+    bench) echo "libbenchmark-dev libabsl-dev libsqlite3-dev" ;;
+    *) echo "packages.sh: unknown job '$1', the jobs are build, lint and bench" >&2; exit 2 ;;
+  esac
+}
+
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+
+missing=
+for job in "$@"; do
+  wanted=$(packages_for "$job")
+  for package in $wanted; do
+    command -v dpkg-query >/dev/null && is_installed "$package" || missing="$missing $package"
+  done
+done
+[ -n "$missing" ] || exit 0
+
+if ! command -v apt-get >/dev/null; then
+  echo "note: no apt-get here, the build needs what Debian calls:$missing" >&2
+  exit 0
+fi
+if [ "$(id -u)" -eq 0 ]; then
+  as_root="env"
+elif command -v sudo >/dev/null; then
+  as_root="sudo env"
+else
+  echo "error: install as root first: apt-get install$missing" >&2
+  exit 1
+fi
+echo "Installing$missing"
+export DEBIAN_FRONTEND=noninteractive
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+# shellcheck disable=SC2086 # lists of words
+{
+  $as_root apt-get update -qq &&
+    $as_root DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing
+} >"$log" 2>&1 || { cat "$log" >&2; exit 1; }

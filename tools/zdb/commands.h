@@ -1,0 +1,16 @@
+#pragma once
+
+#include "console.h"
+
+namespace CLI {
+class App;
+}
+
+// One line and one file per command. Each function adds its subcommand to `app`; the command runs
+// while the command line is parsed and throws Failure when it cannot go on.
+namespace zdbtool {
+
+void addInfo(CLI::App& app, Console& console);
+void addDump(CLI::App& app, Console& console);
+
+}  // namespace zdbtool

@@ -1,0 +1,51 @@
+#include "console.h"
+
+#include <cerrno>
+#include <cstring>
+
+namespace zdbtool {
+
+namespace {
+
+constexpr std::size_t kPieceSize = 1 << 16;
+
+bool isControl(char c) {
+  return static_cast<unsigned char>(c) < ' ' || c == '\x7f';
+}
+
+}  // namespace
+
+void Console::write(std::string_view text) {
+  pending_ += text;
+  if (pending_.size() >= kPieceSize) flush();
+}
+
+void Console::flush() {
+  if (push()) return;
+  throw Failure(std::string("cannot write to standard output: ") + std::strerror(outputError_));
+}
+
+void Console::report(std::string_view problem) {
+  push();  // a failed write is kept and found again by the next flush
+  hasProblems_ = true;
+  std::fprintf(stderr, "zdb: %s\n", printable(problem).c_str());
+}
+
+bool Console::push() {
+  const bool written =
+      std::fwrite(pending_.data(), 1, pending_.size(), stdout) == pending_.size() &&
+      std::fflush(stdout) == 0;
+  if (!written && outputError_ == 0) outputError_ = errno;
+  pending_.clear();
+  return outputError_ == 0;
+}
+
+std::string printable(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) {
+    if (isControl(c)) c = '?';
+  }
+  return result;
+}
+
+}  // namespace zdbtool

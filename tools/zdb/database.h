@@ -1,0 +1,102 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "zdbcclib.h"
+
+namespace zdbtool {
+
+/// One domain of a symbol. A relaxed one is a name only: no set of that name is in the file.
+struct Domain {
+  std::string name;
+  bool relaxed = false;
+};
+
+/// What a file says about a symbol before any of its records is read.
+struct Symbol {
+  zdbSymbol_t handle = nullptr;
+  std::string name;
+  int type = ZDB_SET;
+  int dim = 0;
+  std::string text;
+  std::vector<Domain> domains;  ///< `dim` entries; none for an alias
+  std::string aliasOf;          ///< name of the set that an alias stands for, else empty
+
+  bool isAlias() const { return type == ZDB_ALIAS; }
+  /// The set of all labels, which every file has under the name "*".
+  bool isUniverse() const { return name == "*"; }
+  int valueCount() const {
+    return type == ZDB_VARIABLE || type == ZDB_EQUATION ? ZDB_MAX_VALUES : 1;
+  }
+};
+
+/// A data file that was opened through the library. Every function throws Failure with the
+/// library's own message when a call fails. Records are read when they are first asked for.
+class Database {
+ public:
+  explicit Database(const std::string& fileName);
+  ~Database();
+  Database(const Database&) = delete;
+  Database& operator=(const Database&) = delete;
+
+  zdbHandle_t handle() const { return db_; }
+
+  int labelCount();
+  /// Text of label 1..labelCount().
+  std::string label(int number);
+
+  int symbolCount();
+  /// The symbol at position 0..symbolCount()-1, in file order; an alias as itself.
+  Symbol symbolAt(int position);
+  /// Finds by name without regard to case; an alias gives the set it stands for.
+  Symbol findSymbol(const std::string& name);
+
+  /// Number of records; reads them all.
+  int recordCount(const Symbol& symbol);
+  /// Drops the records from memory. Neither they nor their number can be asked for again.
+  void forgetRecords(const Symbol& symbol);
+
+  /// Throws Failure with the last-error text unless `succeeded`.
+  void require(int succeeded) const;
+
+ private:
+  int info(int key);
+  int symbolNumber(zdbSymbol_t symbol, int key);
+  std::string symbolText(zdbSymbol_t symbol, int key);
+  Symbol describe(zdbSymbol_t handle);
+  std::vector<Domain> domains(zdbSymbol_t handle, int dim);
+
+  zdbHandle_t db_ = nullptr;
+};
+
+/// Walks the records of a symbol in key order:
+///     for (RecordCursor record(db, symbol); record.valid(); record.next()) ...
+class RecordCursor {
+ public:
+  RecordCursor(Database& db, const Symbol& symbol);
+  ~RecordCursor();
+  RecordCursor(const RecordCursor&) = delete;
+  RecordCursor& operator=(const RecordCursor&) = delete;
+
+  bool valid() const { return left_ > 0; }
+  void next();
+  /// Label numbers and values of the record; good until next().
+  const int* keys() const { return keys_; }
+  const double* values() const { return values_; }
+  /// Element text of a record of a set; empty when it has none.
+  const char* text();
+
+ private:
+  void read();
+
+  Database& db_;
+  int dim_;
+  int left_;
+  zdbRecord_t record_ = nullptr;
+  int keys_[ZDB_MAX_DIM] = {};
+  double values_[ZDB_MAX_VALUES] = {};
+  char text_[ZDB_TEXT_SIZE] = "";
+};
+
+}  // namespace zdbtool

@@ -1,0 +1,143 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <memory>
+#include <set>
+
+#include "commands.h"
+#include "csvwriter.h"
+#include "database.h"
+#include "values.h"
+
+// zdb dump: the records of one symbol, or of all, as CSV.
+namespace zdbtool {
+
+namespace {
+
+struct DumpOptions {
+  std::string file;
+  std::string symbol;
+};
+
+std::vector<std::string> valueColumns(const Symbol& symbol) {
+  if (symbol.isUniverse()) return {};
+  if (symbol.type == ZDB_SET) return {"text"};
+  if (symbol.valueCount() == 1) return {"value"};
+  return {"level", "marginal", "lower", "upper", "scale"};
+}
+
+std::string lowerCase(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return text;
+}
+
+/// Key columns are called after their domains. Programs that read CSV want each name once, so that
+/// a second "city" becomes "city_2".
+std::vector<std::string> columnNames(const Symbol& symbol) {
+  const std::vector<std::string> values = valueColumns(symbol);
+  std::set<std::string> used(values.begin(), values.end());
+  std::vector<std::string> names;
+  for (const Domain& domain : symbol.domains) {
+    const std::string wanted = domain.name == "*" ? "label" : domain.name;
+    std::string name = wanted;
+    for (int n = 2; !used.insert(lowerCase(name)).second; ++n) {
+      name = wanted + '_' + std::to_string(n);
+    }
+    names.push_back(name);
+  }
+  names.insert(names.end(), values.begin(), values.end());
+  return names;
+}
+
+/// Writes symbols of one file.
+class Dump {
+ public:
+  Dump(Database& db, Console& console) : db_(db), console_(console), csv_(console), format_(db) {
+    const int count = db.labelCount();
+    labels_.resize(static_cast<std::size_t>(count) + 1);
+    for (int i = 1; i <= count; ++i) labels_[static_cast<std::size_t>(i)] = db.label(i);
+  }
+
+  void one(const Symbol& symbol) {
+    RecordCursor record(db_, symbol);  // first, so that a damaged symbol leaves no heading behind
+    for (const std::string& name : columnNames(symbol)) csv_.field(name);
+    csv_.endRow();
+    for (; record.valid(); record.next()) {
+      for (int d = 0; d < symbol.dim; ++d) {
+        csv_.field(labels_[static_cast<std::size_t>(record.keys()[d])]);
+      }
+      writeValues(symbol, record);
+      csv_.endRow();
+    }
+  }
+
+  /// Each symbol under a line that names it; one that cannot be read does not keep the others back.
+  void all() {
+    for (int i = 0; i < db_.symbolCount(); ++i) {
+      const Symbol symbol = db_.symbolAt(i);
+      if (i > 0) console_.write("\n");
+      console_.write(comment(symbol));
+      if (symbol.isAlias()) continue;
+      try {
+        one(symbol);
+        db_.forgetRecords(symbol);
+      } catch (const Failure& failure) {
+        console_.report(failure.what());
+      }
+    }
+  }
+
+ private:
+  void writeValues(const Symbol& symbol, RecordCursor& record) {
+    if (symbol.isUniverse()) return;
+    if (symbol.type == ZDB_SET) return csv_.field(record.text());
+    for (int v = 0; v < symbol.valueCount(); ++v) csv_.field(format_(record.values()[v]));
+  }
+
+  static std::string comment(const Symbol& symbol) {
+    std::string line = std::string("# ") + typeName(symbol.type) + ' ' + symbol.name;
+    if (symbol.isAlias()) line += " of " + symbol.aliasOf;
+    if (!symbol.domains.empty()) line += '(' + domainText(symbol) + ')';
+    if (!symbol.text.empty()) line += ": " + symbol.text;
+    return printable(line) + '\n';
+  }
+
+  Database& db_;
+  Console& console_;
+  CsvWriter csv_;
+  ValueFormat format_;
+  std::vector<std::string> labels_;
+};
+
+Symbol findSymbol(Database& db, const DumpOptions& options) {
+  try {
+    return db.findSymbol(options.symbol);
+  } catch (const Failure& failure) {
+    throw Failure(std::string(failure.what()) + ", see zdb info " + options.file);
+  }
+}
+
+void runDump(const DumpOptions& options, Console& console) {
+  Database db(options.file);
+  Dump dump(db, console);
+  if (options.symbol.empty()) {
+    dump.all();
+  } else {
+    dump.one(findSymbol(db, options));
+  }
+}
+
+}  // namespace
+
+void addDump(CLI::App& app, Console& console) {
+  auto options = std::make_shared<DumpOptions>();
+  CLI::App* command = app.add_subcommand("dump", "Writes records as CSV on standard output");
+  command->add_option("FILE", options->file, "Data file to read")->required();
+  command->add_option("SYMBOL", options->symbol,
+                      "Symbol to write, \"*\" for all labels; without it every symbol is written, "
+                      "each under a line that begins with #");
+  command->callback([options, &console] { runDump(*options, console); });
+}
+
+}  // namespace zdbtool

@@ -1,0 +1,88 @@
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include "commands.h"
+#include "database.h"
+#include "table.h"
+#include "values.h"
+
+// zdb info: what is in a data file.
+namespace zdbtool {
+
+namespace {
+
+struct InfoOptions {
+  std::string file;
+  bool countRecords = true;
+};
+
+// The library counts records by reading them: each symbol is dropped again before the next comes.
+std::string countText(Database& db, const Symbol& symbol, Console& console) {
+  try {
+    std::string count = std::to_string(db.recordCount(symbol));
+    db.forgetRecords(symbol);
+    return count;
+  } catch (const Failure& failure) {
+    console.report(failure.what());
+    return "damaged";
+  }
+}
+
+std::vector<std::string> describe(Database& db, const Symbol& symbol, const InfoOptions& options,
+                                  Console& console) {
+  std::vector<std::string> row = {symbol.name, typeName(symbol.type), std::to_string(symbol.dim)};
+  row.push_back(symbol.isAlias() ? "alias of " + symbol.aliasOf : domainText(symbol));
+  if (options.countRecords) {
+    row.push_back(symbol.isAlias() ? "" : countText(db, symbol, console));
+  }
+  row.push_back(symbol.text);
+  return row;
+}
+
+bool hasRelaxedDomain(const Symbol& symbol) {
+  return std::any_of(symbol.domains.begin(), symbol.domains.end(),
+                     [](const Domain& domain) { return domain.relaxed; });
+}
+
+std::string counted(int count, const char* what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
+void runInfo(const InfoOptions& options, Console& console) {
+  Database db(options.file);
+  const int symbolCount = db.symbolCount();
+  console.write(printable(options.file) + ": " + counted(db.labelCount(), "label") + ", " +
+                counted(symbolCount, "symbol") + '\n');
+  if (symbolCount == 0) return;
+
+  std::vector<Table::Column> columns = {{"symbol"}, {"type"}, {"dim", true}, {"domains"}};
+  if (options.countRecords) columns.push_back({"records", true});
+  columns.push_back({"text"});
+  Table table(std::move(columns));
+  bool explainQuotes = false;
+  for (int i = 0; i < symbolCount; ++i) {
+    const Symbol symbol = db.symbolAt(i);
+    explainQuotes = explainQuotes || hasRelaxedDomain(symbol);
+    table.add(describe(db, symbol, options, console));
+  }
+  console.write("\n");
+  table.print(console);
+  if (explainQuotes)
+    console.write("\nA domain in quotes is a name only: no such set is in the file.\n");
+}
+
+}  // namespace
+
+void addInfo(CLI::App& app, Console& console) {
+  auto options = std::make_shared<InfoOptions>();
+  CLI::App* command = app.add_subcommand(
+      "info",
+      "Lists the symbols of a data file: type, dimension, domains, number of records, text");
+  command->add_option("FILE", options->file, "Data file to look into")->required();
+  command->add_flag("!--no-counts", options->countRecords,
+                    "Leave the numbers of records out, which takes reading them");
+  command->callback([options, &console] { runInfo(*options, console); });
+}
+
+}  // namespace zdbtool

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "console.h"
+
+namespace zdbtool {
+
+/// A table with a ruled heading, columns as wide as their longest entry and two blanks between.
+/// Entries are UTF-8; each character counts as one place. Control characters show as '?'.
+class Table {
+ public:
+  struct Column {
+    std::string heading;
+    bool alignRight = false;
+  };
+
+  explicit Table(std::vector<Column> columns);
+  /// One entry per column.
+  void add(const std::vector<std::string>& row);
+  void print(Console& console) const;
+
+ private:
+  std::string line(const std::vector<std::string>& row) const;
+
+  std::vector<Column> columns_;
+  std::vector<std::size_t> widths_;
+  std::vector<std::vector<std::string>> rows_;
+};
+
+}  // namespace zdbtool

@@ -1,0 +1,57 @@
+#include "values.h"
+
+#include <bit>
+#include <charconv>
+#include <cstdint>
+
+namespace zdbtool {
+
+namespace {
+
+std::uint64_t bits(double value) {
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+}  // namespace
+
+const char* typeName(int type) {
+  switch (type) {
+    case ZDB_SET:
+      return "set";
+    case ZDB_PARAMETER:
+      return "parameter";
+    case ZDB_VARIABLE:
+      return "variable";
+    case ZDB_EQUATION:
+      return "equation";
+    case ZDB_ALIAS:
+      return "alias";
+    default:
+      return "unknown";
+  }
+}
+
+std::string domainText(const Symbol& symbol) {
+  std::string result;
+  for (const Domain& domain : symbol.domains) {
+    if (!result.empty()) result += ", ";
+    result += domain.relaxed ? "'" + domain.name + "'" : domain.name;
+  }
+  return result;
+}
+
+ValueFormat::ValueFormat(const Database& db) {
+  db.require(c__zdbgetspecialvalues(db.handle(), specials_));
+}
+
+std::string_view ValueFormat::operator()(double value) {
+  static constexpr const char* kNames[ZDB_SV_COUNT] = {"Undef", "NA", "+Inf", "-Inf", "Eps"};
+  for (int i = 0; i < ZDB_SV_COUNT; ++i) {
+    // By bit pattern, as one of them is not a number.
+    if (bits(value) == bits(specials_[i])) return kNames[i];
+  }
+  const auto result = std::to_chars(text_, text_ + sizeof text_, value);
+  return {text_, static_cast<std::size_t>(result.ptr - text_)};
+}
+
+}  // namespace zdbtool
