@@ -18,6 +18,8 @@ class AnySizeMapIterator {
       : at_{reinterpret_cast<int*>(scalar), nullptr, 0, 0} {}
   AnySizeMapIterator(const RecordTreeBase* tree, const RecordPosition& at) : at_(at), tree_(tree) {}
 
+  /// As RecordTreeBase::nextInLeaf; false for a scalar.
+  bool nextInLeaf() { return tree_ != nullptr && tree_->nextInLeaf(at_); }
   void next() {
     if (tree_ != nullptr) {
       tree_->next(at_);

@@ -32,6 +32,8 @@ class DMapIterator final : public BaseDMapIterator, public IDMapIterator {
     at_.next();
     return *this;
   }
+  /// The common case of ++, which cannot come to the end: true if it was one, else nothing moved.
+  bool stepInLeaf() { return at_.nextInLeaf(); }
   DMapIterator& operator--() override {
     at_.prev();
     return *this;

@@ -96,22 +96,23 @@ class RecordTreeBase {
   }
   int* keyAt(std::uint32_t slot) const { return reinterpret_cast<int*>(records_.at(slot)); }
 
+  /// To the next record if the same leaf holds it; else false, and the position is as it was.
+  bool nextInLeaf(RecordPosition& at) const {
+    const RecordLeaf* leaf = at.leaf;
+    if (leaf == nullptr || at.place + 1 >= leaf->count) return false;
+    if (leaf->run + at.place == at.slot) {
+      ++at.place;
+      ++at.slot;
+      at.key += recordInts_;
+      return true;
+    }
+    if (leaf->slots[at.place] != at.slot) return false;
+    at = positionIn(at.leaf, at.place + 1);
+    return true;
+  }
   /// To the next record; a position at an erased record goes to the end.
   void next(RecordPosition& at) const {
-    const RecordLeaf* leaf = at.leaf;
-    if (leaf != nullptr && at.place + 1 < leaf->count) {
-      if (leaf->run + at.place == at.slot) {
-        ++at.place;
-        ++at.slot;
-        at.key += recordInts_;
-        return;
-      }
-      if (leaf->slots[at.place] == at.slot) {
-        at = positionIn(at.leaf, at.place + 1);
-        return;
-      }
-    }
-    at = nextInChain(at);
+    if (!nextInLeaf(at)) at = nextInChain(at);
   }
   /// To the previous record, from the end to the last one; the first record stays where it is.
   void prev(RecordPosition& at) const;

@@ -110,6 +110,15 @@ bool ZDBSymbolIterator<It>::failSpent() {
 
 template <class It>
 bool ZDBSymbolIterator<It>::moveNext(int highestLabel) {
+  if constexpr (requires { it_.stepInLeaf(); }) {
+    if (mode == ModeRecords && it_.stepInLeaf()) [[likely]]
+      return true;
+  }
+  return moveNextSlow(highestLabel);
+}
+
+template <class It>
+bool ZDBSymbolIterator<It>::moveNextSlow(int highestLabel) {
   if (mode == ModeRecords) {
     ++it_;
     if (it_ != walked().end()) [[likely]]

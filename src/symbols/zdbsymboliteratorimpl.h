@@ -42,6 +42,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
   ZDBSymbol<Map, It>& walked() const { return *static_cast<ZDBSymbol<Map, It>*>(symbol); }
   bool isOnRecord() const { return mode < ModeUniverse && it_ != walked().end(); }
   bool failSpent();
+  bool moveNextSlow(int highestLabel);
   bool nextInSlice();
   bool prevInSlice();
 
