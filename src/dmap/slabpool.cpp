@@ -1,6 +1,7 @@
 #include "dmap/slabpool.h"
 
-#include <algorithm>
+#include <sys/mman.h>
+
 #include <cstring>
 #include <new>
 
@@ -8,8 +9,24 @@ namespace zdb::dmap {
 
 namespace {
 
-// Nodes are laid out in cache lines, so their slabs begin with one.
-constexpr std::align_val_t kSlabAlignment{64};
+constexpr std::size_t kPage = 4096;
+constexpr std::size_t kLargeSlab = 16 * kPage;
+
+/// Nodes are laid out in cache lines, so their slabs begin with one, and large slabs with a page.
+std::align_val_t slabAlignment(std::size_t bytes) {
+  return std::align_val_t{bytes < kLargeSlab ? 64 : kPage};
+}
+
+/// Takes all pages of a large slab at once, as huge ones where it can: taking each when its first
+/// record is stored costs more than storing the records. Both calls are hints.
+void prepareSlab(void* slab, std::size_t bytes) noexcept {
+  if (bytes < kLargeSlab) return;
+  const std::size_t pages = bytes / kPage * kPage;
+  madvise(slab, pages, MADV_HUGEPAGE);
+#ifdef MADV_POPULATE_WRITE
+  madvise(slab, pages, MADV_POPULATE_WRITE);
+#endif
+}
 
 }  // namespace
 
@@ -43,7 +60,9 @@ void SlabPool::addSlab() {
   biasedBases_.push_back(0);
   try {
     const std::size_t bytes = std::size_t{elements} * elementBytes_;
-    const auto base = reinterpret_cast<std::uintptr_t>(::operator new(bytes, kSlabAlignment));
+    void* memory = ::operator new(bytes, slabAlignment(bytes));
+    prepareSlab(memory, bytes);
+    const auto base = reinterpret_cast<std::uintptr_t>(memory);
     biasedBases_.back() = base + skew_ - std::uint64_t{capacity_} * elementBytes_;
   } catch (...) {
     biasedBases_.pop_back();
@@ -55,8 +74,9 @@ void SlabPool::addSlab() {
 void SlabPool::clear() noexcept {
   std::uint32_t first = 0;
   for (std::uint32_t slab = 0; slab < biasedBases_.size(); ++slab) {
-    ::operator delete(at(first) - skew_, kSlabAlignment);
-    first += slabElements(slab);
+    const std::uint32_t elements = slabElements(slab);
+    ::operator delete(at(first) - skew_, slabAlignment(std::size_t{elements} * elementBytes_));
+    first += elements;
   }
   biasedBases_ = {};
   capacity_ = used_ = free_ = 0;
