@@ -195,8 +195,8 @@ class RecordTreeBase {
   RecordInner* newInner() noexcept;
   void insertChild(const Path& path, std::uint32_t depth, const std::uint64_t* separator,
                    void* child) noexcept;
-  RecordInner* splitInner(RecordInner* node, std::uint32_t from, std::uint64_t* separator) noexcept;
-  void addChildTo(RecordInner* node, std::uint32_t place, const std::uint64_t* separator,
+  RecordInner* splitInner(RecordInner* node, std::uint32_t from, std::uint64_t* between) noexcept;
+  void addChildTo(RecordInner* node, std::uint32_t place, const std::uint64_t* words,
                   void* child) noexcept;
 
   void removeFromLeaf(const RecordPosition& at) noexcept;

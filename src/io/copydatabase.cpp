@@ -20,6 +20,7 @@ bool ZDB::InitFromDB(ZDB* source) {
   // Set records hold text numbers, so the texts come along: under the same ones, unless this
   // database has texts already, from a file that held nothing else.
   std::vector<int> textNumbers;
+  textNumbers.reserve(static_cast<std::size_t>(source->textPool().size()));
   for (int i = 0; i < source->textPool().size(); ++i) {
     textNumbers.push_back(SetElemText(source->textPool().get(i)));
   }

@@ -21,6 +21,7 @@ struct Key {
 /// `count` different keys of 3 labels, in ascending order, with some room between them.
 std::vector<Key> keysInOrder(int count) {
   std::vector<Key> keys;
+  keys.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i)
     keys.push_back({{i / 10000 + 1, i / 100 % 100 + 1, 3 * (i % 100)}});
   return keys;
@@ -74,7 +75,8 @@ TEST(DMapMemory, ReadingAllocatesNothing) {
   const test::Allocations allocations;
   double sum = 0;
   for (const Key& key : keys) sum += *(*map.find(key.labels)).second;
-  for (DMapIterator it = map.begin(); it != map.end(); ++it) sum -= *(*it).second;
+  const DMapIterator end = map.end();
+  for (DMapIterator it = map.begin(); it != end; ++it) sum -= *(*it).second;
   for (const Key& key : keys) map.lower_bound(key.labels);
   EXPECT_EQ(sum, 0);
   EXPECT_EQ(allocations.count(), 0U);

@@ -19,7 +19,7 @@ DMapIterator at(DMap& map, std::vector<int> key) {
   return map.find(key.data());
 }
 
-double valueAt(DMapIterator it) {
+double valueAt(const DMapIterator& it) {
   return *(*it).second;
 }
 

@@ -96,7 +96,7 @@ std::string describeDomains(const AbstractZDBSymbol* symbol) {
 // All that a file has to keep, as text; loads every symbol.
 std::vector<std::string> contents(ZDB& db) {
   std::vector<std::string> lines;
-  for (int i = 1; i < db.labels().size(); ++i) lines.push_back(db.labels()[i]);
+  for (int i = 1; i < db.labels().size(); ++i) lines.emplace_back(db.labels()[i]);
   db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
     const int info = symbol->isAlias() ? 0 : symbol->userInfo;
     lines.push_back(symbol->name + ":" + std::to_string(symbol->dim) + ":" +
