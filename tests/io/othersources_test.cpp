@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <map>
 #include <string>
 #include <vector>
@@ -132,7 +132,7 @@ struct Host {
       if (host.step("text") || number > static_cast<int>(host.texts.size())) return 1;
       const std::string& found = host.texts[number - 1];
       text[0] = static_cast<char>(found.size());
-      std::memcpy(text + 1, found.data(), found.size());
+      std::copy(found.begin(), found.end(), text + 1);
       return 0;
     };
     result.print = [](const char* text, void* user) {
