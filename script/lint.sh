@@ -21,12 +21,11 @@ step() {
 
 layout() { script/sources.sh | xargs clang-format --dry-run --Werror; }
 
-# Files that the build does not compile have no flags; the test projects are such.
+# The projects in tests/package are not compiled by the build and so have no flags.
 tidy() {
-  script/sources.sh '*.cpp' '*.c' | grep -v '^tests/package/' >"$build/lint-files"
-  sed 's,.*,^'"$PWD"'/&$,' "$build/lint-files" |
-    xargs run-clang-tidy -p "$build" -quiet -j "$(nproc)" >"$build/lint-tidy" 2>/dev/null && return
-  grep -vE 'clang-tidy.* -p=|^[0-9]+ warnings? |^$' "$build/lint-tidy"
+  script/sources.sh '*.cpp' '*.c' | grep -v '^tests/package/' |
+    xargs -P "$(nproc)" -n 4 clang-tidy -p "$build" --quiet 2>"$build/tidy-errors" && return
+  grep -vE '^[0-9]+ warnings? ' "$build/tidy-errors"
   return 1
 }
 

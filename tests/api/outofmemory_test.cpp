@@ -18,6 +18,11 @@ void* allocate(std::size_t bytes) {
 
 }  // namespace
 
+// Inlined into a caller, these look to g++ like memory from one operator freed by another function.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+#endif
+
 // The library's allocations come here too.
 #define ZDB_REPLACED [[gnu::visibility("default")]] void
 ZDB_REPLACED* operator new(std::size_t bytes) {
