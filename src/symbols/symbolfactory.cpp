@@ -1,5 +1,4 @@
 #include "core/zdb.h"
-#include "dmap/dmap.h"
 #include "symbols/zdbsymbol.h"
 #include "symbols/zdbsymboliteratorimpl.h"
 
@@ -9,6 +8,15 @@ namespace zdb {
 namespace {
 
 using MapSymbol = ZDBSymbol<dmap::DMap, dmap::DMapIterator>;
+using VectorSymbol = ZDBSymbol<dmap::DMapVector, dmap::VectorIterator>;
+using TreeSymbol = ZDBSymbol<dmap::DMapUTree, dmap::TreeIterator>;
+
+template <class It>
+std::unique_ptr<AbstractZDBSymbolIterator> copyOf(AbstractZDBSymbolIterator* from) {
+  auto copy = std::make_unique<ZDBSymbolIterator<It>>(from->symbol, It());
+  copy->assignIterator(from);
+  return copy;
+}
 
 }  // namespace
 
@@ -19,9 +27,12 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std
   switch (static_cast<dmap::StorageTypes>(storageType)) {
     case dmap::StorageTypes::Map:
       return std::make_unique<MapSymbol>(this, name, dim, type, number, userInfo, explText);
-    default:
-      return nullptr;
+    case dmap::StorageTypes::Vector:
+      return std::make_unique<VectorSymbol>(this, name, dim, type, number, userInfo, explText);
+    case dmap::StorageTypes::Tree:
+      return std::make_unique<TreeSymbol>(this, name, dim, type, number, userInfo, explText);
   }
+  return nullptr;
 }
 
 std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZDBSymbol* from) {
@@ -45,10 +56,15 @@ AbstractZDBSymbolIterator* ZDB::symbolIteratorFactory(AbstractZDBSymbol* univers
 
 AbstractZDBSymbolIterator* ZDB::symbolIteratorFactory(AbstractZDBSymbolIterator* from) {
   if (from->mode == ModeUniverse) return symbolIteratorFactory(from->symbol, from->uelNr);
-  auto copy =
-      std::make_unique<ZDBSymbolIterator<dmap::DMapIterator>>(from->symbol, dmap::DMapIterator());
-  copy->assignIterator(from);
-  return copy.release();
+  switch (from->symbol->getStorageType()) {
+    case dmap::StorageTypes::Map:
+      return copyOf<dmap::DMapIterator>(from).release();
+    case dmap::StorageTypes::Vector:
+      return copyOf<dmap::VectorIterator>(from).release();
+    case dmap::StorageTypes::Tree:
+      return copyOf<dmap::TreeIterator>(from).release();
+  }
+  return nullptr;
 }
 
 }  // namespace zdb

@@ -185,7 +185,7 @@ AbstractZDBSymbolIterator* ZDB::FindRecordSlice(AbstractZDBSymbol* symbol, const
 bool ZDB::DeleteRecord(AbstractZDBSymbolIterator* record) {
   AbstractZDBSymbol* symbol = record->symbol;
   if (symbol->isUniverse()) return setLastError("Cannot delete the Universe");
-  if (record->mode == ModeSpent || record->hasEnded()) {
+  if (record->hasEnded() || record->getValues() == nullptr) {
     return setLastError("The record of this handle in symbol %s has been deleted already",
                         symbol->name.c_str());
   }

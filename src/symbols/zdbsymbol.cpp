@@ -1,6 +1,8 @@
 #include "symbols/zdbsymbol.h"
 
-#include "dmap/dmap.h"
+#include <type_traits>
+
+#include "dmap/storageconversion.h"
 #include "symbols/zdbsymboliteratorimpl.h"
 
 namespace zdb {
@@ -56,7 +58,7 @@ AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::sliceHandleOn(const It& it, const
 
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::find(const int* keys) {
-  return handleOn(records_.find(keys));
+  return handleOn(findRecord(records_, keys));
 }
 
 template <class Map, class It>
@@ -74,7 +76,7 @@ AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::getLast() {
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::findSlice(const int* keys) {
   const Slice slice(keys, dim);
-  It it = slice.prefix() == 0 ? records_.begin() : records_.lower_bound(slice.lowest().data());
+  It it = slice.prefix() == 0 ? records_.begin() : firstNotLess(records_, slice.lowest().data());
   if (it == end_) return nullptr;
   const int* first = (*it).first;
   if (slice.isPast(first)) return nullptr;
@@ -85,30 +87,51 @@ AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::findSlice(const int* keys) {
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::findSliceBackwards(const int* keys) {
   const Slice slice(keys, dim);
-  It it = slice.prefix() == 0 ? end_ : records_.lower_bound(slice.highest().data());
+  It it = slice.prefix() == 0 ? end_ : firstNotLess(records_, slice.highest().data());
   // The bound itself can belong to the slice only if a label number is the largest integer.
   if (it != end_ && slice.matches((*it).first)) return sliceHandleOn(it, slice);
   return stepBackward(records_, it, slice) ? sliceHandleOn(it, slice) : nullptr;
 }
 
 template <class Map, class It>
-It ZDBSymbol<Map, It>::place(const int* keys, const double* values, bool overwrite) {
-  // A scalar container overwrites on every insertion.
-  if (dim == 0 && !overwrite && !empty()) return records_.begin();
-  It hint = end_;
-  return overwrite ? records_.insert_or_assign(hint, keys, values)
-                   : records_.emplace_hint(keys, values, hint);
+Placed<It> ZDBSymbol<Map, It>::place(const int* keys, const double* values, bool overwrite) {
+  if (dim == 0) {
+    // A scalar container overwrites on every insertion.
+    if (!overwrite && !empty()) return {records_.begin(), false};
+    const bool isNew = empty();
+    const It at = records_.emplace(keys, values);
+    recordsChanged();
+    return {at, isNew};
+  }
+  if constexpr (kRecordsMove) moves_.makeRoom();
+  const Placed<It> placed = placeRecord(records_, keys, values, overwrite);
+  if constexpr (kRecordsMove) {
+    if (placed.isNew) {
+      if (!(placed.at == end_)) moves_.noteInserted(placed.at.position());
+      recordsChanged();
+    }
+  }
+  return placed;
+}
+
+template <class Map, class It>
+void ZDBSymbol<Map, It>::append(const int* keys, const double* values) {
+  if constexpr (std::is_same_v<Map, dmap::DMap>) {
+    records_.emplace_end(keys, values);
+  } else {
+    place(keys, values, false);
+  }
 }
 
 template <class Map, class It>
 double* ZDBSymbol<Map, It>::storeRow(const int* keys, const double* values, bool overwrite) {
-  return (*place(keys, values, overwrite)).second;
+  return (*place(keys, values, overwrite).at).second;
 }
 
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::addRecordRaw(const int* keys, const double* values,
                                                             bool overwrite) {
-  return handleOn(place(keys, values, overwrite));
+  return handleOn(place(keys, values, overwrite).at);
 }
 
 template <class Map, class It>
@@ -123,7 +146,7 @@ template <class Map, class It>
 std::pair<bool, double*> ZDBSymbol<Map, It>::mergeRecord(int* keys, const double* variableDefaults,
                                                          const double* equationDefaults,
                                                          AbstractZDBSymbolIterator** out) {
-  const It it = place(keys, defaultRow(variableDefaults, equationDefaults), false);
+  const It it = place(keys, defaultRow(variableDefaults, equationDefaults), false).at;
   if (out != nullptr) *out = handleOn(it);
   return {true, (*it).second};
 }
@@ -131,9 +154,8 @@ std::pair<bool, double*> ZDBSymbol<Map, It>::mergeRecord(int* keys, const double
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::addRecord(int* keys, const double* variableDefaults,
                                                          const double* equationDefaults) {
-  const auto before = records_.size();
-  const It it = place(keys, defaultRow(variableDefaults, equationDefaults), false);
-  return records_.size() == before ? nullptr : handleOn(it);
+  const auto placed = place(keys, defaultRow(variableDefaults, equationDefaults), false);
+  return placed.isNew ? handleOn(placed.at) : nullptr;
 }
 
 template <class Map, class It>
@@ -147,19 +169,47 @@ bool ZDBSymbol<Map, It>::toNextDomainViolation(AbstractZDBSymbolIterator* handle
 
 template <class Map, class It>
 void ZDBSymbol<Map, It>::deleteRecord(AbstractZDBSymbolIterator* handle) {
-  records_.erase(static_cast<It&>(handle->getIterator()));
+  erase(static_cast<It&>(handle->getIterator()));
   // A scalar's position is an address that tells nothing of whether the record is there.
   if (dim == 0) ++generation;
 }
 
 template <class Map, class It>
+void ZDBSymbol<Map, It>::erase(const It& it) {
+  if constexpr (kRecordsMove) {
+    const int row = it.position();
+    moves_.makeRoom();
+    records_.erase(it);
+    if (dim > 0) moves_.noteErased(row);
+    recordsChanged();
+  } else {
+    records_.erase(it);
+  }
+}
+
+template <class Map, class It>
 void ZDBSymbol<Map, It>::assignRecords(AbstractZDBSymbol* other) {
   clear();
+  switch (other->getStorageType()) {
+    case dmap::StorageTypes::Map:
+      return copyFrom<ZDBSymbol<dmap::DMap, dmap::DMapIterator>>(other);
+    case dmap::StorageTypes::Vector:
+      return copyFrom<ZDBSymbol<dmap::DMapVector, dmap::VectorIterator>>(other);
+    case dmap::StorageTypes::Tree:
+      return copyFrom<ZDBSymbol<dmap::DMapUTree, dmap::TreeIterator>>(other);
+  }
+}
+
+template <class Map, class It>
+template <class Source>
+void ZDBSymbol<Map, It>::copyFrom(AbstractZDBSymbol* other) {
   records_.reserve(other->size());
-  other->forEachRecord(
-      [this](const int* keys, const double* values) { records_.emplace_end(keys, values); });
+  dmap::copyRecords(static_cast<Source*>(other)->records(), records_);
+  recordsChanged();
 }
 
 template class ZDBSymbol<dmap::DMap, dmap::DMapIterator>;
+template class ZDBSymbol<dmap::DMapVector, dmap::VectorIterator>;
+template class ZDBSymbol<dmap::DMapUTree, dmap::TreeIterator>;
 
 }  // namespace zdb

@@ -4,7 +4,9 @@
 #include <utility>
 
 #include "core/abstractzdbsymbol.h"
+#include "symbols/recordplacing.h"
 #include "symbols/slice.h"
+#include "symbols/storagetraits.h"
 
 namespace zdb {
 
@@ -13,11 +15,15 @@ namespace zdb {
 template <class Map, class It>
 class ZDBSymbol final : public AbstractZDBSymbol {
  public:
+  using Moves = typename StorageOf<It>::Moves;
+  static constexpr bool kRecordsMove = StorageOf<It>::kRecordsMove;
+
   ZDBSymbol(ZDB* owner, const std::string& symbolName, int dimension, int typeCode, int position,
             int info, const std::string& text);
 
   void clear() override {
     records_.clear();
+    recordsChanged();
     ++generation;
   }
   bool isEnd(const AbstractZDBSymbolIterator* it) override;
@@ -26,9 +32,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   bool empty() const override { return records_.empty(); }
   int size() const override { return static_cast<int>(records_.size()); }
   void addRecord(const int* keys, const double* values) override { storeRow(keys, values, false); }
-  void addRecordEnd(const int* keys, const double* values) override {
-    records_.emplace_end(keys, values);
-  }
+  void addRecordEnd(const int* keys, const double* values) override { append(keys, values); }
   void forEachRecordKeys(KeyVisitor visit) override;
   void forEachRecord(RecordVisitor visit) override;
   bool forEachRecordPred(RecordPredicate visit) override;
@@ -43,9 +47,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
                                        const double* equationDefaults) override;
   AbstractZDBSymbolIterator* addRecordRaw(const int* keys, const double* values,
                                           bool overwrite) override;
-  void addRecordLastIt(const int* keys, const double* values) override {
-    records_.emplace_end(keys, values);
-  }
+  void addRecordLastIt(const int* keys, const double* values) override { append(keys, values); }
   AbstractZDBSymbolIterator* getLast() override;
   AbstractZDBSymbolIterator* findSliceBackwards(const int* keys) override;
   dmap::StorageTypes getStorageType() const override { return records_.getStorageType(); }
@@ -57,15 +59,25 @@ class ZDBSymbol final : public AbstractZDBSymbol {
 
   Map& records() { return records_; }
   const It& end() const { return end_; }
+  const Moves& moves() const { return moves_; }
 
  private:
   AbstractZDBSymbolIterator* handleOn(const It& it);
   AbstractZDBSymbolIterator* sliceHandleOn(const It& it, const Slice& slice);
-  It place(const int* keys, const double* values, bool overwrite);
+  Placed<It> place(const int* keys, const double* values, bool overwrite);
+  void append(const int* keys, const double* values);
+  /// Where records move, the end does too.
+  void recordsChanged() {
+    if constexpr (kRecordsMove) end_ = records_.end();
+  }
+  void erase(const It& it);
+  template <class Source>
+  void copyFrom(AbstractZDBSymbol* other);
   const double* defaultRow(const double* variableDefaults, const double* equationDefaults) const;
 
   Map records_;
-  It end_;  ///< stays the end whatever is added or removed
+  It end_;
+  [[no_unique_address]] Moves moves_;
 };
 
 }  // namespace zdb

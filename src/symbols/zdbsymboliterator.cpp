@@ -11,11 +11,11 @@ namespace zdb {
 
 namespace {
 
-/// Memory of freed handles, kept for the next ones of the same thread. All handle classes come in
-/// at most kHandleBytes, so one list serves them.
+/// Memory of freed handles, kept for the next ones of the same thread: pieces of one size.
+template <std::size_t Bytes>
 class HandlePool {
  public:
-  static constexpr std::size_t kHandleBytes = 128;
+  static constexpr std::size_t kHandleBytes = Bytes;
   static constexpr int kMostKept = 4096;
 
   HandlePool() = default;
@@ -54,19 +54,26 @@ class HandlePool {
   bool closed_ = false;  ///< the thread is ending
 };
 
-thread_local HandlePool handlePool;
+// Positions in a tree are long: a path of nodes.
+using SmallPool = HandlePool<136>;
+using LargePool = HandlePool<288>;
+thread_local SmallPool smallPool;
+thread_local LargePool largePool;
+
+template <class Handle>
+constexpr bool kIsPooled = sizeof(Handle) <= LargePool::kHandleBytes;
 
 }  // namespace
 
 void* AbstractZDBSymbolIterator::operator new(std::size_t bytes) {
-  return bytes <= HandlePool::kHandleBytes ? handlePool.take() : ::operator new(bytes);
+  return bytes <= SmallPool::kHandleBytes ? smallPool.take() : largePool.take();
 }
 
 void AbstractZDBSymbolIterator::operator delete(void* object, std::size_t bytes) noexcept {
-  if (bytes <= HandlePool::kHandleBytes) {
-    handlePool.give(object);
+  if (bytes <= SmallPool::kHandleBytes) {
+    smallPool.give(object);
   } else {
-    ::operator delete(object);
+    largePool.give(object);
   }
 }
 
@@ -82,9 +89,23 @@ bool AbstractZDBSymbolIterator::failMove(const char* format, ...) {
 template <class It>
 ZDBSymbolIterator<It>::ZDBSymbolIterator(AbstractZDBSymbol* walkedSymbol, const It& position,
                                          const Slice& slice)
-    : AbstractZDBSymbolIterator(ModeSlice, walkedSymbol), it_(position) {
+    : AbstractZDBSymbolIterator(ModeSlice, walkedSymbol),
+      it_(position),
+      moves_(this->walked().moves()) {
   sliceKeys = std::make_unique<int[]>(static_cast<std::size_t>(walkedSymbol->dim));
   std::copy_n(slice.keys(), walkedSymbol->dim, sliceKeys.get());
+}
+
+template <class It>
+void ZDBSymbolIterator<It>::followMoves() const {
+  if constexpr (kRecordsMove) {
+    const int number = moves_.follow(it_.position());
+    if (number < 0) {
+      mode = ModeSpent;
+    } else {
+      it_ = walked().records().withIndex(number);
+    }
+  }
 }
 
 template <class It>
@@ -110,6 +131,7 @@ bool ZDBSymbolIterator<It>::failSpent() {
 
 template <class It>
 bool ZDBSymbolIterator<It>::moveNext(int highestLabel) {
+  follow();
   if constexpr (requires { it_.stepInLeaf(); }) {
     if (mode == ModeRecords && it_.stepInLeaf()) [[likely]]
       return true;
@@ -138,6 +160,7 @@ bool ZDBSymbolIterator<It>::moveNextSlow(int highestLabel) {
 
 template <class It>
 bool ZDBSymbolIterator<It>::movePrev() {
+  follow();
   if (mode == ModeRecords) {
     if (walked().isBegin(it_)) {
       return failMove("First record reached in symbol %s", symbol->name.c_str());
@@ -160,6 +183,7 @@ bool ZDBSymbolIterator<It>::movePrev() {
 
 template <class It>
 bool ZDBSymbolIterator<It>::hasNext(const uellist::IUELList& labels) {
+  follow();
   if (mode == ModeSpent) return false;
   if (mode == ModeUniverse) return uelNr < labels.size() - 1;
   It next = it_;
@@ -172,6 +196,7 @@ bool ZDBSymbolIterator<It>::hasNext(const uellist::IUELList& labels) {
 
 template <class It>
 bool ZDBSymbolIterator<It>::hasPrev() {
+  follow();
   if (mode == ModeSpent) return false;
   if (mode == ModeUniverse) return uelNr > 1;
   if (mode == ModeRecords) return !walked().isBegin(it_);
@@ -211,6 +236,7 @@ template <class It>
 void ZDBSymbolIterator<It>::assignIterator(AbstractZDBSymbolIterator* other) {
   auto* from = static_cast<ZDBSymbolIterator<It>*>(other);
   it_ = from->it_;
+  moves_ = from->moves_;
   mode = from->mode;
   generation = from->generation;
   uelNr = from->uelNr;
@@ -220,6 +246,10 @@ void ZDBSymbolIterator<It>::assignIterator(AbstractZDBSymbolIterator* other) {
 }
 
 template class ZDBSymbolIterator<dmap::DMapIterator>;
-static_assert(sizeof(ZDBSymbolIterator<dmap::DMapIterator>) <= HandlePool::kHandleBytes);
+template class ZDBSymbolIterator<dmap::VectorIterator>;
+template class ZDBSymbolIterator<dmap::TreeIterator>;
+static_assert(sizeof(ZDBSymbolIterator<dmap::DMapIterator>) <= SmallPool::kHandleBytes);
+static_assert(kIsPooled<ZDBSymbolIterator<dmap::VectorIterator>>);
+static_assert(kIsPooled<ZDBSymbolIterator<dmap::TreeIterator>>);
 
 }  // namespace zdb

@@ -60,7 +60,7 @@ class AbstractZDBSymbolIterator {
   static void* operator new(std::size_t bytes);
   static void operator delete(void* object, std::size_t bytes) noexcept;
 
-  IteratorMode mode;
+  mutable IteratorMode mode;         ///< mutable: a look at the record may find it deleted
   AbstractZDBSymbol* symbol;         ///< walked, not owned
   std::unique_ptr<int[]> sliceKeys;  ///< `dim` numbers in ModeSlice, 0 matches every label
   int uelNr;                         ///< current label in ModeUniverse, else -1

@@ -12,19 +12,28 @@ template <class It>
 class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
  public:
   using Map = typename StorageOf<It>::Map;
+  static constexpr bool kRecordsMove = StorageOf<It>::kRecordsMove;
 
   /// Walks every record of the symbol.
   ZDBSymbolIterator(AbstractZDBSymbol* walked, const It& position)
-      : AbstractZDBSymbolIterator(ModeRecords, walked), it_(position) {}
+      : AbstractZDBSymbolIterator(ModeRecords, walked),
+        it_(position),
+        moves_(this->walked().moves()) {}
   /// Walks a slice.
   ZDBSymbolIterator(AbstractZDBSymbol* walked, const It& position, const Slice& slice);
   /// Walks the labels.
   ZDBSymbolIterator(AbstractZDBSymbol* universe, int label)
       : AbstractZDBSymbolIterator(ModeUniverse, universe, label) {}
 
-  dmap::IDMapIterator& getIterator() override { return it_; }
+  dmap::IDMapIterator& getIterator() override {
+    follow();
+    return it_;
+  }
   double* getValues() const override {
-    return mode >= ModeUniverse ? nullptr : (*it_).second;  // the end has no row either
+    follow();
+    if (mode >= ModeUniverse) return nullptr;
+    if constexpr (kRecordsMove) return it_ == walked().end() ? nullptr : (*it_).second;
+    return (*it_).second;  // the end has no row either
   }
   bool moveNext(int highestLabel) override;
   bool movePrev() override;
@@ -36,17 +45,32 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
   const int* getKeys() const override;
   void assignIterator(AbstractZDBSymbolIterator* other) override;
 
-  const It& position() const { return it_; }
+  const It& position() const {
+    follow();
+    return it_;
+  }
 
  private:
   ZDBSymbol<Map, It>& walked() const { return *static_cast<ZDBSymbol<Map, It>*>(symbol); }
-  bool isOnRecord() const { return mode < ModeUniverse && it_ != walked().end(); }
+  bool isOnRecord() const {
+    follow();
+    return mode < ModeUniverse && it_ != walked().end();
+  }
+  /// Moves along with the record if that has moved. To be called before the position is used.
+  void follow() const {
+    if constexpr (kRecordsMove) {
+      if (!moves_.isUpToDate()) [[unlikely]]
+        followMoves();
+    }
+  }
+  void followMoves() const;
   bool failSpent();
   bool moveNextSlow(int highestLabel);
   bool nextInSlice();
   bool prevInSlice();
 
-  It it_;
+  mutable It it_;
+  [[no_unique_address]] mutable typename StorageOf<It>::Moves::Reader moves_;
 };
 
 /// Steps `it` to the next record of the slice; false at the end of the slice's run of records.

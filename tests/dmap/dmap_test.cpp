@@ -100,6 +100,27 @@ TEST(DMapIterator, EndIsAlwaysTheEndAndStepsBackToWhateverIsLast) {
   EXPECT_TRUE(map.end() == end);
 }
 
+TEST(DMapIterator, StepInLeaf_MovesToTheNextRecordOrNotAtAll) {
+  for (const int stride : {1, 7}) {  // records that lie in order, and anywhere
+    DMap map(1, 1);
+    for (int i = 0; i < 500; ++i) add(map, {i * stride % 500}, i * stride % 500);
+    DMapIterator it = map.begin();
+    for (double expected = 0; expected < 500; ++expected) {
+      ASSERT_EQ(valueAt(it), expected);
+      DMapIterator next = it;
+      ASSERT_TRUE(next == it);
+      const bool hasMoved = it.stepInLeaf();
+      if (!hasMoved) {
+        ASSERT_TRUE(next == it);
+        ++it;
+      }
+      ASSERT_TRUE(++next == it);
+    }
+    EXPECT_FALSE(it.stepInLeaf());
+    EXPECT_TRUE(it == map.end());
+  }
+}
+
 TEST(DMapIterator, BeforeTheFirstRecord_StaysThere) {
   DMap map(1, 1);
   add(map, {1}, 1);

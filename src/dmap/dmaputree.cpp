@@ -1,0 +1,175 @@
+#include "dmap/dmaputree.h"
+
+#include <stdexcept>
+
+namespace zdb::dmap {
+
+namespace {
+
+// Moves an address by doubles without looking whether there are any.
+double* moved(double* address, std::ptrdiff_t doubles) {
+  const auto offset = static_cast<std::uintptr_t>(doubles) * sizeof(double);
+  return reinterpret_cast<double*>(reinterpret_cast<std::uintptr_t>(address) + offset);
+}
+
+}  // namespace
+
+// ---- TreeIterator
+
+// Moves to the next record where that is no sibling.
+void TreeIterator::leaveList() {
+  if (tree_ != nullptr) {
+    tree_->nextInPlace(node_);
+  } else {
+    moveScalar(1);
+  }
+}
+
+TreeIterator& TreeIterator::operator--() {
+  if (tree_ != nullptr) {
+    node_ = tree_->prev(node_);
+  } else {
+    moveScalar(-1);
+  }
+  return *this;
+}
+
+void TreeIterator::moveScalar(int doubles) {
+  if (scalar_ != nullptr) scalar_ = moved(scalar_, doubles);
+}
+
+bool TreeIterator::operator==(const IDMapIterator& other) const {
+  const auto* same = dynamic_cast<const TreeIterator*>(&other);
+  return same != nullptr && *this == *same;
+}
+
+// ---- DMapUTree
+
+DMapUTree::DMapUTree(int dim, int valueWidth)
+    : IDMap(StorageTypes::Tree, dim, valueWidth),
+      tree_(dim == 0 ? nullptr : std::make_unique<utree::UTree>(dim, valueWidth)),
+      end_(endPosition()) {}
+
+DMapUTree::DMapUTree(const DMapUTree& other)
+    : IDMap(StorageTypes::Tree, other.getDim(), other.getValueWidth()),
+      tree_(other.tree_ ? std::make_unique<utree::UTree>(*other.tree_) : nullptr),
+      isPresent_(other.isPresent_),
+      end_(endPosition()) {
+  std::copy_n(other.scalar_, 5, scalar_);
+}
+
+DMapUTree& DMapUTree::operator=(const DMapUTree& other) {
+  if (this == &other) return *this;
+  if (getDim() != other.getDim() || getValueWidth() != other.getValueWidth()) {
+    throw std::invalid_argument("A tree cannot take records of another dimension or value width");
+  }
+  if (other.tree_) tree_ = std::make_unique<utree::UTree>(*other.tree_);
+  std::copy_n(other.scalar_, 5, scalar_);
+  isPresent_ = other.isPresent_;
+  end_ = endPosition();
+  return *this;
+}
+
+TreeIterator DMapUTree::scalarIterator(std::ptrdiff_t offset) {
+  return {moved(scalar_, offset), getValueWidth()};
+}
+
+TreeIterator DMapUTree::endPosition() {
+  return tree_ ? iterator(tree_->end()) : scalarIterator(1);
+}
+
+TreeIterator DMapUTree::assignScalar(const double* values) {
+  std::copy_n(values, doublesPerRecord(getValueWidth()), scalar_);
+  isPresent_ = true;
+  return begin();
+}
+
+TreeIterator DMapUTree::emplace_hint(const int* key, const double* values, TreeIterator&) {
+  return emplace(key, values);
+}
+
+TreeIterator DMapUTree::insert_or_assign(TreeIterator&, const int* key, const double* values) {
+  if (!tree_) return emplace(key, values);
+  const auto bound = tree_->lower_bound(key);
+  if (!bound) return emplace_end(key, values);
+  // The record at the bound gets the values, whatever its key: that is the
+  // contract.
+  std::copy_n(values, tree_->getNumValues(), bound->leaf()->down.values());
+  return iterator(*bound);
+}
+
+void DMapUTree::erase(const TreeIterator& it) {
+  if (!tree_) {
+    isPresent_ = false;
+  } else if (it.tree() == tree_.get()) {
+    tree_->erase(it.position());
+  }
+}
+
+TreeIterator DMapUTree::lower_bound(const int* key) {
+  // By contract, a scalar that is there and a tree without such a record give
+  // an iterator that points nowhere.
+  if (!tree_) return isPresent_ ? TreeIterator() : end();
+  const auto bound = tree_->lower_bound(key);
+  return bound ? iterator(*bound) : TreeIterator();
+}
+
+TreeIterator DMapUTree::find(const int* key) {
+  if (!tree_) return begin();
+  const auto found = tree_->find(key);
+  return found ? iterator(*found) : end();
+}
+
+TreeIterator DMapUTree::exactLowerBound(const int* key) {
+  if (!tree_) return begin();
+  const auto bound = tree_->lower_bound(key);
+  return bound ? iterator(*bound) : end();
+}
+
+TreeIterator DMapUTree::insertAt(const TreeIterator& at, const int* key, const double* values) {
+  return at == end_ ? emplace_end(key, values) : emplace(key, values);
+}
+
+TreeIterator DMapUTree::begin() {
+  if (tree_) return iterator(tree_->begin());
+  return isPresent_ ? scalarIterator(0) : end();
+}
+
+void DMapUTree::clear() {
+  if (tree_) tree_->clear();
+  isPresent_ = false;
+}
+
+int DMapUTree::index(const TreeIterator& it) {
+  if (!tree_) {
+    // A distance, whatever the iterator points to.
+    const auto bytes =
+        reinterpret_cast<std::uintptr_t>(it.scalar()) - reinterpret_cast<std::uintptr_t>(scalar_);
+    return static_cast<int>(static_cast<std::intptr_t>(bytes) /
+                            static_cast<std::intptr_t>(sizeof(double)));
+  }
+  // The end has an index here, by contract: the number of records.
+  return it.tree() == tree_.get() ? tree_->index(it.position()) : -1;
+}
+
+TreeIterator DMapUTree::withIndex(int rank) {
+  return tree_ ? iterator(tree_->withIndex(rank)) : scalarIterator(rank);
+}
+
+void DMapUTree::reserve(int records) {
+  if (tree_) tree_->reserve(records);
+}
+
+void DMapUTree::toPDF(const std::string& name) const {
+  if (tree_) tree_->toPDF(name + "_dmap.pdf");
+}
+
+std::uint64_t DMapUTree::bytesUsed() const {
+  return sizeof *this + (tree_ ? tree_->bytesUsed() : 0);
+}
+
+std::string DMapUTree::verify() const {
+  return tree_ ? tree_->verify() : std::string();
+}
+
+}  // namespace zdb::dmap

@@ -1,0 +1,239 @@
+#include "dmap/dmapvector.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+
+namespace zdb::dmap {
+
+bool VectorIterator::operator==(const IDMapIterator& other) const {
+  const auto* same = dynamic_cast<const VectorIterator*>(&other);
+  return same != nullptr && *this == *same;
+}
+
+// For a position without a record: zeros as far as memory was reserved, and nothing beyond. For
+// dimension 0, the record at any position.
+VectorIterator::Place VectorIterator::placeOutside(int position, RowArray<int>* keys,
+                                                   RowArray<double>* values) {
+  if (keys == nullptr) return {nullptr, nullptr};
+  if (keys->width() == 0) return {nullptr, values->row(0)};
+  const auto at = static_cast<unsigned>(position);
+  if (at >= keys->size()) return {nullptr, nullptr};
+  keys->zeroUpTo(keys->size());
+  values->zeroUpTo(values->size());
+  return {keys->row(at), values->row(at)};
+}
+
+DMapVector::DMapVector(int dim, int valueWidth)
+    : IDMap(StorageTypes::Vector, dim, valueWidth),
+      keys_(static_cast<std::size_t>(std::clamp(dim, 0, kMaxDim))),
+      values_(static_cast<std::size_t>(doublesPerRecord(valueWidth))) {
+  if (dim < 0 || dim > kMaxDim) {
+    throw std::invalid_argument("A record has 0 to 20 labels, not " + std::to_string(dim));
+  }
+  if (dim > 0) search_.emplace(dim, doublesPerRecord(valueWidth));
+}
+
+// ---- Searching
+
+// The binary search that all look-ups of the interface share. It gives the record before the place
+// of an absent key, the only record for any key, and the end for a key above all.
+int DMapVector::search(const int* key) {
+  if (count_ == 0) return static_cast<int>(size());
+  if (!comparesExactly(key)) return searchWithWildcards(key);
+  const int below = countBelow(key);
+  if (below < count_ && std::equal(key, key + getDim(), keyAt(below))) return below;
+  if (count_ == 1) return 0;
+  return below == count_ ? count_ : std::max(below - 1, 0);
+}
+
+// Keys with a 0 are no order, so what is found depends on the steps, which are part of the
+// contract.
+int DMapVector::searchWithWildcards(const int* key) const {
+  int low = 0;
+  int high = count_;
+  int middle = count_ / 2;
+  while (high - low > 1) {
+    const int order = compare(keyAt(middle), key);
+    if (order == 0) return middle;
+    (order < 0 ? low : high) = middle;
+    middle = low + (high - low) / 2;
+  }
+  return count_ > 1 && high == count_ ? count_ : middle;
+}
+
+// Whether wildcards play no part: neither the key nor any record has a label that is not positive,
+// and the records are in order.
+bool DMapVector::comparesExactly(const int* key) {
+  plain_ = search_->countPlain(keys_.row(0), plain_, count_);
+  return plain_ == count_ && std::all_of(key, key + getDim(), [](int label) { return label > 0; });
+}
+
+VectorIterator DMapVector::find(const int* key) {
+  if (getDim() == 0) return empty() ? end() : begin();
+  const int position = search(key);
+  return iterator(position < count_ && compare(keyAt(position), key) == 0 ? position : count_);
+}
+
+VectorIterator DMapVector::exactLowerBound(const int* key) {
+  if (getDim() == 0) return begin();
+  const bool isAboveAll = count_ > 0 && search_->isLess(keyAt(count_ - 1), key);
+  return iterator(isAboveAll ? count_ : countBelow(key));
+}
+
+VectorIterator DMapVector::linearSearchInVec(const int* key) {
+  for (int i = 0; i < count_; ++i) {
+    if (compare(keyAt(i), key) >= 0) return iterator(i);
+  }
+  return {};
+}
+
+int DMapVector::index(const VectorIterator& it) {
+  // A scalar has no count, and so no index, on purpose.
+  return it.position() >= 0 && it.position() < count_ ? it.position() : -1;
+}
+
+// ---- Adding
+
+// The usual case needs no stack and calls nothing: records are appended by the million.
+VectorIterator DMapVector::emplace_end(const int* key, const double* values) {
+  if (count_ == reserved() || !keys_.isNarrow() || !values_.isNarrow()) {
+    return appendUnusual(key, values);
+  }
+  keys_.setNarrow(static_cast<std::size_t>(count_), key);
+  values_.setNarrow(static_cast<std::size_t>(count_), values);
+  return iterator(count_++);
+}
+
+VectorIterator DMapVector::appendUnusual(const int* key, const double* values) {
+  if (getDim() == 0) return assignScalar(values);
+  if (count_ == reserved()) growByOne();
+  storeAt(count_, key, values);
+  return iterator(count_++);
+}
+
+VectorIterator DMapVector::emplace(const int* key, const double* values) {
+  if (count_ == 0) return emplace_end(key, values);
+  const int order = compare(key, keyAt(count_ - 1));
+  if (order == 0) return skip(count_ - 1);
+  if (order > 0) return emplace_end(key, values);
+  const int position = search(key);
+  if (position < count_ && compare(keyAt(position), key) == 0) return skip(position);
+  return insert(countBelow(key), key, values);
+}
+
+VectorIterator DMapVector::emplace_hint(const int* key, const double* values,
+                                        VectorIterator& hint) {
+  const int position = index(hint);
+  if (position == -1) return emplace_end(key, values);
+  if (compare(key, keyAt(position)) >= 1) return emplace(key, values);
+  if (position >= 1 && compare(key, keyAt(position - 1)) < 0) return emplace(key, values);
+  // A key equal to the hint's gets a second record before it: only callers that know better hint.
+  return insert(position, key, values);
+}
+
+VectorIterator DMapVector::insert_or_assign(VectorIterator& /*hint*/, const int* key,
+                                            const double* values) {
+  if (getDim() == 0) return emplace(key, values);
+  const int position = search(key);
+  if (position == count_) return emplace_end(key, values);
+  // The record at the bound gets the values, whatever its key: that is the contract.
+  values_.set(static_cast<std::size_t>(position), values);
+  return iterator(position);
+}
+
+VectorIterator DMapVector::insertAt(const VectorIterator& at, const int* key,
+                                    const double* values) {
+  const int position = index(at);
+  return position == -1 ? emplace_end(key, values) : insert(position, key, values);
+}
+
+VectorIterator DMapVector::skip(int position) {
+  std::puts("Warning: Keys already in record map. Skipping.");
+  return iterator(position);
+}
+
+VectorIterator DMapVector::assignScalar(const double* values) {
+  if (values_.empty()) values_.assignZeros(1);
+  values_.set(0, values);
+  return iterator(0);
+}
+
+VectorIterator DMapVector::insert(int position, const int* key, const double* values) {
+  if (count_ == reserved()) growByOne();
+  const auto at = static_cast<std::size_t>(position);
+  const auto end = static_cast<std::size_t>(count_);
+  keys_.makeGap(at, end);
+  values_.makeGap(at, end);
+  storeAt(position, key, values);
+  ++count_;
+  search_->forgetFrom(position);
+  if (position < plain_) {
+    plain_ = isPlain(position) && isPlain(position + 1) ? plain_ + 1 : position;
+  }
+  return iterator(position);
+}
+
+// ---- Removing and reserving
+
+void DMapVector::erase(const VectorIterator& it) {
+  if (getDim() == 0) return values_.clear();
+  const int position = index(it);
+  if (position == -1) return;
+  const auto at = static_cast<std::size_t>(position);
+  const auto end = static_cast<std::size_t>(count_);
+  keys_.erase(at, end);
+  values_.erase(at, end);
+  --count_;
+  if (position < plain_) --plain_;
+  search_->forgetFrom(position);
+}
+
+void DMapVector::clear() {
+  keys_.clear();
+  values_.clear();
+  count_ = plain_ = 0;
+  if (search_) search_->clear();
+}
+
+void DMapVector::reserve(int records) {
+  if (getDim() == 0) return;
+  // Never less than the count, which stays: there must be a record behind every position below it.
+  records = std::max(records, count_);
+  RowArray<int> keys(keys_.width());
+  keys.assignZeros(static_cast<std::size_t>(records));
+  values_.assignZeros(static_cast<std::size_t>(records));
+  keys_ = std::move(keys);
+  keys_.zeroUpTo(static_cast<std::size_t>(count_));
+  values_.zeroUpTo(static_cast<std::size_t>(count_));
+  plain_ = 0;
+  search_->clear();
+}
+
+// ---- Checking
+
+std::uint64_t DMapVector::bytesUsed() const {
+  return sizeof *this + keys_.bytesUsed() + values_.bytesUsed() +
+         (search_ ? search_->bytesUsed() : 0);
+}
+
+std::string DMapVector::verify() const {
+  if (getDim() == 0) {
+    const bool isSound = keys_.empty() && count_ == 0 && values_.size() <= 1;
+    return isSound ? "" : "a scalar with a key or a count";
+  }
+  if (count_ < 0 || count_ > reserved()) return "more records than there is room for";
+  if (keys_.size() != values_.size()) return "arrays of different lengths";
+  const auto records = static_cast<std::size_t>(count_);
+  if (keys_.written() < records || values_.written() < records) {
+    return "a record that was not written";
+  }
+  if (!search_->matches(keys_.row(0), count_)) return "a search by keys that have changed";
+  if (plain_ < 0 || plain_ > count_) return "too many records known to be in order";
+  for (int i = 0; i < plain_; ++i) {
+    if (!isPlain(i)) return "a record not in order as it was known to be";
+  }
+  return "";
+}
+
+}  // namespace zdb::dmap

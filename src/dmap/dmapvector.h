@@ -1,0 +1,188 @@
+/// The compact record container: two sorted arrays.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "dmap/idmap.h"
+#include "dmap/keysearch.h"
+#include "dmap/rowarray.h"
+
+namespace zdb::dmap {
+
+class DMap;
+class DMapUTree;
+
+/// A position in a `DMapVector`: a record's number, and the two arrays.
+///
+/// Shows whatever record has that number; adding or erasing one before it shifts what it shows.
+/// Moving is not checked. Good until the container goes.
+class VectorIterator final : public BaseDMapIterator, public IDMapIterator {
+ public:
+  /// Points nowhere.
+  VectorIterator() = default;
+  VectorIterator(int dim, int valueWidth, int position, RowArray<int>& keys,
+                 RowArray<double>& values)
+      : dim_(dim), valueWidth_(valueWidth), position_(position), keys_(&keys), values_(&values) {}
+
+  VectorIterator& operator++() override {
+    position_ = static_cast<int>(static_cast<unsigned>(position_) + 1U);
+    return *this;
+  }
+  VectorIterator& operator--() override {
+    position_ = static_cast<int>(static_cast<unsigned>(position_) - 1U);
+    return *this;
+  }
+  /// Key and values in place, owning nothing; both null outside the arrays, which reach as far as
+  /// memory was reserved. For dimension 0 the key is null, and the values are the record's at any
+  /// position.
+  VirtualPair operator*() const override {
+    const auto at = static_cast<unsigned>(position_);  // too large if negative
+    if (keys_ != nullptr && at < keys_->written()) [[likely]] {
+      return {keys_->row(at), values_->row(at), ElemOwnership::None};
+    }
+    const Place place = placeOutside(position_, keys_, values_);
+    return {place.key, place.values, ElemOwnership::None};
+  }
+  bool operator==(const IDMapIterator& other) const override;
+  bool operator!=(const IDMapIterator& other) const override { return !(*this == other); }
+  /// The same without asking for the other iterator's type. Which container they belong to is not
+  /// compared.
+  bool operator==(const VectorIterator& other) const {
+    return position_ == other.position_ && dim_ == other.dim_ && valueWidth_ == other.valueWidth_;
+  }
+  bool operator!=(const VectorIterator& other) const { return !(*this == other); }
+  bool isNullPtr() const override { return keys_ == nullptr || values_ == nullptr; }
+
+  int position() const { return position_; }
+
+ private:
+  struct Place {
+    const int* key;
+    double* values;
+  };
+  static Place placeOutside(int position, RowArray<int>* keys, RowArray<double>* values);
+
+  int dim_ = 0;
+  int valueWidth_ = 0;
+  int position_ = -1;
+  RowArray<int>* keys_ = nullptr;
+  RowArray<double>* values_ = nullptr;
+};
+
+/// The sorted vector storage: all keys in one array and all values in another.
+///
+/// Meant to be filled in order, by `reserve` and `emplace_end`, and then mostly read: searches and
+/// `index` need no walk, but inserting or erasing in the middle moves all records behind it. Any
+/// change invalidates the addresses of values, and iterators count on.
+///
+/// Comparisons take a 0, on either side, for any label. With that, and in these points, it departs
+/// from the `IDMap` contract on purpose:
+///
+/// - `emplace_end` appends without a look at the key: the caller guarantees the order.
+/// - `emplace_hint` appends if the hint is the end, and inserts a second record before the hint if
+///   that has the key already.
+/// - `emplace` prints a warning for a key that is present.
+/// - `lower_bound` of a key between two records is the one before it, of a key below all the first;
+///   a single record is the bound of every key. Only a key above all gives `end()`.
+/// - `insert_or_assign` overwrites the values of that bound, whatever its key, or appends.
+/// - `reserve` empties the arrays, though not the count.
+///
+/// So whoever does not know whether a key is present asks `exactLowerBound`. For dimension 0 there
+/// is one record or none, of values alone; `index` is then always -1.
+class DMapVector final : public IDMap<VectorIterator> {
+ public:
+  /// An empty container. Throws std::invalid_argument unless 0 <= dim <= 20.
+  DMapVector(int dim, int valueWidth);
+  /// The records of another container, which is left as it is. Linear.
+  explicit DMapVector(DMap& source);
+  explicit DMapVector(DMapUTree& source);
+
+  VectorIterator emplace_end(const int* key, const double* values) override;
+  VectorIterator emplace(const int* key, const double* values) override;
+  VectorIterator emplace_hint(const int* key, const double* values, VectorIterator& hint) override;
+  /// Makes no use of the hint.
+  VectorIterator insert_or_assign(VectorIterator& hint, const int* key,
+                                  const double* values) override;
+  /// Frees what was reserved but not used. Linear; without a record at `it` nothing happens.
+  void erase(const VectorIterator& it) override;
+  std::uint64_t size() const override {
+    return getDim() > 0 ? static_cast<std::uint64_t>(count_) : std::uint64_t{!values_.empty()};
+  }
+  bool empty() const override { return size() == 0; }
+  VectorIterator lower_bound(const int* key) override { return iterator(search(key)); }
+  VectorIterator find(const int* key) override;
+  VectorIterator begin() override { return iterator(0); }
+  VectorIterator end() override { return iterator(static_cast<int>(size())); }
+  void clear() override;
+  /// Constant time.
+  int index(const VectorIterator& it) override;
+  /// Constant time, and not checked.
+  VectorIterator withIndex(int rank) override { return iterator(rank); }
+  /// Makes room for so many records, all zero. For empty containers: others lose their records
+  /// but keep their number.
+  void reserve(int records) override;
+
+  /// The first record whose key is not less than `key`, or `end()`, compared exactly; for dimension
+  /// 0 the record. Constant time for a key above all.
+  VectorIterator exactLowerBound(const int* key);
+  /// Adds a record before `at`, which `exactLowerBound` gave for its key; the key is absent. Linear
+  /// in the number of records behind it.
+  VectorIterator insertAt(const VectorIterator& at, const int* key, const double* values);
+  /// What `lower_bound` would find by trying one record after the other: the first that compares
+  /// not less, or an iterator that points nowhere.
+  VectorIterator linearSearchInVec(const int* key);
+
+  /// Bytes held for the records, including this object.
+  std::uint64_t bytesUsed() const;
+  /// The first fault found in the structure, or an empty text. For tests; visits everything.
+  std::string verify() const;
+
+ private:
+  VectorIterator iterator(int position) {
+    return {getDim(), getValueWidth(), position, keys_, values_};
+  }
+  const int* keyAt(int position) const { return keys_.row(static_cast<std::size_t>(position)); }
+  double* valuesAt(int position) { return values_.row(static_cast<std::size_t>(position)); }
+  int compare(const int* a, const int* b) const {
+    return recordNumericKeysCompareWithWildcard(a, b, getDim());
+  }
+
+  int search(const int* key);
+  int searchWithWildcards(const int* key) const;
+  int countBelow(const int* key) {
+    return search_->countBelow(keys_.row(0), count_, key, values_.row(0));
+  }
+  bool comparesExactly(const int* key);
+  bool isPlain(int position) const {
+    return search_->countPlain(keys_.row(0), position, position + 1) > position;
+  }
+  VectorIterator skip(int position);
+  VectorIterator appendUnusual(const int* key, const double* values);
+  VectorIterator assignScalar(const double* values);
+  VectorIterator insert(int position, const int* key, const double* values);
+  int reserved() const { return static_cast<int>(keys_.size()); }
+  void growByOne() {
+    if (reserved() == std::numeric_limits<int>::max()) throw std::bad_alloc();
+    keys_.makeRoom();
+    values_.makeRoom();
+    keys_.extend();
+    values_.extend();
+  }
+  void storeAt(int position, const int* key, const double* values) {
+    keys_.set(static_cast<std::size_t>(position), key);
+    values_.set(static_cast<std::size_t>(position), values);
+  }
+
+  RowArray<int> keys_;
+  RowArray<double> values_;
+  int count_ = 0;  ///< Records in use; always 0 for dimension 0, which has values only.
+  int plain_ = 0;  ///< Records at the front known to be in order, unique and without a 0.
+  std::optional<KeySearch> search_;  ///< Not for dimension 0.
+};
+
+}  // namespace zdb::dmap

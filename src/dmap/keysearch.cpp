@@ -1,0 +1,114 @@
+#include "dmap/keysearch.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <new>
+#include <utility>
+
+#include "dmap/keywords.h"
+#include "dmap/tagmatch.h"
+
+namespace zdb::dmap {
+
+namespace {
+
+// The steps depend on the count only and no comparison is a branch, since none could be predicted.
+// The price, that the processor does not run ahead, is paid by fetching both keys that the next
+// step can ask for.
+template <int N>
+int countBelowIn(const int* keys, int count, const int* key) {
+  const KeyWords<N> words(key);
+  unsigned low = 0;
+  for (auto length = static_cast<unsigned>(count); length > 0;) {
+    const unsigned half = (length + 1) / 2;
+    const int* middle = keys + std::size_t{low + half - 1} * N;
+    length -= half;
+    prefetch(keys + std::size_t{low + length / 2} * N);
+    prefetch(middle + std::size_t{length / 2 + 1} * N);
+    // Arithmetic, lest the compiler makes a branch of it.
+    low += half & (0U - static_cast<unsigned>(words.isAfter(middle)));
+  }
+  return static_cast<int>(low);
+}
+
+template <int N>
+int countPlainIn(const int* keys, int from, int count) {
+  for (int i = from; i < count; ++i) {
+    const int* key = keys + std::ptrdiff_t{i} * N;
+    bool isPlain = i == 0 || KeyWords<N>(key).isAfter(key - N);
+    for (int position = 0; position < N; ++position) isPlain &= key[position] > 0;
+    if (!isPlain) return i;
+  }
+  return count;
+}
+
+template <std::size_t... I>
+constexpr auto searches(std::index_sequence<I...>) {
+  return std::array{countBelowIn<static_cast<int>(I) + 1>...};
+}
+
+template <std::size_t... I>
+constexpr auto checks(std::index_sequence<I...>) {
+  return std::array{countPlainIn<static_cast<int>(I) + 1>...};
+}
+
+constexpr auto kSearches = searches(std::make_index_sequence<kMaxDim>());
+constexpr auto kChecks = checks(std::make_index_sequence<kMaxDim>());
+
+// Fetches a block of numbers at once, as far as that pays.
+template <class T>
+void prefetchBlock(const T* block, int numbers) {
+  constexpr int kLine = 64 / sizeof(T);
+  for (int i = 0; i < std::min(numbers, 16 * kLine); i += kLine) prefetch(block + i);
+}
+
+}  // namespace
+
+KeySearch::KeySearch(int dim, int doubles)
+    : dim_(dim),
+      doubles_(doubles),
+      search_(kSearches[static_cast<std::size_t>(dim) - 1]),
+      plain_(kChecks[static_cast<std::size_t>(dim) - 1]) {}
+
+int KeySearch::countBelow(const int* keys, int count, const int* key, const double* values) {
+  if (count <= 2 * kBlock || !makeFences(keys, count)) return search_(keys, count, key);
+  const int blocks = search_(fences_.data(), fences(), key);
+  if (blocks == 0) return 0;
+  const int start = (blocks - 1) * kBlock;
+  const int length = std::min(count - start, kBlock);
+  const int* block = keys + std::ptrdiff_t{start} * dim_;
+  prefetchBlock(block, length * dim_);
+  prefetchBlock(values + std::ptrdiff_t{start} * doubles_, length * doubles_);
+  return start + search_(block, length, key);
+}
+
+bool KeySearch::makeFences(const int* keys, int count) {
+  const int wanted = (count - 1) / kBlock + 1;
+  if (fences() == wanted) return true;
+  try {
+    for (int i = fences(); i < wanted; ++i) {
+      const int* key = keys + std::ptrdiff_t{i} * kBlock * dim_;
+      fences_.insert(fences_.end(), key, key + dim_);
+    }
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+  return true;
+}
+
+void KeySearch::forgetFrom(int position) {
+  const int kept = std::min((position + kBlock - 1) / kBlock, fences());
+  fences_.resize(static_cast<std::size_t>(kept) * static_cast<std::size_t>(dim_));
+}
+
+bool KeySearch::matches(const int* keys, int count) const {
+  for (int i = 0; i < fences(); ++i) {
+    if (i * kBlock >= count) return false;
+    const int* fence = fences_.data() + std::ptrdiff_t{i} * dim_;
+    if (!std::equal(fence, fence + dim_, keys + std::ptrdiff_t{i} * kBlock * dim_)) return false;
+  }
+  return true;
+}
+
+}  // namespace zdb::dmap

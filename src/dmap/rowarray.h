@@ -1,0 +1,130 @@
+/// A growable array of rows of numbers, written to when something is put there.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+#include "utree/largememory.h"
+
+namespace zdb::dmap {
+
+/// Unlike std::vector, it gets its length without a pass over the memory: rows that nothing was
+/// written to count as zeros, and become zeros when they are first asked for. All sizes are numbers
+/// of rows.
+template <class T>
+class RowArray {
+  static_assert(std::is_trivially_copyable_v<T>);
+
+ public:
+  /// An empty array of rows of `width` numbers.
+  explicit RowArray(std::size_t width) : width_(width) {}
+
+  std::size_t width() const { return width_; }
+  std::size_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  T* row(std::size_t i) { return data_.get() + i * width_; }
+  const T* row(std::size_t i) const { return data_.get() + i * width_; }
+  std::size_t bytesUsed() const { return capacity_ * width_ * sizeof(T); }
+
+  /// Rows at the front that have been written to.
+  std::size_t written() const { return written_; }
+  /// Lets the rows before `end`, at most size(), be read.
+  void zeroUpTo(std::size_t end) {
+    if (end > written_) std::fill(row(written_), row(end), T{});
+    setWritten(end);
+  }
+
+  /// Replaces the contents by `size` zeros, in exactly as much memory. Throws std::bad_alloc, which
+  /// leaves the array as it was.
+  void assignZeros(std::size_t size) {
+    data_ = obtain(size);
+    size_ = capacity_ = size;
+    written_ = 0;
+  }
+  /// Overwrites row `i`, which is written already or the first that is not.
+  void set(std::size_t i, const T* values) {
+    if (isNarrow()) return setNarrow(i, values);
+    std::memcpy(row(i), values, width_ * sizeof(T));
+    setWritten(i + 1);
+  }
+  /// Whether `setNarrow` may be used, which makes no calls.
+  bool isNarrow() const { return width_ <= 4; }
+  void setNarrow(std::size_t i, const T* values) {
+    T* stored = row(i);
+    switch (width_) {
+      case 4:
+        stored[3] = values[3];
+        [[fallthrough]];
+      case 3:
+        stored[2] = values[2];
+        [[fallthrough]];
+      case 2:
+        stored[1] = values[1];
+        [[fallthrough]];
+      default:
+        stored[0] = values[0];
+    }
+    setWritten(i + 1);
+  }
+  /// Sees to it that the array can be one row longer. Amortised constant time; throws
+  /// std::bad_alloc.
+  void makeRoom() {
+    if (size_ == capacity_) grow();
+  }
+  /// Makes the array one row longer, for which there must be room.
+  void extend() { ++size_; }
+  /// Opens a gap at row `i`, moving the rows from there up to `end`; there must be a row behind.
+  void makeGap(std::size_t i, std::size_t end) {
+    setWritten(end + 1);
+    std::copy_backward(row(i), row(end), row(end + 1));
+  }
+  /// Closes the gap that row `i` leaves and forgets what lies behind row `end`.
+  void erase(std::size_t i, std::size_t end) {
+    std::copy(row(i + 1), row(end), row(i));
+    size_ = end - 1;
+    written_ = std::min(written_, size_);
+  }
+  /// Empties the array and frees its memory.
+  void clear() noexcept {
+    data_.reset();
+    size_ = written_ = capacity_ = 0;
+  }
+
+ private:
+  void setWritten(std::size_t end) { written_ = std::max(written_, end); }
+
+  struct Release {
+    std::size_t bytes = 0;
+    void operator()(T* data) const { utree::releaseMemory(data, bytes); }
+  };
+  using Data = std::unique_ptr<T[], Release>;
+
+  Data obtain(std::size_t rows) const {
+    if (width_ > 0 && rows > std::numeric_limits<std::size_t>::max() / sizeof(T) / width_) {
+      throw std::bad_alloc();
+    }
+    const std::size_t bytes = rows * width_ * sizeof(T);
+    return Data(static_cast<T*>(utree::obtainMemory(bytes)), Release{bytes});
+  }
+  [[gnu::noinline]] void grow() {
+    const std::size_t capacity = std::max<std::size_t>(1, 2 * capacity_);
+    Data data = obtain(capacity);
+    std::copy_n(data_.get(), written_ * width_, data.get());
+    data_ = std::move(data);
+    capacity_ = capacity;
+  }
+
+  Data data_;
+  std::size_t width_;
+  std::size_t size_ = 0;
+  std::size_t written_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+}  // namespace zdb::dmap

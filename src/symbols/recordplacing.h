@@ -1,0 +1,80 @@
+#pragma once
+
+#include <algorithm>
+
+#include "dmap/dmap.h"
+#include "dmap/dmaputree.h"
+#include "dmap/dmapvector.h"
+
+// Adding records so that an added record never changes another one, whatever the container's own
+// insertions do with a key that is absent. All take keys as they are, 0 included.
+namespace zdb {
+
+/// A record, and whether it was added just now.
+template <class It>
+struct Placed {
+  It at;
+  bool isNew;
+};
+
+/// Finds the record with this key or adds it with these values; a record that is there gets the
+/// values if `overwrite` holds.
+inline Placed<dmap::DMapIterator> placeRecord(dmap::DMap& records, const int* key,
+                                              const double* values, bool overwrite) {
+  const auto before = records.size();
+  dmap::DMapIterator hint = records.end();
+  const auto at = overwrite ? records.insert_or_assign(hint, key, values)
+                            : records.emplace_hint(key, values, hint);
+  return {at, records.size() != before};
+}
+
+inline Placed<dmap::VectorIterator> placeRecord(dmap::DMapVector& records, const int* key,
+                                                const double* values, bool overwrite) {
+  const auto at = records.exactLowerBound(key);
+  if (at == records.end()) return {records.emplace_end(key, values), true};
+  const dmap::VirtualPair record = *at;
+  if (!std::equal(key, key + records.getDim(), record.first)) {
+    return {records.insertAt(at, key, values), true};
+  }
+  if (overwrite)
+    std::copy_n(values, dmap::doublesPerRecord(records.getValueWidth()), record.second);
+  return {at, false};
+}
+
+// Dereferences only the record it returns: the key may lie in the buffer that all trees share.
+inline Placed<dmap::TreeIterator> placeRecord(dmap::DMapUTree& records, const int* key,
+                                              const double* values, bool overwrite) {
+  if (records.getTree()->isAboveAll(key)) return {records.emplace_end(key, values), true};
+  const auto at = records.find(key);
+  if (at == records.end()) return {records.emplace(key, values), true};
+  if (overwrite) {
+    std::copy_n(values, records.getTree()->getNumValues(), at.position().leaf()->down.values());
+  }
+  return {at, false};
+}
+
+/// The record with this key, or the end.
+inline dmap::DMapIterator findRecord(dmap::DMap& records, const int* key) {
+  return records.find(key);
+}
+inline dmap::TreeIterator findRecord(dmap::DMapUTree& records, const int* key) {
+  return records.find(key);
+}
+// The container's own search takes a 0 for any label.
+inline dmap::VectorIterator findRecord(dmap::DMapVector& records, const int* key) {
+  if (records.getDim() == 0) return records.find(key);
+  const auto at = records.exactLowerBound(key);
+  if (at == records.end()) return at;
+  return std::equal(key, key + records.getDim(), (*at).first) ? at : records.end();
+}
+
+/// The first record whose key is not less than `key`, or the end; not for dimension 0.
+inline dmap::DMapIterator firstNotLess(dmap::DMap& records, const int* key) {
+  return records.lower_bound(key);
+}
+template <class Map>
+auto firstNotLess(Map& records, const int* key) {
+  return records.exactLowerBound(key);
+}
+
+}  // namespace zdb

@@ -1,0 +1,183 @@
+/// The label tree: records in a prefix tree over their labels.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include "utree/blockchain.h"
+#include "utree/siblings.h"
+#include "utree/uelnode.h"
+
+namespace utree {
+
+/// A map from keys of `dim` labels to one or five doubles, in which records with a common beginning
+/// of their keys share the nodes of that beginning.
+///
+/// Level 0 is a list of the distinct first labels; each leads down to a list of the labels that
+/// follow it, and those of the last level lead to the values of a record. Lists are in ascending
+/// order, and an iteration goes by key. Labels are compared exactly.
+///
+/// 1. A node above the last level leads to a list with at least one node.
+/// 2. The last position is that of the largest key; it is the end if there are no records.
+/// 3. Nodes and values never move and, whatever is erased, are not freed before the tree is. So a
+///    position is good as long as its record exists, and one whose record was erased can still be
+///    read and moved, though what it shows may have been erased too.
+///
+/// Keys have `dim` labels, and the caller's arrays are copied. Nothing fails but for want of
+/// memory: std::bad_alloc leaves the records as they were. The cost of a search is logarithmic in
+/// the lengths of the lists that it comes through.
+class UTree {
+ public:
+  /// An empty tree. Throws std::invalid_argument unless 1 <= dim <= 20.
+  UTree(int dim, int valueWidth);
+  /// A copy of all nodes and values, in blocks of its own.
+  UTree(const UTree& other);
+  UTree& operator=(const UTree&) = delete;
+  ~UTree() = default;
+
+  /// Lets blocks to come have room for `n` nodes, or the values of `n` records; allocates nothing.
+  /// Without effect if n < 1.
+  void reserve(int n);
+  /// A node that is not yet part of the tree.
+  UELNode* allocateNode(int uel) { return new (nodes_.allocate(sizeof(UELNode))) UELNode(uel); }
+  /// Room for `count` doubles.
+  double* allocateValues(int count) {
+    return static_cast<double*>(
+        valueBlocks_.allocate(static_cast<std::size_t>(count) * sizeof(double)));
+  }
+
+  /// Adds a record that is expected to be the last one, in constant time if it is. The largest key
+  /// gets new values if it is given again; any other existing key keeps its values.
+  UELNodeIt emplace_end(const int* key, const double* values);
+  /// The same anywhere. `hint`, if given, is a position of this tree whose beginning is shared with
+  /// the key as far as possible; it saves a part of the search.
+  UELNodeIt emplace(const int* key, const double* values, const UELNodeIt* hint = nullptr);
+
+  /// The record with this key, if there is one. `start` serves as the hint of `emplace`.
+  std::optional<UELNodeIt> find(const int* key, const UELNodeIt* start = nullptr) const;
+  /// The last record whose key is less than `key`, or the end.
+  UELNodeIt findPredecessor(const int* key) const;
+  /// The first record whose key is not less than `key`, if there is one.
+  std::optional<UELNodeIt> lower_bound(const int* key) const;
+  bool contains(const int* key) const;
+  /// Whether the key is greater than that of every record. Constant time.
+  bool isAboveAll(const int* key) const { return empty() || isAboveLast(key); }
+
+  UELNodeIt begin() const;
+  UELNodeIt last() const;
+  UELNodeIt end() const { return UELNodeIt(dim_); }
+  /// The record behind `it`; the end for the last record and for the end.
+  UELNodeIt next(UELNodeIt it) const {
+    nextInPlace(it);
+    return it;
+  }
+  void nextInPlace(UELNodeIt& it) const {
+    if (!stepRight(it) && !it.isEnd()) climb(it, 1);
+  }
+  /// Moves to the next record if that is in the same list, or in that of the node next to the
+  /// parent; otherwise changes nothing and returns false.
+  static bool stepRight(UELNodeIt& it) {
+    const UELNode* leaf = it.leaf();
+    if (leaf == nullptr) return false;
+    UELNode* next = leaf->right;
+    if (it.dim() > 1) {
+      // Short lists end where no processor expects it, so both ways on are taken at once.
+      UELNode* parent = it.atHeight(1);
+      if (UELNode* aunt = parent->right; aunt != nullptr) {
+        UELNode* cousin = aunt->down.first();
+        it.setAtHeight(1, next == nullptr && cousin != nullptr ? aunt : parent);
+        next = next == nullptr ? cousin : next;
+      }
+    }
+    if (next == nullptr) return false;
+    it.setLeaf(next);
+    return true;
+  }
+  /// The record before `it`: for the end the last one, and for the first record itself.
+  UELNodeIt prev(const UELNodeIt& it) const;
+  /// Number of records before `it`; size() for the end, -1 for an erased record. Linear.
+  int index(const UELNodeIt& it) const;
+  /// The record at a rank; the first for a rank below 0, the end for one too large. Linear.
+  UELNodeIt withIndex(int i) const;
+
+  /// Removes a record, and the nodes that no other record shares. A position at an erased record
+  /// or of another tree is ignored.
+  void erase(const UELNodeIt& it);
+  /// The same by key; whether there was such a record.
+  bool erase(const int* key);
+  /// Removes all records. The blocks are kept but not reused.
+  void clear();
+
+  std::uint64_t size() const { return size_; }
+  bool empty() const { return size_ == 0; }
+  /// The first node of level 0, or null.
+  UELNode* getFirst() const { return root_.first(); }
+  int getDim() const { return dim_; }
+  /// Doubles per record, 1 or 5.
+  int getNumValues() const { return numValues_; }
+  /// Copies key and values out, each unless null. False, and nothing copied, at the end.
+  bool dereferenceIterator(const UELNodeIt& it, int* key, double* values) const;
+
+  /// The record as "1,2,3: 4.500000", or "end".
+  std::string str(const UELNodeIt& it) const;
+  /// Doubles with six decimals, separated by commas.
+  static std::string valuesToStr(int count, const double* values);
+  /// Prints all nodes, each with its right and then its lower neighbours nested in it.
+  void pprint(std::FILE* out = stdout) const;
+  /// Numbers all nodes from 0, each before those below and those behind it.
+  std::unordered_map<const UELNode*, int> collectNodeIds() const;
+  /// Writes the nodes and their links as a graph for `dot`; whether the file could be written.
+  bool toDotFile(const std::string& fileName) const;
+  /// Lets `dot` draw the graph, by way of the file tmp.dot in the working directory. Without `dot`
+  /// there is no picture, and no error.
+  void toPDF(const std::string& fileName) const;
+
+  /// Blocks of nodes and blocks of values.
+  int nodeBlocks() const { return nodes_.blocks(); }
+  int valueBlocks() const { return valueBlocks_.blocks(); }
+  /// Bytes held for the records, including this object.
+  std::uint64_t bytesUsed() const;
+  /// The first fault found in the structure, or an empty text. For tests; visits everything.
+  std::string verify() const;
+
+ private:
+  class Verifier;
+
+  /// How far a key leads down into the tree.
+  struct Descent {
+    int level;           ///< Levels on which the label was found.
+    SiblingPlace place;  ///< Where it belongs on the next level, if that is one of the tree.
+  };
+
+  Descent descend(const int* key, const UELNodeIt* start, UELNodeIt& path) const;
+  int firstDifference(const int* key) const;
+  DownLink& listAt(const UELNodeIt& path, int level) const {
+    return level == 0 ? root_ : path[level - 1]->down;
+  }
+  bool isAboveLast(const int* key) const;
+  /// Makes the first record of a tree without records.
+  UELNodeIt seedFirstRecord(const int* key, const double* values);
+  UELNode* newBranch(const int* key, const double* values, int level);
+  void enter(UELNode* branch, UELNode* before, int level, UELNodeIt& path);
+  double* storeValues(const double* values);
+  void assign(double* stored, const double* values) const;
+  static bool firstBelow(UELNodeIt& path, int height);
+  bool lastBelow(UELNodeIt& path, int height) const;
+  void climb(UELNodeIt& it, int height) const;
+  void traverseCopy(const DownLink& from, DownLink& to, int level);
+
+  BlockChain nodes_;
+  BlockChain valueBlocks_;
+  int dim_;
+  int valueWidth_;
+  int numValues_;
+  std::uint64_t size_ = 0;
+  mutable DownLink root_;  ///< The list of level 0. Searches may give any list its index.
+  UELNodeIt last_;
+  mutable Siblings siblings_;  ///< Behind the blocks: its end needs the nodes.
+};
+
+}  // namespace utree
