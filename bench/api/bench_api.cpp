@@ -3,57 +3,15 @@
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 #include "core/uellist.h"
+#include "database.h"
 #include "dataset.h"
 #include "dmap/dmap.h"
 #include "sqlitedb.h"
-#include "zdbcclib.h"
 
 namespace {
-
-void require(bool holds, const char* what) {
-  if (holds) return;
-  std::fprintf(stderr, "bench_api: %s\n", what);
-  std::abort();
-}
-
-void countRecords(benchmark::State& state) {
-  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * Dataset::kRecords);
-}
-
-/// A database with the labels and an empty three-dimensional parameter.
-class Database {
- public:
-  Database() {
-    require(zdbcreate(&db_, nullptr, 0) == 1, "zdbcreate");
-    int number;
-    for (const std::string& label : dataset().labels) c__zdbmergeuel(db_, label.c_str(), &number);
-    require(c__zdbaddsymbol(db_, "p", 3, ZDB_PARAMETER, 0, "", &symbol_) == 1, "zdbaddsymbol");
-  }
-  ~Database() { zdbfree(&db_); }
-  Database(const Database&) = delete;
-  Database& operator=(const Database&) = delete;
-
-  void load() {
-    const Dataset& data = dataset();
-    for (std::size_t i = 0; i < data.keys.size(); ++i) {
-      c__zdbmergerecordint(db_, symbol_, data.keys[i].data(), 1, 0, nullptr, 1, &data.values[i]);
-    }
-    int count;
-    c__zdbsymbolinfo(db_, symbol_, ZDB_SYMBOL_RECORDS, &count, nullptr, nullptr);
-    require(count == Dataset::kRecords, "record count");
-  }
-  zdbHandle_t db() const { return db_; }
-  zdbSymbol_t symbol() const { return symbol_; }
-
- private:
-  zdbHandle_t db_ = nullptr;
-  zdbSymbol_t symbol_ = nullptr;
-};
 
 void loadContainer(zdb::dmap::DMap& map) {
   const Dataset& data = dataset();
@@ -91,7 +49,6 @@ void loadSqlite(SqliteDb& db, bool asTexts) {
 }
 
 // ---- merge, sorted, without handles
-// ----------------------------------------------------------------
 
 /// Times `load` of a fresh object; making and destroying it is not counted.
 template <typename Fresh, typename Load>
@@ -110,7 +67,8 @@ void timeLoad(benchmark::State& state, Fresh fresh, Load load) {
 }
 
 void MergeSorted_Interface(benchmark::State& state) {
-  timeLoad(state, std::make_unique<Database>, [](Database& db) { db.load(); });
+  timeLoad(
+      state, [] { return std::make_unique<Database>(); }, [](Database& db) { db.load(); });
 }
 void MergeSorted_Container(benchmark::State& state) {
   timeLoad(
@@ -124,7 +82,6 @@ void MergeSorted_SqliteTexts(benchmark::State& state) {
 }
 
 // ---- find by texts, in random order
-// ----------------------------------------------------------------
 
 void FindByTexts_Interface(benchmark::State& state) {
   const Dataset& data = dataset();
@@ -208,24 +165,12 @@ void FindByTexts_SqliteNumbers(benchmark::State& state) {
 }
 
 // ---- walk
-// ------------------------------------------------------------------------------------------
 
 void Walk_Interface(benchmark::State& state) {
   dataset();
   Database db;
   db.load();
-  for (auto _ : state) {
-    double sum = 0;
-    double level;
-    zdbRecord_t record;
-    require(c__zdbfindfirstrecord(db.db(), db.symbol(), &record) == 1, "first record");
-    do {
-      c__zdbgetlevel(db.db(), record, &level);
-      sum += level;
-    } while (c__zdbrecordmovenext(db.db(), record));
-    c__zdbfreesymboliterator(db.db(), record);
-    benchmark::DoNotOptimize(sum);
-  }
+  for (auto _ : state) require(db.walk() == Dataset::kRecords, "walk");
   countRecords(state);
 }
 
