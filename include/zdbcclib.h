@@ -124,8 +124,10 @@ enum { ZDB_SET = 0, ZDB_PARAMETER = 1, ZDB_VARIABLE = 2, ZDB_EQUATION = 3, ZDB_A
 /** How the records of a symbol are kept. All behave alike; they differ in memory and speed. */
 enum {
   ZDB_STORAGE_MAP = 0,    /**< ordered tree, for any order of adding and finding; the default */
-  ZDB_STORAGE_VECTOR = 1, /**< sorted array, small; for data that is added in key order */
-  ZDB_STORAGE_TREE = 2    /**< tree of labels, small where keys share their first labels */
+  ZDB_STORAGE_VECTOR = 1, /**< sorted array, small; for data that is added in key order, since
+                             adding or deleting in the middle takes time in the records behind */
+  ZDB_STORAGE_TREE = 2    /**< tree of labels, small where keys share their first labels; deleting
+                             frees nothing before all records go */
 };
 
 /** Positions in a record's values. Sets and parameters have the first only. */
@@ -482,8 +484,7 @@ ZDBCCLIB_API int c__zdbcopysymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_
  * Moves the records of *symbol to another storage (ZDB_STORAGE_...): the handle in *symbol is
  * replaced, the old one and all record handles of the symbol end. Nothing happens when it is kept
  * that way already. With `symbol` or *symbol null, sets the storage of symbols added later. Fails,
- * changing nothing, for a storage that is unknown or not available in this version. Time in the
- * number of records.
+ * changing nothing, for an unknown storage. Time in the number of records.
  */
 ZDBCCLIB_API int c__zdbselectrecordstorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType);
 

@@ -208,14 +208,9 @@ int zdbCopySymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_t source) {
 namespace {
 
 bool refuseStorage(Call call, int storageType) {
-  static constexpr const char* kNames[] = {"map", "vector", "tree"};
-  if (storageType < ZDB_STORAGE_MAP || storageType > ZDB_STORAGE_TREE) {
-    return call.db.setLastError(
-        "%s: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)", call.function,
-        storageType);
-  }
-  return call.db.setLastError("%s: record storage %d (%s) is not available in this version",
-                              call.function, storageType, kNames[storageType]);
+  return call.db.setLastError(
+      "%s: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)", call.function,
+      storageType);
 }
 
 bool selectDefaultStorage(Call call, int storageType) {

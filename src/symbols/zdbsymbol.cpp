@@ -15,6 +15,18 @@ ZDBSymbol<Map, It>::ZDBSymbol(ZDB* owner, const std::string& symbolName, int dim
       end_(records_.end()) {}
 
 template <class Map, class It>
+void ZDBSymbol<Map, It>::clear() {
+  if constexpr (std::is_same_v<Map, dmap::DMapUTree>) {
+    // A tree that is cleared frees nothing, and some symbols are cleared and filled for ever.
+    records_ = dmap::DMapUTree(dim, valueWidth(type));
+  } else {
+    records_.clear();
+  }
+  end_ = records_.end();
+  ++generation;
+}
+
+template <class Map, class It>
 bool ZDBSymbol<Map, It>::isEnd(const AbstractZDBSymbolIterator* it) {
   return static_cast<const ZDBSymbolIterator<It>*>(it)->position() == end_;
 }

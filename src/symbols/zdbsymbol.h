@@ -21,11 +21,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   ZDBSymbol(ZDB* owner, const std::string& symbolName, int dimension, int typeCode, int position,
             int info, const std::string& text);
 
-  void clear() override {
-    records_.clear();
-    recordsChanged();
-    ++generation;
-  }
+  void clear() override;
   bool isEnd(const AbstractZDBSymbolIterator* it) override;
   bool isEnd(const dmap::IDMapIterator& it) override { return end_ == it; }
   bool isBegin(const dmap::IDMapIterator& it) override { return records_.begin() == it; }
