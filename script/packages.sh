@@ -5,7 +5,7 @@ set -eu
 
 packages_for() {
   case $1 in
-    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcli11-dev libcsv-dev" ;;
+    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcli11-dev libcsv-dev coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev libsqlite3-dev" ;;
     *) echo "packages.sh: unknown job '$1', the jobs are build, lint and bench" >&2; exit 2 ;;

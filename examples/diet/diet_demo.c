@@ -1,5 +1,5 @@
 /* A host program that takes the least-cost diet data from CSV into a data file, reads that file
- * again, looks into it, changes it and writes a second one.
+ * again, looks into it, changes it and writes a second one; then it looks for the cheapest diet.
  *
  *     diet_demo DATA_FOLDER OUTPUT_FOLDER
  *
@@ -9,6 +9,9 @@
 #include "compare.h"
 #include "dietdata.h"
 #include "explore.h"
+#ifdef DIET_HAS_MODEL
+#include "scenarios.h"
+#endif
 
 enum { PATH_SIZE = 4096 };
 
@@ -63,6 +66,21 @@ static int lookAndChange(const char* before, const char* after) {
   return done;
 }
 
+#ifdef DIET_HAS_MODEL
+static int runModel(const char* file, const char* outputFolder) {
+  char chart[PATH_SIZE];
+  snprintf(chart, sizeof chart, "%s/diet-days.svg", outputFolder);
+  return dietScenarios(file, chart);
+}
+#else
+static int runModel(const char* file, const char* outputFolder) {
+  (void)file;
+  (void)outputFolder;
+  printf("\n5. The cheapest diet is left out: this build has no solver\n");
+  return 1;
+}
+#endif
+
 static int run(const char* dataFolder, const char* outputFolder) {
   char before[PATH_SIZE];
   char after[PATH_SIZE];
@@ -70,7 +88,7 @@ static int run(const char* dataFolder, const char* outputFolder) {
   snprintf(after, sizeof after, "%s/diet-changed.zxf", outputFolder);
   if (!importData(dataFolder, before) || !lookAndChange(before, after)) return 0;
   printf("\n4. Both files, read again\n");
-  return dietCompare(before, after);
+  return dietCompare(before, after) && runModel(before, outputFolder);
 }
 
 int main(int argc, char** argv) {

@@ -16,14 +16,17 @@ void checkLibraryVersion() {
 
 }  // namespace
 
-Database::Database(const std::string& fileName) {
+Database::Database() {
   checkLibraryVersion();
   Text message = "";
   if (zdbcreate(&db_, message, sizeof message) == 0) throw Failure(message);
+}
+
+Database::Database(const std::string& fileName) : Database() {
   if (c__zdbinitfromzxf(db_, fileName.c_str()) != 0) return;
+  Text message = "";
   c__zdbgetlasterror(db_, message);
-  zdbfree(&db_);
-  throw Failure("cannot read " + fileName + ": " + message);
+  throw Failure("cannot read " + fileName + ": " + message);  // the database is freed on the way
 }
 
 Database::~Database() {

@@ -31,10 +31,11 @@ struct Symbol {
   }
 };
 
-/// A data file that was opened through the library. Every function throws Failure with the
-/// library's own message when a call fails. Records are read when they are first asked for.
+/// A database of the library: one that is empty, or a data file. Every function throws Failure with
+/// the library's own message when a call fails. Records are read when they are first asked for.
 class Database {
  public:
+  Database();
   explicit Database(const std::string& fileName);
   ~Database();
   Database(const Database&) = delete;

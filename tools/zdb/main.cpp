@@ -14,12 +14,16 @@ constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
 int run(int argc, char** argv, Console& console) {
-  CLI::App app{"Looks into the data files of zdbcclib."};
+  CLI::App app{"Looks into the data files of zdbcclib, and solves models with changed data."};
   app.name("zdb");
   app.set_version_flag("--version", "zdb " ZDBCCLIB_VERSION);
   app.require_subcommand(1);
   addInfo(app, console);
   addDump(app, console);
+#ifdef ZDB_HAS_KIT
+  addSolve(app, console);
+  addSweep(app, console);
+#endif
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

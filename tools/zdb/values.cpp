@@ -2,11 +2,14 @@
 
 #include <bit>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 
 namespace zdbtool {
 
 namespace {
+
+constexpr const char* kNames[ZDB_SV_COUNT] = {"Undef", "NA", "+Inf", "-Inf", "Eps"};
 
 std::uint64_t bits(double value) {
   return std::bit_cast<std::uint64_t>(value);
@@ -45,13 +48,23 @@ ValueFormat::ValueFormat(const Database& db) {
 }
 
 std::string_view ValueFormat::operator()(double value) {
-  static constexpr const char* kNames[ZDB_SV_COUNT] = {"Undef", "NA", "+Inf", "-Inf", "Eps"};
   for (int i = 0; i < ZDB_SV_COUNT; ++i) {
     // By bit pattern, as one of them is not a number.
     if (bits(value) == bits(specials_[i])) return kNames[i];
   }
   const auto result = std::to_chars(text_, text_ + sizeof text_, value);
   return {text_, static_cast<std::size_t>(result.ptr - text_)};
+}
+
+std::optional<double> ValueFormat::parse(std::string_view text) const {
+  for (int i = 0; i < ZDB_SV_COUNT; ++i) {
+    if (text == kNames[i]) return specials_[i];
+  }
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool isWhole = error == std::errc() && end == text.data() + text.size();
+  // What from_chars would take for infinity and not-a-number has names of its own here.
+  return isWhole && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
 }  // namespace zdbtool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,8 @@ class ValueFormat {
   /// Shortest text that reads back as the same double; a special value by name: Undef, NA, +Inf,
   /// -Inf and, for the value that stands for a present zero, Eps. Good until the next call.
   std::string_view operator()(double value);
+  /// The double that such a text stands for; nothing for any other text.
+  std::optional<double> parse(std::string_view text) const;
 
  private:
   double specials_[ZDB_SV_COUNT] = {};

@@ -1,0 +1,82 @@
+#include "csvreader.h"
+
+#include <csv.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <memory>
+
+#include "console.h"
+
+namespace zdbtool {
+
+namespace {
+
+/// What the parser hands over, field by field.
+struct Collector {
+  std::vector<CsvRow> rows;
+  CsvRow current;
+  std::exception_ptr failure;  ///< an exception cannot pass through the parser
+
+  template <typename Work>
+  void guarded(Work work) noexcept {
+    if (failure) return;
+    try {
+      work();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  }
+};
+
+void onField(void* text, std::size_t length, void* user) {
+  auto& collector = *static_cast<Collector*>(user);
+  collector.guarded(
+      [&] { collector.current.fields.emplace_back(static_cast<char*>(text), length); });
+}
+
+void onRowEnd(int, void* user) {
+  auto& collector = *static_cast<Collector*>(user);
+  collector.guarded([&] {
+    ++collector.current.number;
+    if (!collector.current.fields.empty()) collector.rows.push_back(collector.current);
+    collector.current.fields.clear();
+  });
+}
+
+struct Parser {
+  csv_parser state{};
+  Parser() {
+    if (csv_init(&state, CSV_STRICT | CSV_STRICT_FINI | CSV_APPEND_NULL) != 0)
+      throw std::bad_alloc();
+  }
+  ~Parser() { csv_free(&state); }
+  Parser(const Parser&) = delete;
+  Parser& operator=(const Parser&) = delete;
+};
+
+}  // namespace
+
+std::vector<CsvRow> readCsv(const std::string& file) {
+  std::ifstream in(file, std::ios::binary);
+  if (!in) throw Failure("cannot read " + file + ": " + std::strerror(errno));
+  Parser parser;
+  Collector collector;
+  const auto check = [&](bool holds) {
+    if (collector.failure) std::rethrow_exception(collector.failure);
+    if (holds) return;
+    throw Failure(file + ":" + std::to_string(collector.current.number + 1) + ": " +
+                  csv_strerror(csv_error(&parser.state)));
+  };
+  char piece[65536];
+  while (in.read(piece, sizeof piece) || in.gcount() > 0) {
+    const auto size = static_cast<std::size_t>(in.gcount());
+    check(csv_parse(&parser.state, piece, size, onField, onRowEnd, &collector) == size);
+  }
+  if (in.bad()) throw Failure("cannot read " + file + ": " + std::strerror(errno));
+  check(csv_fini(&parser.state, onField, onRowEnd, &collector) == 0);
+  return std::move(collector.rows);
+}
+
+}  // namespace zdbtool

@@ -1,0 +1,100 @@
+#include "model.h"
+
+#include "console.h"
+#include "zkitdclib.h"
+
+namespace zdbtool {
+
+std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<const char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return pointers;
+}
+
+Model::Model(const std::string& file, const std::string& data) : file_(file) {
+  char message[1024] = "";
+  const char* dataFile = data.empty() ? nullptr : data.c_str();
+  if (!zkitReadModel(file.c_str(), dataFile, nullptr, &instance_, message, sizeof message)) {
+    throw Failure(message);
+  }
+  try {
+    db_.require(c__zdbinitfromdict(db_.handle(), instance_));
+    db_.require(c__zdbinitupdate(db_.handle(), instance_));
+  } catch (...) {
+    zkitFreeInstance(&instance_);
+    throw;
+  }
+}
+
+Model::~Model() {
+  zkitFreeInstance(&instance_);
+}
+
+bool Model::hasParameter(const std::string& name) {
+  zdbSymbol_t variable = nullptr;
+  return c__zdbfindsymbol(db_.handle(), (name + "_var").c_str(), &variable) == 1;
+}
+
+Symbol Model::parameter(const std::string& name) {
+  if (!hasParameter(name)) {
+    throw Failure(file_ + " has no updatable parameter " + name + " (a variable " + name +
+                  "_var, whose values may be changed)");
+  }
+  zdbSymbol_t symbol = nullptr;
+  if (c__zdbfindsymbol(db_.handle(), name.c_str(), &symbol) == 0) {
+    const Symbol variable = db_.findSymbol(name + "_var");
+    db_.require(c__zdbaddsymbol(db_.handle(), name.c_str(), variable.dim, ZDB_PARAMETER, 0,
+                                variable.text.c_str(), &symbol));
+  }
+  Symbol found = db_.findSymbol(name);
+  if (found.type == ZDB_PARAMETER) return found;
+  throw Failure(name + " is both a variable and an updatable parameter in " + file_);
+}
+
+void Model::set(const Symbol& parameter, const std::vector<std::string>& labels, double value) {
+  if (labels.size() != static_cast<std::size_t>(parameter.dim)) {
+    throw Failure(parameter.name + " has " + std::to_string(parameter.dim) + " labels, not " +
+                  std::to_string(labels.size()));
+  }
+  zdbRecord_t record = nullptr;
+  db_.require(
+      c__zdbmergerecord(db_.handle(), parameter.handle, pointersTo(labels).data(), &record));
+  const int done = c__zdbsetlevel(db_.handle(), record, value);
+  c__zdbfreesymboliterator(db_.handle(), record);
+  db_.require(done);
+}
+
+int Model::update(const Symbol& parameter, int missing) {
+  int unmatched = 0;
+  db_.require(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle, ZDB_UPDATE_FIX,
+                                      parameter.handle, missing, &unmatched));
+  return unmatched;
+}
+
+void Model::solve(const std::string& solver) {
+  const char* usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
+  db_.require(c__zdbcallsolver(db_.handle(), solver.empty() ? usual : solver.c_str()));
+}
+
+bool Model::isSolved() const {
+  const int status = zkitModelStatus(instance_);
+  return status == ZKIT_OPTIMAL || status == ZKIT_INTEGER_SOLUTION;
+}
+
+double Model::level(const Entry& entry) {
+  const Symbol symbol = db_.findSymbol(entry.symbol);
+  if (entry.labels.size() != static_cast<std::size_t>(symbol.dim)) {
+    throw Failure(symbol.name + " has " + std::to_string(symbol.dim) + " labels, not " +
+                  std::to_string(entry.labels.size()));
+  }
+  zdbRecord_t record = nullptr;
+  db_.require(
+      c__zdbfindrecord(db_.handle(), symbol.handle, pointersTo(entry.labels).data(), &record));
+  double level = 0;
+  const int done = c__zdbgetlevel(db_.handle(), record, &level);
+  c__zdbfreesymboliterator(db_.handle(), record);
+  db_.require(done);
+  return level;
+}
+
+}  // namespace zdbtool

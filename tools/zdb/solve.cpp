@@ -1,0 +1,129 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "commands.h"
+#include "csvreader.h"
+#include "model.h"
+#include "values.h"
+#include "zkitdclib.h"
+
+// zdb solve: a model file, with changed data if wanted, solved and written to a data file.
+namespace zdbtool {
+
+namespace {
+
+struct SolveOptions {
+  std::string model;
+  std::string modelData;
+  std::string dataFile;
+  std::vector<std::string> sets;
+  std::string solver;
+  std::string output;
+};
+
+void noteUnmatched(Console& console, const std::string& name, int unmatched) {
+  if (unmatched == 0) return;
+  console.report(name + ": " + std::to_string(unmatched) +
+                 (unmatched == 1 ? " record is" : " records are") + " not in the model");
+}
+
+/// Takes every parameter of a data file that the model can change.
+void takeDataFile(Model& model, const std::string& file, Console& console) {
+  Database data(file);
+  int taken = 0;
+  for (int i = 0; i < data.symbolCount(); ++i) {
+    const Symbol source = data.symbolAt(i);
+    if (source.type != ZDB_PARAMETER || !model.hasParameter(source.name)) continue;
+    const Symbol target = model.parameter(source.name);
+    model.database().require(
+        c__zdbcopysymbol(model.database().handle(), target.handle, source.handle));
+    noteUnmatched(console, file + ": " + source.name, model.update(target, ZDB_MISSING_KEEP));
+    ++taken;
+  }
+  if (taken == 0) throw Failure(file + " has no parameter that the model can change");
+}
+
+/// Labels and a value in each row; a first row without a number at its end is a heading.
+void takeCsv(Model& model, const std::string& option, Console& console) {
+  const auto equals = option.find('=');
+  if (equals == std::string::npos) throw Failure("--set wants SYMBOL=FILE.csv, not " + option);
+  const std::string file = option.substr(equals + 1);
+  const Symbol target = model.parameter(option.substr(0, equals));
+  const ValueFormat format(model.database());
+  bool isFirst = true;
+  for (CsvRow& row : readCsv(file)) {
+    const std::string place = file + ": row " + std::to_string(row.number) + ": ";
+    const std::string text = row.fields.back();
+    const auto value = format.parse(text);
+    row.fields.pop_back();
+    const bool isHeading = isFirst && !value;
+    isFirst = false;
+    if (isHeading) continue;
+    if (!value) throw Failure(place + '"' + printable(text) + "\" is no number");
+    try {
+      model.set(target, row.fields, *value);
+    } catch (const Failure& failure) {
+      throw Failure(place + failure.what());
+    }
+  }
+  noteUnmatched(console, file, model.update(target, ZDB_MISSING_KEEP));
+}
+
+std::string line(const char* name, const std::string& value) {
+  return std::string(name) + std::string(12 - std::string(name).size(), ' ') + value + '\n';
+}
+
+std::string sizeText(void* instance) {
+  std::string text = std::to_string(zkitRows(instance)) + " rows, " +
+                     std::to_string(zkitColumns(instance)) + " columns, " +
+                     std::to_string(zkitNonZeros(instance)) + " non-zeros";
+  const int integers = zkitIntegerColumns(instance);
+  return integers == 0 ? text : text + ", " + std::to_string(integers) + " integer columns";
+}
+
+void printResult(Model& model, Console& console) {
+  void* instance = model.instance();
+  ValueFormat format(model.database());
+  console.write(line("model", sizeText(instance)));
+  console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
+  console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
+  if (model.isSolved() && zkitObjectiveColumn(instance) >= 0) {
+    console.write(line("objective", std::string(format(zkitObjective(instance)))));
+  }
+  console.write(line("iterations", std::to_string(zkitIterations(instance))));
+}
+
+void runSolve(const SolveOptions& options, Console& console) {
+  Model model(options.model, options.modelData);
+  if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
+  for (const std::string& set : options.sets) takeCsv(model, set, console);
+  model.solve(options.solver);
+  printResult(model, console);
+  if (!model.isSolved()) {
+    console.flush();
+    throw Failure("no optimal solution: " +
+                  std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
+  }
+  if (options.output.empty()) return;
+  Database& db = model.database();
+  db.require(c__zdbwritezxf(db.handle(), options.output.c_str(), 1));
+}
+
+}  // namespace
+
+void addSolve(CLI::App& app, Console& console) {
+  auto options = std::make_shared<SolveOptions>();
+  CLI::App* command =
+      app.add_subcommand("solve", "Solves a model file, with other data where given");
+  command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
+  command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
+  command->add_option("--data", options->dataFile, "Data file with values of updatable parameters");
+  command->add_option("--set", options->sets, "SYMBOL=FILE.csv: values of an updatable parameter")
+      ->allow_extra_args(false);
+  command->add_option("--solver", options->solver,
+                      "Solver; without it clp, or cbc for a model with integer columns");
+  command->add_option("-o,--output", options->output, "Data file to write the solution to");
+  command->callback([options, &console] { runSolve(*options, console); });
+}
+
+}  // namespace zdbtool

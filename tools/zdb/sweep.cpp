@@ -1,0 +1,159 @@
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <map>
+#include <memory>
+#include <set>
+
+#include "commands.h"
+#include "csvreader.h"
+#include "csvwriter.h"
+#include "model.h"
+#include "values.h"
+#include "zkitdclib.h"
+
+// zdb sweep: many scenarios of a model, one after the other, in one table.
+namespace zdbtool {
+
+namespace {
+
+struct SweepOptions {
+  std::string model;
+  std::string modelData;
+  std::string scenarios;
+  std::vector<std::string> shown;
+  std::string solver;
+};
+
+/// A column of the scenario file: an entry of an updatable parameter.
+struct Column {
+  Entry entry;
+  std::string name;
+};
+
+/// The scenarios: the first column holds their names, each other one an entry's values. An empty
+/// field leaves the entry as the model has it.
+class Scenarios {
+ public:
+  Scenarios(Model& model, const std::string& file)
+      : model_(model), format_(model.database()), file_(file), rows_(readCsv(file)) {
+    if (rows_.size() < 2) throw Failure(file + " has no scenario: a heading and a row are wanted");
+    std::set<std::string> names;
+    for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) {
+      const std::string& name = rows_[0].fields[c];
+      if (!names.insert(name).second) throw Failure(file + ": " + name + " comes twice");
+      columns_.push_back({parseEntry(name), name});
+      const std::string& symbol = columns_.back().entry.symbol;
+      parameters_.emplace(symbol, model.parameter(symbol));
+    }
+    for (const CsvRow& row : rows_) {
+      if (row.fields.size() != columns_.size() + 1) {
+        throw Failure(place(row) + std::to_string(row.fields.size()) + " fields, not " +
+                      std::to_string(columns_.size() + 1));
+      }
+    }
+  }
+
+  std::size_t count() const { return rows_.size() - 1; }
+  const std::string& name(std::size_t scenario) const { return rows_[scenario + 1].fields[0]; }
+
+  /// Gives the model the values of a scenario, and its own values everywhere else.
+  void apply(std::size_t scenario) {
+    const CsvRow& row = rows_[scenario + 1];
+    for (const auto& [name, parameter] : parameters_) {
+      model_.database().require(c__zdbclearsymbol(model_.database().handle(), parameter.handle));
+    }
+    for (std::size_t c = 0; c < columns_.size(); ++c) {
+      const std::string& text = row.fields[c + 1];
+      if (text.empty()) continue;
+      const auto value = format_.parse(text);
+      if (!value) throw Failure(place(row) + '"' + printable(text) + "\" is no number");
+      model_.set(parameters_.at(columns_[c].entry.symbol), columns_[c].entry.labels, *value);
+    }
+    for (const auto& [name, parameter] : parameters_) {
+      if (model_.update(parameter, ZDB_MISSING_BASE) == 0) continue;
+      throw Failure(place(row) + "a value of " + name + " is for labels that the model has not");
+    }
+  }
+
+ private:
+  std::string place(const CsvRow& row) const {
+    return file_ + ": row " + std::to_string(row.number) + ": ";
+  }
+
+  Model& model_;
+  ValueFormat format_;
+  std::string file_;
+  std::vector<CsvRow> rows_;
+  std::vector<Column> columns_;
+  std::map<std::string, Symbol> parameters_;
+};
+
+/// A bar on standard error, where that is a terminal.
+class Progress {
+ public:
+  explicit Progress(std::size_t total) : total_(total), isShown_(isatty(STDERR_FILENO) != 0) {}
+  ~Progress() {
+    if (isShown_) std::fputs("\r\033[K", stderr);
+  }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void reach(std::size_t done) const {
+    constexpr std::size_t kWidth = 40;
+    if (!isShown_) return;
+    const std::size_t filled = kWidth * done / total_;
+    std::fprintf(stderr, "\r[%s%s] %zu of %zu", std::string(filled, '#').c_str(),
+                 std::string(kWidth - filled, ' ').c_str(), done, total_);
+  }
+
+ private:
+  std::size_t total_;
+  bool isShown_;
+};
+
+void runSweep(const SweepOptions& options, Console& console) {
+  Model model(options.model, options.modelData);
+  Scenarios scenarios(model, options.scenarios);
+  std::vector<Entry> shown;
+  for (const std::string& text : options.shown) shown.push_back(parseEntry(text));
+  ValueFormat format(model.database());
+  CsvWriter csv(console);
+  for (const char* heading : {"scenario", "status", "objective", "iterations"}) csv.field(heading);
+  for (const std::string& text : options.shown) csv.field(text);
+  csv.endRow();
+  const Progress progress(scenarios.count());
+  for (std::size_t i = 0; i < scenarios.count(); ++i) {
+    scenarios.apply(i);
+    model.solve(options.solver);
+    const bool isSolved = model.isSolved();
+    csv.field(scenarios.name(i));
+    csv.field(zkitModelStatusText(zkitModelStatus(model.instance())));
+    csv.field(isSolved ? format(zkitObjective(model.instance())) : "");
+    csv.field(std::to_string(zkitIterations(model.instance())));
+    for (const Entry& entry : shown) csv.field(isSolved ? format(model.level(entry)) : "");
+    csv.endRow();
+    progress.reach(i + 1);
+  }
+}
+
+}  // namespace
+
+void addSweep(CLI::App& app, Console& console) {
+  auto options = std::make_shared<SweepOptions>();
+  CLI::App* command = app.add_subcommand(
+      "sweep", "Solves a model once for each scenario, and writes one table of results as CSV");
+  command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
+  command
+      ->add_option("--scenarios", options->scenarios,
+                   "CSV: scenario names, and a column for each changed entry, as in price[bread]")
+      ->required();
+  command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
+  command->add_option("--show", options->shown, "Variable entry whose level becomes a column")
+      ->allow_extra_args(false);
+  command->add_option("--solver", options->solver,
+                      "Solver; without it clp, or cbc for a model with integer columns");
+  command->callback([options, &console] { runSweep(*options, console); });
+}
+
+}  // namespace zdbtool
