@@ -69,8 +69,8 @@
  *     nor may c__zdbsetdebug().
  * 13. Cost. Operations on a handle, and on labels by text or number, take constant time; finding,
  *     adding and deleting a record take O(log n) in the symbol's records. Others are noted. A
- *     symbol that came from a data exchange file is loaded by the first call that needs its
- *     records, which then takes as long as reading them.
+ *     symbol whose records are with a data exchange file, a callback or a model instance is loaded
+ *     by the first call that needs them, which then takes as long as reading them.
  *
  * CALLING FAMILIES. Each function exists as c__name. The forms with other prefixes do the same for
  * clients whose texts look different; they stand at the end of this file.
@@ -824,35 +824,104 @@ ZDBCCLIB_API int c__zdbgetdvindicator(zdbHandle_t db, zdbDV_t violation, int* in
 /* ---- Model instances ------------------------------------------------------------------------- */
 
 /*
- * `model` is the handle of a model instance, which belongs to the caller and outlives the
- * database. None of these functions is available in this version.
+ * A database is tied to a model instance of the companion library `zmi`, changes the data of the
+ * instance and has it solved again, in place where the solver can. `model` is the handle of the
+ * instance; instance, dictionary and environment belong to the caller and outlive the database. The
+ * companion libraries come from where the database was created with, see zdbcreated().
+ *
+ * A parameter p is updatable when the model has it as a variable p_var, which is fixed at the
+ * values of p. Keys meet by their labels, whatever their numbers in the model.
+ *
+ *     zdbSymbol_t price, cost;
+ *     int noMatch;
+ *     if (!c__zdbinitfromdict(db, model) || !c__zdbinitupdate(db, model)) ...
+ *     c__zdbaddsymbol(db, "price", 1, ZDB_PARAMETER, 0, "", &price);
+ *     ... records of price ...
+ *     if (!c__zdbupdatemodelsymbol(db, price, ZDB_UPDATE_FIX, price, ZDB_MISSING_BASE, &noMatch) ||
+ *         !c__zdbcallsolver(db, "clp")) ...
+ *     c__zdbfindsymbol(db, "cost", &cost);   records are the solution
  */
 
-/** Ties the database to a model instance and its dictionary. */
+/** What c__zdbupdatemodelsymbol() sets. The first four are for variables and parameters only. */
+enum {
+  ZDB_UPDATE_FIX = 0,     /**< level and both bounds; base: the level at c__zdbinitupdate() */
+  ZDB_UPDATE_UPPER = 1,   /**< upper bound, and a level above it; base: the model's own bound */
+  ZDB_UPDATE_LOWER = 2,   /**< lower bound, and a level below it; base: likewise */
+  ZDB_UPDATE_BOUNDS = 3,  /**< the upper, then the lower bound */
+  ZDB_UPDATE_LEVEL = 4,   /**< level only; base: the level at c__zdbinitupdate() */
+  ZDB_UPDATE_MARGINAL = 5 /**< marginal only; base: the marginal at c__zdbinitupdate() */
+};
+
+/** What entries of the model get that have no record in the data. */
+enum { ZDB_MISSING_ZERO = 0, ZDB_MISSING_BASE = 1, ZDB_MISSING_KEEP = 2 };
+
+/**
+ * Ties the database to a model instance and its dictionary, and makes the instance report infinite
+ * bounds as infinities. Another instance than the one before takes its place, and has to be
+ * prepared. Fails if a companion cannot be loaded or the instance has no dictionary, with which the
+ * database is registered all the same, but can do nothing.
+ */
 ZDBCCLIB_API int c__zdbregisterzmi(zdbHandle_t db, void* model);
 
 /**
- * Fills an empty database with the labels, variables and equations of a model instance. Records
- * are loaded from it on first use.
+ * Registers the instance and takes over its labels, under the model's numbers, and its variables
+ * and equations, over the universe. Their records are loaded on first use once c__zdbinitupdate()
+ * has been called; used before, they fail and remain empty until the next solve. Fails if the
+ * database has labels or a source. Symbols may be there: variables and equations must be the
+ * model's, and no other symbol may have a name of the model's; on a conflict the labels and symbols
+ * taken so far remain.
  */
 ZDBCCLIB_API int c__zdbinitfromdict(zdbHandle_t db, void* model);
 
-/** Prepares a model instance for updates. */
+/**
+ * Prepares the registered instance for updates and solves: reads the solver configuration, keeps
+ * levels and marginals as base values and fixes all variables whose names end in "_var" at their
+ * levels. Registers the instance when none is registered; labels that the database lacks are added.
+ * From then on symbols are loaded from the instance. Fails for a database whose data exchange file
+ * is open, and for another instance than the registered one; after the loading of the solver
+ * libraries has begun, a failure leaves the instance as the source of symbols, and the call can be
+ * repeated. Once prepared, further calls do nothing and succeed.
+ */
 ZDBCCLIB_API int c__zdbinitupdate(zdbHandle_t db, void* model);
 
 /**
- * Puts the values of a parameter, `dataSymbol`, into the model instance. `action` says what they
- * set: 0 a fixed variable, 1 the upper, 2 the lower, 3 both bounds, 4 the level, 5 the marginal.
- * `updateType` says what entries without a record get: 0 zero, 1 their base value, 2 nothing.
- * *noMatch counts the records that met no entry.
+ * Puts the values of a parameter, `dataSymbol`, into the entries of a symbol of the model: the
+ * variable or equation called like `modelSymbol`, or p_var for a parameter p. `action` is a
+ * ZDB_UPDATE_..., `updateType` a ZDB_MISSING_... (any other number: as ZDB_MISSING_BASE). *noMatch
+ * becomes the number of records that met no entry, which is all of them when the model does not
+ * have the symbol; that is no failure.
+ *
+ * The instance keeps bounds set here as alternatives to its own. Solves use them when the last
+ * update was for a parameter or a variable; after one for an equation, they are used only if they
+ * have been switched on before.
+ *
+ * Fails for undefined, not available and values of 1.0E300 or more that are not infinite; for an
+ * unknown action and bounds of equations; for data with another number of index positions than the
+ * model's symbol. Entries before the failing one stay changed. Epsilon counts as 0. Time in the
+ * symbol's entries and the data's records.
  */
 ZDBCCLIB_API int c__zdbupdatemodelsymbol(zdbHandle_t db, zdbSymbol_t modelSymbol, int action,
                                          zdbSymbol_t dataSymbol, int updateType, int* noMatch);
 
-/** Solves the model instance again with a solver given by name. */
+/**
+ * Solves the prepared instance with a solver that the configuration names. A solver that can take
+ * changes keeps the problem and starts hot when it is called again; if it refuses a change, or
+ * cannot take any, the problem is solved from the instance as it stands. The linear form with
+ * updated coefficients and constant terms is solved for model types 1 to 3.
+ *
+ * Success means that the solver has run, whatever it found: a model that is infeasible, unbounded
+ * or stopped early is no failure, and the instance's model and solve status tell. All variables and
+ * equations of the model then lose their records, and their handles end; each is loaded from the
+ * instance when it is next used, with the values that the solver left there.
+ *
+ * A failure (unknown solver, a solver that cannot be made or run) leaves labels, symbols and
+ * records as they were, and the instance with its own right-hand sides and view, though its levels
+ * may be the solver's. It can be repeated: a solver that could not be made is made anew, one that
+ * failed to run is asked to go on.
+ */
 ZDBCCLIB_API int c__zdbcallsolver(zdbHandle_t db, const char* solver);
 
-/** The same, and gives the time that it took. */
+/** The same, and sets *seconds to 0 after the solver has run: no time is measured. */
 ZDBCCLIB_API int c__zdbcallsolvertimed(zdbHandle_t db, const char* solver, double* seconds);
 
 /* ---- Dense arrays ---------------------------------------------------------------------------- */

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
@@ -9,7 +11,10 @@ namespace {
 
 constexpr const char* kUniverseArray = "Cannot convert the Universe to or from an array";
 
-bool arraySymbolGiven(Call call, const AbstractZDBSymbol* symbol) {
+/// The symbol, or the set that an alias stands for, whose dimension counts then.
+bool arraySymbolGiven(Call call, zdbSymbol_t& symbol) {
+  if (!symbolGiven(call, symbol)) return false;
+  symbol = symbol->aliasTarget;
   return userSymbolGiven(call, symbol, kUniverseArray);
 }
 
@@ -70,10 +75,15 @@ int zdbDenseArrayToSymbol(zdbHandle_t db, const double* array, const zdbSymbol_t
 int zdbDenseArraySlicesToSymbol(zdbHandle_t db, const double* array, const zdbSymbol_t* domains,
                                 const zdbSymbol_t* slices, zdbSymbol_t symbol, const int* dims) {
   return guarded(__func__, db, [&](Call call) {
-    return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
-           givenForPositions(call, symbol, domains, "domains") &&
-           givenForPositions(call, symbol, slices, "slices") &&
-           givenForPositions(call, symbol, dims, "dims") &&
+    if (!call.given(array, "array") || !arraySymbolGiven(call, symbol) ||
+        !givenForPositions(call, symbol, domains, "domains") ||
+        !givenForPositions(call, symbol, slices, "slices")) {
+      return false;
+    }
+    // Without a free position there are no sizes.
+    const bool isCell = std::all_of(slices, slices + symbol->dim,
+                                    [](zdbSymbol_t slice) { return slice != nullptr; });
+    return (isCell || call.given(dims, "dims")) &&
            db->DenseArrayToSymbol(array, domains, slices, symbol, dims);
   });
 }

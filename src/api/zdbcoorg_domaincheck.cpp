@@ -9,7 +9,10 @@ namespace zdb {
 namespace {
 
 bool violationGiven(Call call, const DomainViolation* violation) {
-  return violation != nullptr || call.db.setLastError("No domain violation handle specified");
+  if (violation == nullptr) return call.db.setLastError("No domain violation handle specified");
+  return violation->database() == &call.db ||
+         call.db.setLastError("%s: the domain violation handle is one of another database",
+                              call.function);
 }
 
 /// A handle that still stands on a violating record.
@@ -85,8 +88,9 @@ int zdbGetFirstDVInNextSymbol(zdbHandle_t db, zdbDV_t violation, int* found) {
 
 int zdbMoveNextDVInSymbol(zdbHandle_t db, zdbDV_t violation, int* found) {
   return guarded(__func__, db, [&](Call call) {
-    return violationGiven(call, violation) && call.given(found, "found") &&
-           report(true, violation->moveNext(), found);
+    if (!violationGiven(call, violation) || !call.given(found, "found")) return false;
+    const bool refreshed = violation->refreshDomains();
+    return report(refreshed, refreshed && violation->moveNext(), found);
   });
 }
 
@@ -128,7 +132,10 @@ zdbRecord_t zdbGetDVSymbolRecordPy(zdbHandle_t db, zdbDV_t violation, int* statu
 
 int zdbGetDVIndicator(zdbHandle_t db, zdbDV_t violation, int* indicator) {
   return guarded(__func__, db, [&](Call call) {
-    if (!validViolation(call, violation) || !call.given(indicator, "indicator")) return false;
+    if (!validViolation(call, violation) || !call.given(indicator, "indicator") ||
+        !violation->refreshDomains()) {
+      return false;
+    }
     violation->indicate(indicator);
     return true;
   });

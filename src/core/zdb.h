@@ -8,6 +8,7 @@
 
 #include "core/abstractzdbsymbol.h"
 #include "core/message.h"
+#include "core/modellink.h"
 #include "core/specialvalues.h"
 #include "core/strpool.h"
 #include "core/symtable.h"
@@ -253,6 +254,26 @@ class ZDB {
   void SetDataCallbacks(bool clear, const DataCallbacks& callbacks, const double* specialValues);
   bool WriteZXF(const std::string& fileName, int noDomainCheck);
 
+  // ---- model instances (src/io)
+  // ------------------------------------------------------------------ The instance belongs to the
+  // caller and outlives the database. include/zdbcclib.h tells the rest.
+
+  /// Ties the database to the instance and its dictionary; another one loses its preparation.
+  bool RegisterZMI(loaders::zmiRec* instance);
+  /// Registers the instance and takes its labels, variables and equations over, without records.
+  bool InitFromDict(loaders::zmiRec* instance);
+  /// As LoadSymbolFromZXF, from the registered instance.
+  bool LoadSymbolFromZMI(AbstractZDBSymbol* symbol, loaders::zxfRec* target);
+  /// Prepares the registered instance, once; registers it when there is none.
+  bool InitUpdate(loaders::zmiRec* instance);
+  /// Puts the first values of `dataSymbol` into the instance. Time in the entries of the model's
+  /// symbol and the records of the data.
+  bool UpdateSymbolInModel(AbstractZDBSymbol* modelSymbol, int action,
+                           AbstractZDBSymbol* dataSymbol, int updateType, int& noMatch);
+  /// Solves the prepared instance and unloads the symbols that it shares with the database. `time`
+  /// may be null and becomes 0.
+  bool CallSolver(const char* solverName, double* time);
+
  private:
   friend class ZXFWriter;
 
@@ -312,6 +333,10 @@ class ZDB {
   bool failZXFRead(const AbstractZDBSymbol* symbol);
   bool copyFromSource(AbstractZDBSymbol& symbol, loaders::zxfRec* target);
 
+  bool fillFromDictionary(loaders::zmiRec* instance);
+  bool takeDictionarySymbol(int index);
+  void unloadModelSymbols();
+
   char lastErrorText_[kMessageSize] = "";
   std::string directory_;  ///< where the companions are loaded from; empty: the default search
   InitSource initFrom_ = FROM_NOSOURCE;
@@ -329,6 +354,7 @@ class ZDB {
   strpool::TStrHashPool texts_;
   symtable::TSymbolTable symbols_;
   std::unique_ptr<AbstractZDBSymbol> universe_;
+  ModelLink model_;
 };
 
 /// Writes a trace line to standard output and flushes it; deeper steps are indented by two blanks a

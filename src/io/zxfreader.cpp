@@ -159,6 +159,7 @@ bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
   if (symbol->isLoaded) return setLastError("Symbol %s already loaded", symbol->name.c_str());
   symbol->isLoaded = true;
   if (initFrom_ == FROM_ZXF) return LoadSymbolFromZXF(symbol, nullptr);
+  if (initFrom_ == FROM_ZMI) return LoadSymbolFromZMI(symbol, nullptr);
   if (initFrom_ == FROM_DMRF) return LoadSymbolFromCallbacks(symbol, nullptr);
   return setLastError("Symbol %s not initialized from ZXF or ZMI: %d", symbol->name.c_str(),
                       initFrom_);

@@ -171,6 +171,7 @@ bool ZXFWriter::reportErrors() {
 }
 
 bool ZDB::copyFromSource(AbstractZDBSymbol& symbol, zxfRec* target) {
+  if (initFrom_ == FROM_ZMI) return LoadSymbolFromZMI(&symbol, target);
   if (initFrom_ == FROM_DMRF) return LoadSymbolFromCallbacks(&symbol, target);
   if (initFrom_ != FROM_ZXF) return true;  // nothing is left to copy from
   // Renumbered labels come in another order than the file's, so those records are sorted in memory.

@@ -1,5 +1,8 @@
 #include <algorithm>
+#include <array>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "core/zdb.h"
 #include "symbols/defaultrows.h"
@@ -29,12 +32,79 @@ bool addAxes(ZDB& db, int dim, AbstractZDBSymbol* const* domains, DenseAxes& axe
   return true;
 }
 
-bool isOwnSet(ZDB& db, const AbstractZDBSymbol* set) {
-  if (set->type != TypeSet || set->dim != 1 || set->isUniverse() || set->database != &db) {
-    return db.setLastError("Symbol %s must be a one-dimensional set of this database",
-                           set->name.c_str());
+/// `name` is what the caller called the set.
+bool isOwnSet(ZDB& db, const AbstractZDBSymbol* set, const std::string& name) {
+  return (set->type == TypeSet && set->dim == 1 && !set->isUniverse() && set->database == &db) ||
+         db.setLastError("Symbol %s must be a one-dimensional set of this database", name.c_str());
+}
+
+/// Whether the squeezed sets can be refilled without touching what is being read.
+bool areFreeSets(ZDB& db, const AbstractZDBSymbol* symbol, AbstractZDBSymbol* const* domains,
+                 AbstractZDBSymbol* const* squeezed) {
+  for (int d = 0; d < symbol->dim; ++d) {
+    if (!isOwnSet(db, squeezed[d], squeezed[d]->name)) return false;
+    const auto isSame = [&](const AbstractZDBSymbol* other) {
+      return other != nullptr && other->aliasTarget == squeezed[d];
+    };
+    const bool isUsed = isSame(symbol) || std::any_of(squeezed, squeezed + d, isSame) ||
+                        std::any_of(domains, domains + symbol->dim, isSame);
+    if (isUsed) {
+      return db.setLastError(
+          "Symbol %s cannot receive the labels of dimension %d: it is in use here",
+          squeezed[d]->name.c_str(), d + 1);
+    }
   }
   return true;
+}
+
+/// The labels of the axes that occur in records inside them; counts the records outside.
+DenseAxes occurringLabels(const ZDB& db, const DenseAxes& axes, AbstractZDBSymbol* symbol,
+                          int& outside) {
+  const auto dim = static_cast<std::size_t>(axes.dim());
+  std::vector<std::vector<char>> occurs(dim);  // by rank
+  for (std::size_t d = 0; d < dim; ++d) {
+    occurs[d].resize(static_cast<std::size_t>(axes[static_cast<int>(d)].size()));
+  }
+  symbol->forEachRecordKeys([&](const int* keys) {
+    if (!axes.contains(keys)) {
+      ++outside;
+      return;
+    }
+    for (std::size_t d = 0; d < dim; ++d) {
+      occurs[d][static_cast<std::size_t>(axes[static_cast<int>(d)].rank(keys[d]))] = 1;
+    }
+  });
+  DenseAxes occurring;
+  for (std::size_t d = 0; d < dim; ++d) {
+    std::vector<int> labels;
+    for (std::size_t rank = 0; rank < occurs[d].size(); ++rank) {
+      if (occurs[d][rank] != 0) {
+        labels.push_back(axes[static_cast<int>(d)].label(static_cast<int>(rank)));
+      }
+    }
+    occurring.add(db, std::move(labels));
+  }
+  return occurring;
+}
+
+/// Deletes the records of a slice (0: any label) whose cells in the array are 0 or that have none.
+/// Those that get a new value stay, since deleting them costs more than overwriting them.
+void deleteWithoutCell(AbstractZDBSymbol* symbol, const int* slice, const double* array,
+                       const DenseAxes& axes, const std::vector<int>& freePositions) {
+  const std::unique_ptr<AbstractZDBSymbolIterator> record(symbol->findSlice(slice));
+  if (!record) return;
+  std::vector<int> doomed;  // keys, one after the other
+  do {
+    const int* keys = record->getKeys();
+    std::array<int, kMaxDim> freeKeys;
+    for (std::size_t d = 0; d < freePositions.size(); ++d) freeKeys[d] = keys[freePositions[d]];
+    const std::ptrdiff_t cell = axes.cellOf(freeKeys.data());
+    if (cell < 0 || array[cell] == 0) doomed.insert(doomed.end(), keys, keys + symbol->dim);
+  } while (record->moveNext(0));
+  for (std::size_t at = 0; at < doomed.size(); at += static_cast<std::size_t>(symbol->dim)) {
+    const std::unique_ptr<AbstractZDBSymbolIterator> found(symbol->find(doomed.data() + at));
+    symbol->deleteRecord(found.get());
+  }
 }
 
 }  // namespace
@@ -93,27 +163,14 @@ bool ZDB::SparseSymbolToDenseArray(double* array, const int* dims, AbstractZDBSy
 
 void ZDB::squeezeSets(const DenseAxes& axes, AbstractZDBSymbol* symbol,
                       AbstractZDBSymbol* const* squeezed) const {
-  std::vector<std::vector<char>> occurs;
-  occurs.reserve(static_cast<std::size_t>(axes.dim()));
-  for (int d = 0; d < axes.dim(); ++d) {
-    occurs.emplace_back(static_cast<std::size_t>(axes[d].size()), 0);
-  }
-  symbol->forEachRecordKeys([&](const int* keys) {
-    if (axes.cellOf(keys) < 0) return;
-    for (int d = 0; d < axes.dim(); ++d) {
-      occurs[static_cast<std::size_t>(d)][static_cast<std::size_t>(axes[d].rank(keys[d]))] = 1;
-    }
-  });
   static constexpr double noText[] = {0};
-  for (int d = 0; d < axes.dim(); ++d) {
+  for (int d = 0; d < symbol->dim; ++d) {
     AbstractZDBSymbol* set = squeezed[d];
     set->clear();
     set->isLoaded = true;
     for (int rank = 0; rank < axes[d].size(); ++rank) {
       const int label = axes[d].label(rank);
-      if (occurs[static_cast<std::size_t>(d)][static_cast<std::size_t>(rank)] != 0) {
-        set->addRecordEnd(&label, noText);
-      }
+      set->addRecordEnd(&label, noText);
     }
     markWritten(set);
   }
@@ -125,54 +182,45 @@ bool ZDB::SparseSymbolToSqzdArray(double* array, int* dims, AbstractZDBSymbol* s
   symbol = symbol->aliasTarget;
   DenseAxes axes;
   if (!isArraySymbol(symbol) || !fieldExists(*this, *symbol, field) || !ensureLoaded(symbol) ||
-      !addAxes(*this, symbol->dim, domains, axes)) {
+      !addAxes(*this, symbol->dim, domains, axes) ||
+      !areFreeSets(*this, symbol, domains, squeezed)) {
     return false;
   }
-  for (int d = 0; d < symbol->dim; ++d) {
-    if (!isOwnSet(*this, squeezed[d])) return false;
-    const auto isSame = [&](const AbstractZDBSymbol* other) {
-      return other != nullptr && other->aliasTarget == squeezed[d];
-    };
-    const bool isUsed = isSame(symbol) || std::any_of(squeezed, squeezed + d, isSame) ||
-                        std::any_of(domains, domains + symbol->dim, isSame);
-    if (isUsed) {
-      return setLastError("Symbol %s cannot receive the labels of dimension %d: it is in use here",
-                          squeezed[d]->name.c_str(), d + 1);
-    }
+  int outside = 0;
+  const DenseAxes occurring = occurringLabels(*this, axes, symbol, outside);
+  if (array != nullptr && !occurring.sizesAgree(*this, *symbol, dims)) return false;
+  squeezeSets(occurring, symbol, squeezed);
+  if (array != nullptr) {
+    fillDenseArray(array, occurring, symbol, field);
+  } else {
+    for (int d = 0; d < symbol->dim; ++d) dims[d] = occurring[d].size();
   }
-  squeezeSets(axes, symbol, squeezed);
-  DenseAxes squeezedAxes;
-  if (!addAxes(*this, symbol->dim, squeezed, squeezedAxes)) return false;
-  if (array == nullptr) {
-    for (int d = 0; d < symbol->dim; ++d) dims[d] = squeezedAxes[d].size();
-    dropped = 0;
-    symbol->forEachRecordKeys([&](const int* keys) { dropped += axes.cellOf(keys) < 0 ? 1 : 0; });
-    return true;
-  }
-  if (!squeezedAxes.sizesAgree(*this, *symbol, dims)) return false;
-  dropped = fillDenseArray(array, squeezedAxes, symbol, field);
+  dropped = outside;
   return true;
 }
 
 bool ZDB::DenseArrayToSymbol(const double* array, AbstractZDBSymbol* const* domains,
                              AbstractZDBSymbol* const* slices, AbstractZDBSymbol* symbol,
                              const int* dims) {
+  symbol = symbol->aliasTarget;
   std::array<int, kMaxDim> keys{};  // 0 where the position is free
   std::vector<int> freePositions;
   DenseAxes axes;
-  if (!isArraySymbol(symbol) || !canTakeRecords(symbol)) return false;
+  if (!isArraySymbol(symbol) || !ensureLoaded(symbol)) return false;
   for (int d = 0; d < symbol->dim; ++d) {
     if (slices != nullptr && slices[d] != nullptr) {
       if (!fixPosition(slices[d], keys[static_cast<std::size_t>(d)])) return false;
     } else {
-      if (!axes.add(*this,
-                    domains == nullptr ? symbol->domains[static_cast<std::size_t>(d)] : domains[d]))
-        return false;
+      if (!axes.add(*this, domains[d])) return false;
       freePositions.push_back(d);
     }
   }
   if (!axes.sizesAgree(*this, *symbol, dims)) return false;
-  clearSlice(symbol, keys.data());
+  if (axes.dim() == symbol->dim) {
+    symbol->clear();
+  } else {
+    deleteWithoutCell(symbol, keys.data(), array, axes, freePositions);
+  }
   storeCells(array, axes, freePositions, symbol, keys.data());
   markWritten(symbol);
   return true;
@@ -180,36 +228,15 @@ bool ZDB::DenseArrayToSymbol(const double* array, AbstractZDBSymbol* const* doma
 
 bool ZDB::fixPosition(AbstractZDBSymbol* slice, int& label) {
   AbstractZDBSymbol* set = slice->aliasTarget;
-  if (set->type != TypeSet || set->dim != 1 || set->database != this || set->isUniverse()) {
-    return setLastError("Symbol %s must be a one-dimensional set of this database",
-                        slice->name.c_str());
-  }
-  if (!ensureLoaded(set)) return false;
+  if (!isOwnSet(*this, set, slice->name) || !ensureLoaded(set)) return false;
   if (set->size() != 1) {
     return setLastError("Symbol %s must have one record to fix a position, saw %d",
                         slice->name.c_str(), set->size());
   }
   set->forEachRecordKeys([&](const int* keys) { label = keys[0]; });
-  return isLabel(label) || setLastError(
-                               "The record of symbol %s has the label number %d, which is "
-                               "unknown",
-                               slice->name.c_str(), label);
-}
-
-void ZDB::clearSlice(AbstractZDBSymbol* symbol, const int* slice) {
-  if (std::all_of(slice, slice + symbol->dim, [](int label) { return label == 0; })) {
-    symbol->clear();
-    return;
-  }
-  std::vector<int> keys;  // of the slice's records, one after the other
-  const std::unique_ptr<AbstractZDBSymbolIterator> record(symbol->findSlice(slice));
-  if (!record) return;
-  do keys.insert(keys.end(), record->getKeys(), record->getKeys() + symbol->dim);
-  while (record->moveNext(0));
-  for (std::size_t at = 0; at < keys.size(); at += static_cast<std::size_t>(symbol->dim)) {
-    const std::unique_ptr<AbstractZDBSymbolIterator> found(symbol->find(keys.data() + at));
-    symbol->deleteRecord(found.get());
-  }
+  return isLabel(label) ||
+         setLastError("Symbol %s has a record with the label number %d, which is unknown",
+                      slice->name.c_str(), label);
 }
 
 void ZDB::storeCells(const double* array, const DenseAxes& axes,

@@ -1,35 +1,45 @@
 #include "symbols/denseaxes.h"
 
 #include <limits>
+#include <numeric>
 
 namespace zdb {
 
-DenseAxis::DenseAxis(const ZDB& db, AbstractZDBSymbol* domain)
-    : ranks_(static_cast<std::size_t>(db.labels().size()), -1) {
-  const auto append = [this](int label) {
-    if (label < 1 || label >= static_cast<int>(ranks_.size())) return;
-    ranks_[static_cast<std::size_t>(label)] = size();
-    labels_.push_back(label);
-  };
-  if (domain == nullptr) {
-    for (int label = 1; label <= db.highestLabel(); ++label) append(label);
-  } else {
-    domain->forEachRecordKeys([&](const int* keys) { append(keys[0]); });
+namespace {
+
+/// The labels that a domain stands for, in key order.
+bool labelsOf(ZDB& db, AbstractZDBSymbol* domain, std::vector<int>& labels) {
+  AbstractZDBSymbol* set = domain == nullptr ? db.universe() : domain->aliasTarget;
+  const char* name = domain == nullptr ? "*" : domain->name.c_str();
+  if (set->database != &db) return db.setLastError("Symbol %s not in this database", name);
+  if (set->isUniverse()) {
+    labels.resize(static_cast<std::size_t>(db.highestLabel()));
+    std::iota(labels.begin(), labels.end(), 1);
+    return true;
   }
+  if (set->type != TypeSet) return db.setLastError("Symbol %s not a set/alias", name);
+  if (set->dim != 1) return db.setLastError("1 <> Dim of Symbol %s", name);
+  if (!db.ensureLoaded(set)) return false;
+  labels.reserve(static_cast<std::size_t>(set->size()));
+  return set->forEachRecordPred([&](const int* keys, const double*) {
+    labels.push_back(keys[0]);
+    return db.isLabel(keys[0]) ||
+           db.setLastError("Symbol %s has a record with the label number %d, which is unknown",
+                           name, keys[0]);
+  });
+}
+
+}  // namespace
+
+DenseAxis::DenseAxis(int labelCount, std::vector<int> labels)
+    : ranks_(static_cast<std::size_t>(labelCount), -1), labels_(std::move(labels)) {
+  for (int rank = 0; rank < size(); ++rank) ranks_[static_cast<std::size_t>(label(rank))] = rank;
 }
 
 bool DenseAxes::add(ZDB& db, AbstractZDBSymbol* domain) {
-  AbstractZDBSymbol* set = domain == nullptr ? nullptr : domain->aliasTarget;
-  if (set == nullptr || set->isUniverse()) {
-    axes_.emplace_back(db, nullptr);
-    return true;
-  }
-  const char* name = domain->name.c_str();
-  if (set->type != TypeSet) return db.setLastError("Symbol %s not a set/alias", name);
-  if (set->dim != 1) return db.setLastError("1 <> Dim of Symbol %s", name);
-  if (set->database != &db) return db.setLastError("Symbol %s not in this database", name);
-  if (!db.ensureLoaded(set)) return false;
-  axes_.emplace_back(db, set);
+  std::vector<int> labels;
+  if (!labelsOf(db, domain, labels)) return false;
+  add(db, std::move(labels));
   return true;
 }
 
@@ -41,20 +51,19 @@ std::size_t DenseAxes::cells() const {
 
 bool DenseAxes::sizesAgree(ZDB& db, const AbstractZDBSymbol& symbol, const int* dims) const {
   std::size_t room = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
+  bool isEmpty = false;
   for (int d = 0; d < dim(); ++d) {
     const int size = axes_[static_cast<std::size_t>(d)].size();
     if (dims[d] != size) {
       return db.setLastError("Dimension %d of the array for symbol %s must have size %d, saw %d",
                              d + 1, symbol.name.c_str(), size, dims[d]);
     }
-    if (size == 0) return true;  // an array without cells
-    room /= static_cast<std::size_t>(size);
-    if (room == 0) {
-      return db.setLastError("An array over the domains of symbol %s is larger than memory",
-                             symbol.name.c_str());
-    }
+    isEmpty = isEmpty || size == 0;
+    room /= static_cast<std::size_t>(size == 0 ? 1 : size);
   }
-  return true;
+  return isEmpty || room > 0 ||
+         db.setLastError("An array over the domains of symbol %s is larger than memory",
+                         symbol.name.c_str());
 }
 
 }  // namespace zdb

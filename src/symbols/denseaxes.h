@@ -1,18 +1,18 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 #include "core/zdb.h"
 
 namespace zdb {
 
-/// One dimension of a dense array: the labels of a set in key order, or all labels of the database.
+/// One dimension of a dense array: labels in key order.
 class DenseAxis {
  public:
-  /// `domain` is a loaded one-dimensional set or alias, or null for every label.
-  DenseAxis(const ZDB& db, AbstractZDBSymbol* domain);
+  /// `labels` are label numbers in ascending order, all below `labelCount`.
+  DenseAxis(int labelCount, std::vector<int> labels);
 
   int size() const { return static_cast<int>(labels_.size()); }
   /// Position of a label, from 0; -1 when it is none of the axis.
@@ -30,8 +30,13 @@ class DenseAxis {
 /// The dimensions of a dense array in row-major order: the last one varies fastest.
 class DenseAxes {
  public:
-  /// Loads the domains where needed; false and a message when one cannot serve as a dimension.
+  /// Adds the labels of a set or alias, which is loaded where needed, or all labels for the
+  /// universe and null; false and a message when the domain cannot serve as a dimension.
   bool add(ZDB& db, AbstractZDBSymbol* domain);
+  /// Adds some labels of a database.
+  void add(const ZDB& db, std::vector<int> labels) {
+    axes_.emplace_back(db.labels().size(), std::move(labels));
+  }
 
   int dim() const { return static_cast<int>(axes_.size()); }
   const DenseAxis& operator[](int d) const { return axes_[static_cast<std::size_t>(d)]; }
@@ -39,7 +44,14 @@ class DenseAxes {
   std::size_t cells() const;
   /// Whether `dims` gives the sizes of the axes; the first that does not is reported.
   bool sizesAgree(ZDB& db, const AbstractZDBSymbol& symbol, const int* dims) const;
-  /// Place of a key in the array, or -1 when a label is outside.
+  /// Whether every label of a key is on its axis; also where the array would be larger than memory.
+  bool contains(const int* keys) const {
+    for (std::size_t d = 0; d < axes_.size(); ++d) {
+      if (axes_[d].rank(keys[d]) < 0) return false;
+    }
+    return true;
+  }
+  /// Place of a key in the array, or -1 when a label is outside; as cells().
   std::ptrdiff_t cellOf(const int* keys) const {
     std::ptrdiff_t cell = 0;
     for (std::size_t d = 0; d < axes_.size(); ++d) {

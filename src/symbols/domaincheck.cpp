@@ -30,18 +30,22 @@ void dropLookup(AbstractZDBSymbol* set) {
 
 }  // namespace
 
-bool ZDB::prepareDomainLookups(AbstractZDBSymbol* symbol) {
-  for (const AbstractZDBSymbol* domain : symbol->domains) {
+bool noteDomainLabels(const AbstractZDBSymbol& symbol) {
+  for (const AbstractZDBSymbol* domain : symbol.domains) {
     AbstractZDBSymbol* set = checkedSet(domain);
     if (set == nullptr) continue;
     if (!set->isLoaded) {
-      if (!LoadSymbol(set)) return false;
+      if (!set->database->LoadSymbol(set)) return false;
       dropLookup(set);
     }
-    if (!domainCheckInProgress_) dropLookup(set);
-    if (set->domainLookup.empty()) buildLookup(set, labels_.size());
+    if (set->domainLookup.empty()) buildLookup(set, set->database->labels().size());
   }
   return true;
+}
+
+bool ZDB::prepareDomainLookups(AbstractZDBSymbol* symbol) {
+  dropDomainLookups(symbol);  // another check may have left what was true then
+  return noteDomainLabels(*symbol);
 }
 
 void ZDB::dropDomainLookups(const AbstractZDBSymbol* symbol) const {
@@ -53,6 +57,7 @@ void ZDB::dropDomainLookups(const AbstractZDBSymbol* symbol) const {
 
 bool ZDB::findViolation(AbstractZDBSymbol* symbol, RecordHandle& record) {
   record.reset();
+  if (symbol->isAlias()) return true;  // its records are those of its set
   if (!ensureLoaded(symbol) || !prepareDomainLookups(symbol)) return false;
   record.reset(symbol->getBegin());
   if (!record || symbol->violatesDomains(record->getKeys())) return true;
@@ -120,24 +125,29 @@ bool ZDB::GetFirstDBDV(DomainViolation** violation) {
 }
 
 bool ZDB::GetFirstDVInNextSymbol(DomainViolation* violation, bool& found) {
+  const AbstractZDBSymbol* after = symbols_[violation->symbolNumber()];
+  dropDomainLookups(after);
   RecordHandle record;
-  const bool searched = findViolationAfter(violation->symbol(), record);
+  const bool searched = findViolationAfter(after, record);
   found = record != nullptr;
   violation->moveTo(std::move(record));
   return searched;
 }
 
 bool ZDB::CheckDBDV(bool& found) {
+  const struct EndOfCheck {
+    ZDB& db;
+    ~EndOfCheck() { db.DomainCheckDone(); }
+  } end{*this};
   DomainViolation* violation = nullptr;
   const bool searched = GetFirstDBDV(&violation);
   found = violation != nullptr;
   delete violation;
-  DomainCheckDone();
   return searched;
 }
 
 void ZDB::FreeDVHandle(DomainViolation* violation) {
-  dropDomainLookups(violation->symbol());
+  dropDomainLookups(symbols_[violation->symbolNumber()]);  // by number: the symbol may have gone
   delete violation;
 }
 

@@ -59,6 +59,7 @@ const std::map<std::string, std::string> kMessages = {
     {"zdbStopWriteRecording", "Write Recording not active"},
     {"zdbCopySymbol", "No source symbol handle specified"},
     {"zdbFreeSymbolIterator", "No iterator to be freed defined"},
+    {"zdbUpdateModelSymbol", "No ZARN symbol handle specified"},
 };
 
 bool isExpected(const std::string& name, const std::string& error) {

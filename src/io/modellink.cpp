@@ -1,0 +1,21 @@
+#include "core/modellink.h"
+
+#include "loaders/zst.h"
+
+// The end of what a model link owns.
+namespace zdb {
+
+void ModelLink::releaseSolver() {
+  if (lastSolver >= 1 && lastSolverModifies) loaders::zstAlgFree(configuration, lastSolver);
+  lastSolver = 0;
+  lastSolverModifies = false;
+}
+
+void ModelLink::forgetPreparation() {
+  releaseSolver();
+  environment = nullptr;
+  if (configuration != nullptr) loaders::zstFree(&configuration);
+  alternativeBoundsInUse = false;
+}
+
+}  // namespace zdb

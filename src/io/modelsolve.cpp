@@ -1,0 +1,168 @@
+#include <algorithm>
+
+#include "io/modeldictionary.h"
+#include "loaders/zmi.h"
+#include "loaders/zrt.h"
+#include "loaders/zst.h"
+
+// Solving a prepared model instance again.
+namespace zdb {
+
+using namespace loaders;
+
+namespace {
+
+/// What the statuses of a model show until a solver has set them.
+constexpr int kNoStatus = 13;
+
+/// Puts the instance into the form that solvers get, for the time of a solve: linear, with the
+/// constant terms of the nonlinear update on the right-hand side.
+class SolverForm {
+ public:
+  explicit SolverForm(ModelLink& link) : instance_(link.instance) {
+    const int type = zmiModelType(instance_);
+    std::fill(link.constantTerms.begin(), link.constantTerms.end(), 0.0);
+    double* constants = link.constantTerms.data();
+    zmiEvalGradNLUpdate(instance_, constants);
+    if (type < 1 || type > 3) return;
+    for (int i = 0; i < link.rows; ++i) {
+      zmiSetAltRHSOne(instance_, i, zmiGetRhsOne(instance_, i) - constants[i]);
+    }
+    zmiAltRHSSet(instance_, 1);
+    zmiForceLinearSet(instance_, 1);
+  }
+  SolverForm(const SolverForm&) = delete;
+  SolverForm& operator=(const SolverForm&) = delete;
+  ~SolverForm() {
+    zmiAltRHSSet(instance_, 0);
+    zmiForceLinearSet(instance_, 0);
+  }
+
+ private:
+  zmiRec* instance_;
+};
+
+/// The instance's view while a solver works in place, which changes it.
+class StoredView {
+ public:
+  explicit StoredView(zmiRec* instance) : instance_(instance) { zmiViewStore(instance_); }
+  StoredView(const StoredView&) = delete;
+  StoredView& operator=(const StoredView&) = delete;
+  ~StoredView() { zmiViewRestore(instance_); }
+
+ private:
+  zmiRec* instance_;
+};
+
+enum class Outcome { Solved, Failed, NotInPlace };
+
+/// One solve with a solver that has a number.
+class Solve {
+ public:
+  Solve(ZDB& db, ModelLink& link, int solver) : db_(db), link_(link), solver_(solver) {}
+
+  bool run(const char* solverName);
+
+ private:
+  Outcome solveInPlace(bool isHot);
+  bool makeSolver();
+  bool modifyProblem();
+  bool callPlain(const char* solverName);
+
+  ZDB& db_;
+  ModelLink& link_;
+  int solver_;
+};
+
+bool Solve::run(const char* solverName) {
+  const bool isHot = solver_ == link_.lastSolver;
+  if (!isHot) {
+    link_.releaseSolver();
+    link_.lastSolverModifies = zstAlgAllowsModifyProblem(link_.configuration, solver_) != 0;
+    link_.lastSolver = solver_;
+  }
+  zrtTerminateClear(link_.environment);
+  const Outcome outcome = link_.lastSolverModifies ? solveInPlace(isHot) : Outcome::NotInPlace;
+  return outcome == Outcome::NotInPlace ? callPlain(solverName) : outcome == Outcome::Solved;
+}
+
+Outcome Solve::solveInPlace(bool isHot) {
+  const StoredView view(link_.instance);
+  zmiModelStatSet(link_.instance, kNoStatus);
+  zmiSolveStatSet(link_.instance, kNoStatus);
+  if (isHot) {
+    if (!modifyProblem()) return Outcome::NotInPlace;
+  } else if (!makeSolver()) {
+    return Outcome::Failed;
+  }
+  if (zstAlgCallSolver(link_.configuration, solver_, link_.instance) == 0) return Outcome::Solved;
+  db_.setLastError("callsolver failed");
+  return Outcome::Failed;
+}
+
+bool Solve::modifyProblem() {
+  if (zstAlgModifyProblem(link_.configuration, solver_) == 0) return true;
+  zrtLog(link_.environment, "*** Hotstart failed! Falling back to warm start...");
+  zstAlgFree(link_.configuration, solver_);
+  link_.lastSolverModifies = false;
+  return false;
+}
+
+/// A solver that cannot be made is forgotten, so that the next solve tries to make it again.
+bool Solve::makeSolver() {
+  char message[kMessageSize] = "";
+  if (zstAlgCreate(link_.configuration, solver_, link_.systemDirectory.c_str(), message,
+                   sizeof message) == 0) {
+    link_.lastSolver = 0;
+    link_.lastSolverModifies = false;
+    return db_.setLastError("%s", message);
+  }
+  if (zstAlgReadyAPI(link_.configuration, solver_, link_.instance) == 0) return true;
+  link_.releaseSolver();
+  return db_.setLastError("readyapi failed");
+}
+
+bool Solve::callPlain(const char* solverName) {
+  constexpr int solveLink = 5;
+  constexpr double noLimit = 2.0E300;
+  constexpr int noCount = 2100000000;
+  char message[kMessageSize] = "";
+  return zrtCallSolver(link_.environment, link_.instance, "", solverName, solveLink, 0, noLimit,
+                       noLimit, noLimit, "", "", noCount, noCount, nullptr, message) == 0 ||
+         db_.setLastError("%s", message);
+}
+
+}  // namespace
+
+bool ZDB::CallSolver(const char* solverName, double* time) {
+  if (!model_.isPrepared()) {
+    return setLastError("No model instance is prepared: call zdbInitUpdate first");
+  }
+  const int solver = zstAlgNumber(model_.configuration, solverName);
+  if (solver < 1) return setLastError("Invalid solver name: %s", solverName);
+  if (model_.alternativeBoundsInUse) zmiAltBoundsSet(model_.instance, 1);
+  {
+    const SolverForm form(model_);
+    if (!Solve(*this, model_, solver).run(solverName)) return false;
+    if (time != nullptr) *time = 0.0;
+  }
+  unloadModelSymbols();
+  return true;
+}
+
+void ZDB::unloadModelSymbols() {
+  const int count = zlxNLSyms(model_.dictionary);
+  for (int i = 1; i <= count; ++i) {
+    char name[kDictionaryNameSize] = "";
+    zlxSymName(model_.dictionary, i, name, sizeof name);
+    if (!symbols_.contains(name)) continue;
+    AbstractZDBSymbol* symbol = symbols_[name];
+    // Others of that name have nothing to do with the model, which could not fill them again.
+    const DictionarySymbol found(model_.dictionary, i);
+    if (symbol->type != found.databaseType() || symbol->dim != found.dim) continue;
+    symbol->clear();
+    symbol->isLoaded = false;
+  }
+}
+
+}  // namespace zdb

@@ -1,0 +1,220 @@
+#include <string>
+#include <vector>
+
+#include "core/specialvalues.h"
+#include "io/datarecords.h"
+#include "io/modeldictionary.h"
+#include "loaders/zmi.h"
+
+// Putting the values of a parameter into a model instance.
+namespace zdb {
+
+using namespace loaders;
+
+namespace {
+
+enum UpdateAction : int {
+  ActionFix = 0,
+  ActionUpper = 1,
+  ActionLower = 2,
+  ActionBounds = 3,
+  ActionLevel = 4,
+  ActionMarginal = 5,
+};
+
+/// What entries get that have no record; any other number stands for their base value.
+enum UpdateType : int { UpdateZero = 0, UpdateNothing = 2 };
+
+/// A value for one entry; null where the entry is to get its own base value.
+using Value = const double*;
+
+/// One update: walks the entries of a symbol of the model and sets what the action says.
+class SymbolUpdate {
+ public:
+  SymbolUpdate(ZDB& db, const ModelLink& link, const DictionarySymbol& symbol, int action)
+      : db_(db),
+        link_(link),
+        instance_(link.instance),
+        symbol_(symbol),
+        action_(action),
+        entries_(symbol.isVariable() ? link.columns : link.rows) {}
+
+  bool run(DataRecords& data, int updateType);
+  int matches() const { return matches_; }
+
+ private:
+  bool readKey(int entry, int* key) const;
+  bool valueOf(double recorded, double& value) const;
+  bool apply(int entry, Value value) const;
+  void fix(int column, double value) const;
+  void setUpper(int column, Value value) const;
+  void setLower(int column, Value value) const;
+  void setLevel(int entry, double value) const;
+  void setMarginal(int entry, double value) const;
+  double ownBound(double (*get)(zmiRec*, int), int column) const;
+  double valueOr(Value value, const std::vector<double>& columns, const std::vector<double>& rows,
+                 int entry) const {
+    if (value != nullptr) return *value;
+    return (symbol_.isVariable() ? columns : rows)[static_cast<std::size_t>(entry)];
+  }
+
+  ZDB& db_;
+  const ModelLink& link_;
+  zmiRec* instance_;
+  const DictionarySymbol& symbol_;
+  int action_;
+  int entries_;  ///< columns or rows of the instance when the link was prepared
+  int matches_ = 0;
+};
+
+bool SymbolUpdate::run(DataRecords& data, int updateType) {
+  static constexpr double zero = 0.0;
+  const Value missing = updateType == UpdateZero ? &zero : nullptr;
+  int key[kMaxDim] = {};
+  for (RowColWalk walk(link_.dictionary, symbol_); !walk.isAtEnd(); walk.next()) {
+    const int entry = walk.current();
+    if (!readKey(entry, key)) return false;
+    const double* recorded = data.find(key);
+    if (recorded == nullptr) {
+      if (updateType != UpdateNothing && !apply(entry, missing)) return false;
+      continue;
+    }
+    ++matches_;
+    double value;
+    if (!valueOf(*recorded, value) || !apply(entry, &value)) return false;
+  }
+  return true;
+}
+
+bool SymbolUpdate::readKey(int entry, int* key) const {
+  int symbol;
+  int dim;
+  if (symbol_.isVariable()) {
+    zlxColUels(link_.dictionary, entry, &symbol, key, &dim);
+  } else {
+    zlxRowUels(link_.dictionary, entry, &symbol, key, &dim);
+  }
+  return link_.sameLabels || link_.translateKey(key, symbol_.dim) ||
+         db_.setLastError("The dictionary gives entry %d a label that it does not have", entry);
+}
+
+bool SymbolUpdate::valueOf(double recorded, double& value) const {
+  constexpr double tooLarge = kLibrarySpecialValues[SpecialUndefined];
+  value = sameBits(recorded, kLibrarySpecialValues[SpecialEpsilon]) ? 0.0 : recorded;
+  const bool isUsable = value < tooLarge || value == kLibrarySpecialValues[SpecialPlusInfinity];
+  return isUsable || db_.setLastError("Bad value %g", value);
+}
+
+bool SymbolUpdate::apply(int entry, Value value) const {
+  const bool isBound = action_ >= ActionUpper && action_ <= ActionBounds;
+  if (value == nullptr && !isBound && entry >= entries_) {
+    return db_.setLastError("Entry %d has no base value: call zdbInitUpdate first", entry);
+  }
+  switch (action_) {
+    case ActionFix:
+      fix(entry, valueOr(value, link_.columnLevels, link_.rowLevels, entry));
+      break;
+    case ActionUpper:
+      setUpper(entry, value);
+      break;
+    case ActionLower:
+      setLower(entry, value);
+      break;
+    case ActionBounds:
+      setUpper(entry, value);
+      setLower(entry, value);
+      break;
+    case ActionLevel:
+      setLevel(entry, valueOr(value, link_.columnLevels, link_.rowLevels, entry));
+      break;
+    default:
+      setMarginal(entry, valueOr(value, link_.columnMarginals, link_.rowMarginals, entry));
+      break;
+  }
+  return true;
+}
+
+void SymbolUpdate::fix(int column, double value) const {
+  zmiSetVarLOne(instance_, column, value);
+  zmiSetAltVarLowerOne(instance_, column, value);
+  zmiSetAltVarUpperOne(instance_, column, value);
+}
+
+/// A bound of the instance itself: with alternative bounds on, it would give the one set before.
+double SymbolUpdate::ownBound(double (*get)(zmiRec*, int), int column) const {
+  zmiAltBoundsSet(instance_, 0);
+  const double bound = get(instance_, column);
+  zmiAltBoundsSet(instance_, 1);
+  return bound;
+}
+
+void SymbolUpdate::setUpper(int column, Value value) const {
+  const double bound = value != nullptr ? *value : ownBound(zmiGetVarUpperOne, column);
+  zmiSetAltVarUpperOne(instance_, column, bound);
+  if (zmiGetVarLOne(instance_, column) > bound) zmiSetVarLOne(instance_, column, bound);
+}
+
+void SymbolUpdate::setLower(int column, Value value) const {
+  const double bound = value != nullptr ? *value : ownBound(zmiGetVarLowerOne, column);
+  zmiSetAltVarLowerOne(instance_, column, bound);
+  if (bound > zmiGetVarLOne(instance_, column)) zmiSetVarLOne(instance_, column, bound);
+}
+
+void SymbolUpdate::setLevel(int entry, double value) const {
+  if (symbol_.isVariable()) {
+    zmiSetVarLOne(instance_, entry, value);
+  } else {
+    zmiSetEquLOne(instance_, entry, value);
+  }
+}
+
+void SymbolUpdate::setMarginal(int entry, double value) const {
+  if (symbol_.isVariable()) {
+    zmiSetSolutionVarRec(instance_, entry, zmiGetVarLOne(instance_, entry), value,
+                         zmiGetVarStatOne(instance_, entry), zmiGetVarCStatOne(instance_, entry));
+  } else {
+    zmiSetSolutionEquRec(instance_, entry, zmiGetEquLOne(instance_, entry), value,
+                         zmiGetEquStatOne(instance_, entry), zmiGetEquCStatOne(instance_, entry));
+  }
+}
+
+bool canUpdate(ZDB& db, const DictionarySymbol& symbol, int action, const char* name,
+               const AbstractZDBSymbol& data) {
+  if (action < ActionFix || action > ActionMarginal) {
+    return db.setLastError("Invalid actionType, saw %d", action);
+  }
+  if (!symbol.isVariable() && action < ActionLevel) {
+    return db.setLastError("actionType %d needs a variable, but %s is an equation of the model",
+                           action, name);
+  }
+  return symbol.dim == data.dim ||
+         db.setLastError("Data symbol %s has %d index positions, %s has %d in the model",
+                         data.name.c_str(), data.dim, name, symbol.dim);
+}
+
+}  // namespace
+
+bool ZDB::UpdateSymbolInModel(AbstractZDBSymbol* modelSymbol, int action,
+                              AbstractZDBSymbol* dataSymbol, int updateType, int& noMatch) {
+  if (model_.dictionary == nullptr) {
+    return setLastError("No model instance is registered: call zdbRegisterZMI first");
+  }
+  if (!ensureLoaded(dataSymbol)) return false;
+  std::string name = modelSymbol->name;
+  if (modelSymbol->type == TypeParameter) name += kParameterSuffix;
+  model_.alternativeBoundsInUse = modelSymbol->type != TypeEquation;
+  const DictionarySymbol symbol(model_.dictionary, name.c_str());
+  if (!symbol.exists()) {
+    noMatch = dataSymbol->size();
+    return true;
+  }
+  if (!canUpdate(*this, symbol, action, name.c_str(), *dataSymbol)) return false;
+  if (!readModelLabels(*this, model_)) return false;
+  DataRecords data(*dataSymbol);
+  SymbolUpdate update(*this, model_, symbol, action);
+  if (!update.run(data, updateType)) return false;
+  noMatch = data.count() - update.matches();
+  return true;
+}
+
+}  // namespace zdb
