@@ -39,8 +39,12 @@
  *  3. A name has at most 63 bytes, begins with a letter and goes on with letters, digits and "_";
  *     no two symbols have names that differ in case only. A label has 1 to 63 bytes, no control
  *     characters and not both kinds of quotes; labels that differ in case only are the same.
- *  4. An infinite bound is an infinity or anything from 1.0E300 up (-1.0E300 down).
- *  5. A model or an instance belongs to whoever made it, and to one thread at a time. An instance
+ *  4. A marginal is the change of the objective, as it is minimised or maximised, per unit of
+ *     increase of the right-hand side of a row, the bound of a column or the level of a parameter.
+ *     With integer columns it is that of the model in which these are fixed at their levels. The
+ *     level of a row is that of its whole left-hand side, to be compared with r[i].
+ *  5. An infinite bound is an infinity or anything from 1.0E300 up (-1.0E300 down).
+ *  6. A model or an instance belongs to whoever made it, and to one thread at a time. An instance
  *     needs its model no more. The library prints nothing.
  */
 
@@ -98,6 +102,12 @@ enum {
   ZKIT_SETUP_FAILED = 9,  /**< the solver did not take the model */
   ZKIT_SOLVER_FAILED = 10 /**< without a result */
 };
+
+/** Basis status of a row or column. */
+enum { ZKIT_AT_LOWER = 0, ZKIT_AT_UPPER = 1, ZKIT_BASIC = 2, ZKIT_SUPER_BASIC = 3 };
+
+/** Status of a row or column: its level is optimal, or that of a solve that was stopped. */
+enum { ZKIT_LEVEL_OK = 0, ZKIT_LEVEL_NOT_OPTIMAL = 1 };
 
 /** A model under construction. */
 typedef struct zkitModel* zkitModel_t;
@@ -186,12 +196,15 @@ ZKIT_API int zkitRows(void* instance);
 ZKIT_API int zkitNonZeros(void* instance);
 ZKIT_API int zkitIntegerColumns(void* instance);
 
-/** Sets the type of the model: ZKIT_RMIP solves one with integer columns as if they were not. */
+/**
+ * Sets the type of the model: ZKIT_RMIP solves one with integer columns as if they were not. Fails
+ * for ZKIT_LP if there are integer columns.
+ */
 ZKIT_API int zkitSetModelType(void* instance, int type);
 
 /** What is known of the solution, how the last solve ended, and a name for each. */
 ZKIT_API int zkitModelStatus(void* instance);
-ZKIT_API int zkitSolveStatus(void* instance);
+ZKIT_API int zkitSolveStatus(void* instance); /* 0 before the first */
 ZKIT_API const char* zkitModelStatusText(int status);
 ZKIT_API const char* zkitSolveStatusText(int status);
 
@@ -199,6 +212,17 @@ ZKIT_API const char* zkitSolveStatusText(int status);
 ZKIT_API int zkitObjectiveColumn(void* instance);
 ZKIT_API double zkitObjective(void* instance);
 ZKIT_API int zkitDirection(void* instance);
+
+/**
+ * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc" or "glpk" (all types).
+ * Updatable parameters are at their levels. 1 also for a model without a solution, which the
+ * statuses tell; 0 if the solver could not be used or failed, with the reason in `message` (`size`
+ * bytes, may be null). A solve that ends without levels leaves levels and marginals as they were.
+ */
+ZKIT_API int zkitSolve(void* instance, const char* solver, char* message, int size);
+
+/** Why the last solve failed, or "". Good until the next solve. */
+ZKIT_API const char* zkitSolveMessage(void* instance);
 
 /** Simplex iterations and seconds of the last solve. */
 ZKIT_API int zkitIterations(void* instance);

@@ -6,18 +6,19 @@
 
 namespace {
 
-Cube make(std::size_t count) {
-  constexpr int n = Cube::kLabels;
-  constexpr int kPoints = n * n * n;
+Cube make(const Shape& shape) {
+  const auto [first, second, third] = shape.labels;
+  const int points = first * second * third;
   std::mt19937 random(20240611);
-  std::uniform_int_distribution<int> anyPoint(0, kPoints - 1);
-  std::vector<bool> taken(kPoints);
+  std::uniform_int_distribution<int> anyPoint(0, points - 1);
+  std::vector<bool> taken(static_cast<std::size_t>(points));
   Cube cube;
-  while (cube.shuffled.size() < count) {
+  while (cube.shuffled.size() < shape.records) {
     const int point = anyPoint(random);
     if (taken[static_cast<std::size_t>(point)]) continue;
     taken[static_cast<std::size_t>(point)] = true;
-    cube.shuffled.push_back({1 + point / (n * n), 1 + point / n % n, 1 + point % n});
+    const int row = point / third;
+    cube.shuffled.push_back({1 + row / second, 1 + row % second, 1 + point % third});
   }
   cube.inOrder = cube.shuffled;
   std::sort(cube.inOrder.begin(), cube.inOrder.end());
@@ -28,8 +29,8 @@ Cube make(std::size_t count) {
 
 }  // namespace
 
-const Cube& cubeOf(std::size_t count) {
-  static std::map<std::size_t, Cube> cubes;
-  const auto found = cubes.find(count);
-  return found != cubes.end() ? found->second : cubes.emplace(count, make(count)).first->second;
+const Cube& cubeOf(const Shape& shape) {
+  static std::map<Shape, Cube> cubes;
+  const auto found = cubes.find(shape);
+  return found != cubes.end() ? found->second : cubes.emplace(shape, make(shape)).first->second;
 }

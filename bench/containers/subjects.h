@@ -5,11 +5,13 @@
 ///   sum()                of all values, in key order
 ///   erase(key)           a key that is there
 ///   bytes()              taken from the heap by now, by this container or in all
+///   expect(count)        so many records will come; not for all
 #pragma once
 
 #include <absl/container/btree_map.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory_resource>
@@ -34,9 +36,18 @@ class RecordMap {
   }
   void erase(const Key& key) { map_.erase(map_.find(key.data())); }
   static std::int64_t bytes() { return allocatedBytes(); }
+  void reserve(std::size_t records) { map_.reserve(static_cast<int>(records)); }
+  Map& map() { return map_; }
 
  private:
   Map map_{3, 1};
+};
+
+/// A container that is told how many records will come.
+template <class C>
+class Reserved : public C {
+ public:
+  void expect(std::size_t records) { C::reserve(records); }
 };
 
 /// std::map and what has its interface.
@@ -93,6 +104,7 @@ class SortedVector {
     return total;
   }
   static std::int64_t bytes() { return allocatedBytes(); }
+  void reserve(std::size_t records) { records_.reserve(records); }
 
  private:
   using Record = std::pair<Key, double>;

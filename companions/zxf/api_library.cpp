@@ -1,5 +1,4 @@
 // Handles, versions and signatures.
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <mutex>
@@ -26,11 +25,6 @@ constexpr Signature kSignatures[] = {
 // Process-wide, unlike everything else here, so threads with a handle each may meet in it.
 std::mutex loadPathMutex;
 char loadPath[256];
-
-int answer(int result, char* message, const char* format, const char* name) {
-  if (message != nullptr) std::snprintf(message, 256, format, name);
-  return result;
-}
 
 }  // namespace
 
@@ -64,43 +58,13 @@ void XFree(void** handle) {
 }
 
 int C__XCheck(const char* function, int argumentCount, const int* codes, char* message) {
-  const char* name = function == nullptr ? "" : function;
-  const auto signature =
-      std::find_if(std::begin(kSignatures), std::end(kSignatures),
-                   [&](const Signature& candidate) { return candidate.name == name; });
-  if (signature == std::end(kSignatures) || !isOffered(name)) {
-    return answer(0, message, "zxfcclib: %.200s cannot be found in library.", name);
-  }
-  if (argumentCount < 0 || signature->codes.size() != static_cast<std::size_t>(argumentCount) + 1) {
-    return answer(0, message, "zxfcclib: %.200s has wrong number of arguments.", name);
-  }
-  if (codes == nullptr || !std::equal(signature->codes.begin(), signature->codes.end(), codes)) {
-    return answer(0, message, "zxfcclib: %.200s has wrong argument types.", name);
-  }
-  return answer(1, message, "%s", "");
+  const bool isMissing = function != nullptr && !isOffered(function);
+  const std::span<const Signature> offered = isMissing ? std::span<const Signature>() : kSignatures;
+  return companion::checkSignature(kInterface, offered, function, argumentCount, codes, message);
 }
 
 int C__XAPIVersion(int clientApi, char* message, int* status) {
-  int ignored = 0;
-  int& state = status == nullptr ? ignored : *status;
-  state = 0;
-  if (clientApi < kOldestApiVersion) {
-    const std::string text = printed(
-        "zxfcclib: The API is too old for the used library, API version: %d, library version: %d",
-        clientApi, kApiVersion);
-    return answer(0, message, "%s", text.c_str());
-  }
-  if (clientApi > kApiVersion) {
-    state = 3;
-    return answer(1, message, "%s", "zxfcclib: Client version is newer than this DLL.");
-  }
-  if (clientApi < kApiVersion) {
-    state = 2;
-    return answer(1, message, "%s",
-                  "zxfcclib: Client version is compatible to this version of the DLL.");
-  }
-  state = 1;
-  return answer(1, message, "%s", "zxfcclib: Client version and DLL version are the same.");
+  return companion::checkVersion(kInterface, clientApi, message, status);
 }
 
 void C__zxfSetLoadPath(const char* dir) {

@@ -4,16 +4,14 @@
 #include <span>
 #include <string_view>
 
+#include "common/signatures.h"
+
 namespace zxfile {
 
-inline constexpr int kApiVersion = 9;
-// Versions from here on have the same calls with the same meaning.
-inline constexpr int kOldestApiVersion = 7;
+using companion::Signature;
 
-struct Signature {
-  std::string_view name;
-  std::span<const int> codes;  // the result's first
-};
+// Name, version, and the version from which on calls and meanings are the same.
+inline constexpr companion::Interface kInterface = {"zxfcclib", 9, 7};
 
 // All functions of the interface list, those included that are not offered.
 std::span<const Signature> signatures();

@@ -72,8 +72,10 @@ static void drawValues(FILE* out, const Chart* chart, const Axis* axis) {
   const double y = yOf(axis, chart->base);
   fprintf(out, "<path d='M%d %.1fH%d' stroke='#c33' stroke-dasharray='6 4'/>\n", LEFT, y,
           WIDTH - RIGHT);
-  fprintf(out, "<text x='%d' y='%.1f' text-anchor='end' fill='#c33'>%s</text>\n", WIDTH - RIGHT - 4,
-          y - 6, chart->baseText);
+  fprintf(out,
+          "<text x='%d' y='%.1f' text-anchor='end' fill='#c33' stroke='white' "
+          "stroke-width='4' paint-order='stroke'>%s</text>\n",
+          WIDTH - RIGHT - 4, y - 6, chart->baseText);
 }
 
 static void draw(FILE* out, const Chart* chart) {

@@ -311,7 +311,6 @@ class ZDB {
   void squeezeSets(const DenseAxes& axes, AbstractZDBSymbol* symbol,
                    AbstractZDBSymbol* const* squeezed) const;
   bool fixPosition(AbstractZDBSymbol* slice, int& label);
-  static void clearSlice(AbstractZDBSymbol* symbol, const int* slice);
   bool isArraySymbol(const AbstractZDBSymbol* symbol);
   void storeCells(const double* array, const DenseAxes& axes, const std::vector<int>& freePositions,
                   AbstractZDBSymbol* symbol, int* keys);

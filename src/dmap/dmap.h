@@ -10,6 +10,9 @@
 
 namespace zdb::dmap {
 
+class DMapUTree;
+class DMapVector;
+
 /// A position in a `DMap`.
 ///
 /// Stays valid when other records are added or erased. An iterator at the end stays the end
@@ -76,6 +79,10 @@ class DMap final : public IDMap<DMapIterator> {
  public:
   /// An empty container. Throws std::invalid_argument unless 0 <= dim <= 20.
   DMap(int dim, int valueWidth);
+  /// The records of another container, which is left as it is; of two with one key, the first.
+  /// Linear if they are in order.
+  explicit DMap(DMapVector& source);
+  explicit DMap(DMapUTree& source);
 
   DMapIterator emplace_end(const int* key, const double* values) override {
     return emplace(key, values);  // which looks at the end first

@@ -39,7 +39,7 @@ DMapVector::DMapVector(int dim, int valueWidth)
 // The binary search that all look-ups of the interface share. It gives the record before the place
 // of an absent key, the only record for any key, and the end for a key above all.
 int DMapVector::search(const int* key) {
-  if (count_ == 0) return static_cast<int>(size());
+  if (count_ == 0) return 0;  // the end or, for dimension 0, the record if there is one
   if (!comparesExactly(key)) return searchWithWildcards(key);
   const int below = countBelow(key);
   if (below < count_ && std::equal(key, key + getDim(), keyAt(below))) return below;
@@ -70,7 +70,7 @@ bool DMapVector::comparesExactly(const int* key) {
 }
 
 VectorIterator DMapVector::find(const int* key) {
-  if (getDim() == 0) return empty() ? end() : begin();
+  if (getDim() == 0) return begin();  // which is the end if there is no record
   const int position = search(key);
   return iterator(position < count_ && compare(keyAt(position), key) == 0 ? position : count_);
 }
@@ -89,21 +89,11 @@ VectorIterator DMapVector::linearSearchInVec(const int* key) {
 }
 
 int DMapVector::index(const VectorIterator& it) {
-  // A scalar has no count, and so no index, on purpose.
+  // A scalar has no count, and so its record has no index, on purpose.
   return it.position() >= 0 && it.position() < count_ ? it.position() : -1;
 }
 
 // ---- Adding
-
-// The usual case needs no stack and calls nothing: records are appended by the million.
-VectorIterator DMapVector::emplace_end(const int* key, const double* values) {
-  if (count_ == reserved() || !keys_.isNarrow() || !values_.isNarrow()) {
-    return appendUnusual(key, values);
-  }
-  keys_.setNarrow(static_cast<std::size_t>(count_), key);
-  values_.setNarrow(static_cast<std::size_t>(count_), values);
-  return iterator(count_++);
-}
 
 VectorIterator DMapVector::appendUnusual(const int* key, const double* values) {
   if (getDim() == 0) return assignScalar(values);
@@ -192,7 +182,7 @@ void DMapVector::erase(const VectorIterator& it) {
 void DMapVector::clear() {
   keys_.clear();
   values_.clear();
-  count_ = plain_ = 0;
+  count_ = plain_ = room_ = 0;
   if (search_) search_->clear();
 }
 
@@ -208,6 +198,7 @@ void DMapVector::reserve(int records) {
   values_.zeroUpTo(static_cast<std::size_t>(count_));
   plain_ = 0;
   search_->clear();
+  updateRoom();
 }
 
 // ---- Checking

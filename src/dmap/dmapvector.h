@@ -1,6 +1,7 @@
 /// The compact record container: two sorted arrays.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -87,13 +88,14 @@ class VectorIterator final : public BaseDMapIterator, public IDMapIterator {
 /// - `emplace_hint` appends if the hint is the end, and inserts a second record before the hint if
 ///   that has the key already.
 /// - `emplace` prints a warning for a key that is present.
-/// - `lower_bound` of a key between two records is the one before it, of a key below all the first;
-///   a single record is the bound of every key. Only a key above all gives `end()`.
+/// - `lower_bound` of a key between two records is the one before it, of a key below all the first,
+///   and of a key above all `end()`; but a single record is the bound of every key.
 /// - `insert_or_assign` overwrites the values of that bound, whatever its key, or appends.
 /// - `reserve` empties the arrays, though not the count.
 ///
 /// So whoever does not know whether a key is present asks `exactLowerBound`. For dimension 0 there
-/// is one record or none, of values alone; `index` is then always -1.
+/// is one record or none, of values alone, which `find` and `lower_bound` give for any key; `index`
+/// is then always -1.
 class DMapVector final : public IDMap<VectorIterator> {
  public:
   /// An empty container. Throws std::invalid_argument unless 0 <= dim <= 20.
@@ -102,19 +104,27 @@ class DMapVector final : public IDMap<VectorIterator> {
   explicit DMapVector(DMap& source);
   explicit DMapVector(DMapUTree& source);
 
-  VectorIterator emplace_end(const int* key, const double* values) override;
+  VectorIterator emplace_end(const int* key, const double* values) override {
+    // The usual case calls nothing: records are appended by the million.
+    if (count_ >= room_) [[unlikely]]
+      return appendUnusual(key, values);
+    keys_.appendNarrow(static_cast<std::size_t>(count_), key);
+    values_.appendOne(static_cast<std::size_t>(count_), *values);
+    return iterator(count_++);
+  }
   VectorIterator emplace(const int* key, const double* values) override;
   VectorIterator emplace_hint(const int* key, const double* values, VectorIterator& hint) override;
   /// Makes no use of the hint.
   VectorIterator insert_or_assign(VectorIterator& hint, const int* key,
                                   const double* values) override;
-  /// Frees what was reserved but not used. Linear; without a record at `it` nothing happens.
+  /// Gives up what was reserved beyond the records. Linear; without a record at `it` nothing
+  /// happens.
   void erase(const VectorIterator& it) override;
   std::uint64_t size() const override {
     return getDim() > 0 ? static_cast<std::uint64_t>(count_) : std::uint64_t{!values_.empty()};
   }
   bool empty() const override { return size() == 0; }
-  VectorIterator lower_bound(const int* key) override { return iterator(search(key)); }
+  VectorIterator lower_bound(const int* key) override { return binarySearchInVec(key); }
   VectorIterator find(const int* key) override;
   VectorIterator begin() override { return iterator(0); }
   VectorIterator end() override { return iterator(static_cast<int>(size())); }
@@ -133,6 +143,9 @@ class DMapVector final : public IDMap<VectorIterator> {
   /// Adds a record before `at`, which `exactLowerBound` gave for its key; the key is absent. Linear
   /// in the number of records behind it.
   VectorIterator insertAt(const VectorIterator& at, const int* key, const double* values);
+  /// What `lower_bound` does. O(log n), but records that are new since the last search are looked
+  /// at once.
+  VectorIterator binarySearchInVec(const int* key) { return iterator(search(key)); }
   /// What `lower_bound` would find by trying one record after the other: the first that compares
   /// not less, or an iterator that points nowhere.
   VectorIterator linearSearchInVec(const int* key);
@@ -172,6 +185,13 @@ class DMapVector final : public IDMap<VectorIterator> {
     values_.makeRoom();
     keys_.extend();
     values_.extend();
+    updateRoom();
+  }
+  void updateRoom() {
+    constexpr std::size_t kMost = std::numeric_limits<int>::max();
+    const bool isNarrow = keys_.isNarrow() && values_.width() == 1;
+    const std::size_t room = std::min({keys_.capacity(), values_.capacity(), kMost});
+    room_ = isNarrow ? static_cast<int>(room) : 0;
   }
   void storeAt(int position, const int* key, const double* values) {
     keys_.set(static_cast<std::size_t>(position), key);
@@ -181,6 +201,7 @@ class DMapVector final : public IDMap<VectorIterator> {
   RowArray<int> keys_;
   RowArray<double> values_;
   int count_ = 0;  ///< Records in use; always 0 for dimension 0, which has values only.
+  int room_ = 0;   ///< Records that both arrays have memory for; 0 unless rows are narrow.
   int plain_ = 0;  ///< Records at the front known to be in order, unique and without a 0.
   std::optional<KeySearch> search_;  ///< Not for dimension 0.
 };

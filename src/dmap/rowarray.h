@@ -26,8 +26,8 @@ class RowArray {
   explicit RowArray(std::size_t width) : width_(width) {}
 
   std::size_t width() const { return width_; }
-  std::size_t size() const { return size_; }
-  bool empty() const { return size_ == 0; }
+  std::size_t size() const { return std::max(size_, written_); }
+  bool empty() const { return size() == 0; }
   T* row(std::size_t i) { return data_.get() + i * width_; }
   const T* row(std::size_t i) const { return data_.get() + i * width_; }
   std::size_t bytesUsed() const { return capacity_ * width_ * sizeof(T); }
@@ -49,36 +49,35 @@ class RowArray {
   }
   /// Overwrites row `i`, which is written already or the first that is not.
   void set(std::size_t i, const T* values) {
-    if (isNarrow()) return setNarrow(i, values);
-    std::memcpy(row(i), values, width_ * sizeof(T));
-    setWritten(i + 1);
-  }
-  /// Whether `setNarrow` may be used, which makes no calls.
-  bool isNarrow() const { return width_ <= 4; }
-  void setNarrow(std::size_t i, const T* values) {
-    T* stored = row(i);
-    switch (width_) {
-      case 4:
-        stored[3] = values[3];
-        [[fallthrough]];
-      case 3:
-        stored[2] = values[2];
-        [[fallthrough]];
-      case 2:
-        stored[1] = values[1];
-        [[fallthrough]];
-      default:
-        stored[0] = values[0];
+    if (isNarrow()) {
+      setNarrow(i, values);
+    } else {
+      std::memcpy(row(i), values, width_ * sizeof(T));
     }
     setWritten(i + 1);
+  }
+  /// Rows that there is memory for.
+  std::size_t capacity() const { return capacity_; }
+  /// Whether `appendNarrow` may be used, which makes no calls.
+  bool isNarrow() const { return width_ <= 4; }
+  /// Writes row `i`, which is below the capacity, and makes the array so long if it is not. Rows
+  /// before it have been written to; those behind it become zeros again.
+  void appendNarrow(std::size_t i, const T* values) {
+    setNarrow(i, values);
+    written_ = i + 1;
+  }
+  /// The same for rows of one number.
+  void appendOne(std::size_t i, T value) {
+    data_[i] = value;
+    written_ = i + 1;
   }
   /// Sees to it that the array can be one row longer. Amortised constant time; throws
   /// std::bad_alloc.
   void makeRoom() {
-    if (size_ == capacity_) grow();
+    if (size() == capacity_) grow();
   }
   /// Makes the array one row longer, for which there must be room.
-  void extend() { ++size_; }
+  void extend() { size_ = size() + 1; }
   /// Opens a gap at row `i`, moving the rows from there up to `end`; there must be a row behind.
   void makeGap(std::size_t i, std::size_t end) {
     setWritten(end + 1);
@@ -97,7 +96,34 @@ class RowArray {
   }
 
  private:
-  void setWritten(std::size_t end) { written_ = std::max(written_, end); }
+// Where the compiler sees an array that is shorter than the longest row, it takes the branches for
+// longer rows for faults.
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Warray-bounds"
+#endif
+  void setNarrow(std::size_t i, const T* values) {
+    T* stored = row(i);
+    switch (width_) {
+      case 4:
+        stored[3] = values[3];
+        [[fallthrough]];
+      case 3:
+        stored[2] = values[2];
+        [[fallthrough]];
+      case 2:
+        stored[1] = values[1];
+        [[fallthrough]];
+      default:
+        stored[0] = values[0];
+    }
+  }
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic pop
+#endif
+  void setWritten(std::size_t end) {
+    written_ = std::max(written_, end);
+  }
 
   struct Release {
     std::size_t bytes = 0;
@@ -122,7 +148,7 @@ class RowArray {
 
   Data data_;
   std::size_t width_;
-  std::size_t size_ = 0;
+  std::size_t size_ = 0;  ///< The length, unless more is written.
   std::size_t written_ = 0;
   std::size_t capacity_ = 0;
 };

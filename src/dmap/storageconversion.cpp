@@ -6,8 +6,16 @@
 
 namespace zdb::dmap {
 
-// All delegate to the container's own constructor: once that is through, a
-// conversion that runs out of memory destroys what it has built.
+// All delegate to the container's own constructor: once that is through, a conversion that runs out
+// of memory destroys what it has built.
+
+DMap::DMap(DMapVector& source) : DMap(source.getDim(), source.getValueWidth()) {
+  copyRecords(source, *this);
+}
+
+DMap::DMap(DMapUTree& source) : DMap(source.getDim(), source.getValueWidth()) {
+  copyRecords(source, *this);
+}
 
 DMapVector::DMapVector(DMap& source) : DMapVector(source.getDim(), source.getValueWidth()) {
   reserve(static_cast<int>(source.size()));

@@ -1,12 +1,15 @@
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "core/zdb.h"
 #include "symbols/defaultrows.h"
 #include "symbols/denseaxes.h"
+#include "symbols/zdbsymbol.h"
 #include "symbols/zdbsymboliterator.h"
 
 // Symbols to dense arrays and back.
@@ -85,6 +88,43 @@ DenseAxes occurringLabels(const ZDB& db, const DenseAxes& axes, AbstractZDBSymbo
     occurring.add(db, std::move(labels));
   }
   return occurring;
+}
+
+/// Calls visit(keys, value) for the cells that are not 0, in key order. `keys` holds the labels of
+/// the positions that are not free.
+template <class Visit>
+void forEachCell(const double* array, const DenseAxes& axes, const std::vector<int>& freePositions,
+                 int* keys, Visit visit) {
+  const int last = axes.dim() - 1;
+  const std::size_t cells = axes.cells();
+  if (last < 0 || cells == 0) {
+    if (cells != 0 && array[0] != 0) visit(keys, array[0]);
+    return;
+  }
+  const auto positionOf = [&](int d) { return freePositions[static_cast<std::size_t>(d)]; };
+  std::array<int, kMaxDim> ranks{};
+  for (int d = 0; d < last; ++d) keys[positionOf(d)] = axes[d].label(0);
+  for (std::size_t cell = 0; cell < cells;) {
+    for (int rank = 0; rank < axes[last].size(); ++rank, ++cell) {
+      if (array[cell] == 0) continue;
+      keys[positionOf(last)] = axes[last].label(rank);
+      visit(keys, array[cell]);
+    }
+    for (int d = last - 1; d >= 0; --d) {
+      int& rank = ranks[static_cast<std::size_t>(d)];
+      const bool wraps = ++rank == axes[d].size();
+      if (wraps) rank = 0;
+      keys[positionOf(d)] = axes[d].label(rank);
+      if (!wraps) break;
+    }
+  }
+}
+
+/// The number of cells that are not 0. Throws std::length_error when no symbol has so many records.
+int recordsOf(const double* array, std::size_t cells) {
+  const auto records = std::count_if(array, array + cells, [](double cell) { return cell != 0; });
+  if (records > std::numeric_limits<int>::max()) throw std::length_error("too many records");
+  return static_cast<int>(records);
 }
 
 /// Deletes the records of a slice (0: any label) whose cells in the array are 0 or that have none.
@@ -216,9 +256,7 @@ bool ZDB::DenseArrayToSymbol(const double* array, AbstractZDBSymbol* const* doma
     }
   }
   if (!axes.sizesAgree(*this, *symbol, dims)) return false;
-  if (axes.dim() == symbol->dim) {
-    symbol->clear();
-  } else {
+  if (axes.dim() < symbol->dim) {
     deleteWithoutCell(symbol, keys.data(), array, axes, freePositions);
   }
   storeCells(array, axes, freePositions, symbol, keys.data());
@@ -247,21 +285,29 @@ void ZDB::storeCells(const double* array, const DenseAxes& axes,
   } else if (symbol->type == TypeEquation) {
     std::copy_n(defaultEquationRow(symbol->userInfo), kMaxValues, row.begin());
   }
-  const std::size_t cells = axes.cells();
-  std::array<int, kMaxDim> ranks{};
-  for (std::size_t cell = 0; cell < cells; ++cell) {
-    if (array[cell] != 0) {
-      for (int d = 0; d < axes.dim(); ++d) {
-        keys[freePositions[static_cast<std::size_t>(d)]] =
-            axes[d].label(ranks[static_cast<std::size_t>(d)]);
-      }
-      if (symbol->type != TypeSet) row[0] = specialValues_.toLibrary(array[cell]);
-      symbol->storeRow(keys, row.data(), true);
-    }
-    for (int d = axes.dim() - 1; d >= 0 && ++ranks[static_cast<std::size_t>(d)] == axes[d].size();
-         --d) {
-      ranks[static_cast<std::size_t>(d)] = 0;
-    }
+  const auto rowOf = [&](double cell) {
+    if (symbol->type != TypeSet) row[0] = specialValues_.toLibrary(cell);
+    return row.data();
+  };
+  const auto store = [&](auto put) {
+    forEachCell(array, axes, freePositions, keys,
+                [&](const int* key, double cell) { put(key, rowOf(cell)); });
+  };
+  if (axes.dim() < symbol->dim) {
+    store([&](const int* key, const double* values) { symbol->storeRow(key, values, true); });
+  } else if (symbol->dim == 0 || symbol->getStorageType() == dmap::StorageTypes::Map) {
+    symbol->clear();
+    store([&](const int* key, const double* values) { symbol->addRecordEnd(key, values); });
+  } else {
+    // The other storages take records over from an array at several times the pace of additions.
+    const auto sorted =
+        symbolFactory(static_cast<int>(dmap::StorageTypes::Vector), symbol->name, symbol->dim,
+                      symbol->type, symbol->number, symbol->userInfo, symbol->explText);
+    using SortedArray = ZDBSymbol<dmap::DMapVector, dmap::VectorIterator>;
+    dmap::DMapVector& records = static_cast<SortedArray*>(sorted.get())->records();
+    records.reserve(recordsOf(array, axes.cells()));
+    store([&](const int* key, const double* values) { records.emplace_end(key, values); });
+    symbol->assignRecords(sorted.get());
   }
 }
 

@@ -31,9 +31,10 @@ void BlockChain::addBlock(std::size_t atLeast) {
   ++blocks_;
 }
 
-void BlockChain::addRegion(std::size_t atLeast) {
-  const std::size_t grown = std::min(bytes_ / 8, kLargestRegion);
-  const std::size_t bytes = std::max(atLeast + sizeof(Region), grown);
+void BlockChain::addRegion(std::size_t block) {
+  // Whole blocks: what is left of a region is lost.
+  const std::size_t blocks = std::max<std::size_t>(1, std::min(bytes_ / 8, kLargestRegion) / block);
+  const std::size_t bytes = sizeof(Region) + blocks * block;
   void* memory = obtainMemory(bytes);
   regions_ = new (memory) Region{regions_, bytes};
   regionNext_ = static_cast<std::byte*>(memory) + sizeof(Region);

@@ -43,7 +43,7 @@ class BlockChain {
   };
 
   void addBlock(std::size_t atLeast);
-  void addRegion(std::size_t atLeast);
+  void addRegion(std::size_t block);
 
   std::byte* next_ = nullptr;  ///< Where the current block goes on.
   std::size_t free_ = 0;       ///< Bytes left in it.

@@ -139,7 +139,7 @@ void SiblingIndex::erase(int label) {
 std::size_t SiblingIndex::bytesUsed() const {
   std::size_t bytes = sizeof *this + chunks_.capacity() * sizeof(Chunk);
   for (const Chunk& chunk : chunks_) {
-    bytes += chunk.labels.capacity() * sizeof(int) + chunk.nodes.capacity() * sizeof(UELNode*);
+    bytes += chunk.labels.capacity() * sizeof(int) + chunk.nodes.capacity() * sizeof(void*);
   }
   return bytes;
 }

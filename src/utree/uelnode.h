@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <variant>
 
 namespace utree {
@@ -71,6 +70,7 @@ class UELNodeIt {
   /// The end of a tree with `dim` levels.
   explicit UELNodeIt(int dim) : dim_(static_cast<std::uint8_t>(dim)) { clear(); }
   UELNodeIt(const UELNodeIt& other) : dim_(other.dim_) { copyPath(other); }
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): copies every node to where it is.
   UELNodeIt& operator=(const UELNodeIt& other) {
     dim_ = other.dim_;
     copyPath(other);
@@ -126,7 +126,7 @@ class UELNodeIt {
   void copyPath(const UELNodeIt& other) {
     int i = 0;
     do {
-      std::memcpy(path_ + i, other.path_ + i, kGroup * sizeof *path_);
+      std::copy_n(other.path_ + i, kGroup, path_ + i);
       i += kGroup;
     } while (i < dim_);
   }

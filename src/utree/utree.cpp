@@ -5,12 +5,23 @@
 
 namespace utree {
 
-UTree::UTree(int dim, int valueWidth)
-    : dim_(dim), valueWidth_(valueWidth), numValues_(valueWidth < 2 ? 1 : 5), last_(dim) {
+namespace {
+
+int checkedDim(int dim) {
   if (dim < 1 || dim > kMaxLevels) {
     throw std::invalid_argument("A label tree has 1 to 20 levels, not " + std::to_string(dim));
   }
+  return dim;
 }
+
+}  // namespace
+
+// Positions rely on the number of levels, so it is checked before any is made.
+UTree::UTree(int dim, int valueWidth)
+    : dim_(checkedDim(dim)),
+      valueWidth_(valueWidth),
+      numValues_(valueWidth < 2 ? 1 : 5),
+      last_(dim_) {}
 
 UTree::UTree(const UTree& other) : UTree(other.dim_, other.valueWidth_) {
   traverseCopy(other.root_, root_, 0);
@@ -268,13 +279,12 @@ void UTree::erase(const UELNodeIt& it) {
     if (place.at != it[level]) return;
     before[level] = place.before;
   }
-  const UELNodeIt gone = it;  // which may be the last position itself
-  if (gone == last_) last_ = size_ >= 2 ? prev(gone) : end();
+  if (it == last_) last_ = size_ >= 2 ? prev(it) : end();
   int level = dim_;
   do {
     --level;
-    siblings_.unlink(listAt(gone, level), before[level], gone[level]);
-  } while (level > 0 && listAt(gone, level).first() == nullptr);
+    siblings_.unlink(listAt(it, level), before[level], it[level]);
+  } while (level > 0 && listAt(it, level).first() == nullptr);
   --size_;
 }
 

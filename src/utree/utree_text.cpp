@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
@@ -29,9 +30,10 @@ void printList(std::FILE* out, const DownLink& list, int numValues) {
     nodes.push_back(node);
     std::fprintf(out, "{uel=%d,value=%s,right=", node->uel, nodeValues(*node, numValues).c_str());
   }
-  for (auto node = nodes.rbegin(); node != nodes.rend(); ++node) {
+  std::reverse(nodes.begin(), nodes.end());
+  for (const UELNode* node : nodes) {
     std::fputs(",down=", out);
-    printList(out, (*node)->down, numValues);
+    printList(out, node->down, numValues);
     std::fputc('}', out);
   }
 }

@@ -60,8 +60,8 @@ std::string describe(const Database& db, zdbSymbol_t symbol) {
   }
   text += db.infoText(symbol, ZDB_SYMBOL_NAME) + " '" + db.infoText(symbol, ZDB_SYMBOL_TEXT) + "'";
   std::vector<std::array<char, ZDB_TEXT_SIZE>> rows(ZDB_MAX_DIM);
-  std::vector<char*> names;
-  for (auto& row : rows) names.push_back(row.data());
+  std::vector<char*> names(rows.size());
+  std::transform(rows.begin(), rows.end(), names.begin(), [](auto& row) { return row.data(); });
   Symbols domains(ZDB_MAX_DIM);
   const int dim = db.info(symbol, ZDB_SYMBOL_DIM);
   EXPECT_EQ(c__zdbgetdomain(db, symbol, dim, domains.data(), names.data()), 1) << db.error();
@@ -99,7 +99,10 @@ void fill(const Database& db) {
     Record record(db, i, {member.label});
     c__zdbsetelemtext(db, record, member.text);
   }
-  zdbSymbol_t pairs = add(db, "pairs", ZDB_SET, 0, {ii, i});
+  zdbSymbol_t k = add(db, "k", ZDB_SET, 0, {db.universe()});
+  db.merge(k, {"a"});
+  zdbSymbol_t kk = db.add("kk", 1, ZDB_ALIAS, db.info(k, ZDB_SYMBOL_NUMBER));
+  zdbSymbol_t pairs = add(db, "pairs", ZDB_SET, 0, {kk, i});
   Record pair(db, pairs, {"a", "b"});
   c__zdbsetelemtext(db, pair, "second");
   zdbSymbol_t x =

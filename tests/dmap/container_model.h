@@ -21,17 +21,40 @@ namespace zdb::test {
 using Key = std::vector<int>;
 using Values = std::array<double, 5>;
 
-/// What a container does differently on purpose.
+/// What `lower_bound` gives for a key that is absent.
+enum class Bound {
+  NextOrEnd,      ///< The record behind its place, or the end.
+  NextOrNowhere,  ///< The same, but where there is none an iterator that points nowhere.
+  Bracket,        ///< The record before its place or the first one, or the end for one above all.
+};
+
+/// What a container does differently on purpose. The defaults are those of the contract.
 struct Behaviour {
   /// Iterators and value addresses survive the insertion and erasure of other records.
-  bool keepsPlaces;
-  /// `insert_or_assign` with an absent key that is not the largest adds a record.
-  bool assignAddsAnywhere;
+  bool keepsPlaces = true;
+  Bound lowerBound = Bound::NextOrEnd;
+  /// `insert_or_assign` gives the values to the record that `lower_bound` gives, whatever its key.
+  bool assignsToBound = false;
+  /// An insertion of the largest key there is gives it the new values.
+  bool overwritesLargest = false;
+  /// `index(end())` is the size instead of -1.
+  bool endHasRank = false;
+  /// `withIndex` takes any number.
+  bool takesAnyRank = false;
+  /// Comparisons take a 0 for any label and negative labels for what they are not.
+  bool wantsPositiveLabels = false;
+  /// `emplace_end` and `emplace_hint` rely on the caller to know that the key is absent and, at the
+  /// end, that it is above all others. The harness uses `emplace` where it does not.
+  bool trustsTheCaller = false;
+  /// `emplace` prints a warning for a key that is present.
+  bool warns = false;
 };
+
+inline constexpr const char* kWarning = "Warning: Keys already in record map. Skipping.\n";
 
 /// One call of the container; the numbers stand for keys in key order.
 struct Step {
-  enum Kind { Append, Emplace, EmplaceHint, Assign, Erase, Find, LowerBound };
+  enum Kind { Append, Emplace, EmplaceHint, Assign, Place, Erase, Find, LowerBound };
   Kind kind;
   int key;
   int hint = -1;  ///< A key whose lower bound is the hint, or -1 for the end, -2 for no position.
@@ -45,11 +68,13 @@ class Subject {
   virtual void apply(const Step& step) = 0;
   /// Compares all records, both ways, and the container's own structure check.
   virtual void check() = 0;
+  /// What the container should have printed by now.
+  virtual std::string expectedOutput() const = 0;
 };
 
 /// The key number `id` of `count` keys of `dim` labels: in ascending order with `id`, differing in
-/// all positions, and with the smallest and largest labels among them.
-inline Key makeKey(int id, int count, int dim) {
+/// all positions, with `smallest` and the largest label among them.
+inline Key makeKey(int id, int count, int dim, int smallest) {
   int base = 3;
   for (;; ++base) {
     std::int64_t keys = 1;
@@ -59,7 +84,7 @@ inline Key makeKey(int id, int count, int dim) {
   Key key(static_cast<std::size_t>(dim));
   for (auto position = key.rbegin(); position != key.rend(); ++position, id /= base) {
     const int digit = id % base;
-    *position = digit == 0 ? INT_MIN : digit == base - 1 ? INT_MAX : digit;
+    *position = digit == 0 ? smallest : digit == base - 1 ? INT_MAX : digit + 1;
   }
   return key;
 }
@@ -72,7 +97,8 @@ class SubjectOf final : public Subject {
         dim_(dim),
         doubles_(dmap::doublesPerRecord(width)),
         behaviour_(behaviour) {
-    for (int id = 0; id < keys; ++id) keys_.push_back(makeKey(id, keys, dim));
+    const int smallest = behaviour.wantsPositiveLabels ? 1 : INT_MIN;
+    for (int id = 0; id < keys; ++id) keys_.push_back(makeKey(id, keys, dim, smallest));
   }
 
   void apply(const Step& step) override {
@@ -80,24 +106,27 @@ class SubjectOf final : public Subject {
     ++stepNumber_;
     switch (step.kind) {
       case Step::Append:
-        return expectInserted(map_.emplace_end(key.data(), fresh().data()), key, false);
+        if (!isAllowed(key, map_.end())) return emplace(key);
+        return expectInserted(map_.emplace_end(key.data(), fresh().data()), key);
       case Step::Emplace:
-        return expectInserted(map_.emplace(key.data(), fresh().data()), key, false);
+        return emplace(key);
       case Step::EmplaceHint: {
         It hint = hintFor(step.hint);
-        return expectInserted(map_.emplace_hint(key.data(), fresh().data(), hint), key, false);
+        if (!isAllowed(key, hint)) return emplace(key);
+        return expectInserted(map_.emplace_hint(key.data(), fresh().data(), hint), key);
       }
       case Step::Assign: {
-        if (!behaviour_.assignAddsAnywhere && !isAssignable(key)) return;
         It hint = hintFor(step.hint);
-        return expectInserted(map_.insert_or_assign(hint, key.data(), fresh().data()), key, true);
+        return expectAssigned(map_.insert_or_assign(hint, key.data(), fresh().data()), key);
       }
+      case Step::Place:
+        return place(key);
       case Step::Erase:
         return erase(key);
       case Step::Find:
         return expectRecord(map_.find(key.data()), model_.find(key));
       case Step::LowerBound:
-        if (dim_ > 0) expectRecord(map_.lower_bound(key.data()), model_.lower_bound(key));
+        if (dim_ > 0) expectBound(map_.lower_bound(key.data()), key);
         return;
     }
   }
@@ -120,6 +149,12 @@ class SubjectOf final : public Subject {
     ASSERT_NO_FATAL_FAILURE(checkHeld());
   }
 
+  std::string expectedOutput() const override {
+    std::string output;
+    for (int i = 0; i < warnings_; ++i) output += kWarning;
+    return output;
+  }
+
  private:
   using Model = std::map<Key, Values>;
 
@@ -138,13 +173,53 @@ class SubjectOf final : public Subject {
     return values;
   }
 
+  bool isAboveAll(const Key& key) const { return model_.empty() || model_.rbegin()->first < key; }
+
+  /// Whether the container's contract lets the caller insert this key at this place.
+  bool isAllowed(const Key& key, const It& hint) {
+    if (!behaviour_.trustsTheCaller || dim_ == 0 || isAboveAll(key)) return true;
+    return !model_.contains(key) && hint != map_.end() && !hint.isNullPtr();
+  }
+
+  void emplace(const Key& key) {
+    if (behaviour_.warns && dim_ > 0 && model_.contains(key)) ++warnings_;
+    expectInserted(map_.emplace(key.data(), fresh().data()), key);
+  }
+
   /// Does in the model what the container has done, and compares the record it returned.
-  void expectInserted(const It& it, const Key& key, bool isAssigning) {
+  void expectInserted(const It& it, const Key& key) {
     const auto [record, isNew] = model_.try_emplace(key, fresh());
+    const bool isLargest = std::next(record) == model_.end();
     // A scalar is overwritten by every insertion.
-    if (!isNew && (isAssigning || dim_ == 0)) record->second = fresh();
+    if (dim_ == 0 || (behaviour_.overwritesLargest && isLargest)) record->second = fresh();
     ASSERT_NO_FATAL_FAILURE(expectRecord(it, record));
-    if (behaviour_.keepsPlaces && isNew) held_.insert_or_assign(key, Held{it, (*it).second});
+    if (isNew) hold(record, it);
+  }
+
+  void expectAssigned(const It& it, const Key& key) {
+    auto record = model_.find(key);
+    if (record == model_.end() && behaviour_.assignsToBound) record = modelBound(key);
+    const bool isNew = record == model_.end();
+    if (isNew) record = model_.try_emplace(key).first;
+    record->second = fresh();
+    ASSERT_NO_FATAL_FAILURE(expectRecord(it, record));
+    if (isNew) hold(record, it);
+  }
+
+  /// Looks the key up exactly and adds it if it is absent.
+  void place(const Key& key) {
+    if constexpr (requires { map_.exactLowerBound(key.data()); }) {
+      const It bound = map_.exactLowerBound(key.data());
+      ASSERT_NO_FATAL_FAILURE(expectRecord(bound, model_.lower_bound(key)));
+      if (model_.contains(key)) return;
+      expectInserted(map_.insertAt(bound, key.data(), fresh().data()), key);
+    } else {
+      emplace(key);
+    }
+  }
+
+  void hold(typename Model::iterator record, const It& it) {
+    if (behaviour_.keepsPlaces) held_.insert_or_assign(record->first, Held{it, (*it).second});
   }
 
   void erase(const Key& key) {
@@ -163,8 +238,22 @@ class SubjectOf final : public Subject {
     return map_.lower_bound(keys_[static_cast<std::size_t>(hint) % keys_.size()].data());
   }
 
-  bool isAssignable(const Key& key) const {
-    return model_.contains(key) || model_.empty() || model_.rbegin()->first < key;
+  /// What `lower_bound` should find.
+  typename Model::iterator modelBound(const Key& key) {
+    const auto next = model_.lower_bound(key);
+    if (behaviour_.lowerBound != Bound::Bracket || model_.contains(key)) return next;
+    if (model_.size() == 1) return model_.begin();
+    const bool isInFront = next == model_.begin();
+    return isInFront || next == model_.end() ? next : std::prev(next);
+  }
+
+  void expectBound(const It& it, const Key& key) {
+    const auto record = modelBound(key);
+    if (record == model_.end() && behaviour_.lowerBound == Bound::NextOrNowhere) {
+      ASSERT_TRUE(it.isNullPtr() && it != map_.end()) << "at step " << stepNumber_;
+    } else {
+      expectRecord(it, record);
+    }
   }
 
   void expectRecord(const It& it, typename Model::iterator record) {
@@ -183,10 +272,16 @@ class SubjectOf final : public Subject {
     }
   }
 
+  /// Each container's scalar has ranks of its own; see their tests.
   void checkRanks() {
-    ASSERT_EQ(map_.index(map_.end()), -1);
-    ASSERT_TRUE(map_.withIndex(-5) == map_.begin());
-    ASSERT_TRUE(map_.withIndex(static_cast<int>(model_.size())) == map_.end());
+    if (dim_ == 0) return;
+    const int size = static_cast<int>(model_.size());
+    ASSERT_EQ(map_.index(map_.end()), behaviour_.endHasRank ? size : -1);
+    if (!behaviour_.takesAnyRank) {
+      ASSERT_TRUE(map_.withIndex(-5) == map_.begin());
+      ASSERT_TRUE(map_.withIndex(size + 1) == map_.end());
+    }
+    ASSERT_TRUE(map_.withIndex(size) == map_.end());
     int rank = 0;
     for (auto record = model_.begin(); record != model_.end(); ++record, ++rank) {
       if (rank % 97 != 0) continue;
@@ -220,6 +315,7 @@ class SubjectOf final : public Subject {
   std::vector<Key> keys_;
   std::map<Key, Held> held_;
   int stepNumber_ = 0;
+  int warnings_ = 0;
 };
 
 /// A kind of container in the harness.

@@ -9,15 +9,27 @@
 
 #include "dmap/container_model.h"
 #include "dmap/dmap.h"
+#include "dmap/dmaputree.h"
+#include "dmap/dmapvector.h"
 
 namespace zdb::test {
 namespace {
 
-// One line for each container, with its intended differences.
+// Each container with its intended differences.
 const std::vector<Factory>& factories() {
   static const std::vector<Factory> all = {
-      factory<dmap::DMap, dmap::DMapIterator>("DMap",
-                                              {.keepsPlaces = true, .assignAddsAnywhere = true}),
+      factory<dmap::DMap, dmap::DMapIterator>("DMap", {}),
+      factory<dmap::DMapVector, dmap::VectorIterator>("DMapVector", {.keepsPlaces = false,
+                                                                     .lowerBound = Bound::Bracket,
+                                                                     .assignsToBound = true,
+                                                                     .takesAnyRank = true,
+                                                                     .wantsPositiveLabels = true,
+                                                                     .trustsTheCaller = true,
+                                                                     .warns = true}),
+      factory<dmap::DMapUTree, dmap::TreeIterator>("DMapUTree", {.lowerBound = Bound::NextOrNowhere,
+                                                                 .assignsToBound = true,
+                                                                 .overwritesLargest = true,
+                                                                 .endHasRank = true}),
   };
   return all;
 }
@@ -64,7 +76,8 @@ Steps empty(int /*keys*/, Random& /*random*/) {
 
 Steps one(int /*keys*/, Random& /*random*/) {
   return {{Step::Emplace, 1}, {Step::Find, 0},  {Step::Find, 1},       {Step::LowerBound, 0},
-          {Step::Append, 1},  {Step::Erase, 1}, {Step::LowerBound, 0}, {Step::Append, 1}};
+          {Step::Append, 1},  {Step::Erase, 1}, {Step::LowerBound, 0}, {Step::Append, 1},
+          {Step::Assign, 0},  {Step::Place, 2}, {Step::LowerBound, 2}, {Step::Place, 0}};
 }
 
 Steps sorted(int keys, Random& /*random*/) {
@@ -73,6 +86,10 @@ Steps sorted(int keys, Random& /*random*/) {
 
 Steps reversed(int keys, Random& /*random*/) {
   return inOrder(Step::Emplace, descending(keys));
+}
+
+Steps placed(int keys, Random& random) {
+  return inOrder(Step::Place, shuffled(keys, random)) + inOrder(Step::Place, ascending(keys));
 }
 
 Steps scattered(int keys, Random& random) {
@@ -162,6 +179,7 @@ const Scenario kScenarios[] = {
     {"One", one},
     {"Sorted", sorted},
     {"Reversed", reversed},
+    {"Placed", placed},
     {"Scattered", scattered},
     {"AppendedOutOfOrder", appendedOutOfOrder},
     {"InterleavedRuns", interleavedRuns},
@@ -198,7 +216,10 @@ class Containers : public testing::TestWithParam<Parameters> {
     Random random(kSeed + static_cast<unsigned>(dim));
     const auto& [factory, scenario] = GetParam();
     const auto subject = factory.make(dim, width, keys);
+    testing::internal::CaptureStdout();
     run(*subject, scenario.make(keys, random));
+    const std::string printed = testing::internal::GetCapturedStdout();
+    ASSERT_TRUE(printed == subject->expectedOutput()) << printed.substr(0, 4000);
   }
 };
 

@@ -1,4 +1,4 @@
-// What DMap costs, counted instead of timed, and what it does when memory runs out.
+// What DMap costs, counted instead of timed, and what all containers do when memory runs out.
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,8 @@
 
 #include "dmap/allocations.h"
 #include "dmap/dmap.h"
+#include "dmap/dmaputree.h"
+#include "dmap/dmapvector.h"
 
 namespace zdb::dmap {
 namespace {
@@ -23,7 +25,7 @@ std::vector<Key> keysInOrder(int count) {
   std::vector<Key> keys;
   keys.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i)
-    keys.push_back({{i / 10000 + 1, i / 100 % 100 + 1, 3 * (i % 100)}});
+    keys.push_back({{i / 10000 + 1, i / 100 % 100 + 1, 3 * (i % 100) + 1}});
   return keys;
 }
 
@@ -33,7 +35,8 @@ std::vector<Key> keysShuffled(int count) {
   return keys;
 }
 
-void load(DMap& map, const std::vector<Key>& keys) {
+template <class Map>
+void load(Map& map, const std::vector<Key>& keys) {
   for (const Key& key : keys) {
     const double values[5] = {1.0 * key.labels[2]};
     map.emplace(key.labels, values);
@@ -106,35 +109,41 @@ TEST(DMapMemory, ErasedRecordsAreReused) {
 }
 
 /// Checks that the map holds the first `count` keys and takes the others.
-void expectIntact(DMap& map, const std::vector<Key>& keys, std::size_t count) {
+template <class Map>
+void expectIntact(Map& map, const std::vector<Key>& keys, std::size_t count) {
   ASSERT_EQ(map.verify(), "");
   ASSERT_EQ(map.size(), count);
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    const DMapIterator it = map.find(keys[i].labels);
+    const auto it = map.find(keys[i].labels);
     ASSERT_EQ(it != map.end(), i < count) << i;
     if (i < count) {
       ASSERT_EQ(*(*it).second, keys[i].labels[2]);
     }
   }
-  load(map, keys);
+  load(map, {keys.begin() + static_cast<std::ptrdiff_t>(count), keys.end()});
   ASSERT_EQ(map.verify(), "");
   ASSERT_EQ(map.size(), keys.size());
 }
 
+template <class Map>
+class ContainerMemory : public testing::Test {};
+using AllContainers = testing::Types<DMap, DMapVector, DMapUTree>;
+TYPED_TEST_SUITE(ContainerMemory, AllContainers);
+
 // Fails the first allocation, then the second and so on, until loading succeeds.
-TEST(DMapMemory, OutOfMemory_LeavesTheRecordsAsTheyWere) {
+TYPED_TEST(ContainerMemory, OutOfMemory_LeavesTheRecordsAsTheyWere) {
   for (const std::vector<Key>& keys : {keysInOrder(4000), keysShuffled(4000)}) {
     bool hasFailed = true;
     for (std::uint64_t failing = 1; hasFailed; ++failing) {
-      std::unique_ptr<DMap> map;
+      std::unique_ptr<TypeParam> map;
       std::size_t loaded = 0;
       hasFailed = false;
       try {
         const test::Allocations allocations(failing);
-        map = std::make_unique<DMap>(3, 1);
+        map = std::make_unique<TypeParam>(3, 1);
         for (; loaded < keys.size(); ++loaded) {
           const double value = keys[loaded].labels[2];
-          map->emplace_end(keys[loaded].labels, &value);
+          map->emplace(keys[loaded].labels, &value);
         }
       } catch (const std::bad_alloc&) {
         hasFailed = true;

@@ -33,9 +33,18 @@ TEST_F(DietDemo, RealData_ShowsWhatChanged) {
            "   content(Wheat Flour (Enriched), calories)         44.70      35.76     -20.0%\n",
            "   content(Corn Flakes, vitamin_a)                       -      20.00        new\n",
            "   9 records differ\n",
+           "   It costs 0.1086622782 dollars a day, 39.66 dollars a year\n",
+           "     Wheat Flour (Enriched)    0.0295191 dollars a day\n"
+           "     Liver (Beef)              0.0018926 dollars a day\n"
+           "     Cabbage                   0.0112144 dollars a day\n"
+           "     Spinach                   0.0050077 dollars a day\n"
+           "     Navy Beans, Dried         0.0610286 dollars a day\n",
+           "   200 days with prices up to 30% and needs up to 10% off",
+           "   cheapest     92    0.0842  Wheat Flour (Enriched), Evaporated Milk (can), ",
        }) {
     EXPECT_THAT(outcome.out, HasSubstr(line));
   }
+  EXPECT_THAT(readFile(folder_.path("diet-days.svg")), HasSubstr("</svg>\n"));
 }
 
 TEST_F(DietDemo, FaultyCsv_IsReportedWithItsLine) {

@@ -44,7 +44,8 @@ TEST(UTreeMemory, Records_TakeNoAllocationOfTheirOwn) {
   UTree tree(1, 1);
   appendRun(tree, 10000);
   EXPECT_LE(allocations.count(), 10000u / 51 + 10000 / 128 + 2);
-  EXPECT_LE(static_cast<double>(tree.bytesUsed()) / 10000, 29);
+  // 20 bytes for the node and 8 for the value; up to an eighth of that is taken in advance.
+  EXPECT_LE(static_cast<double>(tree.bytesUsed()) / 10000, 28 * 9 / 8.0);
 }
 
 // Lists are as long as a symbol has records: nothing may recurse along them.
@@ -79,7 +80,8 @@ TEST(UTreeMemory, ACopy_LeadsALifeOfItsOwn) {
   EXPECT_EQ(textOf(UTree(UTree(1, 1))), "");
 }
 
-// Fails one allocation after the other in the same work, which makes indexes of several chunks.
+// Fails one allocation after the other in the same work, which makes indexes of several chunks, and
+// adds to them in the middle and in front.
 TEST(UTreeMemory, AFailedAllocation_LeavesTheRecordsAsTheyWere) {
   std::uint64_t total = 1;
   for (std::uint64_t failing = 1; failing <= total; ++failing) {
@@ -88,7 +90,7 @@ TEST(UTreeMemory, AFailedAllocation_LeavesTheRecordsAsTheyWere) {
     std::uint64_t records = 0;
     const Allocations allocations(failing);
     for (int i = 0; i < 1500; ++i) {
-      const int key[] = {1, static_cast<int>(random() % 2000)};
+      const int key[] = {1, i % 2 == 0 ? static_cast<int>(random() % 2000) : -i};
       const double value = i;
       try {
         tree.emplace(key, &value);

@@ -22,15 +22,17 @@ TEST(UTree, Append_SharesTheNodesOfThePrefix) {
   const UELNode* two = one->right;
   EXPECT_EQ(one->uel, 1);
   EXPECT_EQ(two->uel, 2);
-  EXPECT_EQ(two->right, nullptr);
+  EXPECT_TRUE(two->right == nullptr);
   EXPECT_EQ(one->down.first()->uel, 1);
   EXPECT_EQ(one->down.first()->right->uel, 2);
-  EXPECT_EQ(two->down.first()->right, nullptr);
+  EXPECT_TRUE(two->down.first()->right == nullptr);
   EXPECT_EQ(*two->down.first()->down.values(), 3);
   EXPECT_THROW(one->down.values(), std::bad_variant_access);
   EXPECT_EQ(one->down.first()->down.first(), nullptr);
-  EXPECT_THROW(UTree(0, 1), std::invalid_argument);
-  EXPECT_THROW(UTree(21, 1), std::invalid_argument);
+}
+
+TEST(UTree, DimOutOfRange_Throws) {
+  for (const int dim : {-1, 0, 21, 1000}) EXPECT_THROW(UTree(dim, 1), std::invalid_argument) << dim;
 }
 
 TEST(UTree, Insert_OverwritesTheLargestKeyOnly) {

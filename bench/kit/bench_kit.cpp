@@ -1,0 +1,195 @@
+// Scenarios: data changed through the database and solved again in place, against rebuilding the
+// model or solving it from scratch. Counters: simplex iterations a solve, and the share of the time
+// that is not the solver's but the database's (changing records, updating the instance, calling,
+// reading the objective back).
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cmath>
+#include <string>
+
+#include "modeldatabase.h"
+#include "models.h"
+#include "zkitdclib.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kScenarios = 1000;
+constexpr double kPriceSpread = 0.3;
+constexpr double kNeedSpread = 0.2;
+
+// Adds up what the solves took.
+class Tally {
+ public:
+  explicit Tally(benchmark::State& state) : state_(state), start_(Clock::now()) {}
+
+  void add(const KitInstance& instance) {
+    seconds_ += zkitSeconds(instance.get());
+    iterations_ += zkitIterations(instance.get());
+    ++solves_;
+  }
+  void report() const {
+    const double all = std::chrono::duration<double>(Clock::now() - start_).count();
+    state_.SetItemsProcessed(solves_);
+    state_.counters["simplex/solve"] = static_cast<double>(iterations_) / solves_;
+    state_.counters["outside_%"] = 100 * (all - seconds_) / all;
+  }
+
+ private:
+  benchmark::State& state_;
+  Clock::time_point start_;
+  double seconds_ = 0;
+  std::int64_t iterations_ = 0;
+  int solves_ = 0;
+};
+
+std::vector<std::vector<double>> priceScenarios() {
+  std::vector<std::vector<double>> all;
+  all.reserve(kScenarios);
+  for (int k = 0; k < kScenarios; ++k) all.push_back(scenario(basePrices(), kPriceSpread, k));
+  return all;
+}
+
+void requireSame(double a, double b) {
+  require(std::abs(a - b) <= 1e-7 * std::max(1.0, std::abs(a)), "the same objective both ways");
+}
+
+void dietHot(benchmark::State& state, const char* solver) {
+  const std::vector<std::vector<double>> prices = priceScenarios();
+  const KitInstance instance(makeDiet(basePrices()));
+  ModelDatabase db(instance.get(), "price", kFoods);
+  std::size_t k = 0;
+  const auto run = [&] {
+    db.set(prices[k]);
+    db.update();
+    db.solve(solver);
+    return db.level("cost");
+  };
+  for (k = 0; k < 20; ++k) {
+    const KitInstance rebuilt(makeDiet(prices[k]));
+    rebuilt.solve(solver);
+    requireSame(run(), zkitObjective(rebuilt.get()));
+  }
+  Tally tally(state);
+  for ([[maybe_unused]] const auto step : state) {
+    k = (k + 1) % kScenarios;
+    benchmark::DoNotOptimize(run());
+    instance.requireOptimal();
+    tally.add(instance);
+  }
+  tally.report();
+}
+
+void dietRebuilt(benchmark::State& state, const char* solver) {
+  const std::vector<std::vector<double>> prices = priceScenarios();
+  std::size_t k = 0;
+  Tally tally(state);
+  for ([[maybe_unused]] const auto step : state) {
+    k = (k + 1) % kScenarios;
+    const KitInstance instance(makeDiet(prices[k]));
+    instance.solve(solver);
+    tally.add(instance);
+  }
+  tally.report();
+}
+
+BENCHMARK_CAPTURE(dietHot, clp, "clp")->MinTime(0.3)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(dietRebuilt, clp, "clp")
+    ->MinTime(0.3)
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(dietHot, glpk, "glpk")
+    ->MinTime(0.3)
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(dietRebuilt, glpk, "glpk")
+    ->MinTime(0.3)
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
+
+// One in ten of the needs differs from the base ones in each scenario.
+void transportHot(benchmark::State& state, const char* solver) {
+  const KitInstance instance(makeTransport(baseNeeds()));
+  ModelDatabase db(instance.get(), "need", kDemands);
+  int k = 0;
+  const auto run = [&] {
+    db.set(sparseScenario(baseNeeds(), kNeedSpread, ++k));
+    db.update();
+    db.solve(solver);
+    return db.level("cost");
+  };
+  const double first = run();
+  const KitInstance rebuilt(makeTransport(sparseScenario(baseNeeds(), kNeedSpread, k)));
+  rebuilt.solve(solver);
+  requireSame(first, zkitObjective(rebuilt.get()));
+  Tally tally(state);
+  for ([[maybe_unused]] const auto step : state) {
+    benchmark::DoNotOptimize(run());
+    instance.requireOptimal();
+    tally.add(instance);
+  }
+  tally.report();
+}
+
+// The instance is kept and changed as above, but the solver begins anew.
+void transportPlain(benchmark::State& state, const char* solver) {
+  const KitInstance instance(makeTransport(baseNeeds()));
+  ModelDatabase db(instance.get(), "need", kDemands);
+  int k = 0;
+  Tally tally(state);
+  for ([[maybe_unused]] const auto step : state) {
+    db.set(sparseScenario(baseNeeds(), kNeedSpread, ++k));
+    db.update();
+    instance.solve(solver);
+    tally.add(instance);
+  }
+  tally.report();
+}
+
+BENCHMARK_CAPTURE(transportHot, clp, "clp")
+    ->Iterations(10)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(transportPlain, clp, "clp")
+    ->Iterations(3)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(transportHot, glpk, "glpk")
+    ->Iterations(10)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(transportPlain, glpk, "glpk")
+    ->Iterations(3)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+constexpr int kWide = 100000;
+
+// Entries of a parameter that go into the instance.
+void updateSymbol(benchmark::State& state) {
+  const KitInstance instance(makeWide(kWide));
+  ModelDatabase db(instance.get(), "weight", kWide);
+  db.set(std::vector<double>(kWide, 2.0));
+  for ([[maybe_unused]] const auto step : state) db.update();
+  state.SetItemsProcessed(state.iterations() * kWide);
+}
+
+// Records of a variable that are read from the instance after a solve.
+void reloadSolution(benchmark::State& state) {
+  const KitInstance instance(makeWide(kWide));
+  ModelDatabase db(instance.get(), "weight", kWide);
+  for ([[maybe_unused]] const auto step : state) {
+    state.PauseTiming();
+    db.solve("clp");
+    state.ResumeTiming();
+    require(db.count("x") == kWide, "all columns");
+  }
+  state.SetItemsProcessed(state.iterations() * kWide);
+}
+
+BENCHMARK(updateSymbol)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(reloadSolution)->Iterations(20)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace

@@ -1,0 +1,85 @@
+// The exported functions that the database's loader looks for. Names, prototypes and type codes
+// come from its own lists; doc/model-kit.md tells what each does.
+//
+// Conventions: results are nonzero on success unless a list says otherwise; a call with a null
+// handle or a number out of range gives 0 and changes nothing. Text buffers hold 256 bytes unless a
+// size is passed. Instances, dictionaries and environments of a host's models are the instance's:
+// XFree of such a dictionary or environment must not be called.
+#pragma once
+
+#include <exception>
+#include <string_view>
+
+#include "common/signatures.h"
+
+#define ZKIT_EXPORT __attribute__((visibility("default")))
+#define ZKIT_LIST(...) __VA_ARGS__
+
+extern "C" {
+
+using zmiHandle = void*;
+using zrtHandle = void*;
+using zstHandle = void*;
+using zlxHandle = void*;
+
+// Each prefix has these beside its list.
+#define ZKIT_DECLARE_LIBRARY(X)                                                           \
+  ZKIT_EXPORT void X##XCreate(void** handle);                                             \
+  ZKIT_EXPORT void X##XFree(void** handle);                                               \
+  ZKIT_EXPORT int C##X##XCheck(const char* function, int argumentCount, const int* codes, \
+                               char* message);                                            \
+  ZKIT_EXPORT int C##X##XAPIVersion(int clientApi, char* message, int* status)
+
+ZKIT_DECLARE_LIBRARY(zmi);
+ZKIT_DECLARE_LIBRARY(zrt);
+ZKIT_DECLARE_LIBRARY(zst);
+ZKIT_DECLARE_LIBRARY(zlx);
+ZKIT_EXPORT void CzmiXCreateD(void** handle, const char* dir);
+ZKIT_EXPORT void CzrtXCreateD(void** handle, const char* dir);
+ZKIT_EXPORT void CzlxXCreateD(void** handle, const char* dir);
+
+#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
+#include "loaders/zmifunctions.def"
+#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
+#include "loaders/zrtfunctions.def"
+#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
+#include "loaders/zstfunctions.def"
+#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
+#include "loaders/zlxfunctions.def"
+}
+
+namespace zkit {
+
+class Instance;
+
+/// Solves once, from scratch: 1, or 0 with the reason in `message` if the solver cannot be had or
+/// failed.
+int callPlain(Instance& instance, const char* solver, char* message, int size);
+
+/// Copies a text, cut to size - 1 bytes, and terminates it.
+inline void copyText(std::string_view text, char* to, int size) {
+  if (to == nullptr || size <= 0) return;
+  const std::size_t length = text.copy(to, static_cast<std::size_t>(size) - 1);
+  to[length] = '\0';
+}
+
+/// Makes an object behind a handle; the handle stays null if that fails.
+template <typename Make>
+void makeObject(void** handle, Make make) {
+  if (handle == nullptr) return;
+  *handle = nullptr;
+  try {
+    *handle = make();
+  } catch (const std::exception&) {
+    *handle = nullptr;
+  }
+}
+
+template <typename Object>
+void freeObject(void** handle) {
+  if (handle == nullptr) return;
+  delete static_cast<Object*>(*handle);
+  *handle = nullptr;
+}
+
+}  // namespace zkit

@@ -1,0 +1,289 @@
+// Model instances.
+#include "kit/api.h"
+#include "kit/instance.h"
+#include "zkitdclib.h"
+
+namespace {
+
+using namespace zkit;
+
+constexpr companion::Interface kInterface = {"zkitdclib", 26, 26};
+
+#define ZDB_FUNCTION(name, result, parameters, codes) \
+  constexpr int name##Codes[] = {ZKIT_LIST codes};
+#include "loaders/zmifunctions.def"
+
+constexpr companion::Signature kSignatures[] = {
+#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
+#include "loaders/zmifunctions.def"
+};
+
+Instance* at(zmiHandle instance) {
+  return static_cast<Instance*>(instance);
+}
+
+ColumnState* columnAt(zmiHandle instance, int column) {
+  const bool isThere = instance != nullptr && at(instance)->hasColumn(column);
+  return isThere ? &at(instance)->columns[column] : nullptr;
+}
+
+RowState* rowAt(zmiHandle instance, int row) {
+  const bool isThere = instance != nullptr && at(instance)->hasRow(row);
+  return isThere ? &at(instance)->rows[row] : nullptr;
+}
+
+// Sets a field of a row or column, if it is there.
+template <typename State, typename Value>
+int set(State* state, Value State::*field, Value value) {
+  if (state == nullptr) return 0;
+  state->*field = value;
+  return 1;
+}
+
+template <typename State, typename Value>
+Value get(const State* state, Value State::*field) {
+  return state == nullptr ? Value() : state->*field;
+}
+
+template <typename State>
+int copyAll(const std::vector<State>& states, double State::*field, double* to) {
+  if (to == nullptr) return 0;
+  for (std::size_t k = 0; k < states.size(); ++k) to[k] = states[k].*field;
+  return 1;
+}
+
+// Infinities come in as any that the instance has been told of, or from 1.0E300 up.
+double asStored(double bound) {
+  constexpr double largest = 1.0E300;
+  if (bound >= largest) return std::numeric_limits<double>::infinity();
+  return bound <= -largest ? -std::numeric_limits<double>::infinity() : bound;
+}
+
+double asShown(const Instance& instance, double bound) {
+  if (bound == std::numeric_limits<double>::infinity()) return instance.view.plusInfinity;
+  return bound == -std::numeric_limits<double>::infinity() ? instance.view.minusInfinity : bound;
+}
+
+template <typename State>
+int getRecord(const State* state, double* level, double* marginal, int* status, int* basisStatus) {
+  if (state == nullptr || level == nullptr || marginal == nullptr) return 0;
+  if (status == nullptr || basisStatus == nullptr) return 0;
+  *level = state->level;
+  *marginal = state->marginal;
+  *status = state->status;
+  *basisStatus = state->basis;
+  return 1;
+}
+
+template <typename State>
+int setRecord(State* state, double level, double marginal, int status, int basisStatus) {
+  if (state == nullptr) return 0;
+  state->level = level;
+  state->marginal = marginal;
+  state->status = status;
+  state->basis = basisStatus;
+  return 1;
+}
+
+template <typename Change>
+int change(zmiHandle instance, Change apply) {
+  if (instance == nullptr) return 0;
+  apply(*at(instance));
+  return 1;
+}
+
+}  // namespace
+
+void zmiXCreate(void** handle) {
+  makeObject(handle, [] { return new Instance; });
+}
+
+void CzmiXCreateD(void** handle, const char* dir) {
+  makeObject(handle,
+             [dir] { return dir == nullptr ? new Instance : new Instance(ModelData(), dir); });
+}
+
+void zmiXFree(void** handle) {
+  freeObject<Instance>(handle);
+}
+
+int CzmiXCheck(const char* function, int argumentCount, const int* codes, char* message) {
+  return companion::checkSignature(kInterface, kSignatures, function, argumentCount, codes,
+                                   message);
+}
+
+int CzmiXAPIVersion(int clientApi, char* message, int* status) {
+  return companion::checkVersion(kInterface, clientApi, message, status);
+}
+
+void* CzmiDict(zmiHandle instance) {
+  return instance == nullptr ? nullptr : &at(instance)->dictionary;
+}
+
+void* CzmiEnvironment(zmiHandle instance) {
+  return instance == nullptr ? nullptr : &at(instance)->environment;
+}
+
+int CzmiN(zmiHandle instance) {
+  return instance == nullptr ? 0 : at(instance)->columnCount();
+}
+
+int CzmiM(zmiHandle instance) {
+  return instance == nullptr ? 0 : at(instance)->rowCount();
+}
+
+int CzmiModelType(zmiHandle instance) {
+  return instance == nullptr ? 0 : at(instance)->type;
+}
+
+int CzmiPinfSet(zmiHandle instance, double value) {
+  return change(instance, [=](Instance& own) { own.view.plusInfinity = value; });
+}
+
+int CzmiMinfSet(zmiHandle instance, double value) {
+  return change(instance, [=](Instance& own) { own.view.minusInfinity = value; });
+}
+
+int CzmiGetVarL(zmiHandle instance, double* n) {
+  return instance == nullptr ? 0 : copyAll(at(instance)->columns, &ColumnState::level, n);
+}
+
+int CzmiGetVarM(zmiHandle instance, double* n) {
+  return instance == nullptr ? 0 : copyAll(at(instance)->columns, &ColumnState::marginal, n);
+}
+
+int CzmiGetEquL(zmiHandle instance, double* m) {
+  return instance == nullptr ? 0 : copyAll(at(instance)->rows, &RowState::level, m);
+}
+
+int CzmiGetEquM(zmiHandle instance, double* m) {
+  return instance == nullptr ? 0 : copyAll(at(instance)->rows, &RowState::marginal, m);
+}
+
+double CzmiGetVarLOne(zmiHandle instance, int column) {
+  return get(columnAt(instance, column), &ColumnState::level);
+}
+
+double CzmiGetVarLowerOne(zmiHandle instance, int column) {
+  if (columnAt(instance, column) == nullptr) return 0.0;
+  return asShown(*at(instance), at(instance)->lower(column));
+}
+
+double CzmiGetVarUpperOne(zmiHandle instance, int column) {
+  if (columnAt(instance, column) == nullptr) return 0.0;
+  return asShown(*at(instance), at(instance)->upper(column));
+}
+
+double CzmiGetVarScaleOne(zmiHandle instance, int column) {
+  return columnAt(instance, column) == nullptr ? 0.0 : 1.0;
+}
+
+double CzmiGetEquLOne(zmiHandle instance, int row) {
+  return get(rowAt(instance, row), &RowState::level);
+}
+
+double CzmiGetRhsOne(zmiHandle instance, int row) {
+  return rowAt(instance, row) == nullptr ? 0.0 : at(instance)->rhs(row);
+}
+
+double CzmiGetEquScaleOne(zmiHandle instance, int row) {
+  return rowAt(instance, row) == nullptr ? 0.0 : 1.0;
+}
+
+int CzmiGetEquTypeOne(zmiHandle instance, int row) {
+  return get(rowAt(instance, row), &RowState::type);
+}
+
+int CzmiGetVarStatOne(zmiHandle instance, int column) {
+  return get(columnAt(instance, column), &ColumnState::status);
+}
+
+int CzmiGetVarCStatOne(zmiHandle instance, int column) {
+  return get(columnAt(instance, column), &ColumnState::basis);
+}
+
+int CzmiGetEquStatOne(zmiHandle instance, int row) {
+  return get(rowAt(instance, row), &RowState::status);
+}
+
+int CzmiGetEquCStatOne(zmiHandle instance, int row) {
+  return get(rowAt(instance, row), &RowState::basis);
+}
+
+int CzmiSetVarLOne(zmiHandle instance, int column, double value) {
+  return set(columnAt(instance, column), &ColumnState::level, value);
+}
+
+int CzmiSetAltVarLowerOne(zmiHandle instance, int column, double value) {
+  return set(columnAt(instance, column), &ColumnState::altLower, asStored(value));
+}
+
+int CzmiSetAltVarUpperOne(zmiHandle instance, int column, double value) {
+  return set(columnAt(instance, column), &ColumnState::altUpper, asStored(value));
+}
+
+int CzmiSetEquLOne(zmiHandle instance, int row, double value) {
+  return set(rowAt(instance, row), &RowState::level, value);
+}
+
+int CzmiSetAltRHSOne(zmiHandle instance, int row, double value) {
+  return set(rowAt(instance, row), &RowState::altRhs, value);
+}
+
+int CzmiGetSolutionVarRec(zmiHandle instance, int column, double* level, double* marginal,
+                          int* status, int* basisStatus) {
+  return getRecord(columnAt(instance, column), level, marginal, status, basisStatus);
+}
+
+int CzmiGetSolutionEquRec(zmiHandle instance, int row, double* level, double* marginal, int* status,
+                          int* basisStatus) {
+  return getRecord(rowAt(instance, row), level, marginal, status, basisStatus);
+}
+
+int CzmiSetSolutionVarRec(zmiHandle instance, int column, double level, double marginal, int status,
+                          int basisStatus) {
+  return setRecord(columnAt(instance, column), level, marginal, status, basisStatus);
+}
+
+int CzmiSetSolutionEquRec(zmiHandle instance, int row, double level, double marginal, int status,
+                          int basisStatus) {
+  return setRecord(rowAt(instance, row), level, marginal, status, basisStatus);
+}
+
+int CzmiAltBoundsSet(zmiHandle instance, int flag) {
+  return change(instance, [=](Instance& own) { own.view.usesAltBounds = flag != 0; });
+}
+
+int CzmiAltRHSSet(zmiHandle instance, int flag) {
+  return change(instance, [=](Instance& own) { own.view.usesAltRhs = flag != 0; });
+}
+
+int CzmiForceLinearSet(zmiHandle instance, int flag) {
+  return change(instance, [=](Instance& own) { own.view.isForcedLinear = flag != 0; });
+}
+
+int CzmiModelStatSet(zmiHandle instance, int status) {
+  return change(instance, [=](Instance& own) { own.modelStatus = status; });
+}
+
+int CzmiSolveStatSet(zmiHandle instance, int status) {
+  return change(instance, [=](Instance& own) { own.solveStatus = status; });
+}
+
+int CzmiEvalGradNLUpdate(zmiHandle instance, double* m) {
+  if (instance == nullptr || m == nullptr) return 0;
+  at(instance)->updateLinear();
+  std::copy(at(instance)->constants.begin(), at(instance)->constants.end(), m);
+  return 1;
+}
+
+int CzmiViewStore(zmiHandle instance) {
+  return change(instance, [](Instance& own) { own.storedView = own.view; });
+}
+
+int CzmiViewRestore(zmiHandle instance) {
+  if (instance == nullptr || !at(instance)->storedView.has_value()) return 0;
+  at(instance)->view = *at(instance)->storedView;
+  at(instance)->storedView.reset();
+  return 1;
+}

@@ -1,0 +1,110 @@
+// Environments: options, the log, and the plain call of a solver.
+#include <cstring>
+
+#include "kit/api.h"
+#include "kit/instance.h"
+#include "kit/model.h"
+
+namespace {
+
+using namespace zkit;
+
+constexpr companion::Interface kInterface = {"zkitdclib", 7, 7};
+
+#define ZDB_FUNCTION(name, result, parameters, codes) \
+  constexpr int name##Codes[] = {ZKIT_LIST codes};
+#include "loaders/zrtfunctions.def"
+
+constexpr companion::Signature kSignatures[] = {
+#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
+#include "loaders/zrtfunctions.def"
+};
+
+Environment* at(zrtHandle environment) {
+  return static_cast<Environment*>(environment);
+}
+
+// Limits of one call, beside those of the environment; the tighter ones count.
+class CallLimits {
+ public:
+  CallLimits(Environment& environment, double seconds, int iterations)
+      : environment_(environment), kept_(environment.limits) {
+    constexpr double noSeconds = 1.0E9;
+    constexpr int noIterations = 2000000000;
+    Limits& limits = environment_.limits;
+    const bool isTimed = seconds > 0.0 && seconds < noSeconds;
+    if (isTimed && (limits.seconds <= 0.0 || seconds < limits.seconds)) limits.seconds = seconds;
+    const bool isCounted = iterations > 0 && iterations < noIterations;
+    if (isCounted && (limits.iterations <= 0 || iterations < limits.iterations)) {
+      limits.iterations = iterations;
+    }
+  }
+  ~CallLimits() { environment_.limits = kept_; }
+  CallLimits(const CallLimits&) = delete;
+  CallLimits& operator=(const CallLimits&) = delete;
+
+ private:
+  Environment& environment_;
+  Limits kept_;
+};
+
+int fail(const char* why, char* message) {
+  copyText(why, message, companion::kMessageSize);
+  return 1;
+}
+
+}  // namespace
+
+void zrtXCreate(void** handle) {
+  makeObject(handle, [] { return new Environment; });
+}
+
+void CzrtXCreateD(void** handle, const char* dir) {
+  makeObject(handle, [dir] { return dir == nullptr ? new Environment : new Environment(dir); });
+}
+
+void zrtXFree(void** handle) {
+  freeObject<Environment>(handle);
+}
+
+int CzrtXCheck(const char* function, int argumentCount, const int* codes, char* message) {
+  return companion::checkSignature(kInterface, kSignatures, function, argumentCount, codes,
+                                   message);
+}
+
+int CzrtXAPIVersion(int clientApi, char* message, int* status) {
+  return companion::checkVersion(kInterface, clientApi, message, status);
+}
+
+int CzrtGetStrOpt(zrtHandle environment, const char* option, char* value) {
+  copyText("", value, companion::kMessageSize);
+  if (environment == nullptr || option == nullptr || !isSameText(option, "NameSysDir")) return 0;
+  copyText(at(environment)->systemDirectory(), value, companion::kMessageSize);
+  return 1;
+}
+
+int CzrtTerminateClear(zrtHandle environment) {
+  if (environment == nullptr) return 0;
+  at(environment)->terminate = false;
+  return 1;
+}
+
+int CzrtLog(zrtHandle environment, const char* text) {
+  if (environment == nullptr || text == nullptr) return 0;
+  at(environment)->log(text);
+  return 1;
+}
+
+int CzrtCallSolver(zrtHandle environment, void* instance, const char* /*controlFile*/,
+                   const char* solver, int /*solveLink*/, int /*logging*/, double limit1,
+                   double /*limit2*/, double /*limit3*/, const char* /*file1*/,
+                   const char* /*file2*/, int limit4, int /*limit5*/, void* /*job*/,
+                   char* message) {
+  copyText("", message, companion::kMessageSize);
+  if (environment == nullptr || instance == nullptr || solver == nullptr) {
+    return fail("Environment, instance and solver must be given", message);
+  }
+  Instance& model = *static_cast<Instance*>(instance);
+  const CallLimits limits(model.environment, limit1, limit4);
+  return callPlain(model, solver, message, companion::kMessageSize) != 0 ? 0 : 1;
+}

@@ -1,0 +1,90 @@
+#include "kit/directsolve.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "kit/model.h"
+
+namespace zkit {
+
+namespace {
+
+constexpr double kTolerance = 1e-9;  // relative, for rows that are constants
+
+bool areFinite(const std::vector<double>& values) {
+  return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+// An infinite bound is one on its own side only; NaN is none.
+bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper) {
+  for (std::size_t k = 0; k < lower.size(); ++k) {
+    if (!(lower[k] < INFINITY) || !(upper[k] > -INFINITY)) return false;
+  }
+  return true;
+}
+
+bool isBetween(double value, double lower, double upper) {
+  const double slack = kTolerance * std::max(1.0, std::abs(value));
+  return value >= lower - slack && value <= upper + slack;
+}
+
+// Bounds that exclude each other; those of integer columns may do so only as integers.
+std::optional<Outcome> checkBounds(const LinearModel& model) {
+  std::optional<Outcome> outcome;
+  for (std::size_t k = 0; k < model.lower.size(); ++k) {
+    if (model.lower[k] <= model.upper[k]) continue;
+    const bool isInteger = !model.isInteger.empty() && model.isInteger[k] != 0;
+    if (!isInteger) return Outcome::Infeasible;
+    outcome = Outcome::IntegerInfeasible;
+  }
+  return outcome;
+}
+
+// Each column by itself: at the bound where it costs least. Costs of 0 leave it next to 0.
+Outcome solveColumns(const LinearModel& model, Solution& solution) {
+  bool isUnbounded = false;
+  for (std::size_t j = 0; j < model.lower.size(); ++j) {
+    const double lower = model.lower[j];
+    const double upper = model.upper[j];
+    const double cost = model.cost[j];
+    const double best = cost > 0.0 ? lower : upper;
+    const double level = cost == 0.0 ? std::clamp(0.0, lower, upper) : best;
+    isUnbounded = isUnbounded || std::isinf(level);
+    solution.level[j] = level;
+    solution.marginal[j] = cost;
+    const bool isAtNeither = level != lower && level != upper;
+    solution.basis[j] = isAtNeither ? SuperBasic : level == lower ? AtLower : AtUpper;
+  }
+  if (isUnbounded) return Outcome::Unbounded;
+  solution.hasLevels = true;
+  return Outcome::Optimal;
+}
+
+// Nothing stands on the left-hand sides.
+Outcome checkRows(const LinearModel& model, Solution& solution) {
+  for (std::size_t i = 0; i < model.rowLower.size(); ++i) {
+    if (!isBetween(0.0, model.rowLower[i], model.rowUpper[i])) return Outcome::Infeasible;
+  }
+  solution.hasLevels = true;
+  return Outcome::Optimal;
+}
+
+}  // namespace
+
+void checkNumbers(const LinearModel& model) {
+  if (areFinite(model.cost) && areFinite(model.values) && areBounds(model.lower, model.upper) &&
+      areBounds(model.rowLower, model.rowUpper)) {
+    return;
+  }
+  throw KitError("A parameter or bound is infinite or not a number, the model cannot be solved");
+}
+
+std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution) {
+  if (const std::optional<Outcome> excluded = checkBounds(model)) return excluded;
+  if (model.rowCount() == 0) return solveColumns(model, solution);
+  if (model.columnCount() == 0) return checkRows(model, solution);
+  return {};
+}
+
+}  // namespace zkit

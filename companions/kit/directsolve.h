@@ -1,0 +1,18 @@
+// What can be said of a model without a solver.
+#pragma once
+
+#include <optional>
+
+#include "kit/linearmodel.h"
+
+namespace zkit {
+
+/// Throws a KitError if a cost, coefficient or right-hand side is not a finite number, which levels
+/// of parameters can bring about.
+void checkNumbers(const LinearModel& model);
+
+/// The outcome, and the solution if it is optimal, for models that some solvers do not take: those
+/// with bounds that exclude each other, without rows, or without columns. Nothing for all others.
+std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution);
+
+}  // namespace zkit

@@ -1,0 +1,59 @@
+#include "kit/instance.h"
+
+#include <algorithm>
+#include <atomic>
+#include <exception>
+
+namespace zkit {
+
+namespace {
+
+int nextId() {
+  static std::atomic<int> last{0};
+  return ++last;
+}
+
+}  // namespace
+
+Instance::Instance(const ModelData& model, const std::string& systemDirectory)
+    : id(nextId()),
+      dictionary(model.dictionary),
+      environment(systemDirectory),
+      terms(model, matrix),
+      objective(model.objective),
+      direction(model.direction) {
+  dictionary.sort();
+  columns.reserve(model.columns.size());
+  for (const ColumnData& column : model.columns) {
+    columns.push_back({column.level, 0.0, column.lower, column.upper, column.lower, column.upper});
+    isInteger.push_back(column.isInteger ? 1 : 0);
+    isParameter.push_back(column.isParameter ? 1 : 0);
+  }
+  rows.reserve(model.rows.size());
+  for (const RowData& row : model.rows) {
+    rows.push_back({0.0, 0.0, row.rhs, row.rhs, row.type});
+    ownConstants.push_back(row.constant);
+  }
+  integerCount = static_cast<int>(std::count(isInteger.begin(), isInteger.end(), 1));
+  type = integerCount > 0 ? MipModel : LpModel;
+  updateLinear();
+}
+
+void Instance::refuse(Outcome outcome, const char* why) noexcept {
+  const Statuses statuses = statusesOf(outcome, false, isSolvedAsInteger());
+  modelStatus = statuses.model;
+  solveStatus = statuses.solve;
+  try {
+    message = why;
+  } catch (const std::exception&) {
+    message.clear();  // no memory even for that
+  }
+}
+
+void Instance::updateLinear() {
+  constants = ownConstants;
+  terms.evaluate([this](int column) { return columns[column].level; }, matrix.values,
+                 constants.data());
+}
+
+}  // namespace zkit

@@ -1,0 +1,188 @@
+#include "kit/linearform.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zkit {
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+bool isFree(const Instance& instance, int column) {
+  return instance.lower(column) == -kInfinity && instance.upper(column) == kInfinity;
+}
+
+std::vector<char> changingFlags(const Instance& instance) {
+  std::vector<char> flags(instance.matrix.values.size(), 0);
+  for (const int place : instance.terms.places()) flags[place] = 1;
+  return flags;
+}
+
+// Some solvers refuse fractions as bounds of integer columns.
+void roundBounds(LinearModel& model) {
+  constexpr double tolerance = 1e-9;
+  for (std::size_t k = 0; k < model.lower.size(); ++k) {
+    if (model.isInteger[k] == 0) continue;
+    model.lower[k] = std::ceil(model.lower[k] - tolerance);
+    model.upper[k] = std::floor(model.upper[k] + tolerance);
+  }
+}
+
+}  // namespace
+
+LinearForm::LinearForm(const Instance& instance)
+    : instanceId_(instance.id), isInteger_(instance.isSolvedAsInteger()) {
+  findObjectiveRow(instance);
+  std::vector<int> rowNumbers(instance.rows.size(), -1);
+  for (int i = 0; i < instance.rowCount(); ++i) {
+    if (i == objectiveRow_) continue;
+    rowNumbers[i] = static_cast<int>(rows_.size());
+    rows_.push_back(i);
+  }
+  const std::vector<char> isChanging = changingFlags(instance);
+  model_.rows.reserve(instance.matrix.rows.size());
+  model_.values.reserve(instance.matrix.rows.size());
+  for (int j = 0; j < instance.columnCount(); ++j) {
+    const bool isElsewhere = j == instance.objective && objectiveRow_ >= 0;
+    if (instance.isParameter[j] == 0 && !isElsewhere) {
+      takeColumn(instance, j, rowNumbers, isChanging);
+    }
+  }
+  model_.rowLower.resize(rows_.size());
+  model_.rowUpper.resize(rows_.size());
+}
+
+// The objective must stand in one row only, an equation, with a coefficient that does not change.
+void LinearForm::findObjectiveRow(const Instance& instance) {
+  const int objective = instance.objective;
+  if (objective < 0 || instance.isParameter[objective] != 0 || instance.isInteger[objective] != 0) {
+    return;
+  }
+  const Matrix& matrix = instance.matrix;
+  const int place = matrix.starts[objective];
+  if (matrix.starts[objective + 1] != place + 1 || !isFree(instance, objective)) return;
+  const std::vector<int> places = instance.terms.places();
+  const bool isChanging = std::binary_search(places.begin(), places.end(), place);
+  if (isChanging || instance.rows[matrix.rows[place]].type != EqualRow) return;
+  objectiveRow_ = matrix.rows[place];
+  objectiveFactor_ = matrix.values[place];
+}
+
+void LinearForm::takeColumn(const Instance& instance, int column,
+                            const std::vector<int>& rowNumbers,
+                            const std::vector<char>& isChanging) {
+  const Matrix& matrix = instance.matrix;
+  const int number = static_cast<int>(columns_.size());
+  columns_.push_back(column);
+  for (int place = matrix.starts[column]; place < matrix.starts[column + 1]; ++place) {
+    const int row = matrix.rows[place];
+    if (row == objectiveRow_) {
+      costs_.push_back({number, place});
+      continue;
+    }
+    const int target = static_cast<int>(model_.rows.size());
+    if (isChanging[place] != 0) {
+      changing_.push_back({target, place});
+      changingPlaces_.push_back(target);
+      changingColumns_.push_back(number);
+    }
+    model_.rows.push_back(rowNumbers[row]);
+    model_.values.push_back(matrix.values[place]);
+  }
+  model_.starts.push_back(static_cast<int>(model_.rows.size()));
+  model_.cost.push_back(column == instance.objective ? instance.direction : 0.0);
+  model_.lower.push_back(0.0);
+  model_.upper.push_back(0.0);
+  if (isInteger_) model_.isInteger.push_back(instance.isInteger[column]);
+}
+
+bool LinearForm::fits(const Instance& instance) const {
+  return instance.id == instanceId_ && instance.isSolvedAsInteger() == isInteger_ &&
+         (objectiveRow_ < 0 || isFree(instance, instance.objective));
+}
+
+void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
+  for (const Source& source : costs_) {
+    model_.cost[source.target] =
+        -instance.direction * instance.matrix.values[source.place] / objectiveFactor_;
+  }
+  for (const Source& source : changing_) {
+    model_.values[source.target] = instance.matrix.values[source.place];
+  }
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    model_.lower[k] = instance.lower(columns_[k]);
+    model_.upper[k] = instance.upper(columns_[k]);
+  }
+  if (isInteger_) roundBounds(model_);
+  const auto rhs = [&](int row) {
+    return subtractsConstants ? instance.rhs(row) - instance.constants[row] : instance.rhs(row);
+  };
+  for (std::size_t k = 0; k < rows_.size(); ++k) {
+    const int type = instance.rows[rows_[k]].type;
+    const double value = rhs(rows_[k]);
+    model_.rowLower[k] = type == EqualRow || type == GreaterRow ? value : -kInfinity;
+    model_.rowUpper[k] = type == EqualRow || type == LessRow ? value : kInfinity;
+  }
+  if (objectiveRow_ >= 0) objectiveRhs_ = rhs(objectiveRow_);
+}
+
+void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) const {
+  const int status = isOptimal ? EntryOk : EntryNotOptimal;
+  const double sign = instance.direction;
+  // Solvers leave what rounding left of basic ones.
+  const auto marginal = [sign](double found, int basis) {
+    return basis == Basic ? 0.0 : sign * found;
+  };
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    ColumnState& column = instance.columns[columns_[k]];
+    column.level = solution.level[k];
+    column.marginal = marginal(solution.marginal[k], solution.basis[k]);
+    column.status = status;
+    column.basis = solution.basis[k];
+  }
+  for (std::size_t k = 0; k < rows_.size(); ++k) {
+    RowState& row = instance.rows[rows_[k]];
+    row.level = solution.rowLevel[k] + instance.constants[rows_[k]];
+    row.marginal = marginal(solution.rowMarginal[k], solution.rowBasis[k]);
+    row.status = status;
+    row.basis = solution.rowBasis[k];
+  }
+  if (objectiveRow_ >= 0) storeObjective(solution, instance);
+  storeParameters(instance);
+}
+
+void LinearForm::storeObjective(const Solution& solution, Instance& instance) const {
+  double level = objectiveRhs_;
+  for (const Source& source : costs_) {
+    level -= instance.matrix.values[source.place] * solution.level[source.target];
+  }
+  ColumnState& objective = instance.columns[instance.objective];
+  objective.level = level / objectiveFactor_;
+  objective.marginal = 0.0;
+  objective.status = EntryOk;
+  objective.basis = Basic;
+  RowState& row = instance.rows[objectiveRow_];
+  row.level = objectiveRhs_ + instance.constants[objectiveRow_];
+  row.marginal = 1.0 / objectiveFactor_;
+  row.status = EntryOk;
+  row.basis = AtLower;
+}
+
+// A parameter is a fixed column; its marginal is the change of the objective per unit of its level,
+// which the rows' marginals and the derivatives of the rows give.
+void LinearForm::storeParameters(Instance& instance) const {
+  if (instance.terms.isEmpty()) return;
+  std::vector<double> sums(instance.columns.size(), 0.0);
+  instance.terms.addDerivatives([&](int column) { return instance.columns[column].level; },
+                                [&](int row) { return instance.rows[row].marginal; }, sums);
+  for (int j = 0; j < instance.columnCount(); ++j) {
+    if (instance.isParameter[j] == 0) continue;
+    ColumnState& column = instance.columns[j];
+    column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums[j];
+    column.status = EntryOk;
+    column.basis = AtLower;
+  }
+}
+
+}  // namespace zkit

@@ -1,0 +1,97 @@
+// A linear model as solvers get it, what changed in it, and what they find.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <vector>
+
+#include "kit/environment.h"
+#include "kit/statuses.h"
+
+namespace zkit {
+
+/// To be minimised: cost * x, with bounds for columns x and rows. Coefficients stand column by
+/// column as in a Matrix; values may be 0. Infinite bounds are infinities.
+struct LinearModel {
+  std::vector<int> starts = {0};
+  std::vector<int> rows;
+  std::vector<double> values;
+  std::vector<double> cost;
+  std::vector<double> lower;
+  std::vector<double> upper;
+  std::vector<double> rowLower;
+  std::vector<double> rowUpper;
+  std::vector<char> isInteger;  ///< empty: no column is
+
+  int columnCount() const { return static_cast<int>(lower.size()); }
+  int rowCount() const { return static_cast<int>(rowLower.size()); }
+};
+
+/// What differs from the model that a solver has. Lists are in ascending order.
+struct Changes {
+  std::vector<int> costs;         ///< columns
+  std::vector<int> columns;       ///< whose bounds changed
+  std::vector<int> rows;          ///< whose bounds changed
+  std::vector<int> places;        ///< of coefficients
+  std::vector<int> placeColumns;  ///< the column of each of these
+
+  bool needsDualStart() const { return !columns.empty() || !rows.empty(); }
+  void clear() {
+    for (std::vector<int>* list : {&costs, &columns, &rows, &places, &placeColumns}) list->clear();
+  }
+};
+
+/// Levels of a minimised model. Marginals are the change of the cost per unit of a row's
+/// right-hand side or of a column's bound.
+struct Solution {
+  std::vector<double> level;
+  std::vector<double> marginal;
+  std::vector<int> basis;
+  std::vector<double> rowLevel;
+  std::vector<double> rowMarginal;
+  std::vector<int> rowBasis;
+  bool hasLevels = false;  ///< which satisfy all rows and bounds; otherwise nothing is to be read
+  int iterations = 0;
+
+  void resize(int columns, int rows) {
+    level.assign(static_cast<std::size_t>(columns), 0.0);
+    marginal.assign(static_cast<std::size_t>(columns), 0.0);
+    basis.assign(static_cast<std::size_t>(columns), AtLower);
+    rowLevel.assign(static_cast<std::size_t>(rows), 0.0);
+    rowMarginal.assign(static_cast<std::size_t>(rows), 0.0);
+    rowBasis.assign(static_cast<std::size_t>(rows), Basic);
+  }
+};
+
+/// When a running solve has to stop.
+class StopSign {
+ public:
+  explicit StopSign(const Environment& environment)
+      : StopSign(environment.terminate, environment.limits) {}
+  StopSign(const std::atomic<bool>& terminate, const Limits& limits)
+      : terminate_(terminate), limits_(limits), start_(Clock::now()) {}
+
+  bool isInterrupted() const { return terminate_.load(std::memory_order_relaxed); }
+  bool isOutOfTime() const { return limits_.seconds > 0.0 && elapsed() >= limits_.seconds; }
+  bool isRaised() const { return isInterrupted() || isOutOfTime(); }
+  /// Why a solver stopped that was asked to.
+  Outcome reason() const { return isInterrupted() ? Outcome::Interrupted : Outcome::TimeLimit; }
+
+  double elapsed() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
+  /// At least `floor`, or 0 for no limit.
+  double secondsLeft(double floor) const {
+    if (limits_.seconds <= 0.0) return 0.0;
+    const double left = limits_.seconds - elapsed();
+    return left > floor ? left : floor;
+  }
+  /// 0 or less: none.
+  int iterationLimit() const { return limits_.iterations; }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  const std::atomic<bool>& terminate_;
+  Limits limits_;
+  Clock::time_point start_;
+};
+
+}  // namespace zkit

@@ -1,0 +1,105 @@
+#include "kit/modelfile.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+
+#include "kit/modelfile_format.h"
+#include "kit/modelfile_glpk.h"
+#include "kit/modelfile_mps.h"
+#include "kit/modelfile_process.h"
+#include "kit/modelfile_wire.h"
+
+namespace zkitfile {
+
+namespace {
+
+// Pipes and devices are refused: they may never end.
+std::string contentOf(const std::string& path) {
+  struct stat status = {};
+  if (stat(path.c_str(), &status) != 0) throw FileError(path + ": " + std::strerror(errno));
+  if (!S_ISREG(status.st_mode)) throw FileError(path + ": is not a regular file");
+  std::ifstream in(path, std::ios::binary);
+  std::string content(static_cast<std::size_t>(status.st_size), '\0');
+  in.read(content.data(), static_cast<std::streamsize>(content.size()));
+  if (!in) throw FileError(path + ": cannot be read: " + std::strerror(errno));
+  if (content.starts_with("\x1f\x8b")) throw FileError(path + ": is compressed, unpack it first");
+  return content;
+}
+
+struct Texts {
+  std::string modelPath;
+  std::string model;
+  std::string dataPath;  // empty: none
+  std::string data;
+};
+
+FileModel translate(FileFormat format, const Texts& texts, const FileLimits& limits) {
+  const MemoryFile model(texts.model);
+  const MemoryFile data(texts.data);
+  const GlpkSource modelSource{model.path(), texts.modelPath};
+  const GlpkSource dataSource{texts.dataPath.empty() ? std::string() : data.path(), texts.dataPath};
+  const auto work = [&](const Reply& reply) {
+    translateWithGlpk(format, modelSource, dataSource, limits.megabytes, reply);
+  };
+  return unpackModel(runApart(work, limits));
+}
+
+FileModel readMps(FileFormat format, Texts texts, const FileLimits& limits) {
+  const MpsExtras extras = takeMpsExtras(texts.model, format);
+  FileModel model = translate(format, texts, limits);
+  addMpsExtras(model, extras);
+  return model;
+}
+
+// Fixed and free files look alike where names are short: what cannot be read in one way may be
+// meant in the other. If neither goes, the first complaint counts.
+FileModel readEitherMps(FileFormat format, const Texts& texts, const FileLimits& limits) {
+  const bool isFixed = format == FileFormat::FixedMps;
+  try {
+    return readMps(format, texts, limits);
+  } catch (const std::runtime_error&) {
+    const auto first = std::current_exception();
+    try {
+      return readMps(isFixed ? FileFormat::FreeMps : FileFormat::FixedMps, texts, limits);
+    } catch (const std::runtime_error&) {
+      std::rethrow_exception(first);
+    }
+  }
+}
+
+FileModel readTexts(FileFormat format, const Texts& texts, const FileLimits& limits) {
+  const bool isMps = format == FileFormat::FixedMps || format == FileFormat::FreeMps;
+  if (isMps) return readEitherMps(format, texts, limits);
+  FileModel model = translate(format, texts, limits);
+  model.name.clear();  // GLPK calls a MathProg model after the path that it was given
+  return model;
+}
+
+}  // namespace
+
+FileModel readModelFile(const char* path, const char* data, const FileLimits& limits) {
+  Texts texts{path, contentOf(path), {}, {}};
+  const FileFormat format = formatOf(texts.modelPath, texts.model);
+  if (data != nullptr && format != FileFormat::MathProg) {
+    throw FileError(std::string(data) + ": a data file goes with a MathProg model only, and " +
+                    path + " is none");
+  }
+  if (data != nullptr) {
+    texts.dataPath = data;
+    texts.data = contentOf(data);
+  }
+  try {
+    FileModel model = readTexts(format, texts, limits);
+    if (model.name.empty()) model.name = std::filesystem::path(path).stem().string();
+    return model;
+  } catch (const Complaint& complaint) {
+    throw complaint.of(texts.modelPath);
+  }
+}
+
+}  // namespace zkitfile

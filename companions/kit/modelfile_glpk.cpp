@@ -1,0 +1,169 @@
+#include "kit/modelfile_glpk.h"
+
+#include <glpk.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "kit/modelfile_wire.h"
+
+namespace zkitfile {
+
+namespace {
+
+constexpr std::size_t kMaxKept = 1 << 16;
+
+// What GLPK says on its terminal, which is where it explains its errors.
+class Terminal {
+ public:
+  void add(const char* text) {
+    text_ += text;
+    if (text_.size() > 2 * kMaxKept) text_.erase(0, kMaxKept);
+  }
+
+  // The last line that begins with the path of a source and is no warning, or else the last line.
+  std::string complaint(const GlpkSource& model, const GlpkSource& data) const {
+    std::string_view rest = text_;
+    std::string found;
+    std::string last;
+    while (!rest.empty()) {
+      const std::string_view line = takeLine(rest);
+      if (!line.empty()) last = line;
+      for (const GlpkSource* source : {&model, &data}) {
+        if (isComplaint(line, *source)) {
+          found = source->name + std::string(line.substr(source->path.size()));
+        }
+      }
+    }
+    return found.empty() ? model.name + ": " + (last.empty() ? "cannot be read" : last) : found;
+  }
+
+ private:
+  static bool isComplaint(std::string_view line, const GlpkSource& source) {
+    return !source.path.empty() && line.starts_with(source.path + ":") &&
+           line.find(": warning: ") == std::string_view::npos;
+  }
+
+  std::string text_;
+};
+
+// One translation, for the hooks: GLPK calls them with a pointer.
+struct Translation {
+  const GlpkSource& model;
+  const GlpkSource& data;
+  const Reply& reply;
+  Terminal terminal;
+
+  [[noreturn]] void fail() const { reply.fail(terminal.complaint(model, data)); }
+};
+
+int onTerminal(void* info, const char* text) {
+  static_cast<Translation*>(info)->terminal.add(text);
+  return 1;  // not to be printed
+}
+
+void onError(void* info) {
+  static_cast<Translation*>(info)->fail();
+}
+
+int halfOfMemory() {
+  const double bytes =
+      static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 2;
+  return static_cast<int>(std::clamp(bytes / (1 << 20), 64.0, 1e9));
+}
+
+std::string textOf(const char* text) {
+  return text == nullptr ? std::string() : std::string(text);
+}
+
+// GLPK writes the largest number for a bound that is absent; the kit calls 1.0E300 infinite.
+double boundOf(double value) {
+  constexpr double kInfinite = 1.0e300;
+  if (value > -kInfinite && value < kInfinite) return value;
+  return std::copysign(std::numeric_limits<double>::infinity(), value);
+}
+
+int readMathProg(const Translation& translation, glp_prob* problem) {
+  const bool hasData = !translation.data.path.empty();
+  glp_tran* translator = glp_mpl_alloc_wksp();
+  int error = glp_mpl_read_model(translator, translation.model.path.c_str(), hasData ? 1 : 0);
+  if (error == 0 && hasData) {
+    error = glp_mpl_read_data(translator, translation.data.path.c_str());
+  }
+  if (error == 0) error = glp_mpl_generate(translator, nullptr);
+  if (error == 0) glp_mpl_build_prob(translator, problem);
+  return error;
+}
+
+int readProblem(FileFormat format, const Translation& translation, glp_prob* problem) {
+  const char* path = translation.model.path.c_str();
+  if (format == FileFormat::MathProg) return readMathProg(translation, problem);
+  if (format == FileFormat::Lp) return glp_read_lp(problem, nullptr, path);
+  glp_mpscp control;
+  glp_init_mpscp(&control);
+  control.blank = '_';
+  const bool isFixed = format == FileFormat::FixedMps;
+  return glp_read_mps(problem, isFixed ? GLP_MPS_DECK : GLP_MPS_FILE, &control, path);
+}
+
+void takeCoefficients(glp_prob* problem, FileModel& model) {
+  const int columns = glp_get_num_cols(problem);
+  for (int j = 1; j <= columns; ++j) {
+    const double value = glp_get_obj_coef(problem, j);
+    if (value != 0.0) model.coefficients.push_back({0, j, value});
+  }
+  std::vector<int> indices(columns + 1);
+  std::vector<double> values(columns + 1);
+  for (int i = 1; i <= glp_get_num_rows(problem); ++i) {
+    const int count = glp_get_mat_row(problem, i, indices.data(), values.data());
+    for (int k = count; k >= 1; --k) model.coefficients.push_back({i, indices[k], values[k]});
+  }
+}
+
+void takeObjective(glp_prob* problem, FileModel& model) {
+  model.objectiveName = textOf(glp_get_obj_name(problem));
+  model.objectiveConstant = glp_get_obj_coef(problem, 0);
+  model.maximize = glp_get_obj_dir(problem) == GLP_MAX;
+  for (int i = 1; i <= glp_get_num_rows(problem) && model.objectiveRow == 0; ++i) {
+    const bool isFree = glp_get_row_type(problem, i) == GLP_FR;
+    if (isFree && model.rows[i - 1].name == model.objectiveName) model.objectiveRow = i;
+  }
+}
+
+FileModel takeModel(glp_prob* problem) {
+  FileModel model;
+  model.name = textOf(glp_get_prob_name(problem));
+  for (int i = 1; i <= glp_get_num_rows(problem); ++i) {
+    model.rows.push_back({textOf(glp_get_row_name(problem, i)), boundOf(glp_get_row_lb(problem, i)),
+                          boundOf(glp_get_row_ub(problem, i))});
+  }
+  for (int j = 1; j <= glp_get_num_cols(problem); ++j) {
+    model.columns.push_back(
+        {textOf(glp_get_col_name(problem, j)), boundOf(glp_get_col_lb(problem, j)),
+         boundOf(glp_get_col_ub(problem, j)), glp_get_col_kind(problem, j) != GLP_CV});
+  }
+  takeObjective(problem, model);
+  takeCoefficients(problem, model);
+  return model;
+}
+
+}  // namespace
+
+void translateWithGlpk(FileFormat format, const GlpkSource& model, const GlpkSource& data,
+                       int megabytes, const Reply& reply) {
+  Translation translation{model, data, reply, {}};
+  std::setlocale(LC_NUMERIC, "C");  // for strtod
+  glp_free_env();                   // of the thread that was copied: its limits, hooks and log
+  glp_term_hook(onTerminal, &translation);
+  glp_error_hook(onError, &translation);
+  glp_mem_limit(megabytes > 0 ? megabytes : halfOfMemory());
+  glp_prob* problem = glp_create_prob();
+  if (readProblem(format, translation, problem) != 0) translation.fail();
+  reply.succeed(packModel(takeModel(problem)));
+}
+
+}  // namespace zkitfile

@@ -1,0 +1,150 @@
+#include "kit/session.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "kit/directsolve.h"
+#include "kit/model.h"
+
+namespace zkit {
+
+namespace {
+
+void compare(const std::vector<double>& a, const std::vector<double>& b, std::vector<int>& list) {
+  for (std::size_t k = 0; k < a.size(); ++k) {
+    if (a[k] != b[k]) list.push_back(static_cast<int>(k));
+  }
+}
+
+void compareBounds(const std::vector<double>& lowerA, const std::vector<double>& lowerB,
+                   const std::vector<double>& upperA, const std::vector<double>& upperB,
+                   std::vector<int>& list) {
+  for (std::size_t k = 0; k < lowerA.size(); ++k) {
+    if (lowerA[k] != lowerB[k] || upperA[k] != upperB[k]) list.push_back(static_cast<int>(k));
+  }
+}
+
+}  // namespace
+
+void Session::load(Instance& instance) {
+  if (instance.isSolvedAsInteger() && !engine_.solvesMip) {
+    throw KitError(std::string("Solver ") + engine_.name +
+                   " solves LP and RMIP; the model has integer columns and is MIP");
+  }
+  makeForm(instance);
+}
+
+void Session::makeForm(const Instance& instance) {
+  form_.emplace(instance);
+  isLoaded_ = false;
+  hasBasis_ = false;
+}
+
+Outcome Session::solve(Instance& instance) {
+  const StopSign stop(instance.environment);
+  instance.iterations = 0;
+  instance.message.clear();
+  Outcome outcome = Outcome::SetupFailed;
+  try {
+    outcome = solveChecked(instance, stop);
+  } catch (const KitError& error) {
+    instance.refuse(Outcome::SetupFailed, error.what());
+  } catch (const std::exception& error) {
+    outcome = failWith(instance, error.what());
+  } catch (...) {  // some solvers have errors of their own kind
+    outcome = failWith(instance, "The solver failed with an error of its own");
+  }
+  instance.seconds = stop.elapsed();
+  if (!instance.message.empty()) instance.environment.log(instance.message.c_str());
+  return outcome;
+}
+
+// What the solver holds is not known any more.
+Outcome Session::failWith(Instance& instance, const char* why) {
+  solver_.reset();
+  instance.refuse(Outcome::SolverFailed, why);
+  return Outcome::SolverFailed;
+}
+
+Outcome Session::solveChecked(Instance& instance, const StopSign& stop) {
+  if (solver_ == nullptr) throw KitError("The solver failed before and has to be made again");
+  const bool isByItself = !instance.view.isForcedLinear;
+  if (isByItself) instance.updateLinear();
+  if (!form_.has_value() || !form_->fits(instance)) load(instance);
+  form_->refresh(instance, isByItself);
+  const LinearModel& model = form_->model();
+  checkNumbers(model);
+  solution_.resize(model.columnCount(), model.rowCount());
+  solution_.hasLevels = false;
+  solution_.iterations = 0;
+  const std::optional<Outcome> known = solveDirectly(model, solution_);
+  const Outcome outcome = known.has_value() ? *known : callSolver(stop);
+  const Statuses statuses = statusesOf(outcome, solution_.hasLevels, instance.isSolvedAsInteger());
+  instance.modelStatus = statuses.model;
+  instance.solveStatus = statuses.solve;
+  instance.iterations = solution_.iterations;
+  if (solution_.hasLevels) form_->store(solution_, outcome == Outcome::Optimal, instance);
+  if (isFailure(outcome)) instance.message = std::string("Solver ") + engine_.name + " failed";
+  return outcome;
+}
+
+Outcome Session::callSolver(const StopSign& stop) {
+  const LinearModel& model = form_->model();
+  const bool isHot = isLoaded_;
+  changes_.clear();
+  if (isHot) {
+    findChanges();
+    solver_->change(model, changes_);
+  } else {
+    solver_->load(model);
+  }
+  remember();
+  const Outcome outcome = solver_->solve(isHot && hasBasis_ ? &changes_ : nullptr, stop, solution_);
+  hasBasis_ = !isFailure(outcome) && outcome != Outcome::Stopped;
+  return outcome;
+}
+
+void Session::findChanges() {
+  const LinearModel& model = form_->model();
+  compare(model.cost, told_.cost, changes_.costs);
+  compareBounds(model.lower, told_.lower, model.upper, told_.upper, changes_.columns);
+  compareBounds(model.rowLower, told_.rowLower, model.rowUpper, told_.rowUpper, changes_.rows);
+  const std::vector<int>& places = form_->changingPlaces();
+  for (std::size_t k = 0; k < places.size(); ++k) {
+    if (model.values[places[k]] == told_.values[places[k]]) continue;
+    changes_.places.push_back(places[k]);
+    changes_.placeColumns.push_back(form_->changingColumns()[k]);
+  }
+}
+
+// Only what can differ the next time; the rest of the pattern is the solver's.
+void Session::remember() {
+  if (!engine_.worksInPlace) return;
+  const LinearModel& model = form_->model();
+  told_.cost = model.cost;
+  told_.lower = model.lower;
+  told_.upper = model.upper;
+  told_.rowLower = model.rowLower;
+  told_.rowUpper = model.rowUpper;
+  if (!isLoaded_) told_.values = model.values;
+  for (const int place : changes_.places) told_.values[place] = model.values[place];
+  isLoaded_ = true;
+}
+
+const Engine& usableEngine(std::string_view name) {
+  const Engine* engine = findEngine(name);
+  if (engine == nullptr) {
+    throw KitError("There is no solver >" + std::string(name) + "<: use clp, cbc or glpk");
+  }
+  if (engine->make != nullptr) return *engine;
+  throw KitError(std::string("This kit was built without the solver ") + engine->name);
+}
+
+Outcome solveFromScratch(Instance& instance, std::string_view solver) {
+  Session session(usableEngine(solver));
+  session.load(instance);
+  return session.solve(instance);
+}
+
+}  // namespace zkit

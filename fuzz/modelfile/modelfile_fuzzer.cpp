@@ -1,0 +1,76 @@
+// Any text as a model file of any format: it becomes an instance or a message, in a bounded time
+// and with everything given back. The first byte picks the name's ending, which picks the format.
+#include <stdlib.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "kit/modelfile.h"
+#include "kit/modelfile_build.h"
+#include "zkitdclib.h"
+
+namespace {
+
+constexpr std::array<const char*, 4> kNames = {"/a.mps", "/a.lp", "/a.mod", "/a"};
+
+// One folder for the process, in memory where the system has such a place.
+class Folder {
+ public:
+  Folder() {
+    path_ = std::filesystem::is_directory("/dev/shm") ? "/dev/shm/" : "/tmp/";
+    path_ += "modelfile_XXXXXX";
+    if (mkdtemp(path_.data()) == nullptr) abort();
+  }
+  ~Folder() { std::filesystem::remove_all(path_); }
+  Folder(const Folder&) = delete;
+  Folder& operator=(const Folder&) = delete;
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+const Folder folder;
+
+void require(bool good, const char* what) {
+  if (good) return;
+  std::fprintf(stderr, "broken promise: %s\n", what);
+  std::abort();
+}
+
+// A MathProg model can write files by statements that are named so; not while anything goes.
+bool canWriteFiles(const std::string& text) {
+  return text.find("printf") != std::string::npos || text.find("table") != std::string::npos;
+}
+
+void read(const std::string& path) {
+  try {
+    void* instance =
+        zkitfile::buildInstance(zkitfile::readModelFile(path.c_str(), nullptr, {2, 128}), "");
+    require(instance != nullptr, "an instance");
+    zkitFreeInstance(&instance);
+  } catch (const zkitfile::FileError& error) {
+    require(std::string(error.what()).starts_with(path), "a message that begins with the path");
+  } catch (const zkitfile::Complaint& complaint) {
+    require(*complaint.what() != '\0', "a message");
+  }
+  require(waitpid(-1, nullptr, WNOHANG) <= 0, "no dead process left");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const std::string path = folder.path() + kNames[data[0] % kNames.size()];
+  const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
+  if (canWriteFiles(text)) return 0;
+  std::ofstream(path, std::ios::binary) << text;
+  read(path);
+  std::filesystem::remove(path);
+  return 0;
+}
