@@ -753,8 +753,9 @@ ZDBCCLIB_API int c__zdbinitfromdb(zdbHandle_t db, zdbHandle_t source);
  * Lets callbacks stand in for a data source: symbols that the caller adds from now on are loaded
  * through them on first use, in the order find, start, read..., done. Their special values are
  * 1.0E300 to 5.0E300, in the order of ZDB_UNDEFINED to ZDB_EPSILON. Symbols that are there already
- * lose their records. Every callback but `print` must be given; they and `user` stay valid as long
- * as the database. Keys are delivered as label numbers of this database, which are not checked.
+ * lose their records and are loaded in the same way. Every callback but `print` must be given; they
+ * and `user` stay valid as long as the database. Keys are delivered as label numbers of this
+ * database, which are not checked.
  */
 ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                                     zdbReadStartCallback_t readStart,

@@ -23,7 +23,7 @@ struct Operation {
   double value;
 
   explicit Operation(const std::uint8_t* bytes)
-      : kind(bytes[0] % kKinds), slot(bytes[1] % kSlots), value(bytes[1] / kSlots) {
+      : kind(bytes[0] % kKinds), slot(bytes[1] % kSlots), value(bytes[1] >> 2) {
     for (std::size_t i = 0; i < key.size(); ++i) key[i] = bytes[2 + i] % (kLabels + 2);
   }
   static constexpr int kKinds = 18;
@@ -279,8 +279,9 @@ std::string replayOnAllStorages(const std::uint8_t* data, std::size_t size) {
     for (std::size_t storage = 1; storage < 3; ++storage) {
       const std::string seen = hosts[storage]->apply(operation);
       if (seen == expected) continue;
-      return "storage " + std::to_string(storage) + " at byte " + std::to_string(at) +
-             " of dimension " + std::to_string(dim) + "\n" + seen + "\ninstead of\n" + expected;
+      std::string difference = "storage " + std::to_string(storage) + " at byte ";
+      difference.append(std::to_string(at)).append(" of dimension ").append(std::to_string(dim));
+      return difference.append("\n").append(seen).append("\ninstead of\n").append(expected);
     }
   }
   return "";

@@ -63,9 +63,10 @@ inline dmap::TreeIterator findRecord(dmap::DMapUTree& records, const int* key) {
 // The container's own search takes a 0 for any label.
 inline dmap::VectorIterator findRecord(dmap::DMapVector& records, const int* key) {
   if (records.getDim() == 0) return records.find(key);
-  const auto at = records.exactLowerBound(key);
-  if (at == records.end()) return at;
-  return std::equal(key, key + records.getDim(), (*at).first) ? at : records.end();
+  auto at = records.exactLowerBound(key);
+  const bool isFound =
+      !(at == records.end()) && std::equal(key, key + records.getDim(), (*at).first);
+  return isFound ? at : records.end();
 }
 
 /// The first record whose key is not less than `key`, or the end; not for dimension 0.

@@ -116,7 +116,7 @@ Placed<It> ZDBSymbol<Map, It>::place(const int* keys, const double* values, bool
     return {at, isNew};
   }
   if constexpr (kRecordsMove) moves_.makeRoom();
-  const Placed<It> placed = placeRecord(records_, keys, values, overwrite);
+  Placed<It> placed = placeRecord(records_, keys, values, overwrite);
   if constexpr (kRecordsMove) {
     if (placed.isNew) {
       if (!(placed.at == end_)) moves_.noteInserted(placed.at.position());

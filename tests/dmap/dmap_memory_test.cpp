@@ -68,7 +68,8 @@ TEST(DMapMemory, SmallMapsAreSmall) {
   load(map, {keys.begin(), keys.begin() + 1});
   EXPECT_LE(allocations.liveBytes(), 1024);
   load(map, keys);
-  EXPECT_LE(allocations.liveBytes(), 100 * 72);  // as std::map with its nodes
+  // As std::map with its nodes, and what aligned blocks may waste.
+  EXPECT_LE(allocations.liveBytes(), 100 * 72 + 500);
 }
 
 TEST(DMapMemory, ReadingAllocatesNothing) {

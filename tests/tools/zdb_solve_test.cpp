@@ -29,7 +29,7 @@ class ZdbSolve : public ::testing::Test {
     return run(ZDB_PROGRAM, arguments);
   }
   std::string file(const char* name, const std::string& content) const {
-    const std::string path = folder_.path(name);
+    std::string path = folder_.path(name);
     writeFile(path, content);
     return path;
   }

@@ -1,5 +1,7 @@
 #include "entry.h"
 
+#include <algorithm>
+
 #include "console.h"
 
 namespace zdbtool {
@@ -32,7 +34,7 @@ class LabelReader {
     at_ = std::min(list_.find_first_not_of(' ', at_), list_.size());
     if (at_ < list_.size() && (list_[at_] == '\'' || list_[at_] == '"')) return quoted(list_[at_]);
     const auto end = std::min(list_.find(',', at_), list_.size());
-    const std::string label = trimmed(list_.substr(at_, end - at_));
+    std::string label = trimmed(list_.substr(at_, end - at_));
     at_ = end;
     return label;
   }

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 #include <map>
 #include <memory>
-#include <set>
 
 #include "commands.h"
 #include "csvreader.h"
@@ -38,14 +37,7 @@ class Scenarios {
   Scenarios(Model& model, const std::string& file)
       : model_(model), format_(model.database()), file_(file), rows_(readCsv(file)) {
     if (rows_.size() < 2) throw Failure(file + " has no scenario: a heading and a row are wanted");
-    std::set<std::string> names;
-    for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) {
-      const std::string& name = rows_[0].fields[c];
-      if (!names.insert(name).second) throw Failure(file + ": " + name + " comes twice");
-      columns_.push_back({parseEntry(name), name});
-      const std::string& symbol = columns_.back().entry.symbol;
-      parameters_.emplace(symbol, model.parameter(symbol));
-    }
+    for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) addColumn(rows_[0].fields[c]);
     for (const CsvRow& row : rows_) {
       if (row.fields.size() != columns_.size() + 1) {
         throw Failure(place(row) + std::to_string(row.fields.size()) + " fields, not " +
@@ -77,6 +69,15 @@ class Scenarios {
   }
 
  private:
+  void addColumn(const std::string& name) {
+    for (const Column& column : columns_) {
+      if (column.name == name) throw Failure(name + " comes twice in the heading of " + file_);
+    }
+    columns_.push_back({parseEntry(name), name});
+    const std::string& symbol = columns_.back().entry.symbol;
+    parameters_.emplace(symbol, model_.parameter(symbol));
+  }
+
   std::string place(const CsvRow& row) const {
     return file_ + ": row " + std::to_string(row.number) + ": ";
   }
