@@ -10,7 +10,14 @@ namespace {
 
 constexpr std::size_t kMaxDirectory = 255;
 
-// Of the library or program that holds this code.
+std::string checked(std::string directory) {
+  if (directory.empty() || directory.back() != '/') directory += '/';
+  if (directory.size() <= kMaxDirectory) return directory;
+  throw KitError("The system directory has a name of more than 255 bytes: >" + directory + "<");
+}
+
+}  // namespace
+
 std::string ownDirectory() {
   static const char anchor = 0;
   Dl_info info = {};
@@ -19,14 +26,6 @@ std::string ownDirectory() {
   const std::size_t slash = file.rfind('/');
   return slash == std::string::npos ? "./" : file.substr(0, slash + 1);
 }
-
-std::string checked(std::string directory) {
-  if (directory.empty() || directory.back() != '/') directory += '/';
-  if (directory.size() <= kMaxDirectory) return directory;
-  throw KitError("The system directory has a name of more than 255 bytes: >" + directory + "<");
-}
-
-}  // namespace
 
 Environment::Environment() : systemDirectory_(checked(ownDirectory())) {}
 

@@ -12,6 +12,9 @@ struct Limits {
   int iterations = 0;
 };
 
+/// Of the library or program that holds this code; ends in '/'.
+std::string ownDirectory();
+
 class Environment {
  public:
   using LogCallback = void (*)(const char* text, void* user);

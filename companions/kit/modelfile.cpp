@@ -9,7 +9,6 @@
 #include <fstream>
 
 #include "kit/modelfile_format.h"
-#include "kit/modelfile_glpk.h"
 #include "kit/modelfile_mps.h"
 #include "kit/modelfile_process.h"
 #include "kit/modelfile_wire.h"
@@ -32,25 +31,16 @@ std::string contentOf(const std::string& path) {
 }
 
 struct Texts {
-  std::string modelPath;
-  std::string model;
-  std::string dataPath;  // empty: none
-  std::string data;
+  SourceText model;
+  SourceText data;
 };
 
 FileModel translate(FileFormat format, const Texts& texts, const FileLimits& limits) {
-  const MemoryFile model(texts.model);
-  const MemoryFile data(texts.data);
-  const GlpkSource modelSource{model.path(), texts.modelPath};
-  const GlpkSource dataSource{texts.dataPath.empty() ? std::string() : data.path(), texts.dataPath};
-  const auto work = [&](const Reply& reply) {
-    translateWithGlpk(format, modelSource, dataSource, limits.megabytes, reply);
-  };
-  return unpackModel(runApart(work, limits));
+  return unpackModel(translateApart(format, texts.model, texts.data, limits));
 }
 
 FileModel readMps(FileFormat format, Texts texts, const FileLimits& limits) {
-  const MpsExtras extras = takeMpsExtras(texts.model, format);
+  const MpsExtras extras = takeMpsExtras(texts.model.content, format);
   FileModel model = translate(format, texts, limits);
   addMpsExtras(model, extras);
   return model;
@@ -83,22 +73,21 @@ FileModel readTexts(FileFormat format, const Texts& texts, const FileLimits& lim
 }  // namespace
 
 FileModel readModelFile(const char* path, const char* data, const FileLimits& limits) {
-  Texts texts{path, contentOf(path), {}, {}};
-  const FileFormat format = formatOf(texts.modelPath, texts.model);
+  Texts texts{{path, contentOf(path)}, {}};
+  const FileFormat format = formatOf(path, texts.model.content);
   if (data != nullptr && format != FileFormat::MathProg) {
     throw FileError(std::string(data) + ": a data file goes with a MathProg model only, and " +
                     path + " is none");
   }
   if (data != nullptr) {
-    texts.dataPath = data;
-    texts.data = contentOf(data);
+    texts.data = {data, contentOf(data)};
   }
   try {
     FileModel model = readTexts(format, texts, limits);
     if (model.name.empty()) model.name = std::filesystem::path(path).stem().string();
     return model;
   } catch (const Complaint& complaint) {
-    throw complaint.of(texts.modelPath);
+    throw complaint.of(path);
   }
 }
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 // Reading of model files: MPS, CPLEX LP and GNU MathProg. What a file holds is read into a
-// FileModel (its text and GLPK's translators in a process of their own, see modelfile_process.h),
-// its names are taken apart (modelfile_names.h), and the model is built with the calls of the
-// host's header (modelfile_build.h). doc/model-files.md tells formats and rules.
+// FileModel (its text and GLPK's translators, which are a program of their own, see
+// modelfile_process.h), its names are taken apart (modelfile_names.h), and the model is built with
+// the calls of the host's header (modelfile_build.h). doc/model-files.md tells formats and rules.
 namespace zkitfile {
 
 // A file that cannot be read as a model. The text is complete: file, line where there is one, what.

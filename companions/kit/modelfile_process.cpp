@@ -2,9 +2,8 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <pthread.h>
+#include <spawn.h>
 #include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,106 +11,150 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstring>
+
+#include "kit/environment.h"
+#include "kit/modelfile_protocol.h"
 
 namespace zkitfile {
 
 namespace {
 
-constexpr char kResult = 'r';
-constexpr char kFailure = 'f';
-constexpr int kNoAnswer = 2;  // exit code
-
-// GLPK needs about 2 KB for each value that is defined by the one before it. Only what is used of
-// the stack takes memory.
-constexpr std::size_t kStackSize = std::size_t{256} << 20;
-
-// A program may have closed its standard streams; our descriptors must not take their numbers.
-int aboveStreams(int descriptor) {
-  if (descriptor < 0 || descriptor > STDERR_FILENO) return descriptor;
-  const int higher = fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  close(descriptor);
-  return higher;
-}
-
-void writeAll(int descriptor, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(descriptor, data, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return;
-    data += written;
-    size -= static_cast<std::size_t>(written);
+// Owns a descriptor, with a number above those that the program is to find: what is to become the
+// one must not be overwritten by the other.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {
+    if (number < 0 || number > kDataDescriptor) return;
+    number_ = fcntl(number, F_DUPFD_CLOEXEC, kDataDescriptor + 1);
+    ::close(number);
   }
-}
+  ~Descriptor() { close(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
 
-// The copy must not run handlers of the program, print, or leave a core file.
-void calmDown(const FileLimits& limits) {
-  for (int signal = 1; signal < NSIG; ++signal) std::signal(signal, SIG_DFL);
-  sigset_t none;
-  sigemptyset(&none);
-  pthread_sigmask(SIG_SETMASK, &none, nullptr);
-  const rlimit noCore = {0, 0};
-  setrlimit(RLIMIT_CORE, &noCore);
-  const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
-  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) dup2(nowhere, stream);
-  alarm(static_cast<unsigned>(limits.seconds) + 5);  // in case the parent is gone by then
-}
+  int number() const { return number_; }
+  void close() {
+    if (number_ >= 0) ::close(number_);
+    number_ = -1;
+  }
 
-struct Task {
-  const std::function<void(const Reply&)>& work;
-  const FileLimits& limits;
-  int reply;
-  pid_t child = -1;
+ private:
+  int number_;
 };
 
-[[noreturn]] void workApart(const Task& task) {
-  calmDown(task.limits);
-  const Reply reply(task.reply);
-  try {
-    task.work(reply);
-  } catch (...) {  // out of memory
+void writeAll(int descriptor, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) throw Complaint("not enough memory for the content of the file");
+    done += static_cast<std::size_t>(written);
   }
-  _exit(kNoAnswer);
 }
 
-void* forkOnThisStack(void* argument) {
-  Task& task = *static_cast<Task*>(argument);
-  task.child = fork();
-  if (task.child == 0) workApart(task);
-  return nullptr;
+// A file without a name, in memory.
+class MemoryFile {
+ public:
+  explicit MemoryFile(const std::string& content)
+      : descriptor_(memfd_create("model", MFD_CLOEXEC)) {
+    if (number() < 0) throw Complaint("no file in memory could be made");
+    writeAll(number(), content);
+  }
+
+  int number() const { return descriptor_.number(); }
+
+ private:
+  Descriptor descriptor_;
+};
+
+class Pipe {
+ public:
+  Pipe() : Pipe(makeEnds()) {
+    if (reading() < 0 || writing() < 0) throw Complaint("no pipe to a new process could be made");
+  }
+
+  int reading() const { return reading_.number(); }
+  int writing() const { return writing_.number(); }
+  void closeWriting() { writing_.close(); }
+
+ private:
+  using Ends = std::array<int, 2>;
+
+  static Ends makeEnds() {
+    Ends ends = {-1, -1};
+    return pipe2(ends.data(), O_CLOEXEC) == 0 ? ends : Ends{-1, -1};
+  }
+  explicit Pipe(const Ends& ends) : reading_(ends[0]), writing_(ends[1]) {}
+
+  Descriptor reading_;
+  Descriptor writing_;
+};
+
+// Beside the kit's library; a program that has the kit built in may stand in a folder beside that
+// of the libraries.
+std::string readerProgram() {
+  const std::string folder = zkit::ownDirectory();
+  std::string program = folder + kReaderProgram;
+  if (access(program.c_str(), X_OK) == 0) return program;
+  const std::string other = folder + "../lib/" + kReaderProgram;
+  return access(other.c_str(), X_OK) == 0 ? other : program;
 }
 
-// Starts the process on a large stack: that of a thread which ends as soon as it was copied.
-void start(Task& task) {
-  pthread_attr_t attributes;
-  pthread_t thread;
-  pthread_attr_init(&attributes);
-  pthread_attr_setstacksize(&attributes, kStackSize);
-  const int error = pthread_create(&thread, &attributes, forkOnThisStack, &task);
-  pthread_attr_destroy(&attributes);
-  if (error != 0) {
-    forkOnThisStack(&task);
-  } else {
-    pthread_join(thread, nullptr);
+// What the program starts with: descriptors in their places, standard streams that lead nowhere,
+// and signals as in a new program.
+class Start {
+ public:
+  Start(int reply, int model, int data) {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_RDWR, 0);
+    }
+    posix_spawn_file_actions_adddup2(&actions_, reply, kReplyDescriptor);
+    posix_spawn_file_actions_adddup2(&actions_, model, kModelDescriptor);
+    posix_spawn_file_actions_adddup2(&actions_, data, kDataDescriptor);
+    sigset_t signals;
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
   }
-  if (task.child < 0) throw Complaint("no process could be started to translate the model");
-}
+  ~Start() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  Start(const Start&) = delete;
+  Start& operator=(const Start&) = delete;
+
+  pid_t run(const std::string& program, char* const* arguments) const {
+    pid_t child = -1;
+    const int error =
+        posix_spawn(&child, program.c_str(), &actions_, &attributes_, arguments, environ);
+    if (error == 0) return child;
+    throw Complaint(program + ", the program that translates model files, cannot be started (" +
+                    std::strerror(error) + "); it belongs beside the kit's library");
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+};
 
 // Owns a process: it is ended and waited for when it is no longer needed.
 class Child {
  public:
   explicit Child(pid_t id) : id_(id) {}
   ~Child() {
-    if (id_ > 0) end();
+    if (id_ <= 0) return;
+    kill(id_, SIGKILL);
+    wait();
   }
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
-  // The status that wait gives, or 0 when the program has its children waited for elsewhere.
-  int end() {
-    kill(id_, SIGKILL);
-    return wait();
-  }
-
+  // The status that the system gives, or 0 when the program has its children waited for elsewhere.
   int wait() {
     int status = 0;
     while (waitpid(id_, &status, 0) < 0) {
@@ -146,13 +189,16 @@ bool readAll(int descriptor, int seconds, std::string& bytes) {
   }
 }
 
-[[noreturn]] void failOfEnd(int status) {
+[[noreturn]] void failOfEnd(int status, const std::string& program) {
   const bool isKilled = WIFSIGNALED(status);
   if (isKilled && WTERMSIG(status) == SIGKILL) {
     throw Complaint("the system ended the process that translated the model (out of memory?)");
   }
-  if (WIFEXITED(status) && WEXITSTATUS(status) == kNoAnswer) {
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kNoMemory) {
     throw Complaint("not enough memory to translate the model");
+  }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kWrongUse) {
+    throw Complaint(program + " is not the program that belongs to this kit, install both anew");
   }
   throw Complaint(
       "GLPK cannot translate the model: its expressions are nested too deeply, or a definition "
@@ -160,52 +206,27 @@ bool readAll(int descriptor, int seconds, std::string& bytes) {
       (isKilled ? " (signal " + std::to_string(WTERMSIG(status)) + ")" : std::string()));
 }
 
-class Pipe {
- public:
-  Pipe() {
-    if (pipe2(ends_, O_CLOEXEC) != 0) throw Complaint("no pipe to a new process could be made");
-    for (int& end : ends_) end = aboveStreams(end);
-  }
-  ~Pipe() {
-    close(ends_[0]);
-    closeWriting();
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-
-  int reading() const { return ends_[0]; }
-  int writing() const { return ends_[1]; }
-  void closeWriting() {
-    if (ends_[1] >= 0) close(ends_[1]);
-    ends_[1] = -1;
-  }
-
- private:
-  int ends_[2];
-};
+pid_t start(const std::string& program, std::array<std::string, kReaderArguments> arguments,
+            const Start& how) {
+  std::string name = program;
+  std::array<char*, kReaderArguments + 2> pointers = {name.data()};
+  for (int k = 0; k < kReaderArguments; ++k) pointers[k + 1] = arguments[k].data();
+  return how.run(program, pointers.data());
+}
 
 }  // namespace
 
-void Reply::succeed(const std::string& result) const {
-  end(kResult, result);
-}
-
-void Reply::fail(const std::string& text) const {
-  end(kFailure, text);
-}
-
-// The kind comes last, so that a reply that is cut has none.
-void Reply::end(char kind, const std::string& text) const {
-  writeAll(descriptor_, text.data(), text.size());
-  writeAll(descriptor_, &kind, 1);
-  _exit(0);
-}
-
-std::string runApart(const std::function<void(const Reply&)>& work, const FileLimits& limits) {
+std::string translateApart(FileFormat format, const SourceText& model, const SourceText& data,
+                           const FileLimits& limits) {
+  const MemoryFile modelFile(model.content);
+  const MemoryFile dataFile(data.content);
   Pipe pipe;
-  Task task{work, limits, pipe.writing()};
-  start(task);
-  Child child(task.child);
+  const std::string program = readerProgram();
+  Child child(start(
+      program,
+      {kReaderProtocol, std::to_string(static_cast<int>(format)), std::to_string(limits.seconds),
+       std::to_string(limits.megabytes), model.name, data.name},
+      Start(pipe.writing(), modelFile.number(), dataFile.number())));
   pipe.closeWriting();
   std::string bytes;
   if (!readAll(pipe.reading(), limits.seconds, bytes)) {
@@ -215,25 +236,11 @@ std::string runApart(const std::function<void(const Reply&)>& work, const FileLi
   const int status = child.wait();
   const bool isWhole = !bytes.empty() && WIFEXITED(status) && WEXITSTATUS(status) == 0 &&
                        (bytes.back() == kResult || bytes.back() == kFailure);
-  if (!isWhole) failOfEnd(status);
+  if (!isWhole) failOfEnd(status, program);
   const char kind = bytes.back();
   bytes.pop_back();
   if (kind == kFailure) throw FileError(bytes);
   return bytes;
-}
-
-MemoryFile::MemoryFile(const std::string& content)
-    : descriptor_(aboveStreams(memfd_create("model", MFD_CLOEXEC))) {
-  if (descriptor_ < 0) throw Complaint("no file in memory could be made");
-  writeAll(descriptor_, content.data(), content.size());
-  if (lseek(descriptor_, 0, SEEK_END) != static_cast<off_t>(content.size())) {
-    close(descriptor_);
-    throw Complaint("not enough memory for the content of the file");
-  }
-}
-
-MemoryFile::~MemoryFile() {
-  close(descriptor_);
 }
 
 }  // namespace zkitfile

@@ -1,15 +1,15 @@
-#include "kit/modelfile_glpk.h"
+#include "kit/reader/translator.h"
 
 #include <glpk.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <clocale>
 #include <cmath>
 #include <limits>
 #include <vector>
 
 #include "kit/modelfile_wire.h"
+#include "kit/reader/reply.h"
 
 namespace zkitfile {
 
@@ -51,23 +51,21 @@ class Terminal {
   std::string text_;
 };
 
-// One translation, for the hooks: GLPK calls them with a pointer.
-struct Translation {
-  const GlpkSource& model;
-  const GlpkSource& data;
-  const Reply& reply;
+// A translation under way, for the hooks: GLPK calls them with a pointer.
+struct Progress {
+  const Translation& task;
   Terminal terminal;
 
-  [[noreturn]] void fail() const { reply.fail(terminal.complaint(model, data)); }
+  [[noreturn]] void fail() const { zkitfile::fail(terminal.complaint(task.model, task.data)); }
 };
 
 int onTerminal(void* info, const char* text) {
-  static_cast<Translation*>(info)->terminal.add(text);
+  static_cast<Progress*>(info)->terminal.add(text);
   return 1;  // not to be printed
 }
 
 void onError(void* info) {
-  static_cast<Translation*>(info)->fail();
+  static_cast<Progress*>(info)->fail();
 }
 
 int halfOfMemory() {
@@ -87,26 +85,26 @@ double boundOf(double value) {
   return std::copysign(std::numeric_limits<double>::infinity(), value);
 }
 
-int readMathProg(const Translation& translation, glp_prob* problem) {
-  const bool hasData = !translation.data.path.empty();
+int readMathProg(const Translation& task, glp_prob* problem) {
+  const bool hasData = !task.data.path.empty();
   glp_tran* translator = glp_mpl_alloc_wksp();
-  int error = glp_mpl_read_model(translator, translation.model.path.c_str(), hasData ? 1 : 0);
+  int error = glp_mpl_read_model(translator, task.model.path.c_str(), hasData ? 1 : 0);
   if (error == 0 && hasData) {
-    error = glp_mpl_read_data(translator, translation.data.path.c_str());
+    error = glp_mpl_read_data(translator, task.data.path.c_str());
   }
   if (error == 0) error = glp_mpl_generate(translator, nullptr);
   if (error == 0) glp_mpl_build_prob(translator, problem);
   return error;
 }
 
-int readProblem(FileFormat format, const Translation& translation, glp_prob* problem) {
-  const char* path = translation.model.path.c_str();
-  if (format == FileFormat::MathProg) return readMathProg(translation, problem);
-  if (format == FileFormat::Lp) return glp_read_lp(problem, nullptr, path);
+int readProblem(const Translation& task, glp_prob* problem) {
+  const char* path = task.model.path.c_str();
+  if (task.format == FileFormat::MathProg) return readMathProg(task, problem);
+  if (task.format == FileFormat::Lp) return glp_read_lp(problem, nullptr, path);
   glp_mpscp control;
   glp_init_mpscp(&control);
   control.blank = '_';
-  const bool isFixed = format == FileFormat::FixedMps;
+  const bool isFixed = task.format == FileFormat::FixedMps;
   return glp_read_mps(problem, isFixed ? GLP_MPS_DECK : GLP_MPS_FILE, &control, path);
 }
 
@@ -153,17 +151,14 @@ FileModel takeModel(glp_prob* problem) {
 
 }  // namespace
 
-void translateWithGlpk(FileFormat format, const GlpkSource& model, const GlpkSource& data,
-                       int megabytes, const Reply& reply) {
-  Translation translation{model, data, reply, {}};
-  std::setlocale(LC_NUMERIC, "C");  // for strtod
-  glp_free_env();                   // of the thread that was copied: its limits, hooks and log
-  glp_term_hook(onTerminal, &translation);
-  glp_error_hook(onError, &translation);
-  glp_mem_limit(megabytes > 0 ? megabytes : halfOfMemory());
+void translateWithGlpk(const Translation& task) {
+  Progress progress{task, {}};
+  glp_term_hook(onTerminal, &progress);
+  glp_error_hook(onError, &progress);
+  glp_mem_limit(task.megabytes > 0 ? task.megabytes : halfOfMemory());
   glp_prob* problem = glp_create_prob();
-  if (readProblem(format, translation, problem) != 0) translation.fail();
-  reply.succeed(packModel(takeModel(problem)));
+  if (readProblem(task, problem) != 0) progress.fail();
+  succeed(packModel(takeModel(problem)));
 }
 
 }  // namespace zkitfile

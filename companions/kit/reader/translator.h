@@ -4,7 +4,6 @@
 
 #include "kit/modelfile.h"
 #include "kit/modelfile_format.h"
-#include "kit/modelfile_process.h"
 
 namespace zkitfile {
 
@@ -14,10 +13,16 @@ struct GlpkSource {
   std::string name;
 };
 
+struct Translation {
+  FileFormat format;
+  GlpkSource model;
+  GlpkSource data;
+  int megabytes;  // that GLPK may take, 0: half of the machine's memory
+};
+
 // Translates a model with GLPK's readers and sends it, packed, as the reply; or the text of GLPK's
-// complaint, "NAME:LINE: what". Never returns. It runs in a process that was started for it: GLPK
-// prints, and where it meets an error of its own, there is no way on.
-[[noreturn]] void translateWithGlpk(FileFormat format, const GlpkSource& model,
-                                    const GlpkSource& data, int megabytes, const Reply& reply);
+// complaint, "NAME:LINE: what". Never returns: where GLPK meets an error of its own, there is no
+// way on. Throws nothing but std::bad_alloc.
+[[noreturn]] void translateWithGlpk(const Translation& task);
 
 }  // namespace zkitfile

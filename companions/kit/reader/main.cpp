@@ -1,0 +1,80 @@
+// The program that the kit starts to translate one model file, see modelfile_protocol.h.
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <string_view>
+
+#include "kit/modelfile_protocol.h"
+#include "kit/reader/translator.h"
+
+namespace {
+
+using namespace zkitfile;
+
+// GLPK needs about 2 KB for each value that is defined by the one before it. Only what is used of
+// the stack takes memory.
+constexpr std::size_t kStackSize = std::size_t{256} << 20;
+constexpr int kGraceSeconds = 5;  // after which the caller, who ends this program, must be gone
+
+[[noreturn]] void refuse() {
+  std::fputs("This program is started by libzkitdclib64.so, to translate a model file.\n", stderr);
+  _exit(kWrongUse);
+}
+
+int numberOf(std::string_view text) {
+  int number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size() || number < 0) refuse();
+  return number;
+}
+
+std::string pathOf(int descriptor) {
+  return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+void* translate(void* task) {
+  try {
+    translateWithGlpk(*static_cast<const Translation*>(task));
+  } catch (const std::bad_alloc&) {
+    _exit(kNoMemory);
+  }
+}
+
+// On a large stack, which a thread of its own has.
+void translateDeep(Translation& task) {
+  pthread_attr_t attributes;
+  pthread_t thread;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, kStackSize);
+  if (pthread_create(&thread, &attributes, translate, &task) != 0) translate(&task);
+  pthread_join(thread, nullptr);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  const bool isOurs = count == kReaderArguments + 1 &&
+                      std::strcmp(arguments[1], kReaderProtocol) == 0 &&
+                      fcntl(kDataDescriptor, F_GETFD) != -1;
+  if (!isOurs) refuse();
+  // Nothing but the descriptors that were given: the calling program may let its own be inherited.
+  close_range(kDataDescriptor + 1, std::numeric_limits<unsigned>::max(), 0);
+  const rlimit noCore = {0, 0};
+  setrlimit(RLIMIT_CORE, &noCore);
+  const int format = numberOf(arguments[2]);
+  if (format > static_cast<int>(FileFormat::MathProg)) refuse();
+  alarm(static_cast<unsigned>(numberOf(arguments[3]) + kGraceSeconds));
+  const std::string dataName = arguments[6];
+  Translation task{static_cast<FileFormat>(format),
+                   {pathOf(kModelDescriptor), arguments[5]},
+                   {dataName.empty() ? std::string() : pathOf(kDataDescriptor), dataName},
+                   numberOf(arguments[4])};
+  translateDeep(task);
+}
