@@ -238,7 +238,11 @@ typedef void (*zkitLogCallback_t)(const char* text, void* user);
 /** Where log lines go; null, as in the beginning, is nowhere. `user` is passed to the callback. */
 ZKIT_API int zkitSetLog(void* instance, zkitLogCallback_t log, void* user);
 
-/** Asks a running solve to stop; may be called from any thread and from a signal handler. */
+/**
+ * Asks the solve that is running to stop; may be called from any thread and from a signal handler.
+ * Where none is running it stops the next zkitSolve, which forgets it at its end. The database
+ * library's solves forget it at their beginning.
+ */
 ZKIT_API void zkitTerminate(void* instance);
 
 /** Limits of the solves to come: seconds and iterations, 0 or less for none. */

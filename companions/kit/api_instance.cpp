@@ -146,5 +146,7 @@ int zkitSolve(void* instance, const char* solver, char* message, int size) {
     copyText("Instance and solver must be given", message, size);
     return 0;
   }
-  return callPlain(*at(instance), solver, message, size);
+  const int isSolved = callPlain(*at(instance), solver, message, size);
+  at(instance)->environment.terminate = false;  // it is for one solve, and this was the one
+  return isSolved;
 }

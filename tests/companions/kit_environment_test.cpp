@@ -50,7 +50,7 @@ TEST(KitEnvironment, Log_GoesToTheHostOnly) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST(KitEnvironment, TerminateFlag_StopsSolvesUntilItIsCleared) {
+TEST(KitEnvironment, TerminateFlag_StopsSolvesUntilItIsCleared_WhichTheHostsSolveDoes) {
   for (const char* solver : solversFor(ZKIT_LP)) {
     const RandomModel random(3, 1);
     const Instance instance(random.model);
@@ -58,6 +58,11 @@ TEST(KitEnvironment, TerminateFlag_StopsSolvesUntilItIsCleared) {
     EXPECT_EQ(instance.solve(solver), "") << solver;
     EXPECT_EQ(zkitSolveStatus(instance), ZKIT_INTERRUPTED) << solver;
     EXPECT_EQ(CzrtTerminateClear(instance.environment()), 1);
+    EXPECT_EQ(instance.solve(solver), "") << solver;
+    EXPECT_EQ(zkitSolveStatus(instance), ZKIT_COMPLETED) << solver;
+    zkitTerminate(instance);
+    EXPECT_EQ(zkitSolve(instance, solver, nullptr, 0), 1) << solver;
+    EXPECT_EQ(zkitSolveStatus(instance), ZKIT_INTERRUPTED) << solver;
     EXPECT_EQ(instance.solve(solver), "") << solver;
     EXPECT_EQ(zkitSolveStatus(instance), ZKIT_COMPLETED) << solver;
   }

@@ -183,4 +183,15 @@ double objectiveOf(const Instance& instance) {
   return instance.objective < 0 ? 0.0 : instance.columns[instance.objective].level;
 }
 
+std::vector<const zkit::Engine*> engines(bool mustSolveMip) {
+  std::vector<const zkit::Engine*> found;
+  for (const char* name : {"clp", "cbc", "glpk"}) {
+    const zkit::Engine* engine = zkit::findEngine(name);
+    if (engine == nullptr || engine->make == nullptr) continue;
+    if (engine->solvesMip || !mustSolveMip) found.push_back(engine);
+  }
+  EXPECT_EQ(found.size(), mustSolveMip ? 2U : 3U) << "a solver is missing in this build";
+  return found;
+}
+
 }  // namespace zkittest

@@ -9,6 +9,7 @@
 
 #include "kit/instance.h"
 #include "kit/model.h"
+#include "kit/solver.h"
 
 namespace zkittest {
 
@@ -42,6 +43,9 @@ class ModelUnderTest {
   int equations_;
   int labels_ = 0;
 };
+
+// The solvers of this build; a test fails when one is missing.
+std::vector<const zkit::Engine*> engines(bool mustSolveMip = false);
 
 // What a random model is made of.
 struct RandomShape {
