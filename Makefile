@@ -22,7 +22,7 @@ bench: ## measure, each figure beside its peers
 	@script/packages.sh build bench
 	@$(CONFIGURE) --preset release -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build --preset release --target bench/all zxfcclib64
-	@for program in build/bin/bench_*; do $$program || exit; done
+	@script/bench.sh build/bench-results build/bin/bench_*
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers
 	@script/packages.sh build

@@ -95,16 +95,23 @@ void dietRebuilt(benchmark::State& state, const char* solver) {
   tally.report();
 }
 
-BENCHMARK_CAPTURE(dietHot, clp, "clp")->MinTime(0.3)->UseRealTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(dietHot, clp, "clp")
+    ->Name("diet_clp/hot")
+    ->MinTime(0.3)
+    ->UseRealTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(dietRebuilt, clp, "clp")
+    ->Name("diet_clp/rebuilt")
     ->MinTime(0.3)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(dietHot, glpk, "glpk")
+    ->Name("diet_glpk/hot")
     ->MinTime(0.3)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(dietRebuilt, glpk, "glpk")
+    ->Name("diet_glpk/rebuilt")
     ->MinTime(0.3)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
@@ -149,18 +156,22 @@ void transportPlain(benchmark::State& state, const char* solver) {
 }
 
 BENCHMARK_CAPTURE(transportHot, clp, "clp")
+    ->Name("transport_clp/hot")
     ->Iterations(10)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(transportPlain, clp, "clp")
+    ->Name("transport_clp/plain")
     ->Iterations(3)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(transportHot, glpk, "glpk")
+    ->Name("transport_glpk/hot")
     ->Iterations(10)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(transportPlain, glpk, "glpk")
+    ->Name("transport_glpk/plain")
     ->Iterations(3)
     ->UseRealTime()
     ->Unit(benchmark::kMillisecond);

@@ -163,17 +163,30 @@ void zxfGrowth(benchmark::State& state) {
   report(state, rows.size(), file);
 }
 
-BENCHMARK(zxfWriteRandom)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(zxfWriteTwoDecimals)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(sqliteWrite)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(stdioWrite)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(zxfReadRandom)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(zxfReadTwoDecimals)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(sqliteRead)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(stdioRead)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(zxf200LoadAll)->Unit(benchmark::kMillisecond)->UseRealTime();
-BENCHMARK(zxf200TouchOne)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(zxfWriteRandom)->Name("write/zxf_random")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(zxfWriteTwoDecimals)
+    ->Name("write/zxf_two_decimals")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(sqliteWrite)->Name("write/sqlite")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(stdioWrite)->Name("write/stdio")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(zxfReadRandom)->Name("read/zxf_random")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(zxfReadTwoDecimals)
+    ->Name("read/zxf_two_decimals")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(sqliteRead)->Name("read/sqlite")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(stdioRead)->Name("read/stdio")->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(zxf200LoadAll)
+    ->Name("zxf_200_symbols/load_all")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(zxf200TouchOne)
+    ->Name("zxf_200_symbols/touch_one")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
 BENCHMARK(zxfGrowth)
+    ->Name("zxf_growth")
     ->RangeMultiplier(10)
     ->Range(10'000, 10'000'000)
     ->Unit(benchmark::kMillisecond)
