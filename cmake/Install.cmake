@@ -1,6 +1,5 @@
 # What a host needs: header and library with their CMake package and pkg-config file, the companions
 # beside the library, the tool and the documents.
-option(ZDB_INSTALL "Make install rules" ${PROJECT_IS_TOP_LEVEL})
 if(NOT ZDB_INSTALL)
   return()
 endif()

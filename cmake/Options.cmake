@@ -3,6 +3,7 @@ option(ZDB_BUILD_COMPANIONS "Build the companion libraries" ${PROJECT_IS_TOP_LEV
 option(ZDB_BUILD_TOOLS "Build the command-line tool and the examples" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_TESTS "Build tests and fuzzers" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_BENCH "Build the benchmarks" OFF)
+option(ZDB_INSTALL "Make install rules" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(ZDB_FUZZ_ENGINE "Link the fuzzers with libFuzzer (needs clang) instead of the replay main" OFF)
