@@ -2,6 +2,9 @@
 
 #include <dlfcn.h>
 
+#include <filesystem>
+#include <system_error>
+
 #include "kit/model.h"
 
 namespace zkit {
@@ -16,15 +19,23 @@ std::string checked(std::string directory) {
   throw KitError("The system directory has a name of more than 255 bytes: >" + directory + "<");
 }
 
-}  // namespace
-
-std::string ownDirectory() {
+std::string directoryOfThisCode() {
   static const char anchor = 0;
   Dl_info info = {};
   if (dladdr(&anchor, &info) == 0 || info.dli_fname == nullptr) return "./";
-  const std::string file = info.dli_fname;
-  const std::size_t slash = file.rfind('/');
-  return slash == std::string::npos ? "./" : file.substr(0, slash + 1);
+  std::error_code failure;
+  const std::filesystem::path file = std::filesystem::absolute(info.dli_fname, failure);
+  return failure ? "./" : file.parent_path() / "";
+}
+
+// Asked while the library is loaded: the loader may know it by a relative name, which is another
+// file's once the host changes its working directory.
+const std::string kOwnDirectory = directoryOfThisCode();
+
+}  // namespace
+
+const std::string& ownDirectory() {
+  return kOwnDirectory;
 }
 
 Environment::Environment() : systemDirectory_(checked(ownDirectory())) {}

@@ -12,8 +12,8 @@ struct Limits {
   int iterations = 0;
 };
 
-/// Of the library or program that holds this code; ends in '/'.
-std::string ownDirectory();
+/// Of the library or program that holds this code, absolute; ends in '/'.
+const std::string& ownDirectory();
 
 class Environment {
  public:

@@ -11,11 +11,12 @@ LD_LIBRARY_PATH=$3 "$4/pkgconfig-consumer" "$4/pkgconfig.zxf"
 pkg-config --exists zkitdclib || exit 0
 cat >"$4/kit-consumer.c" <<'END'
 #include <stdio.h>
+#include <unistd.h>
 #include <zkitdclib.h>
 int main(int count, char** arguments) {
   char message[ZKIT_TEXT_SIZE];
   void* instance;
-  if (count != 2) return 2;
+  if (count != 2 || chdir("/") != 0) return 2;
   if (!zkitReadModel(arguments[1], NULL, NULL, &instance, message, sizeof message)) {
     puts(message);
     return 1;
@@ -43,6 +44,8 @@ if [ ! -x "$3/zkitreader64" ]; then
   exit 0
 fi
 LD_LIBRARY_PATH=$3 "$4/kit-consumer" "$4/model.lp"
+# By a relative name, which no longer holds when the host reads from another working directory.
+(cd "$3" && LD_LIBRARY_PATH=. "$folder/kit-consumer" "$folder/model.lp")
 
 # The library without the program that belongs beside it, and with another one of that name.
 rm -rf "$4/alone"
