@@ -245,7 +245,10 @@ ZKIT_API int zkitSetLog(void* instance, zkitLogCallback_t log, void* user);
  */
 ZKIT_API void zkitTerminate(void* instance);
 
-/** Limits of the solves to come: seconds and iterations, 0 or less for none. */
+/**
+ * Limits of the solves to come: seconds and iterations, 0 or less for none. They are looked at
+ * between iterations and nodes; the presolve of clp and cbc runs to its end first.
+ */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
 
 #ifdef __cplusplus
