@@ -74,6 +74,7 @@ TEST_F(ZdbSolve, ChangedData_ComeFromCsvOrADataFile) {
     const std::string csv = file("need.csv", c.csv);
     const std::string output = folder_.path("out.zxf");
     const Outcome outcome = zdb({"solve", model_, "--set", "need=" + csv, "-o", output});
+    EXPECT_EQ(outcome.exitCode, 0) << c.csv;
     EXPECT_THAT(outcome.out, HasSubstr(c.objective)) << c.csv << outcome.err;
     EXPECT_THAT(outcome.err, HasSubstr(c.error)) << c.csv;
     // The changed parameter is in the solution's file, which can be the data of the next solve.
@@ -83,6 +84,8 @@ TEST_F(ZdbSolve, ChangedData_ComeFromCsvOrADataFile) {
 
 TEST_F(ZdbSolve, WhatIsWrong_IsSaid) {
   const std::string bad = file("bad.csv", "energy,20\ncalcium,much\n");
+  const std::string badFirst = file("first.csv", "energy,2o\n");
+  const std::string noValue = file("undefined.csv", "energy,Undef\n");
   const std::string tooMany = file("wide.csv", "energy,day,20\n");
   const std::string broken = file("broken.mod", "var x;\nminimize y: x +;\n");
   const std::string impossible = file("need.csv", "energy,1000\n");
@@ -96,6 +99,8 @@ TEST_F(ZdbSolve, WhatIsWrong_IsSaid) {
       {{"solve", broken}, "broken.mod:2: "},
       {{"solve", model_, "--solver", "best"}, "Invalid solver name: best"},
       {{"solve", model_, "--set", "need=" + bad}, "bad.csv: row 2: \"much\" is no number"},
+      {{"solve", model_, "--set", "need=" + badFirst}, "first.csv: row 1: \"2o\" is no number"},
+      {{"solve", model_, "--set", "need=" + noValue}, "need: Bad value"},
       {{"solve", model_, "--set", "need=" + tooMany}, "wide.csv: row 1: need has 1 labels, not 2"},
       {{"solve", model_, "--set", "need=" + folder_.path("none.csv")}, "cannot read"},
       {{"solve", model_, "--set", "prices=" + bad}, "no updatable parameter prices"},
@@ -137,6 +142,8 @@ TEST_F(ZdbSolve, SweepOfAFaultyTable_SaysWhatIsWrong) {
       {"name,cost\na,1\n", "no updatable parameter cost"},
       {"name,need[energy]\na,1,2\n", "row 2: 3 fields, not 2"},
       {"name,need[energy]\na,few\n", "row 2: \"few\" is no number"},
+      {"name,need[energy]\na,1\nb,NA\n", "row 3: need: Bad value"},
+      {"name,need[energy]\na,1\nb,+Inf\n", "row 3: callsolver failed: A parameter"},
       {"name,need[iron]\na,1\n", "row 2: a value of need is for labels that the model has not"},
       {"name,need\na,1\n", "need has 1 labels, not 0"},
       {"name,\"need\na,1\n", "scenarios.csv:"},

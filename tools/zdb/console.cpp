@@ -26,9 +26,13 @@ void Console::flush() {
 }
 
 void Console::report(std::string_view problem) {
-  push();  // a failed write is kept and found again by the next flush
   hasProblems_ = true;
-  std::fprintf(stderr, "zdb: %s\n", printable(problem).c_str());
+  note(problem);
+}
+
+void Console::note(std::string_view fact) {
+  push();  // a failed write is kept and found again by the next flush
+  std::fprintf(stderr, "zdb: %s\n", printable(fact).c_str());
 }
 
 bool Console::push() {

@@ -23,6 +23,8 @@ class Console {
   void flush();
   /// Prints one line on standard error, behind the output written so far. Does not throw Failure.
   void report(std::string_view problem);
+  /// The same for what is worth knowing, but no problem: the program may still exit with 0.
+  void note(std::string_view fact);
   bool hasProblems() const { return hasProblems_; }
 
  private:

@@ -52,6 +52,16 @@ Symbol Model::parameter(const std::string& name) {
   throw Failure(name + " is both a variable and an updatable parameter in " + file_);
 }
 
+bool Model::hasEntry(const Symbol& parameter, const std::vector<std::string>& labels) {
+  if (labels.size() != static_cast<std::size_t>(parameter.dim)) return false;
+  const Symbol variable = db_.findSymbol(parameter.name + "_var");
+  zdbRecord_t record = nullptr;
+  const int isFound =
+      c__zdbfindrecord(db_.handle(), variable.handle, pointersTo(labels).data(), &record);
+  c__zdbfreesymboliterator(db_.handle(), record);
+  return isFound != 0;
+}
+
 void Model::set(const Symbol& parameter, const std::vector<std::string>& labels, double value) {
   if (labels.size() != static_cast<std::size_t>(parameter.dim)) {
     throw Failure(parameter.name + " has " + std::to_string(parameter.dim) + " labels, not " +
@@ -67,14 +77,25 @@ void Model::set(const Symbol& parameter, const std::vector<std::string>& labels,
 
 int Model::update(const Symbol& parameter, int missing) {
   int unmatched = 0;
-  db_.require(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle, ZDB_UPDATE_FIX,
-                                      parameter.handle, missing, &unmatched));
+  try {
+    db_.require(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle, ZDB_UPDATE_FIX,
+                                        parameter.handle, missing, &unmatched));
+  } catch (const Failure& failure) {
+    throw Failure(parameter.name + ": " + failure.what());
+  }
   return unmatched;
 }
 
 void Model::solve(const std::string& solver) {
-  const char* usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
-  db_.require(c__zdbcallsolver(db_.handle(), solver.empty() ? usual : solver.c_str()));
+  const std::string usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
+  const std::string& name = solver.empty() ? usual : solver;
+  try {
+    db_.require(c__zdbcallsolver(db_.handle(), name.c_str()));
+  } catch (const Failure& failure) {
+    const std::string reason = zkitSolveMessage(instance_);
+    if (reason.empty()) throw;
+    throw Failure(std::string(failure.what()) + ": " + reason);
+  }
 }
 
 bool Model::isSolved() const {

@@ -25,6 +25,8 @@ class Model {
   bool hasParameter(const std::string& name);
   /// The parameter's symbol in the database, made on first use. Its records are the changes.
   Symbol parameter(const std::string& name);
+  /// Whether the model has the entry of a parameter that has these labels.
+  bool hasEntry(const Symbol& parameter, const std::vector<std::string>& labels);
   /// Sets the value of an entry of a parameter, by its labels.
   void set(const Symbol& parameter, const std::vector<std::string>& labels, double value);
   /// Gives the model the records of a parameter; entries without one get what `missing` says

@@ -23,8 +23,8 @@ struct SolveOptions {
 
 void noteUnmatched(Console& console, const std::string& name, int unmatched) {
   if (unmatched == 0) return;
-  console.report(name + ": " + std::to_string(unmatched) +
-                 (unmatched == 1 ? " record is" : " records are") + " not in the model");
+  console.note(name + ": " + std::to_string(unmatched) +
+               (unmatched == 1 ? " record is" : " records are") + " not in the model");
 }
 
 /// Takes every parameter of a data file that the model can change.
@@ -43,7 +43,8 @@ void takeDataFile(Model& model, const std::string& file, Console& console) {
   if (taken == 0) throw Failure(file + " has no parameter that the model can change");
 }
 
-/// Labels and a value in each row; a first row without a number at its end is a heading.
+/// Labels and a value in each row. A first row without a number at its end is a heading, unless its
+/// labels are those of an entry.
 void takeCsv(Model& model, const std::string& option, Console& console) {
   const auto equals = option.find('=');
   if (equals == std::string::npos) throw Failure("--set wants SYMBOL=FILE.csv, not " + option);
@@ -56,7 +57,7 @@ void takeCsv(Model& model, const std::string& option, Console& console) {
     const std::string text = row.fields.back();
     const auto value = format.parse(text);
     row.fields.pop_back();
-    const bool isHeading = isFirst && !value;
+    const bool isHeading = isFirst && !value && !model.hasEntry(target, row.fields);
     isFirst = false;
     if (isHeading) continue;
     if (!value) throw Failure(place + '"' + printable(text) + "\" is no number");

@@ -49,6 +49,9 @@ class Scenarios {
   std::size_t count() const { return rows_.size() - 1; }
   const std::string& name(std::size_t scenario) const { return rows_[scenario + 1].fields[0]; }
 
+  /// "file: row number: ", for messages.
+  std::string place(std::size_t scenario) const { return place(rows_[scenario + 1]); }
+
   /// Gives the model the values of a scenario, and its own values everywhere else.
   void apply(std::size_t scenario) {
     const CsvRow& row = rows_[scenario + 1];
@@ -59,12 +62,12 @@ class Scenarios {
       const std::string& text = row.fields[c + 1];
       if (text.empty()) continue;
       const auto value = format_.parse(text);
-      if (!value) throw Failure(place(row) + '"' + printable(text) + "\" is no number");
+      if (!value) throw Failure('"' + printable(text) + "\" is no number");
       model_.set(parameters_.at(columns_[c].entry.symbol), columns_[c].entry.labels, *value);
     }
     for (const auto& [name, parameter] : parameters_) {
       if (model_.update(parameter, ZDB_MISSING_BASE) == 0) continue;
-      throw Failure(place(row) + "a value of " + name + " is for labels that the model has not");
+      throw Failure("a value of " + name + " is for labels that the model has not");
     }
   }
 
@@ -125,8 +128,12 @@ void runSweep(const SweepOptions& options, Console& console) {
   csv.endRow();
   const Progress progress(scenarios.count());
   for (std::size_t i = 0; i < scenarios.count(); ++i) {
-    scenarios.apply(i);
-    model.solve(options.solver);
+    try {
+      scenarios.apply(i);
+      model.solve(options.solver);
+    } catch (const Failure& failure) {
+      throw Failure(scenarios.place(i) + failure.what());
+    }
     const bool isSolved = model.isSolved();
     csv.field(scenarios.name(i));
     csv.field(zkitModelStatusText(zkitModelStatus(model.instance())));
