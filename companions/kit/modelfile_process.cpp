@@ -94,7 +94,7 @@ class Pipe {
 // Beside the kit's library; a program that has the kit built in may stand in a folder beside that
 // of the libraries.
 std::string readerProgram() {
-  const std::string folder = zkit::ownDirectory();
+  const std::string& folder = zkit::ownDirectory();
   std::string program = folder + kReaderProgram;
   if (access(program.c_str(), X_OK) == 0) return program;
   const std::string other = folder + "../lib/" + kReaderProgram;
