@@ -82,6 +82,26 @@ TEST_F(ZdbSolve, ChangedData_ComeFromCsvOrADataFile) {
   }
 }
 
+TEST_F(ZdbSolve, Scalar_IsARowBelowAHeadingOrAlone) {
+  const std::string model = folder_.path("scalar.mod");
+  writeFile(model,
+            "var need_var, = 4; var x >= 0; minimize cost: 2 * x; s.t. c: x - need_var >= 0;");
+  const struct {
+    const char* csv;
+    int exitCode;
+    const char* output;
+  } cases[] = {
+      {"5\n", 0, "objective   10\n"},
+      {"value\n6\n", 0, "objective   12\n"},
+      {"5o\n", 1, "need.csv: row 1: \"5o\" is no number"},
+  };
+  for (const auto& c : cases) {
+    const Outcome outcome = zdb({"solve", model, "--set", "need=" + file("need.csv", c.csv)});
+    EXPECT_EQ(outcome.exitCode, c.exitCode) << c.csv << outcome.err;
+    EXPECT_THAT(outcome.out + outcome.err, HasSubstr(c.output)) << c.csv;
+  }
+}
+
 TEST_F(ZdbSolve, WhatIsWrong_IsSaid) {
   const std::string bad = file("bad.csv", "energy,20\ncalcium,much\n");
   const std::string badFirst = file("first.csv", "energy,2o\n");

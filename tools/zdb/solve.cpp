@@ -43,21 +43,27 @@ void takeDataFile(Model& model, const std::string& file, Console& console) {
   if (taken == 0) throw Failure(file + " has no parameter that the model can change");
 }
 
-/// Labels and a value in each row. A first row without a number at its end is a heading, unless its
-/// labels are those of an entry.
+/// Whether a first row without a number at its end is a misspelt value, not a heading. A scalar's
+/// row has no labels to tell by; a heading has a row behind it.
+bool isMeantForAnEntry(Model& model, const Symbol& target, const CsvRow& row, std::size_t rows) {
+  return target.dim == 0 ? rows == 1 : model.hasEntry(target, row.fields);
+}
+
+/// Takes the values of a parameter: labels and a value in each row, below a heading or without one.
 void takeCsv(Model& model, const std::string& option, Console& console) {
   const auto equals = option.find('=');
   if (equals == std::string::npos) throw Failure("--set wants SYMBOL=FILE.csv, not " + option);
   const std::string file = option.substr(equals + 1);
   const Symbol target = model.parameter(option.substr(0, equals));
   const ValueFormat format(model.database());
+  std::vector<CsvRow> rows = readCsv(file);
   bool isFirst = true;
-  for (CsvRow& row : readCsv(file)) {
+  for (CsvRow& row : rows) {
     const std::string place = file + ": row " + std::to_string(row.number) + ": ";
     const std::string text = row.fields.back();
     const auto value = format.parse(text);
     row.fields.pop_back();
-    const bool isHeading = isFirst && !value && !model.hasEntry(target, row.fields);
+    const bool isHeading = isFirst && !value && !isMeantForAnEntry(model, target, row, rows.size());
     isFirst = false;
     if (isHeading) continue;
     if (!value) throw Failure(place + '"' + printable(text) + "\" is no number");
