@@ -5,6 +5,7 @@ option(ZDB_BUILD_TESTS "Build tests and fuzzers" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_BENCH "Build the benchmarks" OFF)
 option(ZDB_INSTALL "Make install rules" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
+option(ZDB_SHARED_LAYERS "Build each layer of the library as a shared library of its own as well" OFF)
 option(ZDB_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
 option(ZDB_FUZZ_ENGINE "Link the fuzzers with libFuzzer (needs clang) instead of the replay main" OFF)
 

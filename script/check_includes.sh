@@ -13,8 +13,8 @@ check() {
   grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
     BEGIN {
       allowed["api"] = "api symbols io core dmap utree loaders zdbcclib.h"
-      allowed["symbols"] = "symbols core dmap utree loaders"
-      allowed["io"] = "io core dmap utree loaders"
+      allowed["symbols"] = "symbols core dmap utree"
+      allowed["io"] = "io core loaders"
       allowed["core"] = "core loaders dmap/idmap.h"
       allowed["dmap"] = "dmap utree"
       allowed["utree"] = "utree"

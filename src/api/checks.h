@@ -15,7 +15,7 @@ inline bool symbolGiven(Call call, const AbstractZDBSymbol* symbol) {
   }
   if (symbol->database == &call.db) [[likely]]
     return true;
-  call.db.setLastError("Symbol %s not in this database", symbol->name.c_str());
+  call.db.owns(*symbol, symbol->name.c_str());
   return false;
 }
 
@@ -36,9 +36,7 @@ inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
   const AbstractZDBSymbol* symbol = record->symbol;
   if (symbol->database == &call.db && !record->hasEnded()) [[likely]]
     return true;
-  if (symbol->database != &call.db) {
-    call.db.setLastError("Symbol %s not in this database", symbol->name.c_str());
-  } else {
+  if (call.db.owns(*symbol, symbol->name.c_str())) {
     call.db.setLastError("%s: the records of symbol %s were removed, find the record again",
                          call.function, symbol->name.c_str());
   }

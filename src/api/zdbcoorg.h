@@ -10,6 +10,8 @@
 // stand for this side's types. Bodies: zdbcoorg_*.cpp, a family each.
 namespace zdb {
 
+class DomainViolation;
+
 using zdbHandle_t = ZDB*;
 using zdbSymbol_t = AbstractZDBSymbol*;
 using zdbRecord_t = AbstractZDBSymbolIterator*;

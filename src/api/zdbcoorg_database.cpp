@@ -4,6 +4,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "symbols/labelcounts.h"
 
 // Messages, special values, information, labels: what belongs to the database as a whole.
 namespace zdb {
@@ -33,7 +34,7 @@ int zdbPrintLog(zdbHandle_t db, const char* text) {
 int zdbSetSpecialValuesX(zdbHandle_t db, const double* values, int* state) {
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(values, "values")) return false;
-    const int newState = db->SetSpecialValues(values);
+    const int newState = db->specialValues().set(values);
     if (state != nullptr) *state = newState;
     return true;
   });
@@ -56,7 +57,7 @@ int zdbGetSpecialValues(zdbHandle_t db, double* values) {
 int zdbGetUserSpecialValues(zdbHandle_t db, double* values) {
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(values, "values")) return false;
-    std::ranges::copy(db->userSpecialValues(), values);
+    std::ranges::copy(db->specialValues().user(), values);
     return true;
   });
 }
@@ -132,7 +133,7 @@ int zdbGetSymbolsUels(zdbHandle_t db, const zdbSymbol_t* symbols, int count, int
     for (int i = 0; i < count; ++i) {
       if (!symbolGiven(call, symbols[i])) return false;
     }
-    return db->GetSymbolsUels(symbols, count, counters, length);
+    return countLabels(*db, symbols, count, counters, length);
   });
 }
 

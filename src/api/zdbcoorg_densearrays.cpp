@@ -3,6 +3,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "symbols/densearrays.h"
 
 // Symbols to dense arrays and back.
 namespace zdb {
@@ -31,7 +32,7 @@ int zdbDenseSymbolToDenseArray(zdbHandle_t db, double* array, const int* dims, z
   return guarded(__func__, db, [&](Call call) {
     return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
            givenForPositions(call, symbol, dims, "dims") &&
-           db->DenseSymbolToDenseArray(array, dims, symbol, field);
+           denseSymbolToArray(*db, array, dims, symbol, field);
   });
 }
 
@@ -41,7 +42,7 @@ int zdbSparseSymbolToDenseArray(zdbHandle_t db, double* array, const int* dims, 
     return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
            givenForPositions(call, symbol, dims, "dims") &&
            givenForPositions(call, symbol, domains, "domains") && call.given(dropped, "dropped") &&
-           db->SparseSymbolToDenseArray(array, dims, symbol, domains, field, *dropped);
+           sparseSymbolToArray(*db, array, dims, symbol, domains, field, *dropped);
   });
 }
 
@@ -58,7 +59,8 @@ int zdbSparseSymbolToSqzdArray(zdbHandle_t db, double* array, int* dims, zdbSymb
       if (!call.givenAt(squeezed[d], "squeezed", d)) return false;
     }
     return call.given(dropped, "dropped") &&
-           db->SparseSymbolToSqzdArray(array, dims, symbol, domains, squeezed, field, *dropped);
+           sparseSymbolToSqueezedArray(*db, array, dims, symbol, domains, squeezed, field,
+                                       *dropped);
   });
 }
 
@@ -68,7 +70,7 @@ int zdbDenseArrayToSymbol(zdbHandle_t db, const double* array, const zdbSymbol_t
     return call.given(array, "array") && arraySymbolGiven(call, symbol) &&
            givenForPositions(call, symbol, domains, "domains") &&
            givenForPositions(call, symbol, dims, "dims") &&
-           db->DenseArrayToSymbol(array, domains, nullptr, symbol, dims);
+           arrayToSymbol(*db, array, domains, nullptr, symbol, dims);
   });
 }
 
@@ -84,7 +86,7 @@ int zdbDenseArraySlicesToSymbol(zdbHandle_t db, const double* array, const zdbSy
     const bool isCell = std::all_of(slices, slices + symbol->dim,
                                     [](zdbSymbol_t slice) { return slice != nullptr; });
     return (isCell || call.given(dims, "dims")) &&
-           db->DenseArrayToSymbol(array, domains, slices, symbol, dims);
+           arrayToSymbol(*db, array, domains, slices, symbol, dims);
   });
 }
 

@@ -1,6 +1,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "symbols/domaincheck.h"
 #include "symbols/domainviolation.h"
 
 // Finding records outside their domains and walking them.
@@ -32,7 +33,7 @@ int zdbCheckDBDV(zdbHandle_t db, int* hasViolation) {
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(hasViolation, "hasViolation")) return false;
     bool found = false;
-    const bool searched = db->CheckDBDV(found);
+    const bool searched = checkDomains(*db, found);
     return report(searched, found, hasViolation);
   });
 }
@@ -41,14 +42,14 @@ int zdbCheckSymbolDV(zdbHandle_t db, zdbSymbol_t symbol, int* hasViolation) {
   return guarded(__func__, db, [&](Call call) {
     if (!symbolGiven(call, symbol) || !call.given(hasViolation, "hasViolation")) return false;
     bool found = false;
-    const bool searched = db->CheckSymbolDV(symbol, found);
+    const bool searched = checkDomains(*db, symbol, found);
     return report(searched, found, hasViolation);
   });
 }
 
 int zdbGetFirstDBDV(zdbHandle_t db, zdbDV_t* violation) {
   return guarded(__func__, db, [&](Call call) {
-    return call.given(violation, "violation") && db->GetFirstDBDV(violation);
+    return call.given(violation, "violation") && findViolation(*db, violation);
   });
 }
 
@@ -61,7 +62,7 @@ int zdbGetFirstDVInSymbol(zdbHandle_t db, zdbSymbol_t symbol, zdbDV_t* violation
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(violation, "violation")) return false;
     *violation = nullptr;
-    return symbolGiven(call, symbol) && db->GetFirstDVInSymbol(symbol, violation);
+    return symbolGiven(call, symbol) && findViolation(*db, symbol, violation);
   });
 }
 
@@ -72,7 +73,7 @@ zdbDV_t zdbGetFirstDVInSymbolPy(zdbHandle_t db, zdbSymbol_t symbol, int* status)
 
 int zdbDomainCheckDone(zdbHandle_t db) {
   return guarded(__func__, db, [&](Call) {
-    db->DomainCheckDone();
+    endDomainCheck(*db);
     return true;
   });
 }
@@ -81,7 +82,7 @@ int zdbGetFirstDVInNextSymbol(zdbHandle_t db, zdbDV_t violation, int* found) {
   return guarded(__func__, db, [&](Call call) {
     if (!violationGiven(call, violation) || !call.given(found, "found")) return false;
     bool isFound = false;
-    const bool searched = db->GetFirstDVInNextSymbol(violation, isFound);
+    const bool searched = moveToNextSymbol(*db, *violation, isFound);
     return report(searched, isFound, found);
   });
 }
@@ -97,7 +98,7 @@ int zdbMoveNextDVInSymbol(zdbHandle_t db, zdbDV_t violation, int* found) {
 int zdbFreeDVHandle(zdbHandle_t db, zdbDV_t violation) {
   return guarded(__func__, db, [&](Call call) {
     if (!violationGiven(call, violation)) return false;
-    db->FreeDVHandle(violation);
+    freeViolation(*db, violation);
     return true;
   });
 }

@@ -8,6 +8,7 @@
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
 #include "loaders/zxf.h"
+#include "symbols/symbolfactory.h"
 
 // Making and freeing a database. The frame differs from the others': there may be no database yet
 // that could keep a message.
@@ -45,12 +46,12 @@ int create(const char* function, ZDB** db, char* message, int messageSize, Make 
 }  // namespace
 
 int zdbCreate(zdbHandle_t* db, char* message, int messageSize) {
-  return create(__func__, db, message, messageSize, [] { return new ZDB(); });
+  return create(__func__, db, message, messageSize, [] { return new ZDB(makeSymbol); });
 }
 
 int zdbCreateD(zdbHandle_t* db, const char* directory, char* message, int messageSize) {
   return create(__func__, db, message, messageSize,
-                [&] { return new ZDB(std::string(directory)); });
+                [&] { return new ZDB(makeSymbol, std::string(directory)); });
 }
 
 void zdbFree(zdbHandle_t* db) {

@@ -3,6 +3,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "symbols/records.h"
 
 // Starting, moving, comparing, copying and freeing record handles.
 namespace zdb {
@@ -11,7 +12,7 @@ int zdbFindFirstRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) 
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(record, "record")) return false;
     *record = nullptr;
-    return symbolGiven(call, symbol) && handOut(db->FindFirstRecord(symbol), record);
+    return symbolGiven(call, symbol) && handOut(findFirstRecord(*db, symbol), record);
   });
 }
 
@@ -24,7 +25,7 @@ int zdbFindLastRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(record, "record")) return false;
     *record = nullptr;
-    return symbolGiven(call, symbol) && handOut(db->FindLastRecord(symbol), record);
+    return symbolGiven(call, symbol) && handOut(findLastRecord(*db, symbol), record);
   });
 }
 
@@ -41,7 +42,7 @@ int findSlice(const char* function, ZDB* db, zdbSymbol_t symbol, const char* con
     if (!call.given(record, "record")) return false;
     *record = nullptr;
     return symbolGiven(call, symbol) && keysGiven(call, symbol, keys) &&
-           handOut(db->FindRecordSlice(symbol, keys, backwards), record);
+           handOut(findRecordSlice(*db, symbol, keys, backwards), record);
   });
 }
 

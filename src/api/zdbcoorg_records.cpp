@@ -1,6 +1,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "symbols/records.h"
 
 // Adding, merging, finding and deleting records.
 namespace zdb {
@@ -137,7 +138,7 @@ zdbRecord_t zdbFindRecordIntPy(zdbHandle_t db, zdbSymbol_t symbol, const int* ke
 
 int zdbDeleteRecord(zdbHandle_t db, zdbRecord_t record) {
   return guarded(__func__, db,
-                 [&](Call call) { return recordGiven(call, record) && db->DeleteRecord(record); });
+                 [&](Call call) { return recordGiven(call, record) && deleteRecord(*db, record); });
 }
 
 }  // namespace zdb

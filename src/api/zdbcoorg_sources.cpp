@@ -1,6 +1,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "io/callbacksource.h"
 
 // Data exchange files and data callbacks.
 namespace zdb {

@@ -5,6 +5,7 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "symbols/copysymbol.h"
 
 // Making, finding, clearing and copying symbols.
 namespace zdb {
@@ -201,7 +202,7 @@ int zdbCopySymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_t source) {
   return guarded(__func__, db, [&](Call) {
     if (source == nullptr) return db->setLastError("No source symbol handle specified");
     if (target == nullptr) return db->setLastError("No target symbol handle specified");
-    return db->CopySymbol(target, source);
+    return copySymbol(*db, target, source);
   });
 }
 

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "core/datasource.h"
 #include "core/functionref.h"
 #include "dmap/idmap.h"
 
@@ -111,6 +112,8 @@ class AbstractZDBSymbol {
   virtual void assignRecords(AbstractZDBSymbol* other) = 0;
   /// The row that addRecordRaw would give a handle on, without making the handle.
   virtual double* storeRow(const int* keys, const double* values, bool overwrite) = 0;
+  /// Takes records as addRecordEnd does, without a virtual call for each; ends with the symbol.
+  virtual RecordSink appender() = 0;
 
   int dim;                 ///< index positions, 0..20
   int type;                ///< a SymbolType
@@ -142,6 +145,14 @@ class AbstractZDBSymbol {
       if (violatesDomain(i, keys)) return true;
     }
     return false;
+  }
+
+  /// A set or an alias of one, over which a position of another symbol can run.
+  bool canBeDomain() const { return dim == 1 && (type == TypeSet || type == TypeAlias); }
+  /// Notes that another symbol has this one as a domain; an alias is checked through its set.
+  void markAsDomain() {
+    isDomain = true;
+    aliasTarget->isDomain = true;
   }
 
   bool isAlias() const { return type == TypeAlias; }

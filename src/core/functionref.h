@@ -25,11 +25,22 @@ class FunctionRef<Result(Arguments...)> {
               std::forward<Arguments>(arguments)...);
         }) {}
 
+  /// Calls a member function of `object`, which must live as long as this is called.
+  template <auto member, typename Object>
+  static FunctionRef toMember(Object& object) {
+    return FunctionRef(&object, [](void* self, Arguments... arguments) -> Result {
+      return (static_cast<Object*>(self)->*member)(std::forward<Arguments>(arguments)...);
+    });
+  }
+
   Result operator()(Arguments... arguments) const {
     return invoke_(object_, std::forward<Arguments>(arguments)...);
   }
 
  private:
+  FunctionRef(void* object, Result (*invoke)(void*, Arguments...))
+      : object_(object), invoke_(invoke) {}
+
   void* object_;
   Result (*invoke_)(void*, Arguments...);
 };

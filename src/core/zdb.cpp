@@ -5,20 +5,18 @@
 #include <cstdio>
 #include <cstring>
 
-#include "loaders/zxf.h"
-
 namespace zdb {
 
 int ZDB::debugLevel = 0;
 const SpecialValues ZDB::iSpecValues = kLibrarySpecialValues;
 
-ZDB::ZDB() : ZDB(std::string()) {}
+ZDB::ZDB(SymbolFactory makeSymbol) : ZDB(makeSymbol, std::string()) {}
 
-ZDB::ZDB(const std::string& directory) : directory_(directory) {
+ZDB::ZDB(SymbolFactory makeSymbol, const std::string& directory)
+    : makeSymbol_(makeSymbol), directory_(directory), zxf_(directory) {
   texts_.insert("", 0);  // number 0: no text
-  createUniverse();
-  const int created = createZXFHandle(&zxf_, zxfMessage_, sizeof zxfMessage_);
-  if (created == 0) setLastError("ZXF create did not succeed: %s", zxfMessage_);
+  universe_ = symbolFactory(defaultStorage_, "*", 1, TypeSet, -1, 0, "universe");
+  if (zxf_.get() == nullptr) setLastError("ZXF create did not succeed: %s", zxf_.message());
 }
 
 ZDB::~ZDB() {
@@ -26,12 +24,6 @@ ZDB::~ZDB() {
     delete symbol;
     return true;
   });
-  if (zxf_ != nullptr) loaders::zxfFree(&zxf_);
-}
-
-int ZDB::createZXFHandle(loaders::zxfRec** handle, char* message, int size) const {
-  return directory_.empty() ? loaders::zxfCreate(handle, message, size)
-                            : loaders::zxfCreateD(handle, directory_.c_str(), message, size);
 }
 
 bool ZDB::setLastError(const char* format, ...) {
@@ -46,7 +38,7 @@ bool ZDB::setLastError(const char* format, ...) {
 }
 
 void ZDB::PrintLog(const char* text) const {
-  if (callbacks_.print == nullptr) {
+  if (log_.print == nullptr) {
     std::printf("%s\n", text);
     std::fflush(stdout);
     return;
@@ -55,7 +47,7 @@ void ZDB::PrintLog(const char* text) const {
   const std::size_t length = std::min(std::strlen(text), std::size_t{255});
   shortString[0] = static_cast<char>(length);
   std::copy_n(text, length, shortString + 1);
-  callbacks_.print(shortString, callbacks_.user);
+  log_.print(shortString, log_.user);
 }
 
 int ZDB::SetElemText(const char* text) {
@@ -124,6 +116,31 @@ bool ZDB::StopWriteRecording() {
   if (!writeRecording_) return setLastError("Write Recording not active");
   writeRecording_ = false;
   return true;
+}
+
+DataSource* ZDB::source(int kind) const {
+  for (const auto& source : sources_) {
+    if (source->kind() == kind) return source.get();
+  }
+  return nullptr;
+}
+
+DataSource& ZDB::attachSource(std::unique_ptr<DataSource> source) {
+  dropSource(source->kind());
+  return *sources_.emplace_back(std::move(source));
+}
+
+void ZDB::dropSource(InitSource kind) {
+  std::erase_if(sources_, [kind](const auto& source) { return source->kind() == kind; });
+}
+
+bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
+  const char* name = symbol->name.c_str();
+  if (symbol->isLoaded) return setLastError("Symbol %s already loaded", name);
+  symbol->isLoaded = true;
+  DataSource* from = source(initFrom_);
+  if (from != nullptr) return from->read(*symbol, symbol->appender());
+  return setLastError("Symbol %s not initialized from ZXF or ZMI: %d", name, initFrom_);
 }
 
 void debug_out(const char* text, int depth) {

@@ -1,80 +1,116 @@
+#include <vector>
+
 #include "core/zdb.h"
 #include "io/trace.h"
 
 // Filling a database with the contents of another one.
 namespace zdb {
 
-bool ZDB::InitFromDB(ZDB* source) {
-  traceStep("---- Entering InitFromDB ----");
-  if (labels_.size() > 1) {
-    return setLastError("Uels present. Cannot load Uels from other database.");
+namespace {
+
+/// One copy of a database into an empty one.
+class DatabaseCopy {
+ public:
+  DatabaseCopy(ZDB& db, ZDB& source) : db_(db), source_(source) {}
+
+  bool run();
+
+ private:
+  bool isEmpty();
+  void copyTexts();
+  bool copySymbol(AbstractZDBSymbol& from);
+  void copyRecords(AbstractZDBSymbol& from, AbstractZDBSymbol& copy);
+  void copyDomains(const AbstractZDBSymbol& from);
+
+  ZDB& db_;
+  ZDB& source_;
+  std::vector<int> textNumbers_;  ///< here, by the number of the text in the source
+};
+
+bool DatabaseCopy::run() {
+  if (!isEmpty()) return false;
+  db_.setInitFrom(FROM_MEMORY);
+  db_.labels() = source_.labels();
+  copyTexts();
+  for (int i = 0; i < source_.symbols().size(); ++i) {
+    if (!copySymbol(*source_.symbols()[i])) return false;
   }
-  if (!symbols_.empty()) {
-    return setLastError("Symbols present. Cannot load symbols from other database.");
-  }
-  if (initFrom_ != FROM_NOSOURCE && initFrom_ != FROM_MEMORY) {
-    return setLastError("Database incorrectly initialized.");
-  }
-  initFrom_ = FROM_MEMORY;
-  labels_ = source->labels();
-  // Set records hold text numbers, so the texts come along: under the same ones, unless this
-  // database has texts already, from a file that held nothing else.
-  std::vector<int> textNumbers;
-  textNumbers.reserve(static_cast<std::size_t>(source->textPool().size()));
-  for (int i = 0; i < source->textPool().size(); ++i) {
-    textNumbers.push_back(SetElemText(source->textPool().get(i)));
-  }
-  for (int i = 0; i < source->symbols().size(); ++i) {
-    if (!copySymbolFrom(*source->symbols()[i], textNumbers)) return false;
-  }
-  for (int i = 0; i < source->symbols().size(); ++i) {
-    copyDomainsFrom(*source->symbols()[i], *source);
-  }
+  for (int i = 0; i < source_.symbols().size(); ++i) copyDomains(*source_.symbols()[i]);
   return true;
 }
 
-bool ZDB::copySymbolFrom(AbstractZDBSymbol& from, const std::vector<int>& textNumbers) {
-  ZDB* source = from.database;
-  AbstractZDBSymbol* copy = insertSymbol(symbolFactory(
-      defaultStorage_, from.name, from.dim, from.type, from.number, from.userInfo, from.explText));
+bool DatabaseCopy::isEmpty() {
+  if (db_.labels().size() > 1) {
+    return db_.setLastError("Uels present. Cannot load Uels from other database.");
+  }
+  if (!db_.symbols().empty()) {
+    return db_.setLastError("Symbols present. Cannot load symbols from other database.");
+  }
+  return db_.GetInitFrom() == FROM_NOSOURCE || db_.GetInitFrom() == FROM_MEMORY ||
+         db_.setLastError("Database incorrectly initialized.");
+}
+
+/// Set records hold text numbers, so the texts come along: under the same ones, unless this
+/// database has texts already, from a file that held nothing else.
+void DatabaseCopy::copyTexts() {
+  strpool::TStrHashPool& texts = source_.textPool();
+  textNumbers_.reserve(static_cast<std::size_t>(texts.size()));
+  for (int i = 0; i < texts.size(); ++i) textNumbers_.push_back(db_.SetElemText(texts.get(i)));
+}
+
+bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
+  AbstractZDBSymbol* copy =
+      db_.insertSymbol(db_.symbolFactory(db_.defaultStorage(), from.name, from.dim, from.type,
+                                         from.number, from.userInfo, from.explText));
   if (from.isAlias()) {
     const AbstractZDBSymbol* target = from.aliasTarget;
-    copy->aliasTarget = target->isUniverse() ? universe() : symbols_[target->name.c_str()];
+    copy->aliasTarget = target->isUniverse() ? db_.universe() : db_.symbols()[target->name.c_str()];
     return true;
   }
-  const bool isLoadable = source->GetInitFrom() == FROM_ZXF || source->GetInitFrom() == FROM_DMRF;
-  if (!from.isLoaded && isLoadable && !source->LoadSymbol(&from)) {
-    return setLastError("%s", source->lastError());
+  const int initFrom = source_.GetInitFrom();
+  const bool isLoadable = initFrom == FROM_ZXF || initFrom == FROM_DMRF;
+  if (!from.isLoaded && isLoadable && !source_.LoadSymbol(&from)) {
+    return db_.setLastError("%s", source_.lastError());
   }
   // What a model instance still holds can be had from it later, everything else is here now.
-  copy->isLoaded = from.isLoaded || source->GetInitFrom() != FROM_ZMI;
-  if (from.type != TypeSet || textNumbers.back() == static_cast<int>(textNumbers.size()) - 1) {
-    copy->assignRecords(&from);
-    return true;
+  copy->isLoaded = from.isLoaded || initFrom != FROM_ZMI;
+  copyRecords(from, *copy);
+  return true;
+}
+
+void DatabaseCopy::copyRecords(AbstractZDBSymbol& from, AbstractZDBSymbol& copy) {
+  if (from.type != TypeSet || textNumbers_.back() == static_cast<int>(textNumbers_.size()) - 1) {
+    copy.assignRecords(&from);
+    return;
   }
   from.forEachRecord([&](const int* keys, const double* values) {
     const auto number = static_cast<std::size_t>(textNumber(values[0]));
-    const double row[] = {number < textNumbers.size() ? double(textNumbers[number]) : 0.0};
-    copy->addRecordEnd(keys, row);
+    const double row[] = {number < textNumbers_.size() ? double(textNumbers_[number]) : 0.0};
+    copy.addRecordEnd(keys, row);
   });
-  return true;
 }
 
-void ZDB::copyDomainsFrom(const AbstractZDBSymbol& from, const ZDB& source) {
+void DatabaseCopy::copyDomains(const AbstractZDBSymbol& from) {
   if (from.isAlias()) return;
-  AbstractZDBSymbol* copy = symbols_[from.name.c_str()];
+  AbstractZDBSymbol* copy = db_.symbols()[from.name.c_str()];
   for (int d = 0; d < from.dim; ++d) {
     AbstractZDBSymbol* domain = from.domains[d];
-    if (domain == source.universe()) {
-      domain = universe();
+    if (domain == source_.universe()) {
+      domain = db_.universe();
     } else if (domain != nullptr) {
-      domain = symbols_[domain->name.c_str()];
-      domain->isDomain = true;
-      domain->aliasTarget->isDomain = true;
+      domain = db_.symbols()[domain->name.c_str()];
+      domain->markAsDomain();
     }
     copy->domains[d] = domain;
     copy->domainNames[d] = from.domainNames[d];
   }
+}
+
+}  // namespace
+
+bool ZDB::InitFromDB(ZDB* source) {
+  traceStep("---- Entering InitFromDB ----");
+  return DatabaseCopy(*this, *source).run();
 }
 
 }  // namespace zdb

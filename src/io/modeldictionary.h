@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "core/abstractzdbsymbol.h"
-#include "core/modellink.h"
 #include "core/zdb.h"
+#include "io/modellink.h"
 #include "loaders/zlx.h"
 
 // What the dictionary of a model instance tells, for all that reads it.
@@ -59,6 +59,9 @@ class RowColWalk {
   void* find_;
   int current_ = -1;
 };
+
+/// Whether the dictionary and the database have a symbol alike; a difference is reported.
+bool agrees(ZDB& db, const DictionarySymbol& found, const AbstractZDBSymbol& symbol);
 
 /// Gives each label of the dictionary its number in the database, which gets those that it lacks.
 /// Done once for a registered instance; later calls cost nothing. A refused label fails with the

@@ -1,4 +1,4 @@
-#include "core/modellink.h"
+#include "io/modellink.h"
 
 #include "loaders/zst.h"
 

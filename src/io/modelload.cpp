@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "io/modeldictionary.h"
+#include "io/modelsource.h"
 #include "loaders/zmi.h"
-#include "loaders/zxf.h"
 
 // Reading the solution and bounds of a variable or equation from the model instance.
 namespace zdb {
@@ -71,14 +71,13 @@ class RecordSorter {
     keys_.insert(keys_.end(), key, key + dim_);
     rows_.push_back({row[0], row[1], row[2], row[3], row[4]});
   }
-  template <typename Deliver>
-  void deliverSorted(Deliver& deliver) const {
+  void deliverSorted(RecordSink sink) const {
     std::vector<std::size_t> order(rows_.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::sort(order.begin(), order.end(), [this](std::size_t a, std::size_t b) {
       return std::lexicographical_compare(keyOf(a), keyOf(a) + dim_, keyOf(b), keyOf(b) + dim_);
     });
-    for (const std::size_t i : order) deliver(keyOf(i), rows_[i].data());
+    for (const std::size_t i : order) sink(keyOf(i), rows_[i].data());
   }
 
  private:
@@ -89,64 +88,55 @@ class RecordSorter {
   std::vector<std::array<double, kMaxValues>> rows_;
 };
 
-/// Reads all records of a symbol and hands them to `deliver(key, row)` in the database's key order;
-/// false for a label number that the dictionary does not have.
-template <typename Reader, typename Deliver>
-bool readRecords(const ModelLink& link, RowColWalk& walk, int dim, const Reader& reader,
-                 Deliver& deliver) {
+/// Delivers all records of a symbol in the database's key order; false for a label number that the
+/// dictionary does not have.
+template <typename Reader>
+bool readRecords(const LabelNumbers& labels, RowColWalk& walk, int dim, const Reader& reader,
+                 RecordSink sink) {
   int key[kMaxDim] = {};
   double row[kMaxValues];
-  if (link.sameLabels) {
+  if (labels.areSame()) {
     for (; !walk.isAtEnd(); walk.next()) {
       reader.read(walk.current(), key, row);
-      deliver(key, row);
+      sink(key, row);
     }
     return true;
   }
   RecordSorter sorter(dim);
   for (; !walk.isAtEnd(); walk.next()) {
     reader.read(walk.current(), key, row);
-    if (!link.translateKey(key, dim)) return false;
+    if (!labels.translate(key, dim)) return false;
     sorter.add(key, row);
   }
-  sorter.deliverSorted(deliver);
+  sorter.deliverSorted(sink);
   return true;
 }
 
-template <typename Deliver>
-bool readSymbol(const ModelLink& link, const DictionarySymbol& symbol, Deliver deliver) {
+bool readSymbol(const ModelLink& link, const DictionarySymbol& symbol, RecordSink sink) {
   RowColWalk walk(link.dictionary, symbol);
   if (symbol.isVariable()) {
     const ColumnReader reader{link.instance, link.dictionary};
-    return readRecords(link, walk, symbol.dim, reader, deliver);
+    return readRecords(*link.labels, walk, symbol.dim, reader, sink);
   }
   const int type = walk.isAtEnd() ? 0 : zmiGetEquTypeOne(link.instance, walk.current());
   const RowReader reader(link.instance, link.dictionary, type);
-  return readRecords(link, walk, symbol.dim, reader, deliver);
+  return readRecords(*link.labels, walk, symbol.dim, reader, sink);
 }
 
 }  // namespace
 
-bool ZDB::LoadSymbolFromZMI(AbstractZDBSymbol* symbol, zxfRec* target) {
-  const char* name = symbol->name.c_str();
-  if (model_.dictionary == nullptr) return setLastError("No dictionary available");
-  const DictionarySymbol found(model_.dictionary, name);
-  if (!found.exists()) return setLastError("Symbol %s does not exist in model", name);
-  if (found.dim != symbol->dim) return setLastError("Mismatch in dimension for symbol %s", name);
-  if (found.databaseType() != symbol->type) {
-    return setLastError("Mismatch in type for symbol %s", name);
-  }
-  if (!readModelLabels(*this, model_)) return false;
-  const bool isRead = target != nullptr
-                          ? readSymbol(model_, found,
-                                       [target](const int* key, const double* row) {
-                                         zxfDataWriteRaw(target, key, row);
-                                       })
-                          : readSymbol(model_, found, [symbol](const int* key, const double* row) {
-                              symbol->addRecordLastIt(key, row);
-                            });
-  return isRead ||
-         setLastError("The dictionary gives symbol %s a label that it does not have", name);
+bool ModelSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
+  const char* name = symbol.name.c_str();
+  if (link_.dictionary == nullptr) return db_.setLastError("No dictionary available");
+  const DictionarySymbol found(link_.dictionary, name);
+  if (!found.exists()) return db_.setLastError("Symbol %s does not exist in model", name);
+  if (!agrees(db_, found, symbol) || !readModelLabels(db_, link_)) return false;
+  return readSymbol(link_, found, sink) ||
+         db_.setLastError("The dictionary gives symbol %s a label that it does not have", name);
+}
+
+bool ZDB::LoadSymbolFromZMI(AbstractZDBSymbol* symbol, RecordSink sink) {
+  return source(FROM_ZMI)->read(*symbol, sink);
 }
 
 }  // namespace zdb

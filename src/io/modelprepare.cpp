@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "io/modeldictionary.h"
+#include "io/modelsource.h"
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
@@ -21,9 +22,10 @@ struct FreeConfiguration {
 };
 using Configuration = std::unique_ptr<zstRec, FreeConfiguration>;
 
-/// Loads the environment's library and makes a configuration, both from `directory` if it has a
-/// name; null and the library's message on failure.
-Configuration loadSolverLibraries(ZDB& db, const std::string& directory) {
+/// Loads the environment's library and makes a configuration, both from the database's directory if
+/// it has one; null and the library's message on failure.
+Configuration loadSolverLibraries(ZDB& db) {
+  const std::string& directory = db.directory();
   char message[kMessageSize] = "";
   zstRec* configuration = nullptr;
   const bool isLoaded =
@@ -83,36 +85,41 @@ void fixParameters(const ModelLink& link) {
   }
 }
 
-}  // namespace
-
-bool ZDB::InitUpdate(zmiRec* instance) {
-  if (initFrom_ == FROM_ZXF) {
-    return setLastError("Database initialized from ZXF cannot sync with model");
+bool prepareUpdates(ZDB& db, ModelLink& link, zmiRec* instance) {
+  if (db.GetInitFrom() == FROM_ZXF) {
+    return db.setLastError("Database initialized from ZXF cannot sync with model");
   }
-  if (model_.isPrepared()) return true;
-  if (model_.dictionary == nullptr && !RegisterZMI(instance)) return false;
-  if (instance != model_.instance) {
-    return setLastError("The model instance is not the one that the database is registered with");
+  if (link.isPrepared()) return true;
+  if (link.dictionary == nullptr && !db.RegisterZMI(instance)) return false;
+  if (instance != link.instance) {
+    return db.setLastError(
+        "The model instance is not the one that the database is registered with");
   }
   // Symbols are loaded one by one, and no such load may bring labels that a walk or a file that is
   // being written has not seen.
-  if (!readModelLabels(*this, model_)) return false;
-  initFrom_ = FROM_ZMI;
-  Configuration configuration = loadSolverLibraries(*this, directory_);
+  if (!readModelLabels(db, link)) return false;
+  db.setInitFrom(FROM_ZMI);
+  Configuration configuration = loadSolverLibraries(db);
   if (!configuration) return false;
   auto* environment = static_cast<zrtRec*>(zmiEnvironment(instance));
-  if (environment == nullptr) return setLastError("No solver environment available");
-  model_.systemDirectory = systemDirectoryOf(environment);
-  const std::string file = model_.systemDirectory + "zrncmpun.txt";
-  if (zstReadConfigGUC(configuration.get(), file.c_str(), model_.systemDirectory.c_str()) != 0) {
-    return setLastError("Could not read configuration file");
+  if (environment == nullptr) return db.setLastError("No solver environment available");
+  link.systemDirectory = systemDirectoryOf(environment);
+  const std::string file = link.systemDirectory + "zrncmpun.txt";
+  if (zstReadConfigGUC(configuration.get(), file.c_str(), link.systemDirectory.c_str()) != 0) {
+    return db.setLastError("Could not read configuration file");
   }
-  saveSolution(model_);
-  fixParameters(model_);
+  saveSolution(link);
+  fixParameters(link);
   // Only now: a preparation that failed can be tried again.
-  model_.configuration = configuration.release();
-  model_.environment = environment;
+  link.configuration = configuration.release();
+  link.environment = environment;
   return true;
+}
+
+}  // namespace
+
+bool ZDB::InitUpdate(zmiRec* instance) {
+  return prepareUpdates(*this, modelLink(*this), instance);
 }
 
 }  // namespace zdb

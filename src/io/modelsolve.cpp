@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "io/modeldictionary.h"
+#include "io/modelsource.h"
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
@@ -132,37 +133,42 @@ bool Solve::callPlain(const char* solverName) {
          db_.setLastError("%s", message);
 }
 
-}  // namespace
-
-bool ZDB::CallSolver(const char* solverName, double* time) {
-  if (!model_.isPrepared()) {
-    return setLastError("No model instance is prepared: call zdbInitUpdate first");
-  }
-  const int solver = zstAlgNumber(model_.configuration, solverName);
-  if (solver < 1) return setLastError("Invalid solver name: %s", solverName);
-  if (model_.alternativeBoundsInUse) zmiAltBoundsSet(model_.instance, 1);
-  {
-    const SolverForm form(model_);
-    if (!Solve(*this, model_, solver).run(solverName)) return false;
-    if (time != nullptr) *time = 0.0;
-  }
-  unloadModelSymbols();
-  return true;
-}
-
-void ZDB::unloadModelSymbols() {
-  const int count = zlxNLSyms(model_.dictionary);
+/// The symbols that the model shares with the database, so that they are read again.
+void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
+  const int count = zlxNLSyms(dictionary);
   for (int i = 1; i <= count; ++i) {
     char name[kDictionaryNameSize] = "";
-    zlxSymName(model_.dictionary, i, name, sizeof name);
-    if (!symbols_.contains(name)) continue;
-    AbstractZDBSymbol* symbol = symbols_[name];
+    zlxSymName(dictionary, i, name, sizeof name);
+    if (!db.symbols().contains(name)) continue;
+    AbstractZDBSymbol* symbol = db.symbols()[name];
     // Others of that name have nothing to do with the model, which could not fill them again.
-    const DictionarySymbol found(model_.dictionary, i);
+    const DictionarySymbol found(dictionary, i);
     if (symbol->type != found.databaseType() || symbol->dim != found.dim) continue;
     symbol->clear();
     symbol->isLoaded = false;
   }
+}
+
+bool callSolver(ZDB& db, ModelLink& link, const char* solverName, double* time) {
+  if (!link.isPrepared()) {
+    return db.setLastError("No model instance is prepared: call zdbInitUpdate first");
+  }
+  const int solver = zstAlgNumber(link.configuration, solverName);
+  if (solver < 1) return db.setLastError("Invalid solver name: %s", solverName);
+  if (link.alternativeBoundsInUse) zmiAltBoundsSet(link.instance, 1);
+  {
+    const SolverForm form(link);
+    if (!Solve(db, link, solver).run(solverName)) return false;
+    if (time != nullptr) *time = 0.0;
+  }
+  unloadModelSymbols(db, link.dictionary);
+  return true;
+}
+
+}  // namespace
+
+bool ZDB::CallSolver(const char* solverName, double* time) {
+  return callSolver(*this, modelLink(*this), solverName, time);
 }
 
 }  // namespace zdb

@@ -4,6 +4,7 @@
 #include "core/specialvalues.h"
 #include "io/datarecords.h"
 #include "io/modeldictionary.h"
+#include "io/modelsource.h"
 #include "loaders/zmi.h"
 
 // Putting the values of a parameter into a model instance.
@@ -94,7 +95,7 @@ bool SymbolUpdate::readKey(int entry, int* key) const {
   } else {
     zlxRowUels(link_.dictionary, entry, &symbol, key, &dim);
   }
-  return link_.sameLabels || link_.translateKey(key, symbol_.dim) ||
+  return link_.labels->translate(key, symbol_.dim) ||
          db_.setLastError("The dictionary gives entry %d a label that it does not have", entry);
 }
 
@@ -192,29 +193,36 @@ bool canUpdate(ZDB& db, const DictionarySymbol& symbol, int action, const char* 
                          data.name.c_str(), data.dim, name, symbol.dim);
 }
 
+bool updateSymbol(ZDB& db, ModelLink& link, const AbstractZDBSymbol& modelSymbol, int action,
+                  AbstractZDBSymbol& data, int updateType, int& noMatch) {
+  if (link.dictionary == nullptr) {
+    return db.setLastError("No model instance is registered: call zdbRegisterZMI first");
+  }
+  if (!db.ensureLoaded(&data)) return false;
+  std::string name = modelSymbol.name;
+  if (modelSymbol.type == TypeParameter) name += kParameterSuffix;
+  link.alternativeBoundsInUse = modelSymbol.type != TypeEquation;
+  const DictionarySymbol symbol(link.dictionary, name.c_str());
+  if (!symbol.exists()) {
+    noMatch = data.size();
+    return true;
+  }
+  if (!canUpdate(db, symbol, action, name.c_str(), data) || !readModelLabels(db, link)) {
+    return false;
+  }
+  DataRecords records(data);
+  SymbolUpdate update(db, link, symbol, action);
+  if (!update.run(records, updateType)) return false;
+  noMatch = records.count() - update.matches();
+  return true;
+}
+
 }  // namespace
 
 bool ZDB::UpdateSymbolInModel(AbstractZDBSymbol* modelSymbol, int action,
                               AbstractZDBSymbol* dataSymbol, int updateType, int& noMatch) {
-  if (model_.dictionary == nullptr) {
-    return setLastError("No model instance is registered: call zdbRegisterZMI first");
-  }
-  if (!ensureLoaded(dataSymbol)) return false;
-  std::string name = modelSymbol->name;
-  if (modelSymbol->type == TypeParameter) name += kParameterSuffix;
-  model_.alternativeBoundsInUse = modelSymbol->type != TypeEquation;
-  const DictionarySymbol symbol(model_.dictionary, name.c_str());
-  if (!symbol.exists()) {
-    noMatch = dataSymbol->size();
-    return true;
-  }
-  if (!canUpdate(*this, symbol, action, name.c_str(), *dataSymbol)) return false;
-  if (!readModelLabels(*this, model_)) return false;
-  DataRecords data(*dataSymbol);
-  SymbolUpdate update(*this, model_, symbol, action);
-  if (!update.run(data, updateType)) return false;
-  noMatch = data.count() - update.matches();
-  return true;
+  return updateSymbol(*this, modelLink(*this), *modelSymbol, action, *dataSymbol, updateType,
+                      noMatch);
 }
 
 }  // namespace zdb

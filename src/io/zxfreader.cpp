@@ -1,74 +1,87 @@
 #include <array>
 
-#include "core/zdb.h"
 #include "io/trace.h"
 #include "io/zxfconventions.h"
-#include "loaders/zxf.h"
+#include "io/zxfsource.h"
 
 // Filling a database from a data exchange file: headers at once, records on first use.
 namespace zdb {
 
 using namespace loaders;
 
-bool ZDB::InitFromZXF(const std::string& fileName) {
-  traceStep("---- Entering InitFromZXF ----");
-  if (initFrom_ != FROM_NOSOURCE) {
-    traceStep("FROM_NOSOURCE!=initFrom", 2);
-    return setLastError("Database has been initialized, cannot initialize from %s",
-                        fileName.c_str());
-  }
-  if (zxf_ == nullptr) return setLastError("ZXF create did not succeed: %s", zxfMessage_);
-  initFrom_ = FROM_ZXF;
-  sourceFile_ = fileName;
-  if (!openZXF(fileName)) return false;
-  loadZXFTexts();
-  if (!loadZXFLabels()) return false;
+namespace {
+
+/// Reads everything but the records of one file.
+class ZXFReader {
+ public:
+  ZXFReader(ZDB& db, ZXFSource& source) : db_(db), source_(source), zxf_(source.zxf()) {}
+
+  bool run();
+
+ private:
+  bool open();
+  void readTexts();
+  bool readLabels();
+  bool makeSymbol(int fileNumber);
+  AbstractZDBSymbol* aliasTarget(int fileNumber);
+  AbstractZDBSymbol* domainNamed(const std::string& name);
+  void readDomains(AbstractZDBSymbol& symbol, int fileNumber);
+
+  ZDB& db_;
+  ZXFSource& source_;
+  zxfRec* zxf_;
+};
+
+bool ZXFReader::run() {
+  if (!open()) return false;
+  readTexts();
+  if (!readLabels()) return false;
   int symbolCount = 0;
   int labelCount = 0;
   zxfSystemInfo(zxf_, &symbolCount, &labelCount);
   traceStep("creating symbols");
   for (int s = 1; s <= symbolCount; ++s) {
-    if (!createZXFSymbol(s)) return false;
+    if (!makeSymbol(s)) return false;
   }
   for (int s = 1; s <= symbolCount; ++s) {
-    AbstractZDBSymbol* symbol = symbols_[s - 1];
-    if (!symbol->isAlias()) readZXFDomains(symbol, s);
+    AbstractZDBSymbol* symbol = db_.symbols()[s - 1];
+    if (!symbol->isAlias()) readDomains(*symbol, s);
   }
-  traceStep("---- Leaving InitFromZXF ----");
   return true;
 }
 
-bool ZDB::openZXF(const std::string& fileName) {
+bool ZXFReader::open() {
   traceStep("Open zxf file for reading");
   int error = 0;
-  zxfOpenRead(zxf_, fileName.c_str(), &error);
+  zxfOpenRead(zxf_, source_.fileName().c_str(), &error);
   if (error != 0) {
     traceStep("Error opening zxf file");
     char text[kMessageSize] = "";
     zxfErrorStr(zxf_, error, text);
-    return setLastError("Error opening ZXF file: %s", text);
+    return db_.setLastError("Error opening ZXF file: %s", text);
   }
   traceStep("Opening zxf file was successful");
   traceStep("using special values from ZDB", 2);
   return zxfSetReadSpecialValues(zxf_, zxfSpecialValues(zxf_).data()) != 0 ||
-         setLastError("Error setting special values");
+         db_.setLastError("Error setting special values");
 }
 
-void ZDB::loadZXFTexts() {
+void ZXFReader::readTexts() {
   traceStep("Start loading string table");
   traceStep("loading strings");
+  strpool::TStrHashPool& texts = db_.textPool();
   char text[kMessageSize] = "";
   int node = 0;
   for (int n = 1; zxfGetElemText(zxf_, n, text, &node) != 0; ++n) {
     traceStep("reading string: ", text, 2);
-    const int before = texts_.size();
-    texts_.insert(text, before);
-    traceStep(texts_.size() > before ? "Adding text" : "Text already exists", 2);
+    const int before = texts.size();
+    texts.insert(text, before);
+    traceStep(texts.size() > before ? "Adding text" : "Text already exists", 2);
   }
   traceStep("loading strings done");
 }
 
-bool ZDB::loadZXFLabels() {
+bool ZXFReader::readLabels() {
   traceStep("start loading uels");
   int count = 0;
   int highest = 0;
@@ -78,27 +91,19 @@ bool ZDB::loadZXFLabels() {
     traceStep("Get uel", 2);
     int mapped = 0;
     if (zxfUMUelGet(zxf_, i, text, &mapped) == 0) {
-      return setLastError("Error reading label %d from ZXF file %s", i, sourceFile_.c_str());
+      return db_.setLastError("Error reading label %d from ZXF file %s", i,
+                              source_.fileName().c_str());
     }
     int number;
-    if (!labels_.merge(text, number)) return false;
-    noteFileLabel(i, number);
+    if (!db_.labels().merge(text, number)) return false;
+    source_.labels().add(number);
     traceStep("Uel loaded: ", text, 2);
   }
   traceStep("loading uels done");
   return true;
 }
 
-void ZDB::noteFileLabel(int fileNumber, int number) {
-  if (fileLabels_.empty()) {
-    if (fileNumber == number) return;
-    // Labels were merged before the file was opened: records must be renumbered as they are read.
-    for (int i = 0; i < fileNumber; ++i) fileLabels_.push_back(i);
-  }
-  fileLabels_.push_back(number);
-}
-
-bool ZDB::createZXFSymbol(int fileNumber) {
+bool ZXFReader::makeSymbol(int fileNumber) {
   traceStep("creating symbol", 2);
   char name[kMessageSize] = "";
   char text[kMessageSize] = "";
@@ -109,110 +114,74 @@ bool ZDB::createZXFSymbol(int fileNumber) {
   zxfSymbolInfo(zxf_, fileNumber, name, &dim, &type);
   zxfSymbolInfoX(zxf_, fileNumber, &records, &userInfo, text);
   if (type == TypeEquation) userInfo -= kEquationOffset;
-  auto symbol = symbolFactory(defaultStorage_, name, dim, type, fileNumber - 1, userInfo, text);
-  if (!symbol || symbols_.contains(name)) {
-    return setLastError("File %s has a symbol %s of dimension %d that cannot be added",
-                        sourceFile_.c_str(), name, dim);
+  auto symbol =
+      db_.symbolFactory(db_.defaultStorage(), name, dim, type, fileNumber - 1, userInfo, text);
+  if (!symbol || db_.symbols().contains(name)) {
+    return db_.setLastError("File %s has a symbol %s of dimension %d that cannot be added",
+                            source_.fileName().c_str(), name, dim);
   }
   symbol->isLoaded = false;
-  AbstractZDBSymbol* added = insertSymbol(std::move(symbol));
-  if (type == TypeAlias) added->aliasTarget = zxfAliasTarget(userInfo);
+  AbstractZDBSymbol* added = db_.insertSymbol(std::move(symbol));
+  if (added->isAlias()) added->aliasTarget = aliasTarget(userInfo);
   traceStep("symbol created: ", name, 2);
   return true;
 }
 
-AbstractZDBSymbol* ZDB::zxfAliasTarget(int fileNumber) {
-  if (fileNumber == 0) return universe();
+AbstractZDBSymbol* ZXFReader::aliasTarget(int fileNumber) {
+  if (fileNumber == 0) return db_.universe();
   char name[kMessageSize] = "";
   int dim = 0;
   int type = 0;
   zxfSymbolInfo(zxf_, fileNumber, name, &dim, &type);
-  if (!symbols_.contains(name)) return universe();
-  AbstractZDBSymbol* target = symbols_[name]->aliasTarget;
-  return target->type == TypeSet ? target : universe();
+  if (!db_.symbols().contains(name)) return db_.universe();
+  AbstractZDBSymbol* target = db_.symbols()[name]->aliasTarget;
+  return target->type == TypeSet ? target : db_.universe();
 }
 
-void ZDB::readZXFDomains(AbstractZDBSymbol* symbol, int fileNumber) {
+/// Null for a name that is not one of a set with one position.
+AbstractZDBSymbol* ZXFReader::domainNamed(const std::string& name) {
+  if (name == "*") return db_.universe();
+  if (!db_.symbols().contains(name.c_str())) return nullptr;
+  AbstractZDBSymbol* named = db_.symbols()[name.c_str()];
+  return named->canBeDomain() ? named : nullptr;
+}
+
+void ZXFReader::readDomains(AbstractZDBSymbol& symbol, int fileNumber) {
   char rows[kMaxDim][kMessageSize] = {};
   std::array<char*, kMaxDim> names;
   for (int d = 0; d < kMaxDim; ++d) names[d] = rows[d];
   const bool hasDomains = zxfSymbolGetDomainX(zxf_, fileNumber, names.data()) != 0;
-  for (int d = 0; d < symbol->dim; ++d) {
+  for (int d = 0; d < symbol.dim; ++d) {
     const std::string name = hasDomains ? names[d] : "*";
-    AbstractZDBSymbol* domain = nullptr;
-    if (name == "*") {
-      domain = universe();
-    } else if (symbols_.contains(name.c_str())) {
-      AbstractZDBSymbol* named = symbols_[name.c_str()];
-      const bool isSet = named->type == TypeSet || named->type == TypeAlias;
-      if (isSet && named->dim == 1) domain = named;
-    }
-    symbol->domains[d] = domain;
-    symbol->domainNames[d] = domain == nullptr ? name : std::string();
-    if (domain == nullptr || domain == universe()) continue;
-    domain->isDomain = true;
-    domain->aliasTarget->isDomain = true;
+    AbstractZDBSymbol* domain = domainNamed(name);
+    symbol.domains[d] = domain;
+    symbol.domainNames[d] = domain == nullptr ? name : std::string();
+    if (domain != nullptr && domain != db_.universe()) domain->markAsDomain();
   }
 }
 
-bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
-  if (symbol->isLoaded) return setLastError("Symbol %s already loaded", symbol->name.c_str());
-  symbol->isLoaded = true;
-  if (initFrom_ == FROM_ZXF) return LoadSymbolFromZXF(symbol, nullptr);
-  if (initFrom_ == FROM_ZMI) return LoadSymbolFromZMI(symbol, nullptr);
-  if (initFrom_ == FROM_DMRF) return LoadSymbolFromCallbacks(symbol, nullptr);
-  return setLastError("Symbol %s not initialized from ZXF or ZMI: %d", symbol->name.c_str(),
-                      initFrom_);
-}
-
-bool ZDB::LoadSymbolFromZXF(AbstractZDBSymbol* symbol, zxfRec* target) {
-  if (symbol->isAlias()) return setLastError("Cannot load alias %s", symbol->name.c_str());
-  int fileNumber = 0;
-  int records = 0;
-  zxfFindSymbol(zxf_, symbol->name.c_str(), &fileNumber);
-  if (zxfDataReadRawStart(zxf_, fileNumber, &records) == 0) return failZXFRead(symbol);
-  int keys[kMaxDim];
-  double values[kMaxValues];
-  int firstChanged = 0;
-  for (int r = 0; r < records; ++r) {
-    if (zxfDataReadRaw(zxf_, keys, values, &firstChanged) == 0) return failZXFRead(symbol);
-    if (target != nullptr) {
-      zxfDataWriteRaw(target, keys, values);
-      continue;
-    }
-    if (!renumberLabels(keys, symbol->dim)) return failZXFRead(symbol);
-    symbol->addRecordEnd(keys, values);
+bool initFromFile(ZDB& db, const std::string& fileName) {
+  traceStep("---- Entering InitFromZXF ----");
+  if (db.GetInitFrom() != FROM_NOSOURCE) {
+    traceStep("FROM_NOSOURCE!=initFrom", 2);
+    return db.setLastError("Database has been initialized, cannot initialize from %s",
+                           fileName.c_str());
   }
-  zxfDataReadDone(zxf_);
-  return true;
-}
-
-bool ZDB::renumberLabels(int* keys, int dim) const {
-  for (int d = 0; d < dim && !fileLabels_.empty(); ++d) {
-    const auto number = static_cast<std::size_t>(keys[d]);  // negative: beyond every label
-    if (number >= fileLabels_.size()) return false;
-    keys[d] = fileLabels_[number];
+  if (db.zxf().get() == nullptr) {
+    return db.setLastError("ZXF create did not succeed: %s", db.zxf().message());
   }
+  auto& source =
+      static_cast<ZXFSource&>(db.attachSource(std::make_unique<ZXFSource>(db, fileName)));
+  db.setInitFrom(FROM_ZXF);
+  if (!ZXFReader(db, source).run()) return false;
+  traceStep("---- Leaving InitFromZXF ----");
   return true;
 }
 
-bool ZDB::failZXFRead(const AbstractZDBSymbol* symbol) {
-  char text[kMessageSize] = "";
-  zxfErrorStr(zxf_, zxfGetLastError(zxf_), text);
-  zxfDataReadDone(zxf_);
-  return setLastError("Error reading symbol %s from ZXF file %s: %s", symbol->name.c_str(),
-                      sourceFile_.c_str(), text);
-}
+}  // namespace
 
-bool ZDB::CloseZXF(bool loadRemain) {
-  if (initFrom_ != FROM_ZXF) return setLastError("Database not initialized from ZXF");
-  const bool loadedAll = symbols_.forEach([&](AbstractZDBSymbol* symbol) {
-    return symbol->isLoaded || symbol->isAlias() || !loadRemain || LoadSymbol(symbol);
-  });
-  if (!loadedAll) return false;
-  if (zxf_ != nullptr) zxfClose(zxf_);
-  initFrom_ = FROM_MEMORY;
-  return true;
+bool ZDB::InitFromZXF(const std::string& fileName) {
+  return initFromFile(*this, fileName);
 }
 
 }  // namespace zdb

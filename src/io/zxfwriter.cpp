@@ -2,27 +2,21 @@
 #include <string>
 
 #include "core/textutils.h"
-#include "core/zdb.h"
 #include "io/zxfconventions.h"
-#include "loaders/zxf.h"
+#include "io/zxfsource.h"
 
 // Writing a database into a data exchange file.
 namespace zdb {
 
 using namespace loaders;
 
-/// One write: owns the companion's handle, which is freed on every way out. Freeing it without
-/// closing leaves an older file of that name as it was.
+namespace {
+
+/// One write of a database, through a companion's object that can be had.
 class ZXFWriter {
  public:
-  explicit ZXFWriter(ZDB& database) : db_(database) {}
-  ZXFWriter(const ZXFWriter&) = delete;
-  ZXFWriter& operator=(const ZXFWriter&) = delete;
-  ~ZXFWriter() {
-    if (zxf_ != nullptr) zxfFree(&zxf_);
-  }
+  ZXFWriter(ZDB& database, zxfRec* zxf) : db_(database), zxf_(zxf) {}
 
-  bool create();
   bool write(const std::string& fileName, bool domainCheck);
 
  private:
@@ -40,15 +34,9 @@ class ZXFWriter {
   bool reportErrors();
 
   ZDB& db_;
-  zxfRec* zxf_ = nullptr;
+  zxfRec* zxf_;
   int forgivenErrors_ = 0;  ///< raised by strict domains that the companion rejected
 };
-
-bool ZXFWriter::create() {
-  char message[228] = "";
-  return db_.createZXFHandle(&zxf_, message, sizeof message) != 0 ||
-         db_.setLastError("ZXF create did not succeed: %s", message);
-}
 
 bool ZXFWriter::write(const std::string& fileName, bool domainCheck) {
   if (!open(fileName)) return false;
@@ -124,9 +112,16 @@ bool ZXFWriter::writeStrictDomain(const AbstractZDBSymbol& symbol) {
 }
 
 bool ZXFWriter::writeRecords(AbstractZDBSymbol& symbol) {
-  if (!symbol.isLoaded) return db_.copyFromSource(symbol, zxf_);
-  symbol.forEachRecord(
-      [this](const int* keys, const double* values) { zxfDataWriteRaw(zxf_, keys, values); });
+  const auto write = [this](const int* keys, const double* values) {
+    zxfDataWriteRaw(zxf_, keys, values);
+  };
+  if (!symbol.isLoaded) {
+    DataSource* source = db_.source(db_.GetInitFrom());
+    if (source == nullptr) return true;  // nothing is left to copy from
+    if (source->isInKeyOrder()) return source->read(symbol, write);
+    if (!db_.LoadSymbol(&symbol)) return false;  // to be sorted in memory
+  }
+  symbol.forEachRecord(write);
   return true;
 }
 
@@ -170,27 +165,26 @@ bool ZXFWriter::reportErrors() {
   return db_.setLastError("%d ZXF Error(s). First Error: %s", count, text);
 }
 
-bool ZDB::copyFromSource(AbstractZDBSymbol& symbol, zxfRec* target) {
-  if (initFrom_ == FROM_ZMI) return LoadSymbolFromZMI(&symbol, target);
-  if (initFrom_ == FROM_DMRF) return LoadSymbolFromCallbacks(&symbol, target);
-  if (initFrom_ != FROM_ZXF) return true;  // nothing is left to copy from
-  // Renumbered labels come in another order than the file's, so those records are sorted in memory.
-  if (!fileLabels_.empty()) {
-    if (!LoadSymbol(&symbol)) return false;
-    symbol.forEachRecord(
-        [target](const int* keys, const double* values) { zxfDataWriteRaw(target, keys, values); });
-    return true;
-  }
-  return LoadSymbolFromZXF(&symbol, target);
+/// Whether this is the name of the file that the database still reads from.
+bool isOwnSource(const ZDB& db, const std::string& fileName) {
+  if (db.GetInitFrom() != FROM_ZXF) return false;
+  const auto* source = static_cast<const ZXFSource*>(db.source(FROM_ZXF));
+  return zxf::utils::sameTextInvariant(fileName, source->fileName());
 }
 
-bool ZDB::WriteZXF(const std::string& fileName, int noDomainCheck) {
-  ZXFWriter writer(*this);
-  if (!writer.create()) return false;
-  if (initFrom_ == FROM_ZXF && zxf::utils::sameTextInvariant(fileName, sourceFile_)) {
-    CloseZXF(true);
+bool writeFile(ZDB& db, const std::string& fileName, bool domainCheck) {
+  const ZXFHandle zxf(db.directory());
+  if (zxf.get() == nullptr) {
+    return db.setLastError("ZXF create did not succeed: %s", zxf.message());
   }
-  return writer.write(fileName, noDomainCheck == 0);
+  if (isOwnSource(db, fileName)) db.CloseZXF(true);
+  return ZXFWriter(db, zxf.get()).write(fileName, domainCheck);
+}
+
+}  // namespace
+
+bool ZDB::WriteZXF(const std::string& fileName, int noDomainCheck) {
+  return writeFile(*this, fileName, noDomainCheck == 0);
 }
 
 }  // namespace zdb

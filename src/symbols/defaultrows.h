@@ -1,10 +1,25 @@
 #pragma once
 
+#include "core/abstractzdbsymbol.h"
+
 namespace zdb {
 
 /// Rows that new records of variables and equations get, by subtype: level, marginal, lower, upper,
 /// scale. A subtype outside the table counts as 0.
 const double* defaultVariableRow(int subtype);
 const double* defaultEquationRow(int subtype);
+
+/// The row of a new record of this symbol, picked from those of the two types that have bounds;
+/// zeros for sets and parameters.
+inline const double* pickDefaultRow(int type, const double* variableRow,
+                                    const double* equationRow) {
+  static constexpr double zeros[kMaxValues] = {};
+  if (type == TypeVariable) return variableRow;
+  return type == TypeEquation ? equationRow : zeros;
+}
+inline const double* defaultRow(const AbstractZDBSymbol& symbol) {
+  return pickDefaultRow(symbol.type, defaultVariableRow(symbol.userInfo),
+                        defaultEquationRow(symbol.userInfo));
+}
 
 }  // namespace zdb

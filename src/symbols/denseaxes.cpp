@@ -11,7 +11,7 @@ namespace {
 bool labelsOf(ZDB& db, AbstractZDBSymbol* domain, std::vector<int>& labels) {
   AbstractZDBSymbol* set = domain == nullptr ? db.universe() : domain->aliasTarget;
   const char* name = domain == nullptr ? "*" : domain->name.c_str();
-  if (set->database != &db) return db.setLastError("Symbol %s not in this database", name);
+  if (!db.owns(*set, name)) return false;
   if (set->isUniverse()) {
     labels.resize(static_cast<std::size_t>(db.highestLabel()));
     std::iota(labels.begin(), labels.end(), 1);
@@ -30,6 +30,11 @@ bool labelsOf(ZDB& db, AbstractZDBSymbol* domain, std::vector<int>& labels) {
 }
 
 }  // namespace
+
+bool isOwnSet(ZDB& db, const AbstractZDBSymbol& set, const std::string& name) {
+  return (set.type == TypeSet && set.dim == 1 && !set.isUniverse() && set.database == &db) ||
+         db.setLastError("Symbol %s must be a one-dimensional set of this database", name.c_str());
+}
 
 DenseAxis::DenseAxis(int labelCount, std::vector<int> labels)
     : ranks_(static_cast<std::size_t>(labelCount), -1), labels_(std::move(labels)) {

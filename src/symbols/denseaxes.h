@@ -1,12 +1,17 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "core/zdb.h"
 
 namespace zdb {
+
+/// Whether `set` is a one-dimensional set of the database, not the universe; one that is not is
+/// reported, as `name`.
+bool isOwnSet(ZDB& db, const AbstractZDBSymbol& set, const std::string& name);
 
 /// One dimension of a dense array: labels in key order.
 class DenseAxis {
@@ -33,6 +38,13 @@ class DenseAxes {
   /// Adds the labels of a set or alias, which is loaded where needed, or all labels for the
   /// universe and null; false and a message when the domain cannot serve as a dimension.
   bool add(ZDB& db, AbstractZDBSymbol* domain);
+  /// Adds a domain per position of `symbol`.
+  bool add(ZDB& db, const AbstractZDBSymbol& symbol, AbstractZDBSymbol* const* domains) {
+    for (int d = 0; d < symbol.dim; ++d) {
+      if (!add(db, domains[d])) return false;
+    }
+    return true;
+  }
   /// Adds some labels of a database.
   void add(const ZDB& db, std::vector<int> labels) {
     axes_.emplace_back(db.labels().size(), std::move(labels));

@@ -1,9 +1,9 @@
+#include "symbols/domaincheck.h"
+
 #include <algorithm>
 
-#include "core/zdb.h"
 #include "symbols/domainviolation.h"
 
-// Finding records that lie outside the domains of their symbol.
 namespace zdb {
 
 namespace {
@@ -28,6 +28,71 @@ void dropLookup(AbstractZDBSymbol* set) {
   set->domainLookup = {};
 }
 
+void dropDomainLookups(const ZDB& db, const AbstractZDBSymbol* symbol) {
+  if (db.isDomainCheckInProgress()) return;
+  for (const AbstractZDBSymbol* domain : symbol->domains) {
+    if (domain != nullptr) dropLookup(domain->aliasTarget);
+  }
+}
+
+void dropAllDomainLookups(ZDB& db) {
+  db.symbols().forEach([](AbstractZDBSymbol* symbol) {
+    dropLookup(symbol->aliasTarget);
+    return true;
+  });
+}
+
+/// The first violating record of a symbol, or null.
+bool searchSymbol(ZDB& db, AbstractZDBSymbol* symbol, RecordHandle& record) {
+  record.reset();
+  if (symbol->isAlias()) return true;  // its records are those of its set
+  if (!db.ensureLoaded(symbol)) return false;
+  dropDomainLookups(db, symbol);  // another check may have left what was true then
+  if (!noteDomainLabels(*symbol)) return false;
+  record.reset(symbol->getBegin());
+  if (!record || symbol->violatesDomains(record->getKeys())) return true;
+  if (!symbol->toNextDomainViolation(record.get())) record.reset();
+  return true;
+}
+
+bool hasCheckedDomain(const ZDB& db, const AbstractZDBSymbol& symbol) {
+  return std::any_of(symbol.domains.begin(), symbol.domains.end(), [&db](const auto* domain) {
+    return domain != nullptr && domain != db.universe();
+  });
+}
+
+/// The next symbol with records to check after one (null or the universe: from the start), or null.
+bool nextSymbol(ZDB& db, const AbstractZDBSymbol* after, AbstractZDBSymbol*& symbol) {
+  const int from = after == nullptr || after->isUniverse() ? 0 : after->number + 1;
+  for (int i = from; i < db.symbols().size(); ++i) {
+    symbol = db.symbols()[i];
+    if (symbol->dim < 1 || symbol->isAlias() || !hasCheckedDomain(db, *symbol)) continue;
+    if (!db.ensureLoaded(symbol)) return false;
+    if (!symbol->empty()) return true;
+  }
+  symbol = nullptr;
+  return true;
+}
+
+/// The first violating record of any symbol after one, or null.
+bool searchSymbolsAfter(ZDB& db, const AbstractZDBSymbol* after, RecordHandle& record) {
+  record.reset();
+  AbstractZDBSymbol* symbol = nullptr;
+  for (;;) {
+    if (!nextSymbol(db, after, symbol)) return false;
+    if (symbol == nullptr) return true;
+    if (!searchSymbol(db, symbol, record)) return false;
+    if (record) return true;
+    dropDomainLookups(db, symbol);
+    after = symbol;
+  }
+}
+
+/// The symbol that a violation stands in. By number: the symbol itself may have gone.
+const AbstractZDBSymbol* symbolOf(ZDB& db, const DomainViolation& violation) {
+  return db.symbols()[violation.symbolNumber()];
+}
+
 }  // namespace
 
 bool noteDomainLabels(const AbstractZDBSymbol& symbol) {
@@ -43,125 +108,68 @@ bool noteDomainLabels(const AbstractZDBSymbol& symbol) {
   return true;
 }
 
-bool ZDB::prepareDomainLookups(AbstractZDBSymbol* symbol) {
-  dropDomainLookups(symbol);  // another check may have left what was true then
-  return noteDomainLabels(*symbol);
-}
-
-void ZDB::dropDomainLookups(const AbstractZDBSymbol* symbol) const {
-  if (domainCheckInProgress_) return;
-  for (const AbstractZDBSymbol* domain : symbol->domains) {
-    if (domain != nullptr) dropLookup(domain->aliasTarget);
-  }
-}
-
-bool ZDB::findViolation(AbstractZDBSymbol* symbol, RecordHandle& record) {
-  record.reset();
-  if (symbol->isAlias()) return true;  // its records are those of its set
-  if (!ensureLoaded(symbol) || !prepareDomainLookups(symbol)) return false;
-  record.reset(symbol->getBegin());
-  if (!record || symbol->violatesDomains(record->getKeys())) return true;
-  if (!symbol->toNextDomainViolation(record.get())) record.reset();
-  return true;
-}
-
-bool ZDB::GetFirstDVInSymbol(AbstractZDBSymbol* symbol, DomainViolation** violation) {
+bool findViolation(ZDB& db, AbstractZDBSymbol* symbol, DomainViolation** violation) {
   *violation = nullptr;
   RecordHandle record;
-  const bool searched = findViolation(symbol, record);
+  const bool searched = searchSymbol(db, symbol, record);
   if (record) {
     *violation = new DomainViolation(std::move(record));
   } else {
-    dropDomainLookups(symbol);
+    dropDomainLookups(db, symbol);
   }
   return searched;
 }
 
-bool ZDB::CheckSymbolDV(AbstractZDBSymbol* symbol, bool& found) {
-  DomainViolation* violation = nullptr;
-  const bool searched = GetFirstDVInSymbol(symbol, &violation);
-  found = violation != nullptr;
-  if (found) FreeDVHandle(violation);
-  return searched;
-}
-
-bool ZDB::nextSymbol(const AbstractZDBSymbol* after, AbstractZDBSymbol*& symbol) {
-  const int from = after == nullptr || after->isUniverse() ? 0 : after->number + 1;
-  for (int i = from; i < symbols_.size(); ++i) {
-    symbol = symbols_[i];
-    if (symbol->dim < 1 || symbol->isAlias()) continue;
-    const bool hasDomain = std::any_of(
-        symbol->domains.begin(), symbol->domains.end(),
-        [this](const auto* domain) { return domain != nullptr && domain != universe(); });
-    if (!hasDomain) continue;
-    if (!ensureLoaded(symbol)) return false;
-    if (!symbol->empty()) return true;
-  }
-  symbol = nullptr;
-  return true;
-}
-
-bool ZDB::findViolationAfter(const AbstractZDBSymbol* after, RecordHandle& record) {
-  record.reset();
-  AbstractZDBSymbol* symbol = nullptr;
-  for (;;) {
-    if (!nextSymbol(after, symbol)) return false;
-    if (symbol == nullptr) return true;
-    if (!findViolation(symbol, record)) return false;
-    if (record) return true;
-    dropDomainLookups(symbol);
-    after = symbol;
-  }
-}
-
-bool ZDB::GetFirstDBDV(DomainViolation** violation) {
+bool findViolation(ZDB& db, DomainViolation** violation) {
   *violation = nullptr;
-  if (!domainCheckInProgress_) dropAllDomainLookups();  // made for single symbols, perhaps long ago
-  domainCheckInProgress_ = true;
+  // What is noted was for single symbols, perhaps long ago.
+  if (!db.isDomainCheckInProgress()) dropAllDomainLookups(db);
+  db.setDomainCheckInProgress(true);
   RecordHandle record;
-  if (!findViolationAfter(nullptr, record)) return false;
+  if (!searchSymbolsAfter(db, nullptr, record)) return false;
   if (record) *violation = new DomainViolation(std::move(record));
   return true;
 }
 
-bool ZDB::GetFirstDVInNextSymbol(DomainViolation* violation, bool& found) {
-  const AbstractZDBSymbol* after = symbols_[violation->symbolNumber()];
-  dropDomainLookups(after);
+bool moveToNextSymbol(ZDB& db, DomainViolation& violation, bool& found) {
+  const AbstractZDBSymbol* after = symbolOf(db, violation);
+  dropDomainLookups(db, after);
   RecordHandle record;
-  const bool searched = findViolationAfter(after, record);
+  const bool searched = searchSymbolsAfter(db, after, record);
   found = record != nullptr;
-  violation->moveTo(std::move(record));
+  violation.moveTo(std::move(record));
   return searched;
 }
 
-bool ZDB::CheckDBDV(bool& found) {
+void freeViolation(ZDB& db, DomainViolation* violation) {
+  dropDomainLookups(db, symbolOf(db, *violation));
+  delete violation;
+}
+
+void endDomainCheck(ZDB& db) {
+  if (!db.isDomainCheckInProgress()) return;
+  dropAllDomainLookups(db);
+  db.setDomainCheckInProgress(false);
+}
+
+bool checkDomains(ZDB& db, AbstractZDBSymbol* symbol, bool& found) {
+  DomainViolation* violation = nullptr;
+  const bool searched = findViolation(db, symbol, &violation);
+  found = violation != nullptr;
+  if (found) freeViolation(db, violation);
+  return searched;
+}
+
+bool checkDomains(ZDB& db, bool& found) {
   const struct EndOfCheck {
     ZDB& db;
-    ~EndOfCheck() { db.DomainCheckDone(); }
-  } end{*this};
+    ~EndOfCheck() { endDomainCheck(db); }
+  } end{db};
   DomainViolation* violation = nullptr;
-  const bool searched = GetFirstDBDV(&violation);
+  const bool searched = findViolation(db, &violation);
   found = violation != nullptr;
   delete violation;
   return searched;
-}
-
-void ZDB::FreeDVHandle(DomainViolation* violation) {
-  dropDomainLookups(symbols_[violation->symbolNumber()]);  // by number: the symbol may have gone
-  delete violation;
-}
-
-void ZDB::DomainCheckDone() {
-  if (!domainCheckInProgress_) return;
-  dropAllDomainLookups();
-  domainCheckInProgress_ = false;
-}
-
-void ZDB::dropAllDomainLookups() {
-  symbols_.forEach([](AbstractZDBSymbol* symbol) {
-    dropLookup(symbol->aliasTarget);
-    return true;
-  });
 }
 
 }  // namespace zdb

@@ -3,14 +3,10 @@
 #include <memory>
 
 #include "core/zdb.h"
+#include "symbols/domaincheck.h"
 #include "symbols/zdbsymboliterator.h"
 
 namespace zdb {
-
-/// Loads the sets behind the domains of a symbol and notes their labels, where that was not done or
-/// the notes have been dropped since; false and a message when a set cannot be loaded. Constant
-/// time when all are there.
-bool noteDomainLabels(const AbstractZDBSymbol& symbol);
 
 /// A domain-violation handle: stands on a violating record, of whichever symbol and storage the
 /// walk has come to. It is spent, without a record, once a walk has found no further violation.

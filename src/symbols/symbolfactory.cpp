@@ -1,3 +1,5 @@
+#include "symbols/symbolfactory.h"
+
 #include "core/zdb.h"
 #include "symbols/zdbsymbol.h"
 #include "symbols/zdbsymboliteratorimpl.h"
@@ -20,34 +22,19 @@ std::unique_ptr<AbstractZDBSymbolIterator> copyOf(AbstractZDBSymbolIterator* fro
 
 }  // namespace
 
-std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std::string& name,
-                                                      int dim, int type, int number, int userInfo,
-                                                      const std::string& explText) {
+std::unique_ptr<AbstractZDBSymbol> makeSymbol(ZDB& owner, int storageType, const std::string& name,
+                                              int dim, int type, int number, int userInfo,
+                                              const std::string& explText) {
   if (dim < 0 || dim > kMaxDim) return nullptr;
   switch (static_cast<dmap::StorageTypes>(storageType)) {
     case dmap::StorageTypes::Map:
-      return std::make_unique<MapSymbol>(this, name, dim, type, number, userInfo, explText);
+      return std::make_unique<MapSymbol>(&owner, name, dim, type, number, userInfo, explText);
     case dmap::StorageTypes::Vector:
-      return std::make_unique<VectorSymbol>(this, name, dim, type, number, userInfo, explText);
+      return std::make_unique<VectorSymbol>(&owner, name, dim, type, number, userInfo, explText);
     case dmap::StorageTypes::Tree:
-      return std::make_unique<TreeSymbol>(this, name, dim, type, number, userInfo, explText);
+      return std::make_unique<TreeSymbol>(&owner, name, dim, type, number, userInfo, explText);
   }
   return nullptr;
-}
-
-std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZDBSymbol* from) {
-  auto copy = symbolFactory(storageType, from->name, from->dim, from->type, from->number,
-                            from->userInfo, from->explText);
-  if (!copy) return nullptr;
-  copy->isLoaded = from->isLoaded;
-  copy->isDomain = from->isDomain;
-  copy->isWritten = from->isWritten;
-  copy->aliasTarget = from->aliasTarget == from ? copy.get() : from->aliasTarget;
-  copy->domains = from->domains;
-  copy->domainNames = from->domainNames;
-  copy->domainLookup = from->domainLookup;
-  copy->assignRecords(from);
-  return copy;
 }
 
 AbstractZDBSymbolIterator* ZDB::symbolIteratorFactory(AbstractZDBSymbol* universe, int label) {

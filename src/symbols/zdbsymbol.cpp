@@ -3,6 +3,7 @@
 #include <type_traits>
 
 #include "dmap/storageconversion.h"
+#include "symbols/defaultrows.h"
 #include "symbols/zdbsymboliteratorimpl.h"
 
 namespace zdb {
@@ -147,18 +148,10 @@ AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::addRecordRaw(const int* keys, con
 }
 
 template <class Map, class It>
-const double* ZDBSymbol<Map, It>::defaultRow(const double* variableDefaults,
-                                             const double* equationDefaults) const {
-  static constexpr double zeros[kMaxValues] = {};
-  if (type == TypeVariable) return variableDefaults;
-  return type == TypeEquation ? equationDefaults : zeros;
-}
-
-template <class Map, class It>
 std::pair<bool, double*> ZDBSymbol<Map, It>::mergeRecord(int* keys, const double* variableDefaults,
                                                          const double* equationDefaults,
                                                          AbstractZDBSymbolIterator** out) {
-  const It it = place(keys, defaultRow(variableDefaults, equationDefaults), false).at;
+  const It it = place(keys, pickDefaultRow(type, variableDefaults, equationDefaults), false).at;
   if (out != nullptr) *out = handleOn(it);
   return {true, (*it).second};
 }
@@ -166,7 +159,7 @@ std::pair<bool, double*> ZDBSymbol<Map, It>::mergeRecord(int* keys, const double
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::addRecord(int* keys, const double* variableDefaults,
                                                          const double* equationDefaults) {
-  const auto placed = place(keys, defaultRow(variableDefaults, equationDefaults), false);
+  const auto placed = place(keys, pickDefaultRow(type, variableDefaults, equationDefaults), false);
   return placed.isNew ? handleOn(placed.at) : nullptr;
 }
 

@@ -52,6 +52,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   void deleteRecord(AbstractZDBSymbolIterator* handle) override;
   void assignRecords(AbstractZDBSymbol* other) override;
   double* storeRow(const int* keys, const double* values, bool overwrite) override;
+  RecordSink appender() override { return RecordSink::toMember<&ZDBSymbol::append>(*this); }
 
   Map& records() { return records_; }
   const It& end() const { return end_; }
@@ -69,7 +70,6 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   void erase(const It& it);
   template <class Source>
   void copyFrom(AbstractZDBSymbol* other);
-  const double* defaultRow(const double* variableDefaults, const double* equationDefaults) const;
 
   Map records_;
   It end_;

@@ -1,8 +1,10 @@
 #pragma once
 
-#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "io/labelnumbers.h"
 
 namespace zdb {
 
@@ -14,7 +16,7 @@ struct zstRec;
 }  // namespace loaders
 
 /// What ties a database to a model instance: the companions' handles, and what solving again needs
-/// to know of the instance and of the solver before. Implemented in src/io, which works on it.
+/// to know of the instance and of the solver before.
 ///
 /// The instance, its dictionary and its environment belong to the caller, who keeps them alive as
 /// long as the database. The configuration and a solver that works in place belong to the link.
@@ -31,25 +33,13 @@ struct ModelLink {
   /// Back to a link that is registered only.
   void forgetPreparation();
 
-  /// Turns label numbers of the dictionary into the database's, in place; false for a number that
-  /// the dictionary does not have.
-  bool translateKey(int* key, int dim) const {
-    for (int d = 0; d < dim; ++d) {
-      const auto number = static_cast<std::size_t>(key[d]);  // negative: beyond every label
-      if (number >= labels.size()) return false;
-      key[d] = labels[number];
-    }
-    return true;
-  }
-
   loaders::zmiRec* instance = nullptr;
   loaders::zlxRec* dictionary = nullptr;
   loaders::zrtRec* environment = nullptr;    ///< null until the link is prepared
   loaders::zstRec* configuration = nullptr;  ///< owned
   std::string systemDirectory;               ///< where the solvers and their configuration are
 
-  std::vector<int> labels;  ///< label of each number in the dictionary; empty: not read yet
-  bool sameLabels = true;   ///< all of these are the dictionary's own numbers
+  std::optional<LabelNumbers> labels;  ///< of the dictionary; none: not read yet
 
   int columns = 0;
   int rows = 0;

@@ -1,0 +1,78 @@
+#include <algorithm>
+#include <cstring>
+
+#include "core/zdb.h"
+
+// The symbols of a database: making them, entering them into the table, putting one in another's
+// place.
+namespace zdb {
+
+namespace {
+
+/// Every symbol of the database that refers to `from` refers to `to` from now on.
+void redirectReferences(ZDB& db, AbstractZDBSymbol* from, AbstractZDBSymbol* to) {
+  const auto redirect = [&](AbstractZDBSymbol* symbol) {
+    if (symbol->aliasTarget == from) symbol->aliasTarget = to;
+    std::replace(symbol->domains.begin(), symbol->domains.end(), from, to);
+    return true;
+  };
+  redirect(to);  // a set can be its own domain
+  db.symbols().forEach(redirect);
+}
+
+}  // namespace
+
+std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std::string& name,
+                                                      int dim, int type, int number, int userInfo,
+                                                      const std::string& explText) {
+  return makeSymbol_(*this, storageType, name, dim, type, number, userInfo, explText);
+}
+
+std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZDBSymbol* from) {
+  auto copy = symbolFactory(storageType, from->name, from->dim, from->type, from->number,
+                            from->userInfo, from->explText);
+  if (!copy) return nullptr;
+  copy->isLoaded = from->isLoaded;
+  copy->isDomain = from->isDomain;
+  copy->isWritten = from->isWritten;
+  copy->aliasTarget = from->aliasTarget == from ? copy.get() : from->aliasTarget;
+  copy->domains = from->domains;
+  copy->domainNames = from->domainNames;
+  copy->domainLookup = from->domainLookup;
+  copy->assignRecords(from);
+  return copy;
+}
+
+AbstractZDBSymbol* ZDB::insertSymbol(std::unique_ptr<AbstractZDBSymbol> symbol) {
+  // Whoever reads domains may count on them, even when what should have set them failed.
+  symbol->domains.resize(static_cast<std::size_t>(symbol->dim), universe());
+  symbol->domainNames.resize(static_cast<std::size_t>(symbol->dim));
+  symbols_.insert(symbol->name.c_str(), symbol.get());
+  return symbol.release();
+}
+
+AbstractZDBSymbol* ZDB::switchSymbolStorage(AbstractZDBSymbol* symbol, int storageType) {
+  if (static_cast<int>(symbol->getStorageType()) == storageType) return symbol;
+  auto copy = symbolFactory(storageType, symbol);
+  if (!copy) return nullptr;
+  redirectReferences(*this, symbol, copy.get());
+  if (symbol->isUniverse()) {
+    universe_ = std::move(copy);
+    return universe();
+  }
+  symbols_.replace(symbol, copy.get());
+  delete symbol;
+  return copy.release();
+}
+
+bool ZDB::FindSymbol(const char* name, AbstractZDBSymbol** symbol) {
+  *symbol = nullptr;
+  if (std::strcmp(name, "*") == 0) {
+    *symbol = universe();
+  } else if (symbols_.contains(name)) {
+    *symbol = symbols_[name];
+  }
+  return *symbol != nullptr || setLastError("Cannot find symbol %s", name);
+}
+
+}  // namespace zdb

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "core/zdb.h"
+#include "io/modellink.h"
+
+namespace zdb {
+
+/// The model instance that a database is tied to: levels, marginals and bounds of its variables and
+/// equations. Attached before the database loads from it, since a model can be registered in any
+/// state.
+class ModelSource final : public DataSource {
+ public:
+  explicit ModelSource(ZDB& db) : db_(db) {}
+
+  InitSource kind() const override { return FROM_ZMI; }
+  bool read(const AbstractZDBSymbol& symbol, RecordSink sink) override;
+  bool isInKeyOrder() const override { return true; }  // sorted where labels have other numbers
+
+  ModelLink& link() { return link_; }
+
+ private:
+  ZDB& db_;
+  ModelLink link_;
+};
+
+/// The link of a database; one that is tied to nothing yet if no model was registered.
+ModelLink& modelLink(ZDB& db);
+
+}  // namespace zdb

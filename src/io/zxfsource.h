@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string>
+
+#include "core/zdb.h"
+#include "io/labelnumbers.h"
+#include "loaders/zxf.h"
+
+namespace zdb {
+
+/// A data exchange file that stays open, through the companion's object that the database owns.
+class ZXFSource final : public DataSource {
+ public:
+  /// The file is opened by whoever makes the source, before anything is read.
+  ZXFSource(ZDB& db, std::string fileName) : db_(db), fileName_(std::move(fileName)) {}
+
+  InitSource kind() const override { return FROM_ZXF; }
+  bool read(const AbstractZDBSymbol& symbol, RecordSink sink) override;
+  /// Renumbered labels come in the order of the file.
+  bool isInKeyOrder() const override { return labels_.areSame(); }
+
+  const std::string& fileName() const { return fileName_; }
+  loaders::zxfRec* zxf() const { return db_.zxf().get(); }
+  LabelNumbers& labels() { return labels_; }
+
+ private:
+  bool failRead(const AbstractZDBSymbol& symbol);
+
+  ZDB& db_;
+  std::string fileName_;
+  LabelNumbers labels_;
+};
+
+}  // namespace zdb

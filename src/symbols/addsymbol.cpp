@@ -1,0 +1,94 @@
+#include <cstring>
+
+#include "core/zdb.h"
+
+// Making a symbol of a host: its domains are checked before it enters the table.
+namespace zdb {
+
+namespace {
+
+/// A domain that is known by its name only.
+bool takeDomainName(ZDB& db, const char* name, AbstractZDBSymbol*& domain,
+                    std::string& domainName) {
+  if (name == nullptr || std::strcmp(name, "*") == 0 || std::strcmp(name, " ") == 0) {
+    domain = db.universe();
+  } else if (std::strlen(name) > kMaxNameLength) {
+    return db.setLastError("Domain name too long. Max length is %d: >%s<", kMaxNameLength, name);
+  } else {
+    domainName = name;
+  }
+  return true;
+}
+
+bool takeDomainSymbol(ZDB& db, AbstractZDBSymbol* symbol, AbstractZDBSymbol*& domain) {
+  if (symbol != db.universe()) {
+    const char* name = symbol->name.c_str();
+    if (symbol->dim != 1) return db.setLastError("1 <> Dim of Symbol %s", name);
+    if (!symbol->canBeDomain()) return db.setLastError("Symbol %s not a set/alias", name);
+    if (symbol->name == "*") return db.setLastError("Universe from different database");
+    if (!db.owns(*symbol, name)) return false;
+    symbol->markAsDomain();
+  }
+  domain = symbol;
+  return true;
+}
+
+bool appendDomain(ZDB& db, AbstractZDBSymbol& symbol, AbstractZDBSymbol* domain, const char* name) {
+  AbstractZDBSymbol*& taken = symbol.domains.emplace_back(nullptr);
+  std::string& takenName = symbol.domainNames.emplace_back();
+  return domain != nullptr ? takeDomainSymbol(db, domain, taken)
+                           : takeDomainName(db, name, taken, takenName);
+}
+
+/// What an alias with this user information stands for.
+AbstractZDBSymbol* aliasTargetAt(ZDB& db, int position) {
+  const bool isSet =
+      position >= 0 && position < db.symbols().size() && db.symbols()[position]->type == TypeSet;
+  return isSet ? db.symbols()[position] : db.universe();
+}
+
+bool appendDomains(ZDB& db, AbstractZDBSymbol& symbol, AbstractZDBSymbol* const* domains,
+                   const char* const* names) {
+  for (int i = 0; i < symbol.dim; ++i) {
+    AbstractZDBSymbol* domain = domains == nullptr ? nullptr : domains[i];
+    if (!appendDomain(db, symbol, domain, names == nullptr ? nullptr : names[i])) return false;
+  }
+  return true;
+}
+
+/// The new symbol, not yet in the table; null and a message when it cannot enter it.
+std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, int dim, int type,
+                                             int userInfo, const std::string& explText) {
+  if (db.symbols().contains(name.c_str())) {
+    db.setLastError("Symbol %s exists already", name.c_str());
+    return nullptr;
+  }
+  auto symbol = db.symbolFactory(db.defaultStorage(), name, dim, type, db.symbols().size(),
+                                 userInfo, explText);
+  if (!symbol) {
+    db.setLastError("Dimension must be greater or equal 0 and smaller or equal %d (saw %d)",
+                    kMaxDim, dim);
+  }
+  return symbol;
+}
+
+AbstractZDBSymbol* enter(ZDB& db, std::unique_ptr<AbstractZDBSymbol> symbol) {
+  AbstractZDBSymbol* added = db.insertSymbol(std::move(symbol));
+  // With callbacks as the source, a symbol's records come through them on first use.
+  if (db.GetInitFrom() == FROM_DMRF && !added->isAlias()) added->isLoaded = false;
+  if (added->isAlias()) added->aliasTarget = aliasTargetAt(db, added->userInfo);
+  return added;
+}
+
+}  // namespace
+
+AbstractZDBSymbol* ZDB::AddSymbol(const std::string& name, int dim, int type, int userInfo,
+                                  const std::string& explText, AbstractZDBSymbol* const* domains,
+                                  const char* const* domainNames) {
+  if (initFrom_ == FROM_NOSOURCE) initFrom_ = FROM_MEMORY;
+  auto symbol = newSymbol(*this, name, dim, type, userInfo, explText);
+  const bool isComplete = symbol != nullptr && appendDomains(*this, *symbol, domains, domainNames);
+  return isComplete ? enter(*this, std::move(symbol)) : nullptr;
+}
+
+}  // namespace zdb
