@@ -4,7 +4,7 @@
 #   api -> symbols, io -> core, dmap, utree, loaders
 #
 # At the bottom core may use the loaders and the interface of the record maps, dmap may use utree,
-# utree and loaders stand alone. Only api knows the public header.
+# utree stands alone, loaders and companions share the contract. Only api knows the public header.
 set -eu
 
 # check SOURCE_FOLDER: prints each wrong include, fails if there is one. The table names the folders
@@ -18,7 +18,8 @@ check() {
       allowed["core"] = "core loaders dmap/idmap.h"
       allowed["dmap"] = "dmap utree"
       allowed["utree"] = "utree"
-      allowed["loaders"] = "loaders"
+      allowed["loaders"] = "loaders contract"
+      allowed["contract"] = "contract"
     }
     {
       split($0, quoted, "\"")
@@ -39,7 +40,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api symbols io core dmap utree loaders; do mkdir "$tree/$layer"; done
+  for layer in api symbols io core dmap utree loaders contract; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -64,6 +65,7 @@ dmap core/zdb.h
 utree dmap/idmap.h
 loaders core/message.h
 loaders ../core/message.h
+contract loaders/loader.h
 CASES
 }
 

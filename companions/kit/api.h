@@ -10,10 +10,19 @@
 #include <exception>
 #include <string_view>
 
-#include "common/signatures.h"
+#include "contract/answers.h"
 
 #define ZKIT_EXPORT __attribute__((visibility("default")))
-#define ZKIT_LIST(...) __VA_ARGS__
+
+// What each prefix answers to a loader that checks it.
+#define ZKIT_DEFINE_CHECKS(X, Interface)                                                         \
+  int C##X##XCheck(const char* function, int argumentCount, const int* codes, char* message) {   \
+    return zdb::contract::checkSignature(zdb::contract::k##Interface, function, argumentCount,   \
+                                         codes, message);                                        \
+  }                                                                                              \
+  int C##X##XAPIVersion(int clientApi, char* message, int* status) {                             \
+    return zdb::contract::checkVersion(zdb::contract::k##Interface, clientApi, message, status); \
+  }
 
 extern "C" {
 
@@ -39,13 +48,13 @@ ZKIT_EXPORT void CzrtXCreateD(void** handle, const char* dir);
 ZKIT_EXPORT void CzlxXCreateD(void** handle, const char* dir);
 
 #define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "loaders/zmifunctions.def"
+#include "contract/zmifunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "loaders/zrtfunctions.def"
+#include "contract/zrtfunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "loaders/zstfunctions.def"
+#include "contract/zstfunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "loaders/zlxfunctions.def"
+#include "contract/zlxfunctions.def"
 }
 
 namespace zkit {

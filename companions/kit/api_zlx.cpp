@@ -9,17 +9,6 @@ namespace {
 
 using namespace zkit;
 
-constexpr companion::Interface kInterface = {"zlxmdclib", 2, 2};
-
-#define ZDB_FUNCTION(name, result, parameters, codes) \
-  constexpr int name##Codes[] = {ZKIT_LIST codes};
-#include "loaders/zlxfunctions.def"
-
-constexpr companion::Signature kSignatures[] = {
-#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
-#include "loaders/zlxfunctions.def"
-};
-
 const Dictionary* dictionaryOf(zlxHandle dict) {
   return static_cast<const Dictionary*>(dict);
 }
@@ -65,14 +54,7 @@ void zlxXFree(void** handle) {
   freeObject<Dictionary>(handle);
 }
 
-int CzlxXCheck(const char* function, int argumentCount, const int* codes, char* message) {
-  return companion::checkSignature(kInterface, kSignatures, function, argumentCount, codes,
-                                   message);
-}
-
-int CzlxXAPIVersion(int clientApi, char* message, int* status) {
-  return companion::checkVersion(kInterface, clientApi, message, status);
-}
+ZKIT_DEFINE_CHECKS(zlx, Zlx)
 
 int CzlxNUels(zlxHandle dict) {
   return dict == nullptr ? 0 : dictionaryOf(dict)->labelCount();

@@ -7,17 +7,6 @@ namespace {
 
 using namespace zkit;
 
-constexpr companion::Interface kInterface = {"zkitdclib", 26, 26};
-
-#define ZDB_FUNCTION(name, result, parameters, codes) \
-  constexpr int name##Codes[] = {ZKIT_LIST codes};
-#include "loaders/zmifunctions.def"
-
-constexpr companion::Signature kSignatures[] = {
-#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
-#include "loaders/zmifunctions.def"
-};
-
 Instance* at(zmiHandle instance) {
   return static_cast<Instance*>(instance);
 }
@@ -107,14 +96,7 @@ void zmiXFree(void** handle) {
   freeObject<Instance>(handle);
 }
 
-int CzmiXCheck(const char* function, int argumentCount, const int* codes, char* message) {
-  return companion::checkSignature(kInterface, kSignatures, function, argumentCount, codes,
-                                   message);
-}
-
-int CzmiXAPIVersion(int clientApi, char* message, int* status) {
-  return companion::checkVersion(kInterface, clientApi, message, status);
-}
+ZKIT_DEFINE_CHECKS(zmi, Zmi)
 
 void* CzmiDict(zmiHandle instance) {
   return instance == nullptr ? nullptr : &at(instance)->dictionary;

@@ -9,17 +9,6 @@ namespace {
 
 using namespace zkit;
 
-constexpr companion::Interface kInterface = {"zkitdclib", 7, 7};
-
-#define ZDB_FUNCTION(name, result, parameters, codes) \
-  constexpr int name##Codes[] = {ZKIT_LIST codes};
-#include "loaders/zrtfunctions.def"
-
-constexpr companion::Signature kSignatures[] = {
-#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
-#include "loaders/zrtfunctions.def"
-};
-
 Environment* at(zrtHandle environment) {
   return static_cast<Environment*>(environment);
 }
@@ -49,7 +38,7 @@ class CallLimits {
 };
 
 int fail(const char* why, char* message) {
-  copyText(why, message, companion::kMessageSize);
+  copyText(why, message, zdb::contract::kMessageSize);
   return 1;
 }
 
@@ -67,19 +56,12 @@ void zrtXFree(void** handle) {
   freeObject<Environment>(handle);
 }
 
-int CzrtXCheck(const char* function, int argumentCount, const int* codes, char* message) {
-  return companion::checkSignature(kInterface, kSignatures, function, argumentCount, codes,
-                                   message);
-}
-
-int CzrtXAPIVersion(int clientApi, char* message, int* status) {
-  return companion::checkVersion(kInterface, clientApi, message, status);
-}
+ZKIT_DEFINE_CHECKS(zrt, Zrt)
 
 int CzrtGetStrOpt(zrtHandle environment, const char* option, char* value) {
-  copyText("", value, companion::kMessageSize);
+  copyText("", value, zdb::contract::kMessageSize);
   if (environment == nullptr || option == nullptr || !isSameText(option, "NameSysDir")) return 0;
-  copyText(at(environment)->systemDirectory(), value, companion::kMessageSize);
+  copyText(at(environment)->systemDirectory(), value, zdb::contract::kMessageSize);
   return 1;
 }
 
@@ -100,11 +82,11 @@ int CzrtCallSolver(zrtHandle environment, void* instance, const char* /*controlF
                    double /*limit2*/, double /*limit3*/, const char* /*file1*/,
                    const char* /*file2*/, int limit4, int /*limit5*/, void* /*job*/,
                    char* message) {
-  copyText("", message, companion::kMessageSize);
+  copyText("", message, zdb::contract::kMessageSize);
   if (environment == nullptr || instance == nullptr || solver == nullptr) {
     return fail("Environment, instance and solver must be given", message);
   }
   Instance& model = *static_cast<Instance*>(instance);
   const CallLimits limits(model.environment, limit1, limit4);
-  return callPlain(model, solver, message, companion::kMessageSize) != 0 ? 0 : 1;
+  return callPlain(model, solver, message, zdb::contract::kMessageSize) != 0 ? 0 : 1;
 }

@@ -6,17 +6,6 @@ namespace {
 
 using namespace zkit;
 
-constexpr companion::Interface kInterface = {"zkitdclib", 4, 4};
-
-#define ZDB_FUNCTION(name, result, parameters, codes) \
-  constexpr int name##Codes[] = {ZKIT_LIST codes};
-#include "loaders/zstfunctions.def"
-
-constexpr companion::Signature kSignatures[] = {
-#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
-#include "loaders/zstfunctions.def"
-};
-
 Configuration* at(zstHandle config) {
   return static_cast<Configuration*>(config);
 }
@@ -50,14 +39,7 @@ void zstXFree(void** handle) {
   freeObject<Configuration>(handle);
 }
 
-int CzstXCheck(const char* function, int argumentCount, const int* codes, char* message) {
-  return companion::checkSignature(kInterface, kSignatures, function, argumentCount, codes,
-                                   message);
-}
-
-int CzstXAPIVersion(int clientApi, char* message, int* status) {
-  return companion::checkVersion(kInterface, clientApi, message, status);
-}
+ZKIT_DEFINE_CHECKS(zst, Zst)
 
 int CzstReadConfigGUC(zstHandle config, const char* file, const char* /*dir*/) {
   if (config == nullptr || file == nullptr) return 1;

@@ -35,6 +35,6 @@ ZXF_EXPORT void C__zxfGetLoadPath(char* dir);
 // The list also has what this library leaves out, see isOffered(); that is declared and not
 // defined.
 #define ZDB_FUNCTION(name, result, parameters, codes) ZXF_EXPORT result C__##name parameters;
-#include "loaders/zxffunctions.def"
+#include "contract/zxffunctions.def"
 }
 // NOLINTEND(bugprone-reserved-identifier)

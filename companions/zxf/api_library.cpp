@@ -5,32 +5,17 @@
 
 #include "zxf/api.h"
 #include "zxf/object.h"
-#include "zxf/signature.h"
+#include "zxf/offered.h"
 
 namespace zxfile {
 
 namespace {
-
-// Two passes over the list: the codes as arrays, then one row for each function.
-#define ZXF_LIST(...) __VA_ARGS__
-#define ZDB_FUNCTION(name, result, parameters, codes) \
-  constexpr int name##Codes[] = {ZXF_LIST codes};
-#include "loaders/zxffunctions.def"
-
-constexpr Signature kSignatures[] = {
-#define ZDB_FUNCTION(name, result, parameters, codes) {#name, name##Codes},
-#include "loaders/zxffunctions.def"
-};
 
 // Process-wide, unlike everything else here, so threads with a handle each may meet in it.
 std::mutex loadPathMutex;
 char loadPath[256];
 
 }  // namespace
-
-std::span<const Signature> signatures() {
-  return kSignatures;
-}
 
 }  // namespace zxfile
 
@@ -59,12 +44,13 @@ void XFree(void** handle) {
 
 int C__XCheck(const char* function, int argumentCount, const int* codes, char* message) {
   const bool isMissing = function != nullptr && !isOffered(function);
-  const std::span<const Signature> offered = isMissing ? std::span<const Signature>() : kSignatures;
-  return companion::checkSignature(kInterface, offered, function, argumentCount, codes, message);
+  zdb::contract::Interface offered = zdb::contract::kZxf;
+  if (isMissing) offered.functions = {};
+  return zdb::contract::checkSignature(offered, function, argumentCount, codes, message);
 }
 
 int C__XAPIVersion(int clientApi, char* message, int* status) {
-  return companion::checkVersion(kInterface, clientApi, message, status);
+  return zdb::contract::checkVersion(zdb::contract::kZxf, clientApi, message, status);
 }
 
 void C__zxfSetLoadPath(const char* dir) {

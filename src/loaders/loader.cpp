@@ -20,14 +20,14 @@ static_assert(sizeof(void*) == sizeof(void (*)()),
 
 int Loader::getReady(const char* dir, char* msg, int len) {
   const Lock loading = lock(libMutex_);
-  return libloader(dir, description_.defaultFile, Message(msg, len));
+  return libloader(dir, interface_.file, Message(msg, len));
 }
 
 int Loader::getReadyL(const char* path, char* msg, int len) {
   if (path == nullptr) path = "";
   const char* slash = std::strrchr(path, '/');
   const char* file = slash == nullptr ? path : slash + 1;
-  if (*file == '\0') file = description_.defaultFile;
+  if (*file == '\0') file = interface_.file;
   // One character more than a usable path has, so that a longer one is still refused as too long.
   char dir[513] = "";
   if (slash != nullptr)
@@ -70,32 +70,31 @@ bool Loader::resolve(const char* name, Function& pointer, const Message& msg) {
 }
 
 bool Loader::resolveObjectFunctions(const Message& msg) {
-  return resolve(description_.create, functions_.XCreate, msg) &&
-         (description_.createD == nullptr ||
-          resolve(description_.createD, functions_.XCreateD, msg)) &&
-         resolve(description_.free, functions_.XFree, msg) &&
-         resolve(description_.check, functions_.XCheck, msg) &&
-         resolve(description_.version, functions_.XAPIVersion, msg);
+  return resolve(interface_.create, functions_.XCreate, msg) &&
+         (interface_.createD == nullptr || resolve(interface_.createD, functions_.XCreateD, msg)) &&
+         resolve(interface_.free, functions_.XFree, msg) &&
+         resolve(interface_.check, functions_.XCheck, msg) &&
+         resolve(interface_.versionQuery, functions_.XAPIVersion, msg);
 }
 
 bool Loader::acceptedByLibrary(const Message& msg) const {
   char text[kTextSize] = "";
   int status = 0;
-  if (functions_.XAPIVersion(description_.apiVersion, text, &status) != 0) return true;
+  if (functions_.XAPIVersion(interface_.version, text, &status) != 0) return true;
   msg.format("%s", text);
   return false;
 }
 
 void Loader::resolveLoadPath() {
   const Message unwanted(nullptr, 0);
-  resolve(description_.setLoadPath, functions_.SetLoadPath, unwanted);
-  resolve(description_.getLoadPath, functions_.GetLoadPath, unwanted);
+  resolve(interface_.setLoadPath, functions_.SetLoadPath, unwanted);
+  resolve(interface_.getLoadPath, functions_.GetLoadPath, unwanted);
 }
 
 // Points every function at the library where the library accepts its signature, else at its stub.
 bool Loader::XLibraryLoad(const Message& msg) {
-  for (const Entry& entry : description_.functions) {
-    const Signature& signature = *entry.signature;
+  for (const Entry& entry : table_) {
+    const contract::Signature& signature = *entry.signature;
     char text[kTextSize] = "";
     if (functions_.XCheck(signature.name, signature.argumentCount(), signature.codes.data(),
                           text) == 0) {
@@ -103,7 +102,7 @@ bool Loader::XLibraryLoad(const Message& msg) {
       continue;
     }
     char name[kTextSize];
-    std::snprintf(name, sizeof name, "%s%s", description_.decoration, signature.name);
+    std::snprintf(name, sizeof name, "%s%s", interface_.decoration, signature.name);
     void* symbol = nullptr;
     if (!resolve(name, symbol, msg)) return false;
     std::memcpy(entry.pointer, &symbol, sizeof symbol);
@@ -113,8 +112,7 @@ bool Loader::XLibraryLoad(const Message& msg) {
 
 void Loader::resetToStubs() {
   functions_ = {};
-  for (const Entry& entry : description_.functions)
-    std::memcpy(entry.pointer, entry.stub, sizeof(void*));
+  for (const Entry& entry : table_) std::memcpy(entry.pointer, entry.stub, sizeof(void*));
 }
 
 int Loader::create(void** object, const char* dir, char* msg, int len) {
@@ -189,7 +187,7 @@ int Loader::correctLibraryVersion(char* msg, int len) {
   }
   char text[kTextSize] = "";
   int status = 0;
-  functions_.XAPIVersion(description_.apiVersion, text, &status);
+  functions_.XAPIVersion(interface_.version, text, &status);
   message.format("%s", text);
   return status == 1 ? 1 : 0;
 }
@@ -257,7 +255,7 @@ void Loader::finiMutexes() {
   GC_mutex_delete(exceptMutex_);
 }
 
-void Loader::reportMissing(const Signature& signature) {
+void Loader::reportMissing(const contract::Signature& signature) {
   char reason[kTextSize] = "";
   {
     const Lock reading = lock(libMutex_);

@@ -3,12 +3,11 @@
 // State goes from unloaded to loaded by the first successful load, and back only by libraryUnload
 // while no object is alive. Invariants:
 // 1. While the library is not loaded and never was, every function pointer is its stub.
-// 2. While it is loaded, a pointer is the library's function if the library accepted the signature,
-// and
-//    else the stub.
-// 3. After a failed load the library is closed again and every pointer is its stub, also those that
-// an
-//    earlier load had set; after an unload the pointers keep their last values.
+// 2. While it is loaded, a pointer is the library's function if the library accepted the
+//    signature, and else the stub.
+// 3. After a failed load the library is closed again and every pointer is its stub, also those
+//    that an earlier load had set; after an unload the pointers keep their last values.
+//
 // The loader is constant-initialised and never destroyed: stubs work before main and while the
 // process ends, and a companion stays loaded for the process.
 #ifndef ZDB_LOADERS_LOADER_H
@@ -17,6 +16,7 @@
 #include <atomic>
 #include <span>
 
+#include "contract/interfaces.h"
 #include "loaders/functiontable.h"
 #include "loaders/message.h"
 #include "loaders/mutex.h"
@@ -24,24 +24,10 @@
 
 namespace zdb::loaders {
 
-// What makes one companion differ from the others.
-struct Description {
-  const char* defaultFile;
-  int apiVersion;
-  const char* decoration;  // stands before the name of every companion function
-  const char* create;
-  const char* createD;  // null if objects cannot be created with a directory
-  const char* free;
-  const char* check;
-  const char* version;
-  const char* setLoadPath;  // this one and the next may be missing in the library
-  const char* getLoadPath;
-  std::span<const Entry> functions;
-};
-
 class Loader {
  public:
-  constexpr explicit Loader(const Description& description) : description_(description) {}
+  constexpr Loader(const contract::Interface& companion, std::span<const Entry> functions)
+      : interface_(companion), table_(functions) {}
 
   // The operations that operations.h describes. `dir` null: the default search; `object` is a null
   // handle's address or null itself, which fails.
@@ -73,7 +59,7 @@ class Loader {
   void finiMutexes();
 
   // What a stub does: reports that the function could not be loaded and why.
-  void reportMissing(const Signature& signature);
+  void reportMissing(const contract::Signature& signature);
 
  private:
   // What every companion exports beside its functions.
@@ -98,7 +84,8 @@ class Loader {
   int makeObject(void** object, const char* dir, const Message& msg);
   Lock lock(GC_mutex_t& mutex) const { return Lock(mutex, mutexesCreated_); }
 
-  const Description& description_;
+  const contract::Interface& interface_;
+  std::span<const Entry> table_;
   void* library_ = nullptr;
   bool loaded_ = false;
   ObjectFunctions functions_{};

@@ -11,7 +11,7 @@ ZDB_DECLARE_LOADER(zlx);
 ZDB_DECLARE_CREATE_DD(zlx);
 
 #define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
-#include "loaders/zlxfunctions.def"
+#include "contract/zlxfunctions.def"
 
 }  // namespace zdb::loaders
 

@@ -11,7 +11,7 @@ ZDB_DECLARE_LOADER(zmi);
 ZDB_DECLARE_CREATE_DD(zmi);
 
 #define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
-#include "loaders/zmifunctions.def"
+#include "contract/zmifunctions.def"
 
 }  // namespace zdb::loaders
 

@@ -11,7 +11,7 @@ ZDB_DECLARE_LOADER(zrt);
 ZDB_DECLARE_CREATE_DD(zrt);
 
 #define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
-#include "loaders/zrtfunctions.def"
+#include "contract/zrtfunctions.def"
 
 }  // namespace zdb::loaders
 

@@ -10,7 +10,7 @@ namespace zdb::loaders {
 ZDB_DECLARE_LOADER(zst);
 
 #define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
-#include "loaders/zstfunctions.def"
+#include "contract/zstfunctions.def"
 
 }  // namespace zdb::loaders
 

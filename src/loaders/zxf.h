@@ -11,7 +11,7 @@ ZDB_DECLARE_LOADER(zxf);
 ZDB_DECLARE_CREATE_DD(zxf);
 
 #define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
-#include "loaders/zxffunctions.def"
+#include "contract/zxffunctions.def"
 
 }  // namespace zdb::loaders
 

@@ -36,18 +36,18 @@ TEST(KitLoader, EveryFunction_LeadsIntoTheKit) {
   ASSERT_EQ(zstGetReadyD(KIT_DIRECTORY, message.data(), 256), 1) << message.data();
   ASSERT_EQ(zlxGetReadyD(KIT_DIRECTORY, message.data(), 256), 1) << message.data();
   const Function inKit[] = {
-#include "loaders/zmifunctions.def"
+#include "contract/zmifunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) \
   {#name, reinterpret_cast<const void*>(zdb::loaders::name)},
-#include "loaders/zrtfunctions.def"
+#include "contract/zrtfunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) \
   {#name, reinterpret_cast<const void*>(zdb::loaders::name)},
-#include "loaders/zstfunctions.def"
+#include "contract/zstfunctions.def"
   };
   const Function inDictionary[] = {
 #define ZDB_FUNCTION(name, result, parameters, codes) \
   {#name, reinterpret_cast<const void*>(zdb::loaders::name)},
-#include "loaders/zlxfunctions.def"
+#include "contract/zlxfunctions.def"
   };
   for (const Function& function : inKit) {
     EXPECT_EQ(originOf(function.address), std::string("libzkitdclib64.so:C") + function.name);

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "zxf/fields.h"
-#include "zxf/signature.h"
+#include "zxf/offered.h"
 #include "zxf_testing.h"
 
 namespace {
@@ -216,7 +216,7 @@ TEST(ZxfInterface, BuiltLibrary_ExportsTheInterfaceAndNothingElse) {
   std::set<std::string> expected = {"XCreate",          "XCreateD",       "XFree",
                                     "C__XCheck",        "C__XAPIVersion", "C__zxfSetLoadPath",
                                     "C__zxfGetLoadPath"};
-  for (const zxfile::Signature& signature : zxfile::signatures()) {
+  for (const auto& signature : zdb::contract::kZxf.functions) {
     if (!zxfile::isOffered(signature.name)) continue;
     expected.insert("C__" + std::string(signature.name));
     EXPECT_EQ(

@@ -90,12 +90,12 @@ void C__zxfGetLoadPath(char* dir) {
 #define PLAIN(name, result, parameters, codes) RETURN_ZERO(C##name, result, parameters)
 
 #define ZDB_FUNCTION(name, result, parameters, codes) RETURN_ZERO(C__##name, result, parameters)
-#include "loaders/zxffunctions.def"
+#include "contract/zxffunctions.def"
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zmifunctions.def"
+#include "contract/zmifunctions.def"
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zrtfunctions.def"
+#include "contract/zrtfunctions.def"
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zlxfunctions.def"
+#include "contract/zlxfunctions.def"
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zstfunctions.def"
+#include "contract/zstfunctions.def"

@@ -71,32 +71,32 @@ std::vector<LoaderApi> makeLoaders() {
        .functions =
            {
 #define ZDB_FUNCTION(name, result, parameters, codes) DECORATED("C__", name)
-#include "loaders/zxffunctions.def"
+#include "contract/zxffunctions.def"
            }},
       {OPERATIONS(zmi, kKit, 26), REFUSED("C", zmiViewRestore, "0: 3", nullptr),
        .functions =
            {
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zmifunctions.def"
+#include "contract/zmifunctions.def"
            }},
       {OPERATIONS(zrt, kKit, 7), REFUSED("C", zrtLog, "1: 3 11", nullptr, "a"),
        .functions =
            {
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zrtfunctions.def"
+#include "contract/zrtfunctions.def"
            }},
       {OPERATIONS(zlx, "libzlxmdclib64.so", 2),
        REFUSED("C", zlxColUels, "4: 3 3 4 52 4", nullptr, 0, nullptr, nullptr, nullptr),
        .functions =
            {
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zlxfunctions.def"
+#include "contract/zlxfunctions.def"
            }},
       {OPERATIONS(zst, kKit, 4), REFUSED("C", zstAlgFree, "1: 3 3", nullptr, 1),
        .functions =
            {
 #define ZDB_FUNCTION PLAIN
-#include "loaders/zstfunctions.def"
+#include "contract/zstfunctions.def"
            }},
   };
 }

@@ -1,29 +1,16 @@
-// What every companion answers to a loader that checks it: signatures and versions of its
-// interface.
 #pragma once
 
 #include <algorithm>
 #include <cstdio>
-#include <span>
 #include <string_view>
 
-namespace companion {
+#include "contract/interfaces.h"
 
-inline constexpr int kMessageSize = 256;  // bytes of every message buffer
+// What every companion answers to a loader that checks it: signatures and versions of its
+// interface.
+namespace zdb::contract {
 
-/// A function and its type codes, the result's first; the handle is not counted.
-struct Signature {
-  std::string_view name;
-  std::span<const int> codes;
-};
-
-/// An interface: its name in messages, the version, and the oldest one with the same calls and
-/// meanings.
-struct Interface {
-  const char* name;
-  int version;
-  int oldestVersion;
-};
+inline constexpr int kMessageSize = 256;  ///< bytes of every message buffer
 
 template <typename... Values>
 int answer(int result, char* message, const char* format, Values... values) {
@@ -31,16 +18,15 @@ int answer(int result, char* message, const char* format, Values... values) {
   return result;
 }
 
-/// 1 when the list has `function` with exactly these codes, argumentCount + 1 of them. Otherwise 0
-/// and the reason in `message`, which may be null.
-inline int checkSignature(const Interface& own, std::span<const Signature> list,
-                          const char* function, int argumentCount, const int* codes,
-                          char* message) {
+/// 1 when the interface has `function` with exactly these codes, argumentCount + 1 of them.
+/// Otherwise 0 and the reason in `message`, which may be null.
+inline int checkSignature(const Interface& own, const char* function, int argumentCount,
+                          const int* codes, char* message) {
   const char* name = function == nullptr ? "" : function;
-  const auto found = std::find_if(list.begin(), list.end(), [name](const Signature& candidate) {
-    return candidate.name == name;
-  });
-  if (found == list.end()) {
+  const auto found = std::find_if(
+      own.functions.begin(), own.functions.end(),
+      [name](const Signature& candidate) { return std::string_view(candidate.name) == name; });
+  if (found == own.functions.end()) {
     return answer(0, message, "%s: %.200s cannot be found in library.", own.name, name);
   }
   if (argumentCount < 0 || found->codes.size() != static_cast<std::size_t>(argumentCount) + 1) {
@@ -77,4 +63,4 @@ inline int checkVersion(const Interface& own, int clientApi, char* message, int*
   return answer(1, message, "%s: Client version and DLL version are the same.", own.name);
 }
 
-}  // namespace companion
+}  // namespace zdb::contract

@@ -1,0 +1,159 @@
+#pragma once
+
+#include <span>
+
+#include "contract/functiontypes.h"
+
+// What the library and its companions have agreed on: the five interfaces, each with its functions
+// as a list (the .def files of this folder), their type codes, version and exported names. The
+// loaders ask for these and the companions answer from them.
+namespace zdb::contract {
+
+/// An interface of a companion library.
+struct Interface {
+  const char* file;        ///< the library's name for the dynamic linker
+  const char* name;        ///< what the library calls itself in messages
+  int version;             ///< of the calls and their meanings
+  int oldestVersion;       ///< from which on they are the same
+  const char* decoration;  ///< stands before the name of every function
+  const char* create;      ///< makes an object
+  const char* createD;     ///< the same with a directory; null where there is none
+  const char* free;
+  const char* check;  ///< whether a function has these type codes
+  const char* versionQuery;
+  const char* setLoadPath;  ///< this one and the next may be missing in the library
+  const char* getLoadPath;
+  std::span<const Signature> functions;
+};
+
+#define ZDB_UNPACK(...) __VA_ARGS__
+#define ZDB_DEFINE_SIGNATURE(name, result, parameters, codes) \
+  inline constexpr int name##Codes[] = {ZDB_UNPACK codes};    \
+  inline constexpr Signature name##Signature{#name, name##Codes};
+#define ZDB_SIGNATURE(name, result, parameters, codes) name##Signature,
+
+#define ZDB_FUNCTION ZDB_DEFINE_SIGNATURE
+#include "contract/zxffunctions.def"
+inline constexpr Signature kZxfFunctions[] = {
+#define ZDB_FUNCTION ZDB_SIGNATURE
+#include "contract/zxffunctions.def"
+};
+
+#define ZDB_FUNCTION ZDB_DEFINE_SIGNATURE
+#include "contract/zmifunctions.def"
+inline constexpr Signature kZmiFunctions[] = {
+#define ZDB_FUNCTION ZDB_SIGNATURE
+#include "contract/zmifunctions.def"
+};
+
+#define ZDB_FUNCTION ZDB_DEFINE_SIGNATURE
+#include "contract/zrtfunctions.def"
+inline constexpr Signature kZrtFunctions[] = {
+#define ZDB_FUNCTION ZDB_SIGNATURE
+#include "contract/zrtfunctions.def"
+};
+
+#define ZDB_FUNCTION ZDB_DEFINE_SIGNATURE
+#include "contract/zlxfunctions.def"
+inline constexpr Signature kZlxFunctions[] = {
+#define ZDB_FUNCTION ZDB_SIGNATURE
+#include "contract/zlxfunctions.def"
+};
+
+#define ZDB_FUNCTION ZDB_DEFINE_SIGNATURE
+#include "contract/zstfunctions.def"
+inline constexpr Signature kZstFunctions[] = {
+#define ZDB_FUNCTION ZDB_SIGNATURE
+#include "contract/zstfunctions.def"
+};
+
+/// Data exchange files.
+inline constexpr Interface kZxf = {
+    .file = "libzxfcclib64.so",
+    .name = "zxfcclib",
+    .version = 9,
+    .oldestVersion = 7,
+    .decoration = "C__",
+    .create = "XCreate",
+    .createD = "XCreateD",
+    .free = "XFree",
+    .check = "C__XCheck",
+    .versionQuery = "C__XAPIVersion",
+    .setLoadPath = "C__zxfSetLoadPath",
+    .getLoadPath = "C__zxfGetLoadPath",
+    .functions = kZxfFunctions,
+};
+
+/// Model instances.
+inline constexpr Interface kZmi = {
+    .file = "libzkitdclib64.so",
+    .name = "zkitdclib",
+    .version = 26,
+    .oldestVersion = 26,
+    .decoration = "C",
+    .create = "zmiXCreate",
+    .createD = "CzmiXCreateD",
+    .free = "zmiXFree",
+    .check = "CzmiXCheck",
+    .versionQuery = "CzmiXAPIVersion",
+    .setLoadPath = "CzmiSetLoadPath",
+    .getLoadPath = "CzmiGetLoadPath",
+    .functions = kZmiFunctions,
+};
+
+/// The environment that solves them.
+inline constexpr Interface kZrt = {
+    .file = "libzkitdclib64.so",
+    .name = "zkitdclib",
+    .version = 7,
+    .oldestVersion = 7,
+    .decoration = "C",
+    .create = "zrtXCreate",
+    .createD = "CzrtXCreateD",
+    .free = "zrtXFree",
+    .check = "CzrtXCheck",
+    .versionQuery = "CzrtXAPIVersion",
+    .setLoadPath = "CzrtSetLoadPath",
+    .getLoadPath = "CzrtGetLoadPath",
+    .functions = kZrtFunctions,
+};
+
+/// Their dictionaries.
+inline constexpr Interface kZlx = {
+    .file = "libzlxmdclib64.so",
+    .name = "zlxmdclib",
+    .version = 2,
+    .oldestVersion = 2,
+    .decoration = "C",
+    .create = "zlxXCreate",
+    .createD = "CzlxXCreateD",
+    .free = "zlxXFree",
+    .check = "CzlxXCheck",
+    .versionQuery = "CzlxXAPIVersion",
+    .setLoadPath = "CzlxSetLoadPath",
+    .getLoadPath = "CzlxGetLoadPath",
+    .functions = kZlxFunctions,
+};
+
+/// The list of solvers.
+inline constexpr Interface kZst = {
+    .file = "libzkitdclib64.so",
+    .name = "zkitdclib",
+    .version = 4,
+    .oldestVersion = 4,
+    .decoration = "C",
+    .create = "zstXCreate",
+    .createD = nullptr,
+    .free = "zstXFree",
+    .check = "CzstXCheck",
+    .versionQuery = "CzstXAPIVersion",
+    .setLoadPath = "CzstSetLoadPath",
+    .getLoadPath = "CzstGetLoadPath",
+    .functions = kZstFunctions,
+};
+
+#undef ZDB_UNPACK
+#undef ZDB_DEFINE_SIGNATURE
+#undef ZDB_SIGNATURE
+
+}  // namespace zdb::contract
