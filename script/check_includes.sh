@@ -3,8 +3,9 @@
 #
 #   api -> symbols, io -> core, dmap, utree, loaders
 #
-# At the bottom core may use the loaders and the interface of the record maps, dmap may use utree,
-# utree stands alone, loaders and companions share the contract. Only api knows the public header.
+# At the bottom core may use the loaders and the interface of the record maps, and dmap may use
+# utree. Loaders and companions share the contract; what keeps records or labels uses memory. Only
+# api knows the public header.
 set -eu
 
 # check SOURCE_FOLDER: prints each wrong include, fails if there is one. The table names the folders
@@ -13,13 +14,14 @@ check() {
   grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
     BEGIN {
       allowed["api"] = "api symbols io core dmap utree loaders zdbcclib.h"
-      allowed["symbols"] = "symbols core dmap utree"
+      allowed["symbols"] = "symbols core dmap utree memory"
       allowed["io"] = "io core loaders"
-      allowed["core"] = "core loaders dmap/idmap.h"
-      allowed["dmap"] = "dmap utree"
-      allowed["utree"] = "utree"
+      allowed["core"] = "core loaders memory dmap/idmap.h"
+      allowed["dmap"] = "dmap utree memory"
+      allowed["utree"] = "utree memory"
       allowed["loaders"] = "loaders contract"
       allowed["contract"] = "contract"
+      allowed["memory"] = "memory"
     }
     {
       split($0, quoted, "\"")
@@ -40,7 +42,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api symbols io core dmap utree loaders contract; do mkdir "$tree/$layer"; done
+  for layer in api symbols io core dmap utree loaders contract memory; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -66,6 +68,7 @@ utree dmap/idmap.h
 loaders core/message.h
 loaders ../core/message.h
 contract loaders/loader.h
+memory dmap/idmap.h
 CASES
 }
 

@@ -6,7 +6,7 @@
 
 #include "allocated.h"
 #include "cube.h"
-#include "dmap/slabpool.h"
+#include "memory/slabpool.h"
 
 /// The simpler way to records that never move: an AVL tree whose nodes lie in the same slabs as
 /// those of `DMap`, linked by 32-bit indices.
@@ -24,7 +24,7 @@ class SlabTree {
   static std::int64_t bytes() { return allocatedBytes(); }
 
  private:
-  static constexpr std::uint32_t kNone = zdb::dmap::SlabPool::kNone;
+  static constexpr std::uint32_t kNone = zdb::memory::SlabPool::kNone;
 
   struct Node {
     std::uint32_t left;
@@ -117,6 +117,6 @@ class SlabTree {
     return before + node(at).value + sumBelow(node(at).right);
   }
 
-  zdb::dmap::SlabPool nodes_{sizeof(Node), 8};
+  zdb::memory::SlabPool nodes_{sizeof(Node), 8};
   std::uint32_t root_ = kNone;
 };

@@ -7,10 +7,11 @@
 #include <new>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
-#include "core/batchalloc.h"
 #include "core/textutils.h"
+#include "memory/batchalloc.h"
 
 namespace zxf::collections::strhash {
 
@@ -54,8 +55,8 @@ struct THashBucket {
 ///
 /// Numbers that the list reports are positions plus one when `oneOffset` is set. An entry keeps the
 /// spelling it was added with, never moves, and lives as long as the list. Adding allocates the
-/// entry in blocks and, now and then, a larger index; finding allocates only an index that is
-/// absent.
+/// entry in blocks and, now and then, a larger index, into which entries move little by little;
+/// finding allocates only an index that is absent.
 ///
 /// The virtual operations state the list's rules to a user of the list; lookups apply the same
 /// rules inline, since a call per probe would cost more than the probe.
@@ -64,7 +65,7 @@ class TXStrHashList {
   static_assert(std::is_trivially_destructible_v<T>, "entries are freed without being destroyed");
 
  public:
-  virtual unsigned Hash(const char* text) const { return bucketOf(hashText(text)); }
+  virtual unsigned Hash(const char* text) const { return index_.chainOf(hashText(text)); }
   /// Whole strings without regard to case; two absent ones are equal, one is not.
   virtual bool EntryEqual(const char* a, const char* b) const {
     if (a == nullptr || b == nullptr) return a == b;
@@ -88,7 +89,9 @@ class TXStrHashList {
   }
   /// The same for a caller that has the hash already.
   int AddObject(const char* text, std::size_t length, std::uint32_t hash, T object) {
-    if (Count() >= rehashThreshold_) rebuildTable();
+    if (Count() >= rehashThreshold_) growIndex();
+    if (isGrowing()) [[unlikely]]
+      moveChains(kChainsMovedAtOnce);
     if (const Bucket* found = findBucket(text, length, hash)) return found->number + oneOffset_;
     return append(text, length, hash, object) + oneOffset_;
   }
@@ -99,7 +102,7 @@ class TXStrHashList {
     return IndexOf(text, length, hashText({text, length}));
   }
   int IndexOf(const char* text, std::size_t length, std::uint32_t hash) {
-    if (hashTableSize_ == 0) rebuildTable();
+    if (index_.size == 0) growIndex();
     const Bucket* found = findBucket(text, length, hash);
     return found == nullptr ? -1 : found->number + oneOffset_;
   }
@@ -111,15 +114,14 @@ class TXStrHashList {
   const T& GetObject(int position) const { return at(entries_[position])->object; }
 
   /// Chains in the index; 0 while there is none.
-  int HashTableSize() const { return hashTableSize_; }
+  int HashTableSize() const { return index_.size; }
 
   /// Replaces the index by an empty one whose size suits `count` entries.
   void HashTableReset(int count) {
     const Size size = sizeFor(count);
-    table_ = zdb::batchalloc::LargeArray<Head>(static_cast<std::size_t>(size.table));
-    hashTableSize_ = size.table;
+    index_ = Index(size.table);
+    outgrown_ = {};
     rehashThreshold_ = size.threshold;
-    reciprocal_ = ~std::uint64_t{0} / static_cast<std::uint64_t>(size.table) + 1;
   }
 
   /// Gives the list a sort map, in order of insertion until somebody sorts it. It is kept as long
@@ -134,6 +136,9 @@ class TXStrHashList {
 
  private:
   using Bucket = THashBucket<T>;
+
+  /// Moving all chains takes half as many additions as there are chains.
+  static constexpr int kChainsMovedAtOnce = 2;
 
   struct Size {
     int below;      ///< entry counts below this
@@ -153,15 +158,6 @@ class TXStrHashList {
     return {2147483647, 99999989, 2147483647};
   }
 
-  /// (hash without its top bit) modulo the table size, by multiplication with the reciprocal: exact
-  /// for 32-bit operands (Lemire, Kaser, Kurz: "Faster remainder by direct computation", 2019).
-  unsigned bucketOf(std::uint32_t hash) const {
-    const std::uint64_t fraction = reciprocal_ * (hash & 0x7FFFFFFFu);
-    __extension__ using Wide = unsigned __int128;
-    return static_cast<unsigned>(
-        (static_cast<Wide>(fraction) * static_cast<std::uint64_t>(hashTableSize_)) >> 64);
-  }
-
   static bool sameText(const Bucket& bucket, const char* text, std::size_t length) {
     const char* stored = bucket.text();
     return std::memcmp(stored, text, length) == 0 ||
@@ -178,6 +174,30 @@ class TXStrHashList {
     std::uint8_t unused;
   };
 
+  /// The heads of the chains.
+  struct Index {
+    zdb::batchalloc::LargeArray<Head> heads;
+    std::int32_t size = 0;
+    std::uint64_t reciprocal = 0;
+
+    Index() = default;
+    explicit Index(std::int32_t chains)
+        : heads(static_cast<std::size_t>(chains)),
+          size(chains),
+          reciprocal(~std::uint64_t{0} / static_cast<std::uint64_t>(chains) + 1) {}
+
+    /// (hash without its top bit) modulo the size, by multiplication with the reciprocal: exact for
+    /// 32-bit operands (Lemire, Kaser, Kurz: "Faster remainder by direct computation", 2019).
+    unsigned chainOf(std::uint32_t hash) const {
+      const std::uint64_t fraction = reciprocal * (hash & 0x7FFFFFFFu);
+      __extension__ using Wide = unsigned __int128;
+      return static_cast<unsigned>(
+          (static_cast<Wide>(fraction) * static_cast<std::uint64_t>(size)) >> 64);
+    }
+    Head& headOf(std::uint32_t hash) { return heads[chainOf(hash)]; }
+    const Head& headOf(std::uint32_t hash) const { return heads[chainOf(hash)]; }
+  };
+
   static std::uint8_t tagOf(std::uint32_t hash) { return static_cast<std::uint8_t>(hash >> 24); }
 
   Bucket* at(std::uint32_t reference) const { return static_cast<Bucket*>(memory_.at(reference)); }
@@ -188,7 +208,14 @@ class TXStrHashList {
   }
 
   Bucket* findBucket(const char* text, std::size_t length, std::uint32_t hash) const {
-    const Head& head = table_[bucketOf(hash)];
+    if (isGrowing() && outgrown_.chainOf(hash) >= moved_) [[unlikely]] {
+      Bucket* found = findIn(outgrown_.headOf(hash), text, length, hash);
+      if (found != nullptr) return found;
+    }
+    return findIn(index_.headOf(hash), text, length, hash);
+  }
+
+  Bucket* findIn(const Head& head, const char* text, std::size_t length, std::uint32_t hash) const {
     const std::uint8_t tag = tagOf(hash);
     std::uint32_t likely = head.tag[2] == tag ? head.bucket[2] : 0;
     likely = head.tag[1] == tag ? head.bucket[1] : likely;
@@ -213,7 +240,7 @@ class TXStrHashList {
 
   void chain(std::uint32_t reference) {
     Bucket* bucket = at(reference);
-    Head& head = table_[bucketOf(bucket->hash)];
+    Head& head = index_.headOf(bucket->hash);
     bucket->next = 0;
     for (int i = 0; i < Head::kListed; ++i) {
       if (head.bucket[i] != 0) continue;
@@ -226,9 +253,39 @@ class TXStrHashList {
     third->next = reference;
   }
 
-  void rebuildTable() {
-    HashTableReset(Count());
+  bool isGrowing() const { return outgrown_.size != 0; }
+
+  /// An index that has become too small stays until its chains have moved, a few with every
+  /// addition, so that no addition takes long. The next growth is far enough away.
+  void growIndex() {
+    moveChains(outgrown_.size);
+    const Size size = sizeFor(Count());
+    Index larger(size.table);
+    outgrown_ = std::exchange(index_, std::move(larger));
+    moved_ = 0;
+    rehashThreshold_ = size.threshold;
+    if (isGrowing()) return;
     for (const std::uint32_t reference : entries_) chain(reference);
+  }
+
+  void moveChains(int count) {
+    for (; count > 0 && isGrowing(); --count) {
+      moveChain(outgrown_.heads[moved_]);
+      if (++moved_ == static_cast<unsigned>(outgrown_.size)) outgrown_ = {};
+    }
+  }
+
+  void moveChain(const Head& head) {
+    const std::uint32_t last = head.bucket[Head::kListed - 1];
+    std::uint32_t next = last == 0 ? 0 : at(last)->next;
+    for (const std::uint32_t listed : head.bucket) {
+      if (listed != 0) chain(listed);
+    }
+    while (next != 0) {
+      const std::uint32_t reference = next;
+      next = at(reference)->next;
+      chain(reference);
+    }
   }
 
   int append(const char* text, std::size_t length, std::uint32_t hash, T object) {
@@ -250,10 +307,10 @@ class TXStrHashList {
 
   zdb::batchalloc::BatchAllocator memory_;  ///< the buckets
   std::vector<std::uint32_t> entries_;
-  zdb::batchalloc::LargeArray<Head> table_;
-  std::int32_t hashTableSize_ = 0;
+  Index index_;
+  Index outgrown_;      ///< the one before, while it still has chains
+  unsigned moved_ = 0;  ///< chains of it that have moved
   std::int32_t rehashThreshold_ = 0;
-  std::uint64_t reciprocal_ = 0;
   std::vector<std::int32_t> sortMap_;
   bool hasSortMap_ = false;
   bool sorted_ = false;

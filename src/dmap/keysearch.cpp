@@ -24,8 +24,8 @@ int countBelowIn(const int* keys, int count, const int* key) {
     const unsigned half = (length + 1) / 2;
     const int* middle = keys + std::size_t{low + half - 1} * N;
     length -= half;
-    prefetch(keys + std::size_t{low + length / 2} * N);
-    prefetch(middle + std::size_t{length / 2 + 1} * N);
+    memory::prefetch(keys + std::size_t{low + length / 2} * N);
+    memory::prefetch(middle + std::size_t{length / 2 + 1} * N);
     // Arithmetic, lest the compiler makes a branch of it.
     low += half & (0U - static_cast<unsigned>(words.isAfter(middle)));
   }
@@ -60,7 +60,7 @@ constexpr auto kChecks = checks(std::make_index_sequence<kMaxDim>());
 template <class T>
 void prefetchBlock(const T* block, int numbers) {
   constexpr int kLine = 64 / sizeof(T);
-  for (int i = 0; i < std::min(numbers, 16 * kLine); i += kLine) prefetch(block + i);
+  for (int i = 0; i < std::min(numbers, 16 * kLine); i += kLine) memory::prefetch(block + i);
 }
 
 }  // namespace

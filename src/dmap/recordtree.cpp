@@ -63,7 +63,7 @@ void RecordTreeBase::prefetchAhead(const RecordLeaf& leaf) const {
   if (next == nullptr) return;
   if (const RecordLeaf* behind = leafAt(next->next); behind != nullptr) prefetchLeaf(behind);
   if (next->run != RecordLeaf::kNoRun) return;
-  for (std::uint32_t i = 0; i < next->count; ++i) prefetch(keyAt(next->slots[i]));
+  for (std::uint32_t i = 0; i < next->count; ++i) memory::prefetch(keyAt(next->slots[i]));
 }
 
 void RecordTreeBase::prev(RecordPosition& at) const {

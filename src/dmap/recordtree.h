@@ -5,16 +5,16 @@
 #include <cstdint>
 #include <string>
 
-#include "dmap/slabpool.h"
+#include "memory/slabpool.h"
 
 namespace zdb::dmap {
 
 /// A leaf: up to 47 records in key order. 256 bytes, the first 64 with all that most searches read.
 struct alignas(64) RecordLeaf {
   static constexpr std::uint32_t kCapacity = 47;
-  static constexpr std::uint32_t kNone = SlabPool::kNone;
+  static constexpr std::uint32_t kNone = memory::SlabPool::kNone;
   /// Such that no slot is kNoRun plus a place.
-  static constexpr std::uint32_t kNoRun = SlabPool::kMaxElements;
+  static constexpr std::uint32_t kNoRun = memory::SlabPool::kMaxElements;
 
   std::uint32_t next;  ///< Index of the leaf behind in the pool of leaves, or kNone.
   std::uint32_t prev;  ///< Index of the leaf before, or kNone.
@@ -173,8 +173,8 @@ class RecordTreeBase {
     return {keyAt(leaf->slots[place]), leaf, leaf->slots[place], place};
   }
 
-  SlabPool records_;
-  SlabPool leaves_;
+  memory::SlabPool records_;
+  memory::SlabPool leaves_;
   void* root_ = nullptr;      ///< A leaf if height_ is 0, else an inner node; null when empty.
   std::uint32_t height_ = 0;  ///< Levels of inner nodes.
   RecordLeaf* first_ = nullptr;
@@ -211,7 +211,7 @@ class RecordTreeBase {
     return node->separators() + std::size_t{i} * keyWords_;
   }
 
-  SlabPool inners_;
+  memory::SlabPool inners_;
   int recordInts_;  ///< Distance of two records that lie one behind the other.
   int keyLength_;
   std::uint32_t keyWords_;

@@ -119,8 +119,8 @@ class RecordTree final : public RecordTreeBase {
     std::uint32_t high = leaf->count;
     while (low < high) {
       const std::uint32_t middle = (low + high) / 2;
-      prefetch(keyOf(leaf, (low + middle) / 2));
-      prefetch(keyOf(leaf, std::min((middle + 1 + high) / 2, lastPlace)));
+      memory::prefetch(keyOf(leaf, (low + middle) / 2));
+      memory::prefetch(keyOf(leaf, std::min((middle + 1 + high) / 2, lastPlace)));
       if (words.isAfter(keyOf(leaf, middle))) {
         low = middle + 1;
       } else {

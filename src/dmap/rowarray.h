@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "utree/largememory.h"
+#include "memory/pages.h"
 
 namespace zdb::dmap {
 
@@ -127,7 +127,7 @@ class RowArray {
 
   struct Release {
     std::size_t bytes = 0;
-    void operator()(T* data) const { utree::releaseMemory(data, bytes); }
+    void operator()(T* data) const { memory::release(data, bytes); }
   };
   using Data = std::unique_ptr<T[], Release>;
 
@@ -136,7 +136,7 @@ class RowArray {
       throw std::bad_alloc();
     }
     const std::size_t bytes = rows * width_ * sizeof(T);
-    return Data(static_cast<T*>(utree::obtainMemory(bytes)), Release{bytes});
+    return Data(static_cast<T*>(memory::obtain(bytes)), Release{bytes});
   }
   [[gnu::noinline]] void grow() {
     const std::size_t capacity = std::max<std::size_t>(1, 2 * capacity_);

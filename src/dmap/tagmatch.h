@@ -8,6 +8,7 @@
 #endif
 
 #include "dmap/recordtree.h"
+#include "memory/pages.h"
 
 namespace zdb::dmap {
 
@@ -36,19 +37,10 @@ inline std::uint64_t matchTags(const RecordLeaf& leaf, std::uint8_t tag) {
   return matches & ((std::uint64_t{1} << leaf.count) - 1);
 }
 
-/// Starts fetching the cache line at `address`.
-inline void prefetch(const void* address) {
-#if defined(__GNUC__)
-  __builtin_prefetch(address);
-#else
-  static_cast<void>(address);
-#endif
-}
-
 /// Starts fetching a whole leaf.
 inline void prefetchLeaf(const RecordLeaf* leaf) {
   const auto* lines = reinterpret_cast<const char*>(leaf);
-  for (std::size_t line = 0; line < sizeof *leaf; line += 64) prefetch(lines + line);
+  for (std::size_t line = 0; line < sizeof *leaf; line += 64) memory::prefetch(lines + line);
 }
 
 }  // namespace zdb::dmap

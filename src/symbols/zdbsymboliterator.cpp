@@ -1,76 +1,33 @@
 #include "symbols/zdbsymboliterator.h"
 
 #include <cstdarg>
-#include <new>
 
 #include "core/message.h"
 #include "core/uellist.h"
+#include "memory/piecepool.h"
 #include "symbols/zdbsymboliteratorimpl.h"
 
 namespace zdb {
 
 namespace {
 
-/// Memory of freed handles, kept for the next ones of the same thread: pieces of one size.
-template <std::size_t Bytes>
-class HandlePool {
- public:
-  static constexpr std::size_t kHandleBytes = Bytes;
-  static constexpr int kMostKept = 4096;
-
-  HandlePool() = default;
-  HandlePool(const HandlePool&) = delete;
-  HandlePool& operator=(const HandlePool&) = delete;
-  ~HandlePool() {
-    closed_ = true;
-    while (free_ != nullptr) ::operator delete(pop());
-  }
-
-  void* take() { return free_ != nullptr ? pop() : ::operator new(kHandleBytes); }
-
-  void give(void* object) {
-    if (closed_ || kept_ >= kMostKept) {
-      ::operator delete(object);
-      return;
-    }
-    free_ = new (object) Free{free_};
-    ++kept_;
-  }
-
- private:
-  struct Free {
-    Free* next;
-  };
-
-  void* pop() {
-    Free* object = free_;
-    free_ = object->next;
-    --kept_;
-    return object;
-  }
-
-  Free* free_ = nullptr;
-  int kept_ = 0;
-  bool closed_ = false;  ///< the thread is ending
-};
-
 // Positions in a tree are long: a path of nodes.
-using SmallPool = HandlePool<136>;
-using LargePool = HandlePool<288>;
+using SmallPool = memory::PiecePool<136>;
+using LargePool = memory::PiecePool<288>;
 thread_local SmallPool smallPool;
 thread_local LargePool largePool;
 
 template <class Handle>
-constexpr bool kIsPooled = sizeof(Handle) <= LargePool::kHandleBytes;
+constexpr bool kIsPooled = sizeof(Handle) <= LargePool::kBytes;
 
 }  // namespace
 
 void* AbstractZDBSymbolIterator::operator new(std::size_t bytes) {
-  return bytes <= SmallPool::kHandleBytes ? smallPool.take() : largePool.take();
+  return bytes <= SmallPool::kBytes ? smallPool.take() : largePool.take();
 }
 
 void AbstractZDBSymbolIterator::operator delete(void* object, std::size_t bytes) noexcept {
-  if (bytes <= SmallPool::kHandleBytes) {
+  if (bytes <= SmallPool::kBytes) {
     smallPool.give(object);
   } else {
     largePool.give(object);
@@ -248,7 +205,7 @@ void ZDBSymbolIterator<It>::assignIterator(AbstractZDBSymbolIterator* other) {
 template class ZDBSymbolIterator<dmap::DMapIterator>;
 template class ZDBSymbolIterator<dmap::VectorIterator>;
 template class ZDBSymbolIterator<dmap::TreeIterator>;
-static_assert(sizeof(ZDBSymbolIterator<dmap::DMapIterator>) <= SmallPool::kHandleBytes);
+static_assert(sizeof(ZDBSymbolIterator<dmap::DMapIterator>) <= SmallPool::kBytes);
 static_assert(kIsPooled<ZDBSymbolIterator<dmap::VectorIterator>>);
 static_assert(kIsPooled<ZDBSymbolIterator<dmap::TreeIterator>>);
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "utree/blockchain.h"
+#include "memory/blockchain.h"
 #include "utree/siblings.h"
 #include "utree/uelnode.h"
 
@@ -169,8 +169,8 @@ class UTree {
   void climb(UELNodeIt& it, int height) const;
   void traverseCopy(const DownLink& from, DownLink& to, int level);
 
-  BlockChain nodes_;
-  BlockChain valueBlocks_;
+  zdb::memory::BlockChain nodes_;
+  zdb::memory::BlockChain valueBlocks_;
   int dim_;
   int valueWidth_;
   int numValues_;

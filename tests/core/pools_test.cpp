@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/batchalloc.h"
+#include "memory/batchalloc.h"
 #include "core/specialvalues.h"
 #include "core/strpool.h"
 #include "core/symtable.h"

@@ -1,22 +1,26 @@
-#include "utree/blockchain.h"
+#include "memory/blockchain.h"
 
 #include <algorithm>
 
-#include "utree/largememory.h"
+#include "memory/pages.h"
 
-namespace utree {
+namespace zdb::memory {
 
 namespace {
 
-// Few, but not so many that the last region is much of the memory.
-constexpr std::size_t kLargestRegion = std::size_t{1} << 20;
+// Regions are few and, in a large chain, of whole huge pages; but never so large that what is
+// unused of the last one is much of the memory.
+std::size_t regionSize(std::size_t chainBytes) {
+  const std::size_t whileSmall = std::min(chainBytes / 8, kHugePage / 2);
+  return std::max(whileSmall, std::min(chainBytes / 32, 8 * kHugePage));
+}
 
 }  // namespace
 
 BlockChain::~BlockChain() {
   while (regions_ != nullptr) {
     Region* next = regions_->next;
-    releaseMemory(regions_, regions_->bytes);
+    release(regions_, regions_->bytes);
     regions_ = next;
   }
 }
@@ -33,13 +37,13 @@ void BlockChain::addBlock(std::size_t atLeast) {
 
 void BlockChain::addRegion(std::size_t block) {
   // Whole blocks: what is left of a region is lost.
-  const std::size_t blocks = std::max<std::size_t>(1, std::min(bytes_ / 8, kLargestRegion) / block);
+  const std::size_t blocks = std::max<std::size_t>(1, regionSize(bytes_) / block);
   const std::size_t bytes = sizeof(Region) + blocks * block;
-  void* memory = obtainMemory(bytes);
+  void* memory = obtain(bytes);
   regions_ = new (memory) Region{regions_, bytes};
   regionNext_ = static_cast<std::byte*>(memory) + sizeof(Region);
   regionFree_ = bytes - sizeof(Region);
   bytes_ += bytes;
 }
 
-}  // namespace utree
+}  // namespace zdb::memory

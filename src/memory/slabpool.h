@@ -1,4 +1,3 @@
-/// Fixed-size elements that are numbered, never move, and are all freed at once.
 #pragma once
 
 #include <bit>
@@ -6,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace zdb::dmap {
+namespace zdb::memory {
 
 /// A pool of equal elements, each known by a 32-bit index.
 ///
@@ -82,4 +81,4 @@ class SlabPool {
   std::uint32_t freeHead_ = kNone;
 };
 
-}  // namespace zdb::dmap
+}  // namespace zdb::memory

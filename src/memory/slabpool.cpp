@@ -1,32 +1,16 @@
-#include "dmap/slabpool.h"
-
-#include <sys/mman.h>
+#include "memory/slabpool.h"
 
 #include <cstring>
 #include <new>
 
-namespace zdb::dmap {
+#include "memory/pages.h"
+
+namespace zdb::memory {
 
 namespace {
 
-constexpr std::size_t kPage = 4096;
-constexpr std::size_t kLargeSlab = 16 * kPage;
-
-/// Nodes are laid out in cache lines, so their slabs begin with one, and large slabs with a page.
-std::align_val_t slabAlignment(std::size_t bytes) {
-  return std::align_val_t{bytes < kLargeSlab ? 64 : kPage};
-}
-
-/// Takes all pages of a large slab at once, as huge ones where it can: taking each when its first
-/// record is stored costs more than storing the records. Both calls are hints.
-void prepareSlab(void* slab, std::size_t bytes) noexcept {
-  if (bytes < kLargeSlab) return;
-  const std::size_t pages = bytes / kPage * kPage;
-  madvise(slab, pages, MADV_HUGEPAGE);
-#ifdef MADV_POPULATE_WRITE
-  madvise(slab, pages, MADV_POPULATE_WRITE);
-#endif
-}
+/// Nodes are laid out in cache lines, so their slabs begin with one.
+constexpr std::size_t kSlabAlignment = 64;
 
 }  // namespace
 
@@ -59,9 +43,7 @@ void SlabPool::addSlab() {
   if (elements > kMaxElements - capacity_) throw std::bad_alloc();
   biasedBases_.push_back(0);
   try {
-    const std::size_t bytes = std::size_t{elements} * elementBytes_;
-    void* memory = ::operator new(bytes, slabAlignment(bytes));
-    prepareSlab(memory, bytes);
+    void* memory = obtain(std::size_t{elements} * elementBytes_, kSlabAlignment);
     const auto base = reinterpret_cast<std::uintptr_t>(memory);
     biasedBases_.back() = base + skew_ - std::uint64_t{capacity_} * elementBytes_;
   } catch (...) {
@@ -75,7 +57,7 @@ void SlabPool::clear() noexcept {
   std::uint32_t first = 0;
   for (std::uint32_t slab = 0; slab < biasedBases_.size(); ++slab) {
     const std::uint32_t elements = slabElements(slab);
-    ::operator delete(at(first) - skew_, slabAlignment(std::size_t{elements} * elementBytes_));
+    release(at(first) - skew_, std::size_t{elements} * elementBytes_, kSlabAlignment);
     first += elements;
   }
   biasedBases_ = {};
@@ -88,4 +70,4 @@ std::uint64_t SlabPool::bytesUsed() const {
          biasedBases_.capacity() * sizeof(std::uintptr_t);
 }
 
-}  // namespace zdb::dmap
+}  // namespace zdb::memory

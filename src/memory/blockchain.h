@@ -1,9 +1,8 @@
-/// Memory in blocks that are freed together.
 #pragma once
 
 #include <cstddef>
 
-namespace utree {
+namespace zdb::memory {
 
 /// A chain of blocks from which pieces are taken one after the other. A piece is never given back,
 /// moved or constructed; all go with the chain.
@@ -55,4 +54,4 @@ class BlockChain {
   std::size_t bytes_ = 0;
 };
 
-}  // namespace utree
+}  // namespace zdb::memory

@@ -2,19 +2,13 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
-namespace zdb::batchalloc {
+#include "memory/pages.h"
 
-/// Memory of at least `bytes` bytes, aligned to 16, to be given back to releaseMemory(). From
-/// kHugePage on it is backed by huge pages where the system has them, since structures that are
-/// entered at random spend much of their time on address translation. Throws std::bad_alloc.
-void* obtainMemory(std::size_t bytes);
-void releaseMemory(void* memory) noexcept;
-inline constexpr std::size_t kHugePage = std::size_t{2} << 20;
+namespace zdb::batchalloc {
 
 /// A zeroed array of fixed length, of a type whose zero bytes mean "empty".
 template <typename T>
@@ -24,21 +18,21 @@ class LargeArray {
  public:
   LargeArray() = default;
   explicit LargeArray(std::size_t length)
-      : data_(static_cast<T*>(obtainMemory(length * sizeof(T)))) {
-    std::memset(data_, 0, length * sizeof(T));
-  }
-  LargeArray(LargeArray&& other) noexcept : data_(std::exchange(other.data_, nullptr)) {}
+      : data_(static_cast<T*>(memory::obtainZeroed(length * sizeof(T)))), length_(length) {}
+  LargeArray(LargeArray&& other) noexcept { *this = std::move(other); }
   LargeArray& operator=(LargeArray&& other) noexcept {
     std::swap(data_, other.data_);
+    std::swap(length_, other.length_);
     return *this;
   }
-  ~LargeArray() { releaseMemory(data_); }
+  ~LargeArray() { memory::releaseZeroed(data_, length_ * sizeof(T)); }
 
   T& operator[](std::size_t index) { return data_[index]; }
   const T& operator[](std::size_t index) const { return data_[index]; }
 
  private:
   T* data_ = nullptr;
+  std::size_t length_ = 0;
 };
 
 /// Memory handed out in pieces and freed together.
@@ -51,7 +45,7 @@ class LargeArray {
 class BatchAllocator {
  public:
   static constexpr std::size_t kFirstBlock = 512;
-  static constexpr std::size_t kLargestBlock = 2 * kHugePage;
+  static constexpr std::size_t kLargestBlock = 2 * memory::kHugePage;
 
   BatchAllocator() = default;
   ~BatchAllocator() { clear(); }
@@ -90,6 +84,7 @@ class BatchAllocator {
   struct Block {
     Block* next;
     unsigned char* data;
+    std::size_t bytes;
   };
 
   static constexpr std::size_t kUnit = 8;

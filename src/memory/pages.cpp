@@ -1,0 +1,82 @@
+#include "memory/pages.h"
+
+#include <sys/mman.h>
+
+#include <cstdint>
+#include <cstring>
+#include <new>
+
+namespace zdb::memory {
+
+namespace {
+
+constexpr std::size_t kPage = 4096;
+
+/// Above that, whoever asked for it may not need it soon: its pages are taken one by one.
+constexpr std::size_t kMostTakenAtOnce = std::size_t{64} << 20;
+
+/// Memory of some huge pages begins with one; the start of a smaller one is not worth the room that
+/// is lost before it.
+std::align_val_t alignmentFor(std::size_t bytes, std::size_t alignment) {
+  if (bytes < kLarge) return std::align_val_t{alignment};
+  return std::align_val_t{bytes < 4 * kHugePage ? kPage : kHugePage};
+}
+
+bool isTaken(std::byte* page) {
+  unsigned char state = 0;
+  return mincore(page, kPage, &state) == 0 && (state & 1) != 0;
+}
+
+/// The calls are hints, whose refusal costs time only.
+void takePages(std::byte* first, std::size_t bytes) {
+  const std::size_t pages = bytes / kPage * kPage;
+  // What the heap had kept is there already, to judge by two of its pages.
+  if (isTaken(first + pages / 2 / kPage * kPage) && isTaken(first + pages - kPage)) return;
+  madvise(first, pages, MADV_HUGEPAGE);
+#ifdef MADV_POPULATE_WRITE
+  if (bytes <= kMostTakenAtOnce) madvise(first, pages, MADV_POPULATE_WRITE);
+#endif
+}
+
+std::size_t roundUp(std::size_t bytes, std::size_t unit) {
+  return (bytes + unit - 1) / unit * unit;
+}
+
+}  // namespace
+
+void* obtain(std::size_t bytes, std::size_t alignment) {
+  void* memory = ::operator new(bytes, alignmentFor(bytes, alignment));
+  if (bytes >= kLarge) takePages(static_cast<std::byte*>(memory), bytes);
+  return memory;
+}
+
+void release(void* memory, std::size_t bytes, std::size_t alignment) noexcept {
+  ::operator delete(memory, alignmentFor(bytes, alignment));
+}
+
+void* obtainZeroed(std::size_t bytes) {
+  if (bytes < kHugePage) return std::memset(obtain(bytes), 0, bytes);
+  // Straight from the system, which hands out zeros; what lies around whole huge pages goes back.
+  const std::size_t size = roundUp(bytes, kHugePage);
+  void* mapped =
+      mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (mapped == MAP_FAILED) throw std::bad_alloc();
+  auto* start = static_cast<std::byte*>(mapped);
+  const std::size_t before = roundUp(reinterpret_cast<std::uintptr_t>(start), kHugePage) -
+                             reinterpret_cast<std::uintptr_t>(start);
+  if (before > 0) munmap(start, before);
+  if (before < kHugePage) munmap(start + before + size, kHugePage - before);
+  madvise(start + before, size, MADV_HUGEPAGE);
+  return start + before;
+}
+
+void releaseZeroed(void* memory, std::size_t bytes) noexcept {
+  if (memory == nullptr) return;
+  if (bytes < kHugePage) {
+    release(memory, bytes);
+  } else {
+    munmap(memory, roundUp(bytes, kHugePage));
+  }
+}
+
+}  // namespace zdb::memory
