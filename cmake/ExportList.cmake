@@ -2,9 +2,10 @@
 #   cmake -DTABLE=exports.def -DOUTPUT=exports.map -P ExportList.cmake
 # A row of the table is one line, so names are taken line by line; a count that no table could have
 # means that the layout of the table changed.
-file(STRINGS ${TABLE} rows REGEX "^ZDB_(PLAIN|TEXT|ENTRY)\\(")
+file(STRINGS ${TABLE} rows REGEX "^ZDB_(PLAIN|TEXT|TWIN|ENTRY)\\(")
 set(names)
 foreach(row IN LISTS rows)
+  string(REGEX REPLACE "^ZDB_TWIN\\([A-Za-z]+, (ZDB_[A-Z]+), " "\\1(" row "${row}")
   if(row MATCHES "^ZDB_ENTRY\\(([a-z_]+), ")
     list(APPEND names ${CMAKE_MATCH_1})
   elseif(row MATCHES "^ZDB_(PLAIN|TEXT)\\([A-Za-z]+, ([a-z]+), ")

@@ -10,6 +10,8 @@
 // and words what was caught. A call that succeeds pays two predictable branches for it.
 namespace zdb {
 
+class DomainViolation;
+
 /// Writes a function's name to the trace; functions are traced before they do anything else.
 inline void trace(const char* function) {
   if (ZDB::debugLevel > 0) [[unlikely]] {
@@ -64,6 +66,27 @@ inline int guarded(const char* function, ZDB* db, Body&& body, const char* nameW
 template <typename Body>
 inline int guarded(const char* function, ZDB* db, Body&& body) {
   return guarded(function, db, std::forward<Body>(body), function);
+}
+
+/// What the parameter is called through which a handle is given out.
+template <typename Handle>
+inline constexpr const char* kHandleName = nullptr;
+template <>
+inline constexpr const char* kHandleName<AbstractZDBSymbol> = "symbol";
+template <>
+inline constexpr const char* kHandleName<AbstractZDBSymbolIterator> = "record";
+template <>
+inline constexpr const char* kHandleName<DomainViolation> = "violation";
+
+/// As guarded, for a function that gives a handle out: the caller's variable, without which it
+/// fails, holds no old handle when `body(Call)` begins.
+template <typename Handle, typename Body>
+inline int handingOut(const char* function, ZDB* db, Handle** out, Body&& body) {
+  return guarded(function, db, [&](Call call) {
+    if (!call.given(out, kHandleName<Handle>)) return false;
+    *out = nullptr;
+    return body(call);
+  });
 }
 
 /// The form of a function for bindings that want the handle as the result: runs

@@ -48,27 +48,13 @@ int zdbCheckSymbolDV(zdbHandle_t db, zdbSymbol_t symbol, int* hasViolation) {
 }
 
 int zdbGetFirstDBDV(zdbHandle_t db, zdbDV_t* violation) {
-  return guarded(__func__, db, [&](Call call) {
-    return call.given(violation, "violation") && findViolation(*db, violation);
-  });
-}
-
-zdbDV_t zdbGetFirstDBDVPy(zdbHandle_t db, int* status) {
-  return pyTwin<DomainViolation>(__func__, db, status,
-                                 [&](zdbDV_t* out) { return zdbGetFirstDBDV(db, out); });
+  return handingOut(__func__, db, violation, [&](Call) { return findViolation(*db, violation); });
 }
 
 int zdbGetFirstDVInSymbol(zdbHandle_t db, zdbSymbol_t symbol, zdbDV_t* violation) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(violation, "violation")) return false;
-    *violation = nullptr;
+  return handingOut(__func__, db, violation, [&](Call call) {
     return symbolGiven(call, symbol) && findViolation(*db, symbol, violation);
   });
-}
-
-zdbDV_t zdbGetFirstDVInSymbolPy(zdbHandle_t db, zdbSymbol_t symbol, int* status) {
-  return pyTwin<DomainViolation>(
-      __func__, db, status, [&](zdbDV_t* out) { return zdbGetFirstDVInSymbol(db, symbol, out); });
 }
 
 int zdbDomainCheckDone(zdbHandle_t db) {
@@ -104,30 +90,15 @@ int zdbFreeDVHandle(zdbHandle_t db, zdbDV_t violation) {
 }
 
 int zdbGetDVSymbol(zdbHandle_t db, zdbDV_t violation, zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(symbol, "symbol")) return false;
-    *symbol = nullptr;
+  return handingOut(__func__, db, symbol, [&](Call call) {
     return validViolation(call, violation) && handOut(violation->symbol(), symbol);
   });
 }
 
-zdbSymbol_t zdbGetDVSymbolPy(zdbHandle_t db, zdbDV_t violation, int* status) {
-  return pyTwin<AbstractZDBSymbol>(
-      __func__, db, status, [&](zdbSymbol_t* out) { return zdbGetDVSymbol(db, violation, out); });
-}
-
 int zdbGetDVSymbolRecord(zdbHandle_t db, zdbDV_t violation, zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return validViolation(call, violation) &&
            handOut(ZDB::symbolIteratorFactory(violation->record()), record);
-  });
-}
-
-zdbRecord_t zdbGetDVSymbolRecordPy(zdbHandle_t db, zdbDV_t violation, int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbGetDVSymbolRecord(db, violation, out);
   });
 }
 

@@ -9,38 +9,22 @@
 namespace zdb {
 
 int zdbFindFirstRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return symbolGiven(call, symbol) && handOut(findFirstRecord(*db, symbol), record);
   });
 }
 
-zdbRecord_t zdbFindFirstRecordPy(zdbHandle_t db, zdbSymbol_t symbol, int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(
-      __func__, db, status, [&](zdbRecord_t* out) { return zdbFindFirstRecord(db, symbol, out); });
-}
-
 int zdbFindLastRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return symbolGiven(call, symbol) && handOut(findLastRecord(*db, symbol), record);
   });
-}
-
-zdbRecord_t zdbFindLastRecordPy(zdbHandle_t db, zdbSymbol_t symbol, int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(
-      __func__, db, status, [&](zdbRecord_t* out) { return zdbFindLastRecord(db, symbol, out); });
 }
 
 namespace {
 
 int findSlice(const char* function, ZDB* db, zdbSymbol_t symbol, const char* const* keys,
               zdbRecord_t* record, bool backwards) {
-  return guarded(function, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(function, db, record, [&](Call call) {
     return symbolGiven(call, symbol) && keysGiven(call, symbol, keys) &&
            handOut(findRecordSlice(*db, symbol, keys, backwards), record);
   });
@@ -53,23 +37,9 @@ int zdbFindFirstRecordSlice(zdbHandle_t db, zdbSymbol_t symbol, const char* cons
   return findSlice(__func__, db, symbol, keys, record, false);
 }
 
-zdbRecord_t zdbFindFirstRecordSlicePy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
-                                      int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbFindFirstRecordSlice(db, symbol, keys, out);
-  });
-}
-
 int zdbFindLastRecordSlice(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                            zdbRecord_t* record) {
   return findSlice(__func__, db, symbol, keys, record, true);
-}
-
-zdbRecord_t zdbFindLastRecordSlicePy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
-                                     int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbFindLastRecordSlice(db, symbol, keys, out);
-  });
 }
 
 int zdbRecordMoveNext(zdbHandle_t db, zdbRecord_t record) {
@@ -107,17 +77,9 @@ int zdbSameRecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t second) {
 }
 
 int zdbCopySymbolIterator(zdbHandle_t db, zdbRecord_t source, zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call) {
     if (source == nullptr) return db->setLastError("No source symbol record handle specified");
     return handOut(ZDB::symbolIteratorFactory(source), record);
-  });
-}
-
-zdbRecord_t zdbCopySymbolIteratorPy(zdbHandle_t db, zdbRecord_t source, int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbCopySymbolIterator(db, source, out);
   });
 }
 

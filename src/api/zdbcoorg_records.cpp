@@ -13,34 +13,17 @@ constexpr const char* kAddToUniverse = "Cannot add records to the Universe";
 }  // namespace
 
 int zdbAddRecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys, zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return userSymbolGiven(call, symbol, kAddToUniverse) && keysGiven(call, symbol, keys) &&
            handOut(db->AddRecord(symbol, keys), record);
   });
 }
 
-zdbRecord_t zdbAddRecordPy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
-                           int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(
-      __func__, db, status, [&](zdbRecord_t* out) { return zdbAddRecord(db, symbol, keys, out); });
-}
-
 int zdbMergeRecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                    zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return userSymbolGiven(call, symbol, "Cannot merge records to the Universe") &&
            keysGiven(call, symbol, keys) && db->MergeRecord(symbol, keys, record).first;
-  });
-}
-
-zdbRecord_t zdbMergeRecordPy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
-                             int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbMergeRecord(db, symbol, keys, out);
   });
 }
 
@@ -62,14 +45,6 @@ int zdbMergeRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, int c
   });
 }
 
-zdbRecord_t zdbMergeRecordIntPy(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
-                                int checkLabels, int makeHandle, int haveValues,
-                                const double* values, int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbMergeRecordInt(db, symbol, keys, checkLabels, makeHandle, out, haveValues, values);
-  });
-}
-
 int zdbMergeSetRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, int checkLabels,
                          int makeHandle, zdbRecord_t* record, const char* text) {
   return guarded(__func__, db, [&](Call call) {
@@ -87,13 +62,6 @@ int zdbMergeSetRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, in
   });
 }
 
-zdbRecord_t zdbMergeSetRecordIntPy(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
-                                   int checkLabels, int makeHandle, const char* text, int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(__func__, db, status, [&](zdbRecord_t* out) {
-    return zdbMergeSetRecordInt(db, symbol, keys, checkLabels, makeHandle, out, text);
-  });
-}
-
 int zdbAddRecordRaw(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, const double* values,
                     const char* text) {
   return guarded(__func__, db, [&](Call call) {
@@ -107,24 +75,14 @@ int zdbAddRecordRaw(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, const d
 
 int zdbFindRecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                   zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return symbolGiven(call, symbol) && keysGiven(call, symbol, keys) &&
            handOut(db->FindRecord(symbol, keys), record);
   });
 }
 
-zdbRecord_t zdbFindRecordPy(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
-                            int* status) {
-  return pyTwin<AbstractZDBSymbolIterator>(
-      __func__, db, status, [&](zdbRecord_t* out) { return zdbFindRecord(db, symbol, keys, out); });
-}
-
 int zdbFindRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, zdbRecord_t* record) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(record, "record")) return false;
-    *record = nullptr;
+  return handingOut(__func__, db, record, [&](Call call) {
     return symbolGiven(call, symbol) && keysGiven(call, symbol, keys) &&
            handOut(db->FindRecordInt(symbol, keys), record);
   });

@@ -66,21 +66,12 @@ zdbSymbol_t enterSymbol(ZDB& db, const char* name, int dim, int type, int userIn
 
 int zdbAddSymbol(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                  const char* explText, zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(symbol, "symbol")) return false;
-    *symbol = nullptr;
+  return handingOut(__func__, db, symbol, [&](Call call) {
     if (!dimAllowed(call, dim, type) || !nameAndTextAllowed(call, name, explText)) return false;
     std::array<zdbSymbol_t, kMaxDim> domains;
     domains.fill(db->universe());
-    *symbol = enterSymbol(*db, name, dim, type, userInfo, explText, domains.data(), nullptr);
-    return *symbol != nullptr;
-  });
-}
-
-zdbSymbol_t zdbAddSymbolPy(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
-                           const char* explText, int* status) {
-  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
-    return zdbAddSymbol(db, name, dim, type, userInfo, explText, out);
+    return handOut(enterSymbol(*db, name, dim, type, userInfo, explText, domains.data(), nullptr),
+                   symbol);
   });
 }
 
@@ -88,9 +79,7 @@ zdbSymbol_t zdbAddSymbolPy(zdbHandle_t db, const char* name, int dim, int type, 
 int zdbAddSymbolX(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                   const char* explText, const zdbSymbol_t* domains, const char* const* domainNames,
                   zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(symbol, "symbol")) return false;
-    *symbol = nullptr;
+  return handingOut(__func__, db, symbol, [&](Call call) {
     if (!nameAndTextAllowed(call, name, explText)) return false;
     if (!domainNamesGiven(call, dim, domains, domainNames)) return false;
     *symbol = enterSymbol(*db, name, dim, type, userInfo, explText, domains, domainNames);
@@ -98,33 +87,15 @@ int zdbAddSymbolX(zdbHandle_t db, const char* name, int dim, int type, int userI
   });
 }
 
-zdbSymbol_t zdbAddSymbolXPy(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
-                            const char* explText, const zdbSymbol_t* domains,
-                            const char* const* domainNames, int* status) {
-  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
-    return zdbAddSymbolX(db, name, dim, type, userInfo, explText, domains, domainNames, out);
-  });
-}
-
 int zdbFindSymbolWithAlias(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(symbol, "symbol")) return false;
-    *symbol = nullptr;
+  return handingOut(__func__, db, symbol, [&](Call) {
     if (name == nullptr) return db->setLastError("Symbol name cannot be NULL");
     return db->FindSymbol(name, symbol);
   });
 }
 
-zdbSymbol_t zdbFindSymbolWithAliasPy(zdbHandle_t db, const char* name, int* status) {
-  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
-    return zdbFindSymbolWithAlias(db, name, out);
-  });
-}
-
 int zdbFindSymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!call.given(symbol, "symbol")) return false;
-    *symbol = nullptr;
+  return handingOut(__func__, db, symbol, [&](Call) {
     if (name == nullptr) return db->setLastError("Symbol name cannot be NULL");
     if (!db->FindSymbol(name, symbol)) return false;
     *symbol = (*symbol)->aliasTarget;
@@ -132,50 +103,33 @@ int zdbFindSymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
   });
 }
 
-zdbSymbol_t zdbFindSymbolPy(zdbHandle_t db, const char* name, int* status) {
-  return pyTwin<AbstractZDBSymbol>(__func__, db, status,
-                                   [&](zdbSymbol_t* out) { return zdbFindSymbol(db, name, out); });
-}
-
 namespace {
 
-/// Symbol `index` of `count` symbols that `get` knows, or the universe for -1.
-template <typename Get>
-bool symbolAt(Call call, int index, int count, zdbSymbol_t* symbol, Get get) {
-  if (!call.given(symbol, "symbol")) return false;
-  *symbol = nullptr;
-  if (index < -1 || index >= count) {
-    return call.db.setLastError("Symbol index %d is out of range", index);
-  }
-  *symbol = index == -1 ? call.db.universe() : get(index);
-  return true;
+/// Symbol `index` of an order of the table, of which `count` and `get` know, or the universe for
+/// -1.
+template <typename Count, typename Get>
+int symbolAt(const char* function, ZDB* db, int index, zdbSymbol_t* symbol, Count count, Get get) {
+  return handingOut(function, db, symbol, [&](Call call) {
+    symtable::TSymbolTable& table = call.db.symbols();
+    if (index < -1 || index >= count(table)) {
+      return call.db.setLastError("Symbol index %d is out of range", index);
+    }
+    return handOut(index == -1 ? call.db.universe() : get(table, index), symbol);
+  });
 }
 
 }  // namespace
 
 int zdbGetSymbolByIndex(zdbHandle_t db, int index, zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    return symbolAt(call, index, db->symbols().nonAliasCount(), symbol,
-                    [&](int i) { return db->symbols().nonAliasSymbol(i); });
-  });
-}
-
-zdbSymbol_t zdbGetSymbolByIndexPy(zdbHandle_t db, int index, int* status) {
-  return pyTwin<AbstractZDBSymbol>(
-      __func__, db, status, [&](zdbSymbol_t* out) { return zdbGetSymbolByIndex(db, index, out); });
+  return symbolAt(
+      __func__, db, index, symbol, [](const auto& table) { return table.nonAliasCount(); },
+      [](auto& table, int i) { return table.nonAliasSymbol(i); });
 }
 
 int zdbGetSymbolByNumber(zdbHandle_t db, int number, zdbSymbol_t* symbol) {
-  return guarded(__func__, db, [&](Call call) {
-    return symbolAt(call, number, db->symbols().size(), symbol,
-                    [&](int i) { return db->symbols()[i]; });
-  });
-}
-
-zdbSymbol_t zdbGetSymbolByNumberPy(zdbHandle_t db, int number, int* status) {
-  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
-    return zdbGetSymbolByNumber(db, number, out);
-  });
+  return symbolAt(
+      __func__, db, number, symbol, [](const auto& table) { return table.size(); },
+      [](auto& table, int i) { return table[i]; });
 }
 
 int zdbClearSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
