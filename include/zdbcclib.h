@@ -3,30 +3,39 @@
  *
  * A database holds labels (texts, numbered) and symbols: sets, aliases of sets, parameters,
  * variables and equations with 0 to 20 index positions. A symbol holds records; a record is a key,
- * one label per index position, and its values, one double (sets, parameters) or five (variables,
- * equations).
+ * one label per index position, and its values: one double in sets and parameters, five in
+ * variables and equations.
  *
- * Compile with this file, link with -lzdbcclib64:
+ * A program, to be compiled with this file and linked with -lzdbcclib64; it prints 2.4:
  *
- *     zdbHandle_t db = NULL;
- *     zdbSymbol_t price;
- *     zdbRecord_t record;
- *     const char* key[] = {"bread"};
- *     char message[ZDB_TEXT_SIZE];
- *     if (!zdbcreate(&db, message, sizeof message)) return 1;
- *     if (c__zdbaddsymbol(db, "price", 1, ZDB_PARAMETER, 0, "price of a food", &price) &&
- *         c__zdbmergerecord(db, price, key, &record)) {
- *       c__zdbsetlevel(db, record, 2.4);
- *       c__zdbfreesymboliterator(db, record);
+ *     #include <stdio.h>
+ *     #include "zdbcclib.h"
+ *
+ *     int main(void) {
+ *       zdbHandle_t db = NULL;
+ *       zdbSymbol_t price = NULL;
+ *       zdbRecord_t record = NULL;
+ *       const char* key[] = {"bread"};
+ *       char message[ZDB_TEXT_SIZE];
+ *       double level = 0;
+ *       if (!zdbcreate(&db, message, sizeof message)) return 1;
+ *       if (c__zdbaddsymbol(db, "price", 1, ZDB_PARAMETER, 0, "price of a food", &price) &&
+ *           c__zdbmergerecord(db, price, key, &record) && c__zdbsetlevel(db, record, 2.4) &&
+ *           c__zdbgetlevel(db, record, &level)) {
+ *         printf("%g\n", level);
+ *       } else if (c__zdbgetlasterror(db, message)) {
+ *         puts(message);
+ *       }
+ *       if (record != NULL) c__zdbfreesymboliterator(db, record);
+ *       return !zdbfree(&db);
  *     }
- *     if (c__zdbgetlasterror(db, message)) puts(message);
- *     zdbfree(&db);
  *
  * CONVENTIONS, which hold unless a function says otherwise.
  *
  *  1. Results. Functions return 1 for success and 0 for failure. A failure leaves one message,
- *     which c__zdbgetlasterror() returns; it stays there until the next failure. A failing
- *     function undoes nothing: labels that it added before it failed remain.
+ *     which c__zdbgetlasterror() returns. The message stays until the next failure, so ask for it
+ *     after a failure only; the end of a walk counts as one. A failing function undoes nothing:
+ *     labels that it added before it failed remain.
  *  2. Handles are opaque pointers: zdbHandle_t a database, zdbSymbol_t a symbol, zdbRecord_t a
  *     record (or a label, see 9), zdbDV_t a domain violation. Model instances of companion
  *     libraries are passed as void*.
@@ -36,12 +45,12 @@
  *     keeps no pointer to an argument after the call, but for callbacks and their user pointer.
  *  4. Validity. A symbol handle ends when the symbol is moved to another storage
  *     (c__zdbselectrecordstorage) or the database is freed. A record handle ends with its record,
- *     and when its symbol is cleared, reset, copied into or moved to another storage or the
- * database is freed; adding and deleting other records leaves it valid. A handle must be freed even
- * after its record was deleted.
+ *     when its symbol is cleared, reset, copied into or moved to another storage, and when the
+ *     database is freed; adding and deleting other records leaves it valid. A handle must be freed
+ *     even after its record was deleted.
  *  5. Null. A null database handle makes every function return 0 without a message, since there is
  *     nowhere to put one, and touch nothing but a status or a short-string output, which become 0
- *     and empty; c__zdbsetdebug() needs none. Any other null argument is refused with a
+ *     and empty; c__zdbsetdebug() does not need one. Any other null argument is refused with a
  *     message, unless the function allows it. A label that is null is refused without a message.
  *  6. Handle outputs ("record", "symbol", ...) are set to null first, so a failure leaves null
  *     there. Other outputs keep their content on failure, unless the function says otherwise.
@@ -53,7 +62,7 @@
  *     first spelling. Explanatory texts of symbols and element texts of set records have at most
  *     255 bytes.
  *  8. Numbers. Labels are numbered from 1 in the order in which they were added; 0 is a blank that
- *     belongs to no label, and -1 means unknown. Symbols are numbered from 0 in the order in which
+ *     is not a label, and -1 means unknown. Symbols are numbered from 0 in the order in which
  *     they were added; -1 is the universe. Positions in a key are counted from 0 as arguments,
  *     from 1 in messages. Booleans are ints: 0 is false, anything else true.
  *  9. The universe "*" is a one-dimensional set of all labels that every database has. It can be
@@ -61,7 +70,7 @@
  * 10. Keys are arrays of dim labels or dim label numbers, where dim is the symbol's number of
  *     index positions; for dim 0 they are not read and may be null. Records are ordered by their
  *     label numbers, the first position being the most significant.
- * 11. Values are double arrays of 1 or 5, in the order of ZDB_LEVEL to ZDB_SCALE. The value of a
+ * 11. Values are arrays of 1 or 5 doubles, in the order of ZDB_LEVEL to ZDB_SCALE. The value of a
  *     set's record is the number of its element text, 0 for none.
  * 12. Threads. The library starts none and locks nothing: use a database from one thread at a
  *     time. Different databases may be used by different threads at once; but creating and freeing
@@ -125,9 +134,9 @@ enum { ZDB_SET = 0, ZDB_PARAMETER = 1, ZDB_VARIABLE = 2, ZDB_EQUATION = 3, ZDB_A
 enum {
   ZDB_STORAGE_MAP = 0,    /**< ordered tree, for any order of adding and finding; the default */
   ZDB_STORAGE_VECTOR = 1, /**< sorted array, small; for data that is added in key order, since
-                             adding or deleting in the middle takes time in the records behind */
+                             adding or deleting in the middle takes time in the records after it */
   ZDB_STORAGE_TREE = 2    /**< tree of labels, small where keys share their first labels; deleting
-                             frees nothing before all records go */
+                             frees nothing until all records go */
 };
 
 /** Positions in a record's values. Sets and parameters have the first only. */
@@ -139,7 +148,7 @@ enum {
   ZDB_SV_NOT_AVAILABLE = 1,
   ZDB_SV_PLUS_INFINITY = 2,
   ZDB_SV_MINUS_INFINITY = 3,
-  ZDB_SV_EPSILON = 4, /**< a zero that is present nevertheless */
+  ZDB_SV_EPSILON = 4, /**< stands for a zero that is present */
   ZDB_SV_COUNT = 5
 };
 
@@ -199,8 +208,10 @@ enum {
 typedef int (*zdbFindSymbolCallback_t)(const char* name, int* symbolNumber, void* user);
 /** Starts the reading of a symbol and tells how many records it has. */
 typedef int (*zdbReadStartCallback_t)(int symbolNumber, int* recordCount, void* user);
-/** Delivers the next record, in key order: key[dim], values[1 or 5], and the first position of the
- * key that changed. */
+/**
+ * Delivers the next record, in key order: key[dim], values[1 or 5], and the first position of the
+ * key that changed.
+ */
 typedef int (*zdbReadRecordCallback_t)(int* key, double* values, int* firstChanged, void* user);
 /** Ends the reading of a symbol. */
 typedef int (*zdbReadDoneCallback_t)(void* user);
@@ -213,7 +224,7 @@ typedef int (*zdbPrintCallback_t)(const char* text, void* user);
 
 /*
  * `db` is the address of the caller's handle variable; a null address is ignored (and a failure).
- * Set the variable to NULL before: a creation that fails writes its message into the database that
+ * Set the variable to NULL first: a creation that fails writes its message into the database that
  * the variable holds, or to standard output when it holds none. Failures are exhausted memory and
  * a null directory. The companion library for data exchange files is looked for beside this
  * library and where the system looks, or in `directory`. When it cannot be loaded, the database is
@@ -293,15 +304,14 @@ ZDBCCLIB_API int c__zdbgetlasterror(zdbHandle_t db, char* text);
 ZDBCCLIB_API int c__zdbsetdebug(zdbHandle_t db, int level);
 
 /**
- * Writes a line to the print callback of the data source, or to standard output when there is
- * none.
+ * Writes a line to the print callback of the data source, or else to standard output.
  */
 ZDBCCLIB_API int c__zdbprintlog(zdbHandle_t db, const char* text);
 
 /* ---- Special values -------------------------------------------------------------------------- */
 
 /*
- * Records can hold values that are no numbers. The caller may choose how it writes and reads them;
+ * Records can hold values that are not numbers. The caller may choose how it writes and reads them;
  * they are translated on the way in and out, which costs nothing as long as the library's own are
  * used: 1.0E300 (undefined), the quiet NaN 0x7FF8000000000000 (not available), plus and minus
  * infinity, and the smallest positive subnormal (epsilon). Values are compared bit by bit. All
@@ -341,8 +351,8 @@ ZDBCCLIB_API int c__zdbgetuserspecialvalues(zdbHandle_t db, double* values);
 ZDBCCLIB_API int c__zdbinfo(zdbHandle_t db, int key, int* integer, double* real, char* text);
 
 /**
- * Gives the number of a label, which is added if it is new. Fails for a text that is no label
- * (convention 7); for control characters and null without a message. A text of blanks only is
+ * Gives the number of a label, which is added if it is new. Fails for a text that is not a label
+ * (convention 7), without a message for control characters and null. A text of blanks only is
  * number 0.
  */
 ZDBCCLIB_API int c__zdbmergeuel(zdbHandle_t db, const char* label, int* number);
@@ -422,13 +432,13 @@ ZDBCCLIB_API int c__zdbfindsymbolwithalias(zdbHandle_t db, const char* name, zdb
 ZDBCCLIB_API zdbSymbol_t c__zdbfindsymbolwithaliaspy(zdbHandle_t db, const char* name, int* status);
 
 /**
- * Gives the symbol at `index` among those that are no aliases, in order of adding; -1 the
- * universe.
+ * Gives the symbol at `index` among those that are not aliases, in the order in which they were
+ * added; -1 gives the universe.
  */
 ZDBCCLIB_API int c__zdbgetsymbolbyindex(zdbHandle_t db, int index, zdbSymbol_t* symbol);
 ZDBCCLIB_API zdbSymbol_t c__zdbgetsymbolbyindexpy(zdbHandle_t db, int index, int* status);
 
-/** Gives the symbol of a number, aliases counted; -1 the universe. */
+/** Gives the symbol with a number (convention 8), aliases included; -1 gives the universe. */
 ZDBCCLIB_API int c__zdbgetsymbolbynumber(zdbHandle_t db, int number, zdbSymbol_t* symbol);
 ZDBCCLIB_API zdbSymbol_t c__zdbgetsymbolbynumberpy(zdbHandle_t db, int number, int* status);
 
@@ -453,15 +463,15 @@ ZDBCCLIB_API int c__zdbsymboltype(zdbHandle_t db, zdbSymbol_t symbol, int* type)
  * Gives the domains of a symbol, of an alias those of its set. For each position, names[i]
  * [ZDB_TEXT_SIZE] becomes the name of the domain and domains[i] its symbol, for an alias the set
  * that it stands for, or null when the domain is known by name only. Both arrays have as many
- * entries as the symbol has positions; the argument `dim` is not looked at. Nothing is written for
- * dim 0; the universe fails.
+ * entries as the symbol has positions; the argument `dim` is ignored. Nothing is written for a
+ * symbol of dim 0; the universe fails.
  */
 ZDBCCLIB_API int c__zdbgetdomain(zdbHandle_t db, zdbSymbol_t symbol, int dim, zdbSymbol_t* domains,
                                  char* const* names);
 
 /**
- * Sets the user information of a symbol, not of the universe. What an alias stands for does not
- * change by it.
+ * Sets the user information of a symbol, not of the universe. It does not change what an alias
+ * stands for.
  */
 ZDBCCLIB_API int c__zdbsetuserinfo(zdbHandle_t db, zdbSymbol_t symbol, int value);
 
@@ -496,25 +506,25 @@ ZDBCCLIB_API zdbSymbol_t c__zdbselectrecordstoragepy(zdbHandle_t db, zdbSymbol_t
                                                      int storageType, int* status);
 
 /**
- * Marks from now on each symbol that is added or changed as written (ZDB_SYMBOL_WRITTEN); unmarks
- * those that are no alias, except number 0. Fails if active already.
+ * Marks each symbol that is added or changed from now on as written (ZDB_SYMBOL_WRITTEN). Removes
+ * the marks of all symbols but aliases and symbol number 0. Fails if recording is active already.
  */
 ZDBCCLIB_API int c__zdbstartwriterecording(zdbHandle_t db);
 
-/** Ends that; the marks remain. Fails if not active. */
+/** Stops write recording; the marks remain. Fails if it is not active. */
 ZDBCCLIB_API int c__zdbstopwriterecording(zdbHandle_t db);
 
 /* ---- Records: adding, finding, deleting ------------------------------------------------------ */
 
 /*
- * `symbol` is a symbol of this database that is neither null nor, but for finding, the universe.
+ * `symbol` is a symbol of this database; except for finding, it must not be the universe.
  * `record` receives a new handle, which the caller frees.
  */
 
 /**
  * Adds a record with the default values of the symbol's type and subtype: 0 for sets and
  * parameters, see c__zdbaddsymbol() for the others. keys[dim] are labels, added where new. Fails
- * if there is a record with this key, or for a text that is no label.
+ * if there is a record with this key, or for a text that is not a label.
  *
  *     const char* keys[] = {"bread", "summer"};
  *     zdbRecord_t record;
@@ -526,8 +536,7 @@ ZDBCCLIB_API zdbRecord_t c__zdbaddrecordpy(zdbHandle_t db, zdbSymbol_t symbol,
                                            const char* const* keys, int* status);
 
 /**
- * Finds the record of a key, which is added as above when there is none. An existing one keeps its
- * values.
+ * Finds the record of a key, or else adds it as above. An existing record keeps its values.
  */
 ZDBCCLIB_API int c__zdbmergerecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                                    zdbRecord_t* record);
@@ -564,7 +573,7 @@ ZDBCCLIB_API zdbRecord_t c__zdbmergesetrecordintpy(zdbHandle_t db, zdbSymbol_t s
 
 /**
  * Stores a record by label numbers, which are checked, with its values, or in a set with its
- * element `text`. The other one is not read. An existing record is overwritten.
+ * element `text`; the other argument is not read. An existing record is overwritten.
  */
 ZDBCCLIB_API int c__zdbaddrecordraw(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
                                     const double* values, const char* text);
@@ -585,8 +594,8 @@ ZDBCCLIB_API zdbRecord_t c__zdbfindrecordpy(zdbHandle_t db, zdbSymbol_t symbol,
                                             const char* const* keys, int* status);
 
 /**
- * Deletes the record under a handle. The handle, which stands on no record then, must still be
- * freed; other handles on the same record end and must only be freed. The universe fails.
+ * Deletes the record under a handle, which must still be freed. Other handles on the same record
+ * end with it: they may only be freed. The universe fails.
  */
 ZDBCCLIB_API int c__zdbdeleterecord(zdbHandle_t db, zdbRecord_t record);
 
@@ -601,7 +610,7 @@ ZDBCCLIB_API zdbRecord_t c__zdbcopysymboliteratorpy(zdbHandle_t db, zdbRecord_t 
 /* ---- Records: keys, texts, values ------------------------------------------------------------ */
 
 /*
- * `record` is a handle that stands on a record, or, where it is said, on a label of the universe.
+ * `record` is a handle that stands on a record or, where that is said, on a label of the universe.
  */
 
 /**
@@ -636,8 +645,7 @@ ZDBCCLIB_API int c__zdbgetelemtext(zdbHandle_t db, zdbRecord_t record, char* tex
 ZDBCCLIB_API int c__zdbsetelemtext(zdbHandle_t db, zdbRecord_t record, const char* text);
 
 /**
- * Gives one of the values. All but the level exist in variables and equations only. Not on the
- * universe.
+ * Gives one of the values; sets and parameters have the level only. Not on the universe.
  */
 ZDBCCLIB_API int c__zdbgetlevel(zdbHandle_t db, zdbRecord_t record, double* value);
 ZDBCCLIB_API int c__zdbgetmarginal(zdbHandle_t db, zdbRecord_t record, double* value);
@@ -672,10 +680,9 @@ ZDBCCLIB_API int c__zdbfindlastrecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRec
 ZDBCCLIB_API zdbRecord_t c__zdbfindlastrecordpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);
 
 /**
- * Makes a handle that walks a slice, on its first (last) record: those records that agree with the
- * labels keys[dim], where " " (one blank) stands for any label. Fails when there is none, or a
- * label is unknown. Time in the records that share the labels before the first " ", which stand
- * together.
+ * Makes a handle on the first (last) record of a slice, which is what it walks: the records that
+ * have the labels keys[dim], where " " (one blank) stands for any label. Fails when there is none,
+ * or a label is unknown. Time in the records that share the labels before the first " ".
  *
  *     const char* summer[] = {" ", "summer"};
  *     c__zdbfindfirstrecordslice(db, cost, summer, &record);
@@ -712,7 +719,7 @@ ZDBCCLIB_API int c__zdbsamerecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t
 /* ---- Data exchange files and other sources --------------------------------------------------- */
 
 /*
- * A database is filled from one source at most, before any symbol was added.
+ * A database is filled from one source at most, before any symbol is added.
  */
 
 /**
@@ -735,9 +742,9 @@ ZDBCCLIB_API int c__zdbclosezxf(zdbHandle_t db, int loadRemain);
  * loaded are copied from the open source. Domains that are symbols are checked by the file unless
  * `noDomainCheck` holds: a record outside its domain is left out of the file and makes the call
  * fail, though the file is written. A domain that the file does not know yet, since its set comes
- * later, is written by name. Writing
- * over the file that the database was opened from loads and closes that file first. A null file
- * name fails as an unexpected exception. Time in everything that is written.
+ * later, is written by name. Writing over the file that the database was opened from loads and
+ * closes that file first. A null file name fails as an unexpected exception. Time in everything
+ * that is written.
  */
 ZDBCCLIB_API int c__zdbwritezxf(zdbHandle_t db, const char* fileName, int noDomainCheck);
 
@@ -752,10 +759,10 @@ ZDBCCLIB_API int c__zdbinitfromdb(zdbHandle_t db, zdbHandle_t source);
 /**
  * Lets callbacks stand in for a data source: symbols that the caller adds from now on are loaded
  * through them on first use, in the order find, start, read..., done. Their special values are
- * 1.0E300 to 5.0E300, in the order of ZDB_UNDEFINED to ZDB_EPSILON. Symbols that are there already
- * lose their records and are loaded in the same way. Every callback but `print` must be given; they
- * and `user` stay valid as long as the database. Keys are delivered as label numbers of this
- * database, which are not checked.
+ * 1.0E300 to 5.0E300, in the order of ZDB_SV_UNDEFINED to ZDB_SV_EPSILON. Symbols that exist
+ * already lose their records and are loaded in the same way. Every callback but `print` must be
+ * given; they and `user` stay valid as long as the database. Keys are delivered as label numbers of
+ * this database, which are not checked.
  */
 ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                                     zdbReadStartCallback_t readStart,
@@ -769,8 +776,8 @@ ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t find
  * A record violates a domain when its label at some position is not a record of the set that is
  * the domain there. Positions whose domain is the universe or known by name only are not checked;
  * an alias is checked through its set. A handle stands on one violating record and is freed with
- * c__zdbfreedvhandle(); it is spent when a walk finds nothing more. Records must not be deleted
- * under a handle that goes on. Time in the records of the symbols and their domains.
+ * c__zdbfreedvhandle(); it is spent when a walk finds nothing more. Do not delete the record that a
+ * handle stands on if the walk is to go on. Time in the records of the symbols and their domains.
  *
  *     zdbDV_t violation;
  *     int found = c__zdbgetfirstdbdv(db, &violation) && violation != NULL;
@@ -789,7 +796,7 @@ ZDBCCLIB_API int c__zdbchecksymboldv(zdbHandle_t db, zdbSymbol_t symbol, int* ha
 
 /**
  * Makes a handle on the first violating record of the database, null when there is none. The sets
- * are looked at once and kept until c__zdbdomaincheckdone(): changes of theirs are not seen.
+ * are read once; later changes to them are not seen until c__zdbdomaincheckdone().
  */
 ZDBCCLIB_API int c__zdbgetfirstdbdv(zdbHandle_t db, zdbDV_t* violation);
 ZDBCCLIB_API zdbDV_t c__zdbgetfirstdbdvpy(zdbHandle_t db, int* status);
@@ -798,14 +805,13 @@ ZDBCCLIB_API zdbDV_t c__zdbgetfirstdbdvpy(zdbHandle_t db, int* status);
 ZDBCCLIB_API int c__zdbgetfirstdvinsymbol(zdbHandle_t db, zdbSymbol_t symbol, zdbDV_t* violation);
 ZDBCCLIB_API zdbDV_t c__zdbgetfirstdvinsymbolpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);
 
-/** Moves on to the first violating record of the symbols that follow; *found is 0 when none does.
- */
+/** Moves on to the first violating record of a later symbol; *found is 0 when there is none. */
 ZDBCCLIB_API int c__zdbgetfirstdvinnextsymbol(zdbHandle_t db, zdbDV_t violation, int* found);
 
 /** Moves on to the next violating record of the symbol; *found is 0 when there is none. */
 ZDBCCLIB_API int c__zdbmovenextdvinsymbol(zdbHandle_t db, zdbDV_t violation, int* found);
 
-/** Ends a check of the whole database and frees what it kept. */
+/** Ends a check of the whole database and frees what it has kept. */
 ZDBCCLIB_API int c__zdbdomaincheckdone(zdbHandle_t db);
 
 /** Frees a handle. */
@@ -828,10 +834,10 @@ ZDBCCLIB_API int c__zdbgetdvindicator(zdbHandle_t db, zdbDV_t violation, int* in
  * A database is tied to a model instance of the companion library `zmi`, changes the data of the
  * instance and has it solved again, in place where the solver can. `model` is the handle of the
  * instance; instance, dictionary and environment belong to the caller and outlive the database. The
- * companion libraries come from where the database was created with, see zdbcreated().
+ * companion libraries come from the directory that the database was created with, see zdbcreated().
  *
- * A parameter p is updatable when the model has it as a variable p_var, which is fixed at the
- * values of p. Keys meet by their labels, whatever their numbers in the model.
+ * A parameter p is updatable when the model has a variable p_var in its place, fixed at the values
+ * of p. Keys are matched by their labels, whatever their numbers in the model.
  *
  *     zdbSymbol_t price, cost;
  *     int noMatch;
@@ -858,9 +864,9 @@ enum { ZDB_MISSING_ZERO = 0, ZDB_MISSING_BASE = 1, ZDB_MISSING_KEEP = 2 };
 
 /**
  * Ties the database to a model instance and its dictionary, and makes the instance report infinite
- * bounds as infinities. Another instance than the one before takes its place, and has to be
- * prepared. Fails if a companion cannot be loaded or the instance has no dictionary, with which the
- * database is registered all the same, but can do nothing.
+ * bounds as infinities. An instance that was registered before is replaced; the new one has to be
+ * prepared. Fails if a companion cannot be loaded or the instance has no dictionary; such an
+ * instance is registered all the same, but nothing can be done with it.
  */
 ZDBCCLIB_API int c__zdbregisterzmi(zdbHandle_t db, void* model);
 
@@ -868,8 +874,8 @@ ZDBCCLIB_API int c__zdbregisterzmi(zdbHandle_t db, void* model);
  * Registers the instance and takes over its labels, under the model's numbers, and its variables
  * and equations, over the universe. Their records are loaded on first use once c__zdbinitupdate()
  * has been called; used before, they fail and remain empty until the next solve. Fails if the
- * database has labels or a source. Symbols may be there: variables and equations must be the
- * model's, and no other symbol may have a name of the model's; on a conflict the labels and symbols
+ * database has labels or a source. Symbols may exist: variables and equations must be the model's,
+ * and no other symbol may have the name of one of the model's; on a conflict the labels and symbols
  * taken so far remain.
  */
 ZDBCCLIB_API int c__zdbinitfromdict(zdbHandle_t db, void* model);
@@ -889,8 +895,8 @@ ZDBCCLIB_API int c__zdbinitupdate(zdbHandle_t db, void* model);
  * Puts the values of a parameter, `dataSymbol`, into the entries of a symbol of the model: the
  * variable or equation called like `modelSymbol`, or p_var for a parameter p. `action` is a
  * ZDB_UPDATE_..., `updateType` a ZDB_MISSING_... (any other number: as ZDB_MISSING_BASE). *noMatch
- * becomes the number of records that met no entry, which is all of them when the model does not
- * have the symbol; that is no failure.
+ * becomes the number of records without an entry, which is all of them when the model does not have
+ * the symbol; that is not a failure.
  *
  * The instance keeps bounds set here as alternatives to its own. Solves use them when the last
  * update was for a parameter or a variable; after one for an equation, they are used only if they
@@ -911,9 +917,9 @@ ZDBCCLIB_API int c__zdbupdatemodelsymbol(zdbHandle_t db, zdbSymbol_t modelSymbol
  * updated coefficients and constant terms is solved for model types 1 to 3.
  *
  * Success means that the solver has run, whatever it found: a model that is infeasible, unbounded
- * or stopped early is no failure, and the instance's model and solve status tell. All variables and
- * equations of the model then lose their records, and their handles end; each is loaded from the
- * instance when it is next used, with the values that the solver left there.
+ * or stopped early is not a failure, and the instance's model and solve status tell which. All
+ * variables and equations of the model then lose their records, and their handles end; each is
+ * loaded from the instance when it is next used, with the values that the solver left there.
  *
  * A failure (unknown solver, a solver that cannot be made or run) leaves labels, symbols and
  * records as they were, and the instance with its own right-hand sides and view, though its levels
@@ -922,43 +928,49 @@ ZDBCCLIB_API int c__zdbupdatemodelsymbol(zdbHandle_t db, zdbSymbol_t modelSymbol
  */
 ZDBCCLIB_API int c__zdbcallsolver(zdbHandle_t db, const char* solver);
 
-/** The same, and sets *seconds to 0 after the solver has run: no time is measured. */
+/** The same, and sets *seconds to 0 after the solver has run: time is not measured. */
 ZDBCCLIB_API int c__zdbcallsolvertimed(zdbHandle_t db, const char* solver, double* seconds);
 
 /* ---- Dense arrays ---------------------------------------------------------------------------- */
 
 /*
- * Copies between symbols and arrays of doubles in row-major order, the last position fastest. The
- * place of a label along a dimension is its rank, from 0 and in key order, among the records of the
- * set that stands for the dimension; for the universe, a null handle or a domain by name only it is
- * the label number - 1. `dims` holds the length of each dimension, which is checked. `field` is
- * ZDB_LEVEL to ZDB_SCALE; sets and parameters have ZDB_LEVEL only. Cells without a record get 0,
- * records of sets 1. Values are in the caller's special values. Scalars are arrays of one cell, for
- * which `dims`, `domains` and the like may be null. Aliases stand for their set. After a failure
- * the array's contents are unspecified, the symbol is unchanged. Time in cells and records.
+ * Copies between symbols and arrays of doubles in row-major order, the last position fastest. A
+ * label's place along a dimension is its rank, from 0 and in key order, among the records of the
+ * set that stands for the dimension; for the universe, a null handle and a domain known by name
+ * only it is the label number - 1. `dims` holds the length of each dimension, which is checked; for
+ * a scalar, an array of one cell, it may be null, as may `domains`, `squeezed` and `slices`.
+ * `field` is ZDB_LEVEL to ZDB_SCALE; sets and parameters have ZDB_LEVEL only. Cells without a
+ * record get 0, records of sets 1. Values are in the caller's special values. An alias stands for
+ * its set, wherever it is given.
+ *
+ * Refused are the universe as the symbol, sets of another database, a symbol that is not a
+ * one-dimensional set as a domain, and arrays that are larger than the address space. A failure
+ * leaves the symbol as it was and the contents of the array unspecified. Time in cells and records.
  *
  *     double cost[2 * 3];
  *     const int dims[] = {2, 3};
  *     c__zdbdensesymboltodensearray(db, cost, dims, symbol, ZDB_LEVEL);
  */
 
-/** Copies a symbol over its own domains. A record outside its domain fails and is named. */
+/** Copies a symbol over its own domains. Fails at a record outside them, which the message names.
+ */
 ZDBCCLIB_API int c__zdbdensesymboltodensearray(zdbHandle_t db, double* array, const int* dims,
                                                zdbSymbol_t symbol, int field);
 
 /**
- * Copies a symbol over sets of the caller, domains[dim]; *dropped counts the records outside, which
- * are no error.
+ * Copies a symbol over sets of the caller, domains[dim]. Records outside them are left out and
+ * counted in *dropped.
  */
 ZDBCCLIB_API int c__zdbsparsesymboltodensearray(zdbHandle_t db, double* array, const int* dims,
                                                 zdbSymbol_t symbol, const zdbSymbol_t* domains,
                                                 int field, int* dropped);
 
 /**
- * The same over those labels only that occur in records: each of squeezed[dim], distinct
- * one-dimensional sets that are not in use here, receives the labels that occur, in the order of
- * the domain. With a null array only these sets are filled and `dims` receives their sizes; with an
- * array `dims` is checked as elsewhere.
+ * The same over only those labels of the domains that occur: each of squeezed[dim], distinct
+ * one-dimensional sets that are not otherwise in use in this call, receives the labels that occur
+ * at its position, in the order of the domain. Labels of records that are left out, since another
+ * position is outside its domain, do not count. With a null array only these sets are filled and
+ * `dims` receives their sizes; with an array `dims` is checked as elsewhere.
  */
 ZDBCCLIB_API int c__zdbsparsesymboltosqzdarray(zdbHandle_t db, double* array, int* dims,
                                                zdbSymbol_t symbol, const zdbSymbol_t* domains,
@@ -967,8 +979,8 @@ ZDBCCLIB_API int c__zdbsparsesymboltosqzdarray(zdbHandle_t db, double* array, in
 
 /**
  * Replaces the symbol's records by the cells of the array that are not 0, over domains[dim]. The
- * cell is the level; the other fields of variables and equations get their defaults, the records of
- * a set no text.
+ * cell is the level; the other fields of variables and equations get their defaults, and the
+ * records of a set have no text.
  */
 ZDBCCLIB_API int c__zdbdensearraytosymbol(zdbHandle_t db, const double* array,
                                           const zdbSymbol_t* domains, zdbSymbol_t symbol,
@@ -977,7 +989,8 @@ ZDBCCLIB_API int c__zdbdensearraytosymbol(zdbHandle_t db, const double* array,
 /**
  * The same for a slice of the symbol: slices[dim] holds a one-dimensional set with one record where
  * a position is fixed, null where it is free. Only the records of the slice are replaced. `dims`
- * has an entry for each free position, `domains` for every position.
+ * has an entry for each free position and may be null when there is none, `domains` has one for
+ * every position.
  */
 ZDBCCLIB_API int c__zdbdensearrayslicestosymbol(zdbHandle_t db, const double* array,
                                                 const zdbSymbol_t* domains,

@@ -25,9 +25,8 @@ inline bool userSymbolGiven(Call call, const AbstractZDBSymbol* symbol, const ch
   return !symbol->isUniverse() || call.db.setLastError("%s", universeText);
 }
 
-/// A record handle of this database whose symbol was not emptied since: its position would lead
-/// into memory that is gone. Tested at every use, since a binding cannot know what ends its
-/// handles.
+/// A record handle of this database whose symbol has not been emptied since, which would leave its
+/// position in memory that is gone. Tested at every use: a binding cannot know what ends a handle.
 inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
   if (record == nullptr) [[unlikely]] {
     call.db.setLastError("No symbol record handle specified");

@@ -30,8 +30,7 @@ using ShortOut = zdb::ShortArgument<ZDB_CODE_TEXT_OUT, char*>;
 
 extern "C" {
 
-// ---- handles
-// ---------------------------------------------------------------------------------------
+// Handles.
 
 void xcreate(zdbHandle_t* db) {
   char discarded[zdb::kMessageSize];
@@ -89,8 +88,7 @@ int zdbfree(zdbHandle_t* db) {
   return db == nullptr || *db == nullptr ? 1 : 0;
 }
 
-// ---- version and signatures
-// ------------------------------------------------------------------------
+// Version and signatures.
 
 int c__xapiversion(int apiVersion, char* message, int* status) {
   constexpr int kOldest = 2;
@@ -147,8 +145,7 @@ int d__zdbxcheck(const char* name, int count, const int* codes, char* message) {
   return d__xcheck(name, count, codes, message);
 }
 
-// ---- flat matrices
-// ---------------------------------------------------------------------------------
+// Flat matrices.
 
 int n__zdbgetkeys(zdbHandle_t db, zdbRecord_t record, int dim, char* keys) {
   return c__zdbgetkeys(db, record, dim, zdb::FlatRows(keys).get());

@@ -21,8 +21,7 @@ using zdbDV_t = DomainViolation*;
 #define ZDB_TEXT ZDB_PLAIN
 #include "api/exports.def"
 
-// ---- creation and release, called by the exported entries
-// -----------------------------------------
+// Creating and freeing databases, called by the exported entries.
 
 /// Creates a database in `*db` and empties the message buffer; returns 1 or 0. A failure goes to
 /// the last-error text of the database that `*db` holds, or to standard output when it holds none;
@@ -33,8 +32,7 @@ int zdbCreateD(zdbHandle_t* db, const char* directory, char* message, int messag
 /// Destroys the database in `*db`, if any, and sets it to null.
 void zdbFree(zdbHandle_t* db);
 
-// ---- not exported: for hosts that build the library into a program
-// ---------------------------------
+// Not exported: for hosts that build the library into a program.
 
 /// Finds a record by label numbers, 0 included.
 int zdbFindRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, zdbRecord_t* record);

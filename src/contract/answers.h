@@ -6,8 +6,7 @@
 
 #include "contract/interfaces.h"
 
-// What every companion answers to a loader that checks it: signatures and versions of its
-// interface.
+// What every companion answers to a loader that checks its signatures and its version.
 namespace zdb::contract {
 
 inline constexpr int kMessageSize = 256;  ///< bytes of every message buffer

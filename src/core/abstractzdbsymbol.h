@@ -94,7 +94,7 @@ class AbstractZDBSymbol {
   /// Inserts, or replaces the row of a present record when `overwrite` holds; a handle either way.
   virtual AbstractZDBSymbolIterator* addRecordRaw(const int* keys, const double* values,
                                                   bool overwrite) = 0;
-  /// Appends behind the record added last; for sources that deliver in key order.
+  /// Appends after the record added last; for sources that deliver in key order.
   virtual void addRecordLastIt(const int* keys, const double* values) = 0;
   /// Handle on the last record; only for symbols that have one.
   virtual AbstractZDBSymbolIterator* getLast() = 0;
@@ -103,8 +103,7 @@ class AbstractZDBSymbol {
   virtual dmap::StorageTypes getStorageType() const = 0;
   /// As forEachRecordPred, but the visitor may stop on a record and the walk ends with its verdict.
   virtual bool forEachRecordPredIt(RecordPredicate visit) = 0;
-  /// Moves the handle on to the next record that lies outside a checked domain; false when none
-  /// does.
+  /// Moves the handle on to the next record outside a checked domain; false when there is none.
   virtual bool toNextDomainViolation(AbstractZDBSymbolIterator* it) = 0;
   /// Removes the record under the handle, which must not be moved or read afterwards.
   virtual void deleteRecord(AbstractZDBSymbolIterator* it) = 0;
@@ -125,9 +124,9 @@ class AbstractZDBSymbol {
   bool isWritten = false;  ///< changed while write recording was active
   std::string name;        ///< at most 63 bytes
   std::string explText;    ///< at most 255 bytes
-  std::vector<int>
-      domainLookup;  ///< per label number: is it a record of this set? Empty unless checking
-  ZDB* database;     ///< owner
+  /// Per label number, whether it is a record of this set; empty unless domains are checked.
+  std::vector<int> domainLookup;
+  ZDB* database;                   ///< owner
   AbstractZDBSymbol* aliasTarget;  ///< itself, or the set (or universe) an alias stands for
   std::vector<AbstractZDBSymbol*> domains;  ///< per position; null: known by name only
   std::vector<std::string> domainNames;     ///< the name where `domains` holds null, else empty

@@ -30,8 +30,7 @@ inline int textNumber(double value) {
 }
 
 /// Makes a new empty symbol over the container of a storage type; null for an unknown type or a dim
-/// outside 0..20. The database knows symbols by their interface alone, so it is told who makes
-/// them.
+/// outside 0..20. The database knows only the interface of symbols, so it is told who makes them.
 using SymbolFactory = std::unique_ptr<AbstractZDBSymbol> (*)(ZDB& owner, int storageType,
                                                              const std::string& name, int dim,
                                                              int type, int number, int userInfo,
@@ -126,20 +125,19 @@ class ZDB {
                                                    const std::string& explText);
   /// A copy of a symbol, flags and records included, in another storage; null for an unknown one.
   std::unique_ptr<AbstractZDBSymbol> symbolFactory(int storageType, AbstractZDBSymbol* from);
-  /// Takes ownership and enters the symbol into the table; the caller has seen that the name is
-  /// new.
+  /// Takes ownership and enters the symbol into the table. REQUIRES: no symbol has this name.
   AbstractZDBSymbol* insertSymbol(std::unique_ptr<AbstractZDBSymbol> symbol);
   /// Puts the records of a symbol, which may be the universe, into another storage. The returned
   /// symbol replaces the given one, whose handle ends; null (and no change) for an unknown storage.
   AbstractZDBSymbol* switchSymbolStorage(AbstractZDBSymbol* symbol, int storageType);
 
-  /// `domains` and `domainNames` hold `dim` entries; a null domain is taken by name. Null on
-  /// failure.
+  /// `domains` and `domainNames` hold `dim` entries; a null domain is taken by name. Gives null and
+  /// leaves a message on failure.
   AbstractZDBSymbol* AddSymbol(const std::string& name, int dim, int type, int userInfo,
                                const std::string& explText, AbstractZDBSymbol* const* domains,
                                const char* const* domainNames);
-  /// Finds a symbol by name ("*": the universe), an alias as itself; null and a message when
-  /// absent.
+  /// Finds a symbol by name ("*": the universe), an alias as itself; null and a message when there
+  /// is none.
   bool FindSymbol(const char* name, AbstractZDBSymbol** symbol);
 
   bool StartWriteRecording();

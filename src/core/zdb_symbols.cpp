@@ -3,8 +3,7 @@
 
 #include "core/zdb.h"
 
-// The symbols of a database: making them, entering them into the table, putting one in another's
-// place.
+// The symbols of a database: making, finding and replacing them.
 namespace zdb {
 
 namespace {

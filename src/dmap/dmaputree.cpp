@@ -14,7 +14,7 @@ double* moved(double* address, std::ptrdiff_t doubles) {
 
 }  // namespace
 
-// ---- TreeIterator
+// TreeIterator.
 
 // Moves to the next record where that is no sibling.
 void TreeIterator::leaveList() {
@@ -43,7 +43,7 @@ bool TreeIterator::operator==(const IDMapIterator& other) const {
   return same != nullptr && *this == *same;
 }
 
-// ---- DMapUTree
+// DMapUTree.
 
 DMapUTree::DMapUTree(int dim, int valueWidth)
     : IDMap(StorageTypes::Tree, dim, valueWidth),

@@ -34,7 +34,7 @@ DMapVector::DMapVector(int dim, int valueWidth)
   if (dim > 0) search_.emplace(dim, doublesPerRecord(valueWidth));
 }
 
-// ---- Searching
+// Searching.
 
 // The binary search that all look-ups of the interface share. It gives the record before the place
 // of an absent key, the only record for any key, and the end for a key above all.
@@ -93,7 +93,7 @@ int DMapVector::index(const VectorIterator& it) {
   return it.position() >= 0 && it.position() < count_ ? it.position() : -1;
 }
 
-// ---- Adding
+// Adding.
 
 VectorIterator DMapVector::appendUnusual(const int* key, const double* values) {
   if (getDim() == 0) return assignScalar(values);
@@ -164,7 +164,7 @@ VectorIterator DMapVector::insert(int position, const int* key, const double* va
   return iterator(position);
 }
 
-// ---- Removing and reserving
+// Removing and reserving.
 
 void DMapVector::erase(const VectorIterator& it) {
   if (getDim() == 0) return values_.clear();
@@ -201,7 +201,7 @@ void DMapVector::reserve(int records) {
   updateRoom();
 }
 
-// ---- Checking
+// Checking.
 
 std::uint64_t DMapVector::bytesUsed() const {
   return sizeof *this + keys_.bytesUsed() + values_.bytesUsed() +

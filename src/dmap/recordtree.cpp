@@ -45,7 +45,7 @@ std::uint64_t RecordTreeBase::bytesUsed() const {
   return sizeof *this + records_.bytesUsed() + leaves_.bytesUsed() + inners_.bytesUsed();
 }
 
-// ---- Walking
+// Walking.
 
 RecordPosition RecordTreeBase::nextInChain(RecordPosition at) const {
   if (!locate(at)) return end();
@@ -140,7 +140,7 @@ std::uint32_t RecordTreeBase::childFor(RecordInner* node, const std::uint64_t* w
   return place;
 }
 
-// ---- Growing
+// Growing.
 
 RecordLeaf* RecordTreeBase::newLeaf() noexcept {
   const std::uint32_t id = leaves_.take();

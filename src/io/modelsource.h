@@ -6,8 +6,8 @@
 namespace zdb {
 
 /// The model instance that a database is tied to: levels, marginals and bounds of its variables and
-/// equations. Attached before the database loads from it, since a model can be registered in any
-/// state.
+/// equations. Attached when a model is registered, which may be long before the database loads
+/// anything from it.
 class ModelSource final : public DataSource {
  public:
   explicit ModelSource(ZDB& db) : db_(db) {}

@@ -15,30 +15,38 @@
 //   the run path of the calling library and the system's directories apply.
 // - Operations may be called from several threads at once only after XInitMutexes.
 //
-//   XGetReady(msg, len)          loads the library unless it is loaded already (then from wherever
-//   it XGetReadyD(dir, msg, len)    was first found); D: from the directory; L: the file `path`,
-//   split at XGetReadyL(path, msg, len)   its last '/' (without a file name the default file name
-//   is used). XCreate(handle, msg, len)    makes the library ready in the same four ways and
-//   creates an object, XCreateD(handle, dir, ..)    which the caller frees with XFree; *handle is
-//   null on failure. XCreateL(handle, path, ..) XCreateDD(handle, dir, ..)   as XCreateD, and the
-//   object learns its directory too (not in zst). XFree(handle)                frees the object and
-//   sets *handle to null; a null object is ignored. XLibraryLoaded()             1 while the
-//   library is loaded. XLibraryUnload()             0 while objects created here are alive, else
-//   closes the library. The
-//                                function pointers keep their values: call none until the next
-//                                load.
-//   XCorrectLibraryVersion(..)   1 only if the library has exactly the loader's API version; `msg`
-//                                holds the library's own words either way.
-//   XSetLoadPath(dir)            hands a directory to the loaded library, respectively asks it for
-//   the XGetLoadPath(dir)            one it has (256 bytes); 0 if it does not offer the call
-//   (optional). XErrorHandling(msg)          counts an error; prints it if the screen indicator is
-//   on (default);
-//                                calls the callback with count and text, whose nonzero result ends
-//                                the process with exit code 123; ends it likewise if the exit
-//                                indicator is on (default). The exception indicator (default 0) is
-//                                only kept.
-//   XInitMutexes()               creates the three mutexes once; a repeated call does nothing.
-//   Neither XFiniMutexes()               may run while another thread uses the loader.
+//    XGetReady(msg, len)           loads the library unless it is loaded already, then from
+//                                  wherever it was first found
+//    XGetReadyD(dir, msg, len)     the same from a directory
+//    XGetReadyL(path, msg, len)    the same from the file `path`, split at its last '/'; without
+//                                  a file name the default file name is used
+//
+//    XCreate(handle, msg, len)     makes the library ready in one of these ways and creates an
+//    XCreateD(handle, dir, ...)    object, which the caller frees with XFree; *handle is null
+//    XCreateL(handle, path, ...)   on failure
+//    XCreateDD(handle, dir, ...)   as XCreateD, and the object learns its directory (not in zst)
+//    XFree(handle)                 frees the object and sets *handle to null; a null object is
+//                                  ignored
+//
+//    XLibraryLoaded()              1 while the library is loaded
+//    XLibraryUnload()              0 while objects created here are alive, else closes the
+//                                  library. The function pointers keep their values: call none
+//                                  until the next load
+//    XCorrectLibraryVersion(...)   1 only if the library has exactly the loader's API version;
+//                                  `msg` holds the library's own words either way
+//    XSetLoadPath(dir)             tells the loaded library a directory
+//    XGetLoadPath(dir)             asks it for the one that it has, 256 bytes; both give 0 if the
+//                                  library does not offer the call
+//
+//    XErrorHandling(msg)           counts an error; prints it if the screen indicator is on, as it
+//                                  is by default; calls the callback with count and text, whose
+//                                  nonzero result ends the process with exit code 123; ends it
+//                                  likewise if the exit indicator is on, as it is by default. The
+//                                  exception indicator, by default 0, is only kept
+//
+//    XInitMutexes()                creates the three mutexes once; a repeated call does nothing
+//    XFiniMutexes()                destroys them. Neither may run while another thread uses the
+//                                  loader
 #ifndef ZDB_LOADERS_OPERATIONS_H
 #define ZDB_LOADERS_OPERATIONS_H
 

@@ -25,7 +25,7 @@ std::size_t countBelow(const int* labels, std::size_t length, int label) {
 
 }  // namespace
 
-// ---- SiblingIndex
+// SiblingIndex.
 
 SiblingIndex::SiblingIndex(DownLink& list) : list_(&list), first_(list.first()) {
   std::size_t left = 0;
@@ -159,7 +159,7 @@ bool SiblingIndex::matchesList() const {
   return node == nullptr;
 }
 
-// ---- Siblings
+// Siblings.
 
 SiblingPlace Siblings::seek(DownLink& list, int label, UELNode* from) {
   if (from != nullptr && from->uel == label) return {nullptr, from};

@@ -55,7 +55,7 @@ void UTree::reserve(int n) {
   valueBlocks_.setBlockSize(records * static_cast<std::size_t>(numValues_) * sizeof(double));
 }
 
-// ---- Searching
+// Searching.
 
 UTree::Descent UTree::descend(const int* key, const UELNodeIt* start, UELNodeIt& path) const {
   for (int level = 0; level < dim_; ++level) {
@@ -103,7 +103,7 @@ UELNodeIt UTree::findPredecessor(const int* key) const {
   return before == *bound ? end() : before;
 }
 
-// ---- Walking
+// Walking.
 
 // Goes to the first record below the node at this height; false if the branch has none, which only
 // an erased one has not.
@@ -193,7 +193,7 @@ bool UTree::dereferenceIterator(const UELNodeIt& it, int* key, double* values) c
   return true;
 }
 
-// ---- Changing
+// Changing.
 
 // Makes the nodes of a record from `level` down. Nothing leads to them yet, so that a failed
 // allocation leaves the tree as it was.
