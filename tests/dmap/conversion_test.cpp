@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "dmap/allocations.h"
 #include "dmap/container_model.h"
 #include "dmap/dmap.h"
 #include "dmap/dmaputree.h"
 #include "dmap/dmapvector.h"
+#include "support/allocations.h"
 
 namespace zdb::dmap {
 namespace {

@@ -8,10 +8,10 @@
 #include <random>
 #include <vector>
 
-#include "dmap/allocations.h"
 #include "dmap/dmap.h"
 #include "dmap/dmaputree.h"
 #include "dmap/dmapvector.h"
+#include "support/allocations.h"
 
 namespace zdb::dmap {
 namespace {

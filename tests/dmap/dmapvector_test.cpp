@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "dmap/allocations.h"
 #include "dmap/container_model.h"
 #include "dmap/dmap.h"
+#include "support/allocations.h"
 
 namespace zdb::dmap {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <climits>
 
-#include "dmap/allocations.h"
+#include "support/allocations.h"
 
 namespace zdb::dmap {
 namespace {

@@ -5,7 +5,7 @@
 #include <new>
 #include <random>
 
-#include "dmap/allocations.h"
+#include "support/allocations.h"
 #include "utree/utree.h"
 #include "utree/utree_testing.h"
 
