@@ -68,12 +68,4 @@ DMapIterator DMap::withIndex(int rank) {
 
 void DMap::reserve(int /*records*/) {}
 
-std::uint64_t DMap::bytesUsed() const {
-  return sizeof *this + (map_.hasMap() ? map_.tree().bytesUsed() : 0);
-}
-
-std::string DMap::verify() const {
-  return map_.hasMap() ? map_.tree().verify() : std::string();
-}
-
 }  // namespace zdb::dmap

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <string>
 
 #include "dmap/anysizemap.h"
 #include "dmap/idmap.h"
@@ -115,11 +114,6 @@ class DMap final : public IDMap<DMapIterator> {
   DMapIterator withIndex(int rank) override;
   /// Has no effect here.
   void reserve(int records) override;
-
-  /// Bytes held for the records, including this object.
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
 
  private:
   DMapIterator iterator(const RecordPosition& at) const {

@@ -164,12 +164,4 @@ void DMapUTree::toPDF(const std::string& name) const {
   if (tree_) tree_->toPDF(name + "_dmap.pdf");
 }
 
-std::uint64_t DMapUTree::bytesUsed() const {
-  return sizeof *this + (tree_ ? tree_->bytesUsed() : 0);
-}
-
-std::string DMapUTree::verify() const {
-  return tree_ ? tree_->verify() : std::string();
-}
-
 }  // namespace zdb::dmap

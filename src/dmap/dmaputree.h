@@ -160,11 +160,6 @@ class DMapUTree final : public IDMap<TreeIterator> {
   /// Draws the tree to the file `name` + "_dmap.pdf"; see `UTree::toPDF`.
   void toPDF(const std::string& name) const;
 
-  /// Bytes held for the records, including this object.
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
-
  private:
   TreeIterator iterator(const utree::UELNodeIt& at) const {
     return {at, getValueWidth(), tree_.get()};

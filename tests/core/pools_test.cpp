@@ -1,158 +1,149 @@
+// Each pool and table beside a standard map: the one the database uses, and its alternative.
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "core/batchalloc.h"
-#include "core/specialvalues.h"
 #include "core/strpool.h"
 #include "core/symtable.h"
 #include "core/zdb.h"
+#include "support/allocations.h"
 
+namespace zdb {
 namespace {
 
-using namespace zdb;
+/// A short text of few letters in either case, which comes again.
+std::string anyText(std::mt19937& random) {
+  std::string text(random() % 5, ' ');
+  for (char& c : text) c = "abzABZ @[`{\xe4\xc4"[random() % 13];
+  return text;
+}
+
+std::string folded(std::string text) {
+  for (char& c : text) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
+  return text;
+}
 
 template <typename Pool>
-class StringPoolTest : public testing::Test {};
+class StringPools : public testing::Test {};
 using Pools = testing::Types<strpool::TStrHashPool, strpool::TUMStringPool>;
-TYPED_TEST_SUITE(StringPoolTest, Pools);
+TYPED_TEST_SUITE(StringPools, Pools);
 
-TYPED_TEST(StringPoolTest, Insert_KeepsFirstSpellingNumberAndValue) {
+TYPED_TEST(StringPools, RandomTexts_KeepFirstSpellingNumberAndValue) {
   TypeParam pool;
-  EXPECT_FALSE(pool.contains("food"));
-  EXPECT_EQ(pool.insert("Food", 5), 0);
-  EXPECT_EQ(pool.insert("", 6), 1);
-  EXPECT_EQ(pool.insert("FOOD", 7), 0);
-  EXPECT_EQ(pool.size(), 2);
-  EXPECT_TRUE(pool.contains("food"));
-  EXPECT_EQ(pool["food"], 5);
-  EXPECT_STREQ(pool.get(0), "Food");
-  EXPECT_STREQ(pool.get(1), "");
-  const char* early = pool.get(0);
-  for (int i = 0; i < 3000; ++i) pool.insert(std::to_string(i).c_str(), i);
-  EXPECT_EQ(pool.get(0), early);  // texts do not move
-  EXPECT_EQ(pool["2999"], 2999);
+  std::map<std::string, int> numbers;
+  std::vector<std::string> texts;
+  std::mt19937 random(1);
+  for (int step = 0; step < 5000; ++step) {
+    const std::string text = anyText(random);
+    const auto [place, isNew] = numbers.try_emplace(folded(text), static_cast<int>(texts.size()));
+    ASSERT_EQ(pool.contains(text.c_str()), !isNew);
+    const auto insert = [&] { return pool.insert(text.c_str(), place->second * 7); };
+    const auto look = [&](auto) { ASSERT_EQ(pool.size(), texts.size()); };
+    // The alternative keeps the text of a failed insertion, without a way to it.
+    const bool isStarved = std::is_same_v<TypeParam, strpool::TStrHashPool>;
+    ASSERT_EQ(isStarved ? test::callStarved(insert, look) : insert(), place->second);
+    if (isNew) texts.push_back(text);
+    ASSERT_EQ(pool[text.c_str()], place->second * 7);
+    ASSERT_EQ(pool.insert(text.c_str(), -1), place->second);
+  }
+  ASSERT_GT(texts.size(), 1600U);
+  for (std::size_t i = 0; i < texts.size(); ++i) {
+    ASSERT_EQ(pool.get(static_cast<int>(i)), texts[i]);
+    ASSERT_EQ(pool[texts[i].c_str()], static_cast<int>(i) * 7);
+  }
 }
 
 template <typename Table>
-class SymbolTableTest : public testing::Test {
- protected:
-  AbstractZDBSymbol* make(const std::string& name, int type) {
-    owned_.push_back(db_.symbolFactory(0, name, 1, type, 0, 0, ""));
-    return owned_.back().get();
-  }
-  ZDB db_;
-  std::vector<std::unique_ptr<AbstractZDBSymbol>> owned_;
-  Table table_;
-};
+class SymbolTables : public testing::Test {};
 using Tables = testing::Types<symtable::TSymbolTable, symtable::TUMapSymbolTable>;
-TYPED_TEST_SUITE(SymbolTableTest, Tables);
+TYPED_TEST_SUITE(SymbolTables, Tables);
 
-TYPED_TEST(SymbolTableTest, Orders_AliasesCountApart) {
-  auto* i = this->make("i", TypeSet);
-  auto* ii = this->make("ii", TypeAlias);
-  auto* p = this->make("P", TypeParameter);
-  EXPECT_TRUE(this->table_.empty());
-  for (auto* symbol : {i, ii, p}) this->table_.insert(symbol->name.c_str(), symbol);
-  EXPECT_EQ(this->table_.size(), 3);
-  EXPECT_EQ(this->table_.nonAliasCount(), 2);
-  EXPECT_EQ(this->table_.nonAliasSymbol(1), p);
-  EXPECT_EQ(this->table_.front(), i);
-  EXPECT_EQ(this->table_[1], ii);
-  EXPECT_TRUE(this->table_.contains("p"));
-  EXPECT_FALSE(this->table_.contains("q"));
-  EXPECT_EQ(this->table_["I"], i);
-  EXPECT_THROW(this->table_["q"], std::out_of_range);
-}
-
-TYPED_TEST(SymbolTableTest, Replace_KeepsBothPlaces) {
-  auto* i = this->make("i", TypeSet);
-  auto* j = this->make("j", TypeSet);
-  auto* other = this->make("i", TypeSet);
-  this->table_.insert("i", i);
-  this->table_.insert("j", j);
-  this->table_.replace(i, other);
-  EXPECT_EQ(this->table_[0], other);
-  EXPECT_EQ(this->table_["i"], other);
-  EXPECT_EQ(this->table_.nonAliasSymbol(0), other);
-  EXPECT_EQ(this->table_[1], j);
-}
-
-TYPED_TEST(SymbolTableTest, ForEach_StopsAtTheFirstFalse) {
+TYPED_TEST(SymbolTables, RandomSymbols_KeepTheirPlacesInBothOrders) {
+  ZDB db;
+  std::vector<std::unique_ptr<AbstractZDBSymbol>> owned;
+  TypeParam table;
+  std::vector<AbstractZDBSymbol*> all;
+  std::vector<AbstractZDBSymbol*> nonAlias;
+  std::mt19937 random(2);
+  const auto make = [&](const std::string& name, int type) {
+    owned.push_back(db.symbolFactory(0, name, 1, type, 0, 0, ""));
+    return owned.back().get();
+  };
+  const auto check = [&](auto) {
+    std::vector<AbstractZDBSymbol*> seen;
+    const auto visit = [&](const char* name, AbstractZDBSymbol* symbol) {
+      EXPECT_EQ(symbol->name, name);
+      EXPECT_TRUE(table.contains(name) && table[folded(name).c_str()] == symbol);
+      seen.push_back(symbol);
+      return true;
+    };
+    ASSERT_TRUE(table.forEach(visit));
+    ASSERT_EQ(seen, all);
+    ASSERT_EQ(table.size(), all.size());
+    ASSERT_EQ(table.nonAliasCount(), nonAlias.size());
+    for (int i = 0; i < table.nonAliasCount(); ++i) ASSERT_EQ(table.nonAliasSymbol(i), nonAlias[i]);
+  };
+  check(0);
+  ASSERT_TRUE(table.empty());
+  for (int step = 0; step < 400; ++step) {
+    const std::string name = "s" + anyText(random);
+    const int type = random() % 3 == 0 ? TypeAlias : TypeSet;
+    if (table.contains(name.c_str())) {
+      AbstractZDBSymbol* old = table[name.c_str()];
+      AbstractZDBSymbol* replacing = make(old->name, old->isAlias() ? TypeAlias : TypeSet);
+      table.replace(old, replacing);
+      std::replace(all.begin(), all.end(), old, replacing);
+      std::replace(nonAlias.begin(), nonAlias.end(), old, replacing);
+    } else {
+      ASSERT_THROW(table[name.c_str()], std::out_of_range);
+      AbstractZDBSymbol* symbol = make(name, type);
+      const auto insert = [&] { return table.insert(name.c_str(), symbol), 0; };
+      test::callStarved(insert, check);
+      all.push_back(symbol);
+      if (type != TypeAlias) nonAlias.push_back(symbol);
+      ASSERT_TRUE(table.front() == all[0] && table[table.size() - 1] == symbol);
+    }
+    check(0);
+  }
   int calls = 0;
-  EXPECT_TRUE(this->table_.forEach([&](AbstractZDBSymbol*) { return ++calls > 0; }));
-  EXPECT_EQ(calls, 0);
-  for (const char* name : {"a", "b", "c"}) this->table_.insert(name, this->make(name, TypeSet));
-  std::string seen;
-  EXPECT_FALSE(this->table_.forEach([&](const char* name, AbstractZDBSymbol*) {
-    seen += name;
-    return seen.size() < 2;
-  }));
-  EXPECT_EQ(seen, "ab");
-}
-
-TYPED_TEST(SymbolTableTest, ClearAndUnload_KeepsTheSymbols) {
-  auto* i = this->make("i", TypeSet);
+  EXPECT_FALSE(table.forEach([&](AbstractZDBSymbol*) { return ++calls < 2; }));
+  EXPECT_EQ(calls, 2);
   const int key[] = {1};
   const double row[] = {0};
-  i->addRecordEnd(key, row);
-  this->table_.insert("i", i);
-  this->table_.clearAndUnload();
-  EXPECT_TRUE(i->empty());
-  EXPECT_FALSE(i->isLoaded);
-  EXPECT_EQ(this->table_.size(), 1);
+  nonAlias[0]->addRecordEnd(key, row);
+  table.clearAndUnload();
+  EXPECT_TRUE(nonAlias[0]->empty() && !nonAlias[0]->isLoaded);
+  check(0);
 }
 
-TEST(BatchAllocator, Pieces_AreAlignedDistinctAndCounted) {
+TEST(BatchAllocator, Pieces_AreAlignedAndApart) {
   batchalloc::BatchAllocator memory;
-  std::vector<unsigned char*> pieces;
-  for (std::size_t bytes = 1; bytes < 3000; bytes += 7) {
-    auto* piece = static_cast<unsigned char*>(memory.allocate(bytes));
-    ASSERT_EQ(reinterpret_cast<std::uintptr_t>(piece) % 8, 0u);
-    std::fill_n(piece, bytes, static_cast<unsigned char>(pieces.size()));
-    pieces.push_back(piece);
-  }
-  std::size_t bytes = 1;
-  for (std::size_t i = 0; i < pieces.size(); ++i, bytes += 7) {
-    EXPECT_EQ(pieces[i][0], static_cast<unsigned char>(i));
-    EXPECT_EQ(pieces[i][bytes - 1], static_cast<unsigned char>(i));
-  }
-  EXPECT_GT(memory.size(), 0u);
-  memory.clear();
-  EXPECT_EQ(memory.size(), 0u);
-  EXPECT_NE(memory.allocate(1 << 20), nullptr);  // larger than any block
-}
-
-TEST(SpecialValues, State_SaysHowMuchDiffers) {
-  struct Case {
-    int changed;
-    double value;
-    int state;
-  };
-  const double payload = std::bit_cast<double>(std::uint64_t{0x7FF8000000000001});
-  for (const Case c :
-       {Case{-1, 0, 0}, {4, 1e-300, 1}, {0, 7e299, 2}, {1, payload, 2}, {3, -9e299, 2}}) {
-    SpecialValueMap map;
-    SpecialValues values = kLibrarySpecialValues;
-    if (c.changed >= 0) values[c.changed] = c.value;
-    EXPECT_EQ(map.set(values.data()), c.state) << c.changed;
-    for (int i = 0; i < 5; ++i) {
-      EXPECT_TRUE(sameBits(map.toLibrary(values[i]), kLibrarySpecialValues[i]));
-      EXPECT_TRUE(sameBits(map.toUser(kLibrarySpecialValues[i]), values[i]));
+  for (int round = 0; round < 2; ++round) {
+    std::vector<unsigned char*> pieces;
+    for (std::size_t bytes = 1; bytes < 3000; bytes += 7) {
+      pieces.push_back(static_cast<unsigned char*>(memory.allocate(bytes)));
+      ASSERT_EQ(reinterpret_cast<std::uintptr_t>(pieces.back()) % 8, 0U);
+      std::fill_n(pieces.back(), bytes, static_cast<unsigned char>(pieces.size()));
     }
-    EXPECT_EQ(map.toLibrary(2.5), 2.5);
-    EXPECT_EQ(map.set(kLibrarySpecialValues.data()), 0);
+    std::size_t bytes = 1;
+    for (std::size_t i = 0; i < pieces.size(); ++i, bytes += 7) {
+      EXPECT_EQ(pieces[i][0], static_cast<unsigned char>(i + 1));
+      EXPECT_EQ(pieces[i][bytes - 1], static_cast<unsigned char>(i + 1));
+    }
+    std::memset(memory.allocate(1 << 20), 1, 1 << 20);  // larger than any block
+    EXPECT_GT(memory.size(), std::size_t{1} << 20);
+    memory.clear();
+    EXPECT_EQ(memory.size(), 0U);
   }
-}
-
-TEST(SpecialValues, BothEpsilonAndAnother_IsTheLargerState) {
-  SpecialValueMap map;
-  const SpecialValues all = {1, 2, 3, 4, 5};
-  EXPECT_EQ(map.set(all.data()), 2);
-  EXPECT_EQ(map.toUser(kLibrarySpecialValues[4]), 5);
 }
 
 }  // namespace
+}  // namespace zdb
