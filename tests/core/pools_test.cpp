@@ -14,7 +14,7 @@
 #include "core/strpool.h"
 #include "core/symtable.h"
 #include "core/zdb.h"
-#include "support/allocations.h"
+#include "support/starved.h"
 
 namespace zdb {
 namespace {

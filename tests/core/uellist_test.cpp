@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-#include "support/allocations.h"
+#include "support/starved.h"
 
 namespace zdb::uellist {
 namespace {

@@ -19,7 +19,7 @@
 #include "dmap/dmaputree.h"
 #include "dmap/dmapvector.h"
 #include "dmap/structure.h"
-#include "support/allocations.h"
+#include "support/starved.h"
 
 namespace zdb::test {
 
