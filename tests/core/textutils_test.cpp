@@ -28,23 +28,18 @@ TEST(TextUtils, Comparisons_FoldAsciiLettersOnly) {
 }
 
 TEST(TextUtils, Trim_CutsBytesOf32AndBelowOnly) {
-  const struct {
-    const char* text;
-    const char* trimmed;
-    const char* rightTrimmed;
-  } cases[] = {{" \t a b\x01\x20", "a b", " \t a b"},
-               {" \t", "", ""},
-               {"\x80 ", "\x80", "\x80"},
-               {"ab\x80", "ab\x80", "ab\x80"},
-               {"", "", ""}};
-  for (const auto& c : cases) {
+  const char* const cases[][3] = {{" \t a b\x01\x20", "a b", " \t a b"},
+                                  {" \t", "", ""},
+                                  {"\x80 ", "\x80", "\x80"},
+                                  {"ab\x80", "ab\x80", "ab\x80"}};
+  for (const auto& [text, trimmed, rightTrimmed] : cases) {
+    EXPECT_EQ(trim(text), trimmed);
     char buffer[16];
     int length = -1;
-    EXPECT_EQ(trim(c.text), c.trimmed);
-    const char* right = trimRight(c.text, buffer, length);
-    EXPECT_STREQ(right, c.rightTrimmed);
-    EXPECT_EQ(length, static_cast<int>(std::string(c.rightTrimmed).size()));
-    EXPECT_EQ(right == c.text, std::string(c.text) == c.rightTrimmed);
+    const std::string kept = trimRight(text, buffer, length);
+    EXPECT_EQ(kept, rightTrimmed);
+    EXPECT_EQ(length, static_cast<int>(kept.size()));
+    EXPECT_EQ(trimRight(text, buffer, length) == text, kept == text);
   }
 }
 
@@ -52,10 +47,9 @@ TEST(TextUtils, ShortString_RefusesWhatOneByteCannotCount) {
   for (const std::size_t length : {0, 1, 255, 256}) {
     char out[256];
     const std::string text(length, 'q');
-    const std::string tooLong = "Error: Maximum short string length is 255 characters!";
     EXPECT_EQ(strConvCppToDelphi(text, out), length < 256 ? 0 : 53);
     EXPECT_EQ(std::string(out + 1, static_cast<unsigned char>(out[0])),
-              length < 256 ? text : tooLong);
+              length < 256 ? text : "Error: Maximum short string length is 255 characters!");
   }
 }
 

@@ -8,7 +8,6 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <new>
 #include <random>
 #include <stdexcept>
 #include <string>
@@ -28,38 +27,25 @@ using Key = std::vector<int>;
 using Values = std::array<double, 5>;
 using Random = std::mt19937;
 
-/// What `lower_bound` gives for an absent key: the record after its place, or the end; for that an
-/// iterator that points nowhere; the record before its place or the first, the end above all.
-enum class Bound { NextOrEnd, NextOrNowhere, Bracket };
-
-/// What a container does differently on purpose. The defaults are those of the contract.
-struct Behaviour {
+/// What the containers do differently on purpose.
+template <class Map>
+struct Differences {
+  static constexpr bool kIsVector = std::is_same_v<Map, dmap::DMapVector>;
+  static constexpr bool kIsTree = std::is_same_v<Map, dmap::DMapUTree>;
   /// Iterators and value addresses survive the insertion and erasure of other records.
-  bool keepsPlaces = true;
-  Bound lowerBound = Bound::NextOrEnd;
+  static constexpr bool kKeepsPlaces = !kIsVector;
   /// `insert_or_assign` gives the values to the record that `lower_bound` gives, whatever its key.
-  bool assignsToBound = false;
+  static constexpr bool kAssignsToBound = kIsVector || kIsTree;
+  /// `lower_bound` gives the record before the place of an absent key, or the first.
+  static constexpr bool kBoundIsBefore = kIsVector;
+  /// `lower_bound` above all records points nowhere, and `index(end())` is the size.
+  static constexpr bool kEndIsOdd = kIsTree;
   /// An insertion of the largest key there is gives it the new values.
-  bool overwritesLargest = false;
-  /// `index(end())` is the size instead of -1.
-  bool endHasRank = false;
+  static constexpr bool kOverwritesLargest = kIsTree;
   /// `withIndex` takes any number. Appends and hints rely on the caller to know that the key is
   /// absent and, at the end, above all others. `emplace` warns of a key that is present.
-  bool trustsTheCaller = false;
+  static constexpr bool kTrusts = kIsVector;
 };
-
-template <class Map>
-inline constexpr Behaviour kBehaviour = {};
-template <>
-inline constexpr Behaviour kBehaviour<dmap::DMapVector> = {.keepsPlaces = false,
-                                                           .lowerBound = Bound::Bracket,
-                                                           .assignsToBound = true,
-                                                           .trustsTheCaller = true};
-template <>
-inline constexpr Behaviour kBehaviour<dmap::DMapUTree> = {.lowerBound = Bound::NextOrNowhere,
-                                                          .assignsToBound = true,
-                                                          .overwritesLargest = true,
-                                                          .endHasRank = true};
 
 /// One call of the container; the numbers stand for keys in key order.
 struct Step {
@@ -101,7 +87,7 @@ struct TestRun {
   std::string output = {};  ///< What should have been printed by now.
 };
 
-/// A container under test, whatever its type. All throw std::logic_error where it and its model
+/// A container under test, whatever its type. Throws std::logic_error where it and its model
 /// differ.
 class Subject {
  public:
@@ -115,44 +101,30 @@ class Subject {
 };
 
 template <class Map>
-class SubjectOf final : public Subject {
+class SubjectOf final : public Subject, private Differences<Map> {
  public:
   SubjectOf(TestRun& run, std::unique_ptr<Map> map) : run_(run), map_(std::move(map)) {}
 
   void apply(const Step& step) override {
     const Key& key = keyOf(step.key);
-    const Values values = fresh();
-    It hint = step.kind == Step::Append ? map_->end() : hintFor(step.hint);
-    const auto insert = [&] {
-      if (step.kind == Step::Append) return map_->emplace_end(key.data(), values.data());
-      if (step.kind == Step::EmplaceHint) {
-        return map_->emplace_hint(key.data(), values.data(), hint);
-      }
-      return map_->insert_or_assign(hint, key.data(), values.data());
-    };
-    switch (step.kind) {
-      case Step::Append:
-      case Step::EmplaceHint:
-        if (!mayTrust(key, hint)) return emplace(key);
-        return expectStored(attempt(insert), key, false);
-      case Step::Assign:
-        return expectStored(attempt(insert), key, true);
-      case Step::Emplace:
-        return emplace(key);
-      case Step::Place:
-        return place(key);
-      case Step::Erase:
-        return erase(key);
-      case Step::Find:
-        return expectAt(attempt([&] { return map_->find(key.data()); }), model_.find(key));
-      case Step::Clear:
-        map_->clear();
-        map_->reserve(step.key);
-        model_.clear();
-        return held_.clear();
-      default:
-        if (run_.dim > 0) expectBound(attempt([&] { return map_->lower_bound(key.data()); }), key);
+    const bool isThere = model_.contains(key);
+    It hint = hintFor(step);
+    Step::Kind kind = step.kind;
+    if (kind == Step::Clear) return clear(step.key);
+    if (kind == Step::Erase) return erase(key);
+    if (kind == Step::Place && this->kAssignsToBound) {
+      expectAt(hint, model_.lower_bound(key));
+      if (isThere) return;
+    } else if (kind < Step::Place && !mayTrust(kind, key, hint)) {
+      kind = Step::Emplace;
     }
+    if (kind == Step::Emplace && this->kTrusts && isThere && run_.dim > 0) {
+      run_.output += "Warning: Keys already in record map. Skipping.\n";
+    }
+    const It it = attempt([&] { return make(kind, key, hint); });
+    if (kind == Step::Find) return expectAt(it, model_.find(key));
+    if (kind == Step::LowerBound) return expectBound(it, key);
+    expectStored(it, key, kind == Step::Assign);
   }
 
   void check() override {
@@ -170,7 +142,7 @@ class SubjectOf final : public Subject {
       expectBound(map_->lower_bound(record->first.data()), record->first);
     }
     checkRanks();
-    checkHeld();
+    for (const auto& [key, held] : held_) checkHeld(key, held);
     checkShape(*map_);
   }
 
@@ -183,7 +155,6 @@ class SubjectOf final : public Subject {
  private:
   using It = decltype(std::declval<Map&>().end());
   using Record = std::map<Key, Values>::iterator;
-  static constexpr Behaviour kDoes = kBehaviour<Map>;
 
   /// A record looked at earlier: an iterator that must still work, and where the values were.
   struct Held {
@@ -208,41 +179,46 @@ class SubjectOf final : public Subject {
     });
   }
 
+  It make(Step::Kind kind, const Key& key, It& hint) {
+    const Values values = fresh();
+    if (kind == Step::Append) return map_->emplace_end(key.data(), values.data());
+    if (kind == Step::EmplaceHint) return map_->emplace_hint(key.data(), values.data(), hint);
+    if (kind == Step::Assign) return map_->insert_or_assign(hint, key.data(), values.data());
+    if (kind == Step::Find) return map_->find(key.data());
+    if (kind == Step::LowerBound) return map_->lower_bound(key.data());
+    if constexpr (Differences<Map>::kAssignsToBound) {  // which need a way to add without looking
+      if (kind == Step::Place) return map_->insertAt(hint, key.data(), values.data());
+    }
+    return map_->emplace(key.data(), values.data());
+  }
+
   const Key& keyOf(int number) const { return run_.keys[unsigned(number) % run_.keys.size()]; }
   Values fresh() const {  // that no other step has used
     Values values{};
     for (std::size_t i = 0; i < values.size(); ++i) values[i] = run_.steps + double(i) / 8;
     return values;
   }
-  It hintFor(int hint) {
-    if (hint < 0) return hint == -1 ? map_->end() : It();
-    return map_->lower_bound(keyOf(hint).data());
+  It hintFor(const Step& step) {
+    if constexpr (Differences<Map>::kAssignsToBound) {
+      const int* key = keyOf(step.key).data();
+      if (step.kind == Step::Place) return attempt([&] { return map_->exactLowerBound(key); });
+    }
+    if (step.kind != Step::EmplaceHint && step.kind != Step::Assign) return map_->end();
+    if (step.hint < 0) return step.hint == -1 ? map_->end() : It();
+    return map_->lower_bound(keyOf(step.hint).data());
   }
   /// Whether the container's contract lets the caller insert this key at this place.
-  bool mayTrust(const Key& key, const It& hint) const {
-    if (!kDoes.trustsTheCaller || run_.dim == 0) return true;
+  bool mayTrust(Step::Kind kind, const Key& key, const It& hint) const {
+    if (!this->kTrusts || run_.dim == 0 || kind == Step::Assign) return true;
     if (model_.empty() || model_.rbegin()->first < key) return true;
     return !model_.contains(key) && hint != map_->end() && !hint.isNullPtr();
   }
 
-  void emplace(const Key& key) {
-    const Values values = fresh();
-    if (kDoes.trustsTheCaller && run_.dim > 0 && model_.contains(key)) {
-      run_.output += "Warning: Keys already in record map. Skipping.\n";
-    }
-    expectStored(attempt([&] { return map_->emplace(key.data(), values.data()); }), key, false);
-  }
-  /// Looks the key up exactly and adds it if it is absent.
-  void place(const Key& key) {
-    if constexpr (requires { map_->exactLowerBound(key.data()); }) {
-      const It at = attempt([&] { return map_->exactLowerBound(key.data()); });
-      expectAt(at, model_.lower_bound(key));
-      if (model_.contains(key)) return;
-      const Values values = fresh();
-      const auto insert = [&] { return map_->insertAt(at, key.data(), values.data()); };
-      return expectStored(attempt(insert), key, false);
-    }
-    emplace(key);
+  void clear(int reserved) {
+    map_->clear();
+    map_->reserve(reserved);
+    model_.clear();
+    held_.clear();
   }
   void erase(const Key& key) {
     const It it = map_->find(key.data());
@@ -265,45 +241,43 @@ class SubjectOf final : public Subject {
 
   /// Does in the model what the container has done, and compares the record it returned.
   void expectStored(const It& it, const Key& key, bool isAssigned) {
-    Record record = isAssigned && kDoes.assignsToBound ? modelBound(key) : model_.find(key);
+    Record record = isAssigned && this->kAssignsToBound ? modelBound(key) : model_.find(key);
     const bool isNew = record == model_.end();
     if (isNew) record = model_.try_emplace(key).first;
-    const bool isLargest = kDoes.overwritesLargest && std::next(record) == model_.end();
+    const bool isLargest = this->kOverwritesLargest && std::next(record) == model_.end();
     // A scalar is overwritten by every insertion.
     if (isNew || isAssigned || isLargest || run_.dim == 0) record->second = fresh();
     expectAt(it, record);
-    if (isNew && kDoes.keepsPlaces) held_.insert_or_assign(key, Held{it, (*it).second});
+    if (isNew && this->kKeepsPlaces) held_.insert_or_assign(key, Held{it, (*it).second});
   }
 
   Record modelBound(const Key& key) {
     const Record next = model_.lower_bound(key);
-    if (kDoes.lowerBound != Bound::Bracket || model_.contains(key)) return next;
+    if (!this->kBoundIsBefore || model_.contains(key)) return next;
     if (model_.size() == 1) return model_.begin();
     return next == model_.begin() || next == model_.end() ? next : std::prev(next);
   }
   void expectBound(const It& it, const Key& key) {
     const Record record = modelBound(key);
-    if (record != model_.end() || kDoes.lowerBound != Bound::NextOrNowhere) {
-      return expectAt(it, record);
-    }
+    if (run_.dim == 0) return;
+    if (!this->kEndIsOdd || record != model_.end()) return expectAt(it, record);
     require(it.isNullPtr() && it != map_->end(), "a bound that is somewhere");
   }
   void expectAt(const It& it, Record record) const {
     require((it == map_->end()) == (record == model_.end()), "at the end or not");
     if (record == model_.end()) return;
     const dmap::VirtualPair pair = *it;
-    const Key& key = record->first;
-    require(run_.dim == 0 || std::equal(key.begin(), key.end(), pair.first), "key");
-    const double* values = record->second.data();
+    const auto& [key, values] = *record;
     const int doubles = dmap::doublesPerRecord(run_.width);
-    require(std::equal(values, values + doubles, pair.second), "values");
+    require(run_.dim == 0 || std::equal(key.begin(), key.end(), pair.first), "key");
+    require(std::equal(pair.second, pair.second + doubles, values.begin()), "values");
   }
 
   void checkRanks() {
     const int size = static_cast<int>(model_.size());
-    require(map_->index(map_->end()) == (kDoes.endHasRank ? size : -1), "rank of the end");
-    require(kDoes.trustsTheCaller || map_->withIndex(-5) == map_->begin(), "negative rank");
-    require(kDoes.trustsTheCaller || map_->withIndex(size + 1) == map_->end(), "large rank");
+    require(map_->index(map_->end()) == (this->kEndIsOdd ? size : -1), "rank of the end");
+    require(this->kTrusts || map_->withIndex(-5) == map_->begin(), "negative rank");
+    require(this->kTrusts || map_->withIndex(size + 1) == map_->end(), "large rank");
     int rank = 0;
     for (auto record = model_.begin(); record != model_.end(); ++record, ++rank) {
       if (rank % 97 != 0) continue;
@@ -312,18 +286,16 @@ class SubjectOf final : public Subject {
       require(map_->index(it) == rank, "rank");
     }
   }
-  /// Moves copies of the iterators obtained when their records were inserted.
-  void checkHeld() {
-    for (const auto& [key, held] : held_) {
-      const Record record = model_.find(key);
-      expectAt(held.it, record);
-      require((*held.it).second == held.values, "a record moved");
-      require(held.it == map_->find(key.data()), "a held iterator differs from a new one");
-      It next = held.it;
-      expectAt(++next, std::next(record));
-      It before = held.it;
-      if (record != model_.begin()) expectAt(--before, std::prev(record));
-    }
+  /// Moves copies of an iterator obtained when its record was inserted.
+  void checkHeld(const Key& key, const Held& held) {
+    const Record record = model_.find(key);
+    expectAt(held.it, record);
+    require((*held.it).second == held.values, "a record moved");
+    require(held.it == map_->find(key.data()), "a held iterator differs from a new one");
+    It next = held.it;
+    expectAt(++next, std::next(record));
+    It before = held.it;
+    if (record != model_.begin()) expectAt(--before, std::prev(record));
   }
   void checkShape(dmap::DMap& map) const {
     for (auto it = map.begin(); it != map.end();) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <numeric>
 #include <tuple>
 
 #include "dmap/container_model.h"
@@ -17,26 +16,15 @@ int pick(Random& random, int below) {
   return static_cast<int>(random() % static_cast<unsigned>(below));
 }
 
-std::vector<int> ascending(int keys) {
-  std::vector<int> ids(static_cast<std::size_t>(keys));
-  std::iota(ids.begin(), ids.end(), 0);
-  return ids;
-}
+enum class Order { Up, Down, Mixed };
 
-std::vector<int> descending(int keys) {
-  std::vector<int> ids = ascending(keys);
-  std::reverse(ids.begin(), ids.end());
-  return ids;
-}
-
-std::vector<int> shuffled(int keys, Random& random) {
-  std::vector<int> ids = ascending(keys);
-  std::shuffle(ids.begin(), ids.end(), random);
-  return ids;
-}
-
-void add(Steps& steps, Step::Kind kind, const std::vector<int>& keys) {
-  for (const int key : keys) steps.push_back({kind, key});
+/// A step of this kind for each of the keys.
+void add(Steps& steps, Step::Kind kind, int keys, Order order, Random& random) {
+  const std::size_t first = steps.size();
+  for (int key = 0; key < keys; ++key) steps.push_back({kind, key});
+  const auto begin = steps.begin() + static_cast<std::ptrdiff_t>(first);
+  if (order == Order::Down) std::reverse(begin, steps.end());
+  if (order == Order::Mixed) std::shuffle(begin, steps.end(), random);
 }
 
 void everything(Steps& steps, int keys, Random& random) {
@@ -49,16 +37,16 @@ void everything(Steps& steps, int keys, Random& random) {
 }
 
 void sorted(Steps& steps, int keys, Random& random) {
-  for (const auto& order : {ascending(keys), descending(keys), shuffled(keys, random)}) {
-    add(steps, Step::Append, ascending(keys));
-    add(steps, Step::Erase, order);
+  for (const Order order : {Order::Up, Order::Down, Order::Mixed}) {
+    add(steps, Step::Append, keys, Order::Up, random);
+    add(steps, Step::Erase, keys, order, random);
   }
 }
 
 void reversed(Steps& steps, int keys, Random& random) {
-  add(steps, Step::Emplace, descending(keys));
-  add(steps, Step::Convert, shuffled(3, random));
-  add(steps, Step::Erase, descending(keys));
+  add(steps, Step::Emplace, keys, Order::Down, random);
+  add(steps, Step::Convert, 3, Order::Mixed, random);
+  add(steps, Step::Erase, keys, Order::Down, random);
 }
 
 // Runs that end in the middle of what is there, so that leaves split at their edges.
@@ -72,20 +60,20 @@ void runs(Steps& steps, int keys, Random& /*random*/) {
 
 // Thins out to one record in twenty and fills up again: leaves and inner nodes merge and split.
 void thinned(Steps& steps, int keys, Random& random) {
-  add(steps, Step::Emplace, shuffled(keys, random));
+  add(steps, Step::Emplace, keys, Order::Mixed, random);
   for (int round = 0; round < 2; ++round) {
-    for (const int key : shuffled(keys, random)) {
-      if (key % 20 != 0) steps.push_back({Step::Erase, key});
-    }
-    add(steps, Step::Append, ascending(keys));
+    add(steps, Step::Erase, keys, Order::Mixed, random);
+    std::erase_if(steps, [](const Step& s) { return s.kind == Step::Erase && s.key % 20 == 0; });
+    add(steps, Step::Append, keys, Order::Up, random);
   }
 }
 
 void hints(Steps& steps, int keys, Random& random) {
-  for (const int key : shuffled(keys, random)) {
-    const int hints[] = {-1, -2, key, key + 1, std::max(key - 1, 0), pick(random, keys)};
-    const auto kind = pick(random, 2) == 0 ? Step::EmplaceHint : Step::Assign;
-    steps.push_back({kind, key, hints[pick(random, 6)]});
+  add(steps, Step::EmplaceHint, keys, Order::Mixed, random);
+  for (Step& step : steps) {
+    const int hints[] = {-1, -2, step.key, step.key + 1, step.key - 1, pick(random, keys)};
+    step.hint = hints[pick(random, 6)];
+    if (pick(random, 2) == 0) step.kind = Step::Assign;
   }
 }
 

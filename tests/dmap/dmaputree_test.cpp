@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
 #include <variant>
+#include <vector>
 
 #include "dmap/container_model.h"
 
@@ -13,46 +15,39 @@ namespace zdb::dmap {
 namespace {
 
 using test::Key;
+using Labels = std::vector<double>;
 
-DMapUTree treeOf(int dim, const std::vector<Key>& keys) {
-  DMapUTree records(dim, 1);
-  for (const Key& key : keys) {
-    const double value = key.back();
-    records.emplace(key.data(), &value);
-  }
+/// A tree of keys of 2 labels, the second one also as value.
+DMapUTree treeOf(const Labels& labels) {
+  DMapUTree records(2, 1);
+  for (const double& label : labels)
+    records.emplace(Key{1, static_cast<int>(label)}.data(), &label);
   return records;
 }
 
-std::vector<double> valuesOf(DMapUTree& records) {
-  std::vector<double> values;
+Labels valuesOf(DMapUTree& records) {
+  Labels values;
   for (TreeIterator it = records.begin(); it != records.end(); ++it)
     values.push_back(*(*it).second);
   return values;
 }
 
 TEST(TreeIterator, AllShareOneKey) {
-  DMapUTree records = treeOf(2, {{1, 2}, {3, 4}});
+  DMapUTree records = treeOf({2});
   const VirtualPair first = *records.begin();
-  EXPECT_EQ(first.first[1], 2);
-  const VirtualPair other = *treeOf(1, {{9}}).begin();
+  const VirtualPair other = *treeOf({9}).begin();
   EXPECT_EQ(first.first, other.first);
-  EXPECT_EQ(first.first[0], 9);
+  EXPECT_EQ(first.first[1], 9);
   EXPECT_EQ(*first.second, 2);  // values stay where they are
 }
 
-TEST(TreeIterator, TheOtherKindOfPosition_IsRefused) {
-  DMapUTree records = treeOf(1, {{1}});
+TEST(TreeIterator, WithoutNodesOrValues_IsEmptyOrRefused) {
+  DMapUTree records = treeOf({5});
   DMapUTree scalar(0, 1);
   EXPECT_THROW(records.begin().scalar(), std::bad_variant_access);
   EXPECT_THROW(scalar.begin().position(), std::bad_variant_access);
   EXPECT_THROW(scalar.index(records.begin()), std::bad_variant_access);
-  EXPECT_TRUE(scalar.exactLowerBound(nullptr) == scalar.end());
-  EXPECT_EQ(scalar.getTree(), nullptr);
   scalar.toPDF("nothing to draw");
-}
-
-TEST(PairForIterator, IsEmptyWithoutAllNodes_AndRefusedWithoutValues) {
-  DMapUTree records = treeOf(2, {{4, 5}});
   utree::UELNodeIt at = records.begin().position();
   EXPECT_EQ(constructPairForIterator(2, at).first[1], 5);
   EXPECT_EQ(constructPairForIterator(3, at).first, nullptr);
@@ -62,22 +57,20 @@ TEST(PairForIterator, IsEmptyWithoutAllNodes_AndRefusedWithoutValues) {
 }
 
 TEST(DMapUTree, ACopy_LeadsALifeOfItsOwn) {
-  using Values = std::vector<double>;
-  DMapUTree records = treeOf(2, {{1, 1}, {1, 2}, {2, 3}});
+  DMapUTree records = treeOf({1, 2, 3});
   DMapUTree copy(records);
-  DMapUTree assigned = treeOf(2, {{7, 7}});
+  DMapUTree assigned = treeOf({7});
   assigned.assign(records);
   records = *&records;
   *(*records.begin()).second = 9;
   records.erase(records.withIndex(2));
-  EXPECT_EQ(valuesOf(records), (Values{9, 2}));
+  EXPECT_EQ(valuesOf(records), (Labels{9, 2}));
+  const double value = 4;
   for (DMapUTree* other : {&copy, &assigned}) {
-    EXPECT_EQ(valuesOf(*other), (Values{1, 2, 3}));
+    other->emplace_end(Key{1, 4}.data(), &value);  // the last position is known
+    EXPECT_EQ(valuesOf(*other), (Labels{1, 2, 3, 4}));
     TreeIterator it = other->end();
-    EXPECT_EQ(*(*--it).second, 3);
-    const double value = 4;
-    other->emplace_end(Key{2, 4}.data(), &value);  // the last position is known
-    EXPECT_EQ(valuesOf(*other), (Values{1, 2, 3, 4}));
+    EXPECT_EQ(*(*--it).second, 4);
   }
   for (const auto& [dim, width] : {std::pair{1, 1}, {2, 5}, {0, 1}}) {
     EXPECT_THROW(copy = DMapUTree(dim, width), std::invalid_argument);
@@ -85,16 +78,11 @@ TEST(DMapUTree, ACopy_LeadsALifeOfItsOwn) {
   EXPECT_EQ(copy.size(), 4U);
 
   DMapUTree scalar(0, 1);
-  const double value = 3;
-  scalar.emplace(nullptr, &value);
-  DMapUTree scalarCopy(scalar);
-  scalar.clear();
-  EXPECT_EQ(valuesOf(scalarCopy), Values{3});
-  scalarCopy = scalar;
-  EXPECT_TRUE(scalarCopy.begin() == scalarCopy.end());
-  scalar.emplace(nullptr, &value);
-  scalarCopy = scalar;
-  EXPECT_EQ(valuesOf(scalarCopy), Values{3});
+  DMapUTree filled(0, 1);
+  filled.emplace(nullptr, &value);
+  EXPECT_EQ(valuesOf(scalar = filled), Labels{4});
+  EXPECT_EQ(valuesOf(scalar), valuesOf(*std::make_unique<DMapUTree>(filled)));
+  EXPECT_TRUE((scalar = DMapUTree(0, 1)).empty());
 }
 
 }  // namespace

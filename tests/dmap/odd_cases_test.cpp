@@ -16,8 +16,8 @@ class OddCases : public testing::Test {
   using It = decltype(std::declval<Map&>().end());
   using OtherIt = std::conditional_t<std::is_same_v<Map, DMap>, VectorIterator, DMapIterator>;
   /// Whether positions know their container and their record; else they are mere numbers.
-  static constexpr bool kKnows = test::kBehaviour<Map>.keepsPlaces;
-  static constexpr bool kIsTree = test::kBehaviour<Map>.endHasRank;
+  static constexpr bool kKnows = test::Differences<Map>::kKeepsPlaces;
+  static constexpr bool kIsTree = test::Differences<Map>::kIsTree;
 
   It add(int label) {
     const double value = label;
