@@ -13,8 +13,7 @@ DMap::DMap(int dim, int valueWidth)
     : IDMap(StorageTypes::Map, dim, valueWidth), map_(dim, valueWidth) {}
 
 DMapIterator DMap::assignScalar(const double* values) {
-  std::copy_n(values, doublesPerRecord(getValueWidth()), scalar_);
-  isPresent_ = true;
+  scalar_.assign(values, getValueWidth());
   return begin();
 }
 
@@ -43,7 +42,7 @@ RecordTreeBase::Inserted DMap::insertNear(const DMapIterator& hint, const int* k
 
 void DMap::erase(const DMapIterator& it) {
   if (!map_.hasMap()) {
-    isPresent_ = false;
+    scalar_.isPresent = false;
   } else if (it.position().tree() == &map_.tree()) {
     map_.tree().erase(it.position().position());
   }
@@ -51,11 +50,11 @@ void DMap::erase(const DMapIterator& it) {
 
 void DMap::clear() {
   if (map_.hasMap()) map_.tree().clear();
-  isPresent_ = false;
+  scalar_.isPresent = false;
 }
 
 int DMap::index(const DMapIterator& it) {
-  if (!map_.hasMap()) return isPresent_ && it == begin() ? 0 : -1;
+  if (!map_.hasMap()) return scalar_.isPresent && it == begin() ? 0 : -1;
   if (it.position().tree() != &map_.tree()) return -1;
   return static_cast<int>(map_.tree().rank(it.position().position()));
 }
@@ -67,13 +66,5 @@ DMapIterator DMap::withIndex(int rank) {
 }
 
 void DMap::reserve(int /*records*/) {}
-
-std::uint64_t DMap::bytesUsed() const {
-  return sizeof *this + (map_.hasMap() ? map_.tree().bytesUsed() : 0);
-}
-
-std::string DMap::verify() const {
-  return map_.hasMap() ? map_.tree().verify() : std::string();
-}
 
 }  // namespace zdb::dmap

@@ -3,10 +3,10 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <string>
 
 #include "dmap/anysizemap.h"
 #include "dmap/idmap.h"
+#include "dmap/scalarrecord.h"
 
 namespace zdb::dmap {
 
@@ -94,18 +94,19 @@ class DMap final : public IDMap<DMapIterator> {
   DMapIterator insert_or_assign(DMapIterator& hint, const int* key, const double* values) override;
   void erase(const DMapIterator& it) override;
   std::uint64_t size() const override {
-    return map_.hasMap() ? map_.tree().size() : std::uint64_t{isPresent_};
+    return map_.hasMap() ? map_.tree().size() : std::uint64_t{scalar_.isPresent};
   }
   bool empty() const override { return size() == 0; }
   DMapIterator lower_bound(const int* key) override {
     if (map_.hasMap()) return iterator(map_.tree().lowerBound(key));
-    return isPresent_ ? DMapIterator() : end();
+    return scalar_.isPresent ? DMapIterator() : end();
   }
   DMapIterator find(const int* key) override {
     return map_.hasMap() ? iterator(map_.tree().find(key)) : begin();
   }
   DMapIterator begin() override {
-    return map_.hasMap() ? iterator(map_.tree().first()) : scalarIterator(isPresent_ ? 0 : 1);
+    return map_.hasMap() ? iterator(map_.tree().first())
+                         : scalarIterator(scalar_.isPresent ? 0 : 1);
   }
   DMapIterator end() override {
     return map_.hasMap() ? iterator(map_.tree().end()) : scalarIterator(1);
@@ -116,25 +117,19 @@ class DMap final : public IDMap<DMapIterator> {
   /// Has no effect here.
   void reserve(int records) override;
 
-  /// Bytes held for the records, including this object.
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
-
  private:
   DMapIterator iterator(const RecordPosition& at) const {
     return {getDim(), getValueWidth(), AnySizeMapIterator(&map_.tree(), at)};
   }
   DMapIterator scalarIterator(int offset) {
-    return {0, getValueWidth(), AnySizeMapIterator(scalar_ + offset)};
+    return {0, getValueWidth(), AnySizeMapIterator(scalar_.values + offset)};
   }
   DMapIterator assignScalar(const double* values);
   RecordTreeBase::Inserted insertNear(const DMapIterator& hint, const int* key,
                                       const double* values);
 
-  AnySizeMap map_;          ///< Without a map for dimension 0.
-  double scalar_[5] = {};   ///< The record of dimension 0.
-  bool isPresent_ = false;  ///< Whether that record exists.
+  AnySizeMap map_;       ///< Without a map for dimension 0.
+  ScalarRecord scalar_;  ///< The record of dimension 0.
 };
 
 }  // namespace zdb::dmap

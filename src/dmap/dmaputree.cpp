@@ -53,10 +53,8 @@ DMapUTree::DMapUTree(int dim, int valueWidth)
 DMapUTree::DMapUTree(const DMapUTree& other)
     : IDMap(StorageTypes::Tree, other.getDim(), other.getValueWidth()),
       tree_(other.tree_ ? std::make_unique<utree::UTree>(*other.tree_) : nullptr),
-      isPresent_(other.isPresent_),
-      end_(endPosition()) {
-  std::copy_n(other.scalar_, 5, scalar_);
-}
+      scalar_(other.scalar_),
+      end_(endPosition()) {}
 
 DMapUTree& DMapUTree::operator=(const DMapUTree& other) {
   if (this == &other) return *this;
@@ -64,14 +62,13 @@ DMapUTree& DMapUTree::operator=(const DMapUTree& other) {
     throw std::invalid_argument("A tree cannot take records of another dimension or value width");
   }
   if (other.tree_) tree_ = std::make_unique<utree::UTree>(*other.tree_);
-  std::copy_n(other.scalar_, 5, scalar_);
-  isPresent_ = other.isPresent_;
+  scalar_ = other.scalar_;
   end_ = endPosition();
   return *this;
 }
 
 TreeIterator DMapUTree::scalarIterator(std::ptrdiff_t offset) {
-  return {moved(scalar_, offset), getValueWidth()};
+  return {moved(scalar_.values, offset), getValueWidth()};
 }
 
 TreeIterator DMapUTree::endPosition() {
@@ -79,8 +76,7 @@ TreeIterator DMapUTree::endPosition() {
 }
 
 TreeIterator DMapUTree::assignScalar(const double* values) {
-  std::copy_n(values, doublesPerRecord(getValueWidth()), scalar_);
-  isPresent_ = true;
+  scalar_.assign(values, getValueWidth());
   return begin();
 }
 
@@ -100,7 +96,7 @@ TreeIterator DMapUTree::insert_or_assign(TreeIterator&, const int* key, const do
 
 void DMapUTree::erase(const TreeIterator& it) {
   if (!tree_) {
-    isPresent_ = false;
+    scalar_.isPresent = false;
   } else if (it.tree() == tree_.get()) {
     tree_->erase(it.position());
   }
@@ -109,7 +105,7 @@ void DMapUTree::erase(const TreeIterator& it) {
 TreeIterator DMapUTree::lower_bound(const int* key) {
   // By contract, a scalar that is there and a tree without such a record give
   // an iterator that points nowhere.
-  if (!tree_) return isPresent_ ? TreeIterator() : end();
+  if (!tree_) return scalar_.isPresent ? TreeIterator() : end();
   const auto bound = tree_->lower_bound(key);
   return bound ? iterator(*bound) : TreeIterator();
 }
@@ -132,19 +128,19 @@ TreeIterator DMapUTree::insertAt(const TreeIterator& at, const int* key, const d
 
 TreeIterator DMapUTree::begin() {
   if (tree_) return iterator(tree_->begin());
-  return isPresent_ ? scalarIterator(0) : end();
+  return scalar_.isPresent ? scalarIterator(0) : end();
 }
 
 void DMapUTree::clear() {
   if (tree_) tree_->clear();
-  isPresent_ = false;
+  scalar_.isPresent = false;
 }
 
 int DMapUTree::index(const TreeIterator& it) {
   if (!tree_) {
     // A distance, whatever the iterator points to.
-    const auto bytes =
-        reinterpret_cast<std::uintptr_t>(it.scalar()) - reinterpret_cast<std::uintptr_t>(scalar_);
+    const auto bytes = reinterpret_cast<std::uintptr_t>(it.scalar()) -
+                       reinterpret_cast<std::uintptr_t>(scalar_.values);
     return static_cast<int>(static_cast<std::intptr_t>(bytes) /
                             static_cast<std::intptr_t>(sizeof(double)));
   }
@@ -162,14 +158,6 @@ void DMapUTree::reserve(int records) {
 
 void DMapUTree::toPDF(const std::string& name) const {
   if (tree_) tree_->toPDF(name + "_dmap.pdf");
-}
-
-std::uint64_t DMapUTree::bytesUsed() const {
-  return sizeof *this + (tree_ ? tree_->bytesUsed() : 0);
-}
-
-std::string DMapUTree::verify() const {
-  return tree_ ? tree_->verify() : std::string();
 }
 
 }  // namespace zdb::dmap

@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "dmap/idmap.h"
+#include "dmap/scalarrecord.h"
 #include "utree/utree.h"
 
 namespace zdb::dmap {
@@ -137,7 +138,9 @@ class DMapUTree final : public IDMap<TreeIterator> {
   TreeIterator emplace_hint(const int* key, const double* values, TreeIterator& hint) override;
   TreeIterator insert_or_assign(TreeIterator& hint, const int* key, const double* values) override;
   void erase(const TreeIterator& it) override;
-  std::uint64_t size() const override { return tree_ ? tree_->size() : std::uint64_t{isPresent_}; }
+  std::uint64_t size() const override {
+    return tree_ ? tree_->size() : std::uint64_t{scalar_.isPresent};
+  }
   bool empty() const override { return size() == 0; }
   TreeIterator lower_bound(const int* key) override;
   TreeIterator find(const int* key) override;
@@ -160,11 +163,6 @@ class DMapUTree final : public IDMap<TreeIterator> {
   /// Draws the tree to the file `name` + "_dmap.pdf"; see `UTree::toPDF`.
   void toPDF(const std::string& name) const;
 
-  /// Bytes held for the records, including this object.
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
-
  private:
   TreeIterator iterator(const utree::UELNodeIt& at) const {
     return {at, getValueWidth(), tree_.get()};
@@ -174,8 +172,7 @@ class DMapUTree final : public IDMap<TreeIterator> {
   TreeIterator endPosition();
 
   std::unique_ptr<utree::UTree> tree_;
-  double scalar_[5] = {};   ///< The record of dimension 0.
-  bool isPresent_ = false;  ///< Whether that record exists.
+  ScalarRecord scalar_;  ///< The record of dimension 0.
   TreeIterator end_;
 };
 

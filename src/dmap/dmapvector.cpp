@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <stdexcept>
+#include <string>
 
 namespace zdb::dmap {
 
@@ -199,32 +200,6 @@ void DMapVector::reserve(int records) {
   plain_ = 0;
   search_->clear();
   updateRoom();
-}
-
-// Checking.
-
-std::uint64_t DMapVector::bytesUsed() const {
-  return sizeof *this + keys_.bytesUsed() + values_.bytesUsed() +
-         (search_ ? search_->bytesUsed() : 0);
-}
-
-std::string DMapVector::verify() const {
-  if (getDim() == 0) {
-    const bool isSound = keys_.empty() && count_ == 0 && values_.size() <= 1;
-    return isSound ? "" : "a scalar with a key or a count";
-  }
-  if (count_ < 0 || count_ > reserved()) return "more records than there is room for";
-  if (keys_.size() != values_.size()) return "arrays of different lengths";
-  const auto records = static_cast<std::size_t>(count_);
-  if (keys_.written() < records || values_.written() < records) {
-    return "a record that was not written";
-  }
-  if (!search_->matches(keys_.row(0), count_)) return "a search by keys that have changed";
-  if (plain_ < 0 || plain_ > count_) return "too many records known to be in order";
-  for (int i = 0; i < plain_; ++i) {
-    if (!isPlain(i)) return "a record not in order as it was known to be";
-  }
-  return "";
 }
 
 }  // namespace zdb::dmap

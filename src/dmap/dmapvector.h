@@ -7,11 +7,14 @@
 #include <limits>
 #include <new>
 #include <optional>
-#include <string>
 
 #include "dmap/idmap.h"
 #include "dmap/keysearch.h"
 #include "dmap/rowarray.h"
+
+namespace zdb::test {
+struct Structure;
+}
 
 namespace zdb::dmap {
 
@@ -150,12 +153,9 @@ class DMapVector final : public IDMap<VectorIterator> {
   /// not less, or an iterator that points nowhere.
   VectorIterator linearSearchInVec(const int* key);
 
-  /// Bytes held for the records, including this object.
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
-
  private:
+  friend struct test::Structure;
+
   VectorIterator iterator(int position) {
     return {getDim(), getValueWidth(), position, keys_, values_};
   }

@@ -102,13 +102,4 @@ void KeySearch::forgetFrom(int position) {
   fences_.resize(static_cast<std::size_t>(kept) * static_cast<std::size_t>(dim_));
 }
 
-bool KeySearch::matches(const int* keys, int count) const {
-  for (int i = 0; i < fences(); ++i) {
-    if (i * kBlock >= count) return false;
-    const int* fence = fences_.data() + std::ptrdiff_t{i} * dim_;
-    if (!std::equal(fence, fence + dim_, keys + std::ptrdiff_t{i} * kBlock * dim_)) return false;
-  }
-  return true;
-}
-
 }  // namespace zdb::dmap

@@ -32,10 +32,6 @@ class KeySearch {
   /// Frees the fences.
   void clear() noexcept { fences_ = {}; }
 
-  std::size_t bytesUsed() const { return fences_.capacity() * sizeof(int); }
-  /// Whether the fences are copies of the keys. For tests.
-  bool matches(const int* keys, int count) const;
-
  private:
   static constexpr int kBlock = 32;
   using Search = int (*)(const int* keys, int count, const int* key);

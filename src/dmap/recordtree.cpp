@@ -41,10 +41,6 @@ void RecordTreeBase::clear() noexcept {
   isInOrder_ = true;
 }
 
-std::uint64_t RecordTreeBase::bytesUsed() const {
-  return sizeof *this + records_.bytesUsed() + leaves_.bytesUsed() + inners_.bytesUsed();
-}
-
 // Walking.
 
 RecordPosition RecordTreeBase::nextInChain(RecordPosition at) const {

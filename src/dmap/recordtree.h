@@ -3,9 +3,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 
 #include "memory/slabpool.h"
+
+namespace zdb::test {
+struct Structure;
+}
 
 namespace zdb::dmap {
 
@@ -123,10 +126,6 @@ class RecordTreeBase {
   std::int64_t rank(RecordPosition at) const;
   RecordPosition atRank(std::uint64_t rank) const;
 
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
-
  protected:
   /// The inner nodes from the root down to the lowest, each with the child taken.
   struct Path {
@@ -184,7 +183,7 @@ class RecordTreeBase {
   bool isInOrder_ = true;  ///< Nothing was done but appending: every leaf is a run.
 
  private:
-  class Verifier;
+  friend struct test::Structure;
 
   RecordLeaf* addLastLeaf(const std::uint64_t* words);
   RecordPosition nextInChain(RecordPosition at) const;

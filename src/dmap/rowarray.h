@@ -30,7 +30,6 @@ class RowArray {
   bool empty() const { return size() == 0; }
   T* row(std::size_t i) { return data_.get() + i * width_; }
   const T* row(std::size_t i) const { return data_.get() + i * width_; }
-  std::size_t bytesUsed() const { return capacity_ * width_ * sizeof(T); }
 
   /// Rows at the front that have been written to.
   std::size_t written() const { return written_; }

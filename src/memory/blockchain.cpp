@@ -32,7 +32,6 @@ void BlockChain::addBlock(std::size_t atLeast) {
   free_ = size;
   regionNext_ += size;
   regionFree_ -= size;
-  ++blocks_;
 }
 
 void BlockChain::addRegion(std::size_t block) {

@@ -29,11 +29,6 @@ class BlockChain {
     return piece;
   }
 
-  /// Blocks in the chain.
-  int blocks() const { return blocks_; }
-  /// Bytes of all regions, their headers included.
-  std::size_t bytesUsed() const { return bytes_; }
-
  private:
   /// The blocks follow.
   struct Region {
@@ -47,11 +42,10 @@ class BlockChain {
   std::byte* next_ = nullptr;  ///< Where the current block goes on.
   std::size_t free_ = 0;       ///< Bytes left in it.
   std::size_t blockSize_ = 1024;
-  int blocks_ = 0;
   std::byte* regionNext_ = nullptr;  ///< Where the next block begins.
   std::size_t regionFree_ = 0;
   Region* regions_ = nullptr;
-  std::size_t bytes_ = 0;
+  std::size_t bytes_ = 0;  ///< Of all regions, their headers included.
 };
 
 }  // namespace zdb::memory

@@ -65,9 +65,4 @@ void SlabPool::clear() noexcept {
   freeHead_ = kNone;
 }
 
-std::uint64_t SlabPool::bytesUsed() const {
-  return std::uint64_t{capacity_} * elementBytes_ +
-         biasedBases_.capacity() * sizeof(std::uintptr_t);
-}
-
 }  // namespace zdb::memory

@@ -56,8 +56,6 @@ class SlabPool {
 
   /// Elements in use.
   std::uint32_t live() const { return used_ - free_; }
-  /// Bytes in slabs and the slab table.
-  std::uint64_t bytesUsed() const;
 
  private:
   std::uint32_t slabOf(std::uint32_t index) const {

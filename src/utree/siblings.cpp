@@ -136,29 +136,6 @@ void SiblingIndex::erase(int label) {
   first_ = chunks_.empty() ? nullptr : chunks_.front().nodes.front();
 }
 
-std::size_t SiblingIndex::bytesUsed() const {
-  std::size_t bytes = sizeof *this + chunks_.capacity() * sizeof(Chunk);
-  for (const Chunk& chunk : chunks_) {
-    bytes += chunk.labels.capacity() * sizeof(int) + chunk.nodes.capacity() * sizeof(void*);
-  }
-  return bytes;
-}
-
-bool SiblingIndex::matchesList() const {
-  const UELNode* node = first_;
-  for (const Chunk& chunk : chunks_) {
-    if (chunk.labels.empty() || chunk.labels.size() != chunk.nodes.size() ||
-        chunk.labels.size() > kChunk || chunk.first != chunk.labels.front() ||
-        chunk.last != chunk.labels.back()) {
-      return false;
-    }
-    for (std::size_t i = 0; i < chunk.nodes.size(); ++i, node = node->right) {
-      if (chunk.nodes[i] != node || chunk.labels[i] != node->uel) return false;
-    }
-  }
-  return node == nullptr;
-}
-
 // Siblings.
 
 SiblingPlace Siblings::seek(DownLink& list, int label, UELNode* from) {
@@ -228,12 +205,6 @@ void Siblings::drop(SiblingIndex* index) noexcept {
   indexes_.back()->slot = slot;
   std::swap(indexes_[slot], indexes_.back());
   indexes_.pop_back();
-}
-
-std::size_t Siblings::bytesUsed() const {
-  std::size_t bytes = indexes_.capacity() * sizeof indexes_[0];
-  for (const auto& index : indexes_) bytes += index->bytesUsed();
-  return bytes;
 }
 
 }  // namespace utree

@@ -39,10 +39,6 @@ class SiblingIndex {
   void erase(int label);
   bool empty() const { return chunks_.empty(); }
 
-  std::size_t bytesUsed() const;
-  /// Whether the arrays hold exactly the nodes of the list. For tests.
-  bool matchesList() const;
-
   std::size_t slot = 0;  ///< Where the owner keeps this index.
 
  private:
@@ -92,8 +88,6 @@ class Siblings {
   void unlink(DownLink& list, UELNode* before, UELNode* node) noexcept;
   /// Drops all indexes.
   void clear() noexcept { indexes_.clear(); }
-
-  std::size_t bytesUsed() const;
 
  private:
   SiblingIndex* makeIndex(DownLink& list) noexcept;

@@ -301,8 +301,4 @@ void UTree::clear() {
   size_ = 0;
 }
 
-std::uint64_t UTree::bytesUsed() const {
-  return sizeof *this + nodes_.bytesUsed() + valueBlocks_.bytesUsed() + siblings_.bytesUsed();
-}
-
 }  // namespace utree

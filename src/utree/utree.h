@@ -135,17 +135,7 @@ class UTree {
   /// there is no picture, and no error.
   void toPDF(const std::string& fileName) const;
 
-  /// Blocks of nodes and blocks of values.
-  int nodeBlocks() const { return nodes_.blocks(); }
-  int valueBlocks() const { return valueBlocks_.blocks(); }
-  /// Bytes held for the records, including this object.
-  std::uint64_t bytesUsed() const;
-  /// The first fault found in the structure, or an empty text. For tests; visits everything.
-  std::string verify() const;
-
  private:
-  class Verifier;
-
   /// How far a key leads down into the tree.
   struct Descent {
     int level;           ///< Levels on which the label was found.

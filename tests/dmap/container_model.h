@@ -1,338 +1,329 @@
-/// Drives a record container and a std::map together and compares them.
+/// Drives the record containers, one turning into another, and compares them with a std::map.
 #pragma once
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <array>
 #include <climits>
 #include <cstdint>
-#include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
-#include <ostream>
 #include <random>
+#include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
-#include "dmap/idmap.h"
+#include "dmap/dmap.h"
+#include "dmap/dmaputree.h"
+#include "dmap/dmapvector.h"
+#include "dmap/structure.h"
+#include "support/starved.h"
 
 namespace zdb::test {
 
+using dmap::StorageTypes;
 using Key = std::vector<int>;
 using Values = std::array<double, 5>;
+using Random = std::mt19937;
 
-/// What `lower_bound` gives for a key that is absent.
-enum class Bound {
-  NextOrEnd,      ///< The record behind its place, or the end.
-  NextOrNowhere,  ///< The same, but where there is none an iterator that points nowhere.
-  Bracket,        ///< The record before its place or the first one, or the end for one above all.
-};
-
-/// What a container does differently on purpose. The defaults are those of the contract.
-struct Behaviour {
+/// What the containers do differently on purpose.
+template <class Map>
+struct Differences {
+  static constexpr bool kIsVector = std::is_same_v<Map, dmap::DMapVector>;
+  static constexpr bool kIsTree = std::is_same_v<Map, dmap::DMapUTree>;
   /// Iterators and value addresses survive the insertion and erasure of other records.
-  bool keepsPlaces = true;
-  Bound lowerBound = Bound::NextOrEnd;
+  static constexpr bool kKeepsPlaces = !kIsVector;
   /// `insert_or_assign` gives the values to the record that `lower_bound` gives, whatever its key.
-  bool assignsToBound = false;
+  static constexpr bool kAssignsToBound = kIsVector || kIsTree;
+  /// `lower_bound` gives the record before the place of an absent key, or the first.
+  static constexpr bool kBoundIsBefore = kIsVector;
+  /// `lower_bound` above all records points nowhere, and `index(end())` is the size.
+  static constexpr bool kEndIsOdd = kIsTree;
   /// An insertion of the largest key there is gives it the new values.
-  bool overwritesLargest = false;
-  /// `index(end())` is the size instead of -1.
-  bool endHasRank = false;
-  /// `withIndex` takes any number.
-  bool takesAnyRank = false;
-  /// Comparisons take a 0 for any label and negative labels for what they are not.
-  bool wantsPositiveLabels = false;
-  /// `emplace_end` and `emplace_hint` rely on the caller to know that the key is absent and, at the
-  /// end, that it is above all others. The harness uses `emplace` where it does not.
-  bool trustsTheCaller = false;
-  /// `emplace` prints a warning for a key that is present.
-  bool warns = false;
+  static constexpr bool kOverwritesLargest = kIsTree;
+  /// `withIndex` takes any number. Appends and hints rely on the caller to know that the key is
+  /// absent and, at the end, above all others. `emplace` warns of a key that is present.
+  static constexpr bool kTrusts = kIsVector;
 };
-
-inline constexpr const char* kWarning = "Warning: Keys already in record map. Skipping.\n";
 
 /// One call of the container; the numbers stand for keys in key order.
 struct Step {
-  enum Kind { Append, Emplace, EmplaceHint, Assign, Place, Erase, Find, LowerBound };
+  // clang-format off
+  enum Kind { Append, Emplace, EmplaceHint, Assign, Place, Erase, Find, LowerBound, Convert, Clear };
+  // clang-format on
   Kind kind;
-  int key;
+  int key = 0;    ///< For Convert the storage type, for Clear the records to reserve.
   int hint = -1;  ///< A key whose lower bound is the hint, or -1 for the end, -2 for no position.
 };
 
-/// A container under test, whatever its type.
-class Subject {
- public:
-  virtual ~Subject() = default;
-  /// Does the step in container and model and compares what it returns.
-  virtual void apply(const Step& step) = 0;
-  /// Compares all records, both ways, and the container's own structure check.
-  virtual void check() = 0;
-  /// What the container should have printed by now.
-  virtual std::string expectedOutput() const = 0;
-};
-
 /// The key number `id` of `count` keys of `dim` labels: in ascending order with `id`, differing in
-/// all positions, with `smallest` and the largest label among them.
+/// all positions, with `smallest` and the largest label among them, and 0 if `smallest` is less.
 inline Key makeKey(int id, int count, int dim, int smallest) {
-  int base = 3;
-  for (;; ++base) {
-    std::int64_t keys = 1;
-    for (int i = 0; i < dim && keys < count; ++i) keys *= base;
-    if (keys >= count || dim == 0) break;
+  int base = 2;
+  for (std::int64_t keys = 0; keys < count && dim > 0;) {
+    keys = ++base;
+    for (int i = 1; i < dim && keys < count; ++i) keys *= base;
   }
   Key key(static_cast<std::size_t>(dim));
   for (auto position = key.rbegin(); position != key.rend(); ++position, id /= base) {
     const int digit = id % base;
-    *position = digit == 0 ? smallest : digit == base - 1 ? INT_MAX : digit + 1;
+    const int middle = smallest < 1 ? digit - 1 : digit + 1;
+    *position = digit == 0 ? smallest : digit == base - 1 ? INT_MAX : middle;
   }
   return key;
 }
 
-template <class Map, class It>
-class SubjectOf final : public Subject {
+/// What stays when one container turns into another: the model and how it was made.
+struct TestRun {
+  int dim;
+  int width;
+  std::vector<Key> keys;
+  bool canConvert = true;  ///< Only keys of positive labels, which a vector can search.
+  std::map<Key, Values> model = {};
+  Random random = Random(7);
+  bool isStarved = false;  ///< In this step memory runs out.
+  int steps = 0;
+  std::string output = {};  ///< What should have been printed by now.
+};
+
+/// A container under test, whatever its type. Throws std::logic_error where it and its model
+/// differ.
+class Subject {
  public:
-  SubjectOf(int dim, int width, int keys, const Behaviour& behaviour)
-      : map_(dim, width),
-        dim_(dim),
-        doubles_(dmap::doublesPerRecord(width)),
-        behaviour_(behaviour) {
-    const int smallest = behaviour.wantsPositiveLabels ? 1 : INT_MIN;
-    for (int id = 0; id < keys; ++id) keys_.push_back(makeKey(id, keys, dim, smallest));
-  }
+  virtual ~Subject() = default;
+  /// Does the step, not a conversion, in container and model and compares what it returns.
+  virtual void apply(const Step& step) = 0;
+  /// Compares all records, both ways, and every way to look one up.
+  virtual void check() = 0;
+  /// A container of this type with the same records, or null if there is no such conversion.
+  virtual std::unique_ptr<Subject> convert(StorageTypes type) = 0;
+};
+
+template <class Map>
+class SubjectOf final : public Subject, private Differences<Map> {
+ public:
+  SubjectOf(TestRun& run, std::unique_ptr<Map> map) : run_(run), map_(std::move(map)) {}
 
   void apply(const Step& step) override {
-    const Key& key = keys_[static_cast<std::size_t>(step.key) % keys_.size()];
-    ++stepNumber_;
-    switch (step.kind) {
-      case Step::Append:
-        if (!isAllowed(key, map_.end())) return emplace(key);
-        return expectInserted(map_.emplace_end(key.data(), fresh().data()), key);
-      case Step::Emplace:
-        return emplace(key);
-      case Step::EmplaceHint: {
-        It hint = hintFor(step.hint);
-        if (!isAllowed(key, hint)) return emplace(key);
-        return expectInserted(map_.emplace_hint(key.data(), fresh().data(), hint), key);
-      }
-      case Step::Assign: {
-        It hint = hintFor(step.hint);
-        return expectAssigned(map_.insert_or_assign(hint, key.data(), fresh().data()), key);
-      }
-      case Step::Place:
-        return place(key);
-      case Step::Erase:
-        return erase(key);
-      case Step::Find:
-        return expectRecord(map_.find(key.data()), model_.find(key));
-      case Step::LowerBound:
-        if (dim_ > 0) expectBound(map_.lower_bound(key.data()), key);
-        return;
+    const Key& key = keyOf(step.key);
+    const bool isThere = model_.contains(key);
+    It hint = hintFor(step);
+    Step::Kind kind = step.kind;
+    if (kind == Step::Clear) return clear(step.key);
+    if (kind == Step::Erase) return erase(key);
+    if (kind == Step::Place && this->kAssignsToBound) {
+      expectAt(hint, model_.lower_bound(key));
+      if (isThere) return;
+    } else if (kind < Step::Place && !mayTrust(kind, key, hint)) {
+      kind = Step::Emplace;
     }
+    if (kind == Step::Emplace && this->kTrusts && isThere && run_.dim > 0) {
+      run_.output += "Warning: Keys already in record map. Skipping.\n";
+    }
+    const It it = attempt([&] { return make(kind, key, hint); });
+    if (kind == Step::Find) return expectAt(it, model_.find(key));
+    if (kind == Step::LowerBound) return expectBound(it, key);
+    expectStored(it, key, kind == Step::Assign);
   }
 
   void check() override {
-    ASSERT_EQ(map_.verify(), "") << "after step " << stepNumber_;
-    ASSERT_EQ(map_.size(), model_.size()) << "after step " << stepNumber_;
-    ASSERT_EQ(map_.empty(), model_.empty());
-    It it = map_.begin();
+    require(map_->size() == model_.size() && map_->empty() == model_.empty(), "size");
+    It it = map_->begin();
     for (auto record = model_.begin(); record != model_.end(); ++record, ++it) {
-      ASSERT_NO_FATAL_FAILURE(expectRecord(it, record)) << "walking";
+      expectAt(it, record);
     }
-    ASSERT_TRUE(it == map_.end());
-    for (auto record = model_.rbegin(); record != model_.rend(); ++record) {
-      --it;
-      ASSERT_NO_FATAL_FAILURE(expectRecord(it, std::prev(record.base()))) << "walking back";
+    expectAt(it, model_.end());
+    for (auto record = model_.end(); record != model_.begin();) expectAt(--it, --record);
+    require(it == map_->begin(), "walking back");
+    if (run_.dim == 0) return;  // a scalar has ranks and bounds of its own
+    for (auto record = model_.begin(); record != model_.end(); ++record) {
+      expectAt(map_->find(record->first.data()), record);
+      expectBound(map_->lower_bound(record->first.data()), record->first);
     }
-    ASSERT_TRUE(it == map_.begin());
-    ASSERT_NO_FATAL_FAILURE(checkRanks());
-    ASSERT_NO_FATAL_FAILURE(checkHeld());
+    checkRanks();
+    for (const auto& [key, held] : held_) checkHeld(key, held);
+    checkShape(*map_);
   }
 
-  std::string expectedOutput() const override {
-    std::string output;
-    for (int i = 0; i < warnings_; ++i) output += kWarning;
-    return output;
+  std::unique_ptr<Subject> convert(StorageTypes type) override {
+    if (type == StorageTypes::Map) return convertTo<dmap::DMap>();
+    if (type == StorageTypes::Vector) return convertTo<dmap::DMapVector>();
+    return convertTo<dmap::DMapUTree>();
   }
 
  private:
-  using Model = std::map<Key, Values>;
+  using It = decltype(std::declval<Map&>().end());
+  using Record = std::map<Key, Values>::iterator;
 
-  /// A record looked at earlier: where it was, and an iterator that must still work.
+  /// A record looked at earlier: an iterator that must still work, and where the values were.
   struct Held {
     It it;
     const double* values;
   };
 
-  /// Values that no other step has used.
-  Values fresh() const {
-    Values values{};
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      values[i] = stepNumber_ + static_cast<double>(i) / 8;
+  void require(bool isTrue, const char* what) const {
+    if (isTrue) return;
+    throw std::logic_error(std::string(what) + ", dim " + std::to_string(run_.dim) + ", width " +
+                           std::to_string(run_.width) + ", step " + std::to_string(run_.steps));
+  }
+
+  /// Makes a call; in a starved step it runs out of memory at every allocation first, which has to
+  /// leave everything as it was.
+  template <class Call>
+  auto attempt(Call call, bool keepsNothing = false) {
+    if (!run_.isStarved) return call();
+    return callStarved(call, [&](std::int64_t left) {
+      require(!keepsNothing || left == 0, "memory lost");
+      check();
+    });
+  }
+
+  It make(Step::Kind kind, const Key& key, It& hint) {
+    const Values values = fresh();
+    if (kind == Step::Append) return map_->emplace_end(key.data(), values.data());
+    if (kind == Step::EmplaceHint) return map_->emplace_hint(key.data(), values.data(), hint);
+    if (kind == Step::Assign) return map_->insert_or_assign(hint, key.data(), values.data());
+    if (kind == Step::Find) return map_->find(key.data());
+    if (kind == Step::LowerBound) return map_->lower_bound(key.data());
+    if constexpr (Differences<Map>::kAssignsToBound) {  // which need a way to add without looking
+      if (kind == Step::Place) return map_->insertAt(hint, key.data(), values.data());
     }
+    return map_->emplace(key.data(), values.data());
+  }
+
+  const Key& keyOf(int number) const { return run_.keys[unsigned(number) % run_.keys.size()]; }
+  Values fresh() const {  // that no other step has used
+    Values values{};
+    for (std::size_t i = 0; i < values.size(); ++i) values[i] = run_.steps + double(i) / 8;
     return values;
   }
-
-  bool isAboveAll(const Key& key) const { return model_.empty() || model_.rbegin()->first < key; }
-
-  /// Whether the container's contract lets the caller insert this key at this place.
-  bool isAllowed(const Key& key, const It& hint) {
-    if (!behaviour_.trustsTheCaller || dim_ == 0 || isAboveAll(key)) return true;
-    return !model_.contains(key) && hint != map_.end() && !hint.isNullPtr();
-  }
-
-  void emplace(const Key& key) {
-    if (behaviour_.warns && dim_ > 0 && model_.contains(key)) ++warnings_;
-    expectInserted(map_.emplace(key.data(), fresh().data()), key);
-  }
-
-  /// Does in the model what the container has done, and compares the record it returned.
-  void expectInserted(const It& it, const Key& key) {
-    const auto [record, isNew] = model_.try_emplace(key, fresh());
-    const bool isLargest = std::next(record) == model_.end();
-    // A scalar is overwritten by every insertion.
-    if (dim_ == 0 || (behaviour_.overwritesLargest && isLargest)) record->second = fresh();
-    ASSERT_NO_FATAL_FAILURE(expectRecord(it, record));
-    if (isNew) hold(record, it);
-  }
-
-  void expectAssigned(const It& it, const Key& key) {
-    auto record = model_.find(key);
-    if (record == model_.end() && behaviour_.assignsToBound) record = modelBound(key);
-    const bool isNew = record == model_.end();
-    if (isNew) record = model_.try_emplace(key).first;
-    record->second = fresh();
-    ASSERT_NO_FATAL_FAILURE(expectRecord(it, record));
-    if (isNew) hold(record, it);
-  }
-
-  /// Looks the key up exactly and adds it if it is absent.
-  void place(const Key& key) {
-    if constexpr (requires { map_.exactLowerBound(key.data()); }) {
-      const It bound = map_.exactLowerBound(key.data());
-      ASSERT_NO_FATAL_FAILURE(expectRecord(bound, model_.lower_bound(key)));
-      if (model_.contains(key)) return;
-      expectInserted(map_.insertAt(bound, key.data(), fresh().data()), key);
-    } else {
-      emplace(key);
+  It hintFor(const Step& step) {
+    if constexpr (Differences<Map>::kAssignsToBound) {
+      const int* key = keyOf(step.key).data();
+      if (step.kind == Step::Place) return attempt([&] { return map_->exactLowerBound(key); });
     }
+    if (step.kind != Step::EmplaceHint && step.kind != Step::Assign) return map_->end();
+    if (step.hint < 0) return step.hint == -1 ? map_->end() : It();
+    return map_->lower_bound(keyOf(step.hint).data());
+  }
+  /// Whether the container's contract lets the caller insert this key at this place.
+  bool mayTrust(Step::Kind kind, const Key& key, const It& hint) const {
+    if (!this->kTrusts || run_.dim == 0 || kind == Step::Assign) return true;
+    if (model_.empty() || model_.rbegin()->first < key) return true;
+    return !model_.contains(key) && hint != map_->end() && !hint.isNullPtr();
   }
 
-  void hold(typename Model::iterator record, const It& it) {
-    if (behaviour_.keepsPlaces) held_.insert_or_assign(record->first, Held{it, (*it).second});
+  void clear(int reserved) {
+    map_->clear();
+    map_->reserve(reserved);
+    model_.clear();
+    held_.clear();
   }
-
   void erase(const Key& key) {
-    const It it = map_.find(key.data());
-    const auto record = model_.find(key);
-    ASSERT_NO_FATAL_FAILURE(expectRecord(it, record));
+    const It it = map_->find(key.data());
+    const Record record = model_.find(key);
+    expectAt(it, record);
     if (record == model_.end()) return;
-    map_.erase(it);
+    map_->erase(it);
     model_.erase(record);
     held_.erase(key);
   }
-
-  It hintFor(int hint) {
-    if (hint == -1) return map_.end();
-    if (hint == -2) return It();
-    return map_.lower_bound(keys_[static_cast<std::size_t>(hint) % keys_.size()].data());
+  template <class Target>
+  std::unique_ptr<Subject> convertTo() {
+    if constexpr (std::is_constructible_v<Target, Map&>) {
+      auto target = attempt([&] { return std::make_unique<Target>(*map_); }, true);
+      require(target->getDim() == run_.dim && target->getValueWidth() == run_.width, "other kind");
+      return std::make_unique<SubjectOf<Target>>(run_, std::move(target));
+    }
+    return nullptr;
   }
 
-  /// What `lower_bound` should find.
-  typename Model::iterator modelBound(const Key& key) {
-    const auto next = model_.lower_bound(key);
-    if (behaviour_.lowerBound != Bound::Bracket || model_.contains(key)) return next;
+  /// Does in the model what the container has done, and compares the record it returned.
+  void expectStored(const It& it, const Key& key, bool isAssigned) {
+    Record record = isAssigned && this->kAssignsToBound ? modelBound(key) : model_.find(key);
+    const bool isNew = record == model_.end();
+    if (isNew) record = model_.try_emplace(key).first;
+    const bool isLargest = this->kOverwritesLargest && std::next(record) == model_.end();
+    // A scalar is overwritten by every insertion.
+    if (isNew || isAssigned || isLargest || run_.dim == 0) record->second = fresh();
+    expectAt(it, record);
+    if (isNew && this->kKeepsPlaces) held_.insert_or_assign(key, Held{it, (*it).second});
+  }
+
+  Record modelBound(const Key& key) {
+    const Record next = model_.lower_bound(key);
+    if (!this->kBoundIsBefore || model_.contains(key)) return next;
     if (model_.size() == 1) return model_.begin();
-    const bool isInFront = next == model_.begin();
-    return isInFront || next == model_.end() ? next : std::prev(next);
+    return next == model_.begin() || next == model_.end() ? next : std::prev(next);
   }
-
   void expectBound(const It& it, const Key& key) {
-    const auto record = modelBound(key);
-    if (record == model_.end() && behaviour_.lowerBound == Bound::NextOrNowhere) {
-      ASSERT_TRUE(it.isNullPtr() && it != map_.end()) << "at step " << stepNumber_;
-    } else {
-      expectRecord(it, record);
-    }
+    const Record record = modelBound(key);
+    if (run_.dim == 0) return;
+    if (!this->kEndIsOdd || record != model_.end()) return expectAt(it, record);
+    require(it.isNullPtr() && it != map_->end(), "a bound that is somewhere");
   }
-
-  void expectRecord(const It& it, typename Model::iterator record) {
-    if (record == model_.end()) {
-      ASSERT_TRUE(it == map_.end()) << "at step " << stepNumber_;
-      return;
-    }
-    ASSERT_TRUE(it != map_.end()) << "at step " << stepNumber_;
+  void expectAt(const It& it, Record record) const {
+    require((it == map_->end()) == (record == model_.end()), "at the end or not");
+    if (record == model_.end()) return;
     const dmap::VirtualPair pair = *it;
-    if (dim_ > 0) {
-      ASSERT_EQ(Key(pair.first, pair.first + dim_), record->first) << "at step " << stepNumber_;
-    }
-    for (int i = 0; i < doubles_; ++i) {
-      ASSERT_EQ(pair.second[i], record->second[static_cast<std::size_t>(i)])
-          << "at step " << stepNumber_;
-    }
+    const auto& [key, values] = *record;
+    const int doubles = dmap::doublesPerRecord(run_.width);
+    require(run_.dim == 0 || std::equal(key.begin(), key.end(), pair.first), "key");
+    require(std::equal(pair.second, pair.second + doubles, values.begin()), "values");
   }
 
-  /// Each container's scalar has ranks of its own; see their tests.
   void checkRanks() {
-    if (dim_ == 0) return;
     const int size = static_cast<int>(model_.size());
-    ASSERT_EQ(map_.index(map_.end()), behaviour_.endHasRank ? size : -1);
-    if (!behaviour_.takesAnyRank) {
-      ASSERT_TRUE(map_.withIndex(-5) == map_.begin());
-      ASSERT_TRUE(map_.withIndex(size + 1) == map_.end());
-    }
-    ASSERT_TRUE(map_.withIndex(size) == map_.end());
+    require(map_->index(map_->end()) == (this->kEndIsOdd ? size : -1), "rank of the end");
+    require(this->kTrusts || map_->withIndex(-5) == map_->begin(), "negative rank");
+    require(this->kTrusts || map_->withIndex(size + 1) == map_->end(), "large rank");
     int rank = 0;
     for (auto record = model_.begin(); record != model_.end(); ++record, ++rank) {
       if (rank % 97 != 0) continue;
-      const It it = map_.withIndex(rank);
-      ASSERT_NO_FATAL_FAILURE(expectRecord(it, record));
-      ASSERT_EQ(map_.index(it), rank);
+      const It it = map_->withIndex(rank);
+      expectAt(it, record);
+      require(map_->index(it) == rank, "rank");
     }
   }
-
-  /// Moves a copy of each iterator obtained when its record was inserted.
-  void checkHeld() {
-    for (const auto& [key, held] : held_) {
-      const auto record = model_.find(key);
-      ASSERT_NO_FATAL_FAILURE(expectRecord(held.it, record)) << "held iterator";
-      ASSERT_EQ((*held.it).second, held.values) << "a record moved";
-      ASSERT_TRUE(held.it == map_.find(key.data()));
-      It next = held.it;
-      ASSERT_NO_FATAL_FAILURE(expectRecord(++next, std::next(record))) << "behind a held iterator";
-      if (record == model_.begin()) continue;
-      It before = held.it;
-      ASSERT_NO_FATAL_FAILURE(expectRecord(--before, std::prev(record)))
-          << "before a held iterator";
+  /// Moves copies of an iterator obtained when its record was inserted.
+  void checkHeld(const Key& key, const Held& held) {
+    const Record record = model_.find(key);
+    expectAt(held.it, record);
+    require((*held.it).second == held.values, "a record moved");
+    require(held.it == map_->find(key.data()), "a held iterator differs from a new one");
+    It next = held.it;
+    expectAt(++next, std::next(record));
+    It before = held.it;
+    if (record != model_.begin()) expectAt(--before, std::prev(record));
+  }
+  void checkShape(dmap::DMap& map) const {
+    for (auto it = map.begin(); it != map.end();) {
+      auto next = it;
+      ++next;
+      if (!it.stepInLeaf()) ++it;
+      require(it == next, "a step in the leaf");
     }
+    require(Structure(*map.begin().position().tree()).isSound, "nodes");
+  }
+  void checkShape(dmap::DMapVector& map) const { require(Structure(map).isSound, "order"); }
+  /// A node for each beginning of a key and no other.
+  void checkShape(dmap::DMapUTree& map) const {
+    std::size_t nodes = 0;
+    const Key* before = nullptr;
+    for (const auto& [key, values] : model_) {
+      std::size_t shared = 0;
+      while (before != nullptr && (*before)[shared] == key[shared]) ++shared;
+      nodes += key.size() - shared;
+      before = &key;
+    }
+    require(map.getTree()->collectNodeIds().size() == nodes, "nodes");
   }
 
-  Map map_;
-  Model model_;
-  int dim_;
-  int doubles_;
-  Behaviour behaviour_;
-  std::vector<Key> keys_;
+  TestRun& run_;
+  std::map<Key, Values>& model_ = run_.model;
+  std::unique_ptr<Map> map_;
   std::map<Key, Held> held_;
-  int stepNumber_ = 0;
-  int warnings_ = 0;
 };
-
-/// A kind of container in the harness.
-struct Factory {
-  std::string name;
-  std::function<std::unique_ptr<Subject>(int dim, int width, int keys)> make;
-};
-
-inline void PrintTo(const Factory& factory, std::ostream* out) {
-  *out << factory.name;
-}
-
-template <class Map, class It>
-Factory factory(const std::string& name, const Behaviour& behaviour) {
-  return {name, [behaviour](int dim, int width, int keys) -> std::unique_ptr<Subject> {
-            return std::make_unique<SubjectOf<Map, It>>(dim, width, keys, behaviour);
-          }};
-}
 
 }  // namespace zdb::test

@@ -2,33 +2,20 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cfloat>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
+#include <iterator>
 
+#include "dmap/dmaputree.h"
 #include "utree/utree.h"
-#include "utree/utree_testing.h"
 
-namespace zdb::test {
+namespace utree {
 namespace {
 
-using utree::UTree;
+namespace fs = std::filesystem;
 
-std::string contentsOf(const std::filesystem::path& path) {
-  std::ifstream file(path);
-  std::ostringstream text;
-  text << file.rdbuf();
-  return text.str();
-}
-
-UTree sample() {
-  return treeOf(2, {{{1, 1}, 1.5}, {{1, 3}, -2}, {{2, 1}, 3}});
-}
-
-constexpr const char* kSampleGraph =
+constexpr const char* kGraph =
     "digraph { rankdir=\"LR\"\n"
     "0 [label=\"1\"]\n"
     "1 [label=\"1: 1.500000\"]\n"
@@ -41,90 +28,82 @@ constexpr const char* kSampleGraph =
     "3 -> 4 [label=\"\u2193\"]\n"
     "}\n";
 
-/// A directory of its own as working directory, and its bin folder as the only place of programs.
-class UTreePicture : public testing::Test {
+/// A tree, and a directory of its own as working directory and only place of programs.
+class UTreeText : public testing::Test {
  protected:
   void SetUp() override {
     std::string name = testing::TempDir() + "utreeXXXXXX";
     ASSERT_NE(mkdtemp(name.data()), nullptr);
-    folder_ = name;
-    std::filesystem::create_directory(folder_ / "bin");
-    path_ = std::getenv("PATH");
-    setenv("PATH", (folder_ / "bin").c_str(), 1);
-    before_ = std::filesystem::current_path();
-    std::filesystem::current_path(folder_);
+    fs::current_path(name);
+    setenv("PATH", name.c_str(), 1);
+    const int keys[3][2] = {{1, 1}, {1, 3}, {2, 1}};
+    const double values[3] = {1.5, -2, 3};
+    for (int i = 0; i < 3; ++i) records_.emplace(keys[i], values + i);
   }
   void TearDown() override {
-    std::filesystem::current_path(before_);
+    const fs::path folder = fs::current_path();
+    fs::current_path(before_);
     setenv("PATH", path_.c_str(), 1);
-    std::filesystem::remove_all(folder_);
+    fs::remove_all(folder);
+  }
+  static std::string contentsOf(const std::string& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  // A program that copies the graph to where the picture goes.
-  void installDot() {
-    std::ofstream("bin/dot") << "#!/bin/sh\n[ \"$1 $2 $3\" = '-Tpdf tmp.dot -o' ] || exit 1\n"
-                                "while read -r line; do echo \"$line\"; done < $2 > \"$4\"\n";
-    chmod("bin/dot", 0700);
-  }
-
-  std::filesystem::path folder_;
-  std::filesystem::path before_;
-  std::string path_;
+  const fs::path before_ = fs::current_path();
+  const std::string path_ = std::getenv("PATH");
+  zdb::dmap::DMapUTree records_{2, 1};
+  UTree& tree_ = *records_.getTree();
 };
 
-TEST(UTreeText, Values_AreSeparatedByCommas) {
-  const double values[] = {1, -0.25, 1e20, 0, 4};
-  EXPECT_EQ(UTree::valuesToStr(5, values),
-            "1.000000,-0.250000,100000000000000000000.000000,0.000000,4.000000");
-  EXPECT_EQ(UTree::valuesToStr(1, values), "1.000000");
-  EXPECT_EQ(UTree::valuesToStr(0, nullptr), "");
-  const double largest = -DBL_MAX;
-  EXPECT_EQ(UTree::valuesToStr(1, &largest).size(), 317u);
-}
-
-TEST(UTreeText, Record_IsKeyAndValues) {
-  UTree tree(3, 2);
+TEST_F(UTreeText, Record_IsKeyAndValues) {
+  UTree wide(3, 2);
   const int key[] = {1, -2, 3};
-  const double values[] = {1, 2, 3, 4, 5};
-  tree.emplace_end(key, values);
-  EXPECT_EQ(tree.str(tree.begin()), "1,-2,3: 1.000000,2.000000,3.000000,4.000000,5.000000");
-  EXPECT_EQ(tree.str(tree.end()), "end");
+  const double values[] = {1, -0.25, 1e20, 0, 4};
+  wide.emplace_end(key, values);
+  EXPECT_EQ(wide.str(wide.begin()),
+            "1,-2,3: 1.000000,-0.250000,100000000000000000000.000000,0.000000,4.000000");
+  EXPECT_EQ(wide.str(wide.end()), "end");
+  const double largest = -1.7976931348623157e308;
+  EXPECT_EQ(UTree::valuesToStr(1, &largest).size(), 317U);
+  EXPECT_EQ(UTree::valuesToStr(0, nullptr), "");
 }
 
-TEST(UTreeText, Print_NestsNeighboursInEachNode) {
+TEST_F(UTreeText, Print_NestsNeighboursInEachNode) {
   testing::internal::CaptureStdout();
-  sample().pprint();
+  tree_.pprint();
   EXPECT_EQ(testing::internal::GetCapturedStdout(),
             "{uel=1,value=,right="
             "{uel=2,value=,right=,down={uel=1,value=3.000000,right=,down=}}"
             ",down={uel=1,value=1.500000,right={uel=3,value=-2.000000,right=,down=},down=}}");
 }
 
-TEST_F(UTreePicture, Graph_HasALineForEachNodeAndLink) {
-  EXPECT_TRUE(sample().toDotFile("graph"));
-  EXPECT_EQ(contentsOf("graph"), kSampleGraph);
+TEST_F(UTreeText, Graph_HasALineForEachNodeAndLink) {
+  EXPECT_TRUE(tree_.toDotFile("graph"));
+  EXPECT_EQ(contentsOf("graph"), kGraph);
   EXPECT_TRUE(UTree(1, 1).toDotFile("graph"));
   EXPECT_EQ(contentsOf("graph"), "digraph { rankdir=\"LR\"\n}\n");
-  EXPECT_FALSE(sample().toDotFile("missing/graph"));
+  EXPECT_FALSE(tree_.toDotFile("missing/graph"));
 }
 
-TEST_F(UTreePicture, WithoutDot_ThereIsNoneAndNothingFails) {
+TEST_F(UTreeText, Picture_IsDrawnUnderTheNameGivenIfThereIsDot) {
   testing::internal::CaptureStderr();
-  sample().toPDF("picture");
+  tree_.toPDF("picture");
   EXPECT_NE(testing::internal::GetCapturedStderr(), "");  // the shell's
-  EXPECT_FALSE(std::filesystem::exists("picture"));
-  EXPECT_FALSE(std::filesystem::exists("tmp.dot"));
-}
-
-TEST_F(UTreePicture, WithDot_IsDrawnUnderTheNameGiven) {
-  installDot();
+  EXPECT_FALSE(fs::exists("picture"));
+  // A program that copies the graph to where the picture goes.
+  std::ofstream("dot") << "#!/bin/sh\n[ \"$1 $2 $3\" = '-Tpdf tmp.dot -o' ] || exit 1\n"
+                          "while read -r line; do echo \"$line\"; done < $2 > \"$4\"\n";
+  chmod("dot", 0700);
+  records_.toPDF("x1");
+  for (const char* name : {"a b.pdf", "it's; echo > trap", "$HOME"}) tree_.toPDF(name);
   for (const char* name : {"x1_dmap.pdf", "a b.pdf", "it's; echo > trap", "$HOME"}) {
-    sample().toPDF(name);
-    EXPECT_EQ(contentsOf(name), kSampleGraph) << name;
+    EXPECT_EQ(contentsOf(name), kGraph) << name;
   }
-  EXPECT_FALSE(std::filesystem::exists("trap"));
-  EXPECT_FALSE(std::filesystem::exists("tmp.dot"));
+  EXPECT_FALSE(fs::exists("trap"));
+  EXPECT_FALSE(fs::exists("tmp.dot"));
 }
 
 }  // namespace
-}  // namespace zdb::test
+}  // namespace utree
