@@ -2,8 +2,8 @@
 
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
+#include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <functional>
 #include <limits>
@@ -13,77 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "client.h"
+#include "support/contents.h"
 
 namespace {
-
-using Symbols = std::vector<zdbSymbol_t>;
-
-zdbSymbol_t add(const Database& db, const char* name, int type, int userInfo,
-                const Symbols& domains, const char* text = "") {
-  const std::vector<const char*> names(domains.size(), "by_name");
-  zdbSymbol_t symbol = nullptr;
-  c__zdbaddsymbolx(db, name, static_cast<int>(domains.size()), type, userInfo, text, domains.data(),
-                   names.data(), &symbol);
-  EXPECT_NE(symbol, nullptr) << db.error();
-  return symbol;
-}
-
-/// The records of a symbol with their values, sets with their texts, in key order.
-std::string records(const Database& db, zdbSymbol_t symbol) {
-  const int dim = db.info(symbol, ZDB_SYMBOL_DIM);
-  const int type = db.info(symbol, ZDB_SYMBOL_TYPE);
-  std::string all;
-  Record record(db);
-  if (c__zdbfindfirstrecord(db, symbol, &record) != 1) return all;
-  do {
-    all += " " + record.key(dim) + "=";
-    if (type == ZDB_SET) {
-      char text[ZDB_TEXT_SIZE];
-      EXPECT_EQ(c__zdbgetelemtext(db, record, text), 1);
-      all += text;
-      continue;
-    }
-    int keys[ZDB_MAX_DIM];
-    double values[ZDB_MAX_VALUES];
-    EXPECT_EQ(c__zdbgetrecordraw(db, record, dim, keys, values), 1);
-    for (int v = 0; v < (type < ZDB_VARIABLE ? 1 : 5); ++v) all += std::to_string(values[v]) + "/";
-  } while (c__zdbrecordmovenext(db, record) == 1);
-  return all;
-}
-
-/// What there is to know of a symbol but its storage.
-std::string describe(const Database& db, zdbSymbol_t symbol) {
-  std::string text;
-  for (const int key : {ZDB_SYMBOL_NUMBER, ZDB_SYMBOL_DIM, ZDB_SYMBOL_TYPE, ZDB_SYMBOL_USER_INFO}) {
-    text += std::to_string(db.info(symbol, key)) + " ";
-  }
-  text += db.infoText(symbol, ZDB_SYMBOL_NAME) + " '" + db.infoText(symbol, ZDB_SYMBOL_TEXT) + "'";
-  std::vector<std::array<char, ZDB_TEXT_SIZE>> rows(ZDB_MAX_DIM);
-  std::vector<char*> names(rows.size());
-  std::transform(rows.begin(), rows.end(), names.begin(), [](auto& row) { return row.data(); });
-  Symbols domains(ZDB_MAX_DIM);
-  const int dim = db.info(symbol, ZDB_SYMBOL_DIM);
-  EXPECT_EQ(c__zdbgetdomain(db, symbol, dim, domains.data(), names.data()), 1) << db.error();
-  for (int d = 0; d < dim; ++d) {
-    text.append(" ").append(names[d]).append(domains[d] == nullptr ? "?" : "");
-  }
-  if (db.info(symbol, ZDB_SYMBOL_TYPE) != ZDB_ALIAS) return text + records(db, symbol) + "\n";
-  zdbSymbol_t target = nullptr;
-  EXPECT_EQ(c__zdbfindsymbol(db, db.infoText(symbol, ZDB_SYMBOL_NAME).c_str(), &target), 1);
-  return text + " of " + db.infoText(target, ZDB_SYMBOL_NAME) + "\n";
-}
-
-/// Labels and symbols of a database in their order.
-std::string describe(const Database& db) {
-  std::string text;
-  char label[ZDB_TEXT_SIZE];
-  for (int n = 1; c__zdbgetuelbyindex(db, n, label) == 1; ++n) text.append(label).append(" ");
-  text += "\n";
-  zdbSymbol_t symbol = nullptr;
-  for (int n = 0; c__zdbgetsymbolbynumber(db, n, &symbol) == 1; ++n) text += describe(db, symbol);
-  return text;
-}
 
 /// Sets with texts, aliases, every type and kind of domain.
 void fill(const Database& db) {
@@ -242,13 +174,14 @@ struct Host {
   std::string failAt;  ///< the step that fails
   int failAfter = 0;   ///< how often it works before
   std::string calls;   ///< the first letters of the steps
+  std::string log;     ///< what was printed last
   const std::vector<Row>* reading = nullptr;
   std::size_t next = 0;
 
   Host() { EXPECT_EQ(start(), 1) << db.error(); }
 
   int start() {
-    return c__zdbinitfromdmrf(db, &find, &readStart, &readRecord, &readDone, &elemText, nullptr,
+    return c__zdbinitfromdmrf(db, &find, &readStart, &readRecord, &readDone, &elemText, &print,
                               this);
   }
   static Host& of(void* user) { return *static_cast<Host*>(user); }
@@ -289,15 +222,18 @@ struct Host {
     std::copy(found.begin(), found.end(), text + 1);
     return 0;
   }
+  static int print(const char* text, void* user) {
+    of(user).log.assign(text + 1, static_cast<unsigned char>(text[0]));
+    return 0;
+  }
   std::string takeCalls() { return std::exchange(calls, {}); }
 };
 
-class Callbacks : public testing::TestWithParam<int> {
- protected:
-  Callbacks() { EXPECT_EQ(c__zdbselectrecordstorage(host.db, nullptr, GetParam()), 1); }
-
+struct Callbacks : testing::TestWithParam<int> {
   Host host;
   const Database& db = host.db;
+
+  Callbacks() { EXPECT_EQ(c__zdbselectrecordstorage(db, nullptr, GetParam()), 1); }
 };
 
 INSTANTIATE_TEST_SUITE_P(Storages, Callbacks, testing::Range(0, 3));
@@ -308,11 +244,7 @@ TEST_P(Callbacks, AnyUseOfASymbol_LoadsItOnce) {
   zdbSymbol_t target = other.add("q", 1);
   const std::function<int(zdbSymbol_t)> uses[] = {
       [&](zdbSymbol_t p) { return db.info(p, ZDB_SYMBOL_RECORDS) == 2 ? 1 : 0; },
-      [&](zdbSymbol_t p) { return records(db, p) == " a=1.000000/ b=2.000000/" ? 1 : 0; },
-      [&](zdbSymbol_t p) {
-        Record record(db, p, {"b"});
-        return record.level() == 2 ? 1 : 0;
-      },
+      [&](zdbSymbol_t p) { return Record(db, p, {"b"}).level() == 2 ? 1 : 0; },
       [&](zdbSymbol_t p) {
         const int key = db.label("b");
         const double value = 3;
@@ -346,65 +278,135 @@ TEST_P(Callbacks, AnyUseOfASymbol_LoadsItOnce) {
   }
 }
 
-TEST_P(Callbacks, SymbolsThatAreThere_LoseTheirRecordsToTheHost) {
-  Host late;
-  Database& earlier = late.db;
-  c__zdbselectrecordstorage(earlier, nullptr, GetParam());
-  zdbSymbol_t s = add(earlier, "s", ZDB_PARAMETER, 0, {});
-  zdbSymbol_t p = add(earlier, "p", ZDB_PARAMETER, 0, {nullptr});
-  late.symbols["s"] = {{{}, {4}}};
-  late.symbols["p"] = {{{"a"}, {5}}};
-  EXPECT_EQ(records(earlier, s) + records(earlier, p), " =4.000000/ a=5.000000/");
-  earlier.merge(p, {"mine"});
-  late.symbols["s"] = {};
-  ASSERT_EQ(late.start(), 1);
-  EXPECT_EQ(records(earlier, s) + records(earlier, p), " a=5.000000/");
-}
-
-// Numbers are stored as they come: no label, labels of the past and of the future.
-TEST_P(Callbacks, RecordsInAnyOrder_AreSortedAndTheFirstOfAKeyStays) {
+TEST_P(Callbacks, Records_AreThoseOfTheHostSortedByTheirNumbers) {
   for (const char* label : {"a", "b", "c"}) db.label(label);
+  host.texts = {"one", std::string(255, 't'), "ONE"};
+  // The first record of a key stays; the fraction of a text's number is cut.
   host.symbols["p"] = {{{"c", "a"}, {1}}, {{"a", "c"}, {2}}, {{"b", "b"}, {3}}, {{"a", "c"}, {9}},
                        {{"a", "a"}, {4}}, {{"b", "b"}, {9}}, {{"c", "b"}, {5}}, {{"a", "b"}, {6}}};
-  EXPECT_EQ(records(db, add(db, "p", ZDB_PARAMETER, 0, {nullptr, nullptr})),
-            " a.a=4.000000/ a.b=6.000000/ a.c=2.000000/ b.b=3.000000/ c.a=1.000000/ "
-            "c.b=5.000000/");
+  host.symbols["s"] = {{{"a"}, {1.9}}, {{"b"}, {0}}, {{"c"}, {3}}, {{"d"}, {2}}};
+  host.symbols["none"] = host.symbols["late"] = {};
+  host.symbols["scalar"] = {{{}, {8}}};
+  const struct {
+    const char* name;
+    int type;
+    int dim;
+    std::string records;
+    const char* calls;
+  } cases[] = {
+      {"p", ZDB_PARAMETER, 2, " a.a=4 a.b=6 a.c=2 b.b=3 c.a=1 c.b=5", "fsrrrrrrrrd"},
+      {"s", ZDB_SET, 1, " a=one b= c=one d=" + host.texts[1], "fsrtrrtrtd"},
+      {"none", ZDB_VARIABLE, 3, "", "fsd"},
+      {"scalar", ZDB_PARAMETER, 0, " =8", "fsrd"},
+  };
+  for (const auto& c : cases) {
+    zdbSymbol_t symbol =
+        add(db, c.name, c.type, 0, Symbols(static_cast<std::size_t>(c.dim), nullptr));
+    EXPECT_EQ(records(db, symbol), c.records);
+    EXPECT_EQ(host.takeCalls(), c.calls);
+  }
+  // What there is of a symbol goes when the host takes over again.
+  db.merge(symbolOf(db, "p"), {"mine", "mine"});
+  host.symbols["scalar"] = {};
+  ASSERT_EQ(host.start(), 1);
+  for (const auto& c : cases) {
+    EXPECT_EQ(records(db, symbolOf(db, c.name)), c.calls[3] == 'd' ? "" : c.records);
+  }
+}
+
+TEST_P(Callbacks, SpecialValuesOfHosts_AreTranslatedBitByBit) {
+  double special[ZDB_SV_COUNT];
+  c__zdbgetspecialvalues(db, special);
+  const double nan = std::nan("7");
+  const std::vector<double> others = {std::nextafter(1e300, 0), std::nextafter(2e300, 4e300), nan,
+                                      -4e300, 6e300};
+  host.symbols["x"] = {{{"a"}, {1e300, 2e300, 3e300, 4e300, 5e300}}, {{"b"}, others}};
+  zdbSymbol_t x = add(db, "x", ZDB_EQUATION, 0, {nullptr});
+  host.symbols["p"] = {{{"a"}, {3e300}}};
+  EXPECT_EQ(records(db, add(db, "p", ZDB_PARAMETER, 0, {nullptr})), " a=inf");
+  const double* expected[] = {special, others.data()};
+  for (const int n : {0, 1}) {
+    Record record(db, x, {n == 0 ? "a" : "b"});
+    int key = 0;
+    double values[ZDB_MAX_VALUES];
+    EXPECT_EQ(c__zdbgetrecordraw(db, record, 1, &key, values), 1);
+    EXPECT_EQ(std::memcmp(values, expected[n], sizeof values), 0) << n;
+  }
 }
 
 TEST_P(Callbacks, Failures_KeepWhatCameBefore) {
-  const std::string read = "Problems with dataReadRaw for symbol s";
   const struct {
+    const char* name;
     const char* failAt;
     int failAfter;
-    std::string message;
+    const char* message;  ///< of its own; null: what was there stays, empty: no failure
     const char* records;
   } cases[] = {
-      {"read", 2, read, " a=one b="},
-      {"text", 0, "before", ""},
-      {"text", 1, "before", " a=one b="},
-      {"done", 0, "Problems with dataReadDone for symbol s", " a=one b= c=two"},
+      {"s", "find", 0, "Problems with findSymbol for symbol s", ""},
+      {"s", "start", 0, "Problems with dataReadRawStart for symbol s", ""},
+      {"s", "read", 2, "Problems with dataReadRaw for symbol s", " a=one b="},
+      {"s", "text", 0, nullptr, ""},
+      {"s", "text", 1, nullptr, " a=one b="},
+      {"s", "done", 0, "Problems with dataReadDone for symbol s", " a=one b= c=two"},
+      {"far", "", 0, nullptr, ""},
+      {"n", "find", 0, "Problems with findSymbol for symbol n", ""},
+      {"n", "start", 0, "Problems with dataReadRawStart for symbol n", ""},
+      {"n", "read", 0, "", ""},
+      {"n", "done", 0, "Problems with dataReadDone for symbol n", " =8"},
   };
-  // The fraction is cut from numbers of texts; 0 asks for none.
-  host.symbols["s"] = {{{"a"}, {1.9}}, {{"b"}, {0}}, {{"c"}, {2}}};
+  host.symbols["s"] = {{{"a"}, {1}}, {{"b"}, {0}}, {{"c"}, {2}}};
+  host.symbols["far"] = {{{"a"}, {4294967297.0}}};  // which is no number of a text
+  host.symbols["n"] = {{{}, {8}}};
   host.texts = {"one", "two"};
-  zdbSymbol_t s = add(db, "s", ZDB_SET, 0, {nullptr});
+  add(db, "s", ZDB_SET, 0, {nullptr});
+  add(db, "far", ZDB_SET, 0, {nullptr});
+  add(db, "n", ZDB_PARAMETER, 0, {});
   zdbSymbol_t none = nullptr;
   for (const auto& c : cases) {
     ASSERT_EQ(host.start(), 1);
     host.failAt = c.failAt;
     host.failAfter = c.failAfter;
     EXPECT_EQ(c__zdbfindsymbol(db, "before", &none), 0);
-    int number = -1;
-    EXPECT_EQ(c__zdbsymbolinfo(db, s, ZDB_SYMBOL_RECORDS, &number, nullptr, nullptr), 0);
-    const std::string before = "Cannot find symbol before";
-    EXPECT_EQ(db.error(), c.message == "before" ? before : c.message) << c.failAt;
-    EXPECT_EQ(records(db, s), c.records);
+    EXPECT_EQ(records(db, symbolOf(db, c.name)),
+              c.message == nullptr ? "Cannot find symbol before" : c.message)
+        << c.failAt;
+    EXPECT_EQ(records(db, symbolOf(db, c.name)), c.records);
   }
   host.failAt = "find";
-  add(db, "unknown", ZDB_PARAMETER, 0, {});
+  ASSERT_EQ(host.start(), 1);
   Database copy;
   EXPECT_EQ(c__zdbinitfromdb(copy, db), 0);
-  EXPECT_EQ(copy.error(), "Problems with findSymbol for symbol unknown");
+  EXPECT_EQ(copy.error(), "Problems with findSymbol for symbol s");
+}
+
+TEST_P(Callbacks, UnloadedSymbols_AreCopiedIntoAFile) {
+  if (!hasFiles()) GTEST_SKIP() << "no library for data exchange files";
+  host.texts = {"one", "two", "ONE"};
+  host.symbols["s"] = {{{"a"}, {1}}, {{"b"}, {0}}, {{"c"}, {3}}, {{"d"}, {2}}};
+  host.symbols["p"] = {{{"a", "d"}, {1e300}}, {{"b", "c"}, {2e300}}, {{"b", "d"}, {3e300}}};
+  host.symbols["x"] = {{{"d"}, {1, 5e300, 4e300, 3e300, 2}}};
+  for (const char* label : {"a", "b", "c", "d"}) db.label(label);
+  zdbSymbol_t s = add(db, "s", ZDB_SET, 1, {db.universe()}, "a set");
+  add(db, "p", ZDB_PARAMETER, 2, {s, nullptr});
+  add(db, "x", ZDB_VARIABLE, 5, {s});
+  File file;
+  ASSERT_EQ(c__zdbwritezxf(db, file.name.c_str(), 0), 1) << db.error();
+  EXPECT_EQ(host.takeCalls(), "fsrtrrtrtdfsrrrdfsrd");
+  Database read;
+  ASSERT_EQ(c__zdbinitfromzxf(read, file.name.c_str()), 1) << read.error();
+  const std::string inFile = describe(read);
+  EXPECT_EQ(records(read, symbolOf(read, "s")), " a=one b= c=one d=two");
+  EXPECT_EQ(records(read, symbolOf(read, "p")), " a.d=1e+300 b.c=nan b.d=inf");
+  EXPECT_EQ(records(read, symbolOf(read, "x")), " d=1/4.94066e-324/-inf/inf/2");
+  EXPECT_EQ(host.takeCalls(), "");
+  EXPECT_EQ(describe(db), inFile) << "what is loaded afterwards is the same";
+  EXPECT_EQ(host.takeCalls(), "fsrtrrtrtdfsrrrdfsrd") << "writing loaded nothing";
+
+  ASSERT_EQ(host.start(), 1);
+  host.failAt = "done";
+  host.failAfter = 1;
+  EXPECT_EQ(c__zdbwritezxf(db, file.name.c_str(), 0), 0);
+  EXPECT_EQ(db.error(), "Problems writing symbol p to ZXF");
 }
 
 TEST(CallbacksOfHosts, AllButPrint_MustBeGiven) {
@@ -422,45 +424,12 @@ TEST(CallbacksOfHosts, AllButPrint_MustBeGiven) {
   }
 }
 
-TEST_P(Callbacks, UnloadedSymbols_AreCopiedIntoAFile) {
-  if (!hasFiles()) GTEST_SKIP() << "no library for data exchange files";
-  host.texts = {"one", "two", "ONE"};
-  host.symbols["s"] = {{{"a"}, {1}}, {{"b"}, {0}}, {{"c"}, {3}}, {{"d"}, {2}}};
-  host.symbols["p"] = {{{"a", "d"}, {1e300}}, {{"b", "c"}, {2e300}}, {{"b", "d"}, {3e300}}};
-  host.symbols["x"] = {{{"d"}, {1, 5e300, 4e300, 3e300, 2}}};
-  host.symbols["scalar"] = {{{}, {8}}};
-  host.symbols["none"] = {};
-  for (const char* label : {"a", "b", "c", "d"}) db.label(label);
-  zdbSymbol_t s = add(db, "s", ZDB_SET, 1, {db.universe()}, "a set");
-  zdbSymbol_t p = add(db, "p", ZDB_PARAMETER, 2, {s, nullptr});
-  zdbSymbol_t x = add(db, "x", ZDB_VARIABLE, 5, {s});
-  add(db, "scalar", ZDB_PARAMETER, 0, {});
-  add(db, "none", ZDB_EQUATION, 0, {s});
-  File file;
-  ASSERT_EQ(c__zdbwritezxf(db, file.name.c_str(), 0), 1) << db.error();
-  EXPECT_EQ(host.takeCalls(),
-            "fsrtrrtrtd"
-            "fsrrrd"
-            "fsrd"
-            "fsrd"
-            "fsd");
-  Database read;
-  c__zdbselectrecordstorage(read, nullptr, GetParam());
-  ASSERT_EQ(c__zdbinitfromzxf(read, file.name.c_str()), 1) << read.error();
-  const std::string inFile = describe(read);
-  EXPECT_NE(inFile.find(" a=one b= c=one d=two\n"), std::string::npos) << inFile;
-  EXPECT_NE(inFile.find(" b.c=nan/ b.d=inf/\n"), std::string::npos) << inFile;
-  EXPECT_NE(inFile.find(" d=1.000000/0.000000/-inf/inf/2.000000/\n"), std::string::npos) << inFile;
-  EXPECT_EQ(host.takeCalls(), "");
-  EXPECT_EQ(describe(db), inFile) << "what is loaded afterwards is the same";
-  EXPECT_EQ(host.takeCalls().substr(0, 10), "fsrtrrtrtd") << "writing loaded nothing";
-  EXPECT_EQ(db.info(p, ZDB_SYMBOL_RECORDS) + db.info(x, ZDB_SYMBOL_RECORDS), 4);
-
-  ASSERT_EQ(host.start(), 1);
-  host.failAt = "done";
-  host.failAfter = 1;
-  EXPECT_EQ(c__zdbwritezxf(db, file.name.c_str(), 0), 0);
-  EXPECT_EQ(db.error(), "Problems writing symbol p to ZXF");
+TEST(CallbacksOfHosts, Print_TakesTheLogAsShortStrings) {
+  Host host;
+  c__zdbprintlog(host.db, "a line");
+  EXPECT_EQ(host.log, "a line");
+  c__zdbprintlog(host.db, std::string(300, 'x').c_str());
+  EXPECT_EQ(host.log, std::string(255, 'x'));
 }
 
 }  // namespace

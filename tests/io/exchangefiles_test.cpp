@@ -1,356 +1,291 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <array>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
-#include <vector>
-
-#include "core/zdb.h"
+// Databases that are written to data exchange files and read from them.
 #include "loaders/zxf.h"
-#include "symbols/zdbsymboliterator.h"
+#include "support/contents.h"
+#include "support/files.h"
 
 namespace {
 
-using namespace zdb;
+struct ExchangeFiles : testing::Test {
+  testsupport::TemporaryFolder folder;
+  const std::string file = folder.path("a.zxf");
 
-// Databases and files of one test, in a folder that goes with it.
-class ExchangeFilesTest : public testing::Test {
- protected:
-  ExchangeFilesTest()
-      : folder_(std::filesystem::temp_directory_path() /
-                ("zdb_io_" + std::to_string(::getpid()) + "_" +
-                 testing::UnitTest::GetInstance()->current_test_info()->name())) {
-    std::filesystem::create_directories(folder_);
+  static int write(const Database& db, const std::string& to, int noDomainCheck = 0) {
+    return c__zdbwritezxf(db, to.c_str(), noDomainCheck);
   }
-  ~ExchangeFilesTest() override { std::filesystem::remove_all(folder_); }
-
-  std::string file(const char* name) const { return (folder_ / name).string(); }
-
-  static std::unique_ptr<ZDB> database() { return std::make_unique<ZDB>(COMPANION_DIR); }
-
-  static std::unique_ptr<ZDB> opened(const std::string& name) {
-    auto db = database();
-    EXPECT_TRUE(db->InitFromZXF(name)) << db->lastError();
-    return db;
+  static int open(const Database& db, const std::string& from) {
+    return c__zdbinitfromzxf(db, from.c_str());
   }
-
-  static AbstractZDBSymbol* add(ZDB& db, const char* name, int type, int userInfo,
-                                const std::vector<AbstractZDBSymbol*>& domains,
-                                const std::vector<const char*>& names = {}, const char* text = "") {
-    return db.AddSymbol(name, static_cast<int>(domains.size()), type, userInfo, text,
-                        domains.data(), names.empty() ? nullptr : names.data());
+  static bool isAttached(const Database& db) {
+    int attached = -1;
+    c__zdbinfo(db, ZDB_INFO_SOURCE_ATTACHED, &attached, nullptr, nullptr);
+    return attached == 1;
   }
-
-  static double* merge(ZDB& db, AbstractZDBSymbol* symbol, std::vector<const char*> key) {
-    return db.MergeRecord(symbol, key.data(), nullptr).second;
-  }
-
-  // Every type, alias, domain kind, text and special value.
-  std::unique_ptr<ZDB> sample() const {
-    auto db = database();
-    AbstractZDBSymbol* all = db->universe();
-    AbstractZDBSymbol* food = add(*db, "food", TypeSet, 0, {all}, {}, "what is eaten");
-    *merge(*db, food, {"Wheat Flour"}) = db->SetElemText("10 lb.");
-    *merge(*db, food, {"tea"}) = 0;
-    AbstractZDBSymbol* alias = add(*db, "f", TypeAlias, food->number, {all});
-    add(*db, "anything", TypeAlias, 99, {all});
-    AbstractZDBSymbol* pair = add(*db, "pair", TypeSet, 0, {food, all});
-    *merge(*db, pair, {"tea", "milk"}) = db->SetElemText("white");
-    AbstractZDBSymbol* p =
-        add(*db, "p", TypeParameter, 7, {alias, nullptr}, {"", "elsewhere"}, "odd");
-    const SpecialValues& special = kLibrarySpecialValues;
+  /// Every type, alias, kind of domain and special value; user information of aliases as files
+  /// have it.
+  static void fill(const Database& db) {
+    zdbSymbol_t all = db.universe();
+    zdbSymbol_t food = add(db, "food", ZDB_SET, 0, {all}, "what is eaten");
+    Record flour(db, food, {"Wheat Flour"});
+    c__zdbsetelemtext(db, flour, "10 lb.");
+    db.merge(food, {"tea"});
+    zdbSymbol_t alias = add(db, "f", ZDB_ALIAS, 0, {all});
+    c__zdbsetuserinfo(db, alias, 1);
+    c__zdbsetuserinfo(db, add(db, "anything", ZDB_ALIAS, 99, {all}), 0);
+    zdbSymbol_t pair = add(db, "pair", ZDB_SET, 0, {food, all});
+    Record milk(db, pair, {"tea", "milk"});
+    c__zdbsetelemtext(db, milk, "10 LB.");
+    zdbSymbol_t p = add(db, "p", ZDB_PARAMETER, 7, {alias, nullptr}, "odd", "pair");
     const char* labels[] = {"undef", "na", "pinf", "minf", "eps"};
-    for (int i = 0; i < 5; ++i) *merge(*db, p, {"tea", labels[i]}) = special[i];
-    AbstractZDBSymbol* s = add(*db, "s", TypeParameter, 0, {});
-    *merge(*db, s, {}) = 2.5;
-    AbstractZDBSymbol* x = add(*db, "x", TypeVariable, 3, {food});
-    merge(*db, x, {"tea"})[1] = -1.25;
-    AbstractZDBSymbol* e = add(*db, "e", TypeEquation, 2, {});
-    merge(*db, e, {})[0] = 12;
-    add(*db, "empty", TypeParameter, 0, {food, pair == nullptr ? all : food});
-    return db;
+    double special[ZDB_SV_COUNT];
+    c__zdbgetuserspecialvalues(db, special);
+    for (int i = 0; i < ZDB_SV_COUNT; ++i) put(db, p, {"tea", labels[i]}, special[i]);
+    put(db, add(db, "s", ZDB_PARAMETER, 0, {}), {}, 2.5);
+    put(db, add(db, "x", ZDB_VARIABLE, 3, {food}), {"tea"}, -1.25);
+    put(db, add(db, "e", ZDB_EQUATION, 2, {}), {}, 12);
+    add(db, "empty", ZDB_PARAMETER, 0, {food, nullptr}, "", "elsewhere");
   }
-
-  std::filesystem::path folder_;
 };
 
-std::string bits(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%016lx",
-                static_cast<unsigned long>(std::bit_cast<std::uint64_t>(value)));
-  return text;
-}
-
-std::string describeDomains(const AbstractZDBSymbol* symbol) {
-  std::string text;
-  for (int d = 0; d < symbol->dim && !symbol->isAlias(); ++d) {
-    text += symbol->domains[d] != nullptr ? " " + symbol->domains[d]->name
-                                          : " '" + symbol->domainNames[d] + "'";
+TEST_F(ExchangeFiles, RoundTrip_KeepsEverythingButTheHostsSpecialValues) {
+  Database db;
+  fill(db);
+  const double own[ZDB_SV_COUNT] = {91, 92, 93, 94, 95};
+  Database translating;
+  c__zdbsetspecialvalues(translating, own);
+  fill(translating);
+  for (const int storage : {0, 1, 2}) {
+    ASSERT_EQ(write(storage == 1 ? translating : db, file, storage == 2 ? 1 : 0), 1);
+    Database read;
+    c__zdbselectrecordstorage(read, nullptr, storage);
+    ASSERT_EQ(open(read, file), 1) << read.error();
+    EXPECT_EQ(describe(read), describe(db));
+    EXPECT_EQ(read.info(symbolOf(read, "x"), ZDB_SYMBOL_STORAGE), storage);
+    // The set behind the alias is known as a domain.
+    int found = -1;
+    read.merge(symbolOf(read, "p"), {"milk", "na"});
+    EXPECT_EQ(c__zdbchecksymboldv(read, symbolOf(read, "p"), &found), 1);
+    EXPECT_EQ(found, 1);
   }
-  return text;
 }
 
-// All that a file has to keep, as text; loads every symbol.
-std::vector<std::string> contents(ZDB& db) {
-  std::vector<std::string> lines;
-  for (int i = 1; i < db.labels().size(); ++i) lines.emplace_back(db.labels()[i]);
-  db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
-    const int info = symbol->isAlias() ? 0 : symbol->userInfo;
-    lines.push_back(symbol->name + ":" + std::to_string(symbol->dim) + ":" +
-                    std::to_string(symbol->type) + ":" + std::to_string(info) + ":" +
-                    symbol->explText + ":" + symbol->aliasTarget->name + describeDomains(symbol) +
-                    (symbol->isDomain ? " domain" : ""));
-    if (symbol->isAlias()) return true;
-    EXPECT_TRUE(db.ensureLoaded(symbol)) << db.lastError();
-    symbol->forEachRecord([&](const int* keys, const double* values) {
-      std::string line = symbol->name + db.joinKeys(keys, symbol->dim);
-      char text[256] = "";
-      if (symbol->type == TypeSet) db.GetElemText(textNumber(values[0]), text);
-      for (int i = 0; i < valueWidth(symbol->type) && symbol->type != TypeSet; ++i) {
-        line += " " + bits(values[i]);
+TEST_F(ExchangeFiles, RecordsOfAnOpenFile_AreReadWhenTheyAreUsedOrTheFileIsClosed) {
+  Database db;
+  fill(db);
+  ASSERT_EQ(write(db, file), 1);
+  const std::string used = records(db, symbolOf(db, "x"));
+  for (const int loadRemain : {0, 1}) {
+    Database read;
+    ASSERT_EQ(open(read, file), 1);
+    EXPECT_EQ(records(read, symbolOf(read, "x")), used);
+    ASSERT_EQ(write(read, folder.path("b.zxf")), 1) << "which loads nothing";
+    EXPECT_TRUE(isAttached(read));
+    ASSERT_EQ(c__zdbclosezxf(read, loadRemain), 1) << read.error();
+    EXPECT_FALSE(isAttached(read));
+    EXPECT_EQ(records(read, symbolOf(read, "x")), used);
+    EXPECT_EQ(records(read, symbolOf(read, "s")),
+              loadRemain == 1 ? " =2.5" : "Symbol s not initialized from ZXF or ZMI: 3");
+    Database copy;
+    ASSERT_EQ(open(copy, folder.path("b.zxf")), 1);
+    EXPECT_EQ(describe(copy), describe(db));
+  }
+  EXPECT_EQ(c__zdbclosezxf(db, 1), 0);
+  EXPECT_EQ(db.error(), "Database not initialized from ZXF");
+}
+
+TEST_F(ExchangeFiles, WritingOverTheOpenFile_LoadsAndClosesItFirst) {
+  for (const char* name : {"a.zxf", "A.ZXF"}) {
+    Database db;
+    fill(db);
+    ASSERT_EQ(write(db, file), 1);
+    Database read;
+    ASSERT_EQ(open(read, file), 1);
+    ASSERT_EQ(write(read, folder.path(name)), 1) << read.error();
+    EXPECT_FALSE(isAttached(read));
+    EXPECT_EQ(describe(read), describe(db));
+    Database again;
+    ASSERT_EQ(open(again, folder.path(name)), 1);
+    EXPECT_EQ(describe(again), describe(db));
+  }
+}
+
+TEST_F(ExchangeFiles, Refusals_SayWhy) {
+  const std::string foreign = folder.write("foreign.zxf", "an exchange file by name only");
+  const std::string missing = folder.path("missing.zxf");
+  Database filled;
+  fill(filled);
+  ASSERT_EQ(write(filled, file), 1);
+  Database opened;
+  ASSERT_EQ(open(opened, file), 1);
+  Database never;
+  Database unlabelled;
+  const int key = 77;
+  const double one = 1;
+  c__zdbmergerecordint(unlabelled, unlabelled.add("p", 1), &key, 0, 0, nullptr, 1, &one);
+  const std::string again = "Database has been initialized, cannot initialize from ";
+  const struct {
+    const Database& db;
+    bool isRead;
+    std::string file;
+    std::string message;  ///< its beginning
+    bool isAttached;
+  } cases[] = {
+      {opened, true, "b.zxf", again + "b.zxf", true},
+      {filled, true, file, again + file, false},
+      {never, true, missing, "Error opening ZXF file: The file cannot be opened", true},
+      {never, true, file, again + file, true},
+      {filled, false, folder.path("no/b.zxf"), "The new file cannot be created", false},
+      {unlabelled, false, missing, "1 ZXF Error(s). First Error: There is no label", false},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(c.isRead ? open(c.db, c.file) : write(c.db, c.file), 0) << c.message;
+    EXPECT_EQ(c.db.error().substr(0, c.message.size()), c.message);
+    EXPECT_EQ(isAttached(c.db), c.isAttached);
+  }
+  EXPECT_TRUE(filled.error() != "" && c__zdbclosezxf(never, 1) == 1 && !isAttached(never));
+  EXPECT_EQ(describe(opened), describe(filled));
+  Database other;
+  EXPECT_EQ(open(other, foreign), 0);
+  EXPECT_EQ(other.error().rfind("Error opening ZXF file: This is not a zxf file", 0), 0u);
+}
+
+/// Every case is written twice: the second time the names of domains have become symbols, even of a
+/// set that comes after, which the file does not know yet.
+TEST_F(ExchangeFiles, Domains_AreCheckedWhereTheyAreSymbolsThatTheFileKnows) {
+  const std::string one = "1 ZXF Error(s). First Error: ";
+  const std::string outside = "A record lies outside its domain";
+  const struct {
+    const char* domain;
+    int strays;       ///< records of p outside of i and later
+    int otherStrays;  ///< records of q, whose domain is i
+    int noDomainCheck;
+    std::string message;  ///< its beginning; empty: written
+    const char* domains;
+  } cases[] = {
+      {"i", 0, 0, 0, "", " i *"},
+      {"i", 1, 0, 0, one + outside, " i *"},
+      {"i", 2, 1, 0, "3 ZXF Error(s). First Error: " + outside, " i *"},
+      {"I", 1, 1, 1, "", " i *"},
+      {"ii", 1, 0, 0, one + outside, " ii *"},
+      {"pairs", 1, 0, 0, "", " pairs? *"},
+      {"number", 1, 0, 0, "", " number? *"},
+      {"unknown", 1, 0, 0, "", " unknown? *"},
+      {"*", 1, 0, 0, "", " * *"},
+      {"later", 1, 0, 0, "", " later *"},
+      {"later", 1, 1, 0, one + outside, " later *"},
+  };
+  for (const auto& c : cases) {
+    Database db;
+    zdbSymbol_t all = db.universe();
+    zdbSymbol_t i = add(db, "i", ZDB_SET, 0, {all});
+    db.merge(i, {"a"});
+    add(db, "ii", ZDB_ALIAS, 0, {all});
+    add(db, "pairs", ZDB_SET, 0, {i, all});
+    add(db, "number", ZDB_PARAMETER, 0, {all});
+    zdbSymbol_t p = add(db, "p", ZDB_PARAMETER, 0, {nullptr, all}, "", c.domain);
+    zdbSymbol_t q = add(db, "q", ZDB_PARAMETER, 0, {nullptr}, "", "i");
+    db.merge(add(db, "later", ZDB_SET, 0, {all}), {"a"});
+    db.merge(p, {"a", "b"});
+    for (int n = 0; n < c.strays; ++n) db.merge(p, {n == 0 ? "b" : "c", "b"});
+    for (int n = 0; n < c.otherStrays; ++n) db.merge(q, {"b"});
+    ASSERT_EQ(write(db, file), 1) << db.error();
+    for (const bool isLoaded : {false, true}) {
+      Database read;
+      ASSERT_EQ(open(read, file), 1);
+      EXPECT_EQ(domains(read, symbolOf(read, "p")), c.domains);
+      const std::string before = isLoaded ? describe(read) : "";
+      EXPECT_EQ(write(read, folder.path("b.zxf"), c.noDomainCheck), c.message.empty() ? 1 : 0);
+      EXPECT_EQ(read.error().substr(0, c.message.size()), c.message) << c.domain;
+      Database again;
+      ASSERT_EQ(open(again, folder.path("b.zxf")), 1) << "written even if it fails";
+      EXPECT_EQ(domains(again, symbolOf(again, "p")), c.domains);
+      if (c.message.empty() && isLoaded) {
+        EXPECT_EQ(describe(again), before);
       }
-      lines.push_back(line + text);
-    });
-    return true;
-  });
-  return lines;
-}
-
-TEST_F(ExchangeFilesTest, RoundTrip_KeepsEverything) {
-  const auto db = sample();
-  for (const int noDomainCheck : {0, 1}) {
-    ASSERT_TRUE(db->WriteZXF(file("a.zxf"), noDomainCheck)) << db->lastError();
-    const auto read = opened(file("a.zxf"));
-    EXPECT_EQ(contents(*read), contents(*db));
-    EXPECT_EQ(read->symbols()["s"]->number, db->symbols()["s"]->number);
+    }
   }
 }
 
-TEST_F(ExchangeFilesTest, Opening_ReadsNoRecordsUntilASymbolIsUsed) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto db = opened(file("a.zxf"));
-  EXPECT_EQ(db->GetInitFrom(), FROM_ZXF);
-  AbstractZDBSymbol* p = db->symbols()["p"];
-  EXPECT_FALSE(p->isLoaded);
-  EXPECT_TRUE(p->empty());
-  EXPECT_TRUE(db->LoadSymbol(p));
-  EXPECT_EQ(p->size(), 5);
-  EXPECT_FALSE(db->symbols()["x"]->isLoaded);
-  EXPECT_FALSE(db->LoadSymbol(p));
-  EXPECT_STREQ(db->lastError(), "Symbol p already loaded");
-  EXPECT_EQ(p->size(), 5);
-  EXPECT_FALSE(db->LoadSymbol(db->symbols()["f"]));
-  EXPECT_STREQ(db->lastError(), "Cannot load alias f");
-}
-
-TEST_F(ExchangeFilesTest, Closing_LoadsWhatRemainsOnlyWhenAsked) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto kept = opened(file("a.zxf"));
-  EXPECT_TRUE(kept->CloseZXF(true));
-  EXPECT_EQ(kept->GetInitFrom(), FROM_MEMORY);
-  EXPECT_EQ(kept->symbols()["p"]->size(), 5);
-  EXPECT_FALSE(kept->CloseZXF(true));
-  EXPECT_STREQ(kept->lastError(), "Database not initialized from ZXF");
-
-  const auto dropped = opened(file("a.zxf"));
-  EXPECT_TRUE(dropped->CloseZXF(false));
-  EXPECT_TRUE(dropped->symbols()["p"]->empty());
-  EXPECT_FALSE(dropped->ensureLoaded(dropped->symbols()["p"]));
-  EXPECT_STREQ(dropped->lastError(), "Symbol p not initialized from ZXF or ZMI: 3");
-}
-
-TEST_F(ExchangeFilesTest, SecondInitialisation_IsRefusedAndChangesNothing) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto db = opened(file("a.zxf"));
-  EXPECT_FALSE(db->InitFromZXF("b.zxf"));
-  EXPECT_STREQ(db->lastError(), "Database has been initialized, cannot initialize from b.zxf");
-  EXPECT_EQ(contents(*db), contents(*sample()));
-  const auto filled = sample();
-  EXPECT_FALSE(filled->InitFromZXF(file("a.zxf")));
-  EXPECT_EQ(filled->GetInitFrom(), FROM_MEMORY);
-}
-
-TEST_F(ExchangeFilesTest, FileThatCannotBeOpened_LeavesTheSourceSet) {
-  std::ofstream(file("foreign.zxf")) << "this is no exchange file, whatever its name says";
-  for (const char* name : {"missing.zxf", "foreign.zxf"}) {
-    const auto db = database();
-    EXPECT_FALSE(db->InitFromZXF(file(name)));
-    EXPECT_EQ(std::string(db->lastError()).rfind("Error opening ZXF file: ", 0), 0u)
-        << db->lastError();
-    EXPECT_GT(std::string(db->lastError()).size(), 30u);
-    EXPECT_EQ(db->GetInitFrom(), FROM_ZXF);
-    EXPECT_TRUE(db->CloseZXF(true));
-    EXPECT_EQ(db->GetInitFrom(), FROM_MEMORY);
+TEST_F(ExchangeFiles, LabelsThatTheDatabaseHas_RenumberTheRecords) {
+  Database db;
+  zdbSymbol_t p = db.add("p", 2);
+  const char* const keys[][2] = {{"a", "b"}, {"b", "a"}, {"c", "d"}, {"d", "c"}};
+  for (const auto& key : keys) put(db, p, {key[0], key[1]}, key[0][0]);
+  ASSERT_EQ(write(db, file), 1);
+  for (const bool isLoaded : {true, false}) {
+    Database read;
+    for (const char* label : {"d", "mine", "B"}) read.label(label);
+    ASSERT_EQ(open(read, file), 1) << read.error();
+    const std::string expected = " d.c=100 B.a=98 a.B=97 c.d=99";
+    if (isLoaded) {
+      EXPECT_EQ(records(read, symbolOf(read, "p")), expected);
+    }
+    ASSERT_EQ(write(read, folder.path("b.zxf")), 1) << read.error();
+    EXPECT_EQ(records(read, symbolOf(read, "p")), expected);
+    Database copy;
+    ASSERT_EQ(open(copy, folder.path("b.zxf")), 1);
+    EXPECT_EQ(records(copy, symbolOf(copy, "p")), expected);
   }
 }
 
-TEST_F(ExchangeFilesTest, WritingOverTheOpenSource_LoadsItFirst) {
-  ASSERT_TRUE(sample()->WriteZXF(file("same.zxf"), 0));
-  const auto db = opened(file("same.zxf"));
-  *merge(*db, db->symbols()["empty"], {"tea", "tea"}) = 4;
-  const std::vector<std::string> expected = contents(*opened(file("same.zxf")));
-  EXPECT_TRUE(db->WriteZXF(file("same.zxf"), 0)) << db->lastError();
-  EXPECT_EQ(db->GetInitFrom(), FROM_MEMORY);
-  const auto again = opened(file("same.zxf"));
-  EXPECT_EQ(contents(*again), contents(*db));
-  EXPECT_EQ(contents(*again).size(), expected.size() + 1);
+TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
+  Database db;
+  zdbSymbol_t p = db.add("p", 1);
+  for (int n = 0; n < 1000; ++n) put(db, p, {("l" + std::to_string(n)).c_str()}, n / 7.0);
+  ASSERT_EQ(write(db, file), 1);
+  const std::string whole = testsupport::readFile(file);
+  int damagedRecords = 0;
+  for (std::size_t at = 64; at < whole.size(); at += whole.size() / 40) {
+    std::string damaged = whole;
+    damaged[at] = static_cast<char>(damaged[at] ^ 0x20);
+    Database read;
+    if (open(read, folder.write("b.zxf", damaged)) == 0) continue;  // it was no record
+    const std::string reason =
+        "Error reading symbol p from ZXF file " + folder.path("b.zxf") + ": Records in the file";
+    EXPECT_EQ(records(read, symbolOf(read, "p")).substr(0, reason.size()), reason);
+    ++damagedRecords;
+  }
+  EXPECT_GT(damagedRecords, 0);
 }
 
-TEST_F(ExchangeFilesTest, UnloadedSymbols_AreCopiedWithoutBeingLoaded) {
-  const auto db = sample();
-  ASSERT_TRUE(db->WriteZXF(file("a.zxf"), 0));
-  const auto source = opened(file("a.zxf"));
-  ASSERT_TRUE(source->WriteZXF(file("b.zxf"), 0)) << source->lastError();
-  EXPECT_FALSE(source->symbols()["p"]->isLoaded);
-  EXPECT_EQ(source->GetInitFrom(), FROM_ZXF);
-  EXPECT_EQ(contents(*opened(file("b.zxf"))), contents(*db));
-}
-
-// Labels of the database come first, so the file's numbers are not the database's.
-TEST_F(ExchangeFilesTest, LabelsMergedBeforehand_RenumberTheRecords) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto db = database();
-  int number;
-  for (const char* label : {"pinf", "another", "TEA"}) db->labels().merge(label, number);
-  ASSERT_TRUE(db->InitFromZXF(file("a.zxf")));
-  AbstractZDBSymbol* p = db->symbols()["p"];
-  ASSERT_TRUE(db->WriteZXF(file("b.zxf"), 0)) << db->lastError();
-  ASSERT_TRUE(db->ensureLoaded(p));
-  const auto valueOf = [](ZDB& of, const char* label) {
-    std::array<const char*, 2> key = {"tea", label};
-    const std::unique_ptr<AbstractZDBSymbolIterator> record(
-        of.FindRecord(of.symbols()["p"], key.data()));
-    EXPECT_NE(record, nullptr) << of.lastError();
-    return record ? *record->getValues() : 0;
-  };
-  const auto copy = opened(file("b.zxf"));
-  for (ZDB* checked : {db.get(), copy.get()}) {
-    EXPECT_TRUE(sameBits(valueOf(*checked, "minf"), kLibrarySpecialValues[3]));
-    EXPECT_TRUE(sameBits(valueOf(*checked, "pinf"), kLibrarySpecialValues[2]));
+TEST_F(ExchangeFiles, CompanionThatIsMissing_IsReported) {
+  Database db;
+  zdbfree(&db.handle);
+  ASSERT_EQ(zdb::loaders::zxfLibraryUnload(), 1);
+  ASSERT_EQ(zdbcreated(&db.handle, "/nowhere", nullptr, 0), 1);
+  const std::string reason = "ZXF create did not succeed: Could not load shared library /nowhere/";
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    zdbSymbol_t none = nullptr;
+    if (attempt > 0) {
+      EXPECT_EQ(c__zdbfindsymbol(db, "none", &none), 0) << "which leaves a message";
+    }
+    EXPECT_EQ(attempt == 0 ? 0 : attempt == 1 ? open(db, file) : write(db, file), 0);
+    EXPECT_EQ(db.error().substr(0, reason.size()), reason);
+    EXPECT_FALSE(isAttached(db));
   }
 }
 
-TEST_F(ExchangeFilesTest, RecordOutsideAStrictDomain_IsReported) {
-  const auto db = database();
-  AbstractZDBSymbol* i = add(*db, "i", TypeSet, 0, {db->universe()});
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {i});
-  merge(*db, i, {"a"});
-  merge(*db, p, {"a"});
-  merge(*db, p, {"b"});
-  EXPECT_FALSE(db->WriteZXF(file("a.zxf"), 0));
-  EXPECT_EQ(std::string(db->lastError()).rfind("1 ZXF Error(s). First Error: ", 0), 0u)
-      << db->lastError();
-  EXPECT_TRUE(db->WriteZXF(file("b.zxf"), 1)) << db->lastError();
-  EXPECT_EQ(contents(*opened(file("b.zxf"))), contents(*db));
-}
-
-TEST_F(ExchangeFilesTest, StrictDomainThatTheFileRejects_DoesNotFailTheWrite) {
-  const auto db = database();
-  // The domain stands behind the symbol, so the file does not know it yet.
-  AbstractZDBSymbol* later = db->universe();
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {later});
-  AbstractZDBSymbol* i = add(*db, "i", TypeSet, 0, {later});
-  p->domains[0] = i;
-  i->isDomain = true;
-  merge(*db, p, {"a"});
-  EXPECT_TRUE(db->WriteZXF(file("a.zxf"), 0)) << db->lastError();
-  EXPECT_EQ(contents(*opened(file("a.zxf"))), contents(*db));
-}
-
-TEST_F(ExchangeFilesTest, LabelNumberWithoutALabel_IsReported) {
-  const auto db = database();
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {db->universe()});
-  const int key[] = {77};
-  const double row[] = {1};
-  db->AddRecordRaw(p, key, false, true, row, nullptr, nullptr);
-  EXPECT_FALSE(db->WriteZXF(file("a.zxf"), 0));
-  EXPECT_EQ(std::string(db->lastError()).rfind("1 ZXF Error(s). First Error: ", 0), 0u)
-      << db->lastError();
-}
-
-TEST_F(ExchangeFilesTest, FileThatCannotBeWritten_SaysWhichAndWhy) {
-  const auto db = sample();
-  EXPECT_FALSE(db->WriteZXF(file("no/such/folder.zxf"), 0));
-  const std::string message = db->lastError();
-  EXPECT_NE(message.find(": "), std::string::npos);
-  EXPECT_NE(message.find("no/such/folder.zxf"), std::string::npos) << message;
-}
-
-TEST_F(ExchangeFilesTest, EmptyDatabase_MakesAFile) {
-  const auto db = database();
-  ASSERT_TRUE(db->WriteZXF(file("a.zxf"), 0)) << db->lastError();
-  const auto read = opened(file("a.zxf"));
-  EXPECT_EQ(read->labels().size(), 1);
-  EXPECT_TRUE(read->symbols().empty());
-}
-
-TEST_F(ExchangeFilesTest, DamagedRecords_FailTheLoadWithAReason) {
-  const auto db = database();
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {db->universe()});
-  for (int n = 0; n < 1000; ++n) *merge(*db, p, {("l" + std::to_string(n)).c_str()}) = n / 7.0;
-  ASSERT_TRUE(db->WriteZXF(file("a.zxf"), 0));
-  // The records are the bulk of the file; some byte in its middle belongs to them or to the labels.
-  bool sawDamagedRecords = false;
-  const auto size = std::filesystem::file_size(file("a.zxf"));
-  for (std::uintmax_t at = 64; at < size; at += size / 40) {
-    std::filesystem::copy_file(file("a.zxf"), file("b.zxf"),
-                               std::filesystem::copy_options::overwrite_existing);
-    std::fstream stream(file("b.zxf"), std::ios::in | std::ios::out | std::ios::binary);
-    stream.seekg(static_cast<std::streamoff>(at));
-    const int byte = stream.get();
-    stream.seekp(static_cast<std::streamoff>(at));
-    stream.put(static_cast<char>(byte ^ 0x20));
-    stream.close();
-    const auto read = database();
-    if (!read->InitFromZXF(file("b.zxf"))) continue;
-    EXPECT_FALSE(read->ensureLoaded(read->symbols()["p"]));
-    sawDamagedRecords =
-        std::string(read->lastError()).rfind("Error reading symbol p from ZXF file ", 0) == 0;
-  }
-  EXPECT_TRUE(sawDamagedRecords);
-}
-
-TEST_F(ExchangeFilesTest, CompanionThatIsMissing_IsReportedAndNothingCrashes) {
-  // The loader keeps what it has loaded, so this has to be a process of its own.
-  const auto tryAll = [this] {
-    ZDB db("/nowhere");
-    const bool created = std::string(db.lastError()).rfind("ZXF create did not succeed: ", 0) == 0;
-    const bool read = db.InitFromZXF(file("a.zxf"));
-    const bool written = db.WriteZXF(file("a.zxf"), 0);
-    std::exit(created && !read && !written && db.GetInitFrom() == FROM_NOSOURCE ? 0 : 1);
-  };
-  if (loaders::zxfLibraryLoaded() != 0) GTEST_SKIP() << "runs when the test stands alone";
-  EXPECT_EXIT(tryAll(), testing::ExitedWithCode(0), "");
-}
-
-TEST_F(ExchangeFilesTest, Trace_ShowsTheSteps) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  struct Case {
+TEST_F(ExchangeFiles, Trace_ShowsTheSteps) {
+  Database db;
+  fill(db);
+  ASSERT_EQ(write(db, file), 1);
+  const struct {
     int level;
     std::vector<const char*> shown;
-    std::vector<const char*> hidden;
+    const char* hidden;
+  } cases[] = {
+      {0, {}, "----"},
+      {1, {"---- Entering InitFromZXF ----", "strings done", "---- Leaving"}, "Get uel"},
+      {2, {"using special values from ZDB", "string: 10 lb.", "loaded: tea", "created: pair"}, "?"},
   };
-  const Case cases[] = {
-      {0, {}, {"----"}},
-      {1,
-       {"---- Entering InitFromZXF ----", "loading strings done", "---- Leaving InitFromZXF ----"},
-       {"Get uel"}},
-      {2,
-       {"using special values from ZDB", "reading string: 10 lb.", "Uel loaded: tea",
-        "symbol created: pair"},
-       {}},
-  };
-  for (const Case& c : cases) {
-    ZDB::debugLevel = c.level;
-    testing::internal::CaptureStdout();
-    opened(file("a.zxf"));
-    const std::string output = testing::internal::GetCapturedStdout();
-    ZDB::debugLevel = 0;
-    for (const char* text : c.shown) EXPECT_NE(output.find(text), std::string::npos) << text;
-    for (const char* text : c.hidden) EXPECT_EQ(output.find(text), std::string::npos) << text;
+  for (const auto& c : cases) {
+    Database read;
+    const std::string trace = outputOf([&] {
+      c__zdbsetdebug(nullptr, c.level);
+      open(read, file);
+      c__zdbsetdebug(nullptr, 0);
+    });
+    for (const char* text : c.shown) EXPECT_NE(trace.find(text), std::string::npos) << text;
+    EXPECT_EQ(trace.find(c.hidden), std::string::npos) << c.hidden;
   }
 }
 

@@ -1,256 +1,239 @@
+// Databases that are tied to a model instance, filled from its dictionary, and loaded from it.
 #include <functional>
+#include <limits>
 
 #include "loaders/zlx.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
-#include "scriptedmodel.h"
+#include "modeltest.h"
+#include "support/files.h"
 
 namespace {
 
-using namespace zdb;
 using namespace zdb::loaders;
 
-// Registering, filling from the dictionary and loading.
 struct ModelDictionary : ModelTest {
-  ModelDictionary() {
-    model.labels = {"a", "b", "c"};
-    model.add("x", 5, 1, {{1}, {3}}).userInfo = 3;
-    model.add("cost", 6, 0, {{}}).text = "what it costs";
-    model.add("e", 6, 2, {{1, 2}, {2, 1}});
-    model.columns = {{1, 2, 3, 4, 5, 6, 0, 0, 0}, {7, 8, 9, 10, 11, 12, 0, 0, 0}};
-    model.rows = {{1.5, 2.5, 3.5, 0, 4.5, 0, 0, 0, 0},
-                  {10, 20, 30, 0, 40, 0, 2, 0, 0},
-                  {11, 21, 31, 0, 41, 0, 1, 0, 0}};
+  testsupport::TemporaryFolder folder;
+  const std::string file = folder.path("a.zxf");
+
+  ModelDictionary()
+      : ModelTest(
+            "col x(a) 3 4 1; col x(c) -inf 9 7; col z -inf inf 0; row cost = 3 1*z -1*x(a);"
+            "row e(a,b) <= 30 1*x(a); row e(b,a) >= 31 1*x(c); min z") {
+    zmiSetSolutionVarRec(model.record(), model["x(a)"], 1, 2, 0, 0);
+    zmiSetSolutionVarRec(model.record(), model["x(c)"], 7, 8, 0, 0);
+    zmiSetSolutionEquRec(model.record(), model["cost"], 1.5, 2.5, 0, 0);
+    zmiSetSolutionEquRec(model.record(), model["e(a,b)"], 10, 20, 0, 0);
+    zmiSetSolutionEquRec(model.record(), model["e(b,a)"], 11, 21, 0, 0);
+  }
+  /// Has all symbols of the model loaded anew, as after a solve, but without one.
+  void unload(const Database& to) {
+    spy.answers["zstAlgAllowsModifyProblem"] = spy.answers["zrtCallSolver"] = {};
+    EXPECT_EQ(c__zdbcallsolver(to, "clp"), 1) << to.error();
   }
 };
 
-TEST_F(ModelDictionary, Registering_SetsTheInfinitiesAndNeedsADictionary) {
-  EXPECT_TRUE(db.RegisterZMI(model.instance()));
-  EXPECT_EQ(model.taken(), "zmiPinfSet(inf) zmiMinfSet(-inf)");
-  EXPECT_EQ(db.GetInitFrom(), FROM_NOSOURCE);
-  model.hasDictionary = false;
-  expectFailure(db.RegisterZMI(model.instance()), "No dictionary available");
-  EXPECT_EQ(model.taken(), "zmiPinfSet(inf) zmiMinfSet(-inf)");
-  expectFailure(db.InitUpdate(model.instance()), "No dictionary available");
+TEST_F(ModelDictionary, Registering_SetsTheInfinitiesEvenWithoutADictionary) {
+  constexpr double inf = std::numeric_limits<double>::infinity();
+  for (const int hasDictionary : {1, 0}) {
+    if (hasDictionary == 0) spy.answers["zmiDict"] = {};
+    zmiPinfSet(model.record(), 1e21);
+    zmiMinfSet(model.record(), -1e21);
+    EXPECT_EQ(c__zdbregisterzmi(db, model), hasDictionary);
+    EXPECT_EQ(zmiGetVarUpperOne(model.record(), model["z"]), inf);
+    EXPECT_EQ(zmiGetVarLowerOne(model.record(), model["z"]), -inf);
+  }
+  EXPECT_EQ(db.error(), "No dictionary available");
+  Database other;
+  EXPECT_REFUSED(other, c__zdbinitupdate(other, model), "No dictionary available");
+  EXPECT_EQ(c__zdbinitfromzxf(other, "/none"), 0) << "no source is attached yet";
+  EXPECT_EQ(other.error().rfind("Error opening", 0), 0u);
 }
 
 TEST_F(ModelDictionary, LibrariesThatAreMissing_AreNamed) {
-  struct Case {
+  const struct {
     int (*unload)();
     const char* message;
-    bool (ZDB::*call)(zmiRec*);
-  };
-  const Case cases[] = {
+    int (*call)(zdbHandle_t, void*);
+  } cases[] = {
       {zmiLibraryUnload, "Error in zmiGetReady: Could not load shared library /nowhere/libzkit",
-       &ZDB::RegisterZMI},
+       c__zdbregisterzmi},
       {zlxLibraryUnload, "Error in zlxGetReady: Could not load shared library /nowhere/libzlxm",
-       &ZDB::RegisterZMI},
-      {zrtLibraryUnload, "Could not load shared library /nowhere/libzkit", &ZDB::InitUpdate},
-      {zstLibraryUnload, "Could not load shared library /nowhere/libzkit", &ZDB::InitUpdate},
+       c__zdbinitfromdict},
+      {zrtLibraryUnload, "Could not load shared library /nowhere/libzkit", c__zdbinitupdate},
+      {zstLibraryUnload, "Could not load shared library /nowhere/libzkit", c__zdbinitupdate},
   };
-  for (const Case& c : cases) {
-    model.install();
-    ZDB elsewhere("/nowhere");
-    const bool isLater = c.call == &ZDB::InitUpdate;
-    ASSERT_TRUE(!isLater || elsewhere.RegisterZMI(model.instance()));
+  for (const auto& c : cases) {
+    Database elsewhere;
+    zdbfree(&elsewhere.handle);
+    ASSERT_EQ(zdbcreated(&elsewhere.handle, "/nowhere", nullptr, 0), 1);
+    if (c.call == c__zdbinitupdate) {
+      ASSERT_EQ(c__zdbregisterzmi(elsewhere, model), 1);
+    }
     ASSERT_EQ(c.unload(), 1);
-    EXPECT_FALSE((elsewhere.*c.call)(model.instance()));
-    EXPECT_EQ(std::string(elsewhere.lastError()).rfind(c.message, 0), 0u) << elsewhere.lastError();
+    EXPECT_EQ(c.call(elsewhere, model), 0);
+    EXPECT_EQ(elsewhere.error().rfind(c.message, 0), 0u) << elsewhere.error();
+    Spy::comeBetween();
   }
 }
 
-TEST_F(ModelDictionary, EmptyDatabase_GetsLabelsAndSymbols) {
-  db.setDefaultStorage(static_cast<int>(dmap::StorageTypes::Vector));
-  ASSERT_TRUE(db.InitFromDict(model.instance())) << db.lastError();
-  EXPECT_EQ(db.GetInitFrom(), FROM_MEMORY);
-  ASSERT_EQ(db.highestLabel(), 3);
-  EXPECT_STREQ(db.labels()[3], "c");
-  std::string symbols;
-  db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
-    symbols += symbol->name + std::to_string(symbol->number) + ":" + std::to_string(symbol->type) +
-               ":" + std::to_string(symbol->dim) + ":" + std::to_string(symbol->userInfo) + ":" +
-               symbol->explText + (symbol->isLoaded ? "!" : "") + " ";
-    EXPECT_EQ(symbol->getStorageType(), dmap::StorageTypes::Vector);
-    for (int d = 0; d < symbol->dim; ++d) {
-      EXPECT_EQ(symbol->domains[static_cast<std::size_t>(d)], db.universe());
-    }
-    return true;
-  });
-  EXPECT_EQ(symbols, "x0:2:1:3: cost1:3:0:0:what it costs e2:3:2:0: ");
-  // Without the link there is nothing to load from.
-  expectFailure(db.LoadSymbol(db.symbols()["x"]), "Symbol x not initialized from ZXF or ZMI: 3");
+TEST_F(ModelDictionary, EmptyDatabase_GetsLabelsAndSymbolsButNoRecords) {
+  c__zdbselectrecordstorage(db, nullptr, ZDB_STORAGE_VECTOR);
+  ASSERT_EQ(c__zdbinitfromdict(db, model), 1) << db.error();
+  EXPECT_EQ(db.info(symbolOf(db, "x"), ZDB_SYMBOL_STORAGE), ZDB_STORAGE_VECTOR);
+  EXPECT_EQ(describe(db),
+            "a c b \n"
+            "0 1 2 1 x 'about x' *Symbol x not initialized from ZXF or ZMI: 3\n"
+            "1 0 2 2 z 'about z'Symbol z not initialized from ZXF or ZMI: 3\n"
+            "2 0 3 3 cost 'about cost'Symbol cost not initialized from ZXF or ZMI: 3\n"
+            "3 2 3 4 e 'about e' * *Symbol e not initialized from ZXF or ZMI: 3\n");
 }
 
 TEST_F(ModelDictionary, SymbolsOfTheDatabase_AreKeptWhenTheyFit) {
-  AbstractZDBSymbol* x = add("X", TypeVariable, 1);
-  add("mine", TypeParameter, 3);
-  ASSERT_TRUE(db.InitFromDict(model.instance())) << db.lastError();
-  EXPECT_EQ(db.symbols()["x"], x);
-  EXPECT_TRUE(x->isLoaded);
-  EXPECT_EQ(db.symbols().size(), 4);
-  EXPECT_EQ(db.symbols()["cost"]->number, 2);
+  zdbSymbol_t x = db.add("X", 1, ZDB_VARIABLE, 9);
+  db.add("mine", 3);
+  ASSERT_EQ(c__zdbinitfromdict(db, model), 1) << db.error();
+  EXPECT_EQ(symbolOf(db, "x"), x);
+  EXPECT_EQ(describe(db, x), "0 1 2 9 X '' *\n");
+  EXPECT_EQ(db.info(symbolOf(db, "z"), ZDB_SYMBOL_NUMBER), 2);
 }
 
-TEST_F(ModelDictionary, Conflicts_AreReportedInOrder) {
-  struct Case {
-    const char* message;
-    std::function<void(ZDB&)> prepare;
-    int labels;
-    int symbols;  // afterwards
-  };
+TEST_F(ModelDictionary, Conflicts_AreReportedInOrderAndKeepWhatIsThere) {
   const auto with = [](const char* name, int type, int dim) {
-    return [=](ZDB& to) {
-      const std::vector<AbstractZDBSymbol*> domains(5, to.universe());
-      to.AddSymbol(name, dim, type, 0, "", domains.data(), nullptr);
-    };
+    return [=](const Database& to) { to.add(name, dim, type); };
   };
-  const Case cases[] = {
+  const auto alone = [](const Database&) {};
+  const auto withSource = [](const Database& to) { c__zdbinitfromzxf(to, "/none"); };
+  const struct {
+    const char* message;
+    std::function<void(const Database&)> prepare;
+    int labels;  // afterwards
+    int symbols;
+    const char* answering = "";
+    Spy::Answer answer = {};
+  } cases[] = {
       {"Uels present. Cannot load Uels from dictionary.",
-       [](ZDB& to) {
-         int number;
-         to.InitFromDMRF({});
-         to.labels().merge("q", number);
+       [&](const Database& to) {
+         withSource(to);
+         to.label("q");
        },
        1, 0},
-      {"Database incorrectly initialized.", [](ZDB& to) { to.InitFromDMRF({}); }, 0, 0},
-      {"Variable/Equation symbol y does not exist in model", with("y", TypeVariable, 1), 3, 1},
-      {"Variable/Equation symbol f does not exist in model", with("f", TypeEquation, 0), 3, 1},
-      {"Mismatch in dimension for symbol e", with("e", TypeEquation, 1), 3, 3},
-      {"Mismatch in type for symbol x", with("x", TypeParameter, 1), 3, 1},
-      {"Mismatch in dimension for symbol x", with("x", TypeParameter, 2), 3, 1},
-      {"No dictionary available", [this](ZDB&) { model.hasDictionary = false; }, 0, 0},
-      {"ZMI symbol type not variable or equation of symbol e",
-       [this](ZDB&) {
-         model.hasDictionary = true;
-         model.find("e").type = 4;
-       },
-       3, 2},
-      {"Dimension of symbol e must be between 0 and 20 (saw 21)",
-       [this](ZDB&) {
-         model.find("e").type = 6;
-         model.find("e").dim = 21;
-       },
-       3, 2},
+      {"Database incorrectly initialized.", withSource, 0, 0},
+      {"Variable/Equation symbol y does not exist in model", with("y", ZDB_VARIABLE, 1), 3, 1},
+      {"Variable/Equation symbol f does not exist in model", with("f", ZDB_EQUATION, 0), 3, 1},
+      {"Mismatch in dimension for symbol e", with("e", ZDB_EQUATION, 1), 3, 4},
+      {"Mismatch in type for symbol cost", with("cost", ZDB_VARIABLE, 0), 3, 3},
+      {"Mismatch in type for symbol x", with("x", ZDB_PARAMETER, 1), 3, 1},
+      {"Mismatch in dimension for symbol x", with("x", ZDB_PARAMETER, 2), 3, 1},
+      {"No dictionary available", alone, 0, 0, "zmiDict"},
+      {"ZMI symbol type not variable or equation of symbol x", alone, 3, 0, "zlxSymType", {4}},
+      {"Dimension of symbol x must be between 0 and 20 (saw 21)", alone, 3, 0, "zlxSymDim", {21}},
       {"Label with single and double quote not allowed >a'\"<",
-       [this](ZDB&) { model.labels[1] = "a'\""; }, 1, 0},
+       alone,
+       0,
+       0,
+       "zlxUelLabel",
+       {1, "a'\""}},
   };
-  for (const Case& c : cases) {
-    ZDB other(MODEL_DIR);
+  for (const auto& c : cases) {
+    Database other;
     c.prepare(other);
-    ZDB::debugLevel = 1;
-    testing::internal::CaptureStdout();
-    const bool result = other.InitFromDict(model.instance());
-    const std::string trace = testing::internal::GetCapturedStdout();
-    ZDB::debugLevel = 0;
-    EXPECT_FALSE(result) << c.message;
-    EXPECT_STREQ(other.lastError(), c.message);
-    EXPECT_EQ(other.highestLabel(), c.labels) << c.message;
-    EXPECT_EQ(other.symbols().size(), c.symbols) << c.message;
-    EXPECT_NE(trace.find("---- Entering InitFromDict ----\n"), std::string::npos);
-    EXPECT_NE(trace.find(c.message), std::string::npos) << trace;
+    spy.answers = {{c.answering, c.answer}};
+    const std::string trace = outputOf([&] {
+      c__zdbsetdebug(nullptr, 1);
+      EXPECT_EQ(c__zdbinitfromdict(other, model), 0);
+      c__zdbsetdebug(nullptr, 0);
+    });
+    EXPECT_EQ(other.error(), c.message);
+    EXPECT_NE(trace.find(std::string("---- Entering InitFromDict ----\n  ") + c.message),
+              std::string::npos)
+        << trace;
+    int counts[2] = {-1, -1};
+    c__zdbinfo(other, ZDB_INFO_LABELS, &counts[0], nullptr, nullptr);
+    c__zdbinfo(other, ZDB_INFO_SYMBOLS, &counts[1], nullptr, nullptr);
+    EXPECT_TRUE(counts[0] == c.labels && counts[1] == c.symbols)
+        << c.message << ": " << counts[0] << " " << counts[1];
   }
 }
 
-// ---- loading
-
-TEST_F(ModelDictionary, Records_ComeFromTheInstance) {
-  ASSERT_TRUE(db.InitFromDict(model.instance()) && db.InitUpdate(model.instance()));
-  EXPECT_EQ(records("x"), "a 1,2,3,4,5; c 7,8,9,10,11");
-  EXPECT_EQ(records("cost"), "1.5,2.5,3.5,3.5,4.5");
-  expectFailure(db.LoadSymbol(db.symbols()["x"]), "Symbol x already loaded");
-  model.find("e").entries.clear();
-  EXPECT_EQ(records("e"), "");
+TEST_F(ModelDictionary, Records_ComeFromTheInstanceOrGoFromThereIntoAFile) {
+  spy.answers = {{"zmiGetVarScaleOne", {5}}, {"zmiGetEquScaleOne", {6}}};
+  prepare(db);
+  ASSERT_EQ(c__zdbwritezxf(db, file.c_str(), 0), 1) << db.error();
+  Database read;
+  ASSERT_EQ(c__zdbinitfromzxf(read, file.c_str()), 1);
+  const struct {
+    const char* name;
+    const char* records;
+  } cases[] = {{"x", " a=1/2/3/4/5 c=7/8/-inf/9/5"},
+               {"z", " =0/0/-inf/inf/5"},
+               {"cost", " =1.5/2.5/3/3/6"},
+               {"e", " a.b=10/20/-inf/30/6 b.a=11/21/-inf/31/6"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(recordsOf(db, c.name), c.records);
+    EXPECT_EQ(recordsOf(read, c.name), c.records);
+  }
 }
 
-TEST_F(ModelDictionary, EquationType_IsThatOfTheFirstRowAndGivesTheBounds) {
-  const char* bounds[] = {"30,30", "30,inf",  "-inf,30", "-inf,inf",
-                          "30,30", "-inf,30", "30,30",   "-inf,inf"};
-  ASSERT_TRUE(db.InitFromDict(model.instance()) && db.InitUpdate(model.instance()));
+TEST_F(ModelDictionary, EquationType_GivesTheBounds) {
+  const char* bounds[] = {"30/30", "30/inf",  "-inf/30", "-inf/inf",
+                          "30/30", "-inf/30", "30/30",   "-inf/inf"};
   for (int type = 0; type < 8; ++type) {
-    model.row("e", 0).type = type;
-    db.symbols()["e"]->clear();
-    db.symbols()["e"]->isLoaded = false;
-    std::string second = bounds[type];
-    for (std::size_t at; (at = second.find("30")) != std::string::npos;)
-      second.replace(at, 2, "31");
-    EXPECT_EQ(records("e"),
-              "a b 10,20," + std::string(bounds[type]) + ",40; b a 11,21," + second + ",41");
+    spy.answers["zmiGetEquTypeOne"] = {static_cast<double>(type)};
+    Database other;
+    prepare(other);
+    const std::string first = " a.b=10/20/" + std::string(bounds[type]) + "/1";
+    EXPECT_EQ(recordsOf(other, "e").substr(0, first.size()), first);
   }
 }
 
-// The database knows the labels in another order, and one of them not at all.
-TEST_F(ModelDictionary, LabelsInAnotherOrder_AreTranslatedAndSorted) {
+/// The database knows the labels in another order, and one of them not at all.
+TEST_F(ModelDictionary, LabelsInAnotherOrder_AreTranslatedAndTheRecordsSorted) {
   for (const int storage : {0, 1, 2}) {
-    ZDB other(MODEL_DIR);
-    other.setDefaultStorage(storage);
-    int number;
-    for (const char* label : {"mine", "C", "b"}) other.labels().merge(label, number);
-    AbstractZDBSymbol* all = other.universe();
-    AbstractZDBSymbol* domains[] = {all, all};
-    AbstractZDBSymbol* x = other.AddSymbol("x", 1, TypeVariable, 0, "", domains, nullptr);
-    AbstractZDBSymbol* e = other.AddSymbol("e", 2, TypeEquation, 0, "", domains, nullptr);
-    ASSERT_TRUE(other.RegisterZMI(model.instance()) && other.InitUpdate(model.instance()))
-        << other.lastError();
-    EXPECT_EQ(other.highestLabel(), 4);
-    x->isLoaded = e->isLoaded = false;
-    ASSERT_TRUE(other.LoadSymbol(x) && other.LoadSymbol(e)) << other.lastError();
-    std::string found;
-    const auto list = [&](const int* keys, const double* values) {
-      found += std::string(other.labels()[keys[0]]) + std::to_string(values[0]).substr(0, 2) + " ";
-    };
-    x->forEachRecord(list);
-    e->forEachRecord(list);
-    EXPECT_EQ(found, "C7. a1. b11 a10 ");
+    Database other;
+    c__zdbselectrecordstorage(other, nullptr, storage);
+    for (const char* label : {"mine", "C", "b"}) other.label(label);
+    zdbSymbol_t x = other.add("x", 1, ZDB_VARIABLE);
+    zdbSymbol_t e = other.add("e", 2, ZDB_EQUATION);
+    prepare(other, false);
+    EXPECT_EQ(other.label("A"), 4) << "which preparing has added";
+    unload(other);
+    ASSERT_EQ(c__zdbwritezxf(other, file.c_str(), 0), 1) << other.error();
+    Database read;
+    ASSERT_EQ(c__zdbinitfromzxf(read, file.c_str()), 1);
+    EXPECT_EQ(recordsOf(read, "x"), " C=7/8/-inf/9/1 a=1/2/3/4/1");
+    EXPECT_EQ(recordsOf(read, "e"), " b.a=11/21/-inf/31/1 a.b=10/20/-inf/30/1");
+    // Writing has loaded nothing: what comes now is newer.
+    zmiSetSolutionEquRec(model.record(), model["e(a,b)"], 10 + storage, 20, 0, 0);
+    EXPECT_EQ(records(other, x), recordsOf(read, "x"));
+    EXPECT_EQ(records(other, e),
+              " b.a=11/21/-inf/31/1 a.b=1" + std::to_string(storage) + "/20/-inf/30/1");
+    zmiSetSolutionEquRec(model.record(), model["e(a,b)"], 10, 20, 0, 0);
   }
+}
+
+TEST_F(ModelDictionary, LabelNumberThatTheDictionaryDoesNotHave_FailsWhatMeetsIt) {
+  db.label("b");
+  zdbSymbol_t e = db.add("e", 2, ZDB_EQUATION);
+  spy.answers["zlxNUels"] = {2};  // and the entries of e have label 3
+  prepare(db, false);
+  unload(db);
+  EXPECT_EQ(records(db, e), "The dictionary gives symbol e a label that it does not have");
+  int noMatch = -1;
+  EXPECT_REFUSED(db, c__zdbupdatemodelsymbol(db, e, ZDB_UPDATE_LEVEL, db.add("p", 2), 0, &noMatch),
+                 "The dictionary gives entry 1 a label that it does not have");
 }
 
 TEST_F(ModelDictionary, SymbolThatTheModelDoesNotHaveLikeThis_FailsToLoad) {
-  ASSERT_TRUE(db.RegisterZMI(model.instance()) && db.InitUpdate(model.instance()));
-  struct Case {
-    const char* name;
-    int type;
-    int dim;
-    const char* message;
-  };
-  const Case cases[] = {
-      {"y", TypeVariable, 1, "Symbol y does not exist in model"},
-      {"e", TypeEquation, 3, "Mismatch in dimension for symbol e"},
-      {"x", TypeParameter, 1, "Mismatch in type for symbol x"},
-  };
-  for (const Case& c : cases) {
-    AbstractZDBSymbol* symbol = add(c.name, c.type, c.dim);
-    symbol->isLoaded = false;
-    expectFailure(db.LoadSymbol(symbol), c.message);
-    EXPECT_TRUE(symbol->isLoaded);
-  }
-}
-
-TEST_F(ModelDictionary, UnloadedSymbols_AreWrittenToAFileWithoutBeingLoaded) {
-  const std::string file = testing::TempDir() + "zdb_model_" +
-                           testing::UnitTest::GetInstance()->current_test_info()->name() + ".zxf";
-  for (const bool sameOrder : {true, false}) {
-    ZDB source(MODEL_DIR);
-    int number;
-    if (sameOrder) {
-      ASSERT_TRUE(source.InitFromDict(model.instance()));
-    } else {
-      source.labels().merge("c", number);
-      AbstractZDBSymbol* domain = source.universe();
-      source.AddSymbol("x", 1, TypeVariable, 3, "", &domain, nullptr)->isLoaded = false;
-      source.RegisterZMI(model.instance());
-    }
-    ASSERT_TRUE(source.InitUpdate(model.instance())) << source.lastError();
-    ASSERT_TRUE(source.WriteZXF(file, 0)) << source.lastError();
-    EXPECT_FALSE(source.symbols()["x"]->isLoaded);
-    ZDB read(COMPANION_DIR);
-    ASSERT_TRUE(read.InitFromZXF(file) && read.CloseZXF(true)) << read.lastError();
-    std::string found;
-    read.symbols()["x"]->forEachRecord([&](const int* keys, const double* values) {
-      found += read.labels()[keys[0]] + std::to_string(values[3]).substr(0, 2) + " ";
-    });
-    EXPECT_EQ(found, sameOrder ? "a4. c10 " : "c10 a4. ");
-  }
-  std::remove(file.c_str());
+  attachRefusals(db);
+  zdbSymbol_t symbols[] = {db.add("y", 1, ZDB_VARIABLE), db.add("e", 3, ZDB_EQUATION),
+                           db.add("x", 1), db.add("cost", 0, ZDB_EQUATION)};
+  prepare(db, false);
+  EXPECT_EQ(records(db, symbols[0]), "Symbol y does not exist in model");
+  EXPECT_EQ(records(db, symbols[1]), "Mismatch in dimension for symbol e");
+  EXPECT_EQ(records(db, symbols[2]), "Mismatch in type for symbol x");
+  EXPECT_EQ(records(db, symbols[2]), "") << "it is not tried again";
+  EXPECT_EQ(records(db, symbols[3]), " =1.5/2.5/3/3/1");
 }
 
 }  // namespace

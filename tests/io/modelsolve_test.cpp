@@ -1,233 +1,274 @@
+// Solving a prepared instance again and again, with clp (number 1), cbc (2) and glpk (3).
+#include "loaders/zrt.h"
 #include "loaders/zst.h"
-#include "scriptedmodel.h"
+#include "modeltest.h"
 
 namespace {
 
-using namespace zdb;
+using namespace zdb::loaders;
 
-constexpr const char* kPlain = "zrtCallSolver(,%,5,0,2e+300,2e+300,2e+300,,,2100000000,2100000000)";
-
-std::string plain(const std::string& solver) {
-  std::string call = kPlain;
-  return call.replace(call.find('%'), 1, solver);
+std::string numbered(const char* call, int solver) {
+  return std::string("zstAlg") + call + "(" + std::to_string(solver) + ") ";
 }
 
+// Calls of which the order is laid down; each ends in a blank.
 const std::string kStored =
-    "zrtTerminateClear() zmiViewStore() zmiModelStatSet(13) "
-    "zmiSolveStatSet(13) ";
+    "zrtTerminateClear() zmiViewStore() zmiModelStatSet(13) zmiSolveStatSet(13) ";
+const std::string kRestored = "zmiViewRestore() ";
+const std::string kLog = "zrtLog(*** Hotstart failed! Falling back to warm start...) ";
 
-// Solving a prepared instance, with solvers that are called by number.
+std::string called(int solver) {
+  return numbered("CallSolver", solver) + kRestored;
+}
+std::string hot(int solver) {
+  return kStored + numbered("ModifyProblem", solver) + called(solver);
+}
+std::string freed(int solver) {
+  return numbered("Free", solver);
+}
+std::string plain(const std::string& solver) {
+  return "zrtCallSolver(," + solver + ",5,0,2e+300,2e+300,2e+300,,,2100000000,2100000000,null) ";
+}
+
+/// z = 2 x(a) + p x(b) + y / 2 + 2 is to be as small as x(a) + x(b) + y >= 10 allows: 18.5 with p =
+/// 3, 10.5 with p = 1.
 struct ModelSolve : ModelTest {
-  ModelSolve() {
-    model.labels = {"a"};
-    model.add("x", 5, 1, {{1}});
-    model.add("p_var", 5, 0, {{}});
-    model.add("e", 6, 0, {{}});
-    model.add("f", 6, 0, {{}});
-    model.columns = {{5, 0.5, 0, 9}, {1, 0, 0, 0}};
-    model.rows = {{1, 1, 10}, {2, 2, 20}};
+  std::string directory;
+  zdbSymbol_t p = nullptr;
+
+  ModelSolve()
+      : ModelTest(
+            "col x(a) 0 6 5; col x(b) 0 9 2; col p_var -inf inf 3; int y 0 3 1; col z -inf inf 0;"
+            "row cost = 0 1*z -2*x(a) -1*p_var*x(b) -0.5*y -2;"
+            "row need >= 9 1*x(a) 1*x(b) 1*y -1;"
+            "min z") {
+    char text[ZKIT_TEXT_SIZE];
+    zrtGetStrOpt(static_cast<zrtRec*>(zmiEnvironment(model.record())), "NameSysDir", text);
+    directory = text;
+    if (directory.back() != '/') directory += '/';
     prepare(db);
+    p = db.add("p", 0);
   }
-  void prepare(ZDB& to) {
-    EXPECT_TRUE(to.InitFromDict(model.instance()) && to.InitUpdate(model.instance()))
-        << to.lastError();
-    model.taken();
+  std::string created(int solver) const {
+    return kStored + "zstAlgCreate(" + std::to_string(solver) + "," + directory + ",256) ";
   }
-  /// The calls of a solve but for those that every one makes.
-  std::string solverCalls() { return model.taken("zrt zst zmiView zmiModelStat zmiSolveStat"); }
+  std::string made(int solver) const {
+    return created(solver) + numbered("ReadyAPI", solver) + called(solver);
+  }
+  std::string solverCalls() {
+    return spy.taken("zrtT zrtL zrtC zstAlgC zstAlgR zstAlgM zstAlgF zmiView zmiModelS zmiSolveS") +
+           " ";
+  }
+  void update(const char* name, int action, zdbSymbol_t data, const Labels& key, double value) {
+    put(db, data, key, value);
+    int noMatch = -1;
+    EXPECT_EQ(
+        c__zdbupdatemodelsymbol(db, symbolOf(db, name), action, data, ZDB_MISSING_KEEP, &noMatch),
+        1)
+        << db.error();
+    EXPECT_EQ(noMatch, 0);
+  }
+  double level(const char* name) { return zmiGetVarLOne(model.record(), model[name]); }
 };
 
 TEST_F(ModelSolve, SequenceOfSolves_MakesKeepsAndFreesSolvers) {
-  struct Step {
+  std::string log;
+  zkitSetLog(
+      model, [](const char* text, void* to) { *static_cast<std::string*>(to) += text; }, &log);
+  const struct {
     const char* solver;
-    int modifying;
-    int modifyResult;
+    bool modifyFails;
     std::string calls;
-  };
-  const std::string log = "zrtLog(*** Hotstart failed! Falling back to warm start...) ";
-  const Step steps[] = {
-      // Made and readied, then hot.
-      {"1", 1, 0,
-       kStored + "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgCallSolver(1) "
-                 "zmiViewRestore()"},
-      {"1", 1, 0, kStored + "zstAlgModifyProblem(1) zstAlgCallSolver(1) zmiViewRestore()"},
-      // Another one frees it.
-      {"2", 1, 0,
-       "zstAlgFree(1) " + kStored +
-           "zstAlgCreate(2,/sys/) zstAlgReadyAPI(2) "
-           "zstAlgCallSolver(2) zmiViewRestore()"},
+  } steps[] = {
+      {"clp", false, made(1)},
+      {"CLP", false, hot(1)},
+      {"glpk", false, freed(1) + made(3)},
+      {"glpk", false, hot(3)},
       // One that cannot take changes is called plainly, and leaves nothing to be freed.
-      {"3", 0, 0, "zstAlgFree(2) zrtTerminateClear() " + plain("3")},
-      {"3", 0, 0, "zrtTerminateClear() " + plain("3")},
-      {"1", 1, 0,
-       kStored + "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgCallSolver(1) "
-                 "zmiViewRestore()"},
+      {"cbc", false, freed(3) + "zrtTerminateClear() " + plain("cbc")},
+      {"cbc", false, "zrtTerminateClear() " + plain("cbc")},
+      {"clp", false, made(1)},
       // A refused change falls back, for this solver's next call too.
-      {"1", 1, 1,
-       kStored + "zstAlgModifyProblem(1) " + log + "zstAlgFree(1) zmiViewRestore() " + plain("1")},
-      {"1", 1, 0, "zrtTerminateClear() " + plain("1")},
-      {"2", 1, 0,
-       kStored + "zstAlgCreate(2,/sys/) zstAlgReadyAPI(2) zstAlgCallSolver(2) "
-                 "zmiViewRestore()"},
+      {"clp", true,
+       kStored + numbered("ModifyProblem", 1) + kLog + freed(1) + kRestored + plain("clp")},
+      {"clp", false, "zrtTerminateClear() " + plain("clp")},
+      {"glpk", false, made(3)},
   };
-  for (const Step& step : steps) {
-    model.modifying = step.modifying;
-    model.results["zstAlgModifyProblem"] = step.modifyResult;
-    EXPECT_TRUE(db.CallSolver(step.solver, nullptr)) << db.lastError();
+  double price = 3;
+  for (const auto& step : steps) {
+    spy.answers.clear();
+    if (step.modifyFails) spy.answers["zstAlgModifyProblem"] = {1};
+    update("p", ZDB_UPDATE_FIX, p, {}, price);
+    solverCalls();
+    EXPECT_EQ(c__zdbcallsolver(db, step.solver), 1) << db.error();
     EXPECT_EQ(solverCalls(), step.calls);
+    EXPECT_DOUBLE_EQ(level("z"), price == 3 ? 18.5 : 10.5) << step.calls;
+    price = 4 - price;
   }
+  EXPECT_EQ(log, "*** Hotstart failed! Falling back to warm start...");
 }
 
 TEST_F(ModelSolve, Failures_AreReportedAndUndoWhatWasPrepared) {
-  struct Case {
+  const std::string clear = "zrtTerminateClear() ";
+  const struct {
     const char* failing;
-    int result;
-    int modifying;
+    Spy::Answer answer;
+    double modifies;
     const char* message;
     std::string calls;
     std::string retry;
+  } cases[] = {
+      {"zstAlgCreate", {0, "no license"}, 1, "no license", created(1) + kRestored, made(1)},
+      {"zstAlgReadyAPI",
+       {1},
+       1,
+       "readyapi failed",
+       created(1) + numbered("ReadyAPI", 1) + freed(1) + kRestored,
+       made(1)},
+      {"zstAlgCallSolver", {1}, 1, "callsolver failed", made(1), hot(1)},
+      {"zrtCallSolver",
+       {1, "no such luck"},
+       0,
+       "no such luck",
+       clear + plain("clp"),
+       clear + plain("clp")},
   };
-  const std::string made = kStored +
-                           "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgCallSolver(1) "
-                           "zmiViewRestore()";
-  const Case cases[] = {
-      {"zstAlgCreate", 0, 1, "no license", kStored + "zstAlgCreate(1,/sys/) zmiViewRestore()",
-       made},
-      {"zstAlgReadyAPI", 1, 1, "readyapi failed",
-       kStored + "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgFree(1) zmiViewRestore()", made},
-      {"zstAlgCallSolver", 1, 1, "callsolver failed", made,
-       kStored + "zstAlgModifyProblem(1) zstAlgCallSolver(1) zmiViewRestore()"},
-      {"zrtCallSolver", 1, 0, "no such luck", "zrtTerminateClear() " + plain("1"),
-       "zrtTerminateClear() " + plain("1")},
-  };
-  for (const Case& c : cases) {
-    ZDB fresh(MODEL_DIR);
+  for (const auto& c : cases) {
+    Database fresh;
+    spy.answers.clear();
     prepare(fresh);
-    AbstractZDBSymbol* x = fresh.symbols()["x"];
-    ASSERT_TRUE(fresh.LoadSymbol(x));
-    model.modifying = c.modifying;
-    model.results = {{c.failing, c.result}};
+    const std::string before = recordsOf(fresh, "x");
+    spy.answers = {{c.failing, c.answer}, {"zstAlgAllowsModifyProblem", {c.modifies}}};
+    zmiSetVarLOne(model.record(), model["x(a)"], 5.5);
+    spy.calls.clear();
     double time = 7;
-    EXPECT_FALSE(fresh.CallSolver("1", &time)) << c.failing;
-    EXPECT_STREQ(fresh.lastError(), c.message);
-    const std::vector<std::string> calls = model.calls;
-    EXPECT_EQ(solverCalls(), c.calls) << c.failing;
-    model.calls = calls;
-    EXPECT_EQ(model.taken("zmiAltRHSSet zmiForce"), "zmiAltRHSSet(0) zmiForceLinearSet(0)");
+    EXPECT_REFUSED(fresh, c__zdbcallsolvertimed(fresh, "clp", &time), c.message);
+    const std::vector<std::string> calls = spy.calls;
+    EXPECT_EQ(solverCalls(), c.calls);
+    spy.calls = calls;
+    EXPECT_EQ(spy.taken("zmiAltRHSSet zmiForce"),
+              "zmiAltRHSSet(1) zmiForceLinearSet(1) zmiAltRHSSet(0) zmiForceLinearSet(0)");
     EXPECT_EQ(time, 7);
-    EXPECT_TRUE(x->isLoaded);
-    EXPECT_EQ(x->size(), 1);
-    model.results.clear();
-    EXPECT_TRUE(fresh.CallSolver("1", nullptr));
+    EXPECT_EQ(recordsOf(fresh, "x"), before) << "still those loaded before";
+    spy.answers.erase(c.failing);
+    EXPECT_EQ(c__zdbcallsolvertimed(fresh, "clp", &time), 1) << fresh.error();
     EXPECT_EQ(solverCalls(), c.retry) << c.failing;
+    EXPECT_EQ(time, 0);
+    zmiSetVarLOne(model.record(), model["x(a)"], 5);
   }
 }
 
-TEST_F(ModelSolve, UnknownSolver_IsRefusedBeforeAnything) {
-  expectFailure(db.CallSolver("none", nullptr), "Invalid solver name: none");
-  EXPECT_EQ(model.taken(), "");
-  ZDB registered(MODEL_DIR);
-  registered.RegisterZMI(model.instance());
-  EXPECT_FALSE(registered.CallSolver("1", nullptr));
-  EXPECT_STREQ(registered.lastError(), "No model instance is prepared: call zdbInitUpdate first");
+TEST_F(ModelSolve, WhatIsNotPreparedOrNotASolver_IsRefusedBeforeAnything) {
+  EXPECT_REFUSED(db, c__zdbcallsolver(db, "none"), "Invalid solver name: none");
+  EXPECT_EQ(spy.taken("z"), "zstAlgNumber(none)");
+  const char* unprepared = "No model instance is prepared: call zdbInitUpdate first";
+  Database registered;
+  ASSERT_EQ(c__zdbregisterzmi(registered, model), 1);
+  EXPECT_REFUSED(registered, c__zdbcallsolver(registered, "clp"), unprepared);
+  EXPECT_REFUSED(registered, c__zdbinitupdate(registered, Instance("col x(a) 0 1 0")),
+                 "The model instance is not the one that the database is registered with");
 }
 
+/// The constants of the nonlinear update leave the right-hand sides, and the coefficients are those
+/// of the update, for model types 1 to 3; for others it is evaluated all the same.
 TEST_F(ModelSolve, LinearForm_IsThatOfModelTypesOneToThree) {
-  const std::string form =
-      "zmiEvalGradNLUpdate() zmiSetAltRHSOne(0,9.5) zmiSetAltRHSOne(1,18.5) "
-      "zmiAltRHSSet(1) zmiForceLinearSet(1) ";
-  const std::string end = "zmiAltRHSSet(0) zmiForceLinearSet(0)";
   for (int type = 0; type <= 4; ++type) {
-    model.modelType = type;
-    EXPECT_TRUE(db.CallSolver("1", nullptr));
-    const bool isLinear = type >= 1 && type <= 3;
-    EXPECT_EQ(model.taken("zmiEval zmiSetAltRHS zmiAltRHS zmiForce"),
-              (isLinear ? form : "zmiEvalGradNLUpdate() ") + end)
+    spy.answers = {{"zmiModelType", {static_cast<double>(type)}}};
+    EXPECT_EQ(c__zdbcallsolver(db, "clp"), 1) << db.error();
+    EXPECT_DOUBLE_EQ(level("z"), 18.5);
+    const std::string form =
+        type >= 1 && type <= 3
+            ? "zmiSetAltRHSOne(0,2) zmiSetAltRHSOne(1,10) zmiAltRHSSet(1) zmiForceLinearSet(1) "
+            : "";
+    EXPECT_EQ(spy.taken("zmiEval zmiSetAltRHS zmiAltRHS zmiForce"),
+              "zmiEvalGradNLUpdate() " + form + "zmiAltRHSSet(0) zmiForceLinearSet(0)")
         << type;
   }
 }
 
-TEST_F(ModelSolve, AlternativeBounds_AreSwitchedOnAfterUpdatesOfColumns) {
-  int noMatch;
-  AbstractZDBSymbol* p = add("p", TypeParameter, 0);
-  AbstractZDBSymbol* x = db.symbols()["x"];
-  AbstractZDBSymbol* e = db.symbols()["e"];
-  AbstractZDBSymbol* data = add("data", TypeParameter, 1);
-  struct Case {
-    AbstractZDBSymbol* symbol;
-    AbstractZDBSymbol* data;
-    const char* calls;
-  };
-  const Case cases[] = {{nullptr, nullptr, ""},
-                        {x, data, "zmiAltBoundsSet(1)"},
-                        {e, p, ""},
-                        {p, p, "zmiAltBoundsSet(1)"}};
-  for (const Case& c : cases) {
-    if (c.symbol != nullptr) {
-      EXPECT_TRUE(db.UpdateSymbolInModel(c.symbol, 4, c.data, 2, noMatch)) << db.lastError();
-    }
-    EXPECT_TRUE(db.CallSolver("1", nullptr));
-    EXPECT_EQ(model.taken("zmiAltBounds"), c.calls);
+TEST_F(ModelSolve, AlternativeBounds_CountWhenTheLastUpdateWasOfColumns) {
+  const struct {
+    std::vector<const char*> then;  ///< what is updated after the upper bound of x
+    double level;
+  } cases[] = {{{}, 1}, {{"need"}, 6}, {{"p"}, 1}, {{"p", "need"}, 6}, {{"need", "p"}, 1}};
+  zdbSymbol_t data = db.add("data", 1);
+  for (const auto& c : cases) {
+    zmiAltBoundsSet(model.record(), 0);
+    update("x", ZDB_UPDATE_UPPER, data, {"a"}, 1);
+    for (const char* name : c.then) update(name, ZDB_UPDATE_LEVEL, p, {}, 3);
+    EXPECT_EQ(c__zdbcallsolver(db, "clp"), 1);
+    EXPECT_DOUBLE_EQ(level("x(a)"), c.level);
+    update("need", ZDB_UPDATE_LEVEL, p, {}, 3);
+    EXPECT_EQ(c__zdbcallsolver(db, "clp"), 1);
+    EXPECT_DOUBLE_EQ(level("x(a)"), c.level) << "they stay on once they were";
   }
 }
 
-TEST_F(ModelSolve, Solution_IsReadAfreshForTheSymbolsAskedFor) {
-  AbstractZDBSymbol* mine = add("mine", TypeParameter, 1);
-  *merge(mine, {"a"}) = 3;
-  // Called like a symbol of the model, but of another kind.
-  AbstractZDBSymbol* alike = add("alike", TypeParameter, 0);
-  *merge(alike, {}) = 4;
-  model.add("alike", 5, 0, {{}});
-  EXPECT_EQ(records("x"), "a 5,0.5,0,9,1");
-  model.columns[0].level = 55;
-  EXPECT_EQ(records("x"), "a 5,0.5,0,9,1");
-  double time = 7;
-  ASSERT_TRUE(db.CallSolver("1", &time));
-  EXPECT_EQ(time, 0);
-  for (const char* name : {"x", "e", "f"}) {
-    EXPECT_FALSE(db.symbols()[name]->isLoaded) << name;
-    EXPECT_TRUE(db.symbols()[name]->empty()) << name;
-  }
-  EXPECT_EQ(records("x"), "a 55,0.5,0,9,1");
-  EXPECT_FALSE(db.symbols()["e"]->isLoaded);
-  EXPECT_EQ(records("mine"), "a 3");
-  EXPECT_EQ(records("alike"), "4");
+TEST_F(ModelSolve, Solution_IsReadAfreshForTheSymbolsOfTheModel) {
+  Database other;
+  zdbSymbol_t alike = other.add("x", 1);  // a parameter that has the name of a variable
+  put(other, alike, {"a"}, 4);
+  zdbSymbol_t shape = other.add("need", 1, ZDB_EQUATION);  // and another number of positions
+  put(other, shape, {"a"}, 5);
+  zdbSymbol_t z = other.add("z", 0, ZDB_VARIABLE);
+  prepare(other, false);
+  EXPECT_EQ(records(other, z), "");
+  EXPECT_EQ(recordsOf(db, "x"), " a=5/0/0/6/1 b=2/0/0/9/1");
+  zmiSetVarLOne(model.record(), model["x(a)"], 5.5);
+  EXPECT_EQ(recordsOf(db, "x"), " a=5/0/0/6/1 b=2/0/0/9/1");
+  put(db, p, {}, 8);
+  ASSERT_EQ(c__zdbcallsolver(db, "clp") & c__zdbcallsolver(other, "clp"), 1);
+  EXPECT_EQ(recordsOf(db, "x"), " a=6/-1/0/6/1 b=1/0/0/9/1");
+  EXPECT_EQ(recordsOf(db, "need"), " =9/3/9/inf/1");
+  EXPECT_EQ(recordsOf(db, "p"), " =8");
+  EXPECT_EQ(records(other, alike), " a=4");
+  EXPECT_EQ(records(other, shape), " a=5/0/0/0/1");
+  EXPECT_EQ(records(other, z), " =18.5/0/-inf/inf/1");
 }
 
 TEST_F(ModelSolve, EndOfTheLink_FreesTheSolverAndTheConfiguration) {
-  struct Case {
+  const struct {
     const char* solver;
-    int modifying;
-    const char* calls;
-  };
-  const Case cases[] = {{"1", 1, "zstAlgFree(1)"}, {"1", 0, ""}, {nullptr, 1, ""}};
-  for (const Case& c : cases) {
-    for (const bool byDatabase : {true, false}) {
-      auto other = std::make_unique<ZDB>(MODEL_DIR);
-      prepare(*other);
-      model.modifying = c.modifying;
-      ASSERT_TRUE(c.solver == nullptr || other->CallSolver(c.solver, nullptr));
-      model.taken();
-      ScriptedModel* second = &model;
-      if (byDatabase) {
-        other.reset();
-      } else {
-        // Another instance, under whose address the same script answers.
-        EXPECT_TRUE(other->RegisterZMI(reinterpret_cast<loaders::zmiRec*>(&second)));
-        EXPECT_FALSE(other->CallSolver("1", nullptr));
+    double modifies;
+    std::string calls;
+  } cases[] = {{"clp", 1, freed(1)}, {"clp", 0, " "}, {nullptr, 1, " "}};
+  zdbfree(&db.handle);
+  Instance second("col x(a) 1 4 2; min x(a)");
+  for (const auto& c : cases) {
+    for (const bool byRegistering : {false, true}) {
+      spy.answers = {{"zstAlgAllowsModifyProblem", {c.modifies}}};
+      Database other;
+      prepare(other);
+      if (c.solver != nullptr) {
+        ASSERT_EQ(c__zdbcallsolver(other, c.solver), 1);
       }
-      EXPECT_EQ(model.taken("zst"), c.calls);
-      EXPECT_EQ(loaders::zstLibraryUnload(), 0) << "the fixture's database has one";
+      spy.calls.clear();
+      if (byRegistering) {
+        EXPECT_EQ(c__zdbregisterzmi(other, second), 1);
+      } else {
+        zdbfree(&other.handle);
+      }
+      EXPECT_EQ(spy.taken("zstAlg") + " ", c.calls);
+      EXPECT_EQ(zstLibraryUnload(), 1) << "a configuration was left";
+      Spy::comeBetween();
+      if (!byRegistering) continue;
+      EXPECT_REFUSED(other, c__zdbcallsolver(other, "clp"),
+                     "No model instance is prepared: call zdbInitUpdate first");
+      ASSERT_EQ(c__zdbinitupdate(other, second), 1) << other.error();
+      EXPECT_EQ(c__zdbcallsolver(other, "clp"), 1);
+      EXPECT_EQ(recordsOf(other, "x"), " a=1/1/1/4/1");
     }
   }
 }
 
-TEST_F(ModelSolve, RegisteringTheSameInstanceAgain_KeepsThePreparation) {
-  EXPECT_TRUE(db.CallSolver("1", nullptr));
-  EXPECT_TRUE(db.RegisterZMI(model.instance()));
-  model.taken();
-  EXPECT_TRUE(db.CallSolver("1", nullptr)) << db.lastError();
-  EXPECT_EQ(model.taken("zstAlg"), "zstAlgModifyProblem(1) zstAlgCallSolver(1)");
+TEST_F(ModelSolve, RegisteringOrPreparingTheSameInstanceAgain_KeepsThePreparation) {
+  EXPECT_EQ(c__zdbcallsolver(db, "clp"), 1);
+  EXPECT_EQ(c__zdbregisterzmi(db, model), 1);
+  spy.calls.clear();
+  EXPECT_EQ(c__zdbinitupdate(db, model), 1);
+  EXPECT_EQ(spy.taken("z"), "");
+  EXPECT_EQ(c__zdbcallsolver(db, "clp"), 1);
+  EXPECT_EQ(solverCalls(), hot(1));
 }
 
 }  // namespace

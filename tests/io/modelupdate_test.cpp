@@ -1,300 +1,312 @@
+// Preparing an instance, and putting the values of parameters into it.
+#include <cmath>
 #include <limits>
+#include <random>
+#include <sstream>
 
-#include "loaders/zrt.h"
 #include "loaders/zst.h"
-#include "scriptedmodel.h"
+#include "modeltest.h"
 
 namespace {
 
-using namespace zdb;
+using namespace zdb::loaders;
 
-// Preparing an instance, and putting data into it.
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
 struct ModelUpdate : ModelTest {
-  AbstractZDBSymbol* data = nullptr;
+  zmiRec* const instance = model.record();
+  zdbSymbol_t data = nullptr;
 
-  ModelUpdate() {
-    model.labels = {"a", "b", "c"};
-    model.add("x", 5, 1, {{1}, {2}});
-    model.add("p_var", 5, 1, {{1}, {2}});
-    model.add("_var", 5, 0, {{}});
-    model.add("e_var", 6, 1, {{1}, {2}});
-    model.add("e", 6, 1, {{1}, {3}});
-    model.columns = {{5, 0.5, -8, 80, 1, 1, 0, -9, 90},
-                     {6, 0.6, -7, 70, 1, 2, 0, -9, 90},
-                     {1, 0.1, -1, 10, 1, 3, 0, -9, 90},
-                     {2, 0.2, -2, 20, 1, 4, 0, -9, 90},
-                     {3, 0.3, -3, 30, 1, 5, 0, -9, 90}};
-    model.rows = {{}, {}, {40, 4, 0, 0, 1, 6, 0, 0, 0}, {50, 5, 0, 0, 1, 7, 0, 0, 0}};
+  ModelUpdate()
+      : ModelTest(
+            "col x(a) -8 80 0; col x(b) -7 70 0; col p_var(a) 0 9 0; col p_var(b) 0 9 0;"
+            "col s_var 0 1 0.5; row e(a) free 0; row e(b) free 0; row e_var(a) free 0") {
+    setLevels(15, 16);
   }
-
-  void prepare() {
-    ASSERT_TRUE(db.InitFromDict(model.instance()) && db.InitUpdate(model.instance()))
-        << db.lastError();
-    model.taken();
-    data = add("data", TypeParameter, 1);
+  /// Gives all entries with these labels levels, a tenth of them as marginals, and alternative
+  /// bounds that are not the instance's own, and switches these on.
+  void setLevels(double a, double b) const {
+    const std::pair<const char*, double> levels[] = {{"(a)", a}, {"(b)", b}};
+    for (const auto& [labels, level] : levels) {
+      for (const char* name : {"x", "p_var", "e"}) {
+        const int entry = model[std::string(name) + labels];
+        const auto set = name[0] == 'e' ? zmiSetSolutionEquRec : zmiSetSolutionVarRec;
+        set(instance, entry, level, level / 10, 1, 3);
+        if (name[0] == 'e') continue;
+        zmiSetAltVarLowerOne(instance, entry, -9);
+        zmiSetAltVarUpperOne(instance, entry, 90);
+      }
+    }
+    zmiAltBoundsSet(instance, 1);
   }
-  AbstractZDBSymbol* symbol(const char* name) {
-    return db.symbols().contains(name) ? db.symbols()[name] : add(name, TypeParameter, 1);
+  /// Level/marginal of a row or column, of columns then /lower/upper.
+  std::string state(const std::string& name) const {
+    const bool isRow = name[0] == 'e';
+    double level = 0;
+    double marginal = 0;
+    int status = 0;
+    int basis = 0;
+    (isRow ? zmiGetSolutionEquRec : zmiGetSolutionVarRec)(instance, model[name], &level, &marginal,
+                                                          &status, &basis);
+    EXPECT_EQ(status * 10 + basis, name == "s_var" ? 0 : 13) << "never changed";
+    std::ostringstream text;
+    text << level << "/" << marginal;
+    if (!isRow) {
+      text << "/" << zmiGetVarLowerOne(instance, model[name]) << "/"
+           << zmiGetVarUpperOne(instance, model[name]);
+    }
+    return text.str();
   }
-  bool update(const char* name, int action, int updateType, int& noMatch) {
-    return db.UpdateSymbolInModel(symbol(name), action, data, updateType, noMatch);
+  void prepareWithData() {
+    prepare(db);
+    db.add("p", 1);
+    data = db.add("data", 1);
+  }
+  int update(const char* name, int action, int updateType, int* noMatch) const {
+    return c__zdbupdatemodelsymbol(db, symbolOf(db, name), action, data, updateType, noMatch);
   }
 };
 
-TEST_F(ModelUpdate, Preparing_ReadsTheConfigurationAndFixesParameters) {
-  ASSERT_TRUE(db.RegisterZMI(model.instance()));
-  model.taken();
-  ASSERT_TRUE(db.InitUpdate(model.instance())) << db.lastError();
-  EXPECT_EQ(db.GetInitFrom(), FROM_ZMI);
-  EXPECT_EQ(model.taken(),
-            "zrtGetStrOpt(NameSysDir) zstReadConfigGUC(/sys/zrncmpun.txt,/sys/) "
-            "zmiSetAltVarLowerOne(2,1) zmiSetAltVarUpperOne(2,1) "
-            "zmiSetAltVarLowerOne(3,2) zmiSetAltVarUpperOne(3,2)");
-  EXPECT_TRUE(db.InitUpdate(model.instance()));
-  EXPECT_EQ(model.taken(), "");
+TEST_F(ModelUpdate, Preparing_ReadsTheConfigurationAndFixesParametersAtTheirLevels) {
+  spy.answers = {{"zrtGetStrOpt", {1, "/sys"}}, {"zstReadConfigGUC", {0}}};
+  ASSERT_EQ(c__zdbinitupdate(db, model), 1) << db.error();
+  EXPECT_EQ(spy.taken("zrtGet zstRead"),
+            "zrtGetStrOpt(NameSysDir) zstReadConfigGUC(/sys/zrncmpun.txt,/sys/)");
+  EXPECT_EQ(db.label("a") * 10 + db.label("b"), 12) << "registered as well";
+  EXPECT_EQ(state("p_var(a)"), "15/1.5/15/15");
+  EXPECT_EQ(state("p_var(b)"), "16/1.6/16/16");
+  EXPECT_EQ(state("s_var"), "0.5/0/0.5/0.5");
+  EXPECT_EQ(state("x(a)"), "15/1.5/-9/90");
+  spy.calls.clear();
+  EXPECT_EQ(c__zdbinitupdate(db, model), 1);
+  EXPECT_EQ(spy.taken("z"), "") << "it is prepared once";
 }
 
-TEST_F(ModelUpdate, PreparingAnUnregisteredInstance_RegistersIt) {
-  ASSERT_TRUE(db.InitUpdate(model.instance())) << db.lastError();
-  EXPECT_EQ(model.taken("zmiPinf zmiMinf"), "zmiPinfSet(inf) zmiMinfSet(-inf)");
-  EXPECT_EQ(db.highestLabel(), 3);
-}
-
-TEST_F(ModelUpdate, FailedPreparation_CanBeRepeated) {
-  ASSERT_TRUE(db.InitFromDict(model.instance()));
-  struct Case {
+TEST_F(ModelUpdate, FailedPreparation_LeavesTheSourceAndCanBeRepeated) {
+  const struct {
+    const char* failing;
+    Spy::Answer answer;
     const char* message;
-    void (*spoil)(ScriptedModel&);
-  };
-  const Case cases[] = {
-      {"Could not read configuration file",
-       [](ScriptedModel& m) { m.results["zstReadConfigGUC"] = 1; }},
-      {"No solver environment available", [](ScriptedModel& m) { m.hasEnvironment = false; }},
-  };
-  for (const Case& c : cases) {
-    c.spoil(model);
+  } cases[] = {{"zstReadConfigGUC", {1}, "Could not read configuration file"},
+               {"zmiEnvironment", {}, "No solver environment available"}};
+  for (const auto& c : cases) {
+    Database fresh;
+    ASSERT_EQ(c__zdbinitfromdict(fresh, model), 1);
+    spy.answers = {{c.failing, c.answer}};
     for (int attempt = 0; attempt < 2; ++attempt) {
-      expectFailure(db.InitUpdate(model.instance()), c.message);
-      EXPECT_EQ(db.GetInitFrom(), FROM_ZMI);
-      expectFailure(db.CallSolver("1", nullptr),
-                    "No model instance is prepared: call zdbInitUpdate first");
+      EXPECT_REFUSED(fresh, c__zdbinitupdate(fresh, model), c.message);
+      EXPECT_REFUSED(fresh, c__zdbcallsolver(fresh, "clp"),
+                     "No model instance is prepared: call zdbInitUpdate first");
     }
-    EXPECT_EQ(loaders::zstLibraryUnload(), 1) << "a configuration was left behind";
-    model.install();
-    model.results.clear();
-    model.hasEnvironment = true;
+    EXPECT_EQ(zstLibraryUnload(), 1) << "a configuration was left";
+    Spy::comeBetween();
+    EXPECT_EQ(recordsOf(fresh, "e"), " a=15/1.5/-inf/inf/1 b=16/1.6/-inf/inf/1");
+    spy.answers.clear();
+    EXPECT_EQ(c__zdbinitupdate(fresh, model), 1) << fresh.error();
   }
+  Database withFile;
+  EXPECT_EQ(c__zdbinitfromzxf(withFile, "/none"), 0);
+  EXPECT_REFUSED(withFile, c__zdbinitupdate(withFile, model),
+                 "Database initialized from ZXF cannot sync with model");
 }
 
-TEST_F(ModelUpdate, OtherSourcesAndInstances_AreRefused) {
-  ASSERT_TRUE(db.RegisterZMI(model.instance()));
-  int other = 0;
-  expectFailure(db.InitUpdate(reinterpret_cast<loaders::zmiRec*>(&other)),
-                "The model instance is not the one that the database is registered with");
-  ZDB withFile(COMPANION_DIR);
-  withFile.InitFromZXF("/nowhere.zxf");
-  EXPECT_FALSE(withFile.InitUpdate(model.instance()));
-  EXPECT_STREQ(withFile.lastError(), "Database initialized from ZXF cannot sync with model");
-}
-
-// ---- update
-
-/// What each action does with entries 0 (found, 7.5), whose level is 5, and 1 (not found): level 6,
-/// own bounds -7 and 70, marginal 0.6.
+/// What becomes of the entry of a, 5/0.5/-9/90 with the record 7.5, and of b, 6/0.6/-9/90 without
+/// one, for each action and treatment of the missing.
 TEST_F(ModelUpdate, Actions_SetWhatTheyAreFor) {
-  struct Case {
+  const struct {
     const char* name;
     int action;
     const char* found;
     const char* zero;
     const char* base;
+  } cases[] = {
+      {"x", ZDB_UPDATE_FIX, "7.5/0.5/7.5/7.5", "0/0.6/0/0", "16/0.6/16/16"},
+      {"x", ZDB_UPDATE_UPPER, "5/0.5/-9/7.5", "0/0.6/-9/0", "6/0.6/-9/70"},
+      {"x", ZDB_UPDATE_LOWER, "7.5/0.5/7.5/90", "6/0.6/0/90", "6/0.6/-7/90"},
+      {"x", ZDB_UPDATE_BOUNDS, "7.5/0.5/7.5/7.5", "0/0.6/0/0", "6/0.6/-7/70"},
+      {"x", ZDB_UPDATE_LEVEL, "7.5/0.5/-9/90", "0/0.6/-9/90", "16/0.6/-9/90"},
+      {"x", ZDB_UPDATE_MARGINAL, "5/7.5/-9/90", "6/0/-9/90", "6/1.6/-9/90"},
+      {"p", ZDB_UPDATE_FIX, "7.5/0.5/7.5/7.5", "0/0.6/0/0", "16/0.6/16/16"},
+      {"p", ZDB_UPDATE_MARGINAL, "5/7.5/-9/90", "6/0/-9/90", "6/1.6/-9/90"},
+      {"e", ZDB_UPDATE_LEVEL, "7.5/0.5", "0/0.6", "16/0.6"},
+      {"e", ZDB_UPDATE_MARGINAL, "5/7.5", "6/0", "6/1.6"},
   };
-  const Case cases[] = {
-      {"x", 0, "zmiSetVarLOne(0,7.5) zmiSetAltVarLowerOne(0,7.5) zmiSetAltVarUpperOne(0,7.5)",
-       "zmiSetVarLOne(1,0) zmiSetAltVarLowerOne(1,0) zmiSetAltVarUpperOne(1,0)",
-       "zmiSetVarLOne(1,6) zmiSetAltVarLowerOne(1,6) zmiSetAltVarUpperOne(1,6)"},
-      {"x", 1, "zmiSetAltVarUpperOne(0,7.5)", "zmiSetAltVarUpperOne(1,0) zmiSetVarLOne(1,0)",
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarUpperOne(1,70)"},
-      {"x", 2, "zmiSetAltVarLowerOne(0,7.5) zmiSetVarLOne(0,7.5)", "zmiSetAltVarLowerOne(1,0)",
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarLowerOne(1,-7)"},
-      {"x", 3, "zmiSetAltVarUpperOne(0,7.5) zmiSetAltVarLowerOne(0,7.5) zmiSetVarLOne(0,7.5)",
-       "zmiSetAltVarUpperOne(1,0) zmiSetVarLOne(1,0) zmiSetAltVarLowerOne(1,0)",
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarUpperOne(1,70) "
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarLowerOne(1,-7)"},
-      {"x", 4, "zmiSetVarLOne(0,7.5)", "zmiSetVarLOne(1,0)", "zmiSetVarLOne(1,6)"},
-      {"x", 5, "zmiSetSolutionVarRec(0,5,7.5,1,11)", "zmiSetSolutionVarRec(1,6,0,2,12)",
-       "zmiSetSolutionVarRec(1,6,0.6,2,12)"},
-      {"p", 0, "zmiSetVarLOne(2,7.5) zmiSetAltVarLowerOne(2,7.5) zmiSetAltVarUpperOne(2,7.5)",
-       "zmiSetVarLOne(3,0) zmiSetAltVarLowerOne(3,0) zmiSetAltVarUpperOne(3,0)",
-       "zmiSetVarLOne(3,2) zmiSetAltVarLowerOne(3,2) zmiSetAltVarUpperOne(3,2)"},
-      {"e", 4, "zmiSetEquLOne(2,7.5)", "zmiSetEquLOne(3,0)", "zmiSetEquLOne(3,50)"},
-      {"e", 5, "zmiSetSolutionEquRec(2,40,7.5,6,16)", "zmiSetSolutionEquRec(3,50,0,7,17)",
-       "zmiSetSolutionEquRec(3,50,5,7,17)"},
-  };
-  prepare();
-  *merge(data, {"a"}) = 7.5;
-  const std::vector<ScriptedModel::Entry> columns = model.columns;
-  for (const Case& c : cases) {
-    const std::string found = c.found;
-    for (const int type : {0, 1, 2, 3}) {
-      model.columns = columns;
+  prepareWithData();
+  put(db, data, {"a"}, 7.5);
+  for (const auto& c : cases) {
+    const std::string entry = c.name + std::string(c.name[0] == 'p' ? "_var" : "");
+    for (int type = ZDB_MISSING_ZERO; type <= ZDB_MISSING_KEEP + 1; ++type) {
+      setLevels(5, 6);
+      const std::string kept = state(entry + "(b)");
       int noMatch = -1;
-      EXPECT_TRUE(update(c.name, c.action, type, noMatch)) << db.lastError();
+      EXPECT_EQ(update(c.name, c.action, type, &noMatch), 1) << db.error();
       EXPECT_EQ(noMatch, 0);
-      const std::string missing = type == 2 ? "" : std::string(" ") + (type == 0 ? c.zero : c.base);
-      EXPECT_EQ(model.taken(), found + missing) << c.name << " " << c.action << " " << type;
+      EXPECT_EQ(state(entry + "(a)"), c.found) << c.name << " " << c.action;
+      EXPECT_EQ(state(entry + "(b)"), type == ZDB_MISSING_KEEP   ? kept
+                                      : type == ZDB_MISSING_ZERO ? c.zero
+                                                                 : c.base)
+          << c.name << " " << c.action << " " << type;
     }
   }
 }
 
-TEST_F(ModelUpdate, BaseValues_AreThoseOfThePreparation) {
-  prepare();
-  model.columns[0].level = 100;
-  model.columns[0].altUpper = 1;
-  model.altBounds = true;
-  int noMatch;
-  EXPECT_TRUE(update("x", 4, 1, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(0,5) zmiSetVarLOne(1,6)");
-  EXPECT_TRUE(update("x", 1, 1, noMatch));
-  EXPECT_EQ(model.taken("zmiSetAlt"), "zmiSetAltVarUpperOne(0,80) zmiSetAltVarUpperOne(1,70)");
-}
-
 TEST_F(ModelUpdate, RecordsWithoutAnEntry_AreCounted) {
-  prepare();
-  for (const char* label : {"b", "c", "elsewhere"}) *merge(data, {label}) = 1;
+  prepareWithData();
+  for (const char* label : {"b", "c", "elsewhere"}) put(db, data, {label}, 1);
   int noMatch = -1;
-  EXPECT_TRUE(update("x", 4, 2, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(1,1)");
+  EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, ZDB_MISSING_KEEP, &noMatch), 1);
   EXPECT_EQ(noMatch, 2);
+  EXPECT_EQ(state("x(a)") + " " + state("x(b)"), "15/1.5/-9/90 1/1.6/-9/90");
   // A symbol that the model does not have meets nothing, which is no failure.
-  EXPECT_TRUE(update("q", 99, 2, noMatch));
+  EXPECT_EQ(update("data", 99, ZDB_MISSING_ZERO, &noMatch), 1);
   EXPECT_EQ(noMatch, 3);
 }
 
 TEST_F(ModelUpdate, Values_AreCheckedWhereTheyAreUsed) {
-  constexpr double inf = std::numeric_limits<double>::infinity();
-  struct Case {
+  double special[ZDB_SV_COUNT];
+  c__zdbgetspecialvalues(db, special);
+  const struct {
     double value;
-    const char* calls;  // null: refused
+    double level;
     const char* message;
+  } cases[] = {
+      {special[ZDB_SV_EPSILON], 0, ""},
+      {2 * special[ZDB_SV_EPSILON], 2 * special[ZDB_SV_EPSILON], ""},
+      {kInf, kInf, ""},
+      {-kInf, -kInf, ""},
+      {-1.0E305, -1.0E305, ""},
+      {std::nextafter(1.0E300, 0), std::nextafter(1.0E300, 0), ""},
+      {special[ZDB_SV_UNDEFINED], 16, "Bad value 1e+300"},
+      {1.0E305, 16, "Bad value 1e+305"},
+      {special[ZDB_SV_NOT_AVAILABLE], 16, "Bad value nan"},
   };
-  const Case cases[] = {
-      {kLibrarySpecialValues[4], "zmiSetVarLOne(1,0)", ""},
-      {inf, "zmiSetVarLOne(1,inf)", ""},
-      {-inf, "zmiSetVarLOne(1,-inf)", ""},
-      {-1.0E305, "zmiSetVarLOne(1,-1e+305)", ""},
-      {9.9E299, "zmiSetVarLOne(1,9.9e+299)", ""},
-      {1.0E300, nullptr, "Bad value 1e+300"},
-      {1.0E305, nullptr, "Bad value 1e+305"},
-      {kLibrarySpecialValues[1], nullptr, "Bad value nan"},
-  };
-  prepare();
-  *merge(data, {"a"}) = 3;
-  for (const Case& c : cases) {
-    *merge(data, {"b"}) = c.value;
+  prepareWithData();
+  for (const auto& c : cases) {
+    setLevels(15, 16);
+    put(db, data, {"a"}, 3);
+    put(db, data, {"b"}, c.value);
     int noMatch = -1;
-    EXPECT_EQ(update("x", 4, 2, noMatch), c.calls != nullptr) << c.value;
-    EXPECT_EQ(noMatch, c.calls != nullptr ? 0 : -1);
-    // What came before the bad value stays.
-    const std::string rest = c.calls != nullptr ? std::string(" ") + c.calls : "";
-    EXPECT_EQ(model.taken(), "zmiSetVarLOne(0,3)" + rest);
-    EXPECT_TRUE(c.calls != nullptr || db.lastError() == std::string(c.message)) << db.lastError();
+    const bool isUsable = *c.message == '\0';
+    EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, ZDB_MISSING_KEEP, &noMatch), isUsable ? 1 : 0);
+    EXPECT_EQ(noMatch, isUsable ? 0 : -1);
+    if (!isUsable) {
+      EXPECT_EQ(db.error(), c.message);
+    }
+    EXPECT_EQ(zmiGetVarLOne(instance, model["x(b)"]), c.level) << c.value;
+    EXPECT_EQ(zmiGetVarLOne(instance, model["x(a)"]), 3) << "what came before stays";
   }
 }
 
 TEST_F(ModelUpdate, WhatDoesNotFit_IsRefusedBeforeAnythingChanges) {
+  Database loose;
+  Database foreign;
+  ASSERT_EQ(c__zdbinitfromdict(db, model), 1);
+  attachRefusals(loose);
+  zdbSymbol_t looseX = loose.add("x", 1, ZDB_VARIABLE);
+  zdbSymbol_t looseD = loose.add("d", 1);
+  zdbSymbol_t x = symbolOf(db, "x");
+  zdbSymbol_t e = symbolOf(db, "e");
+  zdbSymbol_t p = db.add("p", 1);
+  zdbSymbol_t scalar = db.add("scalar", 0);
+  zdbSymbol_t set = db.add("set", 1, ZDB_SET);
+  zdbSymbol_t alias = db.add("alias", 1, ZDB_ALIAS);
+  zdbSymbol_t stranger = foreign.add("stranger", 1);
   int noMatch = -1;
-  data = add("early", TypeParameter, 1);
-  expectFailure(update("x", 0, 2, noMatch),
-                "No model instance is registered: call zdbRegisterZMI first");
-  ZDB unprepared(MODEL_DIR);
-  ASSERT_TRUE(unprepared.InitFromDict(model.instance()));
-  AbstractZDBSymbol* scalar = unprepared.AddSymbol("s", 0, TypeParameter, 0, "", nullptr, nullptr);
-  AbstractZDBSymbol* universe = unprepared.universe();
-  AbstractZDBSymbol* vector =
-      unprepared.AddSymbol("v", 1, TypeParameter, 0, "", &universe, nullptr);
-  struct Case {
-    const char* name;
+  const std::string kind = " must be parameter, variable, or equation";
+  const struct {
+    const Database& db;
+    zdbSymbol_t model;
     int action;
-    AbstractZDBSymbol* data;
-    const char* message;
+    zdbSymbol_t data;
+    int* noMatch;
+    std::string message;
+  } cases[] = {
+      {db, nullptr, 9, nullptr, nullptr, "No ZARN symbol handle specified"},
+      {db, set, 9, nullptr, nullptr, "No Data symbol handle specified for ZARN symbol set"},
+      {db, set, 9, x, &noMatch, "ZARN symbol set" + kind},
+      {db, alias, 9, p, &noMatch, "ZARN symbol alias" + kind},
+      {db, db.universe(), 9, p, &noMatch, "ZARN symbol *" + kind},
+      {db, x, 9, x, &noMatch, "Data symbol x must be parameter"},
+      {db, e, 9, set, nullptr, "Data symbol set must be parameter"},
+      {db, stranger, 9, p, nullptr, "Symbol stranger not in this database"},
+      {db, x, 9, stranger, nullptr, "Symbol stranger not in this database"},
+      {db, x, 9, p, nullptr, "zdbUpdateModelSymbol: argument noMatch must not be null"},
+      {db, x, 6, p, &noMatch, "Invalid actionType, saw 6"},
+      {db, x, -1, p, &noMatch, "Invalid actionType, saw -1"},
+      {db, e, 3, p, &noMatch, "actionType 3 needs a variable, but e is an equation of the model"},
+      {db, x, 4, scalar, &noMatch,
+       "Data symbol scalar has 0 index positions, x has 1 in the model"},
+      {db, x, 4, p, &noMatch, "Entry 0 has no base value: call zdbInitUpdate first"},
+      {db, e, 5, p, &noMatch, "Entry 0 has no base value: call zdbInitUpdate first"},
+      {loose, looseX, 4, looseD, &noMatch,
+       "No model instance is registered: call zdbRegisterZMI first"},
   };
-  const Case cases[] = {
-      {"x", 6, vector, "Invalid actionType, saw 6"},
-      {"x", -1, vector, "Invalid actionType, saw -1"},
-      {"e", 3, vector, "actionType 3 needs a variable, but e is an equation of the model"},
-      {"x", 4, scalar, "Data symbol s has 0 index positions, x has 1 in the model"},
-      {"x", 4, vector, "Entry 0 has no base value: call zdbInitUpdate first"},
-  };
-  model.taken();
-  for (const Case& c : cases) {
-    EXPECT_FALSE(
-        unprepared.UpdateSymbolInModel(unprepared.symbols()[c.name], c.action, c.data, 1, noMatch));
-    EXPECT_STREQ(unprepared.lastError(), c.message);
-    EXPECT_EQ(model.taken(), "");
+  for (const auto& c : cases) {
+    EXPECT_REFUSED(c.db, c__zdbupdatemodelsymbol(c.db, c.model, c.action, c.data, 1, c.noMatch),
+                   c.message);
+    EXPECT_EQ(state("x(a)") + " " + state("e(a)"), "15/1.5/-9/90 15/1.5");
   }
   EXPECT_EQ(noMatch, -1);
-}
-
-// Keys in any order, numbers of the database and of the dictionary apart, all storages of the data.
-TEST_F(ModelUpdate, ManyKeys_MeetTheirRecords) {
-  constexpr int n = 40;
-  model.labels.clear();
-  model.symbols.clear();
-  model.columns.clear();
-  for (int i = 1; i <= n; ++i) model.labels.push_back("l" + std::to_string(i));
-  std::vector<std::vector<int>> keys;
-  for (int i = 1; i <= n; ++i) {
-    for (int j = 1; j <= n; j += 3) keys.push_back({i, j});
-  }
-  model.add("y", 5, 2, keys);
-  for (const bool sameOrder : {true, false}) {
-    for (const int storage : {0, 1, 2}) {
-      ZDB other(MODEL_DIR);
-      other.setDefaultStorage(storage);
-      int number;
-      for (int i = n; i >= 1 && !sameOrder; i -= 2) {
-        other.labels().merge(model.labels[static_cast<std::size_t>(i - 1)].c_str(), number);
-      }
-      ASSERT_TRUE(other.RegisterZMI(model.instance()) && other.InitUpdate(model.instance()));
-      AbstractZDBSymbol* all = other.universe();
-      AbstractZDBSymbol* domains[] = {all, all};
-      AbstractZDBSymbol* y = other.AddSymbol("y", 2, TypeVariable, 0, "", domains, nullptr);
-      AbstractZDBSymbol* p = other.AddSymbol("p", 2, TypeParameter, 0, "", domains, nullptr);
-      int unmatched = 0;
-      for (int i = 1; i <= n; i += 2) {
-        for (int j = 1; j <= n; ++j) {
-          const std::string first = "l" + std::to_string(i);
-          const std::string second = "l" + std::to_string(j);
-          const char* key[] = {first.c_str(), second.c_str()};
-          *other.MergeRecord(p, key, nullptr).second = 100 * i + j;
-          unmatched += (j - 1) % 3 != 0 ? 1 : 0;
-        }
-      }
-      for (auto& column : model.columns) column.level = -1;
-      int noMatch = -1;
-      ASSERT_TRUE(other.UpdateSymbolInModel(y, 4, p, 2, noMatch)) << other.lastError();
-      EXPECT_EQ(noMatch, unmatched);
-      for (std::size_t k = 0; k < keys.size(); ++k) {
-        const int expected = keys[k][0] % 2 == 1 ? 100 * keys[k][0] + keys[k][1] : -1;
-        EXPECT_EQ(model.columns[k].level, expected) << keys[k][0] << " " << keys[k][1];
-      }
-    }
-  }
+  ASSERT_EQ(c__zdbregisterzmi(loose, model), 1);
+  EXPECT_REFUSED(loose, c__zdbupdatemodelsymbol(loose, looseX, 4, looseD, 0, &noMatch),
+                 "Problems with findSymbol for symbol d");
+  // Own bounds need no preparation.
+  EXPECT_EQ(c__zdbupdatemodelsymbol(db, x, ZDB_UPDATE_BOUNDS, p, ZDB_MISSING_BASE, &noMatch), 1);
+  EXPECT_EQ(state("x(b)"), "16/1.6/-7/70");
 }
 
 TEST_F(ModelUpdate, Scalars_HaveOneEntry) {
-  model.add("s_var", 5, 0, {{}});
-  prepare();
-  data = add("s", TypeParameter, 0);
+  prepareWithData();
+  data = db.add("s", 0);
   int noMatch = -1;
-  EXPECT_TRUE(db.UpdateSymbolInModel(data, 4, data, 0, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(5,0)");
+  EXPECT_EQ(update("s", ZDB_UPDATE_FIX, ZDB_MISSING_BASE, &noMatch), 1) << db.error();
+  EXPECT_EQ(state("s_var"), "0.5/0/0.5/0.5");
+  put(db, data, {}, 8);
+  EXPECT_EQ(update("s", ZDB_UPDATE_FIX, ZDB_MISSING_ZERO, &noMatch), 1);
+  EXPECT_EQ(state("s_var"), "8/0/8/8");
   EXPECT_EQ(noMatch, 0);
-  *merge(data, {}) = 8;
-  EXPECT_TRUE(db.UpdateSymbolInModel(data, 4, data, 0, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(5,8)");
-  EXPECT_EQ(noMatch, 0);
+}
+
+/// Random keys of model and data, which know the labels by the same numbers or not, in all
+/// storages.
+TEST(ModelUpdateOfMany, Records_MeetTheEntriesWithTheirLabels) {
+  std::mt19937 random(7);
+  const auto isIn = [&] { return random() % 3 != 0; };
+  for (int round = 0; round < 6; ++round) {
+    Spy spy;
+    std::string text = "col y(l0,l0) 0 1 -1";
+    for (int i = 0; i < 12; ++i) {
+      for (int j = 0; j < 12; ++j) {
+        if (i + j == 0 || !isIn()) continue;
+        text += ";col y(l" + std::to_string(i) + ",l" + std::to_string(j) + ") 0 1 -1";
+      }
+    }
+    const Instance model(text);
+    Database db;
+    c__zdbselectrecordstorage(db, nullptr, round % 3);
+    for (int i = 12; round >= 3 && i >= 0; i -= 2) db.label(("l" + std::to_string(i)).c_str());
+    ASSERT_EQ(c__zdbinitupdate(db, model), 1) << db.error();
+    zdbSymbol_t y = db.add("y", 2, ZDB_VARIABLE);
+    zdbSymbol_t p = db.add("p", 2);
+    std::map<std::string, double> expected;
+    int unmatched = 0;
+    for (int n = 0; n < 90; ++n) {
+      const std::string first = "l" + std::to_string(random() % 12);
+      const std::string second = "l" + std::to_string(random() % 13);
+      const std::string name = "y(" + first + "," + second + ")";
+      if (expected.count(name) != 0) continue;
+      expected[name] = n;
+      put(db, p, {first.c_str(), second.c_str()}, n);
+      unmatched += model.entries().count(name) != 0 ? 0 : 1;
+    }
+    int noMatch = -1;
+    ASSERT_EQ(c__zdbupdatemodelsymbol(db, y, ZDB_UPDATE_LEVEL, p, ZDB_MISSING_KEEP, &noMatch), 1);
+    EXPECT_EQ(noMatch, unmatched);
+    for (const auto& [name, column] : model.entries()) {
+      const double level = expected.count(name) != 0 ? expected[name] : -1;
+      EXPECT_EQ(zmiGetVarLOne(model.record(), column), level) << name << " in round " << round;
+    }
+  }
 }
 
 }  // namespace

@@ -1,0 +1,121 @@
+#include "spy.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <sstream>
+#include <type_traits>
+#include <utility>
+
+#include "loaders/zlx.h"
+#include "loaders/zmi.h"
+#include "loaders/zrt.h"
+#include "loaders/zst.h"
+
+using namespace zdb::loaders;
+
+namespace {
+
+Spy* spy = nullptr;
+
+template <typename T>
+void show(std::ostream& out, T argument) {
+  constexpr bool isShown = std::is_arithmetic_v<T> || std::is_same_v<T, const char*>;
+  if constexpr (isShown) {
+    out << argument << ",";
+  } else if (argument == nullptr) {
+    out << "null,";
+  }
+}
+
+template <typename... Arguments>
+void note(const char* name, Arguments... arguments) {
+  ++spy->counts[name];
+  std::ostringstream line;
+  line << name << "(";
+  (show(line, arguments), ...);
+  std::string text = line.str();
+  if (text.back() == ',') text.pop_back();
+  spy->calls.push_back(text + ")");
+}
+
+template <typename Result, typename... Arguments>
+Result answer(const Spy::Answer& given, Arguments... arguments) {
+  char* last = nullptr;
+  [[maybe_unused]] const auto take = [&last](auto argument) {
+    if constexpr (std::is_same_v<decltype(argument), char*>) last = argument;
+  };
+  (take(arguments), ...);
+  if (last != nullptr && given.text != nullptr) std::strcpy(last, given.text);
+  if constexpr (std::is_pointer_v<Result>) {
+    return nullptr;
+  } else {
+    return static_cast<Result>(given.result);
+  }
+}
+
+// What stands in for the function that a pointer of a loader leads to.
+template <auto* pointer, typename Function>
+struct Wrapper;
+template <auto* pointer, typename Result, typename Handle, typename... Arguments>
+struct Wrapper<pointer, Result (*)(Handle, Arguments...)> {
+  static inline const char* name;
+  static inline Result (*kits)(Handle, Arguments...);
+
+  static Result call(Handle handle, Arguments... arguments) {
+    if (spy == nullptr) return kits(handle, arguments...);
+    note(name, arguments...);
+    const auto given = spy->answers.find(name);
+    if (given == spy->answers.end()) return kits(handle, arguments...);
+    return answer<Result>(given->second, arguments...);
+  }
+};
+
+template <auto* pointer>
+void wrap(const char* name) {
+  using Wrapped = Wrapper<pointer, std::remove_pointer_t<decltype(pointer)>>;
+  if (*pointer == Wrapped::call) return;
+  Wrapped::name = name;
+  Wrapped::kits = std::exchange(*pointer, Wrapped::call);
+}
+
+}  // namespace
+
+void Spy::comeBetween() {
+  char message[256];
+  for (const auto getReady : {zmiGetReady, zlxGetReady, zrtGetReady, zstGetReady}) {
+    EXPECT_EQ(getReady(message, sizeof message), 1) << message;
+  }
+#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
+#include "loaders/zlxfunctions.def"
+#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
+#include "loaders/zmifunctions.def"
+#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
+#include "loaders/zrtfunctions.def"
+#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
+#include "loaders/zstfunctions.def"
+}
+
+Spy::Spy() {
+  comeBetween();
+  spy = this;
+}
+
+Spy::~Spy() {
+  EXPECT_EQ(counts["zlxFindFirstRowCol"], counts["zlxFindClose"]);
+  EXPECT_EQ(counts["zmiViewStore"], counts["zmiViewRestore"]);
+  spy = nullptr;
+}
+
+std::string Spy::taken(const std::string& words) {
+  std::string joined;
+  for (const std::string& call : std::exchange(calls, {})) {
+    std::istringstream prefixes(words);
+    for (std::string prefix; prefixes >> prefix;) {
+      if (call.rfind(prefix, 0) != 0) continue;
+      joined += (joined.empty() ? "" : " ") + call;
+      break;
+    }
+  }
+  return joined;
+}
