@@ -1,7 +1,5 @@
 #include "spy.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <sstream>
 #include <type_traits>
@@ -111,11 +109,35 @@ std::string Spy::taken(const std::string& words) {
   std::string joined;
   for (const std::string& call : std::exchange(calls, {})) {
     std::istringstream prefixes(words);
-    for (std::string prefix; prefixes >> prefix;) {
-      if (call.rfind(prefix, 0) != 0) continue;
-      joined += (joined.empty() ? "" : " ") + call;
-      break;
-    }
+    bool isWanted = false;
+    for (std::string prefix; prefixes >> prefix;) isWanted |= call.rfind(prefix, 0) == 0;
+    if (isWanted) joined += call + " ";
   }
   return joined;
+}
+
+ModelTest::ModelTest(const char* text) : model(text) {
+  if (zkitIntegerColumns(instance) > 0) zkitSetModelType(instance, ZKIT_RMIP);
+}
+
+void ModelTest::prepare(const Database& to, bool takesDictionary) {
+  if (takesDictionary) {
+    EXPECT_EQ(said(to, c__zdbinitfromdict(to, instance)), "");
+  }
+  EXPECT_EQ(said(to, c__zdbinitupdate(to, instance)), "");
+  spy.calls.clear();
+}
+
+void ModelTest::set(const std::string& name, double level, double marginal) const {
+  const auto setRecord = name[0] == 'e' ? zmiSetSolutionEquRec : zmiSetSolutionVarRec;
+  EXPECT_EQ(setRecord(record, model[name], level, marginal, 1, 3), 1) << name;
+}
+
+void attachRefusals(const Database& to) {
+  const auto find = [](const char*, int*, void*) { return 1; };
+  const auto start = [](int, int*, void*) { return 1; };
+  const auto read = [](int*, double*, int*, void*) { return 1; };
+  const auto done = [](void*) { return 1; };
+  const auto text = [](int, char*, int, void*) { return 1; };
+  EXPECT_EQ(c__zdbinitfromdmrf(to, find, start, read, done, text, nullptr, nullptr), 1);
 }

@@ -1,9 +1,14 @@
-// A spy between the database library and the model kit.
+// A database, a model instance of the kit, and a spy between them.
 #pragma once
 
 #include <map>
 #include <string>
 #include <vector>
+
+#include "kitmodel.h"
+#include "loaders/zmi.h"
+#include "support/contents.h"
+#include "support/files.h"
 
 /// Every function pointer of the loaders zmi, zrt, zlx and zst leads through the spy, which keeps a
 /// list of the calls, passes them on to the kit, and answers in its place when told to. There may
@@ -15,9 +20,8 @@ struct Spy {
   };
 
   std::map<std::string, Answer> answers;  ///< by function
-  /// Every call, with its texts and numbers; of pointers, whether they are null.
-  std::vector<std::string> calls;
-  std::map<std::string, int> counts;  ///< of calls, by function
+  std::vector<std::string> calls;         ///< with texts and numbers, and "null"
+  std::map<std::string, int> counts;      ///< of calls, by function
 
   Spy();
   ~Spy();  ///< fails unless every walk was closed and every stored view restored
@@ -26,7 +30,31 @@ struct Spy {
 
   /// Loads the kit's libraries, unless they are loaded, and comes between. For tests that unload.
   static void comeBetween();
-  /// The calls so far of functions whose names begin with one of the words, joined by blanks; all
-  /// are forgotten.
+  /// The calls so far of functions whose names begin with one of the words, each with a blank after
+  /// it; all are forgotten.
   std::string taken(const std::string& words);
 };
+
+/// An instance, for calls of the kit.
+inline zdb::loaders::zmiRec* recordOf(void* instance) {
+  return static_cast<zdb::loaders::zmiRec*>(instance);
+}
+
+struct ModelTest : testing::Test {
+  Spy spy;
+  kittest::Model model;
+  kittest::Instance instance{model};
+  zdb::loaders::zmiRec* const record = recordOf(instance);
+  Database db;
+
+  /// Integer columns are solved as if they were not.
+  explicit ModelTest(const char* text);
+
+  /// Prepares the instance, for a database that takes the dictionary over or not.
+  void prepare(const Database& to, bool takesDictionary = true);
+  /// Sets level and marginal of a column, or of a row, whose name begins with "e".
+  void set(const std::string& name, double level, double marginal) const;
+};
+
+/// A source that loads nothing: symbols that are added from now on are not loaded.
+void attachRefusals(const Database& to);

@@ -29,6 +29,11 @@ inline zdbSymbol_t symbolOf(const Database& db, const char* name) {
   return symbol;
 }
 
+/// The message of a call that failed, "" of one that did not.
+inline std::string said(const Database& db, int result) {
+  return result == 1 ? "" : db.error();
+}
+
 /// Merges a record and sets its level.
 inline void put(const Database& db, zdbSymbol_t symbol, const Labels& key, double level) {
   Record record(db, symbol, key);
