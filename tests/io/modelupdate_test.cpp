@@ -215,8 +215,10 @@ TEST_F(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
   std::mt19937 random(7);
   for (int round = 0; round < 6; ++round) {
     constexpr int n = 13;
-    const auto label = [](int i) { return "l" + std::to_string(i); };
-    const auto name = [&](int i) { return "y(" + label(i / n) + "," + label(i % n) + ")"; };
+    // As long as labels and names may be.
+    const auto label = [](int i) { return std::string(62, 'l') + static_cast<char>('a' + i); };
+    const std::string y(63, 'y');
+    const auto name = [&](int i) { return y + "(" + label(i / n) + "," + label(i % n) + ")"; };
     std::string text;
     std::vector<double> levels(n * n);  // -1: no entry, 0: no record
     for (int i = 0; i < n * n; ++i) {
@@ -231,7 +233,7 @@ TEST_F(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
     c__zdbselectrecordstorage(other, nullptr, round % 3);
     for (int i = n; round >= 3 && i > 0; i -= 2) other.label(label(i - 1).c_str());
     EXPECT_EQ(said(other, c__zdbinitupdate(other, instanceOfMany)), "");
-    zdbSymbol_t y = other.add("y", 2, ZDB_VARIABLE);
+    zdbSymbol_t variable = other.add(y.c_str(), 2, ZDB_VARIABLE);
     zdbSymbol_t p = other.add("p", 2);
     int unmatched = 0;
     for (int i = 0; i < n * n; ++i) {
@@ -241,7 +243,9 @@ TEST_F(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
       if (levels[i] == 0) levels[i] = i + 1;
     }
     int noMatch = -1;
-    EXPECT_EQ(said(other, c__zdbupdatemodelsymbol(other, y, ZDB_UPDATE_LEVEL, p, 2, &noMatch)), "");
+    EXPECT_EQ(
+        said(other, c__zdbupdatemodelsymbol(other, variable, ZDB_UPDATE_LEVEL, p, 2, &noMatch)),
+        "");
     EXPECT_EQ(noMatch, unmatched);
     for (int i = 0; i < n * n; ++i) {
       if (levels[i] < 0) continue;
