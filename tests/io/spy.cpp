@@ -116,16 +116,13 @@ std::string Spy::taken(const std::string& words) {
   return joined;
 }
 
-ModelTest::ModelTest(const char* text) : model(text) {
-  if (zkitIntegerColumns(instance) > 0) zkitSetModelType(instance, ZKIT_RMIP);
-}
-
-void ModelTest::prepare(const Database& to, bool takesDictionary) {
-  if (takesDictionary) {
-    EXPECT_EQ(said(to, c__zdbinitfromdict(to, instance)), "");
+void ModelTest::renew(const char* directory) {
+  zdbfree(&db.handle);
+  if (directory == nullptr) {
+    zdbcreate(&db.handle, nullptr, 0);
+  } else {
+    zdbcreated(&db.handle, directory, nullptr, 0);
   }
-  EXPECT_EQ(said(to, c__zdbinitupdate(to, instance)), "");
-  spy.calls.clear();
 }
 
 void ModelTest::set(const std::string& name, double level, double marginal) const {
@@ -133,11 +130,11 @@ void ModelTest::set(const std::string& name, double level, double marginal) cons
   EXPECT_EQ(setRecord(record, model[name], level, marginal, 1, 3), 1) << name;
 }
 
-void attachRefusals(const Database& to) {
-  const auto find = [](const char*, int*, void*) { return 1; };
-  const auto start = [](int, int*, void*) { return 1; };
-  const auto read = [](int*, double*, int*, void*) { return 1; };
-  const auto done = [](void*) { return 1; };
-  const auto text = [](int, char*, int, void*) { return 1; };
-  EXPECT_EQ(c__zdbinitfromdmrf(to, find, start, read, done, text, nullptr, nullptr), 1);
+std::string ModelTest::update(const char* name, int action, const char* data, int missing) {
+  int noMatch = -1;
+  zdbSymbol_t symbol = symbolOf(db, name);
+  zdbSymbol_t values = symbolOf(db, data);
+  const int result = c__zdbupdatemodelsymbol(db, symbol, action, values, missing, &noMatch);
+  EXPECT_EQ(result == 0, noMatch == -1) << "which is set on success only";
+  return result == 1 ? std::to_string(noMatch) : db.error();
 }

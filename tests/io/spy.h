@@ -48,13 +48,19 @@ struct ModelTest : testing::Test {
   Database db;
 
   /// Integer columns are solved as if they were not.
-  explicit ModelTest(const char* text);
-
-  /// Prepares the instance, for a database that takes the dictionary over or not.
-  void prepare(const Database& to, bool takesDictionary = true);
+  explicit ModelTest(const char* text) : model(text) {
+    if (zkitIntegerColumns(instance) > 0) zkitSetModelType(instance, ZKIT_RMIP);
+  }
+  /// Another database in the place of this one, with companions from a directory if one is given.
+  void renew(const char* directory = nullptr);
+  /// Why the database cannot be filled from the dictionary, prepared, both, or solved; "" if it
+  /// can.
+  std::string takeDictionary() { return said(db, c__zdbinitfromdict(db, instance)); }
+  std::string prepare() { return said(db, c__zdbinitupdate(db, instance)); }
+  std::string link() { return takeDictionary().empty() ? prepare() : db.error(); }
+  std::string solve(const char* solver) { return said(db, c__zdbcallsolver(db, solver)); }
+  /// Puts a parameter into the model: the number of records without an entry, or why it failed.
+  std::string update(const char* name, int action, const char* data, int missing);
   /// Sets level and marginal of a column, or of a row, whose name begins with "e".
   void set(const std::string& name, double level, double marginal) const;
 };
-
-/// A source that loads nothing: symbols that are added from now on are not loaded.
-void attachRefusals(const Database& to);

@@ -1,9 +1,7 @@
 // Symbols with domains, and whole databases as text, for the tests of where data come from.
 #pragma once
 
-#include <algorithm>
-#include <array>
-#include <cstdio>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -49,37 +47,33 @@ inline std::string records(const Database& db, zdbSymbol_t symbol) {
   }
   const int dim = db.info(symbol, ZDB_SYMBOL_DIM);
   const int type = db.info(symbol, ZDB_SYMBOL_TYPE);
-  std::string all;
+  std::ostringstream all;
   Record record(db);
-  if (c__zdbfindfirstrecord(db, symbol, &record) != 1) return all;
+  if (c__zdbfindfirstrecord(db, symbol, &record) != 1) return "";
   do {
-    all += " " + record.key(dim) + "=";
-    char text[ZDB_TEXT_SIZE] = "";
-    if (type == ZDB_SET) {
-      EXPECT_EQ(c__zdbgetelemtext(db, record, text), 1);
-    }
-    all += text;
+    all << " " << record.key(dim) << "=";
+    char text[ZDB_TEXT_SIZE];
+    if (type == ZDB_SET && c__zdbgetelemtext(db, record, text) == 1) all << text;
     int keys[ZDB_MAX_DIM];
     double values[ZDB_MAX_VALUES];
     EXPECT_EQ(c__zdbgetrecordraw(db, record, dim, keys, values), 1);
-    for (int v = 0; type != ZDB_SET && v < (type < ZDB_VARIABLE ? 1 : 5); ++v) {
-      std::snprintf(text, sizeof text, "%s%g", v == 0 ? "" : "/", values[v]);
-      all += text;
-    }
+    const int width = type == ZDB_SET ? 0 : type == ZDB_PARAMETER ? 1 : ZDB_MAX_VALUES;
+    for (int v = 0; v < width; ++v) all << (v == 0 ? "" : "/") << values[v];
   } while (c__zdbrecordmovenext(db, record) == 1);
-  return all;
+  return all.str();
+}
+inline std::string records(const Database& db, const char* name) {
+  return records(db, symbolOf(db, name));
 }
 
 /// The names of a symbol's domains, "?" after those that are known by name only.
 inline std::string domains(const Database& db, zdbSymbol_t symbol) {
-  std::array<char, ZDB_MAX_DIM * ZDB_TEXT_SIZE> names;
+  char names[ZDB_MAX_DIM][ZDB_TEXT_SIZE];
   Symbols found(ZDB_MAX_DIM);
   const int dim = db.info(symbol, ZDB_SYMBOL_DIM);
-  EXPECT_EQ(n__zdbgetdomain(db, symbol, dim, found.data(), names.data()), 1) << db.error();
+  EXPECT_EQ(n__zdbgetdomain(db, symbol, dim, found.data(), names[0]), 1) << db.error();
   std::string all;
-  for (std::size_t d = 0; d < static_cast<std::size_t>(dim); ++d) {
-    all.append(" ").append(&names[d * ZDB_TEXT_SIZE]).append(found[d] == nullptr ? "?" : "");
-  }
+  for (int d = 0; d < dim; ++d) all.append(" ").append(names[d]).append(found[d] ? "" : "?");
   return all;
 }
 
