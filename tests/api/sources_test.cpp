@@ -325,6 +325,8 @@ TEST_P(Callbacks, Records_AreThoseThatTheHostDelivers) {
   ASSERT_EQ(host.start(), 1);
   Database copy;
   EXPECT_EQ(said(copy, c__zdbinitfromdb(copy, db)), "Problems with findSymbol for symbol p");
+  EXPECT_EQ(said(copy, c__zdbinitfromzxf(copy, "a")),
+            "Database has been initialized, cannot initialize from a");
 }
 
 TEST_P(Callbacks, SpecialValuesOfHosts_AreTranslatedBitByBit) {

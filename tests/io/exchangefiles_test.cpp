@@ -85,6 +85,20 @@ TEST_F(ExchangeFiles, RoundTrip_KeepsEverything) {
   }
 }
 
+TEST_F(ExchangeFiles, SubtypeOfAnEquation_IsCountedFrom53InFiles) {
+  Database db;
+  db.add("e", 0, ZDB_EQUATION, 2);
+  ASSERT_EQ(write(db, a), "");
+  char text[ZDB_TEXT_SIZE];
+  zdb::loaders::zxfRec* zxf = nullptr;
+  ASSERT_EQ(zdb::loaders::zxfCreate(&zxf, text, sizeof text), 1);
+  int number = 0;
+  zdb::loaders::zxfOpenRead(zxf, a.c_str(), &number);
+  EXPECT_EQ(zdb::loaders::zxfSymbolInfoX(zxf, 1, &number, &number, text), 1);
+  EXPECT_EQ(number, 55);
+  zdb::loaders::zxfFree(&zxf);
+}
+
 TEST_F(ExchangeFiles, FileThatCannotBeReadOrWritten_IsReportedWithTheReason) {
   Database none;
   EXPECT_TRUE(open(none, b).starts_with("Error opening ZXF file: The file cannot be opened"));
@@ -215,9 +229,13 @@ TEST_F(ExchangeFiles, Trace_ShowsTheSteps) {
   Database db;
   fill(db);
   ASSERT_EQ(write(db, a), "");
-  const char* steps[] = {
-      "---- Entering InitFromZXF ----", "strings done",   "---- Leaving", "Get uel",
-      "using special values from ZDB",  "string: 10 lb.", "created: pair"};
+  const char* steps[] = {"\n  ---- Entering InitFromZXF ----",
+                         "strings done",
+                         "---- Leaving",
+                         "Get uel",
+                         "using special values from ZDB",
+                         "\n    reading string: 10 lb.",
+                         "created: pair"};
   for (const auto& [level, shown] : {std::pair(0, 0), std::pair(1, 3), std::pair(2, 7)}) {
     Database read;
     const std::string trace = outputOf([&, level = level] {

@@ -14,7 +14,7 @@ struct ModelUpdate : ModelTest {
   ModelUpdate()
       : ModelTest(
             "x(a) -8 80; x(b) -7 70; p_var(a) 0 9; p_var(b) 0 9; s_var 0 1 0.5;"
-            "e(a): x(a) free 0; e(b): x(b) free 0; e_var(a): x(a) free 0") {
+            "e_var(a): x(a) free 0; e(a): x(a) free 0; e(b): x(b) free 0") {
     setLevels(15, 16);
   }
   /// Gives the entries of a and b levels, a tenth of them as marginals, and alternative bounds that
@@ -166,7 +166,7 @@ TEST_F(ModelUpdate, WhatDoesNotFit_IsRefusedBeforeAnythingChanges) {
       {"e", 3, "p", "actionType 3 needs a variable, but e is an equation of the model"},
       {"x", 4, "q", "Data symbol q has 0 index positions, x has 1 in the model"},
       {"x", 4, "p", "Entry 0 has no base value: call zdbInitUpdate first"},
-      {"e", 5, "p", "Entry 0 has no base value: call zdbInitUpdate first"},
+      {"e", 5, "p", "Entry 1 has no base value: call zdbInitUpdate first"},
       {"q", 99, "p", "1"},  // the model does not have it
   };
   EXPECT_EQ(takeDictionary(), "");
@@ -188,6 +188,14 @@ TEST_F(ModelUpdate, WhatDoesNotFit_IsRefusedBeforeAnythingChanges) {
   EXPECT_EQ(update("x", 4, "p", 0), "No model instance is registered: call zdbRegisterZMI first");
   EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
   EXPECT_EQ(update("x", 4, "p", 0), "Symbol p not initialized from ZXF or ZMI: 3");
+}
+
+TEST_F(ModelUpdate, InstanceThatIsOnlyRegistered_TakesValuesByTheirLabels) {
+  put(db, db.add("p", 1), {"b"}, 7);
+  db.add("x", 1, ZDB_VARIABLE);
+  EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
+  EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, "p", ZDB_MISSING_KEEP), "0");
+  EXPECT_EQ(states("x"), " 15/1.5/-9/90 7/1.6/-9/90");
 }
 
 /// Random keys of model and data, in all storages, where the labels have the same numbers on both
