@@ -8,69 +8,68 @@
 
 namespace {
 
+/// A database with every type, alias, text, kind of domain and special value, in a file. Aliases
+/// have the user information that they have in files.
 struct ExchangeFiles : testing::Test {
   testsupport::TemporaryFolder folder;
   const std::string a = folder.path("a.zxf");
   const std::string b = folder.path("b.zxf");
+  Database filled;
+  Database db;  ///< for the test
 
-  static std::string write(const Database& db, const std::string& file, int noDomainCheck = 0) {
-    return said(db, c__zdbwritezxf(db, file.c_str(), noDomainCheck));
+  ExchangeFiles() {
+    fill(filled);
+    EXPECT_EQ(write(filled, a), "");
   }
-  static std::string open(const Database& db, const std::string& file) {
-    return said(db, c__zdbinitfromzxf(db, file.c_str()));
+  static std::string write(const Database& from, const std::string& file, int noDomainCheck = 0) {
+    return said(from, c__zdbwritezxf(from, file.c_str(), noDomainCheck));
   }
-  static int attached(const Database& db) {
-    int isAttached = -1;
-    c__zdbinfo(db, ZDB_INFO_SOURCE_ATTACHED, &isAttached, nullptr, nullptr);
-    return isAttached;
+  static std::string open(const Database& to, const std::string& file) {
+    return said(to, c__zdbinitfromzxf(to, file.c_str()));
   }
-  /// Every type, alias, text, kind of domain and special value; aliases with the user information
-  /// that they have in files.
-  static void fill(const Database& db) {
-    zdbSymbol_t all = db.universe();
-    zdbSymbol_t food = add(db, "food", ZDB_SET, 0, {all}, "what is eaten");
-    c__zdbsetelemtext(db, Record(db, food, {"Wheat Flour"}), "10 lb.");
-    db.merge(food, {"tea"});
-    zdbSymbol_t alias = add(db, "f", ZDB_ALIAS, 0, {all});
-    c__zdbsetuserinfo(db, alias, 1);
-    c__zdbsetuserinfo(db, add(db, "anything", ZDB_ALIAS, 99, {all}), 0);
-    zdbSymbol_t pair = add(db, "pair", ZDB_SET, 0, {food, all});
-    c__zdbsetelemtext(db, Record(db, pair, {"tea", "milk"}), "10 LB.");
-    zdbSymbol_t p = add(db, "p", ZDB_PARAMETER, 7, {alias, nullptr}, "odd", "pair");
+  static std::string close(const Database& of, int loadRemain) {
+    return said(of, c__zdbclosezxf(of, loadRemain));
+  }
+  static void fill(const Database& to) {
+    zdbSymbol_t all = to.universe();
+    zdbSymbol_t food = add(to, "food", ZDB_SET, 0, {all}, "what is eaten");
+    c__zdbsetelemtext(to, Record(to, food, {"Wheat Flour"}), "10 lb.");
+    to.merge(food, {"tea"});
+    zdbSymbol_t alias = add(to, "f", ZDB_ALIAS, 0, {all});
+    c__zdbsetuserinfo(to, alias, 1);
+    c__zdbsetuserinfo(to, add(to, "anything", ZDB_ALIAS, 99, {all}), 0);
+    zdbSymbol_t pair = add(to, "pair", ZDB_SET, 0, {food, all});
+    c__zdbsetelemtext(to, Record(to, pair, {"tea", "milk"}), "10 LB.");
+    zdbSymbol_t p = add(to, "p", ZDB_PARAMETER, 7, {alias, nullptr}, "odd", "pair");
     const char* labels[] = {"undef", "na", "pinf", "minf", "eps"};
     double special[ZDB_SV_COUNT];
-    c__zdbgetuserspecialvalues(db, special);
-    for (int i = 0; i < ZDB_SV_COUNT; ++i) put(db, p, {"tea", labels[i]}, special[i]);
-    put(db, add(db, "s", ZDB_PARAMETER, 0, {}), {}, 2.5);
-    put(db, add(db, "x", ZDB_VARIABLE, 3, {food}), {"tea"}, -1.25);
-    put(db, add(db, "e", ZDB_EQUATION, 2, {}), {}, 12);
-    add(db, "empty", ZDB_PARAMETER, 0, {food, nullptr}, "", "elsewhere");
+    c__zdbgetuserspecialvalues(to, special);
+    for (int i = 0; i < ZDB_SV_COUNT; ++i) put(to, p, {"tea", labels[i]}, special[i]);
+    put(to, add(to, "s", ZDB_PARAMETER, 0, {}), {}, 2.5);
+    put(to, add(to, "x", ZDB_VARIABLE, 3, {food}), {"tea"}, -1.25);
+    put(to, add(to, "e", ZDB_EQUATION, 2, {}), {}, 12);
+    add(to, "empty", ZDB_PARAMETER, 0, {food, nullptr}, "", "elsewhere");
   }
 };
 
 /// All but the special values of the host; records are read when they are used, when the file is
 /// closed with that wish, or when it is written over.
 TEST_F(ExchangeFiles, RoundTrip_KeepsEverything) {
-  Database db;
+  c__zdbsetspecialvalues(db, std::array{91.0, 92.0, 93.0, 94.0, 95.0}.data());
   fill(db);
-  const std::string content = describe(db);
-  Database translating;
-  c__zdbsetspecialvalues(translating, std::array{91.0, 92.0, 93.0, 94.0, 95.0}.data());
-  fill(translating);
+  const std::string content = describe(filled);
   for (int round = 0; round < 4; ++round) {
-    ASSERT_EQ(write(round == 1 ? translating : db, a, round / 2), "");
+    ASSERT_EQ(write(round == 1 ? db : filled, a, round / 2), "");
     Database read;
     c__zdbselectrecordstorage(read, nullptr, round % 3);
     ASSERT_EQ(open(read, a), "");
     EXPECT_EQ(read.info(symbolOf(read, "x"), ZDB_SYMBOL_STORAGE), round % 3);
     EXPECT_EQ(open(read, b), "Database has been initialized, cannot initialize from " + b);
     EXPECT_EQ(records(read, "x"), " tea=-1.25/0/0/inf/1");
-    ASSERT_EQ(write(read, b), "");
-    EXPECT_EQ(attached(read), 1) << "writing loads nothing";
+    ASSERT_EQ(write(read, b), "") << "which loads nothing";
     const std::string over = round == 2 ? a : folder.path("A.ZXF");
-    EXPECT_EQ(round < 2 ? said(read, c__zdbclosezxf(read, round)) : write(read, over), "");
-    EXPECT_EQ(attached(read), 0);
-    EXPECT_EQ(said(read, c__zdbclosezxf(read, 1)), "Database not initialized from ZXF");
+    EXPECT_EQ(round < 2 ? close(read, round) : write(read, over), "");
+    EXPECT_EQ(close(read, 1), "Database not initialized from ZXF");
     EXPECT_EQ(records(read, "x"), " tea=-1.25/0/0/inf/1");
     EXPECT_EQ(records(read, "s"),
               round == 0 ? "Symbol s not initialized from ZXF or ZMI: 3" : " =2.5");
@@ -86,28 +85,23 @@ TEST_F(ExchangeFiles, RoundTrip_KeepsEverything) {
 }
 
 TEST_F(ExchangeFiles, SubtypeOfAnEquation_IsCountedFrom53InFiles) {
-  Database db;
-  db.add("e", 0, ZDB_EQUATION, 2);
-  ASSERT_EQ(write(db, a), "");
   char text[ZDB_TEXT_SIZE];
   zdb::loaders::zxfRec* zxf = nullptr;
   ASSERT_EQ(zdb::loaders::zxfCreate(&zxf, text, sizeof text), 1);
   int number = 0;
   zdb::loaders::zxfOpenRead(zxf, a.c_str(), &number);
-  EXPECT_EQ(zdb::loaders::zxfSymbolInfoX(zxf, 1, &number, &number, text), 1);
+  EXPECT_EQ(zdb::loaders::zxfSymbolInfoX(zxf, 8, &number, &number, text), 1);
   EXPECT_EQ(number, 55);
   zdb::loaders::zxfFree(&zxf);
 }
 
 TEST_F(ExchangeFiles, FileThatCannotBeReadOrWritten_IsReportedWithTheReason) {
-  Database none;
-  EXPECT_TRUE(open(none, b).starts_with("Error opening ZXF file: The file cannot be opened"));
-  EXPECT_EQ(open(none, a), "Database has been initialized, cannot initialize from " + a);
-  EXPECT_EQ(said(none, c__zdbclosezxf(none, 1)), "") << "the file is the source all the same";
-  Database foreign;
+  EXPECT_TRUE(open(db, b).starts_with("Error opening ZXF file: The file cannot be opened"));
+  EXPECT_EQ(open(db, a), "Database has been initialized, cannot initialize from " + a);
+  EXPECT_EQ(close(db, 1), "") << "the file is the source all the same";
+  Database other;
   const std::string text = folder.write("text.zxf", "an exchange file by name only");
-  EXPECT_TRUE(open(foreign, text).starts_with("Error opening ZXF file: This is not a zxf file"));
-  Database db;
+  EXPECT_TRUE(open(other, text).starts_with("Error opening ZXF file: This is not a zxf file"));
   const int key = 77;
   const double one = 1;
   c__zdbmergerecordint(db, db.add("p", 1), &key, 0, 0, nullptr, 1, &one);
@@ -142,19 +136,19 @@ TEST_F(ExchangeFiles, Domains_AreCheckedWhereTheyAreSymbolsThatTheFileKnows) {
       {"later", "b", 1, 0, "1" + outside, " later *"},
   };
   for (const auto& c : cases) {
-    Database db;
-    zdbSymbol_t all = db.universe();
-    zdbSymbol_t i = add(db, "i", ZDB_SET, 0, {all});
-    db.merge(i, {"a"});
-    add(db, "ii", ZDB_ALIAS, 0, {all});
-    add(db, "pairs", ZDB_SET, 0, {i, all});
-    db.add("number", 1);
-    zdbSymbol_t p = add(db, "p", ZDB_PARAMETER, 0, {nullptr, all}, "", c.domain);
-    zdbSymbol_t q = add(db, "q", ZDB_PARAMETER, 0, {nullptr}, "", "i");
-    db.merge(add(db, "later", ZDB_SET, 0, {all}), {"a"});
-    for (const char label : c.labels) db.merge(p, {std::string(1, label).c_str(), "b"});
-    if (c.strays != 0) db.merge(q, {"b"});
-    ASSERT_EQ(write(db, a), "");
+    Database own;
+    zdbSymbol_t all = own.universe();
+    zdbSymbol_t i = add(own, "i", ZDB_SET, 0, {all});
+    own.merge(i, {"a"});
+    add(own, "ii", ZDB_ALIAS, 0, {all});
+    add(own, "pairs", ZDB_SET, 0, {i, all});
+    own.add("number", 1);
+    zdbSymbol_t p = add(own, "p", ZDB_PARAMETER, 0, {nullptr, all}, "", c.domain);
+    zdbSymbol_t q = add(own, "q", ZDB_PARAMETER, 0, {nullptr}, "", "i");
+    own.merge(add(own, "later", ZDB_SET, 0, {all}), {"a"});
+    for (const char label : c.labels) own.merge(p, {std::string(1, label).c_str(), "b"});
+    if (c.strays != 0) own.merge(q, {"b"});
+    ASSERT_EQ(write(own, a), "");
     for (const bool isLoaded : {false, true}) {
       Database read;
       ASSERT_EQ(open(read, a), "");
@@ -172,7 +166,6 @@ TEST_F(ExchangeFiles, Domains_AreCheckedWhereTheyAreSymbolsThatTheFileKnows) {
 }
 
 TEST_F(ExchangeFiles, LabelsThatTheDatabaseHas_RenumberTheRecords) {
-  Database db;
   zdbSymbol_t p = db.add("p", 2);
   for (const Labels& key : {Labels{"a", "b"}, {"b", "a"}, {"c", "d"}, {"d", "c"}}) {
     put(db, p, key, *key[0]);
@@ -193,7 +186,6 @@ TEST_F(ExchangeFiles, LabelsThatTheDatabaseHas_RenumberTheRecords) {
 }
 
 TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
-  Database db;
   zdbSymbol_t p = db.add("p", 1);
   for (int n = 0; n < 1000; ++n) put(db, p, {("l" + std::to_string(n)).c_str()}, n / 7.0);
   ASSERT_EQ(write(db, a), "");
@@ -211,31 +203,25 @@ TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
 }
 
 TEST_F(ExchangeFiles, CompanionThatIsMissing_IsReported) {
-  Database db;
-  zdbfree(&db.handle);
+  for (Database* of : {&filled, &db}) zdbfree(&of->handle);
   ASSERT_EQ(zdb::loaders::zxfLibraryUnload(), 1);
   ASSERT_EQ(zdbcreated(&db.handle, "/nowhere", nullptr, 0), 1);
   const char* reason = "ZXF create did not succeed: Could not load shared library /nowhere/";
   EXPECT_TRUE(db.error().starts_with(reason)) << db.error();
-  const char* later = "No symbol handle specified";
-  EXPECT_EQ(records(db, zdbSymbol_t{}), later);
-  EXPECT_TRUE(open(db, a).starts_with(reason));
-  EXPECT_EQ(records(db, zdbSymbol_t{}), later);
-  EXPECT_TRUE(write(db, a).starts_with(reason));
-  EXPECT_EQ(attached(db), 0);
+  EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
+  EXPECT_TRUE(open(db, a).starts_with(reason)) << db.error();
+  EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
+  EXPECT_TRUE(write(db, a).starts_with(reason)) << db.error();
 }
 
 TEST_F(ExchangeFiles, Trace_ShowsTheSteps) {
-  Database db;
-  fill(db);
-  ASSERT_EQ(write(db, a), "");
-  const char* steps[] = {"\n  ---- Entering InitFromZXF ----",
-                         "strings done",
-                         "---- Leaving",
-                         "Get uel",
-                         "using special values from ZDB",
-                         "\n    reading string: 10 lb.",
-                         "created: pair"};
+  const std::vector<const char*> steps = {"\n  ---- Entering InitFromZXF ----",
+                                          "strings done",
+                                          "---- Leaving InitFromZXF ----",
+                                          "Get uel",
+                                          "special values from ZDB",
+                                          "\n    reading string: 10 lb.",
+                                          "created: pair"};
   for (const auto& [level, shown] : {std::pair(0, 0), std::pair(1, 3), std::pair(2, 7)}) {
     Database read;
     const std::string trace = outputOf([&, level = level] {
@@ -244,7 +230,7 @@ TEST_F(ExchangeFiles, Trace_ShowsTheSteps) {
       c__zdbsetdebug(nullptr, 0);
     });
     const auto isShown = [&](const char* step) { return trace.find(step) != std::string::npos; };
-    EXPECT_EQ(std::count_if(std::begin(steps), std::end(steps), isShown), shown) << trace;
+    EXPECT_EQ(std::count_if(steps.begin(), steps.end(), isShown), shown) << trace;
   }
 }
 

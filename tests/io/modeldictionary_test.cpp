@@ -54,25 +54,20 @@ TEST_F(ModelDictionary, Registering_SetsTheInfinitiesEvenWithoutADictionary) {
 }
 
 TEST_F(ModelDictionary, LibrariesThatAreMissing_AreNamed) {
-  const struct {
-    int (*unload)();
-    int (*call)(zdbHandle_t, void*);
-    std::string message;
-    const char* file;
-  } cases[] = {
-      {zmiLibraryUnload, c__zdbregisterzmi, "Error in zmiGetReady: ", "libzkitdclib64.so"},
-      {zlxLibraryUnload, c__zdbinitfromdict, "Error in zlxGetReady: ", "libzlxmdclib64.so"},
-      {zrtLibraryUnload, c__zdbinitupdate, "", "libzkitdclib64.so"},
-      {zstLibraryUnload, c__zdbinitupdate, "", "libzkitdclib64.so"},
-  };
-  for (const auto& c : cases) {
-    renew("/nowhere");
-    EXPECT_EQ(c.message.empty() ? c__zdbregisterzmi(db, instance) : 1, 1);
-    ASSERT_EQ(c.unload(), 1);
-    const std::string message = c.message + "Could not load shared library /nowhere/" + c.file;
-    EXPECT_TRUE(said(db, c.call(db, instance)).starts_with(message)) << db.error();
+  const std::string kit = "Could not load shared library /nowhere/libzkitdclib64.so";
+  const std::string zlx = "Could not load shared library /nowhere/libzlxmdclib64.so";
+  const auto expectMissing = [this](int (*unloadLibrary)(), int (*call)(zdbHandle_t, void*),
+                                    const std::string& message) {
+    EXPECT_EQ(unloadLibrary(), 1);
+    EXPECT_TRUE(said(db, call(db, instance)).starts_with(message)) << db.error();
     Spy::comeBetween();
-  }
+  };
+  renew("/nowhere");
+  expectMissing(zmiLibraryUnload, c__zdbregisterzmi, "Error in zmiGetReady: " + kit);
+  expectMissing(zlxLibraryUnload, c__zdbinitfromdict, "Error in zlxGetReady: " + zlx);
+  EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
+  expectMissing(zrtLibraryUnload, c__zdbinitupdate, kit);
+  expectMissing(zstLibraryUnload, c__zdbinitupdate, kit);
 }
 
 TEST_F(ModelDictionary, LabelsAndSymbols_AreTakenOverButRecordsNotYet) {
@@ -198,6 +193,17 @@ TEST_F(ModelDictionary, LabelsInAnotherOrder_AreTranslatedAndTheRecordsSorted) {
     EXPECT_EQ(records(read, "e"), records(db, "e"));
     set("x(a)", 1, 2);
   }
+}
+
+TEST_F(ModelDictionary, CopyOfTheDatabase_HasWhatIsLoadedAndMayLoadTheRest) {
+  EXPECT_EQ(link(), "");
+  EXPECT_EQ(records(db, "z"), " =0/0/-inf/inf/1");
+  Database copy;
+  EXPECT_EQ(said(copy, c__zdbinitfromdb(copy, db)), "");
+  EXPECT_EQ(records(copy, "z"), " =0/0/-inf/inf/1");
+  EXPECT_EQ(records(copy, "e0"), "Symbol e0 not initialized from ZXF or ZMI: 3");
+  EXPECT_EQ(said(copy, c__zdbinitupdate(copy, instance)), "");
+  EXPECT_EQ(records(copy, "x"), " a=1/2/3/4/1 c=7/8/-inf/9/1");
 }
 
 TEST_F(ModelDictionary, LabelNumberThatTheDictionaryDoesNotHave_FailsWhatMeetsIt) {
