@@ -130,7 +130,7 @@ void ModelTest::set(const std::string& name, double level, double marginal) cons
   EXPECT_EQ(setRecord(record, model[name], level, marginal, 1, 3), 1) << name;
 }
 
-std::string ModelTest::update(const char* name, int action, const char* data, int missing) {
+std::string ModelTest::update(const char* name, int action, const char* data, int missing) const {
   int noMatch = -1;
   zdbSymbol_t symbol = symbolOf(db, name);
   zdbSymbol_t values = symbolOf(db, data);

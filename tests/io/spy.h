@@ -55,12 +55,12 @@ struct ModelTest : testing::Test {
   void renew(const char* directory = nullptr);
   /// Why the database cannot be filled from the dictionary, prepared, both, or solved; "" if it
   /// can.
-  std::string takeDictionary() { return said(db, c__zdbinitfromdict(db, instance)); }
-  std::string prepare() { return said(db, c__zdbinitupdate(db, instance)); }
-  std::string link() { return takeDictionary().empty() ? prepare() : db.error(); }
-  std::string solve(const char* solver) { return said(db, c__zdbcallsolver(db, solver)); }
+  std::string takeDictionary() const { return said(db, c__zdbinitfromdict(db, instance)); }
+  std::string prepare() const { return said(db, c__zdbinitupdate(db, instance)); }
+  std::string link() const { return takeDictionary().empty() ? prepare() : db.error(); }
+  std::string solve(const char* solver) const { return said(db, c__zdbcallsolver(db, solver)); }
   /// Puts a parameter into the model: the number of records without an entry, or why it failed.
-  std::string update(const char* name, int action, const char* data, int missing);
+  std::string update(const char* name, int action, const char* data, int missing) const;
   /// Sets level and marginal of a column, or of a row, whose name begins with "e".
   void set(const std::string& name, double level, double marginal) const;
 };
