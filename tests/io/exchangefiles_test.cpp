@@ -1,356 +1,236 @@
-#include <gtest/gtest.h>
-#include <unistd.h>
-
+// Databases that are written to data exchange files and read from them.
+#include <algorithm>
 #include <array>
-#include <filesystem>
-#include <fstream>
-#include <memory>
-#include <string>
-#include <vector>
 
-#include "core/zdb.h"
 #include "loaders/zxf.h"
-#include "symbols/zdbsymboliterator.h"
+#include "support/contents.h"
+#include "support/files.h"
 
 namespace {
 
-using namespace zdb;
+/// A database with every type, alias, text, kind of domain and special value, in a file. Aliases
+/// have the user information that they have in files.
+struct ExchangeFiles : testing::Test {
+  testsupport::TemporaryFolder folder;
+  const std::string a = folder.path("a.zxf");
+  const std::string b = folder.path("b.zxf");
+  Database filled;
+  Database db;  ///< for the test
 
-// Databases and files of one test, in a folder that goes with it.
-class ExchangeFilesTest : public testing::Test {
- protected:
-  ExchangeFilesTest()
-      : folder_(std::filesystem::temp_directory_path() /
-                ("zdb_io_" + std::to_string(::getpid()) + "_" +
-                 testing::UnitTest::GetInstance()->current_test_info()->name())) {
-    std::filesystem::create_directories(folder_);
+  ExchangeFiles() {
+    fill(filled);
+    EXPECT_EQ(write(filled, a), "");
   }
-  ~ExchangeFilesTest() override { std::filesystem::remove_all(folder_); }
-
-  std::string file(const char* name) const { return (folder_ / name).string(); }
-
-  static std::unique_ptr<ZDB> database() { return std::make_unique<ZDB>(COMPANION_DIR); }
-
-  static std::unique_ptr<ZDB> opened(const std::string& name) {
-    auto db = database();
-    EXPECT_TRUE(db->InitFromZXF(name)) << db->lastError();
-    return db;
+  static std::string write(const Database& from, const std::string& file, int noDomainCheck = 0) {
+    return said(from, c__zdbwritezxf(from, file.c_str(), noDomainCheck));
   }
-
-  static AbstractZDBSymbol* add(ZDB& db, const char* name, int type, int userInfo,
-                                const std::vector<AbstractZDBSymbol*>& domains,
-                                const std::vector<const char*>& names = {}, const char* text = "") {
-    return db.AddSymbol(name, static_cast<int>(domains.size()), type, userInfo, text,
-                        domains.data(), names.empty() ? nullptr : names.data());
+  static std::string open(const Database& to, const std::string& file) {
+    return said(to, c__zdbinitfromzxf(to, file.c_str()));
   }
-
-  static double* merge(ZDB& db, AbstractZDBSymbol* symbol, std::vector<const char*> key) {
-    return db.MergeRecord(symbol, key.data(), nullptr).second;
+  static std::string close(const Database& of, int loadRemain) {
+    return said(of, c__zdbclosezxf(of, loadRemain));
   }
-
-  // Every type, alias, domain kind, text and special value.
-  std::unique_ptr<ZDB> sample() const {
-    auto db = database();
-    AbstractZDBSymbol* all = db->universe();
-    AbstractZDBSymbol* food = add(*db, "food", TypeSet, 0, {all}, {}, "what is eaten");
-    *merge(*db, food, {"Wheat Flour"}) = db->SetElemText("10 lb.");
-    *merge(*db, food, {"tea"}) = 0;
-    AbstractZDBSymbol* alias = add(*db, "f", TypeAlias, food->number, {all});
-    add(*db, "anything", TypeAlias, 99, {all});
-    AbstractZDBSymbol* pair = add(*db, "pair", TypeSet, 0, {food, all});
-    *merge(*db, pair, {"tea", "milk"}) = db->SetElemText("white");
-    AbstractZDBSymbol* p =
-        add(*db, "p", TypeParameter, 7, {alias, nullptr}, {"", "elsewhere"}, "odd");
-    const SpecialValues& special = kLibrarySpecialValues;
+  static void fill(const Database& to) {
+    zdbSymbol_t all = to.universe();
+    zdbSymbol_t food = add(to, "food", ZDB_SET, 0, {all}, "what is eaten");
+    c__zdbsetelemtext(to, Record(to, food, {"Wheat Flour"}), "10 lb.");
+    to.merge(food, {"tea"});
+    zdbSymbol_t alias = add(to, "f", ZDB_ALIAS, 0, {all});
+    c__zdbsetuserinfo(to, alias, 1);
+    c__zdbsetuserinfo(to, add(to, "anything", ZDB_ALIAS, 99, {all}), 0);
+    zdbSymbol_t pair = add(to, "pair", ZDB_SET, 0, {food, all});
+    c__zdbsetelemtext(to, Record(to, pair, {"tea", "milk"}), "10 LB.");
+    zdbSymbol_t p = add(to, "p", ZDB_PARAMETER, 7, {alias, nullptr}, "odd", "pair");
     const char* labels[] = {"undef", "na", "pinf", "minf", "eps"};
-    for (int i = 0; i < 5; ++i) *merge(*db, p, {"tea", labels[i]}) = special[i];
-    AbstractZDBSymbol* s = add(*db, "s", TypeParameter, 0, {});
-    *merge(*db, s, {}) = 2.5;
-    AbstractZDBSymbol* x = add(*db, "x", TypeVariable, 3, {food});
-    merge(*db, x, {"tea"})[1] = -1.25;
-    AbstractZDBSymbol* e = add(*db, "e", TypeEquation, 2, {});
-    merge(*db, e, {})[0] = 12;
-    add(*db, "empty", TypeParameter, 0, {food, pair == nullptr ? all : food});
-    return db;
+    double special[ZDB_SV_COUNT];
+    c__zdbgetuserspecialvalues(to, special);
+    for (int i = 0; i < ZDB_SV_COUNT; ++i) put(to, p, {"tea", labels[i]}, special[i]);
+    put(to, add(to, "s", ZDB_PARAMETER, 0, {}), {}, 2.5);
+    put(to, add(to, "x", ZDB_VARIABLE, 3, {food}), {"tea"}, -1.25);
+    put(to, add(to, "e", ZDB_EQUATION, 2, {}), {}, 12);
+    add(to, "empty", ZDB_PARAMETER, 0, {food, nullptr}, "", "elsewhere");
   }
-
-  std::filesystem::path folder_;
 };
 
-std::string bits(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%016lx",
-                static_cast<unsigned long>(std::bit_cast<std::uint64_t>(value)));
-  return text;
-}
-
-std::string describeDomains(const AbstractZDBSymbol* symbol) {
-  std::string text;
-  for (int d = 0; d < symbol->dim && !symbol->isAlias(); ++d) {
-    text += symbol->domains[d] != nullptr ? " " + symbol->domains[d]->name
-                                          : " '" + symbol->domainNames[d] + "'";
+/// All but the special values of the host; records are read when they are used, when the file is
+/// closed with that wish, or when it is written over.
+TEST_F(ExchangeFiles, RoundTrip_KeepsEverything) {
+  c__zdbsetspecialvalues(db, std::array{91.0, 92.0, 93.0, 94.0, 95.0}.data());
+  fill(db);
+  const std::string content = describe(filled);
+  for (int round = 0; round < 4; ++round) {
+    ASSERT_EQ(write(round == 1 ? db : filled, a, round / 2), "");
+    Database read;
+    c__zdbselectrecordstorage(read, nullptr, round % 3);
+    ASSERT_EQ(open(read, a), "");
+    EXPECT_EQ(read.info(symbolOf(read, "x"), ZDB_SYMBOL_STORAGE), round % 3);
+    EXPECT_EQ(open(read, b), "Database has been initialized, cannot initialize from " + b);
+    EXPECT_EQ(records(read, "x"), " tea=-1.25/0/0/inf/1");
+    ASSERT_EQ(write(read, b), "") << "which loads nothing";
+    const std::string over = round == 2 ? a : folder.path("A.ZXF");
+    EXPECT_EQ(round < 2 ? close(read, round) : write(read, over), "");
+    EXPECT_EQ(close(read, 1), "Database not initialized from ZXF");
+    EXPECT_EQ(records(read, "x"), " tea=-1.25/0/0/inf/1");
+    EXPECT_EQ(records(read, "s"),
+              round == 0 ? "Symbol s not initialized from ZXF or ZMI: 3" : " =2.5");
+    Database again;
+    ASSERT_EQ(open(again, round < 2 ? b : over), "");
+    EXPECT_EQ(describe(again), content);
+    // The set behind the alias is known as a domain.
+    int found = -1;
+    again.merge(symbolOf(again, "p"), {"milk", "na"});
+    EXPECT_EQ(said(again, c__zdbchecksymboldv(again, symbolOf(again, "p"), &found)), "");
+    EXPECT_EQ(found, 1);
   }
-  return text;
 }
 
-// All that a file has to keep, as text; loads every symbol.
-std::vector<std::string> contents(ZDB& db) {
-  std::vector<std::string> lines;
-  for (int i = 1; i < db.labels().size(); ++i) lines.emplace_back(db.labels()[i]);
-  db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
-    const int info = symbol->isAlias() ? 0 : symbol->userInfo;
-    lines.push_back(symbol->name + ":" + std::to_string(symbol->dim) + ":" +
-                    std::to_string(symbol->type) + ":" + std::to_string(info) + ":" +
-                    symbol->explText + ":" + symbol->aliasTarget->name + describeDomains(symbol) +
-                    (symbol->isDomain ? " domain" : ""));
-    if (symbol->isAlias()) return true;
-    EXPECT_TRUE(db.ensureLoaded(symbol)) << db.lastError();
-    symbol->forEachRecord([&](const int* keys, const double* values) {
-      std::string line = symbol->name + db.joinKeys(keys, symbol->dim);
-      char text[256] = "";
-      if (symbol->type == TypeSet) db.GetElemText(textNumber(values[0]), text);
-      for (int i = 0; i < valueWidth(symbol->type) && symbol->type != TypeSet; ++i) {
-        line += " " + bits(values[i]);
-      }
-      lines.push_back(line + text);
+TEST_F(ExchangeFiles, SubtypeOfAnEquation_IsCountedFrom53InFiles) {
+  char text[ZDB_TEXT_SIZE];
+  zdb::loaders::zxfRec* zxf = nullptr;
+  ASSERT_EQ(zdb::loaders::zxfCreate(&zxf, text, sizeof text), 1);
+  int number = 0;
+  zdb::loaders::zxfOpenRead(zxf, a.c_str(), &number);
+  EXPECT_EQ(zdb::loaders::zxfSymbolInfoX(zxf, 8, &number, &number, text), 1);
+  EXPECT_EQ(number, 55);
+  zdb::loaders::zxfFree(&zxf);
+}
+
+TEST_F(ExchangeFiles, FileThatCannotBeReadOrWritten_IsReportedWithTheReason) {
+  EXPECT_TRUE(open(db, b).starts_with("Error opening ZXF file: The file cannot be opened"));
+  EXPECT_EQ(open(db, a), "Database has been initialized, cannot initialize from " + a);
+  EXPECT_EQ(close(db, 1), "") << "the file is the source all the same";
+  Database other;
+  const std::string text = folder.write("text.zxf", "an exchange file by name only");
+  EXPECT_TRUE(open(other, text).starts_with("Error opening ZXF file: This is not a zxf file"));
+  const int key = 77;
+  const double one = 1;
+  c__zdbmergerecordint(db, db.add("p", 1), &key, 0, 0, nullptr, 1, &one);
+  EXPECT_TRUE(write(db, b).starts_with("1 ZXF Error(s). First Error: There is no label"));
+  const std::string message = write(db, b + "/b");
+  EXPECT_TRUE(message.starts_with("The new file cannot be created in the folder")) << message;
+  EXPECT_TRUE(message.ends_with(": " + b + "/b")) << message;
+}
+
+/// Every case is written twice: the second time the names of domains have become symbols, even of a
+/// set that comes after, which the file does not know yet.
+TEST_F(ExchangeFiles, Domains_AreCheckedWhereTheyAreSymbolsThatTheFileKnows) {
+  const std::string outside = " ZXF Error(s). First Error: A record lies outside its domain";
+  const struct {
+    const char* domain;
+    std::string labels;  ///< of records of p; i and later have a only
+    int strays;          ///< records of q, whose domain is i
+    int noDomainCheck;
+    std::string message;  ///< its beginning; empty: written
+    const char* domains;
+  } cases[] = {
+      {"i", "a", 0, 0, "", " i *"},
+      {"i", "ab", 0, 0, "1" + outside, " i *"},
+      {"i", "bc", 1, 0, "3" + outside, " i *"},
+      {"I", "b", 1, 1, "", " i *"},
+      {"ii", "b", 0, 0, "1" + outside, " ii *"},
+      {"pairs", "b", 0, 0, "", " pairs? *"},
+      {"number", "b", 0, 0, "", " number? *"},
+      {"unknown", "b", 0, 0, "", " unknown? *"},
+      {"*", "b", 0, 0, "", " * *"},
+      {"later", "b", 0, 0, "", " later *"},
+      {"later", "b", 1, 0, "1" + outside, " later *"},
+  };
+  for (const auto& c : cases) {
+    Database own;
+    zdbSymbol_t all = own.universe();
+    zdbSymbol_t i = add(own, "i", ZDB_SET, 0, {all});
+    own.merge(i, {"a"});
+    add(own, "ii", ZDB_ALIAS, 0, {all});
+    add(own, "pairs", ZDB_SET, 0, {i, all});
+    own.add("number", 1);
+    zdbSymbol_t p = add(own, "p", ZDB_PARAMETER, 0, {nullptr, all}, "", c.domain);
+    zdbSymbol_t q = add(own, "q", ZDB_PARAMETER, 0, {nullptr}, "", "i");
+    own.merge(add(own, "later", ZDB_SET, 0, {all}), {"a"});
+    for (const char label : c.labels) own.merge(p, {std::string(1, label).c_str(), "b"});
+    if (c.strays != 0) own.merge(q, {"b"});
+    ASSERT_EQ(write(own, a), "");
+    for (const bool isLoaded : {false, true}) {
+      Database read;
+      ASSERT_EQ(open(read, a), "");
+      const std::string before = isLoaded ? describe(read) : "";
+      const std::string message = write(read, b, c.noDomainCheck);
+      EXPECT_EQ(message.empty(), c.message.empty());
+      EXPECT_EQ(message.substr(0, c.message.size()), c.message) << c.domain;
+      Database again;
+      ASSERT_EQ(open(again, b), "") << "written even if it fails";
+      for (const Database* of : {&read, &again})
+        EXPECT_EQ(domains(*of, symbolOf(*of, "p")), c.domains);
+      EXPECT_TRUE(!message.empty() || !isLoaded || describe(again) == before) << c.domain;
+    }
+  }
+}
+
+TEST_F(ExchangeFiles, LabelsThatTheDatabaseHas_RenumberTheRecords) {
+  zdbSymbol_t p = db.add("p", 2);
+  for (const Labels& key : {Labels{"a", "b"}, {"b", "a"}, {"c", "d"}, {"d", "c"}}) {
+    put(db, p, key, *key[0]);
+  }
+  ASSERT_EQ(write(db, a), "");
+  const std::string expected = " d.c=100 B.a=98 a.B=97 c.d=99";
+  for (const bool isLoaded : {true, false}) {
+    Database read;
+    for (const char* label : {"d", "mine", "B"}) read.label(label);
+    ASSERT_EQ(open(read, a), "");
+    EXPECT_EQ(isLoaded ? records(read, "p") : expected, expected);
+    ASSERT_EQ(write(read, b), "");
+    EXPECT_EQ(records(read, "p"), expected);
+    Database copy;
+    ASSERT_EQ(open(copy, b), "");
+    EXPECT_EQ(records(copy, "p"), expected);
+  }
+}
+
+TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
+  zdbSymbol_t p = db.add("p", 1);
+  for (int n = 0; n < 1000; ++n) put(db, p, {("l" + std::to_string(n)).c_str()}, n / 7.0);
+  ASSERT_EQ(write(db, a), "");
+  const std::string reason = "Error reading symbol p from ZXF file " + b + ": Records in the file";
+  int found = 0;
+  for (std::size_t part = 1; part < 40; ++part) {
+    std::string damaged = testsupport::readFile(a);
+    damaged[damaged.size() / 40 * part] ^= 0x20;
+    Database read;
+    if (!open(read, folder.write("b.zxf", damaged)).empty()) continue;  // it was no record
+    EXPECT_TRUE(records(read, "p").starts_with(reason));
+    ++found;
+  }
+  EXPECT_GT(found, 0);
+}
+
+TEST_F(ExchangeFiles, CompanionThatIsMissing_IsReported) {
+  for (Database* of : {&filled, &db}) zdbfree(&of->handle);
+  ASSERT_EQ(zdb::loaders::zxfLibraryUnload(), 1);
+  ASSERT_EQ(zdbcreated(&db.handle, "/nowhere", nullptr, 0), 1);
+  const char* reason = "ZXF create did not succeed: Could not load shared library /nowhere/";
+  EXPECT_TRUE(db.error().starts_with(reason)) << db.error();
+  EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
+  EXPECT_TRUE(open(db, a).starts_with(reason)) << db.error();
+  EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
+  EXPECT_TRUE(write(db, a).starts_with(reason)) << db.error();
+}
+
+TEST_F(ExchangeFiles, Trace_ShowsTheSteps) {
+  const std::vector<const char*> steps = {"\n  ---- Entering InitFromZXF ----",
+                                          "strings done",
+                                          "---- Leaving InitFromZXF ----",
+                                          "Get uel",
+                                          "special values from ZDB",
+                                          "\n    reading string: 10 lb.",
+                                          "created: pair"};
+  for (const auto& [level, shown] : {std::pair(0, 0), std::pair(1, 3), std::pair(2, 7)}) {
+    Database read;
+    const std::string trace = outputOf([&, level = level] {
+      c__zdbsetdebug(nullptr, level);
+      open(read, a);
+      c__zdbsetdebug(nullptr, 0);
     });
-    return true;
-  });
-  return lines;
-}
-
-TEST_F(ExchangeFilesTest, RoundTrip_KeepsEverything) {
-  const auto db = sample();
-  for (const int noDomainCheck : {0, 1}) {
-    ASSERT_TRUE(db->WriteZXF(file("a.zxf"), noDomainCheck)) << db->lastError();
-    const auto read = opened(file("a.zxf"));
-    EXPECT_EQ(contents(*read), contents(*db));
-    EXPECT_EQ(read->symbols()["s"]->number, db->symbols()["s"]->number);
-  }
-}
-
-TEST_F(ExchangeFilesTest, Opening_ReadsNoRecordsUntilASymbolIsUsed) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto db = opened(file("a.zxf"));
-  EXPECT_EQ(db->GetInitFrom(), FROM_ZXF);
-  AbstractZDBSymbol* p = db->symbols()["p"];
-  EXPECT_FALSE(p->isLoaded);
-  EXPECT_TRUE(p->empty());
-  EXPECT_TRUE(db->LoadSymbol(p));
-  EXPECT_EQ(p->size(), 5);
-  EXPECT_FALSE(db->symbols()["x"]->isLoaded);
-  EXPECT_FALSE(db->LoadSymbol(p));
-  EXPECT_STREQ(db->lastError(), "Symbol p already loaded");
-  EXPECT_EQ(p->size(), 5);
-  EXPECT_FALSE(db->LoadSymbol(db->symbols()["f"]));
-  EXPECT_STREQ(db->lastError(), "Cannot load alias f");
-}
-
-TEST_F(ExchangeFilesTest, Closing_LoadsWhatRemainsOnlyWhenAsked) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto kept = opened(file("a.zxf"));
-  EXPECT_TRUE(kept->CloseZXF(true));
-  EXPECT_EQ(kept->GetInitFrom(), FROM_MEMORY);
-  EXPECT_EQ(kept->symbols()["p"]->size(), 5);
-  EXPECT_FALSE(kept->CloseZXF(true));
-  EXPECT_STREQ(kept->lastError(), "Database not initialized from ZXF");
-
-  const auto dropped = opened(file("a.zxf"));
-  EXPECT_TRUE(dropped->CloseZXF(false));
-  EXPECT_TRUE(dropped->symbols()["p"]->empty());
-  EXPECT_FALSE(dropped->ensureLoaded(dropped->symbols()["p"]));
-  EXPECT_STREQ(dropped->lastError(), "Symbol p not initialized from ZXF or ZMI: 3");
-}
-
-TEST_F(ExchangeFilesTest, SecondInitialisation_IsRefusedAndChangesNothing) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto db = opened(file("a.zxf"));
-  EXPECT_FALSE(db->InitFromZXF("b.zxf"));
-  EXPECT_STREQ(db->lastError(), "Database has been initialized, cannot initialize from b.zxf");
-  EXPECT_EQ(contents(*db), contents(*sample()));
-  const auto filled = sample();
-  EXPECT_FALSE(filled->InitFromZXF(file("a.zxf")));
-  EXPECT_EQ(filled->GetInitFrom(), FROM_MEMORY);
-}
-
-TEST_F(ExchangeFilesTest, FileThatCannotBeOpened_LeavesTheSourceSet) {
-  std::ofstream(file("foreign.zxf")) << "this is no exchange file, whatever its name says";
-  for (const char* name : {"missing.zxf", "foreign.zxf"}) {
-    const auto db = database();
-    EXPECT_FALSE(db->InitFromZXF(file(name)));
-    EXPECT_EQ(std::string(db->lastError()).rfind("Error opening ZXF file: ", 0), 0u)
-        << db->lastError();
-    EXPECT_GT(std::string(db->lastError()).size(), 30u);
-    EXPECT_EQ(db->GetInitFrom(), FROM_ZXF);
-    EXPECT_TRUE(db->CloseZXF(true));
-    EXPECT_EQ(db->GetInitFrom(), FROM_MEMORY);
-  }
-}
-
-TEST_F(ExchangeFilesTest, WritingOverTheOpenSource_LoadsItFirst) {
-  ASSERT_TRUE(sample()->WriteZXF(file("same.zxf"), 0));
-  const auto db = opened(file("same.zxf"));
-  *merge(*db, db->symbols()["empty"], {"tea", "tea"}) = 4;
-  const std::vector<std::string> expected = contents(*opened(file("same.zxf")));
-  EXPECT_TRUE(db->WriteZXF(file("same.zxf"), 0)) << db->lastError();
-  EXPECT_EQ(db->GetInitFrom(), FROM_MEMORY);
-  const auto again = opened(file("same.zxf"));
-  EXPECT_EQ(contents(*again), contents(*db));
-  EXPECT_EQ(contents(*again).size(), expected.size() + 1);
-}
-
-TEST_F(ExchangeFilesTest, UnloadedSymbols_AreCopiedWithoutBeingLoaded) {
-  const auto db = sample();
-  ASSERT_TRUE(db->WriteZXF(file("a.zxf"), 0));
-  const auto source = opened(file("a.zxf"));
-  ASSERT_TRUE(source->WriteZXF(file("b.zxf"), 0)) << source->lastError();
-  EXPECT_FALSE(source->symbols()["p"]->isLoaded);
-  EXPECT_EQ(source->GetInitFrom(), FROM_ZXF);
-  EXPECT_EQ(contents(*opened(file("b.zxf"))), contents(*db));
-}
-
-// Labels of the database come first, so the file's numbers are not the database's.
-TEST_F(ExchangeFilesTest, LabelsMergedBeforehand_RenumberTheRecords) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  const auto db = database();
-  int number;
-  for (const char* label : {"pinf", "another", "TEA"}) db->labels().merge(label, number);
-  ASSERT_TRUE(db->InitFromZXF(file("a.zxf")));
-  AbstractZDBSymbol* p = db->symbols()["p"];
-  ASSERT_TRUE(db->WriteZXF(file("b.zxf"), 0)) << db->lastError();
-  ASSERT_TRUE(db->ensureLoaded(p));
-  const auto valueOf = [](ZDB& of, const char* label) {
-    std::array<const char*, 2> key = {"tea", label};
-    const std::unique_ptr<AbstractZDBSymbolIterator> record(
-        of.FindRecord(of.symbols()["p"], key.data()));
-    EXPECT_NE(record, nullptr) << of.lastError();
-    return record ? *record->getValues() : 0;
-  };
-  const auto copy = opened(file("b.zxf"));
-  for (ZDB* checked : {db.get(), copy.get()}) {
-    EXPECT_TRUE(sameBits(valueOf(*checked, "minf"), kLibrarySpecialValues[3]));
-    EXPECT_TRUE(sameBits(valueOf(*checked, "pinf"), kLibrarySpecialValues[2]));
-  }
-}
-
-TEST_F(ExchangeFilesTest, RecordOutsideAStrictDomain_IsReported) {
-  const auto db = database();
-  AbstractZDBSymbol* i = add(*db, "i", TypeSet, 0, {db->universe()});
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {i});
-  merge(*db, i, {"a"});
-  merge(*db, p, {"a"});
-  merge(*db, p, {"b"});
-  EXPECT_FALSE(db->WriteZXF(file("a.zxf"), 0));
-  EXPECT_EQ(std::string(db->lastError()).rfind("1 ZXF Error(s). First Error: ", 0), 0u)
-      << db->lastError();
-  EXPECT_TRUE(db->WriteZXF(file("b.zxf"), 1)) << db->lastError();
-  EXPECT_EQ(contents(*opened(file("b.zxf"))), contents(*db));
-}
-
-TEST_F(ExchangeFilesTest, StrictDomainThatTheFileRejects_DoesNotFailTheWrite) {
-  const auto db = database();
-  // The domain stands behind the symbol, so the file does not know it yet.
-  AbstractZDBSymbol* later = db->universe();
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {later});
-  AbstractZDBSymbol* i = add(*db, "i", TypeSet, 0, {later});
-  p->domains[0] = i;
-  i->isDomain = true;
-  merge(*db, p, {"a"});
-  EXPECT_TRUE(db->WriteZXF(file("a.zxf"), 0)) << db->lastError();
-  EXPECT_EQ(contents(*opened(file("a.zxf"))), contents(*db));
-}
-
-TEST_F(ExchangeFilesTest, LabelNumberWithoutALabel_IsReported) {
-  const auto db = database();
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {db->universe()});
-  const int key[] = {77};
-  const double row[] = {1};
-  db->AddRecordRaw(p, key, false, true, row, nullptr, nullptr);
-  EXPECT_FALSE(db->WriteZXF(file("a.zxf"), 0));
-  EXPECT_EQ(std::string(db->lastError()).rfind("1 ZXF Error(s). First Error: ", 0), 0u)
-      << db->lastError();
-}
-
-TEST_F(ExchangeFilesTest, FileThatCannotBeWritten_SaysWhichAndWhy) {
-  const auto db = sample();
-  EXPECT_FALSE(db->WriteZXF(file("no/such/folder.zxf"), 0));
-  const std::string message = db->lastError();
-  EXPECT_NE(message.find(": "), std::string::npos);
-  EXPECT_NE(message.find("no/such/folder.zxf"), std::string::npos) << message;
-}
-
-TEST_F(ExchangeFilesTest, EmptyDatabase_MakesAFile) {
-  const auto db = database();
-  ASSERT_TRUE(db->WriteZXF(file("a.zxf"), 0)) << db->lastError();
-  const auto read = opened(file("a.zxf"));
-  EXPECT_EQ(read->labels().size(), 1);
-  EXPECT_TRUE(read->symbols().empty());
-}
-
-TEST_F(ExchangeFilesTest, DamagedRecords_FailTheLoadWithAReason) {
-  const auto db = database();
-  AbstractZDBSymbol* p = add(*db, "p", TypeParameter, 0, {db->universe()});
-  for (int n = 0; n < 1000; ++n) *merge(*db, p, {("l" + std::to_string(n)).c_str()}) = n / 7.0;
-  ASSERT_TRUE(db->WriteZXF(file("a.zxf"), 0));
-  // The records are the bulk of the file; some byte in its middle belongs to them or to the labels.
-  bool sawDamagedRecords = false;
-  const auto size = std::filesystem::file_size(file("a.zxf"));
-  for (std::uintmax_t at = 64; at < size; at += size / 40) {
-    std::filesystem::copy_file(file("a.zxf"), file("b.zxf"),
-                               std::filesystem::copy_options::overwrite_existing);
-    std::fstream stream(file("b.zxf"), std::ios::in | std::ios::out | std::ios::binary);
-    stream.seekg(static_cast<std::streamoff>(at));
-    const int byte = stream.get();
-    stream.seekp(static_cast<std::streamoff>(at));
-    stream.put(static_cast<char>(byte ^ 0x20));
-    stream.close();
-    const auto read = database();
-    if (!read->InitFromZXF(file("b.zxf"))) continue;
-    EXPECT_FALSE(read->ensureLoaded(read->symbols()["p"]));
-    sawDamagedRecords =
-        std::string(read->lastError()).rfind("Error reading symbol p from ZXF file ", 0) == 0;
-  }
-  EXPECT_TRUE(sawDamagedRecords);
-}
-
-TEST_F(ExchangeFilesTest, CompanionThatIsMissing_IsReportedAndNothingCrashes) {
-  // The loader keeps what it has loaded, so this has to be a process of its own.
-  const auto tryAll = [this] {
-    ZDB db("/nowhere");
-    const bool created = std::string(db.lastError()).rfind("ZXF create did not succeed: ", 0) == 0;
-    const bool read = db.InitFromZXF(file("a.zxf"));
-    const bool written = db.WriteZXF(file("a.zxf"), 0);
-    std::exit(created && !read && !written && db.GetInitFrom() == FROM_NOSOURCE ? 0 : 1);
-  };
-  if (loaders::zxfLibraryLoaded() != 0) GTEST_SKIP() << "runs when the test stands alone";
-  EXPECT_EXIT(tryAll(), testing::ExitedWithCode(0), "");
-}
-
-TEST_F(ExchangeFilesTest, Trace_ShowsTheSteps) {
-  ASSERT_TRUE(sample()->WriteZXF(file("a.zxf"), 0));
-  struct Case {
-    int level;
-    std::vector<const char*> shown;
-    std::vector<const char*> hidden;
-  };
-  const Case cases[] = {
-      {0, {}, {"----"}},
-      {1,
-       {"---- Entering InitFromZXF ----", "loading strings done", "---- Leaving InitFromZXF ----"},
-       {"Get uel"}},
-      {2,
-       {"using special values from ZDB", "reading string: 10 lb.", "Uel loaded: tea",
-        "symbol created: pair"},
-       {}},
-  };
-  for (const Case& c : cases) {
-    ZDB::debugLevel = c.level;
-    testing::internal::CaptureStdout();
-    opened(file("a.zxf"));
-    const std::string output = testing::internal::GetCapturedStdout();
-    ZDB::debugLevel = 0;
-    for (const char* text : c.shown) EXPECT_NE(output.find(text), std::string::npos) << text;
-    for (const char* text : c.hidden) EXPECT_EQ(output.find(text), std::string::npos) << text;
+    const auto isShown = [&](const char* step) { return trace.find(step) != std::string::npos; };
+    EXPECT_EQ(std::count_if(steps.begin(), steps.end(), isShown), shown) << trace;
   }
 }
 

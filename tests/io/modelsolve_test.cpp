@@ -1,233 +1,195 @@
+// Solving a prepared instance again and again, with clp (number 1), cbc (2) and glpk (3).
+#include "loaders/zrt.h"
 #include "loaders/zst.h"
-#include "scriptedmodel.h"
+#include "spy.h"
 
 namespace {
 
-using namespace zdb;
+using namespace zdb::loaders;
 
-constexpr const char* kPlain = "zrtCallSolver(,%,5,0,2e+300,2e+300,2e+300,,,2100000000,2100000000)";
+// Calls of which the order is laid down.
+const std::string kClear = "zrtTerminateClear() ";
+const std::string kStored = kClear + "zmiViewStore() zmiModelStatSet(13) zmiSolveStatSet(13) ";
+const std::string kRestored = "zmiViewRestore() ";
 
+std::string alg(const char* step, int solver) {
+  return std::string("zstAlg") + step + "(" + std::to_string(solver) + ") ";
+}
+std::string called(int solver) {
+  return alg("CallSolver", solver) + kRestored;
+}
+std::string hot(int solver) {
+  return kStored + alg("ModifyProblem", solver) + called(solver);
+}
 std::string plain(const std::string& solver) {
-  std::string call = kPlain;
-  return call.replace(call.find('%'), 1, solver);
+  return "zrtCallSolver(," + solver + ",5,0,2e+300,2e+300,2e+300,,,2100000000,2100000000,null) ";
 }
 
-const std::string kStored =
-    "zrtTerminateClear() zmiViewStore() zmiModelStatSet(13) "
-    "zmiSolveStatSet(13) ";
+const char* const kUnprepared = "No model instance is prepared: call zdbInitUpdate first";
 
-// Solving a prepared instance, with solvers that are called by number.
+/// z is 2 x(a) + p x(b) + y / 2 + 2, and 18.5 with p = 3 when it is as small as
+/// x(a) + x(b) + y >= 10 allows.
 struct ModelSolve : ModelTest {
-  ModelSolve() {
-    model.labels = {"a"};
-    model.add("x", 5, 1, {{1}});
-    model.add("p_var", 5, 0, {{}});
-    model.add("e", 6, 0, {{}});
-    model.add("f", 6, 0, {{}});
-    model.columns = {{5, 0.5, 0, 9}, {1, 0, 0, 0}};
-    model.rows = {{1, 1, 10}, {2, 2, 20}};
-    prepare(db);
+  ModelSolve()
+      : ModelTest(
+            "x(a) 0 6 5; x(b) 0 9 2; p_var -inf inf 3; int y 0 3 1; z -inf inf; min z;"
+            "cost: z - 2 x(a) - p_var*x(b) - 0.5 y - 2 = 0; need: x(a) + x(b) + y - 1 >= 9") {
+    EXPECT_EQ(link(), "");
+    put(db, db.add("p", 0), {}, 3);
   }
-  void prepare(ZDB& to) {
-    EXPECT_TRUE(to.InitFromDict(model.instance()) && to.InitUpdate(model.instance()))
-        << to.lastError();
-    model.taken();
+  std::string created(int solver) const {
+    char folder[ZKIT_TEXT_SIZE];
+    zrtGetStrOpt(static_cast<zrtRec*>(zmiEnvironment(record)), "NameSysDir", folder);
+    return kStored + "zstAlgCreate(" + std::to_string(solver) + "," + folder + ",256) ";
   }
-  /// The calls of a solve but for those that every one makes.
-  std::string solverCalls() { return model.taken("zrt zst zmiView zmiModelStat zmiSolveStat"); }
+  std::string made(int solver) const {
+    return created(solver) + alg("ReadyAPI", solver) + called(solver);
+  }
 };
 
 TEST_F(ModelSolve, SequenceOfSolves_MakesKeepsAndFreesSolvers) {
-  struct Step {
+  const std::string log = "*** Hotstart failed! Falling back to warm start...";
+  const struct {
     const char* solver;
-    int modifying;
-    int modifyResult;
     std::string calls;
-  };
-  const std::string log = "zrtLog(*** Hotstart failed! Falling back to warm start...) ";
-  const Step steps[] = {
-      // Made and readied, then hot.
-      {"1", 1, 0,
-       kStored + "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgCallSolver(1) "
-                 "zmiViewRestore()"},
-      {"1", 1, 0, kStored + "zstAlgModifyProblem(1) zstAlgCallSolver(1) zmiViewRestore()"},
-      // Another one frees it.
-      {"2", 1, 0,
-       "zstAlgFree(1) " + kStored +
-           "zstAlgCreate(2,/sys/) zstAlgReadyAPI(2) "
-           "zstAlgCallSolver(2) zmiViewRestore()"},
+    const char* message = "";
+    const char* failing = "";
+    Spy::Answer answer = {};
+  } steps[] = {
+      {"none", "", "Invalid solver name: none"},
+      {"clp", made(1)},
+      {"CLP", hot(1)},
+      {"glpk", alg("Free", 1) + made(3)},
+      {"glpk", hot(3)},
+      {"none", "", "Invalid solver name: none"},
       // One that cannot take changes is called plainly, and leaves nothing to be freed.
-      {"3", 0, 0, "zstAlgFree(2) zrtTerminateClear() " + plain("3")},
-      {"3", 0, 0, "zrtTerminateClear() " + plain("3")},
-      {"1", 1, 0,
-       kStored + "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgCallSolver(1) "
-                 "zmiViewRestore()"},
+      {"cbc", alg("Free", 3) + kClear + plain("cbc")},
+      {"cbc", kClear + plain("cbc"), "bad luck", "zrtCallSolver", {1, "bad luck"}},
+      {"cbc", kClear + plain("cbc")},
+      // One that cannot be made is made anew, one that failed to run is asked to go on.
+      {"clp", created(1) + kRestored, "no license", "zstAlgCreate", {0, "no license"}},
+      {"clp",
+       created(1) + alg("ReadyAPI", 1) + alg("Free", 1) + kRestored,
+       "readyapi failed",
+       "zstAlgReadyAPI",
+       {1}},
+      {"clp", made(1), "callsolver failed", "zstAlgCallSolver", {1}},
+      {"clp", hot(1)},
       // A refused change falls back, for this solver's next call too.
-      {"1", 1, 1,
-       kStored + "zstAlgModifyProblem(1) " + log + "zstAlgFree(1) zmiViewRestore() " + plain("1")},
-      {"1", 1, 0, "zrtTerminateClear() " + plain("1")},
-      {"2", 1, 0,
-       kStored + "zstAlgCreate(2,/sys/) zstAlgReadyAPI(2) zstAlgCallSolver(2) "
-                 "zmiViewRestore()"},
+      {"clp",
+       kStored + alg("ModifyProblem", 1) + "zrtLog(" + log + ") " + alg("Free", 1) + kRestored +
+           plain("clp"),
+       "",
+       "zstAlgModifyProblem",
+       {1}},
+      {"clp", kClear + plain("clp")},
+      {"glpk", made(3)},
   };
-  for (const Step& step : steps) {
-    model.modifying = step.modifying;
-    model.results["zstAlgModifyProblem"] = step.modifyResult;
-    EXPECT_TRUE(db.CallSolver(step.solver, nullptr)) << db.lastError();
-    EXPECT_EQ(solverCalls(), step.calls);
-  }
-}
-
-TEST_F(ModelSolve, Failures_AreReportedAndUndoWhatWasPrepared) {
-  struct Case {
-    const char* failing;
-    int result;
-    int modifying;
-    const char* message;
-    std::string calls;
-    std::string retry;
-  };
-  const std::string made = kStored +
-                           "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgCallSolver(1) "
-                           "zmiViewRestore()";
-  const Case cases[] = {
-      {"zstAlgCreate", 0, 1, "no license", kStored + "zstAlgCreate(1,/sys/) zmiViewRestore()",
-       made},
-      {"zstAlgReadyAPI", 1, 1, "readyapi failed",
-       kStored + "zstAlgCreate(1,/sys/) zstAlgReadyAPI(1) zstAlgFree(1) zmiViewRestore()", made},
-      {"zstAlgCallSolver", 1, 1, "callsolver failed", made,
-       kStored + "zstAlgModifyProblem(1) zstAlgCallSolver(1) zmiViewRestore()"},
-      {"zrtCallSolver", 1, 0, "no such luck", "zrtTerminateClear() " + plain("1"),
-       "zrtTerminateClear() " + plain("1")},
-  };
-  for (const Case& c : cases) {
-    ZDB fresh(MODEL_DIR);
-    prepare(fresh);
-    AbstractZDBSymbol* x = fresh.symbols()["x"];
-    ASSERT_TRUE(fresh.LoadSymbol(x));
-    model.modifying = c.modifying;
-    model.results = {{c.failing, c.result}};
+  const std::string inLinearForm =
+      "zmiAltRHSSet(1) zmiForceLinearSet(1) zmiAltRHSSet(0) zmiForceLinearSet(0) ";
+  std::string before = " a=5/0/0/6/1 b=2/0/0/9/1";
+  double price = 3;
+  for (const auto& step : steps) {
+    EXPECT_EQ(records(db, "x"), before);
+    put(db, symbolOf(db, "p"), {}, price);
+    EXPECT_EQ(update("p", ZDB_UPDATE_FIX, "p", ZDB_MISSING_KEEP), "0");
+    zmiSetVarLOne(record, model["x(b)"], 9);
+    spy.answers = {{step.failing, step.answer}};
+    spy.calls.clear();
     double time = 7;
-    EXPECT_FALSE(fresh.CallSolver("1", &time)) << c.failing;
-    EXPECT_STREQ(fresh.lastError(), c.message);
-    const std::vector<std::string> calls = model.calls;
-    EXPECT_EQ(solverCalls(), c.calls) << c.failing;
-    model.calls = calls;
-    EXPECT_EQ(model.taken("zmiAltRHSSet zmiForce"), "zmiAltRHSSet(0) zmiForceLinearSet(0)");
-    EXPECT_EQ(time, 7);
-    EXPECT_TRUE(x->isLoaded);
-    EXPECT_EQ(x->size(), 1);
-    model.results.clear();
-    EXPECT_TRUE(fresh.CallSolver("1", nullptr));
-    EXPECT_EQ(solverCalls(), c.retry) << c.failing;
+    EXPECT_EQ(said(db, c__zdbcallsolvertimed(db, step.solver, &time)), step.message);
+    const std::vector<std::string> calls = spy.calls;
+    EXPECT_EQ(spy.taken("zrt zstAlgC zstAlgR zstAlgM zstAlgF zmiView zmiModelS zmiSolveS"),
+              step.calls);
+    spy.calls = calls;
+    EXPECT_EQ(spy.taken("zmiAltRHSS zmiForce"), step.calls.empty() ? "" : inLinearForm);
+    const bool isSolved = *step.message == '\0';
+    EXPECT_EQ(time, isSolved ? 0 : 7);
+    if (!isSolved) continue;
+    before = price == 3 ? " a=6/-1/0/6/1 b=1/0/0/9/1" : " a=0/1/0/6/1 b=7/0/0/9/1";
+    price = 4 - price;
   }
 }
 
-TEST_F(ModelSolve, UnknownSolver_IsRefusedBeforeAnything) {
-  expectFailure(db.CallSolver("none", nullptr), "Invalid solver name: none");
-  EXPECT_EQ(model.taken(), "");
-  ZDB registered(MODEL_DIR);
-  registered.RegisterZMI(model.instance());
-  EXPECT_FALSE(registered.CallSolver("1", nullptr));
-  EXPECT_STREQ(registered.lastError(), "No model instance is prepared: call zdbInitUpdate first");
-}
-
-TEST_F(ModelSolve, LinearForm_IsThatOfModelTypesOneToThree) {
-  const std::string form =
-      "zmiEvalGradNLUpdate() zmiSetAltRHSOne(0,9.5) zmiSetAltRHSOne(1,18.5) "
-      "zmiAltRHSSet(1) zmiForceLinearSet(1) ";
-  const std::string end = "zmiAltRHSSet(0) zmiForceLinearSet(0)";
-  for (int type = 0; type <= 4; ++type) {
-    model.modelType = type;
-    EXPECT_TRUE(db.CallSolver("1", nullptr));
-    const bool isLinear = type >= 1 && type <= 3;
-    EXPECT_EQ(model.taken("zmiEval zmiSetAltRHS zmiAltRHS zmiForce"),
-              (isLinear ? form : "zmiEvalGradNLUpdate() ") + end)
-        << type;
+/// Of model types 1 to 3; for others the update is evaluated all the same. One that fails leaves 0.
+TEST_F(ModelSolve, LinearForm_LeavesTheConstantsToTheRightHandSides) {
+  const std::string flags = "zmiAltRHSSet(1) zmiForceLinearSet(1) ";
+  const std::string form = "zmiSetAltRHSOne(0,2) zmiSetAltRHSOne(1,10) " + flags;
+  const std::string forms[] = {"",   form, form,
+                               form, "",   "zmiSetAltRHSOne(0,0) zmiSetAltRHSOne(1,9) " + flags};
+  for (int type = 0; type <= 5; ++type) {
+    spy.answers = {{"zmiModelType", {static_cast<double>(type)}}};
+    if (type == 5) spy.answers = {{"zmiEvalGradNLUpdate", {0}}};
+    EXPECT_EQ(solve("clp"), "");
+    EXPECT_EQ(records(db, "z"), type < 5 ? " =18.5/0/-inf/inf/1" : " =13.5/0/-inf/inf/1");
+    EXPECT_EQ(spy.taken("zmiEval zmiSetAltRHS zmiAltRHS zmiForce"),
+              "zmiEvalGradNLUpdate() " + forms[type] + "zmiAltRHSSet(0) zmiForceLinearSet(0) ");
   }
 }
 
-TEST_F(ModelSolve, AlternativeBounds_AreSwitchedOnAfterUpdatesOfColumns) {
-  int noMatch;
-  AbstractZDBSymbol* p = add("p", TypeParameter, 0);
-  AbstractZDBSymbol* x = db.symbols()["x"];
-  AbstractZDBSymbol* e = db.symbols()["e"];
-  AbstractZDBSymbol* data = add("data", TypeParameter, 1);
-  struct Case {
-    AbstractZDBSymbol* symbol;
-    AbstractZDBSymbol* data;
-    const char* calls;
-  };
-  const Case cases[] = {{nullptr, nullptr, ""},
-                        {x, data, "zmiAltBoundsSet(1)"},
-                        {e, p, ""},
-                        {p, p, "zmiAltBoundsSet(1)"}};
-  for (const Case& c : cases) {
-    if (c.symbol != nullptr) {
-      EXPECT_TRUE(db.UpdateSymbolInModel(c.symbol, 4, c.data, 2, noMatch)) << db.lastError();
-    }
-    EXPECT_TRUE(db.CallSolver("1", nullptr));
-    EXPECT_EQ(model.taken("zmiAltBounds"), c.calls);
+TEST_F(ModelSolve, AlternativeBounds_CountWhenTheLastUpdateWasOfColumns) {
+  const struct {
+    std::vector<const char*> then;  ///< what is updated after the upper bound of x
+    double level;
+  } cases[] = {{{}, 1}, {{"need"}, 6}, {{"p"}, 1}, {{"p", "need"}, 6}, {{"need", "p"}, 1}};
+  put(db, db.add("data", 1), {"a"}, 1);
+  for (const auto& c : cases) {
+    zmiAltBoundsSet(record, 0);
+    EXPECT_EQ(update("x", ZDB_UPDATE_UPPER, "data", ZDB_MISSING_KEEP), "0");
+    for (const char* name : c.then) update(name, ZDB_UPDATE_LEVEL, "p", ZDB_MISSING_KEEP);
+    EXPECT_EQ(solve("clp"), "");
+    EXPECT_DOUBLE_EQ(zmiGetVarLOne(record, model["x(a)"]), c.level);
+    update("need", ZDB_UPDATE_LEVEL, "p", ZDB_MISSING_KEEP);
+    EXPECT_EQ(solve("clp"), "");
+    EXPECT_DOUBLE_EQ(zmiGetVarLOne(record, model["x(a)"]), c.level) << "on, they stay on";
   }
 }
 
-TEST_F(ModelSolve, Solution_IsReadAfreshForTheSymbolsAskedFor) {
-  AbstractZDBSymbol* mine = add("mine", TypeParameter, 1);
-  *merge(mine, {"a"}) = 3;
-  // Called like a symbol of the model, but of another kind.
-  AbstractZDBSymbol* alike = add("alike", TypeParameter, 0);
-  *merge(alike, {}) = 4;
-  model.add("alike", 5, 0, {{}});
-  EXPECT_EQ(records("x"), "a 5,0.5,0,9,1");
-  model.columns[0].level = 55;
-  EXPECT_EQ(records("x"), "a 5,0.5,0,9,1");
-  double time = 7;
-  ASSERT_TRUE(db.CallSolver("1", &time));
-  EXPECT_EQ(time, 0);
-  for (const char* name : {"x", "e", "f"}) {
-    EXPECT_FALSE(db.symbols()[name]->isLoaded) << name;
-    EXPECT_TRUE(db.symbols()[name]->empty()) << name;
-  }
-  EXPECT_EQ(records("x"), "a 55,0.5,0,9,1");
-  EXPECT_FALSE(db.symbols()["e"]->isLoaded);
-  EXPECT_EQ(records("mine"), "a 3");
-  EXPECT_EQ(records("alike"), "4");
+TEST_F(ModelSolve, Solution_IsReadForTheSymbolsThatAreLikeThoseOfTheModel) {
+  EXPECT_EQ(solve("clp"), "");
+  EXPECT_EQ(records(db, "need"), " =9/3/9/inf/1");
+  renew();
+  put(db, db.add("x", 1), {"a"}, 4);
+  put(db, db.add("need", 1, ZDB_EQUATION), {"a"}, 5);
+  db.add("z", 0, ZDB_VARIABLE);
+  EXPECT_EQ(prepare(), "");
+  EXPECT_EQ(records(db, "z"), "");
+  EXPECT_EQ(solve("clp"), "");
+  EXPECT_EQ(records(db, "x"), " a=4");
+  EXPECT_EQ(records(db, "need"), " a=5/0/0/0/1");
+  EXPECT_EQ(records(db, "z"), " =18.5/0/-inf/inf/1");
 }
 
 TEST_F(ModelSolve, EndOfTheLink_FreesTheSolverAndTheConfiguration) {
-  struct Case {
-    const char* solver;
-    int modifying;
-    const char* calls;
+  const auto expectFreed = [this](const std::string& solver) {
+    EXPECT_EQ(spy.taken("zstAlgF"), solver);
+    EXPECT_EQ(zstLibraryUnload(), 1) << "a configuration was left";
+    Spy::comeBetween();
   };
-  const Case cases[] = {{"1", 1, "zstAlgFree(1)"}, {"1", 0, ""}, {nullptr, 1, ""}};
-  for (const Case& c : cases) {
-    for (const bool byDatabase : {true, false}) {
-      auto other = std::make_unique<ZDB>(MODEL_DIR);
-      prepare(*other);
-      model.modifying = c.modifying;
-      ASSERT_TRUE(c.solver == nullptr || other->CallSolver(c.solver, nullptr));
-      model.taken();
-      ScriptedModel* second = &model;
-      if (byDatabase) {
-        other.reset();
-      } else {
-        // Another instance, under whose address the same script answers.
-        EXPECT_TRUE(other->RegisterZMI(reinterpret_cast<loaders::zmiRec*>(&second)));
-        EXPECT_FALSE(other->CallSolver("1", nullptr));
-      }
-      EXPECT_EQ(model.taken("zst"), c.calls);
-      EXPECT_EQ(loaders::zstLibraryUnload(), 0) << "the fixture's database has one";
-    }
+  for (const char* solver : {"clp", "cbc", "none"}) {
+    solve(solver);
+    renew();
+    expectFreed(*solver == 'c' && solver[1] == 'l' ? alg("Free", 1) : "");
+    EXPECT_EQ(solve("clp"), kUnprepared);
+    EXPECT_EQ(link(), "");
+    put(db, db.add("p", 0), {}, 3);
   }
-}
-
-TEST_F(ModelSolve, RegisteringTheSameInstanceAgain_KeepsThePreparation) {
-  EXPECT_TRUE(db.CallSolver("1", nullptr));
-  EXPECT_TRUE(db.RegisterZMI(model.instance()));
-  model.taken();
-  EXPECT_TRUE(db.CallSolver("1", nullptr)) << db.lastError();
-  EXPECT_EQ(model.taken("zstAlg"), "zstAlgModifyProblem(1) zstAlgCallSolver(1)");
+  // Registering the same instance again keeps the preparation, another one ends it.
+  EXPECT_EQ(solve("clp"), "");
+  EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
+  EXPECT_EQ(solve("clp"), "");
+  EXPECT_EQ(spy.taken("zstAlgM"), alg("ModifyProblem", 1));
+  const kittest::Model otherModel("x(a) 1 4 2; min x(a)");
+  const kittest::Instance other(otherModel);
+  zmiSetAltVarLowerOne(recordOf(other), 0, 3);  // which a solve after an update of columns uses
+  EXPECT_EQ(update("p", ZDB_UPDATE_FIX, "p", ZDB_MISSING_KEEP), "0");
+  EXPECT_EQ(said(db, c__zdbregisterzmi(db, other)), "");
+  expectFreed(alg("Free", 1));
+  EXPECT_EQ(solve("clp"), kUnprepared);
+  EXPECT_EQ(prepare(), "The model instance is not the one that the database is registered with");
+  EXPECT_EQ(said(db, c__zdbinitupdate(db, other)), "");
+  EXPECT_EQ(solve("clp"), "");
+  EXPECT_EQ(records(db, "x"), " a=1/1/1/4/1");
 }
 
 }  // namespace

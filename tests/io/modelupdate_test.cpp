@@ -1,300 +1,239 @@
-#include <limits>
+// Preparing an instance, and putting the values of parameters into it.
+#include <cmath>
+#include <random>
+#include <sstream>
 
-#include "loaders/zrt.h"
 #include "loaders/zst.h"
-#include "scriptedmodel.h"
+#include "spy.h"
 
 namespace {
 
-using namespace zdb;
+using namespace zdb::loaders;
 
-// Preparing an instance, and putting data into it.
 struct ModelUpdate : ModelTest {
-  AbstractZDBSymbol* data = nullptr;
-
-  ModelUpdate() {
-    model.labels = {"a", "b", "c"};
-    model.add("x", 5, 1, {{1}, {2}});
-    model.add("p_var", 5, 1, {{1}, {2}});
-    model.add("_var", 5, 0, {{}});
-    model.add("e_var", 6, 1, {{1}, {2}});
-    model.add("e", 6, 1, {{1}, {3}});
-    model.columns = {{5, 0.5, -8, 80, 1, 1, 0, -9, 90},
-                     {6, 0.6, -7, 70, 1, 2, 0, -9, 90},
-                     {1, 0.1, -1, 10, 1, 3, 0, -9, 90},
-                     {2, 0.2, -2, 20, 1, 4, 0, -9, 90},
-                     {3, 0.3, -3, 30, 1, 5, 0, -9, 90}};
-    model.rows = {{}, {}, {40, 4, 0, 0, 1, 6, 0, 0, 0}, {50, 5, 0, 0, 1, 7, 0, 0, 0}};
+  ModelUpdate()
+      : ModelTest(
+            "x(a) -8 80; x(b) -7 70; p_var(a) 0 9; p_var(b) 0 9; s_var 0 1 0.5;"
+            "e_var(a): x(a) free 0; e(a): x(a) free 0; e(b): x(b) free 0") {
+    setLevels(15, 16);
   }
-
-  void prepare() {
-    ASSERT_TRUE(db.InitFromDict(model.instance()) && db.InitUpdate(model.instance()))
-        << db.lastError();
-    model.taken();
-    data = add("data", TypeParameter, 1);
+  /// Gives the entries of a and b levels, a tenth of them as marginals, and alternative bounds that
+  /// are not the instance's own, and switches these on.
+  void setLevels(double a, double b) const {
+    for (const std::string name : {"x(a)", "x(b)", "p_var(a)", "p_var(b)", "e(a)", "e(b)"}) {
+      set(name, name.ends_with("(a)") ? a : b, (name.ends_with("(a)") ? a : b) / 10);
+      if (name[0] == 'e') continue;
+      zmiSetAltVarLowerOne(record, model[name], -9);
+      zmiSetAltVarUpperOne(record, model[name], 90);
+    }
+    zmiAltBoundsSet(record, 1);
   }
-  AbstractZDBSymbol* symbol(const char* name) {
-    return db.symbols().contains(name) ? db.symbols()[name] : add(name, TypeParameter, 1);
+  /// Level/marginal of a row or column, of columns then /lower/upper.
+  std::string state(const std::string& name) const {
+    double level = 0;
+    double marginal = 0;
+    int status = 0;
+    int basis = 0;
+    const int entry = model[name];
+    const auto get = name[0] == 'e' ? zmiGetSolutionEquRec : zmiGetSolutionVarRec;
+    get(record, entry, &level, &marginal, &status, &basis);
+    EXPECT_TRUE((status == 1 && basis == 3) || name == "s_var") << "these never change";
+    std::ostringstream text;
+    text << " " << level << "/" << marginal;
+    if (name[0] == 'e') return text.str();
+    text << "/" << zmiGetVarLowerOne(record, entry) << "/" << zmiGetVarUpperOne(record, entry);
+    return text.str();
   }
-  bool update(const char* name, int action, int updateType, int& noMatch) {
-    return db.UpdateSymbolInModel(symbol(name), action, data, updateType, noMatch);
+  std::string states(const std::string& name) const {
+    return state(name + "(a)") + state(name + "(b)");
   }
 };
 
-TEST_F(ModelUpdate, Preparing_ReadsTheConfigurationAndFixesParameters) {
-  ASSERT_TRUE(db.RegisterZMI(model.instance()));
-  model.taken();
-  ASSERT_TRUE(db.InitUpdate(model.instance())) << db.lastError();
-  EXPECT_EQ(db.GetInitFrom(), FROM_ZMI);
-  EXPECT_EQ(model.taken(),
-            "zrtGetStrOpt(NameSysDir) zstReadConfigGUC(/sys/zrncmpun.txt,/sys/) "
-            "zmiSetAltVarLowerOne(2,1) zmiSetAltVarUpperOne(2,1) "
-            "zmiSetAltVarLowerOne(3,2) zmiSetAltVarUpperOne(3,2)");
-  EXPECT_TRUE(db.InitUpdate(model.instance()));
-  EXPECT_EQ(model.taken(), "");
+TEST_F(ModelUpdate, Preparing_ReadsTheConfigurationAndFixesParametersAtTheirLevels) {
+  spy.answers = {{"zrtGetStrOpt", {1, "/sys"}}, {"zstReadConfigGUC", {0}}};
+  EXPECT_EQ(prepare(), "");
+  EXPECT_EQ(spy.taken("zrtGet zstRead"),
+            "zrtGetStrOpt(NameSysDir) zstReadConfigGUC(/sys/zrncmpun.txt,/sys/) ");
+  EXPECT_EQ(states("p_var") + state("s_var"), " 15/1.5/15/15 16/1.6/16/16 0.5/0/0.5/0.5");
+  EXPECT_EQ(states("x"), " 15/1.5/-9/90 16/1.6/-9/90");
+  spy.calls.clear();
+  EXPECT_EQ(prepare(), "");
+  EXPECT_TRUE(spy.calls.empty()) << "it is prepared once";
 }
 
-TEST_F(ModelUpdate, PreparingAnUnregisteredInstance_RegistersIt) {
-  ASSERT_TRUE(db.InitUpdate(model.instance())) << db.lastError();
-  EXPECT_EQ(model.taken("zmiPinf zmiMinf"), "zmiPinfSet(inf) zmiMinfSet(-inf)");
-  EXPECT_EQ(db.highestLabel(), 3);
-}
-
-TEST_F(ModelUpdate, FailedPreparation_CanBeRepeated) {
-  ASSERT_TRUE(db.InitFromDict(model.instance()));
-  struct Case {
-    const char* message;
-    void (*spoil)(ScriptedModel&);
-  };
-  const Case cases[] = {
-      {"Could not read configuration file",
-       [](ScriptedModel& m) { m.results["zstReadConfigGUC"] = 1; }},
-      {"No solver environment available", [](ScriptedModel& m) { m.hasEnvironment = false; }},
-  };
-  for (const Case& c : cases) {
-    c.spoil(model);
-    for (int attempt = 0; attempt < 2; ++attempt) {
-      expectFailure(db.InitUpdate(model.instance()), c.message);
-      EXPECT_EQ(db.GetInitFrom(), FROM_ZMI);
-      expectFailure(db.CallSolver("1", nullptr),
-                    "No model instance is prepared: call zdbInitUpdate first");
-    }
-    EXPECT_EQ(loaders::zstLibraryUnload(), 1) << "a configuration was left behind";
-    model.install();
-    model.results.clear();
-    model.hasEnvironment = true;
+TEST_F(ModelUpdate, FailedPreparation_LeavesTheSourceAndCanBeRepeated) {
+  const std::map<std::string, std::pair<const char*, Spy::Answer>> cases = {
+      {"Could not read configuration file", {"zstReadConfigGUC", {1}}},
+      {"No solver environment available", {"zmiEnvironment", {}}}};
+  for (const auto& [message, answer] : cases) {
+    renew();
+    spy.answers = {{answer.first, answer.second}};
+    EXPECT_EQ(link(), message);
+    EXPECT_EQ(prepare(), message);
+    EXPECT_EQ(solve("clp"), "No model instance is prepared: call zdbInitUpdate first");
+    EXPECT_EQ(zstLibraryUnload(), 1) << "a configuration was left";
+    Spy::comeBetween();
+    spy.answers.clear();
+    EXPECT_EQ(records(db, "e"), " a=15/1.5/-inf/inf/1 b=16/1.6/-inf/inf/1");
+    EXPECT_EQ(prepare(), "");
   }
+  renew();
+  EXPECT_EQ(c__zdbinitfromzxf(db, "/none"), 0);
+  EXPECT_EQ(prepare(), "Database initialized from ZXF cannot sync with model");
 }
 
-TEST_F(ModelUpdate, OtherSourcesAndInstances_AreRefused) {
-  ASSERT_TRUE(db.RegisterZMI(model.instance()));
-  int other = 0;
-  expectFailure(db.InitUpdate(reinterpret_cast<loaders::zmiRec*>(&other)),
-                "The model instance is not the one that the database is registered with");
-  ZDB withFile(COMPANION_DIR);
-  withFile.InitFromZXF("/nowhere.zxf");
-  EXPECT_FALSE(withFile.InitUpdate(model.instance()));
-  EXPECT_STREQ(withFile.lastError(), "Database initialized from ZXF cannot sync with model");
-}
-
-// ---- update
-
-/// What each action does with entries 0 (found, 7.5), whose level is 5, and 1 (not found): level 6,
-/// own bounds -7 and 70, marginal 0.6.
+/// What becomes of the entries of a, with the record 7.5, and of b, without one, from 5/0.5/-9/90
+/// and 6/0.6/-9/90, for each treatment of the missing.
 TEST_F(ModelUpdate, Actions_SetWhatTheyAreFor) {
-  struct Case {
+  const struct {
     const char* name;
     int action;
-    const char* found;
+    std::string found;
     const char* zero;
     const char* base;
+  } cases[] = {
+      {"x", ZDB_UPDATE_FIX, " 7.5/0.5/7.5/7.5", " 0/0.6/0/0", " 16/0.6/16/16"},
+      {"x", ZDB_UPDATE_UPPER, " 5/0.5/-9/7.5", " 0/0.6/-9/0", " 6/0.6/-9/70"},
+      {"x", ZDB_UPDATE_LOWER, " 7.5/0.5/7.5/90", " 6/0.6/0/90", " 6/0.6/-7/90"},
+      {"x", ZDB_UPDATE_BOUNDS, " 7.5/0.5/7.5/7.5", " 0/0.6/0/0", " 6/0.6/-7/70"},
+      {"x", ZDB_UPDATE_LEVEL, " 7.5/0.5/-9/90", " 0/0.6/-9/90", " 16/0.6/-9/90"},
+      {"x", ZDB_UPDATE_MARGINAL, " 5/7.5/-9/90", " 6/0/-9/90", " 6/1.6/-9/90"},
+      {"p", ZDB_UPDATE_FIX, " 7.5/0.5/7.5/7.5", " 0/0.6/0/0", " 16/0.6/16/16"},
+      {"p", ZDB_UPDATE_MARGINAL, " 5/7.5/-9/90", " 6/0/-9/90", " 6/1.6/-9/90"},
+      {"e", ZDB_UPDATE_LEVEL, " 7.5/0.5", " 0/0.6", " 16/0.6"},
+      {"e", ZDB_UPDATE_MARGINAL, " 5/7.5", " 6/0", " 6/1.6"},
   };
-  const Case cases[] = {
-      {"x", 0, "zmiSetVarLOne(0,7.5) zmiSetAltVarLowerOne(0,7.5) zmiSetAltVarUpperOne(0,7.5)",
-       "zmiSetVarLOne(1,0) zmiSetAltVarLowerOne(1,0) zmiSetAltVarUpperOne(1,0)",
-       "zmiSetVarLOne(1,6) zmiSetAltVarLowerOne(1,6) zmiSetAltVarUpperOne(1,6)"},
-      {"x", 1, "zmiSetAltVarUpperOne(0,7.5)", "zmiSetAltVarUpperOne(1,0) zmiSetVarLOne(1,0)",
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarUpperOne(1,70)"},
-      {"x", 2, "zmiSetAltVarLowerOne(0,7.5) zmiSetVarLOne(0,7.5)", "zmiSetAltVarLowerOne(1,0)",
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarLowerOne(1,-7)"},
-      {"x", 3, "zmiSetAltVarUpperOne(0,7.5) zmiSetAltVarLowerOne(0,7.5) zmiSetVarLOne(0,7.5)",
-       "zmiSetAltVarUpperOne(1,0) zmiSetVarLOne(1,0) zmiSetAltVarLowerOne(1,0)",
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarUpperOne(1,70) "
-       "zmiAltBoundsSet(0) zmiAltBoundsSet(1) zmiSetAltVarLowerOne(1,-7)"},
-      {"x", 4, "zmiSetVarLOne(0,7.5)", "zmiSetVarLOne(1,0)", "zmiSetVarLOne(1,6)"},
-      {"x", 5, "zmiSetSolutionVarRec(0,5,7.5,1,11)", "zmiSetSolutionVarRec(1,6,0,2,12)",
-       "zmiSetSolutionVarRec(1,6,0.6,2,12)"},
-      {"p", 0, "zmiSetVarLOne(2,7.5) zmiSetAltVarLowerOne(2,7.5) zmiSetAltVarUpperOne(2,7.5)",
-       "zmiSetVarLOne(3,0) zmiSetAltVarLowerOne(3,0) zmiSetAltVarUpperOne(3,0)",
-       "zmiSetVarLOne(3,2) zmiSetAltVarLowerOne(3,2) zmiSetAltVarUpperOne(3,2)"},
-      {"e", 4, "zmiSetEquLOne(2,7.5)", "zmiSetEquLOne(3,0)", "zmiSetEquLOne(3,50)"},
-      {"e", 5, "zmiSetSolutionEquRec(2,40,7.5,6,16)", "zmiSetSolutionEquRec(3,50,0,7,17)",
-       "zmiSetSolutionEquRec(3,50,5,7,17)"},
-  };
-  prepare();
-  *merge(data, {"a"}) = 7.5;
-  const std::vector<ScriptedModel::Entry> columns = model.columns;
-  for (const Case& c : cases) {
-    const std::string found = c.found;
-    for (const int type : {0, 1, 2, 3}) {
-      model.columns = columns;
-      int noMatch = -1;
-      EXPECT_TRUE(update(c.name, c.action, type, noMatch)) << db.lastError();
-      EXPECT_EQ(noMatch, 0);
-      const std::string missing = type == 2 ? "" : std::string(" ") + (type == 0 ? c.zero : c.base);
-      EXPECT_EQ(model.taken(), found + missing) << c.name << " " << c.action << " " << type;
+  EXPECT_EQ(link(), "");
+  put(db, db.add("p", 1), {"a"}, 7.5);
+  for (const auto& c : cases) {
+    const std::string entries = *c.name == 'p' ? "p_var" : c.name;
+    setLevels(5, 6);
+    const std::string missing[] = {c.zero, c.base, state(entries + "(b)"), c.base};
+    for (int type = ZDB_MISSING_ZERO; type <= ZDB_MISSING_KEEP + 1; ++type) {
+      setLevels(5, 6);
+      EXPECT_EQ(update(c.name, c.action, "p", type), "0");
+      EXPECT_EQ(states(entries), c.found + missing[type]) << c.name << c.action << type;
     }
   }
-}
-
-TEST_F(ModelUpdate, BaseValues_AreThoseOfThePreparation) {
-  prepare();
-  model.columns[0].level = 100;
-  model.columns[0].altUpper = 1;
-  model.altBounds = true;
-  int noMatch;
-  EXPECT_TRUE(update("x", 4, 1, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(0,5) zmiSetVarLOne(1,6)");
-  EXPECT_TRUE(update("x", 1, 1, noMatch));
-  EXPECT_EQ(model.taken("zmiSetAlt"), "zmiSetAltVarUpperOne(0,80) zmiSetAltVarUpperOne(1,70)");
-}
-
-TEST_F(ModelUpdate, RecordsWithoutAnEntry_AreCounted) {
-  prepare();
-  for (const char* label : {"b", "c", "elsewhere"}) *merge(data, {label}) = 1;
-  int noMatch = -1;
-  EXPECT_TRUE(update("x", 4, 2, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(1,1)");
-  EXPECT_EQ(noMatch, 2);
-  // A symbol that the model does not have meets nothing, which is no failure.
-  EXPECT_TRUE(update("q", 99, 2, noMatch));
-  EXPECT_EQ(noMatch, 3);
+  zdbSymbol_t s = db.add("s", 0);
+  for (const char* expected : {" 0.5/0/0.5/0.5", " 8/0/8/8"}) {
+    EXPECT_EQ(update("s", ZDB_UPDATE_FIX, "s", ZDB_MISSING_BASE), "0");
+    EXPECT_EQ(state("s_var"), expected);
+    put(db, s, {}, 8);
+  }
 }
 
 TEST_F(ModelUpdate, Values_AreCheckedWhereTheyAreUsed) {
-  constexpr double inf = std::numeric_limits<double>::infinity();
-  struct Case {
+  double special[ZDB_SV_COUNT];
+  c__zdbgetspecialvalues(db, special);
+  const double eps = special[ZDB_SV_EPSILON];
+  const double largest = std::nextafter(1.0E300, 0);
+  const struct {
     double value;
-    const char* calls;  // null: refused
-    const char* message;
+    double level;
+    const char* result;
+  } cases[] = {
+      {eps, 0, "0"},
+      {2 * eps, 2 * eps, "0"},
+      {INFINITY, INFINITY, "0"},
+      {-INFINITY, -INFINITY, "0"},
+      {largest, largest, "0"},
+      {special[ZDB_SV_UNDEFINED], 16, "Bad value 1e+300"},
+      {1.0E305, 16, "Bad value 1e+305"},
+      {special[ZDB_SV_NOT_AVAILABLE], 16, "Bad value nan"},
   };
-  const Case cases[] = {
-      {kLibrarySpecialValues[4], "zmiSetVarLOne(1,0)", ""},
-      {inf, "zmiSetVarLOne(1,inf)", ""},
-      {-inf, "zmiSetVarLOne(1,-inf)", ""},
-      {-1.0E305, "zmiSetVarLOne(1,-1e+305)", ""},
-      {9.9E299, "zmiSetVarLOne(1,9.9e+299)", ""},
-      {1.0E300, nullptr, "Bad value 1e+300"},
-      {1.0E305, nullptr, "Bad value 1e+305"},
-      {kLibrarySpecialValues[1], nullptr, "Bad value nan"},
-  };
-  prepare();
-  *merge(data, {"a"}) = 3;
-  for (const Case& c : cases) {
-    *merge(data, {"b"}) = c.value;
-    int noMatch = -1;
-    EXPECT_EQ(update("x", 4, 2, noMatch), c.calls != nullptr) << c.value;
-    EXPECT_EQ(noMatch, c.calls != nullptr ? 0 : -1);
-    // What came before the bad value stays.
-    const std::string rest = c.calls != nullptr ? std::string(" ") + c.calls : "";
-    EXPECT_EQ(model.taken(), "zmiSetVarLOne(0,3)" + rest);
-    EXPECT_TRUE(c.calls != nullptr || db.lastError() == std::string(c.message)) << db.lastError();
+  EXPECT_EQ(link(), "");
+  zdbSymbol_t p = db.add("p", 1);
+  put(db, p, {"a"}, 3);
+  for (const auto& c : cases) {
+    setLevels(15, 16);
+    put(db, p, {"b"}, c.value);
+    EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, "p", ZDB_MISSING_KEEP), c.result);
+    EXPECT_EQ(zmiGetVarLOne(record, model["x(b)"]), c.level) << c.value;
+    EXPECT_EQ(zmiGetVarLOne(record, model["x(a)"]), 3) << "what came before stays";
   }
 }
 
 TEST_F(ModelUpdate, WhatDoesNotFit_IsRefusedBeforeAnythingChanges) {
-  int noMatch = -1;
-  data = add("early", TypeParameter, 1);
-  expectFailure(update("x", 0, 2, noMatch),
-                "No model instance is registered: call zdbRegisterZMI first");
-  ZDB unprepared(MODEL_DIR);
-  ASSERT_TRUE(unprepared.InitFromDict(model.instance()));
-  AbstractZDBSymbol* scalar = unprepared.AddSymbol("s", 0, TypeParameter, 0, "", nullptr, nullptr);
-  AbstractZDBSymbol* universe = unprepared.universe();
-  AbstractZDBSymbol* vector =
-      unprepared.AddSymbol("v", 1, TypeParameter, 0, "", &universe, nullptr);
-  struct Case {
+  const struct {
     const char* name;
     int action;
-    AbstractZDBSymbol* data;
-    const char* message;
+    const char* data;
+    const char* result;
+  } cases[] = {
+      {"x", 6, "p", "Invalid actionType, saw 6"},
+      {"x", -1, "p", "Invalid actionType, saw -1"},
+      {"e", 3, "p", "actionType 3 needs a variable, but e is an equation of the model"},
+      {"x", 4, "q", "Data symbol q has 0 index positions, x has 1 in the model"},
+      {"x", 4, "p", "Entry 0 has no base value: call zdbInitUpdate first"},
+      {"e", 5, "p", "Entry 1 has no base value: call zdbInitUpdate first"},
+      {"q", 99, "p", "1"},  // the model does not have it
   };
-  const Case cases[] = {
-      {"x", 6, vector, "Invalid actionType, saw 6"},
-      {"x", -1, vector, "Invalid actionType, saw -1"},
-      {"e", 3, vector, "actionType 3 needs a variable, but e is an equation of the model"},
-      {"x", 4, scalar, "Data symbol s has 0 index positions, x has 1 in the model"},
-      {"x", 4, vector, "Entry 0 has no base value: call zdbInitUpdate first"},
-  };
-  model.taken();
-  for (const Case& c : cases) {
-    EXPECT_FALSE(
-        unprepared.UpdateSymbolInModel(unprepared.symbols()[c.name], c.action, c.data, 1, noMatch));
-    EXPECT_STREQ(unprepared.lastError(), c.message);
-    EXPECT_EQ(model.taken(), "");
+  EXPECT_EQ(takeDictionary(), "");
+  put(db, db.add("p", 1), {"elsewhere"}, 1);
+  db.add("q", 0);
+  for (const auto& c : cases) {
+    EXPECT_EQ(update(c.name, c.action, c.data, ZDB_MISSING_BASE), c.result);
+    EXPECT_EQ(states("x") + states("e"), " 15/1.5/-9/90 16/1.6/-9/90 15/1.5 16/1.6");
   }
-  EXPECT_EQ(noMatch, -1);
+  EXPECT_EQ(update("x", ZDB_UPDATE_BOUNDS, "p", 1), "1") << "own bounds need no base";
+  EXPECT_EQ(states("x"), " 15/1.5/-8/80 16/1.6/-7/70");
+  // Data that cannot be loaded are no data.
+  const testsupport::TemporaryFolder folder;
+  const std::string file = folder.path("a.zxf");
+  EXPECT_EQ(said(db, c__zdbwritezxf(db, file.c_str(), 0)), "");
+  renew();
+  EXPECT_EQ(said(db, c__zdbinitfromzxf(db, file.c_str())), "");
+  EXPECT_EQ(said(db, c__zdbclosezxf(db, 0)), "");
+  EXPECT_EQ(update("x", 4, "p", 0), "No model instance is registered: call zdbRegisterZMI first");
+  EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
+  EXPECT_EQ(update("x", 4, "p", 0), "Symbol p not initialized from ZXF or ZMI: 3");
 }
 
-// Keys in any order, numbers of the database and of the dictionary apart, all storages of the data.
-TEST_F(ModelUpdate, ManyKeys_MeetTheirRecords) {
-  constexpr int n = 40;
-  model.labels.clear();
-  model.symbols.clear();
-  model.columns.clear();
-  for (int i = 1; i <= n; ++i) model.labels.push_back("l" + std::to_string(i));
-  std::vector<std::vector<int>> keys;
-  for (int i = 1; i <= n; ++i) {
-    for (int j = 1; j <= n; j += 3) keys.push_back({i, j});
-  }
-  model.add("y", 5, 2, keys);
-  for (const bool sameOrder : {true, false}) {
-    for (const int storage : {0, 1, 2}) {
-      ZDB other(MODEL_DIR);
-      other.setDefaultStorage(storage);
-      int number;
-      for (int i = n; i >= 1 && !sameOrder; i -= 2) {
-        other.labels().merge(model.labels[static_cast<std::size_t>(i - 1)].c_str(), number);
-      }
-      ASSERT_TRUE(other.RegisterZMI(model.instance()) && other.InitUpdate(model.instance()));
-      AbstractZDBSymbol* all = other.universe();
-      AbstractZDBSymbol* domains[] = {all, all};
-      AbstractZDBSymbol* y = other.AddSymbol("y", 2, TypeVariable, 0, "", domains, nullptr);
-      AbstractZDBSymbol* p = other.AddSymbol("p", 2, TypeParameter, 0, "", domains, nullptr);
-      int unmatched = 0;
-      for (int i = 1; i <= n; i += 2) {
-        for (int j = 1; j <= n; ++j) {
-          const std::string first = "l" + std::to_string(i);
-          const std::string second = "l" + std::to_string(j);
-          const char* key[] = {first.c_str(), second.c_str()};
-          *other.MergeRecord(p, key, nullptr).second = 100 * i + j;
-          unmatched += (j - 1) % 3 != 0 ? 1 : 0;
-        }
-      }
-      for (auto& column : model.columns) column.level = -1;
-      int noMatch = -1;
-      ASSERT_TRUE(other.UpdateSymbolInModel(y, 4, p, 2, noMatch)) << other.lastError();
-      EXPECT_EQ(noMatch, unmatched);
-      for (std::size_t k = 0; k < keys.size(); ++k) {
-        const int expected = keys[k][0] % 2 == 1 ? 100 * keys[k][0] + keys[k][1] : -1;
-        EXPECT_EQ(model.columns[k].level, expected) << keys[k][0] << " " << keys[k][1];
-      }
+TEST_F(ModelUpdate, InstanceThatIsOnlyRegistered_TakesValuesByTheirLabels) {
+  put(db, db.add("p", 1), {"b"}, 7);
+  db.add("x", 1, ZDB_VARIABLE);
+  EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
+  EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, "p", ZDB_MISSING_KEEP), "0");
+  EXPECT_EQ(states("x"), " 15/1.5/-9/90 7/1.6/-9/90");
+}
+
+/// Random keys of model and data, in all storages, where the labels have the same numbers on both
+/// sides or not. Labels and the name are as long as they may be.
+TEST_F(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
+  constexpr int n = 13;
+  const std::string y(63, 'y');
+  const auto label = [](int i) { return std::string(62, 'l') + static_cast<char>('a' + i); };
+  const auto name = [&](int i) { return y + "(" + label(i / n) + "," + label(i % n) + ")"; };
+  std::mt19937 random(7);
+  for (int round = 0; round < 6; ++round) {
+    std::string text;
+    std::vector<double> levels(n * n);  // -1: no entry, 0: no record
+    for (int i = 0; i < n * n; ++i) {
+      levels[i] = random() % 3 == 0 ? -1 : 0;
+      if (levels[i] == 0) text += name(i) + " 0 1;";
+    }
+    const kittest::Model many(text);
+    const kittest::Instance manyColumns(many);
+    renew();
+    c__zdbselectrecordstorage(db, nullptr, round % 3);
+    for (int i = n; round >= 3 && i > 0; i -= 2) db.label(label(i - 1).c_str());
+    EXPECT_EQ(said(db, c__zdbinitupdate(db, manyColumns)), "");
+    db.add(y.c_str(), 2, ZDB_VARIABLE);
+    zdbSymbol_t p = db.add("p", 2);
+    int unmatched = 0;
+    for (int i = 0; i < n * n; ++i) {
+      if (random() % 2 == 0) continue;
+      put(db, p, {label(i / n).c_str(), label(i % n).c_str()}, i + 1);
+      unmatched += levels[i] < 0 ? 1 : 0;
+      if (levels[i] == 0) levels[i] = i + 1;
+    }
+    EXPECT_EQ(update(y.c_str(), ZDB_UPDATE_LEVEL, "p", 2), std::to_string(unmatched));
+    for (int i = 0; i < n * n; ++i) {
+      if (levels[i] < 0) continue;
+      EXPECT_EQ(zmiGetVarLOne(recordOf(manyColumns), many[name(i)]), levels[i]) << name(i);
     }
   }
-}
-
-TEST_F(ModelUpdate, Scalars_HaveOneEntry) {
-  model.add("s_var", 5, 0, {{}});
-  prepare();
-  data = add("s", TypeParameter, 0);
-  int noMatch = -1;
-  EXPECT_TRUE(db.UpdateSymbolInModel(data, 4, data, 0, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(5,0)");
-  EXPECT_EQ(noMatch, 0);
-  *merge(data, {}) = 8;
-  EXPECT_TRUE(db.UpdateSymbolInModel(data, 4, data, 0, noMatch));
-  EXPECT_EQ(model.taken(), "zmiSetVarLOne(5,8)");
-  EXPECT_EQ(noMatch, 0);
 }
 
 }  // namespace
