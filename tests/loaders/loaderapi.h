@@ -1,105 +1,78 @@
-// The five loaders behind one table of operations, so that a test of a common rule runs over all.
+// What is to be tested of each of the five loaders, and the companion of the tests that serves all.
 #ifndef ZDB_TESTS_LOADERS_LOADERAPI_H
 #define ZDB_TESTS_LOADERS_LOADERAPI_H
 
 #include <gtest/gtest.h>
 
-#include <ostream>
+#include <functional>
 #include <string>
 #include <vector>
 
-#include "loaders/operations.h"
+#include "loaders/zxf.h"
 
-// One companion function as the loader keeps it.
+// One companion function as its loader keeps it.
 struct FunctionCase {
-  FunctionCase(const char* exportedName, const void* pointerAddress)
-      : exported(exportedName), pointer(pointerAddress), stub(target()) {}
-
-  const void* target() const;
-
+  std::string name;
   std::string exported;  // with its decoration
-  const void* pointer;   // the address of the loader's function pointer
-  const void* stub;      // where the pointer led before anything was loaded
+  std::string codes;     // of its signature, as a refusal of the tests' companion has them
+  std::function<const void*()> target;  // where the pointer leads
+  std::function<bool()> call;           // with zeros and nulls; whether it gave zero
+  const void* stub;                     // where the pointer led before anything was loaded
 };
 
+// What the loaders may differ in. How an operation works is tested with zxf.
+#define FOR_EACH_OPERATION(OF, X)                                                                  \
+  OF(X, GetReadyD)                                                                                 \
+  OF(X, LibraryLoaded) OF(X, LibraryUnload) OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) \
+      OF(X, SetExitIndicator) OF(X, SetErrorCallback)
 struct LoaderApi {
   std::string prefix;
   std::string file;  // default file name
-  int apiVersion;
-  int (*getReady)(char*, int);
-  int (*getReadyD)(const char*, char*, int);
-  int (*getReadyL)(const char*, char*, int);
-  int (*create)(void**, char*, int);
-  int (*createD)(void**, const char*, char*, int);
-  int (*createL)(void**, const char*, char*, int);
-  int (*free)(void**);
-  int (*loaded)();
-  int (*unload)();
-  int (*correctVersion)(char*, int);
-  int (*getLoadPath)(char*);
-  int (*getScreen)();
-  void (*setScreen)(int);
-  int (*getException)();
-  void (*setException)(int);
-  int (*getExit)();
-  void (*setExit)(int);
-  zdb::loaders::ErrorCallback (*getCallback)();
-  void (*setCallback)(zdb::loaders::ErrorCallback);
-  int (*getErrorCount)();
-  void (*setErrorCount)(int);
-  void (*errorHandling)(const char*);
-  void (*initMutexes)();
-  void (*finiMutexes)();
-  int (*callRefused)();         // calls the function that the variant "refuse" refuses
-  std::string refused;          // its name,
-  std::string refusedExported;  // how the library exports it
-  std::string refusedCodes;     // and the codes of its signature, after the argument count
+  int version;
   std::vector<FunctionCase> functions;
+#define MEMBER(X, name) decltype(&zdb::loaders::X##name) name;
+  FOR_EACH_OPERATION(MEMBER, zxf)
+#undef MEMBER
 };
-
 const std::vector<LoaderApi>& allLoaders();
-inline void PrintTo(const LoaderApi& api, std::ostream* out) {
-  *out << api.prefix;
-}
+
+// Tells the companion of the tests how to misbehave, until the end of the object.
+class Told {
+ public:
+  explicit Told(const std::string& what) { setenv("COMPANION", what.c_str(), 1); }
+  ~Told() { unsetenv("COMPANION"); }
+  Told(const Told&) = delete;
+  Told& operator=(const Told&) = delete;
+};
 
 // The directory of a variant of the tests' companion.
-inline std::string variantDir(const std::string& variant) {
-  return std::string(COMPANION_DIR "/") + variant;
+inline std::string dir(const std::string& variant) {
+  return COMPANION_DIR + variant;
 }
 
-// A variable of the companion in `path`, which must be loaded already; null otherwise.
-void* companionVariable(const std::string& path, const char* name);
-
-// Puts a loader's process-wide state back to that of the program's start.
-void restore(const LoaderApi& api);
-
-// Restores all loaders after a test that is about one of them.
-class OneLoader : public testing::Test {
+// Puts the process-wide state of all loaders back to that of the program's start.
+class Loaders : public testing::Test {
  protected:
-  void TearDown() override {
-    for (const LoaderApi& api : allLoaders()) restore(api);
-  }
+  void TearDown() override;
+
+  char msg_[1024] = "old text";
 };
 
-// Runs a test for each loader.
-class EachLoader : public testing::TestWithParam<LoaderApi> {
+class EachLoader : public Loaders, public testing::WithParamInterface<LoaderApi> {
  protected:
-  void TearDown() override { restore(api_); }
+  int load(const std::string& directory) {
+    return api_.GetReadyD(directory.c_str(), msg_, sizeof msg_);
+  }
+  const LoaderApi& api_ = GetParam();
+};
 
-  std::string path(const std::string& variant) const {
-    return variantDir(variant) + "/" + api_.file;
+// The operations of one loader.
+class ZxfLoader : public Loaders {
+ protected:
+  int load(const std::string& directory) {
+    return zdb::loaders::zxfGetReadyD(directory.c_str(), msg_, sizeof msg_);
   }
   std::string text() const { return msg_; }
-  // The loader's text when it loads from a variant's directory; expects the load to fail.
-  std::string failureFrom(const std::string& variant);
-  void loadFrom(const std::string& variant);
-
-  const LoaderApi& api_ = GetParam();
-  char msg_[256] = "old text";
 };
-
-inline std::string loaderName(const testing::TestParamInfo<LoaderApi>& info) {
-  return info.param.prefix;
-}
 
 #endif
