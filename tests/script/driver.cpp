@@ -21,32 +21,21 @@ const std::string kCannotRun = "cannot be run: ";
 /// What came of each statement that was not as expected, and which ways it came.
 using Differences = std::map<std::pair<std::size_t, std::string>, std::vector<std::string>>;
 
-/// The expectation with the settings of a way in it.
-std::string expectedIn(const Way& way, std::string expected) {
-  for (const auto& [name, value] : way.settings) {
-    const std::string mark = "%" + name;
-    for (std::size_t at; (at = expected.find(mark)) != expected.npos;) {
-      expected.replace(at, mark.size(), value);
-    }
-  }
-  return expected;
-}
-
 /// Runs the statements up to the first that cannot be run: what comes after it means nothing.
 void runOneWay(const Program& program, const Script& script, const Way& way,
                Differences& differences) {
   if (way.enter) way.enter();
-  bool didSomething = !way.afterStatement;
+  bool didSomething = !way.after;
   std::size_t i = 0;
   try {
     Run run(program.host, way);
     for (; i < script.statements.size(); ++i) {
       const Statement& statement = script.statements[i];
       const std::string actual = run.execute(statement);
-      if (actual != expectedIn(way, statement.expected)) {
+      if (actual != way.inSettings(statement.expected)) {
         differences[{i, actual}].push_back(way.name);
       }
-      didSomething |= way.afterStatement && way.afterStatement(run);
+      didSomething |= way.after && way.after(run);
     }
     if (!didSomething) throw ScriptError("this way does nothing here");
   } catch (const std::exception& error) {
@@ -58,36 +47,22 @@ void runOneWay(const Program& program, const Script& script, const Way& way,
 
 std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
   if (some.size() == all) return "every way";
-  std::string names;
-  for (const std::string& name : some) names += (names.empty() ? "" : ", ") + name;
-  return names;
+  std::string names = std::to_string(some.size()) + " of " + std::to_string(all) + " ways:";
+  for (std::size_t i = 0; i < some.size() && i < 4; ++i) names += (i == 0 ? " " : ", ") + some[i];
+  return names + (some.size() > 4 ? ", ..." : "");
 }
 
-std::vector<Way> waysFor(const Program& program, const Script& script) {
-  const std::string file = std::filesystem::path(script.path).filename();
+/// The ways that do not leave a script out. Exceptions for what is not beside it are refused.
+std::vector<Way> waysFor(const Program& program, const std::filesystem::path& path) {
   std::vector<Way> ways;
   for (const Way& way : program.ways) {
-    const auto leavesOut = [&](const WayException& exception) {
-      return exception.way == way.name && exception.script == file;
-    };
-    if (std::none_of(program.exceptions.begin(), program.exceptions.end(), leavesOut)) {
-      ways.push_back(way);
+    for (const auto& [file, reason] : way.leavesOut) {
+      if (exists(path.parent_path() / file) && !reason.empty()) continue;
+      throw ScriptError("way " + way.name + " leaves out " + file + ": no such file or no reason");
     }
+    if (way.leavesOut.count(path.filename()) == 0) ways.push_back(way);
   }
-  if (ways.empty()) throw ScriptError(script.path + ": no way runs it");
-  return ways;
-}
-
-/// Refuses exceptions for what is not there. Scripts are looked for beside this one.
-void checkExceptions(const Program& program, std::filesystem::path path) {
-  for (const WayException& exception : program.exceptions) {
-    const auto isMeant = [&](const Way& way) { return way.name == exception.way; };
-    if (std::none_of(program.ways.begin(), program.ways.end(), isMeant) ||
-        !exists(path.replace_filename(exception.script)) || exception.reason.empty()) {
-      throw ScriptError("exception for " + exception.script + " in way " + exception.way +
-                        ": no such way, no such script or no reason");
-    }
-  }
+  return ways.empty() ? throw ScriptError(path.string() + ": no way runs it") : ways;
 }
 
 /// Writes FILE.new, in which expectations that were not met are replaced by what came the first
@@ -123,7 +98,7 @@ void writeUpdated(const Script& script, const Differences& differences, const st
 
 /// Runs a script all its ways; whether all was as expected.
 bool runScript(const Program& program, const Script& script, bool update) {
-  const std::vector<Way> ways = waysFor(program, script);
+  const std::vector<Way> ways = waysFor(program, script.path);
   Differences differences;
   for (const Way& way : ways) runOneWay(program, script, way, differences);
   for (const auto& [key, some] : differences) {
@@ -158,12 +133,7 @@ int runProgram(int argc, char** argv, const Program& program) try {
   for (std::size_t i = hasOption ? 1 : 0; i < words.size(); ++i) {
     scripts.push_back(readScript(words[i]));
   }
-  checkExceptions(program, scripts[0].path);
-  if (sweep != program.sweeps.end()) {
-    const std::string wrong = sweep->run(program.host, program.ways, scripts);
-    std::cerr << wrong;
-    return wrong.empty() ? 0 : 1;
-  }
+  if (sweep != program.sweeps.end()) return sweep->run(program, scripts) ? 0 : 1;
   bool asExpected = true;
   for (const Script& script : scripts) asExpected &= runScript(program, script, update);
   return asExpected ? 0 : 1;

@@ -8,23 +8,18 @@
 
 namespace zdb::script {
 
-/// A script that a way leaves out.
-struct WayException {
-  std::string way;
-  std::string script;  ///< file name
-  std::string reason;
-};
+struct Program;
 
-/// A check over a whole script beside that of its expectations: says what is wrong, or nothing.
+/// A check over whole scripts beside that of their expectations: --option runs it instead. Tells on
+/// standard error what is wrong and whether all is as it should be.
 struct Sweep {
   std::string option;
-  std::string (*run)(Host& host, const std::vector<Way>& ways, const std::vector<Script>& scripts);
+  bool (*run)(const Program& program, const std::vector<Script>& scripts);
 };
 
 struct Program {
   Host& host;
   std::vector<Way> ways;
-  std::vector<WayException> exceptions;
   std::vector<Sweep> sweeps;
 };
 

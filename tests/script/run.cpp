@@ -132,13 +132,14 @@ class Argument {
     if (rows_[i] == nullptr && parameter.shape == Shape::Text) return "null";
     if (isUntouched(i)) return "-";
     if (parameter.shape != Shape::Text) return run_.shownValue(object, parameter, get(i));
-    const char* const text = &bytes_[i * size_];
-    const std::string all(text, size_);
-    if (style_ == Style::Short) {
-      return '"' + shown(all.substr(1, static_cast<unsigned char>(text[0]))) + '"';
-    }
-    const std::size_t end = all.find('\0');
-    return end == all.npos ? "UNTERMINATED" : '"' + shown(all.substr(0, end)) + '"';
+    const std::string all(&bytes_[i * size_], size_);
+    const bool isShort = style_ == Style::Short;
+    const std::size_t start = isShort ? 1 : 0;
+    const std::size_t length = isShort ? static_cast<unsigned char>(all[0]) : all.find('\0');
+    if (length == all.npos) return "UNTERMINATED";
+    const std::string text = '"' + shown(all.substr(start, length)) + '"';
+    const std::size_t rest = start + length;
+    return text + (isShort && !isMarks(&all[rest], all.size() - rest) ? " OVERRUN" : "");
   }
 
   Run& run_;
@@ -175,16 +176,6 @@ std::pair<const Form&, Style> formFor(const Way& way, const Function& function, 
   return {function.plain, Style::Plain};
 }
 
-/// The argument of a function that its twin returns: the last handle that it puts somewhere.
-std::size_t handedOut(const Function& function) {
-  std::size_t i = function.parameters.size();
-  while (i-- > 0) {
-    const Parameter& parameter = function.parameters[i];
-    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
-  }
-  return i;
-}
-
 /// Calls the twin, which returns the handle and writes the result behind its other arguments. One
 /// with more arguments than the function takes the handle by value as well, and keeps it when it
 /// fails.
@@ -204,7 +195,29 @@ Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool
   return result;
 }
 
+std::string printed() {
+  const std::string output = takeOutput();
+  return output.empty() ? output : " prints \"" + shown(output) + "\"";
+}
+
 }  // namespace
+
+std::size_t handedOut(const Function& function) {
+  std::size_t i = function.parameters.size();
+  while (i-- > 0) {
+    const Parameter& parameter = function.parameters[i];
+    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
+  }
+  return i;
+}
+
+std::string Way::inSettings(std::string text) const {
+  for (const auto& [name_, value] : settings) {
+    const std::string mark = "%" + name_;
+    for (std::size_t at; (at = text.find(mark)) != text.npos;) text.replace(at, mark.size(), value);
+  }
+  return text;
+}
 
 Run::~Run() {
   for (const auto& [name, variable] : variables) assign(name, {}, false);
@@ -212,6 +225,7 @@ Run::~Run() {
 }
 
 void* Run::object(const std::string& name) {
+  if (name == "null") return nullptr;
   const auto [place, isNew] = objects.try_emplace(name);
   if (isNew) place->second = host.create(way);
   return place->second;
@@ -261,14 +275,20 @@ std::string Run::shownHandle(const Variable& v) const {
 std::string Run::execute(const Statement& statement) {
   std::string actual = "freed";
   const auto word = host.words.find(statement.name);
-  if (statement.name == "at") {
+  if (word != host.words.end()) {
+    takeOutput();
+    if (beforeCall) beforeCall();
+    actual = word->second(*this, statement);
+    if (afterCall) afterCall();
+    actual += printed();
+  } else if (statement.name == "at") {
     actual = shownHandle(variable(statement.arguments.at(0)));
   } else if (statement.name == "free") {
     assign(statement.arguments.at(0).text, {}, false);
   } else if (statement.name == "repeat") {
     actual = repeat(statement);
   } else {
-    actual = word != host.words.end() ? word->second(*this, statement) : call(statement);
+    actual = call(statement);
   }
   return actual;
 }
@@ -330,12 +350,12 @@ std::string Run::call(const Statement& statement) {
 
 std::string Run::report(void* target, const Function& function, const Slot& result,
                         const std::vector<Argument>& arguments) {
-  const std::string printed = takeOutput();
+  const std::string output = printed();
   const std::string message = host.message(target);
   std::string actual = shownValue(target, function.result, result);
   for (const Argument& argument : arguments) actual += argument.output(target);
   if (!message.empty()) actual += " \"" + shown(message) + "\"";
-  if (!printed.empty()) actual += " prints \"" + shown(printed) + "\"";
+  actual += output;
 
   if (function.result.shape == Shape::Handle && result.pointer != nullptr) {
     host.release(target, function.result.kind, result.pointer);
