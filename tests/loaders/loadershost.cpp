@@ -51,24 +51,33 @@ struct WithObject<operation> {
   static Result call(void*, Arguments... arguments) { return operation(arguments...); }
 };
 
+// Functions of the companion, called with a null object.
+int Close() {
+  return zdb::loaders::zxfClose(nullptr);
+}
+int ErrorCount() {
+  return zdb::loaders::zxfErrorCount(nullptr);
+}
+
+#define FOR_EACH_OPERATION(OF)                                                                \
+  OF(GetReady)                                                                                \
+  OF(GetReadyD)                                                                               \
+  OF(GetReadyL) OF(LibraryLoaded) OF(LibraryUnload) OF(CorrectLibraryVersion) OF(SetLoadPath) \
+      OF(GetLoadPath) OF(Create) OF(CreateD) OF(CreateL) OF(CreateDD) OF(Free)                \
+          OF(GetScreenIndicator) OF(SetScreenIndicator) OF(GetExceptionIndicator)             \
+              OF(SetExceptionIndicator) OF(GetExitIndicator) OF(SetExitIndicator)             \
+                  OF(GetErrorCallback) OF(SetErrorCallback) OF(GetAPIErrorCount)              \
+                      OF(SetAPIErrorCount) OF(ErrorHandling) OF(InitMutexes) OF(FiniMutexes)
+
 FunctionTable makeTable() {
   FunctionTable table;
-#define OPERATION(name) \
-  table.emplace(#name, Function::make(#name, &WithObject<&zdb::loaders::zxf##name>::call, true));
-  OPERATION(GetReady)
-  OPERATION(GetReadyD)
-  OPERATION(GetReadyL)
-  OPERATION(LibraryLoaded)
-  OPERATION(LibraryUnload)
-  OPERATION(CorrectLibraryVersion) OPERATION(SetLoadPath) OPERATION(GetLoadPath) OPERATION(Create)
-      OPERATION(CreateD) OPERATION(CreateL) OPERATION(CreateDD) OPERATION(Free)
-          OPERATION(GetScreenIndicator) OPERATION(SetScreenIndicator)
-              OPERATION(GetExceptionIndicator) OPERATION(SetExceptionIndicator)
-                  OPERATION(GetExitIndicator) OPERATION(SetExitIndicator)
-                      OPERATION(GetErrorCallback) OPERATION(SetErrorCallback)
-                          OPERATION(GetAPIErrorCount) OPERATION(SetAPIErrorCount)
-                              OPERATION(ErrorHandling) OPERATION(InitMutexes)
-                                  OPERATION(FiniMutexes) return table;
+#define ADD_FUNCTION(name, operation) \
+  table.emplace(name, Function::make(name, &WithObject<&operation>::call, true));
+#define ADD(name) ADD_FUNCTION(#name, zdb::loaders::zxf##name)
+  FOR_EACH_OPERATION(ADD)
+  ADD_FUNCTION("zxfClose", Close)
+  ADD_FUNCTION("zxfErrorCount", ErrorCount)
+  return table;
 }
 
 class LoaderHost : public Host {
@@ -114,5 +123,5 @@ int main(int argc, char** argv) {
                   {"file", good + "/companion.so"},
                   {"mixed", COMPANION_DIR "mixed/"},
                   {"fits", good + std::string(493 - good.size(), '/') + "."}};
-  return runProgram(argc, argv, {host, {way}, {}, {}});
+  return runProgram(argc, argv, {host, {way}, {}});
 }

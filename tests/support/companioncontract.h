@@ -3,12 +3,17 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 #include <vector>
 
-#include "script/functiontable.h"
-
 namespace zdb::test {
+
+// Type codes by function. Including a list of functions with ZDB_FUNCTION as ZDB_SIGNATURE between
+// the braces of one fills it.
+using Signatures = std::map<std::string, std::vector<int>>;
+#define ZDB_UNPACK_CODES(...) __VA_ARGS__
+#define ZDB_SIGNATURE(name, result, parameters, codes) {#name, {ZDB_UNPACK_CODES codes}},
 
 struct Contract {
   std::string library;  // as its messages call it
@@ -19,19 +24,19 @@ struct Contract {
 };
 
 inline void expectVersions(const Contract& own) {
-  char message[256];
-  int status = -1;
+  const std::string texts[] = {"The API is too old for the used library, API version: " +
+                                   std::to_string(own.oldestVersion - 1) +
+                                   ", library version: " + std::to_string(own.version),
+                               "Client version and DLL version are the same.",
+                               "Client version is compatible to this version of the DLL.",
+                               "Client version is newer than this DLL."};
   for (int client = own.oldestVersion - 1; client <= own.version + 1; ++client) {
     const int expected = client < own.oldestVersion ? 0
                          : client == own.version    ? 1
                          : client < own.version     ? 2
                                                     : 3;
-    const std::string texts[] = {
-        "The API is too old for the used library, API version: " + std::to_string(client) +
-            ", library version: " + std::to_string(own.version),
-        "Client version and DLL version are the same.",
-        "Client version is compatible to this version of the DLL.",
-        "Client version is newer than this DLL."};
+    char message[256];
+    int status = -1;
     EXPECT_EQ(own.apiVersion(client, message, &status), expected == 0 ? 0 : 1);
     EXPECT_EQ(status, expected);
     EXPECT_EQ(message, own.library + ": " + texts[expected]);
@@ -40,33 +45,32 @@ inline void expectVersions(const Contract& own) {
 }
 
 // Every function is there with its own codes and with no others, and nothing else is.
-inline void expectSignatures(const Contract& own, const script::FunctionTable& functions) {
-  char message[256];
-  const auto answer = [&](const char* function, const std::vector<int>& codes) {
+inline void expectSignatures(const Contract& own, const Signatures& functions) {
+  const auto expect = [&](const char* name, const std::vector<int>& codes, const char* refusal) {
     const int count = static_cast<int>(codes.size()) - 1;
-    const int known = own.check(function, count, codes.data(), message);
-    EXPECT_EQ(own.check(function, count, codes.data(), nullptr), known);
-    return std::to_string(known) + message;
+    const std::string shown = name == nullptr ? "" : std::string(name).substr(0, 200);
+    char message[256];
+    EXPECT_EQ(own.check(name, count, codes.data(), message), *refusal == '\0' ? 1 : 0) << shown;
+    EXPECT_EQ(message, *refusal == '\0' ? "" : own.library + ": " + shown + refusal);
+    EXPECT_EQ(own.check(name, count, codes.data(), nullptr), *refusal == '\0' ? 1 : 0) << shown;
   };
-  for (const auto& [name, function] : functions) {
-    const std::string refusal = "0" + own.library + ": " + name;
-    std::vector<int> codes = function.codes;
-    EXPECT_EQ(answer(name.c_str(), codes), "1") << name;
-    codes.back() += 1;
-    EXPECT_EQ(answer(name.c_str(), codes), refusal + " has wrong argument types.");
-    codes = function.codes;
-    codes.push_back(3);
-    EXPECT_EQ(answer(name.c_str(), codes), refusal + " has wrong number of arguments.");
+  for (const auto& [name, ownCodes] : functions) {
+    const int count = static_cast<int>(ownCodes.size()) - 1;
+    std::vector<int> codes = ownCodes;
+    expect(name.c_str(), codes, "");
+    EXPECT_EQ(own.check(name.c_str(), count, nullptr, nullptr), 0);
     EXPECT_EQ(own.check(name.c_str(), -1, codes.data(), nullptr), 0);
-    EXPECT_EQ(own.check(name.c_str(), static_cast<int>(codes.size()) - 2, nullptr, nullptr), 0);
+    codes.back() += 1;
+    expect(name.c_str(), codes, " has wrong argument types.");
+    codes.push_back(3);
+    expect(name.c_str(), codes, " has wrong number of arguments.");
   }
   const std::string wrongCase = "Z" + functions.begin()->first.substr(1);
   const std::string longName(5000, 'f');
-  for (const char* name : {wrongCase.c_str(), "XCheck", "", longName.c_str()}) {
-    EXPECT_EQ(answer(name, {3}), "0" + own.library + ": " + std::string(name).substr(0, 200) +
-                                     " cannot be found in library.");
+  for (const char* name :
+       {wrongCase.c_str(), "XCheck", "", longName.c_str(), static_cast<const char*>(nullptr)}) {
+    expect(name, {3}, " cannot be found in library.");
   }
-  EXPECT_EQ(answer(nullptr, {3}), "0" + own.library + ":  cannot be found in library.");
 }
 
 }  // namespace zdb::test

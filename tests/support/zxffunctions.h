@@ -12,11 +12,9 @@ namespace zxftest {
 
 inline zdb::script::FunctionTable functionTable() {
   zdb::script::FunctionTable table;
-#define ZXF_UNPACK(...) __VA_ARGS__
 #define ZDB_FUNCTION(name, result, parameters, codes) \
-  table.emplace(#name, zdb::script::Function::make(#name, &C__##name, true, {ZXF_UNPACK codes}));
+  table.emplace(#name, zdb::script::Function::make(#name, &C__##name, true));
 #include "loaders/zxffunctions.def"
-#undef ZXF_UNPACK
   std::erase_if(table, [](const auto& each) { return !zxfile::isOffered(each.first); });
   return table;
 }
