@@ -74,6 +74,7 @@ class OutputFile {
   void publish();
 
  private:
+  OutputFile() = default;
   void openFolder(const std::string& path);
   void createFile(Naming naming);
   bool createNamed();

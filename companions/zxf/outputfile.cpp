@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
+#include <utility>
 
 #include "zxf/file.h"
 
@@ -54,7 +55,8 @@ std::string selfPath(int fd) {
 
 }  // namespace
 
-OutputFile::OutputFile(const char* path, Naming naming) {
+// Once the delegated constructor is through, a failure of the rest runs the destructor.
+OutputFile::OutputFile(const char* path, Naming naming) : OutputFile() {
   const std::string target = followed(path);
   openFolder(target);
   createFile(naming);
@@ -105,12 +107,12 @@ void OutputFile::createFile(Naming naming) {
 }
 
 bool OutputFile::createNamed() {
-  const std::string name = uniqueName(targetName_);
+  std::string name = uniqueName(targetName_);
   // Until it has the bits of its target, nobody else may open it.
   const mode_t mode = replacing_ ? 0600 : 0666;
   file_ = Descriptor(
       ::openat(folder_.get(), name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode));
-  if (file_.valid()) temporaryName_ = name;
+  if (file_.valid()) temporaryName_ = std::move(name);
   return file_.valid();
 }
 
@@ -156,10 +158,10 @@ void OutputFile::writeAt(ByteSpan bytes, std::uint64_t offset) {
 
 void OutputFile::giveName() {
   for (int i = 0; temporaryName_.empty() && i < kNameTries; ++i) {
-    const std::string name = uniqueName(targetName_);
+    std::string name = uniqueName(targetName_);
     if (::linkat(AT_FDCWD, selfPath(file_.get()).c_str(), folder_.get(), name.c_str(),
                  AT_SYMLINK_FOLLOW) == 0) {
-      temporaryName_ = name;
+      temporaryName_ = std::move(name);  // cannot fail, or the file would stay behind
     } else if (errno != EEXIST) {
       break;
     }

@@ -7,16 +7,17 @@
 #include <string>
 #include <vector>
 
-#include "fuzz/zxf/readall.h"
 #include "fuzz/zxf/reseal.h"
+#include "support/exchangefile.h"
 
 namespace {
 
-void readBytes(const std::vector<std::uint8_t>& bytes) {
+void read(const std::vector<std::uint8_t>& bytes) {
   const int fd = memfd_create("zxf", MFD_CLOEXEC);
   if (fd < 0 || write(fd, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()))
     abort();
-  readAll(("/proc/self/fd/" + std::to_string(fd)).c_str());
+  std::vector<int> errors;
+  zxftest::readContent("/proc/self/fd/" + std::to_string(fd), errors);
   close(fd);
 }
 
@@ -24,8 +25,8 @@ void readBytes(const std::vector<std::uint8_t>& bytes) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::vector<std::uint8_t> bytes(data, data + size);
-  readBytes(bytes);
+  read(bytes);
   reseal(bytes);
-  readBytes(bytes);
+  read(bytes);
   return 0;
 }

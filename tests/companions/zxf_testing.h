@@ -1,111 +1,82 @@
-// What the tests of the exchange file share: a file's content as plain data, written and read
-// through the C interface.
+// What the tests of the exchange file share beside its content as plain data.
 #pragma once
 
-#include <array>
-#include <cstdint>
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <sstream>
 #include <string>
 #include <vector>
 
-#include "zxf/api.h"
+#include "support/exchangefile.h"
+#include "support/files.h"
 #include "zxf/errors.h"
-#include "zxf/format.h"
 
 namespace zxftest {
 
+using testsupport::TemporaryFolder;
 using zxfile::Errc;
 
-// A handle of the library, freed with the object.
-class Zxf {
- public:
-  Zxf() { XCreate(&handle_); }
-  ~Zxf() { XFree(&handle_); }
-  Zxf(const Zxf&) = delete;
-  Zxf& operator=(const Zxf&) = delete;
-  operator void*() const { return handle_; }
-
-  // Open a file and return the error number.
-  int openRead(const std::string& path) const;
-  int openWrite(const std::string& path) const;
-  std::string errorText(int number) const;
-  // All pending error numbers, oldest first.
-  std::vector<int> takeErrors() const;
-
- private:
-  void* handle_ = nullptr;
-};
-
-struct Record {
-  std::vector<int> key;
-  std::vector<double> values;                  // 1 or 5
-  bool operator==(const Record& other) const;  // values by bit pattern
-};
-
-enum class Domain { None = 0, Relaxed = 1, Strict = 2 };
-
-struct Symbol {
-  std::string name;
-  int dim = 0;
-  int type = 1;
-  int userInfo = 0;
-  std::string text;
-  std::vector<Record> records;
-  Domain domain = Domain::None;
-  std::vector<std::string> domains;
-  bool operator==(const Symbol&) const = default;
-};
-
-struct Content {
-  std::vector<std::string> labels;
-  std::vector<std::string> texts;
-  std::vector<Symbol> symbols;  // an alias names its set in userInfo, 0 being the universe
-  bool operator==(const Content&) const = default;
-};
+inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 // "s1" from "s" and 1.
-std::string numbered(const char* prefix, int number);
+inline std::string numbered(std::string prefix, int number) {
+  return prefix.append(std::to_string(number));
+}
 
 // "l1", "l2", ...
-std::vector<std::string> makeLabels(int count);
+inline std::vector<std::string> makeLabels(int count) {
+  std::vector<std::string> labels;
+  for (int i = 1; i <= count; ++i) labels.push_back(numbered("l", i));
+  return labels;
+}
 
-// Writes content the way the database does: labels, each symbol with a strict domain before its
-// records and a relaxed one behind them, texts. Checks that every call succeeds.
-void writeContent(const std::string& path, const Content& content);
+// A symbol of each type with a few records, texts, aliases and both kinds of domains.
+inline Content smallContent() {
+  const std::vector<double> row = {1.5, 0.0, -kInfinity, kInfinity, 1.0};
+  const std::vector<double> rows = {1.5, 0.0, -kInfinity, kInfinity, 1.0, 2, 3, 4, 5, 6};
+  return {{"seattle", "san-diego", "new york", "topeka"},
+          {"first text", "", "first text"},
+          {{"i", 1, 0, 0, "plants", {1, 2}, {1, 0}},
+           {"j", 1, 0, 0, "", {2, 3, 4}, {0, 3, 0}},
+           {"ii", 1, 4, 1},
+           {"any", 1, 4, 0},
+           {"d",
+            2,
+            1,
+            0,
+            "distance",
+            {1, 2, 2, 2, 2, 4},
+            {2.5, 0.1, 1.0 / 3},
+            Domain::Strict,
+            {"ii", "j"}},
+           {"f", 0, 1, 0, "freight", {}, {90}},
+           {"x", 2, 2, 3, "shipped", {1, 1, 1, 4}, rows, Domain::Relaxed, {"i", "gone"}},
+           {"cost", 0, 3, 53, "", {}, row},
+           {"empty", 3, 1, 0, "no records", {}, {}, Domain::Relaxed, {"*", "i", ""}}}};
+}
 
-// Reads all that the interface gives. Throws ReadError at the first call that fails. Checks the
-// first changed dimension of every record.
-Content readContent(const std::string& path);
-struct ReadError {
-  int number;
-  std::string text;
-};
+inline std::vector<std::uint8_t> readBytes(const std::string& path) {
+  const std::string bytes = testsupport::readFile(path);
+  return {bytes.begin(), bytes.end()};
+}
 
-// A symbol of each type with a few records, texts, an alias and both kinds of domains.
-Content smallContent();
+// Bytes from pairs of hexadecimal digits with blanks between them.
+inline std::vector<std::uint8_t> fromHex(const std::string& text) {
+  std::istringstream hex(text);
+  std::vector<std::uint8_t> bytes;
+  for (std::string byte; hex >> byte;) bytes.push_back(std::stoul(byte, nullptr, 16) & 0xFF);
+  return bytes;
+}
 
-// A folder of its own for each test, removed with the object.
-class ScratchFolder {
- public:
-  ScratchFolder();
-  ~ScratchFolder();
-  ScratchFolder(const ScratchFolder&) = delete;
-  ScratchFolder& operator=(const ScratchFolder&) = delete;
-  std::string path(const std::string& name) const { return folder_ + "/" + name; }
-  // All names in it, sorted, those beginning with '.' included.
-  std::vector<std::string> names() const;
-
- private:
-  std::string folder_;
-};
-
-std::vector<std::uint8_t> readBytes(const std::string& path);
-void writeBytes(const std::string& path, const std::vector<std::uint8_t>& bytes);
-
-// The most bytes that one operator new was asked for since the reset.
-std::size_t largestAllocation();
-void resetLargestAllocation();
-
-// A double of the given bit pattern.
-double fromBits(std::uint64_t bits);
+// All names in a folder, sorted, those beginning with '.' included.
+inline std::vector<std::string> namesIn(const TemporaryFolder& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder.path())) {
+    names.push_back(entry.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
 }  // namespace zxftest

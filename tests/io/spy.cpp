@@ -85,13 +85,13 @@ void Spy::comeBetween() {
     EXPECT_EQ(getReady(message, sizeof message), 1) << message;
   }
 #define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "loaders/zlxfunctions.def"
+#include "contract/zlxfunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "loaders/zmifunctions.def"
+#include "contract/zmifunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "loaders/zrtfunctions.def"
+#include "contract/zrtfunctions.def"
 #define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "loaders/zstfunctions.def"
+#include "contract/zstfunctions.def"
 }
 
 Spy::Spy() {

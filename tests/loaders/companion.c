@@ -1,15 +1,11 @@
-/* A companion library for the tests, serving all five loaders at once. Defines choose its faults:
- * TOO_OLD refuses every client, REFUSED names the functions whose signature is refused; a define
- * that renames an exported function takes it away. The test_ variables are the tests' way in. */
+/* A companion library for the tests, serving all five loaders at once. The environment variable
+ * COMPANION tells it how to misbehave; a define that renames an exported function takes it away. */
+#include <poll.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #pragma GCC diagnostic ignored "-Wunused-parameter"
-
-#ifndef REFUSED
-#define REFUSED ""
-#endif
 
 typedef void* zxfHandle;
 typedef void* zmiHandle;
@@ -17,17 +13,24 @@ typedef void* zrtHandle;
 typedef void* zlxHandle;
 typedef void* zstHandle;
 
-int test_makeNothing = 0;
-int test_versionStatus = 1;
 char test_directory[256] = "none"; /* what the last object was created with */
 
 static char loadPath[256] = "never set";
 
-static void create(void** handle, const char* dir) {
-  snprintf(test_directory, sizeof test_directory, "%s", dir);
-  *handle = test_makeNothing ? NULL : malloc(1);
+/* What follows a word of COMPANION, null if it is not there. */
+static const char* told(const char* word) {
+  const char* all = getenv("COMPANION");
+  const char* found = all == NULL ? NULL : strstr(all, word);
+  return found == NULL ? NULL : found + strlen(word);
 }
 
+static void createD(void** handle, const char* dir) {
+  snprintf(test_directory, sizeof test_directory, "%s", dir);
+  *handle = told("empty") ? NULL : malloc(1);
+}
+static void create(void** handle) {
+  createD(handle, "no directory");
+}
 static void destroy(void** handle) {
   free(*handle);
   *handle = NULL;
@@ -37,38 +40,25 @@ static void destroy(void** handle) {
 static int check(const char* function, int count, const int* codes, char* message) {
   int length = 0;
   message[0] = '\0';
-  if (strstr(REFUSED, function) == NULL) return 1;
+  if (!told("refuses all") && !told(function)) return 1;
   length = snprintf(message, 256, "%s with %d:", function, count);
   for (int i = 0; i <= count; ++i) length += snprintf(message + length, 16, " %d", codes[i]);
   return 0;
 }
 
 static int version(int client, char* message, int* status) {
-  *status = test_versionStatus;
+  const char* answer = told("status ");
+  *status = answer == NULL ? 1 : atoi(answer);
   snprintf(message, 256, "client %d met", client);
-#ifdef TOO_OLD
-  return 0;
-#else
-  return 1;
-#endif
+  if (told("slow")) poll(NULL, 0, 3);
+  return !told("old");
 }
 
+#define SAME(exported, function) \
+  extern __typeof__(function) exported __attribute__((alias(#function)));
 #define OBJECT_FUNCTIONS(create_, createD_, free_, check_, version_) \
-  void create_(void** handle) {                                      \
-    create(handle, "no directory");                                  \
-  }                                                                  \
-  void createD_(void** handle, const char* dir) {                    \
-    create(handle, dir);                                             \
-  }                                                                  \
-  void free_(void** handle) {                                        \
-    destroy(handle);                                                 \
-  }                                                                  \
-  int check_(const char* f, int n, const int* codes, char* msg) {    \
-    return check(f, n, codes, msg);                                  \
-  }                                                                  \
-  int version_(int client, char* msg, int* status) {                 \
-    return version(client, msg, status);                             \
-  }
+  SAME(create_, create)                                              \
+  SAME(createD_, createD) SAME(free_, destroy) SAME(check_, check) SAME(version_, version)
 
 OBJECT_FUNCTIONS(XCreate, XCreateD, XFree, C__XCheck, C__XAPIVersion)
 OBJECT_FUNCTIONS(zmiXCreate, CzmiXCreateD, zmiXFree, CzmiXCheck, CzmiXAPIVersion)

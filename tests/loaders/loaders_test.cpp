@@ -1,261 +1,265 @@
-// Loading, unloading and creating objects, over all five loaders.
+// What the five loaders may differ in, over all of them; and what a script cannot say of one.
 #include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
 
-#include <cstring>
+#include <bit>
+#include <cctype>
+#include <functional>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include "loaders/loaderapi.h"
+#include "loaders/zlx.h"
+#include "loaders/zmi.h"
+#include "loaders/zrt.h"
+#include "loaders/zst.h"
 #include "loaders/zxf.h"
 
 namespace {
 
-constexpr std::size_t kThreads = 4;
-constexpr std::size_t kObjects = 20000;
+using namespace zdb::loaders;
 
-std::string lowerCase(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+// One companion function as its loader keeps it.
+struct FunctionCase {
+  std::string name;
+  std::string codes;                    // of its signature, as the tests' companion prints them
+  std::function<const void*()> target;  // where the pointer leads
+  std::function<bool()> call;           // with zeros and nulls; whether it gave zero
+  const void* stub;                     // where the pointer led before anything was loaded
+};
+
+template <typename Result, typename... Arguments>
+FunctionCase functionCase(const char* name, Result (**pointer)(Arguments...),
+                          const std::vector<int>& codes) {
+  std::string text = std::to_string(codes.size() - 1) + ":";
+  for (const int code : codes) text += " " + std::to_string(code);
+  return {name, text, [pointer] { return std::bit_cast<const void*>(*pointer); },
+          [pointer] { return (*pointer)(Arguments{}...) == Result{}; },
+          std::bit_cast<const void*>(*pointer)};
+}
+
+#define FOR_EACH_OPERATION(OF, X)                                             \
+  OF(X, GetReadyD)                                                            \
+  OF(X, LibraryLoaded)                                                        \
+  OF(X, LibraryUnload) OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) \
+      OF(X, SetExitIndicator) OF(X, SetErrorCallback)
+
+struct Loader {
+  std::string prefix;
+  std::string decoration;
+  std::string file;  // default file name
+  int version;
+  std::vector<FunctionCase> functions;
+#define MEMBER(X, name) decltype(&X##name) name;
+  FOR_EACH_OPERATION(MEMBER, zxf)
+};
+
+std::vector<FunctionCase> functionsOf(const std::string& prefix) {
+#define UNPACK(...) __VA_ARGS__
+#define FUNCTION(name, result, parameters, codes) functionCase(#name, &name, {UNPACK codes}),
+  std::vector<FunctionCase> functions = {
+#define ZDB_FUNCTION FUNCTION
+#include "contract/zxffunctions.def"
+#define ZDB_FUNCTION FUNCTION
+#include "contract/zmifunctions.def"
+#define ZDB_FUNCTION FUNCTION
+#include "contract/zrtfunctions.def"
+#define ZDB_FUNCTION FUNCTION
+#include "contract/zlxfunctions.def"
+#define ZDB_FUNCTION FUNCTION
+#include "contract/zstfunctions.def"
+  };
+  std::erase_if(functions, [&](const auto& each) { return each.name.rfind(prefix, 0) != 0; });
+  return functions;
+}
+
+#define OPERATION(X, name) X##name,
+#define LOADER(X, DECORATION, FILE, VERSION) \
+  { #X, DECORATION, FILE, VERSION, functionsOf(#X), FOR_EACH_OPERATION(OPERATION, X) }
+const std::vector<Loader> kLoaders = {
+    LOADER(zxf, "C__", "/libzxfcclib64.so", 9), LOADER(zmi, "C", "/libzkitdclib64.so", 26),
+    LOADER(zrt, "C", "/libzkitdclib64.so", 7), LOADER(zlx, "C", "/libzlxmdclib64.so", 2),
+    LOADER(zst, "C", "/libzkitdclib64.so", 4)};
+
+const std::string kGood = COMPANION_DIR "good";
+
+// Tells the companion of the tests how to misbehave.
+void tell(const char* what) {
+  setenv("COMPANION", what, 1);
+}
+
+std::string upperCase(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
   return text;
 }
 
-// The library file and the symbol that a function pointer leads to, in lower case.
-std::pair<std::string, std::string> originOf(const void* function) {
+// The library file that a function pointer leads to, and the symbol in upper case.
+std::string originOf(const FunctionCase& function) {
   Dl_info info{};
-  if (dladdr(const_cast<void*>(function), &info) == 0) return {};
-  return {info.dli_fname, lowerCase(info.dli_sname == nullptr ? "" : info.dli_sname)};
+  if (dladdr(const_cast<void*>(function.target()), &info) == 0) return "nothing";
+  return info.dli_fname + (' ' + upperCase(info.dli_sname == nullptr ? "" : info.dli_sname));
 }
 
-std::vector<const void*> targets(const LoaderApi& api) {
-  std::vector<const void*> result;
-  for (const FunctionCase& function : api.functions) result.push_back(function.target());
-  return result;
+bool isOpen(const std::string& path) {
+  void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (library != nullptr) dlclose(library);
+  return library != nullptr;
 }
+
+std::vector<std::string> reports;
+
+int keepReport(int count, const char* msg) {
+  reports.push_back(std::to_string(count) + " " + msg);
+  return 0;
+}
+
+class EachLoader : public testing::TestWithParam<Loader> {
+ protected:
+  // Errors are recorded instead of ending the process.
+  EachLoader() {
+    tell("");
+    reports.clear();
+    loader_.SetExitIndicator(0);
+    loader_.SetScreenIndicator(0);
+    loader_.SetErrorCallback(keepReport);
+  }
+  // Puts the loader's process-wide state back to that of the program's start.
+  ~EachLoader() override {
+    loader_.SetErrorCallback(nullptr);
+    EXPECT_EQ(loader_.LibraryUnload(), 1);
+    EXPECT_EQ(load("absent"), 0);  // turns stale pointers into stubs
+  }
+
+  int load(const std::string& directory) {
+    return loader_.GetReadyD(directory.c_str(), msg_, sizeof msg_);
+  }
+
+  const Loader& loader_ = GetParam();
+  char msg_[1024] = "old text";
+};
 
 TEST_P(EachLoader, AnySpellingOfTheNames_ResolvesEveryFunctionToItsOwnSymbol) {
-  for (const char* variant : {"good", "lower", "upper"}) {
-    loadFrom(variant);
-    EXPECT_EQ(text(), "");
-    EXPECT_EQ(api_.loaded(), 1);
-    for (const FunctionCase& function : api_.functions) {
-      const std::pair expected{path(variant), lowerCase(function.exported)};
-      EXPECT_EQ(originOf(function.target()), expected);
+  for (const std::string directory : {kGood.c_str(), COMPANION_DIR "mixed", REAL_COMPANIONS}) {
+    ASSERT_EQ(load(directory), 1) << msg_;
+    EXPECT_STREQ(msg_, "");
+    EXPECT_EQ(loader_.LibraryLoaded(), 1);
+    EXPECT_EQ(loader_.CorrectLibraryVersion(msg_, sizeof msg_), 1) << msg_;
+    for (const FunctionCase& function : loader_.functions) {
+      if (directory == REAL_COMPANIONS && function.name == "zxfAcronymAdd") {
+        EXPECT_EQ(function.target(), function.stub) << "not offered";
+        continue;
+      }
+      EXPECT_EQ(originOf(function),
+                directory + loader_.file + " " + upperCase(loader_.decoration + function.name));
     }
-    ASSERT_EQ(api_.unload(), 1);
-    EXPECT_EQ(api_.loaded(), 0);
+    ASSERT_EQ(loader_.LibraryUnload(), 1);
+    EXPECT_EQ(loader_.LibraryLoaded(), 0);
   }
 }
 
 TEST_P(EachLoader, FailedLoad_GivesReasonClosesLibraryAndResetsPointers) {
-  std::vector<const void*> stubs;
-  for (const FunctionCase& function : api_.functions) stubs.push_back(function.stub);
-  const std::string object = api_.prefix == "zxf" ? "C__X" : "C" + api_.prefix + "X";
-  const std::string createD = api_.prefix == "zxf" ? "XCreateD" : object + "CreateD";
-  const std::vector<std::pair<std::string, std::string>> missing = {
-      {"nosymbol", api_.refusedExported},
-      {"noversion", object + "APIVersion"},
-      {"nocreated", createD}};
-  const auto expectClean = [&](const std::string& variant) {
-    EXPECT_EQ(companionVariable(path(variant), "test_directory"), nullptr) << variant;
-    EXPECT_EQ(targets(api_), stubs) << variant;
+  const std::string object = loader_.prefix == "zxf" ? "X" : loader_.prefix + "X";
+  const auto path = [&](const std::string& variant) {
+    return COMPANION_DIR + variant + loader_.file;
   };
-  const auto leaveStalePointers = [&] {
-    loadFrom("good");
-    const std::vector<const void*> good = targets(api_);
-    ASSERT_EQ(api_.unload(), 1);
-    EXPECT_EQ(targets(api_), good);
+  const auto lacks = [&](const std::string& variant, const std::string& name) {
+    return "Could not load symbol '" + name + "': " + path(variant) +
+           ": undefined symbol: " + upperCase(name);
   };
-
-  for (const auto& [variant, name] : missing) {
-    if (variant == "nocreated" && api_.prefix == "zst") continue;
-    leaveStalePointers();
-    std::string upper = name;
-    for (char& c : upper) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    std::string expected = "Could not load symbol '" + name + "': ";
-    expected.append(path(variant)).append(": undefined symbol: ").append(upper);
-    EXPECT_EQ(failureFrom(variant), expected);
-    expectClean(variant);
-  }
-  leaveStalePointers();
-  EXPECT_EQ(failureFrom("old"), "client " + std::to_string(api_.apiVersion) + " met");
-  expectClean("old");
-  leaveStalePointers();
-  ASSERT_EQ(dlopen(path("absent").c_str(), RTLD_NOW), nullptr);
-  EXPECT_EQ(failureFrom("absent"),
-            "Could not load shared library " + path("absent") + ": " + dlerror());
-  expectClean("absent");
-}
-
-TEST_F(OneLoader, ZstLibraryWithoutCreateD_Loads) {
-  const LoaderApi& zst = allLoaders().back();
-  ASSERT_EQ(zst.prefix, "zst");
-  char msg[256];
-  EXPECT_EQ(zst.getReadyD(variantDir("nocreated").c_str(), msg, sizeof msg), 1) << msg;
-}
-
-TEST_P(EachLoader, DefaultSearchAndFilePath_FindTheLibrary) {
-  ASSERT_EQ(api_.getReady(msg_, sizeof msg_), 1) << msg_;  // by the run path of this program
-  EXPECT_EQ(originOf(api_.functions[0].target()).first, path("good"));
-  ASSERT_EQ(api_.getReadyD("/nowhere", msg_, sizeof msg_), 1) << "loaded already";
-  ASSERT_EQ(api_.unload(), 1);
-
-  ASSERT_EQ(api_.getReadyL((variantDir("lower") + "/companion.so").c_str(), msg_, sizeof msg_), 1);
-  ASSERT_EQ(api_.unload(), 1);
-  ASSERT_EQ(api_.getReadyL((variantDir("upper") + "/").c_str(), msg_, sizeof msg_), 1) << msg_;
-  EXPECT_EQ(originOf(api_.functions[0].target()).first, path("upper"));
-  ASSERT_EQ(api_.unload(), 1);
-
-  for (const char* absent : {"/absent.so", "absent.so"}) {
-    EXPECT_EQ(api_.getReadyL(absent, msg_, sizeof msg_), 0);
-    EXPECT_EQ(text().rfind(std::string("Could not load shared library ") + absent + ": ", 0), 0U);
+  const std::string tooOld = "client " + std::to_string(loader_.version) + " met";
+  const std::string createD = (loader_.prefix == "zxf" ? "" : "C") + object + "CreateD";
+  const struct {
+    const char* variant;
+    const char* told;
+    std::string reason;
+  } kCases[] = {
+      {"nosymbol", "", lacks("nosymbol", loader_.decoration + loader_.functions.back().name)},
+      {"noversion", "", lacks("noversion", loader_.decoration + object + "APIVersion")},
+      {"good", "old", tooOld},
+      // Objects of zst are made without a directory.
+      {"nocreated", "old", loader_.prefix == "zst" ? tooOld : lacks("nocreated", createD)},
+      {"absent", "",
+       "Could not load shared library " + path("absent") + ": " + path("absent") +
+           ": cannot open shared object file: No such file or directory"}};
+  for (const auto& c : kCases) {
+    tell("");
+    ASSERT_EQ(load(kGood), 1) << msg_;
+    ASSERT_EQ(loader_.LibraryUnload(), 1);  // which leaves pointers to what is gone
+    tell(c.told);
+    EXPECT_EQ(load(std::string(COMPANION_DIR) + c.variant), 0) << c.variant;
+    EXPECT_EQ(msg_, c.reason);
+    EXPECT_EQ(loader_.LibraryLoaded(), 0);
+    EXPECT_FALSE(isOpen(path(c.variant))) << c.variant;
+    for (const FunctionCase& each : loader_.functions) EXPECT_EQ(each.target(), each.stub);
   }
 }
 
-TEST_P(EachLoader, PathThatDoesNotFit_IsRefusedNotCut) {
-  const std::string shown = std::string(511, 'd') + ": File name too long";
-  char msg[1024];
-  for (const std::size_t length : {600U, 511U}) {
-    const std::string dir(length, 'd');
-    EXPECT_EQ(api_.getReadyD(dir.c_str(), msg, sizeof msg), 0);
-    EXPECT_EQ(msg, "Could not load shared library " + shown);
-  }
-  EXPECT_EQ(api_.getReadyL((std::string(600, 'd') + "/x.so").c_str(), msg, sizeof msg), 0);
-  EXPECT_EQ(msg, "Could not load shared library " + shown);
-
-  // One character below the limit the path is tried, and one more makes it too long.
-  const std::size_t room = 511 - api_.file.size() - 1;
-  std::string dir(room, '/');
-  dir.replace(0, variantDir("good").size(), variantDir("good"));
-  EXPECT_EQ(api_.getReadyD((dir.substr(0, room - 1) + ".").c_str(), msg, sizeof msg), 1) << msg;
-  ASSERT_EQ(api_.unload(), 1);
-  EXPECT_EQ(api_.getReadyD((dir + ".").c_str(), msg, sizeof msg), 0);
-  EXPECT_STREQ(std::strrchr(msg, ':'), ": File name too long");
-}
-
-TEST_P(EachLoader, MessageIsCutToTheBuffer) {
-  failureFrom("old");
-  const std::string whole = text();
-  for (const int size : {1, 2, 10}) {
-    char buffer[16];
-    std::memset(buffer, '#', sizeof buffer);
-    EXPECT_EQ(api_.getReadyD(variantDir("old").c_str(), buffer, size), 0);
-    EXPECT_EQ(buffer, whole.substr(0, static_cast<std::size_t>(size) - 1));
-    EXPECT_EQ(buffer[size], '#');
-  }
-  char untouched = '#';
-  EXPECT_EQ(api_.getReadyD("absent", &untouched, 0), 0);
-  EXPECT_EQ(api_.getReadyD("absent", nullptr, 100), 0);
-  EXPECT_EQ(api_.correctVersion(&untouched, 0), 0);
-  EXPECT_EQ(untouched, '#');
-}
-
-TEST_P(EachLoader, LivingObject_KeepsTheLibraryLoaded) {
-  void* first = &first;  // creation overwrites whatever was there
-  void* second = nullptr;
-  ASSERT_EQ(api_.createD(&first, variantDir("good").c_str(), msg_, sizeof msg_), 1) << msg_;
-  ASSERT_EQ(api_.create(&second, msg_, sizeof msg_), 1) << msg_;
-  EXPECT_EQ(api_.unload(), 0);
-  EXPECT_EQ(api_.free(&first), 1);
-  EXPECT_EQ(first, nullptr);
-  EXPECT_EQ(api_.free(&first), 1) << "a null object is ignored";
-  EXPECT_EQ(api_.free(nullptr), 1);
-  EXPECT_EQ(api_.unload(), 0) << "the second object is alive";
-  EXPECT_EQ(api_.loaded(), 1);
-  EXPECT_EQ(api_.free(&second), 1);
-  EXPECT_EQ(api_.unload(), 1);
-  EXPECT_EQ(api_.unload(), 1) << "unloading twice is harmless";
-}
-
-TEST_P(EachLoader, NoObject_IsReportedAndNotCounted) {
-  void* object = nullptr;
-  loadFrom("good");
-  int* makeNothing = static_cast<int*>(companionVariable(path("good"), "test_makeNothing"));
-  *makeNothing = 1;
-  object = &object;
-  EXPECT_EQ(api_.createL(&object, path("good").c_str(), msg_, sizeof msg_), 0);
-  EXPECT_EQ(text(), "Error while creating object");
-  EXPECT_EQ(object, nullptr);
-  *makeNothing = 0;
-  EXPECT_EQ(api_.create(nullptr, msg_, sizeof msg_), 0);
-  EXPECT_EQ(text(), "Error while creating object");
-  ASSERT_EQ(api_.unload(), 1);
-
-  object = &object;
-  EXPECT_EQ(api_.createD(&object, "absent", msg_, sizeof msg_), 0);
-  EXPECT_EQ(object, nullptr);
-}
-
-TEST_F(OneLoader, ZxfDirectory_ReachesLibraryAndObjectOnlyWhenGiven) {
-  using namespace zdb::loaders;
-  const std::string dir = variantDir("good");
-  const std::string file = dir + "/libzxfcclib64.so";
-  char msg[256];
-  char loadPath[256] = "";
-  zxfRec* zxf = nullptr;
-
-  EXPECT_EQ(zxfGetLoadPath(loadPath), 0) << "not loaded";
-  ASSERT_EQ(zxfCreate(&zxf, msg, sizeof msg), 1) << msg;
-  const char* created = static_cast<char*>(companionVariable(file, "test_directory"));
-  EXPECT_STREQ(created, "no directory");
-  EXPECT_EQ(zxfGetLoadPath(loadPath), 1);
-  EXPECT_STREQ(loadPath, "never set");
-  zxfFree(&zxf);
-  ASSERT_EQ(zxfLibraryUnload(), 1);
-  ASSERT_EQ(zxfGetReadyD("", msg, sizeof msg), 1) << msg;
-  zxfGetLoadPath(loadPath);
-  EXPECT_STREQ(loadPath, "never set") << "an empty directory is none";
-  ASSERT_EQ(zxfLibraryUnload(), 1);
-
-  ASSERT_EQ(zxfCreateDD(&zxf, dir.c_str(), msg, sizeof msg), 1) << msg;
-  created = static_cast<char*>(companionVariable(file, "test_directory"));
-  EXPECT_EQ(created, dir);
-  EXPECT_EQ(zxfGetLoadPath(loadPath), 1);
-  EXPECT_EQ(loadPath, dir);
-  EXPECT_EQ(zxfSetLoadPath("/elsewhere"), 1);
-  zxfGetLoadPath(loadPath);
-  EXPECT_STREQ(loadPath, "/elsewhere");
-  zxfFree(&zxf);
-}
-
-TEST_P(EachLoader, CorrectLibraryVersion_TakesOnlyTheSameVersion) {
-  EXPECT_EQ(api_.correctVersion(msg_, sizeof msg_), 0);
-  EXPECT_EQ(text(), "Library needs to be initialized first");
-  loadFrom("good");
-  const std::string words = "client " + std::to_string(api_.apiVersion) + " met";
-  int* status = static_cast<int*>(companionVariable(path("good"), "test_versionStatus"));
-  for (const int reported : {0, 1, 2, 3}) {
-    *status = reported;
-    EXPECT_EQ(api_.correctVersion(msg_, sizeof msg_), reported == 1 ? 1 : 0);
-    EXPECT_EQ(text(), words);
-  }
-}
-
-TEST_P(EachLoader, MutexesCreatedTwice_KeepTheCountRightAcrossThreads) {
-  api_.initMutexes();
-  api_.initMutexes();
-  const auto runInThreads = [](const auto& work) {
-    std::vector<std::jthread> threads;
-    threads.reserve(kThreads);
-    for (std::size_t i = 0; i < kThreads; ++i) threads.emplace_back(work, i);
+TEST_P(EachLoader, Stubs_ReportAndGiveZero) {
+  std::vector<std::string> expected;
+  const auto callAll = [&](bool isRefused) {
+    for (const FunctionCase& each : loader_.functions) {
+      const std::string why =
+          isRefused ? each.name + " with " + each.codes : "Library needs to be initialized first";
+      expected.push_back(std::to_string(expected.size() + 1) + " " + each.name +
+                         " could not be loaded: " + why);
+      EXPECT_TRUE(each.call()) << each.name;
+    }
   };
-  std::vector<std::vector<void*>> objects(kThreads, std::vector<void*>(kObjects));
-  runInThreads([&](std::size_t thread) {
-    const std::string dir = variantDir("good");
-    char msg[256];
-    for (void*& object : objects[thread])
-      ASSERT_EQ(api_.createD(&object, dir.c_str(), msg, sizeof msg), 1) << msg;
-  });
-  void* last = std::exchange(objects[0][0], nullptr);
-  runInThreads([&](std::size_t thread) {
-    for (void*& object : objects[thread]) ASSERT_EQ(api_.free(&object), 1);
-  });
-  EXPECT_EQ(api_.unload(), 0) << "an increment was lost";
-  EXPECT_EQ(api_.free(&last), 1);
-  EXPECT_EQ(api_.unload(), 1) << "a decrement was lost";
-  api_.finiMutexes();
-  api_.finiMutexes();
+  tell("refuses all");
+  callAll(false);
+  ASSERT_EQ(load(kGood), 1);
+  EXPECT_STREQ(msg_, "");
+  callAll(true);
+  ASSERT_EQ(loader_.LibraryUnload(), 1);
+  callAll(false);
+  EXPECT_EQ(reports, expected);
 }
 
-INSTANTIATE_TEST_SUITE_P(Loaders, EachLoader, testing::ValuesIn(allLoaders()), loaderName);
+INSTANTIATE_TEST_SUITE_P(All, EachLoader, testing::ValuesIn(kLoaders),
+                         [](const auto& each) { return each.param.prefix; });
+
+TEST(ZxfLoader, CallbackExitOrScreen_EndTheProcessOrPrint) {
+  const auto exited = testing::ExitedWithCode(123);
+  const auto showOutput = [] { dup2(STDERR_FILENO, STDOUT_FILENO); };  // all that can be seen
+  EXPECT_EXIT((showOutput(), zxfErrorHandling("lost")), exited, "^lost\n$");
+  zxfSetScreenIndicator(0);
+  EXPECT_EXIT((showOutput(), zxfErrorHandling("lost")), exited, "^$");
+  zxfSetErrorCallback(keepReport);
+  EXPECT_EXIT(zxfErrorHandling("lost"), exited, "");
+  zxfSetExitIndicator(0);
+  zxfSetErrorCallback([](int, const char*) { return 1; });
+  EXPECT_EXIT(zxfErrorHandling("lost"), exited, "");
+  zxfSetErrorCallback(nullptr);
+}
+
+// A load that does not wait for another one opens the library again, and closing it once is not
+// enough then.
+TEST(ZxfLoader, Threads_LoadOnceAndKeepTheCountRight) {
+  constexpr int kObjects = 20000;
+  const std::string file = kGood + "/libzxfcclib64.so";
+  tell("slow");
+  zxfInitMutexes();
+  zxfInitMutexes();
+  for (const auto& [create, place] : {std::pair{&zxfCreateL, file}, {&zxfCreateD, kGood}}) {
+    std::vector<zxfRec*> objects(4 * kObjects);
+    const auto inThreads = [&](const auto& work) {
+      std::vector<std::jthread> threads;
+      for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+          for (int i = 0; i < kObjects; ++i) ASSERT_EQ(work(&objects[t * kObjects + i]), 1);
+        });
+      }
+    };
+    inThreads([&](zxfRec** object) { return create(object, place.c_str(), nullptr, 0); });
+    zxfRec* last = std::exchange(objects[0], nullptr);
+    inThreads(zxfFree);
+    EXPECT_EQ(zxfLibraryUnload(), 0) << "an increment was lost";
+    EXPECT_EQ(zxfFree(&last), 1);
+    EXPECT_EQ(zxfLibraryUnload(), 1) << "a decrement was lost";
+    EXPECT_FALSE(isOpen(file)) << "opened more than once";
+  }
+  zxfFiniMutexes();
+}
 
 }  // namespace

@@ -1,0 +1,58 @@
+// Scripts over the exchange file library. A message is the numbers of the errors that a call left.
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <optional>
+
+#include "script/driver.h"
+#include "support/zxffunctions.h"
+#include "zxf_testing.h"
+
+namespace {
+
+class ZxfHost : public zdb::script::Host {
+ public:
+  ZxfHost() : Host(zxftest::functionTable()) {
+    words["cd"] = [](auto&, const auto& statement) {
+      std::filesystem::current_path(statement.arguments.at(0).text);
+      return std::string("done");
+    };
+  }
+
+  void* create(const zdb::script::Way&) override {
+    void* zxf = nullptr;
+    XCreate(&zxf);
+    return zxf;
+  }
+  void destroy(void* object) override { XFree(&object); }
+  void mark(void* object) override { message(object); }
+  std::string message(void* object) override {
+    std::string numbers;
+    while (const int number = C__zxfGetLastError(object)) {
+      numbers += (numbers.empty() ? "" : " ") + std::to_string(number);
+    }
+    return numbers;
+  }
+};
+
+}  // namespace
+
+// Scripts run in a folder of their own, with a file "small", a folder and a pipe in it.
+int main(int argc, char** argv) {
+  ZxfHost host;
+  std::optional<zxftest::TemporaryFolder> folder;
+  const std::filesystem::path before = std::filesystem::current_path();
+  zdb::script::Way way;
+  way.name = "once";
+  way.enter = [&] {
+    std::filesystem::current_path(folder.emplace().path());
+    zxftest::writeContent("small", zxftest::smallContent());
+    std::filesystem::create_directory("folder");
+    mkfifo("pipe", 0600);
+  };
+  way.leave = [&] {
+    std::filesystem::current_path(before);
+    folder.reset();
+  };
+  return zdb::script::runProgram(argc, argv, {host, {way}, {}});
+}
