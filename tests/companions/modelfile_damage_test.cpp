@@ -107,6 +107,7 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
       }
     });
     std::vector<std::jthread> threads;
+    threads.reserve(complaints.size());
     for (std::string& complaint : complaints) {
       threads.emplace_back([&complaint] {
         for (int i = 0; i < 5; ++i) complaint += complaintOf("a.mps", sample("fixed"));
