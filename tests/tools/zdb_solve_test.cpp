@@ -30,6 +30,7 @@ class ZdbSolve : public Programs {
     folder_.write("diet.mod", kDiet);
     folder_.write("one.mod", "var need_var, = 4; var x; minimize z: 2 * x; s.t. c: x >= need_var;");
     folder_.write("whole.mod", "var x >= 0, integer; minimize z: x; s.t. c: 2 * x >= 3;");
+    folder_.write("constant.mod", "minimize z: 3;");
     folder_.write("two.dat", "set NUTRIENT := calcium energy;\n");
     folder_.write("broken.mod", "var x;\nminimize y: x +;\n");
   }
@@ -55,6 +56,7 @@ TEST_F(ZdbSolve, Solution_IsPrintedAndWritten) {
       {"", "solve diet.mod --solver cbc", 0, "objective   22\n"},
       {"", "solve diet.mod --solver glpk", 0, "objective   22\n"},
       {"", "solve whole.mod", 0, "1 integer columns\nstatus      Integer solution\n"},
+      {"", "solve constant.mod", 0, "solve       Normal completion\nobjective   3\n"},
       {"", "solve none.mod", 1, "none.mod"},
       {"", "solve broken.mod", 1, "broken.mod:2: "},
       {"", "solve diet.mod --solver best", 1, "Invalid solver name: best"},
@@ -73,6 +75,7 @@ TEST_F(ZdbSolve, ChangedData_ComeFromCsvOrADataFile) {
       {"", file, 0, "objective   42\n"},
       {"nutrient,value\nenergy,20\ncalcium,8\n", csv, 0, "objective   44\n"},
       {"", file, 0, "objective   44\n"},
+      {"nutrient,unit,value\nenergy,20\n", csv, 0, "objective   42\n"},
       {"calcium,0\n\nenergy,1\n", csv, 0, "objective   2\n"},
       {"energy,20\niron,3\n", csv, 0, "zdb: a.csv: 1 record is not in the model\n"},
       {"salt,0\niron,3\n", csv, 0, "objective   22\n"},
@@ -98,7 +101,7 @@ TEST_F(ZdbSolve, Sweep_IsATableOfScenariosOrSaysWhatIsWrong) {
       {good, sweep + " --show 'buy[milk]' --show cost | cut -d, -f1-3,5-", 0,
        "scenario,status,objective,buy[milk],cost\nbase,Optimal,22,2,22\nmore,Optimal,42,2,42\n"
        "weak,Optimal,20,0,20\nall,Infeasible,,,\n"},
-      {good, sweep, 0, "scenario,status,objective,iterations\nbase,Optimal,22,1\n"},
+      {good, sweep + " --model-data two.dat", 0, "iterations\nbase,Optimal,22,1\n"},
       {good, sweep + " --show buy", 1, "buy has 1 labels, not 0"},
       {good, sweep + " --show 'buy[tea]'", 1, "tea"},
       {"name,need[energy]\n", sweep, 1, "has no scenario"},
