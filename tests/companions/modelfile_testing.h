@@ -23,12 +23,6 @@ inline std::string sample(const std::string& name) {
   return readFile(MODELFILE_CORPUS "/" + name).substr(1);
 }
 
-// A small MPS model with columns x, y, p_var and a row R1, and sections of its own before the end.
-inline std::string withSections(const std::string& sections) {
-  const std::string file = sample("qmatrix");
-  return file.substr(0, file.find("QMATRIX")) + sections + "ENDATA\nQMATRIX\n";
-}
-
 // Reads a text as a file of the name. Throws with messages that do not show its folder.
 inline FileModel readText(const std::string& name, const std::string& text,
                           const FileLimits& limits = {}) {
