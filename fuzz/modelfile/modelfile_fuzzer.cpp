@@ -1,41 +1,23 @@
 // Any text as a model file of any format: it becomes an instance or a message, in a bounded time
 // and with everything given back. The first byte picks the name's ending, which picks the format.
-#include <stdlib.h>
 #include <sys/wait.h>
 
 #include <array>
 #include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
+#include <cstdlib>
 #include <string>
 
 #include "kit/modelfile.h"
 #include "kit/modelfile_build.h"
+#include "tests/support/files.h"
 #include "zkitdclib.h"
 
 namespace {
 
-constexpr std::array<const char*, 4> kNames = {"/a.mps", "/a.lp", "/a.mod", "/a"};
+constexpr std::array<const char*, 4> kNames = {"a.mps", "a.lp", "a.mod", "a"};
 
-// One folder for the process, in memory where the system has such a place.
-class Folder {
- public:
-  Folder() {
-    path_ = std::filesystem::is_directory("/dev/shm") ? "/dev/shm/" : "/tmp/";
-    path_ += "modelfile_XXXXXX";
-    if (mkdtemp(path_.data()) == nullptr) abort();
-  }
-  ~Folder() { std::filesystem::remove_all(path_); }
-  Folder(const Folder&) = delete;
-  Folder& operator=(const Folder&) = delete;
-  const std::string& path() const { return path_; }
-
- private:
-  std::string path_;
-};
-
-const Folder folder;
+const testsupport::TemporaryFolder folder;  // with TMPDIR=/dev/shm, it is in memory
 
 void require(bool good, const char* what) {
   if (good) return;
@@ -66,10 +48,9 @@ void read(const std::string& path) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size == 0) return 0;
-  const std::string path = folder.path() + kNames[data[0] % kNames.size()];
   const std::string text(reinterpret_cast<const char*>(data) + 1, size - 1);
   if (canWriteFiles(text)) return 0;
-  std::ofstream(path, std::ios::binary) << text;
+  const std::string path = folder.write(kNames[data[0] % kNames.size()], text);
   read(path);
   std::filesystem::remove(path);
   return 0;

@@ -1,37 +1,35 @@
 #pragma once
 
-#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
 #include <string>
-#include <vector>
+
+#include "support/files.h"
 
 namespace tools_test {
 
-/// What a program left behind.
-struct Outcome {
-  int exitCode = -1;  ///< 128 and above: ended by signal exitCode - 128
-  std::string out;
-  std::string err;
+using testing::HasSubstr;
+using testsupport::readFile;
+
+/// Command lines of the shell, run in a folder of the test's own. Programs of this build are found
+/// by their names; GOLDEN, a folder, holds the data files of the tests and what is to be printed.
+class Programs : public testing::Test {
+ protected:
+  struct Outcome {
+    int exitCode;  ///< 128 and above: ended by signal exitCode - 128
+    std::string out;
+    std::string err;
+  };
+  Outcome run(const std::string& command) const;
+
+  /// Runs a command that is to print a golden file and nothing else.
+  void expectGolden(const std::string& command, const std::string& file) const;
+
+  /// Runs a command that is to exit with the code and to print the text, among others.
+  void expect(const std::string& command, int exitCode, const std::string& text) const;
+
+  testsupport::TemporaryFolder folder_;
 };
-
-/// Runs a program to its end. Its standard output goes to `outFile` if that is given.
-Outcome run(const std::string& program, const std::vector<std::string>& arguments,
-            const std::string& outFile = "");
-
-/// A folder of this test's own that goes with it.
-class TemporaryFolder {
- public:
-  TemporaryFolder();
-  ~TemporaryFolder();
-  TemporaryFolder(const TemporaryFolder&) = delete;
-  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-  std::string path(const std::string& name = "") const { return (folder_ / name).string(); }
-
- private:
-  std::filesystem::path folder_;
-};
-
-std::string readFile(const std::string& path);
-void writeFile(const std::string& path, const std::string& content);
 
 }  // namespace tools_test

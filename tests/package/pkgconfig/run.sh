@@ -1,33 +1,17 @@
 #!/bin/sh
-# Builds and runs the consumer without CMake: run.sh CONSUMER COMPILER LIBDIR OUTPUT_FOLDER
+# Builds and runs the consumers without CMake: run.sh SOURCE_FOLDER COMPILER LIBDIR OUTPUT_FOLDER
 set -eu
 export PKG_CONFIG_PATH="$3/pkgconfig"
 flags=$(pkg-config --cflags --libs 'zdbcclib >= 1.0')
 # shellcheck disable=SC2086 # a list of flags
-"$2" "$1" -o "$4/pkgconfig-consumer" $flags
+"$2" "$1/consumer.c" -o "$4/pkgconfig-consumer" $flags
 LD_LIBRARY_PATH=$3 "$4/pkgconfig-consumer" "$4/pkgconfig.zxf"
 
 # A host that makes models, where the kit is there: it reads a model file, and prints why not.
 pkg-config --exists zkitdclib || exit 0
-cat >"$4/kit-consumer.c" <<'END'
-#include <stdio.h>
-#include <unistd.h>
-#include <zkitdclib.h>
-int main(int count, char** arguments) {
-  char message[ZKIT_TEXT_SIZE];
-  void* instance;
-  if (count != 2 || chdir("/") != 0) return 2;
-  if (!zkitReadModel(arguments[1], NULL, NULL, &instance, message, sizeof message)) {
-    puts(message);
-    return 1;
-  }
-  zkitFreeInstance(&instance);
-  return 0;
-}
-END
 printf 'Minimize\n cost: x\nSubject To\n need: x >= 2\nEnd\n' >"$4/model.lp"
 # shellcheck disable=SC2046 # a list of flags
-"$2" "$4/kit-consumer.c" -o "$4/kit-consumer" $(pkg-config --cflags --libs zkitdclib)
+"$2" "$1/kit_consumer.c" -o "$4/kit-consumer" $(pkg-config --cflags --libs zkitdclib)
 
 # refuses LIBDIR PATTERN: the model is not read with the kit there, and the message is like that.
 refuses() {
