@@ -1,0 +1,172 @@
+#include "script/driver.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace zdb::script {
+
+namespace {
+
+constexpr std::size_t kMaxLine = 100;
+
+/// What came of each statement that was not as expected, and which ways it came.
+using Differences = std::map<std::pair<std::size_t, std::string>, std::vector<std::string>>;
+
+/// The expectation with the settings of a way in it.
+std::string expectedIn(const Way& way, std::string expected) {
+  for (const auto& [name, value] : way.settings) {
+    const std::string mark = "%" + name;
+    for (std::size_t at; (at = expected.find(mark)) != expected.npos;) {
+      expected.replace(at, mark.size(), value);
+    }
+  }
+  return expected;
+}
+
+void runOneWay(const Program& program, const Script& script, const Way& way,
+               Differences& differences) {
+  if (way.enter) way.enter();
+  {
+    Run run(program.host, way);
+    for (std::size_t i = 0; i < script.statements.size(); ++i) {
+      const Statement& statement = script.statements[i];
+      std::string actual;
+      try {
+        actual = run.execute(statement);
+      } catch (const std::exception& error) {
+        actual = std::string("cannot be run: ") + error.what();
+      }
+      if (actual != expectedIn(way, statement.expected)) {
+        differences[{i, actual}].push_back(way.name);
+      }
+    }
+  }
+  if (way.leave) way.leave();
+}
+
+std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
+  if (some.size() == all) return "every way";
+  std::string names;
+  for (const std::string& name : some) names += (names.empty() ? "" : ", ") + name;
+  return names;
+}
+
+std::vector<Way> waysFor(const Program& program, const Script& script) {
+  const std::string file = std::filesystem::path(script.path).filename();
+  std::vector<Way> ways;
+  for (const Way& way : program.ways) {
+    const bool isLeftOut =
+        std::any_of(program.exceptions.begin(), program.exceptions.end(),
+                    [&](const WayException& e) { return e.way == way.name && e.script == file; });
+    if (!isLeftOut) ways.push_back(way);
+  }
+  if (ways.empty()) throw ScriptError(script.path + ": no way runs it");
+  return ways;
+}
+
+/// Exceptions that name no way, no script, or no reason. Scripts are looked for beside this one.
+void checkExceptions(const Program& program, const std::string& path) {
+  for (const WayException& e : program.exceptions) {
+    const bool isWay = std::any_of(program.ways.begin(), program.ways.end(),
+                                   [&](const Way& way) { return way.name == e.way; });
+    const bool isScript =
+        std::filesystem::exists(std::filesystem::path(path).replace_filename(e.script));
+    if (!isWay || !isScript || e.reason.empty()) {
+      throw ScriptError("exception for " + e.script + " in way " + e.way +
+                        ": no such way or script, or no reason");
+    }
+  }
+}
+
+/// Writes FILE.new, in which expectations that were not met are replaced by what came the first
+/// way. Comments and layout stay; what gets too long goes to a line of its own.
+void writeUpdated(const Script& script, const Differences& differences, const std::string& way) {
+  std::ofstream file(script.path + ".new");
+  std::size_t line = 0;
+  const auto copyTo = [&](int end) {
+    for (; line < static_cast<std::size_t>(end); ++line) file << script.lines[line] << '\n';
+  };
+  for (const auto& [key, ways] : differences) {
+    const Statement& statement = script.statements[key.first];
+    if (std::find(ways.begin(), ways.end(), way) == ways.end()) continue;
+    copyTo(statement.line - 1);
+    const bool isLong = statement.source.size() + key.second.size() + 4 > kMaxLine;
+    file << statement.source << (isLong ? "\n    => " : " => ") << key.second << '\n';
+    line = static_cast<std::size_t>(statement.lastLine);
+  }
+  copyTo(static_cast<int>(script.lines.size()));
+  if (!file.flush()) throw ScriptError(script.path + ".new: cannot be written");
+  std::cerr << script.path << ".new: written, look at it before you keep it\n";
+}
+
+/// Runs a script all its ways; whether all was as expected.
+bool runScript(const Program& program, const Script& script, bool update) {
+  const std::vector<Way> ways = waysFor(program, script);
+  Differences differences;
+  for (const Way& way : ways) runOneWay(program, script, way, differences);
+  for (const auto& [key, some] : differences) {
+    const Statement& statement = script.statements[key.first];
+    std::cerr << script.path << ':' << statement.line << ": " << namesOf(some, ways.size())
+              << "\n  " << statement.source << "\n  expected: " << statement.expected
+              << "\n  actual:   " << key.second << '\n';
+  }
+  if (update && !differences.empty()) writeUpdated(script, differences, ways.front().name);
+  return differences.empty();
+}
+
+Script readChecked(const Program& program, const std::string& path) {
+  Script script = readScript(path);
+  for (const Statement& statement : script.statements) {
+    try {
+      checkStatement(program.host, statement);
+    } catch (const ScriptError& error) {
+      throw ScriptError(path + ":" + std::to_string(statement.line) + ": " + error.what());
+    }
+  }
+  return script;
+}
+
+int usage(const std::string& complaint) {
+  std::cerr << complaint << "\nusage: PROGRAM [--update | --SWEEP] SCRIPT...\n";
+  return 2;
+}
+
+}  // namespace
+
+int runProgram(int argc, char** argv, const Program& program) try {
+  const std::vector<std::string> words(argv + 1, argv + argc);
+  const bool hasOption = !words.empty() && words[0].rfind("--", 0) == 0;
+  const std::string option = hasOption ? words[0] : "";
+  const auto sweep = std::find_if(program.sweeps.begin(), program.sweeps.end(),
+                                  [&](const Sweep& s) { return "--" + s.option == option; });
+  const bool update = option == "--update";
+  if (words.size() == (hasOption ? 1U : 0U)) return usage("no script");
+  if (hasOption && !update && sweep == program.sweeps.end()) return usage("unknown " + option);
+  if (update && std::getenv("CI") != nullptr) return usage("--update is not for CI");
+
+  std::vector<Script> scripts;
+  for (std::size_t i = hasOption ? 1 : 0; i < words.size(); ++i) {
+    scripts.push_back(readChecked(program, words[i]));
+  }
+  checkExceptions(program, scripts[0].path);
+  if (sweep != program.sweeps.end()) {
+    const std::string wrong = sweep->run(program.host, program.ways, scripts);
+    std::cerr << wrong;
+    return wrong.empty() ? 0 : 1;
+  }
+  bool asExpected = true;
+  for (const Script& script : scripts) asExpected &= runScript(program, script, update);
+  return asExpected ? 0 : 1;
+} catch (const std::exception& error) {
+  std::cerr << error.what() << '\n';
+  return 1;
+}
+
+}  // namespace zdb::script

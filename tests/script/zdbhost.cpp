@@ -1,0 +1,201 @@
+// Scripts over the exported surface of the library.
+
+#include <array>
+#include <cstring>
+
+#include "script/driver.h"
+#include "zdbcclib.h"
+
+namespace zdb::script {
+
+template <>
+inline constexpr const char* kKind<zdbHandle_t> = "object";
+template <>
+inline constexpr const char* kKind<zdbSymbol_t> = "symbol";
+template <>
+inline constexpr const char* kKind<zdbRecord_t> = "record";
+template <>
+inline constexpr const char* kKind<zdbDV_t> = "violation";
+
+namespace {
+
+/// Adds a form to the function that it belongs to: d__ and n__ names to that without prefix, or to
+/// that with c__.
+FunctionTable makeTable() {
+  FunctionTable table;
+#define ZDB_PLAIN(name, lower, result, parameters, arguments, ...) \
+  table.emplace(#name, Function::make(#name, &c__##lower, true, {__VA_ARGS__}));
+#define ZDB_TEXT ZDB_PLAIN
+#include "api/exports.def"
+#define ZDB_TEXT(name, lower, ...) table.at(#name).shortStrings = Form(&d__##lower);
+#define ZDB_ENTRY(name, ...) \
+  table.emplace(#name, Function::make(#name, &name, std::string_view(#name).rfind("n__", 0) == 0));
+#include "api/exports.def"
+  table.at("zdbGetKeys").flat = Form(&n__zdbgetkeys);
+  table.at("zdbGetDomain").flat = Form(&n__zdbgetdomain);
+  for (const char* name : {"xapiversion", "xcheck"}) {
+    Function& inShort = table.at(std::string("d__") + name);
+    table.at(std::string("c__") + name).shortStrings = inShort.plain;
+  }
+  for (auto& [name, function] : table) {
+    if (name.rfind("d__", 0) != 0) continue;
+    function.shortStrings = function.plain;
+    function.plain = Form();
+  }
+  return table;
+}
+
+std::string lastError(zdbHandle_t db) {
+  char text[ZDB_TEXT_SIZE];
+  c__zdbgetlasterror(db, text);
+  return text;
+}
+
+class ZdbHost : public Host {
+ public:
+  const FunctionTable& functions() const override { return table_; }
+
+  void* create(const Way& way) override {
+    zdbHandle_t db = nullptr;
+    zdbcreate(&db, nullptr, 0);
+    if (c__zdbselectrecordstorage(db, nullptr, std::stoi(way.settings.at("storage"))) != 1) {
+      throw ScriptError("cannot choose a storage");
+    }
+    return db;
+  }
+  void destroy(void* object) override {
+    auto* db = static_cast<zdbHandle_t>(object);
+    zdbfree(&db);
+  }
+
+  void mark(void* object) override {
+    zdbSymbol_t none = nullptr;
+    c__zdbfindsymbol(static_cast<zdbHandle_t>(object), "?", &none);
+  }
+  std::string message(void* object) override {
+    const std::string text = lastError(static_cast<zdbHandle_t>(object));
+    return text == "Cannot find symbol ?" ? "" : text;
+  }
+
+  std::string describe(void* object, const std::string& kind, void* handle) override {
+    auto* db = static_cast<zdbHandle_t>(object);
+    if (kind == "symbol") return nameOf(db, static_cast<zdbSymbol_t>(handle));
+    if (kind == "record") return keyOf(db, static_cast<zdbRecord_t>(handle));
+    if (kind == "violation") return violation(db, static_cast<zdbDV_t>(handle));
+    return kind;
+  }
+  void release(void* object, const std::string& kind, void* handle) override {
+    auto* db = static_cast<zdbHandle_t>(object);
+    if (kind == "record") c__zdbfreesymboliterator(db, static_cast<zdbRecord_t>(handle));
+    if (kind == "violation") c__zdbfreedvhandle(db, static_cast<zdbDV_t>(handle));
+    if (kind == "object") destroy(handle);
+  }
+  bool releases(const std::string& function) const override {
+    return function == "zdbFreeSymbolIterator" || function == "zdbFreeDVHandle" ||
+           function.find("free") != function.npos;
+  }
+  AnyFunction callback(const std::string& name) const override {
+    throw ScriptError("unknown callback " + name);
+  }
+
+  /// dump $symbol: all records in key order, with their values.
+  bool isWord(const std::string& name) const override { return name == "dump"; }
+  std::string word(Run& run, const Statement& statement) override {
+    const Variable& symbol = run.variable(statement.arguments[0]);
+    return dump(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
+  }
+
+ private:
+  static std::string nameOf(zdbHandle_t db, zdbSymbol_t symbol) {
+    char name[ZDB_TEXT_SIZE];
+    const int known = c__zdbsymbolinfo(db, symbol, ZDB_SYMBOL_NAME, nullptr, nullptr, name);
+    return known == 1 ? name : "foreign";
+  }
+  static std::string keyOf(zdbHandle_t db, zdbRecord_t record) {
+    std::array<std::array<char, ZDB_TEXT_SIZE>, ZDB_MAX_DIM> texts{};
+    std::array<char*, ZDB_MAX_DIM> rows;
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      texts[i][0] = '\1';
+      rows[i] = texts[i].data();
+    }
+    if (c__zdbgetkeys(db, record, ZDB_MAX_DIM, rows.data()) != 1) return "ended";
+    std::string key;
+    for (std::size_t i = 0; i < rows.size() && *rows[i] != '\1'; ++i) {
+      key.append(i == 0 ? "" : ".").append(rows[i]);
+    }
+    return "(" + key + ")";
+  }
+  static std::string violation(zdbHandle_t db, zdbDV_t violation) {
+    zdbSymbol_t symbol = nullptr;
+    zdbRecord_t record = nullptr;
+    std::array<int, ZDB_MAX_DIM> positions;
+    positions.fill(-1);
+    if (c__zdbgetdvsymbol(db, violation, &symbol) != 1) return "ended";
+    c__zdbgetdvsymbolrecord(db, violation, &record);
+    c__zdbgetdvindicator(db, violation, positions.data());
+    std::string text = nameOf(db, symbol) + keyOf(db, record) + ":";
+    c__zdbfreesymboliterator(db, record);
+    for (const int position : positions) {
+      if (position >= 0) text += std::to_string(position);
+    }
+    return text;
+  }
+  static std::string dump(zdbHandle_t db, zdbSymbol_t symbol) {
+    int type = 0;
+    zdbRecord_t record = nullptr;
+    c__zdbsymboltype(db, symbol, &type);
+    if (c__zdbfindfirstrecord(db, symbol, &record) != 1) return lastError(db);
+    std::string all;
+    do {
+      std::array<int, ZDB_MAX_DIM> keys;
+      std::array<double, ZDB_MAX_VALUES> values{};
+      c__zdbgetrecordraw(db, record, ZDB_MAX_DIM, keys.data(), values.data());
+      std::string key = keyOf(db, record);
+      all += (all.empty() ? "" : " ") + key.substr(1, key.size() - 2);
+      if (type == ZDB_SET) {
+        char text[ZDB_TEXT_SIZE];
+        if (c__zdbgetelemtext(db, record, text) == 1 && text[0] != '\0') {
+          all.append("'").append(text).append("'");
+        }
+        continue;
+      }
+      for (int v = 0; v < (type < ZDB_VARIABLE ? 1 : ZDB_MAX_VALUES); ++v) {
+        all += (v == 0 ? "=" : "/") + shown(values[static_cast<std::size_t>(v)]);
+      }
+    } while (c__zdbrecordmovenext(db, record) == 1);
+    c__zdbfreesymboliterator(db, record);
+    return all;
+  }
+
+  FunctionTable table_ = makeTable();
+};
+
+std::vector<Way> makeWays() {
+  const char* const storages[] = {"map", "vector", "tree"};
+  std::vector<Way> ways;
+  for (int storage = 0; storage < 3; ++storage) {
+    for (const bool isShort : {false, true}) {
+      for (const bool isTwin : {false, true}) {
+        Way way;
+        way.name = std::string(storages[storage]) + (isShort ? "-short" : "-c") +
+                   (isTwin ? "-twin" : "-plain");
+        way.usesShortStrings = isShort;
+        way.usesTwins = isTwin;
+        way.settings = {{"storage", std::to_string(storage)},
+                        {"next", std::to_string((storage + 1) % 3)},
+                        {"last", std::to_string((storage + 2) % 3)}};
+        ways.push_back(std::move(way));
+      }
+    }
+  }
+  return ways;
+}
+
+}  // namespace
+
+}  // namespace zdb::script
+
+int main(int argc, char** argv) {
+  zdb::script::ZdbHost host;
+  return zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), {}, {}});
+}
