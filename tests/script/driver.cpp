@@ -15,6 +15,7 @@ namespace zdb::script {
 namespace {
 
 constexpr std::size_t kMaxLine = 100;
+const std::string kCannotRun = "cannot be run: ";
 
 /// What came of each statement that was not as expected, and which ways it came.
 using Differences = std::map<std::pair<std::size_t, std::string>, std::vector<std::string>>;
@@ -37,14 +38,12 @@ void runOneWay(const Program& program, const Script& script, const Way& way,
     Run run(program.host, way);
     for (std::size_t i = 0; i < script.statements.size(); ++i) {
       const Statement& statement = script.statements[i];
-      std::string actual;
       try {
-        actual = run.execute(statement);
-      } catch (const std::exception& error) {
-        actual = std::string("cannot be run: ") + error.what();
-      }
-      if (actual != expectedIn(way, statement.expected)) {
+        const std::string actual = run.execute(statement);
+        if (actual == expectedIn(way, statement.expected)) continue;
         differences[{i, actual}].push_back(way.name);
+      } catch (const std::exception& error) {
+        differences[{i, kCannotRun + error.what()}].push_back(way.name);
       }
     }
   }
@@ -62,25 +61,25 @@ std::vector<Way> waysFor(const Program& program, const Script& script) {
   const std::string file = std::filesystem::path(script.path).filename();
   std::vector<Way> ways;
   for (const Way& way : program.ways) {
-    const bool isLeftOut =
-        std::any_of(program.exceptions.begin(), program.exceptions.end(),
-                    [&](const WayException& e) { return e.way == way.name && e.script == file; });
-    if (!isLeftOut) ways.push_back(way);
+    const auto leavesOut = [&](const WayException& exception) {
+      return exception.way == way.name && exception.script == file;
+    };
+    if (std::none_of(program.exceptions.begin(), program.exceptions.end(), leavesOut)) {
+      ways.push_back(way);
+    }
   }
   if (ways.empty()) throw ScriptError(script.path + ": no way runs it");
   return ways;
 }
 
-/// Exceptions that name no way, no script, or no reason. Scripts are looked for beside this one.
-void checkExceptions(const Program& program, const std::string& path) {
-  for (const WayException& e : program.exceptions) {
-    const bool isWay = std::any_of(program.ways.begin(), program.ways.end(),
-                                   [&](const Way& way) { return way.name == e.way; });
-    const bool isScript =
-        std::filesystem::exists(std::filesystem::path(path).replace_filename(e.script));
-    if (!isWay || !isScript || e.reason.empty()) {
-      throw ScriptError("exception for " + e.script + " in way " + e.way +
-                        ": no such way or script, or no reason");
+/// Refuses exceptions for what is not there. Scripts are looked for beside this one.
+void checkExceptions(const Program& program, std::filesystem::path path) {
+  for (const WayException& exception : program.exceptions) {
+    const auto isMeant = [&](const Way& way) { return way.name == exception.way; };
+    if (std::none_of(program.ways.begin(), program.ways.end(), isMeant) ||
+        !exists(path.replace_filename(exception.script)) || exception.reason.empty()) {
+      throw ScriptError("exception for " + exception.script + " in way " + exception.way +
+                        ": no such way, no such script or no reason");
     }
   }
 }
@@ -96,6 +95,7 @@ void writeUpdated(const Script& script, const Differences& differences, const st
   for (const auto& [key, ways] : differences) {
     const Statement& statement = script.statements[key.first];
     if (std::find(ways.begin(), ways.end(), way) == ways.end()) continue;
+    if (key.second.rfind(kCannotRun, 0) == 0) continue;
     copyTo(statement.line - 1);
     const bool isLong = statement.source.size() + key.second.size() + 4 > kMaxLine;
     file << statement.source << (isLong ? "\n    => " : " => ") << key.second << '\n';
@@ -121,18 +121,6 @@ bool runScript(const Program& program, const Script& script, bool update) {
   return differences.empty();
 }
 
-Script readChecked(const Program& program, const std::string& path) {
-  Script script = readScript(path);
-  for (const Statement& statement : script.statements) {
-    try {
-      checkStatement(program.host, statement);
-    } catch (const ScriptError& error) {
-      throw ScriptError(path + ":" + std::to_string(statement.line) + ": " + error.what());
-    }
-  }
-  return script;
-}
-
 int usage(const std::string& complaint) {
   std::cerr << complaint << "\nusage: PROGRAM [--update | --SWEEP] SCRIPT...\n";
   return 2;
@@ -153,7 +141,7 @@ int runProgram(int argc, char** argv, const Program& program) try {
 
   std::vector<Script> scripts;
   for (std::size_t i = hasOption ? 1 : 0; i < words.size(); ++i) {
-    scripts.push_back(readChecked(program, words[i]));
+    scripts.push_back(readScript(words[i]));
   }
   checkExceptions(program, scripts[0].path);
   if (sweep != program.sweeps.end()) {

@@ -2,7 +2,7 @@
 // scripts makes its table from the same .def file that the library makes its exports from.
 #pragma once
 
-#include <functional>
+#include <cstring>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -13,22 +13,22 @@ namespace zdb::script {
 
 /// An argument or a result on its way to or from a function.
 union Slot {
-  void* pointer;
+  void* pointer = nullptr;
   int integer;
   double real;
 };
 
-enum class Shape { None, Int, Double, Handle, Callback, Text, Texts, Ints, Doubles, Handles };
+enum class Shape { None, Int, Double, Handle, Callback, Text };
 
 struct Parameter {
-  Shape shape;
+  Shape shape;       ///< of the value, or of each value of an array
+  bool isArray;      ///< passed as an address; a text is a value
   bool isOutput;     ///< the function may write there
   const char* kind;  ///< of handles, by kKind
 };
 
 /// The kind of a handle type, by which a host tells how to describe and release it; specialise it
-/// for each handle type before a table is made. Handles of kind "object" are those that @name
-/// gives.
+/// for each handle type before a table is made. Objects, which @name gives, are of kind "object".
 template <typename T>
 inline constexpr const char* kKind = "pointer";
 
@@ -36,60 +36,26 @@ inline constexpr const char* kKind = "pointer";
 template <typename T>
 constexpr Parameter parameterOf() {
   using Target = std::remove_pointer_t<T>;
-  using Plain = std::remove_cv_t<Target>;
-  constexpr bool isOutput = !std::is_const_v<Target>;
-  if constexpr (std::is_void_v<T>) {
-    return {Shape::None, false, ""};
-  } else if constexpr (std::is_same_v<T, int>) {
-    return {Shape::Int, false, ""};
-  } else if constexpr (std::is_same_v<T, double>) {
-    return {Shape::Double, false, ""};
-  } else if constexpr (std::is_function_v<Target>) {
-    return {Shape::Callback, false, ""};
-  } else if constexpr (std::is_same_v<Plain, char>) {
-    return {Shape::Text, isOutput, ""};
-  } else if constexpr (std::is_same_v<Plain, int>) {
-    return {Shape::Ints, isOutput, ""};
-  } else if constexpr (std::is_same_v<Plain, double>) {
-    return {Shape::Doubles, isOutput, ""};
-  } else if constexpr (std::is_same_v<Plain, char*> || std::is_same_v<Plain, const char*>) {
-    return {Shape::Texts, std::is_same_v<Plain, char*>, ""};
-  } else if constexpr (std::is_pointer_v<Plain>) {
-    return {Shape::Handles, isOutput, kKind<Plain>};
-  } else {
-    static_assert(std::is_pointer_v<T>, "scripts have no value of this type");
-    return {Shape::Handle, false, kKind<T>};
-  }
-}
-
-using AnyFunction = void (*)();
-
-template <typename T>
-T taken(const Slot& slot) {
-  if constexpr (std::is_same_v<T, int>) {
-    return slot.integer;
-  } else if constexpr (std::is_same_v<T, double>) {
-    return slot.real;
-  } else {
-    return reinterpret_cast<T>(slot.pointer);
-  }
-}
-
-template <typename Result>
-Slot given(Result result) {
-  Slot slot{};
-  if constexpr (std::is_same_v<Result, int>) {
-    slot.integer = result;
-  } else if constexpr (std::is_same_v<Result, double>) {
-    slot.real = result;
-  } else {
-    slot.pointer = const_cast<void*>(static_cast<const void*>(result));
-  }
-  return slot;
+  using Element = std::remove_cv_t<Target>;
+  constexpr bool isNumber = std::is_same_v<Element, int> || std::is_same_v<Element, double>;
+  constexpr bool isArray = std::is_pointer_v<T> && (isNumber || std::is_pointer_v<Element>);
+  using Value = std::conditional_t<isArray, Element, T>;
+  using Pointee = std::remove_pointer_t<Value>;
+  constexpr Shape shape = std::is_void_v<Value>                             ? Shape::None
+                          : std::is_same_v<Value, int>                      ? Shape::Int
+                          : std::is_same_v<Value, double>                   ? Shape::Double
+                          : std::is_function_v<Pointee>                     ? Shape::Callback
+                          : std::is_same_v<std::remove_cv_t<Pointee>, char> ? Shape::Text
+                                                                            : Shape::Handle;
+  static_assert(shape != Shape::Handle || std::is_pointer_v<Value>, "a type that scripts lack");
+  constexpr bool isOutput =
+      shape == Shape::Text ? !std::is_const_v<Pointee> : isArray && !std::is_const_v<Target>;
+  return {shape, isArray, isOutput, kKind<Value>};
 }
 
 /// One calling form of a function, made from a typed pointer.
 struct Form {
+  using AnyFunction = void (*)();
   AnyFunction function = nullptr;
   Slot (*call)(AnyFunction function, const Slot* arguments) = nullptr;
 
@@ -103,39 +69,45 @@ struct Form {
         }) {}
 
  private:
+  template <typename T>
+  static T taken(const Slot& slot) {
+    T value;
+    std::memcpy(&value, &slot, sizeof value);
+    return value;
+  }
   template <typename Result, typename... Arguments, std::size_t... I>
-  static Slot callTyped(Result (*typed)(Arguments...), const Slot* arguments,
+  static Slot callTyped(Result (*typed)(Arguments...), [[maybe_unused]] const Slot* arguments,
                         std::index_sequence<I...>) {
-    static_cast<void>(arguments);
+    Slot slot;
     if constexpr (std::is_void_v<Result>) {
       typed(taken<Arguments>(arguments[I])...);
-      return {};
     } else {
-      return given(typed(taken<Arguments>(arguments[I])...));
+      const Result result = typed(taken<Arguments>(arguments[I])...);
+      std::memcpy(&slot.pointer, &result, sizeof result);
     }
+    return slot;
   }
 };
 
 struct Function {
   std::string name;
+  bool takesObject;  ///< the first argument is the statement's object, not written in scripts
   Parameter result;
   std::vector<Parameter> parameters;  ///< all but the object
-  bool takesObject;                   ///< the first argument is the statement's object
   std::vector<int> codes;             ///< as the .def file has them
   Form plain;                         ///< texts are C strings
-  Form shortStrings;  ///< texts are a length byte and characters, lists of them a matrix
-  Form flat;          ///< C strings, lists of them a matrix
+  Form shortStrings;  ///< texts are a length byte and characters, arrays of them a matrix
+  Form flat;          ///< C strings, arrays of them a matrix
 
-  /// A function whose first parameter, if takesObject, is the object and not written in scripts.
   template <typename Result, typename... Arguments>
   static Function make(const char* name, Result (*typed)(Arguments...), bool takesObject,
                        std::vector<int> codes = {}) {
     std::vector<Parameter> parameters = {parameterOf<Arguments>()...};
     if (takesObject) parameters.erase(parameters.begin());
     return {name,
+            takesObject,
             parameterOf<Result>(),
             std::move(parameters),
-            takesObject,
             std::move(codes),
             Form(typed),
             Form(),

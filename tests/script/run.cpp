@@ -6,518 +6,360 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
 #include <limits>
-#include <optional>
 
 namespace zdb::script {
 
 namespace {
 
-// What outputs hold before the call: printed as "-", and kept beyond their end.
-constexpr int kNoInt = -0x5A5A5A5A;
-constexpr double kNoDouble = -5.5e155;
-constexpr char kNoChar = '#';
-constexpr std::size_t kGuard = 4;
+// What outputs hold before the call, and behind their end.
+constexpr char kMark = '\xA5';
+constexpr std::size_t kGuard = 16;
 constexpr std::size_t kTextSize = 256;
 constexpr std::size_t kMatrixRows = 20;
-char noObject;
-void* const kNoHandle = &noObject;
 
 enum class Style { Plain, Short, Flat };
 
-double toDouble(const std::string& text) {
-  if (text == "eps") return std::numeric_limits<double>::denorm_min();
-  const bool isBits = text.rfind("0x", 0) == 0;
-  double value = 0;
-  std::uint64_t bits = 0;
+template <typename T, typename... Base>
+T numberOf(const std::string& text, std::size_t from, Base... base) {
+  T value{};
   const char* const end = text.data() + text.size();
-  const auto result = isBits ? std::from_chars(text.data() + 2, end, bits, 16)
-                             : std::from_chars(text.data(), end, value);
+  const auto result = std::from_chars(text.data() + from, end, value, base...);
   if (result.ec != std::errc() || result.ptr != end) throw ScriptError(text + " is not a number");
-  return isBits ? std::bit_cast<double>(bits) : value;
-}
-
-int toInt(const std::string& text) {
-  int value = 0;
-  const char* const end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, value);
-  if (result.ec != std::errc() || result.ptr != end) throw ScriptError(text + " is not an integer");
   return value;
 }
 
-std::string joined(const Token& token, const std::vector<std::string>& items) {
-  if (token.kind != Token::List) return " " + items[0];
-  std::string text;
-  for (const std::string& item : items) text += (text.empty() ? "" : " ") + item;
-  return " (" + text + ")";
+double doubleOf(const std::string& text) {
+  if (text == "eps") return std::numeric_limits<double>::denorm_min();
+  if (text.rfind("0x", 0) == 0) {
+    return std::bit_cast<double>(numberOf<std::uint64_t>(text, 2, 16));
+  }
+  return numberOf<double>(text, 0);
 }
 
-const std::vector<Token>& itemsOf(const Token& token, std::vector<Token>& single) {
-  if (token.kind == Token::List) return token.items;
-  single.assign(1, token);
-  return single;
+bool isMarks(const char* first, std::size_t count) {
+  return std::all_of(first, first + count, [](char c) { return c == kMark; });
 }
 
 }  // namespace
 
-/// One argument of one call: the memory that it points to.
+/// One argument of one call: its value, or the memory that it points to.
 class Argument {
  public:
-  Argument(const Run& run, const Parameter& parameter, const Token& token, Style style)
-      : run_(run), parameter_(parameter), token_(token), style_(style) {
-    slot.pointer = nullptr;
+  Argument(Run& run, const Parameter& itsParameter, const Token& token, Style style)
+      : parameter(itsParameter), run_(run), isList_(token.kind == Token::List), style_(style) {
+    items = isList_ ? token.items : std::vector<Token>{token};
     if (token.kind == Token::Null) return;
-    std::vector<Token> single;
-    const std::vector<Token>& items = itemsOf(token, single);
-    count_ = items.size();
-    switch (parameter.shape) {
-      case Shape::Int:
-        slot.integer = toInt(run.resolved(token));
-        break;
-      case Shape::Double:
-        slot.real = toDouble(run.resolved(token));
-        break;
-      case Shape::Handle:
-        slot.pointer = handle(token);
-        break;
-      case Shape::Callback:
-        slot.pointer = reinterpret_cast<void*>(run.host_.callback(token.text));
-        break;
-      case Shape::Ints:
-        fill(ints_, items, kNoInt, [&](const Token& t) { return toInt(run.resolved(t)); });
-        break;
-      case Shape::Doubles:
-        fill(doubles_, items, kNoDouble, [&](const Token& t) { return toDouble(run.resolved(t)); });
-        break;
-      case Shape::Handles:
-        fill(handles, items, kNoHandle, [&](const Token& t) { return handle(t); });
-        break;
-      case Shape::Text:
-        fillText(items);
-        break;
-      case Shape::Texts:
-        fillTexts(items);
-        break;
-      case Shape::None:
-        break;
+    if (isList_ && !parameter.isArray) throw ScriptError("an array does not fit");
+    if (!parameter.isArray && parameter.shape != Shape::Text) {
+      slot = run.value(token, parameter);
+      return;
     }
+    size_ = parameter.shape == Shape::Text  ? kTextSize
+            : parameter.shape == Shape::Int ? sizeof(int)
+                                            : sizeof(void*);
+    for (const Token& item : items) size_ = std::max(size_, textOf(item).size() + 1);
+    fill();
   }
 
   /// What the function left here, with a blank before; nothing for inputs.
   std::string output(void* object) const {
-    if (!parameter_.isOutput || token_.kind == Token::Null) return {};
-    switch (parameter_.shape) {
-      case Shape::Ints:
-        return list(ints_, kNoInt, [](int i) { return i == kNoInt ? "-" : std::to_string(i); });
-      case Shape::Doubles:
-        return list(doubles_, kNoDouble, [](double d) { return d == kNoDouble ? "-" : shown(d); });
-      case Shape::Handles:
-        return list(handles, kNoHandle,
-                    [&](void* h) { return described(object, parameter_.kind, h); });
-      default:
-        return texts();
-    }
-  }
-  std::string described(void* object, const char* kind, void* handle) const {
-    return handle == nullptr     ? "null"
-           : handle == kNoHandle ? "-"
-                                 : run_.host_.describe(object, kind, handle);
+    if (!parameter.isOutput || slot.pointer == nullptr) return {};
+    std::string all;
+    for (std::size_t i = 0; i < items.size(); ++i)
+      all += (i == 0 ? "" : " ") + shownItem(object, i);
+    if (isList_) all = "(" + all + ")";
+    return " " + all + (isMarks(&*bytes_.end() - kGuard, kGuard) ? "" : " OVERRUN");
   }
 
+  bool isUntouched(std::size_t i) const { return isMarks(&bytes_[i * size_], size_); }
+  Slot get(std::size_t i) const {
+    Slot value;
+    std::memcpy(&value.pointer, &bytes_[i * size_], std::min(size_, sizeof value));
+    return value;
+  }
+  void set(std::size_t i, Slot value) { std::memcpy(&bytes_[i * size_], &value, size_); }
+
+  const Parameter& parameter;
   Slot slot;
-  std::vector<void*> handles;
+  std::vector<Token> items;
 
  private:
-  void* handle(const Token& token) const {
-    if (token.kind == Token::Null) return nullptr;
-    if (token.kind == Token::Blank) return kNoHandle;
-    if (token.kind == Token::Object) return run_.objects_.at(token.text);
-    const auto known = run_.variables_.find(token.text);
-    if (known != run_.variables_.end()) return known->second.handle;
-    if (!parameter_.isOutput) throw ScriptError("$" + token.text + " has no value");
-    return kNoHandle;
+  std::string textOf(const Token& item) const {
+    const bool isText = item.kind == Token::Text || item.kind == Token::Setting;
+    return parameter.shape == Shape::Text && isText ? run_.resolved(item) : "";
   }
 
-  template <typename T, typename Convert>
-  void fill(std::vector<T>& values, const std::vector<Token>& items, T nothing, Convert convert) {
-    for (const Token& item : items) {
-      values.push_back(item.kind == Token::Blank ? nothing : convert(item));
-    }
-    // Inputs end where they end, for tools that see reads beyond it.
-    if (parameter_.isOutput) values.resize(values.size() + kGuard, nothing);
-    values.reserve(1);
-    slot.pointer = values.data();
-  }
-
-  /// A text as it is passed, in exactly the bytes that it takes.
-  std::vector<char> encoded(const std::string& text) const {
-    std::vector<char> bytes(text.begin(), text.end());
-    if (style_ == Style::Short) {
-      bytes.insert(bytes.begin(), static_cast<char>(text.size()));
-    } else {
-      bytes.push_back('\0');
-    }
-    return bytes;
-  }
-
-  void fillText(const std::vector<Token>& items) {
-    bytes_ = parameter_.isOutput ? std::vector<char>(kTextSize + kGuard, kNoChar)
-                                 : encoded(run_.resolved(items[0]));
-    slot.pointer = bytes_.data();
-  }
-
-  void fillTexts(const std::vector<Token>& items) {
-    rows_.resize(items.size());
+  void fill() {
+    const bool isMatrix = parameter.isArray && parameter.shape == Shape::Text;
+    const std::size_t rows = isMatrix ? std::max(items.size(), kMatrixRows) : items.size();
+    bytes_.reserve(1);  // an empty array has an address as well
+    bytes_.assign(rows * size_ + (parameter.isOutput ? kGuard : 0), kMark);
     for (std::size_t i = 0; i < items.size(); ++i) {
-      if (items[i].kind == Token::Null) continue;
-      rows_[i] = parameter_.isOutput ? std::vector<char>(kTextSize + kGuard, kNoChar)
-                                     : encoded(run_.resolved(items[i]));
-    }
-    if (style_ == Style::Plain) {
-      for (std::vector<char>& row : rows_) pointers_.push_back(row.empty() ? nullptr : row.data());
-      pointers_.reserve(1);
-      slot.pointer = pointers_.data();
-      return;
-    }
-    bytes_.assign(std::max(items.size(), kMatrixRows) * kTextSize + kGuard, kNoChar);
-    for (std::size_t i = 0; i < rows_.size() && !parameter_.isOutput; ++i) {
-      std::copy(rows_[i].begin(), rows_[i].end(), bytes_.begin() + i * kTextSize);
-    }
-    slot.pointer = bytes_.data();
-  }
-
-  template <typename T, typename Print>
-  std::string list(const std::vector<T>& values, T nothing, Print print) const {
-    std::vector<std::string> items;
-    for (std::size_t i = 0; i < count_; ++i) items.push_back(print(values[i]));
-    const bool overrun =
-        !std::all_of(values.begin() + count_, values.end(), [&](T v) { return v == nothing; });
-    return joined(token_, items) + (overrun ? " OVERRUN" : "");
-  }
-
-  std::string decoded(const char* bytes) const {
-    const char* const end = bytes + kTextSize;
-    if (std::all_of(bytes, end, [](char c) { return c == kNoChar; })) return "-";
-    const std::size_t length = style_ == Style::Short
-                                   ? static_cast<unsigned char>(bytes[0])
-                                   : static_cast<std::size_t>(std::find(bytes, end, '\0') - bytes);
-    if (length == kTextSize) return "UNTERMINATED";
-    const char* const first = bytes + (style_ == Style::Short ? 1 : 0);
-    return "\"" + shown(std::string(first, length)) + "\"";
-  }
-
-  std::string texts() const {
-    std::vector<std::string> items;
-    const bool isMatrix = parameter_.shape == Shape::Texts && style_ != Style::Plain;
-    const bool isRows = parameter_.shape == Shape::Texts && !isMatrix;
-    const auto guarded = [](const std::vector<char>& bytes) {
-      return std::all_of(bytes.end() - kGuard, bytes.end(), [](char c) { return c == kNoChar; });
-    };
-    bool overrun = !bytes_.empty() && !guarded(bytes_);
-    for (std::size_t i = 0; i < count_; ++i) {
-      if (isRows && rows_[i].empty()) {
-        items.emplace_back("null");
-        continue;
+      const Token& item = items[i];
+      const bool isRoom = parameter.isOutput && (item.kind == Token::Blank || isNew(item));
+      if (parameter.shape != Shape::Text) {
+        if (!isRoom) set(i, run_.value(item, parameter));
+      } else if (item.kind == Token::Text || item.kind == Token::Setting) {
+        setText(i, textOf(item));
+      } else if (!isRoom && item.kind != Token::Null) {
+        throw ScriptError(item.text + " is not a text");
       }
-      overrun |= isRows && !guarded(rows_[i]);
-      items.push_back(decoded(isRows ? rows_[i].data() : bytes_.data() + i * kTextSize));
+      rows_.push_back(item.kind == Token::Null ? nullptr : &bytes_[i * size_]);
     }
-    return joined(token_, items) + (overrun ? " OVERRUN" : "");
+    rows_.reserve(1);
+    slot.pointer = isMatrix && style_ == Style::Plain ? static_cast<void*>(rows_.data())
+                                                      : static_cast<void*>(bytes_.data());
   }
 
-  const Run& run_;
-  const Parameter& parameter_;
-  const Token& token_;
-  Style style_;
-  std::size_t count_ = 0;
-  std::vector<int> ints_;
-  std::vector<double> doubles_;
+  bool isNew(const Token& item) const {
+    return item.kind == Token::Variable && run_.variables.count(item.text) == 0;
+  }
+
+  void setText(std::size_t i, const std::string& text) {
+    char* const place = &bytes_[i * size_];
+    if (style_ == Style::Short) {
+      place[0] = static_cast<char>(text.size());
+      text.copy(place + 1, text.size());
+    } else {
+      place[text.copy(place, text.size())] = '\0';
+    }
+  }
+
+  std::string shownItem(void* object, std::size_t i) const {
+    if (rows_[i] == nullptr && parameter.shape == Shape::Text) return "null";
+    if (isUntouched(i)) return "-";
+    if (parameter.shape != Shape::Text) return run_.shownValue(object, parameter, get(i));
+    const char* const text = &bytes_[i * size_];
+    const std::string all(text, size_);
+    if (style_ == Style::Short) {
+      return '"' + shown(all.substr(1, static_cast<unsigned char>(text[0]))) + '"';
+    }
+    const std::size_t end = all.find('\0');
+    return end == all.npos ? "UNTERMINATED" : '"' + shown(all.substr(0, end)) + '"';
+  }
+
+  Run& run_;
+  const bool isList_;
+  const Style style_;
+  std::size_t size_ = 0;  ///< of an item, in bytes
   std::vector<char> bytes_;
-  std::vector<std::vector<char>> rows_;
-  std::vector<char*> pointers_;
+  std::vector<char*> rows_;
 };
 
 namespace {
 
-/// Whether short strings and matrices can say it: no null among the texts, none above 255 bytes.
+/// Whether short strings and matrices can say it: no null among texts, no text above 255 bytes.
 bool fitsMatrices(const Function& function, const Statement& statement) {
-  const auto fits = [](const Token& token) {
-    return token.kind != Token::Null && token.text.size() < kTextSize;
+  const auto fits = [](const Token& t) {
+    return t.kind != Token::Null && t.text.size() < kTextSize;
   };
   for (std::size_t i = 0; i < function.parameters.size(); ++i) {
     const Token& token = statement.arguments[i];
-    const Shape shape = function.parameters[i].shape;
-    if (shape == Shape::Text && token.text.size() >= kTextSize) return false;
-    if (shape == Shape::Texts && !std::all_of(token.items.begin(), token.items.end(), fits)) {
-      return false;
-    }
+    if (function.parameters[i].shape != Shape::Text) continue;
+    if (token.text.size() >= kTextSize) return false;
+    if (!std::all_of(token.items.begin(), token.items.end(), fits)) return false;
   }
   return true;
 }
 
-Style styleFor(const Way& way, const Function& function, const Statement& statement) {
-  if (function.plain.call == nullptr) return Style::Short;
-  if (!fitsMatrices(function, statement)) return Style::Plain;
-  if (way.usesShortStrings && function.shortStrings.call != nullptr) return Style::Short;
-  if (way.usesTwins && function.flat.call != nullptr) return Style::Flat;
-  return Style::Plain;
-}
-
-const Form& formOf(const Function& function, Style style) {
-  return style == Style::Short  ? function.shortStrings
-         : style == Style::Flat ? function.flat
-                                : function.plain;
-}
-
-/// The position of the handle that the twin of a function returns: its last handle output.
-std::optional<std::size_t> handedOut(const Function& function) {
-  for (std::size_t i = function.parameters.size(); i-- > 0;) {
-    if (function.parameters[i].shape == Shape::Handles && function.parameters[i].isOutput) return i;
+/// The form of a function that a way uses, and how it takes texts.
+std::pair<const Form&, Style> formFor(const Way& way, const Function& function, bool fits) {
+  if (function.plain.call == nullptr) return {function.shortStrings, Style::Short};
+  if (way.usesShortStrings && function.shortStrings.call != nullptr && fits) {
+    return {function.shortStrings, Style::Short};
   }
-  return std::nullopt;
+  if (way.usesTwins && function.flat.call != nullptr && fits) return {function.flat, Style::Flat};
+  return {function.plain, Style::Plain};
 }
 
-/// Calls the twin, which returns the handle and writes the result behind its other arguments. A
-/// twin with as many arguments as the function takes the handle by value, too.
-Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t out, bool keepsArgument,
+/// The argument of a function that its twin returns: the last handle that it puts somewhere.
+std::size_t handedOut(const Function& function) {
+  std::size_t i = function.parameters.size();
+  while (i-- > 0) {
+    const Parameter& parameter = function.parameters[i];
+    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
+  }
+  return i;
+}
+
+/// Calls the twin, which returns the handle and writes the result behind its other arguments. One
+/// with more arguments than the function takes the handle by value as well, and keeps it when it
+/// fails.
+Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool takesHandle,
               Argument& argument) {
-  Slot status{};
-  int result = kNoInt;
-  status.pointer = &result;
-  slots.push_back(status);
-  const auto place = slots.begin() + static_cast<std::ptrdiff_t>(out);
-  if (keepsArgument) {
-    place->pointer = argument.handles[0];
+  int status = 0;
+  slots.emplace_back().pointer = &status;
+  if (takesHandle) {
+    slots[place] = argument.get(0);
   } else {
-    slots.erase(place);
+    slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(place));
   }
-  void* const handle = form.call(form.function, slots.data()).pointer;
-  if (!keepsArgument || result != 0) argument.handles[0] = handle;
-  Slot given{};
-  given.integer = result;
-  return given;
+  const Slot handle = form.call(form.function, slots.data());
+  if (!takesHandle || status != 0) argument.set(0, handle);
+  Slot result;
+  result.integer = status;
+  return result;
 }
 
 }  // namespace
 
 Run::~Run() {
-  for (const auto& [name, variable] : variables_) {
-    if (variable.handle != nullptr) {
-      host_.release(variable.object, variable.kind, variable.handle);
-    }
-  }
-  for (const auto& [name, object] : objects_) host_.destroy(object);
+  for (const auto& [name, variable] : variables) assign(name, {}, false);
+  for (const auto& [name, object] : objects) host.destroy(object);
 }
 
 void* Run::object(const std::string& name) {
-  const auto [place, isNew] = objects_.try_emplace(name);
-  if (isNew) place->second = host_.create(way_);
+  const auto [place, isNew] = objects.try_emplace(name);
+  if (isNew) place->second = host.create(way);
   return place->second;
 }
 
 const Variable& Run::variable(const Token& token) const {
-  const auto known = variables_.find(token.text);
-  if (known == variables_.end()) throw ScriptError("$" + token.text + " has no value");
-  return known->second;
+  const auto known = variables.find(token.text);
+  if (token.kind == Token::Variable && known != variables.end()) return known->second;
+  throw ScriptError(token.text + " is not a variable with a value");
 }
 
 std::string Run::resolved(const Token& token) const {
   if (token.kind != Token::Setting) return token.text;
-  const auto known = way_.settings.find(token.text);
-  if (known == way_.settings.end()) throw ScriptError("unknown setting %" + token.text);
+  const auto known = way.settings.find(token.text);
+  if (known == way.settings.end()) throw ScriptError("unknown setting %" + token.text);
   return known->second;
 }
 
+Slot Run::value(const Token& token, const Parameter& parameter) {
+  Slot slot;
+  if (parameter.shape == Shape::Int) {
+    slot.integer = numberOf<int>(resolved(token), 0);
+  } else if (parameter.shape == Shape::Double) {
+    slot.real = doubleOf(resolved(token));
+  } else if (token.kind == Token::Callback) {
+    slot.pointer = host.callback(token.text);
+    if (slot.pointer == nullptr) throw ScriptError("unknown callback " + token.text);
+  } else if (token.kind == Token::Object) {
+    slot.pointer = object(token.text);
+  } else if (token.kind != Token::Null) {
+    slot.pointer = variable(token).handle;
+  }
+  return slot;
+}
+
+std::string Run::shownValue(void* object, const Parameter& parameter, const Slot& value) {
+  if (parameter.shape == Shape::None) return "done";
+  if (parameter.shape == Shape::Int) return std::to_string(value.integer);
+  if (parameter.shape == Shape::Double) return shown(value.real);
+  return value.pointer == nullptr ? "null" : host.describe(object, parameter.kind, value.pointer);
+}
+
 std::string Run::execute(const Statement& statement) {
-  void* const target = object(statement.object);
-  std::string actual;
+  std::string actual = "freed";
+  const auto word = host.words.find(statement.name);
   if (statement.name == "at") {
-    const Variable& shown = variable(statement.arguments.at(0));
-    actual =
-        shown.handle == nullptr ? "null" : host_.describe(shown.object, shown.kind, shown.handle);
+    const Variable& v = variable(statement.arguments.at(0));
+    actual = v.handle == nullptr ? "null" : host.describe(v.object, v.kind, v.handle);
   } else if (statement.name == "free") {
-    assign(statement.arguments.at(0).text, "", nullptr, nullptr, false);
-    actual = "freed";
+    assign(statement.arguments.at(0).text, {}, false);
   } else if (statement.name == "repeat") {
     actual = repeat(statement);
-  } else if (host_.isWord(statement.name)) {
-    actual = host_.word(*this, statement);
   } else {
-    actual = call(target, host_.functions().find(statement.name)->second, statement);
+    actual = word != host.words.end() ? word->second(*this, statement) : call(statement);
   }
-  if (way_.afterStatement) way_.afterStatement(*this);
+  if (way.afterStatement) way.afterStatement(*this);
   return actual;
 }
 
-/// Calls a function as long as it says 1 and nothing else but 1; gives its first handle after each.
+/// Calls a function as long as it gives 1 and nothing else but 1; shows its first handle after
+/// each.
 std::string Run::repeat(const Statement& statement) {
   Statement one = statement;
   one.name = one.arguments.at(0).text;
   one.arguments.erase(one.arguments.begin());
-  const Function& function = host_.functions().find(one.name)->second;
-  void* const target = object(one.object);
   std::string all;
   for (int i = 0; i < 1000; ++i) {
-    const std::string actual = call(target, function, one);
+    const std::string actual = call(one);
     if (actual != "1" && actual != "1 1") return all + actual;
     const Variable& moved = variable(one.arguments.at(0));
-    all += host_.describe(moved.object, moved.kind, moved.handle) + " ";
+    all += host.describe(moved.object, moved.kind, moved.handle) + " ";
   }
   return all + "and so on";
 }
 
-void Run::assign(const std::string& name, const std::string& kind, void* handle, void* object,
-                 bool wasReleased) {
-  Variable& variable = variables_[name];
-  if (variable.handle != nullptr && variable.handle != handle && !wasReleased) {
-    host_.release(variable.object, variable.kind, variable.handle);
+void Run::assign(const std::string& name, const Variable& variable, bool wasReleased) {
+  Variable& old = variables[name];
+  if (old.handle != nullptr && old.handle != variable.handle && !wasReleased) {
+    host.release(old.object, old.kind, old.handle);
   }
-  variable = {kind, handle, object};
+  old = variable;
 }
 
-std::string Run::call(void* object, const Function& function, const Statement& statement) {
-  Style style = styleFor(way_, function, statement);
-  const auto out = handedOut(function);
-  const auto twin = host_.functions().find(function.name + "Py");
-  const bool usesTwin = way_.usesTwins && out && twin != host_.functions().end() &&
-                        statement.arguments[*out].kind != Token::Null;
-  for (const Token& token : statement.arguments) {
-    if (token.kind == Token::Object) this->object(token.text);
+std::string Run::call(const Statement& statement) {
+  const auto known = host.functions.find(statement.name);
+  if (known == host.functions.end()) throw ScriptError("unknown function " + statement.name);
+  const Function& function = known->second;
+  const std::size_t count = function.parameters.size();
+  if (statement.arguments.size() != count) {
+    throw ScriptError(function.name + " takes " + std::to_string(count) + " arguments");
   }
+  const std::size_t out = handedOut(function);
+  const auto twin = host.functions.find(function.name + "Py");
+  const bool usesTwin = way.usesTwins && twin != host.functions.end() && out < count &&
+                        statement.arguments[out].kind != Token::Null;
+  const auto [form, style] =
+      formFor(way, usesTwin ? twin->second : function, fitsMatrices(function, statement));
+  void* const target = object(statement.object);
   std::vector<Argument> arguments;
-  arguments.reserve(function.parameters.size());
   std::vector<Slot> slots;
-  for (std::size_t i = 0; i < function.parameters.size(); ++i) {
+  if (function.takesObject) slots.emplace_back().pointer = target;
+  for (std::size_t i = 0; i < count; ++i) {
     arguments.emplace_back(*this, function.parameters[i], statement.arguments[i], style);
     slots.push_back(arguments.back().slot);
   }
-  if (function.takesObject) slots.insert(slots.begin(), Slot{object});
-
-  host_.mark(object);
+  host.mark(target);
   takeOutput();
   if (beforeCall) beforeCall();
-  const Form& form = formOf(usesTwin ? twin->second : function, style);
-  const Slot result =
-      usesTwin
-          ? callTwin(form, slots, *out + (function.takesObject ? 1 : 0),
-                     twin->second.parameters.size() > function.parameters.size(), arguments[*out])
-          : form.call(form.function, slots.data());
+  const Slot result = usesTwin ? callTwin(form, slots, slots.size() - count + out,
+                                          twin->second.parameters.size() > count, arguments[out])
+                               : form.call(form.function, slots.data());
   if (afterCall) afterCall();
-  const std::string printed = takeOutput();
-  const std::string message = host_.message(object);
+  return report(target, function, result, arguments);
+}
 
-  std::string actual;
-  void* const handle = result.pointer;
-  switch (function.result.shape) {
-    case Shape::Int:
-      actual = std::to_string(result.integer);
-      break;
-    case Shape::Double:
-      actual = shown(result.real);
-      break;
-    case Shape::Handle:
-      actual = handle == nullptr ? "null" : host_.describe(object, function.result.kind, handle);
-      if (handle != nullptr) host_.release(object, function.result.kind, handle);
-      break;
-    default:
-      actual = "done";
-  }
-  for (const Argument& argument : arguments) actual += argument.output(object);
+std::string Run::report(void* target, const Function& function, const Slot& result,
+                        const std::vector<Argument>& arguments) {
+  const std::string printed = takeOutput();
+  const std::string message = host.message(target);
+  std::string actual = shownValue(target, function.result, result);
+  for (const Argument& argument : arguments) actual += argument.output(target);
   if (!message.empty()) actual += " \"" + shown(message) + "\"";
   if (!printed.empty()) actual += " prints \"" + shown(printed) + "\"";
 
-  const bool released = result.integer != 0 && host_.releases(function.name);
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const Parameter& parameter = function.parameters[i];
-    std::vector<Token> single;
-    const std::vector<Token>& items = itemsOf(statement.arguments[i], single);
-    if (released && parameter.shape == Shape::Handle && items[0].kind == Token::Variable) {
-      assign(items[0].text, "", nullptr, nullptr, true);
-    }
-    if (parameter.shape != Shape::Handles || !parameter.isOutput) continue;
-    for (std::size_t k = 0; k < items.size() && items[k].kind != Token::Null; ++k) {
-      void* const got = arguments[i].handles[k];
-      if (got == kNoHandle) continue;
-      if (items[k].kind == Token::Variable) {
-        assign(items[k].text, parameter.kind, got, object, released);
-      } else if (got != nullptr) {
-        host_.release(object, parameter.kind, got);
-      }
-    }
+  if (function.result.shape == Shape::Handle && result.pointer != nullptr) {
+    host.release(target, function.result.kind, result.pointer);
+  }
+  const bool released = result.integer != 0 && host.releases(function.name);
+  for (const Argument& argument : arguments) {
+    if (argument.parameter.shape == Shape::Handle) keepHandles(target, argument, released);
   }
   return actual;
 }
 
-namespace {
-
-bool fits(const Token& token, const Parameter& parameter) {
-  const bool isBlank = token.kind == Token::Blank && parameter.isOutput;
-  switch (parameter.shape) {
-    case Shape::Int:
-    case Shape::Double:
-      return token.kind == Token::Word || token.kind == Token::Setting;
-    case Shape::Ints:
-    case Shape::Doubles:
-      return token.kind == Token::Word || token.kind == Token::Setting || isBlank;
-    case Shape::Handle:
-      return token.kind == Token::Variable || token.kind == Token::Object ||
-             token.kind == Token::Null;
-    case Shape::Handles:
-      return token.kind == Token::Variable || token.kind == Token::Null || isBlank;
-    case Shape::Callback:
-      return token.kind == Token::Callback || token.kind == Token::Null;
-    case Shape::Text:
-      return parameter.isOutput ? isBlank
-                                : token.kind == Token::Text || token.kind == Token::Setting;
-    case Shape::Texts:
-      return token.kind == Token::Null ||
-             (parameter.isOutput ? isBlank
-                                 : token.kind == Token::Text || token.kind == Token::Setting);
-    default:
-      return false;
-  }
-}
-
-bool fitsArgument(const Token& token, const Parameter& parameter) {
-  const bool isSingle = parameter.shape == Shape::Int || parameter.shape == Shape::Double ||
-                        parameter.shape == Shape::Handle || parameter.shape == Shape::Callback ||
-                        parameter.shape == Shape::Text;
-  if (token.kind == Token::Null) {
-    return parameter.shape != Shape::Int && parameter.shape != Shape::Double;
-  }
-  if (token.kind != Token::List) return fits(token, parameter);
-  return !isSingle && std::all_of(token.items.begin(), token.items.end(),
-                                  [&](const Token& item) { return fits(item, parameter); });
-}
-
-}  // namespace
-
-void checkStatement(const Host& host, const Statement& statement) {
-  std::vector<Token> arguments = statement.arguments;
-  std::string name = statement.name;
-  if (host.isWord(name) || name == "at" || name == "free") {
-    if (arguments.size() != 1) throw ScriptError(name + " takes one argument");
+/// Puts the handles that came into their variables, and releases those that were there or that no
+/// variable takes.
+void Run::keepHandles(void* target, const Argument& argument, bool wereReleased) {
+  if (!argument.parameter.isArray) {
+    if (wereReleased) assign(argument.items[0].text, {}, true);
     return;
   }
-  if (name == "repeat") {
-    if (arguments.size() < 2) throw ScriptError("repeat takes a function and a variable");
-    name = arguments[0].text;
-    arguments.erase(arguments.begin());
-  }
-  const auto known = host.functions().find(name);
-  if (known == host.functions().end()) throw ScriptError("unknown function " + name);
-  const std::vector<Parameter>& parameters = known->second.parameters;
-  if (arguments.size() != parameters.size()) {
-    throw ScriptError(name + " takes " + std::to_string(parameters.size()) + " arguments, not " +
-                      std::to_string(arguments.size()));
-  }
-  for (std::size_t i = 0; i < parameters.size(); ++i) {
-    if (!fitsArgument(arguments[i], parameters[i])) {
-      throw ScriptError("argument " + std::to_string(i + 1) + " does not fit " + name);
+  for (std::size_t i = 0; argument.parameter.isOutput && i < argument.items.size(); ++i) {
+    const Variable got = {argument.parameter.kind, argument.get(i).pointer, target};
+    if (argument.isUntouched(i)) continue;
+    if (argument.items[i].kind == Token::Variable) {
+      assign(argument.items[i].text, got, wereReleased);
+    } else if (got.handle != nullptr) {
+      host.release(target, got.kind, got.handle);
     }
   }
 }

@@ -4,20 +4,20 @@
 #include <functional>
 #include <map>
 #include <string>
-#include <vector>
 
 #include "script/functiontable.h"
 #include "script/script.h"
 
 namespace zdb::script {
 
+class Argument;
 class Run;
 
 /// A way to run scripts. Each script runs all ways, and all must look the same.
 struct Way {
   std::string name;
-  bool usesShortStrings = false;                ///< short-string forms where there are such
-  bool usesTwins = false;                       ///< nameTwin of functions and flat forms likewise
+  bool usesShortStrings = false;  ///< short-string forms where there are such
+  bool usesTwins = false;         ///< functions with Py behind their names, and flat forms
   std::map<std::string, std::string> settings;  ///< what %name stands for
   std::function<void()> enter, leave;           ///< around a whole script; may be empty
   std::function<void(Run&)> afterStatement;     ///< may be empty
@@ -26,27 +26,33 @@ struct Way {
 /// What a set of functions needs to be called from scripts.
 class Host {
  public:
+  explicit Host(FunctionTable table) : functions(std::move(table)) {}
   virtual ~Host() = default;
-  virtual const FunctionTable& functions() const = 0;
+  Host(const Host&) = delete;
+  Host& operator=(const Host&) = delete;
 
   /// The object behind @name, made when it is first named and destroyed after the run.
   virtual void* create(const Way& way) = 0;
   virtual void destroy(void* object) = 0;
   /// Makes the object's last message a known one, so that `message` tells a call that leaves none
   /// from one that leaves the same again.
-  virtual void mark(void* object) = 0;
+  virtual void mark(void* /*object*/) {}
   /// The message that was left since mark(), or nothing.
-  virtual std::string message(void* object) = 0;
-  /// A handle as it is printed. Null handles are never asked for.
-  virtual std::string describe(void* object, const std::string& kind, void* handle) = 0;
-  virtual void release(void* object, const std::string& kind, void* handle) = 0;
+  virtual std::string message(void* /*object*/) { return {}; }
+  /// A handle as it is printed; never null.
+  virtual std::string describe(void* /*object*/, const std::string& kind, void* /*handle*/) {
+    return kind;
+  }
+  virtual void release(void* /*object*/, const std::string& /*kind*/, void* /*handle*/) {}
   /// Whether a success of this function releases its first handle.
-  virtual bool releases(const std::string& function) const = 0;
-  /// What &name stands for.
-  virtual AnyFunction callback(const std::string& name) const = 0;
-  /// Runs a word of the host's own, which is no function; what it gives is compared like a call's.
-  virtual std::string word(Run& run, const Statement& statement) = 0;
-  virtual bool isWord(const std::string& name) const = 0;
+  virtual bool releases(const std::string& /*function*/) const { return false; }
+  /// What &name stands for, null for what is unknown.
+  virtual void* callback(const std::string& /*name*/) const { return nullptr; }
+  /// Words of the host's own, which are no functions; what they give is compared like a call's.
+  using Word = std::function<std::string(Run&, const Statement&)>;
+
+  const FunctionTable functions;
+  std::map<std::string, Word> words;
 };
 
 struct Variable {
@@ -57,7 +63,7 @@ struct Variable {
 
 class Run {
  public:
-  Run(Host& host, const Way& way) : host_(host), way_(way) {}
+  Run(Host& runHost, const Way& runWay) : host(runHost), way(runWay) {}
   ~Run();
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
@@ -66,31 +72,28 @@ class Run {
   /// for one that cannot be run.
   std::string execute(const Statement& statement);
 
-  const Way& way() const { return way_; }
   void* object(const std::string& name);
-  std::map<std::string, void*>& objects() { return objects_; }
-  std::map<std::string, Variable>& variables() { return variables_; }
   const Variable& variable(const Token& token) const;
-
-  /// Called right around the call of each statement; may be empty.
-  std::function<void()> beforeCall, afterCall;
-
- private:
-  std::string call(void* object, const Function& function, const Statement& statement);
-  std::string repeat(const Statement& statement);
-  void assign(const std::string& name, const std::string& kind, void* handle, void* object,
-              bool wasReleased);
+  /// The value of a token that stands for one of this shape.
+  Slot value(const Token& token, const Parameter& parameter);
+  /// A value as it is printed.
+  std::string shownValue(void* object, const Parameter& parameter, const Slot& value);
   std::string resolved(const Token& token) const;
 
-  friend class Argument;
-  Host& host_;
-  const Way& way_;
-  std::map<std::string, void*> objects_;
-  std::map<std::string, Variable> variables_;
-};
+  Host& host;
+  const Way& way;
+  std::map<std::string, void*> objects;
+  std::map<std::string, Variable> variables;
+  std::function<void()> beforeCall, afterCall;  ///< right around each call; may be empty
 
-/// Complains about a statement that names no function or word, or passes what does not fit.
-void checkStatement(const Host& host, const Statement& statement);
+ private:
+  std::string call(const Statement& statement);
+  std::string repeat(const Statement& statement);
+  std::string report(void* target, const Function& function, const Slot& result,
+                     const std::vector<Argument>& arguments);
+  void keepHandles(void* target, const Argument& argument, bool wereReleased);
+  void assign(const std::string& name, const Variable& variable, bool wasReleased);
+};
 
 /// Takes what this process has written to standard output since the last call. The first call sends
 /// standard output away.

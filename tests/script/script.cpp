@@ -1,5 +1,6 @@
 #include "script/script.h"
 
+#include <algorithm>
 #include <bit>
 #include <cctype>
 #include <charconv>
@@ -8,138 +9,100 @@
 #include <cstdio>
 #include <fstream>
 #include <limits>
-#include <string_view>
+#include <regex>
+#include <utility>
 
 namespace zdb::script {
 
 namespace {
 
+/// The characters of a quoted text: \x is x itself but for \t and \n, and c{n} stands for n of c.
+std::string unquoted(const std::string& text) {
+  std::string characters;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '\\') {
+      const char c = text[++i];
+      characters += c == 't' ? '\t' : c == 'n' ? '\n' : c;
+    } else if (text[i] == '{' && !characters.empty()) {
+      const std::size_t end = text.find('}', i);
+      characters.append(std::stoul(text.substr(i + 1, end - i)) - 1, characters.back());
+      i = end;
+    } else {
+      characters += text[i];
+    }
+  }
+  return characters;
+}
+
 /// Cuts one statement into tokens.
 class Reader {
  public:
-  explicit Reader(std::string_view text) : text_(text) {}
+  explicit Reader(const std::string& text) : text_(text), at_(text_.begin()) {}
 
   Statement statement() {
     Statement statement;
-    statement.object = text_[0] == '@' ? token().text : "a";
-    statement.name = name();
-    while (!skipped("=>")) statement.arguments.push_back(repeatable());
-    statement.source = trimmed(text_.substr(0, at_ - 2));
-    statement.expected = trimmed(text_.substr(at_));
+    statement.arguments = tokensUpTo("=>");
+    std::vector<Token>& tokens = statement.arguments;
+    statement.object = "a";
+    if (!tokens.empty() && tokens[0].kind == Token::Object) {
+      statement.object = tokens[0].text;
+      tokens.erase(tokens.begin());
+    }
+    if (tokens.empty() || tokens[0].kind != Token::Word) throw ScriptError("no function is named");
+    statement.name = tokens[0].text;
+    tokens.erase(tokens.begin());
+    statement.source = trimmed({text_.cbegin(), at_ - 2});
+    statement.expected = trimmed({at_, text_.cend()});
     if (statement.expected.empty()) throw ScriptError("nothing is expected");
     return statement;
   }
 
  private:
-  static std::string trimmed(std::string_view text) {
+  static std::string trimmed(const std::string& text) {
     const std::size_t first = text.find_first_not_of(' ');
-    if (first == text.npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of(' ') - first + 1));
-  }
-  char peek() const { return at_ < text_.size() ? text_[at_] : '\0'; }
-  bool skipped(std::string_view mark) {
-    while (peek() == ' ') ++at_;
-    if (text_.substr(at_, mark.size()) != mark) return false;
-    at_ += mark.size();
-    return true;
-  }
-  template <typename Predicate>
-  std::string takeWhile(Predicate belongs, const char* what) {
-    const std::size_t start = at_;
-    while (at_ < text_.size() && belongs(text_[at_])) ++at_;
-    if (at_ == start) throw ScriptError(std::string("here should be ") + what + ": " + rest(start));
-    return std::string(text_.substr(start, at_ - start));
-  }
-  std::string rest(std::size_t start) const { return std::string(text_.substr(start)); }
-  std::string name() {
-    skipped("");
-    return takeWhile([](unsigned char c) { return std::isalnum(c) != 0 || c == '_'; }, "a name");
-  }
-  int number() {
-    const std::string digits =
-        takeWhile([](unsigned char c) { return std::isdigit(c) != 0; }, "a number");
-    return digits.size() < 7 ? std::stoi(digits) : throw ScriptError("too many: " + digits);
+    return first == text.npos ? "" : text.substr(first, text.find_last_not_of(' ') - first + 1);
   }
 
-  /// A token, or a list of n equal ones when *n follows.
-  Token repeatable() {
-    Token one = token();
-    if (peek() != '*') return one;
-    ++at_;
-    return {Token::List, "", std::vector<Token>(static_cast<std::size_t>(number()), one)};
-  }
-
-  Token token() {
-    skipped("");
-    const std::size_t start = at_++;
-    switch (start < text_.size() ? text_[start] : '\0') {
-      case '$':
-        return {Token::Variable, name(), {}};
-      case '@':
-        return {Token::Object, name(), {}};
-      case '&':
-        return {Token::Callback, name(), {}};
-      case '%':
-        return {Token::Setting, name(), {}};
-      case '_':
-        return {Token::Blank, "", {}};
-      case '"':
-        return {Token::Text, quoted(), {}};
-      case '(':
-        return list();
-      default:
-        at_ = start;
-    }
-    std::string word = takeWhile(
-        [](unsigned char c) { return std::isalnum(c) != 0 || c == '-' || c == '.' || c == '+'; },
-        "an argument or =>");
-    if (word == "null") return {Token::Null, "", {}};
-    return {Token::Word, std::move(word), {}};
-  }
-
-  Token list() {
-    Token list{Token::List, "", {}};
-    while (!skipped(")")) {
-      const Token item = repeatable();
-      if (item.kind == Token::List) {
-        list.items.insert(list.items.end(), item.items.begin(), item.items.end());
+  std::vector<Token> tokensUpTo(const std::string& end) {
+    // Quotes with what is between, a mark with a name, a word; then perhaps a repetition.
+    static const std::regex pattern(
+        R"re( *(?:"((?:[^"\\]|\\.)*)"|([$@&%])(\w+)|(_|\(|\)|=>)|([\w.+-]+))(?:\*(\d+))?)re");
+    std::vector<Token> tokens;
+    for (std::smatch match;;) {
+      if (!std::regex_search(at_, text_.cend(), match, pattern,
+                             std::regex_constants::match_continuous)) {
+        throw ScriptError("cannot be read from here: " + std::string(at_, text_.cend()));
+      }
+      at_ = match[0].second;
+      if (match[4] == end) return tokens;
+      const std::string times = match[6];
+      Token token = tokenOf(match);
+      if (token.kind == Token::List) token.items = tokensUpTo(")");
+      if (times.empty()) {
+        tokens.push_back(std::move(token));
+      } else if (const std::vector<Token> copies(std::stoul(times), token); end == ")") {
+        tokens.insert(tokens.end(), copies.begin(), copies.end());
       } else {
-        list.items.push_back(item);
+        tokens.push_back({Token::List, "", copies});
       }
     }
-    return list;
   }
 
-  /// The characters up to the closing quote. \x takes a character as it is, \t and \n are control
-  /// characters, and c{n} stands for n of them.
-  std::string quoted() {
-    std::string characters;
-    while (peek() != '"') {
-      if (at_ >= text_.size()) throw ScriptError("a text without an end");
-      char c = text_[at_++];
-      if (c == '{' && !characters.empty()) {
-        characters.append(static_cast<std::size_t>(number()) - 1, characters.back());
-        if (!skipped("}")) throw ScriptError("a repetition without an end");
-        continue;
-      }
-      if (c == '\\') {
-        c = peek();
-        ++at_;
-        c = c == 't' ? '\t' : c == 'n' ? '\n' : c;
-      }
-      characters += c;
-    }
-    ++at_;
-    return characters;
+  static Token tokenOf(const std::smatch& match) {
+    if (match[1].matched) return {Token::Text, unquoted(match[1]), {}};
+    if (match[2] == "$") return {Token::Variable, match[3], {}};
+    if (match[2] == "@") return {Token::Object, match[3], {}};
+    if (match[2] == "&") return {Token::Callback, match[3], {}};
+    if (match[2] == "%") return {Token::Setting, match[3], {}};
+    if (match[4] == "_") return {Token::Blank, "", {}};
+    if (match[4] == "(") return {Token::List, "", {}};
+    if (match[4].matched) throw ScriptError("misplaced " + match[4].str());
+    return {match[5] == "null" ? Token::Null : Token::Word, match[5], {}};
   }
 
-  std::string_view text_;
-  std::size_t at_ = 0;
+  const std::string text_;
+  std::string::const_iterator at_;
 };
-
-bool isContinuation(const std::string& line) {
-  return !line.empty() && line[0] == ' ' && line.find_first_not_of(' ') != line.npos;
-}
 
 }  // namespace
 
@@ -147,25 +110,24 @@ Script readScript(const std::string& path) {
   Script script;
   script.path = path;
   std::ifstream file(path);
-  if (!file) throw ScriptError(path + ": cannot be read");
   for (std::string line; std::getline(file, line);) script.lines.push_back(line);
-  const int count = static_cast<int>(script.lines.size());
-  for (int i = 0; i < count;) {
-    const int first = i;
-    std::string text = script.lines[static_cast<std::size_t>(i++)];
-    if (text.empty() || text[0] == '#') continue;
-    for (; i < count && isContinuation(script.lines[static_cast<std::size_t>(i)]); ++i) {
-      const std::string& more = script.lines[static_cast<std::size_t>(i)];
-      text += more.substr(more.find_first_not_of(' ') - 1);
+  const auto continues = [](const std::string& line) { return !line.empty() && line[0] == ' '; };
+  const std::vector<std::string>& lines = script.lines;
+  for (std::size_t i = 0; i < lines.size();) {
+    const std::size_t first = i;
+    std::string text = lines[i++];
+    while (i < lines.size() && continues(lines[i])) {
+      text += lines[i].substr(std::min(lines[i].find_first_not_of(' '), lines[i].size()) - 1);
+      ++i;
     }
+    if (text.empty() || text[0] == '#') continue;
     try {
-      if (text[0] == ' ') throw ScriptError("a continuation of nothing");
       script.statements.push_back(Reader(text).statement());
-    } catch (const ScriptError& error) {
+    } catch (const std::exception& error) {
       throw ScriptError(path + ":" + std::to_string(first + 1) + ": " + error.what());
     }
-    script.statements.back().line = first + 1;
-    script.statements.back().lastLine = i;
+    script.statements.back().line = static_cast<int>(first) + 1;
+    script.statements.back().lastLine = static_cast<int>(i);
   }
   if (script.statements.empty()) throw ScriptError(path + ": has no statements");
   return script;
@@ -173,19 +135,15 @@ Script readScript(const std::string& path) {
 
 std::string shown(const std::string& text) {
   std::string result;
-  for (std::size_t i = 0, next; i < text.size(); i = next) {
-    next = text.find_first_not_of(text[i], i);
-    if (next == text.npos) next = text.size();
-    const bool isRun = next - i >= 16;
-    if (!isRun) next = i + 1;
+  for (std::size_t i = 0; i < text.size();) {
+    const std::size_t end = std::min(text.find_first_not_of(text[i], i), text.size());
+    const std::size_t count = end - i >= 16 ? end - i : 1;
     const auto byte = static_cast<unsigned char>(text[i]);
     char escape[8];
-    std::snprintf(escape, sizeof escape, "\\x%02x", byte);
-    result += text[i] == '\n'           ? "\\n"
-              : text[i] == '\t'         ? "\\t"
-              : std::isprint(byte) != 0 ? std::string(1, text[i])
-                                        : escape;
-    if (isRun) result += "{" + std::to_string(next - i) + "}";
+    std::snprintf(escape, sizeof escape, std::isprint(byte) != 0 ? "%c" : "\\x%02x", byte);
+    result += byte == '\n' ? "\\n" : byte == '\t' ? "\\t" : escape;
+    if (count > 1) result += "{" + std::to_string(count) + "}";
+    i += count;
   }
   return result;
 }

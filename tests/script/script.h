@@ -30,7 +30,7 @@ struct Script {
   std::vector<Statement> statements;
 };
 
-/// Says what is wrong with a script or a call that it makes; the caller adds file and line.
+/// Says what is wrong with a script or with a call that it makes.
 struct ScriptError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
@@ -38,10 +38,10 @@ struct ScriptError : std::runtime_error {
 /// Reads a script. Throws ScriptError with file and line for what does not parse.
 Script readScript(const std::string& path);
 
-/// Runs of 16 or more equal characters as c{n}, control characters as escapes: what texts look like
-/// in expectations. The first is read back in quoted texts.
+/// A text as expectations show it: runs of 16 or more equal characters as c{n}, control characters
+/// as escapes.
 std::string shown(const std::string& text);
-/// A number as expectations show it: in the shortest form that reads back as the same.
+/// A number likewise: in the shortest form that reads back as the same.
 std::string shown(double value);
 
 }  // namespace zdb::script

@@ -53,7 +53,12 @@ std::string lastError(zdbHandle_t db) {
 
 class ZdbHost : public Host {
  public:
-  const FunctionTable& functions() const override { return table_; }
+  ZdbHost() : Host(makeTable()) {
+    words["dump"] = [](Run& run, const Statement& statement) {
+      const Variable& symbol = run.variable(statement.arguments.at(0));
+      return dump(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
+    };
+  }
 
   void* create(const Way& way) override {
     zdbHandle_t db = nullptr;
@@ -93,16 +98,6 @@ class ZdbHost : public Host {
   bool releases(const std::string& function) const override {
     return function == "zdbFreeSymbolIterator" || function == "zdbFreeDVHandle" ||
            function.find("free") != function.npos;
-  }
-  AnyFunction callback(const std::string& name) const override {
-    throw ScriptError("unknown callback " + name);
-  }
-
-  /// dump $symbol: all records in key order, with their values.
-  bool isWord(const std::string& name) const override { return name == "dump"; }
-  std::string word(Run& run, const Statement& statement) override {
-    const Variable& symbol = run.variable(statement.arguments[0]);
-    return dump(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
   }
 
  private:
@@ -166,8 +161,6 @@ class ZdbHost : public Host {
     c__zdbfreesymboliterator(db, record);
     return all;
   }
-
-  FunctionTable table_ = makeTable();
 };
 
 std::vector<Way> makeWays() {
