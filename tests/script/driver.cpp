@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <map>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -85,23 +86,32 @@ void checkExceptions(const Program& program, std::filesystem::path path) {
 }
 
 /// Writes FILE.new, in which expectations that were not met are replaced by what came the first
-/// way. Comments and layout stay; what gets too long goes to a line of its own.
+/// way. Comments and layout stay, but for what gets too long and for lines with alternatives, of
+/// which each gets a line.
 void writeUpdated(const Script& script, const Differences& differences, const std::string& way) {
+  std::map<std::size_t, std::string> came;
+  std::set<int> changedLines;
+  for (const auto& [key, ways] : differences) {
+    const bool isWay = std::find(ways.begin(), ways.end(), way) != ways.end();
+    if (!isWay || key.second.rfind(kCannotRun, 0) == 0) continue;
+    came.insert({key.first, key.second});
+    changedLines.insert(script.statements[key.first].line);
+  }
   std::ofstream file(script.path + ".new");
   std::size_t line = 0;
-  const auto copyTo = [&](int end) {
-    for (; line < static_cast<std::size_t>(end); ++line) file << script.lines[line] << '\n';
+  const auto copyTo = [&](std::size_t end) {
+    for (; line < end; ++line) file << script.lines[line] << '\n';
   };
-  for (const auto& [key, ways] : differences) {
-    const Statement& statement = script.statements[key.first];
-    if (std::find(ways.begin(), ways.end(), way) == ways.end()) continue;
-    if (key.second.rfind(kCannotRun, 0) == 0) continue;
-    copyTo(statement.line - 1);
-    const bool isLong = statement.source.size() + key.second.size() + 4 > kMaxLine;
-    file << statement.source << (isLong ? "\n    => " : " => ") << key.second << '\n';
+  for (std::size_t i = 0; i < script.statements.size(); ++i) {
+    const Statement& statement = script.statements[i];
+    if (changedLines.count(statement.line) == 0) continue;
+    copyTo(static_cast<std::size_t>(statement.line) - 1);
+    const std::string& now = came.count(i) != 0 ? came[i] : statement.expected;
+    const bool isLong = statement.source.size() + now.size() + 4 > kMaxLine;
+    file << statement.source << (isLong ? "\n    => " : " => ") << now << '\n';
     line = static_cast<std::size_t>(statement.lastLine);
   }
-  copyTo(static_cast<int>(script.lines.size()));
+  copyTo(script.lines.size());
   if (!file.flush()) throw ScriptError(script.path + ".new: cannot be written");
   std::cerr << script.path << ".new: written, look at it before you keep it\n";
 }

@@ -251,15 +251,18 @@ std::string Run::shownValue(void* object, const Parameter& parameter, const Slot
   if (parameter.shape == Shape::None) return "done";
   if (parameter.shape == Shape::Int) return std::to_string(value.integer);
   if (parameter.shape == Shape::Double) return shown(value.real);
-  return value.pointer == nullptr ? "null" : host.describe(object, parameter.kind, value.pointer);
+  return shownHandle({parameter.kind, value.pointer, object});
+}
+
+std::string Run::shownHandle(const Variable& v) const {
+  return v.handle == nullptr ? "null" : shown(host.describe(v.object, v.kind, v.handle));
 }
 
 std::string Run::execute(const Statement& statement) {
   std::string actual = "freed";
   const auto word = host.words.find(statement.name);
   if (statement.name == "at") {
-    const Variable& v = variable(statement.arguments.at(0));
-    actual = v.handle == nullptr ? "null" : host.describe(v.object, v.kind, v.handle);
+    actual = shownHandle(variable(statement.arguments.at(0)));
   } else if (statement.name == "free") {
     assign(statement.arguments.at(0).text, {}, false);
   } else if (statement.name == "repeat") {
@@ -281,8 +284,7 @@ std::string Run::repeat(const Statement& statement) {
   for (int i = 0; i < 1000; ++i) {
     const std::string actual = call(one);
     if (actual != "1" && actual != "1 1") return all + actual;
-    const Variable& moved = variable(one.arguments.at(0));
-    all += host.describe(moved.object, moved.kind, moved.handle) + " ";
+    all += shownHandle(variable(one.arguments.at(0))) + " ";
   }
   return all + "and so on";
 }
@@ -339,7 +341,8 @@ std::string Run::report(void* target, const Function& function, const Slot& resu
   if (function.result.shape == Shape::Handle && result.pointer != nullptr) {
     host.release(target, function.result.kind, result.pointer);
   }
-  const bool released = result.integer != 0 && host.releases(function.name);
+  const bool succeeded = function.result.shape == Shape::None || result.integer != 0;
+  const bool released = succeeded && host.releases(function.name);
   for (const Argument& argument : arguments) {
     if (argument.parameter.shape == Shape::Handle) keepHandles(target, argument, released);
   }
@@ -358,7 +361,7 @@ void Run::keepHandles(void* target, const Argument& argument, bool wereReleased)
     if (argument.isUntouched(i)) continue;
     if (argument.items[i].kind == Token::Variable) {
       assign(argument.items[i].text, got, wereReleased);
-    } else if (got.handle != nullptr) {
+    } else if (argument.items[i].kind != Token::Object && got.handle != nullptr) {
       host.release(target, got.kind, got.handle);
     }
   }

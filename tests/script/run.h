@@ -78,6 +78,7 @@ class Run {
   Slot value(const Token& token, const Parameter& parameter);
   /// A value as it is printed.
   std::string shownValue(void* object, const Parameter& parameter, const Slot& value);
+  std::string shownHandle(const Variable& variable) const;
   std::string resolved(const Token& token) const;
 
   Host& host;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -10,6 +9,7 @@
 #include <fstream>
 #include <limits>
 #include <regex>
+#include <sstream>
 #include <utility>
 
 namespace zdb::script {
@@ -104,6 +104,27 @@ class Reader {
   std::string::const_iterator at_;
 };
 
+/// The statements that a line stands for: {a|b} is a in the first and b in the second of two.
+std::vector<std::string> expanded(const std::string& text) {
+  static const std::regex braces(R"re(\{([^{}]*\|[^{}]*)\})re");
+  std::vector<std::string> all;
+  std::size_t at = 0;
+  for (std::sregex_iterator it(text.begin(), text.end(), braces), end; it != end; ++it) {
+    std::istringstream alternatives((*it)[1].str() + '|');
+    const std::string before = text.substr(at, static_cast<std::size_t>(it->position()) - at);
+    std::size_t count = 0;
+    for (std::string one; std::getline(alternatives, one, '|'); ++count) {
+      if (at == 0) all.emplace_back();
+      if (count < all.size()) all[count] += before + one;
+    }
+    if (count != all.size()) throw ScriptError("not as many alternatives everywhere");
+    at = static_cast<std::size_t>(it->position() + it->length());
+  }
+  if (at == 0) return {text};
+  for (std::string& one : all) one += text.substr(at);
+  return all;
+}
+
 }  // namespace
 
 Script readScript(const std::string& path) {
@@ -122,12 +143,14 @@ Script readScript(const std::string& path) {
     }
     if (text.empty() || text[0] == '#') continue;
     try {
-      script.statements.push_back(Reader(text).statement());
+      for (const std::string& one : expanded(text)) {
+        script.statements.push_back(Reader(one).statement());
+        script.statements.back().line = static_cast<int>(first) + 1;
+        script.statements.back().lastLine = static_cast<int>(i);
+      }
     } catch (const std::exception& error) {
       throw ScriptError(path + ":" + std::to_string(first + 1) + ": " + error.what());
     }
-    script.statements.back().line = static_cast<int>(first) + 1;
-    script.statements.back().lastLine = static_cast<int>(i);
   }
   if (script.statements.empty()) throw ScriptError(path + ": has no statements");
   return script;
@@ -140,7 +163,7 @@ std::string shown(const std::string& text) {
     const std::size_t count = end - i >= 16 ? end - i : 1;
     const auto byte = static_cast<unsigned char>(text[i]);
     char escape[8];
-    std::snprintf(escape, sizeof escape, std::isprint(byte) != 0 ? "%c" : "\\x%02x", byte);
+    std::snprintf(escape, sizeof escape, byte >= 32 && byte != 127 ? "%c" : "\\x%02x", byte);
     result += byte == '\n' ? "\\n" : byte == '\t' ? "\\t" : escape;
     if (count > 1) result += "{" + std::to_string(count) + "}";
     i += count;

@@ -54,6 +54,9 @@ std::string lastError(zdbHandle_t db) {
 class ZdbHost : public Host {
  public:
   ZdbHost() : Host(makeTable()) {
+    words["marks"] = [](Run& run, const Statement& statement) {
+      return takeMarks(static_cast<zdbHandle_t>(run.object(statement.object)));
+    };
     words["dump"] = [](Run& run, const Statement& statement) {
       const Variable& symbol = run.variable(statement.arguments.at(0));
       return dump(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
@@ -135,6 +138,17 @@ class ZdbHost : public Host {
     }
     return text;
   }
+  static std::string takeMarks(zdbHandle_t db) {
+    std::string names;
+    zdbSymbol_t symbol = nullptr;
+    for (int i = 0; c__zdbgetsymbolbynumber(db, i, &symbol) == 1; ++i) {
+      int isWritten = 0;
+      c__zdbsymbolinfo(db, symbol, ZDB_SYMBOL_WRITTEN, &isWritten, nullptr, nullptr);
+      if (isWritten == 1) names += (names.empty() ? "" : " ") + nameOf(db, symbol);
+    }
+    if (c__zdbstopwriterecording(db) == 1) c__zdbstartwriterecording(db);
+    return names.empty() ? "none" : names;
+  }
   static std::string dump(zdbHandle_t db, zdbSymbol_t symbol) {
     int type = 0;
     zdbRecord_t record = nullptr;
@@ -176,7 +190,8 @@ std::vector<Way> makeWays() {
         way.usesTwins = isTwin;
         way.settings = {{"storage", std::to_string(storage)},
                         {"next", std::to_string((storage + 1) % 3)},
-                        {"last", std::to_string((storage + 2) % 3)}};
+                        {"last", std::to_string((storage + 2) % 3)},
+                        {"kept", isShort ? "\"\"" : "-"}};
         ways.push_back(std::move(way));
       }
     }
