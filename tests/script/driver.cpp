@@ -32,21 +32,26 @@ std::string expectedIn(const Way& way, std::string expected) {
   return expected;
 }
 
+/// Runs the statements up to the first that cannot be run: what comes after it means nothing.
 void runOneWay(const Program& program, const Script& script, const Way& way,
                Differences& differences) {
   if (way.enter) way.enter();
-  {
+  bool didSomething = !way.afterStatement;
+  std::size_t i = 0;
+  try {
     Run run(program.host, way);
-    for (std::size_t i = 0; i < script.statements.size(); ++i) {
+    for (; i < script.statements.size(); ++i) {
       const Statement& statement = script.statements[i];
-      try {
-        const std::string actual = run.execute(statement);
-        if (actual == expectedIn(way, statement.expected)) continue;
+      const std::string actual = run.execute(statement);
+      if (actual != expectedIn(way, statement.expected)) {
         differences[{i, actual}].push_back(way.name);
-      } catch (const std::exception& error) {
-        differences[{i, kCannotRun + error.what()}].push_back(way.name);
       }
+      didSomething |= way.afterStatement && way.afterStatement(run);
     }
+    if (!didSomething) throw ScriptError("this way does nothing here");
+  } catch (const std::exception& error) {
+    i = std::min(i, script.statements.size() - 1);
+    differences[{i, kCannotRun + error.what()}].push_back(way.name);
   }
   if (way.leave) way.leave();
 }

@@ -270,7 +270,6 @@ std::string Run::execute(const Statement& statement) {
   } else {
     actual = word != host.words.end() ? word->second(*this, statement) : call(statement);
   }
-  if (way.afterStatement) way.afterStatement(*this);
   return actual;
 }
 

@@ -20,7 +20,8 @@ struct Way {
   bool usesTwins = false;         ///< functions with Py behind their names, and flat forms
   std::map<std::string, std::string> settings;  ///< what %name stands for
   std::function<void()> enter, leave;           ///< around a whole script; may be empty
-  std::function<void(Run&)> afterStatement;     ///< may be empty
+  /// What is done after each statement, if it can be: whether it was. May be empty.
+  std::function<bool(Run&)> afterStatement;
 };
 
 /// What a set of functions needs to be called from scripts.

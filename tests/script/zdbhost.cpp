@@ -1,7 +1,10 @@
 // Scripts over the exported surface of the library.
 
+#include <malloc.h>
+#include <unistd.h>
+
 #include <array>
-#include <cstring>
+#include <filesystem>
 
 #include "script/driver.h"
 #include "zdbcclib.h"
@@ -177,26 +180,115 @@ class ZdbHost : public Host {
   }
 };
 
-std::vector<Way> makeWays() {
-  const char* const storages[] = {"map", "vector", "tree"};
-  std::vector<Way> ways;
-  for (int storage = 0; storage < 3; ++storage) {
-    for (const bool isShort : {false, true}) {
-      for (const bool isTwin : {false, true}) {
-        Way way;
-        way.name = std::string(storages[storage]) + (isShort ? "-short" : "-c") +
-                   (isTwin ? "-twin" : "-plain");
-        way.usesShortStrings = isShort;
-        way.usesTwins = isTwin;
-        way.settings = {{"storage", std::to_string(storage)},
-                        {"next", std::to_string((storage + 1) % 3)},
-                        {"last", std::to_string((storage + 2) % 3)},
-                        {"kept", isShort ? "\"\"" : "-"}};
-        ways.push_back(std::move(way));
-      }
+/// A new database with what is in another one, by way of a file or by copying.
+zdbHandle_t renewed(Run& run, zdbHandle_t old, bool throughFile) {
+  static int number = 0;
+  auto* const fresh = static_cast<zdbHandle_t>(run.host.create(run.way));
+  const std::string file = std::filesystem::temp_directory_path() /
+                           ("script" + std::to_string(getpid()) + "-" + std::to_string(++number));
+  if (throughFile && c__zdbwritezxf(old, file.c_str(), 1) != 1) throw ScriptError(lastError(old));
+  if ((throughFile ? c__zdbinitfromzxf(fresh, file.c_str()) : c__zdbinitfromdb(fresh, old)) != 1) {
+    throw ScriptError(lastError(fresh));
+  }
+  std::filesystem::remove(file);  // the new database has it open
+  std::array<double, ZDB_SV_COUNT> special;
+  c__zdbgetuserspecialvalues(old, special.data());
+  c__zdbsetspecialvalues(fresh, special.data());
+  return fresh;
+}
+
+/// Puts every database of a run into a new one, with the symbols in variables. Leaves them alone
+/// while a handle on a record is open: nobody could tell what it stands on.
+bool renewAll(Run& run, bool throughFile) {
+  for (const auto& [name, variable] : run.variables) {
+    if (variable.handle != nullptr && variable.kind != "symbol") return false;
+  }
+  for (auto& [name, object] : run.objects) {
+    auto* const old = static_cast<zdbHandle_t>(object);
+    zdbHandle_t fresh = renewed(run, old, throughFile);
+    for (auto& [ofVariable, variable] : run.variables) {
+      if (variable.object != old || variable.handle == nullptr) continue;
+      int number = 0;
+      auto* symbol = static_cast<zdbSymbol_t>(variable.handle);
+      c__zdbsymbolinfo(old, symbol, ZDB_SYMBOL_NUMBER, &number, nullptr, nullptr);
+      c__zdbgetsymbolbynumber(fresh, number, &symbol);
+      variable = {"symbol", symbol, fresh};
     }
+    run.host.destroy(old);
+    object = fresh;
+  }
+  return true;
+}
+
+/// What is done beside running the statements.
+enum class Harsh { Nothing, Rubbish, Reopened, Copied };
+
+const struct {
+  const char* name;
+  int storage;
+  bool usesShortStrings;
+  bool usesTwins;
+  Harsh harsh;
+} kWays[] = {
+    {"map", 0, false, false, Harsh::Nothing},
+    {"map-twin", 0, false, true, Harsh::Nothing},
+    {"map-short", 0, true, false, Harsh::Nothing},
+    {"map-short-twin", 0, true, true, Harsh::Nothing},
+    {"vector", 1, false, false, Harsh::Nothing},
+    {"vector-twin", 1, false, true, Harsh::Nothing},
+    {"vector-short", 1, true, false, Harsh::Nothing},
+    {"vector-short-twin", 1, true, true, Harsh::Nothing},
+    {"tree", 2, false, false, Harsh::Nothing},
+    {"tree-twin", 2, false, true, Harsh::Nothing},
+    {"tree-short", 2, true, false, Harsh::Nothing},
+    {"tree-short-twin", 2, true, true, Harsh::Nothing},
+    // Freed memory is filled with rubbish.
+    {"map-rubbish", 0, false, false, Harsh::Rubbish},
+    {"vector-rubbish", 1, false, false, Harsh::Rubbish},
+    {"tree-rubbish", 2, true, true, Harsh::Rubbish},
+    // After each statement the database is written and read again, or copied.
+    {"map-reopened", 0, false, false, Harsh::Reopened},
+    {"tree-reopened", 2, true, true, Harsh::Reopened},
+    {"map-copied", 0, false, false, Harsh::Copied},
+    {"vector-copied", 1, true, true, Harsh::Copied},
+};
+
+std::vector<Way> makeWays() {
+  std::vector<Way> ways;
+  for (const auto& row : kWays) {
+    Way way{row.name, row.usesShortStrings, row.usesTwins, {}, {}, {}, {}};
+    way.settings = {{"storage", std::to_string(row.storage)},
+                    {"next", std::to_string((row.storage + 1) % 3)},
+                    {"last", std::to_string((row.storage + 2) % 3)},
+                    {"kept", row.usesShortStrings ? "\"\"" : "-"}};
+    if (row.harsh == Harsh::Rubbish) {
+      way.enter = [] { mallopt(M_PERTURB, 0xA5); };
+      way.leave = [] { mallopt(M_PERTURB, 0); };
+    } else if (row.harsh != Harsh::Nothing) {
+      const bool throughFile = row.harsh == Harsh::Reopened;
+      way.afterStatement = [throughFile](Run& run) { return renewAll(run, throughFile); };
+    }
+    ways.push_back(std::move(way));
   }
   return ways;
+}
+
+/// Leaves a script out of the ways that put the database into another one.
+void leaveOut(std::vector<WayException>& exceptions, const std::string& script,
+              const std::string& reason, bool alsoOfCopies) {
+  for (const auto& row : kWays) {
+    if (row.harsh == Harsh::Reopened || (row.harsh == Harsh::Copied && alsoOfCopies)) {
+      exceptions.push_back({row.name, script, reason});
+    }
+  }
+}
+
+std::vector<WayException> makeExceptions() {
+  std::vector<WayException> exceptions;
+  leaveOut(exceptions, "memory.scr", "no file keeps this", false);
+  leaveOut(exceptions, "recording.scr", "marks are of one database", true);
+  leaveOut(exceptions, "storages.scr", "storages are of one database", true);
+  return exceptions;
 }
 
 }  // namespace
@@ -205,5 +297,6 @@ std::vector<Way> makeWays() {
 
 int main(int argc, char** argv) {
   zdb::script::ZdbHost host;
-  return zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), {}, {}});
+  return zdb::script::runProgram(
+      argc, argv, {host, zdb::script::makeWays(), zdb::script::makeExceptions(), {}});
 }
