@@ -21,32 +21,21 @@ const std::string kCannotRun = "cannot be run: ";
 /// What came of each statement that was not as expected, and which ways it came.
 using Differences = std::map<std::pair<std::size_t, std::string>, std::vector<std::string>>;
 
-/// The expectation with the settings of a way in it.
-std::string expectedIn(const Way& way, std::string expected) {
-  for (const auto& [name, value] : way.settings) {
-    const std::string mark = "%" + name;
-    for (std::size_t at; (at = expected.find(mark)) != expected.npos;) {
-      expected.replace(at, mark.size(), value);
-    }
-  }
-  return expected;
-}
-
 /// Runs the statements up to the first that cannot be run: what comes after it means nothing.
 void runOneWay(const Program& program, const Script& script, const Way& way,
                Differences& differences) {
   if (way.enter) way.enter();
-  bool didSomething = !way.afterStatement;
+  bool didSomething = !way.after;
   std::size_t i = 0;
   try {
     Run run(program.host, way);
     for (; i < script.statements.size(); ++i) {
       const Statement& statement = script.statements[i];
       const std::string actual = run.execute(statement);
-      if (actual != expectedIn(way, statement.expected)) {
+      if (actual != way.inSettings(statement.expected)) {
         differences[{i, actual}].push_back(way.name);
       }
-      didSomething |= way.afterStatement && way.afterStatement(run);
+      didSomething |= way.after && way.after(run);
     }
     if (!didSomething) throw ScriptError("this way does nothing here");
   } catch (const std::exception& error) {
@@ -58,9 +47,9 @@ void runOneWay(const Program& program, const Script& script, const Way& way,
 
 std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
   if (some.size() == all) return "every way";
-  std::string names;
-  for (const std::string& name : some) names += (names.empty() ? "" : ", ") + name;
-  return names;
+  std::string names = std::to_string(some.size()) + " of " + std::to_string(all) + " ways:";
+  for (std::size_t i = 0; i < some.size() && i < 4; ++i) names += (i == 0 ? " " : ", ") + some[i];
+  return names + (some.size() > 4 ? ", ..." : "");
 }
 
 std::vector<Way> waysFor(const Program& program, const Script& script) {
@@ -68,7 +57,7 @@ std::vector<Way> waysFor(const Program& program, const Script& script) {
   std::vector<Way> ways;
   for (const Way& way : program.ways) {
     const auto leavesOut = [&](const WayException& exception) {
-      return exception.way == way.name && exception.script == file;
+      return way.name.find(exception.way) != way.name.npos && exception.script == file;
     };
     if (std::none_of(program.exceptions.begin(), program.exceptions.end(), leavesOut)) {
       ways.push_back(way);
@@ -81,7 +70,9 @@ std::vector<Way> waysFor(const Program& program, const Script& script) {
 /// Refuses exceptions for what is not there. Scripts are looked for beside this one.
 void checkExceptions(const Program& program, std::filesystem::path path) {
   for (const WayException& exception : program.exceptions) {
-    const auto isMeant = [&](const Way& way) { return way.name == exception.way; };
+    const auto isMeant = [&](const Way& way) {
+      return way.name.find(exception.way) != way.name.npos;
+    };
     if (std::none_of(program.ways.begin(), program.ways.end(), isMeant) ||
         !exists(path.replace_filename(exception.script)) || exception.reason.empty()) {
       throw ScriptError("exception for " + exception.script + " in way " + exception.way +
@@ -159,11 +150,7 @@ int runProgram(int argc, char** argv, const Program& program) try {
     scripts.push_back(readScript(words[i]));
   }
   checkExceptions(program, scripts[0].path);
-  if (sweep != program.sweeps.end()) {
-    const std::string wrong = sweep->run(program.host, program.ways, scripts);
-    std::cerr << wrong;
-    return wrong.empty() ? 0 : 1;
-  }
+  if (sweep != program.sweeps.end()) return sweep->run(program, scripts) ? 0 : 1;
   bool asExpected = true;
   for (const Script& script : scripts) asExpected &= runScript(program, script, update);
   return asExpected ? 0 : 1;

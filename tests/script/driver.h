@@ -8,17 +8,20 @@
 
 namespace zdb::script {
 
-/// A script that a way leaves out.
+/// A script that is left out of the ways whose names contain these words.
 struct WayException {
   std::string way;
   std::string script;  ///< file name
   std::string reason;
 };
 
-/// A check over a whole script beside that of its expectations: says what is wrong, or nothing.
+struct Program;
+
+/// A check over whole scripts beside that of their expectations: --option runs it instead. Tells on
+/// standard error what is wrong and whether all is as it should be.
 struct Sweep {
   std::string option;
-  std::string (*run)(Host& host, const std::vector<Way>& ways, const std::vector<Script>& scripts);
+  bool (*run)(const Program& program, const std::vector<Script>& scripts);
 };
 
 struct Program {

@@ -94,24 +94,25 @@ struct Function {
   bool takesObject;  ///< the first argument is the statement's object, not written in scripts
   Parameter result;
   std::vector<Parameter> parameters;  ///< all but the object
-  std::vector<int> codes;             ///< as the .def file has them
+  std::vector<std::string> names;     ///< of the parameters, if they are known
   Form plain;                         ///< texts are C strings
   Form shortStrings;  ///< texts are a length byte and characters, arrays of them a matrix
   Form flat;          ///< C strings, arrays of them a matrix
 
+  /// `declared` is the parameter list as it is written, from which the names are taken.
   template <typename Result, typename... Arguments>
   static Function make(const char* name, Result (*typed)(Arguments...), bool takesObject,
-                       std::vector<int> codes = {}) {
-    std::vector<Parameter> parameters = {parameterOf<Arguments>()...};
-    if (takesObject) parameters.erase(parameters.begin());
-    return {name,
-            takesObject,
-            parameterOf<Result>(),
-            std::move(parameters),
-            std::move(codes),
-            Form(typed),
-            Form(),
-            Form()};
+                       const std::string& declared = "") {
+    Function made{
+        name, takesObject, parameterOf<Result>(), {parameterOf<Arguments>()...}, {}, Form(typed),
+        {},   {}};
+    for (std::size_t end = 0; (end = declared.find_first_of(",)", end + 1)) != declared.npos;) {
+      const std::size_t start = declared.find_last_of(" *", end) + 1;
+      made.names.push_back(declared.substr(start, end - start));
+    }
+    if (takesObject) made.parameters.erase(made.parameters.begin());
+    if (takesObject && !made.names.empty()) made.names.erase(made.names.begin());
+    return made;
   }
 };
 

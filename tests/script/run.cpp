@@ -175,16 +175,6 @@ std::pair<const Form&, Style> formFor(const Way& way, const Function& function, 
   return {function.plain, Style::Plain};
 }
 
-/// The argument of a function that its twin returns: the last handle that it puts somewhere.
-std::size_t handedOut(const Function& function) {
-  std::size_t i = function.parameters.size();
-  while (i-- > 0) {
-    const Parameter& parameter = function.parameters[i];
-    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
-  }
-  return i;
-}
-
 /// Calls the twin, which returns the handle and writes the result behind its other arguments. One
 /// with more arguments than the function takes the handle by value as well, and keeps it when it
 /// fails.
@@ -206,12 +196,30 @@ Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool
 
 }  // namespace
 
+std::size_t handedOut(const Function& function) {
+  std::size_t i = function.parameters.size();
+  while (i-- > 0) {
+    const Parameter& parameter = function.parameters[i];
+    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
+  }
+  return i;
+}
+
+std::string Way::inSettings(std::string text) const {
+  for (const auto& [name_, value] : settings) {
+    const std::string mark = "%" + name_;
+    for (std::size_t at; (at = text.find(mark)) != text.npos;) text.replace(at, mark.size(), value);
+  }
+  return text;
+}
+
 Run::~Run() {
   for (const auto& [name, variable] : variables) assign(name, {}, false);
   for (const auto& [name, object] : objects) host.destroy(object);
 }
 
 void* Run::object(const std::string& name) {
+  if (name == "null") return nullptr;
   const auto [place, isNew] = objects.try_emplace(name);
   if (isNew) place->second = host.create(way);
   return place->second;

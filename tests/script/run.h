@@ -21,7 +21,10 @@ struct Way {
   std::map<std::string, std::string> settings;  ///< what %name stands for
   std::function<void()> enter, leave;           ///< around a whole script; may be empty
   /// What is done after each statement, if it can be: whether it was. May be empty.
-  std::function<bool(Run&)> afterStatement;
+  std::function<bool(Run&)> after;
+
+  /// A text with the settings in it.
+  std::string inSettings(std::string text) const;
 };
 
 /// What a set of functions needs to be called from scripts.
@@ -32,7 +35,8 @@ class Host {
   Host(const Host&) = delete;
   Host& operator=(const Host&) = delete;
 
-  /// The object behind @name, made when it is first named and destroyed after the run.
+  /// The object behind @name, made when it is first named and destroyed after the run; @null is
+  /// none.
   virtual void* create(const Way& way) = 0;
   virtual void destroy(void* object) = 0;
   /// Makes the object's last message a known one, so that `message` tells a call that leaves none
@@ -96,6 +100,9 @@ class Run {
   void keepHandles(void* target, const Argument& argument, bool wereReleased);
   void assign(const std::string& name, const Variable& variable, bool wasReleased);
 };
+
+/// The argument of a function that its twin returns: the last handle that it puts somewhere.
+std::size_t handedOut(const Function& function);
 
 /// Takes what this process has written to standard output since the last call. The first call sends
 /// standard output away.

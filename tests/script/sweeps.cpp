@@ -1,0 +1,168 @@
+#include "script/sweeps.h"
+
+#include <optional>
+#include <regex>
+#include <utility>
+
+#include "support/allocations.h"
+
+namespace zdb::script {
+
+namespace {
+
+std::string complaint(const Script& script, const Statement& statement, const std::string& what,
+                      const std::string& actual) {
+  return script.path + ":" + std::to_string(statement.line) + ": " + what + "\n  " +
+         statement.source + "\n  actual: " + actual + "\n";
+}
+
+/// Runs a script with one allocation of one statement failing. False if it makes fewer.
+bool failsOnce(Run& run, const Script& script, std::size_t position, std::uint64_t number,
+               const MemoryRules& rules, std::string& wrong) {
+  const auto picture = [&] {
+    std::string all;
+    for (const auto& [name, object] : run.objects) all += rules.picture(object) + "\n";
+    return all;
+  };
+  for (std::size_t i = 0; i < position; ++i) run.execute(script.statements[i]);
+  const Statement& statement = script.statements[position];
+  run.object(statement.object);
+  const std::string before = picture();
+  std::optional<test::Allocations> watch;
+  bool hasFailed = false;
+  run.beforeCall = [&] { watch.emplace(number); };
+  run.afterCall = [&] {
+    hasFailed = watch->hasFailed();
+    watch.reset();
+  };
+  const std::string actual = run.execute(statement);
+  run.beforeCall = run.afterCall = nullptr;
+  if (!hasFailed) return false;
+
+  const std::string what = "allocation " + std::to_string(number) + " failed: ";
+  const bool isInner = rules.innerNames.count(statement.name) != 0;
+  const std::string name = isInner ? R"re(\w+)re" : statement.name;
+  const std::string said = "\"Out of memory in (" + name + ")";
+  if (!std::regex_match(actual,
+                        std::regex("(0|null).*" + said + "\" prints " + said + R"re(\\n")re"))) {
+    wrong += complaint(script, statement, what + "not said so", actual);
+  }
+  if (rules.leavePart.count(statement.name) == 0 && picture() != before) {
+    wrong += complaint(script, statement, what + "changed something", picture());
+  }
+  for (std::size_t i = position; i < script.statements.size(); ++i) {
+    const Statement& next = script.statements[i];
+    const std::string then = run.execute(next);
+    if (then == run.way.inSettings(next.expected)) continue;
+    wrong += complaint(script, next, what + "then, after " + statement.source, then);
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string sweepMemory(Host& host, const Way& way, const Script& script, const MemoryRules& rules,
+                        int& tried) {
+  std::string wrong;
+  for (std::size_t i = 0; i < script.statements.size(); ++i) {
+    const Statement& statement = script.statements[i];
+    if (host.functions.count(statement.name) == 0 || rules.spoiling.count(statement.source) != 0)
+      continue;
+    for (std::uint64_t number = 1;; ++number, ++tried) {
+      Run run(host, way);
+      if (!failsOnce(run, script, i, number, rules, wrong)) break;
+    }
+  }
+  return wrong;
+}
+
+namespace {
+
+using Place = std::pair<const Script*, std::size_t>;
+
+/// Where each function succeeds first.
+std::map<std::string, Place> successes(Host& host, const Way& way,
+                                       const std::vector<Script>& scripts) {
+  std::map<std::string, Place> places;
+  for (const Script& script : scripts) {
+    Run run(host, way);
+    for (std::size_t i = 0; i < script.statements.size(); ++i) {
+      const std::string actual = run.execute(script.statements[i]);
+      if (actual[0] == '1') places.try_emplace(script.statements[i].name, &script, i);
+    }
+  }
+  return places;
+}
+
+/// Runs a script up to a statement and another one in its place.
+std::string executeAt(Host& host, const Way& way, const Place& place, const Statement& instead) {
+  Run run(host, way);
+  for (std::size_t i = 0; i < place.second; ++i) run.execute(place.first->statements[i]);
+  return run.execute(instead);
+}
+
+std::string answerTo(const NullAnswers& answers, const Function& function, std::size_t i) {
+  const std::string& argument = function.names[i];
+  const Parameter& parameter = function.parameters[i];
+  const std::string kind = parameter.isArray ? "" : parameter.kind;
+  for (const std::string& key : {function.name + "." + argument, kind}) {
+    const auto known = answers.find(key);
+    if (known != answers.end()) return known->second;
+  }
+  return function.name + ": argument " + argument + " must not be null";
+}
+
+/// A call of a function as one of its twin with a null status.
+Statement asTwin(Statement statement, const Function& function, const Function& twin) {
+  statement.name = twin.name;
+  std::vector<Token>& arguments = statement.arguments;
+  const auto out = arguments.begin() + static_cast<std::ptrdiff_t>(handedOut(function));
+  if (arguments.size() == twin.parameters.size()) arguments.erase(out);
+  arguments.push_back({Token::Null, "", {}});
+  return statement;
+}
+
+}  // namespace
+
+std::string sweepNulls(Host& host, const Way& way, const std::vector<Script>& scripts,
+                       const NullAnswers& answers, int& tried) {
+  std::string wrong;
+  const std::map<std::string, Place> places = successes(host, way, scripts);
+  for (const auto& [name, function] : host.functions) {
+    if (name.ends_with("Py") || answers.count(name) != 0 || !function.takesObject) continue;
+    const auto known = places.find(name);
+    if (known == places.end()) {
+      wrong += name + ": succeeds in no script\n";
+      continue;
+    }
+    const Place& place = known->second;
+    const Statement& statement = place.first->statements[place.second];
+    const auto expect = [&](const std::string& what, const Statement& other, bool succeeds,
+                            const std::string& message) {
+      const std::string actual = executeAt(host, way, place, other);
+      const bool isGood = succeeds == (actual[0] == '1') && actual.ends_with(message);
+      if (!isGood) wrong += complaint(*place.first, other, what, actual);
+      ++tried;
+    };
+    for (std::size_t i = 0; i < function.parameters.size(); ++i) {
+      const Parameter& parameter = function.parameters[i];
+      const bool isNumber = parameter.shape == Shape::Int || parameter.shape == Shape::Double;
+      if ((isNumber && !parameter.isArray) || statement.arguments[i].kind == Token::Null) continue;
+      Statement other = statement;
+      other.arguments[i] = {Token::Null, "", {}};
+      const std::string answer = answerTo(answers, function, i);
+      expect("null " + function.names[i], other, answer.empty(),
+             answer.empty() || answer == "silent" ? "" : '"' + answer + '"');
+    }
+    Statement other = statement;
+    other.object = "null";
+    expect("no object", other, false, "");
+    const auto twin = host.functions.find(name + "Py");
+    if (twin == host.functions.end()) continue;
+    expect("null status", asTwin(statement, function, twin->second), false,
+           '"' + name + "Py: argument status must not be null\"");
+  }
+  return wrong;
+}
+
+}  // namespace zdb::script

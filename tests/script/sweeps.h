@@ -1,0 +1,36 @@
+// Checks over scripts beside those of their expectations. Both say what is wrong, or nothing, and
+// add to `tried` how much they tried.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "script/run.h"
+
+namespace zdb::script {
+
+struct MemoryRules {
+  std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
+  std::set<std::string> leavePart;                   ///< functions that may have done a part
+  std::set<std::string> innerNames;  ///< functions of which an inner one reports, by another name
+  std::set<std::string> spoiling;    ///< statements that a failure makes impossible; not tried
+};
+
+/// Makes the first, second, ... allocation of each statement fail: it must say so and leave what
+/// `picture` gives as it was, and the statement and all that follow must then go as expected.
+std::string sweepMemory(Host& host, const Way& way, const Script& script, const MemoryRules& rules,
+                        int& tried);
+
+/// What comes of a null argument, by "function.argument", "kind of handle" or ".argument"; else it
+/// is refused by its name. "" stands for success.
+using NullAnswers = std::map<std::string, std::string>;
+
+/// Calls each function with each pointer argument null in turn, and without its object. Arguments
+/// are those of the first success in a script, which each function must have.
+std::string sweepNulls(Host& host, const Way& way, const std::vector<Script>& scripts,
+                       const NullAnswers& answers, int& tried);
+
+}  // namespace zdb::script
