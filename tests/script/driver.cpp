@@ -52,33 +52,17 @@ std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
   return names + (some.size() > 4 ? ", ..." : "");
 }
 
-std::vector<Way> waysFor(const Program& program, const Script& script) {
-  const std::string file = std::filesystem::path(script.path).filename();
+/// The ways that do not leave a script out. Exceptions for what is not beside it are refused.
+std::vector<Way> waysFor(const Program& program, const std::filesystem::path& path) {
   std::vector<Way> ways;
   for (const Way& way : program.ways) {
-    const auto leavesOut = [&](const WayException& exception) {
-      return way.name.find(exception.way) != way.name.npos && exception.script == file;
-    };
-    if (std::none_of(program.exceptions.begin(), program.exceptions.end(), leavesOut)) {
-      ways.push_back(way);
+    for (const auto& [file, reason] : way.leavesOut) {
+      if (exists(path.parent_path() / file) && !reason.empty()) continue;
+      throw ScriptError("way " + way.name + " leaves out " + file + ": no such file or no reason");
     }
+    if (way.leavesOut.count(path.filename()) == 0) ways.push_back(way);
   }
-  if (ways.empty()) throw ScriptError(script.path + ": no way runs it");
-  return ways;
-}
-
-/// Refuses exceptions for what is not there. Scripts are looked for beside this one.
-void checkExceptions(const Program& program, std::filesystem::path path) {
-  for (const WayException& exception : program.exceptions) {
-    const auto isMeant = [&](const Way& way) {
-      return way.name.find(exception.way) != way.name.npos;
-    };
-    if (std::none_of(program.ways.begin(), program.ways.end(), isMeant) ||
-        !exists(path.replace_filename(exception.script)) || exception.reason.empty()) {
-      throw ScriptError("exception for " + exception.script + " in way " + exception.way +
-                        ": no such way, no such script or no reason");
-    }
-  }
+  return ways.empty() ? throw ScriptError(path.string() + ": no way runs it") : ways;
 }
 
 /// Writes FILE.new, in which expectations that were not met are replaced by what came the first
@@ -114,7 +98,7 @@ void writeUpdated(const Script& script, const Differences& differences, const st
 
 /// Runs a script all its ways; whether all was as expected.
 bool runScript(const Program& program, const Script& script, bool update) {
-  const std::vector<Way> ways = waysFor(program, script);
+  const std::vector<Way> ways = waysFor(program, script.path);
   Differences differences;
   for (const Way& way : ways) runOneWay(program, script, way, differences);
   for (const auto& [key, some] : differences) {
@@ -149,7 +133,6 @@ int runProgram(int argc, char** argv, const Program& program) try {
   for (std::size_t i = hasOption ? 1 : 0; i < words.size(); ++i) {
     scripts.push_back(readScript(words[i]));
   }
-  checkExceptions(program, scripts[0].path);
   if (sweep != program.sweeps.end()) return sweep->run(program, scripts) ? 0 : 1;
   bool asExpected = true;
   for (const Script& script : scripts) asExpected &= runScript(program, script, update);

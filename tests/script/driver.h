@@ -8,13 +8,6 @@
 
 namespace zdb::script {
 
-/// A script that is left out of the ways whose names contain these words.
-struct WayException {
-  std::string way;
-  std::string script;  ///< file name
-  std::string reason;
-};
-
 struct Program;
 
 /// A check over whole scripts beside that of their expectations: --option runs it instead. Tells on
@@ -27,7 +20,6 @@ struct Sweep {
 struct Program {
   Host& host;
   std::vector<Way> ways;
-  std::vector<WayException> exceptions;
   std::vector<Sweep> sweeps;
 };
 

@@ -22,6 +22,7 @@ struct Way {
   std::function<void()> enter, leave;           ///< around a whole script; may be empty
   /// What is done after each statement, if it can be: whether it was. May be empty.
   std::function<bool(Run&)> after;
+  std::map<std::string, std::string> leavesOut;  ///< names of script files, each with a reason
 
   /// A text with the settings in it.
   std::string inSettings(std::string text) const;

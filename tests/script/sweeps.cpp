@@ -125,11 +125,12 @@ Statement asTwin(Statement statement, const Function& function, const Function& 
 }  // namespace
 
 std::string sweepNulls(Host& host, const Way& way, const std::vector<Script>& scripts,
-                       const NullAnswers& answers, int& tried) {
+                       const NullAnswers& answers, const std::set<std::string>& untried,
+                       int& tried) {
   std::string wrong;
   const std::map<std::string, Place> places = successes(host, way, scripts);
   for (const auto& [name, function] : host.functions) {
-    if (name.ends_with("Py") || answers.count(name) != 0 || !function.takesObject) continue;
+    if (name.ends_with("Py") || untried.count(name) != 0 || !function.takesObject) continue;
     const auto known = places.find(name);
     if (known == places.end()) {
       wrong += name + ": succeeds in no script\n";

@@ -24,13 +24,14 @@ struct MemoryRules {
 std::string sweepMemory(Host& host, const Way& way, const Script& script, const MemoryRules& rules,
                         int& tried);
 
-/// What comes of a null argument, by "function.argument", "kind of handle" or ".argument"; else it
-/// is refused by its name. "" stands for success.
+/// What comes of a null argument, by "function.argument" or by kind of handle; all others are
+/// refused by name. "" stands for success, "silent" for a refusal without a message.
 using NullAnswers = std::map<std::string, std::string>;
 
-/// Calls each function with each pointer argument null in turn, and without its object. Arguments
-/// are those of the first success in a script, which each function must have.
+/// Calls each function but some with each pointer argument null in turn, and without its object.
+/// Arguments are those of the first success in a script, which each function must have.
 std::string sweepNulls(Host& host, const Way& way, const std::vector<Script>& scripts,
-                       const NullAnswers& answers, int& tried);
+                       const NullAnswers& answers, const std::set<std::string>& untried,
+                       int& tried);
 
 }  // namespace zdb::script
