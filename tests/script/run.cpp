@@ -132,13 +132,14 @@ class Argument {
     if (rows_[i] == nullptr && parameter.shape == Shape::Text) return "null";
     if (isUntouched(i)) return "-";
     if (parameter.shape != Shape::Text) return run_.shownValue(object, parameter, get(i));
-    const char* const text = &bytes_[i * size_];
-    const std::string all(text, size_);
-    if (style_ == Style::Short) {
-      return '"' + shown(all.substr(1, static_cast<unsigned char>(text[0]))) + '"';
-    }
-    const std::size_t end = all.find('\0');
-    return end == all.npos ? "UNTERMINATED" : '"' + shown(all.substr(0, end)) + '"';
+    const std::string all(&bytes_[i * size_], size_);
+    const bool isShort = style_ == Style::Short;
+    const std::size_t start = isShort ? 1 : 0;
+    const std::size_t length = isShort ? static_cast<unsigned char>(all[0]) : all.find('\0');
+    if (length == all.npos) return "UNTERMINATED";
+    const std::string text = '"' + shown(all.substr(start, length)) + '"';
+    const std::size_t rest = start + length;
+    return text + (isShort && !isMarks(&all[rest], all.size() - rest) ? " OVERRUN" : "");
   }
 
   Run& run_;
@@ -192,6 +193,11 @@ Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool
   Slot result;
   result.integer = status;
   return result;
+}
+
+std::string printed() {
+  const std::string output = takeOutput();
+  return output.empty() ? output : " prints \"" + shown(output) + "\"";
 }
 
 }  // namespace
@@ -269,14 +275,20 @@ std::string Run::shownHandle(const Variable& v) const {
 std::string Run::execute(const Statement& statement) {
   std::string actual = "freed";
   const auto word = host.words.find(statement.name);
-  if (statement.name == "at") {
+  if (word != host.words.end()) {
+    takeOutput();
+    if (beforeCall) beforeCall();
+    actual = word->second(*this, statement);
+    if (afterCall) afterCall();
+    actual += printed();
+  } else if (statement.name == "at") {
     actual = shownHandle(variable(statement.arguments.at(0)));
   } else if (statement.name == "free") {
     assign(statement.arguments.at(0).text, {}, false);
   } else if (statement.name == "repeat") {
     actual = repeat(statement);
   } else {
-    actual = word != host.words.end() ? word->second(*this, statement) : call(statement);
+    actual = call(statement);
   }
   return actual;
 }
@@ -338,12 +350,12 @@ std::string Run::call(const Statement& statement) {
 
 std::string Run::report(void* target, const Function& function, const Slot& result,
                         const std::vector<Argument>& arguments) {
-  const std::string printed = takeOutput();
+  const std::string output = printed();
   const std::string message = host.message(target);
   std::string actual = shownValue(target, function.result, result);
   for (const Argument& argument : arguments) actual += argument.output(target);
   if (!message.empty()) actual += " \"" + shown(message) + "\"";
-  if (!printed.empty()) actual += " prints \"" + shown(printed) + "\"";
+  actual += output;
 
   if (function.result.shape == Shape::Handle && result.pointer != nullptr) {
     host.release(target, function.result.kind, result.pointer);

@@ -15,6 +15,7 @@ namespace zdb::script {
 struct MemoryRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
   std::set<std::string> leavePart;                   ///< functions that may have done a part
+  std::set<std::string> words;                       ///< of the host's own that are tried as well
   std::set<std::string> innerNames;  ///< functions of which an inner one reports, by another name
   std::set<std::string> spoiling;    ///< statements that a failure makes impossible; not tried
 };

@@ -59,6 +59,10 @@ std::string lastError(zdbHandle_t db) {
 class ZdbHost : public Host {
  public:
   ZdbHost() : Host(makeTable()) {
+    words["fill"] = [](Run& run, const Statement& statement) {
+      const Variable& symbol = run.variable(statement.arguments.at(0));
+      return fill(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
+    };
     words["marks"] = [](Run& run, const Statement& statement) {
       return takeMarks(static_cast<zdbHandle_t>(run.object(statement.object)));
     };
@@ -155,6 +159,17 @@ class ZdbHost : public Host {
       if (position >= 0) text += std::to_string(position);
     }
     return text;
+  }
+  /// Merges a thousand records with labels of their own, so that everything has to grow.
+  static std::string fill(zdbHandle_t db, zdbSymbol_t symbol) {
+    for (int i = 0; i < 1000; ++i) {
+      const std::string label = "label " + std::to_string(i);
+      const char* const key[] = {label.c_str()};
+      zdbRecord_t record = nullptr;
+      if (c__zdbmergerecord(db, symbol, key, &record) != 1) return "0 \"" + lastError(db) + "\"";
+      c__zdbfreesymboliterator(db, record);
+    }
+    return "filled";
   }
   static std::string takeMarks(zdbHandle_t db) {
     std::string names;
@@ -257,6 +272,9 @@ std::vector<Way> makeWays() {
         way.settings = {{"storage", std::to_string(storage)},
                         {"next", std::to_string((storage + 1) % 3)},
                         {"last", std::to_string((storage + 2) % 3)},
+                        {"asked", way.usesShortStrings ? "zdbSymbolDim"
+                                  : way.usesTwins      ? "zdbFindRecordPy\\nzdbFindRecord"
+                                                       : "zdbFindRecord"},
                         {"file", pathOf("script.zxf")},
                         {"kept", way.usesShortStrings ? "\"\"" : "-"}};
         ways.push_back(std::move(way));
@@ -284,11 +302,13 @@ std::vector<Way> makeWays() {
   return ways;
 }
 
-const MemoryRules kMemoryRules = {
-    &ZdbHost::picture,
-    {"zdbCopySymbol", "zdbInitFromDB", "zdbDenseArrayToSymbol", "zdbSparseSymbolToSqzdArray"},
-    {"zdbAddRecordRaw", "zdbGetRecordRaw", "zdbMergeRecordIntPy", "zdbSelectRecordStoragePy"},
-    {"zdbDenseArrayToSymbol (0 1 1) ($i) $ii (3)"}};
+const MemoryRules kMemoryRules = {&ZdbHost::picture,
+                                  {"zdbCopySymbol", "zdbInitFromDB", "zdbDenseArrayToSymbol",
+                                   "zdbSparseSymbolToSqzdArray", "fill"},
+                                  {"fill"},
+                                  {"zdbAddRecordRaw", "zdbGetRecordRaw", "zdbMergeRecordIntPy",
+                                   "zdbSelectRecordStoragePy", "fill"},
+                                  {"zdbDenseArrayToSymbol (0 1 1) ($i) $ii (3)"}};
 
 const std::string kNullString = "basic_string: construction from null is not valid";
 const NullAnswers kNullAnswers = {
