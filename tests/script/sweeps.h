@@ -16,8 +16,8 @@ struct MemoryRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
   std::set<std::string> leavePart;                   ///< functions that may have done a part
   std::set<std::string> words;                       ///< of the host's own that are tried as well
-  std::set<std::string> innerNames;  ///< functions of which an inner one reports, by another name
-  std::set<std::string> spoiling;    ///< statements that a failure makes impossible; not tried
+  std::map<std::string, std::string> blamed;  ///< functions for which the message names another
+  std::set<std::string> spoiling;  ///< statements that a failure makes impossible; not tried
 };
 
 /// Makes the first, second, ... allocation of each statement fail: it must say so and leave what
@@ -25,8 +25,8 @@ struct MemoryRules {
 std::string sweepMemory(Host& host, const Way& way, const Script& script, const MemoryRules& rules,
                         int& tried);
 
-/// What comes of a null argument, by "function.argument" or by kind of handle; all others are
-/// refused by name. "" stands for success, "silent" for a refusal without a message.
+/// What comes of a null argument unless it is refused by name, as regular expressions of all that a
+/// call gives: by "function.argument", by kind of handle, and by "*" for the rest.
 using NullAnswers = std::map<std::string, std::string>;
 
 /// Calls each function but some with each pointer argument null in turn, and without its object.
