@@ -7,6 +7,7 @@
 
 #include "api/guard.h"
 #include "api/shortstring.h"
+#include "symbols/symbolfactory.h"
 
 namespace zdb {
 namespace {
@@ -29,7 +30,7 @@ TEST(Guard, Exceptions_BecomeResultsAndMessages) {
        (unexpected + std::string(999, 'x')).substr(0, 255)},
   };
   for (const auto& c : cases) {
-    ZDB db;
+    ZDB db{makeSymbol};
     db.setLastError("before");
     testing::internal::CaptureStdout();
     EXPECT_EQ(guarded("zdbSample", &db, c.body, "zdbMemory"), c.result);
@@ -37,7 +38,7 @@ TEST(Guard, Exceptions_BecomeResultsAndMessages) {
     EXPECT_EQ(db.lastError(), c.message);
     EXPECT_EQ(guarded("zdbSample", nullptr, c.body), 0);
   }
-  ZDB db;
+  ZDB db{makeSymbol};
   EXPECT_THROW(guarded("zdbSample", &db, [](Call) -> bool { throw 42; }), int);
 }
 
