@@ -1,7 +1,7 @@
 // Preparing an instance, and putting the values of parameters into it.
 #include <cmath>
 #include <random>
-#include <sstream>
+#include <utility>
 
 #include "loaders/zst.h"
 #include "spy.h"
@@ -11,11 +11,16 @@ namespace {
 using namespace zdb::loaders;
 
 struct ModelUpdate : ModelTest {
+  Database viewer;  ///< shows what the instance holds
+
   ModelUpdate()
       : ModelTest(
             "x(a) -8 80; x(b) -7 70; p_var(a) 0 9; p_var(b) 0 9; s_var 0 1 0.5;"
             "e_var(a): x(a) free 0; e(a): x(a) free 0; e(b): x(b) free 0") {
+    EXPECT_EQ(said(viewer, c__zdbinitfromdict(viewer, instance)), "");
+    EXPECT_EQ(said(viewer, c__zdbinitupdate(viewer, instance)), "");
     setLevels(15, 16);
+    spy.calls.clear();
   }
   /// Gives the entries of a and b levels, a tenth of them as marginals, and alternative bounds that
   /// are not the instance's own, and switches these on.
@@ -28,24 +33,13 @@ struct ModelUpdate : ModelTest {
     }
     zmiAltBoundsSet(record, 1);
   }
-  /// Level/marginal of a row or column, of columns then /lower/upper.
-  std::string state(const std::string& name) const {
-    double level = 0;
-    double marginal = 0;
-    int status = 0;
-    int basis = 0;
-    const int entry = model[name];
-    const auto get = name[0] == 'e' ? zmiGetSolutionEquRec : zmiGetSolutionVarRec;
-    get(record, entry, &level, &marginal, &status, &basis);
-    EXPECT_TRUE((status == 1 && basis == 3) || name == "s_var") << "these never change";
-    std::ostringstream text;
-    text << " " << level << "/" << marginal;
-    if (name[0] == 'e') return text.str();
-    text << "/" << zmiGetVarLowerOne(record, entry) << "/" << zmiGetVarUpperOne(record, entry);
-    return text.str();
-  }
-  std::string states(const std::string& name) const {
-    return state(name + "(a)") + state(name + "(b)");
+  /// The records of a symbol of the model as they are now: a solve that does not run unloads them.
+  std::string seen(const std::string& name) {
+    const auto answers =
+        std::exchange(spy.answers, {{"zstAlgAllowsModifyProblem", {0}}, {"zrtCallSolver", {0}}});
+    EXPECT_EQ(said(viewer, c__zdbcallsolver(viewer, "clp")), "");
+    spy.answers = answers;
+    return records(viewer, name.c_str());
   }
 };
 
@@ -54,17 +48,24 @@ TEST_F(ModelUpdate, Preparing_ReadsTheConfigurationAndFixesParametersAtTheirLeve
   EXPECT_EQ(prepare(), "");
   EXPECT_EQ(spy.taken("zrtGet zstRead"),
             "zrtGetStrOpt(NameSysDir) zstReadConfigGUC(/sys/zrncmpun.txt,/sys/) ");
-  EXPECT_EQ(states("p_var") + state("s_var"), " 15/1.5/15/15 16/1.6/16/16 0.5/0/0.5/0.5");
-  EXPECT_EQ(states("x"), " 15/1.5/-9/90 16/1.6/-9/90");
+  EXPECT_EQ(seen("p_var"), " a=15/1.5/15/15/1 b=16/1.6/16/16/1");
+  EXPECT_EQ(seen("x"), " a=15/1.5/-9/90/1 b=16/1.6/-9/90/1");
   spy.calls.clear();
   EXPECT_EQ(prepare(), "");
   EXPECT_TRUE(spy.calls.empty()) << "it is prepared once";
+  // Columns beyond those that an instance says to have are left alone.
+  setLevels(15, 16);
+  spy.answers["zmiN"] = {3};
+  renew();
+  EXPECT_EQ(prepare(), "");
+  EXPECT_EQ(seen("p_var"), " a=15/1.5/15/15/1 b=16/1.6/-9/90/1");
 }
 
 TEST_F(ModelUpdate, FailedPreparation_LeavesTheSourceAndCanBeRepeated) {
   const std::map<std::string, std::pair<const char*, Spy::Answer>> cases = {
       {"Could not read configuration file", {"zstReadConfigGUC", {1}}},
       {"No solver environment available", {"zmiEnvironment", {}}}};
+  zdbfree(&viewer.handle);
   for (const auto& [message, answer] : cases) {
     renew();
     spy.answers = {{answer.first, answer.second}};
@@ -89,36 +90,41 @@ TEST_F(ModelUpdate, Actions_SetWhatTheyAreFor) {
     const char* name;
     int action;
     std::string found;
-    const char* zero;
-    const char* base;
+    std::string zero;
+    std::string base;
   } cases[] = {
-      {"x", ZDB_UPDATE_FIX, " 7.5/0.5/7.5/7.5", " 0/0.6/0/0", " 16/0.6/16/16"},
-      {"x", ZDB_UPDATE_UPPER, " 5/0.5/-9/7.5", " 0/0.6/-9/0", " 6/0.6/-9/70"},
-      {"x", ZDB_UPDATE_LOWER, " 7.5/0.5/7.5/90", " 6/0.6/0/90", " 6/0.6/-7/90"},
-      {"x", ZDB_UPDATE_BOUNDS, " 7.5/0.5/7.5/7.5", " 0/0.6/0/0", " 6/0.6/-7/70"},
-      {"x", ZDB_UPDATE_LEVEL, " 7.5/0.5/-9/90", " 0/0.6/-9/90", " 16/0.6/-9/90"},
-      {"x", ZDB_UPDATE_MARGINAL, " 5/7.5/-9/90", " 6/0/-9/90", " 6/1.6/-9/90"},
-      {"p", ZDB_UPDATE_FIX, " 7.5/0.5/7.5/7.5", " 0/0.6/0/0", " 16/0.6/16/16"},
-      {"p", ZDB_UPDATE_MARGINAL, " 5/7.5/-9/90", " 6/0/-9/90", " 6/1.6/-9/90"},
-      {"e", ZDB_UPDATE_LEVEL, " 7.5/0.5", " 0/0.6", " 16/0.6"},
-      {"e", ZDB_UPDATE_MARGINAL, " 5/7.5", " 6/0", " 6/1.6"},
+      {"x", ZDB_UPDATE_FIX, "7.5/0.5/7.5/7.5", "0/0.6/0/0", "16/0.6/16/16"},
+      {"x", ZDB_UPDATE_UPPER, "5/0.5/-9/7.5", "0/0.6/-9/0", "6/0.6/-9/70"},
+      {"x", ZDB_UPDATE_LOWER, "7.5/0.5/7.5/90", "6/0.6/0/90", "6/0.6/-7/90"},
+      {"x", ZDB_UPDATE_BOUNDS, "7.5/0.5/7.5/7.5", "0/0.6/0/0", "6/0.6/-7/70"},
+      {"x", ZDB_UPDATE_LEVEL, "7.5/0.5/-9/90", "0/0.6/-9/90", "16/0.6/-9/90"},
+      {"x", ZDB_UPDATE_MARGINAL, "5/7.5/-9/90", "6/0/-9/90", "6/1.6/-9/90"},
+      {"p", ZDB_UPDATE_FIX, "7.5/0.5/7.5/7.5", "0/0.6/0/0", "16/0.6/16/16"},
+      {"p", ZDB_UPDATE_MARGINAL, "5/7.5/-9/90", "6/0/-9/90", "6/1.6/-9/90"},
+      {"e", ZDB_UPDATE_LEVEL, "7.5/0.5/-inf/inf", "0/0.6/-inf/inf", "16/0.6/-inf/inf"},
+      {"e", ZDB_UPDATE_MARGINAL, "5/7.5/-inf/inf", "6/0/-inf/inf", "6/1.6/-inf/inf"},
   };
   EXPECT_EQ(link(), "");
   put(db, db.add("p", 1), {"a"}, 7.5);
   for (const auto& c : cases) {
-    const std::string entries = *c.name == 'p' ? "p_var" : c.name;
-    setLevels(5, 6);
-    const std::string missing[] = {c.zero, c.base, state(entries + "(b)"), c.base};
+    const std::string kept = *c.name == 'e' ? "6/0.6/-inf/inf" : "6/0.6/-9/90";
+    const std::string missing[] = {c.zero, c.base, kept, c.base};
     for (int type = ZDB_MISSING_ZERO; type <= ZDB_MISSING_KEEP + 1; ++type) {
       setLevels(5, 6);
       EXPECT_EQ(update(c.name, c.action, "p", type), "0");
-      EXPECT_EQ(states(entries), c.found + missing[type]) << c.name << c.action << type;
+      EXPECT_EQ(seen(c.name + std::string(*c.name == 'p' ? "_var" : "")),
+                " a=" + c.found + "/1 b=" + missing[type] + "/1")
+          << c.name << c.action << type;
     }
   }
+  const int x = model["x(b)"];
+  const int e = model["e(b)"];
+  EXPECT_EQ(zmiGetVarStatOne(record, x) * 10 + zmiGetVarCStatOne(record, x), 13) << "kept";
+  EXPECT_EQ(zmiGetEquStatOne(record, e) * 10 + zmiGetEquCStatOne(record, e), 13) << "kept";
   zdbSymbol_t s = db.add("s", 0);
-  for (const char* expected : {" 0.5/0/0.5/0.5", " 8/0/8/8"}) {
+  for (const char* expected : {" =0.5/0/0.5/0.5/1", " =8/0/8/8/1"}) {
     EXPECT_EQ(update("s", ZDB_UPDATE_FIX, "s", ZDB_MISSING_BASE), "0");
-    EXPECT_EQ(state("s_var"), expected);
+    EXPECT_EQ(seen("s_var"), expected);
     put(db, s, {}, 8);
   }
 }
@@ -174,10 +180,10 @@ TEST_F(ModelUpdate, WhatDoesNotFit_IsRefusedBeforeAnythingChanges) {
   db.add("q", 0);
   for (const auto& c : cases) {
     EXPECT_EQ(update(c.name, c.action, c.data, ZDB_MISSING_BASE), c.result);
-    EXPECT_EQ(states("x") + states("e"), " 15/1.5/-9/90 16/1.6/-9/90 15/1.5 16/1.6");
+    EXPECT_EQ(seen("x"), " a=15/1.5/-9/90/1 b=16/1.6/-9/90/1");
   }
   EXPECT_EQ(update("x", ZDB_UPDATE_BOUNDS, "p", 1), "1") << "own bounds need no base";
-  EXPECT_EQ(states("x"), " 15/1.5/-8/80 16/1.6/-7/70");
+  EXPECT_EQ(seen("x"), " a=15/1.5/-8/80/1 b=16/1.6/-7/70/1");
   // Data that cannot be loaded are no data.
   const testsupport::TemporaryFolder folder;
   const std::string file = folder.path("a.zxf");
@@ -195,7 +201,7 @@ TEST_F(ModelUpdate, InstanceThatIsOnlyRegistered_TakesValuesByTheirLabels) {
   db.add("x", 1, ZDB_VARIABLE);
   EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
   EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, "p", ZDB_MISSING_KEEP), "0");
-  EXPECT_EQ(states("x"), " 15/1.5/-9/90 7/1.6/-9/90");
+  EXPECT_EQ(seen("x"), " a=15/1.5/-9/90/1 b=7/1.6/-9/90/1");
 }
 
 /// Random keys of model and data, in all storages, where the labels have the same numbers on both
