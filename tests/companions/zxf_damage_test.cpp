@@ -95,6 +95,9 @@ TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
   const Bytes good = bytesOf({makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {7, 8, 9}}}});
   // Where the header says that the labels begin: a stream's method, its size and the size stored.
   const auto labels = zxfile::loadInt<std::uint64_t>(good.data() + 40);
+  // Where the block of p begins: three tokens of keys after the three bytes of a stream's header, a
+  // stream of one byte, a column.
+  const std::size_t block = zxfile::kHeaderSize + zxfile::kBlockHeaderSize;
   const struct {
     const char* name;
     std::size_t at;
@@ -118,9 +121,8 @@ TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
       // 4096 bytes out of 16, which say themselves that they are 4 GB: magic, descriptor, size.
       {"frame", labels, "01 80 20 10 28 B5 2F FD E0 00 00 00 FF 00 00 00 00 01 00 00",
        Errc::DamagedDirectory},
-      // Tokens of keys come first in a block, after the three bytes of a stream's header.
-      {"step past the last label", zxfile::kHeaderSize + zxfile::kBlockHeaderSize + 3 + 2, "FF",
-       Errc::DamagedRecords},
+      {"step past the last label", block + 5, "FF", Errc::DamagedRecords},
+      {"unknown kind of column", block + 10, "03", Errc::DamagedRecords},
   };
   for (const auto& c : kCases) {
     Bytes bad = good;
