@@ -92,7 +92,9 @@ TEST(ZxfDamage, ResealedNoise_GivesAnAnswer) {
 }
 
 TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
-  const Bytes good = bytesOf({makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {7, 8, 9}}}});
+  constexpr double kThird = 1.0 / 3;
+  const Bytes good =
+      bytesOf({makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   // Where the header says that the labels begin: a stream's method, its size and the size stored.
   const auto labels = zxfile::loadInt<std::uint64_t>(good.data() + 40);
   // Where the block of p begins: three tokens of keys after the three bytes of a stream's header, a
