@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cmath>
 #include <random>
 
 #include "fuzz/zxf/reseal.h"
@@ -16,7 +15,6 @@ namespace {
 
 using namespace zxftest;
 using zxfile::Bytes;
-using zxfile::StreamMethod;
 
 // The first error of reading everything, or None. The file lies in memory: there are thousands.
 Errc errorOf(const Bytes& bytes) {
@@ -82,15 +80,8 @@ TEST(ZxfDamage, EveryFlippedByte_GivesAnErrorAndResealedAnAnswer) {
 // The same for blocks that are packed: random changes of a few bytes at a time.
 TEST(ZxfDamage, ResealedNoise_GivesAnAnswer) {
   std::mt19937 random(1);
-  Content content{makeLabels(500), {}, {{"p", 2, 2}}};
-  Symbol& p = content.symbols[0];
-  for (int i = 1; i <= 500; ++i) {
-    const double odd = random() % 8 == 0 ? 1.0 / 3 : i;
-    p.keys.insert(p.keys.end(), {i, static_cast<int>(random() % 500) + 1});
-    p.values.insert(p.values.end(), {i * 0.01, 1e300, odd, std::ldexp(random(), i - 250), 1.0});
-  }
-  const Bytes good = bytesOf(content);
-  for (int round = 0; round < 2000; ++round) {
+  const Bytes good = readBytes(ZXF_SOURCE_DIR "/tests/companions/data/zxf_version1_packed.bin");
+  for (int round = 0; round < 300; ++round) {
     Bytes bad = good;
     for (unsigned i = random() % 4 + 1; i > 0; --i) {
       bad[random() % bad.size()] = static_cast<std::uint8_t>(random());
@@ -101,9 +92,14 @@ TEST(ZxfDamage, ResealedNoise_GivesAnAnswer) {
 }
 
 TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
-  const Bytes good = bytesOf({makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {7, 8, 9}}}});
+  constexpr double kThird = 1.0 / 3;
+  const Bytes good =
+      bytesOf({makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   // Where the header says that the labels begin: a stream's method, its size and the size stored.
   const auto labels = zxfile::loadInt<std::uint64_t>(good.data() + 40);
+  // Where the block of p begins: three tokens of keys after the three bytes of a stream's header, a
+  // stream of one byte, a column.
+  const std::size_t block = zxfile::kHeaderSize + zxfile::kBlockHeaderSize;
   const struct {
     const char* name;
     std::size_t at;
@@ -127,9 +123,8 @@ TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
       // 4096 bytes out of 16, which say themselves that they are 4 GB: magic, descriptor, size.
       {"frame", labels, "01 80 20 10 28 B5 2F FD E0 00 00 00 FF 00 00 00 00 01 00 00",
        Errc::DamagedDirectory},
-      // Tokens of keys come first in a block, after the three bytes of a stream's header.
-      {"step past the last label", zxfile::kHeaderSize + zxfile::kBlockHeaderSize + 3 + 2, "FF",
-       Errc::DamagedRecords},
+      {"step past the last label", block + 5, "FF", Errc::DamagedRecords},
+      {"unknown kind of column", block + 10, "03", Errc::DamagedRecords},
   };
   for (const auto& c : kCases) {
     Bytes bad = good;

@@ -176,21 +176,4 @@ TEST(ZxfInterface, BuiltLibrary_ExportsTheInterfaceAndNothingElse) {
   EXPECT_EQ(exported, expected);
 }
 
-TEST(ZxfInterface, LoadPath_IsKeptAndCut) {
-  char dir[256];
-  void* handle = nullptr;
-  XCreateD(&handle, "/some/folder");
-  EXPECT_NE(handle, nullptr);
-  C__zxfGetLoadPath(dir);
-  EXPECT_STREQ(dir, "/some/folder");
-  C__zxfSetLoadPath(std::string(300, 'd').c_str());
-  C__zxfGetLoadPath(dir);
-  EXPECT_EQ(dir, std::string(255, 'd'));
-  C__zxfSetLoadPath(nullptr);
-  C__zxfGetLoadPath(dir);
-  EXPECT_STREQ(dir, "");
-  XFree(&handle);
-  EXPECT_EQ(handle, nullptr);
-}
-
 }  // namespace

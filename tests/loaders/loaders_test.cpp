@@ -39,11 +39,12 @@ FunctionCase functionCase(const char* name, Result (**pointer)(Arguments...),
           std::bit_cast<const void*>(*pointer)};
 }
 
-#define FOR_EACH_OPERATION(OF, X)                                             \
-  OF(X, GetReadyD)                                                            \
-  OF(X, LibraryLoaded)                                                        \
-  OF(X, LibraryUnload) OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) \
-      OF(X, SetExitIndicator) OF(X, SetErrorCallback)
+#define FOR_EACH_OPERATION(OF, X)                                                \
+  OF(X, GetReadyD)                                                               \
+  OF(X, LibraryLoaded)                                                           \
+  OF(X, LibraryUnload)                                                           \
+  OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) OF(X, SetExitIndicator) \
+      OF(X, SetErrorCallback)
 
 struct Loader {
   std::string prefix;
@@ -159,38 +160,26 @@ TEST_P(EachLoader, AnySpellingOfTheNames_ResolvesEveryFunctionToItsOwnSymbol) {
 }
 
 TEST_P(EachLoader, FailedLoad_GivesReasonClosesLibraryAndResetsPointers) {
-  const std::string object = loader_.prefix == "zxf" ? "X" : loader_.prefix + "X";
-  const auto path = [&](const std::string& variant) {
-    return COMPANION_DIR + variant + loader_.file;
-  };
-  const auto lacks = [&](const std::string& variant, const std::string& name) {
-    return "Could not load symbol '" + name + "': " + path(variant) +
-           ": undefined symbol: " + upperCase(name);
-  };
   const std::string tooOld = "client " + std::to_string(loader_.version) + " met";
-  const std::string createD = (loader_.prefix == "zxf" ? "" : "C") + object + "CreateD";
   const struct {
-    const char* variant;
+    std::string variant;
     const char* told;
-    std::string reason;
-  } kCases[] = {
-      {"nosymbol", "", lacks("nosymbol", loader_.decoration + loader_.functions.back().name)},
-      {"noversion", "", lacks("noversion", loader_.decoration + object + "APIVersion")},
-      {"good", "old", tooOld},
-      // Objects of zst are made without a directory.
-      {"nocreated", "old", loader_.prefix == "zst" ? tooOld : lacks("nocreated", createD)},
-      {"absent", "",
-       "Could not load shared library " + path("absent") + ": " + path("absent") +
-           ": cannot open shared object file: No such file or directory"}};
+    std::string reason;  // a part of it
+  } kCases[] = {{"nosymbol", "", "'" + loader_.decoration + loader_.functions.back().name + "'"},
+                {"noversion", "", "XAPIVersion'"},
+                {"good", "old", tooOld},
+                // Objects of zst are made without a directory.
+                {"nocreated", "old", loader_.prefix == "zst" ? tooOld : "XCreateD'"},
+                {"absent", "", "/absent" + loader_.file + ": cannot open"}};
   for (const auto& c : kCases) {
     tell("");
     ASSERT_EQ(load(kGood), 1) << msg_;
     ASSERT_EQ(loader_.LibraryUnload(), 1);  // which leaves pointers to what is gone
     tell(c.told);
-    EXPECT_EQ(load(std::string(COMPANION_DIR) + c.variant), 0) << c.variant;
-    EXPECT_EQ(msg_, c.reason);
+    EXPECT_EQ(load(COMPANION_DIR + c.variant), 0) << c.variant;
+    EXPECT_NE(std::string(msg_).find(c.reason), std::string::npos) << msg_;
     EXPECT_EQ(loader_.LibraryLoaded(), 0);
-    EXPECT_FALSE(isOpen(path(c.variant))) << c.variant;
+    EXPECT_FALSE(isOpen(COMPANION_DIR + c.variant + loader_.file)) << c.variant;
     for (const FunctionCase& each : loader_.functions) EXPECT_EQ(each.target(), each.stub);
   }
 }
@@ -241,17 +230,21 @@ TEST(ZxfLoader, Threads_LoadOnceAndKeepTheCountRight) {
   tell("slow");
   zxfInitMutexes();
   zxfInitMutexes();
-  for (const auto& [create, place] : {std::pair{&zxfCreateL, file}, {&zxfCreateD, kGood}}) {
+  for (const bool byFile : {true, false}) {
     std::vector<zxfRec*> objects(4 * kObjects);
     const auto inThreads = [&](const auto& work) {
       std::vector<std::jthread> threads;
+      threads.reserve(4);
       for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&, t] {
           for (int i = 0; i < kObjects; ++i) ASSERT_EQ(work(&objects[t * kObjects + i]), 1);
         });
       }
     };
-    inThreads([&](zxfRec** object) { return create(object, place.c_str(), nullptr, 0); });
+    inThreads([&](zxfRec** object) {
+      return byFile ? zxfCreateL(object, file.c_str(), nullptr, 0)
+                    : zxfCreateD(object, kGood.c_str(), nullptr, 0);
+    });
     zxfRec* last = std::exchange(objects[0], nullptr);
     inThreads(zxfFree);
     EXPECT_EQ(zxfLibraryUnload(), 0) << "an increment was lost";

@@ -22,9 +22,8 @@ extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_m
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
-using zdb::loaders::zxfRec;
 template <>
-inline constexpr const char* zdb::script::kKind<zxfRec*> = "object";
+inline constexpr const char* zdb::script::kKind<zdb::loaders::zxfRec*> = "object";
 
 namespace {
 
@@ -59,15 +58,16 @@ int ErrorCount() {
   return zdb::loaders::zxfErrorCount(nullptr);
 }
 
-#define FOR_EACH_OPERATION(OF)                                                                \
-  OF(GetReady)                                                                                \
-  OF(GetReadyD)                                                                               \
-  OF(GetReadyL) OF(LibraryLoaded) OF(LibraryUnload) OF(CorrectLibraryVersion) OF(SetLoadPath) \
-      OF(GetLoadPath) OF(Create) OF(CreateD) OF(CreateL) OF(CreateDD) OF(Free)                \
-          OF(GetScreenIndicator) OF(SetScreenIndicator) OF(GetExceptionIndicator)             \
-              OF(SetExceptionIndicator) OF(GetExitIndicator) OF(SetExitIndicator)             \
-                  OF(GetErrorCallback) OF(SetErrorCallback) OF(GetAPIErrorCount)              \
-                      OF(SetAPIErrorCount) OF(ErrorHandling) OF(InitMutexes) OF(FiniMutexes)
+#define FOR_EACH_OPERATION(OF)                                                                    \
+  OF(GetReady)                                                                                    \
+  OF(GetReadyD)                                                                                   \
+  OF(GetReadyL)                                                                                   \
+  OF(LibraryLoaded) OF(LibraryUnload) OF(CorrectLibraryVersion) OF(SetLoadPath) OF(GetLoadPath)   \
+      OF(Create) OF(CreateD) OF(CreateL) OF(CreateDD) OF(Free) OF(GetScreenIndicator)             \
+          OF(SetScreenIndicator) OF(GetExceptionIndicator) OF(SetExceptionIndicator)              \
+              OF(GetExitIndicator) OF(SetExitIndicator) OF(GetErrorCallback) OF(SetErrorCallback) \
+                  OF(GetAPIErrorCount) OF(SetAPIErrorCount) OF(ErrorHandling) OF(InitMutexes)     \
+                      OF(FiniMutexes)
 
 FunctionTable makeTable() {
   FunctionTable table;
@@ -122,6 +122,8 @@ int main(int argc, char** argv) {
   way.settings = {{"good", good},
                   {"file", good + "/companion.so"},
                   {"mixed", COMPANION_DIR "mixed/"},
+                  {"lacking", COMPANION_DIR "nosymbol"},
+                  {"real", REAL_COMPANIONS},
                   {"fits", good + std::string(493 - good.size(), '/') + "."}};
   return runProgram(argc, argv, {host, {way}, {}});
 }

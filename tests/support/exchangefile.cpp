@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -18,9 +20,9 @@ void requireDone(const Zxf& zxf, int result) {
 }
 
 std::vector<const char*> pointers(const std::vector<std::string>& texts) {
-  std::vector<const char*> result;
-  for (const std::string& text : texts) result.push_back(text.c_str());
-  result.resize(20);
+  std::vector<const char*> result(20);
+  std::transform(texts.begin(), texts.end(), result.begin(),
+                 [](auto& text) { return text.c_str(); });
   return result;
 }
 
@@ -147,13 +149,12 @@ bool Symbol::operator==(const Symbol& other) const {
          userInfo == other.userInfo && text == other.text && keys == other.keys &&
          domain == other.domain && domains == other.domains &&
          values.size() == other.values.size() &&
-         std::equal(values.begin(), values.end(), other.values.begin(),
-                    [](double a, double b) { return std::memcmp(&a, &b, sizeof a) == 0; });
+         std::equal(values.begin(), values.end(), other.values.begin(), [](double a, double b) {
+           return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+         });
 }
 
-void writeContent(const std::string& path, const Content& content) {
-  const Zxf zxf;
-  requireDone(zxf, zxf.openWrite(path) == 0 ? 1 : 0);
+void writeContent(const Zxf& zxf, const Content& content) {
   requireDone(zxf, C__zxfStoreDomainSetsSet(zxf, 0));
   requireDone(zxf, C__zxfUELRegisterRawStart(zxf));
   for (const std::string& label : content.labels) {
@@ -170,6 +171,12 @@ void writeContent(const std::string& path, const Content& content) {
     requireDone(zxf, C__zxfAddSetText(zxf, text.c_str(), &number));
     require(number == ++expected, "number of a text");
   }
+}
+
+void writeContent(const std::string& path, const Content& content) {
+  const Zxf zxf;
+  requireDone(zxf, zxf.openWrite(path) == 0 ? 1 : 0);
+  writeContent(zxf, content);
   requireDone(zxf, C__zxfClose(zxf));
   require(C__zxfErrorCount(zxf) == 0, "error count");
 }
