@@ -2,14 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
-#include <set>
-#include <string_view>
-#include <utility>
 
 namespace zdb::script {
 
@@ -24,7 +19,6 @@ using Differences = std::map<std::pair<std::size_t, std::string>, std::vector<st
 /// Runs the statements up to the first that cannot be run: what comes after it means nothing.
 void runOneWay(const Program& program, const Script& script, const Way& way,
                Differences& differences) {
-  if (way.enter) way.enter();
   bool didSomething = !way.after;
   std::size_t i = 0;
   try {
@@ -42,7 +36,6 @@ void runOneWay(const Program& program, const Script& script, const Way& way,
     i = std::min(i, script.statements.size() - 1);
     differences[{i, kCannotRun + error.what()}].push_back(way.name);
   }
-  if (way.leave) way.leave();
 }
 
 std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
@@ -112,30 +105,28 @@ bool runScript(const Program& program, const Script& script, bool update) {
 }
 
 int usage(const std::string& complaint) {
-  std::cerr << complaint << "\nusage: PROGRAM [--update | --SWEEP] SCRIPT...\n";
+  std::cerr << complaint << "\nusage: PROGRAM [--update | --memory | --nulls] SCRIPT...\n";
   return 2;
 }
 
 }  // namespace
 
 int runProgram(int argc, char** argv, const Program& program) try {
-  const std::vector<std::string> words(argv + 1, argv + argc);
-  const bool hasOption = !words.empty() && words[0].rfind("--", 0) == 0;
-  const std::string option = hasOption ? words[0] : "";
-  const auto sweep = std::find_if(program.sweeps.begin(), program.sweeps.end(),
-                                  [&](const Sweep& s) { return "--" + s.option == option; });
-  const bool update = option == "--update";
-  if (words.size() == (hasOption ? 1U : 0U)) return usage("no script");
-  if (hasOption && !update && sweep == program.sweeps.end()) return usage("unknown " + option);
-  if (update && std::getenv("CI") != nullptr) return usage("--update is not for CI");
-
-  std::vector<Script> scripts;
-  for (std::size_t i = hasOption ? 1 : 0; i < words.size(); ++i) {
-    scripts.push_back(readScript(words[i]));
+  std::vector<std::string> paths(argv + 1, argv + argc);
+  std::string option;
+  if (!paths.empty() && paths[0].rfind("--", 0) == 0) {
+    option = paths[0];
+    paths.erase(paths.begin());
   }
-  if (sweep != program.sweeps.end()) return sweep->run(program, scripts) ? 0 : 1;
+  if (paths.empty()) return usage("no script");
+  if (option == "--update" && std::getenv("CI") != nullptr) return usage("--update is not for CI");
+  std::vector<Script> scripts;
+  for (const std::string& path : paths) scripts.push_back(readScript(path));
+  if (option == "--memory") return sweepMemory(program, scripts) ? 0 : 1;
+  if (option == "--nulls") return sweepNulls(program, scripts) ? 0 : 1;
+  if (!option.empty() && option != "--update") return usage("unknown option " + option);
   bool asExpected = true;
-  for (const Script& script : scripts) asExpected &= runScript(program, script, update);
+  for (const Script& script : scripts) asExpected &= runScript(program, script, !option.empty());
   return asExpected ? 0 : 1;
 } catch (const std::exception& error) {
   std::cerr << error.what() << '\n';

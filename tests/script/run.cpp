@@ -1,4 +1,4 @@
-#include "script/run.h"
+#include "script/driver.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -22,25 +22,39 @@ constexpr std::size_t kMatrixRows = 20;
 
 enum class Style { Plain, Short, Flat };
 
-template <typename T, typename... Base>
-T numberOf(const std::string& text, std::size_t from, Base... base) {
+template <typename T>
+T numberOf(const std::string& text) {
   T value{};
-  const char* const end = text.data() + text.size();
-  const auto result = std::from_chars(text.data() + from, end, value, base...);
-  if (result.ec != std::errc() || result.ptr != end) throw ScriptError(text + " is not a number");
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || *end != '\0') throw ScriptError(text + " is not a number");
   return value;
 }
 
 double doubleOf(const std::string& text) {
   if (text == "eps") return std::numeric_limits<double>::denorm_min();
-  if (text.rfind("0x", 0) == 0) {
-    return std::bit_cast<double>(numberOf<std::uint64_t>(text, 2, 16));
-  }
-  return numberOf<double>(text, 0);
+  if (text.rfind("0x", 0) == 0) return std::bit_cast<double>(std::stoull(text, nullptr, 16));
+  return numberOf<double>(text);
 }
 
 bool isMarks(const char* first, std::size_t count) {
   return std::all_of(first, first + count, [](char c) { return c == kMark; });
+}
+
+/// Takes what this process has written to standard output since the last call. The first call sends
+/// standard output away.
+std::string takeOutput() {
+  static const int file = [] {
+    const int memory = memfd_create("output", 0);
+    std::fflush(stdout);
+    if (memory < 0 || dup2(memory, STDOUT_FILENO) < 0) throw ScriptError("cannot catch output");
+    return memory;
+  }();
+  std::fflush(stdout);
+  std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_CUR)), '\0');
+  if (text.empty()) return text;
+  if (pread(file, text.data(), text.size(), 0) < 0 || ftruncate(file, 0) < 0) return "unreadable";
+  lseek(file, 0, SEEK_SET);
+  return " prints \"" + shown(text) + "\"";
 }
 
 }  // namespace
@@ -166,14 +180,12 @@ bool fitsMatrices(const Function& function, const Statement& statement) {
   return true;
 }
 
-/// The form of a function that a way uses, and how it takes texts.
-std::pair<const Form&, Style> formFor(const Way& way, const Function& function, bool fits) {
-  if (function.plain.call == nullptr) return {function.shortStrings, Style::Short};
-  if (way.usesShortStrings && function.shortStrings.call != nullptr && fits) {
-    return {function.shortStrings, Style::Short};
-  }
-  if (way.usesTwins && function.flat.call != nullptr && fits) return {function.flat, Style::Flat};
-  return {function.plain, Style::Plain};
+/// The form of a function that a way uses.
+const Form& formFor(const Way& way, const Function& function, bool fits) {
+  const auto has = [&](const Form& form) { return form.call != nullptr && fits; };
+  if (function.plain.call == nullptr) return function.shortStrings;
+  if (way.usesShortStrings && has(function.shortStrings)) return function.shortStrings;
+  return way.usesTwins && has(function.flat) ? function.flat : function.plain;
 }
 
 /// Calls the twin, which returns the handle and writes the result behind its other arguments. One
@@ -193,11 +205,6 @@ Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool
   Slot result;
   result.integer = status;
   return result;
-}
-
-std::string printed() {
-  const std::string output = takeOutput();
-  return output.empty() ? output : " prints \"" + shown(output) + "\"";
 }
 
 }  // namespace
@@ -247,7 +254,7 @@ std::string Run::resolved(const Token& token) const {
 Slot Run::value(const Token& token, const Parameter& parameter) {
   Slot slot;
   if (parameter.shape == Shape::Int) {
-    slot.integer = numberOf<int>(resolved(token), 0);
+    slot.integer = numberOf<int>(resolved(token));
   } else if (parameter.shape == Shape::Double) {
     slot.real = doubleOf(resolved(token));
   } else if (token.kind == Token::Callback) {
@@ -261,16 +268,24 @@ Slot Run::value(const Token& token, const Parameter& parameter) {
   return slot;
 }
 
-std::string Run::shownValue(void* object, const Parameter& parameter, const Slot& value) {
+std::string Run::shownValue(void* from, const Parameter& parameter, const Slot& value) const {
   if (parameter.shape == Shape::None) return "done";
   if (parameter.shape == Shape::Int) return std::to_string(value.integer);
   if (parameter.shape == Shape::Double) return shown(value.real);
-  return shownHandle({parameter.kind, value.pointer, object});
+  if (value.pointer == nullptr) return "null";
+  return shown(host.describe(from, parameter.kind, value.pointer));
 }
 
-std::string Run::shownHandle(const Variable& v) const {
-  return v.handle == nullptr ? "null" : shown(host.describe(v.object, v.kind, v.handle));
+namespace {
+
+std::string shownHandle(const Run& run, const Variable& variable) {
+  Slot slot;
+  slot.pointer = variable.handle;
+  return run.shownValue(variable.object, {Shape::Handle, false, false, variable.kind.c_str()},
+                        slot);
 }
+
+}  // namespace
 
 std::string Run::execute(const Statement& statement) {
   std::string actual = "freed";
@@ -280,9 +295,9 @@ std::string Run::execute(const Statement& statement) {
     if (beforeCall) beforeCall();
     actual = word->second(*this, statement);
     if (afterCall) afterCall();
-    actual += printed();
+    actual += takeOutput();
   } else if (statement.name == "at") {
-    actual = shownHandle(variable(statement.arguments.at(0)));
+    actual = shownHandle(*this, variable(statement.arguments.at(0)));
   } else if (statement.name == "free") {
     assign(statement.arguments.at(0).text, {}, false);
   } else if (statement.name == "repeat") {
@@ -303,7 +318,7 @@ std::string Run::repeat(const Statement& statement) {
   for (int i = 0; i < 1000; ++i) {
     const std::string actual = call(one);
     if (actual != "1" && actual != "1 1") return all + actual;
-    all += shownHandle(variable(one.arguments.at(0))) + " ";
+    all += shownHandle(*this, variable(one.arguments.at(0))) + " ";
   }
   return all + "and so on";
 }
@@ -328,8 +343,11 @@ std::string Run::call(const Statement& statement) {
   const auto twin = host.functions.find(function.name + "Py");
   const bool usesTwin = way.usesTwins && twin != host.functions.end() && out < count &&
                         statement.arguments[out].kind != Token::Null;
-  const auto [form, style] =
-      formFor(way, usesTwin ? twin->second : function, fitsMatrices(function, statement));
+  const Function& called = usesTwin ? twin->second : function;
+  const Form& form = formFor(way, called, fitsMatrices(function, statement));
+  const Style style = &form == &called.shortStrings ? Style::Short
+                      : &form == &called.flat       ? Style::Flat
+                                                    : Style::Plain;
   void* const target = object(statement.object);
   std::vector<Argument> arguments;
   std::vector<Slot> slots;
@@ -342,7 +360,7 @@ std::string Run::call(const Statement& statement) {
   takeOutput();
   if (beforeCall) beforeCall();
   const Slot result = usesTwin ? callTwin(form, slots, slots.size() - count + out,
-                                          twin->second.parameters.size() > count, arguments[out])
+                                          called.parameters.size() > count, arguments[out])
                                : form.call(form.function, slots.data());
   if (afterCall) afterCall();
   return report(target, function, result, arguments);
@@ -350,7 +368,7 @@ std::string Run::call(const Statement& statement) {
 
 std::string Run::report(void* target, const Function& function, const Slot& result,
                         const std::vector<Argument>& arguments) {
-  const std::string output = printed();
+  const std::string output = takeOutput();
   const std::string message = host.message(target);
   std::string actual = shownValue(target, function.result, result);
   for (const Argument& argument : arguments) actual += argument.output(target);
@@ -384,21 +402,6 @@ void Run::keepHandles(void* target, const Argument& argument, bool wereReleased)
       host.release(target, got.kind, got.handle);
     }
   }
-}
-
-std::string takeOutput() {
-  static const int file = [] {
-    const int memory = memfd_create("output", 0);
-    std::fflush(stdout);
-    if (memory < 0 || dup2(memory, STDOUT_FILENO) < 0) throw ScriptError("cannot catch output");
-    return memory;
-  }();
-  std::fflush(stdout);
-  std::string text(static_cast<std::size_t>(lseek(file, 0, SEEK_CUR)), '\0');
-  if (text.empty()) return text;
-  if (pread(file, text.data(), text.size(), 0) < 0 || ftruncate(file, 0) < 0) return "unreadable";
-  lseek(file, 0, SEEK_SET);
-  return text;
 }
 
 }  // namespace zdb::script

@@ -1,4 +1,4 @@
-#include "script/script.h"
+#include "script/driver.h"
 
 #include <algorithm>
 #include <bit>
@@ -10,7 +10,6 @@
 #include <limits>
 #include <regex>
 #include <sstream>
-#include <utility>
 
 namespace zdb::script {
 
@@ -40,7 +39,7 @@ class Reader {
   explicit Reader(const std::string& text) : text_(text), at_(text_.begin()) {}
 
   Statement statement() {
-    Statement statement;
+    Statement statement{};
     statement.arguments = tokensUpTo("=>");
     std::vector<Token>& tokens = statement.arguments;
     statement.object = "a";

@@ -3,12 +3,9 @@
 #include <malloc.h>
 #include <unistd.h>
 
-#include <array>
 #include <filesystem>
-#include <iostream>
 
 #include "script/driver.h"
-#include "script/sweeps.h"
 #include "zdbcclib.h"
 
 namespace zdb::script {
@@ -24,8 +21,6 @@ inline constexpr const char* kKind<zdbDV_t> = "violation";
 
 namespace {
 
-/// Adds a form to the function that it belongs to: d__ and n__ names to that without prefix, or to
-/// that with c__.
 FunctionTable makeTable() {
   FunctionTable table;
 #define ZDB_PLAIN(name, lower, result, parameters, arguments, ...) \
@@ -38,14 +33,8 @@ FunctionTable makeTable() {
 #include "api/exports.def"
   table.at("zdbGetKeys").flat = Form(&n__zdbgetkeys);
   table.at("zdbGetDomain").flat = Form(&n__zdbgetdomain);
-  for (const char* name : {"xapiversion", "xcheck"}) {
-    Function& inShort = table.at(std::string("d__") + name);
-    table.at(std::string("c__") + name).shortStrings = inShort.plain;
-  }
   for (auto& [name, function] : table) {
-    if (name.rfind("d__", 0) != 0) continue;
-    function.shortStrings = function.plain;
-    function.plain = Form();
+    if (name.rfind("d__", 0) == 0) std::swap(function.plain, function.shortStrings);
   }
   return table;
 }
@@ -59,16 +48,10 @@ std::string lastError(zdbHandle_t db) {
 class ZdbHost : public Host {
  public:
   ZdbHost() : Host(makeTable()) {
-    words["fill"] = [](Run& run, const Statement& statement) {
-      const Variable& symbol = run.variable(statement.arguments.at(0));
-      return fill(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
-    };
+    words["fill"] = onSymbol(&fill);
+    words["dump"] = onSymbol(&dump);
     words["marks"] = [](Run& run, const Statement& statement) {
       return takeMarks(static_cast<zdbHandle_t>(run.object(statement.object)));
-    };
-    words["dump"] = [](Run& run, const Statement& statement) {
-      const Variable& symbol = run.variable(statement.arguments.at(0));
-      return dump(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
     };
   }
 
@@ -126,38 +109,39 @@ class ZdbHost : public Host {
   }
 
  private:
+  static Word onSymbol(std::string (*work)(zdbHandle_t db, zdbSymbol_t symbol)) {
+    return [work](Run& run, const Statement& statement) {
+      const Variable& symbol = run.variable(statement.arguments.at(0));
+      return work(static_cast<zdbHandle_t>(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
+    };
+  }
   static std::string nameOf(zdbHandle_t db, zdbSymbol_t symbol) {
     char name[ZDB_TEXT_SIZE];
     const int known = c__zdbsymbolinfo(db, symbol, ZDB_SYMBOL_NAME, nullptr, nullptr, name);
     return known == 1 ? name : "foreign";
   }
   static std::string keyOf(zdbHandle_t db, zdbRecord_t record) {
-    std::array<std::array<char, ZDB_TEXT_SIZE>, ZDB_MAX_DIM> texts{};
-    std::array<char*, ZDB_MAX_DIM> rows;
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      texts[i][0] = '\1';
-      rows[i] = texts[i].data();
+    char labels[ZDB_MAX_DIM][ZDB_TEXT_SIZE];
+    for (auto& label : labels) label[0] = '\1';
+    if (n__zdbgetkeys(db, record, ZDB_MAX_DIM, labels[0]) != 1) return "ended";
+    std::string key = "(";
+    for (const auto& label : labels) {
+      if (label[0] != '\1') key.append(key.size() > 1 ? "." : "").append(label);
     }
-    if (c__zdbgetkeys(db, record, ZDB_MAX_DIM, rows.data()) != 1) return "ended";
-    std::string key;
-    for (std::size_t i = 0; i < rows.size() && *rows[i] != '\1'; ++i) {
-      key.append(i == 0 ? "" : ".").append(rows[i]);
-    }
-    return "(" + key + ")";
+    return key + ")";
   }
   static std::string violation(zdbHandle_t db, zdbDV_t violation) {
     zdbSymbol_t symbol = nullptr;
     zdbRecord_t record = nullptr;
-    std::array<int, ZDB_MAX_DIM> positions;
-    positions.fill(-1);
+    int dim = 0;
+    int positions[ZDB_MAX_DIM];
     if (c__zdbgetdvsymbol(db, violation, &symbol) != 1) return "ended";
     c__zdbgetdvsymbolrecord(db, violation, &record);
-    c__zdbgetdvindicator(db, violation, positions.data());
+    c__zdbgetdvindicator(db, violation, positions);
+    c__zdbsymboldim(db, symbol, &dim);
     std::string text = nameOf(db, symbol) + keyOf(db, record) + ":";
     c__zdbfreesymboliterator(db, record);
-    for (const int position : positions) {
-      if (position >= 0) text += std::to_string(position);
-    }
+    for (int i = 0; i < dim; ++i) text += std::to_string(positions[i]);
     return text;
   }
   /// Merges a thousand records with labels of their own, so that everything has to grow.
@@ -189,21 +173,16 @@ class ZdbHost : public Host {
     if (c__zdbfindfirstrecord(db, symbol, &record) != 1) return lastError(db);
     std::string all;
     do {
-      std::array<int, ZDB_MAX_DIM> keys;
-      std::array<double, ZDB_MAX_VALUES> values{};
-      c__zdbgetrecordraw(db, record, ZDB_MAX_DIM, keys.data(), values.data());
-      std::string key = keyOf(db, record);
+      const std::string key = keyOf(db, record);
       all += (all.empty() ? "" : " ") + key.substr(1, key.size() - 2);
-      if (type == ZDB_SET) {
-        char text[ZDB_TEXT_SIZE];
-        if (c__zdbgetelemtext(db, record, text) == 1 && text[0] != '\0') {
-          all.append("'").append(text).append("'");
-        }
-        continue;
-      }
-      for (int v = 0; v < (type < ZDB_VARIABLE ? 1 : ZDB_MAX_VALUES); ++v) {
-        all += (v == 0 ? "=" : "/") + shown(values[static_cast<std::size_t>(v)]);
-      }
+      char text[ZDB_TEXT_SIZE] = "";
+      int numbers[ZDB_MAX_DIM];
+      double values[ZDB_MAX_VALUES] = {};
+      c__zdbgetrecordraw(db, record, ZDB_MAX_DIM, numbers, values);
+      if (type == ZDB_SET) c__zdbgetelemtext(db, record, text);
+      if (text[0] != '\0') all.append("'").append(text).append("'");
+      const int count = type == ZDB_SET ? 0 : type == ZDB_PARAMETER ? 1 : 5;
+      for (int i = 0; i < count; ++i) all += (i == 0 ? "=" : "/") + shown(values[i]);
     } while (c__zdbrecordmovenext(db, record) == 1);
     c__zdbfreesymboliterator(db, record);
     return all;
@@ -228,9 +207,9 @@ zdbHandle_t renewed(Run& run, zdbHandle_t old, bool throughFile) {
     throw ScriptError(lastError(fresh));
   }
   std::filesystem::remove(file);  // the new database has it open
-  std::array<double, ZDB_SV_COUNT> special;
-  c__zdbgetuserspecialvalues(old, special.data());
-  c__zdbsetspecialvalues(fresh, special.data());
+  double special[ZDB_SV_COUNT];
+  c__zdbgetuserspecialvalues(old, special);
+  c__zdbsetspecialvalues(fresh, special);
   return fresh;
 }
 
@@ -258,14 +237,19 @@ bool renewAll(Run& run, bool throughFile) {
 }
 
 /// Three storages, times C and short strings, times functions and their twins, times what is done
-/// beside running the statements.
+/// after each statement.
 std::vector<Way> makeWays() {
   const std::vector<std::string> storages = {"map", "vector", "tree"};
+  const std::map<std::string, std::string> ofOneDatabase = {
+      {"recording.scr", "marks are of one database"},
+      {"storages.scr", "storages are of one database"},
+      {"sources.scr", "each would get another source"},
+  };
   std::vector<Way> ways;
-  for (const char* harsh : {"", " reopened", " copied", " rubbish"}) {
+  for (const std::string harsh : {"", " reopened", " copied"}) {
     for (std::size_t storage = 0; storage < 3; ++storage) {
       for (const std::string forms : {"", " twin", " short", " short twin"}) {
-        Way way;
+        Way& way = ways.emplace_back();
         way.name = storages[storage] + forms + harsh;
         way.usesShortStrings = forms.find("short") != forms.npos;
         way.usesTwins = forms.find("twin") != forms.npos;
@@ -277,101 +261,58 @@ std::vector<Way> makeWays() {
                                                        : "zdbFindRecord"},
                         {"file", pathOf("script.zxf")},
                         {"kept", way.usesShortStrings ? "\"\"" : "-"}};
-        ways.push_back(std::move(way));
+        if (harsh.empty()) continue;
+        const bool throughFile = harsh == " reopened";
+        way.after = [throughFile](Run& run) { return renewAll(run, throughFile); };
+        way.leavesOut = ofOneDatabase;
+        if (throughFile) way.leavesOut["memory.scr"] = "no file keeps this";
       }
-    }
-  }
-  const std::map<std::string, std::string> ofOneDatabase = {
-      {"recording.scr", "marks are of one database"},
-      {"storages.scr", "storages are of one database"},
-      {"sources.scr", "each would get another source"},
-  };
-  for (Way& way : ways) {
-    if (way.name.ends_with("reopened")) {
-      way.after = [](Run& run) { return renewAll(run, true); };
-      way.leavesOut = ofOneDatabase;
-      way.leavesOut["memory.scr"] = "no file keeps this";
-    } else if (way.name.ends_with("copied")) {
-      way.after = [](Run& run) { return renewAll(run, false); };
-      way.leavesOut = ofOneDatabase;
-    } else if (way.name.ends_with("rubbish")) {
-      way.enter = [] { mallopt(M_PERTURB, 0xA5); };  // freed memory is filled
-      way.leave = [] { mallopt(M_PERTURB, 0); };
     }
   }
   return ways;
 }
 
-const MemoryRules kMemoryRules = {
-    &ZdbHost::picture,
-    {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbSparseSymbolToSqzdArray", "fill"},
-    {"fill"},
-    {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
-     {"zdbGetRecordRaw", "zdbGetKeys"},
-     {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
-     {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"},
-     {"fill", "zdbMergeRecord"}},
-    {"zdbDenseArrayToSymbol (0 1 1) ($i) $ii (3)"}};
-
-const NullAnswers kNullAnswers = {
-    {"symbol", "0.*\"No symbol handle specified\""},
-    {"record", "0.*\"No symbol record handle specified\""},
-    {"violation", "0.*\"No domain violation handle specified\""},
-    {"*",
-     "0.*\"((Symbol name|Name of symbol) cannot be NULL|Unexpected exception in \\w+: "
-     "basic_string: construction from null is not valid)\""},
-    {"zdbAddRecordRaw.keys", "0 \"zdbMergeSetRecordInt: argument keys must not be null\""},
-    {"zdbAddRecordRaw.text", "0 \"zdbMergeSetRecordInt: argument text must not be null\""},
-    {"zdbAddSymbolX.domains", "0 null \"zdbAddSymbolX: argument domainNames must not be null\""},
-    {"zdbCopySymbol.target", "0 \"No target symbol handle specified\""},
-    {"zdbCopySymbol.source", "0 \"No source symbol handle specified\""},
-    {"zdbCopySymbolIterator.source", "0 null \"No source symbol record handle specified\""},
-    {"zdbFreeSymbolIterator.record", "0 \"No iterator to be freed defined\""},
-    {"zdbFindUel.label", "0 -"},
-    {"zdbMergeUel.label", "0 -"},
-    {"zdbInfo.integer", "1"},
-    {"zdbSelectRecordStorage.symbol", "1"},
-    {"zdbSetSpecialValuesX.state", "1"},
-    {"zdbSymbolInfo.integer", "1.*"},
+const SweepRules kRules = {
+    .picture = &ZdbHost::picture,
+    .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbSparseSymbolToSqzdArray", "fill"},
+    .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
+               {"zdbGetRecordRaw", "zdbGetKeys"},
+               {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
+               {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"},
+               {"fill", "zdbMergeRecord"}},
+    .spoiling = {"zdbDenseArrayToSymbol (0 1 1) ($i) $ii (3)"},
+    .nullAnswers =
+        {{"symbol", "0.*\"No symbol handle specified\""},
+         {"record", "0.*\"No symbol record handle specified\""},
+         {"violation", "0.*\"No domain violation handle specified\""},
+         {"*",
+          "0.*\"((Symbol name|Name of symbol) cannot be NULL|Unexpected exception in \\w+: "
+          "basic_string: construction from null is not valid)\""},
+         {"zdbAddRecordRaw.keys", "0 \"zdbMergeSetRecordInt: argument keys must not be null\""},
+         {"zdbAddRecordRaw.text", "0 \"zdbMergeSetRecordInt: argument text must not be null\""},
+         {"zdbAddSymbolX.domains", "0.*\"zdbAddSymbolX: argument domainNames must not be null\""},
+         {"zdbCopySymbol.target", "0 \"No target symbol handle specified\""},
+         {"zdbCopySymbol.source", "0 \"No source symbol handle specified\""},
+         {"zdbCopySymbolIterator.source", "0.*\"No source symbol record handle specified\""},
+         {"zdbFreeSymbolIterator.record", "0 \"No iterator to be freed defined\""},
+         {"zdbFindUel.label", "0 -"},
+         {"zdbMergeUel.label", "0 -"},
+         {"zdbInfo.integer", "1"},
+         {"zdbSelectRecordStorage.symbol", "1"},
+         {"zdbSetSpecialValuesX.state", "1"},
+         {"zdbSymbolInfo.integer", "1.*"}},
+    // They need a model, change the whole process or are other forms.
+    .neverNull = {"zdbCallSolver", "zdbCallSolverTimed", "zdbInitFromDict", "zdbInitUpdate",
+                  "zdbRegisterZMI", "zdbUpdateModelSymbol", "zdbSetDebug", "n__zdbgetkeys",
+                  "n__zdbgetdomain"},
 };
-
-/// Not tried with nulls here: they need a model, change the whole process or are other forms.
-const std::set<std::string> kUntried = {
-    "zdbCallSolver", "zdbCallSolverTimed", "zdbInitFromDict",
-    "zdbInitUpdate", "zdbRegisterZMI",     "zdbUpdateModelSymbol",
-    "zdbSetDebug",   "n__zdbgetkeys",      "n__zdbgetdomain"};
-
-/// Over the three storages; short strings and twins lead to the same functions.
-bool sweepAllMemory(const Program& program, const std::vector<Script>& scripts) {
-  std::string wrong;
-  int tried = 0;
-  for (const std::size_t way : {0U, 4U, 8U}) {
-    for (const Script& script : scripts) {
-      wrong += sweepMemory(program.host, program.ways[way], script, kMemoryRules, tried);
-    }
-  }
-  std::cerr << wrong << tried << " allocations failed\n";
-  return wrong.empty() && tried > 0;
-}
-
-/// Over C and short strings and twins, as records are not what matters here.
-bool sweepAllNulls(const Program& program, const std::vector<Script>& scripts) {
-  std::string wrong;
-  int tried = 0;
-  for (const std::size_t way : {0U, 1U, 2U, 3U}) {
-    wrong += sweepNulls(program.host, program.ways[way], scripts, kNullAnswers, kUntried, tried);
-  }
-  std::cerr << wrong << tried << " arguments were null\n";
-  return wrong.empty() && tried > 0;
-}
 
 }  // namespace
 
 }  // namespace zdb::script
 
 int main(int argc, char** argv) {
-  using namespace zdb::script;
-  ZdbHost host;
-  return runProgram(argc, argv,
-                    {host, makeWays(), {{"memory", sweepAllMemory}, {"nulls", sweepAllNulls}}});
+  mallopt(M_PERTURB, 0xA5);  // what is freed is filled with rubbish, for who reads on
+  zdb::script::ZdbHost host;
+  return zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), zdb::script::kRules});
 }
