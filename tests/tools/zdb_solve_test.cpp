@@ -63,6 +63,7 @@ TEST_F(ZdbSolve, Solution_IsPrintedAndWritten) {
       {"", "solve diet.mod --set need=none.csv", 1, "cannot read none.csv: No such file"},
       {"", "solve diet.mod --set need", 1, "--set wants SYMBOL=FILE.csv, not need"},
       {"", "solve one.mod --data out.zxf", 1, "out.zxf has no parameter that the model can change"},
+      {"", "solve one.mod --data " GOLDEN "/sample.zxf", 1, "sample.zxf has no parameter that the"},
       {"", "solve diet.mod -o /nowhere/out.zxf", 1, "/nowhere/out.zxf"},
   });
 }
