@@ -29,7 +29,7 @@ class ZdbSolve : public Programs {
   ZdbSolve() {
     folder_.write("diet.mod", kDiet);
     folder_.write("one.mod", "var need_var, = 4; var x; minimize z: 2 * x; s.t. c: x >= need_var;");
-    folder_.write("whole.mod", "var x >= 0, integer; minimize z: x; s.t. c: 2 * x >= 3;");
+    folder_.write("whole.mod", "var x{1..1} integer; minimize z: x[1]; s.t. c: 2 * x[1] >= 3;");
     folder_.write("constant.mod", "minimize z: 3;");
     folder_.write("two.dat", "set NUTRIENT := calcium energy;\n");
     folder_.write("broken.mod", "var x;\nminimize y: x +;\n");
@@ -55,7 +55,8 @@ TEST_F(ZdbSolve, Solution_IsPrintedAndWritten) {
       {"", "solve diet.mod --solver clp", 0, "objective   22\n"},
       {"", "solve diet.mod --solver cbc", 0, "objective   22\n"},
       {"", "solve diet.mod --solver glpk", 0, "objective   22\n"},
-      {"", "solve whole.mod", 0, "1 integer columns\nstatus      Integer solution\n"},
+      {"", "solve whole.mod -o 1.zxf", 0, "1 integer columns\nstatus      Integer solution\n"},
+      {"", "info 1.zxf", 0, "1.zxf: 1 label, 4 symbols\n"},
       {"", "solve constant.mod", 0, "solve       Normal completion\nobjective   3\n"},
       {"", "solve none.mod", 1, "none.mod"},
       {"", "solve broken.mod", 1, "broken.mod:2: "},
@@ -63,6 +64,7 @@ TEST_F(ZdbSolve, Solution_IsPrintedAndWritten) {
       {"", "solve diet.mod --set need=none.csv", 1, "cannot read none.csv: No such file"},
       {"", "solve diet.mod --set need", 1, "--set wants SYMBOL=FILE.csv, not need"},
       {"", "solve one.mod --data out.zxf", 1, "out.zxf has no parameter that the model can change"},
+      {"", "solve one.mod --data " GOLDEN "/sample.zxf", 1, "sample.zxf has no parameter that the"},
       {"", "solve diet.mod -o /nowhere/out.zxf", 1, "/nowhere/out.zxf"},
   });
 }
