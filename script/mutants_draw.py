@@ -1,4 +1,4 @@
-"""Draws faults at random from the product's sources, as many of each kind."""
+"""Draws faults at random from the sources of the product, as many of each kind."""
 
 from __future__ import annotations
 

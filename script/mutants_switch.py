@@ -1,4 +1,4 @@
-"""Puts a fault behind a run-time switch, where the line allows it without a change of its meaning."""
+"""Puts a fault behind a run-time switch, where the line keeps its meaning with one."""
 
 from __future__ import annotations
 
@@ -71,7 +71,7 @@ def switched_control(old: str, new: str, start: int, on: str) -> str | None:
 
 
 def switched(old: str, new: str, number: int) -> str | None:
-    """The line with a switch between old and new, or None. What comes back may still not compile."""
+    """The line with a switch between old and new, or None; it may still not compile."""
     old, new = code_of(old), code_of(new)
     on = f"zdb_fault({number})"
     if old.endswith("{") and new.startswith(old):  # something at the top of a body
@@ -91,3 +91,11 @@ def switched(old: str, new: str, number: int) -> str | None:
     if is_statement(old) and is_statement(new):
         return f"{{ if ({on}) {{ {new} }} else {{ {old} }} }}"
     return None
+
+
+def planted_line(lines: list[str], at: int, new: str, number: int) -> str | None:
+    """The switched line, unless it is the end of a statement that begins above."""
+    above = next((code for line in reversed(lines[:at]) if (code := code_of(line))), "")
+    line = switched(lines[at], new, number)
+    continues = above.endswith(("return", *"=,(&|+-*/<?"))
+    return None if continues and line and line.startswith("{") else line
