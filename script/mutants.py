@@ -47,7 +47,7 @@ from mutants_switch import planted_line
 ROOT = Path(__file__).resolve().parent.parent
 WORK = ROOT / "build-mutants"
 TREE = WORK / "tree"
-BUILD = TREE / "build"
+BUILD = WORK  # no longer a path than need be, since tests compare messages that are cut
 SWITCHES = WORK / "switches"
 PAGE = 4096  # bytes that mutants.h maps: a number, then a byte for each fault
 LEFT_OUT = {"package_subproject"}  # builds the library once more, which takes longer than all else
@@ -200,14 +200,21 @@ def copy_tree() -> None:
         write_if_changed(TREE / name, (ROOT / name).read_bytes())
         shutil.copymode(ROOT / name, TREE / name)
     for path in list(TREE.rglob("*")):
-        is_ours = path.is_file() and BUILD not in path.parents
-        if is_ours and str(path.relative_to(TREE)) not in wanted:
+        if path.is_file() and str(path.relative_to(TREE)) not in wanted:
             path.unlink()
 
 
 def build_unchanged() -> None:
     flags = f"-w -include {TREE}/script/mutants.h -DZDB_FAULT_FILE='\"{SWITCHES}\"'"
-    command = ["cmake", "--preset", "release", "-DZDB_WERROR=OFF", f"-DCMAKE_CXX_FLAGS={flags}"]
+    command = [
+        "cmake",
+        "--preset",
+        "release",
+        "-B",
+        str(BUILD),
+        "-DZDB_WERROR=OFF",
+        f"-DCMAKE_CXX_FLAGS={flags}",
+    ]
     if shutil.which("ccache"):
         command += [f"-DCMAKE_{language}_COMPILER_LAUNCHER=ccache" for language in ("C", "CXX")]
     for succeeded, output in (run(command, cwd=TREE), ninja()):
@@ -241,11 +248,13 @@ def build_switches(faults: list[Fault]) -> None:
         succeeded, output = ninja("-k0")
         if succeeded:
             return
-        mentioned = set(re.findall(r"([\w./-]+:\d+):\d+: ", output))
+        mentioned = re.findall(r"([\w./-]+:\d+):\d+: ", output)
         blamed = [
-            fault for fault in faults
-            if fault.planted and any(m.endswith(f"{fault.file}:{fault.line + 1}") for m in mentioned)
-        ]  # fmt: skip
+            fault
+            for fault in faults
+            if fault.planted
+            and any(place.endswith(f"{fault.file}:{fault.line + 1}") for place in set(mentioned))
+        ]
         if not blamed:
             raise Stop(4, output + "the tree with switches does not build")
         for fault in blamed:
@@ -261,14 +270,14 @@ def find_programs() -> list[Program]:
     listed = subprocess.run([*ctest, "--show-only=json-v1"], check=True, capture_output=True).stdout
     found: dict[str, Program] = {}
     for test in json.loads(listed)["tests"]:
-        name, binary = test["name"], test["command"][0]
+        name, words = test["name"], test.get("command", [""])  # a program not installed yet: none
         folder = next(p["value"] for p in test["properties"] if p["name"] == "WORKING_DIRECTORY")
         command = [*ctest, "--output-on-failure", "-R", f"^{name}$"]
-        if any(word.startswith("--gtest_filter=") for word in test["command"]):
-            name = Path(binary).name
-            command = [binary, "--gtest_fail_fast", "--gtest_brief=1"]
+        if any(word.startswith("--gtest_filter=") for word in words):
+            name = Path(words[0]).name
+            command = [words[0], "--gtest_fail_fast", "--gtest_brief=1"]
         if name not in LEFT_OUT:
-            found.setdefault(name, Program(name, binary, command, folder))
+            found.setdefault(name, Program(name, words[0], command, folder))
     return list(found.values())
 
 

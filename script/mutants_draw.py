@@ -8,7 +8,7 @@ from collections.abc import Iterator
 from pathlib import Path
 from typing import NamedTuple
 
-from mutants_switch import TWO_WORDS, code_of
+from mutants_switch import code_of, is_statement
 
 FOLDERS = ("src", "companions")
 SKIPPED = re.compile(r"//|/?\*|#|template\b|using\b|static_assert|namespace\b|friend\b|typedef\b")
@@ -30,11 +30,10 @@ REPLACEMENTS = [
     ("extreme", re.compile(r"std::max\("), "std::min("),
     ("jump dropped", re.compile(r"\b(break|continue);"), ";"),
 ]
-FUNCTION = re.compile(
-    r"(?:(?:static|inline|virtual|explicit|constexpr) )*([\w:<>]+\*?) [\w:~]+\([^;]*\{"
-)
-ERROR_BRANCH = re.compile(r"if \(.*\) (return|throw)\b.*;")
-ERROR_BLOCK = re.compile(r"(?:return (?:false|nullptr|fail|set\w*Error|-1|0)|throw\b|fail)")
+SPECIFIERS = r"(?:(?:static|inline|virtual|constexpr|const) )*"
+FUNCTION = re.compile(SPECIFIERS + r"([\w:<>]+\*?) [\w:~]+\([^;]*\{")
+ERROR = r"(?:throw\b|fail|return (?:false|nullptr|fail|refuse|0|-1|[\w.]*[eE]rror)\b)"
+ERROR_BRANCH = re.compile(rf"if \(.*\) {ERROR}.*;")
 CALL = re.compile(r"(?!if|for|while|return|switch|throw|delete|case)[\w:.>\[\]-]+\([^{}]*\);")
 AT_ONCE = {"void": "return;", "bool": "return false;", "int": "return 1;"}
 
@@ -48,11 +47,11 @@ class Candidate(NamedTuple):
 
 
 def whole_line_faults(old: str, following: str) -> Iterator[tuple[str, str]]:
-    if CALL.fullmatch(old) and not TWO_WORDS.match(old):
+    if CALL.fullmatch(old) and is_statement(old):
         yield "call dropped", ";"
     if ERROR_BRANCH.fullmatch(old):
         yield "error branch removed", ";"
-    if old.startswith("if (") and old.endswith(") {") and ERROR_BLOCK.match(following):
+    if old.startswith("if (") and old.endswith(") {") and re.match(ERROR, following):
         yield "error branch removed", "if (false) {"
     if (function := FUNCTION.fullmatch(old)) and function[1] not in ("else", "return", "class"):
         result = "return nullptr;" if function[1][-1] == "*" else "return {};"
