@@ -206,18 +206,11 @@ def copy_tree() -> None:
 
 def build_unchanged() -> None:
     flags = f"-w -include {TREE}/script/mutants.h -DZDB_FAULT_FILE='\"{SWITCHES}\"'"
-    command = [
-        "cmake",
-        "--preset",
-        "release",
-        "-B",
-        str(BUILD),
-        "-DZDB_WERROR=OFF",
-        f"-DCMAKE_CXX_FLAGS={flags}",
-    ]
+    options = ["-DZDB_WERROR=OFF", f"-DCMAKE_CXX_FLAGS={flags}"]
     if shutil.which("ccache"):
-        command += [f"-DCMAKE_{language}_COMPILER_LAUNCHER=ccache" for language in ("C", "CXX")]
-    for succeeded, output in (run(command, cwd=TREE), ninja()):
+        options += [f"-DCMAKE_{language}_COMPILER_LAUNCHER=ccache" for language in ("C", "CXX")]
+    for command in (["cmake", "--preset=release", f"-B{BUILD}", *options], ["ninja", f"-C{BUILD}"]):
+        succeeded, output = run(command, cwd=TREE)
         if not succeeded:
             raise Stop(4, output + "the tree does not build")
 
@@ -311,10 +304,8 @@ def depending(programs: list[Program], file: str) -> list[Program]:
             users.add(block.split(":")[0])
     chosen = []
     for program in programs:
-        is_built = program.binary.startswith(f"{BUILD}/")
-        target = program.binary.removeprefix(f"{BUILD}/")
-        inputs = ninja("-t", "inputs", target)[1].splitlines() if is_built else []
-        if not is_built or any(line.endswith(tuple(users)) for line in inputs):
+        is_target, inputs = ninja("-t", "inputs", program.binary.removeprefix(f"{BUILD}/"))
+        if not is_target or any(line.endswith(tuple(users)) for line in inputs.splitlines()):
             chosen.append(program)
     return chosen
 
