@@ -35,6 +35,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 from collections.abc import Iterable
 from dataclasses import dataclass, field
@@ -158,16 +159,19 @@ def run(
     command: list[str], seconds: float | None = None, cwd: str | Path | None = None
 ) -> tuple[bool | None, str]:
     """Whether the command succeeded, None if it ran out of time, and what it printed."""
+    printed = WORK / "output.txt"
 
     def limits() -> None:  # a fault must not take all memory or disk
         resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
         resource.setrlimit(resource.RLIMIT_AS, (16 << 30, 16 << 30))
         resource.setrlimit(resource.RLIMIT_FSIZE, (4 << 30, 4 << 30))
 
-    printed = WORK / "output.txt"
-    with printed.open("wb") as output:
+    # What killed tests leave behind goes with the folder.
+    scratch = tempfile.TemporaryDirectory(prefix="z", ignore_cleanup_errors=True)
+    os.chmod(scratch.name, 0o1777)  # as /tmp: a test run by root goes on as nobody
+    with scratch, printed.open("wb") as output:
         process = subprocess.Popen(
-            command, cwd=cwd, env=os.environ | {"TMPDIR": str(WORK / "tmp")}, preexec_fn=limits,
+            command, cwd=cwd, env=os.environ | {"TMPDIR": scratch.name}, preexec_fn=limits,
             stdin=subprocess.DEVNULL, stdout=output, stderr=output, start_new_session=True,
         )  # fmt: skip
         try:
@@ -276,8 +280,6 @@ def find_programs() -> list[Program]:
 
 def passes(program: Program, fault: int) -> tuple[bool | None, str]:
     SWITCHES.write_bytes(fault.to_bytes(4, "little").ljust(PAGE, b"\0"))
-    shutil.rmtree(WORK / "tmp", ignore_errors=True)
-    (WORK / "tmp").mkdir()
     limit = max(20.0, 5 * program.seconds) if program.seconds else None
     return run(program.command, limit, program.folder)
 
