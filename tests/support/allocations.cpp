@@ -1,0 +1,106 @@
+#include "support/allocations.h"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<bool> isWatching = false;
+std::atomic<std::uint64_t> allocated = 0;
+std::atomic<std::uint64_t> firstFailing = 0;
+std::atomic<std::uint64_t> lastFailing = 0;
+std::atomic<std::int64_t> bytes = 0;
+std::atomic<std::size_t> largestSize = 0;
+
+constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
+
+/// Counts an allocation; whether it may go on.
+bool isAllowed(std::size_t size) {
+  const std::uint64_t number = ++allocated;
+  std::size_t largest = largestSize;
+  while (largest < size && !largestSize.compare_exchange_weak(largest, size)) continue;
+  return number < firstFailing || number > lastFailing;
+}
+
+void* allocateOrNull(std::size_t size, std::align_val_t alignment = kUsual) noexcept {
+  if (isWatching && !isAllowed(size)) return nullptr;
+  const auto unit = static_cast<std::size_t>(alignment);
+  const std::size_t rounded = size == 0 ? unit : (size + unit - 1) / unit * unit;
+  void* memory = rounded < size ? nullptr : std::aligned_alloc(unit, rounded);
+  if (isWatching) bytes += static_cast<std::int64_t>(malloc_usable_size(memory));
+  return memory;
+}
+
+void* allocate(std::size_t size, std::align_val_t alignment = kUsual) {
+  if (void* memory = allocateOrNull(size, alignment)) return memory;
+  throw std::bad_alloc();
+}
+
+void release(void* memory) noexcept {
+  if (isWatching) bytes -= static_cast<std::int64_t>(malloc_usable_size(memory));
+  std::free(memory);
+}
+
+}  // namespace
+
+// The standard library's forms lead to two of them, but those of the sanitizers stand alone.
+#define ZDB_OPERATORS(brackets)                                                         \
+  void* operator new brackets(std::size_t size) {                                       \
+    return allocate(size);                                                              \
+  }                                                                                     \
+  void* operator new brackets(std::size_t size, std::align_val_t unit) {                \
+    return allocate(size, unit);                                                        \
+  }                                                                                     \
+  void* operator new brackets(std::size_t size, const std::nothrow_t&) noexcept {       \
+    return allocateOrNull(size);                                                        \
+  }                                                                                     \
+  void operator delete brackets(void* memory) noexcept {                                \
+    release(memory);                                                                    \
+  }                                                                                     \
+  void operator delete brackets(void* memory, std::size_t) noexcept {                   \
+    release(memory);                                                                    \
+  }                                                                                     \
+  void operator delete brackets(void* memory, std::align_val_t) noexcept {              \
+    release(memory);                                                                    \
+  }                                                                                     \
+  void operator delete brackets(void* memory, std::size_t, std::align_val_t) noexcept { \
+    release(memory);                                                                    \
+  }
+
+ZDB_OPERATORS()
+ZDB_OPERATORS([])
+
+#undef ZDB_OPERATORS
+
+namespace zdb::test {
+
+Allocations::Allocations(std::uint64_t first, Failing failing) : first_(first) {
+  allocated = 0;
+  bytes = 0;
+  largestSize = 0;
+  firstFailing = first == 0 ? UINT64_MAX : first;
+  lastFailing = failing == Failing::Once ? first : UINT64_MAX;
+  isWatching = true;
+}
+
+Allocations::~Allocations() {
+  isWatching = false;
+}
+
+std::uint64_t Allocations::count() const {
+  return allocated;
+}
+bool Allocations::hasFailed() const {
+  return first_ > 0 && allocated >= first_;
+}
+std::int64_t Allocations::liveBytes() const {
+  return bytes;
+}
+std::size_t Allocations::largest() const {
+  return largestSize;
+}
+
+}  // namespace zdb::test

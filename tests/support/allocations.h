@@ -1,0 +1,42 @@
+/// Watches the allocations of a test program, and lets some of them fail.
+///
+/// A program that compiles allocations.cpp has its own operator new and delete. They serve what is
+/// linked into it and also the shared libraries that it links or loads later, libzdbcclib64.so and
+/// the companions among them, which look for the operators in the program first; under the address
+/// sanitizer too. What takes memory from the C library itself is neither seen nor failed: malloc,
+/// aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace zdb::test {
+
+/// Which allocations throw std::bad_alloc (or give null, asked for without exceptions).
+enum class Failing {
+  Once,      ///< The one with that number.
+  FromThen,  ///< That one and all after it.
+};
+
+/// Watches all threads from its construction to its destruction. One at a time.
+class Allocations {
+ public:
+  /// Fails allocation number `first`, counted from 1; 0 fails none.
+  explicit Allocations(std::uint64_t first = 0, Failing failing = Failing::Once);
+  ~Allocations();
+  Allocations(const Allocations&) = delete;
+  Allocations& operator=(const Allocations&) = delete;
+
+  /// Allocations so far, those that failed included.
+  std::uint64_t count() const;
+  bool hasFailed() const;
+  /// What was allocated less what was freed, as far as the heap made room for it.
+  std::int64_t liveBytes() const;
+  /// The largest size asked for.
+  std::size_t largest() const;
+
+ private:
+  std::uint64_t first_;
+};
+
+}  // namespace zdb::test
