@@ -1,0 +1,44 @@
+// The system directory of an instance, and where its log goes.
+#include <array>
+#include <filesystem>
+
+#include "companions/kit/testing.h"
+
+namespace {
+
+using namespace kittest;
+
+TEST(KitEnvironment, SystemDirectory_IsTheLibrarysByDefault) {
+  const Model model;
+  for (const char* given : {static_cast<const char*>(nullptr), "some/where"}) {
+    const Instance instance(model, given);
+    std::array<char, 256> directory{};
+    EXPECT_EQ(CzrtGetStrOpt(CzmiEnvironment(instance), "NameSysDir", directory.data()), 1);
+    EXPECT_EQ(directory.data(), given == nullptr ? KIT_DIRECTORY "/" : std::string("some/where/"));
+  }
+}
+
+TEST(KitEnvironment, Log_GoesToTheHostOnly) {
+  const Silence silence;
+  const Model model(kShop);
+  const Instance instance(model);
+  std::vector<std::string> lines;
+  const auto keep = [](const char* text, void* user) {
+    static_cast<std::vector<std::string>*>(user)->emplace_back(text);
+  };
+  EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "nobody listens"), 1);
+  EXPECT_EQ(zkitSetLog(instance, keep, &lines), 1);
+  EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "one line"), 1);
+  EXPECT_NE(instance.solve("nosuch"), "");
+  CzmiSetVarLOne(instance, 2, kInf);
+  for (const char* solver : kSolvers) EXPECT_NE(instance.solve(solver), "");
+  EXPECT_EQ(zkitSetLog(instance, nullptr, nullptr), 1);
+  EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "too late"), 1);
+  const std::string infinite =
+      "A parameter or bound is infinite or not a number, the model cannot be solved";
+  EXPECT_EQ(lines,
+            (std::vector<std::string>{"one line", "There is no solver >nosuch<, use clp, cbc, glpk",
+                                      infinite, infinite, infinite}));
+}
+
+}  // namespace
