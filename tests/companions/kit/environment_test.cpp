@@ -1,4 +1,6 @@
-// The system directory of an instance, and where its log goes.
+// What surrounds a solve: the system directory, the log, and a kit that lacks the solvers.
+#include <dlfcn.h>
+
 #include <array>
 #include <filesystem>
 
@@ -39,6 +41,24 @@ TEST(KitEnvironment, Log_GoesToTheHostOnly) {
   EXPECT_EQ(lines,
             (std::vector<std::string>{"one line", "There is no solver >nosuch<, use clp, cbc, glpk",
                                       infinite, infinite, infinite}));
+}
+
+TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {
+  void* library = dlopen(KIT_WITHOUT_SOLVERS, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << dlerror();
+  const auto create = reinterpret_cast<decltype(&CzmiXCreateD)>(dlsym(library, "CzmiXCreateD"));
+  const auto solve = reinterpret_cast<decltype(&zkitSolve)>(dlsym(library, "zkitSolve"));
+  const auto read = reinterpret_cast<decltype(&zkitReadModel)>(dlsym(library, "zkitReadModel"));
+  const auto free = reinterpret_cast<decltype(&zmiXFree)>(dlsym(library, "zmiXFree"));
+  void* instance = nullptr;
+  std::array<char, 256> message{};
+  EXPECT_EQ(read("x.lp", nullptr, nullptr, &instance, message.data(), 256), 0);
+  EXPECT_STREQ(message.data(), "This kit was built without GLPK, which reads model files");
+  create(&instance, KIT_DIRECTORY);
+  EXPECT_EQ(solve(instance, "cbc", message.data(), 256), 0);
+  EXPECT_STREQ(message.data(), "Solver cbc needs cbc, which this kit was built without");
+  free(&instance);
+  dlclose(library);
 }
 
 }  // namespace

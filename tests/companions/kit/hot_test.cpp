@@ -117,6 +117,7 @@ TEST_P(KitHot, Threads_MayShareNothingOrTakeTurns) {
   std::thread([&] { EXPECT_EQ(hot_.solve(instance), 0); }).join();
   EXPECT_NEAR(zkitObjective(instance), objective, 1e-9);
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       const Instance own(model);

@@ -18,7 +18,7 @@ template <int (*call)(void*, int, char*, char*, int)>
 int withQuote(void* dictionary, int number, int* quote, char* text, int size) {
   char own = '?';
   const int result = call(dictionary, number, quote == nullptr ? nullptr : &own, text, size);
-  if (quote != nullptr && own != '?') *quote = own;
+  if (quote != nullptr && own != '?') *quote = static_cast<unsigned char>(own);
   return result;
 }
 
