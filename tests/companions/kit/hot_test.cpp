@@ -73,15 +73,15 @@ TEST_P(KitHot, OtherModelsAndOtherForms_AreTakenAnew) {
   const Model small("x 0 4 ; e: x <= 9 ; max x");
   const Instance instance(shop);
   const Instance other(small);
+  EXPECT_EQ(CzmiAltBoundsSet(instance, 1), 1);
   for (const double upper : {kInf, 28.0, 40.0, kInf}) {
-    EXPECT_EQ(CzmiAltBoundsSet(instance, 1), 1);
     EXPECT_EQ(CzmiSetAltVarUpperOne(instance, shop["cost"], upper), 1);
     EXPECT_EQ(hot_.solve(instance), 0);
     EXPECT_EQ(zkitModelStatus(instance), upper == 28 ? ZKIT_INFEASIBLE : ZKIT_OPTIMAL) << upper;
     if (upper != 28) expectOptimal(shop, instance);
-    EXPECT_EQ(hot_.solve(other), 0);
-    EXPECT_EQ(zkitObjective(other), 4);
   }
+  EXPECT_EQ(hot_.solve(other), 0);
+  EXPECT_EQ(zkitObjective(other), 4);
   EXPECT_EQ(CzmiSetAltVarLowerOne(instance, shop["cost"], 35), 1);
   EXPECT_EQ(hot_.solve(instance), 0);
   EXPECT_NEAR(zkitObjective(instance), 35, 1e-9);

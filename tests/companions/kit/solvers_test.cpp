@@ -191,4 +191,12 @@ TEST(KitSolvers, OddModels_HaveTheirStatusFromScratchAndAgain) {
   }
 }
 
+// Its presolve calls this one infeasible.
+TEST(KitSolvers, UnboundedByAColumnInNoRow_IsUnboundedToClp) {
+  const Model model("x -inf 1 ; y -3 0 ; z -inf inf ; c: 3 x - z = 0 ; e: 6 y >= -5 ; min z");
+  const Instance instance(model);
+  EXPECT_EQ(instance.solve("clp"), "");
+  EXPECT_EQ(zkitModelStatus(instance), ZKIT_UNBOUNDED);
+}
+
 }  // namespace
