@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <optional>
 
 #include "script/driver.h"
 #include "support/zxffunctions.h"
@@ -37,22 +36,18 @@ class ZxfHost : public zdb::script::Host {
 
 }  // namespace
 
-// Scripts run in a folder of their own, with a file "small", a folder and a pipe in it.
+// Scripts, whose paths are absolute, run in a folder with a file "small", a folder and a pipe in it.
 int main(int argc, char** argv) {
   ZxfHost host;
-  std::optional<zxftest::TemporaryFolder> folder;
   const std::filesystem::path before = std::filesystem::current_path();
-  zdb::script::Way way;
-  way.name = "once";
-  way.enter = [&] {
-    std::filesystem::current_path(folder.emplace().path());
-    zxftest::writeContent("small", zxftest::smallContent());
-    std::filesystem::create_directory("folder");
-    mkfifo("pipe", 0600);
-  };
-  way.leave = [&] {
-    std::filesystem::current_path(before);
-    folder.reset();
-  };
-  return zdb::script::runProgram(argc, argv, {host, {way}, {}});
+  const zxftest::TemporaryFolder folder;
+  std::filesystem::current_path(folder.path());
+  zxftest::writeContent("small", zxftest::smallContent());
+  std::filesystem::create_directory("folder");
+  mkfifo("pipe", 0600);
+  zdb::script::Way once;
+  once.name = "once";
+  const int result = zdb::script::runProgram(argc, argv, {host, {once}, {}});
+  std::filesystem::current_path(before);
+  return result;
 }

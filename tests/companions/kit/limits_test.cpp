@@ -1,0 +1,173 @@
+// Solves that must end early.
+#include <atomic>
+#include <chrono>
+#include <sstream>
+#include <thread>
+
+#include "companions/kit/testing.h"
+
+namespace {
+
+using namespace kittest;
+
+// Covers each of `size` rows by twice as many columns, which takes some iterations.
+std::string cover(int size) {
+  std::mt19937 random(3);
+  std::ostringstream text;
+  const auto addSum = [&](int least) {
+    for (int j = 0; j < 2 * size; ++j) text << " + " << least + random() % 100 << " x(" << j << ")";
+  };
+  text << "z -inf inf ; min z ; cost: - z";
+  addSum(100);
+  text << " = 0";
+  for (int i = 0; i < size; ++i) {
+    text << " ; e(" << i << "):";
+    addSum(10);
+    text << " >= " << size;
+  }
+  return text.str();
+}
+
+// Pays six sums exactly with some of 50 items: hard to decide for trees.
+std::string sums() {
+  std::mt19937 random(11);
+  std::ostringstream text;
+  text << "z -inf inf ; min z ; cost: - z";
+  for (int i = 0; i < 6; ++i) text << " + over(" << i << ") + under(" << i << ")";
+  text << " = 0";
+  for (int j = 0; j < 50; ++j) text << " ; int x(" << j << ") 0 1";
+  for (int i = 0; i < 6; ++i) {
+    text << " ; e(" << i << "): under(" << i << ") - over(" << i << ")";
+    for (int j = 0; j < 50; ++j) text << " + " << random() % 100 << " x(" << j << ")";
+    text << " = 1250";
+  }
+  return text.str();
+}
+
+void expectStopped(const Instance& instance, int solveStatus) {
+  EXPECT_EQ(zkitSolveStatus(instance), solveStatus);
+  const bool isFeasible = zkitModelStatus(instance) == ZKIT_FEASIBLE;
+  EXPECT_TRUE(isFeasible || zkitModelStatus(instance) == ZKIT_INTERMEDIATE);
+  if (isFeasible) {
+    EXPECT_EQ(columnOf(instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
+  }
+}
+
+TEST(KitLimits, Linear_StopAndGoOnFromThere) {
+  const Silence silence;
+  const Model model(cover(60));
+  for (const char* solver : kSolvers) {
+    SCOPED_TRACE(solver);
+    const Instance instance(model);
+    const Hot hot(solver);
+    zkitSetLimits(instance, 0, 5);
+    EXPECT_EQ(hot.solve(instance), 0);
+    expectStopped(instance, ZKIT_ITERATION_LIMIT);
+    EXPECT_LE(zkitIterations(instance), 10);
+    zkitSetLimits(instance, 1e-9, 0);
+    EXPECT_EQ(hot.solve(instance), 0);
+    expectStopped(instance, ZKIT_TIME_LIMIT);
+    zkitSetLimits(instance, 0, 0);
+    zkitTerminate(instance);
+    for (int k = 0; k < 2; ++k) {
+      EXPECT_EQ(hot.solve(instance), 0);
+      expectStopped(instance, ZKIT_INTERRUPTED);
+    }
+    EXPECT_EQ(CzrtTerminateClear(CzmiEnvironment(instance)), 1);
+    EXPECT_EQ(hot.solve(instance), 0);
+    EXPECT_EQ(zkitModelStatus(instance), ZKIT_OPTIMAL);
+    expectOptimal(model, instance);
+    zkitTerminate(instance);
+    for (const int status : {ZKIT_INTERRUPTED, ZKIT_COMPLETED}) {  // which it forgets by itself
+      EXPECT_EQ(zkitSolve(instance, solver, nullptr, 0), 1);
+      EXPECT_EQ(zkitSolveStatus(instance), status);
+    }
+  }
+}
+
+TEST(KitLimits, OfOneCall_CountWhereTheyAreTighter) {
+  const Model model(cover(60));
+  const struct {
+    double seconds, callSeconds;
+    int iterations, callIterations, status;
+  } limits[] = {
+      {0, 0, 0, 0, ZKIT_COMPLETED},
+      {1e4, 2e300, 0, 2100000000, ZKIT_COMPLETED},
+      {0, 0, 0, 1, ZKIT_ITERATION_LIMIT},
+      {0, 0, 1, 100000, ZKIT_ITERATION_LIMIT},
+      {0, 0, 100000, 1, ZKIT_ITERATION_LIMIT},
+      {0, 1e-9, 0, 0, ZKIT_TIME_LIMIT},
+      {1e-9, 1e4, 0, 0, ZKIT_TIME_LIMIT},
+      {1e4, 1e-9, 0, 0, ZKIT_TIME_LIMIT},
+      {-1, -1, -1, -1, ZKIT_COMPLETED},
+  };
+  for (const char* solver : kSolvers) {
+    const Instance instance(model);
+    for (const auto& each : limits) {
+      EXPECT_EQ(zkitSetLimits(instance, each.seconds, each.iterations), 1);
+      EXPECT_EQ(instance.solve(solver, each.callSeconds, each.callIterations), "");
+      EXPECT_EQ(zkitSolveStatus(instance), each.status)
+          << solver << " case " << &each - limits << " " << zkitIterations(instance);
+    }
+  }
+}
+
+// glpk's simplex is asked to come back now and then, and goes on where it was.
+TEST(KitLimits, LongSolvesOfGlpk_LookAtTheirLimitsOnTheWay) {
+  const Model model(cover(250));
+  const Instance instance(model);
+  EXPECT_EQ(instance.solve("glpk", 0.02), "");
+  expectStopped(instance, ZKIT_TIME_LIMIT);
+  EXPECT_EQ(instance.solve("glpk"), "");
+  EXPECT_EQ(zkitModelStatus(instance), ZKIT_OPTIMAL);
+  expectOptimal(model, instance);
+}
+
+TEST(KitLimits, Searches_StopWhenTold) {
+  const Silence silence;
+  const Model model(sums());
+  for (const char* solver : kMipSolvers) {
+    SCOPED_TRACE(solver);
+    const Instance instance(model);
+    EXPECT_EQ(instance.solve(solver, 0, 3000), "");
+    expectStopped(instance, ZKIT_ITERATION_LIMIT);
+    EXPECT_GE(zkitIterations(instance), 3000);
+    std::thread stopper([&instance] {
+      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+      zkitTerminate(instance);
+    });
+    EXPECT_EQ(instance.solve(solver), "");
+    stopper.join();
+    expectStopped(instance, ZKIT_INTERRUPTED);
+    EXPECT_EQ(CzrtTerminateClear(CzmiEnvironment(instance)), 1);
+    EXPECT_EQ(instance.solve(solver, 0.3), "");
+    expectStopped(instance, ZKIT_TIME_LIMIT);
+  }
+}
+
+// cbc runs one search at a time; whoever waits for it keeps to its own limit, and may be told to
+// stop.
+TEST(KitLimits, SearchesThatWaitForAnother_StopByThemselves) {
+  const Model model(sums());
+  for (const char* solver : kMipSolvers) {
+    SCOPED_TRACE(solver);
+    const Instance first(model);
+    const Instance second(model);
+    std::atomic<bool> isSearching = true;
+    std::thread other([&] {
+      EXPECT_EQ(first.solve(solver), "");
+      isSearching = false;
+    });
+    EXPECT_EQ(second.solve(solver, 0.3), "");
+    expectStopped(second, ZKIT_TIME_LIMIT);
+    zkitTerminate(second);
+    EXPECT_EQ(second.solve(solver), "");
+    expectStopped(second, ZKIT_INTERRUPTED);
+    EXPECT_TRUE(isSearching);
+    zkitTerminate(first);
+    other.join();
+    expectStopped(first, ZKIT_INTERRUPTED);
+  }
+}
+
+}  // namespace
