@@ -120,8 +120,8 @@ int runProgram(int argc, char** argv, const Program& program) try {
   }
   if (paths.empty()) return usage("no script");
   if (option == "--update" && std::getenv("CI") != nullptr) return usage("--update is not for CI");
-  std::vector<Script> scripts;
-  for (const std::string& path : paths) scripts.push_back(readScript(path));
+  std::vector<Script> scripts(paths.size());
+  std::transform(paths.begin(), paths.end(), scripts.begin(), readScript);
   if (option == "--memory") return sweepMemory(program, scripts) ? 0 : 1;
   if (option == "--nulls") return sweepNulls(program, scripts) ? 0 : 1;
   if (!option.empty() && option != "--update") return usage("unknown option " + option);

@@ -120,7 +120,7 @@ class Run {
   const Variable& variable(const Token& token) const;
   /// The value of a token that stands for one of this shape, and a value as it is printed.
   Slot value(const Token& token, const Parameter& parameter);
-  std::string shownValue(void* object, const Parameter& parameter, const Slot& value) const;
+  std::string shownValue(void* from, const Parameter& parameter, const Slot& value) const;
   std::string resolved(const Token& token) const;
 
   Host& host;

@@ -250,7 +250,7 @@ std::vector<Way> makeWays() {
     for (std::size_t storage = 0; storage < 3; ++storage) {
       for (const std::string forms : {"", " twin", " short", " short twin"}) {
         Way& way = ways.emplace_back();
-        way.name = storages[storage] + forms + harsh;
+        way.name.append(storages[storage]).append(forms).append(harsh);
         way.usesShortStrings = forms.find("short") != forms.npos;
         way.usesTwins = forms.find("twin") != forms.npos;
         way.settings = {{"storage", std::to_string(storage)},
