@@ -1,4 +1,4 @@
-// Databases filled from another database and through callbacks of the host.
+// Databases filled through callbacks of the host.
 
 #include <unistd.h>
 
@@ -6,10 +6,8 @@
 #include <array>
 #include <filesystem>
 #include <functional>
-#include <limits>
 #include <map>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -85,77 +83,6 @@ std::string describe(const Database& db) {
   return text;
 }
 
-/// Sets with texts, aliases, every type and kind of domain.
-void fill(const Database& db) {
-  for (const char* label : {"unused", "c", "b", "a"}) db.label(label);
-  zdbSymbol_t i = add(db, "i", ZDB_SET, 7, {db.universe()}, "a set");
-  zdbSymbol_t ii = db.add("ii", 1, ZDB_ALIAS, 0);
-  db.add("all", 1, ZDB_ALIAS, 99);
-  const struct {
-    const char* label;
-    const char* text;
-  } members[] = {{"a", "first"}, {"b", ""}, {"c", "FIRST"}};
-  for (const auto& member : members) {
-    Record record(db, i, {member.label});
-    c__zdbsetelemtext(db, record, member.text);
-  }
-  zdbSymbol_t k = add(db, "k", ZDB_SET, 0, {db.universe()});
-  db.merge(k, {"a"});
-  zdbSymbol_t kk = db.add("kk", 1, ZDB_ALIAS, db.info(k, ZDB_SYMBOL_NUMBER));
-  zdbSymbol_t pairs = add(db, "pairs", ZDB_SET, 0, {kk, i});
-  Record pair(db, pairs, {"a", "b"});
-  c__zdbsetelemtext(db, pair, "second");
-  zdbSymbol_t x =
-      add(db, "x", ZDB_VARIABLE, 9, {ii, nullptr, i, db.universe()}, "positions of all kinds");
-  db.merge(x, {"b", "z", "a", "unused"});
-  db.merge(x, {"a", "z", "b", "unused"});
-  zdbSymbol_t e = add(db, "e", ZDB_EQUATION, 2, {i});
-  db.merge(e, {"c"});
-  zdbSymbol_t scalar = add(db, "scalar", ZDB_PARAMETER, 3, {});
-  const double infinity = std::numeric_limits<double>::infinity();
-  EXPECT_EQ(c__zdbaddrecordraw(db, scalar, nullptr, &infinity, nullptr), 1) << db.error();
-  add(db, "none", ZDB_PARAMETER, 0, {i});
-}
-
-class Copies : public testing::TestWithParam<std::tuple<int, int>> {};
-
-INSTANTIATE_TEST_SUITE_P(Storages, Copies,
-                         testing::Combine(testing::Range(0, 3), testing::Range(0, 3)));
-
-TEST_P(Copies, Database_IsWholeAndStandsAlone) {
-  const auto [from, to] = GetParam();
-  Database copy;
-  c__zdbselectrecordstorage(copy, nullptr, to);
-  std::string expected;
-  {
-    Database source;
-    c__zdbselectrecordstorage(source, nullptr, from);
-    fill(source);
-    expected = describe(source);
-    ASSERT_EQ(c__zdbinitfromdb(copy, source), 1) << copy.error();
-    EXPECT_EQ(describe(source), expected);
-  }
-  EXPECT_EQ(describe(copy), expected);
-  zdbSymbol_t i = nullptr;
-  zdbSymbol_t pairs = nullptr;
-  c__zdbfindsymbol(copy, "i", &i);
-  c__zdbfindsymbol(copy, "pairs", &pairs);
-  EXPECT_EQ(copy.info(i, ZDB_SYMBOL_STORAGE), to);
-  // The sets are known as domains, the one behind an alias too, and texts that are new are new.
-  copy.merge(pairs, {"z", "y"});
-  zdbDV_t violation = nullptr;
-  int positions[] = {-1, -1};
-  ASSERT_EQ(c__zdbgetfirstdvinsymbol(copy, pairs, &violation), 1);
-  ASSERT_NE(violation, nullptr);
-  EXPECT_EQ(c__zdbgetdvindicator(copy, violation, positions), 1);
-  EXPECT_EQ(positions[0] * 10 + positions[1], 11);
-  c__zdbfreedvhandle(copy, violation);
-  Record record(copy, i, {"b"});
-  c__zdbsetelemtext(copy, record, "third");
-  EXPECT_EQ(records(copy, i), " c=first b=third a=first");
-  EXPECT_EQ(records(copy, pairs), " a.b=second z.y=");
-}
-
 /// A name for a file, which goes at the end.
 struct File {
   std::string name = (std::filesystem::temp_directory_path() /
@@ -167,65 +94,6 @@ struct File {
 bool hasFiles() {
   Database db;
   return db.error().empty();
-}
-
-TEST_P(Copies, SymbolsThatAreStillInAFile_AreLoadedFirst) {
-  if (!hasFiles()) GTEST_SKIP() << "no library for data exchange files";
-  const auto [from, to] = GetParam();
-  File file;
-  Database original;
-  fill(original);
-  ASSERT_EQ(c__zdbwritezxf(original, file.name.c_str(), 0), 1) << original.error();
-  Database copy;
-  c__zdbselectrecordstorage(copy, nullptr, to);
-  {
-    Database source;
-    c__zdbselectrecordstorage(source, nullptr, from);
-    ASSERT_EQ(c__zdbinitfromzxf(source, file.name.c_str()), 1) << source.error();
-    ASSERT_EQ(c__zdbinitfromdb(copy, source), 1) << copy.error();
-    std::filesystem::remove(file.name);
-    EXPECT_EQ(describe(source), describe(copy));
-  }
-  for (const char* name : {"i", "pairs", "x", "e", "scalar", "none"}) {
-    zdbSymbol_t symbol = nullptr;
-    zdbSymbol_t before = nullptr;
-    EXPECT_EQ(c__zdbfindsymbol(copy, name, &symbol), 1);
-    EXPECT_EQ(c__zdbfindsymbol(original, name, &before), 1);
-    EXPECT_EQ(describe(copy, symbol), describe(original, before));
-  }
-}
-
-TEST(CopyOfDatabase, TargetThatIsNotEmpty_IsRefused) {
-  Database source;
-  fill(source);
-  Database labels;
-  labels.label("a");
-  Database symbols;
-  symbols.add("p", 1);
-  Database both;
-  fill(both);
-  const struct {
-    zdbHandle_t target;
-    zdbHandle_t source;
-    const char* message;
-  } cases[] = {
-      {labels, source, "Uels present. Cannot load Uels from other database."},
-      {symbols, source, "Symbols present. Cannot load symbols from other database."},
-      {both, source, "Uels present. Cannot load Uels from other database."},
-      {both, both, "Uels present. Cannot load Uels from other database."},
-      {symbols, nullptr, "zdbInitFromDB: argument source must not be null"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(c__zdbinitfromdb(c.target, c.source), 0);
-    char text[ZDB_TEXT_SIZE];
-    c__zdbgetlasterror(c.target, text);
-    EXPECT_STREQ(text, c.message);
-  }
-  EXPECT_EQ(describe(both), describe(source));
-  Database empty;
-  EXPECT_EQ(c__zdbinitfromdb(empty, empty), 1) << "a copy of nothing";
-  EXPECT_EQ(c__zdbinitfromdb(empty, source), 1) << "which leaves it empty";
-  EXPECT_EQ(describe(empty), describe(source));
 }
 
 // ---- callbacks
