@@ -1,14 +1,35 @@
-// Any list of record operations: what can be seen of a symbol must not depend on its storage.
+// Any list of steps on databases: what can be seen must be what a model says, whatever the storage.
+//
+//     storages_fuzzer FILE...                  replays inputs (or searches, with a fuzzing engine)
+//     storages_fuzzer --seed N --steps M       makes one long run, which N alone decides
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 
-#include "fuzz/storages/storagereplay.h"
+#include "fuzz/storages/storagerun.h"
+
+namespace {
+
+void report(const std::string& difference) {
+  if (difference.empty()) return;
+  std::fprintf(stderr, "%s\n", difference.c_str());
+  std::abort();
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
+  const char* const* arguments = *argv;
+  if (*argc != 5 || std::string_view(arguments[1]) != "--seed") return 0;
+  const int seed = std::atoi(arguments[2]);
+  const int steps = std::atoi(arguments[4]);
+  std::printf("seed %d, %d steps\n", seed, steps);
+  std::fflush(stdout);
+  report(zdb::test::runSteps(zdb::test::Choices(static_cast<std::uint32_t>(seed)), steps));
+  std::exit(0);
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::string difference = zdb::test::replayOnAllStorages(data, size);
-  if (!difference.empty()) {
-    std::fprintf(stderr, "%s\n", difference.c_str());
-    std::abort();
-  }
+  report(zdb::test::runSteps(zdb::test::Choices(data, size), 1000));
   return 0;
 }
