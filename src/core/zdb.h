@@ -193,9 +193,9 @@ class ZDB {
   /// that fails.
   bool LoadSymbol(AbstractZDBSymbol* symbol);
   /// These three read a symbol's records from the source of their kind, which must be attached.
-  bool LoadSymbolFromZXF(AbstractZDBSymbol* symbol, RecordSink sink);
-  bool LoadSymbolFromZMI(AbstractZDBSymbol* symbol, RecordSink sink);
-  bool LoadSymbolFromCallbacks(AbstractZDBSymbol* symbol, RecordSink sink);
+  bool LoadSymbolFromZXF(AbstractZDBSymbol* symbol, RecordSink sink) const;
+  bool LoadSymbolFromZMI(AbstractZDBSymbol* symbol, RecordSink sink) const;
+  bool LoadSymbolFromCallbacks(AbstractZDBSymbol* symbol, RecordSink sink) const;
 
   bool InitFromZXF(const std::string& fileName);
   bool CloseZXF(bool loadRemain);

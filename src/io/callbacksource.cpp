@@ -85,7 +85,7 @@ void ZDB::InitFromDMRF(const DataCallbacks& callbacks) {
   initFrom_ = FROM_DMRF;
 }
 
-bool ZDB::LoadSymbolFromCallbacks(AbstractZDBSymbol* symbol, RecordSink sink) {
+bool ZDB::LoadSymbolFromCallbacks(AbstractZDBSymbol* symbol, RecordSink sink) const {
   return source(FROM_DMRF)->read(*symbol, sink);
 }
 

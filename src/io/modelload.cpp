@@ -135,7 +135,7 @@ bool ModelSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
          db_.setLastError("The dictionary gives symbol %s a label that it does not have", name);
 }
 
-bool ZDB::LoadSymbolFromZMI(AbstractZDBSymbol* symbol, RecordSink sink) {
+bool ZDB::LoadSymbolFromZMI(AbstractZDBSymbol* symbol, RecordSink sink) const {
   return source(FROM_ZMI)->read(*symbol, sink);
 }
 

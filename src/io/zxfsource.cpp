@@ -51,7 +51,7 @@ bool ZDB::CloseZXF(bool loadRemain) {
   return closeFile(*this, loadRemain);
 }
 
-bool ZDB::LoadSymbolFromZXF(AbstractZDBSymbol* symbol, RecordSink sink) {
+bool ZDB::LoadSymbolFromZXF(AbstractZDBSymbol* symbol, RecordSink sink) const {
   return source(FROM_ZXF)->read(*symbol, sink);
 }
 
