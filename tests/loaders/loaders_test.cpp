@@ -39,14 +39,12 @@ FunctionCase functionCase(const char* name, Result (**pointer)(Arguments...),
           std::bit_cast<const void*>(*pointer)};
 }
 
-#define FOR_EACH_OPERATION(OF, X)                                                \
-  OF(X, GetReadyD)                                                               \
-  OF(X, LibraryLoaded)                                                           \
-  OF(X, LibraryUnload)                                                           \
-  OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) OF(X, SetExitIndicator) \
-      OF(X, SetErrorCallback)
+#define FOR_EACH_OPERATION(OF, X)                                                                  \
+  OF(X, GetReadyD)                                                                                 \
+  OF(X, LibraryLoaded) OF(X, LibraryUnload) OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) \
+      OF(X, SetExitIndicator) OF(X, SetErrorCallback) OF(X, SetAPIErrorCount)
 
-struct Loader {
+struct LoaderCase {
   std::string prefix;
   std::string decoration;
   std::string file;  // default file name
@@ -78,7 +76,7 @@ std::vector<FunctionCase> functionsOf(const std::string& prefix) {
 #define OPERATION(X, name) X##name,
 #define LOADER(X, DECORATION, FILE, VERSION) \
   { #X, DECORATION, FILE, VERSION, functionsOf(#X), FOR_EACH_OPERATION(OPERATION, X) }
-const std::vector<Loader> kLoaders = {
+const std::vector<LoaderCase> kLoaders = {
     LOADER(zxf, "C__", "/libzxfcclib64.so", 9), LOADER(zmi, "C", "/libzkitdclib64.so", 26),
     LOADER(zrt, "C", "/libzkitdclib64.so", 7), LOADER(zlx, "C", "/libzlxmdclib64.so", 2),
     LOADER(zst, "C", "/libzkitdclib64.so", 4)};
@@ -115,28 +113,32 @@ int keepReport(int count, const char* msg) {
   return 0;
 }
 
-class EachLoader : public testing::TestWithParam<Loader> {
+class EachLoader : public testing::TestWithParam<LoaderCase> {
  protected:
   // Errors are recorded instead of ending the process.
   EachLoader() {
     tell("");
     reports.clear();
-    loader_.SetExitIndicator(0);
-    loader_.SetScreenIndicator(0);
-    loader_.SetErrorCallback(keepReport);
+    report(0, keepReport);
   }
   // Puts the loader's process-wide state back to that of the program's start.
   ~EachLoader() override {
-    loader_.SetErrorCallback(nullptr);
+    report(1, nullptr);
     EXPECT_EQ(loader_.LibraryUnload(), 1);
     EXPECT_EQ(load("absent"), 0);  // turns stale pointers into stubs
   }
 
+  void report(int byDefault, ErrorCallback callback) {
+    loader_.SetScreenIndicator(byDefault);
+    loader_.SetExitIndicator(byDefault);
+    loader_.SetErrorCallback(callback);
+    loader_.SetAPIErrorCount(0);
+  }
   int load(const std::string& directory) {
     return loader_.GetReadyD(directory.c_str(), msg_, sizeof msg_);
   }
 
-  const Loader& loader_ = GetParam();
+  const LoaderCase& loader_ = GetParam();
   char msg_[1024] = "old text";
 };
 
@@ -220,6 +222,8 @@ TEST(ZxfLoader, CallbackExitOrScreen_EndTheProcessOrPrint) {
   zxfSetErrorCallback([](int, const char*) { return 1; });
   EXPECT_EXIT(zxfErrorHandling("lost"), exited, "");
   zxfSetErrorCallback(nullptr);
+  zxfSetExitIndicator(1);
+  zxfSetScreenIndicator(1);
 }
 
 // A load that does not wait for another one opens the library again, and closing it once is not
