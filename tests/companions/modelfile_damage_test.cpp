@@ -101,9 +101,10 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
   {
     const std::jthread user([&](const std::stop_token& stop) {
       while (!stop.stop_requested()) {
-        const int descriptor = fcntl(1, F_DUPFD_CLOEXEC, 6);
-        usleep(100);
-        lost += close(descriptor) == 0 ? 0 : 1;
+        std::array<int, 16> descriptors;
+        for (int& one : descriptors) one = fcntl(1, F_DUPFD_CLOEXEC, 6);
+        usleep(1000);
+        for (const int one : descriptors) lost += close(one) == 0 ? 0 : 1;
       }
     });
     std::vector<std::jthread> threads;
