@@ -1,4 +1,4 @@
-// Databases filled from another database and through callbacks of the host.
+// Databases filled through callbacks of the host.
 
 #include <unistd.h>
 
@@ -16,7 +16,18 @@
 
 namespace {
 
-// ---- callbacks
+/// A name for a file, which goes at the end.
+struct File {
+  std::string name = (std::filesystem::temp_directory_path() /
+                      ("zdb_sources_" + std::to_string(::getpid()) + ".zxf"))
+                         .string();
+  ~File() { std::filesystem::remove(name); }
+};
+
+bool hasFiles() {
+  Database db;
+  return db.error().empty();
+}
 
 /// A host that has its data in tables and numbers its labels when it is first asked.
 struct Host {
