@@ -262,7 +262,8 @@ class Run {
       const int what = choices_.below(60);
       if (what < 30) store(t, n, anyKey(t, n));
       if (what >= 30 && what < 54) useHandle(t);
-      if (what >= 54 && what < 57) find(t, n);
+      if (what == 54) checkDomains(t, anySymbol(t));
+      if (what == 55 || what == 56) find(t, n);
       if (what == 57 || what == 58) walkSlices(t, n);
       if (what == 59) clear(t, n);
     }
@@ -278,7 +279,8 @@ class Run {
     std::swap(choices_, own);
     const int dim = t.symbol(n).dim();
     const int count = choices_.oneIn(2) || dim == 0 ? 0 : 1 + choices_.below(most);
-    const int base = 2 + static_cast<int>(std::pow(count, 1.0 / std::max(dim, 1)));
+    const int few = 2 + static_cast<int>(std::pow(count, 1.0 / std::max(dim, 1)));
+    const int base = few + (choices_.oneIn(2) ? 0 : choices_.below(most / 2));
     t.addLabels(count == 0 ? 0 : base, 1);
     std::vector<Key> keys(static_cast<std::size_t>(count), Key(t.symbol(n).domains.size()));
     for (int i = 0; i < count; ++i) {
@@ -374,7 +376,7 @@ class Run {
     same(found, !expected.empty(), "violations");
     zdbDV_t at = nullptr;
     isOne ? c__zdbgetfirstdvinsymbol(t.db, t.handle(n), &at) : c__zdbgetfirstdbdv(t.db, &at);
-    for (found = at != nullptr; found != 0;) {
+    for (found = at != nullptr; found != 0 && seen.size() <= expected.size();) {
       zdbSymbol_t symbol = nullptr;
       c__zdbgetdvsymbol(t.db, at, &symbol);
       Key& positions = seen.emplace_back(t.info(symbol, ZDB_SYMBOL_DIM));
