@@ -240,6 +240,7 @@ TEST_F(ZxfFiles, FileThatShrinksWhileOpen_GivesAnError) {
   int read = 0;
   while (C__zxfDataReadRaw(zxf, key, &value, &changed) == 1) ++read;
   EXPECT_LT(read, count);
+  EXPECT_EQ(C__zxfDataReadRaw(zxf, key, &value, &changed), 0) << "and does not say it again";
   EXPECT_EQ(zxf.takeErrors(), std::vector<int>{static_cast<int>(Errc::TruncatedFile)});
 }
 
