@@ -48,7 +48,8 @@ TYPED_TEST(StringPools, RandomTexts_KeepFirstSpellingNumberAndValue) {
     const std::string text = anyText(random);
     const auto [place, isNew] = numbers.try_emplace(folded(text), static_cast<int>(texts.size()));
     ASSERT_EQ(pool.contains(text.c_str()), !isNew);
-    const auto insert = [&] { return pool.insert(text.c_str(), isNew ? step : -1); };
+    const int value = isNew ? step : -1;
+    const auto insert = [&] { return pool.insert(text.c_str(), value); };
     const auto look = [&](auto) { ASSERT_EQ(pool.size(), texts.size()); };
     // The alternative keeps the text of a failed insertion, without a way to it.
     const bool isStarved = std::is_same_v<TypeParam, strpool::TStrHashPool>;

@@ -255,7 +255,8 @@ class SubjectOf final : public Subject, private Differences<Map> {
     const Record next = model_.lower_bound(key);
     if (!this->kBoundIsBefore || model_.contains(key)) return next;
     if (model_.size() == 1) return model_.begin();
-    return next == model_.begin() || next == model_.end() ? next : std::prev(next);
+    const bool isInFront = next == model_.begin();
+    return isInFront || next == model_.end() ? next : std::prev(next);
   }
   void expectBound(const It& it, const Key& key) {
     const Record record = modelBound(key);

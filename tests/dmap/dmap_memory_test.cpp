@@ -107,7 +107,7 @@ TEST(DMapMemory, SmallMapsAndReading_AllocateLittle) {
   EXPECT_LE(allocations.liveBytes(), 100 * 72 + 500);  // as std::map with its nodes
   const std::uint64_t before = allocations.count();
   for (const Key& key : keys) EXPECT_TRUE(map.find(key.labels) == map.lower_bound(key.labels));
-  for (DMapIterator it = map.begin(); it != map.end(); ++it) EXPECT_EQ(*(*it).second, 1);
+  for (const VirtualPair& record : map) EXPECT_EQ(*record.second, 1);
   EXPECT_EQ(allocations.count(), before);
 }
 

@@ -149,6 +149,7 @@ TEST(DMapVector, Searches_FindWhatThePlainStepsFind) {
         plain.keys.clear();
         isOrdered = true;
       }
+      ASSERT_TRUE(test::Structure(records).isSound) << step;
       for (const Key& probe : {key, anyKey()}) {
         ASSERT_EQ(records.lower_bound(probe.data()).position(), plain.lowerBound(probe)) << step;
         ASSERT_EQ(records.find(probe.data()).position(), plain.find(probe)) << step;

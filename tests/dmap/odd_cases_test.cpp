@@ -127,7 +127,7 @@ TYPED_TEST(OddCases, Scalar_IsOneRecordThatEveryInsertionOverwrites) {
                                     : map.insert_or_assign(hint, nullptr, values);
         EXPECT_EQ(map.size(), 1U);
         EXPECT_TRUE(it == map.begin() && it == map.find(nullptr));
-        EXPECT_TRUE(std::equal(values, values + doublesPerRecord(width), (*it).second));
+        EXPECT_TRUE(std::equal(values, values + (width < 2 ? 1 : 5), (*it).second));
       }
       if (round == 0) map.erase(map.begin());
       if (round == 1) map.clear();
