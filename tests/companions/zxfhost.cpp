@@ -36,7 +36,8 @@ class ZxfHost : public zdb::script::Host {
 
 }  // namespace
 
-// Scripts, whose paths are absolute, run in a folder with a file "small", a folder and a pipe in it.
+// Scripts, whose paths are absolute, run in a folder with a file "small", a folder and a pipe in
+// it.
 int main(int argc, char** argv) {
   ZxfHost host;
   const std::filesystem::path before = std::filesystem::current_path();

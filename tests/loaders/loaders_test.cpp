@@ -39,11 +39,12 @@ FunctionCase functionCase(const char* name, Result (**pointer)(Arguments...),
           std::bit_cast<const void*>(*pointer)};
 }
 
-#define FOR_EACH_OPERATION(OF, X)                                             \
-  OF(X, GetReadyD)                                                            \
-  OF(X, LibraryLoaded)                                                        \
-  OF(X, LibraryUnload) OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) \
-      OF(X, SetExitIndicator) OF(X, SetErrorCallback) OF(X, SetAPIErrorCount)
+#define FOR_EACH_OPERATION(OF, X)                                                \
+  OF(X, GetReadyD)                                                               \
+  OF(X, LibraryLoaded)                                                           \
+  OF(X, LibraryUnload)                                                           \
+  OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) OF(X, SetExitIndicator) \
+      OF(X, SetErrorCallback) OF(X, SetAPIErrorCount)
 
 struct LoaderCase {
   std::string prefix;
