@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
-#include <ranges>
 
 #include "fuzz/storages/twin.h"
 
@@ -285,10 +284,11 @@ class Run {
     std::vector<Key> keys(static_cast<std::size_t>(count), Key(t.symbol(n).domains.size()));
     for (int i = 0; i < count; ++i) {
       int rest = i;
-      for (int& label : std::views::reverse(keys[std::size_t(i)])) {
+      Key& key = keys[std::size_t(i)];
+      std::for_each(key.rbegin(), key.rend(), [&](int& label) {
         label = 1 + rest % base;
         rest /= base;
-      }
+      });
     }
     const int kept = choices_.below(3);  // of eight
     for (const auto& [key, row] : t.symbol(n).records) {

@@ -22,7 +22,9 @@ namespace zdb::test {
 using Key = std::vector<int>;
 /// The values of a record, 0 beyond those that its type has.
 struct Row : std::array<double, ZDB_MAX_VALUES> {
-  bool operator==(const Row& other) const { return std::memcmp(this, &other, sizeof other) == 0; }
+  bool operator==(const Row& other) const {  // bit by bit
+    return std::memcmp(data(), other.data(), size() * sizeof(double)) == 0;
+  }
 };
 using Records = std::map<Key, Row>;
 using Record = std::pair<Key, Row>;

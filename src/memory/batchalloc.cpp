@@ -11,7 +11,7 @@ void BatchAllocator::addBlock(std::size_t atLeast) {
   const std::size_t bytes = std::max(atLeast + kUnit, blockSize_);
   if (bases_.size() >> (32 - kPlaceBits) != 0) throw std::bad_alloc();
   bases_.reserve(bases_.size() + 1);
-  auto block = std::make_unique<Block>(blocks_, nullptr, bytes);
+  auto block = std::make_unique<Block>(Block{blocks_, nullptr, bytes});
   block->data = static_cast<unsigned char*>(memory::obtain(bytes));
   bases_.push_back(block->data);
   blocks_ = block.release();

@@ -36,8 +36,8 @@ class ZxfHost : public zdb::script::Host {
 
 }  // namespace
 
-// Scripts, whose paths are absolute, run in a folder with a file "small", a folder and a pipe in
-// it.
+// Scripts, whose paths are absolute, run in a folder that has a file "small", a folder and a pipe.
+// NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the test, as it should
 int main(int argc, char** argv) {
   ZxfHost host;
   const std::filesystem::path before = std::filesystem::current_path();

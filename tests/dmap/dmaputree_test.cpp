@@ -27,8 +27,7 @@ DMapUTree treeOf(const Labels& labels) {
 
 Labels valuesOf(DMapUTree& records) {
   Labels values;
-  for (TreeIterator it = records.begin(); it != records.end(); ++it)
-    values.push_back(*(*it).second);
+  for (const VirtualPair& record : records) values.push_back(*record.second);
   return values;
 }
 

@@ -39,12 +39,13 @@ FunctionCase functionCase(const char* name, Result (**pointer)(Arguments...),
           std::bit_cast<const void*>(*pointer)};
 }
 
-#define FOR_EACH_OPERATION(OF, X)                                                \
-  OF(X, GetReadyD)                                                               \
-  OF(X, LibraryLoaded)                                                           \
-  OF(X, LibraryUnload)                                                           \
-  OF(X, CorrectLibraryVersion) OF(X, SetScreenIndicator) OF(X, SetExitIndicator) \
-      OF(X, SetErrorCallback) OF(X, SetAPIErrorCount)
+#define FOR_EACH_OPERATION(OF, X)                                           \
+  OF(X, GetReadyD)                                                          \
+  OF(X, LibraryLoaded)                                                      \
+  OF(X, LibraryUnload)                                                      \
+  OF(X, CorrectLibraryVersion)                                              \
+  OF(X, SetScreenIndicator) OF(X, SetExitIndicator) OF(X, SetErrorCallback) \
+      OF(X, SetAPIErrorCount)
 
 struct LoaderCase {
   std::string prefix;
@@ -130,7 +131,7 @@ class EachLoader : public testing::TestWithParam<LoaderCase> {
     EXPECT_EQ(load("absent"), 0);  // turns stale pointers into stubs
   }
 
-  void report(int byDefault, ErrorCallback callback) {
+  void report(int byDefault, ErrorCallback callback) const {
     loader_.SetScreenIndicator(byDefault);
     loader_.SetExitIndicator(byDefault);
     loader_.SetErrorCallback(callback);

@@ -63,8 +63,9 @@ int ErrorCount() {
   OF(GetReadyD)                                                                                   \
   OF(GetReadyL)                                                                                   \
   OF(LibraryLoaded)                                                                               \
-  OF(LibraryUnload) OF(CorrectLibraryVersion) OF(SetLoadPath) OF(GetLoadPath) OF(Create)          \
-      OF(CreateD) OF(CreateL) OF(CreateDD) OF(Free) OF(GetScreenIndicator) OF(SetScreenIndicator) \
+  OF(LibraryUnload)                                                                               \
+  OF(CorrectLibraryVersion) OF(SetLoadPath) OF(GetLoadPath) OF(Create) OF(CreateD) OF(CreateL)    \
+      OF(CreateDD) OF(Free) OF(GetScreenIndicator) OF(SetScreenIndicator)                         \
           OF(GetExceptionIndicator) OF(SetExceptionIndicator) OF(GetExitIndicator)                \
               OF(SetExitIndicator) OF(GetErrorCallback) OF(SetErrorCallback) OF(GetAPIErrorCount) \
                   OF(SetAPIErrorCount) OF(ErrorHandling) OF(InitMutexes) OF(FiniMutexes)
