@@ -39,13 +39,13 @@ FunctionCase functionCase(const char* name, Result (**pointer)(Arguments...),
           std::bit_cast<const void*>(*pointer)};
 }
 
-#define FOR_EACH_OPERATION(OF, X)                                           \
-  OF(X, GetReadyD)                                                          \
-  OF(X, LibraryLoaded)                                                      \
-  OF(X, LibraryUnload)                                                      \
-  OF(X, CorrectLibraryVersion)                                              \
-  OF(X, SetScreenIndicator) OF(X, SetExitIndicator) OF(X, SetErrorCallback) \
-      OF(X, SetAPIErrorCount)
+// Each layout of these makes another one of the next.
+// clang-format off
+#define FOR_EACH_OPERATION(OF, X)                                                           \
+  OF(X, GetReadyD) OF(X, LibraryLoaded) OF(X, LibraryUnload) OF(X, CorrectLibraryVersion)   \
+  OF(X, SetScreenIndicator) OF(X, SetExitIndicator) OF(X, SetErrorCallback)                 \
+  OF(X, SetAPIErrorCount)
+// clang-format on
 
 struct LoaderCase {
   std::string prefix;

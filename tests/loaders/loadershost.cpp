@@ -58,17 +58,16 @@ int ErrorCount() {
   return zdb::loaders::zxfErrorCount(nullptr);
 }
 
-#define FOR_EACH_OPERATION(OF)                                                                    \
-  OF(GetReady)                                                                                    \
-  OF(GetReadyD)                                                                                   \
-  OF(GetReadyL)                                                                                   \
-  OF(LibraryLoaded)                                                                               \
-  OF(LibraryUnload)                                                                               \
-  OF(CorrectLibraryVersion) OF(SetLoadPath) OF(GetLoadPath) OF(Create) OF(CreateD) OF(CreateL)    \
-      OF(CreateDD) OF(Free) OF(GetScreenIndicator) OF(SetScreenIndicator)                         \
-          OF(GetExceptionIndicator) OF(SetExceptionIndicator) OF(GetExitIndicator)                \
-              OF(SetExitIndicator) OF(GetErrorCallback) OF(SetErrorCallback) OF(GetAPIErrorCount) \
-                  OF(SetAPIErrorCount) OF(ErrorHandling) OF(InitMutexes) OF(FiniMutexes)
+// Each layout of these makes another one of the next.
+// clang-format off
+#define FOR_EACH_OPERATION(OF)                                                              \
+  OF(GetReady) OF(GetReadyD) OF(GetReadyL) OF(LibraryLoaded) OF(LibraryUnload)              \
+  OF(CorrectLibraryVersion) OF(SetLoadPath) OF(GetLoadPath) OF(Create) OF(CreateD)          \
+  OF(CreateL) OF(CreateDD) OF(Free) OF(GetScreenIndicator) OF(SetScreenIndicator)           \
+  OF(GetExceptionIndicator) OF(SetExceptionIndicator) OF(GetExitIndicator)                  \
+  OF(SetExitIndicator) OF(GetErrorCallback) OF(SetErrorCallback) OF(GetAPIErrorCount)       \
+  OF(SetAPIErrorCount) OF(ErrorHandling) OF(InitMutexes) OF(FiniMutexes)
+// clang-format on
 
 FunctionTable makeTable() {
   FunctionTable table;
