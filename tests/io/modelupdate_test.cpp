@@ -53,12 +53,6 @@ TEST_F(ModelUpdate, Preparing_ReadsTheConfigurationAndFixesParametersAtTheirLeve
   spy.calls.clear();
   EXPECT_EQ(prepare(), "");
   EXPECT_TRUE(spy.calls.empty()) << "it is prepared once";
-  // Columns beyond those that an instance says to have are left alone.
-  setLevels(15, 16);
-  spy.answers["zmiN"] = {3};
-  renew();
-  EXPECT_EQ(prepare(), "");
-  EXPECT_EQ(seen("p_var"), " a=15/1.5/15/15/1 b=16/1.6/-9/90/1");
 }
 
 TEST_F(ModelUpdate, FailedPreparation_LeavesTheSourceAndCanBeRepeated) {

@@ -86,16 +86,16 @@ class Argument {
     for (std::size_t i = 0; i < items.size(); ++i)
       all += (i == 0 ? "" : " ") + shownItem(object, i);
     if (isList_) all = "(" + all + ")";
-    return " " + all + (isMarks(&*bytes_.end() - kGuard, kGuard) ? "" : " OVERRUN");
+    return " " + all + (isMarks(bytes_.data() + bytes_.size() - kGuard, kGuard) ? "" : " OVERRUN");
   }
 
-  bool isUntouched(std::size_t i) const { return isMarks(&bytes_[i * size_], size_); }
+  bool isUntouched(std::size_t i) const { return isMarks(bytes_.data() + i * size_, size_); }
   Slot get(std::size_t i) const {
     Slot value;
-    std::memcpy(&value.pointer, &bytes_[i * size_], std::min(size_, sizeof value));
+    std::memcpy(&value.pointer, bytes_.data() + i * size_, std::min(size_, sizeof value));
     return value;
   }
-  void set(std::size_t i, Slot value) { std::memcpy(&bytes_[i * size_], &value, size_); }
+  void set(std::size_t i, Slot value) { std::memcpy(bytes_.data() + i * size_, &value, size_); }
 
   const Parameter& parameter;
   Slot slot;
@@ -122,7 +122,7 @@ class Argument {
       } else if (!isRoom && item.kind != Token::Null) {
         throw ScriptError(item.text + " is not a text");
       }
-      rows_.push_back(item.kind == Token::Null ? nullptr : &bytes_[i * size_]);
+      rows_.push_back(item.kind == Token::Null ? nullptr : bytes_.data() + i * size_);
     }
     rows_.reserve(1);
     slot.pointer = isMatrix && style_ == Style::Plain ? static_cast<void*>(rows_.data())
@@ -134,7 +134,7 @@ class Argument {
   }
 
   void setText(std::size_t i, const std::string& text) {
-    char* const place = &bytes_[i * size_];
+    char* const place = bytes_.data() + i * size_;
     if (style_ == Style::Short) {
       place[0] = static_cast<char>(text.size());
       text.copy(place + 1, text.size());
@@ -147,7 +147,7 @@ class Argument {
     if (rows_[i] == nullptr && parameter.shape == Shape::Text) return "null";
     if (isUntouched(i)) return "-";
     if (parameter.shape != Shape::Text) return run_.shownValue(object, parameter, get(i));
-    const std::string all(&bytes_[i * size_], size_);
+    const std::string all(bytes_.data() + i * size_, size_);
     const bool isShort = style_ == Style::Short;
     const std::size_t start = isShort ? 1 : 0;
     const std::size_t length = isShort ? static_cast<unsigned char>(all[0]) : all.find('\0');
