@@ -92,7 +92,9 @@ class Argument {
   bool isUntouched(std::size_t i) const { return isMarks(bytes_.data() + i * size_, size_); }
   Slot get(std::size_t i) const {
     Slot value;
-    std::memcpy(&value.pointer, bytes_.data() + i * size_, std::min(size_, sizeof value));
+    if (!bytes_.empty()) {
+      std::memcpy(&value.pointer, bytes_.data() + i * size_, std::min(size_, sizeof value));
+    }
     return value;
   }
   void set(std::size_t i, Slot value) { std::memcpy(bytes_.data() + i * size_, &value, size_); }
