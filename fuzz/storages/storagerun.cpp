@@ -15,8 +15,8 @@ namespace zdb::test {
 namespace {
 
 // Faults of the library that wait for their mending; what would meet them is left out meanwhile.
-constexpr bool kKnownRevivedHandles = true;  // a deleted record's other handle joins a later record
-constexpr bool kKnownSwappedTexts = true;    // a copy swaps texts when the last keeps its number
+constexpr bool kKnownRevivedHandles = false;  // a deleted record's other handle joins a later record
+constexpr bool kKnownSwappedTexts = false;    // a copy swaps texts when the last keeps its number
 
 constexpr std::size_t kMostHeld = 10;
 constexpr std::size_t kMostSymbols = 16;

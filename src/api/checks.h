@@ -25,21 +25,29 @@ inline bool userSymbolGiven(Call call, const AbstractZDBSymbol* symbol, const ch
   return !symbol->isUniverse() || call.db.setLastError("%s", universeText);
 }
 
-/// A record handle of this database whose symbol has not been emptied since, which would leave its
-/// position in memory that is gone. Tested at every use: a binding cannot know what ends a handle.
+/// Whether the symbol that the handle was made on has not been replaced since.
+inline bool symbolIsThere(Call call, const AbstractZDBSymbolIterator* record) {
+  if (!record->notes.isSymbolGone()) return true;
+  return call.db.setLastError(
+      "%s: the symbol of this record handle was put into another storage, find the record again",
+      call.function);
+}
+
+/// A record handle of this database whose symbol has not been emptied or replaced since, which
+/// would leave its position in memory that is gone. Tested at every use: a binding cannot know what
+/// ends a handle.
 inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
   if (record == nullptr) [[unlikely]] {
     call.db.setLastError("No symbol record handle specified");
     return false;
   }
-  const AbstractZDBSymbol* symbol = record->symbol;
-  if (symbol->database == &call.db && !record->hasEnded()) [[likely]]
+  if (record->notes.database() == &call.db && !record->hasEnded()) [[likely]]
     return true;
-  if (call.db.owns(*symbol, symbol->name.c_str())) {
-    call.db.setLastError("%s: the records of symbol %s were removed, find the record again",
-                         call.function, symbol->name.c_str());
-  }
-  return false;
+  if (!symbolIsThere(call, record)) return false;
+  const AbstractZDBSymbol* symbol = record->symbol;
+  return call.db.owns(*symbol, symbol->name.c_str()) &&
+         call.db.setLastError("%s: the records of symbol %s were removed, find the record again",
+                              call.function, symbol->name.c_str());
 }
 
 /// A key array, which only a symbol without index positions can do without.

@@ -77,9 +77,9 @@ int zdbSameRecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t second) {
 }
 
 int zdbCopySymbolIterator(zdbHandle_t db, zdbRecord_t source, zdbRecord_t* record) {
-  return handingOut(__func__, db, record, [&](Call) {
+  return handingOut(__func__, db, record, [&](Call call) {
     if (source == nullptr) return db->setLastError("No source symbol record handle specified");
-    return handOut(ZDB::symbolIteratorFactory(source), record);
+    return symbolIsThere(call, source) && handOut(ZDB::symbolIteratorFactory(source), record);
   });
 }
 

@@ -8,6 +8,7 @@
 
 #include "core/datasource.h"
 #include "core/functionref.h"
+#include "core/handlenotes.h"
 #include "dmap/idmap.h"
 
 namespace zdb {
@@ -55,6 +56,7 @@ class AbstractZDBSymbol {
         number(position),
         name(std::move(symbolName)),
         explText(std::move(text)),
+        handleNotes(owner),
         database(owner),
         aliasTarget(this) {}
   AbstractZDBSymbol(const AbstractZDBSymbol&) = delete;
@@ -62,7 +64,7 @@ class AbstractZDBSymbol {
 
   virtual ~AbstractZDBSymbol() = default;
 
-  /// Removes all records.
+  /// Removes all records, and with them the memory of a load that failed.
   virtual void clear() = 0;
   virtual bool isEnd(const AbstractZDBSymbolIterator* it) = 0;
   virtual bool isEnd(const dmap::IDMapIterator& it) = 0;
@@ -118,12 +120,15 @@ class AbstractZDBSymbol {
   int type;                ///< a SymbolType
   int userInfo;            ///< caller's; subtype of variables and equations, set number of an alias
   int number;              ///< position in the symbol table; -1 for the universe
-  int generation = 0;      ///< raised when all records go at once, which ends every handle
   bool isLoaded = true;    ///< false: the records are still with the data source
   bool isDomain = false;   ///< some symbol has this one as a domain
   bool isWritten = false;  ///< changed while write recording was active
-  std::string name;        ///< at most 63 bytes
-  std::string explText;    ///< at most 255 bytes
+  /// Why the records that should be here are not, or not all of them; empty otherwise. What is
+  /// known to be a part must neither be used nor written as if it were the whole.
+  std::string loadFailure;
+  std::string name;         ///< at most 63 bytes
+  std::string explText;     ///< at most 255 bytes
+  HandleNotes handleNotes;  ///< for the handles on its records
   /// Per label number, whether it is a record of this set; empty unless domains are checked.
   std::vector<int> domainLookup;
   ZDB* database;                   ///< owner

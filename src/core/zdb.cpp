@@ -137,10 +137,25 @@ void ZDB::dropSource(InitSource kind) {
 bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
   const char* name = symbol->name.c_str();
   if (symbol->isLoaded) return setLastError("Symbol %s already loaded", name);
-  symbol->isLoaded = true;
   DataSource* from = source(initFrom_);
-  if (from != nullptr) return from->read(*symbol, symbol->appender());
-  return setLastError("Symbol %s not initialized from ZXF or ZMI: %d", name, initFrom_);
+  if (from == nullptr) {
+    symbol->isLoaded = true;
+    return setLastError("Symbol %s not initialized from ZXF or ZMI: %d", name, initFrom_);
+  }
+  // Made now, while a lack of memory leaves the symbol as it was.
+  const std::string before = lastErrorText_;
+  std::string failure = "Symbol " + symbol->name + " could not be read to its end";
+  failure.reserve(kMessageSize);
+  symbol->isLoaded = true;
+  try {
+    if (from->read(*symbol, symbol->appender())) return true;
+    if (before != lastErrorText_) failure = lastErrorText_;
+  } catch (...) {
+    symbol->loadFailure = std::move(failure);
+    throw;
+  }
+  symbol->loadFailure = std::move(failure);
+  return false;
 }
 
 void debug_out(const char* text, int depth) {

@@ -187,10 +187,14 @@ class ZDB {
   /// The companion's object that reads the file of this database.
   const ZXFHandle& zxf() const { return zxf_; }
 
-  /// Loads the symbol unless it is loaded.
-  bool ensureLoaded(AbstractZDBSymbol* symbol) { return symbol->isLoaded || LoadSymbol(symbol); }
+  /// Loads the symbol unless it is loaded. A load that failed is reported again, as what it was,
+  /// until the symbol is cleared.
+  bool ensureLoaded(AbstractZDBSymbol* symbol) {
+    if (!symbol->isLoaded) return LoadSymbol(symbol);
+    return symbol->loadFailure.empty() || setLastError("%s", symbol->loadFailure.c_str());
+  }
   /// Reads a symbol's records from the source on first use; the symbol counts as loaded even when
-  /// that fails.
+  /// that fails, and remembers why it did.
   bool LoadSymbol(AbstractZDBSymbol* symbol);
   /// These three read a symbol's records from the source of their kind, which must be attached.
   bool LoadSymbolFromZXF(AbstractZDBSymbol* symbol, RecordSink sink) const;

@@ -39,6 +39,7 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZ
   copy->domainNames = from->domainNames;
   copy->domainLookup = from->domainLookup;
   copy->assignRecords(from);
+  copy->loadFailure = from->loadFailure;
   return copy;
 }
 

@@ -25,7 +25,14 @@ class DatabaseCopy {
   ZDB& db_;
   ZDB& source_;
   std::vector<int> textNumbers_;  ///< here, by the number of the text in the source
+  bool textsKeepNumbers_ = true;
 };
+
+/// Whether a symbol without records may get some from the model that its database is tied to.
+bool isInModel(const AbstractZDBSymbol& symbol) {
+  return (symbol.type == TypeVariable || symbol.type == TypeEquation) &&
+         symbol.database->source(FROM_ZMI) != nullptr;
+}
 
 bool DatabaseCopy::run() {
   if (!isEmpty()) return false;
@@ -55,7 +62,10 @@ bool DatabaseCopy::isEmpty() {
 void DatabaseCopy::copyTexts() {
   strpool::TStrHashPool& texts = source_.textPool();
   textNumbers_.reserve(static_cast<std::size_t>(texts.size()));
-  for (int i = 0; i < texts.size(); ++i) textNumbers_.push_back(db_.SetElemText(texts.get(i)));
+  for (int i = 0; i < texts.size(); ++i) {
+    textNumbers_.push_back(db_.SetElemText(texts.get(i)));
+    textsKeepNumbers_ = textsKeepNumbers_ && textNumbers_.back() == i;
+  }
 }
 
 bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
@@ -68,18 +78,18 @@ bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
     return true;
   }
   const int initFrom = source_.GetInitFrom();
-  const bool isLoadable = initFrom == FROM_ZXF || initFrom == FROM_DMRF;
-  if (!from.isLoaded && isLoadable && !source_.LoadSymbol(&from)) {
+  const bool isLoadable = from.isLoaded || initFrom == FROM_ZXF || initFrom == FROM_DMRF;
+  if (isLoadable && !source_.ensureLoaded(&from)) {
     return db_.setLastError("%s", source_.lastError());
   }
   // What a model instance still holds can be had from it later, everything else is here now.
-  copy->isLoaded = from.isLoaded || initFrom != FROM_ZMI;
+  copy->isLoaded = from.isLoaded || !isInModel(from);
   copyRecords(from, *copy);
   return true;
 }
 
 void DatabaseCopy::copyRecords(AbstractZDBSymbol& from, AbstractZDBSymbol& copy) {
-  if (from.type != TypeSet || textNumbers_.back() == static_cast<int>(textNumbers_.size()) - 1) {
+  if (from.type != TypeSet || textsKeepNumbers_) {
     copy.assignRecords(&from);
     return;
   }

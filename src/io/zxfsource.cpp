@@ -10,6 +10,10 @@ bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
   int fileNumber = 0;
   int records = 0;
   zxfFindSymbol(file, symbol.name.c_str(), &fileNumber);
+  const struct EndOfReading {  // whatever the sink throws, other symbols can be read
+    zxfRec* file;
+    ~EndOfReading() { zxfDataReadDone(file); }
+  } end{file};
   if (zxfDataReadRawStart(file, fileNumber, &records) == 0) return failRead(symbol);
   int keys[kMaxDim];
   double values[kMaxValues];
@@ -19,14 +23,12 @@ bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
     if (!isRead || !labels_.translate(keys, symbol.dim)) return failRead(symbol);
     sink(keys, values);
   }
-  zxfDataReadDone(file);
   return true;
 }
 
 bool ZXFSource::failRead(const AbstractZDBSymbol& symbol) {
   char text[kMessageSize] = "";
   zxfErrorStr(zxf(), zxfGetLastError(zxf()), text);
-  zxfDataReadDone(zxf());
   return db_.setLastError("Error reading symbol %s from ZXF file %s: %s", symbol.name.c_str(),
                           fileName_.c_str(), text);
 }

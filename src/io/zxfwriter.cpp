@@ -28,6 +28,7 @@ class ZXFWriter {
   bool writeSymbol(AbstractZDBSymbol& symbol, int fileNumber, bool domainCheck);
   bool writeStrictDomain(const AbstractZDBSymbol& symbol);
   bool writeRecords(AbstractZDBSymbol& symbol);
+  bool writeSorted(DataSource& source, const AbstractZDBSymbol& symbol);
   void writeRelaxedDomain(const AbstractZDBSymbol& symbol, int fileNumber);
   void writeTexts();
   bool finish();
@@ -118,10 +119,20 @@ bool ZXFWriter::writeRecords(AbstractZDBSymbol& symbol) {
   if (!symbol.isLoaded) {
     DataSource* source = db_.source(db_.GetInitFrom());
     if (source == nullptr) return true;  // nothing is left to copy from
-    if (source->isInKeyOrder()) return source->read(symbol, write);
-    if (!db_.LoadSymbol(&symbol)) return false;  // to be sorted in memory
+    return source->isInKeyOrder() ? source->read(symbol, write) : writeSorted(*source, symbol);
   }
+  if (!db_.ensureLoaded(&symbol)) return false;  // a part would replace what is whole in the file
   symbol.forEachRecord(write);
+  return true;
+}
+
+/// Through a symbol of its own: writing leaves the database as it is.
+bool ZXFWriter::writeSorted(DataSource& source, const AbstractZDBSymbol& symbol) {
+  const auto sorted = db_.symbolFactory(db_.defaultStorage(), symbol.name, symbol.dim, symbol.type,
+                                        symbol.number, symbol.userInfo, symbol.explText);
+  if (!source.read(symbol, sorted->appender())) return false;
+  sorted->forEachRecord(
+      [this](const int* keys, const double* values) { zxfDataWriteRaw(zxf_, keys, values); });
   return true;
 }
 

@@ -99,10 +99,8 @@ bool noteDomainLabels(const AbstractZDBSymbol& symbol) {
   for (const AbstractZDBSymbol* domain : symbol.domains) {
     AbstractZDBSymbol* set = checkedSet(domain);
     if (set == nullptr) continue;
-    if (!set->isLoaded) {
-      if (!set->database->LoadSymbol(set)) return false;
-      dropLookup(set);
-    }
+    if (!set->isLoaded) dropLookup(set);
+    if (!set->database->ensureLoaded(set)) return false;
     if (set->domainLookup.empty()) buildLookup(set, set->database->labels().size());
   }
   return true;

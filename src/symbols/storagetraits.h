@@ -3,34 +3,32 @@
 #include "dmap/dmap.h"
 #include "dmap/dmaputree.h"
 #include "dmap/dmapvector.h"
-#include "symbols/recordmoves.h"
 
 namespace zdb {
 
-/// The container that an iterator belongs to, and how handles keep up with its records: a few lines
-/// a storage.
+/// The container that an iterator belongs to, and by what a handle knows its record: a few lines a
+/// storage.
 template <typename It>
 struct StorageOf;
 
 template <>
 struct StorageOf<dmap::DMapIterator> {
   using Map = dmap::DMap;
-  using Moves = NoMoves;
   static constexpr bool kRecordsMove = false;
+  static const void* address(const dmap::DMapIterator& it) { return (*it).first; }
 };
 
 template <>
 struct StorageOf<dmap::VectorIterator> {
   using Map = dmap::DMapVector;
-  using Moves = RecordMoves;
   static constexpr bool kRecordsMove = true;
 };
 
 template <>
 struct StorageOf<dmap::TreeIterator> {
   using Map = dmap::DMapUTree;
-  using Moves = NoMoves;
   static constexpr bool kRecordsMove = false;
+  static const void* address(const dmap::TreeIterator& it) { return it.position().leaf(); }
 };
 
 }  // namespace zdb

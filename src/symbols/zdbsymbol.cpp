@@ -24,7 +24,8 @@ void ZDBSymbol<Map, It>::clear() {
     records_.clear();
   }
   end_ = records_.end();
-  ++generation;
+  loadFailure.clear();
+  handleNotes.endHandles();
 }
 
 template <class Map, class It>
@@ -116,11 +117,11 @@ Placed<It> ZDBSymbol<Map, It>::place(const int* keys, const double* values, bool
     recordsChanged();
     return {at, isNew};
   }
-  if constexpr (kRecordsMove) moves_.makeRoom();
+  if constexpr (kRecordsMove) handleNotes.makeRoom();
   Placed<It> placed = placeRecord(records_, keys, values, overwrite);
   if constexpr (kRecordsMove) {
     if (placed.isNew) {
-      if (!(placed.at == end_)) moves_.noteInserted(placed.at.position());
+      if (!(placed.at == end_)) handleNotes.noteInserted(placed.at.position());
       recordsChanged();
     }
   }
@@ -132,7 +133,7 @@ void ZDBSymbol<Map, It>::append(const int* keys, const double* values) {
   if constexpr (std::is_same_v<Map, dmap::DMap>) {
     records_.emplace_end(keys, values);
   } else {
-    place(keys, values, false);
+    place(keys, values, dim == 0);  // of a scalar that comes twice, the last value
   }
 }
 
@@ -176,19 +177,21 @@ template <class Map, class It>
 void ZDBSymbol<Map, It>::deleteRecord(AbstractZDBSymbolIterator* handle) {
   erase(static_cast<It&>(handle->getIterator()));
   // A scalar's position is an address that tells nothing of whether the record is there.
-  if (dim == 0) ++generation;
+  if (dim == 0) handleNotes.endHandles();
 }
 
 template <class Map, class It>
 void ZDBSymbol<Map, It>::erase(const It& it) {
+  handleNotes.makeRoom();
   if constexpr (kRecordsMove) {
     const int row = it.position();
-    moves_.makeRoom();
     records_.erase(it);
-    if (dim > 0) moves_.noteErased(row);
+    if (dim > 0) handleNotes.noteErased(row);
     recordsChanged();
   } else {
+    const void* address = dim > 0 ? StorageOf<It>::address(it) : nullptr;
     records_.erase(it);
+    if (dim > 0) handleNotes.noteErased(address);
   }
 }
 

@@ -15,7 +15,6 @@ namespace zdb {
 template <class Map, class It>
 class ZDBSymbol final : public AbstractZDBSymbol {
  public:
-  using Moves = typename StorageOf<It>::Moves;
   static constexpr bool kRecordsMove = StorageOf<It>::kRecordsMove;
 
   ZDBSymbol(ZDB* owner, const std::string& symbolName, int dimension, int typeCode, int position,
@@ -56,7 +55,6 @@ class ZDBSymbol final : public AbstractZDBSymbol {
 
   Map& records() { return records_; }
   const It& end() const { return end_; }
-  const Moves& moves() const { return moves_; }
 
  private:
   AbstractZDBSymbolIterator* handleOn(const It& it);
@@ -73,7 +71,6 @@ class ZDBSymbol final : public AbstractZDBSymbol {
 
   Map records_;
   It end_;
-  [[no_unique_address]] Moves moves_;
 };
 
 }  // namespace zdb

@@ -46,22 +46,22 @@ bool AbstractZDBSymbolIterator::failMove(const char* format, ...) {
 template <class It>
 ZDBSymbolIterator<It>::ZDBSymbolIterator(AbstractZDBSymbol* walkedSymbol, const It& position,
                                          const Slice& slice)
-    : AbstractZDBSymbolIterator(ModeSlice, walkedSymbol),
-      it_(position),
-      moves_(this->walked().moves()) {
+    : AbstractZDBSymbolIterator(ModeSlice, walkedSymbol), it_(position) {
   sliceKeys = std::make_unique<int[]>(static_cast<std::size_t>(walkedSymbol->dim));
   std::copy_n(slice.keys(), walkedSymbol->dim, sliceKeys.get());
 }
 
 template <class It>
-void ZDBSymbolIterator<It>::followMoves() const {
+void ZDBSymbolIterator<It>::readNotes() const {
   if constexpr (kRecordsMove) {
-    const int number = moves_.follow(it_.position());
+    const int number = notes.follow(it_.position());
     if (number < 0) {
       mode = ModeSpent;
     } else {
       it_ = walked().records().withIndex(number);
     }
+  } else if (notes.wasErased(StorageOf<It>::address(it_))) {
+    mode = ModeSpent;
   }
 }
 
@@ -123,7 +123,7 @@ bool ZDBSymbolIterator<It>::movePrev() {
       return failMove("First record reached in symbol %s", symbol->name.c_str());
     }
     --it_;
-    return it_ != walked().end() || failSpent();
+    return true;
   }
   if (mode == ModeSlice) {
     return prevInSlice() ||
@@ -193,9 +193,8 @@ template <class It>
 void ZDBSymbolIterator<It>::assignIterator(AbstractZDBSymbolIterator* other) {
   auto* from = static_cast<ZDBSymbolIterator<It>*>(other);
   it_ = from->it_;
-  moves_ = from->moves_;
+  notes = from->notes;
   mode = from->mode;
-  generation = from->generation;
   uelNr = from->uelNr;
   if (!from->sliceKeys) return;
   sliceKeys = std::make_unique<int[]>(static_cast<std::size_t>(symbol->dim));

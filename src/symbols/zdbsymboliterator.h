@@ -28,7 +28,7 @@ enum IteratorMode : int {
 class AbstractZDBSymbolIterator {
  public:
   AbstractZDBSymbolIterator(IteratorMode walk, AbstractZDBSymbol* walked, int label = -1)
-      : mode(walk), symbol(walked), uelNr(label), generation(walked->generation) {}
+      : mode(walk), symbol(walked), uelNr(label), notes(walked->handleNotes) {}
   AbstractZDBSymbolIterator(const AbstractZDBSymbolIterator&) = delete;
   AbstractZDBSymbolIterator& operator=(const AbstractZDBSymbolIterator&) = delete;
 
@@ -60,16 +60,16 @@ class AbstractZDBSymbolIterator {
   static void* operator new(std::size_t bytes);
   static void operator delete(void* object, std::size_t bytes) noexcept;
 
-  mutable IteratorMode mode;         ///< mutable: a look at the record may find it deleted
-  AbstractZDBSymbol* symbol;         ///< walked, not owned
-  std::unique_ptr<int[]> sliceKeys;  ///< `dim` numbers in ModeSlice, 0 matches every label
-  int uelNr;                         ///< current label in ModeUniverse, else -1
-  std::unique_ptr<char[]> message;   ///< kMessageSize bytes, made by the first failed move
-  int generation;                    ///< the symbol's when the handle was made
+  mutable IteratorMode mode;          ///< mutable: a look at the record may find it deleted
+  AbstractZDBSymbol* symbol;          ///< walked, not owned
+  std::unique_ptr<int[]> sliceKeys;   ///< `dim` numbers in ModeSlice, 0 matches every label
+  int uelNr;                          ///< current label in ModeUniverse, else -1
+  std::unique_ptr<char[]> message;    ///< kMessageSize bytes, made by the first failed move
+  mutable HandleNotes::Reader notes;  ///< what has become of the records since
 
-  /// Whether the record, or all records of the symbol, went since the handle came here. Such a
-  /// handle must not be moved or read; it can only be freed.
-  bool hasEnded() const { return generation != symbol->generation; }
+  /// Whether all records of the symbol, or the symbol, went since the handle was made. Such a
+  /// handle must not be moved or read, and its symbol not be looked at; it can only be freed.
+  bool hasEnded() const { return notes.hasEnded(); }
 
  protected:
   [[gnu::format(printf, 2, 3)]] bool failMove(const char* format, ...);

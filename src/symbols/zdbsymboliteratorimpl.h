@@ -16,9 +16,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
 
   /// Walks every record of the symbol.
   ZDBSymbolIterator(AbstractZDBSymbol* walked, const It& position)
-      : AbstractZDBSymbolIterator(ModeRecords, walked),
-        it_(position),
-        moves_(this->walked().moves()) {}
+      : AbstractZDBSymbolIterator(ModeRecords, walked), it_(position) {}
   /// Walks a slice.
   ZDBSymbolIterator(AbstractZDBSymbol* walked, const It& position, const Slice& slice);
   /// Walks the labels.
@@ -56,21 +54,19 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     follow();
     return mode < ModeUniverse && it_ != walked().end();
   }
-  /// Moves along with the record if that has moved. To be called before the position is used.
+  /// Moves along with the record if that has moved, and is spent if it was erased. To be called
+  /// before the position is used.
   void follow() const {
-    if constexpr (kRecordsMove) {
-      if (!moves_.isUpToDate()) [[unlikely]]
-        followMoves();
-    }
+    if (!notes.isUpToDate()) [[unlikely]]
+      readNotes();
   }
-  void followMoves() const;
+  void readNotes() const;
   bool failSpent();
   bool moveNextSlow(int highestLabel);
   bool nextInSlice();
   bool prevInSlice();
 
   mutable It it_;
-  [[no_unique_address]] mutable typename StorageOf<It>::Moves::Reader moves_;
 };
 
 /// Steps `it` to the next record of the slice; false at the end of the slice's run of records.
@@ -91,7 +87,6 @@ bool stepBackward(Map& records, It& it, const Slice& slice) {
   const It begin = records.begin();
   while (it != begin) {
     --it;
-    if (it == records.end()) return false;  // it stood on a record that was deleted
     const int* key = (*it).first;
     if (slice.isPast(key)) return false;
     if (slice.matches(key)) return true;
