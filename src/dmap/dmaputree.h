@@ -16,8 +16,9 @@ namespace zdb::dmap {
 class DMap;
 class DMapVector;
 
-/// The key of the record that a tree iterator showed last: one buffer for all trees, by contract.
-inline int sharedTreeKey[kMaxDim];
+/// The key of the record that a tree iterator showed last: by contract one buffer for all trees, of
+/// those that one thread uses. The model spares a call for its address in a shared library.
+[[gnu::tls_model("initial-exec")]] inline constinit thread_local int sharedTreeKey[kMaxDim] = {};
 
 /// The record at a tree position, not the end. Its key is copied to `sharedTreeKey`, on purpose,
 /// and so is only good until any tree iterator is dereferenced. Throws std::bad_variant_access if

@@ -59,8 +59,9 @@ bool registerInstance(ZDB& db, ModelLink& link, zmiRec* instance) {
   if (makeReady(zlxGetReady, zlxGetReadyD) == 0) {
     return db.setLastError("Error in zlxGetReady: %s", message);
   }
-  // What was prepared for one instance says nothing of another.
-  if (instance != link.instance) link.forgetPreparation();
+  // What was prepared for one instance says nothing of another, which may have come to the address
+  // of one that was freed.
+  link.forgetPreparation();
   link.instance = instance;
   link.dictionary = static_cast<zlxRec*>(zmiDict(instance));
   link.labels.reset();

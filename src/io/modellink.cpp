@@ -15,6 +15,12 @@ void ModelLink::forgetPreparation() {
   releaseSolver();
   environment = nullptr;
   if (configuration != nullptr) loaders::zstFree(&configuration);
+  columns = 0;
+  rows = 0;
+  for (auto* values :
+       {&columnLevels, &columnMarginals, &rowLevels, &rowMarginals, &constantTerms}) {
+    values->clear();
+  }
   alternativeBoundsInUse = false;
 }
 

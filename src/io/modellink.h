@@ -30,7 +30,7 @@ struct ModelLink {
   bool isPrepared() const { return environment != nullptr; }
   /// Frees the solver that holds the problem, if there is one; the next solve starts anew.
   void releaseSolver();
-  /// Back to a link that is registered only.
+  /// Back to a link that is registered only: base values, counts, configuration and solver go.
   void forgetPreparation();
 
   loaders::zmiRec* instance = nullptr;

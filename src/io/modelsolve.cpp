@@ -109,18 +109,16 @@ bool Solve::modifyProblem() {
   return false;
 }
 
-/// A solver that cannot be made is forgotten, so that the next solve tries to make it again.
+/// A solver that cannot be made counts as the last one all the same: the next solve finds that it
+/// modifies nothing and goes the plain way.
 bool Solve::makeSolver() {
   char message[kMessageSize] = "";
   if (zstAlgCreate(link_.configuration, solver_, link_.systemDirectory.c_str(), message,
                    sizeof message) == 0) {
-    link_.lastSolver = 0;
-    link_.lastSolverModifies = false;
     return db_.setLastError("%s", message);
   }
-  if (zstAlgReadyAPI(link_.configuration, solver_, link_.instance) == 0) return true;
-  link_.releaseSolver();
-  return db_.setLastError("readyapi failed");
+  return zstAlgReadyAPI(link_.configuration, solver_, link_.instance) == 0 ||
+         db_.setLastError("readyapi failed");
 }
 
 bool Solve::callPlain(const char* solverName) {
@@ -152,6 +150,12 @@ void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
 bool callSolver(ZDB& db, ModelLink& link, const char* solverName, double* time) {
   if (!link.isPrepared()) {
     return db.setLastError("No model instance is prepared: call zdbInitUpdate first");
+  }
+  if (zmiN(link.instance) != link.columns || zmiM(link.instance) != link.rows) {
+    return db.setLastError(
+        "The model instance has %d columns and %d rows, but had %d and %d when it was prepared: "
+        "call zdbRegisterZMI and zdbInitUpdate again",
+        zmiN(link.instance), zmiM(link.instance), link.columns, link.rows);
   }
   const int solver = zstAlgNumber(link.configuration, solverName);
   if (solver < 1) return db.setLastError("Invalid solver name: %s", solverName);

@@ -196,14 +196,19 @@ TEST_F(ModelDictionary, LabelsInAnotherOrder_AreTranslatedAndTheRecordsSorted) {
 }
 
 TEST_F(ModelDictionary, CopyOfTheDatabase_HasWhatIsLoadedAndMayLoadTheRest) {
-  EXPECT_EQ(link(), "");
+  EXPECT_EQ(takeDictionary(), "");
+  Database unlinked;
+  EXPECT_EQ(said(unlinked, c__zdbinitfromdb(unlinked, db)), "");
+  EXPECT_EQ(prepare(), "");
   EXPECT_EQ(records(db, "z"), " =0/0/-inf/inf/1");
   Database copy;
   EXPECT_EQ(said(copy, c__zdbinitfromdb(copy, db)), "");
   EXPECT_EQ(records(copy, "z"), " =0/0/-inf/inf/1");
   EXPECT_EQ(records(copy, "e0"), "Symbol e0 not initialized from ZXF or ZMI: 3");
-  EXPECT_EQ(said(copy, c__zdbinitupdate(copy, instance)), "");
-  EXPECT_EQ(records(copy, "x"), " a=1/2/3/4/1 c=7/8/-inf/9/1");
+  for (Database* of : {&copy, &unlinked}) {
+    EXPECT_EQ(said(*of, c__zdbinitupdate(*of, instance)), "");
+    EXPECT_EQ(records(*of, "x"), " a=1/2/3/4/1 c=7/8/-inf/9/1");
+  }
 }
 
 TEST_F(ModelDictionary, LabelNumberThatTheDictionaryDoesNotHave_FailsWhatMeetsIt) {

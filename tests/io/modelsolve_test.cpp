@@ -48,7 +48,9 @@ struct ModelSolve : ModelTest {
 };
 
 TEST_F(ModelSolve, SequenceOfSolves_MakesKeepsAndFreesSolvers) {
-  const std::string log = "*** Hotstart failed! Falling back to warm start...";
+  const std::string fallBack = kStored + alg("ModifyProblem", 1) +
+                               "zrtLog(*** Hotstart failed! Falling back to warm start...) " +
+                               alg("Free", 1) + kRestored + plain("clp");
   const struct {
     const char* solver;
     std::string calls;
@@ -66,22 +68,21 @@ TEST_F(ModelSolve, SequenceOfSolves_MakesKeepsAndFreesSolvers) {
       {"cbc", alg("Free", 3) + kClear + plain("cbc")},
       {"cbc", kClear + plain("cbc"), "bad luck", "zrtCallSolver", {1, "bad luck"}},
       {"cbc", kClear + plain("cbc")},
-      // One that cannot be made is made anew, one that failed to run is asked to go on.
+      // One that cannot be made or got ready is asked to go on all the same, and then falls back.
       {"clp", created(1) + kRestored, "no license", "zstAlgCreate", {0, "no license"}},
+      {"clp", fallBack},
+      {"glpk", made(3)},
       {"clp",
-       created(1) + alg("ReadyAPI", 1) + alg("Free", 1) + kRestored,
+       alg("Free", 3) + created(1) + alg("ReadyAPI", 1) + kRestored,
        "readyapi failed",
        "zstAlgReadyAPI",
        {1}},
-      {"clp", made(1), "callsolver failed", "zstAlgCallSolver", {1}},
+      {"clp", fallBack},
+      {"glpk", made(3)},
+      {"clp", alg("Free", 3) + made(1), "callsolver failed", "zstAlgCallSolver", {1}},
       {"clp", hot(1)},
       // A refused change falls back, for this solver's next call too.
-      {"clp",
-       kStored + alg("ModifyProblem", 1) + "zrtLog(" + log + ") " + alg("Free", 1) + kRestored +
-           plain("clp"),
-       "",
-       "zstAlgModifyProblem",
-       {1}},
+      {"clp", fallBack, "", "zstAlgModifyProblem", {1}},
       {"clp", kClear + plain("clp")},
       {"glpk", made(3)},
   };
@@ -174,11 +175,20 @@ TEST_F(ModelSolve, EndOfTheLink_FreesTheSolverAndTheConfiguration) {
     EXPECT_EQ(link(), "");
     put(db, db.add("p", 0), {}, 3);
   }
-  // Registering the same instance again keeps the preparation, another one ends it.
+  // So does registering: another instance may be at the address of the one before.
   EXPECT_EQ(solve("clp"), "");
   EXPECT_EQ(said(db, c__zdbregisterzmi(db, instance)), "");
+  expectFreed(alg("Free", 1));
+  db.add("none", 1);
+  EXPECT_EQ(update("x", ZDB_UPDATE_LEVEL, "none", ZDB_MISSING_BASE),
+            "Entry 0 has no base value: call zdbInitUpdate first");
+  EXPECT_EQ(prepare(), "");
+  spy.answers = {{"zmiN", {7}}};
+  EXPECT_EQ(solve("clp"),
+            "The model instance has 7 columns and 2 rows, but had 5 and 2 when it was prepared: "
+            "call zdbRegisterZMI and zdbInitUpdate again");
+  spy.answers = {};
   EXPECT_EQ(solve("clp"), "");
-  EXPECT_EQ(spy.taken("zstAlgM"), alg("ModifyProblem", 1));
   const kittest::Model otherModel("x(a) 1 4 2; min x(a)");
   const kittest::Instance other(otherModel);
   zmiSetAltVarLowerOne(recordOf(other), 0, 3);  // which a solve after an update of columns uses
