@@ -1,10 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <set>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -121,6 +123,7 @@ class TXStrHashList {
     const Size size = sizeFor(count);
     index_ = Index(size.table);
     outgrown_ = {};
+    crowded_.clear();
     rehashThreshold_ = size.threshold;
   }
 
@@ -166,12 +169,15 @@ class TXStrHashList {
 
   /// A chain's first three buckets, each with a byte of its hash: nearly every lookup touches one
   /// bucket, the right one, and takes no branch that depends on where in the chain it stands.
-  /// Further ones hang on the third. 16 bytes, so that a head never straddles a cache line.
+  /// Further ones hang on the third, and what a chain of this length does not take goes into an
+  /// ordered set: chance makes no such chain, but texts can be chosen to meet in one. 16 bytes, so
+  /// that a head never straddles a cache line.
   struct Head {
     static constexpr int kListed = 3;
+    static constexpr int kMostHanging = 16;
     std::uint32_t bucket[kListed];
     std::uint8_t tag[kListed];
-    std::uint8_t unused;
+    std::uint8_t hanging;  ///< how many hang on the third
   };
 
   /// The heads of the chains.
@@ -207,12 +213,41 @@ class TXStrHashList {
     return bucket->hash == hash && bucket->length == length && sameText(*bucket, text, length);
   }
 
+  struct Sought {
+    std::uint32_t hash;
+    std::string_view text;
+  };
+  /// Any order of the texts without regard to case; texts that are equal have the same hash.
+  struct ByText {
+    using is_transparent = void;
+    const TXStrHashList* list;
+
+    Sought soughtFor(std::uint32_t reference) const {
+      const Bucket* bucket = list->at(reference);
+      return {bucket->hash, {bucket->text(), bucket->length}};
+    }
+    const Sought& soughtFor(const Sought& sought) const { return sought; }
+    template <typename A, typename B>
+    bool operator()(const A& a, const B& b) const {
+      const Sought& left = soughtFor(a);
+      const Sought& right = soughtFor(b);
+      if (left.hash != right.hash) return left.hash < right.hash;
+      return std::lexicographical_compare(
+          left.text.begin(), left.text.end(), right.text.begin(), right.text.end(),
+          [](char x, char y) { return zxf::utils::toupper(x) < zxf::utils::toupper(y); });
+    }
+  };
+
   Bucket* findBucket(const char* text, std::size_t length, std::uint32_t hash) const {
     if (isGrowing() && outgrown_.chainOf(hash) >= moved_) [[unlikely]] {
       Bucket* found = findIn(outgrown_.headOf(hash), text, length, hash);
       if (found != nullptr) return found;
     }
-    return findIn(index_.headOf(hash), text, length, hash);
+    Bucket* found = findIn(index_.headOf(hash), text, length, hash);
+    if (found != nullptr || crowded_.empty()) [[likely]]
+      return found;
+    const auto place = crowded_.find(Sought{hash, {text, length}});
+    return place == crowded_.end() ? nullptr : at(*place);
   }
 
   Bucket* findIn(const Head& head, const char* text, std::size_t length, std::uint32_t hash) const {
@@ -248,9 +283,21 @@ class TXStrHashList {
       head.tag[i] = tagOf(bucket->hash);
       return;
     }
+    if (head.hanging == Head::kMostHanging && joinCrowd(reference)) return;
+    if (head.hanging < Head::kMostHanging) ++head.hanging;
     Bucket* third = at(head.bucket[Head::kListed - 1]);
     bucket->next = third->next;
     third->next = reference;
+  }
+
+  /// Without memory the chain is to become longer instead: an entry must be found in any case.
+  bool joinCrowd(std::uint32_t reference) noexcept {
+    try {
+      crowded_.insert(reference);
+      return true;
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
   }
 
   bool isGrowing() const { return outgrown_.size != 0; }
@@ -310,6 +357,7 @@ class TXStrHashList {
   Index index_;
   Index outgrown_;      ///< the one before, while it still has chains
   unsigned moved_ = 0;  ///< chains of it that have moved
+  std::set<std::uint32_t, ByText> crowded_{ByText{this}};  ///< entries that no chain takes
   std::int32_t rehashThreshold_ = 0;
   std::vector<std::int32_t> sortMap_;
   bool hasSortMap_ = false;
