@@ -36,6 +36,10 @@ using SymbolFactory = std::unique_ptr<AbstractZDBSymbol> (*)(ZDB& owner, int sto
                                                              int type, int number, int userInfo,
                                                              const std::string& explText);
 
+/// Whether a domain can be known by this name, wherever the name comes from: hosts read it into as
+/// much room as names take. One that is too long is reported.
+bool isDomainName(ZDB& db, const char* name);
+
 /// Receives the log lines of a database as short strings, with what the caller has left for it.
 struct LogCallback {
   int (*print)(const char* text, void* user) = nullptr;

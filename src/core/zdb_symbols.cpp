@@ -21,6 +21,11 @@ void redirectReferences(ZDB& db, AbstractZDBSymbol* from, AbstractZDBSymbol* to)
 
 }  // namespace
 
+bool isDomainName(ZDB& db, const char* name) {
+  return std::strlen(name) <= kMaxNameLength ||
+         db.setLastError("Domain name too long. Max length is %d: >%s<", kMaxNameLength, name);
+}
+
 std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std::string& name,
                                                       int dim, int type, int number, int userInfo,
                                                       const std::string& explText) {

@@ -25,7 +25,7 @@ class ZXFReader {
   bool makeSymbol(int fileNumber);
   AbstractZDBSymbol* aliasTarget(int fileNumber);
   AbstractZDBSymbol* domainNamed(const std::string& name);
-  void readDomains(AbstractZDBSymbol& symbol, int fileNumber);
+  bool readDomains(AbstractZDBSymbol& symbol, int fileNumber);
 
   ZDB& db_;
   ZXFSource& source_;
@@ -45,7 +45,7 @@ bool ZXFReader::run() {
   }
   for (int s = 1; s <= symbolCount; ++s) {
     AbstractZDBSymbol* symbol = db_.symbols()[s - 1];
-    if (!symbol->isAlias()) readDomains(*symbol, s);
+    if (!symbol->isAlias() && !readDomains(*symbol, s)) return false;
   }
   return true;
 }
@@ -146,7 +146,7 @@ AbstractZDBSymbol* ZXFReader::domainNamed(const std::string& name) {
   return named->canBeDomain() ? named : nullptr;
 }
 
-void ZXFReader::readDomains(AbstractZDBSymbol& symbol, int fileNumber) {
+bool ZXFReader::readDomains(AbstractZDBSymbol& symbol, int fileNumber) {
   char rows[kMaxDim][kMessageSize] = {};
   std::array<char*, kMaxDim> names;
   for (int d = 0; d < kMaxDim; ++d) names[d] = rows[d];
@@ -154,10 +154,12 @@ void ZXFReader::readDomains(AbstractZDBSymbol& symbol, int fileNumber) {
   for (int d = 0; d < symbol.dim; ++d) {
     const std::string name = hasDomains ? names[d] : "*";
     AbstractZDBSymbol* domain = domainNamed(name);
+    if (domain == nullptr && !isDomainName(db_, name.c_str())) return false;
     symbol.domains[d] = domain;
     symbol.domainNames[d] = domain == nullptr ? name : std::string();
     if (domain != nullptr && domain != db_.universe()) domain->markAsDomain();
   }
+  return true;
 }
 
 bool initFromFile(ZDB& db, const std::string& fileName) {

@@ -12,9 +12,8 @@ bool takeDomainName(ZDB& db, const char* name, AbstractZDBSymbol*& domain,
                     std::string& domainName) {
   if (name == nullptr || std::strcmp(name, "*") == 0 || std::strcmp(name, " ") == 0) {
     domain = db.universe();
-  } else if (std::strlen(name) > kMaxNameLength) {
-    return db.setLastError("Domain name too long. Max length is %d: >%s<", kMaxNameLength, name);
   } else {
+    if (!isDomainName(db, name)) return false;
     domainName = name;
   }
   return true;

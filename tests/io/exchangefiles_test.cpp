@@ -85,7 +85,7 @@ TEST_F(ExchangeFiles, RoundTrip_KeepsEverything) {
   }
 }
 
-TEST_F(ExchangeFiles, SubtypeOfAnEquation_IsCountedFrom53InFiles) {
+TEST_F(ExchangeFiles, WhatOtherProgramsWrite_IsTakenAsFilesHaveIt) {
   char text[ZDB_TEXT_SIZE];
   zdb::loaders::zxfRec* zxf = nullptr;
   ASSERT_EQ(zdb::loaders::zxfCreate(&zxf, text, sizeof text), 1);
@@ -93,6 +93,20 @@ TEST_F(ExchangeFiles, SubtypeOfAnEquation_IsCountedFrom53InFiles) {
   zdb::loaders::zxfOpenRead(zxf, a.c_str(), &number);
   EXPECT_EQ(zdb::loaders::zxfSymbolInfoX(zxf, 8, &number, &number, text), 1);
   EXPECT_EQ(number, 55);
+  zdb::loaders::zxfClose(zxf);
+  // A domain's name is as long as hosts have room for, also in a file.
+  for (const std::size_t length : {63, 64}) {
+    const std::string name(length, 'd');
+    const char* names[] = {name.c_str()};
+    zdb::loaders::zxfOpenWrite(zxf, b.c_str(), "", &number);
+    zdb::loaders::zxfDataWriteRawStart(zxf, "p", "", 1, ZDB_PARAMETER, 0);
+    zdb::loaders::zxfDataWriteDone(zxf);
+    EXPECT_EQ(zdb::loaders::zxfSymbolSetDomainX(zxf, 1, names), 1);
+    zdb::loaders::zxfClose(zxf);
+    Database read;
+    EXPECT_EQ(open(read, b),
+              length == 63 ? "" : "Domain name too long. Max length is 63: >" + name + "<");
+  }
   zdb::loaders::zxfFree(&zxf);
 }
 
