@@ -23,6 +23,7 @@ struct ColumnReader {
   zlxRec* dictionary;
 
   void read(int column, int* key, double* row) const {
+    row[0] = row[1] = 0;  // for an instance that has no solution to give
     int symbol;
     int dim;
     int status;
@@ -49,6 +50,7 @@ struct RowReader {
         hasUpper(type == 0 || type == 2 || type == 4 || type == 5 || type == 6) {}
 
   void read(int number, int* key, double* row) const {
+    row[0] = row[1] = 0;
     int symbol;
     int dim;
     int status;

@@ -3,13 +3,20 @@
 #include <algorithm>
 #include <array>
 
+#include "core/abstractzdbsymbol.h"
 #include "core/specialvalues.h"
 #include "loaders/zxf.h"
 
 namespace zdb {
 
-/// A file's user information of an equation is its subtype plus this.
-inline constexpr int kEquationOffset = 53;
+/// A file's user information of an equation is its subtype plus 53. Files and hosts may give any
+/// number, so that what does not fit wraps, the same way in both directions.
+constexpr int toFileUserInfo(int type, int userInfo) {
+  return type == TypeEquation ? static_cast<int>(static_cast<unsigned>(userInfo) + 53U) : userInfo;
+}
+constexpr int fromFileUserInfo(int type, int userInfo) {
+  return type == TypeEquation ? static_cast<int>(static_cast<unsigned>(userInfo) - 53U) : userInfo;
+}
 
 /// The companion's seven special values with the library's own in the first five places, whatever
 /// the caller has set on the database. The two further ones belong to the companion.

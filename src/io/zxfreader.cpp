@@ -113,7 +113,7 @@ bool ZXFReader::makeSymbol(int fileNumber) {
   int userInfo = 0;
   zxfSymbolInfo(zxf_, fileNumber, name, &dim, &type);
   zxfSymbolInfoX(zxf_, fileNumber, &records, &userInfo, text);
-  if (type == TypeEquation) userInfo -= kEquationOffset;
+  userInfo = fromFileUserInfo(type, userInfo);
   auto symbol =
       db_.symbolFactory(db_.defaultStorage(), name, dim, type, fileNumber - 1, userInfo, text);
   if (!symbol || db_.symbols().contains(name)) {

@@ -80,7 +80,7 @@ bool ZXFWriter::writeAlias(const AbstractZDBSymbol& symbol) {
 }
 
 bool ZXFWriter::writeSymbol(AbstractZDBSymbol& symbol, int fileNumber, bool domainCheck) {
-  const int userInfo = symbol.userInfo + (symbol.type == TypeEquation ? kEquationOffset : 0);
+  const int userInfo = toFileUserInfo(symbol.type, symbol.userInfo);
   if (zxfDataWriteRawStart(zxf_, symbol.name.c_str(), symbol.explText.c_str(), symbol.dim,
                            symbol.type, userInfo) == 0) {
     return db_.setLastError("Error writing symbol %s to ZXF", symbol.name.c_str());

@@ -66,6 +66,11 @@ AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::handleOn(const It& it) {
 }
 
 template <class Map, class It>
+void ZDBSymbol<Map, It>::makeRoomForHandle() {
+  AbstractZDBSymbolIterator::makeRoom(sizeof(ZDBSymbolIterator<It>));
+}
+
+template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::sliceHandleOn(const It& it, const Slice& slice) {
   return new ZDBSymbolIterator<It>(this, it, slice);
 }
@@ -145,6 +150,7 @@ double* ZDBSymbol<Map, It>::storeRow(const int* keys, const double* values, bool
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::addRecordRaw(const int* keys, const double* values,
                                                             bool overwrite) {
+  makeRoomForHandle();
   return handleOn(place(keys, values, overwrite).at);
 }
 
@@ -152,6 +158,7 @@ template <class Map, class It>
 std::pair<bool, double*> ZDBSymbol<Map, It>::mergeRecord(int* keys, const double* variableDefaults,
                                                          const double* equationDefaults,
                                                          AbstractZDBSymbolIterator** out) {
+  if (out != nullptr) makeRoomForHandle();
   const It it = place(keys, pickDefaultRow(type, variableDefaults, equationDefaults), false).at;
   if (out != nullptr) *out = handleOn(it);
   return {true, (*it).second};
@@ -160,6 +167,7 @@ std::pair<bool, double*> ZDBSymbol<Map, It>::mergeRecord(int* keys, const double
 template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::addRecord(int* keys, const double* variableDefaults,
                                                          const double* equationDefaults) {
+  makeRoomForHandle();
   const auto placed = place(keys, pickDefaultRow(type, variableDefaults, equationDefaults), false);
   return placed.isNew ? handleOn(placed.at) : nullptr;
 }

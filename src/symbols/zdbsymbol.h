@@ -58,6 +58,8 @@ class ZDBSymbol final : public AbstractZDBSymbol {
 
  private:
   AbstractZDBSymbolIterator* handleOn(const It& it);
+  /// To be called before a record is added that is to get a handle: what fails adds nothing.
+  static void makeRoomForHandle();
   AbstractZDBSymbolIterator* sliceHandleOn(const It& it, const Slice& slice);
   Placed<It> place(const int* keys, const double* values, bool overwrite);
   void append(const int* keys, const double* values);

@@ -14,13 +14,21 @@ namespace {
 // Positions in a tree are long: a path of nodes.
 using SmallPool = memory::PiecePool<136>;
 using LargePool = memory::PiecePool<288>;
-thread_local SmallPool smallPool;
-thread_local LargePool largePool;
+constinit thread_local SmallPool smallPool;
+constinit thread_local LargePool largePool;
 
 template <class Handle>
 constexpr bool kIsPooled = sizeof(Handle) <= LargePool::kBytes;
 
 }  // namespace
+
+void AbstractZDBSymbolIterator::makeRoom(std::size_t bytes) {
+  if (bytes <= SmallPool::kBytes) {
+    smallPool.ensureOne();
+  } else {
+    largePool.ensureOne();
+  }
+}
 
 void* AbstractZDBSymbolIterator::operator new(std::size_t bytes) {
   return bytes <= SmallPool::kBytes ? smallPool.take() : largePool.take();

@@ -57,6 +57,9 @@ class AbstractZDBSymbolIterator {
   /// Text of the last failed move; empty when none failed.
   const char* lastMessage() const { return message ? message.get() : ""; }
 
+  /// Makes the next handle of this size free of failure, so that one can be given to a record that
+  /// is only added then. Throws std::bad_alloc.
+  static void makeRoom(std::size_t bytes);
   static void* operator new(std::size_t bytes);
   static void operator delete(void* object, std::size_t bytes) noexcept;
 
