@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test bench asan format lint install clean help
+.PHONY: all demo test bench asan tsan format lint install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -30,6 +30,12 @@ asan: ## run all tests under the address and undefined-behaviour sanitizers
 	@cmake --build --preset asan
 	@ctest --preset asan -j $(JOBS)
 
+tsan: ## run the tests of several threads under the thread sanitizer
+	@script/packages.sh build
+	@$(CONFIGURE) --preset tsan >/dev/null
+	@cmake --build --preset tsan
+	@ctest --preset tsan
+
 format: ## lay out all C and C++ files
 	@script/packages.sh lint
 	@script/sources.sh | xargs clang-format -i
@@ -43,7 +49,7 @@ install: all ## install under PREFIX, /usr/local if it is not given
 	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))
 
 clean: ## remove everything that was built
-	@rm -rf build build-dev build-asan build-lint
+	@rm -rf build build-dev build-asan build-tsan build-lint
 
 help: ## list the jobs
 	@sed -n 's/^\([a-z]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 10

@@ -7,6 +7,7 @@ option(ZDB_INSTALL "Make install rules" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_SHARED_LAYERS "Build each layer of the library as a shared library of its own as well" OFF)
 option(ZDB_SANITIZE "Build with the address and undefined-behaviour sanitizers" OFF)
+option(ZDB_SANITIZE_THREADS "Build with the thread sanitizer" OFF)
 option(ZDB_FUZZ_ENGINE "Link the fuzzers with libFuzzer (needs clang) instead of the replay main" OFF)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)

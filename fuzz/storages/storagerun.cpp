@@ -462,7 +462,7 @@ class Run {
   int storage_;  ///< added to all that are drawn: runs with the others differ in it alone
   std::array<std::unique_ptr<Twin>, 2> twins_;
   const std::filesystem::path folder_ =
-      std::filesystem::temp_directory_path() / ("zdb_storages_" + show(::getpid()));
+      std::filesystem::temp_directory_path() / ("zdb_storages_" + show(::gettid()));  // a run is one of a thread
   int files_ = 0;
 };
 

@@ -230,15 +230,15 @@ void Loader::errorHandling(const char* msg) {
 void Loader::initMutexes() {
   if (mutexesCreated_) return;
   struct Step {
-    GC_mutex_t& mutex;
+    LoaderMutex& mutex;
     const char* failure;
   } steps[] = {{libMutex_, "Problem initializing libMutex"},
                {objMutex_, "Problem initializing objMutex"},
                {exceptMutex_, "Problem initializing exceptMutex"}};
   int created = 0;
   for (const Step& step : steps) {
-    if (GC_mutex_init(step.mutex) == 0) {
-      while (created > 0) GC_mutex_delete(steps[--created].mutex);
+    if (GC_mutex_init(step.mutex.created) == 0) {
+      while (created > 0) GC_mutex_delete(steps[--created].mutex.created);
       errorHandling(step.failure);
       return;
     }
@@ -250,9 +250,9 @@ void Loader::initMutexes() {
 void Loader::finiMutexes() {
   if (!mutexesCreated_) return;
   mutexesCreated_ = false;
-  GC_mutex_delete(libMutex_);
-  GC_mutex_delete(objMutex_);
-  GC_mutex_delete(exceptMutex_);
+  for (LoaderMutex* mutex : {&libMutex_, &objMutex_, &exceptMutex_}) {
+    GC_mutex_delete(mutex->created);
+  }
 }
 
 void Loader::reportMissing(const contract::Signature& signature) {

@@ -82,7 +82,7 @@ class Loader {
   template <typename Function>
   bool resolve(const char* name, Function& pointer, const Message& msg);
   int makeObject(void** object, const char* dir, const Message& msg);
-  Lock lock(GC_mutex_t& mutex) const { return Lock(mutex, mutexesCreated_); }
+  Lock lock(LoaderMutex& mutex) const { return Lock(mutex, mutexesCreated_); }
 
   const contract::Interface& interface_;
   std::span<const Entry> table_;
@@ -91,14 +91,14 @@ class Loader {
   ObjectFunctions functions_{};
   int objectCount_ = 0;
 
-  bool mutexesCreated_ = false;
-  GC_mutex_t libMutex_{};
-  GC_mutex_t objMutex_{};
-  GC_mutex_t exceptMutex_{};
+  std::atomic<bool> mutexesCreated_ = false;
+  LoaderMutex libMutex_;
+  LoaderMutex objMutex_;
+  LoaderMutex exceptMutex_;
 
-  int screenIndicator_ = 1;
-  int exceptionIndicator_ = 0;
-  int exitIndicator_ = 1;
+  std::atomic<int> screenIndicator_ = 1;
+  std::atomic<int> exceptionIndicator_ = 0;
+  std::atomic<int> exitIndicator_ = 1;
   ErrorCallback errorCallback_ = nullptr;
   std::atomic<int> apiErrorCount_ = 0;
 };

@@ -1,4 +1,4 @@
-// Thin wrappers over POSIX mutexes, and a lock that does nothing while a loader has no mutexes.
+// Thin wrappers over POSIX mutexes, and the lock of a loader.
 #ifndef ZDB_LOADERS_MUTEX_H
 #define ZDB_LOADERS_MUTEX_H
 
@@ -15,20 +15,31 @@ void GC_mutex_delete(GC_mutex_t& mutex);
 void GC_mutex_lock(GC_mutex_t& mutex);
 void GC_mutex_unlock(GC_mutex_t& mutex);
 
-// Holds a mutex for the lifetime of the object; `inUse` false means that nothing is locked.
+// What serialises one concern of a loader: a mutex that is there from the start, since a process
+// may come to its first load in several threads at once, and one that hosts can have created.
+struct LoaderMutex {
+  GC_mutex_t own = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+  GC_mutex_t created{};
+};
+
+// Holds both for the lifetime of the object, the created one if there is one.
 class Lock {
  public:
-  Lock(GC_mutex_t& mutex, bool inUse) : mutex_(inUse ? &mutex : nullptr) {
-    if (mutex_ != nullptr) GC_mutex_lock(*mutex_);
+  Lock(LoaderMutex& mutex, bool isCreated)
+      : own_(mutex.own), created_(isCreated ? &mutex.created : nullptr) {
+    GC_mutex_lock(own_);
+    if (created_ != nullptr) GC_mutex_lock(*created_);
   }
   ~Lock() {
-    if (mutex_ != nullptr) GC_mutex_unlock(*mutex_);
+    if (created_ != nullptr) GC_mutex_unlock(*created_);
+    GC_mutex_unlock(own_);
   }
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;
 
  private:
-  GC_mutex_t* mutex_;
+  GC_mutex_t& own_;
+  GC_mutex_t* created_;
 };
 
 }  // namespace zdb::loaders
