@@ -6,16 +6,6 @@
 // Data exchange files and data callbacks.
 namespace zdb {
 
-namespace {
-
-/// A callback that loading a symbol would call; print alone may be absent.
-template <typename Callback>
-bool given(Call call, Callback callback, const char* name) {
-  return call.given(reinterpret_cast<const void*>(callback), name);
-}
-
-}  // namespace
-
 // A null file name becomes the exception that a string made of null throws.
 
 int zdbInitFromZXF(zdbHandle_t db, const char* fileName) {
@@ -39,12 +29,7 @@ int zdbInitFromDMRF(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                     zdbReadStartCallback_t readStart, zdbReadRecordCallback_t readRecord,
                     zdbReadDoneCallback_t readDone, zdbElemTextCallback_t elemText,
                     zdbPrintCallback_t print, void* user) {
-  return guarded(__func__, db, [&](Call call) {
-    if (!given(call, findSymbol, "findSymbol") || !given(call, readStart, "readStart") ||
-        !given(call, readRecord, "readRecord") || !given(call, readDone, "readDone") ||
-        !given(call, elemText, "elemText")) {
-      return false;
-    }
+  return guarded(__func__, db, [&](Call) {
     db->InitFromDMRF({findSymbol, readStart, readRecord, readDone, elemText, print, user});
     return true;
   });

@@ -168,20 +168,14 @@ bool refuseStorage(Call call, int storageType) {
       storageType);
 }
 
-bool selectDefaultStorage(Call call, int storageType) {
-  // Whether a storage can be had is known by the factory alone.
-  if (!call.db.symbolFactory(storageType, "probe", 1, TypeParameter, 0, 0, "")) {
-    return refuseStorage(call, storageType);
-  }
-  call.db.setDefaultStorage(storageType);
-  return true;
-}
-
 }  // namespace
 
 int zdbSelectRecordStorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType) {
   return guarded(__func__, db, [&](Call call) {
-    if (symbol == nullptr || *symbol == nullptr) return selectDefaultStorage(call, storageType);
+    if (symbol == nullptr || *symbol == nullptr) {
+      db->setDefaultStorage(storageType);  // which symbols that are added later may refuse
+      return true;
+    }
     if (!symbolGiven(call, *symbol)) return false;
     zdbSymbol_t switched = db->switchSymbolStorage(*symbol, storageType);
     if (switched == nullptr) return refuseStorage(call, storageType);

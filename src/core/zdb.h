@@ -127,6 +127,9 @@ class ZDB {
   std::unique_ptr<AbstractZDBSymbol> symbolFactory(int storageType, const std::string& name,
                                                    int dim, int type, int number, int userInfo,
                                                    const std::string& explText);
+  /// For a symbol that could not be made in the default storage, which hosts may set to anything:
+  /// whether that storage is unknown, which is reported.
+  bool isStorageUnknown(const std::string& symbolName);
   /// A copy of a symbol, flags and records included, in another storage; null for an unknown one.
   std::unique_ptr<AbstractZDBSymbol> symbolFactory(int storageType, AbstractZDBSymbol* from);
   /// Takes ownership and enters the symbol into the table. REQUIRES: no symbol has this name.

@@ -32,6 +32,14 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std
   return makeSymbol_(*this, storageType, name, dim, type, number, userInfo, explText);
 }
 
+bool ZDB::isStorageUnknown(const std::string& symbolName) {
+  if (symbolFactory(defaultStorage_, symbolName, 0, TypeParameter, 0, 0, "")) return false;
+  setLastError(
+      "Symbol %s cannot be made: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)",
+      symbolName.c_str(), defaultStorage_);
+  return true;
+}
+
 std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZDBSymbol* from) {
   auto copy = symbolFactory(storageType, from->name, from->dim, from->type, from->number,
                             from->userInfo, from->explText);

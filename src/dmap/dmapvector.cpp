@@ -90,8 +90,9 @@ VectorIterator DMapVector::linearSearchInVec(const int* key) {
 }
 
 int DMapVector::index(const VectorIterator& it) {
-  // A scalar has no count, and so its record has no index, on purpose.
-  return it.position() >= 0 && it.position() < count_ ? it.position() : -1;
+  // A scalar has no count, and so its record has no index, on purpose. Positions before the first
+  // record, which nobody checks when they are made, are given back as they are.
+  return getDim() > 0 && it.position() < count_ ? it.position() : -1;
 }
 
 // Adding.
@@ -116,7 +117,7 @@ VectorIterator DMapVector::emplace(const int* key, const double* values) {
 VectorIterator DMapVector::emplace_hint(const int* key, const double* values,
                                         VectorIterator& hint) {
   const int position = index(hint);
-  if (position == -1) return emplace_end(key, values);
+  if (position < 0) return emplace_end(key, values);
   if (compare(key, keyAt(position)) >= 1) return emplace(key, values);
   if (position >= 1 && compare(key, keyAt(position - 1)) < 0) return emplace(key, values);
   // A key equal to the hint's gets a second record before it: only callers that know better hint.
@@ -136,7 +137,7 @@ VectorIterator DMapVector::insert_or_assign(VectorIterator& /*hint*/, const int*
 VectorIterator DMapVector::insertAt(const VectorIterator& at, const int* key,
                                     const double* values) {
   const int position = index(at);
-  return position == -1 ? emplace_end(key, values) : insert(position, key, values);
+  return position < 0 ? emplace_end(key, values) : insert(position, key, values);
 }
 
 VectorIterator DMapVector::skip(int position) {
@@ -170,7 +171,7 @@ VectorIterator DMapVector::insert(int position, const int* key, const double* va
 void DMapVector::erase(const VectorIterator& it) {
   if (getDim() == 0) return values_.clear();
   const int position = index(it);
-  if (position == -1) return;
+  if (position < 0) return;
   const auto at = static_cast<std::size_t>(position);
   const auto end = static_cast<std::size_t>(count_);
   keys_.erase(at, end);

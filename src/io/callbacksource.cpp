@@ -19,26 +19,31 @@ bool CallbackSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
   char shortName[kMessageSize];
   zxf::utils::strConvCppToDelphi(symbol.name, shortName);
   int number = 0;
-  if (callbacks_.findSymbol(shortName, &number, callbacks_.user) != 0) {
+  if (callbacks_.findSymbol == nullptr ||
+      callbacks_.findSymbol(shortName, &number, callbacks_.user) != 0) {
     return db_.setLastError("Problems with findSymbol for symbol %s", name);
   }
   int records = 0;
-  if (callbacks_.readStart(number, &records, callbacks_.user) != 0) {
+  if (callbacks_.readStart == nullptr ||
+      callbacks_.readStart(number, &records, callbacks_.user) != 0) {
     return db_.setLastError("Problems with dataReadRawStart for symbol %s", name);
   }
   if (!readRecords(symbol, records, sink)) return false;
-  return callbacks_.readDone(callbacks_.user) == 0 ||
+  return (callbacks_.readDone != nullptr && callbacks_.readDone(callbacks_.user) == 0) ||
          db_.setLastError("Problems with dataReadDone for symbol %s", name);
 }
 
 bool CallbackSource::readRecords(const AbstractZDBSymbol& symbol, int records, RecordSink sink) {
+  const auto fail = [&] {
+    return db_.setLastError("Problems with dataReadRaw for symbol %s", symbol.name.c_str());
+  };
+  if (records > 0 && callbacks_.readRecord == nullptr) return fail();
   int keys[kMaxDim] = {};
   double values[kMaxValues] = {};
   int firstChanged = 0;
   for (int r = 0; r < records; ++r) {
     if (callbacks_.readRecord(keys, values, &firstChanged, callbacks_.user) != 0) {
-      return symbol.dim == 0 ||
-             db_.setLastError("Problems with dataReadRaw for symbol %s", symbol.name.c_str());
+      return symbol.dim == 0 || fail();
     }
     if (!translateValues(symbol, values)) return false;
     sink(keys, values);
@@ -62,6 +67,9 @@ bool CallbackSource::translateText(double& value) {
   char text[kMessageSize + 1] = "";
   const bool isInteger = value > -2147483649.0 && value < 2147483648.0;
   const int number = isInteger ? static_cast<int>(value) : 0;
+  if (callbacks_.elemText == nullptr) {
+    return db_.setLastError("No callback for element texts was given");
+  }
   if (callbacks_.elemText(number, text, kMaxTextLength, callbacks_.user) != 0) return false;
   const auto length = static_cast<unsigned char>(text[0]);
   text[1 + length] = '\0';

@@ -69,9 +69,10 @@ void DatabaseCopy::copyTexts() {
 }
 
 bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
-  AbstractZDBSymbol* copy =
-      db_.insertSymbol(db_.symbolFactory(db_.defaultStorage(), from.name, from.dim, from.type,
-                                         from.number, from.userInfo, from.explText));
+  auto made = db_.symbolFactory(db_.defaultStorage(), from.name, from.dim, from.type, from.number,
+                                from.userInfo, from.explText);
+  if (!made) return !db_.isStorageUnknown(from.name);
+  AbstractZDBSymbol* copy = db_.insertSymbol(std::move(made));
   if (from.isAlias()) {
     const AbstractZDBSymbol* target = from.aliasTarget;
     copy->aliasTarget = target->isUniverse() ? db_.universe() : db_.symbols()[target->name.c_str()];

@@ -128,7 +128,8 @@ bool ZXFWriter::writeRecords(AbstractZDBSymbol& symbol) {
 
 /// Through a symbol of its own: writing leaves the database as it is.
 bool ZXFWriter::writeSorted(DataSource& source, const AbstractZDBSymbol& symbol) {
-  const auto sorted = db_.symbolFactory(db_.defaultStorage(), symbol.name, symbol.dim, symbol.type,
+  constexpr int storage = static_cast<int>(dmap::StorageTypes::Map);
+  const auto sorted = db_.symbolFactory(storage, symbol.name, symbol.dim, symbol.type,
                                         symbol.number, symbol.userInfo, symbol.explText);
   if (!source.read(symbol, sorted->appender())) return false;
   sorted->forEachRecord(

@@ -64,7 +64,7 @@ std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, i
   }
   auto symbol = db.symbolFactory(db.defaultStorage(), name, dim, type, db.symbols().size(),
                                  userInfo, explText);
-  if (!symbol) {
+  if (!symbol && !db.isStorageUnknown(name)) {
     db.setLastError("Dimension must be greater or equal 0 and smaller or equal %d (saw %d)",
                     kMaxDim, dim);
   }

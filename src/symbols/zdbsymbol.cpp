@@ -219,7 +219,8 @@ void ZDBSymbol<Map, It>::assignRecords(AbstractZDBSymbol* other) {
 template <class Map, class It>
 template <class Source>
 void ZDBSymbol<Map, It>::copyFrom(AbstractZDBSymbol* other) {
-  records_.reserve(other->size());
+  // For a tree, reserving is the size of all blocks to come.
+  if constexpr (kRecordsMove) records_.reserve(other->size());
   dmap::copyRecords(static_cast<Source*>(other)->records(), records_);
   recordsChanged();
 }

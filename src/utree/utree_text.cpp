@@ -116,7 +116,7 @@ bool UTree::toDotFile(const std::string& fileName) const {
     edge(node, node.down.first(), "\u2193");
   });
   std::fputs("}\n", out);
-  return std::ferror(out) == 0;
+  return std::fflush(out) == 0 && std::ferror(out) == 0;
 }
 
 void UTree::toPDF(const std::string& fileName) const {

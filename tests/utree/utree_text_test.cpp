@@ -85,6 +85,7 @@ TEST_F(UTreeText, Graph_HasALineForEachNodeAndLink) {
   EXPECT_TRUE(UTree(1, 1).toDotFile("graph"));
   EXPECT_EQ(contentsOf("graph"), "digraph { rankdir=\"LR\"\n}\n");
   EXPECT_FALSE(tree_.toDotFile("missing/graph"));
+  EXPECT_FALSE(tree_.toDotFile("/dev/full"));
 }
 
 TEST_F(UTreeText, Picture_IsDrawnUnderTheNameGivenIfThereIsDot) {
