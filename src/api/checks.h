@@ -33,6 +33,19 @@ inline bool symbolIsThere(Call call, const AbstractZDBSymbolIterator* record) {
       call.function);
 }
 
+/// The rest of recordGiven, for a handle whose symbol has changed since it was used last.
+inline bool hasNotEnded(Call call, const AbstractZDBSymbolIterator* record) {
+  if (!symbolIsThere(call, record)) return false;
+  const AbstractZDBSymbol* symbol = record->symbol;
+  if (!call.db.owns(*symbol, symbol->name.c_str())) return false;
+  if (record->hasEnded()) {
+    return call.db.setLastError("%s: the records of symbol %s were removed, find the record again",
+                                call.function, symbol->name.c_str());
+  }
+  record->catchUp();
+  return true;
+}
+
 /// A record handle of this database whose symbol has not been emptied or replaced since, which
 /// would leave its position in memory that is gone. Tested at every use: a binding cannot know what
 /// ends a handle.
@@ -41,13 +54,9 @@ inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
     call.db.setLastError("No symbol record handle specified");
     return false;
   }
-  if (record->notes.database() == &call.db && !record->hasEnded()) [[likely]]
+  if (record->notes.database() == &call.db && record->notes.isUpToDate()) [[likely]]
     return true;
-  if (!symbolIsThere(call, record)) return false;
-  const AbstractZDBSymbol* symbol = record->symbol;
-  return call.db.owns(*symbol, symbol->name.c_str()) &&
-         call.db.setLastError("%s: the records of symbol %s were removed, find the record again",
-                              call.function, symbol->name.c_str());
+  return hasNotEnded(call, record);
 }
 
 /// A key array, which only a symbol without index positions can do without.

@@ -45,7 +45,8 @@ int zdbFindLastRecordSlice(zdbHandle_t db, zdbSymbol_t symbol, const char* const
 int zdbRecordMoveNext(zdbHandle_t db, zdbRecord_t record) {
   return guarded(__func__, db, [&](Call call) {
     if (!recordGiven(call, record)) return false;
-    if (record->moveNext(db->highestLabel())) [[likely]]
+    // Only a walk of the labels asks how many there are.
+    if (record->moveNext(record->mode == ModeUniverse ? db->highestLabel() : 0)) [[likely]]
       return true;
     db->setLastError("%s", record->lastMessage());
     return false;

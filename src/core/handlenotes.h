@@ -24,8 +24,8 @@ class HandleNotes {
     explicit Shared(const ZDB* owner) : database(owner) {}
 
     const ZDB* database;
-    std::size_t count = 0;  ///< of the changes; handles compare it at every use
-    int generation = 0;     ///< raised when all records go at once, which ends every handle
+    std::uint64_t version = 0;     ///< raised with every change; handles compare it at every use
+    std::uint32_t generation = 0;  ///< raised when all records go at once, which ends every handle
     int owners = 1;
     bool isSymbolGone = false;
     std::vector<std::intptr_t> changes;
@@ -43,7 +43,10 @@ class HandleNotes {
   }
 
   /// All records go: every handle there is can only be freed.
-  void endHandles() { ++shared_->generation; }
+  void endHandles() {
+    ++shared_->generation;
+    ++shared_->version;
+  }
   /// Makes room for the next note, so that noting cannot fail. Throws std::bad_alloc.
   void makeRoom() {
     std::vector<std::intptr_t>& changes = shared_->changes;
@@ -58,15 +61,22 @@ class HandleNotes {
   class Reader {
    public:
     explicit Reader(const HandleNotes& notes)
-        : shared_(notes.shared_), read_(shared_->count), generation_(shared_->generation) {
+        : shared_(notes.shared_),
+          seen_(shared_->version),
+          read_(static_cast<std::uint32_t>(shared_->changes.size())),
+          generation_(shared_->generation) {
       ++shared_->owners;
     }
     Reader(const Reader& other)
-        : shared_(other.shared_), read_(other.read_), generation_(other.generation_) {
+        : shared_(other.shared_),
+          seen_(other.seen_),
+          read_(other.read_),
+          generation_(other.generation_) {
       ++shared_->owners;
     }
     Reader& operator=(Reader other) noexcept {
       std::swap(shared_, other.shared_);
+      seen_ = other.seen_;
       read_ = other.read_;
       generation_ = other.generation_;
       return *this;
@@ -78,11 +88,12 @@ class HandleNotes {
     bool hasEnded() const { return generation_ != shared_->generation; }
     bool isSymbolGone() const { return shared_->isSymbolGone; }
 
-    bool isUpToDate() const { return read_ == shared_->count; }
+    /// Whether nothing has happened since: the record is where it was.
+    bool isUpToDate() const { return seen_ == shared_->version; }
     /// The number now of the record that had this number when last read, or -1 if it was erased.
     /// Linear in the number of changes since.
     int follow(int number) {
-      for (; number >= 0 && read_ < shared_->count; ++read_) {
+      for (; number >= 0 && read_ < shared_->changes.size(); ++read_) {
         const auto change = static_cast<int>(shared_->changes[read_]);
         if (change >= 0) {
           number += change <= number;
@@ -90,21 +101,27 @@ class HandleNotes {
           number = ~change == number ? -1 : number - 1;
         }
       }
-      read_ = shared_->count;
+      noteRead();
       return number;
     }
     /// Whether the record at this address was erased since the last reading. As linear.
     bool wasErased(const void* record) {
-      const auto unread = shared_->changes.begin() + static_cast<std::ptrdiff_t>(read_);
-      read_ = shared_->count;
+      const auto unread = shared_->changes.begin() + read_;
+      noteRead();
       return std::find(unread, shared_->changes.end(), reinterpret_cast<std::intptr_t>(record)) !=
              shared_->changes.end();
     }
 
    private:
+    void noteRead() {
+      read_ = static_cast<std::uint32_t>(shared_->changes.size());
+      seen_ = shared_->version;
+    }
+
     Shared* shared_;
-    std::size_t read_;
-    int generation_;
+    std::uint64_t seen_;  ///< version when last read
+    std::uint32_t read_;  ///< changes that have been read
+    std::uint32_t generation_;
   };
 
  private:
@@ -113,13 +130,12 @@ class HandleNotes {
       delete shared;
     } else if (shared->owners == 1) {
       shared->changes.clear();
-      shared->count = 0;
     }
   }
   void note(std::intptr_t change) noexcept {
     if (shared_->owners == 1) return;  // there is nobody to read it
     shared_->changes.push_back(change);
-    ++shared_->count;
+    ++shared_->version;
   }
 
   Shared* shared_;

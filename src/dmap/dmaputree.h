@@ -66,6 +66,8 @@ class TreeIterator final : public BaseDMapIterator, public IDMapIterator {
     if (node_.isEnd()) return {scalarKey(), scalar_, ElemOwnership::None};
     return pairForRecord(node_);
   }
+  /// The values alone, without a copy of the key; null at the end.
+  double* values() const { return node_.isEnd() ? scalar_ : node_.leaf()->down.values(); }
   bool operator==(const IDMapIterator& other) const override;
   bool operator!=(const IDMapIterator& other) const override { return !(*this == other); }
   /// The same without asking for the other iterator's type.

@@ -103,7 +103,7 @@ class RecordTreeBase {
   bool nextInLeaf(RecordPosition& at) const {
     const RecordLeaf* leaf = at.leaf;
     if (leaf == nullptr || at.place + 1 >= leaf->count) return false;
-    if (leaf->run + at.place == at.slot) {
+    if (leaf->run + at.place == at.slot) [[likely]] {
       ++at.place;
       ++at.slot;
       at.key += recordInts_;

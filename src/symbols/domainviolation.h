@@ -21,9 +21,9 @@ class DomainViolation {
   int symbolNumber() const { return symbolNumber_; }
   /// Null when spent, or when the record, all records of its symbol or the symbol went meanwhile.
   AbstractZDBSymbolIterator* record() const {
-    const bool isThere = !isSpent_ && database_->symbols()[symbolNumber_] == record_->symbol &&
-                         !record_->hasEnded() && record_->getKeys() != nullptr;
-    return isThere ? record_.get() : nullptr;
+    if (isSpent_ || record_->hasEnded()) return nullptr;
+    record_->catchUp();
+    return record_->getKeys() != nullptr ? record_.get() : nullptr;
   }
   /// Only while there is a record.
   AbstractZDBSymbol* symbol() const { return record_->symbol; }

@@ -61,6 +61,10 @@ ZDBSymbolIterator<It>::ZDBSymbolIterator(AbstractZDBSymbol* walkedSymbol, const 
 
 template <class It>
 void ZDBSymbolIterator<It>::readNotes() const {
+  if (notes.hasEnded()) {
+    mode = ModeSpent;
+    return;
+  }
   if constexpr (kRecordsMove) {
     const int number = notes.follow(it_.position());
     if (number < 0) {

@@ -53,6 +53,9 @@ class AbstractZDBSymbolIterator {
   virtual const int* getKeys() const = 0;
   /// Puts this handle where the other one stands, its slice included; both are of one symbol.
   virtual void assignIterator(AbstractZDBSymbolIterator* other) = 0;
+  /// Learns what has become of the record since the last use: to be called before the handle is
+  /// used again, unless `notes` are up to date or it has ended.
+  virtual void catchUp() const = 0;
 
   /// Text of the last failed move; empty when none failed.
   const char* lastMessage() const { return message ? message.get() : ""; }

@@ -31,6 +31,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     follow();
     if (mode >= ModeUniverse) return nullptr;
     if constexpr (kRecordsMove) return it_ == walked().end() ? nullptr : (*it_).second;
+    if constexpr (requires { it_.values(); }) return it_.values();
     return (*it_).second;  // the end has no row either
   }
   bool moveNext(int highestLabel) override;
@@ -42,6 +43,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
   bool getRecordRaw(int* keys, double* values) override;
   const int* getKeys() const override;
   void assignIterator(AbstractZDBSymbolIterator* other) override;
+  void catchUp() const override { readNotes(); }
 
   const It& position() const {
     follow();
@@ -54,11 +56,12 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     follow();
     return mode < ModeUniverse && it_ != walked().end();
   }
-  /// Moves along with the record if that has moved, and is spent if it was erased. To be called
-  /// before the position is used.
+  /// Moves along with the record if that has moved. To be called before the position is used.
   void follow() const {
-    if (!notes.isUpToDate()) [[unlikely]]
-      readNotes();
+    if constexpr (kRecordsMove) {
+      if (!notes.isUpToDate()) [[unlikely]]
+        readNotes();
+    }
   }
   void readNotes() const;
   bool failSpent();

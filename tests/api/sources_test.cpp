@@ -244,16 +244,28 @@ TEST_P(Callbacks, UnloadedSymbols_AreCopiedIntoAFile) {
   EXPECT_EQ(said(db, c__zdbwritezxf(db, file.name.c_str(), 0)), "Problems writing symbol p to ZXF");
 }
 
-TEST(CallbacksOfHosts, AllButPrint_MustBeGiven) {
-  const char* const names[] = {"findSymbol", "readStart", "readRecord", "readDone", "elemText"};
-  Host host;
-  for (int missing = 0; missing < 5; ++missing) {
-    EXPECT_EQ(said(host.db, host.start(missing)),
-              std::string("zdbInitFromDMRF: argument ") + names[missing] + " must not be null");
-  }
+TEST(CallbacksOfHosts, Print_GetsTheLog) {
+  const Host host;
   for (const std::string& line : {std::string("a line"), std::string(255, 'x')}) {
     c__zdbprintlog(host.db, (line + (line.size() == 255 ? "y" : "")).c_str());
     EXPECT_EQ(host.log, line);
+  }
+}
+
+TEST(CallbacksOfHosts, MissingOnes_FailTheLoadThatNeedsThem) {
+  const std::string problems = "Problems with ";
+  const std::string messages[] = {problems + "findSymbol for symbol s",
+                                  problems + "dataReadRawStart for symbol s",
+                                  problems + "dataReadRaw for symbol s",
+                                  problems + "dataReadDone for symbol s",
+                                  "No callback for element texts was given"};
+  for (int missing = 0; missing < 5; ++missing) {
+    Host host;
+    host.db.label("a");
+    host.texts = {"one"};
+    host.symbols["s"] = {{{"a"}, {1}}};
+    EXPECT_EQ(said(host.db, host.start(missing)), "");
+    EXPECT_EQ(records(host.db, host.db.add("s", 1, ZDB_SET)), messages[missing]);
   }
 }
 
