@@ -11,7 +11,7 @@ class Storages : public testing::TestWithParam<std::uint32_t> {};
 INSTANTIATE_TEST_SUITE_P(Seeds, Storages, testing::Range(1U, 9U));
 
 TEST_P(Storages, AnySteps_MatchTheModel) {
-  EXPECT_EQ(zdb::test::runSteps(zdb::test::Choices(GetParam()), 400), "");
+  EXPECT_EQ(zdb::test::runSteps(GetParam(), 400), "");
 }
 
 }  // namespace
