@@ -121,8 +121,11 @@ class Run {
   }
   void store(Twin& t, int n, Key key) {
     Symbol& s = t.symbol(n);
+    const bool isSet = s.type == ZDB_SET;
     const bool byTexts = oneIn(3);
     const bool isChecked = oneIn(2);
+    const bool hasValues = !byTexts && (isSet || !oneIn(4));
+    const bool givesHandle = byTexts || oneIn(2);
     if (!byTexts && !key.empty() && oneIn(9)) {  // not a label, or not yet
       pick(key) = oneIn(2) ? -below(3) : t.labels.size();
     }
@@ -132,16 +135,16 @@ class Run {
     for (int i = 0; i < s.width(); ++i) row[std::size_t(i)] = anyValue();
     zdbRecord_t handle = nullptr;
     const int status = byTexts ? c__zdbaddrecord(t.db, s.handle, texts.data(), &handle)
-                       : s.type == ZDB_SET
-                           ? c__zdbmergesetrecordint(t.db, s.handle, key.data(), isChecked, 1,
-                                                     &handle, text.c_str())
-                           : c__zdbmergerecordint(t.db, s.handle, key.data(), isChecked, 1, &handle,
-                                                  1, row.data());
+                       : isSet ? c__zdbmergesetrecordint(t.db, s.handle, key.data(), isChecked,
+                                                         givesHandle, &handle, text.c_str())
+                               : c__zdbmergerecordint(t.db, s.handle, key.data(), isChecked,
+                                                      givesHandle, &handle, hasValues, row.data());
     for (std::size_t d = 0; byTexts && d < key.size(); ++d) key[d] = t.labels.merge(texts[d]);
     same(status, byTexts ? !s.records.contains(key) : !isChecked || t.areLabels(key, 1), "store");
-    same(handle != nullptr, status, "store makes a handle");
-    if (status && s.type == ZDB_SET) row = t.textRow(byTexts ? "" : text);
-    if (status) s.records[key] = byTexts ? s.defaults : row;
+    same(handle != nullptr, status && givesHandle, "store makes a handle");
+    if (!status) return;
+    Row& stored = s.records.try_emplace(key, s.defaults).first->second;
+    if (hasValues) stored = isSet ? t.textRow(text) : row;
     take(t, {handle, n, key, Key(key.size())});
   }
   void find(Twin& t, int n) {
