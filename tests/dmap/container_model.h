@@ -26,35 +26,17 @@ namespace zdb::test {
 using Key = std::vector<int>;
 using Values = std::array<double, 5>;
 
-/// What the containers do differently on purpose.
-template <class Map>
-struct Differences {
-  static constexpr bool kIsVector = std::is_same_v<Map, dmap::DMapVector>;
-  static constexpr bool kIsTree = std::is_same_v<Map, dmap::DMapUTree>;
-  /// Iterators and value addresses survive the insertion and erasure of other records.
-  static constexpr bool kKeepsPlaces = !kIsVector;
-  /// `insert_or_assign` gives the values to the record that `lower_bound` gives, whatever its key.
-  static constexpr bool kAssignsToBound = kIsVector || kIsTree;
-  /// `lower_bound` gives the record before the place of an absent key, or the first.
-  static constexpr bool kBoundIsBefore = kIsVector;
-  /// `lower_bound` above all records points nowhere, and `index(end())` is the size.
-  static constexpr bool kEndIsOdd = kIsTree;
-  /// An insertion of the largest key there is gives it the new values.
-  static constexpr bool kOverwritesLargest = kIsTree;
-  /// `withIndex` takes any number. Appends and hints rely on the caller to know that the key is
-  /// absent and, at the end, above all others. `emplace` warns of a key that is present.
-  static constexpr bool kTrusts = kIsVector;
-};
-
 /// How a record is added.
-enum class Way { Append, Emplace, Hint, Assign, Place };
+enum class Way { Append, Emplace, Hint, Assign };
 enum class Order { Up, Down, Mixed };
 
 /// A container under test and what it should hold. Steps name keys by their numbers in key order;
 /// they and `check` throw std::logic_error where container and model differ.
 template <class Map>
-class Driver : Differences<Map> {
+class Driver {
  public:
+  static constexpr bool kIsVector = std::is_same_v<Map, dmap::DMapVector>;
+  static constexpr bool kIsTree = std::is_same_v<Map, dmap::DMapUTree>;
   /// A vector can search keys of positive labels only, and so what has others is not converted.
   Driver(int dim, int width, std::vector<Key> keys, bool canConvert)
       : dim_(dim), keys_(std::move(keys)), canConvert_(canConvert), map_(new Map(dim, width)) {}
@@ -71,7 +53,6 @@ class Driver : Differences<Map> {
   /// The hint is the lower bound of a key, or the end for -1, no position for -2.
   void add(Way way, int number, int hintNumber = -1) {
     const Key& key = beginStep(number);
-    if (way == Way::Place) return place(key);
     const Values values = fresh();
     const bool isThere = records_.contains(key);
     It hint = hintNumber < 0 ? It() : map_->lower_bound(keyOf(hintNumber).data());
@@ -79,7 +60,7 @@ class Driver : Differences<Map> {
     if (way != Way::Assign && !mayTrust(key, way == Way::Append ? map_->end() : hint)) {
       way = Way::Emplace;
     }
-    if (way == Way::Emplace && this->kTrusts && isThere && dim_ > 0) {
+    if (way == Way::Emplace && kIsVector && isThere && dim_ > 0) {
       output_ += "Warning: Keys already in record map. Skipping.\n";
     }
     const It it = attempt([&] {
@@ -103,13 +84,11 @@ class Driver : Differences<Map> {
     if (record == records_.end()) return;
     map_->erase(it);
     records_.erase(record);
-    held_.erase(key);
   }
   void clear(int reserved) {
     map_->clear();
     map_->reserve(reserved);
     records_.clear();
-    held_.clear();
   }
   /// Turns the container into each of the others and back, or copies it twice.
   void convert() {
@@ -134,7 +113,6 @@ class Driver : Differences<Map> {
       expectBound(map_->lower_bound(record->first.data()), record->first);
     }
     checkRanks();
-    for (const auto& [key, held] : held_) checkHeld(key, held);
     checkShape(*map_);
   }
   /// What should have been printed by now.
@@ -143,12 +121,6 @@ class Driver : Differences<Map> {
  private:
   using It = decltype(std::declval<Map&>().end());
   using Record = std::map<Key, Values>::iterator;
-
-  /// A record looked at earlier: an iterator that must still work, and where the values were.
-  struct Held {
-    It it;
-    const double* values;
-  };
 
   void require(bool isTrue, const char* what) const {
     if (!isTrue) throw std::logic_error(what + (" in step " + std::to_string(steps_)));
@@ -179,21 +151,12 @@ class Driver : Differences<Map> {
       check();
     });
   }
-  /// Whether the container's contract lets the caller insert this key at this place.
+  /// Whether the caller may insert this key at this place: a vector relies on it that the key is
+  /// absent and, at the end, above all others.
   bool mayTrust(const Key& key, const It& hint) const {
-    if (!this->kTrusts || dim_ == 0) return true;
+    if (!kIsVector || dim_ == 0) return true;
     if (records_.empty() || records_.rbegin()->first < key) return true;
     return !records_.contains(key) && hint != map_->end() && !hint.isNullPtr();
-  }
-  /// Adds an absent key at its place, for which two containers have functions of their own.
-  void place(const Key& key) {
-    if constexpr (Differences<Map>::kAssignsToBound) {
-      const It bound = attempt([&] { return map_->exactLowerBound(key.data()); });
-      expectAt(bound, records_.lower_bound(key));
-      if (records_.contains(key)) return;
-      const auto insert = [&] { return map_->insertAt(bound, key.data(), fresh().data()); };
-      expectStored(attempt(insert), key, false);
-    }
   }
   template <class Other>
   void convertThrough() {
@@ -202,7 +165,6 @@ class Driver : Differences<Map> {
       const auto other = attempt([&] { return std::make_unique<Other>(*map_); }, true);
       check();
       map_ = attempt([&] { return std::make_unique<Map>(*other); }, true);
-      held_.clear();
       check();
     }
   }
@@ -211,25 +173,26 @@ class Driver : Differences<Map> {
 
   /// Does in the model what the container has done, and compares the record it returned.
   void expectStored(const It& it, const Key& key, bool isAssigned) {
-    Record record = isAssigned && this->kAssignsToBound ? boundOf(key) : records_.find(key);
+    // The vector and the tree give the values to whatever record `lower_bound` gives.
+    Record record = isAssigned && (kIsVector || kIsTree) ? boundOf(key) : records_.find(key);
     const bool isNew = record == records_.end();
     if (isNew) record = records_.try_emplace(key).first;
-    const bool isLargest = this->kOverwritesLargest && std::next(record) == records_.end();
-    // A scalar is overwritten by every insertion.
+    const bool isLargest = kIsTree && std::next(record) == records_.end();
+    // Every insertion overwrites a scalar, and in a tree the largest key.
     if (isNew || isAssigned || isLargest || dim_ == 0) record->second = fresh();
     expectAt(it, record);
-    if (isNew && this->kKeepsPlaces) held_.insert_or_assign(key, Held{it, (*it).second});
   }
+  /// In a vector, the record before the place of an absent key.
   Record boundOf(const Key& key) {
     const Record next = records_.lower_bound(key);
-    if (!this->kBoundIsBefore || records_.contains(key)) return next;
+    if (!kIsVector || records_.contains(key)) return next;
     if (records_.size() == 1) return records_.begin();
     return next == records_.begin() || next == records_.end() ? next : std::prev(next);
   }
   void expectBound(const It& it, const Key& key) {
     const Record record = boundOf(key);
     if (dim_ == 0) return;
-    if (!this->kEndIsOdd || record != records_.end()) return expectAt(it, record);
+    if (!kIsTree || record != records_.end()) return expectAt(it, record);
     require(it.isNullPtr() && it != map_->end(), "a bound that is somewhere");
   }
   void expectAt(const It& it, Record record) const {
@@ -243,9 +206,9 @@ class Driver : Differences<Map> {
   }
   void checkRanks() {
     const int size = static_cast<int>(records_.size());
-    require(map_->index(map_->end()) == (this->kEndIsOdd ? size : -1), "rank of the end");
-    require(this->kTrusts || map_->withIndex(-5) == map_->begin(), "negative rank");
-    require(this->kTrusts || map_->withIndex(size + 1) == map_->end(), "large rank");
+    require(map_->index(map_->end()) == (kIsTree ? size : -1), "rank of the end");
+    require(kIsVector || map_->withIndex(-5) == map_->begin(), "negative rank");
+    require(kIsVector || map_->withIndex(size + 1) == map_->end(), "large rank");
     int rank = 0;
     for (auto record = records_.begin(); record != records_.end(); ++record, ++rank) {
       if (rank % 97 != 0) continue;
@@ -253,17 +216,6 @@ class Driver : Differences<Map> {
       expectAt(it, record);
       require(map_->index(it) == rank, "rank");
     }
-  }
-  /// Moves copies of an iterator obtained when its record was inserted.
-  void checkHeld(const Key& key, const Held& held) {
-    const Record record = records_.find(key);
-    expectAt(held.it, record);
-    require((*held.it).second == held.values, "a record moved");
-    require(held.it == map_->find(key.data()), "a held iterator differs from a new one");
-    It next = held.it;
-    expectAt(++next, std::next(record));
-    It before = held.it;
-    if (record != records_.begin()) expectAt(--before, std::prev(record));
   }
   void checkShape(dmap::DMap& map) const {
     for (auto it = map.begin(); it != map.end();) {
@@ -297,7 +249,6 @@ class Driver : Differences<Map> {
   std::string output_;
   std::unique_ptr<Map> map_;
   std::map<Key, Values> records_;
-  std::map<Key, Held> held_;
 };
 
 }  // namespace zdb::test
