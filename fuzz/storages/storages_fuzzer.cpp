@@ -24,7 +24,6 @@ constexpr bool kKnownRevivedHandles = true;  // a deleted record's other handle 
 constexpr bool kKnownSwappedTexts = true;    // a copy swaps texts when the last keeps its number
 
 constexpr std::size_t kMostHeld = 10;
-constexpr std::size_t kMostSymbols = 14;
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
 const Symbol kSymbols[] = {{ZDB_SET, 0, 1},
@@ -48,9 +47,9 @@ class Run {
   Run& operator=(const Run&) = delete;
 
   void step(std::uint16_t number) {
-    static constexpr Step kSteps[] = {&Run::useRecords,   &Run::useMany,    &Run::switchStorage,
-                                      &Run::addSymbol,    &Run::copySymbol, &Run::throughFile,
-                                      &Run::copyDatabase, &Run::startAnew};
+    static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,     &Run::switchStorage,
+                                      &Run::copySymbol, &Run::throughFile, &Run::copyDatabase,
+                                      &Run::startAnew};
     random_.seed(number);
     Twin& t = *pick(twins_);
     const Step function = kSteps[oneIn(3) ? below(std::ssize(kSteps)) : 0];
@@ -297,11 +296,6 @@ class Run {
     const Symbol& source = *pick(sources);
     const int status = c__zdbcopysymbol(t.db, s.handle, source.handle);
     same(status, &source == &s || t.copyRecords(n, from, source), "copy");
-  }
-  void addSymbol(Twin& t, int n) {
-    const Symbol& like = t.symbol(n);
-    if (t.symbols.size() >= kMostSymbols) return;
-    t.addSymbol({like.type, like.subtype, like.dim, like.defaults});
   }
 
   // ---- a database as a whole

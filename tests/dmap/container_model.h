@@ -218,12 +218,6 @@ class Driver {
     }
   }
   void checkShape(dmap::DMap& map) const {
-    for (auto it = map.begin(); it != map.end();) {
-      auto next = it;
-      ++next;
-      if (!it.stepInLeaf()) ++it;
-      require(it == next, "a step in the leaf");
-    }
     require(Structure(*map.begin().position().tree()).isSound, "nodes");
   }
   void checkShape(dmap::DMapVector& map) const { require(Structure(map).isSound, "order"); }
