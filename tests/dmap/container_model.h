@@ -114,6 +114,7 @@ class Driver {
     }
     checkRanks();
     checkShape(*map_);
+    if (!kIsVector) checkEnds();  // its positions are mere numbers
   }
   /// What should have been printed by now.
   const std::string& output() const { return output_; }
@@ -165,6 +166,7 @@ class Driver {
       const auto other = attempt([&] { return std::make_unique<Other>(*map_); }, true);
       check();
       map_ = attempt([&] { return std::make_unique<Map>(*other); }, true);
+      end_ = map_->end();
       check();
     }
   }
@@ -217,6 +219,14 @@ class Driver {
       require(map_->index(it) == rank, "rank");
     }
   }
+  /// The end stays the end and leads to whatever is last by now; nothing comes before the first.
+  void checkEnds() {
+    It it = end_;
+    require(it == map_->end() && ++it == end_, "the end");
+    expectAt(--it, records_.empty() ? records_.end() : std::prev(records_.end()));
+    it = map_->begin();
+    require(--it == map_->begin(), "before the first record");
+  }
   void checkShape(dmap::DMap& map) const {
     require(Structure(*map.begin().position().tree()).isSound, "nodes");
   }
@@ -242,6 +252,7 @@ class Driver {
   bool isStarved_ = false;  ///< In this step memory runs out.
   std::string output_;
   std::unique_ptr<Map> map_;
+  It end_ = map_->end();  ///< as it was at first
   std::map<Key, Values> records_;
 };
 
