@@ -189,7 +189,8 @@ class Driver {
     const Record next = records_.lower_bound(key);
     if (!kIsVector || records_.contains(key)) return next;
     if (records_.size() == 1) return records_.begin();
-    return next == records_.begin() || next == records_.end() ? next : std::prev(next);
+    const bool isFirst = next == records_.begin();
+    return isFirst || next == records_.end() ? next : std::prev(next);
   }
   void expectBound(const It& it, const Key& key) {
     const Record record = boundOf(key);
