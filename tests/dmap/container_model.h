@@ -248,7 +248,7 @@ class Driver {
   const std::vector<Key> keys_;
   const bool canConvert_;
   // A new seed in every run would hide faults as often as it finds them; change it to search.
-  std::mt19937 random_{20240601};
+  std::mt19937 random_{20240601U + static_cast<unsigned>(dim_)};
   std::size_t steps_ = 0;
   bool isStarved_ = false;  ///< In this step memory runs out.
   std::string output_;

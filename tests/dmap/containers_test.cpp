@@ -71,7 +71,8 @@ TYPED_TEST(Containers, AnySteps_MatchTheModel) {
     for (int i = 0; i < 3 * keys + 100; ++i) {
       const int what = driver.pick(6);
       const int key = driver.pick(keys);
-      if (what < 4) driver.add(static_cast<Way>(what), key, driver.pick(keys + 2) - 2);
+      const int hints[] = {-1, -2, key, key + 1, key - 1, driver.pick(keys)};
+      if (what < 4) driver.add(static_cast<Way>(what), key, hints[driver.pick(6)]);
       if (what == 4) driver.erase(key);
       if (what == 5) driver.look(key);
       if (i % (keys / 3 + 10) == 0) driver.convert();
@@ -112,15 +113,6 @@ TYPED_TEST(Containers, ThinnedOut_MatchTheModel) {
         if (key % 20 != 0) driver.erase(key);
       }
       for (const int key : driver.keysIn(Order::Up)) driver.add(Way::Append, key);
-    }
-  });
-}
-
-TYPED_TEST(Containers, AnyHints_MatchTheModel) {
-  this->drive([](auto& driver, int keys) {
-    for (const int key : driver.keysIn(Order::Mixed)) {
-      const int hints[] = {-1, -2, key, key + 1, key - 1, driver.pick(keys)};
-      driver.add(driver.pick(2) == 0 ? Way::Hint : Way::Assign, key, hints[driver.pick(6)]);
     }
   });
 }
