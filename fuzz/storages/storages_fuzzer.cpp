@@ -1,35 +1,406 @@
-// Any list of steps on databases: what can be seen must be what a model says, whatever the storage.
+// Any list of steps on two databases, done through the exported interface beside a model: what can
+// be seen must be what the model says, whatever the storage. Each number of a list decides on a
+// step.
 //
 //     storages_fuzzer FILE...                  replays inputs (or searches, with a fuzzing engine)
-//     storages_fuzzer --seed N --steps M       makes one long run, which N alone decides
+//     storages_fuzzer --seed N --steps M       does M steps, on which N alone decides
+//     storages_fuzzer --seed N --steps M --threads T    and those of N + 1 and so on, all at once
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
+#include <filesystem>
+#include <memory>
+#include <random>
+#include <thread>
 
-#include "fuzz/storages/storagerun.h"
+#include "fuzz/storages/twin.h"
 
+namespace zdb::test {
 namespace {
 
-void report(const std::string& difference) {
-  if (difference.empty()) return;
-  std::fprintf(stderr, "%s\n", difference.c_str());
-  std::abort();
+constexpr std::size_t kMostHeld = 10;
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+const Symbol kSymbols[] = {{ZDB_SET, 0, 1},
+                           {ZDB_SET, 0, 2},
+                           {ZDB_VARIABLE, 9, 0, {{0, 0, 1, 100, 1}}},
+                           {ZDB_PARAMETER, 0, 1},
+                           {ZDB_PARAMETER, 1, 2},
+                           {ZDB_VARIABLE, 5, 3, {{0, 0, -kInf, kInf, 1}}},
+                           {ZDB_EQUATION, 1, 4, {{0, 0, 0, kInf, 1}}},
+                           {ZDB_SET, 0, ZDB_MAX_DIM}};
+
+/// Two databases and what happens to them.
+class Run {
+ public:
+  Run(int seed, int storage)
+      : random_(unsigned(seed)), storage_(storage), collides_((seed + storage) % 3 == 0) {
+    std::filesystem::create_directories(folder_);
+    for (auto& twin : twins_) fill(twin);
+  }
+  ~Run() { std::filesystem::remove_all(folder_); }
+  Run(const Run&) = delete;
+  Run& operator=(const Run&) = delete;
+
+  void step(std::uint16_t number) {
+    static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,     &Run::switchStorage,
+                                      &Run::copySymbol, &Run::throughFile, &Run::copyDatabase,
+                                      &Run::startAnew};
+    random_.seed(number);
+    Twin& t = *pick(twins_);
+    const Step function = kSteps[oneIn(3) ? below(std::ssize(kSteps)) : 0];
+    (this->*function)(t, anySymbol(t));
+    compare(false);
+  }
+  void compare(bool isAll) {
+    for (const auto& twin : twins_) twin->compare(isAll);
+  }
+
+ private:
+  using Step = void (Run::*)(Twin& t, int n);
+
+  // ---- what is drawn
+
+  int below(std::ptrdiff_t count) { return static_cast<int>(random_() % std::uint64_t(count)); }
+  bool oneIn(int count) { return below(count) == 0; }
+  template <class List>
+  auto pick(List& list) -> decltype(list[0]) {
+    return list[random_() % std::size(list)];
+  }
+  int anyStorage() { return (storage_ + below(3)) % 3; }
+  std::unique_ptr<Twin>& other(const Twin& t) { return twins_[&t == twins_[0].get() ? 1 : 0]; }
+  int anySymbol(const Twin& t) { return below(std::ssize(t.symbols)); }
+  /// A key of few labels, often that of a record or near one.
+  Key anyKey(const Twin& t, int n) {
+    const Records& records = t.symbol(n).records;
+    Key key(std::size_t(t.symbol(n).dim));
+    for (int& label : key) label = 1 + below(6);
+    if (!key.empty() && oneIn(40)) key.front() = 0;  // the blank
+    if (records.empty() || oneIn(3)) return key;
+    const auto near = records.lower_bound(key);
+    Key found = near == records.end() ? records.begin()->first : near->first;
+    if (!key.empty() && oneIn(2)) found.back() = key.back();
+    return found;
+  }
+  /// In one run of three all labels have one hash, in which a byte counts 211 times the next one.
+  std::string labelOf(int n) const {
+    if (!collides_) return (n % 5 == 0 ? " l" : "l") + show(n);
+    std::string label;
+    for (int bit = 0; bit < 12; ++bit) label += (n >> bit & 1) != 0 ? "B\x8d" : "A`";
+    return label;
+  }
+  /// The labels of a key; what is not a label becomes another one or a new one.
+  std::vector<const char*> textsOf(const Twin& t, const Key& key) {
+    static constexpr const char* names[] = {" ", "l1", "L3", "l5", " l5", "L8", "l9"};
+    std::vector<const char*> texts(key.size() + 1);  // there is an address, also of none
+    std::ranges::transform(key, texts.begin(), [&](int n) {
+      return t.labels.has(n) ? t.labels[n].c_str() : pick(names);
+    });
+    return texts;
+  }
+  std::string anyText() {
+    static constexpr const char* texts[] = {"", "one", "text1", "TEXT1", "text2", "text3", "Text3"};
+    return pick(texts);
+  }
+  double anyValue() {
+    using Limits = std::numeric_limits<double>;
+    static constexpr double values[] = {
+        0, 1, -2.5, 1E300, Limits::quiet_NaN(), kInf, -kInf, Limits::denorm_min()};
+    return pick(values);
+  }
+
+  // ---- records
+
+  /// Keeps a handle for some time, or frees it.
+  void take(Twin& t, Held one) {
+    if (one.handle == nullptr) return;
+    if (oneIn(3)) {
+      if (t.held.size() < kMostHeld) return t.held.push_back(std::move(one));
+      std::swap(one, pick(t.held));
+    }
+    c__zdbfreesymboliterator(t.db, one.handle);
+  }
+  void store(Twin& t, int n, Key key) {
+    Symbol& s = t.symbol(n);
+    const bool isSet = s.type == ZDB_SET;
+    const bool byTexts = oneIn(3);
+    const bool isChecked = oneIn(2);
+    const bool hasValues = !byTexts && (isSet || !oneIn(4));
+    const bool givesHandle = byTexts || oneIn(2);
+    if (!byTexts && !key.empty() && oneIn(9)) {  // not a label, or not yet
+      pick(key) = oneIn(2) ? -below(3) : t.labels.size();
+    }
+    const std::vector<const char*> texts = textsOf(t, key);
+    const std::string text = anyText();
+    Row row{};
+    for (int i = 0; i < s.width(); ++i) row[std::size_t(i)] = anyValue();
+    zdbRecord_t handle = nullptr;
+    const int status = byTexts ? c__zdbaddrecord(t.db, s.handle, texts.data(), &handle)
+                       : isSet ? c__zdbmergesetrecordint(t.db, s.handle, key.data(), isChecked,
+                                                         givesHandle, &handle, text.c_str())
+                               : c__zdbmergerecordint(t.db, s.handle, key.data(), isChecked,
+                                                      givesHandle, &handle, hasValues, row.data());
+    for (std::size_t d = 0; byTexts && d < key.size(); ++d) key[d] = t.labels.merge(texts[d]);
+    same(status, byTexts ? !s.records.contains(key) : !isChecked || t.areLabels(key, 1), "store");
+    same(handle != nullptr, status && givesHandle, "store makes a handle");
+    if (!status) return;
+    Row& stored = s.records.try_emplace(key, s.defaults).first->second;
+    if (hasValues) stored = isSet ? t.textRow(text) : row;
+    take(t, {handle, n, key, Key(key.size())});
+  }
+  void find(Twin& t, int n) {
+    const std::vector<const char*> texts = textsOf(t, anyKey(t, n));
+    Key key;
+    for (std::size_t d = 0; d + 1 < texts.size(); ++d) key.push_back(t.labels.find(texts[d]));
+    zdbRecord_t handle = nullptr;
+    const int status = c__zdbfindrecord(t.db, t.symbol(n).handle, texts.data(), &handle);
+    same(status, t.symbol(n).records.contains(key), "find");
+    take(t, {handle, n, key, Key(key.size())});
+  }
+  /// Every pattern of open positions, or some of many.
+  void walkSlices(Twin& t, int n) {
+    const Key key = anyKey(t, n);
+    for (unsigned pattern = 0; pattern < 1u << std::min<std::size_t>(key.size(), 4); ++pattern) {
+      std::vector<const char*> texts = textsOf(t, key);
+      Held held{nullptr, n, Key(key.size()), {}};
+      for (std::size_t d = 0; d < key.size(); ++d) {
+        if (d < 4 ? (pattern >> d & 1) != 0 : oneIn(2)) texts[d] = " ";
+        held.slice.push_back(t.labels.find(texts[d]));
+      }
+      const auto find = c__zdbfindfirstrecordslice;
+      t.compareWalks(n, held.slice, find, c__zdbfindlastrecordslice, texts.data());
+      Row row;
+      find(t.db, t.symbol(n).handle, texts.data(), &held.handle);
+      c__zdbgetrecordraw(t.db, held.handle, t.symbol(n).dim, held.key.data(), row.data());
+      take(t, held);
+    }
+  }
+
+  // ---- handles
+
+  void moveHandle(Twin& t, Held& one) {
+    const bool backwards = oneIn(2);
+    const Key* next = t.neighbour(one, backwards);
+    const auto move = backwards ? c__zdbrecordmoveprev : c__zdbrecordmovenext;
+    same(move(t.db, one.handle), next != nullptr, "move");
+    if (next != nullptr) one.key = Key(*next);
+  }
+  void setValue(Twin& t, Held& one) {
+    Symbol& s = t.symbol(one.symbol);
+    const std::string text = anyText();
+    const double value = anyValue();
+    const int status = s.type == ZDB_SET ? c__zdbsetelemtext(t.db, one.handle, text.c_str())
+                                         : c__zdbsetlevel(t.db, one.handle, value);
+    same(status, !one.hasEnded, "set a value");
+    if (status) s.records.at(one.key)[0] = s.type == ZDB_SET ? t.texts.merge(text) : value;
+  }
+  /// The copy is compared with another handle.
+  void copyHandle(Twin& t, Held one) {
+    const Held& any = pick(t.held);
+    const bool isSame = one.symbol == any.symbol && one.key == any.key;
+    same(c__zdbcopysymboliterator(t.db, one.handle, &one.handle), 1, "copy a handle");
+    const int status = c__zdbsamerecord(t.db, one.handle, any.handle);
+    same(status, isSame && !one.hasEnded && !any.hasEnded, "stand on the same record");
+    take(t, std::move(one));
+  }
+  void deleteRecord(Twin& t, const Held gone) {
+    same(c__zdbdeleterecord(t.db, gone.handle), !gone.hasEnded, "delete");
+    if (gone.hasEnded) return;
+    Symbol& s = t.symbol(gone.symbol);
+    s.records.erase(gone.key);
+    for (Held& one : t.held) {
+      one.hasEnded = one.hasEnded || (one.symbol == gone.symbol && one.key == gone.key);
+    }
+  }
+
+  // ---- a symbol as a whole
+
+  /// Some steps on one symbol, so that they meet.
+  void useRecords(Twin& t, int n) {
+    for (int more = below(20); more >= 0; --more) {
+      const int what = below(60);
+      if (what < 30) store(t, n, anyKey(t, n));
+      if (what == 30 || what == 31) find(t, n);
+      if (what == 32 || what == 33) walkSlices(t, n);
+      if (what == 34) clear(t, n);
+      if (what < 35 || t.held.empty()) continue;
+      Held& one = pick(t.held);
+      if (what < 45) moveHandle(t, one);
+      if (what >= 45 && what < 50) setValue(t, one);
+      if (what >= 50 && what < 55) copyHandle(t, one);
+      if (what >= 55) deleteRecord(t, one);
+    }
+  }
+  void clear(Twin& t, int n) {
+    same(c__zdbclearsymbol(t.db, t.symbol(n).handle), 1, "clear");
+    t.clear(n);
+  }
+  /// Adds thousands of records, or erases all or all but some, in any order.
+  void useMany(Twin& t, int n) {
+    const int dim = t.symbol(n).dim;
+    const bool adds = dim > 0 && oneIn(2);
+    std::vector<Key> keys;
+    if (adds) {
+      const int count = 1 + below(2500);
+      const int base = 2 + static_cast<int>(std::pow(count, 1.0 / dim)) + below(600);
+      while (t.labels.size() <= base) t.mergeLabel(labelOf(t.labels.size() + 4));
+      for (int i = 0; i < count; ++i) {
+        Key& key = keys.emplace_back(dim);
+        int rest = i;
+        for (auto label = key.rbegin(); label != key.rend(); ++label, rest /= base) {
+          *label = 1 + rest % base;
+        }
+      }
+    }
+    const int kept = below(3);  // of eight
+    for (const auto& [key, row] : t.symbol(n).records) {
+      if (!adds && below(8) >= kept) keys.push_back(key);
+    }
+    const int order = below(3);
+    if (order == 1) std::ranges::reverse(keys);
+    if (order == 2) std::ranges::shuffle(keys, random_);
+    for (const Key& key : keys) adds ? store(t, n, key) : erase(t, n, key);
+    t.compare(true);
+  }
+  void erase(Twin& t, int n, const Key& key) {
+    zdbRecord_t handle = nullptr;  // merging gives one on any key
+    c__zdbmergerecordint(t.db, t.symbol(n).handle, key.data(), 0, 1, &handle, 0, nullptr);
+    deleteRecord(t, {handle, n, key, {}});
+    c__zdbfreesymboliterator(t.db, handle);
+  }
+  void switchStorage(Twin& t, int n) {
+    const int storage = anyStorage();
+    same(c__zdbselectrecordstorage(t.db, &t.symbol(n).handle, storage), 1, "switch storage");
+    if (std::exchange(t.symbol(n).storage, storage) == storage) return;
+    std::erase_if(t.held, [&](const Held& one) {
+      return one.symbol == n && c__zdbfreesymboliterator(t.db, one.handle) == 1;
+    });
+  }
+  /// From a symbol that fits, of either database; a set takes the keys of any.
+  void copySymbol(Twin& t, int n) {
+    const Twin& from = *pick(twins_);
+    const Symbol& s = t.symbol(n);
+    std::vector<const Symbol*> sources;
+    for (const Symbol& one : from.symbols) {
+      const bool fits = one.type == s.type || s.type == ZDB_SET;
+      if (fits && one.dim == s.dim) sources.push_back(&one);
+    }
+    if (sources.empty()) return;
+    const Symbol& source = *pick(sources);
+    const int status = c__zdbcopysymbol(t.db, s.handle, source.handle);
+    same(status, &source == &s || t.copyRecords(n, from, source), "copy");
+  }
+
+  // ---- a database as a whole
+
+  /// Files and other databases take known labels only.
+  void dropUnknownLabels(Twin& t, int lowest) {
+    for (int n = 0; n < std::ssize(t.symbols); ++n) {
+      const auto isUnknown = [&](const auto& one) { return !t.areLabels(one.first, lowest); };
+      if (std::ranges::any_of(t.symbol(n).records, isUnknown)) clear(t, n);
+    }
+  }
+  /// The other database becomes what a file of this one holds, read as it is needed.
+  void throughFile(Twin& t, int n) {
+    if (!t.hasFiles) return;
+    dropUnknownLabels(t, 1);
+    const std::string file = folder_ / (show(++files_) + ".zxf");
+    same(c__zdbwritezxf(t.db, file.c_str(), 0), 1, "write a file");
+    Twin& to = *(other(t) = std::make_unique<Twin>(anyStorage()));
+    for (int label = below(6); label > 3; --label) to.mergeLabel(labelOf(label));
+    same(c__zdbinitfromzxf(to.db, file.c_str()), 1, "read a file");
+    to.takeOver(t);
+    for (int uses = below(6); uses > 0; --uses) {
+      static constexpr Step steps[] = {&Run::useRecords, &Run::switchStorage, &Run::copySymbol};
+      (this->*pick(steps))(to, anySymbol(to));
+    }
+    const int next = below(5);
+    if (next == 0) return;
+    if (next == 1) return throughFile(to, n);  // with what is still in the first file
+    if (next == 2) return copyDatabase(to, n);
+    if (next == 3) dropUnknownLabels(to, 1);  // and over the file itself
+    const int status =
+        next == 3 ? c__zdbwritezxf(to.db, file.c_str(), 0) : c__zdbclosezxf(to.db, 1);
+    same(status, 1, "close a file");
+  }
+  /// The other database becomes a copy of this one, sometimes after it has got texts from a file
+  /// without symbols.
+  void copyDatabase(Twin& t, int /*n*/) {
+    dropUnknownLabels(t, 0);
+    auto copy = std::make_unique<Twin>(anyStorage());
+    Pool texts("");
+    for (const char* text : {"text3", "TEXT1", "alone", "text2"}) texts.merge(text);
+    if (t.hasFiles && oneIn(2)) {
+      same(c__zdbinitfromzxf(copy->db, ZDB_FILE_OF_TEXTS), 1, "read texts");
+      same(c__zdbclosezxf(copy->db, 1), 1, "close a file");
+      copy->texts = texts;
+    }
+    same(c__zdbinitfromdb(copy->db, t.db), 1, "copy a database");
+    copy->takeOver(t);
+    same(c__zdbinitfromdb(copy->db, t.db), 0, "copy into a database that has contents");
+    other(t) = std::move(copy);
+  }
+  void startAnew(Twin& t, int /*n*/) { fill(other(t)); }
+  /// One database has other numbers for its labels than the other.
+  void fill(std::unique_ptr<Twin>& twin) {
+    twin = std::make_unique<Twin>(anyStorage());
+    const int first = &twin == &twins_[0] ? 1 : 4;
+    for (int n = first; n < first + 6; ++n) twin->mergeLabel(labelOf(n));
+    for (const Symbol& symbol : kSymbols) twin->addSymbol(symbol);
+  }
+
+  std::mt19937 random_;
+  const int storage_;  ///< added to all that are drawn
+  const bool collides_;
+  std::array<std::unique_ptr<Twin>, 2> twins_;
+  const std::filesystem::path folder_ =
+      std::filesystem::temp_directory_path() / ("zdb_storages_" + show(::gettid()));
+  int files_ = 0;
+};
+
+/// Three times, with another storage in each place; ends the process at the first difference.
+void runSteps(const std::vector<std::uint16_t>& steps) {
+  for (int storage = 0; storage < 3; ++storage) {
+    std::size_t done = 0;
+    try {
+      Run run(steps.empty() ? 0 : steps[0], storage);
+      for (; done < steps.size(); ++done) run.step(steps[done]);
+      run.compare(true);
+    } catch (const std::runtime_error& difference) {
+      std::fprintf(stderr, "storage %d, step %zu: %s\n", storage, done, difference.what());
+      std::abort();
+    }
+  }
 }
 
 }  // namespace
+}  // namespace zdb::test
 
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
   const char* const* arguments = *argv;
-  if (*argc != 5 || std::string_view(arguments[1]) != "--seed") return 0;
-  const int seed = std::atoi(arguments[2]);
-  const int steps = std::atoi(arguments[4]);
-  std::printf("seed %d, %d steps\n", seed, steps);
-  std::fflush(stdout);
-  report(zdb::test::runSteps(zdb::test::Choices(static_cast<std::uint32_t>(seed)), steps));
+  if (*argc < 5 || std::strcmp(arguments[1], "--seed") != 0) return 0;
+  const auto run = [&](int seed) {
+    std::mt19937 random(static_cast<std::uint32_t>(seed));
+    std::vector<std::uint16_t> steps(static_cast<std::size_t>(std::atoi(arguments[4])));
+    for (auto& step : steps) step = static_cast<std::uint16_t>(random());
+    zdb::test::runSteps(steps);
+  };
+  const int first = std::atoi(arguments[2]);
+  std::vector<std::thread> others;
+  for (int n = *argc < 7 ? 1 : std::atoi(arguments[6]); n > 1; --n) {
+    others.emplace_back(run, first + n - 1);
+  }
+  run(first);
+  for (std::thread& thread : others) thread.join();
   std::exit(0);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  report(zdb::test::runSteps(zdb::test::Choices(data, size), 1000));
+  std::vector<std::uint16_t> steps(size / 2);
+  if (!steps.empty()) std::memcpy(steps.data(), data, 2 * steps.size());
+  zdb::test::runSteps(steps);
   return 0;
 }

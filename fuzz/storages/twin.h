@@ -6,6 +6,7 @@
 #include <array>
 #include <cstring>
 #include <deque>
+#include <iterator>
 #include <limits>
 #include <map>
 #include <sstream>
@@ -46,9 +47,6 @@ void same(const Value& seen, const std::type_identity_t<Value>& expected, const 
   if (seen == expected) return;
   throw std::runtime_error(what + (": " + show(seen)) + " instead of " + show(expected));
 }
-inline void same(const char* seen, const std::string& expected, const char* what) {
-  same(std::string(seen), expected, what);
-}
 
 /// Texts numbered as they come, whose addresses stay; those that differ only in case are one.
 struct Pool {
@@ -76,23 +74,15 @@ struct Pool {
   }
 };
 
-/// Domains that are not symbols. By name, it is always that of a set of two dimensions.
-enum { kUniverse = -1, kByName = -2 };
-inline constexpr const char* kPairs = "pairs";
-
 struct Symbol {
-  std::string name;
   int type;
-  int userInfo;
-  std::vector<int> domains;  ///< numbers of symbols or one of the above
-  Row defaults{};            ///< values of new records
-  int aliasOf = userInfo;
+  int subtype;
+  int dim;
+  Row defaults{};  ///< values of new records
   int storage = 0;
-  int isWritten = 0;
   Records records{};
   zdbSymbol_t handle = nullptr;
 
-  int dim() const { return static_cast<int>(domains.size()); }
   int width() const { return type < ZDB_VARIABLE ? 1 : ZDB_MAX_VALUES; }
 };
 
@@ -108,23 +98,18 @@ struct Held {
 /// A database, and beside it what it should hold.
 struct Twin {
   zdbHandle_t db = nullptr;
-  zdbSymbol_t universe = nullptr;
   int storage;  ///< of symbols that are added
   Pool labels{" "};
   Pool texts{""};
   std::vector<Symbol> symbols{};
   std::vector<Held> held{};
-  int isRecording = 0;
-  int isAttached = 0;
   bool hasFiles;
-  int comparedLabels = 0;
   std::size_t notCompared = 0;
 
   explicit Twin(int recordStorage) : storage(recordStorage) {
     char text[ZDB_TEXT_SIZE];
     zdbcreate(&db, nullptr, 0);
     hasFiles = c__zdbgetlasterror(db, text) == 0;
-    c__zdbfindsymbol(db, "*", &universe);
     c__zdbselectrecordstorage(db, nullptr, storage);
   }
   ~Twin() {
@@ -136,9 +121,6 @@ struct Twin {
 
   Symbol& symbol(int number) { return symbols[std::size_t(number)]; }
   const Symbol& symbol(int number) const { return symbols[std::size_t(number)]; }
-  zdbSymbol_t handle(int n) const { return n == kUniverse ? universe : symbol(n).handle; }
-  /// The set behind an alias.
-  int target(int n) const { return n >= 0 && symbol(n).type == ZDB_ALIAS ? symbol(n).aliasOf : n; }
   bool areLabels(const Key& key, int lowest) const {
     return std::ranges::all_of(key, [&](int n) { return n >= lowest && labels.has(n); });
   }
@@ -148,12 +130,6 @@ struct Twin {
   static bool matches(const Key& slice, const Key& key) {
     const auto fits = [](int fixed, int label) { return fixed == 0 || fixed == label; };
     return std::ranges::equal(slice, key, fits);
-  }
-  std::vector<Record> slice(int number, const Key& slice) const {
-    std::vector<Record> found;
-    std::ranges::copy_if(symbol(number).records, std::back_inserter(found),
-                         [&](const auto& record) { return matches(slice, record.first); });
-    return found;
   }
   /// The key next to that under a handle; null at the end of its walk.
   const Key* neighbour(const Held& one, bool backwards) const {
@@ -166,44 +142,35 @@ struct Twin {
     }
   }
 
-  /// Adds labels from l<name> on until there are so many.
-  void addLabels(int count, int name) {
-    for (int n = name, number = 0; labels.size() <= count; ++n) {
-      const std::string label = (n % 5 == 0 ? " l" : "l") + show(n);
-      c__zdbmergeuel(db, label.c_str(), &number);
-      same(number, labels.merge(label), "number of a label");
-    }
+  void mergeLabel(const std::string& label) {
+    int number = 0;
+    c__zdbmergeuel(db, label.c_str(), &number);
+    same(number, labels.merge(label), "number of a label");
   }
   void addSymbol(Symbol symbol) {
-    std::vector<zdbSymbol_t> domains;
-    for (const int n : symbol.domains) domains.push_back(n == kByName ? nullptr : handle(n));
-    const std::vector<const char*> names(domains.size(), kPairs);
-    c__zdbaddsymbolx(db, symbol.name.c_str(), symbol.dim(), symbol.type, symbol.userInfo, "text",
-                     domains.data(), names.data(), &symbol.handle);
+    const std::string name = "s" + show(symbols.size());
+    c__zdbaddsymbol(db, name.c_str(), symbol.dim, symbol.type, symbol.subtype, "", &symbol.handle);
     symbol.storage = storage;
-    symbol.isWritten = isRecording;
     symbols.push_back(std::move(symbol));
   }
-  void changed(int number) { symbol(number).isWritten |= isRecording; }
   /// All of a symbol's records go.
   void clear(int number) {
     symbol(number).records.clear();
     for (Held& one : held) one.hasEnded |= one.symbol == number;
-    changed(number);
   }
   /// Replaces the records; false at the first one that cannot be copied.
   bool copyRecords(int number, const Twin& from, const Symbol& source) {
     const Records records = source.records;  // the source may be of this database
     clear(number);
-    for (auto [key, row] : records) {
-      Key translated = key;
-      for (int& label : translated) {
+    for (const auto& [key, row] : records) {
+      Key translated;
+      for (const int label : key) {
         if (!from.labels.has(label)) return false;
-        label = labels.merge(from.labels[label]);
+        translated.push_back(labels.merge(from.labels[label]));
       }
       const int text = source.type == ZDB_SET ? static_cast<int>(row[0]) : 0;
-      if (symbol(number).type == ZDB_SET) row = textRow(from.texts[text]);
-      symbol(number).records[translated] = row;
+      symbol(number).records[translated] =
+          symbol(number).type == ZDB_SET ? textRow(from.texts[text]) : row;
     }
     return true;
   }
@@ -215,7 +182,6 @@ struct Twin {
     for (int n = 0; n < std::ssize(symbols); ++n) {
       copyRecords(n, from, from.symbol(n));
       symbol(n).storage = storage;
-      symbol(n).isWritten = 0;
       c__zdbgetsymbolbynumber(db, n, &symbol(n).handle);
     }
   }
@@ -229,15 +195,12 @@ struct Twin {
     notCompared = 0;
     same(info(nullptr, ZDB_INFO_LABELS), labels.size() - 1, "labels");
     same(info(nullptr, ZDB_INFO_SYMBOLS), static_cast<int>(symbols.size()), "symbols");
-    same(info(nullptr, ZDB_INFO_SOURCE_ATTACHED), isAttached, "source attached");
-    for (int n = 0, index = 0; n < std::ssize(symbols); ++n) {
-      same(info(handle(n), ZDB_SYMBOL_WRITTEN), symbol(n).isWritten, "written");
-      if (symbol(n).type != ZDB_ALIAS) compareSymbol(n, index++);
+    for (int n = 0; n < std::ssize(symbols); ++n) {
+      const Symbol& s = symbol(n);
+      same(info(s.handle, ZDB_SYMBOL_STORAGE), s.storage, "storage");
+      same(info(s.handle, ZDB_SYMBOL_RECORDS), static_cast<int>(s.records.size()), "records");
+      compareWalks(n, Key(std::size_t(s.dim)), c__zdbfindfirstrecord, c__zdbfindlastrecord);
     }
-    if (std::exchange(comparedLabels, labels.size()) == labels.size()) return;
-    std::vector<Record> all;
-    for (int n = 1; n < labels.size(); ++n) all.push_back({{n}, {}});
-    compareRecords(kUniverse, std::move(all));
   }
   int info(zdbSymbol_t symbol, int key) const {
     int value = -1;
@@ -245,59 +208,28 @@ struct Twin {
                       : c__zdbsymbolinfo(db, symbol, key, &value, nullptr, nullptr);
     return value;
   }
-  void compareSymbol(int number, int index) const {
-    const Symbol& s = symbol(number);
-    zdbSymbol_t found = nullptr;
-    c__zdbfindsymbol(db, s.name.c_str(), &found);
-    same(found, s.handle, "symbol by name");
-    c__zdbgetsymbolbyindex(db, index, &found);
-    same(found, s.handle, "symbol by index");
-    same(info(found, ZDB_SYMBOL_NUMBER), number, "number of a symbol");
-    same(info(found, ZDB_SYMBOL_DIM), s.dim(), "dim");
-    same(info(found, ZDB_SYMBOL_TYPE), s.type, "type");
-    same(info(found, ZDB_SYMBOL_USER_INFO), s.userInfo, "user info");
-    same(info(found, ZDB_SYMBOL_STORAGE), s.storage, "storage");
-    same(info(found, ZDB_SYMBOL_RECORDS), static_cast<int>(s.records.size()), "records");
-    char rows[ZDB_MAX_DIM][ZDB_TEXT_SIZE];
-    char* names[ZDB_MAX_DIM];
-    for (int d = 0; d < ZDB_MAX_DIM; ++d) names[d] = rows[d];
-    c__zdbsymbolinfo(db, found, ZDB_SYMBOL_TEXT, nullptr, nullptr, rows[0]);
-    same(rows[0], "text", "text of a symbol");
-    zdbSymbol_t domains[ZDB_MAX_DIM];
-    c__zdbgetdomain(db, found, s.dim(), domains, names);
-    for (std::size_t d = 0; d < s.domains.size(); ++d) {
-      const int n = s.domains[d];
-      same(domains[d], n == kByName ? nullptr : handle(target(n)), "domain");
-      same(rows[d], n == kByName ? kPairs : n == kUniverse ? "*" : symbol(n).name, "domain");
-    }
-    compareRecords(number, {s.records.begin(), s.records.end()});
-  }
-  /// From the first to the last, and back.
-  void compareRecords(int number, std::vector<Record> expected) const {
+  /// From the first to the last record of a slice, and back. Takes what finds them.
+  void compareWalks(int number, const Key& slice, auto findFirst, auto findLast,
+                    auto... arguments) const {
+    std::vector<Record> expected;
+    std::ranges::copy_if(symbol(number).records, std::back_inserter(expected),
+                         [&](const auto& record) { return matches(slice, record.first); });
     for (const bool backwards : {false, true}) {
       zdbRecord_t record = nullptr;
-      (backwards ? c__zdbfindlastrecord : c__zdbfindfirstrecord)(db, handle(number), &record);
-      compareWalk(record, number, expected, backwards);
+      (backwards ? findLast : findFirst)(db, symbol(number).handle, arguments..., &record);
+      same(record == nullptr, expected.empty(), "a walk finds nothing");
+      const auto hasMore = backwards ? c__zdbrecordhasprev : c__zdbrecordhasnext;
+      const auto move = backwards ? c__zdbrecordmoveprev : c__zdbrecordmovenext;
+      for (const Record& one : expected) {
+        compareRecord(record, number, one);
+        same(hasMore(db, record), &one != &expected.back(), "a walk has more");
+        same(move(db, record), &one != &expected.back(), "a walk goes on");
+      }
       if (record != nullptr) c__zdbfreesymboliterator(db, record);
       std::ranges::reverse(expected);
     }
   }
-  /// The records from the one under the handle to the end of its walk, where it stays.
-  void compareWalk(zdbRecord_t record, int number, const std::vector<Record>& expected,
-                   bool backwards) const {
-    same(record == nullptr, expected.empty(), "a walk finds nothing");
-    const auto hasMore = backwards ? c__zdbrecordhasprev : c__zdbrecordhasnext;
-    const auto move = backwards ? c__zdbrecordmoveprev : c__zdbrecordmovenext;
-    for (const Record& one : expected) {
-      compareRecord(record, number, one);
-      same(hasMore(db, record), &one != &expected.back(), "a walk has more");
-      same(move(db, record), &one != &expected.back(), "a walk goes on");
-    }
-    if (record != nullptr) compareRecord(record, number, expected.back());
-  }
   void compareRecord(zdbRecord_t record, int number, const Record& expected) const {
-    static constexpr decltype(&c__zdbgetlevel) getters[] = {
-        c__zdbgetlevel, c__zdbgetmarginal, c__zdbgetlower, c__zdbgetupper, c__zdbgetscale};
     const auto& [key, row] = expected;
     char text[ZDB_TEXT_SIZE] = "";
     Key numbers(key.size());
@@ -305,27 +237,22 @@ struct Twin {
     const int dim = static_cast<int>(key.size());
     same(c__zdbgetrecordraw(db, record, dim, numbers.data(), values.data()), 1, "record");
     same(numbers, key, "key");
+    same(values, row, "values");
     for (int d = 0; d < dim; ++d) {
       const int label = key[std::size_t(d)];
       c__zdbgetkey(db, record, d, text);
-      same(text, labels.has(label) ? labels[label] : "?", "label");
+      same<std::string>(text, labels.has(label) ? labels[label] : "?", "label");
     }
-    if (number == kUniverse) return;
-    const Symbol& s = symbol(number);
-    same(values, row, "values");
-    for (int f = 0; f < s.width(); ++f) getters[f](db, record, &values[std::size_t(f)]);
-    same(values, row, "fields");
-    if (s.type != ZDB_SET) return;
+    if (symbol(number).type != ZDB_SET) return;
     c__zdbgetelemtext(db, record, text);
-    same(text, texts[static_cast<int>(row[0])], "element text");
+    same<std::string>(text, texts[static_cast<int>(row[0])], "element text");
   }
   void compareHeld(const Held& one) const {
     double value = 0;
-    const Symbol& s = symbol(one.symbol);
-    const bool isThere = !one.hasEnded;
-    if (isThere) compareRecord(one.handle, one.symbol, {one.key, s.records.at(one.key)});
-    same(c__zdbgetlevel(db, one.handle, &value), isThere, "level of a handle");
-    same(c__zdbgetscale(db, one.handle, &value), isThere && s.width() > 1, "its scale");
+    if (!one.hasEnded) {
+      compareRecord(one.handle, one.symbol, {one.key, symbol(one.symbol).records.at(one.key)});
+    }
+    same(c__zdbgetlevel(db, one.handle, &value), !one.hasEnded, "level of a handle");
     same(c__zdbrecordhasnext(db, one.handle), neighbour(one, false) != nullptr, "its next");
     same(c__zdbrecordhasprev(db, one.handle), neighbour(one, true) != nullptr, "its previous");
   }

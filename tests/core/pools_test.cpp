@@ -1,4 +1,4 @@
-// Each pool and table beside a standard map: the one the database uses, and its alternative.
+// What numbers texts, beside a standard map: hashed list, pools and symbol tables.
 
 #include <gtest/gtest.h>
 
@@ -22,16 +22,92 @@
 namespace zdb {
 namespace {
 
-/// A short text of few letters in either case, which comes again.
-std::string anyText(std::mt19937& random) {
-  std::string text(random() % 5, ' ');
-  for (char& c : text) c = "abzABZ @[`{\xe4\xc4"[random() % 13];
-  return text;
-}
+using zxf::collections::strhash::hashText;
+using HashedList = zxf::collections::strhash::TXStrHashList<int>;
 
 std::string folded(std::string text) {
   for (char& c : text) c = static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c);
   return text;
+}
+
+/// Short texts of few letters in either case, which come again, with their numbers.
+class Texts {
+ public:
+  struct Text {
+    std::string text;
+    int number;
+    bool isNew;
+  };
+  Text next() {
+    std::string text(random_() % 5, ' ');
+    for (char& c : text) c = "abzABZ @[`{\xe4\xc4"[random_() % 13];
+    const auto [place, isNew] = numbers_.try_emplace(folded(text), static_cast<int>(first.size()));
+    if (isNew) first.push_back(text);
+    return {text, place->second, isNew};
+  }
+  std::vector<std::string> first;  ///< The first spellings in order.
+
+ private:
+  std::map<std::string, int> numbers_;
+  std::mt19937 random_{1};
+};
+
+std::uint32_t plainHash(const std::string& text) {
+  std::uint32_t hash = 0;
+  for (const char c : folded(text)) {
+    hash = hash * 211 + static_cast<std::uint32_t>(std::int32_t{static_cast<signed char>(c)});
+  }
+  return hash;
+}
+
+TEST(TXStrHashList, RandomTexts_KeepSpellingAndNumberWhateverTheirHash) {
+  for (int policy = 0; policy < 4; ++policy) {
+    HashedList list(true);
+    Texts texts;
+    for (int step = 0; step < 4000; ++step) {
+      const auto [text, number, isNew] = texts.next();
+      const std::uint32_t hash = hashText(text);
+      ASSERT_EQ(hash, plainHash(text)) << text;
+      // The same for all; few that differ in the chain or in what a chain lists; the usual one.
+      const std::uint32_t hashes[] = {0, hash % 3, hash % 3 << 24, hash};
+      ASSERT_EQ(list.IndexOf(text.c_str(), text.size(), hashes[policy]), isNew ? -1 : number + 1);
+      ASSERT_EQ(list.AddObject(text.c_str(), text.size(), hashes[policy], step), number + 1);
+      ASSERT_EQ(list.GetString(number), texts.first[static_cast<std::size_t>(number)]);
+      ASSERT_EQ(list.GetObject(number) == step, isNew);
+    }
+  }
+}
+
+// Each table size is left at its threshold; numbers must survive every rebuild.
+TEST(TXStrHashList, Growth_KeepsNumbersAcrossTableSizes) {
+  const struct {
+    int entries;
+    int table;
+  } steps[] = {{0, 0}, {1500, 997}, {1501, 9973}, {15000, 9973}, {15001, 99991}, {150001, 999979}};
+  HashedList list;
+  for (const auto& [entries, table] : steps) {
+    for (int i = list.Count(); i < entries; ++i) {
+      ASSERT_EQ(list.AddObject(("label" + std::to_string(i)).c_str(), i), i);
+    }
+    ASSERT_EQ(list.HashTableSize(), table) << entries;
+    for (int i = 0; i < entries; i += 97) {
+      const std::string text = "LABEL" + std::to_string(i);
+      ASSERT_EQ(list.IndexOf(text.c_str()), i);
+      ASSERT_EQ(list.Hash(text.c_str()), (plainHash(text) & 0x7FFFFFFF) % unsigned(table));
+    }
+  }
+}
+
+TEST(TXStrHashList, SortMapAndComparisons_FollowTheEntries) {
+  HashedList list;
+  list.AddObject("b", 0);
+  list.CreateSortMap();
+  list.AddObject("a", 0);
+  EXPECT_EQ(list.SortMap(), (std::vector<std::int32_t>{0, 1}));
+  EXPECT_FALSE(list.IsSorted());
+  EXPECT_TRUE(list.EntryEqual(nullptr, nullptr) && list.EntryEqual("aB", "Ab"));
+  EXPECT_FALSE(list.EntryEqual(nullptr, "a") || list.EntryEqual("ab", "a"));
+  EXPECT_TRUE(list.Compare("ab", "abc") < 0 && list.Compare("AB", "ab") == 0);
 }
 
 template <typename Pool>
@@ -41,24 +117,18 @@ TYPED_TEST_SUITE(StringPools, Pools);
 
 TYPED_TEST(StringPools, RandomTexts_KeepFirstSpellingNumberAndValue) {
   TypeParam pool;
-  std::map<std::string, int> numbers;
-  std::vector<std::string> texts;
-  std::mt19937 random(1);
-  for (int step = 0; step < 5000; ++step) {
-    const std::string text = anyText(random);
-    const auto [place, isNew] = numbers.try_emplace(folded(text), static_cast<int>(texts.size()));
+  Texts texts;
+  for (int step = 0; step < 4000; ++step) {
+    const auto [text, number, isNew] = texts.next();
     ASSERT_EQ(pool.contains(text.c_str()), !isNew);
-    const int value = isNew ? step : -1;
-    const auto insert = [&] { return pool.insert(text.c_str(), value); };
-    const auto look = [&](auto) { ASSERT_EQ(pool.size(), texts.size()); };
+    const auto insert = [&, &spelling = text] { return pool.insert(spelling.c_str(), step); };
+    const auto look = [&](auto) { ASSERT_EQ(pool.size(), std::ssize(texts.first) - 1); };
     // The alternative keeps the text of a failed insertion, without a way to it.
-    const bool isStarved = std::is_same_v<TypeParam, strpool::TStrHashPool>;
-    ASSERT_EQ(isStarved ? test::callStarved(insert, look) : insert(), place->second);
-    if (isNew) texts.push_back(text);
-    ASSERT_EQ(pool.get(place->second), texts[place->second]);
-    ASSERT_TRUE(isNew ? pool[text.c_str()] == step : pool[text.c_str()] < step);
+    const bool isStarved = isNew && std::is_same_v<TypeParam, strpool::TStrHashPool>;
+    ASSERT_EQ(isStarved ? test::callStarved(insert, look) : insert(), number);
+    ASSERT_EQ(pool.get(number), texts.first[static_cast<std::size_t>(number)]);
+    ASSERT_EQ(pool[text.c_str()] == step, isNew);
   }
-  ASSERT_EQ(pool.size(), texts.size());
 }
 
 template <typename Table>
@@ -69,38 +139,36 @@ TYPED_TEST_SUITE(SymbolTables, Tables);
 TYPED_TEST(SymbolTables, RandomSymbols_KeepTheirPlacesInBothOrders) {
   ZDB db{makeSymbol};
   TypeParam table;
-  std::vector<AbstractZDBSymbol*> all;
+  std::vector<std::unique_ptr<AbstractZDBSymbol>> all;
   const auto check = [&](auto) {
-    int number = 0;
+    std::size_t number = 0;
     int nonAlias = 0;
     EXPECT_TRUE(table.forEach([&](const char* name, AbstractZDBSymbol* symbol) {
-      EXPECT_TRUE(symbol == all[number] && symbol == table[number]);
+      EXPECT_TRUE(symbol == all[number].get() && symbol == table[static_cast<int>(number)]);
       EXPECT_TRUE(table.contains(name) && table[folded(name).c_str()] == symbol);
       EXPECT_TRUE(symbol->isAlias() || table.nonAliasSymbol(nonAlias++) == symbol);
       return ++number > 0;
     }));
     EXPECT_EQ(table.nonAliasCount(), nonAlias);
-    ASSERT_TRUE(table.size() == number && number == static_cast<int>(all.size()));
+    ASSERT_TRUE(table.size() == std::ssize(all) && number == all.size());
     ASSERT_EQ(table.empty(), all.empty());
   };
   check(0);
-  std::vector<std::unique_ptr<AbstractZDBSymbol>> owned;
-  std::mt19937 random(2);
+  Texts names;
   for (int step = 0; step < 400; ++step) {
-    std::string name = "s" + anyText(random);
-    const bool isThere = table.contains(name.c_str());
-    AbstractZDBSymbol* old = isThere ? table[name.c_str()] : nullptr;
-    const bool isAlias = isThere ? old->isAlias() : random() % 3 == 0;
-    if (isThere) name = old->name;
-    owned.push_back(db.symbolFactory(0, name, 1, isAlias ? TypeAlias : TypeSet, 0, 0, ""));
-    AbstractZDBSymbol* symbol = owned.back().get();
-    if (isThere) {
-      table.replace(old, symbol);
-      std::replace(all.begin(), all.end(), old, symbol);
-    } else {
+    const auto [name, number, isNew] = names.next();
+    const bool isAlias = isNew ? step % 3 == 0 : all[number]->isAlias();
+    const std::string& spelling = names.first[number];
+    auto symbol = db.symbolFactory(0, spelling, 1, isAlias ? TypeAlias : TypeSet, 0, 0, "");
+    ASSERT_EQ(table.contains(name.c_str()), !isNew);
+    if (isNew) {
       EXPECT_THROW(table[name.c_str()], std::out_of_range);
-      test::callStarved([&] { return table.insert(name.c_str(), symbol), 0; }, check);
-      all.push_back(symbol);
+      const auto insert = [&] { return table.insert(spelling.c_str(), symbol.get()), 0; };
+      test::callStarved(insert, check);
+      all.push_back(std::move(symbol));
+    } else {
+      table.replace(all[number].get(), symbol.get());
+      all[number] = std::move(symbol);
     }
     check(0);
   }
@@ -121,7 +189,7 @@ TEST(BatchAllocator, Pieces_AreAlignedAndApart) {
     for (std::size_t bytes = 1; bytes < 3000000; bytes += bytes / 4 + 1) {
       pieces.emplace_back(static_cast<unsigned char*>(memory.allocate(bytes)), bytes);
       ASSERT_EQ(reinterpret_cast<std::uintptr_t>(pieces.back().data()) % 8, 0U);
-      std::fill_n(pieces.back().data(), bytes, static_cast<unsigned char>(pieces.size()));
+      std::ranges::fill(pieces.back(), static_cast<unsigned char>(pieces.size()));
     }
     for (std::size_t i = 0; i < pieces.size(); ++i) EXPECT_EQ(pieces[i].back(), i + 1);
     EXPECT_GT(memory.size(), 3000000U);

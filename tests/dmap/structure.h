@@ -13,7 +13,8 @@ struct Structure {
   explicit Structure(const dmap::RecordTreeBase& tree) {
     if (tree.root_ != nullptr) visit(tree.root_, tree.height_, 2);
     isSound &= records == tree.records_.live() && leaves == tree.leaves_.live() &&
-               inners == tree.inners_.live();
+               inners == tree.inners_.live() && leaves <= 2 + records / 10 &&
+               inners <= 2 + leaves / 6;
   }
   explicit Structure(const dmap::DMapVector& vector)
       : isSound(vector.plain_ >= 0 && vector.plain_ <= vector.count_) {}
@@ -21,8 +22,8 @@ struct Structure {
   std::uint32_t records = 0;
   std::uint32_t leaves = 0;
   std::uint32_t inners = 0;
-  /// Whether no node is empty, the root branches, and the pools have nothing else in use; or
-  /// whether no more records are known to be in order than there are.
+  /// Whether no node is empty, the root branches, there are not many nodes, and the pools have
+  /// nothing else in use; or whether no more records are known to be in order than there are.
   bool isSound = true;
 
  private:

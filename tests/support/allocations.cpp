@@ -11,8 +11,7 @@ namespace {
 
 std::atomic<bool> isWatching = false;
 std::atomic<std::uint64_t> allocated = 0;
-std::atomic<std::uint64_t> firstFailing = 0;
-std::atomic<std::uint64_t> lastFailing = 0;
+std::atomic<std::uint64_t> failingNumber = 0;
 std::atomic<std::int64_t> bytes = 0;
 std::atomic<std::size_t> largestSize = 0;
 
@@ -23,7 +22,7 @@ bool isAllowed(std::size_t size) {
   const std::uint64_t number = ++allocated;
   std::size_t largest = largestSize;
   while (largest < size && !largestSize.compare_exchange_weak(largest, size)) continue;
-  return number < firstFailing || number > lastFailing;
+  return number != failingNumber;
 }
 
 void* allocateOrNull(std::size_t size, std::align_val_t alignment = kUsual) noexcept {
@@ -78,12 +77,11 @@ ZDB_OPERATORS([])
 
 namespace zdb::test {
 
-Allocations::Allocations(std::uint64_t first, Failing failing) : first_(first) {
+Allocations::Allocations(std::uint64_t failing) : failing_(failing) {
   allocated = 0;
   bytes = 0;
   largestSize = 0;
-  firstFailing = first == 0 ? UINT64_MAX : first;
-  lastFailing = failing == Failing::Once ? first : UINT64_MAX;
+  failingNumber = failing;
   isWatching = true;
 }
 
@@ -95,7 +93,7 @@ std::uint64_t Allocations::count() const {
   return allocated;
 }
 bool Allocations::hasFailed() const {
-  return first_ > 0 && allocated >= first_;
+  return failing_ > 0 && allocated >= failing_;
 }
 std::int64_t Allocations::liveBytes() const {
   return bytes;

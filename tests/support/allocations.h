@@ -12,17 +12,12 @@
 
 namespace zdb::test {
 
-/// Which allocations throw std::bad_alloc (or give null, asked for without exceptions).
-enum class Failing {
-  Once,      ///< The one with that number.
-  FromThen,  ///< That one and all after it.
-};
-
 /// Watches all threads from its construction to its destruction. One at a time.
 class Allocations {
  public:
-  /// Fails allocation number `first`, counted from 1; 0 fails none.
-  explicit Allocations(std::uint64_t first = 0, Failing failing = Failing::Once);
+  /// Lets allocation number `failing`, counted from 1, throw std::bad_alloc (or give null, asked
+  /// for without exceptions); 0 fails none.
+  explicit Allocations(std::uint64_t failing = 0);
   ~Allocations();
   Allocations(const Allocations&) = delete;
   Allocations& operator=(const Allocations&) = delete;
@@ -36,7 +31,7 @@ class Allocations {
   std::size_t largest() const;
 
  private:
-  std::uint64_t first_;
+  std::uint64_t failing_;
 };
 
 }  // namespace zdb::test

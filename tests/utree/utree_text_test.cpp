@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -15,6 +14,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kPrinted =
+    "{uel=1,value=,right="
+    "{uel=2,value=,right=,down={uel=1,value=3.000000,right=,down=}}"
+    ",down={uel=1,value=1.500000,right={uel=3,value=-2.000000,right=,down=},down=}}";
 constexpr const char* kGraph =
     "digraph { rankdir=\"LR\"\n"
     "0 [label=\"1\"]\n"
@@ -28,36 +31,12 @@ constexpr const char* kGraph =
     "3 -> 4 [label=\"\u2193\"]\n"
     "}\n";
 
-/// A tree, and a directory of its own as working directory and only place of programs.
-class UTreeText : public testing::Test {
- protected:
-  void SetUp() override {
-    std::string name = testing::TempDir() + "utreeXXXXXX";
-    ASSERT_NE(mkdtemp(name.data()), nullptr);
-    fs::current_path(name);
-    setenv("PATH", name.c_str(), 1);
-    const int keys[3][2] = {{1, 1}, {1, 3}, {2, 1}};
-    const double values[3] = {1.5, -2, 3};
-    for (int i = 0; i < 3; ++i) records_.emplace(keys[i], values + i);
-  }
-  void TearDown() override {
-    const fs::path folder = fs::current_path();
-    fs::current_path(before_);
-    setenv("PATH", path_.c_str(), 1);
-    fs::remove_all(folder);
-  }
-  static std::string contentsOf(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+std::string contentsOf(const std::string& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
 
-  const fs::path before_ = fs::current_path();
-  const std::string path_ = std::getenv("PATH");
-  zdb::dmap::DMapUTree records_{2, 1};
-  UTree& tree_ = *records_.getTree();
-};
-
-TEST_F(UTreeText, Record_IsKeyAndValues) {
+TEST(UTreeText, Record_IsKeyAndValues) {
   UTree wide(3, 2);
   const int key[] = {1, -2, 3};
   const double values[] = {1, -0.25, 1e20, 0, 4};
@@ -70,40 +49,44 @@ TEST_F(UTreeText, Record_IsKeyAndValues) {
   EXPECT_EQ(UTree::valuesToStr(0, nullptr), "");
 }
 
-TEST_F(UTreeText, Print_NestsNeighboursInEachNode) {
-  testing::internal::CaptureStdout();
-  tree_.pprint();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "{uel=1,value=,right="
-            "{uel=2,value=,right=,down={uel=1,value=3.000000,right=,down=}}"
-            ",down={uel=1,value=1.500000,right={uel=3,value=-2.000000,right=,down=},down=}}");
-}
-
-TEST_F(UTreeText, Graph_HasALineForEachNodeAndLink) {
-  EXPECT_TRUE(tree_.toDotFile("graph"));
-  EXPECT_EQ(contentsOf("graph"), kGraph);
-  EXPECT_TRUE(UTree(1, 1).toDotFile("graph"));
+// In a directory of its own, which is also the only place of programs.
+TEST(UTreeText, Tree_IsPrintedAndDrawnUnderTheNameGivenIfThereIsDot) {
+  std::string folder = testing::TempDir() + "utreeXXXXXX";
+  ASSERT_NE(mkdtemp(folder.data()), nullptr);
+  fs::current_path(folder);
+  setenv("PATH", folder.c_str(), 1);
+  zdb::dmap::DMapUTree records(2, 1);
+  const UTree& tree = *records.getTree();
+  EXPECT_TRUE(tree.toDotFile("graph"));
   EXPECT_EQ(contentsOf("graph"), "digraph { rankdir=\"LR\"\n}\n");
-  EXPECT_FALSE(tree_.toDotFile("missing/graph"));
-  EXPECT_FALSE(tree_.toDotFile("/dev/full"));
-}
+  const int keys[3][2] = {{1, 1}, {1, 3}, {2, 1}};
+  const double values[3] = {1.5, -2, 3};
+  for (int i = 0; i < 3; ++i) records.emplace(keys[i], values + i);
+  EXPECT_TRUE(tree.toDotFile("graph"));
+  EXPECT_EQ(contentsOf("graph"), kGraph);
+  EXPECT_FALSE(tree.toDotFile("missing/graph"));
+  EXPECT_FALSE(tree.toDotFile("/dev/full"));
 
-TEST_F(UTreeText, Picture_IsDrawnUnderTheNameGivenIfThereIsDot) {
+  testing::internal::CaptureStdout();
   testing::internal::CaptureStderr();
-  tree_.toPDF("picture");
+  tree.pprint();
+  tree.toPDF("picture");
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), kPrinted);
   EXPECT_NE(testing::internal::GetCapturedStderr(), "");  // the shell's
   EXPECT_FALSE(fs::exists("picture"));
   // A program that copies the graph to where the picture goes.
   std::ofstream("dot") << "#!/bin/sh\n[ \"$1 $2 $3\" = '-Tpdf tmp.dot -o' ] || exit 1\n"
                           "while read -r line; do echo \"$line\"; done < $2 > \"$4\"\n";
   chmod("dot", 0700);
-  records_.toPDF("x1");
-  for (const char* name : {"a b.pdf", "it's; echo > trap", "$HOME"}) tree_.toPDF(name);
+  records.toPDF("x1");
+  for (const char* name : {"a b.pdf", "it's; echo > trap", "$HOME"}) tree.toPDF(name);
   for (const char* name : {"x1_dmap.pdf", "a b.pdf", "it's; echo > trap", "$HOME"}) {
     EXPECT_EQ(contentsOf(name), kGraph) << name;
   }
   EXPECT_FALSE(fs::exists("trap"));
   EXPECT_FALSE(fs::exists("tmp.dot"));
+  fs::current_path("/");
+  fs::remove_all(folder);
 }
 
 }  // namespace
