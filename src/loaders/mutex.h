@@ -1,6 +1,5 @@
-// Thin wrappers over POSIX mutexes, and a lock that does nothing while a loader has no mutexes.
-#ifndef ZDB_LOADERS_MUTEX_H
-#define ZDB_LOADERS_MUTEX_H
+// Thin wrappers around POSIX mutexes, and a lock that does nothing while a loader has no mutexes.
+#pragma once
 
 #include <pthread.h>
 
@@ -8,14 +7,14 @@ namespace zdb::loaders {
 
 using GC_mutex_t = pthread_mutex_t;
 
-// Creates a mutex that its owner may lock again, since an error callback runs under one and may
-// itself use the loader. Returns 1, or 0 when the system refuses.
+/// Creates a recursive mutex, since an error callback runs with the mutex locked and may itself use
+/// the loader. Returns 1, or 0 if the system refuses.
 int GC_mutex_init(GC_mutex_t& mutex);
 void GC_mutex_delete(GC_mutex_t& mutex);
 void GC_mutex_lock(GC_mutex_t& mutex);
 void GC_mutex_unlock(GC_mutex_t& mutex);
 
-// Holds a mutex for the lifetime of the object; `inUse` false means that nothing is locked.
+/// Holds a mutex for the lifetime of the object; locks nothing if `inUse` is false.
 class Lock {
  public:
   Lock(GC_mutex_t& mutex, bool inUse) : mutex_(inUse ? &mutex : nullptr) {
@@ -32,5 +31,3 @@ class Lock {
 };
 
 }  // namespace zdb::loaders
-
-#endif
