@@ -6,12 +6,12 @@
 
 namespace zdb {
 
-/// Where the records of a sorted array have moved.
+/// Keeps track of where the records of a sorted array have moved.
 ///
-/// A handle on such a record knows it by its number, which changes when another record is inserted
-/// or erased before it. So the symbol notes these changes as long as there are handles to read
-/// them, and a handle that is used again follows what it has missed. Appending moves nothing and is
-/// not noted. The notes are shared: handles may be freed after their symbol.
+/// A handle on such a record identifies it by its number, which changes when another record is
+/// inserted or erased before it. So the symbol logs these changes while there are handles, and a
+/// handle catches up with the log when it is next used. Appending moves nothing and is not logged.
+/// Ownership of the log is shared, since handles may be freed after their symbol.
 class RecordMoves {
   struct Notes {
     std::vector<int> changes;  ///< the number of an inserted record, or ~number of an erased one
@@ -24,7 +24,8 @@ class RecordMoves {
   RecordMoves& operator=(const RecordMoves&) = delete;
   ~RecordMoves() { leave(notes_); }
 
-  /// Makes room for the next note, so that noting cannot fail. Throws std::bad_alloc.
+  /// Makes room for the next entry of the log, so that adding it cannot fail.
+  /// Throws std::bad_alloc.
   void makeRoom() {
     std::vector<int>& changes = notes_->changes;
     if (notes_->owners == 1) changes.clear();
@@ -33,7 +34,7 @@ class RecordMoves {
   void noteInserted(int number) noexcept { note(number); }
   void noteErased(int number) noexcept { note(~number); }
 
-  /// What one handle has read of the notes.
+  /// How far one handle has read the log.
   class Reader {
    public:
     Reader() = default;
@@ -52,8 +53,8 @@ class RecordMoves {
     ~Reader() { leave(notes_); }
 
     bool isUpToDate() const { return notes_ == nullptr || read_ == notes_->changes.size(); }
-    /// The number now of the record that had this number when last read, or -1 if it was erased.
-    /// Linear in the number of changes since.
+    /// The current number of the record that had this number at the last read, or -1 if it was
+    /// erased. Linear in the number of changes since then.
     int follow(int number) {
       for (; number >= 0 && read_ < notes_->changes.size(); ++read_) {
         const int change = notes_->changes[read_];
@@ -77,13 +78,13 @@ class RecordMoves {
     if (notes != nullptr && --notes->owners == 0) delete notes;
   }
   void note(int change) noexcept {
-    if (notes_->owners > 1) notes_->changes.push_back(change);  // there is room
+    if (notes_->owners > 1) notes_->changes.push_back(change);  // makeRoom() was called
   }
 
   Notes* notes_;
 };
 
-/// For storages whose iterators stay with their records.
+/// For storages whose iterators follow their records.
 struct NoMoves {
   struct Reader {
     Reader() = default;

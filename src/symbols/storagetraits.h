@@ -7,8 +7,7 @@
 
 namespace zdb {
 
-/// The container that an iterator belongs to, and how handles keep up with its records: a few lines
-/// a storage.
+/// The container that an iterator belongs to, and how handles follow its records.
 template <typename It>
 struct StorageOf;
 

@@ -33,7 +33,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     follow();
     if (mode >= ModeUniverse) return nullptr;
     if constexpr (kRecordsMove) return it_ == walked().end() ? nullptr : (*it_).second;
-    return (*it_).second;  // the end has no row either
+    return (*it_).second;  // null at the end
   }
   bool moveNext(int highestLabel) override;
   bool movePrev() override;
@@ -56,7 +56,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     follow();
     return mode < ModeUniverse && it_ != walked().end();
   }
-  /// Moves along with the record if that has moved. To be called before the position is used.
+  /// Follows the record if it has moved. To be called before the position is used.
   void follow() const {
     if constexpr (kRecordsMove) {
       if (!moves_.isUpToDate()) [[unlikely]]
@@ -91,7 +91,7 @@ bool stepBackward(Map& records, It& it, const Slice& slice) {
   const It begin = records.begin();
   while (it != begin) {
     --it;
-    if (it == records.end()) return false;  // it stood on a record that was deleted
+    if (it == records.end()) return false;  // its record was deleted
     const int* key = (*it).first;
     if (slice.isPast(key)) return false;
     if (slice.matches(key)) return true;
