@@ -8,11 +8,11 @@
 
 namespace zdb {
 
-/// A file's user information of an equation is its subtype plus this.
+/// In a file, the user information of an equation is its subtype plus this.
 inline constexpr int kEquationOffset = 53;
 
-/// The companion's seven special values with the library's own in the first five places, whatever
-/// the caller has set on the database. The two further ones belong to the companion.
+/// The companion's seven special values, the first five being the library's own, whatever the
+/// caller has set for the database. The other two belong to the companion.
 inline std::array<double, 7> zxfSpecialValues(loaders::zxfRec* zxf) {
   std::array<double, 7> values{};
   loaders::zxfGetSpecialValues(zxf, values.data());
