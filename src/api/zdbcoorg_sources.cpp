@@ -1,14 +1,14 @@
+// Data exchange files and data callbacks.
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 #include "io/callbacksource.h"
 
-// Data exchange files and data callbacks.
 namespace zdb {
 
 namespace {
 
-/// A callback that loading a symbol would call; print alone may be absent.
+/// Whether a callback is given; only `print` may be missing.
 template <typename Callback>
 bool given(Call call, Callback callback, const char* name) {
   return call.given(reinterpret_cast<const void*>(callback), name);
@@ -16,7 +16,7 @@ bool given(Call call, Callback callback, const char* name) {
 
 }  // namespace
 
-// A null file name becomes the exception that a string made of null throws.
+// A null file name becomes the exception that std::string throws for null.
 
 int zdbInitFromZXF(zdbHandle_t db, const char* fileName) {
   return guarded(__func__, db, [&](Call) { return db->InitFromZXF(fileName); });
