@@ -569,8 +569,8 @@ ZDBCCLIB_API int c__zdbmergerecordint(zdbHandle_t db, zdbSymbol_t symbol, const 
                                       int haveValues, const double* values);
 
 /**
- * The same; without makeHandle the result is null and the status 1. Freed by
- * c__zdbfreesymboliterator().
+ * The same; without makeHandle the result is null and the status 1. Freed
+ * by c__zdbfreesymboliterator().
  */
 ZDBCCLIB_API zdbRecord_t c__zdbmergerecordintpy(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
                                                 int checkLabels, int makeHandle, int haveValues,
@@ -821,8 +821,8 @@ ZDBCCLIB_API int c__zdbgetfirstdbdv(zdbHandle_t db, zdbDV_t* violation);
 ZDBCCLIB_API zdbDV_t c__zdbgetfirstdbdvpy(zdbHandle_t db, int* status);
 
 /**
- * Makes a handle at the first violating record of a symbol, null if there is none. Freed by
- * c__zdbfreedvhandle().
+ * Makes a handle at the first violating record of a symbol, null if there is none. Freed
+ * by c__zdbfreedvhandle().
  */
 ZDBCCLIB_API int c__zdbgetfirstdvinsymbol(zdbHandle_t db, zdbSymbol_t symbol, zdbDV_t* violation);
 ZDBCCLIB_API zdbDV_t c__zdbgetfirstdvinsymbolpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);

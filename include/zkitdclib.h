@@ -117,8 +117,8 @@ typedef struct zkitModel* zkitModel_t;
 /* ---- Building a model ------------------------------------------------------------------------ */
 
 /**
- * Makes an empty model. `name` is any text, is not checked and may be null. Freed by
- * zkitModelFree().
+ * Makes an empty model. `name` is any text, is not checked and may be null. Freed
+ * by zkitModelFree().
  */
 ZKIT_API int zkitModelCreate(zkitModel_t* model, const char* name);
 
