@@ -366,7 +366,7 @@ ZDBCCLIB_API int c__zdbmergeuel(zdbHandle_t db, const char* label, int* number);
 
 /**
  * Gets the number of a label, or -1 (and returns 1) if there is no such label. Adds nothing; fails
- * like c__zdbmergeuel(). The first call after many labels were added may take time in their number.
+ * like c__zdbmergeuel().
  */
 ZDBCCLIB_API int c__zdbfinduel(zdbHandle_t db, const char* label, int* number);
 
