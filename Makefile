@@ -1,7 +1,7 @@
-# Every job is one word; `make help` lists them. Missing packages are installed on the way.
+# Every job is one word; `make help` lists them. Missing packages are installed if needed.
 
 JOBS := $(shell nproc)
-# Looked up when it is run: ccache may be among the packages that have just been installed.
+# Evaluated when it is used, since ccache may be among the packages that have just been installed.
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
@@ -18,7 +18,7 @@ demo: build/build.ninja ## run the main job on real data
 test: all ## build everything and run all tests
 	@ctest --preset release -j $(JOBS)
 
-bench: ## measure, each figure beside its peers
+bench: ## measure the library and its peers
 	@script/packages.sh build bench
 	@$(CONFIGURE) --preset release -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build --preset release --target bench/all zxfcclib64
@@ -36,11 +36,11 @@ tsan: ## run the tests of several threads under the thread sanitizer
 	@cmake --build --preset tsan
 	@ctest --preset tsan
 
-format: ## lay out all C and C++ files
+format: ## format all C and C++ files
 	@script/packages.sh lint
 	@script/sources.sh | xargs clang-format -i
 
-lint: ## check layout, common faults, include directions and that every test is built
+lint: ## check layout, common faults, include directions, the manual and that every test is built
 	@script/packages.sh build lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
 	@script/lint.sh build-lint
@@ -54,7 +54,7 @@ clean: ## remove everything that was built
 help: ## list the jobs
 	@sed -n 's/^\([a-z]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 10
 
-# Configuring again is the build's own business once build.ninja is there.
+# Once build.ninja exists, the build itself configures again if needed.
 build/build.ninja:
 	@script/packages.sh build
 	@$(CONFIGURE) --preset release >/dev/null

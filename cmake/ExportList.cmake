@@ -1,7 +1,7 @@
 # Writes the linker's version script from the table of the exported surface:
 #   cmake -DTABLE=exports.def -DOUTPUT=exports.map -P ExportList.cmake
-# A row of the table is one line, so names are taken line by line; a count that no table could have
-# means that the layout of the table changed.
+# A row of the table is one line, so names are read line by line; an impossible number of rows means
+# that the layout of the table has changed.
 file(STRINGS ${TABLE} rows REGEX "^ZDB_(PLAIN|TEXT|TWIN|ENTRY)\\(")
 set(names)
 foreach(row IN LISTS rows)

@@ -1,5 +1,5 @@
-# What a host needs: header and library with their CMake package and pkg-config file, the companions
-# beside the library, the tool and the documents.
+# Installs what a host needs: header and library with their CMake package and pkg-config file, the
+# companions next to the library, the tool and the documents.
 if(NOT ZDB_INSTALL)
   return()
 endif()
@@ -18,7 +18,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/zdbcclib-config-version.c
 install(FILES ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake ${PROJECT_BINARY_DIR}/zdbcclib-config-version.cmake
   DESTINATION ${ZDB_PACKAGE_DIR})
 
-# The .pc file finds the rest from where it lies, so that an installed tree can be moved.
+# The .pc file finds the rest relative to itself, so that an installed tree can be moved.
 cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX} NORMALIZE
   OUTPUT_VARIABLE ZDB_PC_DIR)
 cmake_path(APPEND ZDB_PC_DIR pkgconfig)

@@ -1,9 +1,9 @@
-# zdb_layer(NAME [USES layer...]): the folder of the caller as the layer NAME, compiled once as the
-# objects zdb_NAME. USES names every layer that it may use, directly or not, which come before it.
+# zdb_layer(NAME [USES layer...]): makes the caller's folder the layer NAME, compiled once as the
+# objects zdb_NAME. USES lists every layer that it may use, directly or not; they must come first.
 #
-# That it uses no other is shown by linking it: with ZDB_SHARED_LAYERS each layer becomes a shared
-# library over those that it names, and tests (tests/layers) link its objects with theirs and nothing
-# else. Both refuse what is left undefined.
+# Linking proves that it uses no other: with ZDB_SHARED_LAYERS each layer becomes a shared library
+# that is linked with those in its list, and tests (tests/layers) link its objects with theirs and
+# nothing else. Both fail if a symbol is undefined.
 set_property(GLOBAL PROPERTY ZDB_LAYERS "")
 
 function(zdb_layer name)
@@ -19,7 +19,7 @@ function(zdb_layer name)
   endif()
 endfunction()
 
-# What a layer offers to those above it is visible here, as nothing is in the library of all layers.
+# Symbols are visible in these libraries, while the library of all layers hides them.
 function(zdb_shared_layer name)
   set_target_properties(zdb_${name} PROPERTIES CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF)
   add_library(zdb_layer_${name} SHARED $<TARGET_OBJECTS:zdb_${name}>)

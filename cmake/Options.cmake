@@ -1,4 +1,4 @@
-# Everything but the library itself is off when the project is part of another one.
+# Everything except the library itself is off if the project is part of another one.
 option(ZDB_BUILD_COMPANIONS "Build the companion libraries" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_TOOLS "Build the command-line tool and the examples" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_TESTS "Build tests and fuzzers" ${PROJECT_IS_TOP_LEVEL})

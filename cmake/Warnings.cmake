@@ -1,4 +1,4 @@
-# zdb_flags: the warnings and sanitizer switches that every target of ours is built with.
+# zdb_flags: the warnings and sanitizer flags with which all our targets are built.
 add_library(zdb_flags INTERFACE)
 target_compile_options(zdb_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow
   $<$<COMPILE_LANGUAGE:CXX>:-Wconversion -Wno-sign-conversion

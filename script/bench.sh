@@ -1,9 +1,9 @@
 #!/bin/sh
-# Runs benchmark programs, keeps what they print in OUTPUT_FOLDER, and prints one table of all, each
-# figure beside those of its group and with the factor to the group's fastest:
+# Runs benchmark programs, stores their output in OUTPUT_FOLDER, and prints a table of all figures,
+# grouped, each with its ratio to the fastest of the group:
 #   bench.sh OUTPUT_FOLDER PROGRAM...
-# Times are CPU times, or real ones where a benchmark works in several threads or with files; of
-# repetitions the least counts.
+# Times are CPU times, or real times for benchmarks with several threads or files; the minimum of all
+# repetitions counts.
 set -eu
 
 rows() {

@@ -1,11 +1,11 @@
 #!/bin/sh
-# Fails on an include that points against the direction of the layers: check_includes.sh [--self-test]
+# Fails on an include against the direction of the layers: check_includes.sh [--self-test]
 #
 #   api -> symbols, io -> core, dmap, utree, loaders
 #
-# At the bottom core may use the loaders and the interface of the record maps, and dmap may use
-# utree. Loaders and companions share the contract; what keeps records or labels uses memory. Only
-# api knows the public header.
+# Below that, core may use the loaders and the interface of the record maps, and dmap may use utree.
+# Loaders and companions share the contract; layers that store records or labels use memory. Only api
+# may include the public header.
 set -eu
 
 # check SOURCE_FOLDER: prints each wrong include, fails if there is one. The table names the folders
@@ -38,7 +38,7 @@ check() {
     END { exit wrong }'
 }
 
-# Each of these must be found, and nothing in a tree that is in order.
+# Each of these must be found, and nothing in a correct tree.
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT

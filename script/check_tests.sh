@@ -1,8 +1,8 @@
 #!/bin/sh
-# Fails when a test file is in no build: check_tests.sh BUILD_FOLDER [--self-test]
+# Fails if a test file is not compiled: check_tests.sh BUILD_FOLDER [--self-test]
 #
 # Every C and C++ file under tests/ and fuzz/ must be compiled there. The projects in tests/package
-# are built by a test of their own, which must name their folders.
+# are built by a test of their own, which must list their folders.
 set -eu
 cd "$(dirname "$0")/.."
 

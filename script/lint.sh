@@ -1,6 +1,7 @@
 #!/bin/sh
-# Checks layout, include directions, that every test is built, and clang-tidy's checks over every
-# .cpp and .c file: lint.sh BUILD_FOLDER, which must be configured with everything switched on.
+# Checks formatting, include directions, that the manual says who frees every handle, that every
+# test is built, and clang-tidy's checks on every .cpp and .c file: lint.sh BUILD_FOLDER, which must
+# be configured with everything switched on.
 # shellcheck disable=SC2317 # functions are called through step
 set -u
 cd "$(dirname "$0")/.." || exit
@@ -32,6 +33,8 @@ tidy() {
 step "layout" layout
 step "include directions" script/check_includes.sh
 step "include directions, self-test" script/check_includes.sh --self-test
+step "owners of handles" script/check_owners.sh
+step "owners of handles, self-test" script/check_owners.sh --self-test
 step "tests are built" script/check_tests.sh "$build"
 step "clang-tidy" tidy
 exit "$failed"

@@ -1,24 +1,25 @@
-"""Plants faults in a copy of the tree and tells which of them the tests catch.
+"""Plants faults in a copy of the tree and reports which of them the tests catch.
 
-The table, script/mutants.tsv, has a fault a row: file, which of the lines that read so (from 1),
-the line, the line with the fault, what the tests say (caught, survived, or same for a fault that
-changes nothing) and a reason, which "same" needs; tabs between them. Rows of another list may also
-be JSON objects with file, line, old and new, as --list prints them.
+The table, script/mutants.tsv, has one fault per row, in columns separated by tabs: file, which of
+the identical lines (from 1), the line, the line with the fault, the result of the tests (caught,
+survived, or same for a fault that changes nothing) and a reason, which "same" needs. Rows of
+another list may also be JSON objects with file, line, old and new, as --list prints them.
 
-The unchanged tree is built and tested first. Then all faults that can stand behind a switch go into
-one build, which must pass with every switch off; for each, the test programs that reach its line
-run, cheapest first, until one fails. The others are patched in one by one, and the test programs
-that depend on the file run. A program has five times as long as without a fault, at least 20 s.
-Everything is in build-mutants/: faults.tsv lists the faults, results.tsv gets a line for each as
-soon as it is known: outcome, what caught it, how it was planted, seconds, and the fault.
+The unchanged tree is built and tested first. Then all faults that can have a run-time switch are
+put into one build, which must pass with every switch off; for each, the test programs that reach
+its line run, cheapest first, until one fails. The others are patched in one by one, and the test
+programs that depend on the file run. A program may take five times as long as without a fault, but
+at least 20 s. Everything is in build-mutants/: faults.tsv lists the faults, results.tsv gets a line
+for each as soon as its outcome is known: outcome, what caught it, how it was planted, seconds, and
+the fault.
 
 exit code:
   0  every fault of the table came out as the table says
   1  wrong usage, or a row whose line is not found
-  2  a fault survived that the table says is caught
-  3  as 0, but some faults were only noticed because a test ran out of time
+  2  a fault survived, but the table says that it is caught
+  3  like 0, but some faults were only noticed because a test ran out of time
   4  the tree does not build, or fails its tests, without a fault
-  5  a row is out of date: caught by now, or does not compile
+  5  a row is out of date: its fault is caught now, or does not compile
 """
 
 from __future__ import annotations
@@ -70,7 +71,7 @@ class Stop(Exception):
 
 @dataclass
 class Fault:
-    """A line of a file that reads `old` and is to read `new`."""
+    """A line `old` of a file that is replaced by `new`."""
 
     origin: str
     file: str
@@ -89,7 +90,7 @@ class Fault:
 
 @dataclass
 class Program:
-    """Tests that run as one process."""
+    """Tests that run in one process."""
 
     name: str
     binary: str
@@ -104,7 +105,7 @@ class Program:
 
 @functools.cache
 def lines_of(file: str) -> list[str]:
-    """The lines as they are when the run begins; who goes on editing does not disturb it."""
+    """The lines as they are when the run begins, so that editing does not disturb it."""
     return (ROOT / file).read_text().split("\n")
 
 
@@ -158,7 +159,7 @@ def chosen_faults(options: argparse.Namespace) -> list[Fault]:
 def run(
     command: list[str], seconds: float | None = None, cwd: str | Path | None = None
 ) -> tuple[bool | None, str]:
-    """Whether the command succeeded, None if it ran out of time, and what it printed."""
+    """Returns whether the command succeeded (None if it ran out of time) and its output."""
     printed = WORK / "output.txt"
 
     def limits() -> None:  # a fault must not take all memory or disk
@@ -166,7 +167,7 @@ def run(
         resource.setrlimit(resource.RLIMIT_AS, (16 << 30, 16 << 30))
         resource.setrlimit(resource.RLIMIT_FSIZE, (4 << 30, 4 << 30))
 
-    # What killed tests leave behind goes with the folder.
+    # Files that killed tests leave are removed with the folder.
     scratch = tempfile.TemporaryDirectory(prefix="z", ignore_cleanup_errors=True)
     os.chmod(scratch.name, 0o1777)  # as /tmp: a test run by root goes on as nobody
     with scratch, printed.open("wb") as output:
@@ -190,7 +191,7 @@ def ninja(*arguments: str) -> tuple[bool | None, str]:
 
 
 def write_if_changed(path: Path, content: bytes) -> None:
-    """What does not change keeps its time and is not built again."""
+    """Files that do not change keep their times and are not built again."""
     if not path.exists() or path.read_bytes() != content:
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_bytes(content)
@@ -220,7 +221,7 @@ def build_unchanged() -> None:
 
 
 def plant(faults: Iterable[Fault], patched: Fault | None = None) -> None:
-    """Writes the files of all faults with their switches, and one line as the fault has it."""
+    """Writes the files of all faults with their switches, and one line with its fault."""
     by_file = collections.defaultdict(list)
     for fault in faults:
         by_file[fault.file].append(fault)
@@ -234,7 +235,7 @@ def plant(faults: Iterable[Fault], patched: Fault | None = None) -> None:
 
 
 def build_switches(faults: list[Fault]) -> None:
-    """Builds all switches at once; a line that does not compile with one becomes what it was."""
+    """Builds all switches at once; a line that does not compile with one is restored."""
     taken: set[tuple[str, int]] = set()
     for fault in faults:
         if (fault.file, fault.line) not in taken:
@@ -262,7 +263,7 @@ def build_switches(faults: list[Fault]) -> None:
 
 
 def find_programs() -> list[Program]:
-    """What CTest lists; the cases of a GoogleTest program run as one process."""
+    """The tests that CTest lists; the cases of a GoogleTest program run in one process."""
     ctest = ["ctest", "--test-dir", str(BUILD)]
     listed = subprocess.run([*ctest, "--show-only=json-v1"], check=True, capture_output=True).stdout
     found: dict[str, Program] = {}
@@ -285,7 +286,7 @@ def passes(program: Program, fault: int) -> tuple[bool | None, str]:
 
 
 def measure(programs: list[Program], what: str) -> None:
-    """All pass with no fault; takes their times, and which switches each of them reaches."""
+    """Checks that all pass without a fault; notes their times and the switches they reach."""
     for program in programs:
         start = time.monotonic()
         succeeded, output = passes(program, 0)
@@ -299,7 +300,7 @@ def measure(programs: list[Program], what: str) -> None:
 
 
 def depending(programs: list[Program], file: str) -> list[Program]:
-    """Those linked with the file or with what is built before them; scripts may use anything."""
+    """The tests linked with the file or with what is built before; scripts may use anything."""
     users = {f"/{file}"}
     for block in ninja("-t", "deps")[1].split("\n\n"):
         if f"/{file}\n" in f"{block}\n":
@@ -313,7 +314,7 @@ def depending(programs: list[Program], file: str) -> list[Program]:
 
 
 def judge(fault: Fault, faults: list[Fault], programs: list[Program]) -> str:
-    """Runs the tests that the fault concerns, cheapest first, and tells which of them failed."""
+    """Runs the tests that the fault concerns, cheapest first, and returns the one that failed."""
     if fault.planted:
         chosen = [program for program in programs if fault.number in program.reaches]
     else:

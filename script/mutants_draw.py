@@ -1,4 +1,4 @@
-"""Draws faults at random from the sources of the product, as many of each kind."""
+"""Draws faults at random from the sources of the product, equally many of each kind."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ from mutants_switch import code_of, is_statement
 
 FOLDERS = ("src", "companions")
 SKIPPED = re.compile(r"//|/?\*|#|template\b|using\b|static_assert|namespace\b|friend\b|typedef\b")
-# kind, what is looked for, what comes in its place
+# kind, pattern, replacement
 REPLACEMENTS = [
     ("comparison", re.compile(r" < (?!<)"), " <= "),
     ("comparison", re.compile(r" > (?!>)"), " >= "),
@@ -79,7 +79,7 @@ def candidates(root: Path) -> Iterator[Candidate]:
 
 
 def draw(root: Path, count: int, seed: int) -> list[Candidate]:
-    """`count` faults, the kinds in turn, at most two in a file and one in a line."""
+    """Draws `count` faults, the kinds in turn, at most two per file and one per line."""
     generator = random.Random(seed)
     by_kind: dict[str, list[Candidate]] = {}
     for candidate in candidates(root):

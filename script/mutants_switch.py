@@ -1,4 +1,4 @@
-"""Puts a fault behind a run-time switch, where the line keeps its meaning with one."""
+"""Gives a fault a run-time switch, if the line keeps its meaning with one."""
 
 from __future__ import annotations
 
@@ -7,17 +7,17 @@ import re
 CONTROL = re.compile(r"(?:\} else )?(if|while|for) \(")
 PREFIX = re.compile(r"\} else (?!if)|else (?!if)|case [\w:]+: |default: ")
 DECLARATION = re.compile(r"((?:[\w:<>,&*]+ )+[&*]*\w+ = )(.+)")
-# Two words before anything else make a declaration, which must not be put into braces.
+# Two words at the beginning make a declaration, which must not be put into braces.
 TWO_WORDS = re.compile(r"(?!return |delete |throw |goto )(?:[\w:<>,&*]+[ &*]+)+\w+ *[;({\[=]")
 
 
 def code_of(line: str) -> str:
-    """The line without a comment behind it."""
+    """The line without a trailing comment."""
     return re.sub(r"\s//.*$", "", line).strip()
 
 
 def split_at(text: str, separator: str) -> list[str]:
-    """Splits where no bracket or quotation is open; a bracket too many ends the last part."""
+    """Splits where no bracket or quotation is open; an unmatched bracket ends the last part."""
     parts, depth, quote = [""], 0, ""
     for at, letter in enumerate(text):
         if quote:
@@ -36,13 +36,13 @@ def split_at(text: str, separator: str) -> list[str]:
 
 
 def is_statement(text: str) -> bool:
-    """Whether the text is one or more whole statements, none of which others need to see."""
+    """Whether the text consists of whole statements that declare nothing for others."""
     parts = split_at(text, ";")
     return len(parts) > 1 and parts[-1].strip() == "" and not TWO_WORDS.match(text)
 
 
 def switched_value(old: str, new: str, on: str) -> str | None:
-    """A switch in the value that a variable starts with; the value keeps its type."""
+    """A switch in the initial value of a variable; the value keeps its type."""
     value = DECLARATION.fullmatch(old)
     if not value or not new.startswith(value[1]):
         return None
@@ -94,7 +94,7 @@ def switched(old: str, new: str, number: int) -> str | None:
 
 
 def planted_line(lines: list[str], at: int, new: str, number: int) -> str | None:
-    """The switched line, unless it is the end of a statement that begins above."""
+    """The line with the switch, unless it is the end of a statement that begins above."""
     above = next((code for line in reversed(lines[:at]) if (code := code_of(line))), "")
     line = switched(lines[at], new, number)
     continues = above.endswith(("return", *"=,(&|+-*/<?"))

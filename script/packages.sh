@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs the Debian packages that a job needs, if any is missing: packages.sh JOB...
-# with the jobs build, lint and bench. Silent when everything is there.
+# Installs the Debian packages that a job needs if any are missing: packages.sh JOB...
+# The jobs are build, lint and bench. Prints nothing if all are installed.
 set -eu
 
 packages_for() {

@@ -1,5 +1,5 @@
-// Records through the exported interface, beside the container that keeps them (with the label
-// look-ups that a call has to make) and beside SQLite in memory with prepared statements.
+// Records through the exported interface, compared with the container that holds them (plus the
+// label look-ups that a call makes) and with SQLite in memory with prepared statements.
 
 #include <benchmark/benchmark.h>
 
@@ -27,7 +27,7 @@ void bindTexts(sqlite3_stmt* statement, const std::array<const char*, 3>& texts)
   }
 }
 
-/// The table that a host would keep records in: label numbers, or the texts themselves.
+/// The table in which a host would keep records: with label numbers or texts.
 void loadSqlite(SqliteDb& db, bool asTexts) {
   const Dataset& data = dataset();
   db.run(asTexts
@@ -50,7 +50,7 @@ void loadSqlite(SqliteDb& db, bool asTexts) {
 
 // ---- merge, sorted, without handles
 
-/// Times `load` of a fresh object; making and destroying it is not counted.
+/// Times `load` of a new object, without making and destroying it.
 template <typename Fresh, typename Load>
 void timeLoad(benchmark::State& state, Fresh fresh, Load load) {
   dataset();
@@ -200,7 +200,7 @@ void Walk_SqliteNumbers(benchmark::State& state) {
   countRecords(state);
 }
 
-// Few iterations do: each works on a million records.
+// Few iterations are enough, since each works on a million records.
 #define ZDB_BENCHMARK(function) BENCHMARK(function)->Unit(benchmark::kMillisecond)->MinTime(0.3)
 ZDB_BENCHMARK(MergeSorted_Interface);
 ZDB_BENCHMARK(MergeSorted_Container);

@@ -1,5 +1,5 @@
-// One million labels: merged one after the other, then found in random order. The label list folds
-// case, checks each text and trims it; the peers match exactly.
+// One million labels: merged one by one, then found in random order. The label list ignores case,
+// checks each text and trims it; the peers match exactly.
 
 #include <absl/container/flat_hash_map.h>
 #include <benchmark/benchmark.h>
@@ -38,7 +38,7 @@ const Texts& texts() {
   return made;
 }
 
-// What is compared: a list with merge(text) and find(text), both giving the label's number.
+// The subjects are lists with merge(text) and find(text), which both return the label's number.
 
 class LabelList {
  public:
@@ -132,7 +132,7 @@ void Find(benchmark::State& state) {
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * kLabels);
 }
 
-/// What the aim is about: both in one go.
+/// Both together.
 template <typename List>
 void MergeThenFind(benchmark::State& state) {
   texts();

@@ -1,6 +1,6 @@
-// The three record storages through the exported interface, side by side: loading, finding,
-// walking, slices, switches, copies, domain checks, and arrays of ten million cells beside a copy
-// of memory.
+// The three record storages compared through the exported interface: loading, finding, walking,
+// slices, switches, copies, domain checks, and arrays of ten million cells, the latter also with a
+// copy of memory.
 
 #include <algorithm>
 #include <cstring>
@@ -65,7 +65,7 @@ void Walk(benchmark::State& state) {
   countRecords(state);
 }
 
-// One of 400 first labels, in the middle.
+/// One of 400 first labels, in the middle.
 void WalkSlice(benchmark::State& state) {
   const auto database = loaded(storageOf(state));
   const char* slice[] = {"i200", " ", " "};
@@ -180,7 +180,7 @@ void ArrayToSymbol(benchmark::State& state) {
   countBytes(state, kCells * std::int64_t{sizeof(double)});
 }
 
-// What memory allows: the records of the square, copied as they are.
+/// The speed of memory: copies the records of the square as they are.
 void CopyMemory_SameRecords(benchmark::State& state) {
   constexpr std::size_t kBytes = kCells * (2 * sizeof(int) + sizeof(double));
   const std::vector<char> from(kBytes, 1);

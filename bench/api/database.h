@@ -5,13 +5,13 @@
 #include "dataset.h"
 #include "zdbcclib.h"
 
-/// Ends the program unless `holds`: a figure for something that failed would be worth nothing.
+/// Ends the program unless `holds` is true: a figure for a failed call would be worthless.
 void require(bool holds, const char* what);
 
 void countRecords(benchmark::State& state);
 
-/// A database with the labels and an empty three-dimensional parameter, whose records are kept as
-/// said. The domains are sets of the labels that occur at each position.
+/// A database with the labels and an empty three-dimensional parameter with the given storage. The
+/// domains are sets of the labels that occur at each position.
 class Database {
  public:
   explicit Database(int storage = ZDB_STORAGE_MAP);
@@ -21,7 +21,7 @@ class Database {
 
   /// Adds the records of the data set.
   void load();
-  /// Their number, by a walk that reads each level.
+  /// The number of records, by a walk that reads each level.
   int walk() const;
   zdbHandle_t db() const { return db_; }
   zdbSymbol_t symbol() const { return symbol_; }

@@ -15,8 +15,7 @@ std::vector<std::string> makeLabels() {
   return labels;
 }
 
-/// A record for every point of the cube that a stream of random numbers hits, until there are
-/// enough.
+/// Records at random points of the cube, until there are enough.
 std::vector<int> makePoints(std::mt19937& random) {
   std::vector<bool> taken(kCube);
   std::uniform_int_distribution<int> anyPoint(0, kCube - 1);

@@ -4,10 +4,10 @@
 #include <string>
 #include <vector>
 
-/// One million records with three-part keys, 400 labels a position, one double each.
+/// One million records with keys of three labels, 400 labels per position, and one double each.
 struct Dataset {
   static constexpr int kRecords = 1000000;
-  static constexpr int kLabels = 400;  ///< a position; label numbers go on from one to the next
+  static constexpr int kLabels = 400;  ///< per position; numbers continue from one to the next
 
   std::vector<std::string> labels;                   ///< text of label number i at i - 1
   std::vector<std::array<int, 3>> keys;              ///< in key order
@@ -16,5 +16,5 @@ struct Dataset {
   std::vector<std::array<const char*, 3>> shuffled;  ///< the same in random order
 };
 
-/// Made on first use, the same in every run.
+/// Made on first use; the same in every run.
 const Dataset& dataset();

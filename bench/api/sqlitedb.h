@@ -3,7 +3,7 @@
 #include <sqlite3.h>
 
 /// An SQLite database in memory with statements that are prepared once. Any error ends the program:
-/// a benchmark of a failed call means nothing.
+/// a benchmark of a failed call is worthless.
 class SqliteDb {
  public:
   SqliteDb();
@@ -12,7 +12,7 @@ class SqliteDb {
   SqliteDb& operator=(const SqliteDb&) = delete;
 
   void run(const char* sql);
-  /// The caller finalizes it before the database goes.
+  /// The caller finalizes it before the database is closed.
   sqlite3_stmt* prepare(const char* sql);
 
  private:

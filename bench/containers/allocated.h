@@ -2,6 +2,6 @@
 
 #include <cstdint>
 
-/// Bytes that operator new has taken from the heap and not given back, rounding and the heap's own
-/// header of 8 bytes included.
+/// Bytes that operator new has allocated from the heap and not freed, including rounding and the
+/// heap's own header of 8 bytes.
 std::int64_t allocatedBytes();

@@ -1,7 +1,7 @@
-// Record containers beside their peers: one million records with keys of three labels, 400 labels a
-// position, and one double, unless the name says how many; with "prefixes" 400 by 400 by 6 labels.
-// The column "ns" is the time of one record, "bytes" what it takes on the heap. Repetitions of all
-// benchmarks are mixed, so that a slow phase of the machine does not fall on one container alone;
+// Record containers and their peers: one million records with keys of three labels, 400 labels
+// per position, and one double, unless the name says how many; with "prefixes" 400 by 400 by 6
+// labels. "ns" is the time per record, "bytes" its size on the heap. Repetitions of all
+// benchmarks are mixed, so that a slow phase of the machine does not affect only one container;
 // compare the lines "_min".
 
 #include <benchmark/benchmark.h>
@@ -39,11 +39,11 @@ template <class C>
 std::unique_ptr<C> loaded(const std::vector<Key>& keys) {
   auto container = std::make_unique<C>();
   for (const Key& key : keys) container->insert(key, key[2]);
-  benchmark::DoNotOptimize(container->sum());  // sorts what is sorted late
+  benchmark::DoNotOptimize(container->sum());  // makes a container that sorts late do so
   return container;
 }
 
-/// Loads into new containers; `add` adds all keys.
+/// Times loading into new containers; `add` adds all keys.
 template <class C, class Add>
 void load(benchmark::State& state, const std::vector<Key>& keys, Add add) {
   for (auto _ : state) {
@@ -71,7 +71,7 @@ void loadSorted(benchmark::State& state, const Shape& shape) {
   });
 }
 
-/// Up to the first look-up, before which some containers sort.
+/// Includes the first look-up, before which some containers sort.
 template <class C>
 void loadRandom(benchmark::State& state, const Shape& shape) {
   const std::vector<Key>& keys = cubeOf(shape).shuffled;
@@ -154,7 +154,7 @@ void add(const std::string& name, const Shape& shape,
       ->ReportAggregatesOnly();
 }
 
-/// What a container does that was filled in order, and is not changed then.
+/// The benchmarks of a container that is filled in order and not changed afterwards.
 template <class C>
 void addInOrder(const std::string& name) {
   add("load_sorted/" + name, kScattered, loadSorted<C>);
@@ -190,7 +190,7 @@ void addGrowth(const std::string& name) {
   }
 }
 
-// One by one, random insertions into sorted arrays of this size take minutes; hence not for them.
+/// Without random insertions into sorted arrays, which take minutes at this size.
 void addContainers() {
   using namespace zdb::dmap;
   addAll<RecordMap<DMap>>("DMap");

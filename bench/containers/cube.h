@@ -8,7 +8,7 @@
 /// A key of three labels.
 using Key = std::array<int, 3>;
 
-/// So many different points of a grid with so many labels a position.
+/// A number of different points of a grid, and the number of labels per position.
 struct Shape {
   std::array<int, 3> labels;
   std::size_t records;
@@ -18,7 +18,7 @@ struct Shape {
   }
 };
 
-/// Points that share no more of their keys than they do by chance.
+/// Points that share parts of their keys only by chance.
 constexpr Shape scattered(std::size_t records) {
   return {{400, 400, 400}, records};
 }
@@ -30,8 +30,8 @@ inline constexpr Shape kPrefixes{{400, 400, 6}, 960000};
 struct Cube {
   std::vector<Key> inOrder;
   std::vector<Key> shuffled;
-  std::vector<Key> probes;  ///< The same again in another random order.
+  std::vector<Key> probes;  ///< the same in another random order
 };
 
-/// The same points for the same shape in every run. Keeps the cubes it has made.
+/// The same points for the same shape in every run. Caches the cubes.
 const Cube& cubeOf(const Shape& shape);

@@ -8,8 +8,8 @@
 #include "cube.h"
 #include "memory/slabpool.h"
 
-/// The simpler way to records that never move: an AVL tree whose nodes lie in the same slabs as
-/// those of `DMap`, linked by 32-bit indices.
+/// A simpler container with records that never move: an AVL tree whose nodes lie in the same kind
+/// of slabs as those of `DMap`, linked by 32-bit indices.
 class SlabTree {
  public:
   void append(const Key& key, double value) { insert(key, value); }
@@ -40,7 +40,7 @@ class SlabTree {
   std::uint32_t insertBelow(std::uint32_t at, const Key& key, double value) {
     if (at == kNone) {
       nodes_.ensure(1);
-      at = nodes_.take();
+      at = nodes_.allocate();
       node(at) = {kNone, kNone, 1, key, value};
       return at;
     }
@@ -58,7 +58,7 @@ class SlabTree {
     } else {
       const std::uint32_t left = here.left;
       const std::uint32_t right = here.right;
-      nodes_.give(at);
+      nodes_.free(at);
       if (right == kNone) return left;
       std::uint32_t first = kNone;
       const std::uint32_t rest = withoutFirst(right, first);
@@ -97,7 +97,7 @@ class SlabTree {
     return at;
   }
 
-  /// Lifts the child on the side `up` above `at`.
+  /// Rotates the child on the side `up` above `at`.
   std::uint32_t rotated(std::uint32_t at, std::uint32_t Node::*up, std::uint32_t Node::*down) {
     const std::uint32_t lifted = node(at).*up;
     node(at).*up = node(lifted).*down;

@@ -6,7 +6,7 @@
 
 #include "cube.h"
 
-/// A table in memory whose primary key are the three labels, with prepared statements, in one
+/// A table in memory whose primary key is the three labels, with prepared statements, in one
 /// transaction. Any error ends the program.
 class SqliteMap {
  public:

@@ -1,11 +1,11 @@
-/// The containers that are compared, each behind the same few calls:
-///   append(key, value)   the key is the last one in order
-///   insert(key, value)   the key is new
-///   value(key)           of a key that is there
-///   sum()                of all values, in key order
-///   erase(key)           a key that is there
-///   bytes()              taken from the heap by now, by this container or in all
-///   expect(count)        so many records will come; not for all
+// The containers that are compared, each with the same few functions:
+//   append(key, value)   adds a key that is the last one in order
+//   insert(key, value)   adds a new key
+//   value(key)           the value of an existing key
+//   sum()                the sum of all values, in key order
+//   erase(key)           erases an existing key
+//   bytes()              bytes allocated so far, by this container or in all
+//   expect(count)        announces the number of records; only some containers have it
 #pragma once
 
 #include <absl/container/btree_map.h>
@@ -85,7 +85,7 @@ class PmrMap : private std::pmr::unsynchronized_pool_resource,
   PmrMap() : StandardMap(static_cast<std::pmr::memory_resource*>(this)) {}
 };
 
-/// A vector of pairs. Random insertion is what one does with it then: append all and sort.
+/// A vector of pairs. Random insertion appends all pairs and then sorts, which is the usual way.
 class SortedVector {
  public:
   void append(const Key& key, double value) { records_.emplace_back(key, value); }

@@ -1,7 +1,7 @@
-// Scenarios: data changed through the database and solved again in place, against rebuilding the
-// model or solving it from scratch. Counters: simplex iterations a solve, and the share of the time
-// that is not the solver's but the database's (changing records, updating the instance, calling,
-// reading the objective back).
+// Scenarios: changing data through the database and solving in place, compared with rebuilding the
+// model or solving it from scratch. Counters: simplex iterations per solve, and the share of the
+// time that is spent in the database and not in the solver (changing records, updating the
+// instance, calling, reading the objective).
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -20,7 +20,7 @@ constexpr int kScenarios = 1000;
 constexpr double kPriceSpread = 0.3;
 constexpr double kNeedSpread = 0.2;
 
-// Adds up what the solves took.
+/// Adds up the times of the solves.
 class Tally {
  public:
   explicit Tally(benchmark::State& state) : state_(state), start_(Clock::now()) {}
@@ -116,7 +116,7 @@ BENCHMARK_CAPTURE(dietRebuilt, glpk, "glpk")
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
 
-// One in ten of the needs differs from the base ones in each scenario.
+/// In each scenario, one in ten of the needs differs from the base values.
 void transportHot(benchmark::State& state, const char* solver) {
   const KitInstance instance(makeTransport(baseNeeds()));
   ModelDatabase db(instance.get(), "need", kDemands);
@@ -140,7 +140,7 @@ void transportHot(benchmark::State& state, const char* solver) {
   tally.report();
 }
 
-// The instance is kept and changed as above, but the solver begins anew.
+/// The instance is changed as above, but solved from scratch.
 void transportPlain(benchmark::State& state, const char* solver) {
   const KitInstance instance(makeTransport(baseNeeds()));
   ModelDatabase db(instance.get(), "need", kDemands);
@@ -178,7 +178,7 @@ BENCHMARK_CAPTURE(transportPlain, glpk, "glpk")
 
 constexpr int kWide = 100000;
 
-// Entries of a parameter that go into the instance.
+/// Writing the entries of a parameter to the instance.
 void updateSymbol(benchmark::State& state) {
   const KitInstance instance(makeWide(kWide));
   ModelDatabase db(instance.get(), "weight", kWide);
@@ -187,7 +187,7 @@ void updateSymbol(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kWide);
 }
 
-// Records of a variable that are read from the instance after a solve.
+/// Reading the records of a variable from the instance after a solve.
 void reloadSolution(benchmark::State& state) {
   const KitInstance instance(makeWide(kWide));
   ModelDatabase db(instance.get(), "weight", kWide);

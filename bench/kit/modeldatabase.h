@@ -7,19 +7,19 @@
 
 class ModelDatabase {
  public:
-  // The labels of the parameter are "1" to `count`.
+  /// REQUIRES the labels of the parameter are "1" to `count`.
   ModelDatabase(void* instance, const char* parameter, int count);
   ~ModelDatabase();
   ModelDatabase(const ModelDatabase&) = delete;
   ModelDatabase& operator=(const ModelDatabase&) = delete;
 
-  // Writes the parameter's records, and then their values into the instance.
+  /// Writes the parameter's records, and then their values to the instance.
   void set(const std::vector<double>& values);
   void update();
   void solve(const char* solver);
-  // The level of a symbol without index positions, read from the solution.
+  /// The level of a symbol without index positions, read from the solution.
   double level(const char* symbol) const;
-  // Walks all records of a symbol, which loads them if that was not done since the last solve.
+  /// Walks all records of a symbol, which first loads them if needed.
   int count(const char* symbol) const;
 
  private:

@@ -34,7 +34,7 @@ double uniform(std::mt19937& random, double low, double high) {
   return std::uniform_real_distribution<double>(low, high)(random);
 }
 
-// The host's calls, checked.
+/// Builds a model with the host's functions and checks each result.
 class Builder {
  public:
   Builder() { require(zkitModelCreate(&model_, "bench") == 1, "zkitModelCreate"); }
@@ -63,7 +63,7 @@ class Builder {
   void product(int row, int a, int b, double value) {
     check(zkitAddProduct(model_, row, a, b, value));
   }
-  // The row whose entries are the cost, to be minimised.
+  // Adds the cost, which is to be minimised, and returns the row that defines it.
   int objective() {
     const int cost = column(symbol("cost", ZKIT_VARIABLE, 0), {}, -kInfinite, kInfinite, 0);
     const int definition = row(symbol("costdef", ZKIT_EQUATION, 0), {}, ZKIT_EQUAL, 0);

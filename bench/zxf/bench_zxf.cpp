@@ -1,4 +1,5 @@
-// The exchange file through its C interface: write, read, size, and opening one of many symbols.
+// The exchange file through its C interface: writing, reading, size, and reading one of
+// many symbols.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -38,7 +39,7 @@ void writeSymbol(void* zxf, const char* name, const Row* rows, std::size_t count
   check(C__zxfDataWriteDone(zxf), "ending");
 }
 
-// Spreads the rows over `symbols` symbols, the same number to each.
+/// Distributes the rows evenly over `symbols` symbols.
 void writeZxf(const char* path, const std::vector<Row>& rows, int symbols) {
   const Handle zxf;
   int error = 0;
@@ -137,7 +138,7 @@ void stdioRead(benchmark::State& state) {
   benchRead(state, Values::Random, writeStdio, readStdio);
 }
 
-// A file of 200 symbols: all of them, then only one in the middle.
+/// A file of 200 symbols: all of them, then only one in the middle.
 void zxf200Symbols(benchmark::State& state, int first, int last) {
   const std::vector<Row> rows = makeRows(kMillion, Values::Random);
   const ScratchFile file(".data");
@@ -152,7 +153,7 @@ void zxf200TouchOne(benchmark::State& state) {
   zxf200Symbols(state, 100, 100);
 }
 
-// Time per record from ten thousand to ten million records.
+/// Time per record from ten thousand to ten million records.
 void zxfGrowth(benchmark::State& state) {
   const std::vector<Row> rows = makeRows(static_cast<int>(state.range(0)), Values::Random);
   const ScratchFile file(".data");

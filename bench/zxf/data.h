@@ -14,11 +14,11 @@ enum class Values { Random, TwoDecimals };
 
 constexpr int kLabels = 400;
 
-// `count` distinct records in key order: three label numbers of [1, kLabels], one value of
-// [0, 10000). The same on every run.
+/// `count` distinct records in key order: three label numbers, 1 <= number <= kLabels, and a value,
+/// 0 <= value < 10000. The same in every run.
 std::vector<Row> makeRows(int count, Values values);
 
-// A file name in the system's folder for temporary files; the file is removed with the object.
+/// A file name in the system's folder for temporary files; the file is removed with the object.
 class ScratchFile {
  public:
   explicit ScratchFile(const char* ending);

@@ -24,7 +24,7 @@ constexpr std::size_t kRecordSize = 20;
 
 }  // namespace
 
-// One transaction, one prepared statement, rows in key order, no rowid: its fastest regular way.
+/// The fastest regular way: one transaction, one prepared statement, rows in key order, no rowid.
 void writeSqlite(const char* path, const std::vector<Row>& rows) {
   std::filesystem::remove(path);
   sqlite3* db = nullptr;

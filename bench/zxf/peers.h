@@ -1,10 +1,9 @@
-// What the exchange file is measured against: a SQLite file and plain records through stdio.
+// The peers of the exchange file: an SQLite file and plain records through stdio.
 #pragma once
 
 #include "data.h"
 
-// Each writes a new file and brings it to the disk; each reader returns a sum that needs every
-// field.
+/// Each writer writes a new file and flushes it to disk; each reader returns a sum over all fields.
 void writeSqlite(const char* path, const std::vector<Row>& rows);
 double readSqlite(const char* path);
 

@@ -143,7 +143,7 @@ int zkitSetLimits(void* instance, double seconds, int iterations) {
 int zkitSolve(void* instance, const char* solver, char* message, int size) {
   copyText("", message, size);
   if (instance == nullptr || solver == nullptr) {
-    copyText("Instance and solver must be given", message, size);
+    copyText("Instance and solver must not be null", message, size);
     return 0;
   }
   const int isSolved = callPlain(*at(instance), solver, message, size);

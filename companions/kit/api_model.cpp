@@ -20,7 +20,7 @@ namespace {
 
 using namespace zkit;
 
-constexpr char kOutOfMemory[] = "Out of memory: the model cannot be used any more";
+constexpr char kOutOfMemory[] = "Out of memory: the model can no longer be used";
 
 // Runs a change of a model: 1, or 0 with the reason kept.
 template <typename Work>
@@ -43,7 +43,7 @@ int guarded(zkitModel_t model, Work work) {
 template <typename Work>
 int numbered(zkitModel_t model, int* number, Work work) {
   return guarded(model, [&](ModelBuilder& builder) {
-    if (number == nullptr) throw KitError("A place for the number that results must be given");
+    if (number == nullptr) throw KitError("The output for the number must not be null");
     *number = work(builder);
   });
 }
@@ -115,7 +115,7 @@ int zkitSetObjective(zkitModel_t model, int column, int direction) {
 
 int zkitModelFinish(zkitModel_t model, const char* systemDirectory, void** instance) {
   return guarded(model, [=](const ModelBuilder& builder) {
-    if (instance == nullptr) throw KitError("A place for the instance must be given");
+    if (instance == nullptr) throw KitError("The output for the instance must not be null");
     *instance = nullptr;
     const std::string directory =
         systemDirectory == nullptr ? Environment().systemDirectory() : systemDirectory;

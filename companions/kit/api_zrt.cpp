@@ -84,7 +84,7 @@ int CzrtCallSolver(zrtHandle environment, void* instance, const char* /*controlF
                    char* message) {
   copyText("", message, zdb::contract::kMessageSize);
   if (environment == nullptr || instance == nullptr || solver == nullptr) {
-    return fail("Environment, instance and solver must be given", message);
+    return fail("Environment, instance and solver must not be null", message);
   }
   Instance& model = *static_cast<Instance*>(instance);
   const CallLimits limits(model.environment, limit1, limit4);

@@ -43,7 +43,7 @@ std::vector<std::string_view> wordsOf(std::string_view line) {
 const Engine& kindOf(std::string_view word) {
   const Engine* engine = findEngine(word);
   if (engine != nullptr) return *engine;
-  throw KitError("there is no kind " + quoted(word) + ", use clp, cbc or glpk");
+  throw KitError("unknown solver type " + quoted(word) + ": use clp, cbc or glpk");
 }
 
 ModelType typeOf(std::string_view word, const Engine& engine) {
@@ -51,10 +51,10 @@ ModelType typeOf(std::string_view word, const Engine& engine) {
       std::find_if(std::begin(kModelTypes), std::end(kModelTypes),
                    [word](const NamedType& known) { return isSameText(known.name, word); });
   if (found == std::end(kModelTypes)) {
-    throw KitError("there is no model type " + quoted(word) + ", use LP, MIP and RMIP");
+    throw KitError("unknown model type " + quoted(word) + ": use LP, MIP or RMIP");
   }
   if (found->type == MipModel && !engine.solvesMip) {
-    throw KitError(std::string("the kind ") + engine.name + " does not solve MIP");
+    throw KitError(std::string("solver type ") + engine.name + " does not solve MIP");
   }
   return found->type;
 }
@@ -89,7 +89,7 @@ void Configuration::read(const std::string& file) {
       throw KitError(file + ", line " + std::to_string(number) + ": " + error.what());
     }
   }
-  if (!stream.eof()) throw KitError(file + ": cannot be read, or has an endless line");
+  if (!stream.eof()) throw KitError(file + ": cannot be read, or has a line that is too long");
   if (fresh.count() == 0) throw KitError(file + ": lists no solver");
   fresh.sessions_.resize(fresh.solvers_.size());
   *this = std::move(fresh);
@@ -98,10 +98,13 @@ void Configuration::read(const std::string& file) {
 void Configuration::takeLine(std::string_view line) {
   const std::vector<std::string_view> words = wordsOf(line);
   if (words.empty()) return;
-  if (words.size() < 3) throw KitError("a solver has a name, a kind and model types");
-  if (!isSymbolName(words[0])) throw KitError(quoted(words[0]) + " cannot be a solver's name");
-  if (find(words[0]) != 0) throw KitError(quoted(words[0]) + " is there twice");
-  if (solvers_.size() == kMaxSolvers) throw KitError("there are too many solvers");
+  if (words.size() < 3) throw KitError("a line needs a name, a solver type and model types");
+  if (!isSymbolName(words[0]))
+    throw KitError("invalid solver name " + quoted(words[0]) +
+                   ": use a letter, then letters, digits or _");
+  if (find(words[0]) != 0) throw KitError("solver " + quoted(words[0]) + " is listed twice");
+  if (solvers_.size() == kMaxSolvers)
+    throw KitError("too many solvers: at most " + std::to_string(kMaxSolvers));
   ConfiguredSolver solver = {std::string(words[0]), &kindOf(words[1]), {}};
   for (std::size_t k = 2; k < words.size(); ++k) {
     solver.modelTypes.push_back(typeOf(words[k], *solver.engine));
@@ -118,14 +121,14 @@ int Configuration::find(std::string_view name) const {
 
 const ConfiguredSolver& Configuration::solver(int number) const {
   if (has(number)) return solvers_[static_cast<std::size_t>(number) - 1];
-  throw KitError("There is no solver number " + std::to_string(number) + " among the " +
-                 std::to_string(count()) + " of the configuration");
+  throw KitError("Unknown solver number " + std::to_string(number) + ": the configuration has " +
+                 std::to_string(count()));
 }
 
 const ConfiguredSolver& Configuration::solver(std::string_view name) const {
   const int number = find(name);
   if (number > 0) return solver(number);
-  throw KitError("There is no solver " + quoted(name) + ", use " + names());
+  throw KitError("Unknown solver " + quoted(name) + ": use " + names());
 }
 
 std::string Configuration::names() const {

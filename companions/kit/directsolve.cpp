@@ -77,7 +77,7 @@ void checkNumbers(const LinearModel& model) {
       areBounds(model.rowLower, model.rowUpper)) {
     return;
   }
-  throw KitError("A parameter or bound is infinite or not a number, the model cannot be solved");
+  throw KitError("A parameter or bound is infinite or not a number: the model cannot be solved");
 }
 
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution) {

@@ -79,7 +79,7 @@ int ModelBuilder::addSymbol(std::string_view name, int type, int dim, std::strin
                    " must be a letter, then letters, digits or _, at most 63");
   }
   if (data_.dictionary.findSymbol(name) > 0) {
-    throw KitError("Symbol " + quoted(name) + " is there already");
+    throw KitError("Symbol " + quoted(name) + " exists already");
   }
   if (type != VariableSymbol && type != EquationSymbol) {
     throw KitError("Symbol type must be 5 (variable) or 6 (equation), not " + std::to_string(type));
@@ -118,7 +118,7 @@ void ModelBuilder::addEntry(int number, const char* const* labels, EntryIndex& k
   Key key{};
   for (int d = 0; d < dim; ++d) key[d] = dictionary.findLabel(labels[d]);
   if (known.has(table, number, key.data(), dim)) {
-    throw KitError("Entry " + dictionary.entryName(number, key.data()) + " is there already");
+    throw KitError("Entry " + dictionary.entryName(number, key.data()) + " exists already");
   }
   for (int d = 0; d < dim; ++d) key[d] = dictionary.addLabel(labels[d]);
   known.add(table.count(), number, key.data(), dim);

@@ -26,7 +26,7 @@ std::string contentOf(const std::string& path) {
   std::string content(static_cast<std::size_t>(status.st_size), '\0');
   in.read(content.data(), static_cast<std::streamsize>(content.size()));
   if (!in) throw FileError(path + ": cannot be read: " + std::strerror(errno));
-  if (content.starts_with("\x1f\x8b")) throw FileError(path + ": is compressed, unpack it first");
+  if (content.starts_with("\x1f\x8b")) throw FileError(path + ": is compressed: unpack it first");
   return content;
 }
 
@@ -76,8 +76,8 @@ FileModel readModelFile(const char* path, const char* data, const FileLimits& li
   Texts texts{{path, contentOf(path)}, {}};
   const FileFormat format = formatOf(path, texts.model.content);
   if (data != nullptr && format != FileFormat::MathProg) {
-    throw FileError(std::string(data) + ": a data file goes with a MathProg model only, and " +
-                    path + " is none");
+    throw FileError(std::string(data) + ": only a MathProg model can have a data file, and " +
+                    path + " is not one");
   }
   if (data != nullptr) {
     texts.data = {data, contentOf(data)};

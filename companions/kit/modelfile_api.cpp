@@ -24,7 +24,7 @@ int zkitReadModel(const char* file, const char* data, const char* systemDirector
                   char* message, int size) {
   zkit::copyText("", message, size);
   if (instance == nullptr) {
-    zkit::copyText("no place for the instance given", message, size);
+    zkit::copyText("the output for the instance must not be null", message, size);
     return 0;
   }
   *instance = nullptr;

@@ -75,8 +75,7 @@ class ExtrasReader {
       matrix.row = line;
       std::replace(matrix.row.begin(), matrix.row.end(), ' ', '_');
     }
-    if (word == "qcmatrix" && matrix.row.empty())
-      fail(number_, "QCMATRIX without the name of a row");
+    if (word == "qcmatrix" && matrix.row.empty()) fail(number_, "QCMATRIX needs the name of a row");
     extras_.matrices.push_back(std::move(matrix));
   }
 
@@ -84,7 +83,7 @@ class ExtrasReader {
     const std::string word = lowerCase(takeWord(line));
     const bool maximize = word == "max" || word == "maximize";
     if (!maximize && word != "min" && word != "minimize") {
-      fail(number_, "OBJSENSE is MAX or MIN, not " + quoted(word));
+      fail(number_, "OBJSENSE must be MAX or MIN, not " + quoted(word));
     }
     extras_.maximize = maximize;
   }
@@ -164,7 +163,7 @@ void checkSymmetry(const FileModel& model, const PlacedEntries& placed) {
     if (mirror != placed.end() && mirror->second.value == entry.value) continue;
     fail(entry.line, "the entries of " + quoted(model.columns[at.first - 1].name) + " and " +
                          quoted(model.columns[at.second - 1].name) +
-                         " differ from those of the other order, the matrix must be symmetric");
+                         " differ from those in the other order: the matrix must be symmetric");
   }
 }
 
@@ -183,8 +182,7 @@ int rowOf(const FileModel& model, const Numbers& rows, const MpsMatrix& matrix) 
   if (matrix.row.empty() || matrix.row == model.objectiveName) return 0;
   const auto found = rows.find(matrix.row);
   if (found == rows.end()) {
-    fail(matrix.line,
-         "no row " + quoted(matrix.row) + " in the ROWS section, or one without sense");
+    fail(matrix.line, "no row " + quoted(matrix.row) + " in the ROWS section, or it has type N");
   }
   return found->second;
 }

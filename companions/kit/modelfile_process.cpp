@@ -58,7 +58,7 @@ class MemoryFile {
  public:
   explicit MemoryFile(const std::string& content)
       : descriptor_(memfd_create("model", MFD_CLOEXEC)) {
-    if (number() < 0) throw Complaint("no file in memory could be made");
+    if (number() < 0) throw Complaint("cannot make a file in memory");
     writeAll(number(), content);
   }
 
@@ -71,7 +71,7 @@ class MemoryFile {
 class Pipe {
  public:
   Pipe() : Pipe(makeEnds()) {
-    if (reading() < 0 || writing() < 0) throw Complaint("no pipe to a new process could be made");
+    if (reading() < 0 || writing() < 0) throw Complaint("cannot make a pipe to a new process");
   }
 
   int reading() const { return reading_.number(); }
@@ -134,7 +134,7 @@ class Start {
         posix_spawn(&child, program.c_str(), &actions_, &attributes_, arguments, environ);
     if (error == 0) return child;
     throw Complaint(program + ", the program that translates model files, cannot be started (" +
-                    std::strerror(error) + "); it belongs beside the kit's library");
+                    std::strerror(error) + "); it must be next to the kit's library");
   }
 
  private:
@@ -198,7 +198,7 @@ bool readAll(int descriptor, int seconds, std::string& bytes) {
     throw Complaint("not enough memory to translate the model");
   }
   if (WIFEXITED(status) && WEXITSTATUS(status) == kWrongUse) {
-    throw Complaint(program + " is not the program that belongs to this kit, install both anew");
+    throw Complaint(program + " does not belong to this kit: install both again");
   }
   throw Complaint(
       "GLPK cannot translate the model: its expressions are nested too deeply, or a definition "

@@ -55,7 +55,7 @@ std::string freeName(const std::string& name, const std::string& suffix,
     result = name + suffix + std::to_string(number);
   }
   if (result.size() > zkit::kMaxName) {
-    throw Complaint("the symbol " + result + ", which goes with " + name +
+    throw Complaint("the symbol " + result + ", which is added for " + name +
                     ", would have more than 63 characters");
   }
   return result;

@@ -57,7 +57,7 @@ class Packer {
 };
 
 [[noreturn]] void failCut() {
-  throw Complaint("the model did not arrive whole from the process that translated it");
+  throw Complaint("the process that translated the model sent an incomplete one");
 }
 
 class Unpacker {

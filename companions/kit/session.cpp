@@ -30,7 +30,7 @@ void compareBounds(const std::vector<double>& lowerA, const std::vector<double>&
 void Session::load(Instance& instance) {
   if (instance.isSolvedAsInteger() && !engine_.solvesMip) {
     throw KitError(std::string("Solver ") + engine_.name +
-                   " solves LP and RMIP; the model has integer columns and is MIP");
+                   " solves LP and RMIP only, and the model is MIP: use cbc or glpk");
   }
   makeForm(instance);
 }
@@ -53,7 +53,7 @@ Outcome Session::solve(Instance& instance) {
   } catch (const std::exception& error) {
     outcome = failWith(instance, error.what());
   } catch (...) {  // some solvers have errors of their own kind
-    outcome = failWith(instance, "The solver failed with an error of its own");
+    outcome = failWith(instance, "The solver failed with an unknown error");
   }
   instance.seconds = stop.elapsed();
   if (!instance.message.empty()) instance.environment.log(instance.message.c_str());
@@ -135,7 +135,7 @@ void Session::remember() {
 const Engine& usableEngine(std::string_view name) {
   const Engine* engine = findEngine(name);
   if (engine == nullptr) {
-    throw KitError("There is no solver >" + std::string(name) + "<: use clp, cbc or glpk");
+    throw KitError("Unknown solver >" + std::string(name) + "<: use clp, cbc or glpk");
   }
   if (engine->make != nullptr) return *engine;
   throw KitError(std::string("This kit was built without the solver ") + engine->name);

@@ -297,7 +297,7 @@ class Glpk : public Solver {
         isDone = false;
       }
     });
-    if (!isDone) throw std::runtime_error("glpk failed: out of memory, or an error of its own");
+    if (!isDone) throw std::runtime_error("glpk failed: out of memory or an internal error");
   }
 
   // After a jump the problem is gone with all memory that GLPK had.

@@ -57,7 +57,7 @@ constexpr StatusText kSolveTexts[] = {
     {ZKIT_TIME_LIMIT, "Time limit"},
     {ZKIT_STOPPED, "Stopped by the solver"},
     {ZKIT_INTERRUPTED, "Interrupted"},
-    {ZKIT_SETUP_FAILED, "Model not taken by the solver"},
+    {ZKIT_SETUP_FAILED, "Model rejected by the solver"},
     {ZKIT_SOLVER_FAILED, "Solver failure"},
 };
 

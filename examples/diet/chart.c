@@ -7,7 +7,7 @@
 
 enum { WIDTH = 900, HEIGHT = 420, LEFT = 70, RIGHT = 20, TOP = 50, BOTTOM = 60 };
 
-/* The numbers on an axis: multiples of `step` from `low` to `high`. */
+/* The numbers on an axis: multiples of `step`, low <= number <= high. */
 typedef struct {
   double low;
   double high;

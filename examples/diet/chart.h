@@ -12,7 +12,7 @@ typedef struct {
   const char* baseText;
 } Chart;
 
-/* 1, or 0 after a message. */
+/* Draws the chart. Returns 1, or 0 after a message. */
 int chartWrite(const Chart* chart, const char* file);
 
 #endif

@@ -8,8 +8,7 @@
 #include <stdlib.h>
 #include <string.h>
 
-/* What is known in the middle of a file: the row being collected and the texts that it points at.
- */
+/* The state of reading a file: the row being collected and the texts that it points to. */
 typedef struct {
   CsvRow row;
   char headingText[CSV_MAX_ROW_TEXT];
@@ -39,16 +38,16 @@ int csvNumber(const CsvRow* row, int field, double* number) {
   *number = strtod(text, &end);
   const int isDecimal = *text != '\0' && text[strspn(text, "0123456789.eE+-")] == '\0';
   if (!isDecimal || *end != '\0' || !isfinite(*number)) {
-    return csvFail(row, "%s is \"%s\", a number is wanted", row->heading[field], text);
+    return csvFail(row, "%s is \"%s\", which is not a number", row->heading[field], text);
   }
   if (*number < 0)
-    return csvFail(row, "%s is %s, it must not be negative", row->heading[field], text);
+    return csvFail(row, "%s is %s, but must not be negative", row->heading[field], text);
   return 1;
 }
 
 static void keepField(Reader* reader, const char* text, size_t length) {
   if (strlen(text) != length) {
-    reader->ok = csvFail(&reader->row, "a zero byte stands in the text");
+    reader->ok = csvFail(&reader->row, "the text contains a zero byte");
   } else if (reader->fieldCount == CSV_MAX_FIELDS) {
     reader->ok = csvFail(&reader->row, "more than %d fields", CSV_MAX_FIELDS);
   } else if (reader->textLength + length >= CSV_MAX_ROW_TEXT) {
@@ -78,7 +77,7 @@ static int finishRow(Reader* reader) {
   reader->row.count = reader->fieldCount;
   if (reader->headingCount == 0) return finishHeading(reader);
   if (reader->fieldCount != reader->headingCount) {
-    return csvFail(&reader->row, "%d fields where the heading has %d", reader->fieldCount,
+    return csvFail(&reader->row, "%d fields, but the heading has %d", reader->fieldCount,
                    reader->headingCount);
   }
   return reader->readRow(&reader->row, reader->user);
@@ -95,7 +94,7 @@ static void onRowEnd(int terminator, void* user) {
 static void checkParsed(Reader* reader, const struct csv_parser* parser, int parsed) {
   if (parsed || !reader->ok) return;
   reader->ok = parser->status == CSV_EPARSE
-                   ? csvFail(&reader->row, "a quote stands inside a field or is not closed")
+                   ? csvFail(&reader->row, "a quote is inside a field or not closed")
                    : csvFail(&reader->row, "out of memory");
 }
 
@@ -105,7 +104,7 @@ static int hasOddQuotes(const char* text, size_t length) {
   return odd;
 }
 
-/* Line by line, as the parser does not tell where it is; a row goes on while a quote is open. */
+/* Line by line, since the parser does not report its position; an open quote continues a row. */
 static void parseLines(Reader* reader, struct csv_parser* parser, FILE* input) {
   char* line = NULL;
   size_t capacity = 0;

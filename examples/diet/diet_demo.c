@@ -1,9 +1,9 @@
-/* A host program that takes the least-cost diet data from CSV into a data file, reads that file
- * again, looks into it, changes it and writes a second one; then it looks for the cheapest diet.
+/* A host program that converts the data of the least-cost diet from CSV to a data file, reads that
+ * file, inspects and changes it and writes a second one; then it finds the cheapest diet.
  *
  *     diet_demo DATA_FOLDER OUTPUT_FOLDER
  *
- * Exit code 0 done, 1 failed (the reason is on standard error), 2 wrong use. */
+ * Exit code 0 for success, 1 for failure (with the reason on standard error), 2 for wrong usage. */
 #include <stdio.h>
 
 #include "compare.h"
@@ -76,7 +76,7 @@ static int runModel(const char* file, const char* outputFolder) {
 static int runModel(const char* file, const char* outputFolder) {
   (void)file;
   (void)outputFolder;
-  printf("\n5. The cheapest diet is left out: this build has no solver\n");
+  printf("\n5. No cheapest diet: this build has no solver\n");
   return 1;
 }
 #endif

@@ -8,7 +8,7 @@
 const char* const dietSymbolNames[DIET_SYMBOL_COUNT] = {"food", "nutrient", "content", "price",
                                                         "need"};
 
-/* What the CSV callbacks work on. */
+/* The state of the CSV callbacks. */
 typedef struct {
   zdbHandle_t db;
   const DietSymbols* symbols;
@@ -27,7 +27,7 @@ static zdbSymbol_t addParameter(zdbHandle_t db, const char* name, int dim, const
                                 const zdbSymbol_t* domains) {
   static const char* const kNoNames[] = {"", ""};
   zdbSymbol_t parameter = NULL;
-  /* This call succeeds even when there is no symbol: the handle tells. */
+  /* This call succeeds even if the symbol cannot be added: check the handle. */
   c__zdbaddsymbolx(db, name, dim, ZDB_PARAMETER, 0, text, domains, kNoNames, &parameter);
   if (parameter == NULL) hostFail(db, name);
   return parameter;
@@ -68,7 +68,7 @@ static int rowFail(const CsvRow* row, zdbHandle_t db) {
   return csvFail(row, "%s", message);
 }
 
-/* Adding, not merging: a label that comes twice is a fault in the data. Null after a message. */
+/* Adds, not merges, since a duplicate label is an error in the data. Null after a message. */
 static zdbRecord_t addRecord(const CsvRow* row, zdbHandle_t db, zdbSymbol_t symbol,
                              const char* const* labels) {
   zdbRecord_t record = NULL;

@@ -14,16 +14,16 @@ typedef struct {
 
 enum { DIET_SYMBOL_COUNT = 5 };
 
-/* Names of the symbols, in the order above, and the handle of symbol 0..DIET_SYMBOL_COUNT-1. */
+/* Names of the symbols, in the order above; the handle of symbol i, 0 <= i < DIET_SYMBOL_COUNT. */
 extern const char* const dietSymbolNames[DIET_SYMBOL_COUNT];
 zdbSymbol_t dietSymbol(const DietSymbols* symbols, int i);
 
-/* Adds the five symbols to an empty database; finds them in one. 1, or 0 after a message. */
+/* Add the five symbols to an empty database; find them in one. Return 1, or 0 after a message. */
 int dietAddSymbols(zdbHandle_t db, DietSymbols* symbols);
 int dietFindSymbols(zdbHandle_t db, DietSymbols* symbols);
 
 /* Fills the symbols from needs.csv and foods.csv in the folder. A content of zero gets no record.
- * 1, or 0 after a message that names file and line. */
+ * Returns 1, or 0 after a message that names file and line. */
 int dietReadCsv(zdbHandle_t db, const DietSymbols* symbols, const char* folder);
 
 #endif

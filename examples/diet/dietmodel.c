@@ -7,7 +7,7 @@
 
 enum { MOST_FOODS = 256, MOST_NUTRIENTS = 32 };
 
-/* The label of a food or nutrient, and what the model has for it. */
+/* The label of a food or nutrient, and its rows and columns in the model. */
 typedef struct {
   char label[ZDB_TEXT_SIZE];
   int column;     /* buy(food) or need_var(nutrient) */
@@ -114,7 +114,7 @@ static int addSymbols(Builder* builder) {
           zkitAddRow(model, costDefinition, NULL, ZKIT_EQUAL, 0, &builder->costRow) &&
           zkitAddCoefficient(model, builder->costRow, costColumn, 1) &&
           zkitSetObjective(model, costColumn, 1)) ||
-         modelFail(builder, "cannot begin the model");
+         modelFail(builder, "cannot start the model");
 }
 
 static int build(Builder* builder, zdbHandle_t data, const DietSymbols* symbols, void** instance) {

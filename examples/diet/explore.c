@@ -42,7 +42,7 @@ typedef struct {
   double amount;
 } Holding;
 
-/* The largest so far, the first of them largest. */
+/* The largest so far, in descending order. */
 typedef struct {
   Holding entries[TOP_COUNT];
   int count;
@@ -53,8 +53,8 @@ static void insertHolding(Top* top, const Holding* holding) {
   while (at > 0 && top->entries[at - 1].amount < holding->amount) --at;
   if (at == TOP_COUNT) return;
   if (top->count < TOP_COUNT) ++top->count;
-  const size_t behind = (size_t)(top->count - 1 - at);
-  memmove(&top->entries[at + 1], &top->entries[at], behind * sizeof top->entries[0]);
+  const size_t after = (size_t)(top->count - 1 - at);
+  memmove(&top->entries[at + 1], &top->entries[at], after * sizeof top->entries[0]);
   top->entries[at] = *holding;
 }
 

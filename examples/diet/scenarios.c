@@ -14,14 +14,14 @@
 
 enum { DAYS = 200, BAR_WIDTH = 40, MENU_SIZE = 160 };
 
-/* A day's cheapest diet: what it costs, and its foods with the dollars spent on each. */
+/* A day's cheapest diet: its cost, and its foods with the dollars spent on each. */
 typedef struct {
   int number;
   double cost;
   char menu[MENU_SIZE];
 } Day;
 
-/* The database that the model is solved through. */
+/* The database with which the model is solved. */
 typedef struct {
   zdbHandle_t data; /* the prices and needs as they are */
   zdbHandle_t db;
@@ -33,7 +33,7 @@ typedef struct {
   uint64_t random;
 } Kitchen;
 
-/* Between -1 and 1; the same in every run (Marsaglia's xorshift64). */
+/* A number between -1 and 1; the same in every run (Marsaglia's xorshift64). */
 static double nextRandom(Kitchen* kitchen) {
   kitchen->random ^= kitchen->random << 13;
   kitchen->random ^= kitchen->random >> 7;
@@ -113,7 +113,7 @@ static int changeRecord(zdbHandle_t data, zdbRecord_t record, void* user) {
   return hostSetValue(change->kitchen->db, change->target, labels, value);
 }
 
-/* Sets a parameter to the data's values, each up to `spread` more or less, in the model too. */
+/* Sets a parameter to the data's values, each up to `spread` more or less, also in the model. */
 static int vary(Kitchen* kitchen, zdbSymbol_t source, zdbSymbol_t target, double spread) {
   const char* const all[] = {" "};
   Change change = {kitchen, target, spread};
@@ -203,7 +203,7 @@ static int takeModel(Kitchen* kitchen) {
   return (c__zdbinitfromdict(db, kitchen->instance) && c__zdbinitupdate(db, kitchen->instance) &&
           c__zdbfindsymbol(db, "buy", &kitchen->buy) &&
           c__zdbfindsymbol(db, "cost", &kitchen->cost)) ||
-         hostFail(db, "cannot take the model");
+         hostFail(db, "cannot load the model");
 }
 
 static int cook(Kitchen* kitchen, const DietSymbols* symbols, const char* chart) {

@@ -3,8 +3,9 @@
 #define DIET_SCENARIOS_H
 
 /* Solves the model of the data in `file` and prints the diet; then solves it for 200 days with
- * other prices and needs, each from where the one before ended, prints the cheapest, median and
- * dearest day and draws the cost of all to the file `chart` (SVG). 1, or 0 after a message. */
+ * other prices and needs, each solve starting where the last one ended, prints the cheapest, median
+ * and dearest day and draws the costs of all in the file `chart` (SVG). Returns 1, or 0 after a
+ * message. */
 int dietScenarios(const char* file, const char* chart);
 
 #endif

@@ -1,13 +1,13 @@
+// Argument checks that several functions make.
 #pragma once
 
 #include "api/guard.h"
 #include "symbols/zdbsymboliterator.h"
 
-// Argument checks that several functions make.
 namespace zdb {
 
-/// A symbol of this database, the universe included. One of another database would be read with
-/// this one's labels.
+/// Whether this is a symbol of this database, which may be the universe. A symbol of another
+/// database would be read with this one's labels.
 inline bool symbolGiven(Call call, const AbstractZDBSymbol* symbol) {
   if (symbol == nullptr) [[unlikely]] {
     call.db.setLastError("No symbol handle specified");
@@ -19,7 +19,8 @@ inline bool symbolGiven(Call call, const AbstractZDBSymbol* symbol) {
   return false;
 }
 
-/// As symbolGiven, with the text for the universe, which no record or setting of its own can have.
+/// Like symbolGiven, but refuses the universe, which has no records or settings of its own, with
+/// the given text.
 inline bool userSymbolGiven(Call call, const AbstractZDBSymbol* symbol, const char* universeText) {
   if (!symbolGiven(call, symbol)) return false;
   return !symbol->isUniverse() || call.db.setLastError("%s", universeText);
@@ -46,9 +47,9 @@ inline bool hasNotEnded(Call call, const AbstractZDBSymbolIterator* record) {
   return true;
 }
 
-/// A record handle of this database whose symbol has not been emptied or replaced since, which
-/// would leave its position in memory that is gone. Tested at every use: a binding cannot know what
-/// ends a handle.
+/// A record handle of this database whose symbol has not been cleared or replaced since, which
+/// would leave its position in freed memory. Tested at every use, since a binding cannot know what
+/// makes a handle invalid.
 inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
   if (record == nullptr) [[unlikely]] {
     call.db.setLastError("No symbol record handle specified");
@@ -59,12 +60,12 @@ inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
   return hasNotEnded(call, record);
 }
 
-/// A key array, which only a symbol without index positions can do without.
+/// Whether there is a key array, which may be missing only for a symbol without index positions.
 inline bool keysGiven(Call call, const AbstractZDBSymbol* symbol, const void* keys) {
   return symbol->dim == 0 || call.given(keys, "keys");
 }
 
-/// What to say of a handle that stands on no record: its record was deleted.
+/// Reports a handle without a record, that is, one whose record was deleted.
 inline bool noRecord(Call call, const AbstractZDBSymbolIterator* record) {
   return call.db.setLastError("%s: the record handle of symbol %s stands on no record",
                               call.function, record->symbol->name.c_str());
@@ -75,14 +76,14 @@ inline bool textFits(Call call, const char* text) {
   return call.db.setLastError("Explanatory text too long. Max length is %d", kMaxTextLength);
 }
 
-/// Hands a new object or null to the caller's variable; true when there is one.
+/// Sets the caller's variable to a new object or null; returns whether there is one.
 template <typename Handle>
 inline bool handOut(Handle* object, Handle** out) {
   *out = object;
   return object != nullptr;
 }
 
-/// Copies a text into a caller's buffer of ZDB_TEXT_SIZE bytes, cut to it.
+/// Copies a text into a caller's buffer of ZDB_TEXT_SIZE bytes, cutting it if needed.
 inline void copyText(const char* text, char* out) {
   writeMessage(out, "%s", text);
 }

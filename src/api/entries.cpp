@@ -56,8 +56,7 @@ void zdbxcreated(zdbHandle_t* db, const char* directory) {
   xcreated(db, directory);
 }
 
-// Tests the address and not the handle: callers have come to rely on a failed creation showing in
-// the handle alone.
+/// Tests the address, not the handle: callers rely on a failed creation showing in the handle only.
 int zdbcreated(zdbHandle_t* db, const char* directory, char* message, int messageSize) {
   xcreated(db, directory);
   return copyMessage(message, messageSize, db != nullptr);

@@ -1,6 +1,6 @@
 #include "api/forward.h"
 
-// The c__ family: every function of the table, its arguments passed on as they are.
+// The c__ family: every function of the table, with its arguments passed on unchanged.
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the interface.
 
 #define ZDB_PLAIN(name, lower, result, parameters, arguments, ...) \

@@ -1,3 +1,5 @@
+// The d__ family: the functions that take or return texts, for clients with short strings. The type
+// codes determine which arguments are converted, and how.
 #include <algorithm>
 #include <optional>
 #include <tuple>
@@ -7,8 +9,6 @@
 #include "api/shortstring.h"
 #include "api/signature.h"
 
-// The d__ family: the functions that take or return texts, for clients with short strings. Which
-// arguments are converted, and how, follows from the type codes.
 namespace zdb {
 
 /// The short-string form of a function with these type codes.
@@ -28,8 +28,8 @@ struct ShortForm<Result, Function, CodeList<ResultCode, Codes...>> {
   }
 
  private:
-  /// Rows of a text array: what the caller's dimension says, else the symbol's dimension, which
-  /// comes first among the arguments. Nothing if the symbol has none to tell.
+  /// Number of rows of a text array: the argument for the dimension if there is one, else the
+  /// dimension of the symbol, which is the first argument. None if there is no symbol.
   template <typename... Arguments>
   static std::optional<int> rowCount(::zdbHandle_t db, Arguments... arguments) {
     int rows = 0;
@@ -45,7 +45,7 @@ struct ShortForm<Result, Function, CodeList<ResultCode, Codes...>> {
     return std::clamp(rows, 0, int{ZDB_MAX_DIM});
   }
 
-  /// A handle that is to be given out is null on failure.
+  /// Sets a handle output to null, as on failure.
   template <typename Argument>
   static void clearHandle(Argument argument) {
     if constexpr (std::is_same_v<Argument, ::zdbRecord_t*>) {

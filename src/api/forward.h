@@ -1,11 +1,11 @@
+// Converts between the exported types and our own: opaque handles are pointers to our objects,
+// everything else is passed unchanged.
 #pragma once
 
 #include <type_traits>
 
 #include "api/zdbcoorg.h"
 
-// From the exported types to ours and back: opaque handles are pointers to our objects, everything
-// else passes unchanged.
 namespace zdb {
 
 template <typename T>

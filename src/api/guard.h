@@ -1,3 +1,5 @@
+// The frame in which every API function runs: it traces the call, checks the database handle, and
+// turns exceptions into messages. It costs a successful call two predictable branches.
 #pragma once
 
 #include <exception>
@@ -6,49 +8,47 @@
 
 #include "core/zdb.h"
 
-// The frame that every API function runs in: one place traces, checks the database handle, catches
-// and words what was caught. A call that succeeds pays two predictable branches for it.
 namespace zdb {
 
 class DomainViolation;
 
-/// Writes a function's name to the trace; functions are traced before they do anything else.
+/// Writes a function's name to the trace, before the function does anything else.
 inline void trace(const char* function) {
   if (ZDB::debugLevel > 0) [[unlikely]] {
     debug_out(function, 1);
   }
 }
 
-/// Reports exhausted memory on standard output and in the last-error text. Returns 0.
+/// Reports that memory is exhausted, on standard output and in the last-error text. Returns 0.
 int outOfMemory(const char* function, ZDB& db) noexcept;
 /// Reports any other exception in the last-error text. Returns 0.
 int unexpectedException(const char* function, ZDB& db, const std::exception& exception) noexcept;
 
-/// One call of an API function, handed to its body.
+/// One call of an API function, passed to its body.
 struct Call {
   const char* function;
   ZDB& db;
 
-  /// Whether an argument is there; a null one is reported with its name.
+  /// Whether an argument is not null; if it is, reports it by name.
   bool given(const void* argument, const char* name) const {
     if (argument != nullptr) [[likely]]
       return true;
     missing(name);
-    return false;  // a constant, here and in checks.h: the caller keeps nothing over the report
+    return false;  // a constant, here and in checks.h: the caller saves nothing across the report
   }
   void missing(const char* name) const {
     db.setLastError("%s: argument %s must not be null", function, name);
   }
-  /// As given, for entry `index` of an array.
+  /// Like given, for entry `index` of an array.
   bool givenAt(const void* entry, const char* name, int index) const {
     return entry != nullptr ||
            db.setLastError("%s: argument %s[%d] must not be null", function, name, index);
   }
 };
 
-/// Runs `body(Call)`, which returns whether it worked, and returns that as 1 or 0. `function` is
-/// the caller's __func__; the message about exhausted memory may name another one. Without a
-/// database there is nowhere to leave a message, so the result is just 0.
+/// Runs `body(Call)`, which returns success, and returns 1 or 0. `function` is the caller's
+/// __func__; the message about exhausted memory may name another one. Without a database there is
+/// nowhere to leave a message, so the result is just 0.
 template <typename Body>
 inline int guarded(const char* function, ZDB* db, Body&& body, const char* nameWithoutMemory) {
   trace(function);
@@ -68,7 +68,7 @@ inline int guarded(const char* function, ZDB* db, Body&& body) {
   return guarded(function, db, std::forward<Body>(body), function);
 }
 
-/// What the parameter is called through which a handle is given out.
+/// The name of the parameter through which a handle is returned.
 template <typename Handle>
 inline constexpr const char* kHandleName = nullptr;
 template <>
@@ -78,8 +78,8 @@ inline constexpr const char* kHandleName<AbstractZDBSymbolIterator> = "record";
 template <>
 inline constexpr const char* kHandleName<DomainViolation> = "violation";
 
-/// As guarded, for a function that gives a handle out: the caller's variable, without which it
-/// fails, holds no old handle when `body(Call)` begins.
+/// Like guarded, for a function that returns a handle through a parameter: fails if that is null,
+/// and sets the caller's variable to null before `body(Call)` runs.
 template <typename Handle, typename Body>
 inline int handingOut(const char* function, ZDB* db, Handle** out, Body&& body) {
   return guarded(function, db, [&](Call call) {
@@ -89,8 +89,8 @@ inline int handingOut(const char* function, ZDB* db, Handle** out, Body&& body) 
   });
 }
 
-/// The form of a function for bindings that want the handle as the result: runs
-/// `plain(Handle** out)`, returns what it put there (null on failure) and its result in `status`.
+/// The form of a function for bindings that need the handle as the result: runs `plain(Handle**
+/// out)`, returns the handle (null on failure) and sets `status` to the result.
 template <typename Handle, typename Plain>
 inline Handle* pyTwin(const char* function, ZDB* db, int* status, Plain&& plain) {
   trace(function);

@@ -1,3 +1,5 @@
+// The type codes of each exported function, with which clients can check their own declarations,
+// and compile-time checks that the codes match the functions.
 #pragma once
 
 #include <algorithm>
@@ -6,14 +8,12 @@
 
 #include "zdbcclib.h"
 
-// What the exported surface says about itself: the type codes of each function, which clients can
-// check their own declarations against, and the compile-time checks that keep the codes true.
 namespace zdb {
 
 /// One row of the exported surface.
 struct Signature {
   const char* name;
-  int arguments;     ///< the database handle not counted
+  int arguments;     ///< without the database handle
   const int* codes;  ///< ZDB_CODE_...: the result's, then one per argument
 };
 
@@ -21,8 +21,8 @@ struct Signature {
 extern const Signature kSignatures[];
 extern const int kSignatureCount;
 
-/// Compares a client's idea of a function with the row; writes what differs into `message` (256
-/// bytes), or empties it.
+/// Compares a client's declaration of a function with the row; writes the difference to `message`
+/// (256 bytes), or empties it.
 bool CheckSign(const Signature& row, const char* name, int count, const int* codes, char* message);
 
 template <int... Codes>
@@ -40,7 +40,7 @@ struct CodeList {
   }
 };
 
-/// Whether a parameter (or result) of type T may carry this code.
+/// Whether a parameter (or result) of type T may have this code.
 template <typename T>
 constexpr bool codeFits(int code) {
   using Target = std::remove_pointer_t<T>;

@@ -1,3 +1,5 @@
+// The twins of the functions that return a handle through a parameter, for bindings that need it as
+// the result. They are made from the rows of exports.def; each calls its plain function.
 #include <algorithm>
 #include <cstddef>
 #include <tuple>
@@ -7,8 +9,6 @@
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 
-// The twins of the functions that give a handle out, for bindings that want it as the result: made
-// from the rows of exports.def, each by calling its plain function.
 namespace zdb {
 
 namespace {
@@ -18,7 +18,8 @@ inline constexpr bool kIsHandleOut =
     std::is_same_v<Parameter, zdbSymbol_t*> || std::is_same_v<Parameter, zdbRecord_t*> ||
     std::is_same_v<Parameter, zdbDV_t*>;
 
-/// The twin of a plain function: the same parameters without the handle, and the status at the end.
+/// The twin of a plain function: it has the same parameters except the handle, and the status at
+/// the end.
 template <typename Plain>
 struct Twin;
 

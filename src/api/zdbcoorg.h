@@ -1,3 +1,6 @@
+// The functions that implement the exported interface. Each runs in the frame of guard.h, checks
+// its arguments in a fixed order and calls the database. zdbcclib.h documents them; here they have
+// our own types. They are defined in zdbcoorg_*.cpp, one file per family.
 #pragma once
 
 #include "core/abstractzdbsymbol.h"
@@ -5,9 +8,6 @@
 #include "symbols/zdbsymboliterator.h"
 #include "zdbcclib.h"
 
-// The functions behind the exported interface. Each checks its arguments in a fixed order, calls
-// the database and runs in the frame of guard.h. zdbcclib.h documents them; here the same names
-// stand for this side's types. Bodies: zdbcoorg_*.cpp, a family each.
 namespace zdb {
 
 class DomainViolation;
@@ -23,33 +23,34 @@ using zdbDV_t = DomainViolation*;
 
 // Creating and freeing databases, called by the exported entries.
 
-/// Creates a database in `*db` and empties the message buffer; returns 1 or 0. A failure goes to
-/// the last-error text of the database that `*db` holds, or to standard output when it holds none;
-/// the message buffer stays as it was.
+/// Creates a database in `*db` and empties the message buffer; returns 1 or 0. A failure is
+/// reported in the last-error text of the database in `*db`, or on standard output if there is
+/// none; the message buffer stays as it was.
 int zdbCreate(zdbHandle_t* db, char* message, int messageSize);
-/// The same with the companions taken from `directory`; a null one is a failure.
+/// The same with the companions loaded from `directory`; fails if that is null.
 int zdbCreateD(zdbHandle_t* db, const char* directory, char* message, int messageSize);
 /// Destroys the database in `*db`, if any, and sets it to null.
 void zdbFree(zdbHandle_t* db);
 
-// Not exported: for hosts that build the library into a program.
+// Not exported, for hosts that build the library into a program.
 
-/// Finds a record by label numbers, 0 included.
+/// Finds a record by label numbers, in which 0 is a label like any other.
 int zdbFindRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, zdbRecord_t* record);
 zdbRecord_t zdbFindRecordIntPy(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, int* status);
 
 /// Removes all records, so that the next use loads the symbol again from the data source.
 int zdbResetSymbol(zdbHandle_t db, zdbSymbol_t symbol);
 
-/// Keeps the callbacks, which must stay valid as long as the database, and the five special values
-/// that their data uses. `clear` nonzero drops the records of all symbols first.
+/// Sets the callbacks and the five special values that their data uses. If `clear` is nonzero,
+/// removes the records of all symbols first.
+/// REQUIRES the callbacks are valid as long as the database.
 int zdbSetDataCallbacks(zdbHandle_t db, int clear, zdbFindSymbolCallback_t findSymbol,
                         zdbReadStartCallback_t readStart, zdbReadRecordCallback_t readRecord,
                         zdbReadDoneCallback_t readDone, zdbElemTextCallback_t elemText,
                         zdbPrintCallback_t print, const double* specialValues, void* user);
 
 /// Creates (destroys) the mutexes of the companion loaders, once for the process. Without them the
-/// loaders work unlocked.
+/// loaders lock nothing.
 void zdbInitFunc();
 void zdbFiniFunc();
 

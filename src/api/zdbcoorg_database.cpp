@@ -1,3 +1,4 @@
+// Messages, special values, information and labels: functions on the database as a whole.
 #include <algorithm>
 #include <optional>
 
@@ -6,7 +7,6 @@
 #include "api/zdbcoorg.h"
 #include "symbols/labelcounts.h"
 
-// Messages, special values, information, labels: what belongs to the database as a whole.
 namespace zdb {
 
 int zdbGetLastError(zdbHandle_t db, char* text) {

@@ -1,3 +1,4 @@
+// Symbols to dense arrays and back.
 #include <algorithm>
 
 #include "api/checks.h"
@@ -5,21 +6,20 @@
 #include "api/zdbcoorg.h"
 #include "symbols/densearrays.h"
 
-// Symbols to dense arrays and back.
 namespace zdb {
 
 namespace {
 
 constexpr const char* kUniverseArray = "Cannot convert the Universe to or from an array";
 
-/// The symbol, or the set that an alias stands for, whose dimension counts then.
+/// Checks a symbol and replaces an alias by its set, whose dimension is the one that counts.
 bool arraySymbolGiven(Call call, zdbSymbol_t& symbol) {
   if (!symbolGiven(call, symbol)) return false;
   symbol = symbol->aliasTarget;
   return userSymbolGiven(call, symbol, kUniverseArray);
 }
 
-/// An array that a scalar can do without.
+/// Whether an array is given, which may be missing for a scalar.
 bool givenForPositions(Call call, const AbstractZDBSymbol* symbol, const void* array,
                        const char* name) {
   return symbol->dim == 0 || call.given(array, name);
@@ -82,7 +82,7 @@ int zdbDenseArraySlicesToSymbol(zdbHandle_t db, const double* array, const zdbSy
         !givenForPositions(call, symbol, slices, "slices")) {
       return false;
     }
-    // Without a free position there are no sizes.
+    // If no position is free, there are no sizes.
     const bool isCell = std::all_of(slices, slices + symbol->dim,
                                     [](zdbSymbol_t slice) { return slice != nullptr; });
     return (isCell || call.given(dims, "dims")) &&

@@ -1,10 +1,10 @@
+// Finding and walking records that are outside their domains.
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 #include "symbols/domaincheck.h"
 #include "symbols/domainviolation.h"
 
-// Finding records outside their domains and walking them.
 namespace zdb {
 
 namespace {
@@ -16,7 +16,7 @@ bool violationGiven(Call call, const DomainViolation* violation) {
                               call.function);
 }
 
-/// A handle that still stands on a violating record.
+/// Whether a handle still has a violating record.
 bool validViolation(Call call, const DomainViolation* violation) {
   if (!violationGiven(call, violation)) return false;
   return violation->record() != nullptr || call.db.setLastError("No valid violation handle");

@@ -1,13 +1,13 @@
+// Keys, texts and values of the record at a handle.
 #include <algorithm>
 
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 
-// Keys, texts and values of the record under a handle.
 namespace zdb {
 
-// The message about exhausted memory names zdbGetKeys on purpose: hosts have come to look for it.
+/// The message about exhausted memory names zdbGetKeys by design, since hosts look for that.
 int zdbGetRecordRaw(zdbHandle_t db, zdbRecord_t record, int dim, int* keys, double* values) {
   const auto body = [&](Call call) {
     if (!recordGiven(call, record)) return false;
@@ -59,7 +59,7 @@ int zdbGetKey(zdbHandle_t db, zdbRecord_t record, int position, char* key) {
 
 namespace {
 
-/// A handle on a symbol's record, not on a label of the universe.
+/// Whether a handle is at a symbol's record, not at a label of the universe.
 bool symbolRecordGiven(Call call, const AbstractZDBSymbolIterator* record,
                        const char* universeText) {
   if (!recordGiven(call, record)) return false;
@@ -108,7 +108,7 @@ namespace {
                               record->symbol->name.c_str());
 }
 
-/// The place of a field in the record's row; null and a message when there is none.
+/// The address of a field in the record's row; null and a message if there is none.
 template <int Field>
 double* fieldOf(Call call, AbstractZDBSymbolIterator* record) {
   if (!recordGiven(call, record)) return nullptr;

@@ -1,3 +1,5 @@
+// Making and freeing a database. They need a frame of their own, since there may be no database yet
+// that could hold a message.
 #include <cstdio>
 #include <string>
 
@@ -10,8 +12,6 @@
 #include "loaders/zxf.h"
 #include "symbols/symbolfactory.h"
 
-// Making and freeing a database. The frame differs from the others': there may be no database yet
-// that could keep a message.
 namespace zdb {
 
 namespace {

@@ -1,3 +1,4 @@
+// Starting, moving, comparing, copying and freeing record handles.
 #include <memory>
 
 #include "api/checks.h"
@@ -5,7 +6,6 @@
 #include "api/zdbcoorg.h"
 #include "symbols/records.h"
 
-// Starting, moving, comparing, copying and freeing record handles.
 namespace zdb {
 
 int zdbFindFirstRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {

@@ -1,9 +1,9 @@
+// Model instances: registering, updating, solving.
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 #include "loaders/zmi.h"
 
-// Model instances: registering, updating, solving.
 namespace zdb {
 
 namespace {

@@ -1,9 +1,9 @@
+// Adding, merging, finding and deleting records.
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 #include "symbols/records.h"
 
-// Adding, merging, finding and deleting records.
 namespace zdb {
 
 namespace {

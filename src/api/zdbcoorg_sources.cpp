@@ -1,12 +1,12 @@
+// Data exchange files and data callbacks.
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 #include "io/callbacksource.h"
 
-// Data exchange files and data callbacks.
 namespace zdb {
 
-// A null file name becomes the exception that a string made of null throws.
+// A null file name becomes the exception that std::string throws for null.
 
 int zdbInitFromZXF(zdbHandle_t db, const char* fileName) {
   return guarded(__func__, db, [&](Call) { return db->InitFromZXF(fileName); });

@@ -1,13 +1,13 @@
+// Describing symbols.
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 
-// Describing symbols.
 namespace zdb {
 
 namespace {
 
-/// Where the answer to an information key goes: the outputs that are wanted, cleared at first.
+/// Receives the answer to an information key; clears the outputs, any of which may be null, first.
 struct InfoOutputs {
   int* integer;
   char* text;
@@ -53,8 +53,8 @@ bool putInfo(ZDB& db, zdbSymbol_t symbol, int key, const InfoOutputs& out) {
   }
 }
 
-/// The domain of a position: a symbol, or null and a name. Aliases answer with their set's domains;
-/// what neither of the two knows is the universe.
+/// The domain of a position: a symbol, or null and a name. An alias has the domains of its set. If
+/// there is neither symbol nor name, the domain is the universe.
 std::pair<zdbSymbol_t, const char*> domainAt(const ZDB& db, zdbSymbol_t symbol, int position) {
   const AbstractZDBSymbol& from =
       symbol->aliasTarget->isUniverse() ? *symbol : *symbol->aliasTarget;
@@ -97,7 +97,7 @@ int zdbSymbolType(zdbHandle_t db, zdbSymbol_t symbol, int* type) {
   });
 }
 
-// The slot count is not consulted: callers pass arrays for all positions of the symbol.
+/// Ignores the number of slots: callers pass arrays for all positions of the symbol.
 int zdbGetDomain(zdbHandle_t db, zdbSymbol_t symbol, int /*dim*/, zdbSymbol_t* domains,
                  char* const* names) {
   return guarded(__func__, db, [&](Call call) {
@@ -114,7 +114,7 @@ int zdbGetDomain(zdbHandle_t db, zdbSymbol_t symbol, int /*dim*/, zdbSymbol_t* d
   });
 }
 
-// Has the frame but for the guard: nothing here can throw.
+/// Has no guard, since nothing here can throw.
 int zdbSetUserInfo(zdbHandle_t db, zdbSymbol_t symbol, int value) {
   trace(__func__);
   if (db == nullptr ||

@@ -1,3 +1,4 @@
+// Making, finding, clearing and copying symbols.
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -7,12 +8,11 @@
 #include "api/zdbcoorg.h"
 #include "symbols/copysymbol.h"
 
-// Making, finding, clearing and copying symbols.
 namespace zdb {
 
 namespace {
 
-// Names are read the same way whatever locale the host has set.
+/// Does not depend on the locale that the host has set.
 constexpr bool isLetter(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
 }
@@ -42,7 +42,7 @@ bool nameAndTextAllowed(Call call, const char* name, const char* explText) {
   return call.given(explText, "explText") && textFits(call, explText);
 }
 
-/// A null domain is looked up by its name, so the name must be there.
+/// Whether each null domain has a name, by which it is looked up.
 bool domainNamesGiven(Call call, int dim, const zdbSymbol_t* domains,
                       const char* const* domainNames) {
   for (int i = 0; i < std::min(dim, kMaxDim); ++i) {
@@ -53,7 +53,7 @@ bool domainNamesGiven(Call call, int dim, const zdbSymbol_t* domains,
   return true;
 }
 
-/// Enters a checked symbol into the database; null and a message when that fails.
+/// Adds a checked symbol to the database; null and a message if that fails.
 zdbSymbol_t enterSymbol(ZDB& db, const char* name, int dim, int type, int userInfo,
                         const char* explText, const zdbSymbol_t* domains,
                         const char* const* domainNames) {
@@ -75,7 +75,7 @@ int zdbAddSymbol(zdbHandle_t db, const char* name, int dim, int type, int userIn
   });
 }
 
-// Reports success even when the symbol cannot be entered: callers tell by the null handle.
+/// Returns success even if the symbol cannot be added: callers notice by the null handle.
 int zdbAddSymbolX(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                   const char* explText, const zdbSymbol_t* domains, const char* const* domainNames,
                   zdbSymbol_t* symbol) {
@@ -105,8 +105,8 @@ int zdbFindSymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
 
 namespace {
 
-/// Symbol `index` of an order of the table, of which `count` and `get` know, or the universe for
-/// -1.
+/// Symbol `index` in one of the orders of the table, given by `count` and `get`, or the universe
+/// for -1.
 template <typename Count, typename Get>
 int symbolAt(const char* function, ZDB* db, int index, zdbSymbol_t* symbol, Count count, Get get) {
   return handingOut(function, db, symbol, [&](Call call) {

@@ -20,7 +20,7 @@ struct OneOf {
 };
 
 /// The type codes that may describe a C type. Arrays and single values share a type, so a type can
-/// have several codes; a type that is missing here has no place in a companion's interface.
+/// have several codes; a type that is missing here cannot occur in a companion's interface.
 template <typename T>
 struct Codes;
 template <>
@@ -46,7 +46,7 @@ struct Codes<char**> : OneOf<56> {};
 template <>
 struct Codes<const char**> : OneOf<55> {};
 
-/// Whether the codes describe the function type, the handle being its first parameter.
+/// Whether the codes describe the function type, whose first parameter is the handle.
 template <typename Result, typename Handle, typename... Arguments>
 constexpr bool codesFit(Result (*)(Handle, Arguments...), std::span<const int> codes) {
   if (codes.size() != sizeof...(Arguments) + 1 || !Codes<Result>::has(codes[0])) return false;

@@ -1,27 +1,27 @@
+// The contract between the library and its companions: five interfaces, each with its functions
+// (the .def files of this folder), their type codes, version and exported names. The loaders ask
+// for these and the companions answer from them.
 #pragma once
 
 #include <span>
 
 #include "contract/functiontypes.h"
 
-// What the library and its companions have agreed on: the five interfaces, each with its functions
-// as a list (the .def files of this folder), their type codes, version and exported names. The
-// loaders ask for these and the companions answer from them.
 namespace zdb::contract {
 
 /// An interface of a companion library.
 struct Interface {
-  const char* file;        ///< the library's name for the dynamic linker
-  const char* name;        ///< what the library calls itself in messages
-  int version;             ///< of the calls and their meanings
-  int oldestVersion;       ///< from which on they are the same
-  const char* decoration;  ///< stands before the name of every function
+  const char* file;        ///< file name for the dynamic linker
+  const char* name;        ///< name of the library in messages
+  int version;             ///< version of the functions and their meanings
+  int oldestVersion;       ///< oldest client version that is supported
+  const char* decoration;  ///< prefix of the exported names
   const char* create;      ///< makes an object
-  const char* createD;     ///< the same with a directory; null where there is none
+  const char* createD;     ///< makes one with a directory; null if the library cannot
   const char* free;
   const char* check;  ///< whether a function has these type codes
   const char* versionQuery;
-  const char* setLoadPath;  ///< this one and the next may be missing in the library
+  const char* setLoadPath;  ///< this and the next may be missing from the library
   const char* getLoadPath;
   std::span<const Signature> functions;
 };

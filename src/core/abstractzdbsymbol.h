@@ -16,7 +16,7 @@ namespace zdb {
 class ZDB;
 class AbstractZDBSymbolIterator;
 
-/// Type codes of symbols, as they stand in files and in the exported interface.
+/// Type codes of symbols, as in files and in the exported interface.
 enum SymbolType : int {
   TypeSet = 0,
   TypeParameter = 1,
@@ -25,7 +25,7 @@ enum SymbolType : int {
   TypeAlias = 4,
 };
 
-using dmap::kMaxDim;                        // largest number of index positions
+using dmap::kMaxDim;                        // maximum number of index positions
 inline constexpr int kMaxNameLength = 63;   ///< longest symbol name and label, in bytes
 inline constexpr int kMaxTextLength = 255;  ///< longest explanatory text, in bytes
 inline constexpr int kMaxValues = 5;        ///< level, marginal, lower, upper, scale
@@ -37,10 +37,11 @@ inline constexpr int valueWidth(int type) {
 
 /// What the database knows of a symbol without knowing how its records are stored.
 ///
-/// The storage-specific half is ZDBSymbol<Map, It>. Records are reached only through the virtual
-/// operations; the fields are plain data that the database, the readers and the writers share.
-/// Keys are arrays of `dim` label numbers, rows are valueWidth(type) doubles. Operations that
-/// return a record handle give the caller a new object to delete; null means "no such record".
+/// The part that depends on the storage is ZDBSymbol<Map, It>. Records are accessed through the
+/// virtual functions only; the fields are plain data that the database, the readers and the writers
+/// share. Keys are arrays of `dim` label numbers, rows are valueWidth(type) doubles. A function
+/// that returns a record handle returns a new object, which the caller deletes; null means that
+/// there is no such record.
 class AbstractZDBSymbol {
  public:
   using KeyVisitor = FunctionRef<void(const int* keys)>;
@@ -71,56 +72,63 @@ class AbstractZDBSymbol {
   virtual bool isBegin(const dmap::IDMapIterator& it) = 0;
   virtual bool empty() const = 0;
   virtual int size() const = 0;
-  /// Plain insert; an existing record is left alone.
+  /// Adds a record; an existing one is left as it is.
   virtual void addRecord(const int* keys, const double* values) = 0;
-  /// Appends; constant time when the key is above every present one.
+  /// Adds a record, in constant time if the key is greater than all others.
   virtual void addRecordEnd(const int* keys, const double* values) = 0;
   virtual void forEachRecordKeys(KeyVisitor visit) = 0;
   virtual void forEachRecord(RecordVisitor visit) = 0;
-  /// Stops at the first false and returns it; true when every record was visited.
+  /// Visits records in key order until `visit` returns false, and then returns false;
+  /// otherwise true.
   virtual bool forEachRecordPred(RecordPredicate visit) = 0;
   virtual void forEachRecordValues(ValueVisitor visit) = 0;
   virtual AbstractZDBSymbolIterator* find(const int* keys) = 0;
-  /// Handle on the first record; only for symbols that have one.
+  /// Handle on the first record.
+  /// REQUIRES the symbol has records.
   virtual AbstractZDBSymbolIterator* getBegin() = 0;
-  /// First record in key order that agrees with `keys` wherever those are not 0.
+  /// First record in key order that has the labels `keys` wherever these are not 0.
   virtual AbstractZDBSymbolIterator* findSlice(const int* keys) = 0;
-  /// Finds or creates the record; a new one gets the row that fits the symbol's type. Returns
-  /// whether it worked and the record's row; a handle is made only when `out` is given.
+  /// Finds or adds the record; a new one gets the default row for the symbol's type. Returns
+  /// success and the record's row; makes a handle only if `out` is given.
   virtual std::pair<bool, double*> mergeRecord(int* keys, const double* variableDefaults,
                                                const double* equationDefaults,
                                                AbstractZDBSymbolIterator** out) = 0;
-  /// Creates the record with the row that fits the symbol's type; null when the key is present.
+  /// Adds the record with the default row for the symbol's type; null if the key exists already.
   virtual AbstractZDBSymbolIterator* addRecord(int* keys, const double* variableDefaults,
                                                const double* equationDefaults) = 0;
-  /// Inserts, or replaces the row of a present record when `overwrite` holds; a handle either way.
+  /// Adds the record or, if it exists and `overwrite` is true, replaces its row. Returns a handle
+  /// in either case.
   virtual AbstractZDBSymbolIterator* addRecordRaw(const int* keys, const double* values,
                                                   bool overwrite) = 0;
-  /// Appends after the record added last; for sources that deliver in key order.
+  /// Adds a record after the last one added, for sources that deliver in key order.
   virtual void addRecordLastIt(const int* keys, const double* values) = 0;
-  /// Handle on the last record; only for symbols that have one.
+  /// Handle on the last record.
+  /// REQUIRES the symbol has records.
   virtual AbstractZDBSymbolIterator* getLast() = 0;
-  /// As findSlice, from the last record towards the first.
+  /// Like findSlice, from the last record towards the first.
   virtual AbstractZDBSymbolIterator* findSliceBackwards(const int* keys) = 0;
   virtual dmap::StorageTypes getStorageType() const = 0;
-  /// As forEachRecordPred, but the visitor may stop on a record and the walk ends with its verdict.
+  /// Like forEachRecordPred, but ends on the record for which `visit` returns false, and returns
+  /// its result.
   virtual bool forEachRecordPredIt(RecordPredicate visit) = 0;
-  /// Moves the handle on to the next record outside a checked domain; false when there is none.
+  /// Moves the handle to the next record outside a checked domain; false if there is none.
   virtual bool toNextDomainViolation(AbstractZDBSymbolIterator* it) = 0;
-  /// Removes the record under the handle, which must not be moved or read afterwards.
+  /// Deletes the record at the handle, which must not be moved or read afterwards.
   virtual void deleteRecord(AbstractZDBSymbolIterator* it) = 0;
-  /// Replaces this symbol's records by copies of the other's (equal dim and value width).
+  /// Replaces this symbol's records by copies of the other's.
+  /// REQUIRES both have the same dimension and value width.
   virtual void assignRecords(AbstractZDBSymbol* other) = 0;
-  /// The row that addRecordRaw would give a handle on, without making the handle.
+  /// Like addRecordRaw, but returns the record's row instead of a handle.
   virtual double* storeRow(const int* keys, const double* values, bool overwrite) = 0;
-  /// Takes records as addRecordEnd does, without a virtual call for each; ends with the symbol.
+  /// A sink that adds records as addRecordEnd does, without a virtual call for each. Valid as long
+  /// as the symbol.
   virtual RecordSink appender() = 0;
 
-  int dim;                 ///< index positions, 0..20
-  int type;                ///< a SymbolType
-  int userInfo;            ///< caller's; subtype of variables and equations, set number of an alias
-  int number;              ///< position in the symbol table; -1 for the universe
-  bool isLoaded = true;    ///< false: the records are still with the data source
+  int dim;       ///< index positions, 0 <= dim <= 20
+  int type;      ///< a SymbolType
+  int userInfo;  ///< the caller's; subtype of variables and equations, set number of an alias
+  int number;    ///< position in the symbol table; -1 for the universe
+  bool isLoaded = true;    ///< false while the records are still in the data source
   bool isDomain = false;   ///< some symbol has this one as a domain
   bool isWritten = false;  ///< changed while write recording was active
   /// Why the records that should be here are not, or not all of them; empty otherwise. What is
@@ -129,10 +137,10 @@ class AbstractZDBSymbol {
   std::string name;         ///< at most 63 bytes
   std::string explText;     ///< at most 255 bytes
   HandleNotes handleNotes;  ///< for the handles on its records
-  /// Per label number, whether it is a record of this set; empty unless domains are checked.
+  /// For each label number, whether it is a record of this set; empty unless domains are checked.
   std::vector<int> domainLookup;
-  ZDB* database;                   ///< owner
-  AbstractZDBSymbol* aliasTarget;  ///< itself, or the set (or universe) an alias stands for
+  ZDB* database;                            ///< owner
+  AbstractZDBSymbol* aliasTarget;           ///< itself; for an alias, its set (or the universe)
   std::vector<AbstractZDBSymbol*> domains;  ///< per position; null: known by name only
   std::vector<std::string> domainNames;     ///< the name where `domains` holds null, else empty
 
@@ -141,7 +149,7 @@ class AbstractZDBSymbol {
     const AbstractZDBSymbol* domain = domains[position];
     if (domain == nullptr || domain->aliasTarget->domainLookup.empty()) return false;
     const std::vector<int>& lookup = domain->aliasTarget->domainLookup;
-    const auto label = static_cast<std::size_t>(keys[position]);  // negative: beyond every label
+    const auto label = static_cast<std::size_t>(keys[position]);  // negative: becomes too large
     return label >= lookup.size() || lookup[label] == 0;
   }
   bool violatesDomains(const int* keys) const {
@@ -151,9 +159,9 @@ class AbstractZDBSymbol {
     return false;
   }
 
-  /// A set or an alias of one, over which a position of another symbol can run.
+  /// Whether this is a one-dimensional set, or an alias of one, which can be a domain.
   bool canBeDomain() const { return dim == 1 && (type == TypeSet || type == TypeAlias); }
-  /// Notes that another symbol has this one as a domain; an alias is checked through its set.
+  /// Marks this symbol as the domain of another one; for an alias, its set, which is checked.
   void markAsDomain() {
     isDomain = true;
     aliasTarget->isDomain = true;

@@ -9,8 +9,8 @@ namespace zdb {
 template <typename Signature>
 class FunctionRef;
 
-/// A callable passed down a call, without the allocation of std::function. It refers to the
-/// caller's object and must not outlive the call it was made for.
+/// A reference to a callable, to be passed as an argument without the allocation of std::function.
+/// It must not outlive the callable.
 template <typename Result, typename... Arguments>
 class FunctionRef<Result(Arguments...)> {
  public:
@@ -25,7 +25,8 @@ class FunctionRef<Result(Arguments...)> {
               std::forward<Arguments>(arguments)...);
         }) {}
 
-  /// Calls a member function of `object`, which must live as long as this is called.
+  /// Calls a member function of `object`.
+  /// REQUIRES `object` outlives this reference.
   template <auto member, typename Object>
   static FunctionRef toMember(Object& object) {
     return FunctionRef(&object, [](void* self, Arguments... arguments) -> Result {

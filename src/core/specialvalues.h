@@ -18,21 +18,21 @@ enum SpecialValueIndex : int {
 
 using SpecialValues = std::array<double, 5>;
 
-/// The values that records hold: undefined, not available, the infinities, and an epsilon that
-/// stands for a zero that is present.
+/// The special values in records: undefined, not available, the infinities, and epsilon, which
+/// stands for an explicit zero.
 inline constexpr SpecialValues kLibrarySpecialValues = {
     1.0E300, std::bit_cast<double>(std::uint64_t{0x7FF8000000000000}),
     std::numeric_limits<double>::infinity(), -std::numeric_limits<double>::infinity(),
     std::bit_cast<double>(std::uint64_t{1})};
 
-/// Whether two doubles are the same bits; the only comparison that tells one NaN from another.
+/// Whether two doubles have the same bits; the only comparison that distinguishes NaNs.
 inline bool sameBits(double a, double b) {
   return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
 }
 
 /// Translates between the caller's special values and the library's.
 ///
-/// Callers that use the library's own values pay one test a value.
+/// If the caller uses the library's own values, this costs one test per value.
 class SpecialValueMap {
  public:
   /// 0: the caller's values are the library's; 1: only epsilon differs; 2: others differ too.

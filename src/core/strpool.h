@@ -11,12 +11,14 @@ namespace zdb::strpool {
 /// A pool of texts, each with a number (from 0, in order of insertion) and a value.
 class IStringPool {
  public:
-  /// Number of the text; a text that is present keeps its number, spelling and value.
+  /// Returns the number of the text. An existing text keeps its number, spelling and value.
   virtual int insert(const char* text, int value) = 0;
   virtual bool contains(const char* text) = 0;
-  /// Value of a text that contains() reports.
+  /// Value of a text.
+  /// REQUIRES contains(text).
   virtual int operator[](const char* text) = 0;
-  /// Text of a number in 0..size()-1; lives as long as the pool.
+  /// Text of a number; valid as long as the pool.
+  /// REQUIRES 0 <= number < size().
   virtual const char* get(int number) const = 0;
   virtual int size() const = 0;
 
@@ -24,7 +26,7 @@ class IStringPool {
   ~IStringPool() = default;
 };
 
-/// The pool of element texts; matches without regard to case.
+/// The pool of element texts, which is case-insensitive.
 class TStrHashPool final : public IStringPool {
  public:
   int insert(const char* text, int value) override { return list_.AddObject(text, value); }

@@ -14,38 +14,40 @@ class AbstractZDBSymbol;
 
 namespace zdb::symtable {
 
-/// The symbols of a database by name (without regard to case) and in order of insertion, and apart
-/// from that the ones that are not aliases. A table does not own its symbols.
+/// The symbols of a database by name (case-insensitive) and in order of insertion, and separately
+/// those that are not aliases. A table does not own its symbols.
 class ISymbolTable {
  public:
   using SymbolVisitor = FunctionRef<bool(AbstractZDBSymbol*)>;
   using NamedVisitor = FunctionRef<bool(const char*, AbstractZDBSymbol*)>;
 
   virtual ~ISymbolTable() = default;
-  /// Drops the records of every symbol and marks it as not loaded; the symbols stay.
+  /// Removes the records of all symbols, which then count as not loaded; the symbols stay.
   virtual void clearAndUnload() = 0;
-  /// Does not test for a present name: the caller has asked contains().
+  /// Adds a symbol at the end of the order.
+  /// REQUIRES !contains(name).
   virtual void insert(const char* name, AbstractZDBSymbol* symbol) = 0;
-  /// Puts the new symbol in the old one's place in both orders and under its name.
+  /// Replaces the old symbol by the new one, in both orders and under its name.
   virtual void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) = 0;
-  /// In order of insertion; stops at the first false and returns the last call's result, or true
-  /// for an empty table.
+  /// Visits symbols in order of insertion until `visit` returns false. Returns the result of the
+  /// last call, or true for an empty table.
   virtual bool forEach(SymbolVisitor visit) = 0;
   virtual bool forEach(NamedVisitor visit) = 0;
-  /// Slot of a name that contains() reports; for any other an std::out_of_range.
+  /// Slot of a name; throws std::out_of_range for an unknown one.
   virtual AbstractZDBSymbol*& operator[](const char* name) = 0;
-  /// Slot at a position in 0..size()-1.
+  /// Slot at a position.
+  /// REQUIRES 0 <= index < size().
   virtual AbstractZDBSymbol*& operator[](int index) = 0;
   virtual AbstractZDBSymbol* front() = 0;
   virtual bool contains(const char* name) = 0;
   virtual int size() const = 0;
   virtual bool empty() const = 0;
   virtual int nonAliasCount() const = 0;
-  /// The index-th (from 0) symbol that is not an alias.
+  /// The symbol at `index`, counted from 0, among those that are not aliases.
   virtual AbstractZDBSymbol* nonAliasSymbol(int index) const = 0;
 };
 
-/// What both tables do alike: the walks and the order of the symbols that are not aliases.
+/// What both tables have in common: the walks and the order of the symbols that are not aliases.
 class OrderedSymbolTable : public ISymbolTable {
  public:
   void clearAndUnload() override;
@@ -59,7 +61,7 @@ class OrderedSymbolTable : public ISymbolTable {
   using ISymbolTable::operator[];
 
  protected:
-  /// Makes room first, so that an insertion that runs out of memory leaves no trace of the symbol.
+  /// To be called before an insertion, so that one that runs out of memory leaves no trace.
   void makeRoom() {
     if (nonAlias_.size() == nonAlias_.capacity()) nonAlias_.reserve(2 * nonAlias_.size() + 8);
   }

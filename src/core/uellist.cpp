@@ -17,7 +17,7 @@ constexpr const char* kTooLong = "Label exceeds maximum size of %d: >%s<";
 
 constexpr auto ascii_toupper_char = zxf::utils::toupper;
 
-// isspace of the C locale, which is all that labels are read under.
+/// isspace of the C locale: labels are always read as in that locale.
 constexpr bool isWhiteSpace(char c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }

@@ -1,3 +1,8 @@
+// Labels: the texts that record keys are made of, and their numbers.
+//
+// Records hold numbers of 4 bytes instead of texts, so each text is stored once and keys compare as
+// integers. txstrhashlist.h says what a look-up costs. Labels are never removed: numbers and texts
+// are valid as long as the list, which owns the texts.
 #pragma once
 
 #include <cstddef>
@@ -8,27 +13,29 @@
 
 #include "core/txstrhashlist.h"
 
-/// Labels: the texts that record keys are made of, and their numbers.
 namespace zdb::uellist {
 
 /// Labels are numbered from 1 in order of first appearance; number 0 is a single blank. They are
 /// matched without regard to case, and the first spelling is kept.
 class IUELList {
  public:
-  /// False when the text breaks the label rules; else `number` is the label's, or -1 when unknown.
+  /// False if the text is not a valid label; else `number` is that of the label, or -1 if it
+  /// is unknown.
   virtual bool find(const char* text, int& number) = 0;
-  /// False when the text breaks the label rules; else `number` is the label's, new or present.
+  /// False if the text is not a valid label; else `number` is that of the label, which is added if
+  /// it is new.
   virtual bool merge(const char* text, int& number) = 0;
-  /// Text of a number in 0..size()-1, which is not checked.
+  /// Text of a number.
+  /// REQUIRES 0 <= number < size().
   virtual const char* operator[](int number) const = 0;
-  /// Entries, number 0 included.
+  /// Number of entries, including number 0.
   virtual int size() const = 0;
 
  protected:
   ~IUELList() = default;
 };
 
-/// What CheckAndTrimUELStr finds.
+/// Results of CheckAndTrimUELStr.
 enum LabelCheck : int {
   LabelGood = 0,
   LabelMixedQuotes = 1,
@@ -37,26 +44,27 @@ enum LabelCheck : int {
   LabelNull = 4,
 };
 
-/// What a label text that obeys the rules is looked up by.
+/// What a valid label is looked up by.
 struct CheckedLabel {
-  int length;          ///< bytes that are kept: without trailing white space
-  std::uint32_t hash;  ///< of these
+  int length;          ///< bytes without trailing white space
+  std::uint32_t hash;  ///< hash of these bytes
 };
 
-/// Checks a label text against the rules, in one pass and without copying it.
+/// Checks whether a text is a valid label, in one pass and without copying it.
 LabelCheck CheckLabel(const char* text, CheckedLabel& label);
 
-/// The same, and copies the kept part of the text, terminated, into a buffer of at least 64 bytes.
+/// The same; also copies the label, trimmed and terminated, into a buffer of at least 64 bytes.
 LabelCheck CheckAndTrimUELStr(const char* text, char* out, int& length);
 
-/// As CheckAndTrimUELStr, and writes the message that belongs to a failure into `errorText` (256
-/// bytes). Control characters and a null text fail without one.
+/// Like CheckAndTrimUELStr; on failure also writes a message into `errorText` (256 bytes), except
+/// for control characters and null.
 bool UELStrCheck(char* errorText, const char* text, char* out, int& length);
 
-/// The label list that the database uses. Finding allocates nothing; merging allocates the entry.
+/// The label list that the database uses. Finding allocates nothing; merging allocates new entries.
 class UELList final : public IUELList {
  public:
-  /// Failures write their message into `errorText` (256 bytes), which outlives the list.
+  /// Failures write their message into `errorText` (256 bytes).
+  /// REQUIRES `errorText` outlives the list.
   explicit UELList(char* errorText);
   UELList(const UELList&) = delete;
   // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the general form handles it
@@ -74,8 +82,8 @@ class UELList final : public IUELList {
   char* errorText_;
 };
 
-/// The same on a standard hash map. On purpose it differs from UELList: blanks are labels like any
-/// other, trailing blanks are kept in the stored text, control characters are not checked.
+/// The same on a standard hash map. By contract it differs from UELList: blanks are labels like any
+/// other, trailing blanks are kept in the stored text, and control characters are not checked.
 class UnorderedMapUELList final : public IUELList {
  public:
   explicit UnorderedMapUELList(char* errorText) : errorText_(errorText) {}

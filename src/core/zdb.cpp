@@ -27,7 +27,7 @@ ZDB::~ZDB() {
 }
 
 bool ZDB::setLastError(const char* format, ...) {
-  // Formatted aside first: an argument may be the last-error text itself.
+  // Formatted elsewhere first, since an argument may be the last-error text itself.
   char text[kMessageSize];
   std::va_list arguments;
   va_start(arguments, format);

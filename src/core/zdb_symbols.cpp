@@ -1,14 +1,14 @@
+// The symbols of a database: making, finding and replacing them.
 #include <algorithm>
 #include <cstring>
 
 #include "core/zdb.h"
 
-// The symbols of a database: making, finding and replacing them.
 namespace zdb {
 
 namespace {
 
-/// Every symbol of the database that refers to `from` refers to `to` from now on.
+/// Makes every symbol of the database that refers to `from` refer to `to`.
 void redirectReferences(ZDB& db, AbstractZDBSymbol* from, AbstractZDBSymbol* to) {
   const auto redirect = [&](AbstractZDBSymbol* symbol) {
     if (symbol->aliasTarget == from) symbol->aliasTarget = to;
@@ -57,7 +57,7 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZ
 }
 
 AbstractZDBSymbol* ZDB::insertSymbol(std::unique_ptr<AbstractZDBSymbol> symbol) {
-  // Whoever reads domains may count on them, even when what should have set them failed.
+  // Code that reads domains can rely on them, even if what should have set them failed.
   symbol->domains.resize(static_cast<std::size_t>(symbol->dim), universe());
   symbol->domainNames.resize(static_cast<std::size_t>(symbol->dim));
   symbols_.insert(symbol->name.c_str(), symbol.get());

@@ -8,20 +8,20 @@ namespace loaders {
 struct zxfRec;
 }
 
-/// An object of the data exchange file companion, freed with this one. Freeing it while a file is
-/// being written leaves an older file of that name as it was.
+/// Owns an object of the data exchange file companion. If it is freed while a file is being
+/// written, an older file of that name stays as it was.
 class ZXFHandle {
  public:
-  /// The companion is loaded from `directory`, or found by the default search if that is empty.
-  /// When it cannot be had, there is no object and a message.
+  /// The companion is loaded from `directory`, or by the default search if that is empty. If that
+  /// fails, there is no object, and message() says why.
   explicit ZXFHandle(const std::string& directory);
   ZXFHandle(const ZXFHandle&) = delete;
   ZXFHandle& operator=(const ZXFHandle&) = delete;
   ~ZXFHandle();
 
-  /// Null when the companion could not be had.
+  /// Null if the companion could not be loaded.
   loaders::zxfRec* get() const { return zxf_; }
-  /// Why there is no object.
+  /// The reason if there is no object.
   const char* message() const { return message_; }
 
  private:

@@ -23,7 +23,7 @@ constexpr std::array<MakeTree, sizeof...(I)> makersFor(std::index_sequence<I...>
   return {makeTree<static_cast<int>(I) + 1, W>...};
 }
 
-// Entry N-1 makes a map for keys of N labels.
+/// Entry N-1 makes a map for keys of N labels.
 constexpr auto kOneDouble = makersFor<1>(std::make_index_sequence<kMaxDim>());
 constexpr auto kFiveDoubles = makersFor<5>(std::make_index_sequence<kMaxDim>());
 

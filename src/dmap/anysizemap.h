@@ -1,4 +1,4 @@
-/// One ordered map out of forty kinds, chosen at run time by key length and value width.
+// One ordered map out of forty kinds, chosen at run time by key length and value width.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace zdb::dmap {
 
-/// A position in an `AnySizeMap`, or the address of a double, for dimension 0. Trivially copied.
+/// A position in an `AnySizeMap` or, for dimension 0, the address of a double. Trivially copyable.
 class AnySizeMapIterator {
  public:
   AnySizeMapIterator() = default;
@@ -36,7 +36,7 @@ class AnySizeMapIterator {
   }
   bool operator==(const AnySizeMapIterator& other) const { return at_.key == other.at_.key; }
   bool isNull() const { return at_.key == nullptr; }
-  /// At the end of a map, or at nothing: there is no record then.
+  /// At the end of a map, or default-constructed: there is no record.
   bool isTreeEnd() const { return static_cast<const void*>(at_.key) == tree_; }
   /// The record, key first.
   int* record() const { return at_.key; }
@@ -49,11 +49,11 @@ class AnySizeMapIterator {
   }
 
   RecordPosition at_;
-  const RecordTreeBase* tree_ = nullptr;  ///< Null for dimension 0.
+  const RecordTreeBase* tree_ = nullptr;  ///< null for dimension 0
 };
 
-/// Owner of one record tree of the kind (key length 1 to 20, one or five doubles), or of none for
-/// key length 0, which is a scalar and has no map.
+/// Owns one record tree of the kind that fits (key length 1 to 20, one or five doubles), or none
+/// for key length 0, which is a scalar and needs no map.
 class AnySizeMap {
  public:
   /// Throws std::invalid_argument for a key length outside 0 to 20.

@@ -32,7 +32,7 @@ DMapIterator DMap::insert_or_assign(DMapIterator& hint, const int* key, const do
   return iterator(inserted.at);
 }
 
-// A hint from elsewhere is no hint.
+/// A hint into another container is ignored.
 RecordTreeBase::Inserted DMap::insertNear(const DMapIterator& hint, const int* key,
                                           const double* values) {
   RecordTreeBase& tree = map_.tree();

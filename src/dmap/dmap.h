@@ -1,4 +1,9 @@
-/// The default record container: an ordered tree with stable records.
+// The default record container: an ordered map that never moves a record.
+//
+// It is for records that are added, deleted and found in any order: about 32 bytes for three labels
+// and a double, 380 ns to find one among a million. A symbol that is filled in key order and then
+// mostly read takes less memory in a `DMapVector`; keys that share long prefixes can take less in a
+// `DMapUTree`. idmap.h compares the containers with each other and with their peers.
 #pragma once
 
 #include <algorithm>
@@ -15,15 +20,15 @@ class DMapVector;
 
 /// A position in a `DMap`.
 ///
-/// Stays valid when other records are added or erased. An iterator at the end stays the end
-/// whatever happens; moved back it reaches the record that is the last one then. Moving past the
-/// end or before the first record has no effect, and an iterator whose record was erased moves to
-/// the end, except for dimension 0, where moving adds or subtracts one double without looking.
-/// All operations are O(1), but a record whose neighbourhood was reorganised since is looked up
-/// once, O(log n).
+/// Adding and erasing other records does not invalidate it. The end iterator stays the end whatever
+/// happens; moved back, it reaches whichever record is the last one by then. Moving past the end or
+/// before the first record has no effect, and an iterator whose record was erased moves to the end,
+/// except for dimension 0, where moving adds or subtracts one double without any check. All
+/// operations are O(1), except that a record whose leaf was split or rebalanced since is looked up
+/// again once, O(log n).
 class DMapIterator final : public BaseDMapIterator, public IDMapIterator {
  public:
-  /// Points nowhere: dimension 0, width 0.
+  /// Singular: dimension 0, width 0.
   DMapIterator() = default;
   /// `at` is a position in a container of this dimension and value width.
   DMapIterator(int dim, int valueWidth, const AnySizeMapIterator& at)
@@ -35,7 +40,8 @@ class DMapIterator final : public BaseDMapIterator, public IDMapIterator {
     at_.next();
     return *this;
   }
-  /// The common case of ++, which cannot come to the end: true if it was one, else nothing moved.
+  /// The common case of ++, which cannot reach the end. Returns false, without moving, if this is
+  /// not that case.
   bool stepInLeaf() { return at_.nextInLeaf(); }
   DMapIterator& operator--() override {
     at_.prev();
@@ -49,7 +55,7 @@ class DMapIterator final : public BaseDMapIterator, public IDMapIterator {
   }
   bool operator==(const IDMapIterator& other) const override;
   bool operator!=(const IDMapIterator& other) const override { return !(*this == other); }
-  /// The same without asking for the other iterator's type.
+  /// The same without a run-time check of the other iterator's type.
   bool operator==(const DMapIterator& other) const {
     return at_ == other.at_ && dim_ == other.dim_ && valueWidth_ == other.valueWidth_;
   }
@@ -59,17 +65,18 @@ class DMapIterator final : public BaseDMapIterator, public IDMapIterator {
   const AnySizeMapIterator& position() const { return at_; }
 
  private:
-  std::uint8_t dim_ = 0;         ///< The kind of map: 0 for a scalar, else the key length.
-  std::uint8_t valueWidth_ = 0;  ///< As the container's, at most 255.
+  std::uint8_t dim_ = 0;         ///< the kind of map: 0 for a scalar, else the key length
+  std::uint8_t valueWidth_ = 0;  ///< as the container's, at most 255
   AnySizeMapIterator at_;
 };
 
-/// The ordered map storage.
+/// The ordered map storage. It owns its records, which lie in a B+ tree, and copies keys
+/// and values.
 ///
-/// Keeps the `IDMap` contract in its strict form: records may be added in any order, an insertion
-/// never overwrites except `insert_or_assign` with an existing key, inserting invalidates nothing,
-/// erasing only iterators at the erased record, and the values of a record keep their address for
-/// the record's life. Keys are compared exactly; 0 is a label like any other.
+/// Keeps the `IDMap` contract in its strict form: records may be added in any order, and an
+/// insertion never overwrites except `insert_or_assign` with an existing key. Inserting invalidates
+/// nothing, erasing only iterators at the erased record, and the values of a record keep their
+/// address as long as it exists. Keys are compared exactly; 0 is a label like any other.
 ///
 /// Dimension 0 is a scalar without a map: one record kept in the container itself, which every
 /// insertion overwrites. Its iterators are addresses that move by one double, so that a record of
@@ -79,13 +86,13 @@ class DMap final : public IDMap<DMapIterator> {
  public:
   /// An empty container. Throws std::invalid_argument unless 0 <= dim <= 20.
   DMap(int dim, int valueWidth);
-  /// The records of another container, which is left as it is; of two with one key, the first.
-  /// Linear if they are in order.
+  /// Copies the records of another container; of two with the same key, the first. Linear if they
+  /// are in order.
   explicit DMap(DMapVector& source);
   explicit DMap(DMapUTree& source);
 
   DMapIterator emplace_end(const int* key, const double* values) override {
-    return emplace(key, values);  // which looks at the end first
+    return emplace(key, values);  // which tries the end first
   }
   DMapIterator emplace(const int* key, const double* values) override {
     return map_.hasMap() ? iterator(map_.tree().insert(key, values).at) : assignScalar(values);
@@ -128,8 +135,8 @@ class DMap final : public IDMap<DMapIterator> {
   RecordTreeBase::Inserted insertNear(const DMapIterator& hint, const int* key,
                                       const double* values);
 
-  AnySizeMap map_;       ///< Without a map for dimension 0.
-  ScalarRecord scalar_;  ///< The record of dimension 0.
+  AnySizeMap map_;       ///< without a map for dimension 0
+  ScalarRecord scalar_;  ///< the record of dimension 0
 };
 
 }  // namespace zdb::dmap

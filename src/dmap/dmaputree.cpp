@@ -6,7 +6,7 @@ namespace zdb::dmap {
 
 namespace {
 
-// Moves an address by doubles without looking whether there are any.
+/// Moves an address by some doubles without checking that there are any.
 double* moved(double* address, std::ptrdiff_t doubles) {
   const auto offset = static_cast<std::uintptr_t>(doubles) * sizeof(double);
   return reinterpret_cast<double*>(reinterpret_cast<std::uintptr_t>(address) + offset);
@@ -16,7 +16,7 @@ double* moved(double* address, std::ptrdiff_t doubles) {
 
 // TreeIterator.
 
-// Moves to the next record where that is no sibling.
+/// Moves to the next record where that is not a sibling.
 void TreeIterator::leaveList() {
   if (tree_ != nullptr) {
     tree_->nextInPlace(node_);
@@ -88,8 +88,7 @@ TreeIterator DMapUTree::insert_or_assign(TreeIterator&, const int* key, const do
   if (!tree_) return emplace(key, values);
   const auto bound = tree_->lower_bound(key);
   if (!bound) return emplace_end(key, values);
-  // The record at the bound gets the values, whatever its key: that is the
-  // contract.
+  // The record at the bound gets the values, whatever its key, by contract.
   std::copy_n(values, tree_->getNumValues(), bound->leaf()->down.values());
   return iterator(*bound);
 }
@@ -103,8 +102,8 @@ void DMapUTree::erase(const TreeIterator& it) {
 }
 
 TreeIterator DMapUTree::lower_bound(const int* key) {
-  // By contract, a scalar that is there and a tree without such a record give
-  // an iterator that points nowhere.
+  // By contract, a scalar that has a record and a tree without such a record both give a
+  // singular iterator.
   if (!tree_) return scalar_.isPresent ? TreeIterator() : end();
   const auto bound = tree_->lower_bound(key);
   return bound ? iterator(*bound) : TreeIterator();
@@ -144,7 +143,7 @@ int DMapUTree::index(const TreeIterator& it) {
     return static_cast<int>(static_cast<std::intptr_t>(bytes) /
                             static_cast<std::intptr_t>(sizeof(double)));
   }
-  // The end has an index here, by contract: the number of records.
+  // By contract, the end has an index too: the number of records.
   return it.tree() == tree_.get() ? tree_->index(it.position()) : -1;
 }
 

@@ -1,4 +1,11 @@
-/// The record container over the label tree.
+// The record container over the label tree.
+//
+// It is for keys that share their first labels: these are stored once, which pays for symbols with
+// many records under few leading labels and many positions. For three labels and a double it takes
+// about 32 bytes if six records share their first two labels, and 33 if nothing is shared, as much
+// as a `DMap`; finding takes 340 to 420 ns, walking 1.7 to 2.8. A position that is not shared costs
+// 20 bytes, in the other containers 4. What is erased is not freed before the container is, so a
+// `DMap` is better where records come and go. idmap.h compares the containers.
 #pragma once
 
 #include <algorithm>
@@ -16,20 +23,22 @@ namespace zdb::dmap {
 class DMap;
 class DMapVector;
 
-/// The key of the record that a tree iterator showed last: by contract one buffer for all trees, of
-/// those that one thread uses. The model spares a call for its address in a shared library.
+/// The key of the record that was last read through a tree iterator: by contract one buffer for all
+/// trees, of those that one thread uses. The model spares a call for its address in a shared
+/// library.
 [[gnu::tls_model("initial-exec")]] inline constinit thread_local int sharedTreeKey[kMaxDim] = {};
 
-/// The record at a tree position, not the end. Its key is copied to `sharedTreeKey`, on purpose,
-/// and so is only good until any tree iterator is dereferenced. Throws std::bad_variant_access if
-/// the last node has no values.
+/// The record at a tree position. Its key is copied to `sharedTreeKey`, by contract, and so is
+/// valid only until the next tree iterator is dereferenced. Throws std::bad_variant_access if the
+/// last node has no values.
+/// REQUIRES `position` is not the end.
 inline VirtualPair pairForRecord(const utree::UELNodeIt& position) {
   position.copyLabels(sharedTreeKey);
   return {sharedTreeKey, position.leaf()->down.values(), ElemOwnership::None};
 }
 
-/// The same for any position, with null pointers at the end and where there are fewer than `dim`
-/// levels.
+/// The same for any position, with null pointers at the end and where there are fewer than
+/// `dim` levels.
 inline VirtualPair constructPairForIterator(int dim, const utree::UELNodeIt& position) {
   if (position.isEnd() || dim > position.dim()) return {nullptr, nullptr, ElemOwnership::None};
   return pairForRecord(position);
@@ -37,12 +46,12 @@ inline VirtualPair constructPairForIterator(int dim, const utree::UELNodeIt& pos
 
 /// A position in a `DMapUTree`: in its tree or, for dimension 0, the address of a double.
 ///
-/// Stays valid when other records are added or erased. Moving past the end or before the first
+/// Adding and erasing other records does not invalidate it. Moving past the end or before the first
 /// record has no effect, except for dimension 0, where moving adds or subtracts one double without
-/// looking. Asking one kind of position for the other throws std::bad_variant_access.
+/// any check. Reading one kind of position as the other throws std::bad_variant_access.
 class TreeIterator final : public BaseDMapIterator, public IDMapIterator {
  public:
-  /// Points nowhere: dimension 0, no tree, no nodes.
+  /// Singular: dimension 0, no tree, no nodes.
   TreeIterator() = default;
   TreeIterator(const utree::UELNodeIt& at, int valueWidth, const utree::UTree* tree)
       : dim_(static_cast<std::uint8_t>(at.dim())),
@@ -58,10 +67,10 @@ class TreeIterator final : public BaseDMapIterator, public IDMapIterator {
     if (!utree::UTree::stepRight(node_)) leaveList();
     return *this;
   }
-  /// From the end to the last record. Looks the record up among its siblings.
+  /// From the end, to the last record. Looks the record up among its siblings.
   TreeIterator& operator--() override;
-  /// For dimension 0 key and values are both the scalar's first double. See
-  /// `constructPairForIterator` for how long the key is good.
+  /// For dimension 0, key and values are both the scalar's first double. `pairForRecord` says how
+  /// long the key is valid.
   VirtualPair operator*() const override {
     if (node_.isEnd()) return {scalarKey(), scalar_, ElemOwnership::None};
     return pairForRecord(node_);
@@ -70,7 +79,7 @@ class TreeIterator final : public BaseDMapIterator, public IDMapIterator {
   double* values() const { return node_.isEnd() ? scalar_ : node_.leaf()->down.values(); }
   bool operator==(const IDMapIterator& other) const override;
   bool operator!=(const IDMapIterator& other) const override { return !(*this == other); }
-  /// The same without asking for the other iterator's type.
+  /// The same without a run-time check of the other iterator's type.
   bool operator==(const TreeIterator& other) const {
     return node_ == other.node_ && dim_ == other.dim_ && valueWidth_ == other.valueWidth_ &&
            isScalar_ == other.isScalar_ && scalar_ == other.scalar_;
@@ -94,34 +103,34 @@ class TreeIterator final : public BaseDMapIterator, public IDMapIterator {
   void moveScalar(int doubles);
 
   std::uint8_t dim_ = 0;
-  std::uint8_t valueWidth_ = 0;  ///< As the container's, at most 255.
+  std::uint8_t valueWidth_ = 0;  ///< as the container's, at most 255
   const utree::UTree* tree_ = nullptr;
-  // The position is one of two, and which is asked at every step: a variant would copy the whole
-  // path and compare by a table of functions.
+  // Not a variant, although the position is one of two: which one is tested at every step, and a
+  // variant would copy the whole path and compare through a table of functions.
   bool isScalar_ = false;
   double* scalar_ = nullptr;
   utree::UELNodeIt node_;
 };
 
-/// The label tree storage: records with a common beginning of their keys share its memory.
+/// The label tree storage: records whose keys share a prefix share its nodes.
 ///
-/// Iterators and the addresses of values stay as long as their record, as in `DMap`, but what is
-/// erased or cleared is freed with the container only. It keeps the `IDMap` contract except in
-/// these points, which are as they are on purpose:
+/// It owns nodes and values; what is erased or cleared is freed with the container only. Inserting
+/// invalidates nothing; iterators and the addresses of values are valid as long as their record, as
+/// in `DMap`. It departs from the `IDMap` contract in these points, by design:
 ///
-/// - An insertion of the largest key there is gives it the new values.
+/// - Inserting the largest key again gives it the new values.
 /// - `insert_or_assign` does not look at the key of the record at the lower bound: an absent key
-///   overwrites the values of the record behind its place. With no record behind it, it is added.
-/// - `lower_bound` of a key above all others is an iterator that points nowhere, not `end()`.
+///   overwrites the values of the record after its place. If there is none, it is added.
+/// - `lower_bound` of a key above all others is a singular iterator, not `end()`.
 /// - `index(end())` is `size()`.
 ///
-/// So whoever does not know whether a key is present asks `exactLowerBound`. Dimension 0 has no
+/// So a caller that does not know whether a key exists calls `exactLowerBound`. Dimension 0 has no
 /// tree and is a scalar as in `DMap`, except for `index` and `withIndex`, which count doubles.
 class DMapUTree final : public IDMap<TreeIterator> {
  public:
   /// An empty container. Throws std::invalid_argument unless 0 <= dim <= 20.
   DMapUTree(int dim, int valueWidth);
-  /// The records of another container, which is left as it is. Linear.
+  /// Copies the records of another container. Linear.
   explicit DMapUTree(DMap& source);
   explicit DMapUTree(DMapVector& source);
   DMapUTree(const DMapUTree& other);
@@ -137,7 +146,7 @@ class DMapUTree final : public IDMap<TreeIterator> {
   TreeIterator emplace(const int* key, const double* values) override {
     return tree_ ? iterator(tree_->emplace(key, values)) : assignScalar(values);
   }
-  /// Makes no use of the hint.
+  /// Ignores the hint.
   TreeIterator emplace_hint(const int* key, const double* values, TreeIterator& hint) override;
   TreeIterator insert_or_assign(TreeIterator& hint, const int* key, const double* values) override;
   void erase(const TreeIterator& it) override;
@@ -153,12 +162,13 @@ class DMapUTree final : public IDMap<TreeIterator> {
   void clear() override;
   int index(const TreeIterator& it) override;
   TreeIterator withIndex(int rank) override;
-  /// Lets memory be taken in pieces for this many nodes and records.
+  /// Makes later blocks large enough for this many nodes and records.
   void reserve(int records) override;
 
   /// The first record whose key is not less than `key`, or `end()`; for dimension 0 `find`.
   TreeIterator exactLowerBound(const int* key);
-  /// Adds a record before `at`, which `exactLowerBound` gave for its key; the key is absent.
+  /// Adds a record before `at`.
+  /// REQUIRES the key is absent and `at` is what `exactLowerBound` returned for it.
   TreeIterator insertAt(const TreeIterator& at, const int* key, const double* values);
 
   /// The tree, or null for dimension 0.
@@ -175,7 +185,7 @@ class DMapUTree final : public IDMap<TreeIterator> {
   TreeIterator endPosition();
 
   std::unique_ptr<utree::UTree> tree_;
-  ScalarRecord scalar_;  ///< The record of dimension 0.
+  ScalarRecord scalar_;  ///< the record of dimension 0
   TreeIterator end_;
 };
 

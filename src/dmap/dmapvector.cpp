@@ -12,8 +12,8 @@ bool VectorIterator::operator==(const IDMapIterator& other) const {
   return same != nullptr && *this == *same;
 }
 
-// For a position without a record: zeros as far as memory was reserved, and nothing beyond. For
-// dimension 0, the record at any position.
+/// For a position without a record: zeros as far as memory was reserved, and null beyond. For
+/// dimension 0, the record, whatever the position.
 VectorIterator::Place VectorIterator::placeOutside(int position, RowArray<int>* keys,
                                                    RowArray<double>* values) {
   if (keys == nullptr) return {nullptr, nullptr};
@@ -37,8 +37,9 @@ DMapVector::DMapVector(int dim, int valueWidth)
 
 // Searching.
 
-// The binary search that all look-ups of the interface share. It gives the record before the place
-// of an absent key, the only record for any key, and the end for a key above all.
+/// The binary search that all look-ups of the interface share. For an absent key it returns the
+/// record before its place; if there is only one record, that record for any key; and the end for a
+/// key above all.
 int DMapVector::search(const int* key) {
   if (count_ == 0) return 0;  // the end or, for dimension 0, the record if there is one
   if (!comparesExactly(key)) return searchWithWildcards(key);
@@ -48,8 +49,7 @@ int DMapVector::search(const int* key) {
   return below == count_ ? count_ : std::max(below - 1, 0);
 }
 
-// Keys with a 0 are no order, so what is found depends on the steps, which are part of the
-// contract.
+/// Keys with a 0 have no order, so the result depends on the steps, which are part of the contract.
 int DMapVector::searchWithWildcards(const int* key) const {
   int low = 0;
   int high = count_;
@@ -63,8 +63,8 @@ int DMapVector::searchWithWildcards(const int* key) const {
   return count_ > 1 && high == count_ ? count_ : middle;
 }
 
-// Whether wildcards play no part: neither the key nor any record has a label that is not positive,
-// and the records are in order.
+/// Whether wildcards cannot matter: all labels of the key and the records are positive, and the
+/// records are in order.
 bool DMapVector::comparesExactly(const int* key) {
   plain_ = search_->countPlain(keys_.row(0), plain_, count_);
   return plain_ == count_ && std::all_of(key, key + getDim(), [](int label) { return label > 0; });
@@ -90,8 +90,8 @@ VectorIterator DMapVector::linearSearchInVec(const int* key) {
 }
 
 int DMapVector::index(const VectorIterator& it) {
-  // A scalar has no count, and so its record has no index, on purpose. Positions before the first
-  // record, which nobody checks when they are made, are given back as they are.
+  // By contract, the record of a scalar has no index: a scalar has no count. Positions before the
+  // first record, which nobody checks when they are made, are given back as they are.
   return getDim() > 0 && it.position() < count_ ? it.position() : -1;
 }
 
@@ -120,7 +120,8 @@ VectorIterator DMapVector::emplace_hint(const int* key, const double* values,
   if (position < 0) return emplace_end(key, values);
   if (compare(key, keyAt(position)) >= 1) return emplace(key, values);
   if (position >= 1 && compare(key, keyAt(position - 1)) < 0) return emplace(key, values);
-  // A key equal to the hint's gets a second record before it: only callers that know better hint.
+  // A key equal to the hint's gets a second record before it: a caller that hints guarantees that
+  // the key is new.
   return insert(position, key, values);
 }
 
@@ -129,7 +130,7 @@ VectorIterator DMapVector::insert_or_assign(VectorIterator& /*hint*/, const int*
   if (getDim() == 0) return emplace(key, values);
   const int position = search(key);
   if (position == count_) return emplace_end(key, values);
-  // The record at the bound gets the values, whatever its key: that is the contract.
+  // The record at the bound gets the values, whatever its key, by contract.
   values_.set(static_cast<std::size_t>(position), values);
   return iterator(position);
 }
@@ -190,7 +191,7 @@ void DMapVector::clear() {
 
 void DMapVector::reserve(int records) {
   if (getDim() == 0) return;
-  // Never less than the count, which stays: there must be a record behind every position below it.
+  // Never below the count, which stays: every position below it must have a record.
   records = std::max(records, count_);
   RowArray<int> keys(keys_.width());
   keys.assignZeros(static_cast<std::size_t>(records));

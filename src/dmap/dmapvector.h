@@ -1,4 +1,9 @@
-/// The compact record container: two sorted arrays.
+// The compact record container: two sorted arrays.
+//
+// It is for records that come in key order and are then mostly read: about 21 bytes for three
+// labels and a double, 300 ns to find one among a million and 0.5 to walk on to the next, where a
+// `DMap` takes 32 bytes, 380 and 1.3 ns. Adding or erasing a record in the middle moves all records
+// after it, so for that a `DMap` is the better choice. idmap.h compares the containers.
 #pragma once
 
 #include <algorithm>
@@ -23,11 +28,11 @@ class DMapUTree;
 
 /// A position in a `DMapVector`: a record's number, and the two arrays.
 ///
-/// Shows whatever record has that number; adding or erasing one before it shifts what it shows.
-/// Moving is not checked. Good until the container goes.
+/// Refers to whichever record has that number, so adding or erasing a record before it changes what
+/// it refers to. Moving is not checked. Valid until the container is destroyed.
 class VectorIterator final : public BaseDMapIterator, public IDMapIterator {
  public:
-  /// Points nowhere.
+  /// Singular.
   VectorIterator() = default;
   VectorIterator(int dim, int valueWidth, int position, RowArray<int>& keys,
                  RowArray<double>& values)
@@ -41,11 +46,11 @@ class VectorIterator final : public BaseDMapIterator, public IDMapIterator {
     position_ = static_cast<int>(static_cast<unsigned>(position_) - 1U);
     return *this;
   }
-  /// Key and values in place, owning nothing; both null outside the arrays, which reach as far as
-  /// memory was reserved. For dimension 0 the key is null, and the values are the record's at any
-  /// position.
+  /// Key and values in place, owning nothing; both null outside the arrays, which extend as far as
+  /// memory was reserved. For dimension 0 the key is null and the values are those of the record,
+  /// whatever the position.
   VirtualPair operator*() const override {
-    const auto at = static_cast<unsigned>(position_);  // too large if negative
+    const auto at = static_cast<unsigned>(position_);  // a negative number becomes too large
     if (keys_ != nullptr && at < keys_->written()) [[likely]] {
       return {keys_->row(at), values_->row(at), ElemOwnership::None};
     }
@@ -54,8 +59,8 @@ class VectorIterator final : public BaseDMapIterator, public IDMapIterator {
   }
   bool operator==(const IDMapIterator& other) const override;
   bool operator!=(const IDMapIterator& other) const override { return !(*this == other); }
-  /// The same without asking for the other iterator's type. Which container they belong to is not
-  /// compared.
+  /// The same without a run-time check of the other iterator's type. The containers that they
+  /// belong to are not compared.
   bool operator==(const VectorIterator& other) const {
     return position_ == other.position_ && dim_ == other.dim_ && valueWidth_ == other.valueWidth_;
   }
@@ -80,35 +85,34 @@ class VectorIterator final : public BaseDMapIterator, public IDMapIterator {
 
 /// The sorted vector storage: all keys in one array and all values in another.
 ///
-/// Meant to be filled in order, by `reserve` and `emplace_end`, and then mostly read: searches and
-/// `index` need no walk, but inserting or erasing in the middle moves all records behind it. Any
-/// change invalidates the addresses of values, and iterators count on.
+/// It owns the arrays. Any change invalidates the addresses of values; iterators stay valid, but
+/// refer to records by number, so they may then refer to other records.
 ///
-/// Comparisons take a 0, on either side, for any label. With that, and in these points, it departs
-/// from the `IDMap` contract on purpose:
+/// A 0 on either side of a comparison matches any label. In that and the following points the
+/// container departs from the `IDMap` contract by design:
 ///
-/// - `emplace_end` appends without a look at the key: the caller guarantees the order.
+/// - `emplace_end` appends without looking at the key, which must come last.
 /// - `emplace_hint` appends if the hint is the end, and inserts a second record before the hint if
-///   that has the key already.
-/// - `emplace` prints a warning for a key that is present.
+///   that already has the key.
+/// - `emplace` prints a warning if the key exists.
 /// - `lower_bound` of a key between two records is the one before it, of a key below all the first,
-///   and of a key above all `end()`; but a single record is the bound of every key.
+///   and of a key above all `end()`; but if there is only one record, it is the bound of every key.
 /// - `insert_or_assign` overwrites the values of that bound, whatever its key, or appends.
 /// - `reserve` empties the arrays, though not the count.
 ///
-/// So whoever does not know whether a key is present asks `exactLowerBound`. For dimension 0 there
-/// is one record or none, of values alone, which `find` and `lower_bound` give for any key; `index`
-/// is then always -1.
+/// So a caller that does not know whether a key exists calls `exactLowerBound`. For dimension 0
+/// there is one record or none, of values alone, which `find` and `lower_bound` give for any key;
+/// `index` is then always -1.
 class DMapVector final : public IDMap<VectorIterator> {
  public:
   /// An empty container. Throws std::invalid_argument unless 0 <= dim <= 20.
   DMapVector(int dim, int valueWidth);
-  /// The records of another container, which is left as it is. Linear.
+  /// Copies the records of another container. Linear.
   explicit DMapVector(DMap& source);
   explicit DMapVector(DMapUTree& source);
 
   VectorIterator emplace_end(const int* key, const double* values) override {
-    // The usual case calls nothing: records are appended by the million.
+    // The usual case makes no calls: records are appended by the million.
     if (count_ >= room_) [[unlikely]]
       return appendUnusual(key, values);
     keys_.appendNarrow(static_cast<std::size_t>(count_), key);
@@ -117,11 +121,11 @@ class DMapVector final : public IDMap<VectorIterator> {
   }
   VectorIterator emplace(const int* key, const double* values) override;
   VectorIterator emplace_hint(const int* key, const double* values, VectorIterator& hint) override;
-  /// Makes no use of the hint.
+  /// Ignores the hint.
   VectorIterator insert_or_assign(VectorIterator& hint, const int* key,
                                   const double* values) override;
-  /// Gives up what was reserved beyond the records. Linear; without a record at `it` nothing
-  /// happens.
+  /// Also drops what was reserved beyond the records. Linear. Does nothing if there is no record
+  /// at `it`.
   void erase(const VectorIterator& it) override;
   std::uint64_t size() const override {
     return getDim() > 0 ? static_cast<std::uint64_t>(count_) : std::uint64_t{!values_.empty()};
@@ -134,23 +138,23 @@ class DMapVector final : public IDMap<VectorIterator> {
   void clear() override;
   /// Constant time.
   int index(const VectorIterator& it) override;
-  /// Constant time, and not checked.
+  /// Constant time, without a check.
   VectorIterator withIndex(int rank) override { return iterator(rank); }
-  /// Makes room for so many records, all zero. For empty containers: others lose their records
-  /// but keep their number.
+  /// Makes room for this many records, all zero.
+  /// REQUIRES the container is empty: otherwise the records are lost, but still counted.
   void reserve(int records) override;
 
-  /// The first record whose key is not less than `key`, or `end()`, compared exactly; for dimension
-  /// 0 the record. Constant time for a key above all.
+  /// The first record whose key, compared exactly, is not less than `key`, or `end()`; for
+  /// dimension 0 the record. Constant time for a key above all.
   VectorIterator exactLowerBound(const int* key);
-  /// Adds a record before `at`, which `exactLowerBound` gave for its key; the key is absent. Linear
-  /// in the number of records behind it.
+  /// Adds a record before `at`. Linear in the number of records after it.
+  /// REQUIRES the key is absent and `at` is what `exactLowerBound` returned for it.
   VectorIterator insertAt(const VectorIterator& at, const int* key, const double* values);
-  /// What `lower_bound` does. O(log n), but records that are new since the last search are looked
-  /// at once.
+  /// What `lower_bound` does. O(log n), and each record that was added since the last search is
+  /// checked once.
   VectorIterator binarySearchInVec(const int* key) { return iterator(search(key)); }
-  /// What `lower_bound` would find by trying one record after the other: the first that compares
-  /// not less, or an iterator that points nowhere.
+  /// What `lower_bound` would find by a linear search: the first record that does not compare less,
+  /// or a singular iterator.
   VectorIterator linearSearchInVec(const int* key);
 
  private:
@@ -200,10 +204,10 @@ class DMapVector final : public IDMap<VectorIterator> {
 
   RowArray<int> keys_;
   RowArray<double> values_;
-  int count_ = 0;  ///< Records in use; always 0 for dimension 0, which has values only.
-  int room_ = 0;   ///< Records that both arrays have memory for; 0 unless rows are narrow.
-  int plain_ = 0;  ///< Records at the front known to be in order, unique and without a 0.
-  std::optional<KeySearch> search_;  ///< Not for dimension 0.
+  int count_ = 0;  ///< Records in use; always 0 for dimension 0, which has values only
+  int room_ = 0;   ///< Records that both arrays have memory for; 0 unless rows are narrow
+  int plain_ = 0;  ///< Records at the front known to be in order, unique and without a 0
+  std::optional<KeySearch> search_;  ///< not for dimension 0
 };
 
 }  // namespace zdb::dmap

@@ -13,9 +13,9 @@ namespace zdb::dmap {
 
 namespace {
 
-// The steps depend on the count only and no comparison is a branch, since none could be predicted.
-// The price, that the processor does not run ahead, is paid by fetching both keys that the next
-// step can ask for.
+/// The number of steps depends on the count only, and no comparison is a branch, since none could
+/// be predicted. The price is that the processor cannot run ahead; prefetching both keys that the
+/// next step may need makes up for it.
 template <int N>
 int countBelowIn(const int* keys, int count, const int* key) {
   const KeyWords<N> words(key);
@@ -26,7 +26,7 @@ int countBelowIn(const int* keys, int count, const int* key) {
     length -= half;
     memory::prefetch(keys + std::size_t{low + length / 2} * N);
     memory::prefetch(middle + std::size_t{length / 2 + 1} * N);
-    // Arithmetic, lest the compiler makes a branch of it.
+    // Arithmetic, so that the compiler does not turn it into a branch.
     low += half & (0U - static_cast<unsigned>(words.isAfter(middle)));
   }
   return static_cast<int>(low);
@@ -56,7 +56,7 @@ constexpr auto checks(std::index_sequence<I...>) {
 constexpr auto kSearches = searches(std::make_index_sequence<kMaxDim>());
 constexpr auto kChecks = checks(std::make_index_sequence<kMaxDim>());
 
-// Fetches a block of numbers at once, as far as that pays.
+/// Fetches a block of numbers at once, as far as that pays.
 template <class T>
 void prefetchBlock(const T* block, int numbers) {
   constexpr int kLine = 64 / sizeof(T);

@@ -1,4 +1,4 @@
-/// Keys packed into words that compare like the keys.
+// Keys packed into words that compare like the keys.
 #pragma once
 
 #include <cstdint>
@@ -25,7 +25,7 @@ constexpr std::uint64_t keyWord(const int* key, int keyLength, int i) {
   return 2 * i + 1 < keyLength ? high | orderedLabel(key[2 * i + 1]) : high;
 }
 
-/// Packs a key whose length is known at run time only.
+/// Packs a key whose length is only known at run time.
 inline void packKey(const int* key, int keyLength, std::uint64_t* words) {
   for (int i = 0; i < wordsPerKey(keyLength); ++i) words[i] = keyWord(key, keyLength, i);
 }

@@ -9,7 +9,7 @@ namespace zdb::dmap {
 
 namespace {
 
-// A symbol with few records is the most common one.
+/// Most symbols have few records.
 constexpr std::uint32_t kFirstRecords = 8;
 constexpr std::uint32_t kFirstNodes = 1;
 
@@ -52,12 +52,12 @@ RecordPosition RecordTreeBase::nextInChain(RecordPosition at) const {
   return positionIn(leaf, 0);
 }
 
-// Called when a walk enters a leaf: fetches the records of the next leaf, which may be anywhere,
-// and the leaf behind it, so that the walk finds both there.
+/// Called when a walk enters a leaf: prefetches the records of the next leaf, which may be
+/// anywhere, and the leaf after that, so that the walk does not wait for either.
 void RecordTreeBase::prefetchAhead(const RecordLeaf& leaf) const {
   const RecordLeaf* next = leafAt(leaf.next);
   if (next == nullptr) return;
-  if (const RecordLeaf* behind = leafAt(next->next); behind != nullptr) prefetchLeaf(behind);
+  if (const RecordLeaf* after = leafAt(next->next); after != nullptr) prefetchLeaf(after);
   if (next->run != RecordLeaf::kNoRun) return;
   for (std::uint32_t i = 0; i < next->count; ++i) memory::prefetch(keyAt(next->slots[i]));
 }
@@ -87,7 +87,8 @@ bool RecordTreeBase::locate(RecordPosition& at) const {
   };
   if (findIn(at.leaf)) return true;
   if (root_ != nullptr) {
-    // The memory of an erased record is still there. Whatever it holds, no leaf has its slot.
+    // The memory of an erased record is still readable. Whatever it holds, no leaf refers to
+    // its slot.
     std::uint64_t words[kMaxKeyWords];
     packKey(at.key, keyLength_, words);
     RecordLeaf* leaf = nullptr;
@@ -139,7 +140,7 @@ std::uint32_t RecordTreeBase::childFor(RecordInner* node, const std::uint64_t* w
 // Growing.
 
 RecordLeaf* RecordTreeBase::newLeaf() noexcept {
-  const std::uint32_t id = leaves_.take();
+  const std::uint32_t id = leaves_.allocate();
   auto* leaf = reinterpret_cast<RecordLeaf*>(leaves_.at(id));
   leaf->next = leaf->prev = RecordLeaf::kNone;
   leaf->run = RecordLeaf::kNoRun;
@@ -149,7 +150,7 @@ RecordLeaf* RecordTreeBase::newLeaf() noexcept {
 }
 
 RecordInner* RecordTreeBase::newInner() noexcept {
-  const std::uint32_t id = inners_.take();
+  const std::uint32_t id = inners_.allocate();
   auto* inner = reinterpret_cast<RecordInner*>(inners_.at(id));
   inner->count = 0;
   inner->id = id;
@@ -189,8 +190,8 @@ void RecordTreeBase::splitLeaf(RecordLeaf*& leaf, std::uint32_t& place,
   inners_.ensure(height_ + 1);
   RecordLeaf* left = nullptr;
   const Path path = pathTo(words, left);
-  // At an edge of the leaf the newcomer goes alone, so that leaves filled in either order end up
-  // full.
+  // At an edge of the leaf the new record gets a leaf to itself, so that leaves filled in ascending
+  // or descending order end up full.
   std::uint32_t from = RecordLeaf::kCapacity / 2;
   if (place == 0 || place == left->count) from = place;
 
@@ -203,8 +204,8 @@ void RecordTreeBase::splitLeaf(RecordLeaf*& leaf, std::uint32_t& place,
   right->prev = left->id;
   right->next = left->next;
   left->next = right->id;
-  if (RecordLeaf* behind = leafAt(right->next); behind != nullptr) {
-    behind->prev = right->id;
+  if (RecordLeaf* after = leafAt(right->next); after != nullptr) {
+    after->prev = right->id;
   } else {
     last_ = right;
   }
@@ -221,7 +222,7 @@ void RecordTreeBase::splitLeaf(RecordLeaf*& leaf, std::uint32_t& place,
   if (goesRight) place -= from;
 }
 
-// Enters `child` to the right of the child that the path took in the node above `depth`.
+/// Inserts `child` to the right of the child that the path took in the node above `depth`.
 void RecordTreeBase::insertChild(const Path& path, std::uint32_t depth,
                                  const std::uint64_t* separator, void* child) noexcept {
   if (depth == 0) {
@@ -258,7 +259,8 @@ void RecordTreeBase::insertChild(const Path& path, std::uint32_t depth,
   insertChild(path, depth - 1, between, right);
 }
 
-// Moves the children from `from` on to a new node and tells the separator of the two nodes.
+/// Moves the children from `from` on to a new node and returns the separator of the two nodes
+/// in `between`.
 RecordInner* RecordTreeBase::splitInner(RecordInner* node, std::uint32_t from,
                                         std::uint64_t* between) noexcept {
   RecordInner* right = newInner();

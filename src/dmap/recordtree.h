@@ -1,4 +1,4 @@
-/// The ordered map behind `DMap`: a B+ tree over records that never move.
+// The ordered map that implements `DMap`: a B+ tree over records that never move.
 #pragma once
 
 #include <cstddef>
@@ -12,58 +12,58 @@ struct Structure;
 
 namespace zdb::dmap {
 
-/// A leaf: up to 47 records in key order. 256 bytes, the first 64 with all that most searches read.
+/// A leaf: up to 47 records in key order. Of its 256 bytes, most searches read the first 64 only.
 struct alignas(64) RecordLeaf {
   static constexpr std::uint32_t kCapacity = 47;
   static constexpr std::uint32_t kNone = memory::SlabPool::kNone;
   /// Such that no slot is kNoRun plus a place.
   static constexpr std::uint32_t kNoRun = memory::SlabPool::kMaxElements;
 
-  std::uint32_t next;  ///< Index of the leaf behind in the pool of leaves, or kNone.
-  std::uint32_t prev;  ///< Index of the leaf before, or kNone.
-  std::uint32_t id;    ///< This leaf's own index.
-  /// The first slot if the records lie one behind the other, as in order of loading; else kNoRun.
+  std::uint32_t next;  ///< index of the next leaf in the pool of leaves, or kNone
+  std::uint32_t prev;  ///< index of the previous leaf, or kNone
+  std::uint32_t id;    ///< this leaf's own index
+  /// The first slot if the records have consecutive slots, as when loaded in order; else kNoRun.
   std::uint32_t run;
-  std::uint8_t count;            ///< Records in this leaf; 0 once the leaf has been freed.
-  std::uint8_t tags[kCapacity];  ///< One byte hashed from each key.
+  std::uint8_t count;            ///< Records in this leaf; 0 once the leaf has been freed
+  std::uint8_t tags[kCapacity];  ///< one byte hashed from each key
   std::uint32_t slots[kCapacity];
 
-  /// The slot at `place`, without a look at the other cache lines where the run tells.
+  /// The slot at `place`; does not touch the other cache lines if the leaf is a run.
   std::uint32_t slotAt(std::uint32_t place) const {
     return run != kNoRun ? run + place : slots[place];
   }
 };
 static_assert(sizeof(RecordLeaf) == 256);
 
-/// Where a record is. The key's address tells which record; leaf, slot and place only where it was
-/// found last, which is checked before it is used.
+/// Where a record is. The key's address identifies the record; leaf, slot and place are where it
+/// was last found, and are checked before they are used.
 struct RecordPosition {
-  int* key = nullptr;          ///< The record, or the tree's own address for the end.
-  RecordLeaf* leaf = nullptr;  ///< Null at the end.
-  std::uint32_t slot = 0;      ///< Index of the record in its pool.
-  std::uint32_t place = 0;     ///< Where the leaf holds the record.
+  int* key = nullptr;          ///< the record, or the tree's own address for the end
+  RecordLeaf* leaf = nullptr;  ///< null at the end
+  std::uint32_t slot = 0;      ///< index of the record in its pool
+  std::uint32_t place = 0;     ///< index of the record in the leaf
 };
 
-/// An inner node: up to 32 children and between them separators. Every key below child i is less
-/// than separator i, and every key below child i+1 is not less.
+/// An inner node: up to 32 children with separators between them. Every key under child i is less
+/// than separator i, and no key under child i+1 is.
 struct RecordInner {
   static constexpr std::uint32_t kFanout = 32;
 
-  std::uint32_t count;      ///< Children in this node.
-  std::uint32_t id;         ///< Index in the pool of inner nodes.
-  void* children[kFanout];  ///< RecordInner, or RecordLeaf on the lowest level.
+  std::uint32_t count;      ///< children in this node
+  std::uint32_t id;         ///< index in the pool of inner nodes
+  void* children[kFanout];  ///< RecordInner, or RecordLeaf on the lowest level
   // Followed by kFanout - 1 separators of wordsPerKey words each; see KeyWords.
 
   std::uint64_t* separators() { return reinterpret_cast<std::uint64_t*>(this + 1); }
 };
 
-/// Levels of inner nodes at most. Neighbours are merged when they fit into three quarters of a
-/// node, so nodes have far more than 8 children on average, and 2^32 records need no more than 10
-/// levels.
+/// Maximum number of levels of inner nodes. Neighbours are merged when they fit into three quarters
+/// of a node, so nodes have far more than 8 children on average, and 2^32 records need no more than
+/// 10 levels.
 inline constexpr std::uint32_t kMaxHeight = 16;
 
-/// Bytes of a record: the key, directly followed by its values, which are to be aligned; hence 4
-/// bytes before a key of odd length.
+/// A record is its key, directly followed by its values. The values must be aligned, hence 4 bytes
+/// of padding before a key of odd length.
 constexpr std::uint32_t keyOffset(int keyLength) {
   return keyLength % 2 == 0 ? 0 : sizeof(int);
 }
@@ -99,7 +99,7 @@ class RecordTreeBase {
   }
   int* keyAt(std::uint32_t slot) const { return reinterpret_cast<int*>(records_.at(slot)); }
 
-  /// To the next record if the same leaf holds it; else false, and the position is as it was.
+  /// Moves to the next record if the same leaf holds it; otherwise returns false and does not move.
   bool nextInLeaf(RecordPosition& at) const {
     const RecordLeaf* leaf = at.leaf;
     if (leaf == nullptr || at.place + 1 >= leaf->count) return false;
@@ -113,16 +113,17 @@ class RecordTreeBase {
     at = positionIn(at.leaf, at.place + 1);
     return true;
   }
-  /// To the next record; a position at an erased record goes to the end.
+  /// Moves to the next record; a position at an erased record moves to the end.
   void next(RecordPosition& at) const {
     if (!nextInLeaf(at)) at = nextInChain(at);
   }
-  /// To the previous record, from the end to the last one; the first record stays where it is.
+  /// Moves to the previous record, from the end to the last one; a position at the first
+  /// record stays.
   void prev(RecordPosition& at) const;
 
   void erase(RecordPosition at);
   void clear() noexcept;
-  /// Rank of a record, or -1 at the end or at an erased record. Counts leaf by leaf.
+  /// Rank of a record, or -1 for the end or an erased record. Linear in the number of leaves.
   std::int64_t rank(RecordPosition at) const;
   RecordPosition atRank(std::uint64_t rank) const;
 
@@ -133,19 +134,20 @@ class RecordTreeBase {
     std::uint32_t children[kMaxHeight];
   };
 
-  /// Brings leaf and place of `at` up to date; false, with `at` at the end, if it is at no record.
+  /// Brings leaf and place of `at` up to date. If it is not at a record, moves it to the end and
+  /// returns false.
   bool locate(RecordPosition& at) const;
-  /// The last leaf, with room for a record with the key `words` behind all others, and an unused
-  /// slot. Throws std::bad_alloc before anything has changed.
+  /// The last leaf, with room for a record whose key `words` is greater than all others; also makes
+  /// sure that there is an unused slot. Throws std::bad_alloc before anything has changed.
   RecordLeaf* lastLeafWithRoom(const std::uint64_t* words) {
     records_.ensure(1);
     if (last_ != nullptr && last_->count < RecordLeaf::kCapacity) return last_;
     return addLastLeaf(words);
   }
-  /// Divides a full leaf so that the key `words` can be entered at `place`, and sets both to where
-  /// it goes. Throws std::bad_alloc before anything has changed.
+  /// Splits a full leaf so that the key `words` can be inserted at `place`, and sets `leaf` and
+  /// `place` to where it belongs. Throws std::bad_alloc before anything has changed.
   void splitLeaf(RecordLeaf*& leaf, std::uint32_t& place, const std::uint64_t* words);
-  /// Enters a record behind all others in the last leaf.
+  /// Appends a record to the last leaf.
   RecordPosition enterLast(std::uint32_t slot, int* record, std::uint8_t tag) {
     RecordLeaf* leaf = last_;
     const std::uint32_t place = leaf->count;
@@ -161,7 +163,8 @@ class RecordTreeBase {
     lastKey_ = record;
     return {record, leaf, slot, place};
   }
-  /// Enters a record before another one, in a leaf that has room.
+  /// Inserts a record before another one.
+  /// REQUIRES `leaf` has room.
   RecordPosition enterBefore(RecordLeaf* leaf, std::uint32_t place, std::uint32_t slot, int* record,
                              std::uint8_t tag);
 
@@ -174,13 +177,13 @@ class RecordTreeBase {
 
   memory::SlabPool records_;
   memory::SlabPool leaves_;
-  void* root_ = nullptr;      ///< A leaf if height_ is 0, else an inner node; null when empty.
-  std::uint32_t height_ = 0;  ///< Levels of inner nodes.
+  void* root_ = nullptr;      ///< a leaf if height_ is 0, else an inner node; null when empty
+  std::uint32_t height_ = 0;  ///< levels of inner nodes
   RecordLeaf* first_ = nullptr;
   RecordLeaf* last_ = nullptr;
-  int* lastKey_ = nullptr;  ///< The last record, to recognise appends.
+  int* lastKey_ = nullptr;  ///< the last record, to recognise appends
   std::uint64_t size_ = 0;
-  bool isInOrder_ = true;  ///< Nothing was done but appending: every leaf is a run.
+  bool isInOrder_ = true;  ///< Records have only been appended so far: every leaf is a run
 
  private:
   friend struct test::Structure;
@@ -199,19 +202,19 @@ class RecordTreeBase {
                   void* child) noexcept;
 
   void removeFromLeaf(const RecordPosition& at) noexcept;
-  void relieve(RecordLeaf* leaf, const std::uint64_t* words) noexcept;
+  void rebalance(RecordLeaf* leaf, const std::uint64_t* words) noexcept;
   void dropLeaf(RecordLeaf* leaf) noexcept;
   bool mergeLeaves(RecordLeaf* left, RecordLeaf* right) noexcept;
   void removeChild(const Path& path, std::uint32_t depth, std::uint32_t place) noexcept;
   void mergeInner(const Path& path, std::uint32_t depth) noexcept;
-  void lowerRoot() noexcept;
+  void collapseRoot() noexcept;
 
   std::uint64_t* separator(RecordInner* node, std::uint32_t i) const {
     return node->separators() + std::size_t{i} * keyWords_;
   }
 
   memory::SlabPool inners_;
-  int recordInts_;  ///< Distance of two records that lie one behind the other.
+  int recordInts_;  ///< size of a record in ints
   int keyLength_;
   std::uint32_t keyWords_;
 };

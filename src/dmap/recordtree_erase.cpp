@@ -7,8 +7,8 @@ namespace zdb::dmap {
 
 namespace {
 
-// A node below the first limit is merged with a neighbour if both fit into the second, so that a
-// merged node neither splits nor merges again soon.
+/// A node below the first limit is merged with a neighbour if both fit into the second, so that a
+/// merged node neither splits nor merges again soon.
 constexpr std::uint32_t kSmallLeaf = RecordLeaf::kCapacity / 4;
 constexpr std::uint32_t kMergedLeaf = RecordLeaf::kCapacity * 3 / 4;
 constexpr std::uint32_t kSmallInner = RecordInner::kFanout / 4;
@@ -23,9 +23,9 @@ void RecordTreeBase::erase(RecordPosition at) {
   if (at.leaf->count < kSmallLeaf) {
     std::uint64_t words[kMaxKeyWords];
     packKey(at.key, keyLength_, words);
-    relieve(at.leaf, words);
+    rebalance(at.leaf, words);
   }
-  records_.give(at.slot);
+  records_.free(at.slot);
   if (last_ == nullptr) {
     lastKey_ = nullptr;
   } else if (at.key == lastKey_) {
@@ -44,9 +44,9 @@ void RecordTreeBase::removeFromLeaf(const RecordPosition& at) noexcept {
   --size_;
 }
 
-// Drops a leaf that has become empty, or merges one that has become small with a neighbour below
-// the same node. `words` is a key in the leaf's range.
-void RecordTreeBase::relieve(RecordLeaf* leaf, const std::uint64_t* words) noexcept {
+/// Frees a leaf that has become empty, or merges one that has become small with a sibling. `words`
+/// is a key in the leaf's range.
+void RecordTreeBase::rebalance(RecordLeaf* leaf, const std::uint64_t* words) noexcept {
   RecordLeaf* found = nullptr;
   const Path path = pathTo(words, found);
   if (leaf->count == 0) {
@@ -61,19 +61,19 @@ void RecordTreeBase::relieve(RecordLeaf* leaf, const std::uint64_t* words) noexc
       removeChild(path, height_, place);
     }
   }
-  lowerRoot();
+  collapseRoot();
 }
 
-// Takes a leaf out of the chain. Its count becomes 0, which tells positions that still refer to it.
+/// Unlinks and frees a leaf. Its count becomes 0, by which positions that still refer to it notice.
 void RecordTreeBase::dropLeaf(RecordLeaf* leaf) noexcept {
   RecordLeaf* before = leafAt(leaf->prev);
-  RecordLeaf* behind = leafAt(leaf->next);
+  RecordLeaf* after = leafAt(leaf->next);
   if (before != nullptr) before->next = leaf->next;
-  if (behind != nullptr) behind->prev = leaf->prev;
-  if (leaf == first_) first_ = behind;
+  if (after != nullptr) after->prev = leaf->prev;
+  if (leaf == first_) first_ = after;
   if (leaf == last_) last_ = before;
   leaf->count = 0;
-  leaves_.give(leaf->id);
+  leaves_.free(leaf->id);
 }
 
 bool RecordTreeBase::mergeLeaves(RecordLeaf* left, RecordLeaf* right) noexcept {
@@ -86,7 +86,7 @@ bool RecordTreeBase::mergeLeaves(RecordLeaf* left, RecordLeaf* right) noexcept {
   return true;
 }
 
-// Removes child `place` from the node above `depth`, and that node when it was the last child.
+/// Removes child `place` from the node above `depth`, and that node too if it was its last child.
 void RecordTreeBase::removeChild(const Path& path, std::uint32_t depth,
                                  std::uint32_t place) noexcept {
   if (depth == 0) {
@@ -96,20 +96,21 @@ void RecordTreeBase::removeChild(const Path& path, std::uint32_t depth,
   RecordInner* node = path.nodes[depth - 1];
   std::copy(node->children + place + 1, node->children + node->count, node->children + place);
   if (node->count > 1) {
-    // The first child's range begins with the node's own; any other's with the separator before.
+    // The first child's range begins where the node's begins, any other's at the separator
+    // before it.
     const std::uint32_t gone = place == 0 ? 0 : place - 1;
     std::copy(separator(node, gone + 1), separator(node, node->count - 1), separator(node, gone));
   }
   --node->count;
   if (node->count == 0) {
-    inners_.give(node->id);
+    inners_.free(node->id);
     removeChild(path, depth - 1, depth == 1 ? 0 : path.children[depth - 2]);
   } else if (node->count < kSmallInner && depth > 1) {
     mergeInner(path, depth - 1);
   }
 }
 
-// Merges the node at `depth` with a neighbour below the same node, if they fit together.
+/// Merges the node at `depth` with a sibling if both fit into one node.
 void RecordTreeBase::mergeInner(const Path& path, std::uint32_t depth) noexcept {
   RecordInner* parent = path.nodes[depth - 1];
   const std::uint32_t place = path.children[depth - 1];
@@ -122,18 +123,18 @@ void RecordTreeBase::mergeInner(const Path& path, std::uint32_t depth) noexcept 
   std::copy(right->separators(), separator(right, right->count - 1), separator(left, left->count));
   std::copy_n(right->children, right->count, left->children + left->count);
   left->count += right->count;
-  inners_.give(right->id);
+  inners_.free(right->id);
   removeChild(path, depth, rightPlace);
 }
 
-// Takes away levels that no longer branch.
-void RecordTreeBase::lowerRoot() noexcept {
+/// Removes levels that no longer branch.
+void RecordTreeBase::collapseRoot() noexcept {
   if (root_ == nullptr) height_ = 0;
   while (height_ > 0) {
     auto* inner = static_cast<RecordInner*>(root_);
     if (inner->count > 1) return;
     root_ = inner->children[0];
-    inners_.give(inner->id);
+    inners_.free(inner->id);
     --height_;
   }
 }

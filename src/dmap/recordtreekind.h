@@ -1,4 +1,4 @@
-/// Searching and inserting in a record tree, for one key length and number of values.
+// Searching and inserting in a record tree, for one key length and number of values.
 #pragma once
 
 #include <algorithm>
@@ -51,12 +51,12 @@ class RecordTree final : public RecordTreeBase {
     RecordLeaf* leaf = hint.leaf;
     const bool isBehind = words.isAfter(hint.key);
     const std::uint32_t place = hint.place + (isBehind ? 1 : 0);
-    // Within a leaf, two neighbours that enclose the key show that the leaf is the right one; at
+    // Inside a leaf, two neighbours that enclose the key prove that the leaf is the right one; at
     // its edges only the separators would.
     if (place == 0 || place == leaf->count) return insert(key, values);
     const int* before = keyOf(leaf, place - 1);
-    const int* behind = keyOf(leaf, place);
-    if (!words.isAfter(before) || words.isAfter(behind) || words.equals(behind)) {
+    const int* after = keyOf(leaf, place);
+    if (!words.isAfter(before) || words.isAfter(after) || words.equals(after)) {
       return insert(key, values);
     }
     return {insertAt(leaf, place, words, words.tag(), key, values), true};
@@ -86,8 +86,8 @@ class RecordTree final : public RecordTreeBase {
     return leaf;
   }
 
-  /// Number of separators that do not come after the key. The steps depend on the count only, so
-  /// that no comparison is a branch.
+  /// Number of separators that are not greater than the key. The number of steps depends on the
+  /// count only, so that no comparison is a branch.
   static std::uint32_t childFor(RecordInner* node, const Words& words) {
     const std::uint64_t* const separators = node->separators();
     std::uint32_t low = 0;
@@ -111,8 +111,8 @@ class RecordTree final : public RecordTreeBase {
     return {};
   }
 
-  /// A binary search. The records are anywhere in memory, so both candidates for the next step are
-  /// fetched while this step waits for its own.
+  /// A binary search. Records may be anywhere in memory, so both candidates for the next step are
+  /// prefetched while this step waits for its own.
   std::uint32_t lowerBoundInLeaf(const RecordLeaf* leaf, const Words& words) const {
     const std::uint32_t lastPlace = leaf->count - 1U;
     std::uint32_t low = 0;
@@ -130,7 +130,7 @@ class RecordTree final : public RecordTreeBase {
     return low;
   }
 
-  /// Takes a slot, which is there, for a record.
+  /// Stores a record in a slot that the caller has allocated.
   int* store(std::uint32_t slot, const int* key, const double* values) {
     int* record = recordAt(slot);
     for (int i = 0; i < N; ++i) record[i] = key[i];
@@ -141,17 +141,17 @@ class RecordTree final : public RecordTreeBase {
 
   RecordPosition append(const Words& words, const int* key, const double* values) {
     lastLeafWithRoom(words.data());
-    const std::uint32_t slot = records_.take();
+    const std::uint32_t slot = records_.allocate();
     return enterLast(slot, store(slot, key, values), words.tag());
   }
 
-  /// Adds a record in front of `place`, which is that of a record in the leaf or behind its last,
-  /// but not the end of the tree.
+  /// Adds a record before `place`.
+  /// REQUIRES 0 <= place <= leaf->count, and `place` is not the end of the tree.
   RecordPosition insertAt(RecordLeaf* leaf, std::uint32_t place, const Words& words,
                           std::uint8_t tag, const int* key, const double* values) {
     records_.ensure(1);
     if (leaf->count == RecordLeaf::kCapacity) splitLeaf(leaf, place, words.data());
-    const std::uint32_t slot = records_.take();
+    const std::uint32_t slot = records_.allocate();
     return enterBefore(leaf, place, slot, store(slot, key, values), tag);
   }
 };

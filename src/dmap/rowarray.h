@@ -1,4 +1,4 @@
-/// A growable array of rows of numbers, written to when something is put there.
+// A growable array of rows of numbers that does not touch rows before they are used.
 #pragma once
 
 #include <algorithm>
@@ -14,9 +14,8 @@
 
 namespace zdb::dmap {
 
-/// Unlike std::vector, it gets its length without a pass over the memory: rows that nothing was
-/// written to count as zeros, and become zeros when they are first asked for. All sizes are numbers
-/// of rows.
+/// Unlike std::vector, it can be given a length without a pass over the memory: rows that were not
+/// written to count as zeros and are zeroed when they are first read. All sizes are in rows.
 template <class T>
 class RowArray {
   static_assert(std::is_trivially_copyable_v<T>);
@@ -33,20 +32,22 @@ class RowArray {
 
   /// Rows at the front that have been written to.
   std::size_t written() const { return written_; }
-  /// Lets the rows before `end`, at most size(), be read.
+  /// Zeroes the rows before `end` that were not written to, so that they can be read.
+  /// REQUIRES end <= size().
   void zeroUpTo(std::size_t end) {
     if (end > written_) std::fill(row(written_), row(end), T{});
     setWritten(end);
   }
 
-  /// Replaces the contents by `size` zeros, in exactly as much memory. Throws std::bad_alloc, which
-  /// leaves the array as it was.
+  /// Replaces the contents by `size` zero rows, with a capacity of exactly `size`. Throws
+  /// std::bad_alloc, which leaves the array as it was.
   void assignZeros(std::size_t size) {
     data_ = obtain(size);
     size_ = capacity_ = size;
     written_ = 0;
   }
-  /// Overwrites row `i`, which is written already or the first that is not.
+  /// Overwrites row `i`.
+  /// REQUIRES i <= written().
   void set(std::size_t i, const T* values) {
     if (isNarrow()) {
       setNarrow(i, values);
@@ -55,12 +56,12 @@ class RowArray {
     }
     setWritten(i + 1);
   }
-  /// Rows that there is memory for.
+  /// Rows that the allocated memory can hold.
   std::size_t capacity() const { return capacity_; }
-  /// Whether `appendNarrow` may be used, which makes no calls.
+  /// Whether rows are narrow enough for `appendNarrow`, which makes no calls.
   bool isNarrow() const { return width_ <= 4; }
-  /// Writes row `i`, which is below the capacity, and makes the array so long if it is not. Rows
-  /// before it have been written to; those behind it become zeros again.
+  /// Writes row `i`, lengthening the array if needed. Rows after it count as zeros again.
+  /// REQUIRES i < capacity() and i <= written().
   void appendNarrow(std::size_t i, const T* values) {
     setNarrow(i, values);
     written_ = i + 1;
@@ -70,19 +71,21 @@ class RowArray {
     data_[i] = value;
     written_ = i + 1;
   }
-  /// Sees to it that the array can be one row longer. Amortised constant time; throws
-  /// std::bad_alloc.
+  /// Ensures room for one more row. Amortised constant time; throws std::bad_alloc.
   void makeRoom() {
     if (size() == capacity_) grow();
   }
-  /// Makes the array one row longer, for which there must be room.
+  /// Makes the array one row longer.
+  /// REQUIRES size() < capacity().
   void extend() { size_ = size() + 1; }
-  /// Opens a gap at row `i`, moving the rows from there up to `end`; there must be a row behind.
+  /// Opens a gap at row `i` by moving the rows i <= row < end up by one.
+  /// REQUIRES end < size().
   void makeGap(std::size_t i, std::size_t end) {
     setWritten(end + 1);
     std::copy_backward(row(i), row(end), row(end + 1));
   }
-  /// Closes the gap that row `i` leaves and forgets what lies behind row `end`.
+  /// Removes row `i` by moving the later rows before `end` down by one, and forgets the rows from
+  /// `end` on.
   void erase(std::size_t i, std::size_t end) {
     std::copy(row(i + 1), row(end), row(i));
     size_ = end - 1;
@@ -95,8 +98,8 @@ class RowArray {
   }
 
  private:
-// Where the compiler sees an array that is shorter than the longest row, it takes the branches for
-// longer rows for faults.
+// Where the compiler sees an array that is shorter than the longest row, it reports the branches
+// for longer rows as errors.
 #if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Warray-bounds"
@@ -147,7 +150,7 @@ class RowArray {
 
   Data data_;
   std::size_t width_;
-  std::size_t size_ = 0;  ///< The length, unless more is written.
+  std::size_t size_ = 0;  ///< the length, unless more is written
   std::size_t written_ = 0;
   std::size_t capacity_ = 0;
 };

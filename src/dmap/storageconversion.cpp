@@ -6,8 +6,8 @@
 
 namespace zdb::dmap {
 
-// All delegate to the container's own constructor: once that is through, a conversion that runs out
-// of memory destroys what it has built.
+// All delegate to the container's own constructor: once that has returned, a conversion that runs
+// out of memory destroys what it has built.
 
 DMap::DMap(DMapVector& source) : DMap(source.getDim(), source.getValueWidth()) {
   copyRecords(source, *this);

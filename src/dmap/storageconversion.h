@@ -1,15 +1,15 @@
-/// Moving records from one container to another.
+// Moving records from one container to another.
 #pragma once
 
 #include "dmap/idmap.h"
 
 namespace zdb::dmap {
 
-/// Adds all records of `source` to the empty container `target`, in order. Throws std::bad_alloc.
+/// Adds all records of `source` to `target`, in order. Throws std::bad_alloc.
+/// REQUIRES `target` is empty.
 ///
-/// Records are appended: the map and the tree put an unexpected key where it belongs, and the
-/// vector takes it as it is, so that no record is lost that the vector would compare equal to
-/// another.
+/// Records are appended. The map and the tree put a key that is out of order where it belongs; the
+/// vector takes it as it comes, so that no record is lost that it would compare equal to another.
 template <class Target, class Source>
 void copyRecords(Source& source, Target& target) {
   const auto end = source.end();

@@ -1,4 +1,4 @@
-/// Looking for a key's tag among those of a leaf, 16 at a time where the processor allows.
+// Searching a leaf for a key's tag, 16 tags at a time where the processor allows.
 #pragma once
 
 #include <cstdint>
@@ -37,7 +37,7 @@ inline std::uint64_t matchTags(const RecordLeaf& leaf, std::uint8_t tag) {
   return matches & ((std::uint64_t{1} << leaf.count) - 1);
 }
 
-/// Starts fetching a whole leaf.
+/// Prefetches a whole leaf.
 inline void prefetchLeaf(const RecordLeaf* leaf) {
   const auto* lines = reinterpret_cast<const char*>(leaf);
   for (std::size_t line = 0; line < sizeof *leaf; line += 64) memory::prefetch(lines + line);

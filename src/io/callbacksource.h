@@ -4,8 +4,8 @@
 
 namespace zdb {
 
-/// What a caller hands over to stand in for a data source. Texts go as short strings (length byte,
-/// then the characters); results are 0 for success; `user` is the caller's own.
+/// The caller's functions that serve as a data source. Texts are short strings (a length byte, then
+/// the characters); results are 0 for success; `user` is the caller's own pointer.
 struct DataCallbacks {
   int (*findSymbol)(const char* name, int* symbolNumber, void* user) = nullptr;
   int (*readStart)(int symbolNumber, int* recordCount, void* user) = nullptr;
@@ -16,10 +16,10 @@ struct DataCallbacks {
   void* user = nullptr;
 };
 
-/// Callbacks of the caller that deliver the records of one symbol after the other.
+/// A source that gets records from callbacks of the caller, one symbol at a time.
 class CallbackSource final : public DataSource {
  public:
-  /// `specialValues` are the five that the callbacks' data uses.
+  /// `specialValues` are the five that the data of the callbacks uses.
   CallbackSource(ZDB& db, const DataCallbacks& callbacks, const double* specialValues);
 
   InitSource kind() const override { return FROM_DMRF; }

@@ -1,9 +1,9 @@
+// Filling a database with the contents of another.
 #include <vector>
 
 #include "core/zdb.h"
 #include "io/trace.h"
 
-// Filling a database with the contents of another one.
 namespace zdb {
 
 namespace {
@@ -24,7 +24,7 @@ class DatabaseCopy {
 
   ZDB& db_;
   ZDB& source_;
-  std::vector<int> textNumbers_;  ///< here, by the number of the text in the source
+  std::vector<int> textNumbers_;  ///< in this database, by the number in the source
   bool textsKeepNumbers_ = true;
 };
 
@@ -57,8 +57,8 @@ bool DatabaseCopy::isEmpty() {
          db_.setLastError("Database incorrectly initialized.");
 }
 
-/// Set records hold text numbers, so the texts come along: under the same ones, unless this
-/// database has texts already, from a file that held nothing else.
+/// Set records hold text numbers, so the texts are copied too: with the same numbers, unless this
+/// database has texts already, from a file with nothing else in it.
 void DatabaseCopy::copyTexts() {
   strpool::TStrHashPool& texts = source_.textPool();
   textNumbers_.reserve(static_cast<std::size_t>(texts.size()));
@@ -83,7 +83,8 @@ bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
   if (isLoadable && !source_.ensureLoaded(&from)) {
     return db_.setLastError("%s", source_.lastError());
   }
-  // What a model instance still holds can be had from it later, everything else is here now.
+  // What has not been loaded from a model instance can be loaded later; everything else is
+  // loaded now.
   copy->isLoaded = from.isLoaded || !isInModel(from);
   copyRecords(from, *copy);
   return true;

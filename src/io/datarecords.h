@@ -7,11 +7,11 @@
 
 namespace zdb {
 
-/// The keys and first values of a symbol's records, for many lookups by label numbers in a row.
+/// The keys and first values of a symbol's records, for many look-ups by label numbers in a row.
 ///
-/// Asking in key order, which is what a model's dictionary does, costs a comparison or two; any
-/// other order a binary search. Made in time and memory of the symbol's records, whatever storage
-/// keeps them.
+/// A look-up costs a comparison or two in key order, which is the order of a model's dictionary,
+/// and a binary search otherwise. Making the object takes time and memory in the number of records,
+/// whatever their storage.
 class DataRecords {
  public:
   explicit DataRecords(AbstractZDBSymbol& symbol);
@@ -27,7 +27,7 @@ class DataRecords {
   std::size_t dim_;
   std::vector<int> keys_;
   std::vector<double> values_;
-  std::size_t next_ = 0;  ///< behind the record that was found last
+  std::size_t next_ = 0;  ///< index after that of the last record found
 };
 
 }  // namespace zdb

@@ -7,10 +7,11 @@ namespace zdb {
 
 /// The number that each label of a source has in the database.
 ///
-/// The two agree unless the database had labels before, so nothing is kept until they differ.
+/// The numbers are the same unless the database had labels before, so nothing is stored until
+/// they differ.
 class LabelNumbers {
  public:
-  /// The next label of the source, counted from 1, has this number in the database.
+  /// Sets the number that the next label of the source, counted from 1, has in the database.
   void add(int number) {
     if (numbers_.empty()) {
       if (number == next_) {
@@ -22,14 +23,14 @@ class LabelNumbers {
     numbers_.push_back(number);
   }
 
-  /// Whether every label has its own number here.
+  /// Whether every label has the same number in both.
   bool areSame() const { return numbers_.empty(); }
 
-  /// Turns the source's numbers into the database's, in place; false for one that the source does
-  /// not have. Does nothing while they are the same.
+  /// Translates the source's numbers to the database's, in place; false for a number that the
+  /// source does not have. Does nothing while they are the same.
   bool translate(int* key, int dim) const {
     for (int d = 0; d < dim && !areSame(); ++d) {
-      const auto number = static_cast<std::size_t>(key[d]);  // negative: beyond every label
+      const auto number = static_cast<std::size_t>(key[d]);  // a negative number becomes too large
       if (number >= numbers_.size()) return false;
       key[d] = numbers_[number];
     }
@@ -37,8 +38,8 @@ class LabelNumbers {
   }
 
  private:
-  int next_ = 1;              ///< while they are the same
-  std::vector<int> numbers_;  ///< by the source's number, 0 included; empty: the same
+  int next_ = 1;              ///< next label number, while all are the same
+  std::vector<int> numbers_;  ///< by the source's number, from 0; empty if all are the same
 };
 
 }  // namespace zdb

@@ -1,3 +1,4 @@
+// Tying a database to a model instance, and filling one from the instance's dictionary.
 #include "io/modeldictionary.h"
 
 #include <algorithm>
@@ -8,7 +9,6 @@
 #include "io/trace.h"
 #include "loaders/zmi.h"
 
-// Tying a database to a model instance, and filling one from the instance's dictionary.
 namespace zdb {
 
 using namespace loaders;
@@ -59,7 +59,7 @@ bool registerInstance(ZDB& db, ModelLink& link, zmiRec* instance) {
   if (makeReady(zlxGetReady, zlxGetReadyD) == 0) {
     return db.setLastError("Error in zlxGetReady: %s", message);
   }
-  // What was prepared for one instance says nothing of another, which may have come to the address
+  // The preparation of one instance is of no use for another, which may have come to the address
   // of one that was freed.
   link.forgetPreparation();
   link.instance = instance;
@@ -70,7 +70,7 @@ bool registerInstance(ZDB& db, ModelLink& link, zmiRec* instance) {
   return link.dictionary != nullptr || db.setLastError("No dictionary available");
 }
 
-/// A variable or equation of the dictionary that the database may have already.
+/// Adds a variable or equation of the dictionary, unless the database has it already.
 bool takeSymbol(ZDB& db, zlxRec* dictionary, int index) {
   const DictionarySymbol found(dictionary, index);
   char name[kDictionaryNameSize] = "";

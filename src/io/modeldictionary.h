@@ -1,3 +1,4 @@
+// Reading the dictionary of a model instance.
 #pragma once
 
 #include <string_view>
@@ -7,22 +8,21 @@
 #include "io/modellink.h"
 #include "loaders/zlx.h"
 
-// What the dictionary of a model instance tells, for all that reads it.
 namespace zdb {
 
-/// Codes of the dictionary for the types of its symbols.
+/// The dictionary's codes for the types of its symbols.
 enum DictionaryType : int { DictionaryVariable = 5, DictionaryEquation = 6 };
 
-/// Bytes of a name or label in the dictionary, terminator included.
+/// Bytes of a name or label in the dictionary, including the terminator.
 inline constexpr int kDictionaryNameSize = kMaxNameLength + 1;
 
-/// What the name of a parameter has behind it in the dictionary, where it is a variable that is
-/// fixed at the parameter's value.
+/// The suffix of a parameter's name in the dictionary, in which it is a variable that is fixed at
+/// the parameter's value.
 inline constexpr std::string_view kParameterSuffix = "_var";
 
-/// A symbol as the dictionary has it.
+/// A symbol as described by the dictionary.
 struct DictionarySymbol {
-  int index = 0;  ///< from 1; 0 or less: the dictionary does not have it
+  int index = 0;  ///< from 1; 0 or less if the dictionary does not have it
   int type = 0;   ///< a DictionaryType
   int dim = 0;
 
@@ -32,12 +32,12 @@ struct DictionarySymbol {
 
   bool exists() const { return index > 0; }
   bool isVariable() const { return type == DictionaryVariable; }
-  /// The type that such a symbol has in a database.
+  /// The type of such a symbol in a database.
   int databaseType() const { return isVariable() ? TypeVariable : TypeEquation; }
 };
 
-/// Walks the columns of a variable or the rows of an equation, in the dictionary's key order. The
-/// dictionary's search is closed on every way out.
+/// Walks the columns of a variable or the rows of an equation, in the dictionary's key order.
+/// Closes the dictionary's search when it is destroyed.
 class RowColWalk {
  public:
   RowColWalk(loaders::zlxRec* dictionary, const DictionarySymbol& symbol)
@@ -60,12 +60,12 @@ class RowColWalk {
   int current_ = -1;
 };
 
-/// Whether the dictionary and the database have a symbol alike; a difference is reported.
+/// Whether a symbol is the same in the dictionary and the database; reports a difference.
 bool agrees(ZDB& db, const DictionarySymbol& found, const AbstractZDBSymbol& symbol);
 
-/// Gives each label of the dictionary its number in the database, which gets those that it lacks.
-/// Done once for a registered instance; later calls cost nothing. A refused label fails with the
-/// label list's message.
+/// Finds the number of each label of the dictionary in the database, adding new labels. Done once
+/// for a registered instance; later calls cost nothing. An invalid label fails with the label
+/// list's message.
 bool readModelLabels(ZDB& db, ModelLink& link);
 
 }  // namespace zdb

@@ -1,8 +1,8 @@
+// Freeing what a model link owns.
 #include "io/modellink.h"
 
 #include "loaders/zst.h"
 
-// The end of what a model link owns.
 namespace zdb {
 
 void ModelLink::releaseSolver() {

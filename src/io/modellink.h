@@ -15,22 +15,24 @@ struct zrtRec;
 struct zstRec;
 }  // namespace loaders
 
-/// What ties a database to a model instance: the companions' handles, and what solving again needs
-/// to know of the instance and of the solver before.
+/// Ties a database to a model instance: the companions' handles, and what the next solve needs to
+/// know about the instance and the solver of the last one.
 ///
-/// The instance, its dictionary and its environment belong to the caller, who keeps them alive as
-/// long as the database. The configuration and a solver that works in place belong to the link.
+/// The instance, its dictionary and its environment belong to the caller. The configuration and a
+/// solver that works in place belong to the link.
+/// REQUIRES the caller's objects outlive the database.
 struct ModelLink {
   ModelLink() = default;
   ModelLink(const ModelLink&) = delete;
   ModelLink& operator=(const ModelLink&) = delete;
   ~ModelLink() { forgetPreparation(); }
 
-  /// Ready to solve: InitUpdate has succeeded.
+  /// Whether it is ready to solve, that is, InitUpdate has succeeded.
   bool isPrepared() const { return environment != nullptr; }
-  /// Frees the solver that holds the problem, if there is one; the next solve starts anew.
+  /// Frees the solver that holds the problem, if any; the next solve starts from scratch.
   void releaseSolver();
-  /// Back to a link that is registered only: base values, counts, configuration and solver go.
+  /// Returns to the state in which the instance is registered, but not prepared: drops base values,
+  /// counts, configuration and solver.
   void forgetPreparation();
 
   loaders::zmiRec* instance = nullptr;
@@ -39,11 +41,12 @@ struct ModelLink {
   loaders::zstRec* configuration = nullptr;  ///< owned
   std::string systemDirectory;               ///< where the solvers and their configuration are
 
-  std::optional<LabelNumbers> labels;  ///< of the dictionary; none: not read yet
+  std::optional<LabelNumbers> labels;  ///< of the dictionary; none if it has not been read yet
 
   int columns = 0;
   int rows = 0;
-  // The instance as it was when the link was prepared, one entry more than columns or rows.
+  // The instance's values when the link was prepared: one entry more than there are columns
+  // or rows.
   std::vector<double> columnLevels;
   std::vector<double> columnMarginals;
   std::vector<double> rowLevels;
@@ -52,7 +55,7 @@ struct ModelLink {
   std::vector<double> constantTerms;    ///< per row, of the nonlinear update; kept to be reused
   bool alternativeBoundsInUse = false;  ///< the last update was of columns
   int lastSolver = 0;                   ///< its number; 0: none
-  bool lastSolverModifies = false;      ///< and it keeps the problem between solves
+  bool lastSolverModifies = false;      ///< it keeps the problem between solves
 };
 
 }  // namespace zdb

@@ -1,3 +1,4 @@
+// Reading the solution and bounds of a variable or equation from the model instance.
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -8,7 +9,6 @@
 #include "io/modelsource.h"
 #include "loaders/zmi.h"
 
-// Reading the solution and bounds of a variable or equation from the model instance.
 namespace zdb {
 
 using namespace loaders;
@@ -36,7 +36,7 @@ struct ColumnReader {
   }
 };
 
-/// Reads rows, whose bounds follow from the right-hand side and one type for the whole symbol.
+/// Reads rows, whose bounds follow from the right-hand side and the type of the whole symbol.
 struct RowReader {
   zmiRec* instance;
   zlxRec* dictionary;
@@ -64,7 +64,7 @@ struct RowReader {
   }
 };
 
-/// Records in any order, to be had in key order.
+/// Collects records in any order and delivers them in key order.
 class RecordSorter {
  public:
   explicit RecordSorter(int dim) : dim_(static_cast<std::size_t>(dim)) {}
@@ -90,8 +90,7 @@ class RecordSorter {
   std::vector<std::array<double, kMaxValues>> rows_;
 };
 
-/// Delivers all records of a symbol in the database's key order; false for a label number that the
-/// dictionary does not have.
+/// Delivers all records of a symbol in the database's key order; false for an unknown label number.
 template <typename Reader>
 bool readRecords(const LabelNumbers& labels, RowColWalk& walk, int dim, const Reader& reader,
                  RecordSink sink) {

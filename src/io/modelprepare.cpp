@@ -1,3 +1,4 @@
+// Preparing a model instance for updates and solves.
 #include <algorithm>
 #include <memory>
 #include <string>
@@ -10,7 +11,6 @@
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
 
-// Preparing a model instance for updates and solves.
 namespace zdb {
 
 using namespace loaders;
@@ -22,8 +22,8 @@ struct FreeConfiguration {
 };
 using Configuration = std::unique_ptr<zstRec, FreeConfiguration>;
 
-/// Loads the environment's library and makes a configuration, both from the database's directory if
-/// it has one; null and the library's message on failure.
+/// Loads the libraries of environment and configuration, from the database's directory if it has
+/// one, and makes a configuration; null and the library's message on failure.
 Configuration loadSolverLibraries(ZDB& db) {
   const std::string& directory = db.directory();
   char message[kMessageSize] = "";
@@ -38,7 +38,7 @@ Configuration loadSolverLibraries(ZDB& db) {
   return Configuration(configuration);
 }
 
-/// The directory of the solvers, with a slash at its end.
+/// The directory of the solvers, ending in a slash.
 std::string systemDirectoryOf(zrtRec* environment) {
   char directory[kMessageSize] = "";
   zrtGetStrOpt(environment, "NameSysDir", directory);
@@ -47,7 +47,7 @@ std::string systemDirectoryOf(zrtRec* environment) {
   return result;
 }
 
-/// Keeps the instance's levels and marginals, to which updates can go back.
+/// Saves the instance's levels and marginals as the base values of updates.
 void saveSolution(ModelLink& link) {
   link.columns = std::max(0, zmiN(link.instance));
   link.rows = std::max(0, zmiM(link.instance));
@@ -64,7 +64,7 @@ void saveSolution(ModelLink& link) {
   zmiGetEquM(link.instance, link.rowMarginals.data());
 }
 
-/// Fixes the columns that stand for parameters at their levels.
+/// Fixes the columns that represent parameters at their levels.
 void fixParameters(const ModelLink& link) {
   const int symbols = zlxNLSyms(link.dictionary);
   for (int i = 1; i <= symbols; ++i) {
@@ -95,8 +95,8 @@ bool prepareUpdates(ZDB& db, ModelLink& link, zmiRec* instance) {
     return db.setLastError(
         "The model instance is not the one that the database is registered with");
   }
-  // Symbols are loaded one by one, and no such load may bring labels that a walk or a file that is
-  // being written has not seen.
+  // Symbols are loaded later, one by one, and must not add labels then: a walk or a file that is
+  // being written would miss these.
   if (!readModelLabels(db, link)) return false;
   db.setInitFrom(FROM_ZMI);
   Configuration configuration = loadSolverLibraries(db);
@@ -110,7 +110,7 @@ bool prepareUpdates(ZDB& db, ModelLink& link, zmiRec* instance) {
   }
   saveSolution(link);
   fixParameters(link);
-  // Only now: a preparation that failed can be tried again.
+  // Set last, so that a failed preparation can be repeated.
   link.configuration = configuration.release();
   link.environment = environment;
   return true;

@@ -1,3 +1,4 @@
+// Solving a prepared model instance again.
 #include <algorithm>
 
 #include "io/modeldictionary.h"
@@ -6,17 +7,16 @@
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
 
-// Solving a prepared model instance again.
 namespace zdb {
 
 using namespace loaders;
 
 namespace {
 
-/// What the statuses of a model show until a solver has set them.
+/// Both statuses of a model until a solver has set them.
 constexpr int kNoStatus = 13;
 
-/// Puts the instance into the form that solvers get, for the time of a solve: linear, with the
+/// For the time of a solve, puts the instance into the form that solvers need: linear, with the
 /// constant terms of the nonlinear update on the right-hand side.
 class SolverForm {
  public:
@@ -43,7 +43,7 @@ class SolverForm {
   zmiRec* instance_;
 };
 
-/// The instance's view while a solver works in place, which changes it.
+/// Restores the instance's view, which a solver that works in place changes.
 class StoredView {
  public:
   explicit StoredView(zmiRec* instance) : instance_(instance) { zmiViewStore(instance_); }
@@ -131,7 +131,7 @@ bool Solve::callPlain(const char* solverName) {
          db_.setLastError("%s", message);
 }
 
-/// The symbols that the model shares with the database, so that they are read again.
+/// Unloads the symbols that the model shares with the database, so that they are read again.
 void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
   const int count = zlxNLSyms(dictionary);
   for (int i = 1; i <= count; ++i) {
@@ -139,7 +139,7 @@ void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
     zlxSymName(dictionary, i, name, sizeof name);
     if (!db.symbols().contains(name)) continue;
     AbstractZDBSymbol* symbol = db.symbols()[name];
-    // Others of that name have nothing to do with the model, which could not fill them again.
+    // Another symbol with the same name does not come from the model and could not be loaded again.
     const DictionarySymbol found(dictionary, i);
     if (symbol->type != found.databaseType() || symbol->dim != found.dim) continue;
     symbol->clear();

@@ -23,7 +23,7 @@ class ModelSource final : public DataSource {
   ModelLink link_;
 };
 
-/// The link of a database; one that is tied to nothing yet if no model was registered.
+/// The link of a database, which has no instance if no model was registered.
 ModelLink& modelLink(ZDB& db);
 
 }  // namespace zdb

@@ -1,3 +1,4 @@
+// Writing the values of a parameter to a model instance.
 #include <string>
 #include <vector>
 
@@ -7,7 +8,6 @@
 #include "io/modelsource.h"
 #include "loaders/zmi.h"
 
-// Putting the values of a parameter into a model instance.
 namespace zdb {
 
 using namespace loaders;
@@ -23,13 +23,13 @@ enum UpdateAction : int {
   ActionMarginal = 5,
 };
 
-/// What entries get that have no record; any other number stands for their base value.
+/// What entries without a record get; any other number means their base value.
 enum UpdateType : int { UpdateZero = 0, UpdateNothing = 2 };
 
-/// A value for one entry; null where the entry is to get its own base value.
+/// A value for an entry; null means its base value.
 using Value = const double*;
 
-/// One update: walks the entries of a symbol of the model and sets what the action says.
+/// One update: walks the entries of a model symbol and sets what the action says.
 class SymbolUpdate {
  public:
   SymbolUpdate(ZDB& db, const ModelLink& link, const DictionarySymbol& symbol, int action)
@@ -141,7 +141,7 @@ void SymbolUpdate::fix(int column, double value) const {
   zmiSetAltVarUpperOne(instance_, column, value);
 }
 
-/// A bound of the instance itself: with alternative bounds on, it would give the one set before.
+/// The model's own bound: while alternative bounds are on, the instance returns those.
 double SymbolUpdate::ownBound(double (*get)(zmiRec*, int), int column) const {
   zmiAltBoundsSet(instance_, 0);
   const double bound = get(instance_, column);

@@ -6,8 +6,8 @@
 
 namespace zdb {
 
-/// A step line of a long operation, written when the debug level is at least `level`. Steps stand
-/// one depth below the API call that they belong to.
+/// Writes a trace line for a step of a long operation if the debug level is at least `level`. Steps
+/// are indented one level deeper than the API call that they belong to.
 inline void traceStep(const char* text, int level = 1) {
   if (ZDB::debugLevel >= level) debug_out(text, level + 1);
 }

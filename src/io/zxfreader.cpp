@@ -1,10 +1,10 @@
+// Filling a database from a data exchange file: headers now, records on first use.
 #include <array>
 
 #include "io/trace.h"
 #include "io/zxfconventions.h"
 #include "io/zxfsource.h"
 
-// Filling a database from a data exchange file: headers at once, records on first use.
 namespace zdb {
 
 using namespace loaders;
@@ -139,7 +139,7 @@ AbstractZDBSymbol* ZXFReader::aliasTarget(int fileNumber) {
   return target->type == TypeSet ? target : db_.universe();
 }
 
-/// Null for a name that is not one of a set with one position.
+/// Null for a name that is not that of a one-dimensional set.
 AbstractZDBSymbol* ZXFReader::domainNamed(const std::string& name) {
   if (name == "*") return db_.universe();
   if (!db_.symbols().contains(name.c_str())) return nullptr;

@@ -8,15 +8,16 @@
 
 namespace zdb {
 
-/// A data exchange file that stays open, through the companion's object that the database owns.
+/// An open data exchange file, read through the companion's object that the database owns.
 class ZXFSource final : public DataSource {
  public:
-  /// The file is opened by whoever makes the source, before anything is read.
+  /// The caller opens the file before anything is read.
   ZXFSource(ZDB& db, std::string fileName) : db_(db), fileName_(std::move(fileName)) {}
 
   InitSource kind() const override { return FROM_ZXF; }
   bool read(const AbstractZDBSymbol& symbol, RecordSink sink) override;
-  /// Renumbered labels come in the order of the file.
+  /// Records are in the order of the file, which is not key order if labels have other
+  /// numbers here.
   bool isInKeyOrder() const override { return labels_.areSame(); }
 
   const std::string& fileName() const { return fileName_; }

@@ -1,3 +1,4 @@
+// Writing a database into a data exchange file.
 #include <array>
 #include <string>
 
@@ -5,14 +6,13 @@
 #include "io/zxfconventions.h"
 #include "io/zxfsource.h"
 
-// Writing a database into a data exchange file.
 namespace zdb {
 
 using namespace loaders;
 
 namespace {
 
-/// One write of a database, through a companion's object that can be had.
+/// One write of a database, through an object of the companion.
 class ZXFWriter {
  public:
   ZXFWriter(ZDB& database, zxfRec* zxf) : db_(database), zxf_(zxf) {}
@@ -118,7 +118,7 @@ bool ZXFWriter::writeRecords(AbstractZDBSymbol& symbol) {
   };
   if (!symbol.isLoaded) {
     DataSource* source = db_.source(db_.GetInitFrom());
-    if (source == nullptr) return true;  // nothing is left to copy from
+    if (source == nullptr) return true;  // there is nothing to copy from
     return source->isInKeyOrder() ? source->read(symbol, write) : writeSorted(*source, symbol);
   }
   if (!db_.ensureLoaded(&symbol)) return false;  // a part would replace what is whole in the file
@@ -177,7 +177,7 @@ bool ZXFWriter::reportErrors() {
   return db_.setLastError("%d ZXF Error(s). First Error: %s", count, text);
 }
 
-/// Whether this is the name of the file that the database still reads from.
+/// Whether the database still reads from the file with this name.
 bool isOwnSource(const ZDB& db, const std::string& fileName) {
   if (db.GetInitFrom() != FROM_ZXF) return false;
   const auto* source = static_cast<const ZXFSource*>(db.source(FROM_ZXF));

@@ -1,7 +1,6 @@
-// Turns one companion's function list and interface into its X##Loader. Included by companions.cpp
-// and by nothing else.
-#ifndef ZDB_LOADERS_DEFINITION_H
-#define ZDB_LOADERS_DEFINITION_H
+// Makes a companion's loader (X##Loader) from its function list and interface. Only companions.cpp
+// includes this file.
+#pragma once
 
 #include "loaders/functiontable.h"
 #include "loaders/loader.h"
@@ -10,7 +9,7 @@ namespace zdb::loaders {
 
 namespace {
 
-// Stands in for a function that the library does not offer.
+/// Replaces a function that the library does not have.
 template <Loader& loader, const contract::Signature& signature, typename Result,
           typename... Arguments>
 Result stub(Arguments...) {
@@ -18,7 +17,7 @@ Result stub(Arguments...) {
   return Result{};
 }
 
-// Runs an operation on the untyped object behind a typed handle.
+/// Runs an operation on the untyped object that a typed handle refers to.
 template <typename Record, typename Operation>
 int onObject(Record** handle, Operation operation) {
   if (handle == nullptr) return operation(nullptr);
@@ -38,7 +37,7 @@ int onNewObject(Record** handle, Operation operation) {
 
 }  // namespace zdb::loaders
 
-// The pointer of a function, which starts at its stub.
+// The pointer to a function, which starts as its stub.
 #define ZDB_DEFINE_FUNCTION(loader, name, result, parameters, codes)                \
   namespace {                                                                       \
   constexpr result(*d_##name) parameters = stub<loader, contract::name##Signature>; \
@@ -50,7 +49,7 @@ int onNewObject(Record** handle, Operation operation) {
 #define ZDB_TABLE_ENTRY(name, result, parameters, codes) \
   {&contract::name##Signature, &name, &d_##name},
 
-// The operations of a loader that is called X##Loader.
+// The operations of the loader X##Loader.
 #define ZDB_DEFINE_LOADER(X)                                                                      \
   int X##GetReady(char* msg, int len) {                                                           \
     return X##Loader.getReady(nullptr, msg, len);                                                 \
@@ -137,5 +136,3 @@ int onNewObject(Record** handle, Operation operation) {
                        [=](void** object) { return X##Loader.createDD(object, dir, msg, len); }); \
   }                                                                                               \
   static_assert(true)
-
-#endif

@@ -15,7 +15,8 @@ namespace {
 constexpr int kPathSize = 512;
 constexpr std::size_t kNameSize = 128;
 
-// False when the path had to be cut: opening it would load another file than the caller asked for.
+/// Returns false if the path is too long. A cut path would open another file than the caller
+/// asked for.
 bool buildPath(char (&path)[kPathSize], const char* dir, const char* file) {
   const std::size_t length = dir == nullptr ? 0 : std::strlen(dir);
   const char* slash = length > 0 && dir[length - 1] != '/' ? "/" : "";

@@ -1,14 +1,13 @@
 // A companion's function list as data: each function's signature, process-wide pointer and stub.
-#ifndef ZDB_LOADERS_FUNCTIONTABLE_H
-#define ZDB_LOADERS_FUNCTIONTABLE_H
+#pragma once
 
 #include "contract/functiontypes.h"
 
 namespace zdb::loaders {
 
-// One function of the table. The pointer and the stub are objects of one and the same function
-// pointer type, which the loader need not know: it copies their bytes, as POSIX allows for what
-// dlsym returns.
+/// One function of the table. The pointer and the stub are objects of the same function
+/// pointer type, which the loader need not know: it copies their bytes, as POSIX allows for
+/// what dlsym returns.
 struct Entry {
   const contract::Signature* signature;
   void* pointer;
@@ -16,5 +15,3 @@ struct Entry {
 };
 
 }  // namespace zdb::loaders
-
-#endif

@@ -28,7 +28,7 @@ int Loader::getReadyL(const char* path, char* msg, int len) {
   const char* slash = std::strrchr(path, '/');
   const char* file = slash == nullptr ? path : slash + 1;
   if (*file == '\0') file = interface_.file;
-  // One character more than a usable path has, so that a longer one is still refused as too long.
+  // One character longer than a usable path, so that a longer one is still refused as too long.
   char dir[513] = "";
   if (slash != nullptr)
     std::snprintf(dir, sizeof dir, "%.*s", static_cast<int>(slash - path), path);
@@ -37,8 +37,8 @@ int Loader::getReadyL(const char* path, char* msg, int len) {
   return libloader(dir, file, Message(msg, len));
 }
 
-// Called under libMutex. A failed load leaves nothing behind, neither an open library nor a pointer
-// into it.
+/// A failed load leaves neither an open library nor a pointer into it.
+/// REQUIRES libMutex is held.
 int Loader::libloader(const char* dir, const char* fileName, const Message& msg) {
   msg.clear();
   if (loaded_) return 1;
@@ -91,7 +91,8 @@ void Loader::resolveLoadPath() {
   resolve(interface_.getLoadPath, functions_.GetLoadPath, unwanted);
 }
 
-// Points every function at the library where the library accepts its signature, else at its stub.
+/// Points every function to the library if the library accepts its signature, otherwise to
+/// its stub.
 bool Loader::XLibraryLoad(const Message& msg) {
   for (const Entry& entry : table_) {
     const contract::Signature& signature = *entry.signature;
@@ -128,7 +129,7 @@ int Loader::createL(void** object, const char* path, char* msg, int len) {
   return getReadyL(path, msg, len) != 0 ? makeObject(object, nullptr, Message(msg, len)) : 0;
 }
 
-// A null dir creates the object without telling it a directory.
+/// With a null `dir` the object is created without a directory.
 int Loader::makeObject(void** object, const char* dir, const Message& msg) {
   if (object != nullptr) {
     if (dir == nullptr)
@@ -223,7 +224,7 @@ void Loader::errorHandling(const char* msg) {
     const Lock calling = lock(exceptMutex_);
     if (errorCallback_ != nullptr && errorCallback_(count, msg) != 0) end = true;
   }
-  // After the lock is gone: what runs at exit may use the loader.
+  // After the lock has been released: code that runs at exit may use the loader.
   if (end) std::exit(kExitCode);
 }
 

@@ -1,17 +1,16 @@
-// The one loader behind the operations of all five companions.
+// The loader that implements the operations of all five companions.
 //
-// State goes from unloaded to loaded by the first successful load, and back only by libraryUnload
-// while no object is alive. Invariants:
-// 1. While the library is not loaded and never was, every function pointer is its stub.
-// 2. While it is loaded, a pointer is the library's function if the library accepted the
-//    signature, and else the stub.
-// 3. After a failed load the library is closed again and every pointer is its stub, also those
+// The first successful load changes its state from unloaded to loaded; only libraryUnload, while no
+// object is alive, changes it back. Invariants:
+// 1. Until the library is first loaded, every function pointer is its stub.
+// 2. While it is loaded, a pointer is the library's function if the library accepted the signature,
+//    otherwise the stub.
+// 3. After a failed load the library is closed again and every pointer is its stub, including those
 //    that an earlier load had set; after an unload the pointers keep their last values.
 //
 // The loader is constant-initialised and never destroyed: stubs work before main and while the
 // process ends, and a companion stays loaded for the process.
-#ifndef ZDB_LOADERS_LOADER_H
-#define ZDB_LOADERS_LOADER_H
+#pragma once
 
 #include <atomic>
 #include <span>
@@ -29,8 +28,8 @@ class Loader {
   constexpr Loader(const contract::Interface& companion, std::span<const Entry> functions)
       : interface_(companion), table_(functions) {}
 
-  // The operations that operations.h describes. `dir` null: the default search; `object` is a null
-  // handle's address or null itself, which fails.
+  /// The operations that operations.h describes. A null `dir` means the default search. `object` is
+  /// the address of a null handle; if it is null itself, the operation fails.
   int getReady(const char* dir, char* msg, int len);
   int getReadyL(const char* path, char* msg, int len);
   int create(void** object, const char* dir, char* msg, int len);
@@ -58,11 +57,11 @@ class Loader {
   void initMutexes();
   void finiMutexes();
 
-  // What a stub does: reports that the function could not be loaded and why.
+  /// What a stub does: reports that the function could not be loaded, and why.
   void reportMissing(const contract::Signature& signature);
 
  private:
-  // What every companion exports beside its functions.
+  /// What every companion exports in addition to its functions.
   struct ObjectFunctions {
     void (*XCreate)(void** object);
     void (*XCreateD)(void** object, const char* dir);
@@ -104,5 +103,3 @@ class Loader {
 };
 
 }  // namespace zdb::loaders
-
-#endif

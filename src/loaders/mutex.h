@@ -1,6 +1,5 @@
-// Thin wrappers over POSIX mutexes, and the lock of a loader.
-#ifndef ZDB_LOADERS_MUTEX_H
-#define ZDB_LOADERS_MUTEX_H
+// Thin wrappers around POSIX mutexes, and the lock of a loader.
+#pragma once
 
 #include <pthread.h>
 
@@ -8,14 +7,14 @@ namespace zdb::loaders {
 
 using GC_mutex_t = pthread_mutex_t;
 
-// Creates a mutex that its owner may lock again, since an error callback runs under one and may
-// itself use the loader. Returns 1, or 0 when the system refuses.
+/// Creates a recursive mutex, since an error callback runs with the mutex locked and may itself use
+/// the loader. Returns 1, or 0 if the system refuses.
 int GC_mutex_init(GC_mutex_t& mutex);
 void GC_mutex_delete(GC_mutex_t& mutex);
 void GC_mutex_lock(GC_mutex_t& mutex);
 void GC_mutex_unlock(GC_mutex_t& mutex);
 
-// What serialises one concern of a loader: a mutex that is there from the start, since a process
+/// What serialises one concern of a loader: a mutex that is there from the start, since a process
 // may come to its first load in several threads at once, and one that hosts can have created.
 struct LoaderMutex {
   GC_mutex_t own = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
@@ -43,5 +42,3 @@ class Lock {
 };
 
 }  // namespace zdb::loaders
-
-#endif

@@ -1,27 +1,26 @@
 // The operations of one companion loader, declared once for all five prefixes.
 //
-// A companion is a shared library that is found by file name at run time. Each loader keeps, for
-// the whole process, one function pointer per companion function, named as the function; callers
-// write `zxfOpenRead(zxf, name, &error)` and pay one indirect call. Every pointer starts at a stub,
+// A companion is a shared library that is found by file name at run time. Each loader has, for the
+// whole process, one function pointer per companion function, with the same name; callers write
+// `zxfOpenRead(zxf, name, &error)`, which costs one indirect call. Every pointer starts as a stub,
 // which reports through the loader's ErrorHandling and returns 0, so a call into a library that is
-// not loaded or that refused the function's signature does not crash.
+// not loaded or has refused the function's signature does not crash.
 //
-// Conventions of all operations (X stands for the prefix):
+// Conventions of all operations (X is the prefix):
 // - Results are 1 for success and 0 for failure.
 // - `msg` is a buffer of `len` bytes; it is emptied first and holds the reason after a failure, cut
-//   to len - 1 characters and always terminated. A null buffer or len < 1 means that no text is
-//   wanted.
-// - `dir` null or empty means the default search: the bare file name goes to the dynamic linker, so
+//   to len - 1 characters and always terminated. If it is null or len < 1, there is no text.
+// - A null or empty `dir` means the default search: the dynamic linker gets the bare file name, so
 //   the run path of the calling library and the system's directories apply.
 // - Operations may be called from several threads at once only after XInitMutexes.
 //
-//    XGetReady(msg, len)           loads the library unless it is loaded already, then from
-//                                  wherever it was first found
+//    XGetReady(msg, len)           loads the library by the default search; does nothing if it is
+//                                  loaded already, from wherever that was
 //    XGetReadyD(dir, msg, len)     the same from a directory
 //    XGetReadyL(path, msg, len)    the same from the file `path`, split at its last '/'; without
-//                                  a file name the default file name is used
+//                                  a file name, the default file name is used
 //
-//    XCreate(handle, msg, len)     makes the library ready in one of these ways and creates an
+// XCreate(handle, msg, len) loads the library in one of these ways and creates an
 //    XCreateD(handle, dir, ...)    object, which the caller frees with XFree; *handle is null
 //    XCreateL(handle, path, ...)   on failure
 //    XCreateDD(handle, dir, ...)   as XCreateD, and the object learns its directory (not in zst)
@@ -33,27 +32,26 @@
 //                                  library. The function pointers keep their values: call none
 //                                  until the next load
 //    XCorrectLibraryVersion(...)   1 only if the library has exactly the loader's API version;
-//                                  `msg` holds the library's own words either way
-//    XSetLoadPath(dir)             tells the loaded library a directory
-//    XGetLoadPath(dir)             asks it for the one that it has, 256 bytes; both give 0 if the
-//                                  library does not offer the call
+//                                  `msg` receives the library's own text either way
+//    XSetLoadPath(dir)             sets the directory of the loaded library
+//    XGetLoadPath(dir)             gets that directory, 256 bytes; both return 0 if the library
+//                                  does not have the function
 //
-//    XErrorHandling(msg)           counts an error; prints it if the screen indicator is on, as it
-//                                  is by default; calls the callback with count and text, whose
-//                                  nonzero result ends the process with exit code 123; ends it
-//                                  likewise if the exit indicator is on, as it is by default. The
-//                                  exception indicator, by default 0, is only kept
+//    XErrorHandling(msg)           counts an error; prints it if the screen indicator is on, which
+//                                  is the default; calls the callback with count and text. Ends
+//                                  the process with exit code 123 if the callback returns nonzero
+//                                  or the exit indicator is on, which is the default. The
+//                                  exception indicator, by default 0, is stored and has no effect
 //
 //    XInitMutexes()                creates the three mutexes once; a repeated call does nothing
 //    XFiniMutexes()                destroys them. Neither may run while another thread uses the
 //                                  loader
-#ifndef ZDB_LOADERS_OPERATIONS_H
-#define ZDB_LOADERS_OPERATIONS_H
+#pragma once
 
 namespace zdb::loaders {
 
-// Called with the loader's error count and the message, valid during the call only. It may itself
-// use the loader. A nonzero result ends the process.
+/// Called with the loader's error count and the message, which is valid during the call only. The
+/// callback may use the loader itself. A nonzero result ends the process.
 using ErrorCallback = int (*)(int errorCount, const char* msg);
 
 }  // namespace zdb::loaders
@@ -87,11 +85,9 @@ using ErrorCallback = int (*)(int errorCount, const char* msg);
   void X##InitMutexes();                                                 \
   void X##FiniMutexes()
 
-// For the companions whose objects can be created with a directory, which is all but zst.
+// For the companions whose objects can be created with a directory, that is, all but zst.
 #define ZDB_DECLARE_CREATE_DD(X) \
   int X##CreateDD(X##Rec** handle, const char* dir, char* msg, int len)
 
-// One line of a function list as the declaration of the process-wide pointer.
+// Makes a line of a function list the declaration of the process-wide pointer.
 #define ZDB_DECLARE_FUNCTION(name, result, parameters, codes) extern result(*name) parameters;
-
-#endif

@@ -1,7 +1,6 @@
 // The model dictionary library: the handle zlxRec, its loader and its functions as pointers.
-// operations.h tells what the loader operations do, zlxfunctions.def lists the functions.
-#ifndef ZDB_LOADERS_ZLX_H
-#define ZDB_LOADERS_ZLX_H
+// operations.h describes the loader operations, zlxfunctions.def lists the functions.
+#pragma once
 
 #include "loaders/operations.h"
 
@@ -14,5 +13,3 @@ ZDB_DECLARE_CREATE_DD(zlx);
 #include "contract/zlxfunctions.def"
 
 }  // namespace zdb::loaders
-
-#endif

@@ -1,7 +1,6 @@
 // The model instance library: the handle zmiRec, its loader and its functions as pointers.
-// operations.h tells what the loader operations do, zmifunctions.def lists the functions.
-#ifndef ZDB_LOADERS_ZMI_H
-#define ZDB_LOADERS_ZMI_H
+// operations.h describes the loader operations, zmifunctions.def lists the functions.
+#pragma once
 
 #include "loaders/operations.h"
 
@@ -14,5 +13,3 @@ ZDB_DECLARE_CREATE_DD(zmi);
 #include "contract/zmifunctions.def"
 
 }  // namespace zdb::loaders
-
-#endif

@@ -1,7 +1,6 @@
 // The solver environment library: the handle zrtRec, its loader and its functions as pointers.
-// operations.h tells what the loader operations do, zrtfunctions.def lists the functions.
-#ifndef ZDB_LOADERS_ZRT_H
-#define ZDB_LOADERS_ZRT_H
+// operations.h describes the loader operations, zrtfunctions.def lists the functions.
+#pragma once
 
 #include "loaders/operations.h"
 
@@ -14,5 +13,3 @@ ZDB_DECLARE_CREATE_DD(zrt);
 #include "contract/zrtfunctions.def"
 
 }  // namespace zdb::loaders
-
-#endif

@@ -1,7 +1,6 @@
 // The configuration library: the handle zstRec, its loader and its functions as pointers.
-// operations.h tells what the loader operations do, zstfunctions.def lists the functions.
-#ifndef ZDB_LOADERS_ZST_H
-#define ZDB_LOADERS_ZST_H
+// operations.h describes the loader operations, zstfunctions.def lists the functions.
+#pragma once
 
 #include "loaders/operations.h"
 
@@ -13,5 +12,3 @@ ZDB_DECLARE_LOADER(zst);
 #include "contract/zstfunctions.def"
 
 }  // namespace zdb::loaders
-
-#endif

@@ -1,7 +1,6 @@
 // The data exchange file library: the handle zxfRec, its loader and its functions as pointers.
-// operations.h tells what the loader operations do, zxffunctions.def lists the functions.
-#ifndef ZDB_LOADERS_ZXF_H
-#define ZDB_LOADERS_ZXF_H
+// operations.h describes the loader operations, zxffunctions.def lists the functions.
+#pragma once
 
 #include "loaders/operations.h"
 
@@ -14,5 +13,3 @@ ZDB_DECLARE_CREATE_DD(zxf);
 #include "contract/zxffunctions.def"
 
 }  // namespace zdb::loaders
-
-#endif

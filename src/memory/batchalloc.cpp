@@ -7,7 +7,7 @@
 namespace zdb::batchalloc {
 
 void BatchAllocator::addBlock(std::size_t atLeast) {
-  // The first unit of a block is not handed out, so that no reference is 0.
+  // The first unit of a block is never allocated, so that no reference is 0.
   const std::size_t bytes = std::max(atLeast + kUnit, blockSize_);
   if (bases_.size() >> (32 - kPlaceBits) != 0) throw std::bad_alloc();
   bases_.reserve(bases_.size() + 1);

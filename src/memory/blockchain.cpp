@@ -8,8 +8,8 @@ namespace zdb::memory {
 
 namespace {
 
-// Regions are few and, in a large chain, of whole huge pages; but never so large that what is
-// unused of the last one is much of the memory.
+/// Regions are few and, in a large chain, consist of whole huge pages; but never so large that the
+/// unused part of the last one is much of the memory.
 std::size_t regionSize(std::size_t chainBytes) {
   const std::size_t whileSmall = std::min(chainBytes / 8, kHugePage / 2);
   return std::max(whileSmall, std::min(chainBytes / 32, 8 * kHugePage));

@@ -4,11 +4,14 @@
 
 namespace zdb::memory {
 
-/// A chain of blocks from which pieces are taken one after the other. A piece is never given back,
-/// moved or constructed; all go with the chain.
+/// An arena for small pieces of few sizes, such as the nodes of a label tree: allocating one
+/// costs a few instructions and no header. A piece is never constructed, moved or freed by
+/// itself: the chain owns the memory and frees all of it when it is destroyed. The alternatives
+/// are `BatchAllocator`, whose pieces have 32-bit references, and `SlabPool`, which reuses
+/// freed elements.
 ///
-/// Blocks are cut from regions, which grow with the chain: there are many blocks and few
-/// allocations, and at most an eighth of the memory is unused.
+/// Blocks are cut from regions, which grow with the chain: many blocks need few allocations, and at
+/// most an eighth of the memory is unused.
 class BlockChain {
  public:
   BlockChain() = default;
@@ -16,11 +19,13 @@ class BlockChain {
   BlockChain(const BlockChain&) = delete;
   BlockChain& operator=(const BlockChain&) = delete;
 
-  /// The blocks to come will have room for `bytes` bytes.
+  /// Sets the size of later blocks, in bytes.
   void setBlockSize(std::size_t bytes) { blockSize_ = bytes; }
 
-  /// Room for `bytes` bytes, aligned to 8 if all pieces are multiples of 8, else to 4. A piece that
-  /// no block has room for gets a block of its own size. Throws std::bad_alloc.
+  /// Uninitialised room for `bytes` bytes. A piece that is larger than a block gets a block of its
+  /// own. Throws std::bad_alloc.
+  /// REQUIRES `bytes` is a multiple of 4. Pieces are aligned to 8 bytes if all are multiples of 8,
+  /// else to 4.
   void* allocate(std::size_t bytes) {
     if (bytes > free_) addBlock(bytes);
     void* piece = next_;
@@ -30,22 +35,22 @@ class BlockChain {
   }
 
  private:
-  /// The blocks follow.
+  /// The header of a region; its blocks follow.
   struct Region {
     Region* next;
-    std::size_t bytes;  ///< Of the whole region.
+    std::size_t bytes;  ///< size of the whole region
   };
 
   void addBlock(std::size_t atLeast);
   void addRegion(std::size_t block);
 
-  std::byte* next_ = nullptr;  ///< Where the current block goes on.
-  std::size_t free_ = 0;       ///< Bytes left in it.
+  std::byte* next_ = nullptr;  ///< first free byte of the current block
+  std::size_t free_ = 0;       ///< bytes left in it
   std::size_t blockSize_ = 1024;
-  std::byte* regionNext_ = nullptr;  ///< Where the next block begins.
+  std::byte* regionNext_ = nullptr;  ///< where the next block begins
   std::size_t regionFree_ = 0;
   Region* regions_ = nullptr;
-  std::size_t bytes_ = 0;  ///< Of all regions, their headers included.
+  std::size_t bytes_ = 0;  ///< size of all regions, including their headers
 };
 
 }  // namespace zdb::memory

@@ -12,11 +12,11 @@ namespace {
 
 constexpr std::size_t kPage = 4096;
 
-/// Above that, whoever asked for it may not need it soon: its pages are taken one by one.
+/// Memory above this size may not all be needed soon, so its pages are taken one by one.
 constexpr std::size_t kMostTakenAtOnce = std::size_t{64} << 20;
 
-/// Memory of some huge pages begins with one; the start of a smaller one is not worth the room that
-/// is lost before it.
+/// Memory of several huge pages begins at the start of one; smaller memory does not, as alignment
+/// would waste too much of it.
 std::align_val_t alignmentFor(std::size_t bytes, std::size_t alignment) {
   if (bytes < kLarge) return std::align_val_t{alignment};
   return std::align_val_t{bytes < 4 * kHugePage ? kPage : kHugePage};
@@ -27,10 +27,10 @@ bool isTaken(std::byte* page) {
   return mincore(page, kPage, &state) == 0 && (state & 1) != 0;
 }
 
-/// The calls are hints, whose refusal costs time only.
+/// The calls are hints: if they are refused, that only costs time.
 void takePages(std::byte* first, std::size_t bytes) {
   const std::size_t pages = bytes / kPage * kPage;
-  // What the heap had kept is there already, to judge by two of its pages.
+  // If two of its pages are present, the heap has reused the memory, and all of it is.
   if (isTaken(first + pages / 2 / kPage * kPage) && isTaken(first + pages - kPage)) return;
   madvise(first, pages, MADV_HUGEPAGE);
 #ifdef MADV_POPULATE_WRITE
@@ -56,7 +56,8 @@ void release(void* memory, std::size_t bytes, std::size_t alignment) noexcept {
 
 void* obtainZeroed(std::size_t bytes) {
   if (bytes < kHugePage) return std::memset(obtain(bytes), 0, bytes);
-  // Straight from the system, which hands out zeros; what lies around whole huge pages goes back.
+  // Directly from the system, which provides zeros; what lies outside whole huge pages is
+  // given back.
   const std::size_t size = roundUp(bytes, kHugePage);
   void* mapped =
       mmap(nullptr, size + kHugePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

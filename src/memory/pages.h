@@ -1,29 +1,31 @@
+// All memory for records and labels comes from here, so that one place knows what pages cost.
+//
+// The system provides fresh memory page by page, when each page is first written to; for pages of 4
+// KiB that costs more than storing the records that a page holds. So large memory starts on a page
+// boundary, is backed by huge pages where possible, and its pages are taken all at once. operator
+// new, the alternative, leaves them to be taken one by one.
 #pragma once
 
 #include <cstddef>
 
-// Where all memory for records and labels comes from, so that one place knows what pages cost.
-//
-// The system gives fresh memory page by page, when each is first written to; for 4 KiB pages that
-// costs more than storing the records that a page holds. So large memory begins with a page, is
-// backed by huge pages where it can be, and its pages are taken at once.
 namespace zdb::memory {
 
-/// What memory has at least, in bytes, to be treated as large, and what a huge page has.
+/// In bytes: the size from which memory counts as large, and that of a huge page.
 inline constexpr std::size_t kLarge = std::size_t{64} << 10;
 inline constexpr std::size_t kHugePage = std::size_t{2} << 20;
 
-/// Memory of this size, aligned to at least `alignment`, to be given back to release() with the
-/// same arguments. Throws std::bad_alloc.
+/// Uninitialised memory of this size, aligned to at least `alignment`. The caller owns it and frees
+/// it with release(). Throws std::bad_alloc.
+/// REQUIRES for release(): the arguments that obtain() was called with.
 void* obtain(std::size_t bytes, std::size_t alignment = 16);
 void release(void* memory, std::size_t bytes, std::size_t alignment = 16) noexcept;
 
-/// The same, all zeros. Pages of large memory are not taken before they are written to, so that
-/// this costs the same whatever the size.
+/// The same, zeroed. Pages of large memory are not taken before they are written to, so the cost
+/// does not depend on the size.
 void* obtainZeroed(std::size_t bytes);
 void releaseZeroed(void* memory, std::size_t bytes) noexcept;
 
-/// Starts fetching the cache line at `address`.
+/// Prefetches the cache line at `address`.
 inline void prefetch(const void* address) {
 #if defined(__GNUC__)
   __builtin_prefetch(address);

@@ -7,8 +7,13 @@
 
 namespace zdb::memory {
 
-/// Memory of freed objects, kept for the next ones of the same size: pieces of `Bytes` bytes. Meant
-/// for a thread each, which gives back what it frees whoever took it.
+/// A free list of pieces of `Bytes` bytes, for objects that are made and freed by the million, such
+/// as record handles: reusing a piece costs less than the general-purpose allocator. Keeps at most
+/// kMostKept pieces, which it owns and frees when it is destroyed; pieces in use belong to the
+/// caller and may outlive it.
+///
+/// Meant as one pool per thread: a piece may be freed to another thread's pool than it was
+/// allocated from. `SlabPool` is the alternative for elements that one object owns.
 ///
 /// A pool is a thread_local variable without a destructor: registering one may take memory, and the
 /// C++ library ends the process when there is none. It is emptied by a key of the threads library
@@ -24,9 +29,9 @@ class PiecePool {
   PiecePool& operator=(const PiecePool&) = delete;
   ~PiecePool() = default;
 
-  void* take() { return free_ != nullptr ? pop() : ::operator new(kBytes); }
+  void* allocate() { return free_ != nullptr ? pop() : ::operator new(kBytes); }
 
-  void give(void* object) {
+  void free(void* object) {
     if (kept_ >= kMostKept || !isNoted()) {
       ::operator delete(object);
       return;

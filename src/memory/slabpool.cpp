@@ -9,7 +9,7 @@ namespace zdb::memory {
 
 namespace {
 
-/// Nodes are laid out in cache lines, so their slabs begin with one.
+/// Nodes are laid out in cache lines, so slabs start on a cache line.
 constexpr std::size_t kSlabAlignment = 64;
 
 }  // namespace
@@ -20,13 +20,13 @@ SlabPool::SlabPool(std::uint32_t elementBytes, std::uint32_t firstSlab, std::uin
       firstClass_(4 + 4 * (static_cast<std::uint32_t>(std::bit_width(4 * firstSlab)) - 1)),
       skew_(skew) {}
 
-void SlabPool::give(std::uint32_t index) noexcept {
+void SlabPool::free(std::uint32_t index) noexcept {
   std::memcpy(at(index) - skew_, &freeHead_, sizeof freeHead_);
   freeHead_ = index;
   ++free_;
 }
 
-std::uint32_t SlabPool::takeFreed() noexcept {
+std::uint32_t SlabPool::reuseFreed() noexcept {
   const std::uint32_t index = freeHead_;
   std::memcpy(&freeHead_, at(index) - skew_, sizeof freeHead_);
   --free_;

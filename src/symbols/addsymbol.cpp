@@ -1,13 +1,13 @@
+// Adding a host's symbol: its domains are checked before it is added to the table.
 #include <cstring>
 
 #include "core/zdb.h"
 
-// Making a symbol of a host: its domains are checked before it enters the table.
 namespace zdb {
 
 namespace {
 
-/// A domain that is known by its name only.
+/// Finds a domain that is given by its name only.
 bool takeDomainName(ZDB& db, const char* name, AbstractZDBSymbol*& domain,
                     std::string& domainName) {
   if (name == nullptr || std::strcmp(name, "*") == 0 || std::strcmp(name, " ") == 0) {
@@ -39,7 +39,7 @@ bool appendDomain(ZDB& db, AbstractZDBSymbol& symbol, AbstractZDBSymbol* domain,
                            : takeDomainName(db, name, taken, takenName);
 }
 
-/// What an alias with this user information stands for.
+/// The set that an alias with this user information stands for.
 AbstractZDBSymbol* aliasTargetAt(ZDB& db, int position) {
   const bool isSet =
       position >= 0 && position < db.symbols().size() && db.symbols()[position]->type == TypeSet;
@@ -55,7 +55,7 @@ bool appendDomains(ZDB& db, AbstractZDBSymbol& symbol, AbstractZDBSymbol* const*
   return true;
 }
 
-/// The new symbol, not yet in the table; null and a message when it cannot enter it.
+/// Makes the new symbol, which is not in the table yet; null and a message if it cannot be added.
 std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, int dim, int type,
                                              int userInfo, const std::string& explText) {
   if (db.symbols().contains(name.c_str())) {
@@ -73,7 +73,7 @@ std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, i
 
 AbstractZDBSymbol* enter(ZDB& db, std::unique_ptr<AbstractZDBSymbol> symbol) {
   AbstractZDBSymbol* added = db.insertSymbol(std::move(symbol));
-  // With callbacks as the source, a symbol's records come through them on first use.
+  // If the source is callbacks, a symbol's records are read through them on first use.
   if (db.GetInitFrom() == FROM_DMRF && !added->isAlias()) added->isLoaded = false;
   if (added->isAlias()) added->aliasTarget = aliasTargetAt(db, added->userInfo);
   return added;

@@ -1,3 +1,4 @@
+// Dense arrays to symbols.
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -11,13 +12,12 @@
 #include "symbols/zdbsymbol.h"
 #include "symbols/zdbsymboliterator.h"
 
-// Dense arrays to symbols.
 namespace zdb {
 
 namespace {
 
-/// Calls visit(keys, value) for the cells that are not 0, in key order. `keys` holds the labels of
-/// the positions that are not free.
+/// Calls visit(keys, value) for the nonzero cells, in key order.
+/// REQUIRES `keys` holds the labels of the fixed positions.
 template <class Visit>
 void forEachCell(const double* array, const DenseAxes& axes, const std::vector<int>& freePositions,
                  int* keys, Visit visit) {
@@ -46,20 +46,21 @@ void forEachCell(const double* array, const DenseAxes& axes, const std::vector<i
   }
 }
 
-/// The number of cells that are not 0. Throws std::length_error when no symbol has so many records.
+/// The number of nonzero cells. Throws std::length_error if it is more than a symbol can
+/// have records.
 int recordsOf(const double* array, std::size_t cells) {
   const auto records = std::count_if(array, array + cells, [](double cell) { return cell != 0; });
   if (records > std::numeric_limits<int>::max()) throw std::length_error("too many records");
   return static_cast<int>(records);
 }
 
-/// Deletes the records of a slice (0: any label) whose cells in the array are 0 or that have none.
-/// Those that get a new value stay, since deleting them costs more than overwriting them.
+/// Deletes the records of a slice (0: any label) whose cells in the array are 0 or missing. Those
+/// that get a new value stay, since deleting a record costs more than overwriting it.
 void deleteWithoutCell(AbstractZDBSymbol* symbol, const int* slice, const double* array,
                        const DenseAxes& axes, const std::vector<int>& freePositions) {
   const std::unique_ptr<AbstractZDBSymbolIterator> record(symbol->findSlice(slice));
   if (!record) return;
-  std::vector<int> doomed;  // keys, one after the other
+  std::vector<int> doomed;  // their keys, adjacent
   do {
     const int* keys = record->getKeys();
     std::array<int, kMaxDim> freeKeys;
@@ -88,13 +89,13 @@ bool fixPosition(ZDB& db, AbstractZDBSymbol* slice, int& label) {
                          label);
 }
 
-/// One array and the symbol that it goes to.
+/// An array and the symbol that it is copied to.
 class ArrayToSymbol {
  public:
   ArrayToSymbol(ZDB& db, const double* array, AbstractZDBSymbol* symbol)
       : db_(db), array_(array), symbol_(symbol) {}
 
-  /// Whether every position has labels, fixed or free, and the array their sizes.
+  /// Whether every position has labels, fixed or free, and the array has the matching sizes.
   bool prepare(AbstractZDBSymbol* const* domains, AbstractZDBSymbol* const* slices,
                const int* dims) {
     for (int d = 0; d < symbol_->dim; ++d) {
@@ -121,7 +122,7 @@ class ArrayToSymbol {
   }
 
  private:
-  /// Calls put(key, row) for every cell that is not 0, in key order.
+  /// Calls put(key, row) for every nonzero cell, in key order.
   template <class Put>
   void store(Put put) {
     std::array<double, kMaxValues> row{};
@@ -132,7 +133,7 @@ class ArrayToSymbol {
     });
   }
 
-  /// The other storages take records over from an array at several times the pace of additions.
+  /// Via a vector: the other storages convert from one several times faster than they add records.
   void replaceAll() {
     const auto sorted =
         db_.symbolFactory(static_cast<int>(dmap::StorageTypes::Vector), symbol_->name, symbol_->dim,

@@ -1,8 +1,8 @@
+// Adding, overwriting and deleting records.
 #include "symbols/defaultrows.h"
 #include "symbols/records.h"
 #include "symbols/zdbsymboliterator.h"
 
-// Adding, overwriting and deleting records.
 namespace zdb {
 
 namespace {
@@ -17,7 +17,7 @@ bool mergeKeys(ZDB& db, const char* const* texts, int dim, int* keys) {
 bool canTakeRecords(ZDB& db, AbstractZDBSymbol* symbol) {
   if (!symbol->isAlias()) [[likely]]
     return db.ensureLoaded(symbol);
-  // Records of an alias would be seen by nobody and be written nowhere.
+  // Records of an alias could not be seen and would not be written.
   return db.setLastError("Cannot add records to alias %s", symbol->name.c_str());
 }
 
@@ -47,7 +47,7 @@ std::pair<bool, double*> mergeRecord(ZDB& db, AbstractZDBSymbol* symbol, const c
   return merged;
 }
 
-/// The row to store; `row` is room for one that has to be made.
+/// The row to store; `row` is room for it if it has to be made.
 const double* rowToStore(ZDB& db, const AbstractZDBSymbol* symbol, bool haveValues,
                          const double* values, const char* text, double* row) {
   if (!haveValues) return defaultRow(*symbol);

@@ -4,7 +4,7 @@ namespace zdb {
 
 namespace {
 
-/// One copy. Labels and texts are added to the target's database, which gets the messages too.
+/// One copy. Labels and texts are added to the target's database, which also receives the messages.
 class SymbolCopy {
  public:
   SymbolCopy(AbstractZDBSymbol& target, AbstractZDBSymbol& source)
@@ -57,7 +57,7 @@ class SymbolCopy {
     return true;
   }
 
-  /// The value of a set's record: the number here of the text that the source's record has.
+  /// The value of a set's record: the number that its text has in the target's database.
   double textOf(const double* values) const {
     char text[kMessageSize] = "";
     if (source_.type == TypeSet) from_.GetElemText(textNumber(values[0]), text);
@@ -77,7 +77,7 @@ bool copySymbol(ZDB& db, AbstractZDBSymbol* target, AbstractZDBSymbol* source) {
   if (source->type != target->type && target->type != TypeSet) {
     return db.setLastError("Inconsistent symbol types");
   }
-  if (source == target) return true;  // clearing the target would lose what is to be copied
+  if (source == target) return true;  // clearing the target would lose the records
   if (!target->isUniverse()) {
     if (target->isLoaded) target->clear();
     target->isLoaded = true;

@@ -4,9 +4,9 @@
 
 namespace zdb {
 
-/// Replaces the target's records by copies of the source's; the two may belong to different
-/// databases, whose labels and texts are then matched by text. False and a message in `db`, the
-/// database of the caller.
+/// Replaces the target's records by copies of the source's. The two may belong to different
+/// databases, whose labels and texts are then matched by text. On failure returns false and leaves
+/// a message in `db`, the caller's database.
 bool copySymbol(ZDB& db, AbstractZDBSymbol* target, AbstractZDBSymbol* source);
 
 }  // namespace zdb

@@ -4,13 +4,13 @@
 
 namespace zdb {
 
-/// Rows that new records of variables and equations get, by subtype: level, marginal, lower, upper,
-/// scale. A subtype outside the table counts as 0.
+/// Default rows of variables and equations by subtype: level, marginal, lower, upper, scale. An
+/// unknown subtype counts as 0.
 const double* defaultVariableRow(int subtype);
 const double* defaultEquationRow(int subtype);
 
-/// The row of a new record of this symbol, picked from those of the two types that have bounds;
-/// zeros for sets and parameters.
+/// The row of a new record of this symbol: one of the given rows for variables and equations, zeros
+/// for sets and parameters.
 inline const double* pickDefaultRow(int type, const double* variableRow,
                                     const double* equationRow) {
   static constexpr double zeros[kMaxValues] = {};

@@ -9,20 +9,20 @@
 
 namespace zdb {
 
-/// Whether `set` is a one-dimensional set of the database, not the universe; one that is not is
-/// reported, as `name`.
+/// Whether `set` is a one-dimensional set of the database other than the universe; if not, reports
+/// it as `name`.
 bool isOwnSet(ZDB& db, const AbstractZDBSymbol& set, const std::string& name);
 
 /// One dimension of a dense array: labels in key order.
 class DenseAxis {
  public:
-  /// `labels` are label numbers in ascending order, all below `labelCount`.
+  /// REQUIRES `labels` are in ascending order, and 0 <= label < labelCount for each.
   DenseAxis(int labelCount, std::vector<int> labels);
 
   int size() const { return static_cast<int>(labels_.size()); }
-  /// Position of a label, from 0; -1 when it is none of the axis.
+  /// Position of a label, counted from 0; -1 if it is not on the axis.
   int rank(int label) const {
-    const auto index = static_cast<std::size_t>(label);  // negative: beyond every label
+    const auto index = static_cast<std::size_t>(label);  // a negative number becomes too large
     return index < ranks_.size() ? ranks_[index] : -1;
   }
   int label(int rank) const { return labels_[static_cast<std::size_t>(rank)]; }
@@ -35,10 +35,10 @@ class DenseAxis {
 /// The dimensions of a dense array in row-major order: the last one varies fastest.
 class DenseAxes {
  public:
-  /// Adds the labels of a set or alias, which is loaded where needed, or all labels for the
-  /// universe and null; false and a message when the domain cannot serve as a dimension.
+  /// Adds the labels of a set or alias, which is loaded if needed, or all labels for the universe
+  /// and null; false and a message if the symbol cannot be a domain.
   bool add(ZDB& db, AbstractZDBSymbol* domain);
-  /// Adds a domain per position of `symbol`.
+  /// Adds one domain for each position of `symbol`.
   bool add(ZDB& db, const AbstractZDBSymbol& symbol, AbstractZDBSymbol* const* domains) {
     for (int d = 0; d < symbol.dim; ++d) {
       if (!add(db, domains[d])) return false;
@@ -52,18 +52,21 @@ class DenseAxes {
 
   int dim() const { return static_cast<int>(axes_.size()); }
   const DenseAxis& operator[](int d) const { return axes_[static_cast<std::size_t>(d)]; }
-  /// Cells of the whole array; only after every dimension has passed sizesAgree().
+  /// Number of cells of the array.
+  /// REQUIRES sizesAgree() has returned true for all dimensions.
   std::size_t cells() const;
-  /// Whether `dims` gives the sizes of the axes; the first that does not is reported.
+  /// Whether `dims` are the sizes of the axes; reports the first that is not.
   bool sizesAgree(ZDB& db, const AbstractZDBSymbol& symbol, const int* dims) const;
-  /// Whether every label of a key is on its axis; also where the array would be larger than memory.
+  /// Whether every label of a key is on its axis; works even if the array would be larger
+  /// than memory.
   bool contains(const int* keys) const {
     for (std::size_t d = 0; d < axes_.size(); ++d) {
       if (axes_[d].rank(keys[d]) < 0) return false;
     }
     return true;
   }
-  /// Place of a key in the array, or -1 when a label is outside; as cells().
+  /// Index of a key's cell in the array, or -1 if a label is not on its axis.
+  /// REQUIRES the same as cells().
   std::ptrdiff_t cellOf(const int* keys) const {
     std::ptrdiff_t cell = 0;
     for (std::size_t d = 0; d < axes_.size(); ++d) {

@@ -10,7 +10,7 @@ namespace {
 
 using RecordHandle = std::unique_ptr<AbstractZDBSymbolIterator>;
 
-/// The set behind a domain, where it is one that can be checked.
+/// The set that a domain refers to; null if it cannot be checked.
 AbstractZDBSymbol* checkedSet(const AbstractZDBSymbol* domain) {
   if (domain == nullptr || domain->aliasTarget->isUniverse()) return nullptr;
   return domain->aliasTarget->isDomain ? domain->aliasTarget : nullptr;
@@ -45,9 +45,9 @@ void dropAllDomainLookups(ZDB& db) {
 /// The first violating record of a symbol, or null.
 bool searchSymbol(ZDB& db, AbstractZDBSymbol* symbol, RecordHandle& record) {
   record.reset();
-  if (symbol->isAlias()) return true;  // its records are those of its set
+  if (symbol->isAlias()) return true;  // it has no records of its own
   if (!db.ensureLoaded(symbol)) return false;
-  dropDomainLookups(db, symbol);  // another check may have left what was true then
+  dropDomainLookups(db, symbol);  // those of an earlier check may be out of date
   if (!noteDomainLabels(*symbol)) return false;
   record.reset(symbol->getBegin());
   if (!record || symbol->violatesDomains(record->getKeys())) return true;
@@ -61,7 +61,7 @@ bool hasCheckedDomain(const ZDB& db, const AbstractZDBSymbol& symbol) {
   });
 }
 
-/// The next symbol with records to check after one (null or the universe: from the start), or null.
+/// The next symbol to check after one (null or the universe: from the start), or null.
 bool nextSymbol(ZDB& db, const AbstractZDBSymbol* after, AbstractZDBSymbol*& symbol) {
   const int from = after == nullptr || after->isUniverse() ? 0 : after->number + 1;
   for (int i = from; i < db.symbols().size(); ++i) {
@@ -74,7 +74,7 @@ bool nextSymbol(ZDB& db, const AbstractZDBSymbol* after, AbstractZDBSymbol*& sym
   return true;
 }
 
-/// The first violating record of any symbol after one, or null.
+/// The first violating record of any symbol after `after`, or null.
 bool searchSymbolsAfter(ZDB& db, const AbstractZDBSymbol* after, RecordHandle& record) {
   record.reset();
   AbstractZDBSymbol* symbol = nullptr;
@@ -88,7 +88,7 @@ bool searchSymbolsAfter(ZDB& db, const AbstractZDBSymbol* after, RecordHandle& r
   }
 }
 
-/// The symbol that a violation stands in. By number: the symbol itself may have gone.
+/// The symbol of a violation. By number, as the symbol itself may no longer exist.
 const AbstractZDBSymbol* symbolOf(ZDB& db, const DomainViolation& violation) {
   return db.symbols()[violation.symbolNumber()];
 }
@@ -120,7 +120,7 @@ bool findViolation(ZDB& db, AbstractZDBSymbol* symbol, DomainViolation** violati
 
 bool findViolation(ZDB& db, DomainViolation** violation) {
   *violation = nullptr;
-  // What is noted was for single symbols, perhaps long ago.
+  // Existing look-ups are from checks of single symbols and may be out of date.
   if (!db.isDomainCheckInProgress()) dropAllDomainLookups(db);
   db.setDomainCheckInProgress(true);
   RecordHandle record;

@@ -8,8 +8,8 @@
 
 namespace zdb {
 
-/// A domain-violation handle: stands on a violating record, of whichever symbol and storage the
-/// walk has come to. It is spent, without a record, once a walk has found no further violation.
+/// A domain violation handle: a position at a violating record of any symbol and storage. It is
+/// spent, that is, has no record, once a walk has found no further violation.
 class DomainViolation {
  public:
   explicit DomainViolation(std::unique_ptr<AbstractZDBSymbolIterator> record) {
@@ -17,28 +17,29 @@ class DomainViolation {
   }
 
   const ZDB* database() const { return database_; }
-  /// The symbol's place in the table, also when the symbol itself has gone.
+  /// The symbol's number in the table, even if the symbol itself no longer exists.
   int symbolNumber() const { return symbolNumber_; }
-  /// Null when spent, or when the record, all records of its symbol or the symbol went meanwhile.
+  /// Null if spent, or if the record, all records of its symbol or the symbol were
+  /// removed meanwhile.
   AbstractZDBSymbolIterator* record() const {
     if (isSpent_ || record_->hasEnded()) return nullptr;
     record_->catchUp();
     return record_->getKeys() != nullptr ? record_.get() : nullptr;
   }
-  /// Only while there is a record.
+  /// REQUIRES record() != nullptr.
   AbstractZDBSymbol* symbol() const { return record_->symbol; }
 
-  /// To be called before the two below when another check may have ended meanwhile, which drops the
-  /// notes of its domains. False and a message when a domain cannot be loaded.
+  /// To be called before the two functions below if another check may have ended meanwhile, which
+  /// drops the look-ups of domains. False and a message if a domain cannot be loaded.
   bool refreshDomains() const { return record() == nullptr || noteDomainLabels(*symbol()); }
 
-  /// On to the next violation of the same symbol; false, and spent, when there is none.
+  /// Moves to the next violation of the same symbol; returns false and is spent if there is none.
   bool moveNext() {
     isSpent_ = record() == nullptr || !symbol()->toNextDomainViolation(record_.get());
     return !isSpent_;
   }
 
-  /// Stands on `record`, or is spent when that is null.
+  /// Moves to `record`; if that is null, the handle is spent.
   void moveTo(std::unique_ptr<AbstractZDBSymbolIterator> record) {
     isSpent_ = record == nullptr;
     if (isSpent_) return;
@@ -47,7 +48,8 @@ class DomainViolation {
     symbolNumber_ = record_->symbol->number;
   }
 
-  /// Writes `dim` numbers: 1 at every violating position, else 0. Only while there is a record.
+  /// Writes `dim` numbers: 1 at every violating position, else 0.
+  /// REQUIRES record() != nullptr.
   void indicate(int* positions) const {
     const int* keys = record_->getKeys();
     for (int i = 0; i < symbol()->dim; ++i)

@@ -1,7 +1,7 @@
+// Finding records by key, by position and by slice.
 #include "symbols/records.h"
 #include "symbols/zdbsymboliterator.h"
 
-// Finding records by their keys, by their place and by slices.
 namespace zdb {
 
 namespace {
@@ -21,7 +21,7 @@ bool hasRecords(ZDB& db, AbstractZDBSymbol* symbol) {
          db.setLastError("Cannot find any record in Symbol %s (%s is empty)", name, name);
 }
 
-/// The record with this key, which the caller gave in the form that the message is to show.
+/// The record with this key; `key` is the caller's form of it, which the message shows.
 template <typename Key>
 AbstractZDBSymbolIterator* findByKey(ZDB& db, AbstractZDBSymbol* symbol, const int* keys,
                                      const Key* given) {

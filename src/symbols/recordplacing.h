@@ -1,3 +1,5 @@
+// Adding a record without ever changing another one, whatever the container's own insertions do
+// with an absent key. In all functions 0 is a label like any other.
 #pragma once
 
 #include <algorithm>
@@ -6,19 +8,17 @@
 #include "dmap/dmaputree.h"
 #include "dmap/dmapvector.h"
 
-// Adding records so that an added record never changes another one, whatever the container's own
-// insertions do with a key that is absent. All take keys as they are, 0 included.
 namespace zdb {
 
-/// A record, and whether it was added just now.
+/// A record, and whether it was added by this call.
 template <class It>
 struct Placed {
   It at;
   bool isNew;
 };
 
-/// Finds the record with this key or adds it with these values; a record that is there gets the
-/// values if `overwrite` holds.
+/// Finds the record with this key or adds it with these values; an existing record gets the values
+/// if `overwrite` is true.
 inline Placed<dmap::DMapIterator> placeRecord(dmap::DMap& records, const int* key,
                                               const double* values, bool overwrite) {
   const auto before = records.size();
@@ -41,7 +41,8 @@ inline Placed<dmap::VectorIterator> placeRecord(dmap::DMapVector& records, const
   return {at, false};
 }
 
-// Dereferences only the record it returns: the key may lie in the buffer that all trees share.
+/// Dereferences only the record it returns, since the key may be in the buffer that all
+/// trees share.
 inline Placed<dmap::TreeIterator> placeRecord(dmap::DMapUTree& records, const int* key,
                                               const double* values, bool overwrite) {
   if (records.getTree()->isAboveAll(key)) return {records.emplace_end(key, values), true};
@@ -60,7 +61,7 @@ inline dmap::DMapIterator findRecord(dmap::DMap& records, const int* key) {
 inline dmap::TreeIterator findRecord(dmap::DMapUTree& records, const int* key) {
   return records.find(key);
 }
-// The container's own search takes a 0 for any label.
+/// Not by the container's own search, in which a 0 matches any label.
 inline dmap::VectorIterator findRecord(dmap::DMapVector& records, const int* key) {
   if (records.getDim() == 0) return records.find(key);
   auto at = records.exactLowerBound(key);
@@ -69,7 +70,8 @@ inline dmap::VectorIterator findRecord(dmap::DMapVector& records, const int* key
   return isFound ? at : records.end();
 }
 
-/// The first record whose key is not less than `key`, or the end; not for dimension 0.
+/// The first record whose key is not less than `key`, or the end.
+/// REQUIRES dimension > 0.
 inline dmap::DMapIterator firstNotLess(dmap::DMap& records, const int* key) {
   return records.lower_bound(key);
 }

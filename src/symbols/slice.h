@@ -10,8 +10,8 @@ namespace zdb {
 
 /// A slice of a symbol: label numbers per position, 0 where any label will do.
 ///
-/// Records are ordered by key, so those that agree with the leading fixed positions (the prefix)
-/// stand together; the rest of the fixed positions is tested record by record.
+/// Records are ordered by key, so those that match the leading fixed positions (the prefix) are
+/// adjacent; the other fixed positions are tested record by record.
 class Slice {
  public:
   Slice(const int* keys, int dim) : dim_(dim) {
@@ -29,10 +29,10 @@ class Slice {
     return true;
   }
 
-  /// Whether the record lies outside the run of records that share the prefix.
+  /// Whether the record is outside the run of records that share the prefix.
   bool isPast(const int* key) const { return !std::equal(key, key + prefix_, keys_.begin()); }
 
-  /// A key that no record of the run is below, and one that none is above.
+  /// Lower and upper bound of the keys in the run.
   std::array<int, kMaxDim> lowest() const { return filled(std::numeric_limits<int>::min()); }
   std::array<int, kMaxDim> highest() const { return filled(std::numeric_limits<int>::max()); }
 

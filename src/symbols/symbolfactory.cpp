@@ -1,10 +1,10 @@
+// The only place where the templates are instantiated, once per storage type.
 #include "symbols/symbolfactory.h"
 
 #include "core/zdb.h"
 #include "symbols/zdbsymbol.h"
 #include "symbols/zdbsymboliteratorimpl.h"
 
-// What there is once per storage type is made here and nowhere else.
 namespace zdb {
 
 namespace {

@@ -7,8 +7,8 @@
 
 namespace zdb {
 
-/// The SymbolFactory of the record containers: a new empty symbol over the container of a storage
-/// type; null for an unknown one or a dim outside 0..20.
+/// The SymbolFactory of the record containers: makes a new empty symbol with the container of a
+/// storage type; null for an unknown type or unless 0 <= dim <= 20.
 std::unique_ptr<AbstractZDBSymbol> makeSymbol(ZDB& owner, int storageType, const std::string& name,
                                               int dim, int type, int number, int userInfo,
                                               const std::string& explText);

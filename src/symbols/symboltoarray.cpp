@@ -1,15 +1,16 @@
+// Symbols to dense arrays.
 #include <algorithm>
 #include <vector>
 
 #include "symbols/densearrays.h"
 #include "symbols/denseaxes.h"
 
-// Symbols to dense arrays.
 namespace zdb {
 
 namespace {
 
-/// What a record's cell gets: 1 for membership in a set, else a field in the caller's values.
+/// The value of a record's cell: 1 for membership in a set, else a field, with the caller's
+/// special values.
 double cellValue(const ZDB& db, int type, const double* row, int field) {
   return type == TypeSet ? 1.0 : db.specialValues().toUser(row[field]);
 }
@@ -20,8 +21,8 @@ bool fieldExists(ZDB& db, const AbstractZDBSymbol& symbol, int field) {
                          valueWidth(symbol.type) - 1, field);
 }
 
-/// The labels of the squeezed sets are to be those that occur, so these sets must be free to take
-/// them: of this database, each given once, and none of what is being read.
+/// Whether the squeezed sets can be overwritten: they must belong to this database, be distinct,
+/// and not be read by this call.
 bool areFreeSets(ZDB& db, const AbstractZDBSymbol* symbol, AbstractZDBSymbol* const* domains,
                  AbstractZDBSymbol* const* squeezed) {
   for (int d = 0; d < symbol->dim; ++d) {
@@ -42,7 +43,7 @@ bool areFreeSets(ZDB& db, const AbstractZDBSymbol* symbol, AbstractZDBSymbol* co
   return true;
 }
 
-/// The labels of the axes that occur in records inside them; counts the records outside.
+/// Those labels of the axes that occur in records inside them; also counts the records outside.
 DenseAxes occurringLabels(const ZDB& db, const DenseAxes& axes, AbstractZDBSymbol* symbol,
                           int& outside) {
   const auto dim = static_cast<std::size_t>(axes.dim());
@@ -72,7 +73,7 @@ DenseAxes occurringLabels(const ZDB& db, const DenseAxes& axes, AbstractZDBSymbo
   return occurring;
 }
 
-/// Fills the cells of the records inside the axes; the number of the others.
+/// Fills the cells of the records inside the axes; returns the number of the others.
 int fillArray(const ZDB& db, double* array, const DenseAxes& axes, AbstractZDBSymbol* symbol,
               int field) {
   int dropped = 0;

@@ -18,7 +18,7 @@ ZDBSymbol<Map, It>::ZDBSymbol(ZDB* owner, const std::string& symbolName, int dim
 template <class Map, class It>
 void ZDBSymbol<Map, It>::clear() {
   if constexpr (std::is_same_v<Map, dmap::DMapUTree>) {
-    // A tree that is cleared frees nothing, and some symbols are cleared and filled for ever.
+    // Clearing a tree frees nothing, and some symbols are cleared and filled again and again.
     records_ = dmap::DMapUTree(dim, valueWidth(type));
   } else {
     records_.clear();
@@ -107,7 +107,7 @@ template <class Map, class It>
 AbstractZDBSymbolIterator* ZDBSymbol<Map, It>::findSliceBackwards(const int* keys) {
   const Slice slice(keys, dim);
   It it = slice.prefix() == 0 ? end_ : firstNotLess(records_, slice.highest().data());
-  // The bound itself can belong to the slice only if a label number is the largest integer.
+  // The bound itself can be in the slice only if a label number is the largest integer.
   if (it != end_ && slice.matches((*it).first)) return sliceHandleOn(it, slice);
   return stepBackward(records_, it, slice) ? sliceHandleOn(it, slice) : nullptr;
 }
@@ -184,7 +184,7 @@ bool ZDBSymbol<Map, It>::toNextDomainViolation(AbstractZDBSymbolIterator* handle
 template <class Map, class It>
 void ZDBSymbol<Map, It>::deleteRecord(AbstractZDBSymbolIterator* handle) {
   erase(static_cast<It&>(handle->getIterator()));
-  // A scalar's position is an address that tells nothing of whether the record is there.
+  // A scalar's position is an address, which does not tell whether the record exists.
   if (dim == 0) handleNotes.endHandles();
 }
 

@@ -10,8 +10,8 @@
 
 namespace zdb {
 
-/// A symbol whose records are kept in a container `Map` with the iterator `It`; instantiated once
-/// per storage. Everything that does not depend on the storage stands in AbstractZDBSymbol and ZDB.
+/// A symbol whose records are in a container `Map` with the iterator `It`; instantiated once per
+/// storage. Everything that does not depend on the storage is in AbstractZDBSymbol and ZDB.
 template <class Map, class It>
 class ZDBSymbol final : public AbstractZDBSymbol {
  public:
@@ -63,7 +63,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   AbstractZDBSymbolIterator* sliceHandleOn(const It& it, const Slice& slice);
   Placed<It> place(const int* keys, const double* values, bool overwrite);
   void append(const int* keys, const double* values);
-  /// Where records move, the end does too.
+  /// If records move, so does the end.
   void recordsChanged() {
     if constexpr (kRecordsMove) end_ = records_.end();
   }

@@ -11,7 +11,7 @@ namespace zdb {
 
 namespace {
 
-// Positions in a tree are long: a path of nodes.
+/// The pools: positions in a tree are large, since they are paths of nodes.
 using SmallPool = memory::PiecePool<136>;
 using LargePool = memory::PiecePool<288>;
 constinit thread_local SmallPool smallPool;
@@ -31,14 +31,14 @@ void AbstractZDBSymbolIterator::makeRoom(std::size_t bytes) {
 }
 
 void* AbstractZDBSymbolIterator::operator new(std::size_t bytes) {
-  return bytes <= SmallPool::kBytes ? smallPool.take() : largePool.take();
+  return bytes <= SmallPool::kBytes ? smallPool.allocate() : largePool.allocate();
 }
 
 void AbstractZDBSymbolIterator::operator delete(void* object, std::size_t bytes) noexcept {
   if (bytes <= SmallPool::kBytes) {
-    smallPool.give(object);
+    smallPool.free(object);
   } else {
-    largePool.give(object);
+    largePool.free(object);
   }
 }
 

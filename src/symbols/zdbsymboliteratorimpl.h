@@ -32,7 +32,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     if (mode >= ModeUniverse) return nullptr;
     if constexpr (kRecordsMove) return it_ == walked().end() ? nullptr : (*it_).second;
     if constexpr (requires { it_.values(); }) return it_.values();
-    return (*it_).second;  // the end has no row either
+    return (*it_).second;  // null at the end
   }
   bool moveNext(int highestLabel) override;
   bool movePrev() override;
@@ -56,7 +56,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
     follow();
     return mode < ModeUniverse && it_ != walked().end();
   }
-  /// Moves along with the record if that has moved. To be called before the position is used.
+  /// Follows the record if it has moved. To be called before the position is used.
   void follow() const {
     if constexpr (kRecordsMove) {
       if (!notes.isUpToDate()) [[unlikely]]

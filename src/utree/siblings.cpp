@@ -8,11 +8,11 @@ namespace utree {
 
 namespace {
 
-// Nodes that a search walks past before its list gets an index. Below that, an index would cost
-// more memory than the nodes themselves.
+/// Nodes that a search passes before its list gets an index. For shorter lists an index would take
+/// more memory than the nodes themselves.
 constexpr int kFarWalk = 32;
 
-// Number of labels below `label`. No comparison is a branch, since none could be predicted.
+/// Number of labels less than `label`. No comparison is a branch, since none could be predicted.
 std::size_t countBelow(const int* labels, std::size_t length, int label) {
   std::size_t low = 0;
   while (length > 0) {
@@ -44,7 +44,7 @@ SiblingIndex::SiblingIndex(DownLink& list) : list_(&list), first_(list.first()) 
   list.setIndex(this);
 }
 
-// The last chunk that begins with a label not above this one, or the first chunk.
+/// The last chunk whose first label is not greater than this one, or the first chunk.
 std::size_t SiblingIndex::chunkOf(int label) const {
   if (chunks_.size() == 1) return 0;
   const auto above = std::upper_bound(chunks_.begin() + 1, chunks_.end(), label,
@@ -52,7 +52,7 @@ std::size_t SiblingIndex::chunkOf(int label) const {
   return static_cast<std::size_t>(above - chunks_.begin()) - 1;
 }
 
-// The labels of a list are mostly dense, so the first guess is that they are evenly spaced.
+/// The labels of a list are usually dense, so the search starts where evenly spaced ones would be.
 std::size_t SiblingIndex::countBelow(const Chunk& chunk, int label) {
   const std::size_t size = chunk.labels.size();
   if (label <= chunk.first) return 0;
@@ -87,7 +87,7 @@ SiblingPlace SiblingIndex::seek(int label) const {
 void SiblingIndex::insert(UELNode* node) {
   std::size_t i = chunkOf(node->uel);
   if (chunks_[i].nodes.size() == kChunk) {
-    // A list that grows at its end is to end up with full chunks.
+    // A list that grows at its end should end up with full chunks.
     const bool isAppended = i + 1 == chunks_.size() && node->uel > chunks_[i].last;
     if (isAppended) {
       chunks_.push_back({node->uel, node->uel, {node->uel}, {node}});

@@ -1,4 +1,4 @@
-/// Searching and changing lists of siblings.
+// Searching and changing lists of siblings.
 #pragma once
 
 #include <cstddef>
@@ -12,19 +12,19 @@ namespace utree {
 
 /// Where a label belongs in a list of siblings.
 struct SiblingPlace {
-  UELNode* before;  ///< The last node with a smaller label, or null.
-  UELNode* at;      ///< The first node whose label is not smaller, or null.
+  UELNode* before;  ///< the last node with a smaller label, or null
+  UELNode* at;      ///< the first node whose label is not smaller, or null
 };
 
 /// The nodes of one long list of siblings in arrays, for binary search.
 ///
-/// The arrays are cut into chunks, so that a change in a list of a million nodes moves hundreds of
-/// entries only. A list without nodes has no index.
+/// The arrays are divided into chunks, so that a change in a list of a million nodes moves only
+/// hundreds of entries. A list without nodes has no index.
 class SiblingIndex {
  public:
-  /// Indexes the list and lets `list` lead to the index. Throws std::bad_alloc.
+  /// Indexes the list and makes `list` point to the index. Throws std::bad_alloc.
   explicit SiblingIndex(DownLink& list);
-  /// Lets the list lead to its first node again.
+  /// Makes the list point to its first node again.
   ~SiblingIndex() { list_->setFirst(first_); }
   SiblingIndex(const SiblingIndex&) = delete;
   SiblingIndex& operator=(const SiblingIndex&) = delete;
@@ -33,21 +33,22 @@ class SiblingIndex {
   UELNode* last() const { return chunks_.back().nodes.back(); }
   SiblingPlace seek(int label) const;
 
-  /// Enters a node; no other has its label. Throws std::bad_alloc, which leaves the arrays useless.
+  /// Inserts a node. Throws std::bad_alloc, which leaves the arrays unusable.
+  /// REQUIRES no other node has its label.
   void insert(UELNode* node);
   /// Removes the node with this label.
   void erase(int label);
   bool empty() const { return chunks_.empty(); }
 
-  std::size_t slot = 0;  ///< Where the owner keeps this index.
+  std::size_t slot = 0;  ///< where the owner keeps this index
 
  private:
-  /// Most entries of a chunk: moving half of them costs about as much as a cache miss.
+  /// Maximum number of entries in a chunk: moving half of them costs about as much as a cache miss.
   static constexpr std::size_t kChunk = 512;
 
   struct Chunk {
-    int first;  ///< The label in front.
-    int last;   ///< The label at the back.
+    int first;  ///< the label in front
+    int last;   ///< the label at the back
     std::vector<int> labels;
     std::vector<UELNode*> nodes;
   };
@@ -67,26 +68,26 @@ inline UELNode* DownLink::first() const {
   return hasValues() ? nullptr : index()->first();
 }
 
-/// The operations on the lists of one tree, and the indexes of those lists that need one.
+/// The operations on the lists of one tree. Owns the indexes of those lists that need one.
 ///
 /// A list gets its index from the first search that walks far in it; trees that are only filled in
-/// order and walked have none. An index that cannot be allocated is done without.
+/// order and walked have none. If an index cannot be allocated, the list is searched without.
 class Siblings {
  public:
   Siblings() = default;
   Siblings(const Siblings&) = delete;
   Siblings& operator=(const Siblings&) = delete;
 
-  /// Looks for a label. `from`, if given, is a node of the list whose label is not larger, where
-  /// the search may begin.
+  /// Searches for a label. The search may start at `from`, if given.
+  /// REQUIRES `from` is a node of the list whose label is not greater, or null.
   SiblingPlace seek(DownLink& list, int label, UELNode* from = nullptr);
   /// The last node of the list, or null if it is empty.
   UELNode* last(DownLink& list);
-  /// Enters a new node behind `before`, or first if that is null.
+  /// Inserts a new node after `before`, or at the front if that is null.
   void link(DownLink& list, UELNode* before, UELNode* node) noexcept;
-  /// Takes out the node behind `before`, or the first one if that is null.
+  /// Removes the node after `before`, or the first one if that is null.
   void unlink(DownLink& list, UELNode* before, UELNode* node) noexcept;
-  /// Drops all indexes.
+  /// Frees all indexes.
   void clear() noexcept { indexes_.clear(); }
 
  private:

@@ -1,4 +1,4 @@
-/// The nodes of the label tree, and a position in it.
+// The nodes of the label tree, and a position in it.
 #pragma once
 
 #include <algorithm>
@@ -7,30 +7,29 @@
 
 namespace utree {
 
-/// Most levels a tree can have.
+/// Maximum number of levels of a tree.
 inline constexpr int kMaxLevels = 20;
 
 struct UELNode;
 class SiblingIndex;
 
-// Packed to 4 bytes, which makes a node 20 bytes instead of 24: nodes are most of what a tree
-// holds.
+// Packed to 4 bytes, which makes a node 20 bytes instead of 24: nodes are most of a tree.
 #pragma pack(push, 4)
 
-/// What a node leads down to: a list of siblings on the next level or, on the last level, the
-/// values of a record. A new link leads to an empty list.
+/// What a node points down to: a list of siblings on the next level or, on the last level, the
+/// values of a record. A new link points to an empty list.
 ///
-/// The kind is kept in the low bits of the pointer. A list is reached by its first node, or through
-/// its index where it was long enough to be given one.
+/// The low bits of the pointer hold the kind. The link points to the first node of the list, or to
+/// its index if it has one.
 class DownLink {
  public:
   bool hasValues() const { return (bits_ & kTagMask) == kValues; }
-  /// The record's values. Throws std::bad_variant_access if the link leads to a list.
+  /// The record's values. Throws std::bad_variant_access if the link points to a list.
   double* values() const {
     if (!hasValues()) throw std::bad_variant_access();
     return reinterpret_cast<double*>(bits_ - kValues);
   }
-  /// First node of the list, or null if it is empty or if the link leads to values.
+  /// First node of the list, or null if it is empty or if the link points to values.
   UELNode* first() const;
   /// The list's index, or null.
   SiblingIndex* index() const {
@@ -50,13 +49,13 @@ class DownLink {
   std::uintptr_t bits_ = 0;
 };
 
-/// One label at one place of the tree. Never moved, and never freed before its tree.
+/// One label at one place of the tree. Never moves, and is freed with its tree only.
 struct UELNode {
   explicit UELNode(int label) : uel(label) {}
 
-  UELNode* right = nullptr;  ///< The sibling with the next larger label, or null.
+  UELNode* right = nullptr;  ///< the sibling with the next larger label, or null
   DownLink down;
-  int uel;  ///< The label number.
+  int uel;  ///< the label number
 };
 
 #pragma pack(pop)
@@ -82,14 +81,15 @@ class UELNodeIt {
   UELNode* operator[](int level) const { return path_[dim_ - 1 - level]; }
   void set(int level, UELNode* node) { path_[dim_ - 1 - level] = node; }
 
-  /// The same counted from the last level, which is 0.
+  /// The same, counted from the last level, which is 0.
   UELNode* atHeight(int height) const { return path_[height]; }
   void setAtHeight(int height, UELNode* node) { path_[height] = node; }
   /// The node that has the values; null at the end.
   UELNode* leaf() const { return path_[0]; }
   void setLeaf(UELNode* node) { path_[0] = node; }
   bool isEnd() const { return leaf() == nullptr; }
-  /// Copies the labels of all levels out; not for the end.
+  /// Copies the labels of all levels to `key`.
+  /// REQUIRES !isEnd().
   void copyLabels(int* key) const {
     switch (dim_) {  // without a loop for the keys of most symbols
       case 4:
@@ -116,13 +116,13 @@ class UELNodeIt {
       i += kGroup;
     } while (i < dim_);
   }
-  /// A node on the last level stands for its whole path.
+  /// A node on the last level determines its whole path.
   bool operator==(const UELNodeIt& other) const {
     return leaf() == other.leaf() && dim_ == other.dim_;
   }
 
  private:
-  /// In groups, since a plain loop becomes a string instruction that costs more than a group.
+  /// In groups, since the compiler makes a string instruction of a plain loop, which costs more.
   void copyPath(const UELNodeIt& other) {
     int i = 0;
     do {
@@ -135,8 +135,8 @@ class UELNodeIt {
   static_assert(kMaxLevels % kGroup == 0);
 
   std::uint8_t dim_ = 0;
-  /// From the last level up, so that the node that is looked at most is at a fixed place. As many
-  /// are in use as there are levels: all set, or all null at the end.
+  /// From the last level up, so that the node that is read most often is at a fixed place. There is
+  /// one per level: all set, or all null at the end.
   UELNode* path_[kMaxLevels];
 };
 

@@ -16,7 +16,7 @@ int checkedDim(int dim) {
 
 }  // namespace
 
-// Positions rely on the number of levels, so it is checked before any is made.
+/// Positions rely on the number of levels, so it is checked before any is made.
 UTree::UTree(int dim, int valueWidth)
     : dim_(checkedDim(dim)),
       valueWidth_(valueWidth),
@@ -29,7 +29,7 @@ UTree::UTree(const UTree& other) : UTree(other.dim_, other.valueWidth_) {
   last_ = last();
 }
 
-// Recursive in the levels only: a list can be a million nodes long.
+/// Recursive in the levels only, since a list can be a million nodes long.
 void UTree::traverseCopy(const DownLink& from, DownLink& to, int level) {
   UELNode* before = nullptr;
   for (const UELNode* node = from.first(); node != nullptr; node = node->right) {
@@ -105,8 +105,8 @@ UELNodeIt UTree::findPredecessor(const int* key) const {
 
 // Walking.
 
-// Goes to the first record below the node at this height; false if the branch has none, which only
-// an erased one has not.
+/// Moves to the first record below the node at this height. Returns false if there is none, which
+/// is the case in erased branches only.
 bool UTree::firstBelow(UELNodeIt& path, int height) {
   for (; height > 0; --height) {
     UELNode* first = path.atHeight(height)->down.first();
@@ -125,7 +125,7 @@ bool UTree::lastBelow(UELNodeIt& path, int height) const {
   return true;
 }
 
-// Goes to the first record behind all those below the node at this height.
+/// Moves to the first record after all those below the node at this height.
 void UTree::climb(UELNodeIt& it, int height) const {
   while (height < dim_) {
     UELNode* right = it.atHeight(height)->right;
@@ -195,8 +195,8 @@ bool UTree::dereferenceIterator(const UELNodeIt& it, int* key, double* values) c
 
 // Changing.
 
-// Makes the nodes of a record from `level` down. Nothing leads to them yet, so that a failed
-// allocation leaves the tree as it was.
+/// Makes the nodes of a record from `level` down. Nothing points to them yet, so a failed
+/// allocation leaves the tree as it was.
 UELNode* UTree::newBranch(const int* key, const double* values, int level) {
   UELNode* branch = allocateNode(key[level]);
   UELNode* node = branch;
@@ -209,8 +209,8 @@ UELNode* UTree::newBranch(const int* key, const double* values, int level) {
   return branch;
 }
 
-// Puts a new branch behind `before`, or in front, in the list that `path` leads to, and lets `path`
-// lead on to its record.
+/// Inserts a new branch after `before`, or at the front, into the list that `path` points to, and
+/// extends `path` to its record.
 void UTree::enter(UELNode* branch, UELNode* before, int level, UELNodeIt& path) {
   siblings_.link(listAt(path, level), before, branch);
   path.set(level, branch);
@@ -234,7 +234,7 @@ void UTree::assign(double* stored, const double* values) const {
   if (numValues_ > 1) std::copy_n(values + 1, 4, stored + 1);
 }
 
-// The level on which the key leaves the path of the last record, or dim.
+/// The level on which the key leaves the path of the last record, or dim.
 int UTree::firstDifference(const int* key) const {
   int level = 0;
   while (level < dim_ && key[level] == last_[level]->uel) ++level;
@@ -295,7 +295,7 @@ bool UTree::erase(const int* key) {
 }
 
 void UTree::clear() {
-  siblings_.clear();  // while the lists are still there
+  siblings_.clear();  // while the lists still exist
   root_.setFirst(nullptr);
   last_.clear();
   size_ = 0;

@@ -1,4 +1,9 @@
-/// The label tree: records in a prefix tree over their labels.
+// The label tree: records in a prefix tree over their labels.
+//
+// Labels that keys have in common at their front are stored once, in nodes of 20 bytes; the
+// alternative is to store every key in full, as the ordered map and the sorted vector do. Records
+// of three labels and a double take about 32 bytes each if six share their first two labels, and 33
+// if they share no more than by chance.
 #pragma once
 
 #include <cstdint>
@@ -13,22 +18,22 @@
 
 namespace utree {
 
-/// A map from keys of `dim` labels to one or five doubles, in which records with a common beginning
-/// of their keys share the nodes of that beginning.
+/// A map from keys of `dim` labels to one or five doubles, in which records whose keys share a
+/// prefix share the nodes of that prefix.
 ///
-/// Level 0 is a list of the distinct first labels; each leads down to a list of the labels that
-/// follow it, and those of the last level lead to the values of a record. Lists are in ascending
-/// order, and an iteration goes by key. Labels are compared exactly.
+/// Level 0 is a list of the distinct first labels; each points down to a list of the labels that
+/// follow it, and those of the last level point to the values of a record. Lists are in ascending
+/// order, so iteration is in key order. Labels are compared exactly.
 ///
-/// 1. A node above the last level leads to a list with at least one node.
+/// 1. A node above the last level points to a list with at least one node.
 /// 2. The last position is that of the largest key; it is the end if there are no records.
-/// 3. Nodes and values never move and, whatever is erased, are not freed before the tree is. So a
-///    position is good as long as its record exists, and one whose record was erased can still be
-///    read and moved, though what it shows may have been erased too.
+/// 3. The tree owns all nodes and values. They never move and are freed with the tree only, even if
+///    they were erased. So a position is valid as long as its record exists, and one whose record
+///    was erased can still be read and moved, though where it moves to may have been erased too.
 ///
-/// Keys have `dim` labels, and the caller's arrays are copied. Nothing fails but for want of
-/// memory: std::bad_alloc leaves the records as they were. The cost of a search is logarithmic in
-/// the lengths of the lists that it comes through.
+/// Keys have `dim` labels, and the caller's arrays are copied. The only failure is std::bad_alloc,
+/// which leaves the records as they were. A search is logarithmic in the lengths of the lists that
+/// it passes through.
 class UTree {
  public:
   /// An empty tree. Throws std::invalid_argument unless 1 <= dim <= 20.
@@ -38,8 +43,8 @@ class UTree {
   UTree& operator=(const UTree&) = delete;
   ~UTree() = default;
 
-  /// Lets blocks to come have room for `n` nodes, or the values of `n` records; allocates nothing.
-  /// Without effect if n < 1.
+  /// Makes later blocks large enough for `n` nodes, or the values of `n` records; allocates
+  /// nothing. No effect if n < 1.
   void reserve(int n);
   /// A node that is not yet part of the tree.
   UELNode* allocateNode(int uel) { return new (nodes_.allocate(sizeof(UELNode))) UELNode(uel); }
@@ -49,14 +54,15 @@ class UTree {
         valueBlocks_.allocate(static_cast<std::size_t>(count) * sizeof(double)));
   }
 
-  /// Adds a record that is expected to be the last one, in constant time if it is. The largest key
-  /// gets new values if it is given again; any other existing key keeps its values.
+  /// Adds a record that is expected to be the last one, in constant time if it is. If the largest
+  /// key is given again, it gets the new values; any other existing key keeps its values.
   UELNodeIt emplace_end(const int* key, const double* values);
-  /// The same anywhere. `hint`, if given, is a position of this tree whose beginning is shared with
-  /// the key as far as possible; it saves a part of the search.
+  /// The same anywhere. `hint`, if given, saves part of the search: the more, the longer the prefix
+  /// that its key shares with `key`.
+  /// REQUIRES `hint` is a position of this tree, or null.
   UELNodeIt emplace(const int* key, const double* values, const UELNodeIt* hint = nullptr);
 
-  /// The record with this key, if there is one. `start` serves as the hint of `emplace`.
+  /// The record with this key, if there is one. `start` is used like the hint of `emplace`.
   std::optional<UELNodeIt> find(const int* key, const UELNodeIt* start = nullptr) const;
   /// The last record whose key is less than `key`, or the end.
   UELNodeIt findPredecessor(const int* key) const;
@@ -69,7 +75,7 @@ class UTree {
   UELNodeIt begin() const;
   UELNodeIt last() const;
   UELNodeIt end() const { return UELNodeIt(dim_); }
-  /// The record behind `it`; the end for the last record and for the end.
+  /// The record after `it`; the end for the last record and for the end.
   UELNodeIt next(UELNodeIt it) const {
     nextInPlace(it);
     return it;
@@ -77,14 +83,14 @@ class UTree {
   void nextInPlace(UELNodeIt& it) const {
     if (!stepRight(it) && !it.isEnd()) climb(it, 1);
   }
-  /// Moves to the next record if that is in the same list, or in that of the node next to the
-  /// parent; otherwise changes nothing and returns false.
+  /// Moves to the next record if that is in the same list or in the list of the parent's next
+  /// sibling; otherwise changes nothing and returns false.
   static bool stepRight(UELNodeIt& it) {
     const UELNode* leaf = it.leaf();
     if (leaf == nullptr) return false;
     UELNode* next = leaf->right;
     if (it.dim() > 1) {
-      // Short lists end where no processor expects it, so both ways on are taken at once.
+      // The end of a short list cannot be predicted, so both ways on are tried at once.
       UELNode* parent = it.atHeight(1);
       if (UELNode* aunt = parent->right; aunt != nullptr) {
         UELNode* cousin = aunt->down.first();
@@ -96,17 +102,18 @@ class UTree {
     it.setLeaf(next);
     return true;
   }
-  /// The record before `it`: for the end the last one, and for the first record itself.
+  /// The record before `it`: for the end, the last one; for the first record, itself.
   UELNodeIt prev(const UELNodeIt& it) const;
   /// Number of records before `it`; size() for the end, -1 for an erased record. Linear.
   int index(const UELNodeIt& it) const;
-  /// The record at a rank; the first for a rank below 0, the end for one too large. Linear.
+  /// The record at a rank; the first for a negative rank, the end for one that is too
+  /// large. Linear.
   UELNodeIt withIndex(int i) const;
 
-  /// Removes a record, and the nodes that no other record shares. A position at an erased record
-  /// or of another tree is ignored.
+  /// Removes a record and the nodes that it shares with no other. A position at an erased record or
+  /// of another tree is ignored.
   void erase(const UELNodeIt& it);
-  /// The same by key; whether there was such a record.
+  /// The same by key. Returns whether there was such a record.
   bool erase(const int* key);
   /// Removes all records. The blocks are kept but not reused.
   void clear();
@@ -118,7 +125,7 @@ class UTree {
   int getDim() const { return dim_; }
   /// Doubles per record, 1 or 5.
   int getNumValues() const { return numValues_; }
-  /// Copies key and values out, each unless null. False, and nothing copied, at the end.
+  /// Copies key and values, each unless null. Returns false, copying nothing, for the end.
   bool dereferenceIterator(const UELNodeIt& it, int* key, double* values) const;
 
   /// The record as "1,2,3: 4.500000", or "end".
@@ -127,19 +134,20 @@ class UTree {
   static std::string valuesToStr(int count, const double* values);
   /// Prints all nodes, each with its right and then its lower neighbours nested in it.
   void pprint(std::FILE* out = stdout) const;
-  /// Numbers all nodes from 0, each before those below and those behind it.
+  /// Numbers all nodes from 0, each before those below it and those after it.
   std::unordered_map<const UELNode*, int> collectNodeIds() const;
-  /// Writes the nodes and their links as a graph for `dot`; whether the file could be written.
+  /// Writes the nodes and their links as a graph for `dot`. Returns whether the file could
+  /// be written.
   bool toDotFile(const std::string& fileName) const;
-  /// Lets `dot` draw the graph, by way of the file tmp.dot in the working directory. Without `dot`
-  /// there is no picture, and no error.
+  /// Draws the graph with `dot`, by way of the file tmp.dot in the working directory. Without `dot`
+  /// there is no picture and no error.
   void toPDF(const std::string& fileName) const;
 
  private:
-  /// How far a key leads down into the tree.
+  /// How far down the tree a key matches.
   struct Descent {
-    int level;           ///< Levels on which the label was found.
-    SiblingPlace place;  ///< Where it belongs on the next level, if that is one of the tree.
+    int level;           ///< levels on which the label was found
+    SiblingPlace place;  ///< where it belongs on the next level, if that is one of the tree
   };
 
   Descent descend(const int* key, const UELNodeIt* start, UELNodeIt& path) const;
@@ -148,7 +156,7 @@ class UTree {
     return level == 0 ? root_ : path[level - 1]->down;
   }
   bool isAboveLast(const int* key) const;
-  /// Makes the first record of a tree without records.
+  /// Adds the first record of an empty tree.
   UELNodeIt seedFirstRecord(const int* key, const double* values);
   UELNode* newBranch(const int* key, const double* values, int level);
   void enter(UELNode* branch, UELNode* before, int level, UELNodeIt& path);
@@ -167,7 +175,7 @@ class UTree {
   std::uint64_t size_ = 0;
   mutable DownLink root_;  ///< The list of level 0. Searches may give any list its index.
   UELNodeIt last_;
-  mutable Siblings siblings_;  ///< Behind the blocks: its end needs the nodes.
+  mutable Siblings siblings_;  ///< declared after the blocks, since its destructor needs the nodes
 };
 
 }  // namespace utree

@@ -21,9 +21,9 @@ std::string nodeValues(const UELNode& node, int count) {
   return node.down.hasValues() ? UTree::valuesToStr(count, node.down.values()) : std::string();
 }
 
-// Nests each node of a list in the one before it. That is as deep as the list is long, so the list
-// is walked twice instead: forwards for the beginnings, backwards for the ends. Recursive in the
-// levels only.
+/// Nests each node of a list in the one before it. Recursion would be as deep as the list is long,
+/// so the list is walked twice instead: forwards for the beginnings, backwards for the ends.
+/// Recursive in the levels only.
 void printList(std::FILE* out, const DownLink& list, int numValues) {
   std::vector<const UELNode*> nodes;
   for (const UELNode* node = list.first(); node != nullptr; node = node->right) {
@@ -46,7 +46,7 @@ void forEachNode(const DownLink& list, const Visit& visit) {
   }
 }
 
-// Ordinary names go to the shell as they are, others in quotes.
+/// Ordinary names are passed to the shell as they are, others in quotes.
 std::string shellWord(const std::string& text) {
   constexpr const char* kOrdinary =
       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+./,:@";
@@ -122,7 +122,7 @@ bool UTree::toDotFile(const std::string& fileName) const {
 void UTree::toPDF(const std::string& fileName) const {
   if (!toDotFile(kGraphFile)) return;
   const std::string command = std::string("dot -Tpdf ") + kGraphFile + " -o " + shellWord(fileName);
-  // Nobody waits for the picture: a missing or failing dot is no error.
+  // The picture is optional: a missing or failing dot is not an error.
   [[maybe_unused]] const int status = std::system(command.c_str());
   std::remove(kGraphFile);
 }

@@ -116,14 +116,15 @@ TEST(ModelFileKit, Messages_NameFileLineAndFault) {
       {"a.mod", "var x{i in 1..2} >= 0;\ncheck: 1 > 2;\nend;\n", "? a.mod:2: check"},
       {"a.lp", "min\n x\nst\n c: x >=\nend\n", "? a.lp:5: "},
       {"a.lp", "", "? a.lp:0: 'minimize'"},
-      {"a.lp.gz", "\x1f\x8b\x08", "? a.lp.gz: is compressed, unpack it first"},
+      {"a.lp.gz", "\x1f\x8b\x08", "? a.lp.gz: is compressed: unpack it first"},
       {"a.lp", "min\n x(a,b) + x(c)\nst\n c: x(c) >= 1\nend\n", "? a.lp: the names \"x(a,b)\" and"},
       // The first message counts, of the format that the columns tell.
       {"a.mps", mps + "COLUMNS\n x D 1\nENDATA\n", "? a.mps:5: row 'D' not found"},
       {"a.mps", "NAME          A\nROWS\n N  C\nCOLUMNS\n    x y       D\n",
        "? a.mps:5: row 'D' not found"},
       {"a.mps", mps + " L 1R\nCOLUMNS\n x C 1 1R 1\nENDATA\n", "? a.mps: name \"1R\" cannot"},
-      {"a.mps", "OBJSENSE\n least\n" + mps, "? a.mps:2: OBJSENSE is MAX or MIN, not \"least\""},
+      {"a.mps", "OBJSENSE\n least\n" + mps,
+       "? a.mps:2: OBJSENSE must be MAX or MIN, not \"least\""},
       {"a.mps", withSections("QUADOBJ\n x y 1\n"), "? a.mps: "},  // neither is a parameter
       {"a.mps", withSections("QUADOBJ\n x z 1\n"), "? a.mps:14: no column \"z\""},
       {"a.mps", withSections("QUADOBJ\n x 1\n"), "? a.mps:14: two column names and a number"},
@@ -133,7 +134,7 @@ TEST(ModelFileKit, Messages_NameFileLineAndFault) {
       {"a.mps", withSections("QMATRIX\n x y 1\n y x 2\n"), "? a.mps:14: the entries of \"x\" and"},
       {"a.mps", withSections("QCMATRIX R1\n x y 1\n"), "? a.mps:14: the entries of \"x\" and"},
       {"a.mps", withSections("QCMATRIX R2\n x x 1\n"), "? a.mps:13: no row \"R2\""},
-      {"a.mps", withSections("QCMATRIX\n x x 1\n"), "? a.mps:13: QCMATRIX without the name"},
+      {"a.mps", withSections("QCMATRIX\n x x 1\n"), "? a.mps:13: QCMATRIX needs the name"},
   };
   for (const Case& c : kCases) expectBegin(Instance(c.name, c.text), c.expected);
 }
@@ -165,7 +166,7 @@ TEST(ModelFileKit, PathsThatAreNoModelFile_AreNamed) {
       {"/", nullptr, "/: is not a regular file"},
       {mod.c_str(), "/nowhere/b.dat", "/nowhere/b.dat" + missing},
       {mps.c_str(), "b.dat",
-       "b.dat: a data file goes with a MathProg model only, and " + mps + " is none"},
+       "b.dat: only a MathProg model can have a data file, and " + mps + " is not one"},
   };
   std::array<char, 1000> message{};
   void* instance = nullptr;
@@ -177,10 +178,10 @@ TEST(ModelFileKit, PathsThatAreNoModelFile_AreNamed) {
   }
   // A message fits its place, and may have none.
   EXPECT_EQ(zkitReadModel("/", nullptr, nullptr, nullptr, message.data(), 8), 0);
-  EXPECT_STREQ(message.data(), "no plac");
+  EXPECT_STREQ(message.data(), "the out");
   EXPECT_EQ(zkitReadModel("/", nullptr, nullptr, &instance, nullptr, 8), 0);
   EXPECT_EQ(zkitReadModel("/", nullptr, nullptr, &instance, message.data(), 0), 0);
-  EXPECT_STREQ(message.data(), "no plac");
+  EXPECT_STREQ(message.data(), "the out");
 }
 
 }  // namespace

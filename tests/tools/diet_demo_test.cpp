@@ -17,16 +17,16 @@ TEST_F(DietDemo, FaultyCsv_IsReportedWithItsLine) {
     std::string edit;
     const char* error;
   } cases[] = {
-      {"Rice,1 lb.,7.5/Rice,1 lb.,cheap", "foods.csv:8: price_cents is \"cheap\", a number is"},
+      {"Rice,1 lb.,7.5/Rice,1 lb.,cheap", "foods.csv:8: price_cents is \"cheap\", which is not a"},
       {"Rice,1 lb.,7.5/Rice,1 lb.,", "foods.csv:8: price_cents is \"\""},
       {"Rice,1 lb.,7.5,21.2/Rice,1 lb.,7.5,nan", "foods.csv:8: calories is \"nan\""},
-      {"Rice,1 lb.,7.5,21.2/Rice,1 lb.,7.5,1e999", "foods.csv:8: calories is \"1e999\", a number"},
-      {"Rice,1 lb.,7.5/Rice,1 lb.,-7.5", "foods.csv:8: price_cents is -7.5, it must"},
-      {"Rice,1 lb.,7.5/Rice,1 lb.", "foods.csv:8: 11 fields where the heading has 12"},
+      {"Rice,1 lb.,7.5,21.2/Rice,1 lb.,7.5,1e999", "foods.csv:8: calories is \"1e999\", which"},
+      {"Rice,1 lb.,7.5/Rice,1 lb.,-7.5", "foods.csv:8: price_cents is -7.5, but must"},
+      {"Rice,1 lb.,7.5/Rice,1 lb.", "foods.csv:8: 11 fields, but the heading has 12"},
       {"Rice,/Macaroni,", "foods.csv:8: Record (\"Macaroni\") exists already for symbol food"},
-      {"\"Ham, smoked\"/\"Ham, smoked", "foods.csv:37: a quote stands inside"},
-      {"\"Navy Beans, Dried\"/\"Navy Beans, Dried", "foods.csv:70: a quote stands"},
-      {"Rice,/Ri\\x00ce,", "foods.csv:8: a zero byte"},
+      {"\"Ham, smoked\"/\"Ham, smoked", "foods.csv:37: a quote is inside"},
+      {"\"Navy Beans, Dried\"/\"Navy Beans, Dried", "foods.csv:70: a quote is"},
+      {"Rice,/Ri\\x00ce,", "foods.csv:8: the text contains a zero byte"},
       {"Rice,/" + std::string(5000, 'x') + ",", "foods.csv:8: the row is longer than"},
       {"Rice,/" + std::string(64, 'x') + ",", "foods.csv:8: "},
       {"Rice,/Ri'c\"e,", "foods.csv:8: "},

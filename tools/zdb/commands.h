@@ -7,12 +7,12 @@ class App;
 }
 
 // One line and one file per command. Each function adds its subcommand to `app`; the command runs
-// while the command line is parsed and throws Failure when it cannot go on.
+// while the command line is parsed and throws ToolError if it cannot continue.
 namespace zdbtool {
 
 void addInfo(CLI::App& app, Console& console);
 void addDump(CLI::App& app, Console& console);
-// With the model kit only.
+/// With the model kit only.
 void addSolve(CLI::App& app, Console& console);
 void addSweep(CLI::App& app, Console& console);
 

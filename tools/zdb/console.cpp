@@ -22,7 +22,7 @@ void Console::write(std::string_view text) {
 
 void Console::flush() {
   if (push()) return;
-  throw Failure(std::string("cannot write to standard output: ") + std::strerror(outputError_));
+  throw ToolError(std::string("cannot write to standard output: ") + std::strerror(outputError_));
 }
 
 void Console::report(std::string_view problem) {
@@ -31,7 +31,7 @@ void Console::report(std::string_view problem) {
 }
 
 void Console::note(std::string_view fact) {
-  push();  // a failed write is kept and found again by the next flush
+  push();  // a failed write is remembered, and reported by the next flush
   std::fprintf(stderr, "zdb: %s\n", printable(fact).c_str());
 }
 

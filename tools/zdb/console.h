@@ -7,23 +7,23 @@
 
 namespace zdbtool {
 
-/// Ends a command: the text goes to standard error and the program exits with 1.
-class Failure : public std::runtime_error {
+/// Ends a command: main() writes the text to standard error and exits with 1.
+class ToolError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// The two ways out of the program. Output is collected and written in large pieces; a problem
-/// reported on the way makes the program exit with 1 but lets the command go on.
+/// Standard output and standard error. Output is buffered and written in large pieces. A problem
+/// that is reported makes the program exit with 1, but the command continues.
 class Console {
  public:
-  /// Adds to standard output. Throws Failure when the output cannot be written.
+  /// Adds to standard output. Throws ToolError if the output cannot be written.
   void write(std::string_view text);
-  /// Hands everything written so far to the system. Throws Failure when that does not work.
+  /// Writes out everything that is buffered. Throws ToolError if that fails.
   void flush();
-  /// Prints one line on standard error, behind the output written so far. Does not throw Failure.
+  /// Prints a line on standard error, after the output so far. Does not throw ToolError.
   void report(std::string_view problem);
-  /// The same for what is worth knowing, but no problem: the program may still exit with 0.
+  /// The same for information that is not a problem: the program may still exit with 0.
   void note(std::string_view fact);
   bool hasProblems() const { return hasProblems_; }
 
@@ -35,8 +35,8 @@ class Console {
   bool hasProblems_ = false;
 };
 
-/// The text with a question mark for each control character: what comes out of a file must not
-/// break a line or steer a terminal.
+/// The text with a question mark for each control character: text from a file must not break a line
+/// or control a terminal.
 std::string printable(std::string_view text);
 
 }  // namespace zdbtool

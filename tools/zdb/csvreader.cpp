@@ -13,7 +13,7 @@ namespace zdbtool {
 
 namespace {
 
-/// What the parser hands over, field by field.
+/// Collects what the parser delivers, field by field.
 struct Collector {
   std::vector<CsvRow> rows;
   CsvRow current;
@@ -60,21 +60,21 @@ struct Parser {
 
 std::vector<CsvRow> readCsv(const std::string& file) {
   std::ifstream in(file, std::ios::binary);
-  if (!in) throw Failure("cannot read " + file + ": " + std::strerror(errno));
+  if (!in) throw ToolError("cannot read " + file + ": " + std::strerror(errno));
   Parser parser;
   Collector collector;
   const auto check = [&](bool holds) {
     if (collector.failure) std::rethrow_exception(collector.failure);
     if (holds) return;
-    throw Failure(file + ":" + std::to_string(collector.current.number + 1) + ": " +
-                  csv_strerror(csv_error(&parser.state)));
+    throw ToolError(file + ":" + std::to_string(collector.current.number + 1) + ": " +
+                    csv_strerror(csv_error(&parser.state)));
   };
   char piece[65536];
   while (in.read(piece, sizeof piece) || in.gcount() > 0) {
     const auto size = static_cast<std::size_t>(in.gcount());
     check(csv_parse(&parser.state, piece, size, onField, onRowEnd, &collector) == size);
   }
-  if (in.bad()) throw Failure("cannot read " + file + ": " + std::strerror(errno));
+  if (in.bad()) throw ToolError("cannot read " + file + ": " + std::strerror(errno));
   check(csv_fini(&parser.state, onField, onRowEnd, &collector) == 0);
   return std::move(collector.rows);
 }

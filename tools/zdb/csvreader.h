@@ -7,12 +7,12 @@ namespace zdbtool {
 
 /// One row of a CSV file.
 struct CsvRow {
-  int number = 0;  ///< of the row in its file, from 1; what messages show
+  int number = 0;  ///< of the row in its file, from 1, for messages
   std::vector<std::string> fields;
 };
 
-/// All rows of a CSV file, with commas and with quotes where needed; blank rows are left out.
-/// Throws Failure for a file that cannot be read or is no CSV.
+/// Reads all rows of a CSV file (separated by commas, quoted where needed) except blank ones.
+/// Throws ToolError for a file that cannot be read or is not CSV.
 std::vector<CsvRow> readCsv(const std::string& file);
 
 }  // namespace zdbtool

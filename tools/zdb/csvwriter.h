@@ -7,8 +7,8 @@
 
 namespace zdbtool {
 
-/// Writes CSV rows with commas and line feeds; a field that holds a comma, a quote, a line break or
-/// a blank at an end is quoted, and so is a '#' in front, which would read as a comment.
+/// Writes CSV rows with commas and line feeds. A field is quoted if it contains a comma, a quote or
+/// a line break, begins or ends with a blank, or begins with '#', which would make it a comment.
 class CsvWriter {
  public:
   explicit CsvWriter(Console& console) : console_(console) {}

@@ -11,7 +11,7 @@ using Text = char[ZDB_TEXT_SIZE];
 void checkLibraryVersion() {
   Text message = "";
   int status = 0;
-  if (c__xapiversion(ZDBCCLIB_API_VERSION, message, &status) == 0) throw Failure(message);
+  if (c__xapiversion(ZDBCCLIB_API_VERSION, message, &status) == 0) throw ToolError(message);
 }
 
 }  // namespace
@@ -19,14 +19,14 @@ void checkLibraryVersion() {
 Database::Database() {
   checkLibraryVersion();
   Text message = "";
-  if (zdbcreate(&db_, message, sizeof message) == 0) throw Failure(message);
+  if (zdbcreate(&db_, message, sizeof message) == 0) throw ToolError(message);
 }
 
 Database::Database(const std::string& fileName) : Database() {
   if (c__zdbinitfromzxf(db_, fileName.c_str()) != 0) return;
   Text message = "";
   c__zdbgetlasterror(db_, message);
-  throw Failure("cannot read " + fileName + ": " + message);  // the database is freed on the way
+  throw ToolError("cannot read " + fileName + ": " + message);  // the database is freed on the way
 }
 
 Database::~Database() {
@@ -37,7 +37,7 @@ void Database::require(int succeeded) const {
   if (succeeded != 0) return;
   Text message = "";
   c__zdbgetlasterror(db_, message);
-  throw Failure(message);
+  throw ToolError(message);
 }
 
 int Database::info(int key) {

@@ -7,7 +7,7 @@
 
 namespace zdbtool {
 
-/// One domain of a symbol. A relaxed one is a name only: no set of that name is in the file.
+/// One domain of a symbol. A relaxed domain is only a name: the file has no set with that name.
 struct Domain {
   std::string name;
   bool relaxed = false;
@@ -21,7 +21,7 @@ struct Symbol {
   int dim = 0;
   std::string text;
   std::vector<Domain> domains;  ///< `dim` entries; none for an alias
-  std::string aliasOf;          ///< name of the set that an alias stands for, else empty
+  std::string aliasOf;          ///< for an alias, the name of its set, else empty
 
   bool isAlias() const { return type == ZDB_ALIAS; }
   /// The set of all labels, which every file has under the name "*".
@@ -31,8 +31,8 @@ struct Symbol {
   }
 };
 
-/// A database of the library: one that is empty, or a data file. Every function throws Failure with
-/// the library's own message when a call fails. Records are read when they are first asked for.
+/// A database of the library, either empty or read from a data file. All functions throw ToolError
+/// with the library's own message if a call fails. Records are read when they are first needed.
 class Database {
  public:
   Database();
@@ -44,21 +44,23 @@ class Database {
   zdbHandle_t handle() const { return db_; }
 
   int labelCount();
-  /// Text of label 1..labelCount().
+  /// Text of a label.
+  /// REQUIRES 1 <= number <= labelCount().
   std::string label(int number);
 
   int symbolCount();
-  /// The symbol at position 0..symbolCount()-1, in file order; an alias as itself.
+  /// The symbol at a position in the file; for an alias, the alias itself.
+  /// REQUIRES 0 <= position < symbolCount().
   Symbol symbolAt(int position);
-  /// Finds by name without regard to case; an alias gives the set it stands for.
+  /// Finds a symbol by name without regard to case; for an alias, its set.
   Symbol findSymbol(const std::string& name);
 
-  /// Number of records; reads them all.
+  /// Number of records. Reads all of them.
   int recordCount(const Symbol& symbol);
-  /// Drops the records from memory. Neither they nor their number can be asked for again.
+  /// Removes the records from memory. Neither they nor their number can be read again.
   void forgetRecords(const Symbol& symbol);
 
-  /// Throws Failure with the last-error text unless `succeeded`.
+  /// Throws ToolError with the last-error text if `succeeded` is 0.
   void require(int succeeded) const;
 
  private:
@@ -82,10 +84,10 @@ class RecordCursor {
 
   bool valid() const { return left_ > 0; }
   void next();
-  /// Label numbers and values of the record; good until next().
+  /// Label numbers and values of the record; valid until next().
   const int* keys() const { return keys_; }
   const double* values() const { return values_; }
-  /// Element text of a record of a set; empty when it has none.
+  /// Element text of a record of a set; empty if it has none.
   const char* text();
 
  private:

@@ -1,3 +1,4 @@
+// zdb dump: the records of one symbol, or of all, as CSV.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
@@ -9,7 +10,6 @@
 #include "database.h"
 #include "values.h"
 
-// zdb dump: the records of one symbol, or of all, as CSV.
 namespace zdbtool {
 
 namespace {
@@ -32,8 +32,8 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
-/// Key columns are called after their domains. Programs that read CSV want each name once, so that
-/// a second "city" becomes "city_2".
+/// Key columns have the names of their domains. Programs that read CSV need distinct names, so a
+/// second "city" becomes "city_2".
 std::vector<std::string> columnNames(const Symbol& symbol) {
   const std::vector<std::string> values = valueColumns(symbol);
   std::set<std::string> used(values.begin(), values.end());
@@ -60,7 +60,7 @@ class Dump {
   }
 
   void one(const Symbol& symbol) {
-    RecordCursor record(db_, symbol);  // first, so that a damaged symbol leaves no heading behind
+    RecordCursor record(db_, symbol);  // first, so that there is no heading if this fails
     for (const std::string& name : columnNames(symbol)) csv_.field(name);
     csv_.endRow();
     for (; record.valid(); record.next()) {
@@ -72,7 +72,8 @@ class Dump {
     }
   }
 
-  /// Each symbol under a line that names it; one that cannot be read does not keep the others back.
+  /// Writes each symbol after a line with its name; one that cannot be read does not stop
+  /// the others.
   void all() {
     for (int i = 0; i < db_.symbolCount(); ++i) {
       const Symbol symbol = db_.symbolAt(i);
@@ -82,7 +83,7 @@ class Dump {
       try {
         one(symbol);
         db_.forgetRecords(symbol);
-      } catch (const Failure& failure) {
+      } catch (const ToolError& failure) {
         console_.report(failure.what());
       }
     }
@@ -113,8 +114,8 @@ class Dump {
 Symbol findSymbol(Database& db, const DumpOptions& options) {
   try {
     return db.findSymbol(options.symbol);
-  } catch (const Failure& failure) {
-    throw Failure(std::string(failure.what()) + ", see zdb info " + options.file);
+  } catch (const ToolError& failure) {
+    throw ToolError(std::string(failure.what()) + ", see zdb info " + options.file);
   }
 }
 
@@ -132,11 +133,11 @@ void runDump(const DumpOptions& options, Console& console) {
 
 void addDump(CLI::App& app, Console& console) {
   auto options = std::make_shared<DumpOptions>();
-  CLI::App* command = app.add_subcommand("dump", "Writes records as CSV on standard output");
+  CLI::App* command = app.add_subcommand("dump", "Writes records as CSV to standard output");
   command->add_option("FILE", options->file, "Data file to read")->required();
   command->add_option("SYMBOL", options->symbol,
-                      "Symbol to write, \"*\" for all labels; without it every symbol is written, "
-                      "each under a line that begins with #");
+                      "Symbol to write, \"*\" for all labels; by default all symbols, each after a "
+                      "line that begins with #");
   command->callback([options, &console] { runDump(*options, console); });
 }
 

@@ -14,7 +14,7 @@ std::string trimmed(const std::string& text) {
   return text.substr(first, text.find_last_not_of(' ') - first + 1);
 }
 
-/// Takes labels off the text between the brackets.
+/// Reads the labels in the text between the brackets.
 class LabelReader {
  public:
   explicit LabelReader(const std::string& list) : list_(list) {}
@@ -25,7 +25,7 @@ class LabelReader {
       labels.push_back(next());
       more = at_ < list_.size() && list_[at_++] == ',';
     }
-    if (at_ != list_.size()) labels.emplace_back();  // something behind a quoted label
+    if (at_ != list_.size()) labels.emplace_back();  // something after a quoted label
     return labels;
   }
 
@@ -39,7 +39,7 @@ class LabelReader {
     return label;
   }
 
-  // The quote itself is written twice.
+  // A quote inside the label is doubled.
   std::string quoted(char quote) {
     std::string label;
     for (++at_; at_ < list_.size(); ++at_) {
@@ -70,7 +70,7 @@ Entry parseEntry(const std::string& text) {
   }
   for (const std::string& label : entry.labels) isGood = isGood && !label.empty();
   if (isGood) return entry;
-  throw Failure('"' + printable(text) + "\" names no entry: write symbol[label,label]");
+  throw ToolError('"' + printable(text) + "\" is not an entry: write symbol[label,label]");
 }
 
 }  // namespace zdbtool

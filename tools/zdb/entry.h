@@ -5,14 +5,14 @@
 
 namespace zdbtool {
 
-/// A record as people write it: price[bread], price(bread), cost['New York',summer], or limit for a
+/// A record as users write it: price[bread], price(bread), cost['New York',summer], or limit for a
 /// symbol without labels.
 struct Entry {
   std::string symbol;
   std::vector<std::string> labels;
 };
 
-/// Takes a text apart. Throws Failure, with the text, for one that has another form.
+/// Parses a text. Throws ToolError, with the text, if it has another form.
 Entry parseEntry(const std::string& text);
 
 }  // namespace zdbtool

@@ -1,3 +1,4 @@
+// zdb info: the contents of a data file.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
@@ -7,7 +8,6 @@
 #include "table.h"
 #include "values.h"
 
-// zdb info: what is in a data file.
 namespace zdbtool {
 
 namespace {
@@ -17,13 +17,14 @@ struct InfoOptions {
   bool countRecords = true;
 };
 
-// The library counts records by reading them: each symbol is dropped again before the next comes.
+/// The library counts records by reading them, so each symbol's are dropped before the next
+/// is read.
 std::string countText(Database& db, const Symbol& symbol, Console& console) {
   try {
     std::string count = std::to_string(db.recordCount(symbol));
     db.forgetRecords(symbol);
     return count;
-  } catch (const Failure& failure) {
+  } catch (const ToolError& failure) {
     console.report(failure.what());
     return "damaged";
   }
@@ -69,7 +70,7 @@ void runInfo(const InfoOptions& options, Console& console) {
   console.write("\n");
   table.print(console);
   if (explainQuotes)
-    console.write("\nA domain in quotes is a name only: no such set is in the file.\n");
+    console.write("\nA domain in quotes is only a name: the file has no such set.\n");
 }
 
 }  // namespace
@@ -79,9 +80,9 @@ void addInfo(CLI::App& app, Console& console) {
   CLI::App* command = app.add_subcommand(
       "info",
       "Lists the symbols of a data file: type, dimension, domains, number of records, text");
-  command->add_option("FILE", options->file, "Data file to look into")->required();
+  command->add_option("FILE", options->file, "Data file to inspect")->required();
   command->add_flag("!--no-counts", options->countRecords,
-                    "Leave the numbers of records out, which takes reading them");
+                    "Leave out the numbers of records, for which all records have to be read");
   command->callback([options, &console] { runInfo(*options, console); });
 }
 

@@ -1,11 +1,11 @@
+// The command-line tool. Exit codes: 0 success, 1 failure, with the reason on standard error, 2
+// wrong usage.
 #include <CLI/CLI.hpp>
 #include <exception>
 
 #include "commands.h"
 #include "zdbcclib.h"
 
-// The command-line tool. Exit codes: 0 done, 1 failed for the reason on standard error, 2 wrong
-// use.
 namespace zdbtool {
 
 namespace {
@@ -14,7 +14,7 @@ constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
 int run(int argc, char** argv, Console& console) {
-  CLI::App app{"Looks into the data files of zdbcclib, and solves models with changed data."};
+  CLI::App app{"Inspects data files of zdbcclib and solves models with changed data."};
   app.name("zdb");
   app.set_version_flag("--version", "zdb " ZDBCCLIB_VERSION);
   app.require_subcommand(1);

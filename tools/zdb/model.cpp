@@ -5,6 +5,16 @@
 
 namespace zdbtool {
 
+namespace {
+
+void requireLabelCount(const Symbol& symbol, const std::vector<std::string>& labels) {
+  if (labels.size() == static_cast<std::size_t>(symbol.dim)) return;
+  throw ToolError("labels given for " + symbol.name + ": " + std::to_string(labels.size()) +
+                  ", needed: " + std::to_string(symbol.dim));
+}
+
+}  // namespace
+
 std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
   std::vector<const char*> pointers;
   pointers.reserve(texts.size());
@@ -16,7 +26,7 @@ Model::Model(const std::string& file, const std::string& data) : file_(file) {
   char message[1024] = "";
   const char* dataFile = data.empty() ? nullptr : data.c_str();
   if (!zkitReadModel(file.c_str(), dataFile, nullptr, &instance_, message, sizeof message)) {
-    throw Failure(message);
+    throw ToolError(message);
   }
   try {
     db_.require(c__zdbinitfromdict(db_.handle(), instance_));
@@ -38,8 +48,8 @@ bool Model::hasParameter(const std::string& name) {
 
 Symbol Model::parameter(const std::string& name) {
   if (!hasParameter(name)) {
-    throw Failure(file_ + " has no updatable parameter " + name + " (a variable " + name +
-                  "_var, whose values may be changed)");
+    throw ToolError(file_ + " has no updatable parameter " + name + ": it needs a variable " +
+                    name + "_var");
   }
   zdbSymbol_t symbol = nullptr;
   if (c__zdbfindsymbol(db_.handle(), name.c_str(), &symbol) == 0) {
@@ -49,7 +59,8 @@ Symbol Model::parameter(const std::string& name) {
   }
   Symbol found = db_.findSymbol(name);
   if (found.type == ZDB_PARAMETER) return found;
-  throw Failure(name + " is both a variable and an updatable parameter in " + file_);
+  throw ToolError(name + " is both a variable and an updatable parameter in " + file_ +
+                  ": rename one of them");
 }
 
 bool Model::hasEntry(const Symbol& parameter, const std::vector<std::string>& labels) {
@@ -63,10 +74,7 @@ bool Model::hasEntry(const Symbol& parameter, const std::vector<std::string>& la
 }
 
 void Model::set(const Symbol& parameter, const std::vector<std::string>& labels, double value) {
-  if (labels.size() != static_cast<std::size_t>(parameter.dim)) {
-    throw Failure(parameter.name + " has " + std::to_string(parameter.dim) + " labels, not " +
-                  std::to_string(labels.size()));
-  }
+  requireLabelCount(parameter, labels);
   zdbRecord_t record = nullptr;
   db_.require(
       c__zdbmergerecord(db_.handle(), parameter.handle, pointersTo(labels).data(), &record));
@@ -80,8 +88,8 @@ int Model::update(const Symbol& parameter, int missing) {
   try {
     db_.require(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle, ZDB_UPDATE_FIX,
                                         parameter.handle, missing, &unmatched));
-  } catch (const Failure& failure) {
-    throw Failure(parameter.name + ": " + failure.what());
+  } catch (const ToolError& failure) {
+    throw ToolError(parameter.name + ": " + failure.what());
   }
   return unmatched;
 }
@@ -91,10 +99,10 @@ void Model::solve(const std::string& solver) {
   const std::string& name = solver.empty() ? usual : solver;
   try {
     db_.require(c__zdbcallsolver(db_.handle(), name.c_str()));
-  } catch (const Failure& failure) {
+  } catch (const ToolError& failure) {
     const std::string reason = zkitSolveMessage(instance_);
     if (reason.empty()) throw;
-    throw Failure(std::string(failure.what()) + ": " + reason);
+    throw ToolError(std::string(failure.what()) + ": " + reason);
   }
 }
 
@@ -105,10 +113,7 @@ bool Model::isSolved() const {
 
 double Model::level(const Entry& entry) {
   const Symbol symbol = db_.findSymbol(entry.symbol);
-  if (entry.labels.size() != static_cast<std::size_t>(symbol.dim)) {
-    throw Failure(symbol.name + " has " + std::to_string(symbol.dim) + " labels, not " +
-                  std::to_string(entry.labels.size()));
-  }
+  requireLabelCount(symbol, entry.labels);
   zdbRecord_t record = nullptr;
   db_.require(
       c__zdbfindrecord(db_.handle(), symbol.handle, pointersTo(entry.labels).data(), &record));

@@ -8,8 +8,8 @@
 
 namespace zdbtool {
 
-/// A model file, loaded and tied to a database that changes its parameters and has it solved.
-/// Everything throws Failure with a message that says what is wrong.
+/// A model file that is loaded and tied to a database, which changes its parameters and has it
+/// solved. All functions throw ToolError with a message that says what is wrong.
 class Model {
  public:
   /// `data` is the data file of a MathProg model, or empty.
@@ -23,17 +23,17 @@ class Model {
 
   /// Whether the model has an updatable parameter of this name.
   bool hasParameter(const std::string& name);
-  /// The parameter's symbol in the database, made on first use. Its records are the changes.
+  /// The parameter's symbol in the database, added on first use. Its records are the changes.
   Symbol parameter(const std::string& name);
-  /// Whether the model has the entry of a parameter that has these labels.
+  /// Whether the model has the entry of a parameter with these labels.
   bool hasEntry(const Symbol& parameter, const std::vector<std::string>& labels);
   /// Sets the value of an entry of a parameter, by its labels.
   void set(const Symbol& parameter, const std::vector<std::string>& labels, double value);
-  /// Gives the model the records of a parameter; entries without one get what `missing` says
-  /// (ZDB_MISSING_...). Returns the number of records that the model has no entry for.
+  /// Writes the records of a parameter to the model; `missing` (ZDB_MISSING_...) says what entries
+  /// without a record get. Returns the number of records without an entry in the model.
   int update(const Symbol& parameter, int missing);
 
-  /// Solves with the solver of this name, or the usual one for the type of model if it is empty.
+  /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
   bool isSolved() const;
   /// The solution's level of a variable or equation.
@@ -45,7 +45,8 @@ class Model {
   Database db_;
 };
 
-/// The C strings of texts, which must outlive them.
+/// The C strings of texts.
+/// REQUIRES the texts outlive the result.
 std::vector<const char*> pointersTo(const std::vector<std::string>& texts);
 
 }  // namespace zdbtool

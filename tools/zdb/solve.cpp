@@ -1,3 +1,5 @@
+// zdb solve: solves a model file, with changed data if given, and writes the solution to a
+// data file.
 #include <CLI/CLI.hpp>
 #include <memory>
 
@@ -7,7 +9,6 @@
 #include "values.h"
 #include "zkitdclib.h"
 
-// zdb solve: a model file, with changed data if wanted, solved and written to a data file.
 namespace zdbtool {
 
 namespace {
@@ -27,7 +28,7 @@ void noteUnmatched(Console& console, const std::string& name, int unmatched) {
                (unmatched == 1 ? " record is" : " records are") + " not in the model");
 }
 
-/// Takes every parameter of a data file that the model can change.
+/// Takes every parameter of a data file that is updatable in the model.
 void takeDataFile(Model& model, const std::string& file, Console& console) {
   Database data(file);
   int taken = 0;
@@ -40,19 +41,19 @@ void takeDataFile(Model& model, const std::string& file, Console& console) {
     noteUnmatched(console, file + ": " + source.name, model.update(target, ZDB_MISSING_KEEP));
     ++taken;
   }
-  if (taken == 0) throw Failure(file + " has no parameter that the model can change");
+  if (taken == 0) throw ToolError(file + " has no parameter that is updatable in the model");
 }
 
-/// Whether a first row without a number at its end is a misspelt value, not a heading. A scalar's
-/// row has no labels to tell by; a heading has a row behind it.
+/// Whether a first row that does not end in a number is a misspelt value, not a heading. For a
+/// scalar, which has no labels, a heading is a row that is followed by another.
 bool isMeantForAnEntry(Model& model, const Symbol& target, const CsvRow& row, std::size_t rows) {
   return target.dim == 0 ? rows == 1 : model.hasEntry(target, row.fields);
 }
 
-/// Takes the values of a parameter: labels and a value in each row, below a heading or without one.
+/// Takes the values of a parameter: labels and a value in each row, with or without a heading.
 void takeCsv(Model& model, const std::string& option, Console& console) {
   const auto equals = option.find('=');
-  if (equals == std::string::npos) throw Failure("--set wants SYMBOL=FILE.csv, not " + option);
+  if (equals == std::string::npos) throw ToolError("--set needs SYMBOL=FILE.csv, not " + option);
   const std::string file = option.substr(equals + 1);
   const Symbol target = model.parameter(option.substr(0, equals));
   const ValueFormat format(model.database());
@@ -66,11 +67,11 @@ void takeCsv(Model& model, const std::string& option, Console& console) {
     const bool isHeading = isFirst && !value && !isMeantForAnEntry(model, target, row, rows.size());
     isFirst = false;
     if (isHeading) continue;
-    if (!value) throw Failure(place + '"' + printable(text) + "\" is no number");
+    if (!value) throw ToolError(place + '"' + printable(text) + "\" is not a number");
     try {
       model.set(target, row.fields, *value);
-    } catch (const Failure& failure) {
-      throw Failure(place + failure.what());
+    } catch (const ToolError& failure) {
+      throw ToolError(place + failure.what());
     }
   }
   noteUnmatched(console, file, model.update(target, ZDB_MISSING_KEEP));
@@ -108,8 +109,8 @@ void runSolve(const SolveOptions& options, Console& console) {
   printResult(model, console);
   if (!model.isSolved()) {
     console.flush();
-    throw Failure("no optimal solution: " +
-                  std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
+    throw ToolError("no optimal solution: " +
+                    std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
   }
   if (options.output.empty()) return;
   Database& db = model.database();
@@ -121,14 +122,14 @@ void runSolve(const SolveOptions& options, Console& console) {
 void addSolve(CLI::App& app, Console& console) {
   auto options = std::make_shared<SolveOptions>();
   CLI::App* command =
-      app.add_subcommand("solve", "Solves a model file, with other data where given");
+      app.add_subcommand("solve", "Solves a model file, with changed data if given");
   command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
   command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
   command->add_option("--data", options->dataFile, "Data file with values of updatable parameters");
   command->add_option("--set", options->sets, "SYMBOL=FILE.csv: values of an updatable parameter")
       ->allow_extra_args(false);
   command->add_option("--solver", options->solver,
-                      "Solver; without it clp, or cbc for a model with integer columns");
+                      "Solver; by default clp, or cbc if the model has integer columns");
   command->add_option("-o,--output", options->output, "Data file to write the solution to");
   command->callback([options, &console] { runSolve(*options, console); });
 }

@@ -1,3 +1,4 @@
+// zdb sweep: solves many scenarios of a model, one after the other, into one table.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -11,7 +12,6 @@
 #include "values.h"
 #include "zkitdclib.h"
 
-// zdb sweep: many scenarios of a model, one after the other, in one table.
 namespace zdbtool {
 
 namespace {
@@ -30,18 +30,19 @@ struct Column {
   std::string name;
 };
 
-/// The scenarios: the first column holds their names, each other one an entry's values. An empty
-/// field leaves the entry as the model has it.
+/// The scenarios: the first column has their names, each other column the values of an entry. An
+/// empty field means the model's own value.
 class Scenarios {
  public:
   Scenarios(Model& model, const std::string& file)
       : model_(model), format_(model.database()), file_(file), rows_(readCsv(file)) {
-    if (rows_.size() < 2) throw Failure(file + " has no scenario: a heading and a row are wanted");
+    if (rows_.size() < 2)
+      throw ToolError(file + " has no scenarios: write a heading and at least one row");
     for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) addColumn(rows_[0].fields[c]);
     for (const CsvRow& row : rows_) {
       if (row.fields.size() != columns_.size() + 1) {
-        throw Failure(place(row) + std::to_string(row.fields.size()) + " fields, not " +
-                      std::to_string(columns_.size() + 1));
+        throw ToolError(place(row) + std::to_string(row.fields.size()) +
+                        " fields, but the heading has " + std::to_string(columns_.size() + 1));
       }
     }
   }
@@ -52,7 +53,7 @@ class Scenarios {
   /// "file: row number: ", for messages.
   std::string place(std::size_t scenario) const { return place(rows_[scenario + 1]); }
 
-  /// Gives the model the values of a scenario, and its own values everywhere else.
+  /// Writes the values of a scenario to the model, and the model's own values to all other entries.
   void apply(std::size_t scenario) {
     const CsvRow& row = rows_[scenario + 1];
     for (const auto& [name, parameter] : parameters_) {
@@ -62,19 +63,19 @@ class Scenarios {
       const std::string& text = row.fields[c + 1];
       if (text.empty()) continue;
       const auto value = format_.parse(text);
-      if (!value) throw Failure('"' + printable(text) + "\" is no number");
+      if (!value) throw ToolError('"' + printable(text) + "\" is not a number");
       model_.set(parameters_.at(columns_[c].entry.symbol), columns_[c].entry.labels, *value);
     }
     for (const auto& [name, parameter] : parameters_) {
       if (model_.update(parameter, ZDB_MISSING_BASE) == 0) continue;
-      throw Failure("a value of " + name + " is for labels that the model has not");
+      throw ToolError(name + " has a value for labels that are not in the model");
     }
   }
 
  private:
   void addColumn(const std::string& name) {
     for (const Column& column : columns_) {
-      if (column.name == name) throw Failure(name + " comes twice in the heading of " + file_);
+      if (column.name == name) throw ToolError(name + " occurs twice in the heading of " + file_);
     }
     columns_.push_back({parseEntry(name), name});
     const std::string& symbol = columns_.back().entry.symbol;
@@ -93,7 +94,7 @@ class Scenarios {
   std::map<std::string, Symbol> parameters_;
 };
 
-/// A bar on standard error, where that is a terminal.
+/// A progress bar on standard error, if that is a terminal.
 class Progress {
  public:
   explicit Progress(std::size_t total) : total_(total), isShown_(isatty(STDERR_FILENO) != 0) {}
@@ -131,8 +132,8 @@ void runSweep(const SweepOptions& options, Console& console) {
     try {
       scenarios.apply(i);
       model.solve(options.solver);
-    } catch (const Failure& failure) {
-      throw Failure(scenarios.place(i) + failure.what());
+    } catch (const ToolError& failure) {
+      throw ToolError(scenarios.place(i) + failure.what());
     }
     const bool isSolved = model.isSolved();
     csv.field(scenarios.name(i));
@@ -150,17 +151,18 @@ void runSweep(const SweepOptions& options, Console& console) {
 void addSweep(CLI::App& app, Console& console) {
   auto options = std::make_shared<SweepOptions>();
   CLI::App* command = app.add_subcommand(
-      "sweep", "Solves a model once for each scenario, and writes one table of results as CSV");
+      "sweep", "Solves a model once for each scenario and writes a table of results as CSV");
   command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
   command
-      ->add_option("--scenarios", options->scenarios,
-                   "CSV: scenario names, and a column for each changed entry, as in price[bread]")
+      ->add_option(
+          "--scenarios", options->scenarios,
+          "CSV file: scenario names, and a column for each changed entry, such as price[bread]")
       ->required();
   command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
   command->add_option("--show", options->shown, "Variable entry whose level becomes a column")
       ->allow_extra_args(false);
   command->add_option("--solver", options->solver,
-                      "Solver; without it clp, or cbc for a model with integer columns");
+                      "Solver; by default clp, or cbc if the model has integer columns");
   command->callback([options, &console] { runSweep(*options, console); });
 }
 

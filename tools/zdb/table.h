@@ -7,8 +7,9 @@
 
 namespace zdbtool {
 
-/// A table with a ruled heading, columns as wide as their longest entry and two blanks between.
-/// Entries are UTF-8; each character counts as one place. Control characters show as '?'.
+/// A table with an underlined heading; columns are as wide as their longest entry and separated by
+/// two blanks. Entries are UTF-8; each character counts as one column. Control characters are shown
+/// as '?'.
 class Table {
  public:
   struct Column {

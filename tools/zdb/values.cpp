@@ -63,7 +63,7 @@ std::optional<double> ValueFormat::parse(std::string_view text) const {
   double value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   const bool isWhole = error == std::errc() && end == text.data() + text.size();
-  // What from_chars would take for infinity and not-a-number has names of its own here.
+  // Infinities and NaNs, which from_chars would accept, have names of their own here.
   return isWhole && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 

@@ -11,18 +11,18 @@ namespace zdbtool {
 /// Word for a symbol type code: "set", "parameter", "variable", "equation", "alias".
 const char* typeName(int type);
 
-/// The domains as messages and tables show them, "food, 'city'": a relaxed name stands in quotes.
+/// The domains as in messages and tables, such as "food, 'city'": a relaxed name is in quotes.
 std::string domainText(const Symbol& symbol);
 
-/// Writes values for people and programs.
+/// Converts values to texts and back.
 class ValueFormat {
  public:
   explicit ValueFormat(const Database& db);
 
-  /// Shortest text that reads back as the same double; a special value by name: Undef, NA, +Inf,
-  /// -Inf and, for the value that stands for a present zero, Eps. Good until the next call.
+  /// Shortest text that reads back as the same double; for a special value its name: Undef, NA,
+  /// +Inf, -Inf, and Eps for an explicit zero. Valid until the next call.
   std::string_view operator()(double value);
-  /// The double that such a text stands for; nothing for any other text.
+  /// The double for such a text; none for any other text.
   std::optional<double> parse(std::string_view text) const;
 
  private:

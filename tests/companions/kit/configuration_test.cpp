@@ -43,18 +43,19 @@ TEST_F(KitConfiguration, LinesThatAreWrong_AreNamedWithTheirReason) {
   const std::pair<std::string, const char*> texts[] = {
       {"", ": lists no solver"},
       {"# clp clp LP\n\n", ": lists no solver"},
-      {"clp", ", line 1: a solver has a name, a kind and model types"},
-      {"# \nclp clp # LP", ", line 2: a solver has a name, a kind and model types"},
-      {"c-lp clp LP", ", line 1: >c-lp< cannot be a solver's name"},
-      {"a clp LP\nb glpk MIP\nA clp LP", ", line 3: >A< is there twice"},
-      {"a clqp LP", ", line 1: there is no kind >clqp<, use clp, cbc or glpk"},
-      {"a clp LP NLP", ", line 1: there is no model type >NLP<, use LP, MIP and RMIP"},
-      {"a clp LP MIP", ", line 1: the kind clp does not solve MIP"},
+      {"clp", ", line 1: a line needs a name, a solver type and model types"},
+      {"# \nclp clp # LP", ", line 2: a line needs a name, a solver type and model types"},
+      {"c-lp clp LP",
+       ", line 1: invalid solver name >c-lp<: use a letter, then letters, digits or _"},
+      {"a clp LP\nb glpk MIP\nA clp LP", ", line 3: solver >A< is listed twice"},
+      {"a clqp LP", ", line 1: unknown solver type >clqp<: use clp, cbc or glpk"},
+      {"a clp LP NLP", ", line 1: unknown model type >NLP<: use LP, MIP or RMIP"},
+      {"a clp LP MIP", ", line 1: solver type clp does not solve MIP"},
       {"a cbc MIP" + std::string(990, ' '), ""},
-      {"a cbc MIP\n" + std::string(1000, 'x'), ": cannot be read, or has an endless line"},
+      {"a cbc MIP\n" + std::string(1000, 'x'), ": cannot be read, or has a line that is too long"},
       {"\t a\tglpk  lp mip#x\r\n", ""},
       {"b cbc LP\na cbc MIP\n\n\n", ""},
-      {"b clp LP\nc glpk MIP", "There is no solver >a<, use b, c"},
+      {"b clp LP\nc glpk MIP", "Unknown solver >a<: use b, c"},
       {"a cbc LP RMIP", "Solver a is not configured for models of type MIP"},
   };
   for (const auto& [text, reason] : texts) EXPECT_EQ(complaint(text), reason) << text;
@@ -62,7 +63,7 @@ TEST_F(KitConfiguration, LinesThatAreWrong_AreNamedWithTheirReason) {
   std::ostringstream many;
   for (int k = 0; k < 1000; ++k) many << "a" << k << " cbc MIP\n";
   EXPECT_EQ(complaint(many.str(), "a999"), "");
-  EXPECT_EQ(complaint(many.str() + "a cbc MIP"), ", line 1001: there are too many solvers");
+  EXPECT_EQ(complaint(many.str() + "a cbc MIP"), ", line 1001: too many solvers: at most 1000");
 }
 
 TEST_F(KitConfiguration, DirectoryWithoutAFile_IsNamed) {
@@ -71,7 +72,7 @@ TEST_F(KitConfiguration, DirectoryWithoutAFile_IsNamed) {
             directory_ + "/zrncmpun.txt: cannot be opened; it must list the solvers");
   std::filesystem::create_directory(directory_ + "/zrncmpun.txt");
   EXPECT_EQ(instance.solve("cbc"),
-            directory_ + "/zrncmpun.txt: cannot be read, or has an endless line");
+            directory_ + "/zrncmpun.txt: cannot be read, or has a line that is too long");
 }
 
 // Each byte of the lines that come with the kit replaced or left out with all after it.

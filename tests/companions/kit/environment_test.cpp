@@ -37,9 +37,9 @@ TEST(KitEnvironment, Log_GoesToTheHostOnly) {
   EXPECT_EQ(zkitSetLog(instance, nullptr, nullptr), 1);
   EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "too late"), 1);
   const std::string infinite =
-      "A parameter or bound is infinite or not a number, the model cannot be solved";
+      "A parameter or bound is infinite or not a number: the model cannot be solved";
   EXPECT_EQ(lines,
-            (std::vector<std::string>{"one line", "There is no solver >nosuch<, use clp, cbc, glpk",
+            (std::vector<std::string>{"one line", "Unknown solver >nosuch<: use clp, cbc, glpk",
                                       infinite, infinite, infinite}));
 }
 

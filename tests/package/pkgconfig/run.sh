@@ -38,4 +38,4 @@ cp "$3/libzkitdclib64.so" "$4/alone"
 refuses "$4/alone" 'model.lp: .*/alone/zkitreader64, .* cannot be started'
 printf '#!/bin/sh\nexit 3\n' >"$4/alone/zkitreader64"
 chmod +x "$4/alone/zkitreader64"
-refuses "$4/alone" 'model.lp: .*/alone/zkitreader64 is not the program that belongs to this kit'
+refuses "$4/alone" 'model.lp: .*/alone/zkitreader64 does not belong to this kit'
