@@ -1,7 +1,4 @@
 // Scripts over databases that are tied to instances of the model kit, with a spy between the two.
-#include <unistd.h>
-
-#include <filesystem>
 #include <iostream>
 #include <memory>
 
@@ -12,6 +9,7 @@
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
 #include "script/zdbhost.h"
+#include "support/files.h"
 
 namespace zdb::script {
 
@@ -156,7 +154,7 @@ class ModelHost : public ZdbHost {
 };
 
 std::vector<Way> makeWays() {
-  const auto file = std::filesystem::temp_directory_path() / (std::to_string(getpid()) + "m.zxf");
+  static const testsupport::TemporaryFolder folder;
   std::vector<Way> ways;
   for (int storage = 0; storage < 3; ++storage) {
     for (const bool isPlain : {true, false}) {
@@ -165,7 +163,7 @@ std::vector<Way> makeWays() {
       way.usesShortStrings = way.usesTwins = !isPlain;
       way.settings = {
           {"storage", std::to_string(storage)},
-          {"file", file},
+          {"file", folder.path("a.zxf")},
           {"kit", KIT_DIRECTORY},
           {"kept", isPlain ? "-" : "\"\""},
           // Beginnings of calls of which the order is laid down, and what they are at a solve.

@@ -2,22 +2,20 @@
 // know.
 
 #include <malloc.h>
-#include <unistd.h>
-
-#include <filesystem>
 
 #include "script/zdbhost.h"
+#include "support/files.h"
 
 namespace zdb::script {
 
 namespace {
 
-/// A file for this process. Files are synchronised with the disk, which takes no time where there
-/// is none.
+/// A file that goes at the end. Files are synchronised with the disk, which takes no time where
+/// there is none.
 std::string pathOf(const std::string& name) {
-  static const std::filesystem::path memory = "/dev/shm";
-  const auto folder = exists(memory) ? memory : std::filesystem::temp_directory_path();
-  return folder / (std::to_string(getpid()) + name);
+  static const char* const memory = "/dev/shm";
+  static const testsupport::TemporaryFolder folder(std::filesystem::exists(memory) ? memory : "");
+  return folder.path(name);
 }
 
 /// A new database with what is in another one, by way of a file or by copying.
@@ -67,6 +65,7 @@ std::vector<Way> makeWays() {
       {"recording.scr", "marks are of one database"},
       {"storages.scr", "storages are of one database"},
       {"sources.scr", "each would get another source"},
+      {"files.scr", "each would get another source"},
   };
   std::vector<Way> ways;
   for (const std::string harsh : {"", " reopened", " copied"}) {
@@ -83,6 +82,8 @@ std::vector<Way> makeWays() {
                                   : way.usesTwins      ? "zdbFindRecordPy\\nzdbFindRecord"
                                                        : "zdbFindRecord"},
                         {"file", pathOf("script.zxf")},
+                        {"upper", pathOf("SCRIPT.ZXF")},
+                        {"other", pathOf("other.zxf")},
                         {"kept", way.usesShortStrings ? "\"\"" : "-"}};
         if (harsh.empty()) continue;
         const bool throughFile = harsh == " reopened";
