@@ -94,11 +94,3 @@ struct Record {
     return value;
   }
 };
-
-/// What a call writes to standard output.
-template <typename Function>
-std::string outputOf(Function call) {
-  testing::internal::CaptureStdout();
-  call();
-  return testing::internal::GetCapturedStdout();
-}

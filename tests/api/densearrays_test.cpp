@@ -215,36 +215,4 @@ TEST_P(DenseArrays, Arrays_ReplaceTheRecordsOfTheirSlice) {
   }
 }
 
-// Twenty positions over as many labels are more cells than a number can count; squeezed, they are
-// few, and with an empty set they are none.
-TEST(DenseArraysOfManyDimensions, CellsBeyondCounting_AreRefused) {
-  const Database db;
-  Symbols squeezed;
-  for (int n = 1; n <= ZDB_MAX_DIM; ++n) {
-    const std::string name = "s" + std::to_string(n);
-    squeezed.push_back(db.add(name.c_str(), 1, ZDB_SET));
-    db.label(name.c_str());
-  }
-  zdbSymbol_t p = db.add("p", ZDB_MAX_DIM);
-  for (const char* label : {"s3", "s20"}) db.merge(p, Labels(ZDB_MAX_DIM, label));
-  Symbols domains(ZDB_MAX_DIM);
-  Ints dims(ZDB_MAX_DIM, ZDB_MAX_DIM);
-  double cell = 0;
-  int dropped = -1;
-  const std::string message = "An array over the domains of symbol p is larger than memory";
-  EXPECT_EQ(c__zdbdensesymboltodensearray(db, &cell, dims.data(), p, ZDB_LEVEL), 0);
-  EXPECT_EQ(db.error(), message);
-  EXPECT_EQ(c__zdbdensearraytosymbol(db, &cell, domains.data(), p, dims.data()), 0);
-  EXPECT_EQ(db.error(), message);
-  EXPECT_EQ(c__zdbsparsesymboltosqzdarray(db, nullptr, dims.data(), p, domains.data(),
-                                          squeezed.data(), ZDB_LEVEL, &dropped),
-            1)
-      << db.error();
-  EXPECT_EQ(dims, Ints(ZDB_MAX_DIM, 2));
-  dims.assign(ZDB_MAX_DIM, ZDB_MAX_DIM);
-  domains.back() = db.add("empty", 1, ZDB_SET);
-  dims.back() = 0;
-  EXPECT_EQ(c__zdbdensearraytosymbol(db, &cell, domains.data(), p, dims.data()), 1) << db.error();
-}
-
 }  // namespace
