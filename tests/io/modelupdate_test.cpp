@@ -2,7 +2,7 @@
 #include <random>
 
 #include "companions/kit/testing.h"
-#include "support/contents.h"
+#include "support/client.h"
 
 namespace {
 
@@ -26,13 +26,13 @@ TEST(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
     const Database db;
     c__zdbselectrecordstorage(db, nullptr, round % 3);
     for (int i = n; round >= 3 && i > 0; i -= 2) db.label(label(i - 1).c_str());
-    EXPECT_EQ(said(db, c__zdbinitupdate(db, instance)), "");
+    EXPECT_EQ(db.said(c__zdbinitupdate(db, instance)), "");
     zdbSymbol_t variable = db.add(y.c_str(), 2, ZDB_VARIABLE);
     zdbSymbol_t p = db.add("p", 2);
     int unmatched = 0;
     for (int i = 0; i < n * n; ++i) {
       if (random() % 2 == 0) continue;
-      put(db, p, {label(i / n).c_str(), label(i % n).c_str()}, i + 1);
+      db.put(p, {label(i / n).c_str(), label(i % n).c_str()}, i + 1);
       unmatched += levels[i] < 0 ? 1 : 0;
       if (levels[i] == 0) levels[i] = i + 1;
     }
