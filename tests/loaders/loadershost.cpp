@@ -17,6 +17,7 @@
 namespace {
 
 int refusedMutex = 0;  // the number of the next mutex that the system refuses; 0: none
+int mutexes = 0;       // that are there
 
 }  // namespace
 
@@ -25,7 +26,13 @@ int refusedMutex = 0;  // the number of the next mutex that the system refuses; 
 extern "C" int __real_pthread_mutex_init(pthread_mutex_t*, const pthread_mutexattr_t*);
 extern "C" int __wrap_pthread_mutex_init(pthread_mutex_t* mutex, const pthread_mutexattr_t* kind) {
   if (refusedMutex > 0 && --refusedMutex == 0) return 12;
+  ++mutexes;
   return __real_pthread_mutex_init(mutex, kind);
+}
+extern "C" int __real_pthread_mutex_destroy(pthread_mutex_t*);
+extern "C" int __wrap_pthread_mutex_destroy(pthread_mutex_t* mutex) {
+  --mutexes;
+  return __real_pthread_mutex_destroy(mutex);
 }
 // NOLINTEND(bugprone-reserved-identifier)
 
@@ -192,6 +199,7 @@ class LoaderHost : public Host {
       refusedMutex = std::stoi(statement.arguments.at(0).text);
       return std::string("refused");
     };
+    words["mutexes"] = [](Run&, const Statement&) { return std::to_string(mutexes); };
     words["origins"] = ofEach(originOf);
     words["reports"] = ofEach(reportOf);
     // Whether the library in a directory is open.
