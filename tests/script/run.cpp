@@ -326,11 +326,11 @@ std::string Run::repeat(const Statement& statement) {
   return all + "and so on";
 }
 
+/// A handle that stays keeps the object that it was got from: a call without one may leave it there.
 void Run::assign(const std::string& name, const Variable& variable, bool wasReleased) {
   Variable& old = variables[name];
-  if (old.handle != nullptr && old.handle != variable.handle && !wasReleased) {
-    host.release(old.object, old.kind, old.handle);
-  }
+  if (old.handle != nullptr && old.handle == variable.handle) return;
+  if (old.handle != nullptr && !wasReleased) host.release(old.object, old.kind, old.handle);
   old = variable;
 }
 
