@@ -236,13 +236,13 @@ std::vector<Way> makeWays() {
   const std::string good = COMPANION_DIR "good";
   std::vector<Way> ways;
   for (const AnyLoader& loader : loaders) {
-    const auto missing = [&](const std::string& symbol, const std::string& variant) {
-      return "Could not load symbol '" + symbol + "': " COMPANION_DIR + variant + loader.file +
-             ": undefined symbol: " + upperCase(symbol);
+    const auto missing = [&](const std::string& symbol, const char* variant) {
+      const std::string message =
+          "Could not load symbol '" + symbol + "': " COMPANION_DIR + variant;
+      return message + loader.file + ": undefined symbol: " + upperCase(symbol);
     };
     const bool isZxf = loader.prefix == "zxf";
-    const std::string query = isZxf ? "C__XAPIVersion" : "C" + loader.prefix + "XAPIVersion";
-    const std::string create = isZxf ? "XCreateD" : "C" + loader.prefix + "XCreateD";
+    const std::string own = "C" + loader.prefix;  // how the names of the others begin
     const std::string met = "client " + loader.version + " met";
     Way& way = ways.emplace_back();
     way.name = loader.prefix;
@@ -261,8 +261,10 @@ std::vector<Way> makeWays() {
         {"met", met},
         // Messages of loads from where something is not.
         {"lacking", missing(loader.decoration + loader.functions.back().name, "nosymbol")},
-        {"undated", missing(query, "noversion")},
-        {"uncreated", loader.prefix == "zst" ? met : missing(create, "nocreated")}};
+        {"undated", missing(isZxf ? "C__XAPIVersion" : own + "XAPIVersion", "noversion")},
+        {"uncreated", loader.prefix == "zst"
+                          ? met
+                          : missing(isZxf ? "XCreateD" : own + "XCreateD", "nocreated")}};
     if (!isZxf) way.leavesOut["loaders.scr"] = "the code is one for all loaders";
   }
   return ways;
