@@ -67,7 +67,11 @@ class ModelHost : public ZdbHost {
       return std::string("created");
     };
     words["unload"] = [](Run&, const Statement& statement) {
-      return std::to_string(unload(statement.arguments.at(0).text));
+      static const std::map<std::string, int (*)()> unload = {{"zmi", loaders::zmiLibraryUnload},
+                                                              {"zlx", loaders::zlxLibraryUnload},
+                                                              {"zrt", loaders::zrtLibraryUnload},
+                                                              {"zst", loaders::zstLibraryUnload}};
+      return std::to_string(unload.at(statement.arguments.at(0).text)());
     };
     words["load"] = [](Run&, const Statement&) {
       Spy::comeBetween();
@@ -104,13 +108,6 @@ class ModelHost : public ZdbHost {
       if (what.size() > 2) given.text = what[2].text;
     }
     return "set";
-  }
-
-  static int unload(const std::string& loader) {
-    return loader == "zmi"   ? loaders::zmiLibraryUnload()
-           : loader == "zlx" ? loaders::zlxLibraryUnload()
-           : loader == "zrt" ? loaders::zrtLibraryUnload()
-                             : loaders::zstLibraryUnload();
   }
 
   /// update $model $symbol ACTION $data FIRST: what becomes of a column (a row, if the symbol is an

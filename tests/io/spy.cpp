@@ -115,11 +115,7 @@ std::string Spy::taken(const std::string& words) {
   return joined.empty() ? "none" : joined;
 }
 
-bool Spy::isBalanced() const {
-  const auto count = [this](const char* name) {
-    const auto found = counts.find(name);
-    return found == counts.end() ? 0 : found->second;
-  };
-  return count("zlxFindFirstRowCol") == count("zlxFindClose") &&
-         count("zmiViewStore") == count("zmiViewRestore");
+bool Spy::isBalanced() {
+  return counts["zlxFindFirstRowCol"] == counts["zlxFindClose"] &&
+         counts["zmiViewStore"] == counts["zmiViewRestore"];
 }

@@ -76,9 +76,10 @@ CompanionFunction companionFunction(const char* name, Result (**pointer)(Argumen
           std::bit_cast<const void*>(*pointer)};
 }
 
-const std::vector<CompanionFunction> kFunctions = {
+std::vector<CompanionFunction> functionsOf(const std::string& prefix) {
 #define UNPACK(...) __VA_ARGS__
 #define FUNCTION(name, result, parameters, codes) companionFunction(#name, &name, {UNPACK codes}),
+  std::vector<CompanionFunction> functions = {
 #define ZDB_FUNCTION FUNCTION
 #include "contract/zxffunctions.def"
 #define ZDB_FUNCTION FUNCTION
@@ -89,7 +90,10 @@ const std::vector<CompanionFunction> kFunctions = {
 #include "contract/zlxfunctions.def"
 #define ZDB_FUNCTION FUNCTION
 #include "contract/zstfunctions.def"
-};
+  };
+  std::erase_if(functions, [&](const auto& each) { return !each.name.starts_with(prefix); });
+  return functions;
+}
 
 // Each layout of these makes another one of the next.
 // clang-format off
@@ -110,12 +114,6 @@ struct AnyLoader {
 #define MEMBER(X, name) decltype(&X##name) name;
   FOR_EACH_OPERATION(MEMBER, zxf)
 };
-
-std::vector<CompanionFunction> functionsOf(const std::string& prefix) {
-  std::vector<CompanionFunction> functions = kFunctions;
-  std::erase_if(functions, [&](const auto& each) { return !each.name.starts_with(prefix); });
-  return functions;
-}
 
 constexpr auto zstCreateDD = zstCreateD;  // objects of zst are made without a directory
 
@@ -242,29 +240,23 @@ std::vector<Way> makeWays() {
       return message + loader.file + ": undefined symbol: " + upperCase(symbol);
     };
     const bool isZxf = loader.prefix == "zxf";
-    const std::string own = "C" + loader.prefix;  // how the names of the others begin
-    const std::string met = "client " + loader.version + " met";
+    const std::string query = isZxf ? "C__XAPIVersion" : "C" + loader.prefix + "XAPIVersion";
     Way& way = ways.emplace_back();
     way.name = loader.prefix;
-    way.settings = {
-        {"good", good},
-        {"file", good + "/companion.so"},
-        {"mixed", COMPANION_DIR "mixed"},
-        {"slashed", COMPANION_DIR "mixed/"},
-        {"nosymbol", COMPANION_DIR "nosymbol"},
-        {"noversion", COMPANION_DIR "noversion"},
-        {"nocreated", COMPANION_DIR "nocreated"},
-        {"real", REAL_COMPANIONS},
-        {"fits", good + std::string(493 - good.size(), '/') + "."},
-        {"library", loader.file},
-        {"notoffered", isZxf ? ", stub" : ""},
-        {"met", met},
-        // Messages of loads from where something is not.
-        {"lacking", missing(loader.decoration + loader.functions.back().name, "nosymbol")},
-        {"undated", missing(isZxf ? "C__XAPIVersion" : own + "XAPIVersion", "noversion")},
-        {"uncreated", loader.prefix == "zst"
-                          ? met
-                          : missing(isZxf ? "XCreateD" : own + "XCreateD", "nocreated")}};
+    for (const char* variant : {"good", "mixed", "nosymbol", "noversion"}) {
+      way.settings[variant] = std::string(COMPANION_DIR) + variant;
+    }
+    way.settings.insert(
+        {{"file", good + "/companion.so"},
+         {"slashed", COMPANION_DIR "mixed/"},
+         {"real", REAL_COMPANIONS},
+         {"fits", good + std::string(493 - good.size(), '/') + "."},
+         {"library", loader.file},
+         {"notoffered", isZxf ? ", stub" : ""},
+         {"met", "client " + loader.version + " met"},
+         // Messages of loads from where something is not.
+         {"lacking", missing(loader.decoration + loader.functions.back().name, "nosymbol")},
+         {"undated", missing(query, "noversion")}});
     if (!isZxf) way.leavesOut["loaders.scr"] = "the code is one for all loaders";
   }
   return ways;

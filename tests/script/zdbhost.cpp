@@ -128,10 +128,9 @@ ZdbHost::ZdbHost(FunctionTable more) : Host(withExports(std::move(more))) {
   };
   words["serve"] = [](Run& run, const Statement& statement) {
     const std::vector<Token>& how = statement.arguments;
-    const bool fails = how.size() > 1;
-    ServedDatabase::serve(databaseOf(run.object(how.at(0).text)),
-                          databaseOf(run.object(statement.object)), fails ? how[1].text : "",
-                          fails ? std::stoi(how.at(2).text) : 0);
+    ServedDatabase::serve(
+        databaseOf(run.object(how.at(0).text)), databaseOf(run.object(statement.object)),
+        how.size() > 1 ? how[1].text : "", how.size() > 2 ? std::stoi(how[2].text) : 0);
     return std::string("served");
   };
 }
