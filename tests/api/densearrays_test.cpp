@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "client.h"
+#include "support/client.h"
 
 namespace {
 
@@ -44,9 +44,11 @@ class DenseArrays : public testing::TestWithParam<unsigned> {
  protected:
   DenseArrays() : random_(GetParam()) {
     for (const char* label : {"c", "a", "b", "d", "f", "e"}) db.label(label);
-    sets = {nullptr, db.universe(), db.add("all", 1, ZDB_ALIAS, -1)};
+    zdbSymbol_t universe = nullptr;
+    c__zdbfindsymbol(db, "*", &universe);
+    sets = {nullptr, universe, db.add("all", 1, ZDB_ALIAS, -1)};
     for (const std::string name : {"i", "j", "k"}) {
-      sets.push_back(add(name, {db.universe()}, ZDB_SET));
+      sets.push_back(add(name, {universe}, ZDB_SET));
       const int number = db.info(sets.back(), ZDB_SYMBOL_NUMBER);
       sets.push_back(db.add((name + name).c_str(), 1, ZDB_ALIAS, number));
     }
@@ -86,10 +88,12 @@ class DenseArrays : public testing::TestWithParam<unsigned> {
     c__zdbsetspecialvalues(db, special);
   }
   Rows rowsOf(zdbSymbol_t symbol) {
-    c__zdbfindsymbol(db, db.infoText(symbol, ZDB_SYMBOL_NAME).c_str(), &symbol);  // not an alias
+    char name[ZDB_TEXT_SIZE];
+    c__zdbsymbolinfo(db, symbol, ZDB_SYMBOL_NAME, nullptr, nullptr, name);
+    c__zdbfindsymbol(db, name, &symbol);  // not an alias
     const int type = db.info(symbol, ZDB_SYMBOL_TYPE);
     Rows rows;
-    Record record(db);
+    zdbRecord_t record = nullptr;
     setNa(kRecordNa);
     for (int more = c__zdbfindfirstrecord(db, symbol, &record); more == 1;) {
       Ints key(db.info(symbol, ZDB_SYMBOL_DIM));
@@ -98,6 +102,7 @@ class DenseArrays : public testing::TestWithParam<unsigned> {
       rows[key] = type == ZDB_SET ? Cells{1, row[0]} : row;
       more = c__zdbrecordmovenext(db, record);
     }
+    c__zdbfreesymboliterator(db, record);
     setNa(kArrayNa);
     return rows;
   }
@@ -196,7 +201,7 @@ TEST_P(DenseArrays, Arrays_ReplaceTheRecordsOfTheirSlice) {
     for (const Ints& key : keysOver(replaced)) expected.erase(key);
     zdbSymbol_t fresh = db.add(("fresh" + std::to_string(round)).c_str(), 1, type,
                                db.info(p, ZDB_SYMBOL_USER_INFO));
-    db.merge(fresh, {"a"});
+    db.put(fresh, {"a"}, 0);
     Cells row = rowsOf(fresh).begin()->second;
     Cells array;
     for (const Ints& key : keysOver(axes)) {
@@ -213,38 +218,6 @@ TEST_P(DenseArrays, Arrays_ReplaceTheRecordsOfTheirSlice) {
     }
     EXPECT_EQ(rowsOf(p), expected) << round << " " << db.error();
   }
-}
-
-// Twenty positions over as many labels are more cells than a number can count; squeezed, they are
-// few, and with an empty set they are none.
-TEST(DenseArraysOfManyDimensions, CellsBeyondCounting_AreRefused) {
-  const Database db;
-  Symbols squeezed;
-  for (int n = 1; n <= ZDB_MAX_DIM; ++n) {
-    const std::string name = "s" + std::to_string(n);
-    squeezed.push_back(db.add(name.c_str(), 1, ZDB_SET));
-    db.label(name.c_str());
-  }
-  zdbSymbol_t p = db.add("p", ZDB_MAX_DIM);
-  for (const char* label : {"s3", "s20"}) db.merge(p, Labels(ZDB_MAX_DIM, label));
-  Symbols domains(ZDB_MAX_DIM);
-  Ints dims(ZDB_MAX_DIM, ZDB_MAX_DIM);
-  double cell = 0;
-  int dropped = -1;
-  const std::string message = "An array over the domains of symbol p is larger than memory";
-  EXPECT_EQ(c__zdbdensesymboltodensearray(db, &cell, dims.data(), p, ZDB_LEVEL), 0);
-  EXPECT_EQ(db.error(), message);
-  EXPECT_EQ(c__zdbdensearraytosymbol(db, &cell, domains.data(), p, dims.data()), 0);
-  EXPECT_EQ(db.error(), message);
-  EXPECT_EQ(c__zdbsparsesymboltosqzdarray(db, nullptr, dims.data(), p, domains.data(),
-                                          squeezed.data(), ZDB_LEVEL, &dropped),
-            1)
-      << db.error();
-  EXPECT_EQ(dims, Ints(ZDB_MAX_DIM, 2));
-  dims.assign(ZDB_MAX_DIM, ZDB_MAX_DIM);
-  domains.back() = db.add("empty", 1, ZDB_SET);
-  dims.back() = 0;
-  EXPECT_EQ(c__zdbdensearraytosymbol(db, &cell, domains.data(), p, dims.data()), 1) << db.error();
 }
 
 }  // namespace

@@ -53,9 +53,9 @@ TEST(Exports, Library_HasTheDeclaredNamesAndNoOthers) {
 
 TEST(Exports, HeaderVersion_IsTheProjects) {
   EXPECT_STREQ(ZDBCCLIB_VERSION, ZDB_PROJECT_VERSION);
-  const int parts[] = {ZDBCCLIB_VERSION_MAJOR, ZDBCCLIB_VERSION_MINOR, ZDBCCLIB_VERSION_PATCH};
-  std::string joined;
-  for (const int part : parts) joined += (joined.empty() ? "" : ".") + std::to_string(part);
+  const std::string joined = std::to_string(ZDBCCLIB_VERSION_MAJOR) + "." +
+                             std::to_string(ZDBCCLIB_VERSION_MINOR) + "." +
+                             std::to_string(ZDBCCLIB_VERSION_PATCH);
   EXPECT_EQ(joined, ZDBCCLIB_VERSION);
 }
 

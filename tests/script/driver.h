@@ -132,6 +132,7 @@ class Run {
  private:
   std::string call(const Statement& statement);
   std::string repeat(const Statement& statement);
+  std::string shownHandle(const Variable& variable) const;
   std::string report(void* target, const Function& function, const Slot& result,
                      const std::vector<Argument>& arguments);
   void keepHandles(void* target, const Argument& argument, bool wereReleased);

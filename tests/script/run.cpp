@@ -279,36 +279,26 @@ std::string Run::shownValue(void* from, const Parameter& parameter, const Slot& 
   return shown(host.describe(from, parameter.kind, value.pointer));
 }
 
-namespace {
-
-std::string shownHandle(const Run& run, const Variable& variable) {
+std::string Run::shownHandle(const Variable& variable) const {
   Slot slot;
   slot.pointer = variable.handle;
-  return run.shownValue(variable.object, {Shape::Handle, false, false, variable.kind.c_str()},
-                        slot);
+  return shownValue(variable.object, {Shape::Handle, false, false, variable.kind.c_str()}, slot);
 }
 
-}  // namespace
-
 std::string Run::execute(const Statement& statement) {
-  std::string actual = "freed";
-  const auto word = host.words.find(statement.name);
-  if (word != host.words.end()) {
-    takeOutput();
-    if (beforeCall) beforeCall();
-    actual = word->second(*this, statement);
-    if (afterCall) afterCall();
-    actual += takeOutput();
-  } else if (statement.name == "at") {
-    actual = shownHandle(*this, variable(statement.arguments.at(0)));
-  } else if (statement.name == "free") {
+  if (statement.name == "at") return shownHandle(variable(statement.arguments.at(0)));
+  if (statement.name == "repeat") return repeat(statement);
+  if (statement.name == "free") {
     assign(statement.arguments.at(0).text, {}, false);
-  } else if (statement.name == "repeat") {
-    actual = repeat(statement);
-  } else {
-    actual = call(statement);
+    return "freed";
   }
-  return actual;
+  const auto word = host.words.find(statement.name);
+  if (word == host.words.end()) return call(statement);
+  takeOutput();
+  if (beforeCall) beforeCall();
+  const std::string actual = word->second(*this, statement);
+  if (afterCall) afterCall();
+  return actual + takeOutput();
 }
 
 /// Calls a function as long as it gives 1 and nothing else but 1; shows its first handle after
@@ -321,16 +311,17 @@ std::string Run::repeat(const Statement& statement) {
   for (int i = 0; i < 1000; ++i) {
     const std::string actual = call(one);
     if (actual != "1" && actual != "1 1") return all + actual;
-    all += shownHandle(*this, variable(one.arguments.at(0))) + " ";
+    all += shownHandle(variable(one.arguments.at(0))) + " ";
   }
   return all + "and so on";
 }
 
+/// A handle that stays keeps the object that it was got from: a call without one may leave it
+/// there.
 void Run::assign(const std::string& name, const Variable& variable, bool wasReleased) {
   Variable& old = variables[name];
-  if (old.handle != nullptr && old.handle != variable.handle && !wasReleased) {
-    host.release(old.object, old.kind, old.handle);
-  }
+  if (old.handle != nullptr && old.handle == variable.handle) return;
+  if (old.handle != nullptr && !wasReleased) host.release(old.object, old.kind, old.handle);
   old = variable;
 }
 

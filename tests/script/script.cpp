@@ -88,13 +88,12 @@ class Reader {
   }
 
   static Token tokenOf(const std::smatch& match) {
+    static const std::map<std::string, Token::Kind> marks = {
+        {"$", Token::Variable}, {"@", Token::Object}, {"&", Token::Callback},
+        {"%", Token::Setting},  {"_", Token::Blank},  {"(", Token::List}};
     if (match[1].matched) return {Token::Text, unquoted(match[1]), {}};
-    if (match[2] == "$") return {Token::Variable, match[3], {}};
-    if (match[2] == "@") return {Token::Object, match[3], {}};
-    if (match[2] == "&") return {Token::Callback, match[3], {}};
-    if (match[2] == "%") return {Token::Setting, match[3], {}};
-    if (match[4] == "_") return {Token::Blank, "", {}};
-    if (match[4] == "(") return {Token::List, "", {}};
+    const auto known = marks.find(match[match[2].matched ? 2 : 4]);
+    if (known != marks.end()) return {known->second, match[3], {}};
     if (match[4].matched) throw ScriptError("misplaced " + match[4].str());
     return {match[5] == "null" ? Token::Null : Token::Word, match[5], {}};
   }

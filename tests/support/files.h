@@ -19,8 +19,10 @@ inline std::string readFile(const std::string& path) {
 // A folder that goes with the object, and with it what was written to it.
 class TemporaryFolder {
  public:
-  TemporaryFolder() {
-    std::string name = std::filesystem::temp_directory_path() / "zdb-test-XXXXXX";
+  // In another folder than that of the system if one is given.
+  explicit TemporaryFolder(const std::filesystem::path& parent = {}) {
+    std::string name =
+        (parent.empty() ? std::filesystem::temp_directory_path() : parent) / "zdb-test-XXXXXX";
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
     folder_ = name;
   }

@@ -1,6 +1,7 @@
 // The functions that are framed like the exported ones, for hosts that build the library in.
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
 
 #include "api/zdbcoorg.h"
@@ -53,6 +54,32 @@ TEST_F(Unexported, ResetSymbol_LeavesTheRestToTheSource) {
   EXPECT_EQ(zdbResetSymbol(db, p), 1);
   EXPECT_EQ(zdbFindFirstRecord(db, p, &record), 0);
   EXPECT_STREQ(db->lastError(), "Symbol p not initialized from ZXF or ZMI: 3");
+}
+
+/// A record that cannot be read for want of memory, which no record of ours needs.
+struct LargeRecord : AbstractZDBSymbolIterator {
+  explicit LargeRecord(AbstractZDBSymbol* of) : AbstractZDBSymbolIterator(ModeRecords, of) {}
+  bool getRecordRaw(int*, double*) override { throw std::bad_alloc(); }
+  dmap::IDMapIterator& getIterator() override { throw std::bad_alloc(); }
+  double* getValues() const override { return nullptr; }
+  bool moveNext(int) override { return false; }
+  bool movePrev() override { return false; }
+  bool hasNext(const uellist::IUELList&) override { return false; }
+  bool hasPrev() override { return false; }
+  bool equalValues(const AbstractZDBSymbolIterator*) const override { return false; }
+  int getDim() const override { return 0; }
+  const int* getKeys() const override { return nullptr; }
+  void assignIterator(AbstractZDBSymbolIterator*) override {}
+  void catchUp() const override {}
+};
+
+/// Hosts look for this name.
+TEST_F(Unexported, RecordRawWithoutMemory_NamesGetKeys) {
+  LargeRecord large(p);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(zdbGetRecordRaw(db, &large, 0, nullptr, nullptr), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "Out of memory in zdbGetKeys\n");
+  EXPECT_STREQ(db->lastError(), "Out of memory in zdbGetKeys");
 }
 
 TEST_F(Unexported, DataCallbacks_PrintTakesTheLogAsAShortString) {

@@ -1,0 +1,147 @@
+// Scripts over the exported surface of the library: the ways to run them, and what sweeps must
+// know.
+
+#include <malloc.h>
+
+#include "script/zdbhost.h"
+#include "support/files.h"
+
+namespace zdb::script {
+
+namespace {
+
+/// A file that goes at the end. Files are synchronised with the disk, which takes no time where
+/// there is none.
+std::string pathOf(const std::string& name) {
+  static const char* const memory = "/dev/shm";
+  static const testsupport::TemporaryFolder folder(std::filesystem::exists(memory) ? memory : "");
+  return folder.path(name);
+}
+
+/// A new database with what is in another one, by way of a file or by copying.
+zdbHandle_t renewed(Run& run, zdbHandle_t old, bool throughFile) {
+  static int number = 0;
+  auto* const fresh = static_cast<zdbHandle_t>(run.host.create(run.way));
+  const std::string file = pathOf(std::to_string(++number));
+  if (throughFile && c__zdbwritezxf(old, file.c_str(), 1) != 1) throw ScriptError(lastError(old));
+  if ((throughFile ? c__zdbinitfromzxf(fresh, file.c_str()) : c__zdbinitfromdb(fresh, old)) != 1) {
+    throw ScriptError(lastError(fresh));
+  }
+  std::filesystem::remove(file);  // the new database has it open
+  double special[ZDB_SV_COUNT];
+  c__zdbgetuserspecialvalues(old, special);
+  c__zdbsetspecialvalues(fresh, special);
+  return fresh;
+}
+
+/// Puts every database of a run into a new one, with the symbols in variables. Leaves them alone
+/// while a handle on a record is open: nobody could tell what it stands on.
+bool renewAll(Run& run, bool throughFile) {
+  for (const auto& [name, variable] : run.variables) {
+    if (variable.handle != nullptr && variable.kind != "symbol") return false;
+  }
+  for (auto& [name, object] : run.objects) {
+    auto* const old = static_cast<zdbHandle_t>(object);
+    zdbHandle_t fresh = renewed(run, old, throughFile);
+    for (auto& [ofVariable, variable] : run.variables) {
+      if (variable.object != old || variable.handle == nullptr) continue;
+      int number = 0;
+      auto* symbol = static_cast<zdbSymbol_t>(variable.handle);
+      c__zdbsymbolinfo(old, symbol, ZDB_SYMBOL_NUMBER, &number, nullptr, nullptr);
+      c__zdbgetsymbolbynumber(fresh, number, &symbol);
+      variable = {"symbol", symbol, fresh};
+    }
+    run.host.destroy(old);
+    object = fresh;
+  }
+  return true;
+}
+
+/// Three storages, times C and short strings, times functions and their twins, times what is done
+/// after each statement.
+std::vector<Way> makeWays() {
+  const std::vector<std::string> storages = {"map", "vector", "tree"};
+  const std::map<std::string, std::string> ofOneDatabase = {
+      {"recording.scr", "marks are of one database"},
+      {"storages.scr", "storages are of one database"},
+      {"sources.scr", "each would get another source"},
+      {"files.scr", "each would get another source"},
+  };
+  std::vector<Way> ways;
+  for (const std::string harsh : {"", " reopened", " copied"}) {
+    for (std::size_t storage = 0; storage < 3; ++storage) {
+      for (const std::string forms : {"", " twin", " short", " short twin"}) {
+        Way& way = ways.emplace_back();
+        way.name.append(storages[storage]).append(forms).append(harsh);
+        way.usesShortStrings = forms.find("short") != forms.npos;
+        way.usesTwins = forms.find("twin") != forms.npos;
+        way.settings = {{"storage", std::to_string(storage)},
+                        {"next", std::to_string((storage + 1) % 3)},
+                        {"last", std::to_string((storage + 2) % 3)},
+                        {"asked", way.usesShortStrings ? "zdbSymbolDim"
+                                  : way.usesTwins      ? "zdbFindRecordPy\\nzdbFindRecord"
+                                                       : "zdbFindRecord"},
+                        {"file", pathOf("script.zxf")},
+                        {"upper", pathOf("SCRIPT.ZXF")},
+                        {"other", pathOf("other.zxf")},
+                        {"kept", way.usesShortStrings ? "\"\"" : "-"}};
+        if (harsh.empty()) continue;
+        const bool throughFile = harsh == " reopened";
+        way.after = [throughFile](Run& run) { return renewAll(run, throughFile); };
+        way.leavesOut = ofOneDatabase;
+        if (throughFile) way.leavesOut["memory.scr"] = "no file keeps this";
+      }
+    }
+  }
+  return ways;
+}
+
+const SweepRules kRules = {
+    .picture = &ZdbHost::picture,
+    .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbSparseSymbolToSqzdArray", "fill"},
+    .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
+               {"zdbGetRecordRaw", "zdbGetKeys"},
+               {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
+               {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"},
+               {"fill", "zdbMergeRecord"}},
+    .spoiling = {"zdbDenseArrayToSymbol (0 1 1) ($i) $ii (3)"},
+    .nullAnswers =
+        {{"symbol", "0.*\"No symbol handle specified\""},
+         {"record", "0.*\"No symbol record handle specified\""},
+         {"violation", "0.*\"No domain violation handle specified\""},
+         {"*",
+          "0.*\"((Symbol name|Name of symbol) cannot be NULL|Unexpected exception in \\w+: "
+          "basic_string: construction from null is not valid)\""},
+         {"zdbAddRecordRaw.keys", "0 \"zdbMergeSetRecordInt: argument keys must not be null\""},
+         {"zdbAddRecordRaw.text", "0 \"zdbMergeSetRecordInt: argument text must not be null\""},
+         {"zdbAddSymbolX.domains", "0.*\"zdbAddSymbolX: argument domainNames must not be null\""},
+         {"zdbCopySymbol.target", "0 \"No target symbol handle specified\""},
+         {"zdbCopySymbol.source", "0 \"No source symbol handle specified\""},
+         {"zdbCopySymbolIterator.source", "0.*\"No source symbol record handle specified\""},
+         {"zdbFreeSymbolIterator.record", "0 \"No iterator to be freed defined\""},
+         {"zdbFindUel.label", "0 -"},
+         {"zdbMergeUel.label", "0 -"},
+         {"zdbInitFromDMRF.findSymbol", "1"},
+         {"zdbInitFromDMRF.readStart", "1"},
+         {"zdbInitFromDMRF.readRecord", "1"},
+         {"zdbInitFromDMRF.readDone", "1"},
+         {"zdbInitFromDMRF.elemText", "1"},
+         {"zdbInfo.integer", "1"},
+         {"zdbSelectRecordStorage.symbol", "1"},
+         {"zdbSetSpecialValuesX.state", "1"},
+         {"zdbSymbolInfo.integer", "1.*"}},
+    // They need a model, change the whole process or are other forms.
+    .neverNull = {"zdbCallSolver", "zdbCallSolverTimed", "zdbInitFromDict", "zdbInitUpdate",
+                  "zdbRegisterZMI", "zdbUpdateModelSymbol", "zdbSetDebug", "n__zdbgetkeys",
+                  "n__zdbgetdomain"},
+};
+
+}  // namespace
+
+}  // namespace zdb::script
+
+int main(int argc, char** argv) {
+  mallopt(M_PERTURB, 0xA5);  // what is freed is filled with rubbish, for who reads on
+  zdb::script::ZdbHost host;
+  return zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), zdb::script::kRules});
+}
