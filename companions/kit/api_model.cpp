@@ -1,11 +1,10 @@
 // Building a model call by call.
-#include <exception>
-#include <new>
 #include <string>
 
 #include "kit/api.h"
 #include "kit/instance.h"
 #include "kit/model.h"
+#include "shared/boundary.h"
 #include "zkitdclib.h"
 
 struct zkitModel {
@@ -16,33 +15,36 @@ struct zkitModel {
   bool isBroken = false;  // memory ran out half-way through a change
 };
 
-namespace {
-
 using namespace zkit;
+using namespace zdb::boundary;
+
+namespace {
 
 constexpr char kOutOfMemory[] = "Out of memory: the model cannot be used any more";
 
+void keep(zkitModel& model, const std::exception& error) {
+  const bool isUnderstood = dynamic_cast<const KitError*>(&error) != nullptr;
+  model.isBroken = model.isBroken || !isUnderstood;
+  model.lastError = isUnderstood ? error.what() : kOutOfMemory;
+}
+
 // Runs a change of a model: 1, or 0 with the reason kept.
 template <typename Work>
-int guarded(zkitModel_t model, Work work) {
-  if (model == nullptr) return 0;
-  try {
-    if (model->isBroken) throw KitError(kOutOfMemory);
-    work(model->builder);
-    return 1;
-  } catch (const KitError& error) {
-    model->lastError = error.what();
-  } catch (const std::exception&) {
-    model->isBroken = true;
-    model->lastError = kOutOfMemory;
-  }
-  return 0;
+int changed(zkitModel_t model, Work work) {
+  return guardedOn<zkitModel>(
+      model, 0,
+      [&](zkitModel& own) {
+        if (own.isBroken) throw KitError(kOutOfMemory);
+        work(own.builder);
+        return 1;
+      },
+      keep);
 }
 
 // The same for a change that gives a number.
 template <typename Work>
 int numbered(zkitModel_t model, int* number, Work work) {
-  return guarded(model, [&](ModelBuilder& builder) {
+  return changed(model, [&](ModelBuilder& builder) {
     if (number == nullptr) throw KitError("A place for the number that results must be given");
     *number = work(builder);
   });
@@ -51,24 +53,16 @@ int numbered(zkitModel_t model, int* number, Work work) {
 }  // namespace
 
 int zkitModelCreate(zkitModel_t* model, const char* name) {
-  if (model == nullptr) return 0;
-  *model = nullptr;
-  try {
-    *model = new zkitModel(name);
-  } catch (const std::exception&) {
-    return 0;
-  }
-  return 1;
+  return makeObject(model, [name] { return new zkitModel(name); });
 }
 
 void zkitModelFree(zkitModel_t* model) {
-  if (model == nullptr) return;
-  delete *model;
-  *model = nullptr;
+  freeObject<zkitModel>(model);
 }
 
 const char* zkitLastError(zkitModel_t model) {
-  return model == nullptr ? "No model" : model->lastError.c_str();
+  return guardedOn<zkitModel>(model, "No model",
+                              [](const zkitModel& own) { return own.lastError.c_str(); });
 }
 
 int zkitAddSymbol(zkitModel_t model, const char* name, int type, int dim, const char* text,
@@ -87,7 +81,7 @@ int zkitAddColumn(zkitModel_t model, int symbol, const char* const* labels, doub
 }
 
 int zkitSetColumnInteger(zkitModel_t model, int column, int isInteger) {
-  return guarded(model, [=](ModelBuilder& builder) { builder.setInteger(column, isInteger != 0); });
+  return changed(model, [=](ModelBuilder& builder) { builder.setInteger(column, isInteger != 0); });
 }
 
 int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int type, double rhs,
@@ -97,24 +91,24 @@ int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int typ
 }
 
 int zkitAddCoefficient(zkitModel_t model, int row, int column, double value) {
-  return guarded(model, [=](ModelBuilder& builder) { builder.addCoefficient(row, column, value); });
+  return changed(model, [=](ModelBuilder& builder) { builder.addCoefficient(row, column, value); });
 }
 
 int zkitAddProduct(zkitModel_t model, int row, int column1, int column2, double value) {
-  return guarded(model,
+  return changed(model,
                  [=](ModelBuilder& builder) { builder.addProduct(row, column1, column2, value); });
 }
 
 int zkitAddConstant(zkitModel_t model, int row, double value) {
-  return guarded(model, [=](ModelBuilder& builder) { builder.addConstant(row, value); });
+  return changed(model, [=](ModelBuilder& builder) { builder.addConstant(row, value); });
 }
 
 int zkitSetObjective(zkitModel_t model, int column, int direction) {
-  return guarded(model, [=](ModelBuilder& builder) { builder.setObjective(column, direction); });
+  return changed(model, [=](ModelBuilder& builder) { builder.setObjective(column, direction); });
 }
 
 int zkitModelFinish(zkitModel_t model, const char* systemDirectory, void** instance) {
-  return guarded(model, [=](const ModelBuilder& builder) {
+  return changed(model, [=](const ModelBuilder& builder) {
     if (instance == nullptr) throw KitError("A place for the instance must be given");
     *instance = nullptr;
     const std::string directory =

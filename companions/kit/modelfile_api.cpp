@@ -1,20 +1,22 @@
-#include <exception>
 #include <new>
 
-#include "kit/api.h"
 #include "kit/modelfile.h"
 #include "kit/modelfile_build.h"
+#include "shared/boundary.h"
 #include "zkitdclib.h"
+
+using namespace zdb::boundary;
 
 namespace {
 
-void* readInstance(const char* file, const char* data, const char* systemDirectory) {
-  if (file == nullptr) throw zkitfile::FileError("no model file given");
-  try {
-    const zkitfile::FileModel model = zkitfile::readModelFile(file, data);
-    return zkitfile::buildInstance(model, systemDirectory);
-  } catch (const zkitfile::Complaint& complaint) {
-    throw complaint.of(file);
+void tell(const std::exception& error, const char* file, char* message, int size) {
+  const auto* complaint = dynamic_cast<const zkitfile::Complaint*>(&error);
+  if (complaint != nullptr) {
+    copyText(complaint->of(file).what(), message, size);
+  } else if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
+    copyText("not enough memory to read the model file", message, size);
+  } else {
+    copyText(error.what(), message, size);
   }
 }
 
@@ -22,19 +24,17 @@ void* readInstance(const char* file, const char* data, const char* systemDirecto
 
 int zkitReadModel(const char* file, const char* data, const char* systemDirectory, void** instance,
                   char* message, int size) {
-  zkit::copyText("", message, size);
+  copyText("", message, size);
   if (instance == nullptr) {
-    zkit::copyText("no place for the instance given", message, size);
+    copyText("no place for the instance given", message, size);
     return 0;
   }
   *instance = nullptr;
-  try {
-    *instance = readInstance(file, data, systemDirectory);
-    return 1;
-  } catch (const std::bad_alloc&) {
-    zkit::copyText("not enough memory to read the model file", message, size);
-  } catch (const std::exception& error) {
-    zkit::copyText(error.what(), message, size);
-  }
-  return 0;
+  const auto read = [=]() -> void* {
+    if (file == nullptr) throw zkitfile::FileError("no model file given");
+    return zkitfile::buildInstance(zkitfile::readModelFile(file, data), systemDirectory);
+  };
+  *instance = guarded(static_cast<void*>(nullptr), read,
+                      [=](const std::exception& error) { tell(error, file, message, size); });
+  return *instance == nullptr ? 0 : 1;
 }

@@ -2,8 +2,9 @@
 #pragma once
 
 #include <memory>
-#include <new>
 
+#include "contract/answers.h"
+#include "shared/boundary.h"
 #include "zxf/errors.h"
 #include "zxf/reader.h"
 #include "zxf/writer.h"
@@ -23,11 +24,15 @@ struct Object {
   Reader& reading() const;
   Writer& writing() const;
   void requireClosed() const;
+
+  // Counts what a call has thrown. A writer that was interrupted by something else than a Failure
+  // is of no more use.
+  void count(const std::exception& error);
 };
 
 // Thrown by calls on a writer whose file has failed: that was counted when it happened, and no
 // further call may count it again.
-struct AlreadyReported {};
+struct AlreadyReported : std::exception {};
 
 inline Reader& Object::reading() const {
   if (reader != nullptr) return *reader;
@@ -52,34 +57,16 @@ void requireAll(const Pointers*... pointers) {
 }
 
 // Runs the body of a call: work(Object&) gives the result; whatever it throws is counted and gives
-// 0, as does a null handle, which has no place to count anything. The only catch blocks of the
-// library that turn failures into errors stand here; on a record path they cost nothing.
+// 0, as does a null handle, which has no place to count anything. On a record path it costs
+// nothing.
 template <typename Work>
-int guarded(void* handle, Work work) {
-  if (handle == nullptr) return 0;
-  Object& object = *static_cast<Object*>(handle);
-  const auto unexpected = [&](Errc code, const char* what) {
-    object.errors.add(code, what);
-    if (object.writer != nullptr) object.writer->setBroken();
-  };
-  try {
-    return work(object);
-  } catch (const AlreadyReported&) {
-    return 0;
-  } catch (const Failure& failure) {
-    object.errors.add(failure.code(), failure.what());
-  } catch (const std::bad_alloc&) {
-    unexpected(Errc::OutOfMemory, "");
-  } catch (const std::exception& other) {
-    unexpected(Errc::Unexpected, other.what());
-  }
-  return 0;
+int guarded(void* handle, Work work) noexcept {
+  return zdb::boundary::guardedOn<Object>(handle, 0, work, &Object::count);
 }
 
 // Copies a text of at most 255 bytes and terminates it.
 inline void copyText(std::string_view text, char* to) {
-  text.copy(to, text.size());
-  to[text.size()] = '\0';
+  zdb::boundary::copyText(text, to, zdb::contract::kMessageSize);
 }
 
 }  // namespace zxfile

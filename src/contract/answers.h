@@ -12,7 +12,7 @@ namespace zdb::contract {
 inline constexpr int kMessageSize = 256;  ///< bytes of every message buffer
 
 template <typename... Values>
-int answer(int result, char* message, const char* format, Values... values) {
+int answer(int result, char* message, const char* format, Values... values) noexcept {
   if (message != nullptr) std::snprintf(message, kMessageSize, format, values...);
   return result;
 }
@@ -20,7 +20,7 @@ int answer(int result, char* message, const char* format, Values... values) {
 /// 1 when the interface has `function` with exactly these codes, argumentCount + 1 of them.
 /// Otherwise 0 and the reason in `message`, which may be null.
 inline int checkSignature(const Interface& own, const char* function, int argumentCount,
-                          const int* codes, char* message) {
+                          const int* codes, char* message) noexcept {
   const char* name = function == nullptr ? "" : function;
   const auto found = std::find_if(
       own.functions.begin(), own.functions.end(),
@@ -39,7 +39,7 @@ inline int checkSignature(const Interface& own, const char* function, int argume
 
 /// Status 1: the same version as the client's; 2: the client's is older and still served; 3: the
 /// client's is newer; 0 and result 0: too old. `message` and `status` may be null.
-inline int checkVersion(const Interface& own, int clientApi, char* message, int* status) {
+inline int checkVersion(const Interface& own, int clientApi, char* message, int* status) noexcept {
   int ignored = 0;
   int& state = status == nullptr ? ignored : *status;
   state = 0;
