@@ -8,7 +8,7 @@
 #include "shared/boundary.h"
 #include "zkitdclib.h"
 
-using namespace zkit;
+using namespace zdb::kit;
 using namespace zdb::boundary;
 
 namespace {

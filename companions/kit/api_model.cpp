@@ -2,21 +2,22 @@
 #include <string>
 
 #include "kit/api.h"
+#include "kit/error.h"
 #include "kit/instance.h"
-#include "kit/model.h"
+#include "kit/modelbuilder.h"
 #include "shared/boundary.h"
 #include "zkitdclib.h"
+
+using namespace zdb::kit;
+using namespace zdb::boundary;
 
 struct zkitModel {
   explicit zkitModel(const char* name) : builder(name == nullptr ? "" : name) {}
 
-  zkit::ModelBuilder builder;
+  ModelBuilder builder;
   std::string lastError;
   bool isBroken = false;  // memory ran out half-way through a change
 };
-
-using namespace zkit;
-using namespace zdb::boundary;
 
 namespace {
 

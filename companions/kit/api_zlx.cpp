@@ -4,7 +4,7 @@
 #include "kit/dictionary.h"
 #include "shared/boundary.h"
 
-using namespace zkit;
+using namespace zdb::kit;
 using namespace zdb::boundary;
 
 namespace {

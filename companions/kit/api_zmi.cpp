@@ -6,7 +6,7 @@
 #include "kit/instance.h"
 #include "shared/boundary.h"
 
-using namespace zkit;
+using namespace zdb::kit;
 using namespace zdb::boundary;
 
 namespace {

@@ -5,7 +5,7 @@
 #include "kit/plainsolve.h"
 #include "shared/boundary.h"
 
-using namespace zkit;
+using namespace zdb::kit;
 using namespace zdb::boundary;
 
 namespace {

@@ -3,7 +3,7 @@
 #include "kit/configuration.h"
 #include "shared/boundary.h"
 
-using namespace zkit;
+using namespace zdb::kit;
 using namespace zdb::boundary;
 
 namespace {

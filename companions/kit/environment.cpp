@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <system_error>
 
-#include "kit/model.h"
+#include "kit/error.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -43,4 +43,4 @@ Environment::Environment() : systemDirectory_(checked(ownDirectory())) {}
 Environment::Environment(const std::string& systemDirectory)
     : systemDirectory_(checked(systemDirectory)) {}
 
-}  // namespace zkit
+}  // namespace zdb::kit

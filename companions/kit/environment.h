@@ -4,7 +4,7 @@
 #include <atomic>
 #include <string>
 
-namespace zkit {
+namespace zdb::kit {
 
 /// What a solve must respect; 0 or less is none.
 struct Limits {
@@ -44,4 +44,4 @@ class Environment {
   void* user_ = nullptr;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

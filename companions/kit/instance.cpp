@@ -4,7 +4,7 @@
 #include <atomic>
 #include <exception>
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -56,4 +56,4 @@ void Instance::updateLinear() {
                  constants.data());
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -11,7 +11,7 @@
 #include "kit/parameterterms.h"
 #include "kit/statuses.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
 
@@ -105,4 +105,4 @@ class Instance {
   std::string message;  ///< why the last solve failed
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -6,7 +6,7 @@
 #include "kit/instance.h"
 #include "kit/linearmodel.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// Columns and rows of the instance without parameters, which are constants here. If the objective
 /// is a free column that one equation defines, neither of them is here either: what the equation
@@ -57,4 +57,4 @@ class LinearForm {
   LinearModel model_;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -62,4 +62,4 @@ std::size_t CaselessHash::operator()(std::string_view text) const {
   return static_cast<std::size_t>(hash);
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

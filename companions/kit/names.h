@@ -6,7 +6,7 @@
 #include <string_view>
 #include <unordered_map>
 
-namespace zkit {
+namespace zdb::kit {
 
 inline constexpr int kMaxDim = 20;
 inline constexpr std::size_t kMaxName = 63;  // bytes
@@ -48,4 +48,4 @@ struct CaselessEqual {
 /// Numbers of texts, found without a copy of the text.
 using NumberByName = std::unordered_map<std::string, int, CaselessHash, CaselessEqual>;
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -3,9 +3,9 @@
 
 #include <vector>
 
-#include "kit/model.h"
+#include "kit/modeldata.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// Coefficients column by column: those of column j are the places starts[j] to starts[j+1] of
 /// `rows` and `values`, in the order of their rows and without duplicates. Parameter columns have
@@ -89,4 +89,4 @@ class ParameterTerms {
   int termCount_ = 0;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

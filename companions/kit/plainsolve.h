@@ -1,7 +1,7 @@
 // Solving as hosts and the database have it done: once, from scratch.
 #pragma once
 
-namespace zkit {
+namespace zdb::kit {
 
 class Instance;
 
@@ -9,4 +9,4 @@ class Instance;
 /// or failed.
 int callPlain(Instance& instance, const char* solver, char* message, int size) noexcept;
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -6,7 +6,7 @@
 #include "zxf/object.h"
 #include "zxf/offered.h"
 
-using namespace zxfile;
+using namespace zdb::zxfile;
 
 namespace {
 

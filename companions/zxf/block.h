@@ -7,7 +7,7 @@
 #include "zxf/column.h"
 #include "zxf/keys.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Collects records of one symbol and packs them into blocks. Values are kept by column from the
 // start, because that is how they are packed.
@@ -72,4 +72,4 @@ class BlockReader {
   ColumnReader columns_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

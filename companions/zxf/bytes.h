@@ -12,7 +12,7 @@
 
 #include "zxf/errors.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 using Bytes = std::vector<std::uint8_t>;
 using ByteSpan = std::span<const std::uint8_t>;
@@ -152,4 +152,4 @@ class FieldReader {
   Errc onDamage_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -8,7 +8,7 @@
 #include "zxf/special.h"
 #include "zxf/stream.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // A value that stands beside its column: a special value, or one that is no decimal like the rest.
 struct AsideValue {
@@ -70,4 +70,4 @@ class ColumnReader {
   Bytes asideBytes_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -7,7 +7,7 @@
 
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // 10^decimals; exact in a double for 0 <= decimals <= 22.
 double powerOfTen(int decimals);
@@ -44,4 +44,4 @@ class DecimalColumn {
   std::vector<std::uint8_t> fits_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -10,7 +10,7 @@
 #include "zxf/names.h"
 #include "zxf/stream.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 struct Directory {
   FileHeader header;
@@ -50,4 +50,4 @@ void writeDirectory(Directory& directory, OutputFile& file, StreamWriter& stream
 // TruncatedFile, DamagedHeader or DamagedDirectory.
 Directory readDirectory(const InputFile& file);
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

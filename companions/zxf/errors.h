@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 enum class Errc : int {
   None = 0,
@@ -70,4 +70,4 @@ class ErrorLog {
   std::map<int, std::string> details_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

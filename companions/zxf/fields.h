@@ -12,7 +12,7 @@
 
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Where one part of the directory lies: a stream, padded with zero bytes up to `size`.
 struct Section {
@@ -159,4 +159,4 @@ void visit(Visitor& v, ColumnHeader& header) {
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

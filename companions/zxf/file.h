@@ -6,7 +6,7 @@
 
 #include "zxf/bytes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // A file descriptor that is closed with its owner.
 class Descriptor {
@@ -95,4 +95,4 @@ class OutputFile {
   Bytes buffer_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // The high bit catches seven-bit transfers, CR LF and LF catch line-end conversion, 0x1A stops a
 // text listing. A file that has been through either is reported as foreign.
@@ -75,4 +75,4 @@ inline constexpr int valueWidth(SymbolType type) {
   return type == SymbolType::Variable || type == SymbolType::Equation ? 5 : 1;
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -13,7 +13,7 @@
 
 #include "zxf/stream.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Collects the keys of one block.
 class KeyWriter {
@@ -70,4 +70,4 @@ class KeyReader {
   Bytes tails_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

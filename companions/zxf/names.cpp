@@ -7,7 +7,7 @@
 
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -142,4 +142,4 @@ bool isSymbolName(std::string_view text) {
                       [](char c) { return isControl(c) || c == ' ' || c == '\'' || c == '"'; });
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

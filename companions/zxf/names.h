@@ -7,7 +7,7 @@
 
 #include "zxf/bytes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Texts of at most 255 bytes, kept exactly as the file stores them: a length byte and the text, one
 // after the other. So a list is read and written as a whole.
@@ -90,4 +90,4 @@ bool isLabel(std::string_view text);
 // characters and quotes.
 bool isSymbolName(std::string_view text);
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -2,7 +2,7 @@
 
 #include <new>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 void Object::count(const std::exception& error) {
   if (dynamic_cast<const AlreadyReported*>(&error) != nullptr) return;
@@ -15,4 +15,4 @@ void Object::count(const std::exception& error) {
   if (writer != nullptr) writer->setBroken();
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

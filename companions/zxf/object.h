@@ -9,7 +9,7 @@
 #include "zxf/reader.h"
 #include "zxf/writer.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // A handle is closed, reading or writing; special values outlast the file, errors last until the
 // next one is opened.
@@ -69,4 +69,4 @@ inline void copyText(std::string_view text, char* to) {
   zdb::boundary::copyText(text, to, zdb::contract::kMessageSize);
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

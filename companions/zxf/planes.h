@@ -9,7 +9,7 @@
 
 #include "zxf/bytes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Transposes an 8 by 8 matrix of bytes, one row in each word: three rounds swap the off-diagonal
 // blocks of 4, 2 and 1 bytes (the block-swap transposition of Warren, Hacker's Delight, 7-3).
@@ -57,4 +57,4 @@ void joinPlanes(std::size_t n, int width, const std::uint8_t* planes, Sink sink)
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -6,7 +6,7 @@
 #include "zxf/block.h"
 #include "zxf/directory.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // An open file. One symbol can be read at a time, forwards; a block is unpacked as a whole into
 // plain arrays, so that handing out a record is a few copies without a decision.
@@ -64,4 +64,4 @@ class Reader {
   Bytes payload_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -8,7 +8,7 @@
 
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // In this order: undefined, not available, plus infinity, minus infinity, epsilon; then a slot
 // reserved for acronyms, which this library does not offer, and one without a meaning yet. The last
@@ -53,4 +53,4 @@ class SpecialMatcher {
   std::array<std::uint64_t, kCodedSlots> bits_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -9,7 +9,7 @@
 struct ZSTD_CCtx_s;
 struct ZSTD_DCtx_s;
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Checksum of file bytes, XXH3 with 64 bits.
 std::uint64_t checksumOf(ByteSpan bytes, std::uint64_t seed = 0);
@@ -59,4 +59,4 @@ class StreamReader {
   ZSTD_DCtx_s* context_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

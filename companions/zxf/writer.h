@@ -9,7 +9,7 @@
 #include "zxf/block.h"
 #include "zxf/directory.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 // Labels of a one-dimensional set, one bit each.
 class LabelSet {
@@ -125,4 +125,4 @@ class Writer {
   std::array<const LabelSet*, kMaxDim> domains_{};  // null: the universe
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -2,10 +2,9 @@
 
 #include <string>
 
-#include "kit/modelfile.h"
-#include "kit/modelfile_format.h"
+#include "kit/modelfile/format.h"
 
-namespace zkitfile {
+namespace zdb::kit::modelfile {
 
 // A text that GLPK reads by its path, and the name by which messages call it.
 struct GlpkSource {
@@ -25,4 +24,4 @@ struct Translation {
 // way on. Throws nothing but std::bad_alloc.
 [[noreturn]] void translateWithGlpk(const Translation& task);
 
-}  // namespace zkitfile
+}  // namespace zdb::kit::modelfile
