@@ -112,8 +112,6 @@ int zkitModelFinish(zkitModel_t model, const char* systemDirectory, void** insta
   return changed(model, [=](const ModelBuilder& builder) {
     if (instance == nullptr) throw KitError("A place for the instance must be given");
     *instance = nullptr;
-    const std::string directory =
-        systemDirectory == nullptr ? Environment().systemDirectory() : systemDirectory;
-    *instance = new Instance(builder.data(), directory);
+    *instance = new Instance(builder.data(), systemDirectory);
   });
 }

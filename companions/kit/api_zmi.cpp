@@ -104,8 +104,7 @@ void zmiXCreate(void** handle) {
 }
 
 void CzmiXCreateD(void** handle, const char* dir) {
-  makeObject(handle,
-             [dir] { return dir == nullptr ? new Instance : new Instance(ModelData(), dir); });
+  makeObject(handle, [dir] { return new Instance({}, dir); });
 }
 
 void zmiXFree(void** handle) {

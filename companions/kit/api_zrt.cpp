@@ -46,7 +46,7 @@ void zrtXCreate(void** handle) {
 }
 
 void CzrtXCreateD(void** handle, const char* dir) {
-  makeObject(handle, [dir] { return dir == nullptr ? new Environment : new Environment(dir); });
+  makeObject(handle, [dir] { return new Environment(dir); });
 }
 
 void zrtXFree(void** handle) {

@@ -38,9 +38,7 @@ const std::string& ownDirectory() {
   return kOwnDirectory;
 }
 
-Environment::Environment() : systemDirectory_(checked(ownDirectory())) {}
-
-Environment::Environment(const std::string& systemDirectory)
-    : systemDirectory_(checked(systemDirectory)) {}
+Environment::Environment(const char* systemDirectory)
+    : systemDirectory_(checked(systemDirectory == nullptr ? ownDirectory() : systemDirectory)) {}
 
 }  // namespace zdb::kit

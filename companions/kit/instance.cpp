@@ -15,7 +15,7 @@ int nextId() {
 
 }  // namespace
 
-Instance::Instance(const ModelData& model, const std::string& systemDirectory)
+Instance::Instance(const ModelData& model, const char* systemDirectory)
     : id(nextId()),
       dictionary(model.dictionary),
       environment(systemDirectory),

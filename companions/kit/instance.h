@@ -49,9 +49,9 @@ struct View {
 
 class Instance {
  public:
-  /// Without rows, columns and symbols.
-  Instance() : Instance(ModelData(), Environment().systemDirectory()) {}
-  Instance(const ModelData& model, const std::string& systemDirectory);
+  /// Of an empty model unless one is given. A null directory is that of this library; throws a
+  /// KitError if its name is too long.
+  explicit Instance(const ModelData& model = {}, const char* systemDirectory = nullptr);
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
 

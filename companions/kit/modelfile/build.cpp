@@ -4,34 +4,30 @@
 #include <array>
 #include <cmath>
 
+#include "kit/error.h"
+#include "kit/instance.h"
+#include "kit/modelbuilder.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/plan.h"
-#include "zkitdclib.h"
 
 namespace zdb::kit::modelfile {
 
 namespace {
 
-// A model under construction, freed at the end of the scope.
-class KitModel {
- public:
-  explicit KitModel(const std::string& name) { check(zkitModelCreate(&model_, name.c_str()), ""); }
-  ~KitModel() { zkitModelFree(&model_); }
-  KitModel(const KitModel&) = delete;
-  KitModel& operator=(const KitModel&) = delete;
-
-  operator zkitModel_t() const { return model_; }
-
-  // Throws what the kit says about a call that failed, with the name of what it was about.
-  void check(int done, const std::string& name) const {
-    if (done != 0) return;
-    const char* said = model_ == nullptr ? "out of memory" : zkitLastError(model_);
-    throw Complaint(name.empty() ? said : "name \"" + name + "\": " + said);
+// A step of building. What the kit refuses is shown with the name in the file that it is about.
+template <typename Step>
+auto named(const std::string& name, Step step) {
+  try {
+    return step();
+  } catch (const KitError& error) {
+    throw Complaint((name.empty() ? "" : "name \"" + name + "\": ") + error.what());
   }
+}
 
- private:
-  zkitModel_t model_ = nullptr;
-};
+template <typename Step>
+auto unnamed(Step step) {
+  return named("", step);
+}
 
 class Labels {
  public:
@@ -43,7 +39,7 @@ class Labels {
   const char* const* data() const { return labels_.data(); }
 
  private:
-  std::array<const char*, ZKIT_MAX_DIM> labels_{};
+  std::array<const char*, kMaxDim> labels_{};
 };
 
 // Rows and columns count from 1 here and from 0 in the kit.
@@ -52,27 +48,26 @@ class Builder {
   explicit Builder(const FileModel& file)
       : file_(file), plan_(planModel(file)), model_(file.name) {}
 
-  void* build(const char* systemDirectory) {
-    addSymbols(plan_.columnSymbols, ZKIT_VARIABLE, columnSymbols_);
-    addSymbols(plan_.rowSymbols, ZKIT_EQUATION, rowSymbols_);
+  Instance* build(const char* systemDirectory) {
+    addSymbols(plan_.columnSymbols, VariableSymbol, columnSymbols_);
+    addSymbols(plan_.rowSymbols, EquationSymbol, rowSymbols_);
     for (std::size_t j = 1; j <= plan_.columns.size(); ++j) addColumn(static_cast<int>(j));
     for (std::size_t i = 1; i <= plan_.rows.size(); ++i) addRow(static_cast<int>(i));
-    addTerms();
-    addSlacks();
-    if (plan_.objectiveColumn > 0) addObjective();
-    void* instance = nullptr;
-    model_.check(zkitModelFinish(model_, systemDirectory, &instance), "");
-    return instance;
+    return unnamed([&] {
+      addTerms();
+      addSlacks();
+      if (plan_.objectiveColumn > 0) addObjective();
+      return new Instance(model_.data(), systemDirectory);
+    });
   }
 
  private:
   void addSymbols(const PlannedSymbols& symbols, int type, std::vector<int>& numbers) {
     for (const PlannedSymbol& symbol : symbols.all()) {
       const std::string text = symbol.written == symbol.name ? "" : symbol.written;
-      numbers.push_back(0);
-      model_.check(zkitAddSymbol(model_, symbol.name.c_str(), type, symbol.dim, text.c_str(), 0,
-                                 &numbers.back()),
-                   symbol.example);
+      numbers.push_back(named(symbol.example, [&] {
+        return model_.addSymbol(symbol.name, type, symbol.dim, text, 0);
+      }));
     }
   }
 
@@ -89,37 +84,35 @@ class Builder {
     const FileColumn column = columnOf(number);
     const Placement& at = plan_.columns[number - 1];
     const double level = std::max(column.lower, std::min(column.upper, 0.0));
-    int made = 0;
-    model_.check(zkitAddColumn(model_, columnSymbols_[at.symbol], Labels(at).data(), column.lower,
-                               column.upper, level, &made),
-                 column.name);
-    const bool isParameter = kit::isParameterName(plan_.columnSymbols.all()[at.symbol].name);
-    if (column.isInteger && !isParameter)
-      model_.check(zkitSetColumnInteger(model_, made, 1), column.name);
+    const bool isParameter = isParameterName(plan_.columnSymbols.all()[at.symbol].name);
+    named(column.name, [&] {
+      const int made = model_.addColumn(columnSymbols_[at.symbol], Labels(at).data(), column.lower,
+                                        column.upper, level);
+      if (column.isInteger && !isParameter) model_.setInteger(made, true);
+    });
   }
 
   static int typeOf(const FileRow& row) {
     const bool hasLower = std::isfinite(row.lower);
     const bool hasUpper = std::isfinite(row.upper);
-    if (hasLower && hasUpper) return ZKIT_EQUAL;  // of a range too, with its slack
-    if (hasLower) return ZKIT_GREATER;
-    return hasUpper ? ZKIT_LESS : ZKIT_FREE;
+    if (hasLower && hasUpper) return EqualRow;  // of a range too, with its slack
+    if (hasLower) return GreaterRow;
+    return hasUpper ? LessRow : FreeRow;
   }
 
   void addRow(int number) {
     const FileRow row = number == plan_.objectiveRow ? FileRow{file_.objectiveName, 0.0, 0.0}
                                                      : file_.rows[number - 1];
     const int type = typeOf(row);
-    const double bound = type == ZKIT_LESS ? row.upper : row.lower;
-    const double rhs = type == ZKIT_FREE || isRange(row) ? 0.0 : bound;
+    const double bound = type == LessRow ? row.upper : row.lower;
+    const double rhs = type == FreeRow || isRange(row) ? 0.0 : bound;
     const Placement& at = plan_.rows[number - 1];
-    int made = 0;
-    model_.check(zkitAddRow(model_, rowSymbols_[at.symbol], Labels(at).data(), type, rhs, &made),
-                 row.name);
+    named(row.name,
+          [&] { return model_.addRow(rowSymbols_[at.symbol], Labels(at).data(), type, rhs); });
   }
 
   void coefficient(int row, int column, double value) {
-    model_.check(zkitAddCoefficient(model_, row - 1, column - 1, value), "");
+    model_.addCoefficient(row - 1, column - 1, value);
   }
 
   // The objective's terms stand on the left-hand side of its row, opposite its column. Where the
@@ -133,7 +126,7 @@ class Builder {
     for (const FileProduct& term : file_.products) {
       const int row = term.row == 0 ? objective : term.row;
       const double value = term.row == 0 ? -term.value : term.value;
-      model_.check(zkitAddProduct(model_, row - 1, term.column1 - 1, term.column2 - 1, value), "");
+      model_.addProduct(row - 1, term.column1 - 1, term.column2 - 1, value);
     }
   }
 
@@ -144,21 +137,20 @@ class Builder {
 
   void addObjective() {
     coefficient(plan_.objectiveRow, plan_.objectiveColumn, 1.0);
-    model_.check(zkitAddConstant(model_, plan_.objectiveRow - 1, -file_.objectiveConstant), "");
-    const int direction = file_.maximize ? -1 : 1;
-    model_.check(zkitSetObjective(model_, plan_.objectiveColumn - 1, direction), "");
+    model_.addConstant(plan_.objectiveRow - 1, -file_.objectiveConstant);
+    model_.setObjective(plan_.objectiveColumn - 1, file_.maximize ? -1 : 1);
   }
 
   const FileModel& file_;
   ModelPlan plan_;
-  KitModel model_;
+  ModelBuilder model_;
   std::vector<int> columnSymbols_;  // their numbers in the model
   std::vector<int> rowSymbols_;
 };
 
 }  // namespace
 
-void* buildInstance(const FileModel& file, const char* systemDirectory) {
+Instance* buildInstance(const FileModel& file, const char* systemDirectory) {
   return Builder(file).build(systemDirectory);
 }
 
