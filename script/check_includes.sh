@@ -4,8 +4,8 @@
 #   api -> symbols, io -> core, dmap, utree, loaders
 #
 # At the bottom core may use the loaders and the interface of the record maps, and dmap may use
-# utree. Loaders and companions share the contract; what keeps records or labels uses memory. Only
-# api knows the public header.
+# utree. Loaders and companions share the contract, whose rules of names core and api use too; what
+# keeps records or labels uses memory. Only api knows the public header.
 set -eu
 
 # check SOURCE_FOLDER: prints each wrong include, fails if there is one. The table names the folders
@@ -13,10 +13,10 @@ set -eu
 check() {
   grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
     BEGIN {
-      allowed["api"] = "api symbols io core dmap utree loaders zdbcclib.h"
+      allowed["api"] = "api symbols io core dmap utree loaders contract zdbcclib.h"
       allowed["symbols"] = "symbols core dmap utree memory"
       allowed["io"] = "io core loaders"
-      allowed["core"] = "core loaders memory dmap/idmap.h"
+      allowed["core"] = "core loaders memory contract dmap/idmap.h"
       allowed["dmap"] = "dmap utree memory"
       allowed["utree"] = "utree memory"
       allowed["loaders"] = "loaders contract"

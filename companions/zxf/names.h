@@ -82,12 +82,12 @@ class NameList {
   NameIndex index_;
 };
 
-// Whether a text can be a label: up to 63 bytes, no control characters, not both kinds of quotes,
-// no trailing blank. The empty text is a label.
+// Whether a text can be a label of a file: as of the database, and no trailing blank. The empty
+// text is a label.
 bool isLabel(std::string_view text);
 
-// Whether a text can name a symbol: 1 to 63 bytes, not beginning with '*', without blanks, control
-// characters and quotes.
+// Whether a text can name a symbol of a file, which is less strict than the database: 1 to 63
+// bytes, not beginning with '*', without blanks, control characters and quotes.
 bool isSymbolName(std::string_view text);
 
 }  // namespace zdb::zxfile

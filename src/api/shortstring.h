@@ -1,30 +1,27 @@
 #pragma once
 
-#include <algorithm>
 #include <cstring>
 
+#include "core/shortstring.h"
 #include "zdbcclib.h"
 
-// Short strings: a length byte and up to 255 characters without a terminator, in a buffer of
-// ZDB_TEXT_SIZE bytes; a matrix of them is ZDB_MAX_DIM such buffers on end.
+// Short strings as callers pass them. A matrix of them is ZDB_MAX_DIM buffers of ZDB_TEXT_SIZE
+// bytes on end.
 namespace zdb {
 
 inline constexpr int kTextSize = ZDB_TEXT_SIZE;
 
 /// Makes a C string of a short string; `out` holds kTextSize bytes.
 inline char* shortToC(const char* shortString, char* out) {
-  const auto length = static_cast<unsigned char>(shortString[0]);
-  std::memcpy(out, shortString + 1, length);
-  out[length] = '\0';
+  out[readShort(shortString).copy(out, kMaxShortLength)] = '\0';
   return out;
 }
 
-/// Makes a short string of a C string. The length byte is the full length modulo 256, the
-/// characters are cut to 255.
+/// Makes a short string of a C string. Of a longer text, the length byte is the full length modulo
+/// 256.
 inline void cToShort(const char* text, char* out) {
-  const std::size_t length = std::strlen(text);
-  out[0] = static_cast<char>(length % 256);
-  std::memcpy(out + 1, text, std::min(length, std::size_t{255}));
+  writeShort(text, out);
+  out[0] = static_cast<char>(std::strlen(text) % 256);
 }
 
 /// Row `row` of a flat matrix of texts.

@@ -7,21 +7,23 @@
 #include <string_view>
 #include <vector>
 
+#include "contract/names.h"
+
 /// Text functions that know ASCII letters only: no locale plays a part.
 namespace zxf::utils {
 
 inline constexpr char toupper(char c) {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c ^ 32) : c;
-}
-inline constexpr char tolower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c ^ 32) : c;
+  return zdb::contract::upperCase(c);
 }
 
-std::string uppercase(std::string_view text);
-std::string lowercase(std::string_view text);
+inline std::string uppercase(std::string_view text) {
+  return zdb::contract::upperCase(text);
+}
 
 /// Equal lengths and equal after folding 'A'..'Z'.
-bool sameTextInvariant(std::string_view a, std::string_view b);
+constexpr bool sameTextInvariant(std::string_view a, std::string_view b) {
+  return zdb::contract::isSameText(a, b);
+}
 
 /// Negative, 0 or positive as a stands before, at or behind b: the difference of the first bytes
 /// that differ, else of the lengths; an empty text stands before every other.

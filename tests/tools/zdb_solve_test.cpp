@@ -111,6 +111,8 @@ TEST_F(ZdbSolve, Sweep_IsATableOfScenariosOrSaysWhatIsWrong) {
       {"name,need[energy\na,1\n", sweep, 1, "names no entry: write symbol[label,label]"},
       {"name,need[,]\na,1\n", sweep, 1, "names no entry"},
       {"name,need['energy' or]\na,1\n", sweep, 1, "names no entry"},
+      {"name,need['energy'x]\na,1\n", sweep, 1, "names no entry"},
+      {"name,need['energy]\na,1\n", sweep, 1, "names no entry"},
       {"name,need['it''s']\na,1\n", sweep, 1, "labels that the model has not"},
       {"name,cost\na,1\n", sweep, 1, "no updatable parameter cost"},
       {"name,need[energy]\na,1,2\n", sweep, 1, "a.csv: row 2: 3 fields, not 2"},

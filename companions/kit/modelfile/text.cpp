@@ -28,14 +28,6 @@ std::string_view takeWord(std::string_view& rest) {
   return word;
 }
 
-std::string lowerCase(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return result;
-}
-
 bool isNumber(const std::string& text, double& value) {
   const char* first = text.data() + (!text.empty() && text.front() == '+' ? 1 : 0);
   const char* last = text.data() + text.size();

@@ -4,7 +4,11 @@
 #include <string>
 #include <string_view>
 
+#include "contract/names.h"
+
 namespace zdb::kit::modelfile {
+
+using contract::lowerCase;
 
 inline bool isBlank(char c) {
   return c == ' ' || c == '\t';
@@ -21,8 +25,5 @@ std::string_view takeLine(std::string_view& rest);
 
 // The words of a text, separated by blanks and tabs.
 std::string_view takeWord(std::string_view& rest);
-
-// With ASCII letters in lower case.
-std::string lowerCase(std::string_view text);
 
 }  // namespace zdb::kit::modelfile
