@@ -19,7 +19,7 @@ class EntryIndex {
   void add(int entry, int symbol, const int* key, int dim);
 
  private:
-  std::unordered_multimap<std::size_t, int> entries_;  // by a hash of symbol and labels
+  std::unordered_multimap<std::size_t, int> entries_;  ///< by a hash of symbol and labels
 };
 
 /// Checks and collects. A call that throws a KitError changes nothing; after a

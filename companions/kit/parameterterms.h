@@ -63,7 +63,7 @@ class ParameterTerms {
   struct Term {  // value * parameter [* other] in a row
     int row;
     int parameter;
-    int other;  // -1: none
+    int other;  ///< -1: none
     double value;
   };
   struct Factor {  // value * parameter * column in a row
@@ -84,7 +84,7 @@ class ParameterTerms {
   void makeUpdates(const Matrix& matrix);
 
   std::vector<Term> constants_;
-  std::vector<Factor> factors_;  // in the order of columns, then rows
+  std::vector<Factor> factors_;  ///< in the order of columns, then rows
   std::vector<Update> updates_;
   int termCount_ = 0;
 };

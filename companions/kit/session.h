@@ -38,7 +38,7 @@ class Session {
   const Engine& engine_;
   std::unique_ptr<Solver> solver_;
   std::optional<LinearForm> form_;
-  // What the solver was told last; not everything of it if isLoaded_ does not hold.
+  /// What the solver was told last; not everything of it if isLoaded_ does not hold.
   LinearModel told_;
   Changes changes_;
   bool isLoaded_ = false;

@@ -1,3 +1,4 @@
+// What every companion answers to a loader that checks its signatures and its version.
 #pragma once
 
 #include <algorithm>
@@ -6,7 +7,6 @@
 
 #include "contract/interfaces.h"
 
-// What every companion answers to a loader that checks its signatures and its version.
 namespace zdb::contract {
 
 inline constexpr int kMessageSize = 256;  ///< bytes of every message buffer

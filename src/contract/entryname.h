@@ -1,3 +1,5 @@
+// Entries of symbols as people and model files write them: price[bread], price(bread),
+// cost['New York',summer], or limit for a symbol without labels.
 #pragma once
 
 #include <algorithm>
@@ -8,8 +10,6 @@
 
 #include "contract/names.h"
 
-// Entries of symbols as people and model files write them: price[bread], price(bread),
-// cost['New York',summer], or limit for a symbol without labels.
 namespace zdb::contract {
 
 /// An entry taken apart. Whether symbol and labels can be what they are called is left to the

@@ -1,12 +1,12 @@
+// What the library and its companions have agreed on: the five interfaces, each with its functions
+// as a list (the .def files of this folder), their type codes, version and exported names. The
+// loaders ask for these and the companions answer from them.
 #pragma once
 
 #include <span>
 
 #include "contract/functiontypes.h"
 
-// What the library and its companions have agreed on: the five interfaces, each with its functions
-// as a list (the .def files of this folder), their type codes, version and exported names. The
-// loaders ask for these and the companions answer from them.
 namespace zdb::contract {
 
 /// An interface of a companion library.

@@ -1,3 +1,5 @@
+// How names and labels are written and compared: the same for the library, its companions and the
+// tool. Letters are those of ASCII; no locale plays a part.
 #pragma once
 
 #include <algorithm>
@@ -5,8 +7,6 @@
 #include <string>
 #include <string_view>
 
-// How names and labels are written and compared: the same for the library, its companions and the
-// tool. Letters are those of ASCII; no locale plays a part.
 namespace zdb::contract {
 
 inline constexpr int kMaxNameLength = 63;  ///< of symbol names and labels, in bytes

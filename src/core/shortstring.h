@@ -1,10 +1,10 @@
+// Short strings: a length byte and up to 255 characters without a terminator, in a buffer of 256
+// bytes.
 #pragma once
 
 #include <cstddef>
 #include <string_view>
 
-// Short strings: a length byte and up to 255 characters without a terminator, in a buffer of 256
-// bytes.
 namespace zdb {
 
 inline constexpr std::size_t kMaxShortLength = 255;

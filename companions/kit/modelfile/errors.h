@@ -6,12 +6,13 @@
 
 namespace zdb::kit::modelfile {
 
-// A file that cannot be read as a model. The text is complete: file, line where there is one, what.
+/// A file that cannot be read as a model. The text is complete: file, line where there is one,
+/// what.
 struct FileError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// The same as the reader's parts throw it: they do not know what the file is called.
+/// The same as the reader's parts throw it: they do not know what the file is called.
 struct Complaint : std::runtime_error {
   explicit Complaint(const std::string& what, int atLine = 0)
       : std::runtime_error(what), line(atLine) {}
@@ -20,7 +21,7 @@ struct Complaint : std::runtime_error {
                      what());
   }
 
-  int line;  // 0: none
+  int line;  ///< 0: none
 };
 
 }  // namespace zdb::kit::modelfile

@@ -1,3 +1,4 @@
+// Sections of MPS files that GLPK does not know.
 #pragma once
 
 #include <string>
@@ -8,18 +9,18 @@
 
 namespace zdb::kit::modelfile {
 
-// The sections of an MPS file that GLPK does not know. Matrix entries are kept as written, with the
-// number of their line.
-//
-//   OBJSENSE    MAX or MIN, on the same line or the next
-//   QUADOBJ     objective x'Qx/2, one triangle of Q (also QSECTION without a name)
-//   QMATRIX     objective x'Qx/2, the whole symmetric Q
-//   QSECTION r  row r, x'Qx/2, one triangle of Q
-//   QCMATRIX r  row r, x'Qx, the whole symmetric Q
+/// The sections of an MPS file that GLPK does not know. Matrix entries are kept as written, with
+/// the number of their line.
+///
+///   OBJSENSE    MAX or MIN, on the same line or the next
+///   QUADOBJ     objective x'Qx/2, one triangle of Q (also QSECTION without a name)
+///   QMATRIX     objective x'Qx/2, the whole symmetric Q
+///   QSECTION r  row r, x'Qx/2, one triangle of Q
+///   QCMATRIX r  row r, x'Qx, the whole symmetric Q
 struct MpsMatrix {
-  std::string row;  // empty: the objective
+  std::string row;  ///< empty: the objective
   bool isWhole = false;
-  double factor = 1.0;  // before x'Qx
+  double factor = 1.0;  ///< before x'Qx
   int line = 0;
   struct Entry {
     std::string column1;
@@ -35,11 +36,11 @@ struct MpsExtras {
   std::vector<MpsMatrix> matrices;
 };
 
-// Takes the sections above out of a text: their lines become comments, so that line numbers stay.
-// Throws Complaint.
+/// Takes the sections above out of a text: their lines become comments, so that line numbers stay.
+/// Throws Complaint.
 MpsExtras takeMpsExtras(std::string& text, FileFormat format);
 
-// Puts them into the model read from the rest. Throws Complaint.
+/// Puts them into the model read from the rest. Throws Complaint.
 void addMpsExtras(FileModel& model, const MpsExtras& extras);
 
 }  // namespace zdb::kit::modelfile

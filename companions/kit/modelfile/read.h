@@ -9,7 +9,7 @@
 
 namespace zdb::kit::modelfile {
 
-// Reads a model file; `data` is the path of a MathProg data file, or null. Throws FileError.
+/// Reads a model file; `data` is the path of a MathProg data file, or null. Throws FileError.
 FileModel readModelFile(const char* path, const char* data, const FileLimits& limits = {});
 
 }  // namespace zdb::kit::modelfile

@@ -1,3 +1,4 @@
+// The solver cbc: integer models, from scratch.
 #include <CbcEventHandler.hpp>
 #include <CbcModel.hpp>
 #include <CbcSolver.hpp>
@@ -13,7 +14,6 @@
 
 #include "kit/solvers/solver.h"
 
-// The solver cbc: integer models, from scratch.
 namespace zdb::kit {
 
 namespace {

@@ -1,3 +1,4 @@
+// The solver clp: linear models, in place.
 #include <ClpEventHandler.hpp>
 #include <ClpFactorization.hpp>
 #include <ClpSimplex.hpp>
@@ -6,7 +7,6 @@
 
 #include "kit/solvers/solver.h"
 
-// The solver clp: linear models, in place.
 namespace zdb::kit {
 
 namespace {

@@ -1,3 +1,8 @@
+// The solver glpk: linear models in place, integer ones on top of that.
+//
+// GLPK keeps its memory per thread, and where it meets an error of its own, it ends the process
+// unless it is left by a jump. So each solver has a thread, in which all of GLPK runs and whose
+// memory is freed as a whole.
 #include <glpk.h>
 
 #include <algorithm>
@@ -10,11 +15,6 @@
 #include "kit/solvers/solver.h"
 #include "kit/solvers/worker.h"
 
-// The solver glpk: linear models in place, integer ones on top of that.
-//
-// GLPK keeps its memory per thread, and where it meets an error of its own, it ends the process
-// unless it is left by a jump. So each solver has a thread, in which all of GLPK runs and whose
-// memory is freed as a whole.
 namespace zdb::kit {
 
 namespace {

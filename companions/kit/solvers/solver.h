@@ -40,7 +40,7 @@ struct Engine {
 /// Null for a name that is none. Case does not count.
 const Engine* findEngine(std::string_view name);
 
-// Each in a source file of its own, the only one that includes the solver's headers.
+/// Each in a source file of its own, the only one that includes the solver's headers.
 std::unique_ptr<Solver> makeClp();
 std::unique_ptr<Solver> makeCbc();
 std::unique_ptr<Solver> makeGlpk();

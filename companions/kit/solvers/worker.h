@@ -44,7 +44,7 @@ class Worker {
   std::condition_variable changed_;
   std::function<void()> task_;
   bool hasTask_ = false;
-  std::thread thread_;  // last: it uses the others
+  std::thread thread_;  ///< last: it uses the others
 };
 
 }  // namespace zdb::kit
