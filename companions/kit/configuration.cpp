@@ -21,10 +21,6 @@ struct NamedType {
 
 constexpr NamedType kModelTypes[] = {{"LP", LpModel}, {"MIP", MipModel}, {"RMIP", RmipModel}};
 
-std::string quoted(std::string_view text) {
-  return ">" + std::string(text) + "<";
-}
-
 // The words before a comment.
 std::vector<std::string_view> wordsOf(std::string_view line) {
   constexpr std::string_view kBlanks = " \t\r";

@@ -14,10 +14,6 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kLargest = 1.0E300;  // from here on a bound is infinite
 
-std::string quoted(std::string_view text) {
-  return ">" + std::string(text) + "<";
-}
-
 std::string printed(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%g", value);

@@ -84,74 +84,32 @@ inline constexpr Interface kZxf = {
     .functions = kZxfFunctions,
 };
 
+// The interfaces of the model kit, whose functions are named alike.
+#define ZDB_KIT_INTERFACE(x, library, ownVersion, makerInDirectory, list)      \
+  {                                                                            \
+    .file = "lib" library "64.so", .name = library, .version = ownVersion,     \
+    .oldestVersion = ownVersion, .decoration = "C", .create = #x "XCreate",    \
+    .createD = makerInDirectory, .free = #x "XFree", .check = "C" #x "XCheck", \
+    .versionQuery = "C" #x "XAPIVersion", .setLoadPath = "C" #x "SetLoadPath", \
+    .getLoadPath = "C" #x "GetLoadPath", .functions = list                     \
+  }
+
 /// Model instances.
-inline constexpr Interface kZmi = {
-    .file = "libzkitdclib64.so",
-    .name = "zkitdclib",
-    .version = 26,
-    .oldestVersion = 26,
-    .decoration = "C",
-    .create = "zmiXCreate",
-    .createD = "CzmiXCreateD",
-    .free = "zmiXFree",
-    .check = "CzmiXCheck",
-    .versionQuery = "CzmiXAPIVersion",
-    .setLoadPath = "CzmiSetLoadPath",
-    .getLoadPath = "CzmiGetLoadPath",
-    .functions = kZmiFunctions,
-};
+inline constexpr Interface kZmi =
+    ZDB_KIT_INTERFACE(zmi, "zkitdclib", 26, "CzmiXCreateD", kZmiFunctions);
 
 /// The environment that solves them.
-inline constexpr Interface kZrt = {
-    .file = "libzkitdclib64.so",
-    .name = "zkitdclib",
-    .version = 7,
-    .oldestVersion = 7,
-    .decoration = "C",
-    .create = "zrtXCreate",
-    .createD = "CzrtXCreateD",
-    .free = "zrtXFree",
-    .check = "CzrtXCheck",
-    .versionQuery = "CzrtXAPIVersion",
-    .setLoadPath = "CzrtSetLoadPath",
-    .getLoadPath = "CzrtGetLoadPath",
-    .functions = kZrtFunctions,
-};
+inline constexpr Interface kZrt =
+    ZDB_KIT_INTERFACE(zrt, "zkitdclib", 7, "CzrtXCreateD", kZrtFunctions);
 
 /// Their dictionaries.
-inline constexpr Interface kZlx = {
-    .file = "libzlxmdclib64.so",
-    .name = "zlxmdclib",
-    .version = 2,
-    .oldestVersion = 2,
-    .decoration = "C",
-    .create = "zlxXCreate",
-    .createD = "CzlxXCreateD",
-    .free = "zlxXFree",
-    .check = "CzlxXCheck",
-    .versionQuery = "CzlxXAPIVersion",
-    .setLoadPath = "CzlxSetLoadPath",
-    .getLoadPath = "CzlxGetLoadPath",
-    .functions = kZlxFunctions,
-};
+inline constexpr Interface kZlx =
+    ZDB_KIT_INTERFACE(zlx, "zlxmdclib", 2, "CzlxXCreateD", kZlxFunctions);
 
 /// The list of solvers.
-inline constexpr Interface kZst = {
-    .file = "libzkitdclib64.so",
-    .name = "zkitdclib",
-    .version = 4,
-    .oldestVersion = 4,
-    .decoration = "C",
-    .create = "zstXCreate",
-    .createD = nullptr,
-    .free = "zstXFree",
-    .check = "CzstXCheck",
-    .versionQuery = "CzstXAPIVersion",
-    .setLoadPath = "CzstSetLoadPath",
-    .getLoadPath = "CzstGetLoadPath",
-    .functions = kZstFunctions,
-};
+inline constexpr Interface kZst = ZDB_KIT_INTERFACE(zst, "zkitdclib", 4, nullptr, kZstFunctions);
 
+#undef ZDB_KIT_INTERFACE
 #undef ZDB_UNPACK
 #undef ZDB_DEFINE_SIGNATURE
 #undef ZDB_SIGNATURE
