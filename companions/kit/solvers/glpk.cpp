@@ -14,6 +14,7 @@
 
 #include "kit/solvers/solver.h"
 #include "kit/solvers/worker.h"
+#include "shared/boundary.h"
 
 namespace zdb::kit {
 
@@ -290,13 +291,7 @@ class Glpk : public Solver {
   template <typename Task>
   void run(Task task) {
     bool isDone = false;
-    worker_.run([&] {
-      try {
-        isDone = finishes(task);
-      } catch (const std::bad_alloc&) {
-        isDone = false;
-      }
-    });
+    worker_.run([&] { isDone = boundary::guarded(false, [&] { return finishes(task); }); });
     if (!isDone) throw std::runtime_error("glpk failed: out of memory, or an error of its own");
   }
 
