@@ -61,7 +61,8 @@ void requireAll(const Pointers*... pointers) {
 /// nothing.
 template <typename Work>
 int guarded(void* handle, Work work) noexcept {
-  return zdb::boundary::guardedOn<Object>(handle, 0, work, &Object::count);
+  const auto count = [](Object& object, const std::exception& error) { object.count(error); };
+  return zdb::boundary::guardedOn<Object>(handle, 0, work, count);
 }
 
 /// Copies a text of at most 255 bytes and terminates it.
