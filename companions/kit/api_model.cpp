@@ -9,7 +9,9 @@
 #include "zkitdclib.h"
 
 using namespace zdb::kit;
-using namespace zdb::boundary;
+using zdb::boundary::freeObject;
+using zdb::boundary::guardedOn;
+using zdb::boundary::makeObject;
 
 struct zkitModel {
   explicit zkitModel(const char* name) : builder(name == nullptr ? "" : name) {}
@@ -31,7 +33,7 @@ void keep(zkitModel& model, const std::exception& error) {
 
 // Runs a change of a model: 1, or 0 with the reason kept.
 template <typename Work>
-int changed(zkitModel_t model, Work work) {
+int guarded(zkitModel_t model, Work work) {
   return guardedOn<zkitModel>(
       model, 0,
       [&](zkitModel& own) {
@@ -45,7 +47,7 @@ int changed(zkitModel_t model, Work work) {
 // The same for a change that gives a number.
 template <typename Work>
 int numbered(zkitModel_t model, int* number, Work work) {
-  return changed(model, [&](ModelBuilder& builder) {
+  return guarded(model, [&](ModelBuilder& builder) {
     if (number == nullptr) throw KitError("A place for the number that results must be given");
     *number = work(builder);
   });
@@ -82,7 +84,7 @@ int zkitAddColumn(zkitModel_t model, int symbol, const char* const* labels, doub
 }
 
 int zkitSetColumnInteger(zkitModel_t model, int column, int isInteger) {
-  return changed(model, [=](ModelBuilder& builder) { builder.setInteger(column, isInteger != 0); });
+  return guarded(model, [=](ModelBuilder& builder) { builder.setInteger(column, isInteger != 0); });
 }
 
 int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int type, double rhs,
@@ -92,24 +94,24 @@ int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int typ
 }
 
 int zkitAddCoefficient(zkitModel_t model, int row, int column, double value) {
-  return changed(model, [=](ModelBuilder& builder) { builder.addCoefficient(row, column, value); });
+  return guarded(model, [=](ModelBuilder& builder) { builder.addCoefficient(row, column, value); });
 }
 
 int zkitAddProduct(zkitModel_t model, int row, int column1, int column2, double value) {
-  return changed(model,
+  return guarded(model,
                  [=](ModelBuilder& builder) { builder.addProduct(row, column1, column2, value); });
 }
 
 int zkitAddConstant(zkitModel_t model, int row, double value) {
-  return changed(model, [=](ModelBuilder& builder) { builder.addConstant(row, value); });
+  return guarded(model, [=](ModelBuilder& builder) { builder.addConstant(row, value); });
 }
 
 int zkitSetObjective(zkitModel_t model, int column, int direction) {
-  return changed(model, [=](ModelBuilder& builder) { builder.setObjective(column, direction); });
+  return guarded(model, [=](ModelBuilder& builder) { builder.setObjective(column, direction); });
 }
 
 int zkitModelFinish(zkitModel_t model, const char* systemDirectory, void** instance) {
-  return changed(model, [=](const ModelBuilder& builder) {
+  return guarded(model, [=](const ModelBuilder& builder) {
     if (instance == nullptr) throw KitError("A place for the instance must be given");
     *instance = nullptr;
     *instance = new Instance(builder.data(), systemDirectory);
