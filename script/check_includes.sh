@@ -1,11 +1,11 @@
 #!/bin/sh
-# Fails on an include against the direction of the layers: check_includes.sh [--self-test]
+# Fails on an include that points against the direction of the layers: check_includes.sh [--self-test]
 #
 #   api -> symbols, io -> core, dmap, utree, loaders
 #
-# Below that, core may use the loaders and the interface of the record maps, and dmap may use utree.
-# Loaders and companions share the contract; layers that store records or labels use memory. Only api
-# may include the public header.
+# At the bottom core may use the loaders and the interface of the record maps, and dmap may use
+# utree. Loaders and companions share the contract, whose rules of names core and api use too; what
+# keeps records or labels uses memory. Only api knows the public header.
 set -eu
 
 # check SOURCE_FOLDER: prints each wrong include, fails if there is one. The table names the folders
@@ -13,10 +13,10 @@ set -eu
 check() {
   grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
     BEGIN {
-      allowed["api"] = "api symbols io core dmap utree loaders zdbcclib.h"
+      allowed["api"] = "api symbols io core dmap utree loaders contract zdbcclib.h"
       allowed["symbols"] = "symbols core dmap utree memory"
       allowed["io"] = "io core loaders"
-      allowed["core"] = "core loaders memory dmap/idmap.h"
+      allowed["core"] = "core loaders memory contract dmap/idmap.h"
       allowed["dmap"] = "dmap utree memory"
       allowed["utree"] = "utree memory"
       allowed["loaders"] = "loaders contract"
@@ -38,7 +38,7 @@ check() {
     END { exit wrong }'
 }
 
-# Each of these must be found, and nothing in a correct tree.
+# Each of these must be found, and nothing in a tree that is in order.
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT

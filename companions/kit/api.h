@@ -7,9 +7,6 @@
 // XFree of such a dictionary or environment must not be called.
 #pragma once
 
-#include <exception>
-#include <string_view>
-
 #include "contract/answers.h"
 
 #define ZKIT_EXPORT __attribute__((visibility("default")))
@@ -56,39 +53,3 @@ ZKIT_EXPORT void CzlxXCreateD(void** handle, const char* dir);
 #define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
 #include "contract/zlxfunctions.def"
 }
-
-namespace zkit {
-
-class Instance;
-
-/// Solves once, from scratch: 1, or 0 with the reason in `message` if the solver cannot be had or
-/// failed.
-int callPlain(Instance& instance, const char* solver, char* message, int size);
-
-/// Copies a text, cut to size - 1 bytes, and terminates it.
-inline void copyText(std::string_view text, char* to, int size) {
-  if (to == nullptr || size <= 0) return;
-  const std::size_t length = text.copy(to, static_cast<std::size_t>(size) - 1);
-  to[length] = '\0';
-}
-
-/// Makes an object behind a handle; the handle stays null if that fails.
-template <typename Make>
-void makeObject(void** handle, Make make) {
-  if (handle == nullptr) return;
-  *handle = nullptr;
-  try {
-    *handle = make();
-  } catch (const std::exception&) {
-    *handle = nullptr;
-  }
-}
-
-template <typename Object>
-void freeObject(void** handle) {
-  if (handle == nullptr) return;
-  delete static_cast<Object*>(*handle);
-  *handle = nullptr;
-}
-
-}  // namespace zkit

@@ -1,50 +1,30 @@
 // What a host asks an instance.
-#include <exception>
+#include <optional>
 #include <string>
 
 #include "kit/api.h"
-#include "kit/configuration.h"
 #include "kit/instance.h"
-#include "kit/model.h"
+#include "kit/plainsolve.h"
+#include "shared/boundary.h"
 #include "zkitdclib.h"
+
+using namespace zdb::kit;
+using namespace zdb::boundary;
 
 namespace {
 
-using namespace zkit;
-
-Instance* at(void* instance) {
-  return static_cast<Instance*>(instance);
-}
-
-template <typename Value>
-Value get(void* instance, Value Instance::*field, Value missing) {
-  return instance == nullptr ? missing : at(instance)->*field;
-}
-
-template <typename Name>
-int copyName(bool isThere, char* name, int size, Name make) {
+// make(Instance&) gives the name, or nothing if the instance has no such row or column.
+template <typename Make>
+int copyName(void* instance, char* name, int size, Make make) {
   copyText("", name, size);
-  if (!isThere) return 0;
-  try {
-    copyText(make(), name, size);
-  } catch (const std::exception&) {
-    return 0;
-  }
-  return 1;
+  return guardedOn<Instance>(instance, 0, [&](const Instance& own) {
+    const std::optional<std::string> made = make(own);
+    copyText(made.value_or(""), name, size);
+    return made.has_value() ? 1 : 0;
+  });
 }
 
 }  // namespace
-
-int zkit::callPlain(Instance& instance, const char* solver, char* message, int size) {
-  try {
-    if (!isFailure(solvePlain(instance, solver))) return 1;
-  } catch (const std::exception& error) {
-    instance.refuse(Outcome::SetupFailed, error.what());
-    instance.environment.log(error.what());
-  }
-  copyText(instance.message, message, size);
-  return 0;
-}
 
 void zkitFreeInstance(void** instance) {
   zmiXFree(instance);
@@ -59,26 +39,29 @@ int zkitRows(void* instance) {
 }
 
 int zkitNonZeros(void* instance) {
-  return instance == nullptr ? 0 : at(instance)->terms.termCount();
+  return guardedOn<Instance>(instance, 0,
+                             [](const Instance& own) { return own.terms.termCount(); });
 }
 
 int zkitIntegerColumns(void* instance) {
-  return get(instance, &Instance::integerCount, 0);
+  return guardedOn<Instance>(instance, 0, &Instance::integerCount);
 }
 
 int zkitSetModelType(void* instance, int type) {
-  if (instance == nullptr || type < LpModel || type > RmipModel) return 0;
-  if (type == LpModel && at(instance)->integerCount > 0) return 0;
-  at(instance)->type = type;
-  return 1;
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    if (type < LpModel || type > RmipModel) return 0;
+    if (type == LpModel && own.integerCount > 0) return 0;
+    own.type = type;
+    return 1;
+  });
 }
 
 int zkitModelStatus(void* instance) {
-  return get(instance, &Instance::modelStatus, kNotSolved.model);
+  return guardedOn<Instance>(instance, kNotSolved.model, &Instance::modelStatus);
 }
 
 int zkitSolveStatus(void* instance) {
-  return get(instance, &Instance::solveStatus, kNotSolved.solve);
+  return guardedOn<Instance>(instance, kNotSolved.solve, &Instance::solveStatus);
 }
 
 const char* zkitModelStatusText(int status) {
@@ -90,54 +73,59 @@ const char* zkitSolveStatusText(int status) {
 }
 
 int zkitObjectiveColumn(void* instance) {
-  return get(instance, &Instance::objective, -1);
+  return guardedOn<Instance>(instance, -1, &Instance::objective);
 }
 
 double zkitObjective(void* instance) {
-  const int column = zkitObjectiveColumn(instance);
-  return column < 0 ? 0.0 : at(instance)->columns[column].level;
+  return guardedOn<Instance>(instance, 0.0, [](const Instance& own) {
+    return own.objective < 0 ? 0.0 : own.columns[own.objective].level;
+  });
 }
 
 int zkitDirection(void* instance) {
-  return get(instance, &Instance::direction, 1);
+  return guardedOn<Instance>(instance, 1, &Instance::direction);
 }
 
 int zkitIterations(void* instance) {
-  return get(instance, &Instance::iterations, 0);
+  return guardedOn<Instance>(instance, 0, &Instance::iterations);
 }
 
 double zkitSeconds(void* instance) {
-  return get(instance, &Instance::seconds, 0.0);
+  return guardedOn<Instance>(instance, 0.0, &Instance::seconds);
 }
 
 const char* zkitSolveMessage(void* instance) {
-  return instance == nullptr ? "" : at(instance)->message.c_str();
+  return guardedOn<Instance>(instance, "", [](const Instance& own) { return own.message.c_str(); });
 }
 
 int zkitRowName(void* instance, int row, char* name, int size) {
-  const bool isThere = instance != nullptr && at(instance)->hasRow(row);
-  return copyName(isThere, name, size, [=] { return at(instance)->dictionary.rowName(row); });
+  return copyName(instance, name, size, [=](const Instance& own) {
+    return own.hasRow(row) ? std::optional(own.dictionary.rowName(row)) : std::nullopt;
+  });
 }
 
 int zkitColumnName(void* instance, int column, char* name, int size) {
-  const bool isThere = instance != nullptr && at(instance)->hasColumn(column);
-  return copyName(isThere, name, size, [=] { return at(instance)->dictionary.columnName(column); });
+  return copyName(instance, name, size, [=](const Instance& own) {
+    return own.hasColumn(column) ? std::optional(own.dictionary.columnName(column)) : std::nullopt;
+  });
 }
 
 int zkitSetLog(void* instance, zkitLogCallback_t log, void* user) {
-  if (instance == nullptr) return 0;
-  at(instance)->environment.setLog(log, user);
-  return 1;
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    own.environment.setLog(log, user);
+    return 1;
+  });
 }
 
 void zkitTerminate(void* instance) {
-  if (instance != nullptr) at(instance)->environment.terminate = true;
+  guardedOn<Instance>(instance, 0, [](Instance& own) { return own.environment.terminate = true; });
 }
 
 int zkitSetLimits(void* instance, double seconds, int iterations) {
-  if (instance == nullptr) return 0;
-  at(instance)->environment.limits = {seconds, iterations};
-  return 1;
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    own.environment.limits = {seconds, iterations};
+    return 1;
+  });
 }
 
 int zkitSolve(void* instance, const char* solver, char* message, int size) {
@@ -146,7 +134,8 @@ int zkitSolve(void* instance, const char* solver, char* message, int size) {
     copyText("Instance and solver must not be null", message, size);
     return 0;
   }
-  const int isSolved = callPlain(*at(instance), solver, message, size);
-  at(instance)->environment.terminate = false;  // it is for one solve, and this was the one
+  Instance& own = *static_cast<Instance*>(instance);
+  const int isSolved = callPlain(own, solver, message, size);
+  own.environment.terminate = false;  // it is for one solve, and this was the one
   return isSolved;
 }

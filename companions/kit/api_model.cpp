@@ -1,42 +1,47 @@
 // Building a model call by call.
-#include <exception>
-#include <new>
 #include <string>
 
 #include "kit/api.h"
+#include "kit/error.h"
 #include "kit/instance.h"
-#include "kit/model.h"
+#include "kit/modelbuilder.h"
+#include "shared/boundary.h"
 #include "zkitdclib.h"
+
+using namespace zdb::kit;
+using zdb::boundary::freeObject;
+using zdb::boundary::guardedOn;
+using zdb::boundary::makeObject;
 
 struct zkitModel {
   explicit zkitModel(const char* name) : builder(name == nullptr ? "" : name) {}
 
-  zkit::ModelBuilder builder;
+  ModelBuilder builder;
   std::string lastError;
   bool isBroken = false;  // memory ran out half-way through a change
 };
 
 namespace {
 
-using namespace zkit;
-
 constexpr char kOutOfMemory[] = "Out of memory: the model can no longer be used";
+
+void keep(zkitModel& model, const std::exception& error) {
+  const bool isUnderstood = dynamic_cast<const KitError*>(&error) != nullptr;
+  model.isBroken = model.isBroken || !isUnderstood;
+  model.lastError = isUnderstood ? error.what() : kOutOfMemory;
+}
 
 // Runs a change of a model: 1, or 0 with the reason kept.
 template <typename Work>
 int guarded(zkitModel_t model, Work work) {
-  if (model == nullptr) return 0;
-  try {
-    if (model->isBroken) throw KitError(kOutOfMemory);
-    work(model->builder);
-    return 1;
-  } catch (const KitError& error) {
-    model->lastError = error.what();
-  } catch (const std::exception&) {
-    model->isBroken = true;
-    model->lastError = kOutOfMemory;
-  }
-  return 0;
+  return guardedOn<zkitModel>(
+      model, 0,
+      [&](zkitModel& own) {
+        if (own.isBroken) throw KitError(kOutOfMemory);
+        work(own.builder);
+        return 1;
+      },
+      keep);
 }
 
 // The same for a change that gives a number.
@@ -51,24 +56,16 @@ int numbered(zkitModel_t model, int* number, Work work) {
 }  // namespace
 
 int zkitModelCreate(zkitModel_t* model, const char* name) {
-  if (model == nullptr) return 0;
-  *model = nullptr;
-  try {
-    *model = new zkitModel(name);
-  } catch (const std::exception&) {
-    return 0;
-  }
-  return 1;
+  return makeObject(model, [name] { return new zkitModel(name); });
 }
 
 void zkitModelFree(zkitModel_t* model) {
-  if (model == nullptr) return;
-  delete *model;
-  *model = nullptr;
+  freeObject<zkitModel>(model);
 }
 
 const char* zkitLastError(zkitModel_t model) {
-  return model == nullptr ? "No model" : model->lastError.c_str();
+  return guardedOn<zkitModel>(model, "No model",
+                              [](const zkitModel& own) { return own.lastError.c_str(); });
 }
 
 int zkitAddSymbol(zkitModel_t model, const char* name, int type, int dim, const char* text,
@@ -117,8 +114,6 @@ int zkitModelFinish(zkitModel_t model, const char* systemDirectory, void** insta
   return guarded(model, [=](const ModelBuilder& builder) {
     if (instance == nullptr) throw KitError("The output for the instance must not be null");
     *instance = nullptr;
-    const std::string directory =
-        systemDirectory == nullptr ? Environment().systemDirectory() : systemDirectory;
-    *instance = new Instance(builder.data(), directory);
+    *instance = new Instance(builder.data(), systemDirectory);
   });
 }

@@ -1,21 +1,24 @@
 // The dictionary library. It holds these functions only: dictionaries are made and kept by the
 // library of instances, which this one needs.
-#include <new>
-
 #include "kit/api.h"
 #include "kit/dictionary.h"
+#include "shared/boundary.h"
+
+using namespace zdb::kit;
+using namespace zdb::boundary;
 
 namespace {
 
-using namespace zkit;
-
-const Dictionary* dictionaryOf(zlxHandle dict) {
-  return static_cast<const Dictionary*>(dict);
+const Symbol* symbolOf(zlxHandle dict, int i) {
+  return guardedOn<Dictionary>(
+      dict, static_cast<const Symbol*>(nullptr),
+      [=](const Dictionary& own) { return own.hasSymbol(i) ? &own.symbol(i) : nullptr; });
 }
 
-const Symbol* symbolOf(zlxHandle dict, int i) {
-  const Dictionary* dictionary = dictionaryOf(dict);
-  return dictionary != nullptr && dictionary->hasSymbol(i) ? &dictionary->symbol(i) : nullptr;
+// A field of a symbol, 0 if it is not there.
+int fieldOf(zlxHandle dict, int i, int Symbol::*field) {
+  const Symbol* symbol = symbolOf(dict, i);
+  return symbol == nullptr ? 0 : symbol->*field;
 }
 
 // Stands in for a walk when there is no memory for one.
@@ -57,20 +60,21 @@ void zlxXFree(void** handle) {
 ZKIT_DEFINE_CHECKS(zlx, Zlx)
 
 int CzlxNUels(zlxHandle dict) {
-  return dict == nullptr ? 0 : dictionaryOf(dict)->labelCount();
+  return guardedOn<Dictionary>(dict, 0, &Dictionary::labelCount);
 }
 
 int CzlxUelLabel(zlxHandle dict, int i, char* quote, char* label, int size) {
-  const Dictionary* dictionary = dictionaryOf(dict);
-  if (dictionary == nullptr || !dictionary->hasLabel(i)) return 0;
-  const std::string& text = dictionary->label(i);
-  if (quote != nullptr) *quote = quoteFor(text);
-  copyText(text, label, size);
-  return 1;
+  return guardedOn<Dictionary>(dict, 0, [=](const Dictionary& own) {
+    if (!own.hasLabel(i)) return 0;
+    const std::string& text = own.label(i);
+    if (quote != nullptr) *quote = quoteFor(text);
+    copyText(text, label, size);
+    return 1;
+  });
 }
 
 int CzlxNLSyms(zlxHandle dict) {
-  return dict == nullptr ? 0 : dictionaryOf(dict)->symbolCount();
+  return guardedOn<Dictionary>(dict, 0, &Dictionary::symbolCount);
 }
 
 int CzlxSymName(zlxHandle dict, int i, char* name, int size) {
@@ -81,18 +85,15 @@ int CzlxSymName(zlxHandle dict, int i, char* name, int size) {
 }
 
 int CzlxSymType(zlxHandle dict, int i) {
-  const Symbol* symbol = symbolOf(dict, i);
-  return symbol == nullptr ? 0 : symbol->type;
+  return fieldOf(dict, i, &Symbol::type);
 }
 
 int CzlxSymDim(zlxHandle dict, int i) {
-  const Symbol* symbol = symbolOf(dict, i);
-  return symbol == nullptr ? 0 : symbol->dim;
+  return fieldOf(dict, i, &Symbol::dim);
 }
 
 int CzlxSymUserInfo(zlxHandle dict, int i) {
-  const Symbol* symbol = symbolOf(dict, i);
-  return symbol == nullptr ? 0 : symbol->userInfo;
+  return fieldOf(dict, i, &Symbol::userInfo);
 }
 
 int CzlxSymText(zlxHandle dict, int i, char* quote, char* text, int size) {
@@ -104,15 +105,15 @@ int CzlxSymText(zlxHandle dict, int i, char* quote, char* text, int size) {
 }
 
 int CzlxSymIndex(zlxHandle dict, const char* name) {
-  return dict == nullptr || name == nullptr ? 0 : dictionaryOf(dict)->findSymbol(name);
+  return guardedOn<Dictionary>(
+      dict, 0, [=](const Dictionary& own) { return name == nullptr ? 0 : own.findSymbol(name); });
 }
 
 void* CzlxFindFirstRowCol(zlxHandle dict, int symbol, const int* key, int* rowcol) {
   if (rowcol != nullptr) *rowcol = -1;
-  if (dict == nullptr) return &emptyWalk;
-  auto* walk = new (std::nothrow) EntryWalk(*dictionaryOf(dict), symbol, key);
-  if (walk == nullptr) return &emptyWalk;
-  step(*walk, rowcol);
+  EntryWalk* walk = guardedOn<Dictionary>(
+      dict, &emptyWalk, [=](const Dictionary& own) { return new EntryWalk(own, symbol, key); });
+  if (walk != &emptyWalk) step(*walk, rowcol);
   return walk;
 }
 
@@ -126,13 +127,13 @@ int CzlxFindClose(zlxHandle /*dict*/, void* find) {
 }
 
 int CzlxRowUels(zlxHandle dict, int row, int* symbol, int* key, int* dim) {
-  if (dict == nullptr) return 0;
-  const Dictionary& dictionary = *dictionaryOf(dict);
-  return entryKey(dictionary, dictionary.rows(), row, symbol, key, dim);
+  return guardedOn<Dictionary>(dict, 0, [=](const Dictionary& own) {
+    return entryKey(own, own.rows(), row, symbol, key, dim);
+  });
 }
 
 int CzlxColUels(zlxHandle dict, int column, int* symbol, int* key, int* dim) {
-  if (dict == nullptr) return 0;
-  const Dictionary& dictionary = *dictionaryOf(dict);
-  return entryKey(dictionary, dictionary.columns(), column, symbol, key, dim);
+  return guardedOn<Dictionary>(dict, 0, [=](const Dictionary& own) {
+    return entryKey(own, own.columns(), column, symbol, key, dim);
+  });
 }

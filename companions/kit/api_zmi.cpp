@@ -1,25 +1,29 @@
 // Model instances.
+#include <algorithm>
+#include <utility>
+
 #include "kit/api.h"
 #include "kit/instance.h"
-#include "zkitdclib.h"
+#include "shared/boundary.h"
+
+using namespace zdb::kit;
+using namespace zdb::boundary;
 
 namespace {
 
-using namespace zkit;
-
-Instance* at(zmiHandle instance) {
-  return static_cast<Instance*>(instance);
-}
-
 ColumnState* columnAt(zmiHandle instance, int column) {
-  const bool isThere = instance != nullptr && at(instance)->hasColumn(column);
-  return isThere ? &at(instance)->columns[column] : nullptr;
+  return guardedOn<Instance>(instance, static_cast<ColumnState*>(nullptr), [=](Instance& own) {
+    return own.hasColumn(column) ? &own.columns[column] : nullptr;
+  });
 }
 
 RowState* rowAt(zmiHandle instance, int row) {
-  const bool isThere = instance != nullptr && at(instance)->hasRow(row);
-  return isThere ? &at(instance)->rows[row] : nullptr;
+  return guardedOn<Instance>(instance, static_cast<RowState*>(nullptr), [=](Instance& own) {
+    return own.hasRow(row) ? &own.rows[row] : nullptr;
+  });
 }
+
+// What follows on rows and columns reads and writes numbers only, so nothing can be thrown.
 
 // Sets a field of a row or column, if it is there.
 template <typename State, typename Value>
@@ -34,11 +38,16 @@ Value get(const State* state, Value State::*field) {
   return state == nullptr ? Value() : state->*field;
 }
 
+// Copies a field of all rows or columns.
 template <typename State>
-int copyAll(const std::vector<State>& states, double State::*field, double* to) {
-  if (to == nullptr) return 0;
-  for (std::size_t k = 0; k < states.size(); ++k) to[k] = states[k].*field;
-  return 1;
+int copyAll(zmiHandle instance, std::vector<State> Instance::*states, double State::*field,
+            double* to) {
+  return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
+    if (to == nullptr) return 0;
+    std::transform((own.*states).begin(), (own.*states).end(), to,
+                   [field](const State& state) { return state.*field; });
+    return 1;
+  });
 }
 
 // Infinities come in as any that the instance has been told of, or from 1.0E300 up.
@@ -51,6 +60,12 @@ double asStored(double bound) {
 double asShown(const Instance& instance, double bound) {
   if (bound == std::numeric_limits<double>::infinity()) return instance.view.plusInfinity;
   return bound == -std::numeric_limits<double>::infinity() ? instance.view.minusInfinity : bound;
+}
+
+double shownBound(zmiHandle instance, int column, double (Instance::*bound)(int) const) {
+  return guardedOn<Instance>(instance, 0.0, [=](const Instance& own) {
+    return own.hasColumn(column) ? asShown(own, (own.*bound)(column)) : 0.0;
+  });
 }
 
 template <typename State>
@@ -76,9 +91,10 @@ int setRecord(State* state, double level, double marginal, int status, int basis
 
 template <typename Change>
 int change(zmiHandle instance, Change apply) {
-  if (instance == nullptr) return 0;
-  apply(*at(instance));
-  return 1;
+  return guardedOn<Instance>(instance, 0, [&](Instance& own) {
+    apply(own);
+    return 1;
+  });
 }
 
 }  // namespace
@@ -88,8 +104,7 @@ void zmiXCreate(void** handle) {
 }
 
 void CzmiXCreateD(void** handle, const char* dir) {
-  makeObject(handle,
-             [dir] { return dir == nullptr ? new Instance : new Instance(ModelData(), dir); });
+  makeObject(handle, [dir] { return new Instance({}, dir); });
 }
 
 void zmiXFree(void** handle) {
@@ -99,23 +114,25 @@ void zmiXFree(void** handle) {
 ZKIT_DEFINE_CHECKS(zmi, Zmi)
 
 void* CzmiDict(zmiHandle instance) {
-  return instance == nullptr ? nullptr : &at(instance)->dictionary;
+  return guardedOn<Instance>(instance, static_cast<void*>(nullptr),
+                             [](Instance& own) { return &own.dictionary; });
 }
 
 void* CzmiEnvironment(zmiHandle instance) {
-  return instance == nullptr ? nullptr : &at(instance)->environment;
+  return guardedOn<Instance>(instance, static_cast<void*>(nullptr),
+                             [](Instance& own) { return &own.environment; });
 }
 
 int CzmiN(zmiHandle instance) {
-  return instance == nullptr ? 0 : at(instance)->columnCount();
+  return guardedOn<Instance>(instance, 0, &Instance::columnCount);
 }
 
 int CzmiM(zmiHandle instance) {
-  return instance == nullptr ? 0 : at(instance)->rowCount();
+  return guardedOn<Instance>(instance, 0, &Instance::rowCount);
 }
 
 int CzmiModelType(zmiHandle instance) {
-  return instance == nullptr ? 0 : at(instance)->type;
+  return guardedOn<Instance>(instance, 0, &Instance::type);
 }
 
 int CzmiPinfSet(zmiHandle instance, double value) {
@@ -127,19 +144,19 @@ int CzmiMinfSet(zmiHandle instance, double value) {
 }
 
 int CzmiGetVarL(zmiHandle instance, double* n) {
-  return instance == nullptr ? 0 : copyAll(at(instance)->columns, &ColumnState::level, n);
+  return copyAll(instance, &Instance::columns, &ColumnState::level, n);
 }
 
 int CzmiGetVarM(zmiHandle instance, double* n) {
-  return instance == nullptr ? 0 : copyAll(at(instance)->columns, &ColumnState::marginal, n);
+  return copyAll(instance, &Instance::columns, &ColumnState::marginal, n);
 }
 
 int CzmiGetEquL(zmiHandle instance, double* m) {
-  return instance == nullptr ? 0 : copyAll(at(instance)->rows, &RowState::level, m);
+  return copyAll(instance, &Instance::rows, &RowState::level, m);
 }
 
 int CzmiGetEquM(zmiHandle instance, double* m) {
-  return instance == nullptr ? 0 : copyAll(at(instance)->rows, &RowState::marginal, m);
+  return copyAll(instance, &Instance::rows, &RowState::marginal, m);
 }
 
 double CzmiGetVarLOne(zmiHandle instance, int column) {
@@ -147,13 +164,11 @@ double CzmiGetVarLOne(zmiHandle instance, int column) {
 }
 
 double CzmiGetVarLowerOne(zmiHandle instance, int column) {
-  if (columnAt(instance, column) == nullptr) return 0.0;
-  return asShown(*at(instance), at(instance)->lower(column));
+  return shownBound(instance, column, &Instance::lower);
 }
 
 double CzmiGetVarUpperOne(zmiHandle instance, int column) {
-  if (columnAt(instance, column) == nullptr) return 0.0;
-  return asShown(*at(instance), at(instance)->upper(column));
+  return shownBound(instance, column, &Instance::upper);
 }
 
 double CzmiGetVarScaleOne(zmiHandle instance, int column) {
@@ -165,7 +180,8 @@ double CzmiGetEquLOne(zmiHandle instance, int row) {
 }
 
 double CzmiGetRhsOne(zmiHandle instance, int row) {
-  return rowAt(instance, row) == nullptr ? 0.0 : at(instance)->rhs(row);
+  return guardedOn<Instance>(
+      instance, 0.0, [=](const Instance& own) { return own.hasRow(row) ? own.rhs(row) : 0.0; });
 }
 
 double CzmiGetEquScaleOne(zmiHandle instance, int row) {
@@ -253,10 +269,12 @@ int CzmiSolveStatSet(zmiHandle instance, int status) {
 }
 
 int CzmiEvalGradNLUpdate(zmiHandle instance, double* m) {
-  if (instance == nullptr || m == nullptr) return 0;
-  at(instance)->updateLinear();
-  std::copy(at(instance)->constants.begin(), at(instance)->constants.end(), m);
-  return 1;
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    if (m == nullptr) return 0;
+    own.updateLinear();
+    std::copy(own.constants.begin(), own.constants.end(), m);
+    return 1;
+  });
 }
 
 int CzmiViewStore(zmiHandle instance) {
@@ -264,8 +282,9 @@ int CzmiViewStore(zmiHandle instance) {
 }
 
 int CzmiViewRestore(zmiHandle instance) {
-  if (instance == nullptr || !at(instance)->storedView.has_value()) return 0;
-  at(instance)->view = *at(instance)->storedView;
-  at(instance)->storedView.reset();
-  return 1;
+  return guardedOn<Instance>(instance, 0, [](Instance& own) {
+    if (!own.storedView.has_value()) return 0;
+    own.view = *std::exchange(own.storedView, std::nullopt);
+    return 1;
+  });
 }

@@ -1,17 +1,14 @@
 // Environments: options, the log, and the plain call of a solver.
-#include <cstring>
-
 #include "kit/api.h"
 #include "kit/instance.h"
-#include "kit/model.h"
+#include "kit/names.h"
+#include "kit/plainsolve.h"
+#include "shared/boundary.h"
+
+using namespace zdb::kit;
+using namespace zdb::boundary;
 
 namespace {
-
-using namespace zkit;
-
-Environment* at(zrtHandle environment) {
-  return static_cast<Environment*>(environment);
-}
 
 // Limits of one call, beside those of the environment; the tighter ones count.
 class CallLimits {
@@ -49,7 +46,7 @@ void zrtXCreate(void** handle) {
 }
 
 void CzrtXCreateD(void** handle, const char* dir) {
-  makeObject(handle, [dir] { return dir == nullptr ? new Environment : new Environment(dir); });
+  makeObject(handle, [dir] { return new Environment(dir); });
 }
 
 void zrtXFree(void** handle) {
@@ -60,21 +57,26 @@ ZKIT_DEFINE_CHECKS(zrt, Zrt)
 
 int CzrtGetStrOpt(zrtHandle environment, const char* option, char* value) {
   copyText("", value, zdb::contract::kMessageSize);
-  if (environment == nullptr || option == nullptr || !isSameText(option, "NameSysDir")) return 0;
-  copyText(at(environment)->systemDirectory(), value, zdb::contract::kMessageSize);
-  return 1;
+  return guardedOn<Environment>(environment, 0, [=](const Environment& own) {
+    if (option == nullptr || !isSameText(option, "NameSysDir")) return 0;
+    copyText(own.systemDirectory(), value, zdb::contract::kMessageSize);
+    return 1;
+  });
 }
 
 int CzrtTerminateClear(zrtHandle environment) {
-  if (environment == nullptr) return 0;
-  at(environment)->terminate = false;
-  return 1;
+  return guardedOn<Environment>(environment, 0, [](Environment& own) {
+    own.terminate = false;
+    return 1;
+  });
 }
 
 int CzrtLog(zrtHandle environment, const char* text) {
-  if (environment == nullptr || text == nullptr) return 0;
-  at(environment)->log(text);
-  return 1;
+  return guardedOn<Environment>(environment, 0, [=](const Environment& own) {
+    if (text == nullptr) return 0;
+    own.log(text);
+    return 1;
+  });
 }
 
 int CzrtCallSolver(zrtHandle environment, void* instance, const char* /*controlFile*/,

@@ -1,32 +1,35 @@
 // Configurations: the solvers by number.
 #include "kit/api.h"
 #include "kit/configuration.h"
+#include "shared/boundary.h"
+
+using namespace zdb::kit;
+using namespace zdb::boundary;
 
 namespace {
 
-using namespace zkit;
-
-Configuration* at(zstHandle config) {
-  return static_cast<Configuration*>(config);
-}
-
 Session* sessionOf(zstHandle config, int alg) {
-  return config == nullptr ? nullptr : at(config)->session(alg);
+  return guardedOn<Configuration>(config, static_cast<Session*>(nullptr),
+                                  [=](const Configuration& own) { return own.session(alg); });
 }
 
-// Runs something that may throw; its result, or 1 with the reason in the instance and its log.
+// work(Session&, Instance&), which gives 0 or 1; 1 for what it throws, with the reason in the
+// instance and its log.
 template <typename Work>
 int reported(zstHandle config, int alg, void* instance, Work work) {
-  if (instance == nullptr || sessionOf(config, alg) == nullptr) return 1;
-  Instance& model = *static_cast<Instance*>(instance);
-  try {
-    at(config)->solver(alg).checkType(model.type);
-    return work(*sessionOf(config, alg), model);
-  } catch (const std::exception& error) {
-    model.message = error.what();
-    model.environment.log(error.what());
-    return 1;
-  }
+  Session* session = sessionOf(config, alg);
+  if (session == nullptr) return 1;
+  const ConfiguredSolver& solver = static_cast<Configuration*>(config)->solver(alg);
+  return guardedOn<Instance>(
+      instance, 1,
+      [&](Instance& model) {
+        solver.checkType(model.type);
+        return work(*session, model);
+      },
+      [](Instance& model, const std::exception& error) {
+        model.message = error.what();
+        model.environment.log(error.what());
+      });
 }
 
 }  // namespace
@@ -42,34 +45,34 @@ void zstXFree(void** handle) {
 ZKIT_DEFINE_CHECKS(zst, Zst)
 
 int CzstReadConfigGUC(zstHandle config, const char* file, const char* /*dir*/) {
-  if (config == nullptr || file == nullptr) return 1;
-  try {
-    at(config)->read(file);
+  return guardedOn<Configuration>(config, 1, [=](Configuration& own) {
+    if (file == nullptr) return 1;
+    own.read(file);
     return 0;
-  } catch (const std::exception&) {
-    return 1;
-  }
+  });
 }
 
 int CzstAlgNumber(zstHandle config, const char* name) {
-  return config == nullptr || name == nullptr ? 0 : at(config)->find(name);
+  return guardedOn<Configuration>(
+      config, 0, [=](const Configuration& own) { return name == nullptr ? 0 : own.find(name); });
 }
 
 int CzstAlgAllowsModifyProblem(zstHandle config, int alg) {
-  if (config == nullptr || !at(config)->has(alg)) return 0;
-  return at(config)->solver(alg).engine->worksInPlace ? 1 : 0;
+  return guardedOn<Configuration>(config, 0, [=](const Configuration& own) {
+    return own.has(alg) && own.solver(alg).engine->worksInPlace ? 1 : 0;
+  });
 }
 
 int CzstAlgCreate(zstHandle config, int alg, const char* /*dir*/, char* message, int size) {
   copyText("", message, size);
-  if (config == nullptr) return 0;
-  try {
-    at(config)->create(alg);
+  const auto create = [=](Configuration& own) {
+    own.create(alg);
     return 1;
-  } catch (const std::exception& error) {
-    copyText(error.what(), message, size);
-    return 0;
-  }
+  };
+  return guardedOn<Configuration>(config, 0, create,
+                                  [=](const Configuration&, const std::exception& error) {
+                                    copyText(error.what(), message, size);
+                                  });
 }
 
 int CzstAlgReadyAPI(zstHandle config, int alg, void* instance) {
@@ -92,7 +95,9 @@ int CzstAlgCallSolver(zstHandle config, int alg, void* instance) {
 }
 
 int CzstAlgFree(zstHandle config, int alg) {
-  if (config == nullptr || !at(config)->has(alg)) return 0;
-  at(config)->free(alg);
-  return 1;
+  return guardedOn<Configuration>(config, 0, [=](Configuration& own) {
+    if (!own.has(alg)) return 0;
+    own.free(alg);
+    return 1;
+  });
 }

@@ -4,10 +4,10 @@
 #include <fstream>
 #include <iterator>
 
-#include "kit/model.h"
+#include "kit/error.h"
 #include "kit/names.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -20,10 +20,6 @@ struct NamedType {
 };
 
 constexpr NamedType kModelTypes[] = {{"LP", LpModel}, {"MIP", MipModel}, {"RMIP", RmipModel}};
-
-std::string quoted(std::string_view text) {
-  return ">" + std::string(text) + "<";
-}
 
 // The words before a comment.
 std::vector<std::string_view> wordsOf(std::string_view line) {
@@ -154,13 +150,4 @@ Session* Configuration::session(int number) const {
   return has(number) ? sessions_[static_cast<std::size_t>(number) - 1].get() : nullptr;
 }
 
-Outcome solvePlain(Instance& instance, std::string_view name) {
-  Configuration configuration;
-  configuration.read(instance.environment.systemDirectory() + std::string(kConfigurationFile));
-  const ConfiguredSolver& solver = configuration.solver(name);
-  solver.checkBuilt();
-  solver.checkType(instance.type);
-  return solveFromScratch(instance, solver.engine->name);
-}
-
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -8,7 +8,7 @@
 
 #include "kit/session.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 inline constexpr std::string_view kConfigurationFile = "zrncmpun.txt";
 
@@ -53,9 +53,4 @@ class Configuration {
   std::vector<std::unique_ptr<Session>> sessions_;
 };
 
-/// Solves once, from scratch, with a solver of the file in the instance's system directory. Throws
-/// a KitError if it cannot be had; a solve that fails is an outcome, its reason the instance's
-/// message.
-Outcome solvePlain(Instance& instance, std::string_view name);
-
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-namespace zkit {
+namespace zdb::kit {
 
 void EntryTable::add(int symbol, const int* key, int dim) {
   starts_.push_back(keys_.size());
@@ -104,4 +104,4 @@ bool EntryWalk::matches(int entry) const {
   return true;
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

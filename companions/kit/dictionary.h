@@ -7,7 +7,7 @@
 
 #include "kit/names.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 enum SymbolType : int { VariableSymbol = 5, EquationSymbol = 6 };
 
@@ -118,4 +118,4 @@ class __attribute__((visibility("default"))) EntryWalk {
   int key_[kMaxDim] = {};
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <string>
 
-#include "kit/model.h"
+#include "kit/error.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -87,4 +87,4 @@ std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solutio
   return {};
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -5,7 +5,7 @@
 
 #include "kit/linearmodel.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// Throws a KitError if a cost, coefficient or right-hand side is not a finite number, which levels
 /// of parameters can bring about.
@@ -15,4 +15,4 @@ void checkNumbers(const LinearModel& model);
 /// with bounds that exclude each other, without rows, or without columns. Nothing for all others.
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution);
 
-}  // namespace zkit
+}  // namespace zdb::kit

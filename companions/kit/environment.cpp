@@ -5,9 +5,9 @@
 #include <filesystem>
 #include <system_error>
 
-#include "kit/model.h"
+#include "kit/error.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -38,9 +38,7 @@ const std::string& ownDirectory() {
   return kOwnDirectory;
 }
 
-Environment::Environment() : systemDirectory_(checked(ownDirectory())) {}
+Environment::Environment(const char* systemDirectory)
+    : systemDirectory_(checked(systemDirectory == nullptr ? ownDirectory() : systemDirectory)) {}
 
-Environment::Environment(const std::string& systemDirectory)
-    : systemDirectory_(checked(systemDirectory)) {}
-
-}  // namespace zkit
+}  // namespace zdb::kit

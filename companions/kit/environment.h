@@ -4,7 +4,7 @@
 #include <atomic>
 #include <string>
 
-namespace zkit {
+namespace zdb::kit {
 
 /// What a solve must respect; 0 or less is none.
 struct Limits {
@@ -19,10 +19,9 @@ class Environment {
  public:
   using LogCallback = void (*)(const char* text, void* user);
 
-  /// With the directory of this library.
-  Environment();
-  /// Throws a KitError if the name is too long for the buffers that it is read into.
-  explicit Environment(const std::string& systemDirectory);
+  /// Null: with the directory of this library. Throws a KitError if the name is too long for the
+  /// buffers that it is read into.
+  explicit Environment(const char* systemDirectory = nullptr);
 
   /// Ends in '/'.
   const std::string& systemDirectory() const { return systemDirectory_; }
@@ -44,4 +43,4 @@ class Environment {
   void* user_ = nullptr;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -4,7 +4,7 @@
 #include <atomic>
 #include <exception>
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -15,7 +15,7 @@ int nextId() {
 
 }  // namespace
 
-Instance::Instance(const ModelData& model, const std::string& systemDirectory)
+Instance::Instance(const ModelData& model, const char* systemDirectory)
     : id(nextId()),
       dictionary(model.dictionary),
       environment(systemDirectory),
@@ -56,4 +56,4 @@ void Instance::updateLinear() {
                  constants.data());
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -11,7 +11,7 @@
 #include "kit/parameterterms.h"
 #include "kit/statuses.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
 
@@ -49,9 +49,9 @@ struct View {
 
 class Instance {
  public:
-  /// Without rows, columns and symbols.
-  Instance() : Instance(ModelData(), Environment().systemDirectory()) {}
-  Instance(const ModelData& model, const std::string& systemDirectory);
+  /// Of an empty model unless one is given. A null directory is that of this library; throws a
+  /// KitError if its name is too long.
+  explicit Instance(const ModelData& model = {}, const char* systemDirectory = nullptr);
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
 
@@ -105,4 +105,4 @@ class Instance {
   std::string message;  ///< why the last solve failed
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

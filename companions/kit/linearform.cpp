@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -185,4 +185,4 @@ void LinearForm::storeParameters(Instance& instance) const {
   }
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -6,7 +6,7 @@
 #include "kit/instance.h"
 #include "kit/linearmodel.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// Columns and rows of the instance without parameters, which are constants here. If the objective
 /// is a free column that one equation defines, neither of them is here either: what the equation
@@ -40,15 +40,15 @@ class LinearForm {
 
   struct Source {  // of a cost or coefficient here
     int target;
-    int place;  // in the instance's matrix
+    int place;  ///< in the instance's matrix
   };
 
   int instanceId_;
   bool isInteger_;
-  int objectiveRow_ = -1;       // in the instance; -1: the objective is an ordinary column
-  double objectiveFactor_ = 1;  // of the objective in its row
-  double objectiveRhs_ = 0;     // of that row, constants subtracted
-  std::vector<int> columns_;    // their numbers in the instance
+  int objectiveRow_ = -1;       ///< in the instance; -1: the objective is an ordinary column
+  double objectiveFactor_ = 1;  ///< of the objective in its row
+  double objectiveRhs_ = 0;     ///< of that row, constants subtracted
+  std::vector<int> columns_;    ///< their numbers in the instance
   std::vector<int> rows_;
   std::vector<Source> costs_;
   std::vector<Source> changing_;
@@ -57,4 +57,4 @@ class LinearForm {
   LinearModel model_;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

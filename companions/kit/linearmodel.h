@@ -8,7 +8,7 @@
 #include "kit/environment.h"
 #include "kit/statuses.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// To be minimised: cost * x, with bounds for columns x and rows. Coefficients stand column by
 /// column as in a Matrix; values may be 0. Infinite bounds are infinities.
@@ -94,4 +94,4 @@ class StopSign {
   Clock::time_point start_;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -4,7 +4,7 @@
 #include <tuple>
 #include <utility>
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -120,4 +120,4 @@ std::vector<int> ParameterTerms::places() const {
   return places;
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

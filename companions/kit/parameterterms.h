@@ -3,9 +3,9 @@
 
 #include <vector>
 
-#include "kit/model.h"
+#include "kit/modeldata.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// Coefficients column by column: those of column j are the places starts[j] to starts[j+1] of
 /// `rows` and `values`, in the order of their rows and without duplicates. Parameter columns have
@@ -63,7 +63,7 @@ class ParameterTerms {
   struct Term {  // value * parameter [* other] in a row
     int row;
     int parameter;
-    int other;  // -1: none
+    int other;  ///< -1: none
     double value;
   };
   struct Factor {  // value * parameter * column in a row
@@ -84,9 +84,9 @@ class ParameterTerms {
   void makeUpdates(const Matrix& matrix);
 
   std::vector<Term> constants_;
-  std::vector<Factor> factors_;  // in the order of columns, then rows
+  std::vector<Factor> factors_;  ///< in the order of columns, then rows
   std::vector<Update> updates_;
   int termCount_ = 0;
 };
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -5,9 +5,9 @@
 #include <string>
 
 #include "kit/directsolve.h"
-#include "kit/model.h"
+#include "kit/error.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -132,19 +132,4 @@ void Session::remember() {
   isLoaded_ = true;
 }
 
-const Engine& usableEngine(std::string_view name) {
-  const Engine* engine = findEngine(name);
-  if (engine == nullptr) {
-    throw KitError("Unknown solver >" + std::string(name) + "<: use clp, cbc or glpk");
-  }
-  if (engine->make != nullptr) return *engine;
-  throw KitError(std::string("This kit was built without the solver ") + engine->name);
-}
-
-Outcome solveFromScratch(Instance& instance, std::string_view solver) {
-  Session session(usableEngine(solver));
-  session.load(instance);
-  return session.solve(instance);
-}
-
-}  // namespace zkit
+}  // namespace zdb::kit

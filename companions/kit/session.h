@@ -6,9 +6,9 @@
 
 #include "kit/instance.h"
 #include "kit/linearform.h"
-#include "kit/solver.h"
+#include "kit/solvers/solver.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 /// A solver and the problem that it has. The first solve of an instance, or one of another
 /// instance, loads the whole problem; later ones tell the solver only what changed.
@@ -38,7 +38,7 @@ class Session {
   const Engine& engine_;
   std::unique_ptr<Solver> solver_;
   std::optional<LinearForm> form_;
-  // What the solver was told last; not everything of it if isLoaded_ does not hold.
+  /// What the solver was told last; not everything of it if isLoaded_ does not hold.
   LinearModel told_;
   Changes changes_;
   bool isLoaded_ = false;
@@ -46,10 +46,4 @@ class Session {
   Solution solution_;
 };
 
-/// Solves once, from scratch. Throws a KitError for a solver that cannot be had.
-Outcome solveFromScratch(Instance& instance, std::string_view solver);
-
-/// The engine of a name. Throws a KitError if there is none, or none in this build.
-const Engine& usableEngine(std::string_view name);
-
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -5,7 +5,7 @@
 
 #include "zkitdclib.h"
 
-namespace zkit {
+namespace zdb::kit {
 
 namespace {
 
@@ -84,4 +84,4 @@ const char* solveStatusText(int status) {
   return textIn(std::begin(kSolveTexts), std::end(kSolveTexts), status);
 }
 
-}  // namespace zkit
+}  // namespace zdb::kit

@@ -1,7 +1,7 @@
 // How solves end, and the numbers and names that stand for it.
 #pragma once
 
-namespace zkit {
+namespace zdb::kit {
 
 /// How a solve ended. Each solver translates its own codes into these, and nothing else does.
 enum class Outcome : int {
@@ -44,4 +44,4 @@ inline bool isFailure(Outcome outcome) {
 const char* modelStatusText(int status);
 const char* solveStatusText(int status);
 
-}  // namespace zkit
+}  // namespace zdb::kit

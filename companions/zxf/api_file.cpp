@@ -5,7 +5,7 @@
 #include "zxf/api.h"
 #include "zxf/object.h"
 
-using namespace zxfile;
+using namespace zdb::zxfile;
 
 namespace {
 
@@ -67,9 +67,13 @@ int C__zxfClose(void* zxf) {
 }
 
 int C__zxfErrorStr(void* zxf, int error, char* text) {
-  if (text == nullptr) return guarded(zxf, [&](Object&) -> int { fail(Errc::NullArgument); });
-  if (zxf != nullptr) return static_cast<Object*>(zxf)->errors.describe(error, text) ? 1 : 0;
-  return ErrorLog().describe(error, text) ? 1 : 0;
+  if (zxf == nullptr && text != nullptr) {
+    return zdb::boundary::guarded(0, [=] { return ErrorLog().describe(error, text) ? 1 : 0; });
+  }
+  return guarded(zxf, [=](const Object& object) {
+    requireAll(text);
+    return object.errors.describe(error, text) ? 1 : 0;
+  });
 }
 
 int C__zxfErrorCount(void* zxf) {

@@ -1,13 +1,12 @@
 // Handles, versions and signatures.
 #include <cstdio>
-#include <cstring>
 #include <mutex>
 
 #include "zxf/api.h"
 #include "zxf/object.h"
 #include "zxf/offered.h"
 
-namespace zxfile {
+using namespace zdb::zxfile;
 
 namespace {
 
@@ -17,18 +16,8 @@ char loadPath[256];
 
 }  // namespace
 
-}  // namespace zxfile
-
-using namespace zxfile;
-
 void XCreate(void** handle) {
-  if (handle == nullptr) return;
-  *handle = nullptr;
-  try {
-    *handle = new Object;  // the caller's until XFree
-  } catch (const std::bad_alloc&) {
-    return;
-  }
+  zdb::boundary::makeObject(handle, [] { return new Object; });  // the caller's until XFree
 }
 
 void XCreateD(void** handle, const char* dir) {
@@ -37,9 +26,7 @@ void XCreateD(void** handle, const char* dir) {
 }
 
 void XFree(void** handle) {
-  if (handle == nullptr) return;
-  delete static_cast<Object*>(*handle);
-  *handle = nullptr;
+  zdb::boundary::freeObject<Object>(handle);
 }
 
 int C__XCheck(const char* function, int argumentCount, const int* codes, char* message) {
@@ -54,12 +41,16 @@ int C__XAPIVersion(int clientApi, char* message, int* status) {
 }
 
 void C__zxfSetLoadPath(const char* dir) {
-  const std::scoped_lock lock(loadPathMutex);
-  std::snprintf(loadPath, sizeof loadPath, "%s", dir == nullptr ? "" : dir);
+  zdb::boundary::guarded(0, [dir] {
+    const std::scoped_lock lock(loadPathMutex);
+    return std::snprintf(loadPath, sizeof loadPath, "%s", dir == nullptr ? "" : dir);
+  });
 }
 
 void C__zxfGetLoadPath(char* dir) {
   if (dir == nullptr) return;
-  const std::scoped_lock lock(loadPathMutex);
-  std::memcpy(dir, loadPath, sizeof loadPath);
+  zdb::boundary::guarded(0, [dir] {
+    const std::scoped_lock lock(loadPathMutex);
+    return std::snprintf(dir, sizeof loadPath, "%s", loadPath);
+  });
 }

@@ -2,7 +2,7 @@
 #include "zxf/api.h"
 #include "zxf/object.h"
 
-using namespace zxfile;
+using namespace zdb::zxfile;
 
 namespace {
 

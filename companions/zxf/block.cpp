@@ -1,6 +1,6 @@
 #include "zxf/block.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 std::uint64_t blockChecksum(BlockHeader header, ByteSpan payload) {
   // The header's own fields seed the payload's checksum, so neither can be exchanged alone.
@@ -55,4 +55,4 @@ void BlockReader::read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_
   if (in.left() > 0) in.damaged("payload of a block");
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -1,7 +1,7 @@
 #include "zxf/column.h"
 #include "zxf/planes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 void ColumnReader::read(FieldReader& in, std::span<double> values, const SpecialValues& delivered) {
   ColumnHeader header;
@@ -67,4 +67,4 @@ void ColumnReader::readAside(FieldReader& in, std::span<double> values,
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -3,7 +3,7 @@
 #include "zxf/column.h"
 #include "zxf/planes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -132,4 +132,4 @@ void ColumnWriter::appendAside(Bytes& out) {
   streams_.append(out, asideBytes_);
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -5,7 +5,7 @@
 
 #include "zxf/special.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -83,4 +83,4 @@ bool DecimalColumn::analyse(std::span<const double> values) {
   return false;
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

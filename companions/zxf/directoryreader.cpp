@@ -2,7 +2,7 @@
 
 #include "zxf/directory.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -165,4 +165,4 @@ Directory readDirectory(const InputFile& file) {
   return directory;
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

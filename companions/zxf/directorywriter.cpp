@@ -1,6 +1,6 @@
 #include "zxf/directory.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -50,4 +50,4 @@ void writeDirectory(Directory& directory, OutputFile& file, StreamWriter& stream
   file.rewriteStart(bytes);
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

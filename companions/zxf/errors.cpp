@@ -4,7 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 const char* errorText(int number) {
   switch (number) {
@@ -77,4 +77,4 @@ bool ErrorLog::describe(int number, char* text) const {
   return true;
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 enum class Errc : int {
   None = 0,
@@ -15,13 +15,13 @@ enum class Errc : int {
 #include "zxf/errors.def"
 };
 
-// The fixed text of an error number, or null for a number that no error has.
+/// The fixed text of an error number, or null for a number that no error has.
 const char* errorText(int number);
 
-// Text in printf style. Texts here are short; longer ones are cut at 512 bytes.
+/// Text in printf style. Texts here are short; longer ones are cut at 512 bytes.
 [[gnu::format(printf, 1, 2)]] std::string printed(const char* format, ...);
 
-// What the functions below the C interface throw; the guard there turns it into a counted error.
+/// What the functions below the C interface throw; the guard there turns it into a counted error.
 class Failure : public std::exception {
  public:
   Failure(Errc code, std::string detail) : code_(code), detail_(std::move(detail)) {}
@@ -35,26 +35,26 @@ class Failure : public std::exception {
 
 [[noreturn]] void fail(Errc code, std::string detail = {});
 
-// The errors of one handle since a file was opened last.
-//
-// The count only grows; the numbers wait, oldest first, to be taken off. Equal neighbours share an
-// entry and no more than kMaxPending entries are kept, so that a caller who writes a million bad
-// records and never asks costs no memory. The detail of the first error of each number is kept.
+/// The errors of one handle since a file was opened last.
+///
+/// The count only grows; the numbers wait, oldest first, to be taken off. Equal neighbours share an
+/// entry and no more than kMaxPending entries are kept, so that a caller who writes a million bad
+/// records and never asks costs no memory. The detail of the first error of each number is kept.
 class ErrorLog {
  public:
   void clear();
   void add(Errc code, const char* detail) noexcept;
 
-  // Whether the detail of a new error of this number would be kept: callers on record paths skip
-  // making the text otherwise.
+  /// Whether the detail of a new error of this number would be kept: callers on record paths skip
+  /// making the text otherwise.
   bool wantsDetail(Errc code) const { return !details_.contains(static_cast<int>(code)); }
 
   int count() const { return count_; }
   int last() const { return last_; }
-  // The oldest pending number, which is taken off; 0 when none is left.
+  /// The oldest pending number, which is taken off; 0 when none is left.
   int take();
 
-  // Fixed text and first detail, cut to 255 bytes; `text` holds 256. False for unknown numbers.
+  /// Fixed text and first detail, cut to 255 bytes; `text` holds 256. False for unknown numbers.
   bool describe(int number, char* text) const;
 
  private:
@@ -70,4 +70,4 @@ class ErrorLog {
   std::map<int, std::string> details_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -12,13 +12,13 @@
 
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// Where one part of the directory lies: a stream, padded with zero bytes up to `size`.
+/// Where one part of the directory lies: a stream, padded with zero bytes up to `size`.
 struct Section {
   std::uint64_t offset = 0;
   std::uint64_t size = 0;
-  std::uint64_t checksum = 0;  // XXH3 64 of the `size` bytes
+  std::uint64_t checksum = 0;  ///< XXH3 64 of the `size` bytes
 };
 
 template <typename Visitor>
@@ -28,8 +28,8 @@ void visit(Visitor& v, Section& section) {
   v.number("checksum", section.checksum);
 }
 
-// The first bytes of every file. Blocks follow at once, then labels, texts and symbols, without
-// gaps, up to the end of the file.
+/// The first bytes of every file. Blocks follow at once, then labels, texts and symbols, without
+/// gaps, up to the end of the file.
 struct FileHeader {
   std::uint64_t magic = 0;
   std::uint32_t version = kFormatVersion;
@@ -42,10 +42,10 @@ struct FileHeader {
   Section labels;
   Section texts;
   Section symbols;
-  std::uint64_t checksum = 0;  // XXH3 64 of all bytes of the header before this field
+  std::uint64_t checksum = 0;  ///< XXH3 64 of all bytes of the header before this field
 };
 
-// Magic, version and size of the header: what every later version has at the same place.
+/// Magic, version and size of the header: what every later version has at the same place.
 template <typename Visitor>
 void visitPreamble(Visitor& v, FileHeader& header) {
   v.number("magic", header.magic);
@@ -70,20 +70,20 @@ void visit(Visitor& v, FileHeader& header) {
 inline constexpr std::size_t kPreambleSize = 16;
 inline constexpr std::size_t kHeaderSize = 120;
 
-// One symbol of the symbols section. Its blocks lie at [dataOffset, dataOffset + dataSize).
+/// One symbol of the symbols section. Its blocks lie at [dataOffset, dataOffset + dataSize).
 struct SymbolEntry {
   std::string name;
   SymbolType type = SymbolType::Set;
   std::uint8_t dim = 0;
   DomainKind domainKind = DomainKind::None;
-  std::int32_t userInfo = 0;  // of an alias: the number of its set, 0 for the universe
+  std::int32_t userInfo = 0;  ///< of an alias: the number of its set, 0 for the universe
   std::uint32_t recordCount = 0;
   std::uint64_t dataOffset = 0;
   std::uint64_t dataSize = 0;
   std::string text;
-  // `dim` names, each a length byte and its bytes; empty without domains. Packed, because a list of
-  // strings would cost a reader 32 bytes for each empty name that a damaged file announces with
-  // one.
+  /// `dim` names, each a length byte and its bytes; empty without domains. Packed, because a list
+  /// of strings would cost a reader 32 bytes for each empty name that a damaged file announces with
+  /// one.
   std::string domains;
 };
 
@@ -101,13 +101,13 @@ void visit(Visitor& v, SymbolEntry& entry) {
   if (entry.domainKind != DomainKind::None) v.texts("domain", entry.domains, entry.dim);
 }
 
-// In front of the payload of each block of records.
+/// In front of the payload of each block of records.
 struct BlockHeader {
   std::uint32_t payloadSize = 0;
   std::uint32_t recordCount = 0;
   std::uint32_t symbol = 0;
-  std::uint32_t firstRecord = 0;  // records of the symbol in earlier blocks
-  std::uint64_t checksum = 0;     // XXH3 64 of the payload, seeded with that of the fields above
+  std::uint32_t firstRecord = 0;  ///< records of the symbol in earlier blocks
+  std::uint64_t checksum = 0;     ///< XXH3 64 of the payload, seeded with that of the fields above
 };
 
 template <typename Visitor>
@@ -120,9 +120,9 @@ void visit(Visitor& v, BlockHeader& header) {
 }
 
 inline constexpr std::size_t kBlockHeaderSize = 24;
-inline constexpr std::size_t kChecksumSize = 8;  // the last field of both headers
+inline constexpr std::size_t kChecksumSize = 8;  ///< the last field of both headers
 
-// In front of each run of bytes that is packed as one.
+/// In front of each run of bytes that is packed as one.
 struct StreamHeader {
   StreamMethod method = StreamMethod::Stored;
   std::uint64_t rawSize = 0;
@@ -136,14 +136,14 @@ void visit(Visitor& v, StreamHeader& header) {
   v.varint("stored size", header.storedSize);
 }
 
-// In front of each column of values.
+/// In front of each column of values.
 struct ColumnHeader {
   ColumnKind kind = ColumnKind::Constant;
-  std::uint8_t code = kLiteralCode;  // Constant: a slot of the special values, or kLiteralCode
-  std::uint64_t bits = 0;            // Constant, kLiteralCode: the bit pattern of the value
-  std::uint8_t decimals = 0;         // Decimal
-  std::uint8_t width = 0;            // Decimal: bytes of each n, one stream for each
-  std::int64_t base = 0;             // Decimal
+  std::uint8_t code = kLiteralCode;  ///< Constant: a slot of the special values, or kLiteralCode
+  std::uint64_t bits = 0;            ///< Constant, kLiteralCode: the bit pattern of the value
+  std::uint8_t decimals = 0;         ///< Decimal
+  std::uint8_t width = 0;            ///< Decimal: bytes of each n, one stream for each
+  std::int64_t base = 0;             ///< Decimal
 };
 
 template <typename Visitor>
@@ -159,4 +159,4 @@ void visit(Visitor& v, ColumnHeader& header) {
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

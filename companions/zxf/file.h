@@ -6,9 +6,9 @@
 
 #include "zxf/bytes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// A file descriptor that is closed with its owner.
+/// A file descriptor that is closed with its owner.
 class Descriptor {
  public:
   explicit Descriptor(int fd = -1) : fd_(fd) {}
@@ -23,17 +23,17 @@ class Descriptor {
   int fd_;
 };
 
-// A regular file that is read by position. Not mapped: a mapped file that another process shortens
-// would end this one with a signal instead of an error.
+/// A regular file that is read by position. Not mapped: a mapped file that another process shortens
+/// would end this one with a signal instead of an error.
 class InputFile {
  public:
-  // Fails with CannotOpenFile or NotRegularFile; never waits for a pipe's other end.
+  /// Fails with CannotOpenFile or NotRegularFile; never waits for a pipe's other end.
   explicit InputFile(const char* path);
 
-  // Bytes at the time of opening.
+  /// Bytes at the time of opening.
   std::uint64_t size() const { return size_; }
 
-  // Fills `to` from `offset`. Fails with TruncatedFile when the file ends before, or ReadFailed.
+  /// Fills `to` from `offset`. Fails with TruncatedFile when the file ends before, or ReadFailed.
   void read(std::uint64_t offset, std::span<std::uint8_t> to) const;
 
  private:
@@ -41,36 +41,36 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
-// A new file that nobody sees until publish(), when it replaces its target in one step.
-//
-// It has no name where the system can make such files, and else a unique one beginning with '.' in
-// the target's folder: a writer that is killed leaves nothing, respectively nothing that a later
-// one could meet. The folder is held open, so a change of the working directory does no harm. An
-// existing target keeps its permission bits and, where that is allowed, its owner; a symbolic link
-// is followed.
+/// A new file that nobody sees until publish(), when it replaces its target in one step.
+///
+/// It has no name where the system can make such files, and else a unique one beginning with '.' in
+/// the target's folder: a writer that is killed leaves nothing, respectively nothing that a later
+/// one could meet. The folder is held open, so a change of the working directory does no harm. An
+/// existing target keeps its permission bits and, where that is allowed, its owner; a symbolic link
+/// is followed.
 class OutputFile {
  public:
   enum class Naming { UnnamedIfPossible, Named };
 
-  // Fails with CannotOpenFile (an existing target may not be written), NotRegularFile or
-  // CannotCreateFile. Named is what systems without nameless files get.
+  /// Fails with CannotOpenFile (an existing target may not be written), NotRegularFile or
+  /// CannotCreateFile. Named is what systems without nameless files get.
   explicit OutputFile(const char* path, Naming naming = Naming::UnnamedIfPossible);
-  // Removes what was not published.
+  /// Removes what was not published.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  // Bytes appended so far.
+  /// Bytes appended so far.
   std::uint64_t size() const { return written_ + buffer_.size(); }
 
-  // Appends through a buffer. Fails with NoSpace or WriteFailed.
+  /// Appends through a buffer. Fails with NoSpace or WriteFailed.
   void append(ByteSpan bytes);
 
-  // Replaces bytes at the start of the file, which must have been appended before.
+  /// Replaces bytes at the start of the file, which must have been appended before.
   void rewriteStart(ByteSpan bytes);
 
-  // Brings everything to the disk, gives the file its target's name and brings the folder to the
-  // disk. Fails with NoSpace, WriteFailed or CannotReplaceFile; then the target is as it was.
+  /// Brings everything to the disk, gives the file its target's name and brings the folder to the
+  /// disk. Fails with NoSpace, WriteFailed or CannotReplaceFile; then the target is as it was.
   void publish();
 
  private:
@@ -85,9 +85,9 @@ class OutputFile {
 
   Descriptor folder_;
   Descriptor file_;
-  std::string targetName_;     // within the folder
-  std::string temporaryName_;  // within the folder; empty while the file has no name
-  bool replacing_ = false;     // a target existed when the file was opened
+  std::string targetName_;     ///< within the folder
+  std::string temporaryName_;  ///< within the folder; empty while the file has no name
+  bool replacing_ = false;     ///< a target existed when the file was opened
   unsigned targetMode_ = 0;
   unsigned targetOwner_ = 0;
   unsigned targetGroup_ = 0;
@@ -95,4 +95,4 @@ class OutputFile {
   Bytes buffer_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -7,7 +7,7 @@
 
 #include "zxf/file.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 Descriptor::~Descriptor() {
   if (fd_ >= 0) ::close(fd_);
@@ -44,4 +44,4 @@ void InputFile::read(std::uint64_t offset, std::span<std::uint8_t> to) const {
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -113,4 +113,4 @@ void KeyReader::read(FieldReader& in, int dim, std::uint32_t labelCount, std::sp
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

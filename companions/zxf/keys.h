@@ -13,18 +13,18 @@
 
 #include "zxf/stream.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// Collects the keys of one block.
+/// Collects the keys of one block.
 class KeyWriter {
  public:
   KeyWriter() : tokens_(kMaxBlockRecords) {}
 
-  // Forgets all keys; `dim` in [0, kMaxDim].
+  /// Forgets all keys; `dim` in [0, kMaxDim].
   void start(int dim);
 
-  // Adds a key above the last one that first differs from it at position `changed`, which is `dim`
-  // only in the one record of a symbol without dimensions.
+  /// Adds a key above the last one that first differs from it at position `changed`, which is `dim`
+  /// only in the one record of a symbol without dimensions.
   void add(const int* key, int changed) {
     if (count_ == 0) changed = 0;
     if (changed == dim_ - 1 && count_ > 0) {
@@ -40,7 +40,7 @@ class KeyWriter {
 
   std::uint32_t count() const { return count_; }
 
-  // Appends the two streams; none for dimension 0.
+  /// Appends the two streams; none for dimension 0.
   void append(Bytes& out, StreamWriter& streams) const;
 
  private:
@@ -53,14 +53,14 @@ class KeyWriter {
   Bytes tails_;
 };
 
-// Unpacks keys that nothing is known about.
+/// Unpacks keys that nothing is known about.
 class KeyReader {
  public:
   explicit KeyReader(StreamReader& streams) : streams_(streams) {}
 
-  // Fills `rows` with `dim` labels a record and `changed` with the first position, from 1, at which
-  // each record differs from the one before in this block (1 for the first; 0 for dimension 0).
-  // Every label is in [1, labelCount] and the keys ascend strictly, or the call fails.
+  /// Fills `rows` with `dim` labels a record and `changed` with the first position, from 1, at
+  /// which each record differs from the one before in this block (1 for the first; 0 for dimension
+  /// 0). Every label is in [1, labelCount] and the keys ascend strictly, or the call fails.
   void read(FieldReader& in, int dim, std::uint32_t labelCount, std::span<int> rows,
             std::span<std::uint8_t> changed);
 
@@ -70,4 +70,4 @@ class KeyReader {
   Bytes tails_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -5,20 +5,12 @@
 
 #include <algorithm>
 
+#include "contract/names.h"
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
-
-char folded(char c) {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
-bool sameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return folded(x) == folded(y); });
-}
 
 // Differs from process to process: with a known seed, a file could hold a million labels that all
 // belong into one slot and keep its reader busy for hours.
@@ -30,10 +22,6 @@ std::uint64_t hashSeed() {
     return value;
   }();
   return seed;
-}
-
-bool isControl(char c) {
-  return static_cast<unsigned char>(c) < ' ';
 }
 
 }  // namespace
@@ -61,7 +49,8 @@ void TextList::adopt(Bytes&& stored, std::uint32_t count, Errc onDamage) {
 std::uint32_t NameIndex::hashOf(std::string_view name) {
   char upper[kMaxNameLength + 1];
   const std::size_t length = std::min(name.size(), sizeof upper);
-  std::transform(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(length), upper, folded);
+  std::transform(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(length), upper,
+                 [](char c) { return contract::upperCase(c); });
   return static_cast<std::uint32_t>(XXH3_64bits_withSeed(upper, length, hashSeed()));
 }
 
@@ -72,7 +61,7 @@ const NameIndex::Slot* NameIndex::slotOf(const TextList& list, std::string_view 
   for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
     const Slot& slot = slots_[at];
     if (slot.number == 0) return &slot;
-    if (slot.hash == hash && sameName(list.at(slot.number), name)) return &slot;
+    if (slot.hash == hash && contract::isSameText(list.at(slot.number), name)) return &slot;
   }
 }
 
@@ -131,15 +120,14 @@ void NameList::adopt(Bytes&& stored, std::uint32_t count, Errc onDamage) {
 }
 
 bool isLabel(std::string_view text) {
-  if (text.size() > kMaxLabelLength || (!text.empty() && text.back() == ' ')) return false;
-  if (std::any_of(text.begin(), text.end(), isControl)) return false;
-  return text.find('\'') == text.npos || text.find('"') == text.npos;
+  return contract::isLabel(text) && contract::withoutEndingBlanks(text).size() == text.size();
 }
 
 bool isSymbolName(std::string_view text) {
   if (text.empty() || text.size() > kMaxNameLength || text.front() == '*') return false;
-  return std::none_of(text.begin(), text.end(),
-                      [](char c) { return isControl(c) || c == ' ' || c == '\'' || c == '"'; });
+  return std::none_of(text.begin(), text.end(), [](char c) {
+    return contract::isControl(c) || c == ' ' || c == '\'' || c == '"';
+  });
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -7,21 +7,21 @@
 
 #include "zxf/bytes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// Texts of at most 255 bytes, kept exactly as the file stores them: a length byte and the text, one
-// after the other. So a list is read and written as a whole.
+/// Texts of at most 255 bytes, kept exactly as the file stores them: a length byte and the text,
+/// one after the other. So a list is read and written as a whole.
 class TextList {
  public:
-  // Appends a text. Fails with TooMany when the format could not count or address it.
+  /// Appends a text. Fails with TooMany when the format could not count or address it.
   void add(std::string_view text);
 
-  // Takes over `count` texts as stored; fails with the given code when they do not fill the bytes.
+  /// Takes over `count` texts as stored; fails with the given code when they do not fill the bytes.
   void adopt(Bytes&& stored, std::uint32_t count, Errc onDamage);
 
   std::uint32_t size() const { return static_cast<std::uint32_t>(offsets_.size()); }
 
-  // REQUIRES: 1 <= number <= size(). Valid until the list changes.
+  /// REQUIRES: 1 <= number <= size(). Valid until the list changes.
   std::string_view at(std::uint32_t number) const {
     const std::uint8_t* entry = stored_.data() + offsets_[number - 1];
     return asText({entry + 1, *entry});
@@ -38,24 +38,24 @@ class TextList {
   std::vector<std::uint32_t> offsets_;
 };
 
-// Finds the numbers of distinct texts of at most 63 bytes, compared without regard to the case of
-// ASCII letters. Open addressing over pairs of hash and number, half full at most: 16 to 32 bytes a
-// text, no copy of any.
+/// Finds the numbers of distinct texts of at most 63 bytes, compared without regard to the case of
+/// ASCII letters. Open addressing over pairs of hash and number, half full at most: 16 to 32 bytes
+/// a text, no copy of any.
 class NameIndex {
  public:
-  // The number of `name` in `list`, or 0.
+  /// The number of `name` in `list`, or 0.
   std::uint32_t find(const TextList& list, std::string_view name) const;
 
-  // Enters text `number` of `list`; false when an equal one was entered before.
+  /// Enters text `number` of `list`; false when an equal one was entered before.
   bool add(const TextList& list, std::uint32_t number);
 
-  // Enters all texts of `list`; returns the first number that repeats another text, or 0.
+  /// Enters all texts of `list`; returns the first number that repeats another text, or 0.
   std::uint32_t build(const TextList& list);
 
  private:
   struct Slot {
     std::uint32_t hash = 0;
-    std::uint32_t number = 0;  // 0: free
+    std::uint32_t number = 0;  ///< 0: free
   };
 
   static std::uint32_t hashOf(std::string_view name);
@@ -66,12 +66,12 @@ class NameIndex {
   std::uint32_t used_ = 0;
 };
 
-// A list of distinct names.
+/// A list of distinct names.
 class NameList {
  public:
-  // The number of the new name, or 0 when the list has it already in some spelling.
+  /// The number of the new name, or 0 when the list has it already in some spelling.
   std::uint32_t add(std::string_view name);
-  // As TextList::adopt; a repeated name fails too.
+  /// As TextList::adopt; a repeated name fails too.
   void adopt(Bytes&& stored, std::uint32_t count, Errc onDamage);
 
   std::uint32_t find(std::string_view name) const { return index_.find(list_, name); }
@@ -82,12 +82,12 @@ class NameList {
   NameIndex index_;
 };
 
-// Whether a text can be a label: up to 63 bytes, no control characters, not both kinds of quotes,
-// no trailing blank. The empty text is a label.
+/// Whether a text can be a label of a file: as of the database, and no trailing blank. The empty
+/// text is a label.
 bool isLabel(std::string_view text);
 
-// Whether a text can name a symbol: 1 to 63 bytes, not beginning with '*', without blanks, control
-// characters and quotes.
+/// Whether a text can name a symbol of a file, which is less strict than the database: 1 to 63
+/// bytes, not beginning with '*', without blanks, control characters and quotes.
 bool isSymbolName(std::string_view text);
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

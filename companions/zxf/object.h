@@ -2,32 +2,37 @@
 #pragma once
 
 #include <memory>
-#include <new>
 
+#include "contract/answers.h"
+#include "shared/boundary.h"
 #include "zxf/errors.h"
 #include "zxf/reader.h"
 #include "zxf/writer.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// A handle is closed, reading or writing; special values outlast the file, errors last until the
-// next one is opened.
+/// A handle is closed, reading or writing; special values outlast the file, errors last until the
+/// next one is opened.
 struct Object {
   ErrorLog errors;
-  SpecialValues written = kDefaultSpecials;    // recognised in data that is written
-  SpecialValues delivered = kDefaultSpecials;  // given for them when data is read
-  std::unique_ptr<Reader> reader;              // at most one of the two is there
+  SpecialValues written = kDefaultSpecials;    ///< recognised in data that is written
+  SpecialValues delivered = kDefaultSpecials;  ///< given for them when data is read
+  std::unique_ptr<Reader> reader;              ///< at most one of the two is there
   std::unique_ptr<Writer> writer;
 
-  // The open file, or a failure: NoFileOpen, NotReading, NotWriting.
+  /// The open file, or a failure: NoFileOpen, NotReading, NotWriting.
   Reader& reading() const;
   Writer& writing() const;
   void requireClosed() const;
+
+  /// Counts what a call has thrown. A writer that was interrupted by something else than a Failure
+  /// is of no more use.
+  void count(const std::exception& error);
 };
 
-// Thrown by calls on a writer whose file has failed: that was counted when it happened, and no
-// further call may count it again.
-struct AlreadyReported {};
+/// Thrown by calls on a writer whose file has failed: that was counted when it happened, and no
+/// further call may count it again.
+struct AlreadyReported : std::exception {};
 
 inline Reader& Object::reading() const {
   if (reader != nullptr) return *reader;
@@ -44,42 +49,25 @@ inline void Object::requireClosed() const {
   if (reader != nullptr || writer != nullptr) fail(Errc::FileIsOpen);
 }
 
-// Fails when any of the pointers is null.
+/// Fails when any of the pointers is null.
 template <typename... Pointers>
 void requireAll(const Pointers*... pointers) {
   const bool anyNull = ((pointers == nullptr) || ...);
   if (anyNull) fail(Errc::NullArgument);
 }
 
-// Runs the body of a call: work(Object&) gives the result; whatever it throws is counted and gives
-// 0, as does a null handle, which has no place to count anything. The only catch blocks of the
-// library that turn failures into errors stand here; on a record path they cost nothing.
+/// Runs the body of a call: work(Object&) gives the result; whatever it throws is counted and gives
+/// 0, as does a null handle, which has no place to count anything. On a record path it costs
+/// nothing.
 template <typename Work>
-int guarded(void* handle, Work work) {
-  if (handle == nullptr) return 0;
-  Object& object = *static_cast<Object*>(handle);
-  const auto unexpected = [&](Errc code, const char* what) {
-    object.errors.add(code, what);
-    if (object.writer != nullptr) object.writer->setBroken();
-  };
-  try {
-    return work(object);
-  } catch (const AlreadyReported&) {
-    return 0;
-  } catch (const Failure& failure) {
-    object.errors.add(failure.code(), failure.what());
-  } catch (const std::bad_alloc&) {
-    unexpected(Errc::OutOfMemory, "");
-  } catch (const std::exception& other) {
-    unexpected(Errc::Unexpected, other.what());
-  }
-  return 0;
+int guarded(void* handle, Work work) noexcept {
+  const auto count = [](Object& object, const std::exception& error) { object.count(error); };
+  return zdb::boundary::guardedOn<Object>(handle, 0, work, count);
 }
 
-// Copies a text of at most 255 bytes and terminates it.
+/// Copies a text of at most 255 bytes and terminates it.
 inline void copyText(std::string_view text, char* to) {
-  text.copy(to, text.size());
-  to[text.size()] = '\0';
+  zdb::boundary::copyText(text, to, zdb::contract::kMessageSize);
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -5,11 +5,11 @@
 
 #include "contract/answers.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// Whether this library has a function of the interface. Acronyms have no place in the file format.
+/// Whether this library has a function of the interface. Acronyms have no place in the file format.
 inline bool isOffered(std::string_view name) {
   return name != "zxfAcronymAdd";
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -11,7 +11,7 @@
 
 #include "zxf/file.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -184,4 +184,4 @@ void OutputFile::publish() {
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -9,10 +9,10 @@
 
 #include "zxf/bytes.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// Transposes an 8 by 8 matrix of bytes, one row in each word: three rounds swap the off-diagonal
-// blocks of 4, 2 and 1 bytes (the block-swap transposition of Warren, Hacker's Delight, 7-3).
+/// Transposes an 8 by 8 matrix of bytes, one row in each word: three rounds swap the off-diagonal
+/// blocks of 4, 2 and 1 bytes (the block-swap transposition of Warren, Hacker's Delight, 7-3).
 inline void transposeBytes(std::array<std::uint64_t, 8>& rows) {
   constexpr std::uint64_t kMask[] = {0x00000000FFFFFFFF, 0x0000FFFF0000FFFF, 0x00FF00FF00FF00FF};
   for (int round = 0, step = 4; step > 0; ++round, step /= 2) {
@@ -25,7 +25,7 @@ inline void transposeBytes(std::array<std::uint64_t, 8>& rows) {
   }
 }
 
-// Writes the `width` low bytes (1 to 8) of source(i), i in [0, n), into planes of n bytes.
+/// Writes the `width` low bytes (1 to 8) of source(i), i in [0, n), into planes of n bytes.
 template <typename Source>
 void splitPlanes(std::size_t n, int width, std::uint8_t* planes, Source source) {
   std::size_t i = 0;
@@ -40,7 +40,7 @@ void splitPlanes(std::size_t n, int width, std::uint8_t* planes, Source source) 
   }
 }
 
-// Hands value i, i in [0, n), of planes as above to sink(i, value).
+/// Hands value i, i in [0, n), of planes as above to sink(i, value).
 template <typename Sink>
 void joinPlanes(std::size_t n, int width, const std::uint8_t* planes, Sink sink) {
   std::size_t i = 0;
@@ -57,4 +57,4 @@ void joinPlanes(std::size_t n, int width, const std::uint8_t* planes, Sink sink)
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 const SymbolEntry& Reader::symbol(int number) const {
   const std::size_t count = directory_.symbols.size();
@@ -105,4 +105,4 @@ void Reader::joinToPrevious(std::span<const int> previous) {
   block_.changed[0] = static_cast<std::uint8_t>(was - previous.begin() + 1);
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -8,11 +8,11 @@
 
 #include "zxf/format.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// In this order: undefined, not available, plus infinity, minus infinity, epsilon; then a slot
-// reserved for acronyms, which this library does not offer, and one without a meaning yet. The last
-// two are kept and given back, and never matched in data.
+/// In this order: undefined, not available, plus infinity, minus infinity, epsilon; then a slot
+/// reserved for acronyms, which this library does not offer, and one without a meaning yet. The
+/// last two are kept and given back, and never matched in data.
 using SpecialValues = std::array<double, kSpecialSlots>;
 
 inline constexpr SpecialValues kDefaultSpecials = {
@@ -28,7 +28,7 @@ inline std::uint64_t bitsOf(double value) {
   return std::bit_cast<std::uint64_t>(value);
 }
 
-// Compares by bit pattern: one NaN is not another, and -0.0 is not 0.0.
+/// Compares by bit pattern: one NaN is not another, and -0.0 is not 0.0.
 class SpecialMatcher {
  public:
   explicit SpecialMatcher(const SpecialValues& values) {
@@ -41,7 +41,7 @@ class SpecialMatcher {
     return any;
   }
 
-  // The lowest slot with that bit pattern, or kLiteralCode.
+  /// The lowest slot with that bit pattern, or kLiteralCode.
   std::uint8_t code(std::uint64_t bits) const {
     for (std::uint8_t i = 0; i < kCodedSlots; ++i) {
       if (bits == bits_[i]) return i;
@@ -53,4 +53,4 @@ class SpecialMatcher {
   std::array<std::uint64_t, kCodedSlots> bits_;
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

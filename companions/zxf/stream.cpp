@@ -5,7 +5,7 @@
 
 #include <new>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -113,4 +113,4 @@ void StreamReader::unpack(FieldReader& in, const StreamHeader& header, std::span
   }
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

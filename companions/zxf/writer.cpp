@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zxfile {
+namespace zdb::zxfile {
 
 namespace {
 
@@ -209,4 +209,4 @@ void Writer::publish() {
   file_.publish();
 }
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

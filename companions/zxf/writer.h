@@ -9,9 +9,9 @@
 #include "zxf/block.h"
 #include "zxf/directory.h"
 
-namespace zxfile {
+namespace zdb::zxfile {
 
-// Labels of a one-dimensional set, one bit each.
+/// Labels of a one-dimensional set, one bit each.
 class LabelSet {
  public:
   void add(int label) {
@@ -28,10 +28,10 @@ class LabelSet {
   std::vector<std::uint64_t> words_;
 };
 
-// Writes one file. Calls that come in the wrong state or with values that cannot be kept fail and
-// change nothing. When the file itself fails, the writer is broken: the failure is thrown once, and
-// from then on nothing can be added or published. Whoever catches anything but a Failure (memory
-// ran out in the middle of something) has to call setBroken().
+/// Writes one file. Calls that come in the wrong state or with values that cannot be kept fail and
+/// change nothing. When the file itself fails, the writer is broken: the failure is thrown once,
+/// and from then on nothing can be added or published. Whoever catches anything but a Failure
+/// (memory ran out in the middle of something) has to call setBroken().
 class Writer {
  public:
   Writer(const char* path, const char* producer);
@@ -40,24 +40,24 @@ class Writer {
   void setBroken() { broken_ = true; }
 
   void startLabels();
-  // Trailing blanks are cut; the n-th label gets number n.
+  /// Trailing blanks are cut; the n-th label gets number n.
   void addLabel(std::string_view label);
   void endLabels();
 
-  // Returns the text's number; texts need not be distinct.
+  /// Returns the text's number; texts need not be distinct.
   int addText(std::string_view text);
   void addAlias(std::string_view alias, std::string_view set);
 
   void startSymbol(std::string_view name, std::string_view text, int dim, int type, int userInfo);
   bool inSymbol() const { return phase_ == Phase::Symbol; }
   int dim() const { return dim_; }
-  // `dim` names of the present symbol: strict domains, which its records are checked against.
+  /// `dim` names of the present symbol: strict domains, which its records are checked against.
   void setStrictDomains(const char* const* names);
-  // `dim` names of a symbol, the present one or one before: kept and not checked.
+  /// `dim` names of a symbol, the present one or one before: kept and not checked.
   void setRelaxedDomains(int number, const char* const* names);
 
-  // Adds a record to the present symbol, or says why it is left out: BadLabelNumber, KeyOrder,
-  // DomainViolation, TooMany. Throws only when the file fails. REQUIRES: inSymbol().
+  /// Adds a record to the present symbol, or says why it is left out: BadLabelNumber, KeyOrder,
+  /// DomainViolation, TooMany. Throws only when the file fails. REQUIRES: inSymbol().
   Errc addRecord(const int* key, const double* values, const SpecialValues& specials) {
     int changed = 0;
     if (recordCount_ > 0) {
@@ -72,18 +72,18 @@ class Writer {
     if (block_.full()) flushBlock(specials);
     return Errc::None;
   }
-  // Describes a record that addRecord() refused.
+  /// Describes a record that addRecord() refused.
   std::string describeRecord(const int* key) const;
   void endSymbol(const SpecialValues& specials);
 
-  // Completes the file and puts it in its place. REQUIRES: no symbol or labels are open, which
-  // fails and changes nothing. Afterwards the writer is done, whether this worked or not.
+  /// Completes the file and puts it in its place. REQUIRES: no symbol or labels are open, which
+  /// fails and changes nothing. Afterwards the writer is done, whether this worked or not.
   void publish();
 
  private:
   enum class Phase { Idle, Labels, Symbol };
 
-  // Positions before `changed` equal those of the last record, which passed: they need no look.
+  /// Positions before `changed` equal those of the last record, which passed: they need no look.
   Errc checkKey(const int* key, int changed) const {
     for (int d = changed; d < dim_; ++d) {
       if (static_cast<std::uint32_t>(key[d]) - 1 >= labelCount_) return Errc::BadLabelNumber;
@@ -97,9 +97,9 @@ class Writer {
     return recordCount_ < kMaxCount ? Errc::None : Errc::TooMany;
   }
 
-  // Fails with the error that names what is open, or what is not.
+  /// Fails with the error that names what is open, or what is not.
   void requirePhase(Phase phase) const;
-  // Fails when a new symbol cannot have the name.
+  /// Fails when a new symbol cannot have the name.
   void checkName(std::string_view name) const;
   void enter(SymbolEntry entry, LabelSet* members);
   std::uint32_t aliasedSet(std::string_view name) const;
@@ -110,19 +110,19 @@ class Writer {
   OutputFile file_;
   StreamWriter streams_;
   BlockWriter block_;
-  std::deque<LabelSet> sets_;           // members of the one-dimensional sets
-  std::vector<LabelSet*> setOfSymbol_;  // by number - 1; of an alias: that of its set
+  std::deque<LabelSet> sets_;           ///< members of the one-dimensional sets
+  std::vector<LabelSet*> setOfSymbol_;  ///< by number - 1; of an alias: that of its set
   Phase phase_ = Phase::Idle;
   bool broken_ = false;
 
-  // The present symbol.
+  /// The present symbol.
   int dim_ = 0;
   std::uint32_t labelCount_ = 0;
   std::uint32_t recordCount_ = 0;
   bool strict_ = false;
   LabelSet* members_ = nullptr;
   std::array<int, kMaxDim> last_{};
-  std::array<const LabelSet*, kMaxDim> domains_{};  // null: the universe
+  std::array<const LabelSet*, kMaxDim> domains_{};  ///< null: the universe
 };
 
-}  // namespace zxfile
+}  // namespace zdb::zxfile

@@ -8,8 +8,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "kit/modelfile.h"
-#include "kit/modelfile_build.h"
+#include "kit/modelfile/build.h"
+#include "kit/modelfile/errors.h"
+#include "kit/modelfile/read.h"
 #include "tests/support/files.h"
 #include "zkitdclib.h"
 
@@ -32,13 +33,13 @@ bool canWriteFiles(const std::string& text) {
 
 void read(const std::string& path) {
   try {
-    void* instance =
-        zkitfile::buildInstance(zkitfile::readModelFile(path.c_str(), nullptr, {2, 128}), "");
+    void* instance = zdb::kit::modelfile::buildInstance(
+        zdb::kit::modelfile::readModelFile(path.c_str(), nullptr, {2, 128}), "");
     require(instance != nullptr, "an instance");
     zkitFreeInstance(&instance);
-  } catch (const zkitfile::FileError& error) {
+  } catch (const zdb::kit::modelfile::FileError& error) {
     require(std::string(error.what()).starts_with(path), "a message that begins with the path");
-  } catch (const zkitfile::Complaint& complaint) {
+  } catch (const zdb::kit::modelfile::Complaint& complaint) {
     require(*complaint.what() != '\0', "a message");
   }
   require(waitpid(-1, nullptr, WNOHANG) <= 0, "no dead process left");

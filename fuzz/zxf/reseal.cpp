@@ -4,7 +4,7 @@
 
 namespace {
 
-using namespace zxfile;
+using namespace zdb::zxfile;
 
 // Walks the blocks from the end of the header as far as their sizes lead.
 void resealBlocks(Bytes& file, std::uint64_t end) {

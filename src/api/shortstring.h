@@ -1,31 +1,27 @@
-// Short strings: a length byte and up to 255 characters without a terminator, in a buffer of
-// ZDB_TEXT_SIZE bytes; a matrix of them is ZDB_MAX_DIM adjacent buffers.
 #pragma once
 
-#include <algorithm>
 #include <cstring>
 
+#include "core/shortstring.h"
 #include "zdbcclib.h"
 
+// Short strings as callers pass them. A matrix of them is ZDB_MAX_DIM buffers of ZDB_TEXT_SIZE
+// bytes on end.
 namespace zdb {
 
 inline constexpr int kTextSize = ZDB_TEXT_SIZE;
 
-/// Converts a short string to a C string.
-/// REQUIRES `out` has room for kTextSize bytes.
+/// Makes a C string of a short string; `out` holds kTextSize bytes.
 inline char* shortToC(const char* shortString, char* out) {
-  const auto length = static_cast<unsigned char>(shortString[0]);
-  std::memcpy(out, shortString + 1, length);
-  out[length] = '\0';
+  out[readShort(shortString).copy(out, kMaxShortLength)] = '\0';
   return out;
 }
 
-/// Converts a C string to a short string. The length byte is the full length modulo 256, the
-/// characters are cut to 255.
+/// Makes a short string of a C string. Of a longer text, the length byte is the full length modulo
+/// 256.
 inline void cToShort(const char* text, char* out) {
-  const std::size_t length = std::strlen(text);
-  out[0] = static_cast<char>(length % 256);
-  std::memcpy(out + 1, text, std::min(length, std::size_t{255}));
+  writeShort(text, out);
+  out[0] = static_cast<char>(std::strlen(text) % 256);
 }
 
 /// Row `row` of a flat matrix of texts.
@@ -34,9 +30,9 @@ inline Char* rowOf(Char* matrix, int row) {
   return matrix + static_cast<std::ptrdiff_t>(row) * kTextSize;
 }
 
-/// Converts an argument of a short-string caller to that of our function, by type code. Texts that
-/// the function writes are converted back when the object is destroyed. Null arguments stay null.
-/// `rows` is the number of rows of text arrays.
+/// An argument on its way from a short-string caller to our function, by type code: made of the
+/// caller's argument, it gives ours, and texts that the function wrote are returned to the caller
+/// when it goes. Null arguments stay null. `rows` counts the rows of text arrays.
 template <int Code, typename T>
 class ShortArgument {
  public:
@@ -95,8 +91,7 @@ class ShortArgument<ZDB_CODE_TEXTS_IN, const char*> {
   bool isNull_;
 };
 
-/// The rows of a flat matrix as the array of texts that our functions take; null if the matrix
-/// is null.
+/// The rows of a flat matrix as the array of texts that our functions take; null for null.
 class FlatRows {
  public:
   explicit FlatRows(char* matrix) : isNull_(matrix == nullptr) {

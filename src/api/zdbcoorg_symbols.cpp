@@ -6,24 +6,12 @@
 #include "api/checks.h"
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
+#include "contract/names.h"
 #include "symbols/copysymbol.h"
 
 namespace zdb {
 
 namespace {
-
-/// Does not depend on the locale that the host has set.
-constexpr bool isLetter(char c) {
-  return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z');
-}
-constexpr bool isNamePart(char c) {
-  return isLetter(c) || (c >= '0' && c <= '9') || c == '_';
-}
-
-bool checkSymName(std::string_view name) {
-  return name.size() <= std::size_t{kMaxNameLength} && !name.empty() && isLetter(name[0]) &&
-         std::all_of(name.begin() + 1, name.end(), isNamePart);
-}
 
 bool dimAllowed(Call call, int dim, int type) {
   if (dim == 0 && type == TypeSet) {
@@ -36,7 +24,7 @@ bool dimAllowed(Call call, int dim, int type) {
 
 bool nameAndTextAllowed(Call call, const char* name, const char* explText) {
   if (name == nullptr) return call.db.setLastError("Name of symbol cannot be NULL");
-  if (!checkSymName(name)) {
+  if (!contract::isSymbolName(name)) {
     return call.db.setLastError("'%s' is not a valid name for a ZARN symbol", name);
   }
   return call.given(explText, "explText") && textFits(call, explText);

@@ -1,4 +1,4 @@
-// What every companion answers to a loader that checks signatures and version.
+// What every companion answers to a loader that checks its signatures and its version.
 #pragma once
 
 #include <algorithm>
@@ -12,15 +12,15 @@ namespace zdb::contract {
 inline constexpr int kMessageSize = 256;  ///< bytes of every message buffer
 
 template <typename... Values>
-int answer(int result, char* message, const char* format, Values... values) {
+int answer(int result, char* message, const char* format, Values... values) noexcept {
   if (message != nullptr) std::snprintf(message, kMessageSize, format, values...);
   return result;
 }
 
-/// Returns 1 if the interface has `function` with exactly these `argumentCount` + 1 codes;
-/// otherwise 0, with the reason in `message`, which may be null.
+/// 1 when the interface has `function` with exactly these codes, argumentCount + 1 of them.
+/// Otherwise 0 and the reason in `message`, which may be null.
 inline int checkSignature(const Interface& own, const char* function, int argumentCount,
-                          const int* codes, char* message) {
+                          const int* codes, char* message) noexcept {
   const char* name = function == nullptr ? "" : function;
   const auto found = std::find_if(
       own.functions.begin(), own.functions.end(),
@@ -37,10 +37,9 @@ inline int checkSignature(const Interface& own, const char* function, int argume
   return answer(1, message, "%s", "");
 }
 
-/// Compares the client's version with the interface's. Status 1: the same; 2: older, still
-/// supported; 3: newer; 0: too old, the only case in which the result is 0. `message` and `status`
-/// may be null.
-inline int checkVersion(const Interface& own, int clientApi, char* message, int* status) {
+/// Status 1: the same version as the client's; 2: the client's is older and still served; 3: the
+/// client's is newer; 0 and result 0: too old. `message` and `status` may be null.
+inline int checkVersion(const Interface& own, int clientApi, char* message, int* status) noexcept {
   int ignored = 0;
   int& state = status == nullptr ? ignored : *status;
   state = 0;

@@ -1,3 +1,4 @@
+// The type codes that describe the functions of a companion.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
-// The contract between the library and its companions: five interfaces, each with its functions
-// (the .def files of this folder), their type codes, version and exported names. The loaders ask
-// for these and the companions answer from them.
+// What the library and its companions have agreed on: the five interfaces, each with its functions
+// as a list (the .def files of this folder), their type codes, version and exported names. The
+// loaders ask for these and the companions answer from them.
 #pragma once
 
 #include <span>
@@ -11,17 +11,17 @@ namespace zdb::contract {
 
 /// An interface of a companion library.
 struct Interface {
-  const char* file;        ///< file name for the dynamic linker
-  const char* name;        ///< name of the library in messages
-  int version;             ///< version of the functions and their meanings
-  int oldestVersion;       ///< oldest client version that is supported
-  const char* decoration;  ///< prefix of the exported names
+  const char* file;        ///< the library's name for the dynamic linker
+  const char* name;        ///< what the library calls itself in messages
+  int version;             ///< of the calls and their meanings
+  int oldestVersion;       ///< from which on they are the same
+  const char* decoration;  ///< stands before the name of every function
   const char* create;      ///< makes an object
-  const char* createD;     ///< makes one with a directory; null if the library cannot
+  const char* createD;     ///< the same with a directory; null where there is none
   const char* free;
   const char* check;  ///< whether a function has these type codes
   const char* versionQuery;
-  const char* setLoadPath;  ///< this and the next may be missing from the library
+  const char* setLoadPath;  ///< this one and the next may be missing in the library
   const char* getLoadPath;
   std::span<const Signature> functions;
 };
@@ -84,74 +84,32 @@ inline constexpr Interface kZxf = {
     .functions = kZxfFunctions,
 };
 
+// The interfaces of the model kit, whose functions are named alike.
+#define ZDB_KIT_INTERFACE(x, library, ownVersion, makerInDirectory, list)      \
+  {                                                                            \
+    .file = "lib" library "64.so", .name = library, .version = ownVersion,     \
+    .oldestVersion = ownVersion, .decoration = "C", .create = #x "XCreate",    \
+    .createD = makerInDirectory, .free = #x "XFree", .check = "C" #x "XCheck", \
+    .versionQuery = "C" #x "XAPIVersion", .setLoadPath = "C" #x "SetLoadPath", \
+    .getLoadPath = "C" #x "GetLoadPath", .functions = list                     \
+  }
+
 /// Model instances.
-inline constexpr Interface kZmi = {
-    .file = "libzkitdclib64.so",
-    .name = "zkitdclib",
-    .version = 26,
-    .oldestVersion = 26,
-    .decoration = "C",
-    .create = "zmiXCreate",
-    .createD = "CzmiXCreateD",
-    .free = "zmiXFree",
-    .check = "CzmiXCheck",
-    .versionQuery = "CzmiXAPIVersion",
-    .setLoadPath = "CzmiSetLoadPath",
-    .getLoadPath = "CzmiGetLoadPath",
-    .functions = kZmiFunctions,
-};
+inline constexpr Interface kZmi =
+    ZDB_KIT_INTERFACE(zmi, "zkitdclib", 26, "CzmiXCreateD", kZmiFunctions);
 
 /// The environment that solves them.
-inline constexpr Interface kZrt = {
-    .file = "libzkitdclib64.so",
-    .name = "zkitdclib",
-    .version = 7,
-    .oldestVersion = 7,
-    .decoration = "C",
-    .create = "zrtXCreate",
-    .createD = "CzrtXCreateD",
-    .free = "zrtXFree",
-    .check = "CzrtXCheck",
-    .versionQuery = "CzrtXAPIVersion",
-    .setLoadPath = "CzrtSetLoadPath",
-    .getLoadPath = "CzrtGetLoadPath",
-    .functions = kZrtFunctions,
-};
+inline constexpr Interface kZrt =
+    ZDB_KIT_INTERFACE(zrt, "zkitdclib", 7, "CzrtXCreateD", kZrtFunctions);
 
 /// Their dictionaries.
-inline constexpr Interface kZlx = {
-    .file = "libzlxmdclib64.so",
-    .name = "zlxmdclib",
-    .version = 2,
-    .oldestVersion = 2,
-    .decoration = "C",
-    .create = "zlxXCreate",
-    .createD = "CzlxXCreateD",
-    .free = "zlxXFree",
-    .check = "CzlxXCheck",
-    .versionQuery = "CzlxXAPIVersion",
-    .setLoadPath = "CzlxSetLoadPath",
-    .getLoadPath = "CzlxGetLoadPath",
-    .functions = kZlxFunctions,
-};
+inline constexpr Interface kZlx =
+    ZDB_KIT_INTERFACE(zlx, "zlxmdclib", 2, "CzlxXCreateD", kZlxFunctions);
 
 /// The list of solvers.
-inline constexpr Interface kZst = {
-    .file = "libzkitdclib64.so",
-    .name = "zkitdclib",
-    .version = 4,
-    .oldestVersion = 4,
-    .decoration = "C",
-    .create = "zstXCreate",
-    .createD = nullptr,
-    .free = "zstXFree",
-    .check = "CzstXCheck",
-    .versionQuery = "CzstXAPIVersion",
-    .setLoadPath = "CzstSetLoadPath",
-    .getLoadPath = "CzstGetLoadPath",
-    .functions = kZstFunctions,
-};
+inline constexpr Interface kZst = ZDB_KIT_INTERFACE(zst, "zkitdclib", 4, nullptr, kZstFunctions);
 
+#undef ZDB_KIT_INTERFACE
 #undef ZDB_UNPACK
 #undef ZDB_DEFINE_SIGNATURE
 #undef ZDB_SIGNATURE

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "contract/names.h"
 #include "core/datasource.h"
 #include "core/functionref.h"
 #include "core/handlenotes.h"
@@ -25,8 +26,8 @@ enum SymbolType : int {
   TypeAlias = 4,
 };
 
-using dmap::kMaxDim;                        // maximum number of index positions
-inline constexpr int kMaxNameLength = 63;   ///< longest symbol name and label, in bytes
+using contract::kMaxNameLength;             ///< longest symbol name and label, in bytes
+using dmap::kMaxDim;                        // largest number of index positions
 inline constexpr int kMaxTextLength = 255;  ///< longest explanatory text, in bytes
 inline constexpr int kMaxValues = 5;        ///< level, marginal, lower, upper, scale
 

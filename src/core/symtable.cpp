@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "contract/names.h"
 #include "core/abstractzdbsymbol.h"
-#include "core/textutils.h"
 
 namespace zdb::symtable {
 
@@ -57,7 +57,7 @@ void TUMapSymbolTable::insert(const char* name, AbstractZDBSymbol* symbol) {
   makeRoom();
   symbols_.push_back(symbol);
   try {
-    positions_[zxf::utils::lowercase(name)] = size() - 1;
+    positions_[contract::lowerCase(name)] = size() - 1;
   } catch (...) {
     symbols_.pop_back();
     throw;
@@ -71,11 +71,11 @@ void TUMapSymbolTable::replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* 
 }
 
 AbstractZDBSymbol*& TUMapSymbolTable::operator[](const char* name) {
-  return symbols_[positions_.at(zxf::utils::lowercase(name))];
+  return symbols_[positions_.at(contract::lowerCase(name))];
 }
 
 bool TUMapSymbolTable::contains(const char* name) {
-  return positions_.contains(zxf::utils::lowercase(name));
+  return positions_.contains(contract::lowerCase(name));
 }
 
 }  // namespace zdb::symtable

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/shortstring.h"
+
 namespace zxf::utils {
 
 namespace {
@@ -11,26 +13,7 @@ bool isBlank(char c) {
   return static_cast<unsigned char>(c) <= 32;
 }
 
-template <typename Fold>
-std::string folded(std::string_view text, Fold fold) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(), fold);
-  return result;
-}
-
 }  // namespace
-
-std::string uppercase(std::string_view text) {
-  return folded(text, toupper);
-}
-std::string lowercase(std::string_view text) {
-  return folded(text, tolower);
-}
-
-bool sameTextInvariant(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [](char x, char y) { return tolower(x) == tolower(y); });
-}
 
 int strCompare(std::string_view a, std::string_view b, bool caseInsensitive) {
   if (a.empty() || b.empty()) return (b.empty() ? 1 : 0) - (a.empty() ? 1 : 0);
@@ -62,10 +45,9 @@ const char* trimRight(const char* text, char* buffer, int& length) {
 
 int strConvCppToDelphi(std::string_view text, char* out) {
   constexpr std::string_view tooLong = "Error: Maximum short string length is 255 characters!";
-  const std::string_view written = text.size() < 256 ? text : tooLong;
-  out[0] = static_cast<char>(written.size());
-  std::memcpy(out + 1, written.data(), written.size());
-  return text.size() < 256 ? 0 : static_cast<int>(tooLong.size());
+  if (zdb::writeShort(text, out)) return 0;
+  zdb::writeShort(tooLong, out);
+  return static_cast<int>(tooLong.size());
 }
 
 std::vector<std::size_t> substrPositions(std::string_view text, std::string_view pattern) {

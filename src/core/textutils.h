@@ -7,21 +7,23 @@
 #include <string_view>
 #include <vector>
 
+#include "contract/names.h"
+
 /// Text functions that know ASCII letters only and do not depend on the locale.
 namespace zxf::utils {
 
 inline constexpr char toupper(char c) {
-  return c >= 'a' && c <= 'z' ? static_cast<char>(c ^ 32) : c;
-}
-inline constexpr char tolower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c ^ 32) : c;
+  return zdb::contract::upperCase(c);
 }
 
-std::string uppercase(std::string_view text);
-std::string lowercase(std::string_view text);
+inline std::string uppercase(std::string_view text) {
+  return zdb::contract::upperCase(text);
+}
 
 /// Whether the texts are equal after folding the letters A to Z.
-bool sameTextInvariant(std::string_view a, std::string_view b);
+constexpr bool sameTextInvariant(std::string_view a, std::string_view b) {
+  return zdb::contract::isSameText(a, b);
+}
 
 /// Negative, 0 or positive if `a` comes before, is equal to or comes after `b`: the difference of
 /// the first bytes that differ, else of the lengths. An empty text comes before all others.

@@ -2,20 +2,18 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstring>
 
+#include "contract/names.h"
 #include "core/message.h"
 
 namespace zdb::uellist {
 
 namespace {
 
-constexpr int kMaxLabelLength = 63;
+constexpr int kMaxLabelLength = contract::kMaxNameLength;
 constexpr const char* kMixedQuotes = "Label with single and double quote not allowed >%s<";
 constexpr const char* kTooLong = "Label exceeds maximum size of %d: >%s<";
-
-constexpr auto ascii_toupper_char = zxf::utils::toupper;
 
 /// isspace of the C locale: labels are always read as in that locale.
 constexpr bool isWhiteSpace(char c) {
@@ -26,7 +24,9 @@ enum CharacterClass : unsigned char { Plain = 0, Single = 1, Double = 2, Control
 
 constexpr std::array<unsigned char, 256> kClasses = [] {
   std::array<unsigned char, 256> classes{};
-  for (int c = 0; c < 32; ++c) classes[c] = Control;
+  for (int c = 0; c < 256; ++c) {
+    if (contract::isControl(static_cast<char>(c))) classes[c] = Control;
+  }
   classes['\''] = Single;
   classes['"'] = Double;
   return classes;
@@ -119,8 +119,7 @@ bool UnorderedMapUELList::makeKey(const char* text, std::string& key) const {
     writeMessage(errorText_, kTooLong, kMaxLabelLength, text);
     return false;
   }
-  key.assign(text, length);
-  std::transform(key.begin(), key.end(), key.begin(), ascii_toupper_char);
+  key = contract::upperCase({text, length});
   return true;
 }
 

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/shortstring.h"
+
 namespace zdb {
 
 int ZDB::debugLevel = 0;
@@ -44,9 +46,7 @@ void ZDB::PrintLog(const char* text) const {
     return;
   }
   char shortString[256] = {};
-  const std::size_t length = std::min(std::strlen(text), std::size_t{255});
-  shortString[0] = static_cast<char>(length);
-  std::copy_n(text, length, shortString + 1);
+  writeShort(text, shortString);
   log_.print(shortString, log_.user);
 }
 

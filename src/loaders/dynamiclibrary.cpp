@@ -2,11 +2,12 @@
 
 #include <dlfcn.h>
 
-#include <cctype>
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
+
+#include "contract/names.h"
 
 namespace zdb::loaders {
 
@@ -23,10 +24,10 @@ bool buildPath(char (&path)[kPathSize], const char* dir, const char* file) {
   return std::snprintf(path, kPathSize, "%s%s%s", length > 0 ? dir : "", slash, file) < kPathSize;
 }
 
-void* findConverted(void* library, const char* name, int (*convert)(int)) {
+void* findConverted(void* library, const char* name, char (*convert)(char)) {
   char converted[kNameSize] = {};
   for (std::size_t i = 0; name[i] != '\0' && i + 1 < kNameSize; ++i)
-    converted[i] = static_cast<char>(convert(static_cast<unsigned char>(name[i])));
+    converted[i] = convert(name[i]);
   return dlsym(library, converted);
 }
 
@@ -47,9 +48,9 @@ void closeLibrary(void* library) {
 }
 
 void* loadSym(void* library, const char* name, const char*& error) {
-  void* symbol = findConverted(library, name, std::tolower);
+  void* symbol = findConverted(library, name, contract::lowerCase);
   if (symbol == nullptr) symbol = dlsym(library, name);
-  if (symbol == nullptr) symbol = findConverted(library, name, std::toupper);
+  if (symbol == nullptr) symbol = findConverted(library, name, contract::upperCase);
   error = symbol == nullptr ? dlerror() : nullptr;
   return symbol;
 }

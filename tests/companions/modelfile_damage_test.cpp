@@ -12,7 +12,7 @@
 #include <memory>
 #include <thread>
 
-#include "kit/modelfile_wire.h"
+#include "kit/modelfile/wire.h"
 #include "modelfile_testing.h"
 
 namespace {

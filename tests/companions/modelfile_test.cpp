@@ -1,5 +1,5 @@
 // Model files beside what GLPK itself makes of them.
-#include "kit/modelfile.h"
+#include "kit/modelfile/read.h"
 
 #include <glpk.h>
 

@@ -7,14 +7,15 @@
 #include <cmath>
 #include <string>
 
-#include "kit/modelfile.h"
-#include "kit/modelfile_build.h"
+#include "kit/modelfile/build.h"
+#include "kit/modelfile/errors.h"
+#include "kit/modelfile/read.h"
 #include "support/files.h"
 #include "zkitdclib.h"
 
 namespace modelfiletest {
 
-using namespace zkitfile;
+using namespace zdb::kit::modelfile;
 using testsupport::readFile;
 using testsupport::TemporaryFolder;
 

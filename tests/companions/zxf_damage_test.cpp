@@ -14,7 +14,7 @@
 namespace {
 
 using namespace zxftest;
-using zxfile::Bytes;
+using zdb::zxfile::Bytes;
 
 // The first error of reading everything, or None. The file lies in memory: there are thousands.
 Errc errorOf(const Bytes& bytes) {
@@ -96,10 +96,10 @@ TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
   const Bytes good =
       bytesOf({makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   // Where the header says that the labels begin: a stream's method, its size and the size stored.
-  const auto labels = zxfile::loadInt<std::uint64_t>(good.data() + 40);
+  const auto labels = zdb::zxfile::loadInt<std::uint64_t>(good.data() + 40);
   // Where the block of p begins: three tokens of keys after the three bytes of a stream's header, a
   // stream of one byte, a column.
-  const std::size_t block = zxfile::kHeaderSize + zxfile::kBlockHeaderSize;
+  const std::size_t block = zdb::zxfile::kHeaderSize + zdb::zxfile::kBlockHeaderSize;
   const struct {
     const char* name;
     std::size_t at;
@@ -137,7 +137,7 @@ TEST(ZxfDamage, Lies_AreRefusedBeforeMemoryIsTaken) {
 // The directory of a file with damaged records can be read, and so can its other symbols.
 TEST(ZxfDamage, OneDamagedBlock_LeavesTheOthersReadable) {
   const TemporaryFolder folder;
-  const Bytes bad = flipped(bytesOf(smallContent()), zxfile::kHeaderSize + 30, 1);
+  const Bytes bad = flipped(bytesOf(smallContent()), zdb::zxfile::kHeaderSize + 30, 1);
   const std::string path = folder.write("a", {bad.begin(), bad.end()});
   std::vector<int> errors;
   Content expected = smallContent();

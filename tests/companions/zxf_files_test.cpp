@@ -34,7 +34,7 @@ extern "C" int __wrap_fchmod(int fd, mode_t mode) {
 namespace {
 
 using namespace zxftest;
-using zxfile::OutputFile;
+using zdb::zxfile::OutputFile;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
@@ -154,7 +154,7 @@ TEST_F(ZxfFiles, MemoryThatRunsOut_LeavesNoNamedTemporary) {
   for (std::uint64_t number = 1, failed = 1; failed == 1; ++number) {
     const zdb::test::Allocations allocations(number);
     try {
-      OutputFile(a_.c_str(), OutputFile::Naming::Named).append(zxfile::Bytes(10));
+      OutputFile(a_.c_str(), OutputFile::Naming::Named).append(zdb::zxfile::Bytes(10));
     } catch (const std::bad_alloc&) {
     }
     failed = allocations.hasFailed() ? 1 : 0;
@@ -193,8 +193,8 @@ TEST_F(ZxfFiles, NamedTemporary_IsPrivateAndReplacesOrIsRemoved) {
     EXPECT_EQ(modeBeforeLastChange, 0600U);
     EXPECT_EQ(namesIn(folder_).size(), 3U);
     for (const std::size_t size : {10U, 1000000U}) {
-      abandoned.append(zxfile::ByteSpan(bytes).first(size));
-      file.append(zxfile::ByteSpan(bytes).first(size));
+      abandoned.append(zdb::zxfile::ByteSpan(bytes).first(size));
+      file.append(zdb::zxfile::ByteSpan(bytes).first(size));
     }
     EXPECT_EQ(file.size(), 1000010U);
     EXPECT_EQ(readContent(a_), smallContent());

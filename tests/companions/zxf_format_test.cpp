@@ -118,15 +118,15 @@ void expectDocumented(Structure structure) {
 }
 
 TEST(ZxfFormat, FieldTablesInTheDocumentation_AreTheFieldLists) {
-  expectDocumented(zxfile::FileHeader{});
-  expectDocumented(zxfile::BlockHeader{});
-  expectDocumented(zxfile::StreamHeader{});
-  zxfile::SymbolEntry entry;
-  entry.domainKind = zxfile::DomainKind::Relaxed;
+  expectDocumented(zdb::zxfile::FileHeader{});
+  expectDocumented(zdb::zxfile::BlockHeader{});
+  expectDocumented(zdb::zxfile::StreamHeader{});
+  zdb::zxfile::SymbolEntry entry;
+  entry.domainKind = zdb::zxfile::DomainKind::Relaxed;
   expectDocumented(entry);
-  zxfile::ColumnHeader column;
+  zdb::zxfile::ColumnHeader column;
   expectDocumented(column);
-  column.kind = zxfile::ColumnKind::Decimal;
+  column.kind = zdb::zxfile::ColumnKind::Decimal;
   expectDocumented(column);
 }
 

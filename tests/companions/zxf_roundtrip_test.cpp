@@ -15,7 +15,7 @@ namespace {
 using namespace zxftest;
 using Value = std::function<double(int)>;
 
-constexpr int kBlock = zxfile::kMaxBlockRecords;
+constexpr int kBlock = zdb::zxfile::kMaxBlockRecords;
 
 // A parameter over one dimension whose n-th value, from 0, is value(n).
 Symbol column(std::string name, int count, const Value& value) {
@@ -83,14 +83,15 @@ Content columns() {
   const double nan = std::bit_cast<double>(0x7FF8000000000123);
   const auto noise = [&](int) { return std::bit_cast<double>(random() & 0x7FEFFFFFFFFFFFFF); };
   Content content{makeLabels(20000)};
-  content.symbols = {column("noise", 20000, noise),
-                     column("constant", 300, [&](int) { return nan; }),
-                     column("decimals15", 300, [](int i) { return i * 1001 / 1e15; }),
-                     column("special", 300, [](int) { return kInfinity; }),
-                     column("specials", 300, [](int i) { return zxfile::kDefaultSpecials[i % 5]; }),
-                     column("lessOne", kBlock - 1, [](int i) { return i; }),
-                     column("block", kBlock, [](int i) { return i * 0.5; }),
-                     column("andOne", kBlock + 1, [](int) { return 7.0; })};
+  content.symbols = {
+      column("noise", 20000, noise),
+      column("constant", 300, [&](int) { return nan; }),
+      column("decimals15", 300, [](int i) { return i * 1001 / 1e15; }),
+      column("special", 300, [](int) { return kInfinity; }),
+      column("specials", 300, [](int i) { return zdb::zxfile::kDefaultSpecials[i % 5]; }),
+      column("lessOne", kBlock - 1, [](int i) { return i; }),
+      column("block", kBlock, [](int i) { return i * 0.5; }),
+      column("andOne", kBlock + 1, [](int) { return 7.0; })};
   for (int seed = 1; seed <= 200; ++seed) content.symbols.push_back(mixedColumn(seed));
   return content;
 }
@@ -156,7 +157,7 @@ TEST(ZxfRoundTrip, OrdinaryData_TakesLittleSpace) {
   // 20 bits of value, hardly anything for consecutive keys.
   EXPECT_LT(size({labels.labels, {}, {column("p", count, price)}}) - size(labels), count * 3);
   EXPECT_LT(size(labels), count * 3.5);  // "l12345"
-  EXPECT_LT(size(repeatedTexts()), 20000 * 201 / zxfile::kMaxExpansion);
+  EXPECT_LT(size(repeatedTexts()), 20000 * 201 / zdb::zxfile::kMaxExpansion);
 }
 
 }  // namespace

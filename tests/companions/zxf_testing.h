@@ -15,7 +15,7 @@
 namespace zxftest {
 
 using testsupport::TemporaryFolder;
-using zxfile::Errc;
+using zdb::zxfile::Errc;
 
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
 

@@ -24,7 +24,7 @@ TEST(TextUtils, Comparisons_FoldAsciiLettersOnly) {
     EXPECT_EQ(sameTextInvariant(c.a, c.b), strCompare(c.a, c.b) == 0) << c.a << "|" << c.b;
   }
   EXPECT_EQ(uppercase("azAZ{`\xe4"), "AZAZ{`\xe4");
-  EXPECT_EQ(lowercase("azAZ[@\xc4"), "azaz[@\xc4");
+  EXPECT_EQ(zdb::contract::lowerCase("azAZ[@\xc4"), "azaz[@\xc4");
 }
 
 TEST(TextUtils, Trim_CutsBytesOf32AndBelowOnly) {

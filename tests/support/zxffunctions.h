@@ -15,7 +15,7 @@ inline zdb::script::FunctionTable functionTable() {
 #define ZDB_FUNCTION(name, result, parameters, codes) \
   table.emplace(#name, zdb::script::Function::make(#name, &C__##name, true));
 #include "contract/zxffunctions.def"
-  std::erase_if(table, [](const auto& each) { return !zxfile::isOffered(each.first); });
+  std::erase_if(table, [](const auto& each) { return !zdb::zxfile::isOffered(each.first); });
   return table;
 }
 

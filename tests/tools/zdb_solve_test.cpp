@@ -112,6 +112,8 @@ TEST_F(ZdbSolve, Sweep_IsATableOfScenariosOrSaysWhatIsWrong) {
       {"name,need[energy\na,1\n", sweep, 1, "is not an entry: write symbol[label,label]"},
       {"name,need[,]\na,1\n", sweep, 1, "is not an entry"},
       {"name,need['energy' or]\na,1\n", sweep, 1, "is not an entry"},
+      {"name,need['energy'x]\na,1\n", sweep, 1, "is not an entry"},
+      {"name,need['energy]\na,1\n", sweep, 1, "is not an entry"},
       {"name,need['it''s']\na,1\n", sweep, 1, "labels that are not in the model"},
       {"name,cost\na,1\n", sweep, 1, "no updatable parameter cost"},
       {"name,need[energy]\na,1,2\n", sweep, 1, "a.csv: row 2: 3 fields, but the heading has 2"},

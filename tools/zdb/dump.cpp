@@ -1,11 +1,11 @@
 // zdb dump: the records of one symbol, or of all, as CSV.
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 #include <memory>
 #include <set>
 
 #include "commands.h"
+#include "contract/names.h"
 #include "csvwriter.h"
 #include "database.h"
 #include "values.h"
@@ -26,12 +26,6 @@ std::vector<std::string> valueColumns(const Symbol& symbol) {
   return {"level", "marginal", "lower", "upper", "scale"};
 }
 
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return text;
-}
-
 /// Key columns have the names of their domains. Programs that read CSV need distinct names, so a
 /// second "city" becomes "city_2".
 std::vector<std::string> columnNames(const Symbol& symbol) {
@@ -41,7 +35,7 @@ std::vector<std::string> columnNames(const Symbol& symbol) {
   for (const Domain& domain : symbol.domains) {
     const std::string wanted = domain.name == "*" ? "label" : domain.name;
     std::string name = wanted;
-    for (int n = 2; !used.insert(lowerCase(name)).second; ++n) {
+    for (int n = 2; !used.insert(zdb::contract::lowerCase(name)).second; ++n) {
       name = wanted + '_' + std::to_string(n);
     }
     names.push_back(name);

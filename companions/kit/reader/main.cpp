@@ -1,4 +1,4 @@
-// The program that the kit starts to translate one model file, see modelfile_protocol.h.
+// The program that the kit starts to translate one model file, see modelfile/protocol.h.
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/resource.h>
@@ -11,12 +11,12 @@
 #include <new>
 #include <string_view>
 
-#include "kit/modelfile_protocol.h"
+#include "kit/modelfile/protocol.h"
 #include "kit/reader/translator.h"
 
 namespace {
 
-using namespace zkitfile;
+using namespace zdb::kit::modelfile;
 
 // GLPK needs about 2 KB for each value that is defined by the one before it. Only what is used of
 // the stack takes memory.

@@ -4,9 +4,9 @@
 
 #include <cerrno>
 
-#include "kit/modelfile_protocol.h"
+#include "kit/modelfile/protocol.h"
 
-namespace zkitfile {
+namespace zdb::kit::modelfile {
 
 namespace {
 
@@ -36,4 +36,4 @@ void fail(const std::string& text) {
   end(kFailure, text);
 }
 
-}  // namespace zkitfile
+}  // namespace zdb::kit::modelfile

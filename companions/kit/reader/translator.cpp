@@ -8,10 +8,11 @@
 #include <limits>
 #include <vector>
 
-#include "kit/modelfile_wire.h"
+#include "kit/modelfile/text.h"
+#include "kit/modelfile/wire.h"
 #include "kit/reader/reply.h"
 
-namespace zkitfile {
+namespace zdb::kit::modelfile {
 
 namespace {
 
@@ -56,7 +57,7 @@ struct Progress {
   const Translation& task;
   Terminal terminal;
 
-  [[noreturn]] void fail() const { zkitfile::fail(terminal.complaint(task.model, task.data)); }
+  [[noreturn]] void fail() const { modelfile::fail(terminal.complaint(task.model, task.data)); }
 };
 
 int onTerminal(void* info, const char* text) {
@@ -161,4 +162,4 @@ void translateWithGlpk(const Translation& task) {
   succeed(packModel(takeModel(problem)));
 }
 
-}  // namespace zkitfile
+}  // namespace zdb::kit::modelfile

@@ -1,15 +1,15 @@
+// What the reader program does.
 #pragma once
 
 #include <string>
 
-#include "kit/modelfile.h"
-#include "kit/modelfile_format.h"
+#include "kit/modelfile/format.h"
 
-namespace zkitfile {
+namespace zdb::kit::modelfile {
 
-// A text that GLPK reads by its path, and the name by which messages call it.
+/// A text that GLPK reads by its path, and the name by which messages call it.
 struct GlpkSource {
-  std::string path;  // empty: none
+  std::string path;  ///< empty: none
   std::string name;
 };
 
@@ -17,12 +17,12 @@ struct Translation {
   FileFormat format;
   GlpkSource model;
   GlpkSource data;
-  int megabytes;  // that GLPK may take, 0: half of the machine's memory
+  int megabytes;  ///< that GLPK may take, 0: half of the machine's memory
 };
 
-// Translates a model with GLPK's readers and sends it, packed, as the reply; or the text of GLPK's
-// complaint, "NAME:LINE: what". Never returns: where GLPK meets an error of its own, there is no
-// way on. Throws nothing but std::bad_alloc.
+/// Translates a model with GLPK's readers and sends it, packed, as the reply; or the text of GLPK's
+/// complaint, "NAME:LINE: what". Never returns: where GLPK meets an error of its own, there is no
+/// way on. Throws nothing but std::bad_alloc.
 [[noreturn]] void translateWithGlpk(const Translation& task);
 
-}  // namespace zkitfile
+}  // namespace zdb::kit::modelfile

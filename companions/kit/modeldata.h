@@ -1,0 +1,52 @@
+// What a model says.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kit/dictionary.h"
+
+namespace zdb::kit {
+
+enum RowType : int { EqualRow = 0, GreaterRow = 1, LessRow = 2, FreeRow = 3 };
+
+struct ColumnData {
+  double lower = 0.0;  ///< infinite bounds are infinities
+  double upper = 0.0;
+  double level = 0.0;
+  bool isInteger = false;
+  bool isParameter = false;
+};
+
+struct RowData {
+  int type = EqualRow;
+  double rhs = 0.0;
+  double constant = 0.0;  ///< on the left-hand side
+};
+
+struct Coefficient {
+  int row;
+  int column;
+  double value;
+};
+
+/// value * column1 * column2; column1 is a parameter.
+struct Product {
+  int row;
+  int column1;
+  int column2;
+  double value;
+};
+
+struct ModelData {
+  std::string name;
+  Dictionary dictionary;
+  std::vector<ColumnData> columns;
+  std::vector<RowData> rows;
+  std::vector<Coefficient> coefficients;  ///< as they came; those of one place add up
+  std::vector<Product> products;          ///< likewise
+  int objective = -1;
+  int direction = 1;
+};
+
+}  // namespace zdb::kit

@@ -1,0 +1,42 @@
+#include <new>
+
+#include "kit/modelfile/build.h"
+#include "kit/modelfile/errors.h"
+#include "kit/modelfile/read.h"
+#include "shared/boundary.h"
+#include "zkitdclib.h"
+
+using namespace zdb::kit::modelfile;
+using namespace zdb::boundary;
+
+namespace {
+
+void tell(const std::exception& error, const char* file, char* message, int size) {
+  const auto* complaint = dynamic_cast<const Complaint*>(&error);
+  if (complaint != nullptr) {
+    copyText(complaint->of(file).what(), message, size);
+  } else if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
+    copyText("not enough memory to read the model file", message, size);
+  } else {
+    copyText(error.what(), message, size);
+  }
+}
+
+}  // namespace
+
+int zkitReadModel(const char* file, const char* data, const char* systemDirectory, void** instance,
+                  char* message, int size) {
+  copyText("", message, size);
+  if (instance == nullptr) {
+    copyText("the output for the instance must not be null", message, size);
+    return 0;
+  }
+  *instance = nullptr;
+  const auto read = [=]() -> void* {
+    if (file == nullptr) throw FileError("no model file given");
+    return buildInstance(readModelFile(file, data), systemDirectory);
+  };
+  *instance = guarded(static_cast<void*>(nullptr), read,
+                      [=](const std::exception& error) { tell(error, file, message, size); });
+  return *instance == nullptr ? 0 : 1;
+}

@@ -1,0 +1,157 @@
+#include "kit/modelfile/build.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "kit/error.h"
+#include "kit/instance.h"
+#include "kit/modelbuilder.h"
+#include "kit/modelfile/errors.h"
+#include "kit/modelfile/plan.h"
+
+namespace zdb::kit::modelfile {
+
+namespace {
+
+// A step of building. What the kit refuses is shown with the name in the file that it is about.
+template <typename Step>
+auto named(const std::string& name, Step step) {
+  try {
+    return step();
+  } catch (const KitError& error) {
+    throw Complaint((name.empty() ? "" : "name \"" + name + "\": ") + error.what());
+  }
+}
+
+template <typename Step>
+auto unnamed(Step step) {
+  return named("", step);
+}
+
+class Labels {
+ public:
+  explicit Labels(const Placement& placement) {
+    for (std::size_t d = 0; d < placement.labels.size(); ++d) {
+      labels_[d] = placement.labels[d].c_str();
+    }
+  }
+  const char* const* data() const { return labels_.data(); }
+
+ private:
+  std::array<const char*, kMaxDim> labels_{};
+};
+
+// Rows and columns count from 1 here and from 0 in the kit.
+class Builder {
+ public:
+  explicit Builder(const FileModel& file)
+      : file_(file), plan_(planModel(file)), model_(file.name) {}
+
+  Instance* build(const char* systemDirectory) {
+    addSymbols(plan_.columnSymbols, VariableSymbol, columnSymbols_);
+    addSymbols(plan_.rowSymbols, EquationSymbol, rowSymbols_);
+    for (std::size_t j = 1; j <= plan_.columns.size(); ++j) addColumn(static_cast<int>(j));
+    for (std::size_t i = 1; i <= plan_.rows.size(); ++i) addRow(static_cast<int>(i));
+    return unnamed([&] {
+      addTerms();
+      addSlacks();
+      if (plan_.objectiveColumn > 0) addObjective();
+      return new Instance(model_.data(), systemDirectory);
+    });
+  }
+
+ private:
+  void addSymbols(const PlannedSymbols& symbols, int type, std::vector<int>& numbers) {
+    for (const PlannedSymbol& symbol : symbols.all()) {
+      const std::string text = symbol.written == symbol.name ? "" : symbol.written;
+      numbers.push_back(named(symbol.example, [&] {
+        return model_.addSymbol(symbol.name, type, symbol.dim, text, 0);
+      }));
+    }
+  }
+
+  // What a column is: of the file, the slack of a range row, or the objective.
+  FileColumn columnOf(int number) const {
+    const auto index = static_cast<std::size_t>(number) - 1;
+    if (index < file_.columns.size()) return file_.columns[index];
+    if (number == plan_.objectiveColumn) return {file_.objectiveName, -INFINITY, INFINITY, false};
+    const FileRow& row = file_.rows[plan_.rangeRows[index - file_.columns.size()] - 1];
+    return {row.name, row.lower, row.upper, false};
+  }
+
+  void addColumn(int number) {
+    const FileColumn column = columnOf(number);
+    const Placement& at = plan_.columns[number - 1];
+    const double level = std::max(column.lower, std::min(column.upper, 0.0));
+    const bool isParameter = isParameterName(plan_.columnSymbols.all()[at.symbol].name);
+    named(column.name, [&] {
+      const int made = model_.addColumn(columnSymbols_[at.symbol], Labels(at).data(), column.lower,
+                                        column.upper, level);
+      if (column.isInteger && !isParameter) model_.setInteger(made, true);
+    });
+  }
+
+  static int typeOf(const FileRow& row) {
+    const bool hasLower = std::isfinite(row.lower);
+    const bool hasUpper = std::isfinite(row.upper);
+    if (hasLower && hasUpper) return EqualRow;  // of a range too, with its slack
+    if (hasLower) return GreaterRow;
+    return hasUpper ? LessRow : FreeRow;
+  }
+
+  void addRow(int number) {
+    const FileRow row = number == plan_.objectiveRow ? FileRow{file_.objectiveName, 0.0, 0.0}
+                                                     : file_.rows[number - 1];
+    const int type = typeOf(row);
+    const double bound = type == LessRow ? row.upper : row.lower;
+    const double rhs = type == FreeRow || isRange(row) ? 0.0 : bound;
+    const Placement& at = plan_.rows[number - 1];
+    named(row.name,
+          [&] { return model_.addRow(rowSymbols_[at.symbol], Labels(at).data(), type, rhs); });
+  }
+
+  void coefficient(int row, int column, double value) {
+    model_.addCoefficient(row - 1, column - 1, value);
+  }
+
+  // The objective's terms stand on the left-hand side of its row, opposite its column. Where the
+  // file lists that row, it repeats them.
+  void addTerms() {
+    const int objective = plan_.objectiveRow;
+    for (const FileCoefficient& term : file_.coefficients) {
+      if (term.row == 0 && objective > 0) coefficient(objective, term.column, -term.value);
+      if (term.row > 0 && term.row != objective) coefficient(term.row, term.column, term.value);
+    }
+    for (const FileProduct& term : file_.products) {
+      const int row = term.row == 0 ? objective : term.row;
+      const double value = term.row == 0 ? -term.value : term.value;
+      model_.addProduct(row - 1, term.column1 - 1, term.column2 - 1, value);
+    }
+  }
+
+  void addSlacks() {
+    int slack = static_cast<int>(file_.columns.size());
+    for (const int row : plan_.rangeRows) coefficient(row, ++slack, -1.0);
+  }
+
+  void addObjective() {
+    coefficient(plan_.objectiveRow, plan_.objectiveColumn, 1.0);
+    model_.addConstant(plan_.objectiveRow - 1, -file_.objectiveConstant);
+    model_.setObjective(plan_.objectiveColumn - 1, file_.maximize ? -1 : 1);
+  }
+
+  const FileModel& file_;
+  ModelPlan plan_;
+  ModelBuilder model_;
+  std::vector<int> columnSymbols_;  // their numbers in the model
+  std::vector<int> rowSymbols_;
+};
+
+}  // namespace
+
+Instance* buildInstance(const FileModel& file, const char* systemDirectory) {
+  return Builder(file).build(systemDirectory);
+}
+
+}  // namespace zdb::kit::modelfile

@@ -1,0 +1,46 @@
+// Sections of MPS files that GLPK does not know.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "kit/modelfile/filemodel.h"
+#include "kit/modelfile/format.h"
+
+namespace zdb::kit::modelfile {
+
+/// The sections of an MPS file that GLPK does not know. Matrix entries are kept as written, with
+/// the number of their line.
+///
+///   OBJSENSE    MAX or MIN, on the same line or the next
+///   QUADOBJ     objective x'Qx/2, one triangle of Q (also QSECTION without a name)
+///   QMATRIX     objective x'Qx/2, the whole symmetric Q
+///   QSECTION r  row r, x'Qx/2, one triangle of Q
+///   QCMATRIX r  row r, x'Qx, the whole symmetric Q
+struct MpsMatrix {
+  std::string row;  ///< empty: the objective
+  bool isWhole = false;
+  double factor = 1.0;  ///< before x'Qx
+  int line = 0;
+  struct Entry {
+    std::string column1;
+    std::string column2;
+    double value;
+    int line;
+  };
+  std::vector<Entry> entries;
+};
+
+struct MpsExtras {
+  bool maximize = false;
+  std::vector<MpsMatrix> matrices;
+};
+
+/// Takes the sections above out of a text: their lines become comments, so that line numbers stay.
+/// Throws Complaint.
+MpsExtras takeMpsExtras(std::string& text, FileFormat format);
+
+/// Puts them into the model read from the rest. Throws Complaint.
+void addMpsExtras(FileModel& model, const MpsExtras& extras);
+
+}  // namespace zdb::kit::modelfile

@@ -1,0 +1,51 @@
+#include "kit/modelfile/names.h"
+
+#include <string_view>
+#include <utility>
+
+#include "contract/entryname.h"
+#include "kit/modelfile/errors.h"
+#include "kit/names.h"
+
+namespace zdb::kit::modelfile {
+
+namespace {
+
+constexpr std::string_view kReplaced = " .-+/:&$%#@!~|?;=<>*^`";
+
+[[noreturn]] void fail(const std::string& name, const std::string& why) {
+  throw Complaint("name \"" + name + "\" cannot become a symbol with labels: " + why);
+}
+
+std::string symbolOf(std::string_view written) {
+  std::string symbol(written);
+  for (char& c : symbol) {
+    if (kReplaced.find(c) != std::string_view::npos) c = '_';
+  }
+  return symbol;
+}
+
+}  // namespace
+
+SymbolicName parseName(const std::string& name) {
+  if (name.empty()) throw Complaint("a row or column without a name");
+  contract::EntryName entry =
+      contract::readEntryName(name, contract::PlainLabels::NoBracketsAndQuotes);
+  SymbolicName result{symbolOf(entry.symbol), std::string(entry.symbol), std::move(entry.labels)};
+  if (!isSymbolName(result.symbol)) {
+    fail(name, "a symbol is a letter, then letters, digits and underscores, at most 63 characters");
+  }
+  for (std::size_t k = 0; k < result.labels.size(); ++k) {
+    if (!isLabel(result.labels[k])) {
+      fail(name,
+           "the label \"" + result.labels[k] +
+               "\" is empty, has more than 63 characters, a control character or both kinds of "
+               "quotes");
+    }
+    if (k >= kMaxDim) fail(name, "more than 20 labels");
+  }
+  if (!entry.fault.empty()) fail(name, entry.fault);
+  return result;
+}
+
+}  // namespace zdb::kit::modelfile

@@ -1,0 +1,247 @@
+#include "kit/modelfile/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstring>
+
+#include "kit/environment.h"
+#include "kit/modelfile/errors.h"
+#include "kit/modelfile/protocol.h"
+
+namespace zdb::kit::modelfile {
+
+namespace {
+
+// Owns a descriptor, with a number above those that the program is to find: what is to become the
+// one must not be overwritten by the other.
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {
+    if (number < 0 || number > kDataDescriptor) return;
+    number_ = fcntl(number, F_DUPFD_CLOEXEC, kDataDescriptor + 1);
+    ::close(number);
+  }
+  ~Descriptor() { close(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int number() const { return number_; }
+  void close() {
+    if (number_ >= 0) ::close(number_);
+    number_ = -1;
+  }
+
+ private:
+  int number_;
+};
+
+void writeAll(int descriptor, const std::string& bytes) {
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) throw Complaint("not enough memory for the content of the file");
+    done += static_cast<std::size_t>(written);
+  }
+}
+
+// A file without a name, in memory.
+class MemoryFile {
+ public:
+  explicit MemoryFile(const std::string& content)
+      : descriptor_(memfd_create("model", MFD_CLOEXEC)) {
+    if (number() < 0) throw Complaint("cannot make a file in memory");
+    writeAll(number(), content);
+  }
+
+  int number() const { return descriptor_.number(); }
+
+ private:
+  Descriptor descriptor_;
+};
+
+class Pipe {
+ public:
+  Pipe() : Pipe(makeEnds()) {
+    if (reading() < 0 || writing() < 0) throw Complaint("cannot make a pipe to a new process");
+  }
+
+  int reading() const { return reading_.number(); }
+  int writing() const { return writing_.number(); }
+  void closeWriting() { writing_.close(); }
+
+ private:
+  using Ends = std::array<int, 2>;
+
+  static Ends makeEnds() {
+    Ends ends = {-1, -1};
+    return pipe2(ends.data(), O_CLOEXEC) == 0 ? ends : Ends{-1, -1};
+  }
+  explicit Pipe(const Ends& ends) : reading_(ends[0]), writing_(ends[1]) {}
+
+  Descriptor reading_;
+  Descriptor writing_;
+};
+
+// Beside the kit's library; a program that has the kit built in may stand in a folder beside that
+// of the libraries.
+std::string readerProgram() {
+  const std::string& folder = kit::ownDirectory();
+  std::string program = folder + kReaderProgram;
+  if (access(program.c_str(), X_OK) == 0) return program;
+  const std::string other = folder + "../lib/" + kReaderProgram;
+  return access(other.c_str(), X_OK) == 0 ? other : program;
+}
+
+// What the program starts with: descriptors in their places, standard streams that lead nowhere,
+// and signals as in a new program.
+class Start {
+ public:
+  Start(int reply, int model, int data) {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+      posix_spawn_file_actions_addopen(&actions_, stream, "/dev/null", O_RDWR, 0);
+    }
+    posix_spawn_file_actions_adddup2(&actions_, reply, kReplyDescriptor);
+    posix_spawn_file_actions_adddup2(&actions_, model, kModelDescriptor);
+    posix_spawn_file_actions_adddup2(&actions_, data, kDataDescriptor);
+    sigset_t signals;
+    sigfillset(&signals);
+    posix_spawnattr_setsigdefault(&attributes_, &signals);
+    sigemptyset(&signals);
+    posix_spawnattr_setsigmask(&attributes_, &signals);
+    posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+  }
+  ~Start() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  Start(const Start&) = delete;
+  Start& operator=(const Start&) = delete;
+
+  pid_t run(const std::string& program, char* const* arguments) const {
+    pid_t child = -1;
+    const int error =
+        posix_spawn(&child, program.c_str(), &actions_, &attributes_, arguments, environ);
+    if (error == 0) return child;
+    throw Complaint(program + ", the program that translates model files, cannot be started (" +
+                    std::strerror(error) + "); it must be next to the kit's library");
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+};
+
+// Owns a process: it is ended and waited for when it is no longer needed.
+class Child {
+ public:
+  explicit Child(pid_t id) : id_(id) {}
+  ~Child() {
+    if (id_ <= 0) return;
+    kill(id_, SIGKILL);
+    wait();
+  }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  // The status that the system gives, or 0 when the program has its children waited for elsewhere.
+  int wait() {
+    int status = 0;
+    while (waitpid(id_, &status, 0) < 0) {
+      if (errno == EINTR) continue;
+      status = 0;
+      break;
+    }
+    id_ = 0;
+    return status;
+  }
+
+ private:
+  pid_t id_;
+};
+
+// Reads to the end, or to the end of the time allowed: then false.
+bool readAll(int descriptor, int seconds, std::string& bytes) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::seconds(seconds);
+  std::array<char, 1 << 16> buffer;
+  for (;;) {
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+    pollfd waiting = {descriptor, POLLIN, 0};
+    const int ready = left <= 0 ? 0 : poll(&waiting, 1, static_cast<int>(left));
+    if (ready == 0) return false;
+    if (ready < 0 && errno == EINTR) continue;
+    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return true;
+    bytes.append(buffer.data(), static_cast<std::size_t>(count));
+  }
+}
+
+[[noreturn]] void failOfEnd(int status, const std::string& program) {
+  const bool isKilled = WIFSIGNALED(status);
+  if (isKilled && WTERMSIG(status) == SIGKILL) {
+    throw Complaint("the system ended the process that translated the model (out of memory?)");
+  }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kNoMemory) {
+    throw Complaint("not enough memory to translate the model");
+  }
+  if (WIFEXITED(status) && WEXITSTATUS(status) == kWrongUse) {
+    throw Complaint(program + " does not belong to this kit: install both again");
+  }
+  throw Complaint(
+      "GLPK cannot translate the model: its expressions are nested too deeply, or a definition "
+      "refers to itself" +
+      (isKilled ? " (signal " + std::to_string(WTERMSIG(status)) + ")" : std::string()));
+}
+
+pid_t start(const std::string& program, std::array<std::string, kReaderArguments> arguments,
+            const Start& how) {
+  std::string name = program;
+  std::array<char*, kReaderArguments + 2> pointers = {name.data()};
+  for (int k = 0; k < kReaderArguments; ++k) pointers[k + 1] = arguments[k].data();
+  return how.run(program, pointers.data());
+}
+
+}  // namespace
+
+std::string translateApart(FileFormat format, const SourceText& model, const SourceText& data,
+                           const FileLimits& limits) {
+  const MemoryFile modelFile(model.content);
+  const MemoryFile dataFile(data.content);
+  Pipe pipe;
+  const std::string program = readerProgram();
+  Child child(start(
+      program,
+      {kReaderProtocol, std::to_string(static_cast<int>(format)), std::to_string(limits.seconds),
+       std::to_string(limits.megabytes), model.name, data.name},
+      Start(pipe.writing(), modelFile.number(), dataFile.number())));
+  pipe.closeWriting();
+  std::string bytes;
+  if (!readAll(pipe.reading(), limits.seconds, bytes)) {
+    throw Complaint("translating the model takes more than " + std::to_string(limits.seconds) +
+                    " seconds");
+  }
+  const int status = child.wait();
+  const bool isWhole = !bytes.empty() && WIFEXITED(status) && WEXITSTATUS(status) == 0 &&
+                       (bytes.back() == kResult || bytes.back() == kFailure);
+  if (!isWhole) failOfEnd(status, program);
+  const char kind = bytes.back();
+  bytes.pop_back();
+  if (kind == kFailure) throw FileError(bytes);
+  return bytes;
+}
+
+}  // namespace zdb::kit::modelfile

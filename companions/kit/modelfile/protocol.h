@@ -1,0 +1,27 @@
+// What the kit and its reader program agree on. The program is started with
+//   zkitreader64 PROTOCOL FORMAT SECONDS MEGABYTES MODEL_NAME DATA_NAME
+// where DATA_NAME is empty if there is no data file; names are those that messages use. It finds
+// its descriptors under fixed numbers, answers with the packed model or a text, then a byte that
+// tells which, and exits with 0. The byte comes last, so that an answer that is cut has none.
+#pragma once
+
+namespace zdb::kit::modelfile {
+
+inline constexpr const char* kReaderProgram = "zkitreader64";
+inline constexpr const char* kReaderProtocol = "1";
+inline constexpr int kReaderArguments = 6;
+
+/// Numbers of the descriptors in the program.
+inline constexpr int kReplyDescriptor = 3;
+inline constexpr int kModelDescriptor = 4;
+inline constexpr int kDataDescriptor = 5;
+
+/// Last byte of the reply.
+inline constexpr char kResult = 'r';
+inline constexpr char kFailure = 'f';
+
+/// Exit codes without a reply.
+inline constexpr int kNoMemory = 2;
+inline constexpr int kWrongUse = 3;
+
+}  // namespace zdb::kit::modelfile

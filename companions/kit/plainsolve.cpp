@@ -1,0 +1,37 @@
+#include "kit/plainsolve.h"
+
+#include "kit/configuration.h"
+#include "kit/instance.h"
+#include "shared/boundary.h"
+
+namespace zdb::kit {
+
+namespace {
+
+// Throws a KitError if the solver cannot be had; a solve that fails is an outcome, its reason the
+// instance's message.
+Outcome solve(Instance& instance, std::string_view name) {
+  Configuration configuration;
+  configuration.read(instance.environment.systemDirectory() + std::string(kConfigurationFile));
+  const ConfiguredSolver& solver = configuration.solver(name);
+  solver.checkBuilt();
+  solver.checkType(instance.type);
+  Session session(*solver.engine);
+  session.load(instance);
+  return session.solve(instance);
+}
+
+}  // namespace
+
+int callPlain(Instance& instance, const char* solver, char* message, int size) noexcept {
+  const bool isSolved = zdb::boundary::guarded(
+      false, [&] { return !isFailure(solve(instance, solver)); },
+      [&](const std::exception& error) {
+        instance.refuse(Outcome::SetupFailed, error.what());
+        instance.environment.log(error.what());
+      });
+  if (!isSolved) zdb::boundary::copyText(instance.message, message, size);
+  return isSolved ? 1 : 0;
+}
+
+}  // namespace zdb::kit

@@ -1,0 +1,220 @@
+// The solver cbc: integer models, from scratch.
+#include <CbcEventHandler.hpp>
+#include <CbcModel.hpp>
+#include <CbcSolver.hpp>
+#include <ClpEventHandler.hpp>
+#include <CoinWarmStartBasis.hpp>
+#include <OsiClpSolverInterface.hpp>
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "kit/solvers/solver.h"
+
+namespace zdb::kit {
+
+namespace {
+
+// What a search keeps to. Cbc copies its handlers, so this is outside of them.
+struct SearchLimits {
+  const StopSign& stop;
+  int iterations;  // that are left
+  bool isIterationLimitReached = false;
+};
+
+// Between nodes of the tree.
+class NodeHandler : public CbcEventHandler {
+ public:
+  explicit NodeHandler(SearchLimits& limits) : limits_(&limits) {}
+  CbcEventHandler* clone() const override { return new NodeHandler(*this); }
+  CbcAction event(CbcEvent /*which*/) override {
+    if (getModel()->getIterationCount() >= limits_->iterations) {
+      limits_->isIterationLimitReached = true;
+    }
+    return limits_->isIterationLimitReached || limits_->stop.isRaised() ? stop : noAction;
+  }
+
+ private:
+  SearchLimits* limits_;
+};
+
+// Within a relaxation.
+class SimplexHandler : public ClpEventHandler {
+ public:
+  explicit SimplexHandler(const StopSign& stop) : stop_(&stop) {}
+  ClpEventHandler* clone() const override { return new SimplexHandler(*this); }
+  int event(Event event) override {
+    return event == endOfFactorization && stop_->isRaised() ? 5 : -1;
+  }
+
+ private:
+  const StopSign* stop_;
+};
+
+int basisOf(CoinWarmStartBasis::Status status) {
+  switch (status) {
+    case CoinWarmStartBasis::basic:
+      return Basic;
+    case CoinWarmStartBasis::atUpperBound:
+      return AtUpper;
+    case CoinWarmStartBasis::atLowerBound:
+      return AtLower;
+    default:
+      return SuperBasic;
+  }
+}
+
+// The other way round for rows: there it is the slack's, which has the opposite sign.
+int rowBasisOf(CoinWarmStartBasis::Status status) {
+  const int basis = basisOf(status);
+  if (basis == AtLower) return AtUpper;
+  return basis == AtUpper ? AtLower : basis;
+}
+
+void fetch(const OsiSolverInterface& solver, Solution& solution) {
+  const int columns = solver.getNumCols();
+  const int rows = solver.getNumRows();
+  std::copy_n(solver.getColSolution(), columns, solution.level.begin());
+  std::copy_n(solver.getReducedCost(), columns, solution.marginal.begin());
+  std::copy_n(solver.getRowActivity(), rows, solution.rowLevel.begin());
+  std::copy_n(solver.getRowPrice(), rows, solution.rowMarginal.begin());
+  const std::unique_ptr<CoinWarmStart> start(solver.getWarmStart());
+  if (const auto* basis = dynamic_cast<const CoinWarmStartBasis*>(start.get())) {
+    for (int j = 0; j < columns; ++j) solution.basis[j] = basisOf(basis->getStructStatus(j));
+    for (int i = 0; i < rows; ++i) solution.rowBasis[i] = rowBasisOf(basis->getArtifStatus(i));
+  }
+  solution.hasLevels = true;
+}
+
+int ignoreStage(CbcModel* /*tree*/, int /*stage*/) {
+  return 0;
+}
+
+// cbc reads the words of its command line by way of variables of the whole process, and asks the
+// terminal when they are changed under it: one search at a time. No lock if told to stop.
+std::unique_lock<std::timed_mutex> waitForTurn(const StopSign& stop) {
+  static std::timed_mutex searching;
+  std::unique_lock turn(searching, std::defer_lock);
+  while (!turn.try_lock_for(std::chrono::milliseconds(20)) && !stop.isRaised()) {
+  }
+  return turn;
+}
+
+class Cbc : public Solver {
+ public:
+  Cbc() {
+    solver_.setHintParam(OsiDoReducePrint, true, OsiHintDo);
+    solver_.messageHandler()->setLogLevel(0);
+    solver_.getModelPtr()->setLogLevel(0);
+  }
+
+  void load(const LinearModel& model) override {
+    const double infinity = solver_.getInfinity();
+    const auto clamped = [infinity](std::vector<double> bounds) {
+      for (double& bound : bounds) bound = std::clamp(bound, -infinity, infinity);
+      return bounds;
+    };
+    solver_.loadProblem(model.columnCount(), model.rowCount(), model.starts.data(),
+                        model.rows.data(), model.values.data(), clamped(model.lower).data(),
+                        clamped(model.upper).data(), model.cost.data(),
+                        clamped(model.rowLower).data(), clamped(model.rowUpper).data());
+    isInteger_ = model.isInteger;
+    for (std::size_t j = 0; j < isInteger_.size(); ++j) {
+      if (isInteger_[j] != 0) solver_.setInteger(static_cast<int>(j));
+    }
+  }
+
+  void change(const LinearModel& model, const Changes& /*changes*/) override { load(model); }
+
+  Outcome solve(const Changes* /*changes*/, const StopSign& stop, Solution& solution) override {
+    SimplexHandler handler(stop);
+    solver_.getModelPtr()->passInEventHandler(&handler);
+    const int limit = stop.iterationLimit();
+    solver_.setIntParam(OsiMaxNumIteration, limit > 0 ? limit : kNoLimit);
+    solver_.initialSolve();
+    solution.iterations = solver_.getIterationCount();
+    const Outcome relaxation = relaxationOutcome(stop);
+    if (relaxation == Outcome::Optimal && !isInteger_.empty()) return branch(stop, solution);
+    const bool isStopped = relaxation != Outcome::Infeasible && relaxation != Outcome::Unbounded;
+    const bool isFeasible = isInteger_.empty() && solver_.getModelPtr()->primalFeasible();
+    if (relaxation == Outcome::Optimal || (isStopped && isFeasible)) fetch(solver_, solution);
+    return relaxation;
+  }
+
+ private:
+  Outcome relaxationOutcome(const StopSign& stop) const {
+    if (solver_.isProvenOptimal()) return Outcome::Optimal;
+    if (solver_.isProvenPrimalInfeasible()) return Outcome::Infeasible;
+    if (solver_.isProvenDualInfeasible()) return Outcome::Unbounded;
+    if (solver_.isIterationLimitReached()) return Outcome::IterationLimit;
+    return stop.isRaised() ? stop.reason() : Outcome::Stopped;
+  }
+
+  // All that cbc does by itself: preprocessing, cuts, heuristics. The way in is that of its
+  // command line.
+  Outcome branch(const StopSign& stop, Solution& solution) {
+    const std::unique_lock turn = waitForTurn(stop);
+    if (!turn.owns_lock()) return stop.reason();
+    CbcModel tree(solver_);
+    CbcSolverUsefulData state;
+    state.noPrinting_ = true;
+    state.useSignalHandler_ = false;
+    CbcMain0(tree, state);
+    tree.setLogLevel(0);
+    const int limit = stop.iterationLimit();
+    SearchLimits limits = {stop, limit > 0 ? limit - solution.iterations : kNoLimit};
+    NodeHandler handler(limits);
+    tree.passInEventHandler(&handler);
+    // In whole seconds, which are written alike everywhere; the handler is more exact.
+    const std::string seconds = std::to_string(std::lround(stop.secondsLeft(0.001) + 1.0));
+    std::vector<const char*> words = {"kit", "-logLevel",     "0", "-ratioGap",
+                                      "0",   "-allowableGap", "0"};
+    if (stop.secondsLeft(0.001) > 0.0) {
+      words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", seconds.c_str()});
+    }
+    words.insert(words.end(), {"-solve", "-quit"});
+    CbcMain1(static_cast<int>(words.size()), words.data(), tree, ignoreStage, state);
+    solution.iterations += tree.getIterationCount();
+    if (tree.bestSolution() != nullptr) fixIntegers(tree.bestSolution(), solution);
+    return treeOutcome(tree, limits);
+  }
+
+  static Outcome treeOutcome(const CbcModel& tree, const SearchLimits& limits) {
+    if (tree.isProvenOptimal()) return Outcome::Optimal;
+    if (limits.stop.isRaised()) return limits.stop.reason();
+    if (limits.isIterationLimitReached) return Outcome::IterationLimit;
+    if (tree.isProvenInfeasible()) return Outcome::IntegerInfeasible;
+    return Outcome::Stopped;
+  }
+
+  // Marginals are those of the model with its integer columns fixed at their levels.
+  void fixIntegers(const double* best, Solution& solution) {
+    for (std::size_t j = 0; j < isInteger_.size(); ++j) {
+      if (isInteger_[j] == 0) continue;
+      const double level = std::round(best[j]);
+      solver_.setColBounds(static_cast<int>(j), level, level);
+    }
+    solver_.resolve();
+    if (solver_.isProvenOptimal()) return fetch(solver_, solution);
+    // Rounding made it infeasible: the levels as they were found.
+    std::copy_n(best, isInteger_.size(), solution.level.begin());
+    solver_.getMatrixByCol()->times(best, solution.rowLevel.data());
+    solution.hasLevels = true;
+  }
+
+  static constexpr int kNoLimit = 2147483647;
+
+  OsiClpSolverInterface solver_;
+  std::vector<char> isInteger_;
+};
+
+}  // namespace
+
+std::unique_ptr<Solver> makeCbc() {
+  return std::make_unique<Cbc>();
+}
+
+}  // namespace zdb::kit

@@ -1,0 +1,324 @@
+// The solver glpk: linear models in place, integer ones on top of that.
+//
+// GLPK keeps its memory per thread, and where it meets an error of its own, it ends the process
+// unless it is left by a jump. So each solver has a thread, in which all of GLPK runs and whose
+// memory is freed as a whole.
+#include <glpk.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <csetjmp>
+#include <stdexcept>
+#include <vector>
+
+#include "kit/solvers/solver.h"
+#include "kit/solvers/worker.h"
+#include "shared/boundary.h"
+
+namespace zdb::kit {
+
+namespace {
+
+// Milliseconds between looks at the stop sign, which GLPK's simplex cannot be told of otherwise.
+constexpr double kSlice = 200.0;
+
+int boundType(double lower, double upper) {
+  if (std::isinf(lower)) return std::isinf(upper) ? GLP_FR : GLP_UP;
+  if (std::isinf(upper)) return GLP_LO;
+  return lower == upper ? GLP_FX : GLP_DB;
+}
+
+int basisOf(int status) {
+  switch (status) {
+    case GLP_BS:
+      return Basic;
+    case GLP_NU:
+      return AtUpper;
+    case GLP_NF:
+      return SuperBasic;
+    default:
+      return AtLower;
+  }
+}
+
+// What runs in the thread. Objects with destructors must not live in functions that call GLPK:
+// the jump passes them by.
+class Problem {
+ public:
+  void load(const LinearModel& model);
+  void change(const LinearModel& model, const Changes& changes);
+  void solve(const Changes* changes, const StopSign& stop, Solution& solution);
+
+  Outcome outcome = Outcome::SolverFailed;
+
+ private:
+  void setColumn(const LinearModel& model, int column);
+  void setBounds(const LinearModel& model, int column);
+  void setRow(const LinearModel& model, int row);
+  int simplex(int method, const StopSign& stop);
+  Outcome relaxationOutcome(int code, const StopSign& stop) const;
+  Outcome branch(int iterationsAtEnd, const StopSign& stop, Solution& solution);
+  void fixIntegers(Solution& solution);
+  bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
+  void fetch(Solution& solution) const;
+
+  glp_prob* problem_ = nullptr;
+  std::vector<char> integer_;
+  std::vector<double> lower_;  // of columns, to be put back when integer ones were fixed
+  std::vector<double> upper_;
+  std::vector<int> indices_;  // of a column, from 1; kept to be reused
+  std::vector<double> values_;
+};
+
+void Problem::load(const LinearModel& model) {
+  if (problem_ != nullptr) glp_delete_prob(problem_);
+  problem_ = glp_create_prob();
+  integer_ = model.isInteger;
+  lower_ = model.lower;
+  upper_ = model.upper;
+  indices_.resize(static_cast<std::size_t>(model.rowCount()) + 1);
+  values_.resize(indices_.size());
+  glp_add_rows(problem_, model.rowCount());
+  glp_add_cols(problem_, model.columnCount());
+  for (int i = 0; i < model.rowCount(); ++i) setRow(model, i);
+  for (int j = 0; j < model.columnCount(); ++j) {
+    setBounds(model, j);
+    setColumn(model, j);
+    glp_set_obj_coef(problem_, j + 1, model.cost[j]);
+    if (isInteger(j)) glp_set_col_kind(problem_, j + 1, GLP_IV);
+  }
+}
+
+void Problem::setRow(const LinearModel& model, int row) {
+  glp_set_row_bnds(problem_, row + 1, boundType(model.rowLower[row], model.rowUpper[row]),
+                   model.rowLower[row], model.rowUpper[row]);
+}
+
+void Problem::setBounds(const LinearModel& model, int column) {
+  glp_set_col_bnds(problem_, column + 1, boundType(model.lower[column], model.upper[column]),
+                   model.lower[column], model.upper[column]);
+}
+
+// GLPK leaves values of 0 out.
+void Problem::setColumn(const LinearModel& model, int column) {
+  int count = 0;
+  for (int place = model.starts[column]; place < model.starts[column + 1]; ++place) {
+    ++count;
+    indices_[count] = model.rows[place] + 1;
+    values_[count] = model.values[place];
+  }
+  glp_set_mat_col(problem_, column + 1, count, indices_.data(), values_.data());
+}
+
+void Problem::change(const LinearModel& model, const Changes& changes) {
+  for (const int j : changes.columns) setBounds(model, j);
+  for (const int i : changes.rows) setRow(model, i);
+  for (const int j : changes.costs) glp_set_obj_coef(problem_, j + 1, model.cost[j]);
+  int previous = -1;
+  for (const int column : changes.placeColumns) {
+    if (column != previous) setColumn(model, column);
+    previous = column;
+  }
+  if (!integer_.empty()) {
+    lower_ = model.lower;
+    upper_ = model.upper;
+  }
+}
+
+void Problem::solve(const Changes* changes, const StopSign& stop, Solution& solution) {
+  const int before = glp_get_it_cnt(problem_);
+  if (changes == nullptr) {
+    glp_scale_prob(problem_, GLP_SF_AUTO);
+    glp_adv_basis(problem_, 0);
+  }
+  const bool isDual = changes != nullptr && changes->needsDualStart();
+  const int code = simplex(isDual ? GLP_DUALP : GLP_PRIMAL, stop);
+  outcome = relaxationOutcome(code, stop);
+  if (outcome == Outcome::Optimal && !integer_.empty()) {
+    const int limit = stop.iterationLimit();
+    outcome = branch(limit > 0 ? before + limit : INT_MAX, stop, solution);
+  } else if (outcome == Outcome::Optimal ||
+             (integer_.empty() && glp_get_prim_stat(problem_) == GLP_FEAS &&
+              outcome != Outcome::Unbounded && !isFailure(outcome))) {
+    fetch(solution);
+  }
+  solution.iterations = glp_get_it_cnt(problem_) - before;
+}
+
+// A basis that cannot be factorized, after coefficients have changed, gives way to a new one.
+int Problem::simplex(int method, const StopSign& stop) {
+  glp_smcp how;
+  glp_init_smcp(&how);
+  how.msg_lev = GLP_MSG_OFF;
+  how.meth = method;
+  bool isNewBasis = false;
+  const int first = glp_get_it_cnt(problem_);
+  for (;;) {
+    const int limit = stop.iterationLimit();
+    const int left = limit > 0 ? limit - (glp_get_it_cnt(problem_) - first) : INT_MAX;
+    if (left <= 0 || stop.isRaised()) return GLP_EITLIM;
+    how.it_lim = left;
+    const double timeLeft = stop.secondsLeft(0.001) * 1000.0;  // 0: no limit
+    how.tm_lim = static_cast<int>(timeLeft > 0.0 ? std::min(timeLeft, kSlice) : kSlice);
+    const int code = glp_simplex(problem_, &how);
+    if (code == GLP_EITLIM || code == GLP_ETMLIM) continue;
+    const bool isBadBasis = code == GLP_EBADB || code == GLP_ESING || code == GLP_ECOND;
+    if (!isBadBasis || isNewBasis) return code;
+    isNewBasis = true;
+    how.meth = GLP_PRIMAL;
+    glp_std_basis(problem_);
+  }
+}
+
+Outcome Problem::relaxationOutcome(int code, const StopSign& stop) const {
+  if (code == GLP_EITLIM) return stop.isRaised() ? stop.reason() : Outcome::IterationLimit;
+  if (code == GLP_EFAIL) return Outcome::Stopped;
+  if (code != 0) return Outcome::SolverFailed;
+  switch (glp_get_status(problem_)) {
+    case GLP_OPT:
+      return Outcome::Optimal;
+    case GLP_NOFEAS:
+      return Outcome::Infeasible;
+    case GLP_UNBND:
+      return Outcome::Unbounded;
+    default:
+      return Outcome::Stopped;
+  }
+}
+
+// What a search keeps to.
+struct SearchLimits {
+  const StopSign& stop;
+  int iterations;  // as GLPK counts them, all that the problem ever took
+};
+
+void lookAtLimits(glp_tree* tree, void* limits) {
+  const auto* search = static_cast<const SearchLimits*>(limits);
+  const bool isSpent = glp_get_it_cnt(glp_ios_get_prob(tree)) >= search->iterations;
+  if (isSpent || search->stop.isRaised()) glp_ios_terminate(tree);
+}
+
+Outcome Problem::branch(int iterationsAtEnd, const StopSign& stop, Solution& solution) {
+  glp_iocp how;
+  glp_init_iocp(&how);
+  how.msg_lev = GLP_MSG_OFF;
+  how.gmi_cuts = GLP_ON;
+  how.mir_cuts = GLP_ON;
+  SearchLimits limits = {stop, iterationsAtEnd};
+  how.cb_func = lookAtLimits;
+  how.cb_info = &limits;
+  const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
+  if (left > 0) how.tm_lim = left;
+  const int code = glp_intopt(problem_, &how);
+  const int status = glp_mip_status(problem_);
+  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(solution);
+  if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isRaised())) return stop.reason();
+  if (code == GLP_ESTOP) return Outcome::IterationLimit;
+  if (code == GLP_EFAIL) return Outcome::Stopped;
+  if (code != 0) return Outcome::SolverFailed;
+  if (status == GLP_OPT) return Outcome::Optimal;
+  return status == GLP_NOFEAS ? Outcome::IntegerInfeasible : Outcome::Stopped;
+}
+
+// Marginals are those of the model with its integer columns fixed at their levels.
+void Problem::fixIntegers(Solution& solution) {
+  const int columns = glp_get_num_cols(problem_);
+  for (int j = 1; j <= columns; ++j) {
+    if (!isInteger(j - 1)) continue;
+    const double level = std::round(glp_mip_col_val(problem_, j));
+    glp_set_col_bnds(problem_, j, GLP_FX, level, level);
+  }
+  glp_smcp how;
+  glp_init_smcp(&how);
+  how.msg_lev = GLP_MSG_OFF;
+  how.meth = GLP_DUALP;
+  const int code = glp_simplex(problem_, &how);
+  if (code == 0 && glp_get_status(problem_) == GLP_OPT) {
+    fetch(solution);
+  } else {  // rounding made it infeasible: the levels as they were found
+    for (int j = 1; j <= columns; ++j) solution.level[j - 1] = glp_mip_col_val(problem_, j);
+    const int rows = glp_get_num_rows(problem_);
+    for (int i = 1; i <= rows; ++i) solution.rowLevel[i - 1] = glp_mip_row_val(problem_, i);
+    solution.hasLevels = true;
+  }
+  for (int j = 1; j <= columns; ++j) {
+    if (!isInteger(j - 1)) continue;
+    glp_set_col_bnds(problem_, j, boundType(lower_[j - 1], upper_[j - 1]), lower_[j - 1],
+                     upper_[j - 1]);
+  }
+}
+
+void Problem::fetch(Solution& solution) const {
+  const int columns = glp_get_num_cols(problem_);
+  const int rows = glp_get_num_rows(problem_);
+  for (int j = 1; j <= columns; ++j) {
+    solution.level[j - 1] = glp_get_col_prim(problem_, j);
+    solution.marginal[j - 1] = glp_get_col_dual(problem_, j);
+    solution.basis[j - 1] = basisOf(glp_get_col_stat(problem_, j));
+  }
+  for (int i = 1; i <= rows; ++i) {
+    solution.rowLevel[i - 1] = glp_get_row_prim(problem_, i);
+    solution.rowMarginal[i - 1] = glp_get_row_dual(problem_, i);
+    solution.rowBasis[i - 1] = basisOf(glp_get_row_stat(problem_, i));
+  }
+  solution.hasLevels = true;
+}
+
+void jumpOut(void* place) {
+  std::longjmp(*static_cast<std::jmp_buf*>(place), 1);
+}
+
+class Glpk : public Solver {
+ public:
+  Glpk() = default;
+  ~Glpk() override {
+    worker_.run([] { glp_free_env(); });
+  }
+
+  void load(const LinearModel& model) override {
+    run([&] { problem_.load(model); });
+  }
+  void change(const LinearModel& model, const Changes& changes) override {
+    run([&] { problem_.change(model, changes); });
+  }
+  Outcome solve(const Changes* changes, const StopSign& stop, Solution& solution) override {
+    run([&] { problem_.solve(changes, stop, solution); });
+    return problem_.outcome;
+  }
+
+ private:
+  template <typename Task>
+  void run(Task task) {
+    bool isDone = false;
+    worker_.run([&] { isDone = boundary::guarded(false, [&] { return finishes(task); }); });
+    if (!isDone) throw std::runtime_error("glpk failed: out of memory or an internal error");
+  }
+
+  // After a jump the problem is gone with all memory that GLPK had.
+  template <typename Task>
+  static bool finishes(Task& task) {
+    std::jmp_buf place;
+    if (setjmp(place) != 0) {
+      glp_error_hook(nullptr, nullptr);
+      glp_free_env();
+      return false;
+    }
+    glp_term_out(GLP_OFF);
+    glp_error_hook(jumpOut, &place);
+    task();
+    glp_error_hook(nullptr, nullptr);
+    return true;
+  }
+
+  Problem problem_;
+  Worker worker_;
+};
+
+}  // namespace
+
+std::unique_ptr<Solver> makeGlpk() {
+  return std::make_unique<Glpk>();
+}
+
+}  // namespace zdb::kit

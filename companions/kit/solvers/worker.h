@@ -1,0 +1,50 @@
+// A thread that does one thing at a time for its owner.
+#pragma once
+
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+
+namespace zdb::kit {
+
+/// Runs tasks in a thread of its own, always the same one, while the caller waits.
+class Worker {
+ public:
+  Worker() : thread_([this] { work(); }) {}
+  ~Worker() {
+    run(nullptr);
+    thread_.join();
+  }
+  Worker(const Worker&) = delete;
+  Worker& operator=(const Worker&) = delete;
+
+  /// The task must not throw. An empty one ends the thread.
+  void run(std::function<void()> task) {
+    std::unique_lock lock(mutex_);
+    task_ = std::move(task);
+    hasTask_ = true;
+    changed_.notify_one();
+    changed_.wait(lock, [this] { return !hasTask_; });
+  }
+
+ private:
+  void work() {
+    std::unique_lock lock(mutex_);
+    for (bool isOpen = true; isOpen;) {
+      changed_.wait(lock, [this] { return hasTask_; });
+      isOpen = static_cast<bool>(task_);
+      if (isOpen) task_();
+      hasTask_ = false;
+      changed_.notify_one();
+    }
+  }
+
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::function<void()> task_;
+  bool hasTask_ = false;
+  std::thread thread_;  ///< last: it uses the others
+};
+
+}  // namespace zdb::kit

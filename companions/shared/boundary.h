@@ -1,0 +1,80 @@
+// What the exported functions of all companions have in common: no exception leaves them, objects
+// stand behind handles, texts go into the caller's buffers.
+#pragma once
+
+#include <exception>
+#include <functional>
+#include <string_view>
+
+namespace zdb::boundary {
+
+/// Stands for what is thrown and is no std::exception; some solvers have errors of their own kind.
+struct ForeignError : std::exception {
+  const char* what() const noexcept override { return "an error of an unknown kind"; }
+};
+
+/// Runs the body of an exported function: the result of work(), or `failed` once
+/// report(const std::exception&) has been told what was thrown. The report may fail too, for want
+/// of memory: then it is lost. Costs nothing as long as nothing is thrown.
+template <typename Result, typename Work, typename Report>
+Result guarded(Result failed, Work&& work, Report&& report) noexcept {
+  try {
+    try {
+      return std::invoke(work);
+    } catch (const std::exception& error) {
+      report(error);
+    } catch (...) {
+      report(ForeignError());
+    }
+  } catch (...) {
+    return failed;
+  }
+  return failed;
+}
+
+/// The same where the caller is told nothing but the result.
+template <typename Result, typename Work>
+Result guarded(Result failed, Work&& work) noexcept {
+  return guarded(failed, work, [](const std::exception&) {});
+}
+
+/// The same for work(Object&) and report(Object&, const std::exception&) on the object behind a
+/// handle. A null handle, which has no place for a report, just gives `failed`.
+template <typename Object, typename Result, typename Work, typename Report>
+Result guardedOn(void* handle, Result failed, Work&& work, Report&& report) noexcept {
+  if (handle == nullptr) return failed;
+  Object& object = *static_cast<Object*>(handle);
+  return guarded(
+      failed, [&]() -> Result { return std::invoke(work, object); },
+      [&](const std::exception& error) { std::invoke(report, object, error); });
+}
+
+template <typename Object, typename Result, typename Work>
+Result guardedOn(void* handle, Result failed, Work&& work) noexcept {
+  return guardedOn<Object>(handle, failed, work, [](Object&, const std::exception&) {});
+}
+
+/// Puts the object that make() gives behind a handle; 0 and a null handle if that fails.
+template <typename Handle, typename Make>
+int makeObject(Handle** handle, Make make) noexcept {
+  if (handle == nullptr) return 0;
+  *handle = nullptr;
+  *handle = guarded<Handle*>(nullptr, make);
+  return *handle == nullptr ? 0 : 1;
+}
+
+template <typename Object, typename Handle>
+void freeObject(Handle** handle) noexcept {
+  if (handle == nullptr) return;
+  delete static_cast<Object*>(*handle);
+  *handle = nullptr;
+}
+
+/// Copies a text, cut to size - 1 bytes, and terminates it.
+inline void copyText(std::string_view text, char* to, int size) noexcept {
+  if (to == nullptr || size <= 0) return;
+  const std::size_t length = text.copy(to, static_cast<std::size_t>(size) - 1);
+  to[length] = '\0';
+}
+
+}  // namespace zdb::boundary
