@@ -3,8 +3,11 @@
 
 #include <filesystem>
 
+#include "fuzz/zxf/reseal.h"
 #include "script/driver.h"
+#include "support/allocations.h"
 #include "support/zxffunctions.h"
+#include "zxf/bytes.h"
 #include "zxf_testing.h"
 
 namespace {
@@ -17,9 +20,26 @@ zdb::script::FunctionTable makeTable() {
   return table;
 }
 
+// lie PLACE HEX: reads the file "packed" with other bytes from a place on, and checksums that hold;
+// the first error. The place is a byte of the file, or the section of labels.
+std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
+  zxftest::Bytes bytes = zxftest::readBytes("packed");
+  const std::string& place = statement.arguments.at(0).text;
+  const auto at =
+      place == "labels" ? zxfile::loadInt<std::uint64_t>(bytes.data() + 40) : std::stoull(place);
+  const zxftest::Bytes others = zxftest::fromHex(statement.arguments.at(1).text);
+  std::copy(others.begin(), others.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+  reseal(bytes);
+  const zdb::test::Allocations allocations;
+  const int error = zxftest::errorsOf(bytes).at(0);
+  const bool isModest = allocations.largest() < 1U << 20;
+  return std::to_string(error) + (isModest ? "" : ", and takes memory");
+}
+
 class ZxfHost : public zdb::script::Host {
  public:
   ZxfHost() : Host(makeTable()) {
+    words["lie"] = lie;
     words["cd"] = [](auto&, const auto& statement) {
       std::filesystem::current_path(statement.arguments.at(0).text);
       return std::string("done");
@@ -44,14 +64,19 @@ class ZxfHost : public zdb::script::Host {
 
 }  // namespace
 
-// Scripts, whose paths are absolute, run in a folder that has a file "small", a folder and a pipe.
-// NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the test, as it should
+// Scripts, whose paths are absolute, run in a folder that has a file "small" and one whose labels
+// and records are packed, a folder and a pipe. NOLINTNEXTLINE(bugprone-exception-escape): an
+// exception ends the test, as it should
 int main(int argc, char** argv) {
   ZxfHost host;
   const std::filesystem::path before = std::filesystem::current_path();
   const zxftest::TemporaryFolder folder;
   std::filesystem::current_path(folder.path());
   zxftest::writeContent("small", zxftest::smallContent());
+  constexpr double kThird = 1.0 / 3;
+  zxftest::writeContent(
+      "packed",
+      {zxftest::makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   std::filesystem::create_directory("folder");
   mkfifo("pipe", 0600);
   zdb::script::Way once;

@@ -1,9 +1,11 @@
 #include "exchangefile.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -204,6 +206,15 @@ Content readContent(const std::string& path) {
   Content content = readContent(path, errors);
   if (!errors.empty()) throw std::runtime_error(path + ": error " + std::to_string(errors[0]));
   return content;
+}
+
+std::vector<int> errorsOf(const Bytes& bytes) {
+  const int fd = memfd_create("zxf", MFD_CLOEXEC);
+  require(write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "memory");
+  std::vector<int> errors;
+  readContent("/proc/self/fd/" + std::to_string(fd), errors);
+  close(fd);
+  return errors;
 }
 
 }  // namespace zxftest
