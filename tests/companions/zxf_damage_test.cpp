@@ -83,23 +83,4 @@ TEST(ZxfDamage, ResealedNoise_GivesAnAnswer) {
   }
 }
 
-// The directory of a file with damaged records can be read, and so can its other symbols.
-TEST(ZxfDamage, OneDamagedBlock_LeavesTheOthersReadable) {
-  const TemporaryFolder folder;
-  const Bytes bad = flipped(bytesOf(smallContent()), zxfile::kHeaderSize + 30, 1);
-  const std::string path = folder.write("a", {bad.begin(), bad.end()});
-  std::vector<int> errors;
-  Content expected = smallContent();
-  expected.symbols[0] = {"i", 1, 0, 0, "plants"};
-  EXPECT_EQ(readContent(path, errors), expected);
-  EXPECT_EQ(errors, std::vector<int>{static_cast<int>(Errc::DamagedRecords)});
-  const Zxf zxf;
-  int count = -1;
-  ASSERT_EQ(zxf.openRead(path), 0);
-  EXPECT_EQ(C__zxfDataReadRawStart(zxf, 1, &count), 0);
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(C__zxfDataReadDone(zxf), 0) << "what could not be started is not open";
-  EXPECT_NE(zxf.errorText(25).find("checksum, block at byte 120, symbol i"), std::string::npos);
-}
-
 }  // namespace

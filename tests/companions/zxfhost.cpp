@@ -36,10 +36,19 @@ std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& stateme
   return std::to_string(error) + (isModest ? "" : ", and takes memory");
 }
 
+// flip BYTE: makes a file "flipped" of "small" with one bit of a byte changed.
+std::string flip(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
+  std::string bytes = testsupport::readFile("small");
+  bytes.at(std::stoul(statement.arguments.at(0).text)) ^= 1;
+  std::ofstream("flipped", std::ios::binary) << bytes;
+  return "done";
+}
+
 class ZxfHost : public zdb::script::Host {
  public:
   ZxfHost() : Host(makeTable()) {
     words["lie"] = lie;
+    words["flip"] = flip;
     words["cd"] = [](auto&, const auto& statement) {
       std::filesystem::current_path(statement.arguments.at(0).text);
       return std::string("done");

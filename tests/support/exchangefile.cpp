@@ -147,13 +147,11 @@ std::vector<int> Zxf::takeErrors() const {
 }
 
 bool Symbol::operator==(const Symbol& other) const {
-  return name == other.name && dim == other.dim && type == other.type &&
-         userInfo == other.userInfo && text == other.text && keys == other.keys &&
-         domain == other.domain && domains == other.domains &&
-         values.size() == other.values.size() &&
-         std::equal(values.begin(), values.end(), other.values.begin(), [](double a, double b) {
-           return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-         });
+  const auto areSame = [&](auto... members) { return ((this->*members == other.*members) && ...); };
+  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+  return areSame(&Symbol::name, &Symbol::dim, &Symbol::type, &Symbol::userInfo, &Symbol::text,
+                 &Symbol::keys, &Symbol::domain, &Symbol::domains) &&
+         std::ranges::equal(values, other.values, {}, bits, bits);
 }
 
 void writeContent(const Zxf& zxf, const Content& content) {
