@@ -241,6 +241,7 @@ int main(int argc, char** argv) {
     ways.emplace_back().name = solver;
     ways.back().settings = {{"configuration", KIT_DIRECTORY "/zrncmpun.txt"},
                             {"directory", KIT_DIRECTORY},
+                            {"number", std::to_string(ways.size())},
                             {"solver", solver}};
   }
   ways[0].leavesOut["integers.scr"] = "takes no integer columns";
