@@ -154,8 +154,9 @@ bool Symbol::operator==(const Symbol& other) const {
          std::ranges::equal(values, other.values, {}, bits, bits);
 }
 
-void writeContent(const Zxf& zxf, const Content& content) {
-  requireDone(zxf, C__zxfStoreDomainSetsSet(zxf, 0));
+void writeContent(const std::string& path, const Content& content) {
+  const Zxf zxf;
+  requireDone(zxf, zxf.openWrite(path) == 0 ? 1 : 0);
   requireDone(zxf, C__zxfUELRegisterRawStart(zxf));
   for (const std::string& label : content.labels) {
     requireDone(zxf, C__zxfUELRegisterRaw(zxf, label.c_str()));
@@ -171,12 +172,6 @@ void writeContent(const Zxf& zxf, const Content& content) {
     requireDone(zxf, C__zxfAddSetText(zxf, text.c_str(), &number));
     require(number == ++expected, "number of a text");
   }
-}
-
-void writeContent(const std::string& path, const Content& content) {
-  const Zxf zxf;
-  requireDone(zxf, zxf.openWrite(path) == 0 ? 1 : 0);
-  writeContent(zxf, content);
   requireDone(zxf, C__zxfClose(zxf));
   require(C__zxfErrorCount(zxf) == 0, "error count");
 }

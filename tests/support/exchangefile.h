@@ -59,8 +59,7 @@ struct Content {
 };
 
 // Writes content the way the database does: labels, each symbol with a strict domain before its
-// records and a relaxed one after them, texts. The handle has a file open, which stays open.
-void writeContent(const Zxf& zxf, const Content& content);
+// records and a relaxed one after them, texts.
 void writeContent(const std::string& path, const Content& content);
 
 // Calls every reading function over all labels, texts, symbols and records and checks what they

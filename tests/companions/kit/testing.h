@@ -115,8 +115,10 @@ class Hot {
 
 // Fails if anything is printed while it lives.
 struct Silence {
-  Silence();
-  ~Silence();
+  Silence() { testing::internal::CaptureStdout(), testing::internal::CaptureStderr(); }
+  ~Silence() {
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+  }
 };
 
 struct Entry {
