@@ -134,6 +134,7 @@ TEST(KitSolvers, ChangedModels_ComeToTheSameWithEachSolverAndFromScratch) {
 
 // A search may end at levels that are whole within its tolerance, and are not when they are.
 TEST(KitSolvers, RoundingThatNoRowAllows_LeavesTheLevelsOfTheSearch) {
+  const Silence silence;
   const Model model("int x 0 9 ; e: 1000000 x - y = 3000000.5 ; min x");
   for (const auto& [solver, rowLevel] : {std::pair("cbc", 3e6), {"glpk", 3000000.5}}) {
     const Instance instance(model);
