@@ -20,14 +20,21 @@ zdb::script::FunctionTable makeTable() {
   return table;
 }
 
-// lie PLACE HEX: reads the file "packed" with other bytes from a place on, and checksums that hold;
-// the first error. The place is a byte of the file, or the section of labels.
+// lie FILE PLACE HEX: reads a file with other bytes from a place on, and checksums that hold; the
+// first error. The place is a byte of the file or of the section of labels or symbols: "labels+3".
 std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
-  zxftest::Bytes bytes = zxftest::readBytes("packed");
-  const std::string& place = statement.arguments.at(0).text;
-  const auto at =
-      place == "labels" ? zxfile::loadInt<std::uint64_t>(bytes.data() + 40) : std::stoull(place);
-  const zxftest::Bytes others = zxftest::fromHex(statement.arguments.at(1).text);
+  zxftest::Bytes bytes = zxftest::readBytes(statement.arguments.at(0).text);
+  std::istringstream place(statement.arguments.at(1).text);
+  std::string section;
+  std::uint64_t at = 0;
+  if (std::isalpha(place.peek()) != 0) {
+    std::getline(place, section, '+');
+    at = zxfile::loadInt<std::uint64_t>(bytes.data() + (section == "labels" ? 40 : 88));
+  }
+  std::uint64_t more = 0;
+  place >> more;
+  at += more;
+  const zxftest::Bytes others = zxftest::fromHex(statement.arguments.at(2).text);
   std::copy(others.begin(), others.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
   reseal(bytes);
   const zdb::test::Allocations allocations;
@@ -73,15 +80,15 @@ class ZxfHost : public zdb::script::Host {
 
 }  // namespace
 
-// Scripts, whose paths are absolute, run in a folder that has a file "small" and one whose labels
-// and records are packed, a folder and a pipe. NOLINTNEXTLINE(bugprone-exception-escape): an
-// exception ends the test, as it should
+// Scripts, whose paths are absolute, run in a folder with files, a folder and a pipe.
+// NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the test, as it should
 int main(int argc, char** argv) {
   ZxfHost host;
   const std::filesystem::path before = std::filesystem::current_path();
   const zxftest::TemporaryFolder folder;
   std::filesystem::current_path(folder.path());
   zxftest::writeContent("small", zxftest::smallContent());
+  zxftest::writeContent("sets", {{"a"}, {}, {{"i", 1, 0, 0, "", {1}, {0}}, {"k", 1, 4, 1}}});
   constexpr double kThird = 1.0 / 3;
   zxftest::writeContent(
       "packed",
