@@ -90,12 +90,12 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
   std::atomic<int> lost = 0;  // descriptors of ours that somebody else closed
   {
     const std::jthread user([&](const std::stop_token& stop) {
-      while (!stop.stop_requested()) {
-        std::array<int, 16> descriptors;
-        for (int& one : descriptors) one = fcntl(1, F_DUPFD_CLOEXEC, 6);
-        usleep(1000);
-        for (const int one : descriptors) lost += close(one) == 0 ? 0 : 1;
+      std::vector<int> descriptors;
+      while (!stop.stop_requested() && descriptors.size() < 500) {
+        descriptors.push_back(fcntl(1, F_DUPFD_CLOEXEC, 6));
+        usleep(500);
       }
+      for (const int one : descriptors) lost += close(one) == 0 ? 0 : 1;
     });
     std::vector<std::jthread> threads;
     threads.reserve(complaints.size());
