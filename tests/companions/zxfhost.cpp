@@ -2,6 +2,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 
 #include "fuzz/zxf/reseal.h"
 #include "script/driver.h"
@@ -20,21 +21,16 @@ zdb::script::FunctionTable makeTable() {
   return table;
 }
 
-// lie FILE PLACE HEX: reads a file with other bytes from a place on, and checksums that hold; the
-// first error. The place is a byte of the file or of the section of labels or symbols: "labels+3".
+// lie FILE SECTION BYTE HEX: reads a file with other bytes from one of a section on, and checksums
+// that hold; the first error. The section is that of the labels or symbols, or the whole file.
 std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
-  zxftest::Bytes bytes = zxftest::readBytes(statement.arguments.at(0).text);
-  std::istringstream place(statement.arguments.at(1).text);
-  std::string section;
-  std::uint64_t at = 0;
-  if (std::isalpha(place.peek()) != 0) {
-    std::getline(place, section, '+');
-    at = zxfile::loadInt<std::uint64_t>(bytes.data() + (section == "labels" ? 40 : 88));
-  }
-  std::uint64_t more = 0;
-  place >> more;
-  at += more;
-  const zxftest::Bytes others = zxftest::fromHex(statement.arguments.at(2).text);
+  static const std::map<std::string, int> fields = {{"labels", 40}, {"symbols", 88}};
+  const std::vector<zdb::script::Token>& words = statement.arguments;
+  zxftest::Bytes bytes = zxftest::readBytes(words.at(0).text);
+  const auto field = fields.find(words.at(1).text);
+  std::uint64_t at = std::stoull(words.at(2).text);
+  if (field != fields.end()) at += zxfile::loadInt<std::uint64_t>(bytes.data() + field->second);
+  const zxftest::Bytes others = zxftest::fromHex(words.at(3).text);
   std::copy(others.begin(), others.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
   reseal(bytes);
   const zdb::test::Allocations allocations;
