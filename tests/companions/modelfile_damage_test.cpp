@@ -22,8 +22,10 @@ using namespace modelfiletest;
 std::string complaintOf(const std::string& name, const std::string& text,
                         const FileLimits& limits = {}) {
   try {
-    return Instance(readText(name, text, limits)).message();
-  } catch (const FileError& error) {
+    void* instance = buildInstance(readText(name, text, limits), "");
+    zkitFreeInstance(&instance);
+    return "";
+  } catch (const std::runtime_error& error) {
     return error.what();
   }
 }
@@ -32,49 +34,37 @@ bool hasChildren() {
   return waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD;
 }
 
-class ModelFileDamage : public testing::TestWithParam<std::array<const char*, 2>> {};
-
-TEST_P(ModelFileDamage, ByteOrEnd_GivesAModelOrAMessage) {
-  const auto& [name, corpus] = GetParam();
-  const std::string good = sample(corpus);
+TEST(ModelFileDamage, ByteOrEnd_GivesAModelOrAMessage) {
   const auto descriptors = [] {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
   };
   const auto before = descriptors();
-  ASSERT_EQ(complaintOf(name, good), "");
-  std::size_t refused = 0;
-  for (std::size_t n = 0; 3 * n < good.size(); ++n) {
-    std::string bad = good;
-    bad[3 * n] = std::string_view("\n(;9x-\xFF\0", 8)[n % 8];
-    refused += complaintOf(name, bad, {10, 256}).empty() ? 0 : 1;
-    if (n % 8 == 0) complaintOf(name, good.substr(0, 3 * n), {10, 256});
+  for (const auto& [name, corpus] :
+       {std::pair("a.mps", "fixed"), {"a.lp", "lp"}, {"a.mod", "mathprog"}}) {
+    const std::string good = sample(corpus);
+    ASSERT_EQ(complaintOf(name, good), "");
+    std::size_t refused = 0;
+    for (std::size_t n = 0; 3 * n < good.size(); ++n) {
+      std::string bad = good;
+      bad[3 * n] = std::string_view("\n(;9x-\xFF\0", 8)[n % 8];
+      refused += complaintOf(name, bad, {10, 256}).empty() ? 0 : 1;
+      if (n % 8 == 0) complaintOf(name, good.substr(0, 3 * n), {10, 256});
+    }
+    EXPECT_GT(refused, good.size() / 15) << name;
   }
-  EXPECT_GT(refused, good.size() / 15);
   EXPECT_EQ(descriptors(), before);
   EXPECT_FALSE(hasChildren());
 }
 
-INSTANTIATE_TEST_SUITE_P(, ModelFileDamage,
-                         testing::Values(std::array{"a.mps", "fixed"}, std::array{"a.lp", "lp"},
-                                         std::array{"a.mod", "mathprog"}));
-
 TEST(ModelFileProcess, WhatWouldEndOrHoldTheProgram_GivesAMessage) {
-  const std::string deep(200000, '(');
-  const struct {
-    std::string text;
-    FileLimits limits;
-    const char* expected;
-  } kCases[] = {
-      {"param x{i in 1..9} := x[i]; var y >= x[1]; minimize z: y;", {}, "a.mod: GLPK cannot"},
-      {"var y >= " + deep + "1;\nend;\n" + deep + deep, {}, "a.mod"},
-      {"set I := 1..100000000; var y{I}; minimize z: sum{i in I} y[i];", {60, 64}, "a.mod: "},
-      {"param s := sum{i in 1..1e6, j in 1..1e6} 1; var y >= s; minimize z: y;",
-       {1, 64},
-       "a.mod: translating the model takes more than 1 seconds"},
+  const auto expect = [](const char* text, const FileLimits& limits, const std::string& begin) {
+    EXPECT_EQ(complaintOf("a.mod", text, limits).substr(0, begin.size()), begin);
   };
-  for (const auto& c : kCases) {
-    EXPECT_TRUE(complaintOf("a.mod", c.text, c.limits).starts_with(c.expected)) << c.expected;
-  }
+  expect("param x{i in 1..9} := x[i]; var y >= x[1]; minimize z: y;", {}, "a.mod: GLPK cannot");
+  expect("set I := 1..100000000; var y{I}; minimize z: y[1];", {60, 64}, "a.mod: ");
+  expect("param s := sum{i in 1..1e6, j in 1..1e6} 1; var y >= s; minimize z: y;", {1, 64},
+         "a.mod: translating the model takes more than 1 seconds");
+  EXPECT_TRUE(complaintOf("a.gz", "\x1f\x8b").ends_with("is compressed: unpack it first"));
   EXPECT_FALSE(hasChildren());
 }
 
@@ -100,12 +90,12 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
   std::atomic<int> lost = 0;  // descriptors of ours that somebody else closed
   {
     const std::jthread user([&](const std::stop_token& stop) {
-      while (!stop.stop_requested()) {
-        std::array<int, 16> descriptors;
-        for (int& one : descriptors) one = fcntl(1, F_DUPFD_CLOEXEC, 6);
-        usleep(1000);
-        for (const int one : descriptors) lost += close(one) == 0 ? 0 : 1;
+      std::vector<int> descriptors;
+      while (!stop.stop_requested() && descriptors.size() < 500) {
+        descriptors.push_back(fcntl(1, F_DUPFD_CLOEXEC, 6));
+        usleep(500);
       }
+      for (const int one : descriptors) lost += close(one) == 0 ? 0 : 1;
     });
     std::vector<std::jthread> threads;
     threads.reserve(complaints.size());

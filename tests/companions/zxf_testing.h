@@ -56,15 +56,15 @@ inline Content smallContent() {
            {"empty", 3, 1, 0, "no records", {}, {}, Domain::Relaxed, {"*", "i", ""}}}};
 }
 
-inline std::vector<std::uint8_t> readBytes(const std::string& path) {
+inline Bytes readBytes(const std::string& path) {
   const std::string bytes = testsupport::readFile(path);
   return {bytes.begin(), bytes.end()};
 }
 
 // Bytes from pairs of hexadecimal digits with blanks between them.
-inline std::vector<std::uint8_t> fromHex(const std::string& text) {
+inline Bytes fromHex(const std::string& text) {
   std::istringstream hex(text);
-  std::vector<std::uint8_t> bytes;
+  Bytes bytes;
   for (std::string byte; hex >> byte;) bytes.push_back(std::stoul(byte, nullptr, 16) & 0xFF);
   return bytes;
 }

@@ -2,16 +2,57 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <map>
 
+#include "fuzz/zxf/reseal.h"
 #include "script/driver.h"
+#include "support/allocations.h"
 #include "support/zxffunctions.h"
+#include "zxf/bytes.h"
 #include "zxf_testing.h"
 
 namespace {
 
+zdb::script::FunctionTable makeTable() {
+  using zdb::script::Function;
+  zdb::script::FunctionTable table = zxftest::functionTable();
+  table.emplace("XCheck", Function::make("XCheck", &C__XCheck, false));
+  table.emplace("XAPIVersion", Function::make("XAPIVersion", &C__XAPIVersion, false));
+  return table;
+}
+
+// lie FILE SECTION BYTE HEX: reads a file with other bytes from one of a section on, and checksums
+// that hold; the first error. The section is that of the labels or symbols, or the whole file.
+std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
+  static const std::map<std::string, int> fields = {{"labels", 40}, {"symbols", 88}};
+  const std::vector<zdb::script::Token>& words = statement.arguments;
+  zxftest::Bytes bytes = zxftest::readBytes(words.at(0).text);
+  const auto field = fields.find(words.at(1).text);
+  std::uint64_t at = std::stoull(words.at(2).text);
+  if (field != fields.end())
+    at += zdb::zxfile::loadInt<std::uint64_t>(bytes.data() + field->second);
+  const zxftest::Bytes others = zxftest::fromHex(words.at(3).text);
+  std::copy(others.begin(), others.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
+  reseal(bytes);
+  const zdb::test::Allocations allocations;
+  const int error = zxftest::errorsOf(bytes).at(0);
+  const bool isModest = allocations.largest() < 1U << 20;
+  return std::to_string(error) + (isModest ? "" : ", and takes memory");
+}
+
+// flip BYTE: makes a file "flipped" of "small" with one bit of a byte changed.
+std::string flip(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
+  std::string bytes = testsupport::readFile("small");
+  bytes.at(std::stoul(statement.arguments.at(0).text)) ^= 1;
+  std::ofstream("flipped", std::ios::binary) << bytes;
+  return "done";
+}
+
 class ZxfHost : public zdb::script::Host {
  public:
-  ZxfHost() : Host(zxftest::functionTable()) {
+  ZxfHost() : Host(makeTable()) {
+    words["lie"] = lie;
+    words["flip"] = flip;
     words["cd"] = [](auto&, const auto& statement) {
       std::filesystem::current_path(statement.arguments.at(0).text);
       return std::string("done");
@@ -36,7 +77,7 @@ class ZxfHost : public zdb::script::Host {
 
 }  // namespace
 
-// Scripts, whose paths are absolute, run in a folder that has a file "small", a folder and a pipe.
+// Scripts, whose paths are absolute, run in a folder with files, a folder and a pipe.
 // NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the test, as it should
 int main(int argc, char** argv) {
   ZxfHost host;
@@ -44,11 +85,19 @@ int main(int argc, char** argv) {
   const zxftest::TemporaryFolder folder;
   std::filesystem::current_path(folder.path());
   zxftest::writeContent("small", zxftest::smallContent());
+  zxftest::writeContent("sets", {{"a"}, {}, {{"i", 1, 0, 0, "", {1}, {0}}, {"k", 1, 4, 1}}});
+  constexpr double kThird = 1.0 / 3;
+  zxftest::writeContent(
+      "packed",
+      {zxftest::makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   std::filesystem::create_directory("folder");
   mkfifo("pipe", 0600);
   zdb::script::Way once;
   once.name = "once";
-  const int result = zdb::script::runProgram(argc, argv, {host, {once}, {}});
+  zdb::script::SweepRules rules;
+  rules.nullAnswers["*"] = "0.*\"40\"";
+  rules.neverNull = {"zxfErrorStr", "zxfErrorCount", "zxfGetLastError"};
+  const int result = zdb::script::runProgram(argc, argv, {host, {once}, rules});
   std::filesystem::current_path(before);
   return result;
 }

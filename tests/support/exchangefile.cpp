@@ -1,9 +1,11 @@
 #include "exchangefile.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 
@@ -145,17 +147,16 @@ std::vector<int> Zxf::takeErrors() const {
 }
 
 bool Symbol::operator==(const Symbol& other) const {
-  return name == other.name && dim == other.dim && type == other.type &&
-         userInfo == other.userInfo && text == other.text && keys == other.keys &&
-         domain == other.domain && domains == other.domains &&
-         values.size() == other.values.size() &&
-         std::equal(values.begin(), values.end(), other.values.begin(), [](double a, double b) {
-           return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-         });
+  const auto areSame = [&](auto... members) { return ((this->*members == other.*members) && ...); };
+  const auto bits = [](double value) { return std::bit_cast<std::uint64_t>(value); };
+  return areSame(&Symbol::name, &Symbol::dim, &Symbol::type, &Symbol::userInfo, &Symbol::text,
+                 &Symbol::keys, &Symbol::domain, &Symbol::domains) &&
+         std::ranges::equal(values, other.values, {}, bits, bits);
 }
 
-void writeContent(const Zxf& zxf, const Content& content) {
-  requireDone(zxf, C__zxfStoreDomainSetsSet(zxf, 0));
+void writeContent(const std::string& path, const Content& content) {
+  const Zxf zxf;
+  requireDone(zxf, zxf.openWrite(path) == 0 ? 1 : 0);
   requireDone(zxf, C__zxfUELRegisterRawStart(zxf));
   for (const std::string& label : content.labels) {
     requireDone(zxf, C__zxfUELRegisterRaw(zxf, label.c_str()));
@@ -171,12 +172,6 @@ void writeContent(const Zxf& zxf, const Content& content) {
     requireDone(zxf, C__zxfAddSetText(zxf, text.c_str(), &number));
     require(number == ++expected, "number of a text");
   }
-}
-
-void writeContent(const std::string& path, const Content& content) {
-  const Zxf zxf;
-  requireDone(zxf, zxf.openWrite(path) == 0 ? 1 : 0);
-  writeContent(zxf, content);
   requireDone(zxf, C__zxfClose(zxf));
   require(C__zxfErrorCount(zxf) == 0, "error count");
 }
@@ -204,6 +199,15 @@ Content readContent(const std::string& path) {
   Content content = readContent(path, errors);
   if (!errors.empty()) throw std::runtime_error(path + ": error " + std::to_string(errors[0]));
   return content;
+}
+
+std::vector<int> errorsOf(const Bytes& bytes) {
+  const int fd = memfd_create("zxf", MFD_CLOEXEC);
+  require(write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "memory");
+  std::vector<int> errors;
+  readContent("/proc/self/fd/" + std::to_string(fd), errors);
+  close(fd);
+  return errors;
 }
 
 }  // namespace zxftest

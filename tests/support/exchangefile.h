@@ -4,12 +4,15 @@
 // promise of the interface, throws std::runtime_error, which fails a test and ends a fuzzer.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "zxf/api.h"
 
 namespace zxftest {
+
+using Bytes = std::vector<std::uint8_t>;
 
 // A handle of the library, freed with the object.
 class Zxf {
@@ -56,8 +59,7 @@ struct Content {
 };
 
 // Writes content the way the database does: labels, each symbol with a strict domain before its
-// records and a relaxed one after them, texts. The handle has a file open, which stays open.
-void writeContent(const Zxf& zxf, const Content& content);
+// records and a relaxed one after them, texts.
 void writeContent(const std::string& path, const Content& content);
 
 // Calls every reading function over all labels, texts, symbols and records and checks what they
@@ -66,5 +68,7 @@ void writeContent(const std::string& path, const Content& content);
 Content readContent(const std::string& path, std::vector<int>& errors);
 // The same for a file that has to be sound.
 Content readContent(const std::string& path);
+// The errors of reading a file with these bytes, which lies in memory.
+std::vector<int> errorsOf(const Bytes& bytes);
 
 }  // namespace zxftest

@@ -13,7 +13,7 @@ namespace zxftest {
 inline zdb::script::FunctionTable functionTable() {
   zdb::script::FunctionTable table;
 #define ZDB_FUNCTION(name, result, parameters, codes) \
-  table.emplace(#name, zdb::script::Function::make(#name, &C__##name, true));
+  table.emplace(#name, zdb::script::Function::make(#name, &C__##name, true, #parameters));
 #include "contract/zxffunctions.def"
   std::erase_if(table, [](const auto& each) { return !zdb::zxfile::isOffered(each.first); });
   return table;

@@ -103,11 +103,18 @@ std::unique_lock<std::timed_mutex> waitForTurn(const StopSign& stop) {
   return turn;
 }
 
+// Prints nothing, whatever level cbc sets.
+class SilentHandler : public CoinMessageHandler {
+ public:
+  int print() override { return 0; }
+  CoinMessageHandler* clone() const override { return new SilentHandler(*this); }
+};
+
 class Cbc : public Solver {
  public:
   Cbc() {
     solver_.setHintParam(OsiDoReducePrint, true, OsiHintDo);
-    solver_.messageHandler()->setLogLevel(0);
+    solver_.passInMessageHandler(&silence_);
     solver_.getModelPtr()->setLogLevel(0);
   }
 
@@ -207,6 +214,7 @@ class Cbc : public Solver {
 
   static constexpr int kNoLimit = 2147483647;
 
+  SilentHandler silence_;  // of the solver and of the copies that cbc makes of it
   OsiClpSolverInterface solver_;
   std::vector<char> isInteger_;
 };

@@ -1,46 +1,48 @@
-// What surrounds a solve: the system directory, the log, and a kit that lacks the solvers.
+// What surrounds a solve: the file that lists the solvers, and a kit that lacks them.
 #include <dlfcn.h>
 
 #include <array>
-#include <filesystem>
 
 #include "companions/kit/testing.h"
+#include "support/files.h"
 
 namespace {
 
 using namespace kittest;
 
-TEST(KitEnvironment, SystemDirectory_IsTheLibrarysByDefault) {
-  const Model model;
-  for (const char* given : {static_cast<const char*>(nullptr), "some/where"}) {
-    const Instance instance(model, given);
-    std::array<char, 256> directory{};
-    EXPECT_EQ(CzrtGetStrOpt(CzmiEnvironment(instance), "NameSysDir", directory.data()), 1);
-    EXPECT_EQ(directory.data(), given == nullptr ? KIT_DIRECTORY "/" : std::string("some/where/"));
+class KitConfiguration : public testing::Test {
+ protected:
+  KitConfiguration() { zstXCreate(&configuration_); }
+  ~KitConfiguration() override { zstXFree(&configuration_); }
+
+  // Whether a file of that text is refused.
+  bool refuses(const std::string& text) const {
+    return CzstReadConfigGUC(configuration_, folder_.write("a.txt", text).c_str(), "") != 0;
   }
+
+  const testsupport::TemporaryFolder folder_;
+  void* configuration_ = nullptr;
+};
+
+TEST_F(KitConfiguration, ThousandSolvers_AreTakenAndNoMore) {
+  std::string lines;
+  for (int k = 0; k < 1000; ++k) lines += "a" + std::to_string(k) + " cbc MIP\n";
+  EXPECT_FALSE(refuses(lines));
+  EXPECT_EQ(CzstAlgNumber(configuration_, "a999"), 1000);
+  EXPECT_TRUE(refuses(lines + "a cbc MIP"));
 }
 
-TEST(KitEnvironment, Log_GoesToTheHostOnly) {
-  const Silence silence;
-  const Model model(kShop);
-  const Instance instance(model);
-  std::vector<std::string> lines;
-  const auto keep = [](const char* text, void* user) {
-    static_cast<std::vector<std::string>*>(user)->emplace_back(text);
-  };
-  EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "nobody listens"), 1);
-  EXPECT_EQ(zkitSetLog(instance, keep, &lines), 1);
-  EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "one line"), 1);
-  EXPECT_NE(instance.solve("nosuch"), "");
-  CzmiSetVarLOne(instance, 2, kInf);
-  for (const char* solver : kSolvers) EXPECT_NE(instance.solve(solver), "");
-  EXPECT_EQ(zkitSetLog(instance, nullptr, nullptr), 1);
-  EXPECT_EQ(CzrtLog(CzmiEnvironment(instance), "too late"), 1);
-  const std::string infinite =
-      "A parameter or bound is infinite or not a number: the model cannot be solved";
-  EXPECT_EQ(lines,
-            (std::vector<std::string>{"one line", "Unknown solver >nosuch<: use clp, cbc, glpk",
-                                      infinite, infinite, infinite}));
+// Each byte of the lines that come with the kit replaced or left out with all after it.
+TEST_F(KitConfiguration, DamageAtAnyByte_IsHarmless) {
+  const std::string text = "clp clp LP RMIP\ncbc cbc LP MIP RMIP\n";
+  int refused = 0;
+  for (std::size_t k = 0; k < text.size(); ++k) {
+    for (const char by : {'\0', '\xff', '\n'}) {
+      refused += refuses(text.substr(0, k) + by + text.substr(k + 1)) ? 1 : 0;
+    }
+    refused += refuses(text.substr(0, k)) ? 1 : 0;
+  }
+  EXPECT_GT(refused, 100) << "lines whose words are damaged must not be taken";
 }
 
 TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {

@@ -1,6 +1,5 @@
 // Solves that must end early.
 #include <atomic>
-#include <chrono>
 #include <sstream>
 #include <thread>
 
@@ -10,20 +9,20 @@ namespace {
 
 using namespace kittest;
 
+// " + 117 x(0) + 104 x(1) ...", with coefficients from `least` to 99 more.
+std::string sum(int columns, int least, std::mt19937& random) {
+  std::ostringstream text;
+  for (int j = 0; j < columns; ++j) text << " + " << least + random() % 100 << " x(" << j << ")";
+  return text.str();
+}
+
 // Covers each of `size` rows by twice as many columns, which takes some iterations.
 std::string cover(int size) {
   std::mt19937 random(3);
   std::ostringstream text;
-  const auto addSum = [&](int least) {
-    for (int j = 0; j < 2 * size; ++j) text << " + " << least + random() % 100 << " x(" << j << ")";
-  };
-  text << "z -inf inf ; min z ; cost: - z";
-  addSum(100);
-  text << " = 0";
+  text << "z -inf inf ; min z ; cost: - z" << sum(2 * size, 100, random) << " = 0";
   for (int i = 0; i < size; ++i) {
-    text << " ; e(" << i << "):";
-    addSum(10);
-    text << " >= " << size;
+    text << " ; e(" << i << "):" << sum(2 * size, 10, random) << " >= " << size;
   }
   return text.str();
 }
@@ -32,25 +31,21 @@ std::string cover(int size) {
 std::string sums() {
   std::mt19937 random(11);
   std::ostringstream text;
-  text << "z -inf inf ; min z ; cost: - z";
-  for (int i = 0; i < 6; ++i) text << " + over(" << i << ") + under(" << i << ")";
-  text << " = 0";
-  for (int j = 0; j < 50; ++j) text << " ; int x(" << j << ") 0 1";
+  for (int j = 0; j < 50; ++j) text << "int x(" << j << ") 0 1 ; ";
   for (int i = 0; i < 6; ++i) {
-    text << " ; e(" << i << "): under(" << i << ") - over(" << i << ")";
-    for (int j = 0; j < 50; ++j) text << " + " << random() % 100 << " x(" << j << ")";
-    text << " = 1250";
+    text << "e(" << i << "): under(" << i << ") - over(" << i << ")" << sum(50, 0, random)
+         << " = 1250 ; ";
   }
-  return text.str();
+  text << "min z -inf inf ; cost: - z";
+  for (int i = 0; i < 6; ++i) text << " + over(" << i << ") + under(" << i << ")";
+  return text.str() + " = 0";
 }
 
 void expectStopped(const Instance& instance, int solveStatus) {
   EXPECT_EQ(zkitSolveStatus(instance), solveStatus);
-  const bool isFeasible = zkitModelStatus(instance) == ZKIT_FEASIBLE;
-  EXPECT_TRUE(isFeasible || zkitModelStatus(instance) == ZKIT_INTERMEDIATE);
-  if (isFeasible) {
-    EXPECT_EQ(columnOf(instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
-  }
+  if (zkitModelStatus(instance) == ZKIT_INTERMEDIATE) return;
+  EXPECT_EQ(zkitModelStatus(instance), ZKIT_FEASIBLE);
+  EXPECT_EQ(columnOf(instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
 }
 
 TEST(KitLimits, Linear_StopAndGoOnFromThere) {
@@ -123,7 +118,7 @@ TEST(KitLimits, LongSolvesOfGlpk_LookAtTheirLimitsOnTheWay) {
   expectOptimal(model, instance);
 }
 
-TEST(KitLimits, Searches_StopWhenTold) {
+TEST(KitLimits, Searches_Stop) {
   const Silence silence;
   const Model model(sums());
   for (const char* solver : kMipSolvers) {
@@ -132,14 +127,6 @@ TEST(KitLimits, Searches_StopWhenTold) {
     EXPECT_EQ(instance.solve(solver, 0, 3000), "");
     expectStopped(instance, ZKIT_ITERATION_LIMIT);
     EXPECT_GE(zkitIterations(instance), 3000);
-    std::thread stopper([&instance] {
-      std::this_thread::sleep_for(std::chrono::milliseconds(300));
-      zkitTerminate(instance);
-    });
-    EXPECT_EQ(instance.solve(solver), "");
-    stopper.join();
-    expectStopped(instance, ZKIT_INTERRUPTED);
-    EXPECT_EQ(CzrtTerminateClear(CzmiEnvironment(instance)), 1);
     EXPECT_EQ(instance.solve(solver, 0.3), "");
     expectStopped(instance, ZKIT_TIME_LIMIT);
   }

@@ -1,9 +1,15 @@
 // Scripts over what the libraries of the model kit export. An object, as @a, is a model under
 // construction; instances, dictionaries and the like are variables, which scripts free themselves.
 #include <algorithm>
+#include <cmath>
+#include <deque>
+#include <filesystem>
+#include <optional>
 
+#include "companions/kit/testing.h"
 #include "kit/api.h"
 #include "script/driver.h"
+#include "support/files.h"
 #include "zkitdclib.h"
 
 namespace zdb::script {
@@ -101,9 +107,37 @@ std::string sweep(Run& run, const Statement& statement) {
   return names.empty() ? "none" : names.substr(1);
 }
 
+// A model that a script has written as a text, and what becomes of it.
+struct Written {
+  explicit Written(const std::string& text, const char* directory = nullptr)
+      : model(text), instance(model, directory) {}
+  kittest::Model model;
+  kittest::Instance instance;
+};
+
+// Status and objective, as "Optimal 29"; how the solver ended, if not as it should. A solution is
+// proved.
+std::string outcome(const Written& written) {
+  void* const instance = written.instance;
+  const int status = zkitModelStatus(instance);
+  if (status == ZKIT_OPTIMAL || status == ZKIT_INTEGER_SOLUTION) {
+    kittest::expectOptimal(written.model, instance);
+  }
+  std::string text = zkitModelStatusText(status);
+  text += " " + shown(std::round(zkitObjective(instance) * 1e9) / 1e9);
+  if (zkitSolveStatus(instance) == ZKIT_COMPLETED) return text;
+  return text + ", " + zkitSolveStatusText(zkitSolveStatus(instance));
+}
+
 class KitHost : public Host {
  public:
-  KitHost() : Host(makeTable()) { words["sweep"] = sweep; }
+  KitHost() : Host(makeTable()) {
+    words["sweep"] = sweep;
+    words["model"] = [this](auto&... all) { return makeModel(all...); };
+    words["solve"] = [this](auto&... all) { return solve(all...); };
+    words["spoil"] = [this](auto&... all) { return spoil(all...); };
+    words["configured"] = configured;
+  }
 
   void* create(const Way& /*way*/) override {
     zkitModel_t model = nullptr;
@@ -113,6 +147,8 @@ class KitHost : public Host {
   void destroy(void* object) override {
     auto* model = static_cast<zkitModel_t>(object);
     zkitModelFree(&model);
+    written_.clear();
+    hot_.reset();
   }
   std::string describe(void* /*object*/, const std::string& kind, void* handle) override {
     return kind == "text" ? '"' + std::string(static_cast<const char*>(handle)) + '"' : kind;
@@ -122,6 +158,76 @@ class KitHost : public Host {
     const std::string text = zkitLastError(static_cast<zkitModel_t>(object));
     return text == "There is no column -2" ? "" : text;
   }
+  void* callback(const std::string& name) const override {
+    void (*const print)(const char*, void*) = [](const char* text, void*) { std::puts(text); };
+    return name == "print" ? reinterpret_cast<void*>(print) : nullptr;
+  }
+
+ private:
+  // model $INSTANCE TEXT: an instance of a model as kittest::Model reads it.
+  std::string makeModel(Run& run, const Statement& statement) {
+    run.object(statement.object);  // with which it is freed
+    const Written& written = written_.emplace_back(statement.arguments.at(1).text);
+    run.variables[statement.arguments.at(0).text] = {"pointer", written.instance, nullptr};
+    return "done";
+  }
+
+  // solve $INSTANCE, solve TEXT: solves with the solver of the way: with one that keeps its problem
+  // between all solves of a script, once more from there, and from scratch. Shows what is not the
+  // same.
+  std::string solve(Run& run, const Statement& statement) {
+    const Token& token = statement.arguments.at(0);
+    if (token.kind == Token::Text) {
+      run.object(statement.object);
+      written_.emplace_back(token.text);
+    }
+    const auto isMeant = [&](const Written& each) {
+      return token.kind == Token::Text || each.instance == run.variable(token).handle;
+    };
+    const Written& written = *std::find_if(written_.rbegin(), written_.rend(), isMeant);
+    const std::string& solver = run.way.settings.at("solver");
+    if (!hot_.has_value()) hot_.emplace(solver.c_str());
+    std::string all;
+    std::string last;
+    for (int k = 0; k < 3; ++k) {
+      const bool isTaken = k < 2 ? hot_->solve(written.instance) == 0
+                                 : written.instance.solve(solver.c_str()).empty();
+      const std::string next = (isTaken ? "" : "refused, ") + outcome(written);
+      if (next != last) all += (all.empty() ? "" : "; ") + next;
+      last = next;
+    }
+    return all;
+  }
+
+  // spoil SETTER $INSTANCE NUMBER VALUE KEPT: solves with a value, then with the one it had.
+  std::string spoil(Run& run, const Statement& statement) {
+    const std::vector<Token>& given = statement.arguments;
+    Statement set = statement;
+    set.name = given.at(0).text;
+    const auto with = [&](const Token& value) {
+      set.arguments = {given.at(1), given.at(2), value};
+      run.execute(set);
+      return solve(run, set);
+    };
+    const std::string spoilt = with(given.at(3));
+    return spoilt + "; " + with(given.at(4));
+  }
+
+  // configured TEXT [TYPE]: solves with solver a of a configuration file of that text; the message.
+  static std::string configured(Run& /*run*/, const Statement& statement) {
+    const std::vector<Token>& given = statement.arguments;
+    const testsupport::TemporaryFolder folder;
+    folder.write("zrncmpun.txt", given.at(0).text);
+    const Written written("int x 0 3 ; e: x <= 5 ; max x", folder.path().c_str());
+    zkitSetModelType(written.instance, given.size() > 1 ? std::stoi(given[1].text) : ZKIT_MIP);
+    const std::string message = written.instance.solve("a");
+    if (message.empty()) return outcome(written);
+    const std::string file = folder.path("zrncmpun.txt");
+    return shown(message.starts_with(file) ? "file" + message.substr(file.size()) : message);
+  }
+
+  std::deque<Written> written_;
+  std::optional<kittest::Hot> hot_;
 };
 
 }  // namespace
@@ -130,8 +236,14 @@ class KitHost : public Host {
 
 int main(int argc, char** argv) {
   zdb::script::KitHost host;
-  zdb::script::Way once;
-  once.name = "once";
-  once.settings["configuration"] = KIT_DIRECTORY "/zrncmpun.txt";
-  return zdb::script::runProgram(argc, argv, {host, {once}, {}});
+  std::vector<zdb::script::Way> ways;
+  for (const char* solver : kittest::kSolvers) {
+    ways.emplace_back().name = solver;
+    ways.back().settings = {{"configuration", KIT_DIRECTORY "/zrncmpun.txt"},
+                            {"directory", KIT_DIRECTORY},
+                            {"number", std::to_string(ways.size())},
+                            {"solver", solver}};
+  }
+  ways[0].leavesOut["integers.scr"] = "takes no integer columns";
+  return zdb::script::runProgram(argc, argv, {host, ways, {}});
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <thread>
 
 #include "companions/kit/testing.h"
 
@@ -72,21 +73,13 @@ void change(const Model& model, const std::vector<std::unique_ptr<Instance>>& in
   }
 }
 
-struct RandomCase {
-  double integerShare;
-  int models, maxRows, maxColumns;
-};
-
-class KitRandom : public testing::TestWithParam<RandomCase> {};
-
 // Of a hundred such models there is one that a solver is wrong about; of this seed there is none.
-TEST_P(KitRandom, ChangedModels_ComeToTheSameWithEachSolverAndFromScratch) {
-  const auto [integerShare, models, maxRows, maxColumns] = GetParam();
+void expectAgreement(double integerShare, int models, int maxRows, int maxColumns) {
   const std::vector<const char*>& solvers = integerShare > 0 ? kMipSolvers : kSolvers;
   std::mt19937 random(9);
   std::map<bool, int> solved;
   std::map<std::string, int> iterations;
-  for (int k = 0; k < models && !HasFailure(); ++k) {
+  for (int k = 0; k < models && !testing::Test::HasFailure(); ++k) {
     const bool isBoxed = integerShare > 0 || k % 4 != 1;
     const Shape shape = {1 + k % maxRows, 1 + k % maxColumns, k % 5 != 0, isBoxed, integerShare};
     const Model model(randomModel(shape, random));
@@ -98,7 +91,7 @@ TEST_P(KitRandom, ChangedModels_ComeToTheSameWithEachSolverAndFromScratch) {
       CzmiAltBoundsSet(*instances.back(), 1);
       CzmiAltRHSSet(*instances.back(), 1);
     }
-    for (int step = 0; step < (isBoxed ? 6 : 1) && !HasFailure(); ++step) {
+    for (int step = 0; step < (isBoxed ? 6 : 1) && !testing::Test::HasFailure(); ++step) {
       for (std::size_t s = 0; s < solvers.size(); ++s) {
         SCOPED_TRACE("model " + std::to_string(k) + ", step " + std::to_string(step) + ", " +
                      solvers[s]);
@@ -133,70 +126,51 @@ TEST_P(KitRandom, ChangedModels_ComeToTheSameWithEachSolverAndFromScratch) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Shares, KitRandom,
-                         testing::Values(RandomCase{0.0, 80, 12, 15}, RandomCase{0.5, 30, 6, 9},
-                                         RandomCase{1.0, 40, 6, 5}));
+TEST(KitSolvers, ChangedModels_ComeToTheSameWithEachSolverAndFromScratch) {
+  expectAgreement(0.0, 80, 12, 15);
+  expectAgreement(0.5, 30, 6, 9);
+  expectAgreement(1.0, 40, 6, 5);
+}
 
-struct OddModel {
-  const char* text;
-  int status;
-  double objective = 0;
-};
-
-const OddModel kOddModels[] = {
-    {"", ZKIT_OPTIMAL},
-    {"x -3 5 ; min x", ZKIT_OPTIMAL, -3},
-    {"x -3 inf ; max x", ZKIT_UNBOUNDED},
-    {"e: <= 1", ZKIT_OPTIMAL},
-    {"e: >= 1", ZKIT_INFEASIBLE},
-    {"x 0 1 ; min x ; e: = 2", ZKIT_INFEASIBLE},
-    {"e: 2 x <= 8 ; max x", ZKIT_OPTIMAL, 4},
-    {"x 0 9 ; e: 2 x >= 3", ZKIT_OPTIMAL},
-    {"x 0 9 ; y 2 1 ; e: 2 x >= 3 ; min y", ZKIT_INFEASIBLE},
-    {"x -inf inf ; e(1): x >= 3 ; e(2): x <= 2 ; min x", ZKIT_INFEASIBLE},
-    {"z -inf inf ; e: x - y = 1 ; c: x + y - z = 0 ; max z", ZKIT_UNBOUNDED},
-    {"x 1 5 ; e: x free 100 ; min x", ZKIT_OPTIMAL, 1},
-    {"x 0 10 ; z 0 7 ; e: x - z = 0 ; max z", ZKIT_OPTIMAL, 7},
-    {"a_var 6 6 6 ; e: x + a_var >= 8 ; min a_var", ZKIT_OPTIMAL, 6},
-    {"x 5 5 ; z -inf inf ; c: 2 x - z = 0 ; e: y >= -1 ; min z", ZKIT_OPTIMAL, 10},
-    {"e(1): x + 6 y <= 0 ; e(2): 3 x + 4 y <= 0 ; e(3): 6 x + y <= 0 ; max x", ZKIT_OPTIMAL},
-    {"z -inf inf ; c: x + y - z = 0 ; e(1): x + y = 2 ; e(2): x + y = 2 ; min z", ZKIT_OPTIMAL, 2},
-    {"z -inf inf ; p_var 3 3 3 ; c: 2 p_var*x - z = 0 ; e: x >= 2 ; min z", ZKIT_OPTIMAL, 12},
-    {"int x 0 10 ; e: 2 x = 3 ; min x", ZKIT_INTEGER_INFEASIBLE},
-    {"int x 0.2 0.8 ; e: x <= 9 ; min x", ZKIT_INTEGER_INFEASIBLE},
-    // Bounds of integer columns count as whole from 1e-9 on.
-    {"int x 0 2.9999999995 ; e: x <= 9 ; max x", ZKIT_INTEGER_SOLUTION, 3},
-    {"int x 1.0000000005 5 ; e: x <= 9 ; min x", ZKIT_INTEGER_SOLUTION, 1},
-    {"int x 1.000000002 5 ; e: x <= 9 ; min x", ZKIT_INTEGER_SOLUTION, 2},
-    {"int x 0 2.999999998 ; e: x <= 9 ; max x", ZKIT_INTEGER_SOLUTION, 2},
-};
-
-TEST(KitSolvers, OddModels_HaveTheirStatusFromScratchAndAgain) {
-  for (const OddModel& each : kOddModels) {
-    const Model model(each.text);
-    const bool isMip =
-        each.status == ZKIT_INTEGER_SOLUTION || each.status == ZKIT_INTEGER_INFEASIBLE;
-    for (const char* solver : isMip ? kMipSolvers : kSolvers) {
-      SCOPED_TRACE(std::string(each.text) + ", " + solver);
-      const Instance instance(model);
-      const Hot hot(solver);
-      for (int k = 0; k < 2; ++k) {
-        EXPECT_EQ(hot.solve(instance), 0);
-        EXPECT_EQ(zkitModelStatus(instance), each.status);
-        EXPECT_EQ(zkitSolveStatus(instance), ZKIT_COMPLETED);
-        EXPECT_NEAR(zkitObjective(instance), each.objective, 1e-9);
-        if (hasSolution(instance)) expectOptimal(model, instance);
-      }
+// A search may end at levels that are whole within its tolerance, and are not when they are.
+TEST(KitSolvers, RoundingThatNoRowAllows_LeavesTheLevelsOfTheSearch) {
+  const Silence silence;
+  const Model model("int x 0 9 ; e: 1000000 x - y = 3000000.5 ; min x");
+  for (const auto& [solver, rowLevel] : {std::pair("cbc", 3e6), {"glpk", 3000000.5}}) {
+    const Instance instance(model);
+    const Hot hot(solver);
+    for (int k = 0; k < 2; ++k) {
+      EXPECT_EQ(hot.solve(instance), 0);
+      EXPECT_EQ(zkitModelStatus(instance), ZKIT_INTEGER_SOLUTION) << solver;
+      EXPECT_NEAR(CzmiGetVarLOne(instance, model["x"]), 3, 1e-9) << solver;
+      EXPECT_NEAR(CzmiGetEquLOne(instance, model["e"]), rowLevel, 0.1) << solver;
+      EXPECT_NEAR(CzmiGetVarLOne(instance, model["y"]), 0, 1e-6) << solver;
     }
   }
 }
 
-// Its presolve calls this one infeasible.
-TEST(KitSolvers, UnboundedByAColumnInNoRow_IsUnboundedToClp) {
-  const Model model("x -inf 1 ; y -3 0 ; z -inf inf ; c: 3 x - z = 0 ; e: 6 y >= -5 ; min z");
-  const Instance instance(model);
-  EXPECT_EQ(instance.solve("clp"), "");
-  EXPECT_EQ(zkitModelStatus(instance), ZKIT_UNBOUNDED);
+// A solver may be used by one thread after another, and several threads may have one each.
+TEST(KitSolvers, Threads_MayShareNothingOrTakeTurns) {
+  const Silence silence;
+  for (const char* solver : kSolvers) {
+    const bool isMip = solver != std::string("clp");
+    std::mt19937 random(3);
+    const Model model(randomModel({6, 8, true, true, isMip ? 0.5 : 0.0}, random));
+    const Instance instance(model);
+    const Hot hot(solver);
+    EXPECT_EQ(hot.solve(instance), 0);
+    const double objective = zkitObjective(instance);
+    std::jthread([&] { EXPECT_EQ(hot.solve(instance), 0); }).join();
+    EXPECT_NEAR(zkitObjective(instance), objective, 1e-9);
+    std::vector<std::jthread> threads(4);
+    for (std::jthread& thread : threads) {
+      thread = std::jthread([&] {
+        const Instance own(model);
+        for (int k = 0; k < 10; ++k) EXPECT_EQ(own.solve(solver), "");
+        EXPECT_NEAR(zkitObjective(own), objective, 1e-6);
+      });
+    }
+  }
 }
 
 }  // namespace

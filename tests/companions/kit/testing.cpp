@@ -174,16 +174,6 @@ int Hot::solve(const Instance& instance) const {
   return isReady ? CzstAlgCallSolver(configuration_, number_, instance) : -1;
 }
 
-Silence::Silence() {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-}
-
-Silence::~Silence() {
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-}
-
 Entry entryOf(GetEntry get, void* instance, int number) {
   Entry entry;
   EXPECT_EQ(get(instance, number, &entry.level, &entry.marginal, &entry.status, &entry.basis), 1);

@@ -69,11 +69,6 @@ class Model {
   std::vector<bool> isParameter_;
 };
 
-// At least need_var is to be bought of a, at 2 each, and b, at p_var each, with a fee of 5: for 29.
-inline constexpr char kShop[] =
-    "x(a) 0 6 1.5 ; x(b) 0 inf ; p_var -inf inf 3 ; need_var 0 100 10 ; cost -inf inf ; min cost ;"
-    "costs: cost - 2 x(a) - p_var*x(b) - 3 = 2 ; needs: x(a) + x(b) - need_var >= 0";
-
 struct Shape {
   int rows = 5;
   int columns = 5;
@@ -120,8 +115,10 @@ class Hot {
 
 // Fails if anything is printed while it lives.
 struct Silence {
-  Silence();
-  ~Silence();
+  Silence() { testing::internal::CaptureStdout(), testing::internal::CaptureStderr(); }
+  ~Silence() {
+    EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
+  }
 };
 
 struct Entry {
