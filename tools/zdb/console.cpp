@@ -1,5 +1,7 @@
 #include "console.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -14,6 +16,16 @@ bool isControl(char c) {
 }
 
 }  // namespace
+
+Console::Console() {
+  const int own = dup(STDOUT_FILENO);
+  output_ = own < 0 ? nullptr : fdopen(own, "w");
+  if (output_ != nullptr) dup2(STDERR_FILENO, STDOUT_FILENO);
+}
+
+Console::~Console() {
+  if (output_ != nullptr) std::fclose(output_);
+}
 
 void Console::write(std::string_view text) {
   pending_ += text;
@@ -36,9 +48,10 @@ void Console::note(std::string_view fact) {
 }
 
 bool Console::push() {
+  std::FILE* output = output_ == nullptr ? stdout : output_;
   const bool written =
-      std::fwrite(pending_.data(), 1, pending_.size(), stdout) == pending_.size() &&
-      std::fflush(stdout) == 0;
+      std::fwrite(pending_.data(), 1, pending_.size(), output) == pending_.size() &&
+      std::fflush(output) == 0;
   if (!written && outputError_ == 0) outputError_ = errno;
   pending_.clear();
   return outputError_ == 0;

@@ -15,8 +15,15 @@ class ToolError : public std::runtime_error {
 
 /// Standard output and standard error. Output is buffered and written in large pieces. A problem
 /// that is reported makes the program exit with 1, but the command continues.
+///
+/// The first console takes standard output for itself: whatever else the process prints there, such
+/// as a library that reports a lack of memory, goes to standard error and not into a table.
 class Console {
  public:
+  Console();
+  ~Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
   /// Adds to standard output. Throws ToolError if the output cannot be written.
   void write(std::string_view text);
   /// Writes out everything that is buffered. Throws ToolError if that fails.
@@ -30,6 +37,7 @@ class Console {
  private:
   bool push();
 
+  std::FILE* output_;
   std::string pending_;
   int outputError_ = 0;  ///< errno of the first failed write
   bool hasProblems_ = false;

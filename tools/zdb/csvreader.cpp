@@ -13,6 +13,9 @@ namespace zdbtool {
 
 namespace {
 
+/// Devices and pipes may never end.
+constexpr std::size_t kMostBytes = std::size_t{1} << 30;
+
 /// Collects what the parser delivers, field by field.
 struct Collector {
   std::vector<CsvRow> rows;
@@ -70,8 +73,14 @@ std::vector<CsvRow> readCsv(const std::string& file) {
                     csv_strerror(csv_error(&parser.state)));
   };
   char piece[65536];
+  std::size_t total = 0;
   while (in.read(piece, sizeof piece) || in.gcount() > 0) {
     const auto size = static_cast<std::size_t>(in.gcount());
+    if (std::memchr(piece, 0, size) != nullptr) {
+      throw ToolError(file + " contains a zero byte, which no CSV file does");
+    }
+    total += size;
+    if (total > kMostBytes) throw ToolError(file + " has more than 1 GiB, which is too much");
     check(csv_parse(&parser.state, piece, size, onField, onRowEnd, &collector) == size);
   }
   if (in.bad()) throw ToolError("cannot read " + file + ": " + std::strerror(errno));

@@ -33,7 +33,7 @@ std::vector<std::string> columnNames(const Symbol& symbol) {
   std::set<std::string> used(values.begin(), values.end());
   std::vector<std::string> names;
   for (const Domain& domain : symbol.domains) {
-    const std::string wanted = domain.name == "*" ? "label" : domain.name;
+    const std::string wanted = domain.name == "*" ? "label" : printable(domain.name);
     std::string name = wanted;
     for (int n = 2; !used.insert(zdb::contract::lowerCase(name)).second; ++n) {
       name = wanted + '_' + std::to_string(n);

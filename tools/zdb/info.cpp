@@ -2,9 +2,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <optional>
 
 #include "commands.h"
 #include "database.h"
+#include "filedirectory.h"
 #include "table.h"
 #include "values.h"
 
@@ -17,25 +19,13 @@ struct InfoOptions {
   bool countRecords = true;
 };
 
-/// The library counts records by reading them, so each symbol's are dropped before the next
-/// is read.
-std::string countText(Database& db, const Symbol& symbol, Console& console) {
-  try {
-    std::string count = std::to_string(db.recordCount(symbol));
-    db.forgetRecords(symbol);
-    return count;
-  } catch (const ToolError& failure) {
-    console.report(failure.what());
-    return "damaged";
-  }
-}
-
-std::vector<std::string> describe(Database& db, const Symbol& symbol, const InfoOptions& options,
-                                  Console& console) {
+/// The row of a symbol; `directory` counts its records, if they are counted.
+std::vector<std::string> describe(const Symbol& symbol, int position,
+                                  const FileDirectory* directory) {
   std::vector<std::string> row = {symbol.name, typeName(symbol.type), std::to_string(symbol.dim)};
   row.push_back(symbol.isAlias() ? "alias of " + symbol.aliasOf : domainText(symbol));
-  if (options.countRecords) {
-    row.push_back(symbol.isAlias() ? "" : countText(db, symbol, console));
+  if (directory != nullptr) {
+    row.push_back(symbol.isAlias() ? "" : std::to_string(directory->recordCount(position)));
   }
   row.push_back(symbol.text);
   return row;
@@ -61,11 +51,13 @@ void runInfo(const InfoOptions& options, Console& console) {
   if (options.countRecords) columns.push_back({"records", true});
   columns.push_back({"text"});
   Table table(std::move(columns));
+  std::optional<FileDirectory> directory;
+  if (options.countRecords) directory.emplace(options.file);
   bool explainQuotes = false;
   for (int i = 0; i < symbolCount; ++i) {
     const Symbol symbol = db.symbolAt(i);
     explainQuotes = explainQuotes || hasRelaxedDomain(symbol);
-    table.add(describe(db, symbol, options, console));
+    table.add(describe(symbol, i, directory ? &*directory : nullptr));
   }
   console.write("\n");
   table.print(console);
@@ -81,8 +73,7 @@ void addInfo(CLI::App& app, Console& console) {
       "info",
       "Lists the symbols of a data file: type, dimension, domains, number of records, text");
   command->add_option("FILE", options->file, "Data file to inspect")->required();
-  command->add_flag("!--no-counts", options->countRecords,
-                    "Leave out the numbers of records, for which all records have to be read");
+  command->add_flag("!--no-counts", options->countRecords, "Leave out the numbers of records");
   command->callback([options, &console] { runInfo(*options, console); });
 }
 

@@ -2,6 +2,8 @@
 // wrong usage.
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <iostream>
+#include <sstream>
 
 #include "commands.h"
 #include "zdbcclib.h"
@@ -27,7 +29,11 @@ int run(int argc, char** argv, Console& console) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? 0 : kWrongUse;
+    std::ostringstream help;
+    const int code = app.exit(error, help, std::cerr);
+    console.write(help.str());
+    console.flush();
+    return code == 0 ? 0 : kWrongUse;
   }
   console.flush();
   return console.hasProblems() ? kFailed : 0;

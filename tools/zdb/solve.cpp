@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "csvreader.h"
 #include "model.h"
+#include "outputfile.h"
 #include "values.h"
 #include "zkitdclib.h"
 
@@ -20,6 +21,7 @@ struct SolveOptions {
   std::vector<std::string> sets;
   std::string solver;
   std::string output;
+  bool force = false;
 };
 
 void noteUnmatched(Console& console, const std::string& name, int unmatched) {
@@ -101,7 +103,15 @@ void printResult(Model& model, Console& console) {
   console.write(line("iterations", std::to_string(zkitIterations(instance))));
 }
 
+void checkOutputOf(const SolveOptions& options) {
+  if (options.output.empty() || options.force) return;
+  std::vector<std::string> inputs = {options.model, options.modelData, options.dataFile};
+  for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
+  checkOutput(options.output, inputs);
+}
+
 void runSolve(const SolveOptions& options, Console& console) {
+  checkOutputOf(options);
   Model model(options.model, options.modelData);
   if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
   for (const std::string& set : options.sets) takeCsv(model, set, console);
@@ -131,6 +141,8 @@ void addSolve(CLI::App& app, Console& console) {
   command->add_option("--solver", options->solver,
                       "Solver; by default clp, or cbc if the model has integer columns");
   command->add_option("-o,--output", options->output, "Data file to write the solution to");
+  command->add_flag("--force", options->force,
+                    "Write over an input, or over a file that is not a data file");
   command->callback([options, &console] { runSolve(*options, console); });
 }
 

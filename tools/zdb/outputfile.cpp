@@ -1,0 +1,36 @@
+#include "outputfile.h"
+
+#include <filesystem>
+
+#include "console.h"
+#include "database.h"
+
+namespace zdbtool {
+
+namespace {
+
+constexpr const char* kForce = "; use --force to write over it";
+
+bool isDataFile(const std::string& file) {
+  try {
+    const Database readable(file);
+    return true;
+  } catch (const ToolError&) {
+    return false;
+  }
+}
+
+}  // namespace
+
+void checkOutput(const std::string& output, const std::vector<std::string>& inputs) {
+  std::error_code missing;
+  for (const std::string& input : inputs) {
+    if (std::filesystem::equivalent(output, input, missing)) {
+      throw ToolError("the output " + output + " is the input " + input + kForce);
+    }
+  }
+  if (!std::filesystem::is_regular_file(output, missing) || isDataFile(output)) return;
+  throw ToolError(output + " exists and is not a data file" + kForce);
+}
+
+}  // namespace zdbtool
