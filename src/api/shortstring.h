@@ -17,8 +17,8 @@ inline char* shortToC(const char* shortString, char* out) {
   return out;
 }
 
-/// Makes a short string of a C string. Of a longer text, the length byte is the full length modulo
-/// 256.
+/// Makes a short string of a C string. The length byte is the full length modulo 256, also that of
+/// a text that is cut.
 inline void cToShort(const char* text, char* out) {
   writeShort(text, out);
   out[0] = static_cast<char>(std::strlen(text) % 256);

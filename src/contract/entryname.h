@@ -12,8 +12,7 @@
 
 namespace zdb::contract {
 
-/// An entry taken apart. Whether symbol and labels can be what they are called is left to the
-/// caller.
+/// An entry taken apart. The caller checks whether these can be names of symbols and labels.
 struct EntryName {
   std::string_view symbol;          ///< what stands before the bracket, as written
   std::vector<std::string> labels;  ///< without blanks at their ends

@@ -54,8 +54,7 @@ constexpr bool isSymbolName(std::string_view name) {
          std::all_of(name.begin(), name.end(), isNamePart);
 }
 
-/// What a label must be in any case: up to 63 bytes, no control characters, not both kinds of
-/// quotes.
+/// What every label must be: at most 63 bytes, no control characters, not both kinds of quotes.
 constexpr bool isLabel(std::string_view text) {
   constexpr auto npos = std::string_view::npos;
   return text.size() <= std::size_t{kMaxNameLength} &&

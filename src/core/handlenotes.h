@@ -52,7 +52,7 @@ class HandleNotes {
     std::vector<std::intptr_t>& changes = shared_->changes;
     if (changes.size() == changes.capacity()) changes.reserve(2 * changes.size() + 8);
   }
-  /// REQUIRES: makeRoom was called after the last note.
+  /// REQUIRES makeRoom was called after the last note.
   void noteInserted(int number) noexcept { note(number); }
   void noteErased(int number) noexcept { note(~static_cast<std::intptr_t>(number)); }
   void noteErased(const void* record) noexcept { note(reinterpret_cast<std::intptr_t>(record)); }

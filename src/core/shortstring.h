@@ -1,5 +1,4 @@
-// Short strings: a length byte and up to 255 characters without a terminator, in a buffer of 256
-// bytes.
+// Short strings: a length byte and up to 255 characters without terminator, in 256 bytes.
 #pragma once
 
 #include <cstddef>

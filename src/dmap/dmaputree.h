@@ -24,8 +24,7 @@ class DMap;
 class DMapVector;
 
 /// The key of the record that was last read through a tree iterator: by contract one buffer for all
-/// trees, of those that one thread uses. The model spares a call for its address in a shared
-/// library.
+/// trees that one thread uses. The model saves a call for its address in a shared library.
 [[gnu::tls_model("initial-exec")]] inline constinit thread_local int sharedTreeKey[kMaxDim] = {};
 
 /// The record at a tree position. Its key is copied to `sharedTreeKey`, by contract, and so is

@@ -20,7 +20,7 @@
 //    XGetReadyL(path, msg, len)    the same from the file `path`, split at its last '/'; without
 //                                  a file name, the default file name is used
 //
-// XCreate(handle, msg, len) loads the library in one of these ways and creates an
+//    XCreate(handle, msg, len)     loads the library in one of these ways and creates an
 //    XCreateD(handle, dir, ...)    object, which the caller frees with XFree; *handle is null
 //    XCreateL(handle, path, ...)   on failure
 //    XCreateDD(handle, dir, ...)   as XCreateD, and the object learns its directory (not in zst)

@@ -6,8 +6,7 @@
 
 namespace zdb {
 
-/// The container that an iterator belongs to, and by what a handle knows its record: a few lines a
-/// storage.
+/// For each storage: the container of an iterator, and what identifies the record of a handle.
 template <typename It>
 struct StorageOf;
 

@@ -1,4 +1,4 @@
-/// Drives a record container beside a std::map and compares what can be seen of both.
+// Drives a record container beside a std::map and compares what can be seen of both.
 #pragma once
 
 #include <algorithm>

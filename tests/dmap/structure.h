@@ -1,4 +1,4 @@
-/// What no caller can see of the containers: the one test that reaches into them.
+// What no caller can see of the containers: the one test that reaches into them.
 #pragma once
 
 #include <cstdint>

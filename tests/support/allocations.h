@@ -1,10 +1,10 @@
-/// Watches the allocations of a test program, and lets some of them fail.
-///
-/// A program that compiles allocations.cpp has its own operator new and delete. They serve what is
-/// linked into it and also the shared libraries that it links or loads later, libzdbcclib64.so and
-/// the companions among them, which look for the operators in the program first; under the address
-/// sanitizer too. What takes memory from the C library itself is neither seen nor failed: malloc,
-/// aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C.
+// Watches the allocations of a test program, and lets some of them fail.
+//
+// A program that compiles allocations.cpp has its own operator new and delete. They serve what is
+// linked into it and also the shared libraries that it links or loads later, libzdbcclib64.so and
+// the companions among them, which look for the operators in the program first; under the address
+// sanitizer too. What takes memory from the C library itself is neither seen nor failed: malloc,
+// aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-/// Calls that run out of memory everywhere.
+// Calls that run out of memory everywhere.
 #pragma once
 
 #include <cstdint>
