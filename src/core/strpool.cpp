@@ -4,6 +4,18 @@
 
 namespace zdb::strpool {
 
+int TStrHashPool::insert(const char* text, int value) {
+  return list_.AddObject(text, value);
+}
+
+bool TStrHashPool::contains(const char* text) {
+  return list_.IndexOf(text) >= 0;
+}
+
+int TStrHashPool::operator[](const char* text) {
+  return list_.GetObject(list_.IndexOf(text));
+}
+
 int TUMStringPool::insert(const char* text, int value) {
   entries_.push_back({text, value});  // first, so that the map never holds a number without a text
   const auto [place, added] = numbers_.try_emplace(zxf::utils::uppercase(text), size() - 1);

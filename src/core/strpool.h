@@ -29,9 +29,9 @@ class IStringPool {
 /// The pool of element texts, which is case-insensitive.
 class TStrHashPool final : public IStringPool {
  public:
-  int insert(const char* text, int value) override { return list_.AddObject(text, value); }
-  bool contains(const char* text) override { return list_.IndexOf(text) >= 0; }
-  int operator[](const char* text) override { return list_.GetObject(list_.IndexOf(text)); }
+  int insert(const char* text, int value) override;
+  bool contains(const char* text) override;
+  int operator[](const char* text) override;
   const char* get(int number) const override { return list_.GetString(number); }
   int size() const override { return list_.Count(); }
 

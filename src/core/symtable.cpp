@@ -47,6 +47,10 @@ void TSymbolTable::replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newS
   (*this)[oldSymbol->name.c_str()] = newSymbol;
 }
 
+bool TSymbolTable::contains(const char* name) {
+  return list_.IndexOf(name) >= 0;
+}
+
 AbstractZDBSymbol*& TSymbolTable::operator[](const char* name) {
   const int index = list_.IndexOf(name);
   if (index < 0) throw std::out_of_range(std::string("no symbol named ") + name);

@@ -79,7 +79,7 @@ class TSymbolTable final : public OrderedSymbolTable {
   void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) override;
   AbstractZDBSymbol*& operator[](const char* name) override;
   AbstractZDBSymbol*& operator[](int index) override { return list_.GetObject(index); }
-  bool contains(const char* name) override { return list_.IndexOf(name) >= 0; }
+  bool contains(const char* name) override;
   int size() const override { return list_.Count(); }
 
  private:
