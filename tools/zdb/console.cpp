@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -52,4 +52,4 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -8,7 +8,7 @@
 #include "table.h"
 #include "values.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -86,4 +86,4 @@ void addInfo(CLI::App& app, Console& console) {
   command->callback([options, &console] { runInfo(*options, console); });
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool
