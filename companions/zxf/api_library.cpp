@@ -10,7 +10,8 @@ using namespace zdb::zxfile;
 
 namespace {
 
-// Process-wide, unlike everything else here, so threads with a handle each may meet in it.
+// Unlike everything else here, this is shared by the whole process, and so by threads with separate
+// handles.
 std::mutex loadPathMutex;
 char loadPath[256];
 
