@@ -106,8 +106,7 @@ const Symbol& ModelBuilder::checkedSymbol(int number, int type) const {
                                          : " is a variable: it has columns, not rows"));
 }
 
-// An entry with an unknown label is new, so labels are added only after the check for repeated
-// entries.
+// An entry with an unknown label is new, so the check for repeated entries needs no new labels.
 void ModelBuilder::addEntry(int number, const char* const* labels, EntryIndex& known) {
   Dictionary& dictionary = data_.dictionary;
   const Symbol& symbol = dictionary.symbol(number);

@@ -10,8 +10,7 @@ using namespace zdb::zxfile;
 
 namespace {
 
-// Unlike everything else here, this is shared by the whole process, and so by threads with separate
-// handles.
+// Unlike everything else here, this is shared by all handles of the process, and so by threads.
 std::mutex loadPathMutex;
 char loadPath[256];
 

@@ -142,8 +142,7 @@ class FieldReader {
     return taken;
   }
 
-  /// Bytes not taken yet; the reader of a structure that must fill its bytes checks for 0 at the
-  /// end.
+  /// Bytes not taken yet. Readers of a structure that must fill its bytes check for 0 at the end.
   std::size_t left() const { return rest_.size(); }
   /// Fails as the reader itself does; `name` tells the user which part is damaged.
   [[noreturn]] void damaged(const char* name) const { fail(onDamage_, name); }

@@ -13,8 +13,7 @@ namespace zdb::zxfile {
 double powerOfTen(int decimals);
 
 /// The value of a decimal. Division is correctly rounded on every machine, so the same integer and
-/// power give the same bits everywhere; multiplication by 0.1 and the like would miss most
-/// decimals.
+/// power give the same bits everywhere; multiplying by 0.1 and the like misses most decimals.
 inline double decimalValue(std::int64_t integer, double power) {
   return static_cast<double>(integer) / power;
 }

@@ -25,8 +25,7 @@ inline bool isDomainSet(const SymbolEntry& entry) {
   return entry.dim == 1 && (entry.type == SymbolType::Set || entry.type == SymbolType::Alias);
 }
 
-/// Calls with(d, name) for the domain name of each dimension, 0 <= d < dim, if the symbol has a
-/// domain.
+/// For a symbol with a domain, calls with(d, name) for each dimension, 0 <= d < dim.
 template <typename With>
 void forEachDomain(const SymbolEntry& entry, With with) {
   const std::string_view packed = entry.domains;

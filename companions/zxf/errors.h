@@ -55,8 +55,7 @@ class ErrorLog {
   /// Removes and returns the oldest pending number; 0 if there is none.
   int take();
 
-  /// Fixed text and first detail, cut to 255 bytes; `text` holds 256. Returns false for an unknown
-  /// number.
+  /// Fixed text and first detail, cut to 255 bytes; `text` holds 256. False for unknown numbers.
   bool describe(int number, char* text) const;
 
  private:

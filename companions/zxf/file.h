@@ -33,8 +33,7 @@ class InputFile {
   /// Bytes at the time of opening.
   std::uint64_t size() const { return size_; }
 
-  /// Fills `to` from `offset`. Fails with TruncatedFile if the file ends before that, or
-  /// ReadFailed.
+  /// Fills `to` from `offset`. Fails with ReadFailed, or TruncatedFile if the file ends too soon.
   void read(std::uint64_t offset, std::span<std::uint8_t> to) const;
 
  private:

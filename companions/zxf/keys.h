@@ -59,8 +59,8 @@ class KeyReader {
 
   /// Fills `rows` with `dim` labels per record and `changed` with the first position, from 1, at
   /// which each record differs from the previous one in this block (1 for the first; 0 for
-  /// dimension 0). Fails unless 1 <= label <= labelCount for each label; the keys are strictly
-  /// ascending.
+  /// dimension 0). The keys are strictly ascending. Fails unless 1 <= label <= labelCount for
+  /// each of their labels.
   void read(FieldReader& in, int dim, std::uint32_t labelCount, std::span<int> rows,
             std::span<std::uint8_t> changed);
 

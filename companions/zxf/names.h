@@ -16,8 +16,7 @@ class TextList {
   /// Appends a text. Fails with TooMany if the format cannot count or address it.
   void add(std::string_view text);
 
-  /// Takes over `count` texts in file form; fails with the given code if they do not fill the
-  /// bytes.
+  /// Takes over `count` texts in file form; fails with the code if they do not fill the bytes.
   void adopt(Bytes&& stored, std::uint32_t count, Errc onDamage);
 
   std::uint32_t size() const { return static_cast<std::uint32_t>(offsets_.size()); }

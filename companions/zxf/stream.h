@@ -47,8 +47,7 @@ class StreamReader {
   /// Unpacks the next stream, which must have exactly raw.size() bytes.
   void read(FieldReader& in, std::span<std::uint8_t> raw, const char* name);
 
-  /// Unpacks the next stream into `raw`; rejects one of more than `limit` bytes before it
-  /// allocates.
+  /// Unpacks the next stream into `raw`; before allocating, rejects one of more than `limit` bytes.
   void read(FieldReader& in, Bytes& raw, std::uint64_t limit, const char* name);
 
  private:

@@ -51,8 +51,7 @@ class Writer {
   void startSymbol(std::string_view name, std::string_view text, int dim, int type, int userInfo);
   bool inSymbol() const { return phase_ == Phase::Symbol; }
   int dim() const { return dim_; }
-  /// Sets the strict domains of the current symbol, `dim` names; its records are checked against
-  /// them.
+  /// Sets the strict domains of the current symbol, `dim` names, which its records must respect.
   void setStrictDomains(const char* const* names);
   /// Sets the relaxed domains of the current symbol or an earlier one, `dim` names that are stored
   /// and not checked.

@@ -10,8 +10,7 @@
 namespace zdb::kit::modelfile {
 
 /// The fields of a record of an MPS file: the type of a bound or row, then names and numbers in
-/// turn. Absent fields are empty. Blanks in names, which only the fixed format allows, become
-/// underscores.
+/// turn. Absent fields are empty. Blanks in names (only in the fixed format) become underscores.
 using MpsFields = std::array<std::string, 6>;
 
 /// Splits a record. In the free format the first field is left empty unless `hasType`. Returns

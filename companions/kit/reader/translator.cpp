@@ -26,8 +26,7 @@ class Terminal {
     if (text_.size() > 2 * kMaxKept) text_.erase(0, kMaxKept);
   }
 
-  // The last line that begins with the path of a source and is not a warning, or else the last
-  // line.
+  // The last line that begins with the path of a source and is not a warning; or just the last.
   std::string errorText(const GlpkSource& model, const GlpkSource& data) const {
     std::string_view rest = text_;
     std::string found;

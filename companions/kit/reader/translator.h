@@ -21,8 +21,8 @@ struct Translation {
 };
 
 /// Translates a model with GLPK's readers and sends it, packed, as the reply, or GLPK's error text,
-/// "NAME:LINE: what". Never returns, because after an error GLPK cannot be left. Throws only
-/// std::bad_alloc.
+/// "NAME:LINE: what". Never returns: after an error GLPK cannot be left. Throws only
+/// std::bad_alloc, before a reply has been sent.
 [[noreturn]] void translateWithGlpk(const Translation& task);
 
 }  // namespace zdb::kit::modelfile
