@@ -46,9 +46,11 @@
  *     after a call, except callbacks and their user pointer.
  *  4. Validity. A symbol handle becomes invalid when the symbol is moved to another storage
  *     (c__zdbselectrecordstorage) or the database is freed. A record handle becomes invalid when
- *     its record is deleted, when its symbol is cleared, loaded again, copied into or moved to
- *     another storage, and when the database is freed; adding and deleting other records leaves it
- *     valid. A handle must be freed even if its record was deleted.
+ *     its record is deleted, also through another handle, when its symbol is cleared, loaded again,
+ *     copied into or moved to another storage, and when the database is freed; adding and deleting
+ *     other records leaves it valid. Until the database is freed, an invalid record handle is
+ *     safe in all storages: reading, changing and moving fail with a message. It must still be
+ *     freed.
  *  5. Null. With a null database handle every function returns 0 without a message, as there is
  *     nowhere to put one, and writes nothing except a status output, which becomes 0, and a
  *     short-string output, which becomes empty; c__zdbsetdebug() does not need a database. Any
@@ -75,15 +77,19 @@
  *     numbers; the first position is the most significant.
  * 11. Values are arrays of 1 or 5 doubles, in the order of ZDB_LEVEL to ZDB_SCALE. The value of a
  *     set's record is the number of its element text, 0 for none.
- * 12. Threads. The library starts no threads and locks nothing: use a database from one thread at a
- *     time. Different databases may be used by different threads at the same time, except that
- *     creating and freeing databases, which use a companion library that the whole process shares,
- *     must not overlap, nor may c__zdbsetdebug().
+ * 12. Threads. Use a database, with all its handles, in one thread at a time, and likewise a model
+ *     instance. Apart from that, threads may do anything at the same time: create and free
+ *     databases, read and write files, register, prepare and solve models. Only c__zdbsetdebug(),
+ *     which is for the whole process, must not overlap with other calls.
  * 13. Cost. Operations on a handle, and on labels by text or number, take constant time;
  *     finding, adding and deleting a record take O(log n) in the symbol's records. Other costs
  *     are noted. A symbol whose records are still in a data exchange file or a model instance,
  *     or come from callbacks, is loaded by the first call that needs them, which then takes as
  *     long as reading them.
+ * 14. Failed loads. A symbol whose records could not be loaded remembers why: every call that needs
+ *     them fails with that reason, as do writing the database, copying the symbol and
+ *     c__zdbinitfromdb(), so that incomplete data is never taken for complete. It can be used again
+ *     once it has been cleared, copied into, or reset by a solve or a new source.
  *
  * CALLING FAMILIES. Each function exists as c__name. The forms with other prefixes do the same for
  * clients with other text formats; they are at the end of this file.
@@ -410,11 +416,11 @@ ZDBCCLIB_API zdbSymbol_t c__zdbaddsymbolpy(zdbHandle_t db, const char* name, int
 
 /**
  * Adds a symbol with domains. For position i, domains[i] is the universe or a one-dimensional set
- * or alias of this database; or it is null, and domainNames[i] is a name, which need not be that of
- * a symbol; "*" and " " mean the universe. `domains` may be null if all positions have names, and
- * `domainNames` if none has. Returns 1 even if the symbol cannot be added, unless name, text or an
- * argument is refused: only *symbol shows success. There is no symbol unless 0 <= dim <= 20. Freed
- * by zdbfree().
+ * or alias of this database; or it is null, and domainNames[i] is a name of at most ZDB_MAX_NAME
+ * bytes, which need not be that of a symbol; "*" and " " mean the universe. `domains` may be null
+ * if all positions have names, and `domainNames` if none has. Returns 1 even if the symbol cannot
+ * be added, unless name, text or an argument is refused: only *symbol shows success. There is no
+ * symbol unless 0 <= dim <= 20. Freed by zdbfree().
  *
  *     zdbSymbol_t domains[] = {food, NULL};
  *     const char* names[] = {NULL, "season"};
@@ -502,9 +508,9 @@ ZDBCCLIB_API int c__zdbcopysymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_
 /**
  * Moves the records of *symbol to another storage (ZDB_STORAGE_...) and replaces the handle in
  * *symbol; the old one and all record handles of the symbol become invalid. Does nothing if the
- * symbol has that storage already. If `symbol` or *symbol is null, sets the storage of symbols that
- * are added later. Fails, changing nothing, for an unknown storage. Takes time in the number of
- * records. Freed by zdbfree().
+ * symbol has that storage already. Fails, changing nothing, for an unknown storage. If `symbol` or
+ * *symbol is null, sets the storage of symbols that are added later, without checking it: if it is
+ * unknown, adding a symbol fails. Takes time in the number of records. Freed by zdbfree().
  */
 ZDBCCLIB_API int c__zdbselectrecordstorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType);
 
@@ -742,8 +748,9 @@ ZDBCCLIB_API int c__zdbsamerecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t
 
 /**
  * Opens a data exchange file: reads its texts, labels and symbols, and leaves the records in the
- * file until they are needed. Fails if the file cannot be read, or the database has a source or
- * symbols already. A null file name is reported as an unexpected exception.
+ * file until they are needed. Fails if the file cannot be read, if the name of a domain in it has
+ * more than ZDB_MAX_NAME bytes, or if the database has a source or symbols already. A null file
+ * name is reported as an unexpected exception.
  *
  *     if (!c__zdbinitfromzxf(db, "diet.zxf")) c__zdbgetlasterror(db, message);
  */
@@ -761,7 +768,8 @@ ZDBCCLIB_API int c__zdbclosezxf(zdbHandle_t db, int loadRemain);
  * against domains that are symbols: a record outside its domain is left out of the file and makes
  * the call fail, but the file is still written. A domain whose set comes later in the file is
  * written by name. Writing over the file that the database was opened from loads and closes that
- * file first. A null file name is reported as an unexpected exception. Takes time in everything
+ * file first. If the records of a symbol cannot be loaded, the call fails and an existing file is
+ * left unchanged. A null file name is reported as an unexpected exception. Takes time in everything
  * that is written.
  */
 ZDBCCLIB_API int c__zdbwritezxf(zdbHandle_t db, const char* fileName, int noDomainCheck);
@@ -778,9 +786,10 @@ ZDBCCLIB_API int c__zdbinitfromdb(zdbHandle_t db, zdbHandle_t source);
  * Makes callbacks the data source: symbols that the caller adds from now on are loaded through them
  * on first use, in the order find, start, read..., done. Special values in their data are 1.0E300
  * to 5.0E300, in the order of ZDB_SV_UNDEFINED to ZDB_SV_EPSILON. Symbols that exist already lose
- * their records and are loaded in the same way. All callbacks except `print` must be given; they
- * and `user` must be valid as long as the database. Keys are label numbers of this database, which
- * are not checked.
+ * their records and are loaded in the same way. Callbacks may be null: without `print`,
+ * c__zdbprintlog() writes to standard output; a load that needs another one that is null fails with
+ * the message of that step. Callbacks and `user` must be valid as long as the database. Keys are
+ * label numbers of this database, which are not checked.
  */
 ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                                     zdbReadStartCallback_t readStart,
@@ -887,9 +896,10 @@ enum { ZDB_MISSING_ZERO = 0, ZDB_MISSING_BASE = 1, ZDB_MISSING_KEEP = 2 };
 
 /**
  * Ties the database to a model instance and its dictionary, and makes the instance report infinite
- * bounds as infinities. Replaces an instance that was registered before; the new one has to be
- * prepared. Fails if a companion cannot be loaded or the instance has no dictionary; such an
- * instance is registered, but cannot be used.
+ * bounds as infinities. Replaces an instance that was registered before and forgets its
+ * preparation, base values and solver, even if it is the same one: c__zdbinitupdate() must follow.
+ * Fails if a companion cannot be loaded or the instance has no dictionary; without a dictionary it
+ * is registered, but cannot be used.
  */
 ZDBCCLIB_API int c__zdbregisterzmi(zdbHandle_t db, void* model);
 
@@ -925,10 +935,11 @@ ZDBCCLIB_API int c__zdbinitupdate(zdbHandle_t db, void* model);
  * last update was for a parameter or a variable; after one for an equation, only if they were
  * switched on before.
  *
- * Fails for undefined, not available and finite values of 1.0E300 or more; for an unknown action
- * and bounds of equations; for data with another number of index positions than the model's symbol.
- * Entries before the failing one stay changed. Epsilon counts as 0. Takes time in the symbol's
- * entries and the data's records.
+ * Base values are those that c__zdbinitupdate() has saved; an entry that needs one before that
+ * fails. Fails for undefined, not available and finite values of 1.0E300 or more; for an unknown
+ * action and bounds of equations; for data with another number of index positions than the model's
+ * symbol. Entries before the failing one stay changed. Epsilon counts as 0. Takes time in the
+ * symbol's entries and the data's records.
  */
 ZDBCCLIB_API int c__zdbupdatemodelsymbol(zdbHandle_t db, zdbSymbol_t modelSymbol, int action,
                                          zdbSymbol_t dataSymbol, int updateType, int* noMatch);
@@ -946,12 +957,15 @@ ZDBCCLIB_API int c__zdbupdatemodelsymbol(zdbHandle_t db, zdbSymbol_t modelSymbol
  *
  * A failure (the solver is unknown or cannot be made or run) leaves labels, symbols and records as
  * they were, and the instance with its own right-hand sides and view, though its levels may be the
- * solver's. The call can be repeated: a solver that could not be made is made again, one that
- * failed to run continues.
+ * solver's. The call can be repeated: a solver that could not be made then solves from scratch, one
+ * that failed to run continues.
  */
 ZDBCCLIB_API int c__zdbcallsolver(zdbHandle_t db, const char* solver);
 
-/** The same; also sets *seconds to 0 after the solver has run: time is not measured. */
+/**
+ * The same; also sets *seconds to 0 after the solver has run: time is not measured. `seconds` may
+ * be null.
+ */
 ZDBCCLIB_API int c__zdbcallsolvertimed(zdbHandle_t db, const char* solver, double* seconds);
 
 /* ---- Dense arrays ---------------------------------------------------------------------------- */

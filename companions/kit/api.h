@@ -1,17 +1,17 @@
-// The exported functions that the database's loader looks for. Names, prototypes and type codes
-// come from its own lists; doc/model-kit.md tells what each does.
+// The exported functions that the database's loader looks up. Names, prototypes and type codes come
+// from the lists that the loader uses; doc/model-kit.md describes the functions.
 //
-// Conventions: results are nonzero on success unless a list says otherwise; a call with a null
-// handle or a number out of range gives 0 and changes nothing. Text buffers hold 256 bytes unless a
-// size is passed. Instances, dictionaries and environments of a host's models are the instance's:
-// XFree of such a dictionary or environment must not be called.
+// Conventions: results are nonzero on success unless a list states otherwise; a call with a null
+// handle or a number out of range returns 0 and changes nothing. Text buffers hold 256 bytes unless
+// a size is passed. The dictionary and the environment of an instance belong to the instance: XFree
+// must not be called for them.
 #pragma once
 
 #include "contract/answers.h"
 
 #define ZKIT_EXPORT __attribute__((visibility("default")))
 
-// What each prefix answers to a loader that checks it.
+// The answers of each prefix to a loader that checks it.
 #define ZKIT_DEFINE_CHECKS(X, Interface)                                                         \
   int C##X##XCheck(const char* function, int argumentCount, const int* codes, char* message) {   \
     return zdb::contract::checkSignature(zdb::contract::k##Interface, function, argumentCount,   \
@@ -28,7 +28,7 @@ using zrtHandle = void*;
 using zstHandle = void*;
 using zlxHandle = void*;
 
-// Each prefix has these beside its list.
+// Each prefix has these in addition to its list.
 #define ZKIT_DECLARE_LIBRARY(X)                                                           \
   ZKIT_EXPORT void X##XCreate(void** handle);                                             \
   ZKIT_EXPORT void X##XFree(void** handle);                                               \

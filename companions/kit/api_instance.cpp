@@ -1,4 +1,4 @@
-// What a host asks an instance.
+// The host's functions for instances.
 #include <optional>
 #include <string>
 
@@ -13,7 +13,7 @@ using namespace zdb::boundary;
 
 namespace {
 
-// make(Instance&) gives the name, or nothing if the instance has no such row or column.
+// make(Instance&) returns the name, or nothing if the instance has no such row or column.
 template <typename Make>
 int copyName(void* instance, char* name, int size, Make make) {
   copyText("", name, size);
@@ -136,6 +136,6 @@ int zkitSolve(void* instance, const char* solver, char* message, int size) {
   }
   Instance& own = *static_cast<Instance*>(instance);
   const int isSolved = callPlain(own, solver, message, size);
-  own.environment.terminate = false;  // it is for one solve, and this was the one
+  own.environment.terminate = false;  // a request stops one solve, and this was it
   return isSolved;
 }

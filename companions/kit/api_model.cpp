@@ -1,4 +1,4 @@
-// Building a model call by call.
+// The host's functions for building a model call by call.
 #include <string>
 
 #include "kit/api.h"
@@ -18,7 +18,7 @@ struct zkitModel {
 
   ModelBuilder builder;
   std::string lastError;
-  bool isBroken = false;  // memory ran out half-way through a change
+  bool isBroken = false;  // memory ran out halfway through a change
 };
 
 namespace {
@@ -31,7 +31,7 @@ void keep(zkitModel& model, const std::exception& error) {
   model.lastError = isUnderstood ? error.what() : kOutOfMemory;
 }
 
-// Runs a change of a model: 1, or 0 with the reason kept.
+// Runs a change of a model. Returns 1, or 0 with the reason in lastError.
 template <typename Work>
 int guarded(zkitModel_t model, Work work) {
   return guardedOn<zkitModel>(
@@ -44,7 +44,7 @@ int guarded(zkitModel_t model, Work work) {
       keep);
 }
 
-// The same for a change that gives a number.
+// The same for a change that returns a number.
 template <typename Work>
 int numbered(zkitModel_t model, int* number, Work work) {
   return guarded(model, [&](ModelBuilder& builder) {

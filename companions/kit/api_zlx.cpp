@@ -1,5 +1,5 @@
-// The dictionary library. It holds these functions only: dictionaries are made and kept by the
-// library of instances, which this one needs.
+// The functions of the dictionary library. Dictionaries are made and owned by the library of
+// instances, which this one needs.
 #include "kit/api.h"
 #include "kit/dictionary.h"
 #include "shared/boundary.h"
@@ -15,13 +15,13 @@ const Symbol* symbolOf(zlxHandle dict, int i) {
       [=](const Dictionary& own) { return own.hasSymbol(i) ? &own.symbol(i) : nullptr; });
 }
 
-// A field of a symbol, 0 if it is not there.
+// A field of a symbol, 0 for an unknown symbol.
 int fieldOf(zlxHandle dict, int i, int Symbol::*field) {
   const Symbol* symbol = symbolOf(dict, i);
   return symbol == nullptr ? 0 : symbol->*field;
 }
 
-// Stands in for a walk when there is no memory for one.
+// Returned if there is no memory for a cursor.
 EntryWalk emptyWalk;
 
 int step(EntryWalk& walk, int* rowcol) {

@@ -1,4 +1,4 @@
-// Model instances.
+// The database's functions for model instances.
 #include <algorithm>
 #include <utility>
 
@@ -23,9 +23,9 @@ RowState* rowAt(zmiHandle instance, int row) {
   });
 }
 
-// What follows on rows and columns reads and writes numbers only, so nothing can be thrown.
+// The following helpers for rows and columns only read and write numbers, which cannot throw.
 
-// Sets a field of a row or column, if it is there.
+// Sets a field of a row or column, unless it is null.
 template <typename State, typename Value>
 int set(State* state, Value State::*field, Value value) {
   if (state == nullptr) return 0;
@@ -50,7 +50,7 @@ int copyAll(zmiHandle instance, std::vector<State> Instance::*states, double Sta
   });
 }
 
-// Infinities come in as any that the instance has been told of, or from 1.0E300 up.
+// Bounds from 1.0E300 on are infinite.
 double asStored(double bound) {
   constexpr double largest = 1.0E300;
   if (bound >= largest) return std::numeric_limits<double>::infinity();

@@ -1,4 +1,4 @@
-// Environments: options, the log, and the plain call of a solver.
+// The database's functions for environments: options, the log, and solving from scratch.
 #include "kit/api.h"
 #include "kit/instance.h"
 #include "kit/names.h"
@@ -10,7 +10,7 @@ using namespace zdb::boundary;
 
 namespace {
 
-// Limits of one call, beside those of the environment; the tighter ones count.
+// Applies the limits of one call where they are tighter than those of the environment.
 class CallLimits {
  public:
   CallLimits(Environment& environment, double seconds, int iterations)

@@ -1,4 +1,4 @@
-// Configurations: the solvers by number.
+// The database's functions for configurations: solvers by number.
 #include "kit/api.h"
 #include "kit/configuration.h"
 #include "shared/boundary.h"
@@ -13,8 +13,8 @@ Session* sessionOf(zstHandle config, int alg) {
                                   [=](const Configuration& own) { return own.session(alg); });
 }
 
-// work(Session&, Instance&), which gives 0 or 1; 1 for what it throws, with the reason in the
-// instance and its log.
+// Returns the result of work(Session&, Instance&), 0 or 1; or 1 if it throws, with the reason in
+// the instance and its log.
 template <typename Work>
 int reported(zstHandle config, int alg, void* instance, Work work) {
   Session* session = sessionOf(config, alg);
@@ -82,7 +82,7 @@ int CzstAlgReadyAPI(zstHandle config, int alg, void* instance) {
   });
 }
 
-// The changes themselves are found when the solver is called, where the instance is at hand.
+// The changes are determined when the solver is called, because only that call passes the instance.
 int CzstAlgModifyProblem(zstHandle config, int alg) {
   const Session* session = sessionOf(config, alg);
   return session != nullptr && session->canContinue() ? 0 : 1;

@@ -36,7 +36,7 @@ std::vector<std::string_view> wordsOf(std::string_view line) {
   }
 }
 
-const Engine& kindOf(std::string_view word) {
+const Engine& solverTypeOf(std::string_view word) {
   const Engine* engine = findEngine(word);
   if (engine != nullptr) return *engine;
   throw KitError("unknown solver type " + quoted(word) + ": use clp, cbc or glpk");
@@ -101,7 +101,7 @@ void Configuration::takeLine(std::string_view line) {
   if (find(words[0]) != 0) throw KitError("solver " + quoted(words[0]) + " is listed twice");
   if (solvers_.size() == kMaxSolvers)
     throw KitError("too many solvers: at most " + std::to_string(kMaxSolvers));
-  ConfiguredSolver solver = {std::string(words[0]), &kindOf(words[1]), {}};
+  ConfiguredSolver solver = {std::string(words[0]), &solverTypeOf(words[1]), {}};
   for (std::size_t k = 2; k < words.size(); ++k) {
     solver.modelTypes.push_back(typeOf(words[k], *solver.engine));
   }

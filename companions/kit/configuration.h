@@ -1,4 +1,4 @@
-// Which solvers there are, as the file zrncmpun.txt lists them, and those that were made.
+// The solvers that the file zrncmpun.txt lists, and those of them that have been created.
 #pragma once
 
 #include <memory>
@@ -15,34 +15,36 @@ inline constexpr std::string_view kConfigurationFile = "zrncmpun.txt";
 /// A line of the file.
 struct ConfiguredSolver {
   std::string name;
-  const Engine* engine = nullptr;     ///< may be one that this kit was built without
-  std::vector<ModelType> modelTypes;  ///< that it may be asked to solve
+  const Engine* engine = nullptr;     ///< its solver type; this kit may have been built without it
+  std::vector<ModelType> modelTypes;  ///< that it is configured for
 
-  /// Throws a KitError that says why the solver cannot be had, or not for such models.
+  /// Throws a KitError if this kit was built without the solver, or if it is not configured for
+  /// such models.
   void checkBuilt() const;
   void checkType(int modelType) const;
 };
 
-/// The solvers of a file, numbered from 1 in its order. The file that comes with the kit tells its
-/// form.
+/// The solvers of a file, numbered from 1 in its order. The file that comes with the kit describes
+/// its format.
 class Configuration {
  public:
-  /// Reads a file in place of what was read before, and frees the solvers that were made. Throws a
+  /// Replaces the list by that of a file, and frees the solvers that have been created. Throws a
   /// KitError with the file, the line and what is wrong with it; then nothing has changed.
   void read(const std::string& file);
 
-  /// Number of a solver, 0 if there is none of that name. Case does not count.
+  /// The number of a solver, 0 for an unknown name. Case does not matter.
   int find(std::string_view name) const;
-  /// Throws a KitError if there is no solver of that number, or name.
+  /// Throws a KitError for an unknown number or name.
   const ConfiguredSolver& solver(int number) const;
   const ConfiguredSolver& solver(std::string_view name) const;
   int count() const { return static_cast<int>(solvers_.size()); }
   bool has(int number) const { return number >= 1 && number <= count(); }
 
-  /// Makes a solver, in place of one that was made before. Throws a KitError if it cannot be had.
+  /// Creates a solver, replacing one that was created before. Throws a KitError for an unknown
+  /// number, or if this kit was built without the solver.
   void create(int number);
   void free(int number);
-  /// Null if it has not been made.
+  /// Null if it has not been created.
   Session* session(int number) const;
 
  private:

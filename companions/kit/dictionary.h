@@ -1,4 +1,4 @@
-// The names of a model: labels, symbols, and the symbol and labels of each row and column.
+// The dictionary of a model: labels, symbols, and the symbol and labels of each row and column.
 #pragma once
 
 #include <string>
@@ -19,14 +19,14 @@ struct Symbol {
   int dim = 0;
   int userInfo = 0;
   bool isParameter = false;
-  std::vector<int> entries;  ///< in key order once the dictionary is sorted
+  std::vector<int> entries;  ///< in key order after Dictionary::sort()
 };
 
-/// Which symbol each row or column belongs to, and its labels' numbers.
+/// The symbol of each row or column, and the numbers of its labels.
 class EntryTable {
  public:
   int count() const { return static_cast<int>(symbols_.size()); }
-  /// Numbers of symbols count from 1.
+  /// The symbol's number, from 1. REQUIRES: 0 <= entry < count().
   int symbol(int entry) const { return symbols_[static_cast<std::size_t>(entry)]; }
   const int* key(int entry) const {
     return keys_.data() + starts_[static_cast<std::size_t>(entry)];
@@ -39,23 +39,23 @@ class EntryTable {
   std::vector<int> keys_;
 };
 
-/// Labels and symbols count from 1, rows and columns from 0. Memory: 12 bytes a row or column and 4
-/// for each label in its key, twice of that for labels.
+/// Labels and symbols count from 1, rows and columns from 0. Memory: 16 bytes for each row or
+/// column, 4 for each label in its key.
 ///
-/// The library of the dictionary calls uses what the library of instances made: its functions that
-/// are not inline are exported for it.
+/// The library of the dictionary functions uses dictionaries made by the library of instances,
+/// which exports the functions that are not inline for it.
 class __attribute__((visibility("default"))) Dictionary {
  public:
-  /// Number of a label, 0 if it is not there. Blanks at its end do not count.
+  /// The number of a label, 0 for an unknown one. Trailing blanks are ignored.
   int findLabel(std::string_view label) const;
-  /// Number of a label, which joins if it is new.
+  /// The number of a label, which is added if it is new.
   int addLabel(std::string_view label);
-  /// Number of a symbol, 0 if it is not there.
+  /// The number of a symbol, 0 for an unknown one.
   int findSymbol(std::string_view name) const;
   int addSymbol(Symbol symbol);
   /// Adds the next row or column of a symbol.
   void addEntry(int symbol, const int* key);
-  /// Puts the entries of all symbols into key order. Time n log n, n if they came in that order.
+  /// Sorts the entries of all symbols by key. O(n log n), or O(n) if they were added in that order.
   void sort();
 
   int labelCount() const { return static_cast<int>(labels_.size()); }
@@ -89,13 +89,13 @@ class __attribute__((visibility("default"))) Dictionary {
   EntryTable columns_;
 };
 
-/// A walk over the entries of a symbol, in key order, whose keys have the labels that are given; 0
-/// stands for any. Entries that share the labels before the first 0 are found by bisection.
+/// A cursor over the entries of a symbol whose keys have the given labels, in key order; 0 stands
+/// for any label. The range with the labels before the first 0 is found by bisection.
 class __attribute__((visibility("default"))) EntryWalk {
  public:
-  /// A walk that is at its end.
+  /// A cursor at its end.
   EntryWalk() = default;
-  /// `key` may be null: any labels. The dictionary must outlive the walk.
+  /// A null key means any labels. REQUIRES: the dictionary outlives the cursor.
   EntryWalk(const Dictionary& dictionary, int symbol, const int* key);
 
   /// The next row or column, -1 at the end.

@@ -16,7 +16,7 @@ bool areFinite(const std::vector<double>& values) {
   return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
-// An infinite bound is one on its own side only; NaN is none.
+// Lower bounds may be -infinity, upper bounds infinity, and none may be NaN.
 bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper) {
   for (std::size_t k = 0; k < lower.size(); ++k) {
     if (!(lower[k] < INFINITY) || !(upper[k] > -INFINITY)) return false;
@@ -29,7 +29,8 @@ bool isBetween(double value, double lower, double upper) {
   return value >= lower - slack && value <= upper + slack;
 }
 
-// Bounds that exclude each other; those of integer columns may do so only as integers.
+// Checks for bounds that exclude each other. Those of integer columns have been rounded inwards, so
+// only as integers.
 std::optional<Outcome> checkBounds(const LinearModel& model) {
   std::optional<Outcome> outcome;
   for (std::size_t k = 0; k < model.lower.size(); ++k) {
@@ -41,7 +42,8 @@ std::optional<Outcome> checkBounds(const LinearModel& model) {
   return outcome;
 }
 
-// Each column by itself: at the bound where it costs least. Costs of 0 leave it next to 0.
+// Solves for each column separately: it is at its cheaper bound or, if its cost is 0, as near to 0
+// as possible.
 Outcome solveColumns(const LinearModel& model, Solution& solution) {
   bool isUnbounded = false;
   for (std::size_t j = 0; j < model.lower.size(); ++j) {
@@ -61,7 +63,7 @@ Outcome solveColumns(const LinearModel& model, Solution& solution) {
   return Outcome::Optimal;
 }
 
-// Nothing stands on the left-hand sides.
+// Without columns all left-hand sides are 0.
 Outcome checkRows(const LinearModel& model, Solution& solution) {
   for (std::size_t i = 0; i < model.rowLower.size(); ++i) {
     if (!isBetween(0.0, model.rowLower[i], model.rowUpper[i])) return Outcome::Infeasible;

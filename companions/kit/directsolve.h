@@ -1,4 +1,4 @@
-// What can be said of a model without a solver.
+// What is known about a model without calling a solver.
 #pragma once
 
 #include <optional>
@@ -8,11 +8,11 @@
 namespace zdb::kit {
 
 /// Throws a KitError if a cost, coefficient or right-hand side is not a finite number, which levels
-/// of parameters can bring about.
+/// of parameters can cause.
 void checkNumbers(const LinearModel& model);
 
-/// The outcome, and the solution if it is optimal, for models that some solvers do not take: those
-/// with bounds that exclude each other, without rows, or without columns. Nothing for all others.
+/// The outcome, and the solution if it is optimal, for models that some solvers do not accept:
+/// those with bounds that exclude each other, without rows, or without columns. Otherwise nothing.
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution);
 
 }  // namespace zdb::kit

@@ -16,7 +16,7 @@ constexpr std::size_t kMaxDirectory = 255;
 std::string checked(std::string directory) {
   if (directory.empty() || directory.back() != '/') directory += '/';
   if (directory.size() <= kMaxDirectory) return directory;
-  throw KitError("The system directory has a name of more than 255 bytes: >" + directory + "<");
+  throw KitError("The name of the system directory has more than 255 bytes: >" + directory + "<");
 }
 
 std::string directoryOfThisCode() {
@@ -28,8 +28,8 @@ std::string directoryOfThisCode() {
   return failure ? "./" : file.parent_path() / "";
 }
 
-// Asked while the library is loaded: the loader may know it by a relative name, which is another
-// file's once the host changes its working directory.
+// Determined when the library is loaded: the loader may know a relative name only, which is wrong
+// once the host changes its working directory.
 const std::string kOwnDirectory = directoryOfThisCode();
 
 }  // namespace

@@ -1,4 +1,4 @@
-// What a solve gets beside the model: where the system is, where the log goes, when to stop.
+// What a solve gets in addition to the model: the system directory, the log, and when to stop.
 #pragma once
 
 #include <atomic>
@@ -6,21 +6,21 @@
 
 namespace zdb::kit {
 
-/// What a solve must respect; 0 or less is none.
+/// Limits of a solve; 0 or less means no limit.
 struct Limits {
   double seconds = 0.0;
   int iterations = 0;
 };
 
-/// Of the library or program that holds this code, absolute; ends in '/'.
+/// The absolute directory of the library or program that contains this code; ends in '/'.
 const std::string& ownDirectory();
 
 class Environment {
  public:
   using LogCallback = void (*)(const char* text, void* user);
 
-  /// Null: with the directory of this library. Throws a KitError if the name is too long for the
-  /// buffers that it is read into.
+  /// A null directory means that of this library. Throws a KitError if the name is too long for the
+  /// buffers of zrtGetStrOpt.
   explicit Environment(const char* systemDirectory = nullptr);
 
   /// Ends in '/'.
@@ -33,7 +33,7 @@ class Environment {
     if (log_ != nullptr) log_(text, user_);
   }
 
-  /// Set from any thread or a signal handler while a solve looks at it.
+  /// Set by any thread or a signal handler; a running solve polls it.
   std::atomic<bool> terminate{false};
   Limits limits;
 

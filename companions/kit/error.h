@@ -1,4 +1,4 @@
-// The error class of the kit, and how its messages quote.
+// The error class of the kit, and how its messages quote texts.
 #pragma once
 
 #include <stdexcept>
@@ -7,12 +7,12 @@
 
 namespace zdb::kit {
 
-/// What a call of the host's header cannot do, in words for the host.
+/// An error in a call of a host; the text is for the host.
 struct KitError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// As the kit's messages show what they were given.
+/// A text as messages of the kit show it.
 inline std::string quoted(std::string_view text) {
   return ">" + std::string(text) + "<";
 }

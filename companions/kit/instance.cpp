@@ -46,7 +46,7 @@ void Instance::refuse(Outcome outcome, const char* why) noexcept {
   try {
     message = why;
   } catch (const std::exception&) {
-    message.clear();  // no memory even for that
+    message.clear();  // no memory for the text either
   }
 }
 

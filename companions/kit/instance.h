@@ -1,4 +1,4 @@
-// A model instance: the state that the database changes and solvers read and write.
+// A model instance: the state that the database changes and that solvers read and write.
 #pragma once
 
 #include <limits>
@@ -36,21 +36,21 @@ struct RowState {
   int basis = Basic;
 };
 
-/// How an instance shows itself and what solves take.
+/// Which values an instance returns and solves use.
 struct View {
   double plusInfinity = std::numeric_limits<double>::infinity();
   double minusInfinity = -std::numeric_limits<double>::infinity();
   bool usesAltBounds = false;
   bool usesAltRhs = false;
-  /// A solve takes the coefficients as the last update left them and the right-hand sides as they
-  /// are, constants subtracted; otherwise it does that by itself.
+  /// A solve uses the coefficients of the last update and the right-hand sides as they are, from
+  /// which the host has subtracted the constants; otherwise the solve does both itself.
   bool isForcedLinear = false;
 };
 
 class Instance {
  public:
-  /// Of an empty model unless one is given. A null directory is that of this library; throws a
-  /// KitError if its name is too long.
+  /// By default, an instance of an empty model. A null directory means that of this library; throws
+  /// a KitError if its name is too long.
   explicit Instance(const ModelData& model = {}, const char* systemDirectory = nullptr);
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
@@ -60,7 +60,7 @@ class Instance {
   bool hasColumn(int column) const { return column >= 0 && column < columnCount(); }
   bool hasRow(int row) const { return row >= 0 && row < rowCount(); }
 
-  /// What a solve takes.
+  /// What a solve uses.
   double lower(int column) const {
     return view.usesAltBounds ? columns[column].altLower : columns[column].lower;
   }
@@ -70,13 +70,13 @@ class Instance {
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
 
-  /// Keeps why a solve failed, with statuses that say so. Levels and marginals stay.
+  /// Records why a solve failed and sets the statuses. Levels and marginals are unchanged.
   void refuse(Outcome outcome, const char* why) noexcept;
 
-  /// Puts the parameters' levels into the matrix and the constants of all rows into `constants`.
+  /// Updates the matrix, and the constants of all rows, with the levels of the parameters.
   void updateLinear();
 
-  /// Numbers instances of a process, so that a solver knows its own again.
+  /// Unique in the process, so that a session recognises the instance that it has loaded.
   const int id;
 
   Dictionary dictionary;
@@ -87,8 +87,8 @@ class Instance {
   std::vector<char> isParameter;
   Matrix matrix;
   ParameterTerms terms;
-  std::vector<double> ownConstants;  ///< c of each row
-  std::vector<double> constants;     ///< with the parameters' terms, of the last update
+  std::vector<double> ownConstants;  ///< of each row, without parameters
+  std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update
 
   int objective = -1;
   int direction = 1;

@@ -19,7 +19,7 @@ std::vector<char> changingFlags(const Instance& instance) {
   return flags;
 }
 
-// Some solvers refuse fractions as bounds of integer columns.
+// Some solvers reject fractional bounds of integer columns.
 void roundBounds(LinearModel& model) {
   constexpr double tolerance = 1e-9;
   for (std::size_t k = 0; k < model.lower.size(); ++k) {
@@ -53,7 +53,7 @@ LinearForm::LinearForm(const Instance& instance)
   model_.rowUpper.resize(rows_.size());
 }
 
-// The objective must stand in one row only, an equation, with a coefficient that does not change.
+// The objective must occur in one row only, an equation, with a coefficient that does not change.
 void LinearForm::findObjectiveRow(const Instance& instance) {
   const int objective = instance.objective;
   if (objective < 0 || instance.isParameter[objective] != 0 || instance.isInteger[objective] != 0) {
@@ -130,7 +130,7 @@ void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
 void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) const {
   const int status = isOptimal ? EntryOk : EntryNotOptimal;
   const double sign = instance.direction;
-  // Solvers leave what rounding left of basic ones.
+  // Marginals of basic rows and columns are 0, but solvers return rounding errors.
   const auto marginal = [sign](double found, int basis) {
     return basis == Basic ? 0.0 : sign * found;
   };
@@ -169,8 +169,8 @@ void LinearForm::storeObjective(const Solution& solution, Instance& instance) co
   row.basis = AtLower;
 }
 
-// A parameter is a fixed column; its marginal is the change of the objective per unit of its level,
-// which the rows' marginals and the derivatives of the rows give.
+// A parameter is a fixed column. Its marginal is the change of the objective per unit of its level,
+// which follows from the marginals of the rows and their derivatives by the parameter.
 void LinearForm::storeParameters(Instance& instance) const {
   if (instance.terms.isEmpty()) return;
   std::vector<double> sums(instance.columns.size(), 0.0);

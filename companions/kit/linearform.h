@@ -1,4 +1,4 @@
-// The linear model of an instance at its present levels, bounds and right-hand sides.
+// The linear model of an instance at its current levels, bounds and right-hand sides.
 #pragma once
 
 #include <vector>
@@ -9,18 +9,18 @@
 namespace zdb::kit {
 
 /// Columns and rows of the instance without parameters, which are constants here. If the objective
-/// is a free column that one equation defines, neither of them is here either: what the equation
-/// says is the cost, so that a change of prices leaves the coefficients alone.
+/// is a free column that one equation defines, both are left out as well: the other terms of the
+/// equation become the cost, so that a change of prices does not change coefficients.
 class LinearForm {
  public:
   explicit LinearForm(const Instance& instance);
 
-  /// Whether the rows and columns are still the right ones: this instance, with an objective that
-  /// has no bounds if it is not here, and integer as it was.
+  /// Whether the form still fits: the instance is the same, still or still not solved as integer,
+  /// and the objective, if it was left out, still has no bounds.
   bool fits(const Instance& instance) const;
 
-  /// Takes over what can change without another form. `constants` of each row are subtracted from
-  /// its right-hand side.
+  /// Copies everything that may change while the form fits. If asked to, subtracts the `constants`
+  /// of the rows from their right-hand sides.
   void refresh(const Instance& instance, bool subtractsConstants);
 
   /// Writes levels and marginals into the instance.
@@ -38,9 +38,9 @@ class LinearForm {
   void storeObjective(const Solution& solution, Instance& instance) const;
   void storeParameters(Instance& instance) const;
 
-  struct Source {  // of a cost or coefficient here
-    int target;
-    int place;  ///< in the instance's matrix
+  struct Source {  // where a cost or coefficient comes from
+    int target;    ///< column of the cost, or place of the coefficient, in model_
+    int place;     ///< in the instance's matrix
   };
 
   int instanceId_;
@@ -48,7 +48,7 @@ class LinearForm {
   int objectiveRow_ = -1;       ///< in the instance; -1: the objective is an ordinary column
   double objectiveFactor_ = 1;  ///< of the objective in its row
   double objectiveRhs_ = 0;     ///< of that row, constants subtracted
-  std::vector<int> columns_;    ///< their numbers in the instance
+  std::vector<int> columns_;    ///< numbers in the instance
   std::vector<int> rows_;
   std::vector<Source> costs_;
   std::vector<Source> changing_;

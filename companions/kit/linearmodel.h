@@ -1,4 +1,4 @@
-// A linear model as solvers get it, what changed in it, and what they find.
+// A linear model as solvers get it, changes to it, and what they find.
 #pragma once
 
 #include <atomic>
@@ -10,8 +10,8 @@
 
 namespace zdb::kit {
 
-/// To be minimised: cost * x, with bounds for columns x and rows. Coefficients stand column by
-/// column as in a Matrix; values may be 0. Infinite bounds are infinities.
+/// Minimise cost * x, with bounds for columns x and rows. Coefficients are stored by column as in
+/// Matrix; values may be 0. Absent bounds are infinite.
 struct LinearModel {
   std::vector<int> starts = {0};
   std::vector<int> rows;
@@ -21,13 +21,13 @@ struct LinearModel {
   std::vector<double> upper;
   std::vector<double> rowLower;
   std::vector<double> rowUpper;
-  std::vector<char> isInteger;  ///< empty: no column is
+  std::vector<char> isInteger;  ///< empty: no column is integer
 
   int columnCount() const { return static_cast<int>(lower.size()); }
   int rowCount() const { return static_cast<int>(rowLower.size()); }
 };
 
-/// What differs from the model that a solver has. Lists are in ascending order.
+/// How a model differs from the one that a solver has loaded. Lists are in ascending order.
 struct Changes {
   std::vector<int> costs;         ///< columns
   std::vector<int> columns;       ///< whose bounds changed
@@ -41,8 +41,8 @@ struct Changes {
   }
 };
 
-/// Levels of a minimised model. Marginals are the change of the cost per unit of a row's
-/// right-hand side or of a column's bound.
+/// A solution of the minimised model. A marginal is the change of the cost per unit of a row's
+/// right-hand side or a column's bound.
 struct Solution {
   std::vector<double> level;
   std::vector<double> marginal;
@@ -50,7 +50,8 @@ struct Solution {
   std::vector<double> rowLevel;
   std::vector<double> rowMarginal;
   std::vector<int> rowBasis;
-  bool hasLevels = false;  ///< which satisfy all rows and bounds; otherwise nothing is to be read
+  bool hasLevels =
+      false;  ///< levels that satisfy all rows and bounds; if false, all else is undefined
   int iterations = 0;
 
   void resize(int columns, int rows) {
@@ -63,28 +64,28 @@ struct Solution {
   }
 };
 
-/// When a running solve has to stop.
-class StopSign {
+/// Tells a running solve when to stop: on request, or when its time is up.
+class StopToken {
  public:
-  explicit StopSign(const Environment& environment)
-      : StopSign(environment.terminate, environment.limits) {}
-  StopSign(const std::atomic<bool>& terminate, const Limits& limits)
+  explicit StopToken(const Environment& environment)
+      : StopToken(environment.terminate, environment.limits) {}
+  StopToken(const std::atomic<bool>& terminate, const Limits& limits)
       : terminate_(terminate), limits_(limits), start_(Clock::now()) {}
 
   bool isInterrupted() const { return terminate_.load(std::memory_order_relaxed); }
   bool isOutOfTime() const { return limits_.seconds > 0.0 && elapsed() >= limits_.seconds; }
-  bool isRaised() const { return isInterrupted() || isOutOfTime(); }
-  /// Why a solver stopped that was asked to.
+  bool isStopRequested() const { return isInterrupted() || isOutOfTime(); }
+  /// Why the stop was requested.
   Outcome reason() const { return isInterrupted() ? Outcome::Interrupted : Outcome::TimeLimit; }
 
   double elapsed() const { return std::chrono::duration<double>(Clock::now() - start_).count(); }
-  /// At least `floor`, or 0 for no limit.
+  /// The time left, at least `floor`; 0 means no limit.
   double secondsLeft(double floor) const {
     if (limits_.seconds <= 0.0) return 0.0;
     const double left = limits_.seconds - elapsed();
     return left > floor ? left : floor;
   }
-  /// 0 or less: none.
+  /// 0 or less means no limit.
   int iterationLimit() const { return limits_.iterations; }
 
  private:

@@ -12,7 +12,7 @@ namespace zdb::kit {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kLargest = 1.0E300;  // from here on a bound is infinite
+constexpr double kLargest = 1.0E300;  // bounds of this size are infinite
 
 std::string printed(double value) {
   char text[32];
@@ -74,7 +74,7 @@ int ModelBuilder::addSymbol(std::string_view name, int type, int dim, std::strin
                             int userInfo) {
   if (!isSymbolName(name)) {
     throw KitError("Symbol name " + quoted(name) +
-                   " must be a letter, then letters, digits or _, at most 63");
+                   " must be a letter, then letters, digits or _, at most 63 characters");
   }
   if (data_.dictionary.findSymbol(name) > 0) {
     throw KitError("Symbol " + quoted(name) + " exists already");
@@ -106,7 +106,7 @@ const Symbol& ModelBuilder::checkedSymbol(int number, int type) const {
                                          : " is a variable: it has columns, not rows"));
 }
 
-// An entry with a label that is new is new itself, so no label joins before the entry can.
+// An entry with an unknown label is new, so the check for repeated entries needs no new labels.
 void ModelBuilder::addEntry(int number, const char* const* labels, EntryIndex& known) {
   Dictionary& dictionary = data_.dictionary;
   const Symbol& symbol = dictionary.symbol(number);

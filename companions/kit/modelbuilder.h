@@ -1,4 +1,4 @@
-// Makes a model step by step, for a host or of a file.
+// Builds a model step by step, for a host or from a file.
 #pragma once
 
 #include <array>
@@ -22,8 +22,8 @@ class EntryIndex {
   std::unordered_multimap<std::size_t, int> entries_;  ///< by a hash of symbol and labels
 };
 
-/// Checks and collects. A call that throws a KitError changes nothing; after a
-/// std::bad_alloc the builder is of no use.
+/// Checks and collects the parts of a model. A call that throws a KitError changes nothing; after a
+/// std::bad_alloc the builder is unusable. Each add function returns the number of what it adds.
 class ModelBuilder {
  public:
   explicit ModelBuilder(std::string name) { data_.name = std::move(name); }

@@ -1,4 +1,4 @@
-// What a model says.
+// The data of a model.
 #pragma once
 
 #include <string>
@@ -11,7 +11,7 @@ namespace zdb::kit {
 enum RowType : int { EqualRow = 0, GreaterRow = 1, LessRow = 2, FreeRow = 3 };
 
 struct ColumnData {
-  double lower = 0.0;  ///< infinite bounds are infinities
+  double lower = 0.0;  ///< absent bounds are infinite, here and below
   double upper = 0.0;
   double level = 0.0;
   bool isInteger = false;
@@ -43,8 +43,9 @@ struct ModelData {
   Dictionary dictionary;
   std::vector<ColumnData> columns;
   std::vector<RowData> rows;
-  std::vector<Coefficient> coefficients;  ///< as they came; those of one place add up
-  std::vector<Product> products;          ///< likewise
+  std::vector<Coefficient>
+      coefficients;               ///< in any order; those of the same row and column are added up
+  std::vector<Product> products;  ///< likewise, of the same row and columns
   int objective = -1;
   int direction = 1;
 };

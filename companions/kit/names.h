@@ -1,4 +1,4 @@
-// Rules for names and labels, and comparing them without regard to case.
+// Rules for names and labels, and comparisons without regard to case.
 #pragma once
 
 #include <cstddef>
@@ -16,15 +16,15 @@ using contract::isSameText;
 using contract::isSymbolName;
 using contract::withoutEndingBlanks;
 
-/// What the names of symbols end in whose columns are updatable parameters.
+/// The suffix of symbols whose columns are updatable parameters.
 inline constexpr std::string_view kParameterSuffix = "_var";
 
-/// What the database takes as a label, but neither the empty text nor one with a byte of 127.
+/// Whether a text is a label for the database, not empty, and without the control character 127.
 bool isLabel(std::string_view label);
 
 bool isParameterName(std::string_view name);
 
-/// The quote that a label or text is written with: a blank for none.
+/// The quote to write a label or text with; a blank means none.
 char quoteFor(std::string_view text);
 
 struct CaselessHash {
@@ -37,7 +37,7 @@ struct CaselessEqual {
   bool operator()(std::string_view a, std::string_view b) const { return isSameText(a, b); }
 };
 
-/// Numbers of texts, found without a copy of the text.
+/// Numbers by text; a lookup does not copy the text.
 using NumberByName = std::unordered_map<std::string, int, CaselessHash, CaselessEqual>;
 
 }  // namespace zdb::kit

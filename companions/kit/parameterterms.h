@@ -1,4 +1,4 @@
-// What updatable parameters contribute to a model: coefficients and constants at their levels.
+// What updatable parameters contribute to coefficients and constants of a model.
 #pragma once
 
 #include <vector>
@@ -7,23 +7,23 @@
 
 namespace zdb::kit {
 
-/// Coefficients column by column: those of column j are the places starts[j] to starts[j+1] of
-/// `rows` and `values`, in the order of their rows and without duplicates. Parameter columns have
-/// none. A place stays when its value becomes 0.
+/// Coefficients by column: those of column j are at the places starts[j] <= place < starts[j + 1]
+/// of `rows` and `values`, in ascending order of rows and without duplicates. Parameter columns
+/// have none. A place is kept when its value becomes 0.
 struct Matrix {
   std::vector<int> starts;
   std::vector<int> rows;
   std::vector<double> values;
 };
 
-/// The terms of a model with parameters in them, merged: one for each place.
+/// The terms of a model that contain parameters, with those of the same place added up.
 class ParameterTerms {
  public:
-  /// Also makes the matrix of all other terms, in which places of products are kept free.
+  /// Also makes the matrix of all other terms, which includes a place for each product.
   ParameterTerms(const ModelData& model, Matrix& matrix);
 
-  /// Puts the parameters' levels into the matrix and adds their constants to those of the rows.
-  /// `Level(column)` gives a level.
+  /// Sets the values of the matrix that parameters change, and adds the parameters' terms to the
+  /// constants of the rows. level(column) returns a level.
   template <typename Level>
   void evaluate(Level level, std::vector<double>& values, double* constants) const {
     for (const Term& term : constants_) {
@@ -39,8 +39,8 @@ class ParameterTerms {
     }
   }
 
-  /// Adds, for each parameter, what the rows change by with it, times `dual(row)`, to
-  /// `sums[column]`. `Level(column)` gives the level of any column.
+  /// Adds to sums[column], for each parameter, the derivative of each row by that parameter times
+  /// dual(row). level(column) returns the level of any column.
   template <typename Level, typename Dual>
   void addDerivatives(Level level, Dual dual, std::vector<double>& sums) const {
     for (const Term& term : constants_) {
@@ -53,10 +53,10 @@ class ParameterTerms {
     }
   }
 
-  /// Places of the matrix whose value parameters change, in order.
+  /// The places of the matrix whose values parameters change, ascending.
   std::vector<int> places() const;
   bool isEmpty() const { return constants_.empty() && factors_.empty(); }
-  /// Coefficients that are not 0, also of parameters, and products.
+  /// The number of nonzero coefficients, those of parameters included, and products.
   int termCount() const { return termCount_; }
 
  private:
@@ -84,7 +84,7 @@ class ParameterTerms {
   void makeUpdates(const Matrix& matrix);
 
   std::vector<Term> constants_;
-  std::vector<Factor> factors_;  ///< in the order of columns, then rows
+  std::vector<Factor> factors_;  ///< by column, then row
   std::vector<Update> updates_;
   int termCount_ = 0;
 };

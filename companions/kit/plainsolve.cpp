@@ -8,8 +8,8 @@ namespace zdb::kit {
 
 namespace {
 
-// Throws a KitError if the solver cannot be had; a solve that fails is an outcome, its reason the
-// instance's message.
+// Throws a KitError if there is no such solver. A solve that fails is an outcome, with the reason
+// in the message of the instance.
 Outcome solve(Instance& instance, std::string_view name) {
   Configuration configuration;
   configuration.read(instance.environment.systemDirectory() + std::string(kConfigurationFile));

@@ -42,7 +42,7 @@ void Session::makeForm(const Instance& instance) {
 }
 
 Outcome Session::solve(Instance& instance) {
-  const StopSign stop(instance.environment);
+  const StopToken stop(instance.environment);
   instance.iterations = 0;
   instance.message.clear();
   Outcome outcome = Outcome::SetupFailed;
@@ -52,7 +52,7 @@ Outcome Session::solve(Instance& instance) {
     instance.refuse(Outcome::SetupFailed, error.what());
   } catch (const std::exception& error) {
     outcome = failWith(instance, error.what());
-  } catch (...) {  // some solvers have errors of their own kind
+  } catch (...) {  // some solvers throw their own classes
     outcome = failWith(instance, "The solver failed with an unknown error");
   }
   instance.seconds = stop.elapsed();
@@ -60,15 +60,15 @@ Outcome Session::solve(Instance& instance) {
   return outcome;
 }
 
-// What the solver holds is not known any more.
+// The state of the solver is unknown, so it is freed.
 Outcome Session::failWith(Instance& instance, const char* why) {
   solver_.reset();
   instance.refuse(Outcome::SolverFailed, why);
   return Outcome::SolverFailed;
 }
 
-Outcome Session::solveChecked(Instance& instance, const StopSign& stop) {
-  if (solver_ == nullptr) throw KitError("The solver failed before and has to be made again");
+Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
+  if (solver_ == nullptr) throw KitError("The solver failed before and must be created again");
   const bool isByItself = !instance.view.isForcedLinear;
   if (isByItself) instance.updateLinear();
   if (!form_.has_value() || !form_->fits(instance)) load(instance);
@@ -89,7 +89,7 @@ Outcome Session::solveChecked(Instance& instance, const StopSign& stop) {
   return outcome;
 }
 
-Outcome Session::callSolver(const StopSign& stop) {
+Outcome Session::callSolver(const StopToken& stop) {
   const LinearModel& model = form_->model();
   const bool isHot = isLoaded_;
   changes_.clear();
@@ -118,7 +118,7 @@ void Session::findChanges() {
   }
 }
 
-// Only what can differ the next time; the rest of the pattern is the solver's.
+// Only what may differ the next time: the pattern of the coefficients never changes.
 void Session::remember() {
   if (!engine_.worksInPlace) return;
   const LinearModel& model = form_->model();

@@ -1,4 +1,4 @@
-// Solving an instance, again and again with the same solver.
+// Solves an instance repeatedly with the same solver.
 #pragma once
 
 #include <memory>
@@ -10,27 +10,26 @@
 
 namespace zdb::kit {
 
-/// A solver and the problem that it has. The first solve of an instance, or one of another
-/// instance, loads the whole problem; later ones tell the solver only what changed.
+/// A solver and the problem that it has loaded. The first solve of an instance loads the whole
+/// problem; the next ones tell the solver only what has changed.
 class Session {
  public:
-  /// The engine must be built in.
+  /// REQUIRES: engine.make != nullptr.
   explicit Session(const Engine& engine) : engine_(engine), solver_(engine.make()) {}
 
-  /// Gets the problem ready for solve(). Throws a KitError if the solver does not solve such
-  /// models.
+  /// Prepares the problem for solve(). Throws a KitError if the solver does not solve such models.
   void load(Instance& instance);
-  /// Whether the last solve left the solver fit to go on from there.
+  /// Whether the solver has a problem and can continue from its last solve.
   bool canContinue() const { return form_.has_value() && solver_ != nullptr; }
-  /// Solves and writes levels, marginals and statuses. Levels and marginals stay as they were if
-  /// the solve finds none. Never throws: a failure is an outcome, its reason is the instance's
-  /// message.
+  /// Solves and writes levels, marginals and statuses to the instance. Levels and marginals are
+  /// unchanged if the solve finds none. Never throws: a failure is an outcome, with its reason in
+  /// the message of the instance.
   Outcome solve(Instance& instance);
 
  private:
-  Outcome solveChecked(Instance& instance, const StopSign& stop);
+  Outcome solveChecked(Instance& instance, const StopToken& stop);
   Outcome failWith(Instance& instance, const char* why);
-  Outcome callSolver(const StopSign& stop);
+  Outcome callSolver(const StopToken& stop);
   void makeForm(const Instance& instance);
   void findChanges();
   void remember();
@@ -38,7 +37,7 @@ class Session {
   const Engine& engine_;
   std::unique_ptr<Solver> solver_;
   std::optional<LinearForm> form_;
-  /// What the solver was told last; not everything of it if isLoaded_ does not hold.
+  /// What the solver has been told; incomplete unless isLoaded_.
   LinearModel told_;
   Changes changes_;
   bool isLoaded_ = false;

@@ -9,7 +9,7 @@ namespace zdb::kit {
 
 namespace {
 
-// Model status with and without levels.
+// The statuses of an outcome; the model status with and without levels.
 struct OutcomeRow {
   Outcome outcome;
   int withLevels;

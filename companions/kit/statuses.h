@@ -1,30 +1,30 @@
-// How solves end, and the numbers and names that stand for it.
+// How solves end, and the status numbers and texts for it.
 #pragma once
 
 namespace zdb::kit {
 
-/// How a solve ended. Each solver translates its own codes into these, and nothing else does.
+/// How a solve ended. Only the classes of the solvers translate their codes into these.
 enum class Outcome : int {
   Optimal,
   Infeasible,
   IntegerInfeasible,  ///< feasible, but not with integer levels
   Unbounded,
-  InfeasibleOrUnbounded,  ///< the solver did not find out which
+  InfeasibleOrUnbounded,  ///< the solver does not know which
   IterationLimit,
   TimeLimit,
   Interrupted,  ///< by the terminate flag
-  Stopped,      ///< by the solver, for numerical difficulties and the like
-  SetupFailed,  ///< the solver did not take the model
+  Stopped,      ///< by the solver, for example for numerical difficulties
+  SetupFailed,  ///< the solver rejected the model
   SolverFailed,
 };
 
 /// Basis status of a column or row.
 enum BasisStatus : int { AtLower = 0, AtUpper = 1, Basic = 2, SuperBasic = 3 };
 
-/// Status of a column or row: whether its level is as it must be.
+/// Status of a column or row: whether its level is that of an optimal solution.
 enum EntryStatus : int { EntryOk = 0, EntryNotOptimal = 1 };
 
-/// The numbers of the host's header.
+/// The numbers in the host's header.
 struct Statuses {
   int model;
   int solve;
@@ -32,8 +32,8 @@ struct Statuses {
 
 inline constexpr Statuses kNotSolved = {14, 0};
 
-/// Of an outcome, with or without levels that satisfy all rows and bounds, for a model with or
-/// without integer columns.
+/// The statuses of an outcome; `hasLevels` if the solver found levels that satisfy all rows and
+/// bounds, `isInteger` if the model was solved with integer columns.
 Statuses statusesOf(Outcome outcome, bool hasLevels, bool isInteger);
 
 /// Whether the call of a solver counts as failed.

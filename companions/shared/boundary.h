@@ -1,5 +1,5 @@
-// What the exported functions of all companions have in common: no exception leaves them, objects
-// stand behind handles, texts go into the caller's buffers.
+// What the exported functions of all companions have in common: no exception leaves them, handles
+// point to objects, and texts are copied into the caller's buffers.
 #pragma once
 
 #include <exception>
@@ -8,14 +8,14 @@
 
 namespace zdb::boundary {
 
-/// Stands for what is thrown and is no std::exception; some solvers have errors of their own kind.
+/// Replaces a thrown object that is not a std::exception; some solvers throw such objects.
 struct ForeignError : std::exception {
-  const char* what() const noexcept override { return "an error of an unknown kind"; }
+  const char* what() const noexcept override { return "unknown error"; }
 };
 
-/// Runs the body of an exported function: the result of work(), or `failed` once
-/// report(const std::exception&) has been told what was thrown. The report may fail too, for want
-/// of memory: then it is lost. Costs nothing as long as nothing is thrown.
+/// Runs the body of an exported function and returns the result of work(). If something is thrown,
+/// calls report(const std::exception&) and returns `failed`. A report that fails as well, for lack
+/// of memory, is lost. Costs nothing as long as nothing is thrown.
 template <typename Result, typename Work, typename Report>
 Result guarded(Result failed, Work&& work, Report&& report) noexcept {
   try {
@@ -32,14 +32,14 @@ Result guarded(Result failed, Work&& work, Report&& report) noexcept {
   return failed;
 }
 
-/// The same where the caller is told nothing but the result.
+/// The same for a caller that gets nothing but the result.
 template <typename Result, typename Work>
 Result guarded(Result failed, Work&& work) noexcept {
   return guarded(failed, work, [](const std::exception&) {});
 }
 
-/// The same for work(Object&) and report(Object&, const std::exception&) on the object behind a
-/// handle. A null handle, which has no place for a report, just gives `failed`.
+/// The same for work(Object&) and report(Object&, const std::exception&) with the object that a
+/// handle points to. For a null handle, which has nowhere to report to, returns `failed`.
 template <typename Object, typename Result, typename Work, typename Report>
 Result guardedOn(void* handle, Result failed, Work&& work, Report&& report) noexcept {
   if (handle == nullptr) return failed;
@@ -54,7 +54,7 @@ Result guardedOn(void* handle, Result failed, Work&& work) noexcept {
   return guardedOn<Object>(handle, failed, work, [](Object&, const std::exception&) {});
 }
 
-/// Puts the object that make() gives behind a handle; 0 and a null handle if that fails.
+/// Sets a handle to the object that make() allocates. Returns 0, with a null handle, if that fails.
 template <typename Handle, typename Make>
 int makeObject(Handle** handle, Make make) noexcept {
   if (handle == nullptr) return 0;
@@ -70,7 +70,7 @@ void freeObject(Handle** handle) noexcept {
   *handle = nullptr;
 }
 
-/// Copies a text, cut to size - 1 bytes, and terminates it.
+/// Copies a text, truncated to size - 1 bytes, and terminates it.
 inline void copyText(std::string_view text, char* to, int size) noexcept {
   if (to == nullptr || size <= 0) return;
   const std::size_t length = text.copy(to, static_cast<std::size_t>(size) - 1);

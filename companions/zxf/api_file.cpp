@@ -9,8 +9,8 @@ using namespace zdb::zxfile;
 
 namespace {
 
-// Opens a file and reports the error number besides counting it. The errors of the file before
-// are forgotten.
+// Opens a file; an error is counted and its number also returned. The errors of the previous file
+// are cleared.
 template <typename Open>
 int opened(void* zxf, int* error, Open open) {
   const int result = guarded(zxf, [&](Object& object) {
@@ -53,8 +53,7 @@ int C__zxfClose(void* zxf) {
       return 1;
     }
     if (object.writer == nullptr) fail(Errc::NoFileOpen);
-    // A symbol that was not ended is the caller's slip and can be made good; what is left of a
-    // writer that failed cannot.
+    // A caller that has not ended a symbol can still do so; a writer that has failed is unusable.
     struct Dropper {
       Object& object;
       ~Dropper() {

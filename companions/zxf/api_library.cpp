@@ -10,7 +10,7 @@ using namespace zdb::zxfile;
 
 namespace {
 
-// Process-wide, unlike everything else here, so threads with a handle each may meet in it.
+// Unlike everything else here, this is shared by all handles of the process, and so by threads.
 std::mutex loadPathMutex;
 char loadPath[256];
 

@@ -1,4 +1,4 @@
-// Reading: the directory's content and records.
+// Reading: the content of the directory, and records.
 #include "zxf/api.h"
 #include "zxf/object.h"
 
@@ -18,7 +18,7 @@ int C__zxfGetElemText(void* zxf, int number, char* text, int* node) {
     requireAll(text, node);
     *node = 0;
     *text = '\0';
-    if (!texts.holds(number)) return 0;  // how callers find the end of the texts, so no error
+    if (!texts.holds(number)) return 0;  // callers find the end of the texts so: not an error
     copyText(texts.at(static_cast<std::uint32_t>(number)), text);
     return 1;
   });
@@ -29,7 +29,7 @@ int C__zxfUMUelInfo(void* zxf, int* count, int* highest) {
     const TextList& labels = object.reading().directory().labels.list();
     requireAll(count, highest);
     *count = asInt(labels.size());
-    *highest = 0;  // labels have no numbers of a user's own
+    *highest = 0;  // there is no user mapping
     return 1;
   });
 }
@@ -99,7 +99,7 @@ int C__zxfSymbolGetDomainX(void* zxf, int number, char** names) {
     requireAll(names);
     if (number == 0) return 0;
     const SymbolEntry& entry = reader.symbol(number);
-    // Callers may give 20 buffers or just as many as the symbol has dimensions.
+    // Callers may pass 20 buffers or just one for each dimension of the symbol.
     for (int d = 0; d < entry.dim; ++d) {
       requireAll(names[d]);
       copyText("*", names[d]);
@@ -116,7 +116,7 @@ int C__zxfFindSymbol(void* zxf, const char* name, int* number) {
     const std::string_view wanted = name;
     const std::uint32_t found = directory.names.find(wanted);
     const bool known = found != 0 || wanted == "*";
-    // Callers look for symbols that need not be there, so a miss is no error.
+    // Callers look for symbols that need not exist, so a miss is not an error.
     *number = known ? asInt(found) : -1;
     return known ? 1 : 0;
   });
@@ -127,7 +127,7 @@ int C__zxfDataReadRawStart(void* zxf, int number, int* records) {
     Reader& reader = object.reading();
     requireAll(records);
     *records = 0;
-    if (number == 0) fail(Errc::NoRecordsOfItsOwn, "the universe has labels");
+    if (number == 0) fail(Errc::NoRecordsOfItsOwn, "the universe consists of labels");
     *records = reader.start(number, object.delivered);
     return 1;
   });
@@ -135,12 +135,12 @@ int C__zxfDataReadRawStart(void* zxf, int number, int* records) {
 
 int C__zxfDataReadRaw(void* zxf, int* key, double* values, int* firstChanged) {
   return guarded(zxf, [&](Object& object) {
-    // Runs once for every record: four predictable tests and the copies.
+    // Runs once for each record: four predictable branches and the copies.
     Reader& reader = object.reading();
     if (!reader.started()) fail(Errc::NoSymbolOpen);
     if (key == nullptr && reader.dim() > 0) fail(Errc::NullArgument);
     requireAll(values, firstChanged);
-    if (!reader.ready(object.delivered)) return 0;  // behind the last record
+    if (!reader.ready(object.delivered)) return 0;  // after the last record
     reader.take(key, values, firstChanged);
     return 1;
   });

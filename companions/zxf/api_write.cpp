@@ -6,7 +6,7 @@ using namespace zdb::zxfile;
 
 namespace {
 
-// The body of a call that needs a file being written and gives 1 unless something fails.
+// The body of a call that needs a file open for writing; returns 1 unless something fails.
 template <typename Work>
 int written(void* zxf, Work work) {
   return guarded(zxf, [&](Object& object) {
@@ -19,7 +19,7 @@ void requireSymbol(const Writer& writer) {
   if (!writer.inSymbol()) fail(Errc::NoSymbolOpen);
 }
 
-// Counts a record that was left out; its description is made only when it will be kept.
+// Counts a record that was left out; it is described only if the description will be kept.
 int refuse(Object& object, Errc reason, const int* key) {
   const std::string detail =
       object.errors.wantsDetail(reason) ? object.writer->describeRecord(key) : std::string();
@@ -29,7 +29,7 @@ int refuse(Object& object, Errc reason, const int* key) {
 
 }  // namespace
 
-// Domain sets are never stored unasked for; the call exists for the interface's sake.
+// Domain sets are never stored automatically; the function exists because the interface has it.
 int C__zxfStoreDomainSetsSet(void* zxf, int /*flag*/) {
   return guarded(zxf, [](Object&) { return 1; });
 }

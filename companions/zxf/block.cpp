@@ -3,7 +3,7 @@
 namespace zdb::zxfile {
 
 std::uint64_t blockChecksum(BlockHeader header, ByteSpan payload) {
-  // The header's own fields seed the payload's checksum, so neither can be exchanged alone.
+  // The checksum of the header seeds that of the payload, so that neither can be exchanged alone.
   Bytes bytes;
   FieldWriter fields(bytes);
   visit(fields, header);

@@ -1,4 +1,4 @@
-// Blocks: up to kMaxBlockRecords records of one symbol that are packed, checked and read alone.
+// Blocks: up to kMaxBlockRecords records of one symbol, packed, checked and read independently.
 #pragma once
 
 #include <array>
@@ -15,8 +15,7 @@ class BlockWriter {
  public:
   BlockWriter() : columns_(streams_) {}
 
-  /// Begins a symbol: number, dimension, doubles a record.
-  /// Nothing may be left of the symbol before.
+  /// Begins a symbol: its number, dimension and doubles per record. REQUIRES: empty().
   void start(std::uint32_t symbol, int dim, int width);
 
   /// Adds a record; see KeyWriter::add. REQUIRES: not full().
@@ -28,8 +27,8 @@ class BlockWriter {
   bool full() const { return keys_.count() == kMaxBlockRecords; }
   bool empty() const { return keys_.count() == 0; }
 
-  /// Packs the collected records into header and payload and begins the next block. The result
-  /// stays valid until the next call.
+  /// Packs the collected records into header and payload and begins the next block. The result is
+  /// valid until the next call. REQUIRES: !empty().
   ByteSpan pack(const SpecialMatcher& specials);
 
  private:
@@ -45,24 +44,25 @@ class BlockWriter {
   Bytes block_;
 };
 
-/// The checksum that belongs into a block's header.
+/// The checksum for a block's header.
 std::uint64_t blockChecksum(BlockHeader header, ByteSpan payload);
 
-/// Unpacked records of one block, in the two shapes that are cheapest to copy out: keys together,
-/// values by column.
+/// Unpacked records of one block, in the layout that is cheapest to copy from: keys row by row,
+/// values column by column.
 struct Block {
   std::uint32_t count = 0;
-  std::vector<int> rows;                       ///< `dim` labels a record
-  std::vector<std::uint8_t> changed;           ///< first changed dimension of each, from 1
+  std::vector<int> rows;                       ///< `dim` labels per record
+  std::vector<std::uint8_t> changed;           ///< first changed dimension of each record, from 1
   std::array<std::vector<double>, 5> columns;  ///< those in use have `count` values
 };
 
-/// Unpacks payloads whose checksum has been verified, which still may hold anything.
+/// Unpacks payloads. Their checksums have been verified, but they may still hold anything: an
+/// attacker can compute a checksum.
 class BlockReader {
  public:
   BlockReader() : keys_(streams_), columns_(streams_) {}
 
-  /// Fills `block` with `count` records; count is in [1, kMaxBlockRecords].
+  /// Fills `block` with `count` records. REQUIRES: 1 <= count <= kMaxBlockRecords.
   void read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_t count,
             std::uint32_t labelCount, const SpecialValues& delivered, Block& block);
 

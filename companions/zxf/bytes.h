@@ -17,7 +17,7 @@ namespace zdb::zxfile {
 using Bytes = std::vector<std::uint8_t>;
 using ByteSpan = std::span<const std::uint8_t>;
 
-/// Turns an integer from memory order into file order and back; nothing on little-endian machines.
+/// Converts an integer between memory order and file order; a no-op on little-endian machines.
 template <typename Int>
 Int littleEndian(Int value) {
   if constexpr (std::endian::native == std::endian::big) {
@@ -44,13 +44,13 @@ void storeInt(std::uint8_t* to, Int value) {
   std::memcpy(to, &value, sizeof value);
 }
 
-/// The same bytes as characters; valid as long as they are.
+/// A view of the bytes as characters.
 inline std::string_view asText(ByteSpan bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
 }
 
-/// Appends an unsigned integer with seven bits a byte, low bits first, the high bit set on all but
-/// the last byte: label numbers below 128 take one byte, 32 bits at most five.
+/// Appends an unsigned integer with seven bits per byte, low bits first, the high bit set in all
+/// bytes but the last: label numbers below 128 take one byte, 32-bit numbers at most five.
 template <typename Int>
 void appendVarint(Bytes& out, Int value) {
   static_assert(std::is_unsigned_v<Int>);
@@ -61,7 +61,7 @@ void appendVarint(Bytes& out, Int value) {
   out.push_back(static_cast<std::uint8_t>(value));
 }
 
-/// Appends each visited field to a byte array. Names and limits are there for the other visitors.
+/// Appends each visited field to a byte array. Names and limits are for the other visitors.
 class FieldWriter {
  public:
   explicit FieldWriter(Bytes& out) : out_(out) {}
@@ -83,7 +83,7 @@ class FieldWriter {
     out_[at] = static_cast<std::uint8_t>(value.size());
     std::memcpy(out_.data() + at + 1, value.data(), value.size());
   }
-  /// Already in the form of the file.
+  /// Appends texts that are in file form already.
   void texts(const char*, std::string_view packed, int) {
     out_.insert(out_.end(), packed.begin(), packed.end());
   }
@@ -92,8 +92,8 @@ class FieldWriter {
   Bytes& out_;
 };
 
-/// Fills each visited field from bytes that nothing is known about: running out of bytes, an
-/// overlong number or an unknown choice fails with the code given at construction.
+/// Fills each visited field from untrusted bytes: a missing byte, an overlong number or an unknown
+/// choice fails with the code given at construction.
 class FieldReader {
  public:
   FieldReader(ByteSpan bytes, Errc onDamage) : rest_(bytes), onDamage_(onDamage) {}
@@ -119,7 +119,7 @@ class FieldReader {
   }
   void text(const char* name, std::string& value) { value = shortText(name); }
 
-  /// Appends `count` texts in the form of the file to `packed`, which the caller gives empty.
+  /// Appends `count` texts in file form to `packed`.
   void texts(const char* name, std::string& packed, int count) {
     for (int i = 0; i < count; ++i) {
       const std::string_view one = shortText(name);
@@ -128,13 +128,13 @@ class FieldReader {
     }
   }
 
-  /// A length byte and that many bytes; they lie in the bytes given at construction.
+  /// A length byte and that many bytes, as a view of the bytes given at construction.
   std::string_view shortText(const char* name) {
     const std::size_t length = take(1, name)[0];
     return asText(take(length, name));
   }
 
-  /// The next `size` bytes, which lie in those given at construction.
+  /// The next `size` bytes, as a view of those given at construction.
   ByteSpan take(std::size_t size, const char* name) {
     if (size > rest_.size()) damaged(name);
     const ByteSpan taken = rest_.first(size);
@@ -142,9 +142,9 @@ class FieldReader {
     return taken;
   }
 
-  /// Bytes not taken yet: every structure that has to fill its bytes ends by asking for 0.
+  /// Bytes not taken yet. Readers of a structure that must fill its bytes check for 0 at the end.
   std::size_t left() const { return rest_.size(); }
-  /// Fails as the reader itself does; `name` says to the user which part was wrong.
+  /// Fails as the reader itself does; `name` tells the user which part is damaged.
   [[noreturn]] void damaged(const char* name) const { fail(onDamage_, name); }
 
  private:

@@ -1,4 +1,4 @@
-// Columns of values: one of the 1 or 5 doubles of every record of a block.
+// Columns of values: one of the 1 or 5 doubles of each record in a block.
 #pragma once
 
 #include <span>
@@ -10,52 +10,54 @@
 
 namespace zdb::zxfile {
 
-/// A value that stands beside its column: a special value, or one that is no decimal like the rest.
+/// An exception value, kept outside its column: a special value, or one that is not a decimal as
+/// the others are.
 struct AsideValue {
   std::uint32_t position;
-  std::uint8_t code;   ///< slot of the special values, or kLiteralCode
-  std::uint64_t bits;  ///< of a literal
+  std::uint8_t code;   ///< slot of a special value, or kLiteralCode
+  std::uint64_t bits;  ///< only with kLiteralCode
 };
 
-/// Packs columns. The rules, in this order: all values alike make a constant; what almost all
-/// values have as decimals becomes integers; everything else stays bit patterns. Keeps its buffers
-/// from block to block.
+/// Packs columns. The first rule that applies counts: a column of equal values is stored as a
+/// constant, one of almost only short decimals as integers, any other as bit patterns. Buffers are
+/// reused from block to block.
 class ColumnWriter {
  public:
   explicit ColumnWriter(StreamWriter& streams) : streams_(streams) {}
 
-  /// Appends the column of 1 or more values; those that match a special value are kept by slot.
+  /// Appends a column; values that match a special value are stored by slot.
+  /// REQUIRES: !values.empty().
   void append(Bytes& out, std::span<const double> values, const SpecialMatcher& specials);
 
  private:
-  /// Moves special values from the column to aside_ and leaves a plain neighbour in their place, so
-  /// that they neither widen the integers nor spoil the planes.
+  /// Moves special values from the column to aside_ and replaces them by a plain neighbour, so that
+  /// they neither widen the integers nor make the planes pack worse.
   void separate(std::span<const double> values, const SpecialMatcher& specials);
   void appendConstant(Bytes& out, double value, const SpecialMatcher& specials);
   void appendDecimal(Bytes& out);
   void appendDouble(Bytes& out);
   void appendAside(Bytes& out);
-  /// The same for values that are no decimals like the rest.
+  /// The same for values that are not decimals as the others are.
   void smoothMisfits();
-  /// Splits source(i) into byte planes and appends each as a stream of its own.
+  /// Splits source(i) into byte planes and appends each as a separate stream.
   template <typename Source>
   void appendPlanes(Bytes& out, int width, Source source);
 
   StreamWriter& streams_;
   DecimalColumn decimal_;
-  std::vector<double> plain_;  ///< the column with a plain neighbour in the place of special values
+  std::vector<double> plain_;  ///< the column, special values replaced by a plain neighbour
   std::vector<std::int64_t> integers_;
   std::vector<AsideValue> aside_;
   Bytes planes_;
   Bytes asideBytes_;
 };
 
-/// Unpacks columns that nothing is known about; fails with the field reader's code.
+/// Unpacks untrusted columns; fails with the field reader's code.
 class ColumnReader {
  public:
   explicit ColumnReader(StreamReader& streams) : streams_(streams) {}
 
-  /// Fills `values`; slots of special values give the value that `delivered` has for them.
+  /// Fills `values`; special values are taken from `delivered` by slot.
   void read(FieldReader& in, std::span<double> values, const SpecialValues& delivered);
 
  private:

@@ -34,7 +34,7 @@ void ColumnReader::readDecimal(FieldReader& in, const ColumnHeader& header,
   if (header.width > kMaxDecimalWidth) in.damaged("width of a column");
   readPlanes(in, values.size(), header.width);
   const double power = powerOfTen(header.decimals);
-  // Unsigned, so that a damaged base wraps around instead of overflowing.
+  // Unsigned, so that a damaged base wraps around and does not overflow.
   const auto base = static_cast<std::uint64_t>(header.base);
   joinPlanes(values.size(), header.width, planes_.data(), [&](std::size_t i, std::uint64_t n) {
     values[i] = decimalValue(static_cast<std::int64_t>(base + n), power);
@@ -50,19 +50,19 @@ void ColumnReader::readDouble(FieldReader& in, std::span<double> values) {
 void ColumnReader::readAside(FieldReader& in, std::span<double> values,
                              const SpecialValues& delivered) {
   constexpr std::size_t kMaxAsideSize = 5 + 1 + sizeof(double);
-  streams_.read(in, asideBytes_, values.size() * kMaxAsideSize, "values beside a column");
-  // Each entry passes over a gap, so positions ascend and the loop ends whatever the bytes are.
+  streams_.read(in, asideBytes_, values.size() * kMaxAsideSize, "exception values");
+  // Each entry moves past the previous one, so the loop ends whatever the bytes are.
   FieldReader aside(asideBytes_, Errc::DamagedRecords);
   for (std::uint64_t position = 0; aside.left() > 0; ++position) {
     std::uint64_t gap = 0;
-    aside.varint("position of a value beside its column", gap);
-    if (gap >= values.size() - position) in.damaged("position of a value beside its column");
+    aside.varint("position of an exception value", gap);
+    if (gap >= values.size() - position) in.damaged("position of an exception value");
     position += gap;
     std::uint8_t code = 0;
-    aside.number("code of a value beside its column", code);
-    if (code > kLiteralCode) in.damaged("code of a value beside its column");
+    aside.number("code of an exception value", code);
+    if (code > kLiteralCode) in.damaged("code of an exception value");
     std::uint64_t bits = 0;
-    if (code == kLiteralCode) aside.number("value beside its column", bits);
+    if (code == kLiteralCode) aside.number("exception value", bits);
     values[position] = code == kLiteralCode ? std::bit_cast<double>(bits) : delivered[code];
   }
 }

@@ -41,7 +41,7 @@ void ColumnWriter::separate(std::span<const double> values, const SpecialMatcher
   bool any = false;
   for (const double value : values) any |= specials.matches(bitsOf(value));
   if (!any) return;
-  // Not all values are the same, so one is plain or two special values differ.
+  // The values are not all the same: one of them is plain, or there are two special values.
   const auto first = std::find_if(values.begin(), values.end(),
                                   [&](double value) { return !specials.matches(bitsOf(value)); });
   double neighbour = first == values.end() ? 0.0 : *first;
@@ -65,7 +65,7 @@ void ColumnWriter::appendConstant(Bytes& out, double value, const SpecialMatcher
   visit(fields, header);
 }
 
-// Misfits go aside and leave their neighbour's integer behind, which costs the planes nothing.
+// Misfits become exception values; a neighbour's integer in their place costs the planes nothing.
 void ColumnWriter::smoothMisfits() {
   const std::span<const std::uint32_t> misfits = decimal_.misfits();
   integers_.assign(decimal_.integers().begin(), decimal_.integers().end());
@@ -77,7 +77,8 @@ void ColumnWriter::smoothMisfits() {
     aside_.push_back({position, kLiteralCode, bitsOf(plain_[position])});
     integers_[position] = integers_[position == 0 ? firstFit : position - 1];
   }
-  // A special value behind a misfit has copied it: such positions are special, not literal.
+  // A special value after a misfit has copied it as its neighbour, so is a misfit as well: keep it
+  // as a special value only.
   const auto before = [](const AsideValue& a, const AsideValue& b) {
     return a.position < b.position;
   };

@@ -12,13 +12,13 @@ namespace {
 constexpr double kPowers[kMaxDecimals + 1] = {1E0, 1E1, 1E2,  1E3,  1E4,  1E5,  1E6,  1E7,
                                               1E8, 1E9, 1E10, 1E11, 1E12, 1E13, 1E14, 1E15};
 
-// 1.5 * 2^52: a double of that size has a last bit of 1, so adding it rounds to an integer, whose
-// low bits then stand in the mantissa (Warren, Hacker's Delight, 17-2).
+// 1.5 * 2^52: the last bit of a double of that size is worth 1, so adding it rounds to an integer,
+// whose low bits are then in the mantissa (Warren, Hacker's Delight, 17-2).
 constexpr double kRounder = 6755399441055744.0;
 
 struct Rounded {
   std::int64_t integer;
-  bool fits;  // the integer gives the value back
+  bool fits;  // the integer restores the value
 };
 
 inline Rounded roundTo(double value, double power) {

@@ -1,4 +1,4 @@
-// Recognises columns whose values were decimals with few digits before they became doubles.
+// Recognises columns whose values are the doubles nearest to decimals with few digits.
 #pragma once
 
 #include <cstdint>
@@ -9,30 +9,31 @@
 
 namespace zdb::zxfile {
 
-/// 10^decimals; exact in a double for 0 <= decimals <= 22.
+/// 10^decimals, exactly. REQUIRES: 0 <= decimals <= kMaxDecimals.
 double powerOfTen(int decimals);
 
-/// The value of a decimal. Division rounds correctly on every machine, so the same integer and
-/// power give the same bits everywhere; multiplying by 0.1 and the like would not give back most
-/// decimals.
+/// The value of a decimal. Division is correctly rounded on every machine, so the same integer and
+/// power give the same bits everywhere; multiplying by 0.1 and the like misses most decimals.
 inline double decimalValue(std::int64_t integer, double power) {
   return static_cast<double>(integer) / power;
 }
 
-/// The fewest decimals in [first, kMaxDecimals] at which a value comes back bit by bit, or -1.
+/// The smallest n, first <= n <= kMaxDecimals, such that n decimals restore the value bit by bit,
+/// or -1.
 int decimalsOf(double value, int first);
 
-/// Turns a column into integers at the fewest decimals that serve almost all values.
+/// Converts a column to integers, with the fewest decimals that restore almost all values.
 class DecimalColumn {
  public:
-  /// False when more than a sixteenth of the values (or a quarter of a sample) comes back at no
-  /// common number of decimals. Cost: one pass, and one more each time the sample missed a digit.
+  /// Returns false if no common number of decimals restores at least fifteen sixteenths of the
+  /// values (or three quarters of a sample). Cost: one pass, and another each time the sample
+  /// missed a digit.
   bool analyse(std::span<const double> values);
 
   int decimals() const { return decimals_; }
   std::span<const std::int64_t> integers() const { return integers_; }
 
-  /// Positions, ascending, of the values that do not come back; their integers mean nothing.
+  /// Positions, ascending, of the values that are not restored; their integers have no meaning.
   std::span<const std::uint32_t> misfits() const { return misfits_; }
 
  private:

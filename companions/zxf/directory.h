@@ -1,5 +1,4 @@
-// The directory of a file: header, labels, texts and symbols; all that is read when a file is
-// opened.
+// The directory of a file: header, labels, texts and symbols. It is what opening a file reads.
 #pragma once
 
 #include <string>
@@ -17,17 +16,16 @@ struct Directory {
   NameList labels;
   TextList texts;
   std::string producer;
-  NameList names;                    ///< of the symbols, so that they are found by name
-  std::vector<SymbolEntry> symbols;  ///< number n stands at n - 1
+  NameList names;                    ///< of the symbols
+  std::vector<SymbolEntry> symbols;  ///< number n is at index n - 1
 };
 
-/// Whether a symbol can be a strict domain: a one-dimensional set or an alias, which has the
-/// dimension of its set.
+/// Whether a symbol can be a strict domain: a one-dimensional set or an alias of one.
 inline bool isDomainSet(const SymbolEntry& entry) {
   return entry.dim == 1 && (entry.type == SymbolType::Set || entry.type == SymbolType::Alias);
 }
 
-/// Calls with(position from 0, name) for each domain name of a symbol that has any.
+/// For a symbol with a domain, calls with(d, name) for each dimension, 0 <= d < dim.
 template <typename With>
 void forEachDomain(const SymbolEntry& entry, With with) {
   const std::string_view packed = entry.domains;
@@ -39,13 +37,13 @@ void forEachDomain(const SymbolEntry& entry, With with) {
   }
 }
 
-/// Packs the three sections behind the blocks, fills in the header and writes it over the
-/// kHeaderSize bytes kept free at the start. REQUIRES: only blocks have been appended behind those.
+/// Appends the three sections, fills in the header and writes it over the kHeaderSize bytes
+/// reserved at the start. REQUIRES: only blocks have been appended after those bytes.
 void writeDirectory(Directory& directory, OutputFile& file, StreamWriter& streams);
 
-/// Reads and checks everything but the blocks. What it returns keeps these promises, whatever the
-/// file holds: counts, dimensions and types are in range; labels are labels, distinct and dense;
-/// symbol names are distinct; an alias stands behind the set it names; the blocks of the symbols
+/// Reads and checks everything but the blocks. Whatever the file holds, the result has these
+/// properties: counts, dimensions and types are in range; labels are valid, distinct and numbered
+/// without gaps; symbol names are distinct; an alias comes after its set; the blocks of the symbols
 /// fill the space between header and labels without gaps. Fails with ForeignFile, NewerFormat,
 /// TruncatedFile, DamagedHeader or DamagedDirectory.
 Directory readDirectory(const InputFile& file);

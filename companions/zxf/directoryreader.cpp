@@ -14,7 +14,7 @@ FileHeader readHeader(const InputFile& file) {
     fail(Errc::ForeignFile);
   }
   FileHeader header;
-  // Before anything else that a later version might have changed.
+  // First, because a later version may have changed anything else.
   if (bytes.size() >= kPreambleSize) {
     FieldReader preamble(bytes, Errc::DamagedHeader);
     visitPreamble(preamble, header);
@@ -22,7 +22,7 @@ FileHeader readHeader(const InputFile& file) {
       fail(Errc::NewerFormat, printed("version %u", header.version));
   }
   if (bytes.size() < kHeaderSize) {
-    fail(Errc::TruncatedFile, printed("%zu bytes are less than a header", bytes.size()));
+    fail(Errc::TruncatedFile, printed("%zu bytes, less than a header", bytes.size()));
   }
   FieldReader fields(bytes, Errc::DamagedHeader);
   visit(fields, header);
@@ -32,7 +32,7 @@ FileHeader readHeader(const InputFile& file) {
   return header;
 }
 
-// A section has to begin where the one before it ended; the last ends the file.
+// A section must begin at the end of the previous one; the last one ends the file.
 std::uint64_t checkSection(const Section& section, std::uint64_t begin, std::uint64_t fileSize) {
   if (section.offset != begin || section.size > fileSize - begin) {
     fail(Errc::DamagedHeader, "place of a section");
@@ -47,13 +47,13 @@ void checkHeader(const FileHeader& header, const InputFile& file) {
   }
   if (file.size() < header.fileSize) {
     fail(Errc::TruncatedFile,
-         printed("%llu of %llu bytes are there", static_cast<unsigned long long>(file.size()),
+         printed("only %llu of %llu bytes", static_cast<unsigned long long>(file.size()),
                  static_cast<unsigned long long>(header.fileSize)));
   }
   if (std::max({header.labelCount, header.textCount, header.symbolCount}) > kMaxCount) {
     fail(Errc::DamagedHeader, "count");
   }
-  // Blocks end where the labels begin; from there on everything touches.
+  // Blocks end where the labels begin; from there on there are no gaps.
   const std::uint64_t begin = header.labels.offset;
   if (begin < kHeaderSize || begin > header.fileSize) {
     fail(Errc::DamagedHeader, "place of a section");
@@ -62,13 +62,13 @@ void checkHeader(const FileHeader& header, const InputFile& file) {
   end = checkSection(header.texts, end, header.fileSize);
   end = checkSection(header.symbols, end, header.fileSize);
   if (end != header.fileSize || file.size() != header.fileSize) {
-    fail(Errc::DamagedHeader, "bytes behind the end");
+    fail(Errc::DamagedHeader, "bytes after the end");
   }
 }
 
 Bytes readSection(const InputFile& file, const Section& section, StreamReader& streams,
                   const char* name) {
-  Bytes stored(section.size);  // inside the file, as checkHeader() has made sure
+  Bytes stored(section.size);  // within the file: checkHeader() has checked it
   file.read(section.offset, stored);
   if (checksumOf(stored) != section.checksum) {
     fail(Errc::DamagedDirectory, printed("checksum of the %s", name));
@@ -89,7 +89,7 @@ void checkLabels(const TextList& labels) {
   }
 }
 
-// Strict domains name earlier one-dimensional sets, aliases of those, or the universe.
+// Strict domains are earlier one-dimensional sets, aliases of such sets, or the universe.
 bool strictDomainsExist(const Directory& directory, const SymbolEntry& entry) {
   bool exist = true;
   forEachDomain(entry, [&](int, std::string_view name) {
@@ -100,7 +100,7 @@ bool strictDomainsExist(const Directory& directory, const SymbolEntry& entry) {
   return exist;
 }
 
-// Checks a symbol, which is not in the list yet, against those before it.
+// Checks a symbol, which is not in the list yet, against the earlier ones.
 void checkSymbol(const Directory& directory, const SymbolEntry& entry) {
   const std::size_t before = directory.symbols.size();
   const auto damaged = [&](const char* what) {
@@ -113,13 +113,13 @@ void checkSymbol(const Directory& directory, const SymbolEntry& entry) {
   if (entry.domainKind == DomainKind::Strict && !strictDomainsExist(directory, entry)) {
     damaged("domain");
   }
-  // Every block has a header and holds a limited number of records.
+  // Each block has a header and a limited number of records.
   const std::uint64_t blocks =
       (std::uint64_t{entry.recordCount} + kMaxBlockRecords - 1) / kMaxBlockRecords;
   if (entry.dataSize / kBlockHeaderSize < blocks) damaged("data size");
   if (entry.recordCount == 0 && entry.dataSize > 0) damaged("data size");
   if (entry.type != SymbolType::Alias) return;
-  if (entry.recordCount > 0 || entry.domainKind != DomainKind::None) damaged("alias data");
+  if (entry.recordCount > 0 || entry.domainKind != DomainKind::None) damaged("data of an alias");
   const auto target = static_cast<std::uint32_t>(entry.userInfo);
   if (target > before) damaged("alias target");
   const SymbolEntry* set = target == 0 ? nullptr : &directory.symbols[target - 1];
@@ -136,7 +136,7 @@ void readSymbols(Directory& directory, ByteSpan raw) {
     visit(fields, entry);
     checkSymbol(directory, entry);
     if (entry.dataOffset != end || entry.dataSize > directory.header.labels.offset - end) {
-      fail(Errc::DamagedDirectory, printed("data place of symbol number %u", i + 1));
+      fail(Errc::DamagedDirectory, printed("data offset of symbol number %u", i + 1));
     }
     end += entry.dataSize;
     if (directory.names.add(entry.name) == 0) {
@@ -144,8 +144,8 @@ void readSymbols(Directory& directory, ByteSpan raw) {
     }
     directory.symbols.push_back(std::move(entry));
   }
-  if (fields.left() > 0) fields.damaged("bytes behind the last symbol");
-  if (end != directory.header.labels.offset) fields.damaged("bytes behind the last block");
+  if (fields.left() > 0) fields.damaged("bytes after the last symbol");
+  if (end != directory.header.labels.offset) fields.damaged("bytes after the last block");
 }
 
 }  // namespace

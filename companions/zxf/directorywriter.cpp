@@ -8,7 +8,7 @@ Section appendSection(OutputFile& file, StreamWriter& streams, ByteSpan raw) {
   if (raw.size() > kMaxSectionSize) fail(Errc::TooMany, "a section of the directory is full");
   Bytes stored;
   streams.append(stored, raw);
-  // See kMaxExpansion: what packs better than that is padded with zero bytes.
+  // See kMaxExpansion: a section that packs better is padded with zero bytes.
   while (raw.size() > kMaxExpansion * stored.size() + kExpansionSlack) {
     stored.resize((raw.size() - kExpansionSlack + kMaxExpansion - 1) / kMaxExpansion);
   }

@@ -29,7 +29,7 @@ std::string printed(const char* format, ...) {
 }
 
 void fail(Errc code, std::string detail) {
-  throw Failure(code, std::move(detail));
+  throw ZxfError(code, std::move(detail));
 }
 
 void ErrorLog::clear() {
@@ -51,7 +51,7 @@ void ErrorLog::add(Errc code, const char* detail) noexcept {
     }
     if (detail != nullptr && *detail != '\0') details_.try_emplace(number, detail);
   } catch (const std::bad_alloc&) {
-    return;  // the error stays counted, only its number or detail is lost
+    return;  // the error is counted, only its number or detail is lost
   }
 }
 

@@ -1,4 +1,4 @@
-// Error numbers, their texts, and the list of errors that a handle keeps for its caller.
+// Error numbers, their texts, and the errors that a handle keeps for its caller.
 #pragma once
 
 #include <cstdint>
@@ -15,16 +15,16 @@ enum class Errc : int {
 #include "zxf/errors.def"
 };
 
-/// The fixed text of an error number, or null for a number that no error has.
+/// The fixed text of an error number, or null for an unknown number.
 const char* errorText(int number);
 
-/// Text in printf style. Texts here are short; longer ones are cut at 512 bytes.
+/// A text in printf style, cut to 511 bytes.
 [[gnu::format(printf, 1, 2)]] std::string printed(const char* format, ...);
 
-/// What the functions below the C interface throw; the guard there turns it into a counted error.
-class Failure : public std::exception {
+/// What the functions below the C interface throw; its guard turns it into a counted error.
+class ZxfError : public std::exception {
  public:
-  Failure(Errc code, std::string detail) : code_(code), detail_(std::move(detail)) {}
+  ZxfError(Errc code, std::string detail) : code_(code), detail_(std::move(detail)) {}
   Errc code() const { return code_; }
   const char* what() const noexcept override { return detail_.c_str(); }
 
@@ -35,23 +35,24 @@ class Failure : public std::exception {
 
 [[noreturn]] void fail(Errc code, std::string detail = {});
 
-/// The errors of one handle since a file was opened last.
+/// The errors of one handle since it last opened a file.
 ///
-/// The count only grows; the numbers wait, oldest first, to be taken off. Equal neighbours share an
-/// entry and no more than kMaxPending entries are kept, so that a caller who writes a million bad
-/// records and never asks costs no memory. The detail of the first error of each number is kept.
+/// The count only grows; the numbers are queued, oldest first, until take() removes them. Equal
+/// neighbours share an entry and at most kMaxPending entries are kept, so a caller who writes a
+/// million bad records and never asks uses no memory for them. The detail of the first error of
+/// each number is kept.
 class ErrorLog {
  public:
   void clear();
   void add(Errc code, const char* detail) noexcept;
 
-  /// Whether the detail of a new error of this number would be kept: callers on record paths skip
-  /// making the text otherwise.
+  /// Whether the detail of a new error of this number would be kept; if not, callers on the record
+  /// path need not format it.
   bool wantsDetail(Errc code) const { return !details_.contains(static_cast<int>(code)); }
 
   int count() const { return count_; }
   int last() const { return last_; }
-  /// The oldest pending number, which is taken off; 0 when none is left.
+  /// Removes and returns the oldest pending number; 0 if there is none.
   int take();
 
   /// Fixed text and first detail, cut to 255 bytes; `text` holds 256. False for unknown numbers.

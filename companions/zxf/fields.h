@@ -1,5 +1,5 @@
-// The field lists of the exchange file: one visit function per structure drives the writer, the
-// reader and the layout check of the documentation, so the three cannot drift apart.
+// The fields of the exchange file: one visit function per structure drives the writer, the reader
+// and the test that compares the documentation, so that the three cannot diverge.
 //
 // A visitor has number(name, integer), choice(name, enum, last valid), varint(name, u64),
 // text(name, up to 255 bytes) and texts(name, packed texts, count). Only format version 1 exists; a
@@ -14,7 +14,7 @@
 
 namespace zdb::zxfile {
 
-/// Where one part of the directory lies: a stream, padded with zero bytes up to `size`.
+/// The position of one part of the directory: a stream, padded with zero bytes up to `size`.
 struct Section {
   std::uint64_t offset = 0;
   std::uint64_t size = 0;
@@ -28,8 +28,8 @@ void visit(Visitor& v, Section& section) {
   v.number("checksum", section.checksum);
 }
 
-/// The first bytes of every file. Blocks follow at once, then labels, texts and symbols, without
-/// gaps, up to the end of the file.
+/// The first bytes of every file. Blocks follow immediately, then labels, texts and symbols,
+/// without gaps, up to the end of the file.
 struct FileHeader {
   std::uint64_t magic = 0;
   std::uint32_t version = kFormatVersion;
@@ -45,7 +45,7 @@ struct FileHeader {
   std::uint64_t checksum = 0;  ///< XXH3 64 of all bytes of the header before this field
 };
 
-/// Magic, version and size of the header: what every later version has at the same place.
+/// Magic, version and size of the header: every later version has them at the same offsets.
 template <typename Visitor>
 void visitPreamble(Visitor& v, FileHeader& header) {
   v.number("magic", header.magic);
@@ -70,7 +70,8 @@ void visit(Visitor& v, FileHeader& header) {
 inline constexpr std::size_t kPreambleSize = 16;
 inline constexpr std::size_t kHeaderSize = 120;
 
-/// One symbol of the symbols section. Its blocks lie at [dataOffset, dataOffset + dataSize).
+/// One symbol of the symbols section. Its blocks are the bytes dataOffset <= i < dataOffset +
+/// dataSize of the file.
 struct SymbolEntry {
   std::string name;
   SymbolType type = SymbolType::Set;
@@ -82,8 +83,7 @@ struct SymbolEntry {
   std::uint64_t dataSize = 0;
   std::string text;
   /// `dim` names, each a length byte and its bytes; empty without domains. Packed, because a list
-  /// of strings would cost a reader 32 bytes for each empty name that a damaged file announces with
-  /// one.
+  /// of strings would take 32 bytes for each empty name, for which a damaged file needs only one.
   std::string domains;
 };
 
@@ -101,13 +101,13 @@ void visit(Visitor& v, SymbolEntry& entry) {
   if (entry.domainKind != DomainKind::None) v.texts("domain", entry.domains, entry.dim);
 }
 
-/// In front of the payload of each block of records.
+/// Precedes the payload of each block of records.
 struct BlockHeader {
   std::uint32_t payloadSize = 0;
   std::uint32_t recordCount = 0;
   std::uint32_t symbol = 0;
   std::uint32_t firstRecord = 0;  ///< records of the symbol in earlier blocks
-  std::uint64_t checksum = 0;     ///< XXH3 64 of the payload, seeded with that of the fields above
+  std::uint64_t checksum = 0;     ///< XXH3 64 of the payload, seeded with that of the other fields
 };
 
 template <typename Visitor>
@@ -122,7 +122,7 @@ void visit(Visitor& v, BlockHeader& header) {
 inline constexpr std::size_t kBlockHeaderSize = 24;
 inline constexpr std::size_t kChecksumSize = 8;  ///< the last field of both headers
 
-/// In front of each run of bytes that is packed as one.
+/// Precedes each run of bytes that is packed as one.
 struct StreamHeader {
   StreamMethod method = StreamMethod::Stored;
   std::uint64_t rawSize = 0;
@@ -136,7 +136,7 @@ void visit(Visitor& v, StreamHeader& header) {
   v.varint("stored size", header.storedSize);
 }
 
-/// In front of each column of values.
+/// Precedes each column of values.
 struct ColumnHeader {
   ColumnKind kind = ColumnKind::Constant;
   std::uint8_t code = kLiteralCode;  ///< Constant: a slot of the special values, or kLiteralCode

@@ -18,8 +18,8 @@ Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
   return *this;
 }
 
-// O_NONBLOCK keeps the open of a named pipe from waiting for a writer; it means nothing for the
-// regular files that pass the check behind it.
+// O_NONBLOCK keeps open() from waiting for the writer of a named pipe; it has no effect on regular
+// files, and anything else is rejected.
 InputFile::InputFile(const char* path) : file_(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
   if (!file_.valid()) fail(Errc::CannotOpenFile, printed("%.100s: %s", path, std::strerror(errno)));
   struct stat status;
@@ -37,7 +37,7 @@ void InputFile::read(std::uint64_t offset, std::span<std::uint8_t> to) const {
     if (got < 0) fail(Errc::ReadFailed, std::strerror(errno));
     if (got == 0) {
       fail(Errc::TruncatedFile,
-           printed("it ends at byte %llu", static_cast<unsigned long long>(offset)));
+           printed("ends at byte %llu", static_cast<unsigned long long>(offset)));
     }
     to = to.subspan(static_cast<std::size_t>(got));
     offset += static_cast<std::uint64_t>(got);

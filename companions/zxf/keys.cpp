@@ -8,8 +8,8 @@ namespace {
 
 constexpr std::size_t kMaxVarintSize = 5;  // of a label number
 
-// Unpacks the keys of one block. Dim is the dimension when it is small enough to have a loop of its
-// own, whose current key then lives in registers; 0 stands for any dimension.
+// Unpacks the keys of one block. Dim is the dimension if it is small enough for a specialised loop,
+// which keeps the current key in registers; 0 stands for any dimension.
 template <int Dim>
 class KeyDecoder {
  public:
@@ -17,8 +17,8 @@ class KeyDecoder {
       : dim_(Dim > 0 ? Dim : dim), labelCount_(labelCount), tails_(tails) {}
 
   void decode(ByteSpan tokens, int* rows, std::uint8_t* changed) {
-    // Labels are unsigned here: the sum of a damaged block's steps may pass the range of int, and
-    // one label too high is remembered until the end.
+    // Labels are unsigned here: the sum of a damaged block's steps may exceed the range of int. A
+    // label that is too high is reported at the end.
     bool outOfRange = false;
     for (std::size_t i = 0; i < tokens.size(); ++i, rows += dim()) {
       const std::uint8_t token = tokens[i];

@@ -1,11 +1,10 @@
 // Keys of a block: strictly ascending tuples of label numbers, coded as steps.
 //
-// Each record has one token byte. Most records of sorted data differ from the one before in the
-// last position only and by a small step; those are their token. The others name the first position
-// that changes in the token, and their step there and the labels behind it follow in the tail
-// stream as varints. A block starts from the key of all zeros, so it can be read alone. Coding
-// steps instead of labels makes order and freedom from repeats a property of the format: no file
-// can break it.
+// Each record has one token byte. Most records of sorted data differ from the previous one only in
+// the last position and by a small step; the token is that step. For the others, the token is the
+// first position that changes; the step there and the labels after it are varints in the tail
+// stream. A block starts from a key of zeros, so it can be read independently. As steps are stored
+// instead of labels, no file can have keys that are out of order or repeated.
 #pragma once
 
 #include <array>
@@ -20,11 +19,11 @@ class KeyWriter {
  public:
   KeyWriter() : tokens_(kMaxBlockRecords) {}
 
-  /// Forgets all keys; `dim` in [0, kMaxDim].
+  /// Discards all keys. REQUIRES: 0 <= dim <= kMaxDim.
   void start(int dim);
 
-  /// Adds a key above the last one that first differs from it at position `changed`, which is `dim`
-  /// only in the one record of a symbol without dimensions.
+  /// Adds a key that is greater than the last one and first differs from it at position `changed`,
+  /// 0 <= changed < dim (0 for a symbol without dimensions).
   void add(const int* key, int changed) {
     if (count_ == 0) changed = 0;
     if (changed == dim_ - 1 && count_ > 0) {
@@ -40,7 +39,7 @@ class KeyWriter {
 
   std::uint32_t count() const { return count_; }
 
-  /// Appends the two streams; none for dimension 0.
+  /// Appends the two streams, none for dimension 0.
   void append(Bytes& out, StreamWriter& streams) const;
 
  private:
@@ -53,14 +52,15 @@ class KeyWriter {
   Bytes tails_;
 };
 
-/// Unpacks keys that nothing is known about.
+/// Unpacks untrusted keys.
 class KeyReader {
  public:
   explicit KeyReader(StreamReader& streams) : streams_(streams) {}
 
-  /// Fills `rows` with `dim` labels a record and `changed` with the first position, from 1, at
-  /// which each record differs from the one before in this block (1 for the first; 0 for dimension
-  /// 0). Every label is in [1, labelCount] and the keys ascend strictly, or the call fails.
+  /// Fills `rows` with `dim` labels per record and `changed` with the first position, from 1, at
+  /// which each record differs from the previous one in this block (1 for the first; 0 for
+  /// dimension 0). The keys are strictly ascending. Fails unless 1 <= label <= labelCount for
+  /// each of their labels.
   void read(FieldReader& in, int dim, std::uint32_t labelCount, std::span<int> rows,
             std::span<std::uint8_t> changed);
 

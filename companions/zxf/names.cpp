@@ -12,8 +12,8 @@ namespace zdb::zxfile {
 
 namespace {
 
-// Differs from process to process: with a known seed, a file could hold a million labels that all
-// belong into one slot and keep its reader busy for hours.
+// Differs from process to process: if the seed were known, a file could have a million labels that
+// all hash to one slot, and reading it would take hours.
 std::uint64_t hashSeed() {
   static const std::uint64_t seed = [] {
     std::uint64_t value = 0;
@@ -54,7 +54,7 @@ std::uint32_t NameIndex::hashOf(std::string_view name) {
   return static_cast<std::uint32_t>(XXH3_64bits_withSeed(upper, length, hashSeed()));
 }
 
-// The slot that holds `name`, or the free one where it belongs.
+// The slot of `name`, or the free slot for it.
 const NameIndex::Slot* NameIndex::slotOf(const TextList& list, std::string_view name,
                                          std::uint32_t hash) const {
   const std::size_t mask = slots_.size() - 1;
@@ -115,7 +115,8 @@ void NameList::adopt(Bytes&& stored, std::uint32_t count, Errc onDamage) {
   list_.adopt(std::move(stored), count, onDamage);
   const std::uint32_t repeated = index_.build(list_);
   if (repeated != 0) {
-    fail(onDamage, printed("number %u repeats a label", static_cast<unsigned>(repeated)));
+    fail(onDamage,
+         printed("label number %u repeats an earlier one", static_cast<unsigned>(repeated)));
   }
 }
 

@@ -9,14 +9,14 @@
 
 namespace zdb::zxfile {
 
-/// Texts of at most 255 bytes, kept exactly as the file stores them: a length byte and the text,
-/// one after the other. So a list is read and written as a whole.
+/// Texts of at most 255 bytes, stored as in the file: a length byte and the text, one after the
+/// other. So a list is read and written as a whole.
 class TextList {
  public:
-  /// Appends a text. Fails with TooMany when the format could not count or address it.
+  /// Appends a text. Fails with TooMany if the format cannot count or address it.
   void add(std::string_view text);
 
-  /// Takes over `count` texts as stored; fails with the given code when they do not fill the bytes.
+  /// Takes over `count` texts in file form; fails with the code if they do not fill the bytes.
   void adopt(Bytes&& stored, std::uint32_t count, Errc onDamage);
 
   std::uint32_t size() const { return static_cast<std::uint32_t>(offsets_.size()); }
@@ -39,17 +39,17 @@ class TextList {
 };
 
 /// Finds the numbers of distinct texts of at most 63 bytes, compared without regard to the case of
-/// ASCII letters. Open addressing over pairs of hash and number, half full at most: 16 to 32 bytes
-/// a text, no copy of any.
+/// ASCII letters. A hash table with open addressing over pairs of hash and number, at most half
+/// full: 16 to 32 bytes per text, which is not copied.
 class NameIndex {
  public:
   /// The number of `name` in `list`, or 0.
   std::uint32_t find(const TextList& list, std::string_view name) const;
 
-  /// Enters text `number` of `list`; false when an equal one was entered before.
+  /// Adds text `number` of `list`; false if an equal one has been added before.
   bool add(const TextList& list, std::uint32_t number);
 
-  /// Enters all texts of `list`; returns the first number that repeats another text, or 0.
+  /// Adds all texts of `list`; returns the number of the first that repeats another, or 0.
   std::uint32_t build(const TextList& list);
 
  private:
@@ -69,9 +69,9 @@ class NameIndex {
 /// A list of distinct names.
 class NameList {
  public:
-  /// The number of the new name, or 0 when the list has it already in some spelling.
+  /// The number of the new name, or 0 if the list has it already, in upper or lower case.
   std::uint32_t add(std::string_view name);
-  /// As TextList::adopt; a repeated name fails too.
+  /// As TextList::adopt(); also fails on a repeated name.
   void adopt(Bytes&& stored, std::uint32_t count, Errc onDamage);
 
   std::uint32_t find(std::string_view name) const { return index_.find(list_, name); }
@@ -82,11 +82,11 @@ class NameList {
   NameIndex index_;
 };
 
-/// Whether a text can be a label of a file: as of the database, and no trailing blank. The empty
-/// text is a label.
+/// Whether a text can be a label of a file: as in the database, and without a trailing blank. The
+/// empty text is a label.
 bool isLabel(std::string_view text);
 
-/// Whether a text can name a symbol of a file, which is less strict than the database: 1 to 63
+/// Whether a text can be the name of a symbol of a file, less strict than in the database: 1 to 63
 /// bytes, not beginning with '*', without blanks, control characters and quotes.
 bool isSymbolName(std::string_view text);
 

@@ -5,9 +5,9 @@
 namespace zdb::zxfile {
 
 void Object::count(const std::exception& error) {
-  if (dynamic_cast<const AlreadyReported*>(&error) != nullptr) return;
-  if (const auto* failure = dynamic_cast<const Failure*>(&error)) {
-    errors.add(failure->code(), failure->what());
+  if (dynamic_cast<const ReportedError*>(&error) != nullptr) return;
+  if (const auto* known = dynamic_cast<const ZxfError*>(&error)) {
+    errors.add(known->code(), known->what());
     return;
   }
   const bool isMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;

@@ -1,4 +1,4 @@
-// What a handle of the C interface points at, and the guard of all calls on it.
+// What a handle of the C interface points to, and the guard of all calls with it.
 #pragma once
 
 #include <memory>
@@ -11,28 +11,27 @@
 
 namespace zdb::zxfile {
 
-/// A handle is closed, reading or writing; special values outlast the file, errors last until the
-/// next one is opened.
+/// A handle is closed, reading or writing. Special values outlive the file; errors are kept until
+/// the next file is opened.
 struct Object {
   ErrorLog errors;
   SpecialValues written = kDefaultSpecials;    ///< recognised in data that is written
-  SpecialValues delivered = kDefaultSpecials;  ///< given for them when data is read
-  std::unique_ptr<Reader> reader;              ///< at most one of the two is there
+  SpecialValues delivered = kDefaultSpecials;  ///< delivered for them when data is read
+  std::unique_ptr<Reader> reader;              ///< at most one of the two is not null
   std::unique_ptr<Writer> writer;
 
-  /// The open file, or a failure: NoFileOpen, NotReading, NotWriting.
+  /// The open file. Fails with NoFileOpen, NotReading or NotWriting.
   Reader& reading() const;
   Writer& writing() const;
   void requireClosed() const;
 
-  /// Counts what a call has thrown. A writer that was interrupted by something else than a Failure
-  /// is of no more use.
+  /// Counts what a call has thrown. After anything but a ZxfError a writer is unusable.
   void count(const std::exception& error);
 };
 
-/// Thrown by calls on a writer whose file has failed: that was counted when it happened, and no
-/// further call may count it again.
-struct AlreadyReported : std::exception {};
+/// Thrown by calls on a writer whose file has failed. The failure was counted when it happened and
+/// must not be counted again.
+struct ReportedError : std::exception {};
 
 inline Reader& Object::reading() const {
   if (reader != nullptr) return *reader;
@@ -41,7 +40,7 @@ inline Reader& Object::reading() const {
 
 inline Writer& Object::writing() const {
   if (writer == nullptr) fail(reader != nullptr ? Errc::NotWriting : Errc::NoFileOpen);
-  if (writer->broken()) throw AlreadyReported();
+  if (writer->broken()) throw ReportedError();
   return *writer;
 }
 
@@ -49,16 +48,16 @@ inline void Object::requireClosed() const {
   if (reader != nullptr || writer != nullptr) fail(Errc::FileIsOpen);
 }
 
-/// Fails when any of the pointers is null.
+/// Fails with NullArgument if a pointer is null.
 template <typename... Pointers>
 void requireAll(const Pointers*... pointers) {
   const bool anyNull = ((pointers == nullptr) || ...);
   if (anyNull) fail(Errc::NullArgument);
 }
 
-/// Runs the body of a call: work(Object&) gives the result; whatever it throws is counted and gives
-/// 0, as does a null handle, which has no place to count anything. On a record path it costs
-/// nothing.
+/// Runs the body of a call: work(Object&) returns the result; whatever it throws is counted, and
+/// the result is then 0. A null handle also gives 0; there is nowhere to count that. Costs nothing
+/// as long as nothing is thrown.
 template <typename Work>
 int guarded(void* handle, Work work) noexcept {
   const auto count = [](Object& object, const std::exception& error) { object.count(error); };

@@ -1,4 +1,4 @@
-// What this library has of its interface.
+// Which functions of its interface this library has.
 #pragma once
 
 #include <string_view>
@@ -7,7 +7,7 @@
 
 namespace zdb::zxfile {
 
-/// Whether this library has a function of the interface. Acronyms have no place in the file format.
+/// Whether this library has a function of the interface. The file format does not support acronyms.
 inline bool isOffered(std::string_view name) {
   return name != "zxfAcronymAdd";
 }

@@ -24,7 +24,7 @@ constexpr int kMaxLinks = 40;  // as many as the system itself follows
   fail(full ? Errc::NoSpace : Errc::WriteFailed, std::strerror(errno));
 }
 
-// A target that is a link stands for what it points to, which need not exist yet.
+// If the target is a link, the file it points to is replaced; that need not exist yet.
 std::string followed(const char* path) {
   std::filesystem::path target = path;
   std::error_code error;
@@ -44,7 +44,7 @@ std::string uniqueName(const std::string& targetName) {
     number = static_cast<std::uint64_t>(now.tv_nsec) ^
              (std::uint64_t{static_cast<unsigned>(::getpid())} << 32);
   }
-  // Names have at most 255 bytes; the start is enough to tell whose temporary file it is.
+  // Names have at most 255 bytes; the first 200 are enough to recognise a temporary file.
   return printed(".%.200s.%016llx.tmp", targetName.c_str(),
                  static_cast<unsigned long long>(number));
 }
@@ -55,7 +55,7 @@ std::string selfPath(int fd) {
 
 }  // namespace
 
-// Once the delegated constructor is through, a failure of the rest runs the destructor.
+// Once the delegated constructor has returned, an exception in the rest runs the destructor.
 OutputFile::OutputFile(const char* path, Naming naming) : OutputFile() {
   const std::string target = followed(path);
   openFolder(target);
@@ -75,7 +75,7 @@ void OutputFile::openFolder(const std::string& path) {
   if (targetName_.empty())
     fail(Errc::CannotOpenFile, printed("%.100s: no file name", path.c_str()));
   folder_ = Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // A folder that may be entered and changed but not listed.
+  // For a folder that may be entered and changed but not listed.
   if (!folder_.valid())
     folder_ = Descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!folder_.valid()) {
@@ -93,7 +93,7 @@ void OutputFile::openFolder(const std::string& path) {
   targetGroup_ = status.st_gid;
 }
 
-// An unnamed file can only get its name through /proc.
+// A file without a name can only be given one through /proc.
 void OutputFile::createFile(Naming naming) {
   if (naming == Naming::UnnamedIfPossible && ::access("/proc/self/fd", X_OK) == 0) {
     file_ = Descriptor(::openat(folder_.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
@@ -108,7 +108,7 @@ void OutputFile::createFile(Naming naming) {
 
 bool OutputFile::createNamed() {
   std::string name = uniqueName(targetName_);
-  // Until it has the bits of its target, nobody else may open it.
+  // Until it has the permission bits of its target, nobody else may open it.
   const mode_t mode = replacing_ ? 0600 : 0666;
   file_ = Descriptor(
       ::openat(folder_.get(), name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode));
@@ -118,8 +118,8 @@ bool OutputFile::createNamed() {
 
 void OutputFile::keepMode() {
   if (!replacing_) return;
-  // Only the superuser may give files away; others keep at least the bits. The owner comes first
-  // because a change of it clears bits.
+  // Only the superuser may change owners; for others, at least the bits are kept. The owner comes
+  // first because changing it clears bits.
   if (::fchown(file_.get(), targetOwner_, targetGroup_) != 0 && errno != EPERM) failWriting();
   if (::fchmod(file_.get(), targetMode_) != 0) failWriting();
 }
@@ -161,7 +161,7 @@ void OutputFile::giveName() {
     std::string name = uniqueName(targetName_);
     if (::linkat(AT_FDCWD, selfPath(file_.get()).c_str(), folder_.get(), name.c_str(),
                  AT_SYMLINK_FOLLOW) == 0) {
-      temporaryName_ = std::move(name);  // cannot fail, or the file would stay behind
+      temporaryName_ = std::move(name);  // must not throw, or the file would be left over
     } else if (errno != EEXIST) {
       break;
     }
@@ -177,10 +177,9 @@ void OutputFile::publish() {
     fail(Errc::CannotReplaceFile, std::strerror(errno));
   }
   temporaryName_.clear();
-  // Some file systems cannot sync a folder; the file itself is safe by then.
+  // Some file systems cannot flush a folder; the file itself has been flushed.
   if (::fsync(folder_.get()) != 0 && errno == EIO) {
-    fail(Errc::Unexpected,
-         "the new file is in place but its folder could not be brought to the disk");
+    fail(Errc::Unexpected, "the new file is in place but its folder could not be flushed to disk");
   }
 }
 

@@ -1,7 +1,7 @@
 // Byte planes: byte p of every number of a column, one plane after the other.
 //
-// The high bytes of neighbouring numbers are alike and pack well once they stand together; the low
-// bytes of measured values are noise and are stored as they are.
+// The high bytes of neighbouring numbers are similar and pack well when they are next to each
+// other; the low bytes of measured values are noise and are stored unpacked.
 #pragma once
 
 #include <array>
@@ -25,7 +25,8 @@ inline void transposeBytes(std::array<std::uint64_t, 8>& rows) {
   }
 }
 
-/// Writes the `width` low bytes (1 to 8) of source(i), i in [0, n), into planes of n bytes.
+/// Writes the `width` low bytes of source(i), 0 <= i < n, into planes of n bytes. REQUIRES: 0 <=
+/// width <= 8.
 template <typename Source>
 void splitPlanes(std::size_t n, int width, std::uint8_t* planes, Source source) {
   std::size_t i = 0;
@@ -40,7 +41,7 @@ void splitPlanes(std::size_t n, int width, std::uint8_t* planes, Source source) 
   }
 }
 
-/// Hands value i, i in [0, n), of planes as above to sink(i, value).
+/// Calls sink(i, value) for each value of such planes, 0 <= i < n.
 template <typename Sink>
 void joinPlanes(std::size_t n, int width, const std::uint8_t* planes, Sink sink) {
   std::size_t i = 0;

@@ -42,7 +42,7 @@ bool Reader::nextBlock(const SpecialValues& delivered) {
   try {
     readBlock(delivered);
   } catch (...) {
-    // The damage is reported once; whoever goes on asking is behind the last record.
+    // The damage is reported once; further calls are after the last record.
     block_.count = 0;
     at_ = 0;
     recordsRead_ = symbol_->recordCount;
@@ -61,7 +61,7 @@ BlockHeader Reader::readBlockHeader() {
                    static_cast<unsigned long long>(offset_), symbol_->name.c_str()));
     }
   };
-  check(left >= kBlockHeaderSize, "space for a header");
+  check(left >= kBlockHeaderSize, "room for a header");
   std::array<std::uint8_t, kBlockHeaderSize> bytes;
   file_.read(offset_, bytes);
   BlockHeader header;
@@ -71,9 +71,9 @@ BlockHeader Reader::readBlockHeader() {
   check(header.recordCount >= 1 && header.recordCount <= std::min(kMaxBlockRecords, recordsLeft),
         "record count");
   check(header.recordCount < recordsLeft || header.payloadSize == left - kBlockHeaderSize,
-        "space behind the last block");
-  check(header.symbol == number_ && header.firstRecord == recordsRead_, "place");
-  // Bounded by what is left of the symbol, which lies inside the file.
+        "bytes after the last block");
+  check(header.symbol == number_ && header.firstRecord == recordsRead_, "symbol or first record");
+  // Bounded by the rest of the symbol, which is within the file.
   payload_.resize(header.payloadSize);
   file_.read(offset_ + kBlockHeaderSize, payload_);
   check(header.checksum == blockChecksum(header, payload_), "checksum");
@@ -81,7 +81,7 @@ BlockHeader Reader::readBlockHeader() {
 }
 
 void Reader::readBlock(const SpecialValues& delivered) {
-  // The rows are about to be overwritten.
+  // The last row is about to be overwritten.
   std::array<int, kMaxDim> previous{};
   if (recordsRead_ > 0) {
     std::copy_n(block_.rows.end() - rowSize_, rowSize_, previous.begin());
@@ -95,7 +95,7 @@ void Reader::readBlock(const SpecialValues& delivered) {
   offset_ += kBlockHeaderSize + header.payloadSize;
 }
 
-// Order within a block is a property of its coding; from block to block it has to be checked.
+// Within a block, the coding guarantees the order; between blocks it must be checked.
 void Reader::joinToPrevious(std::span<const int> previous) {
   const auto first = std::span<const int>(block_.rows).first(previous.size());
   const auto [was, is] = std::mismatch(previous.begin(), previous.end(), first.begin());

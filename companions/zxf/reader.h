@@ -8,8 +8,8 @@
 
 namespace zdb::zxfile {
 
-/// An open file. One symbol can be read at a time, forwards; a block is unpacked as a whole into
-/// plain arrays, so that handing out a record is a few copies without a decision.
+/// An open file. One symbol can be read at a time, from first to last record; a block is unpacked
+/// as a whole into plain arrays, so that take() only copies.
 class Reader {
  public:
   /// Fails as InputFile and readDirectory() do.
@@ -17,22 +17,22 @@ class Reader {
 
   const Directory& directory() const { return directory_; }
 
-  /// Symbol number n of [1, symbols], checked: fails with BadSymbolNumber.
+  /// The symbol with that number. Fails with BadSymbolNumber unless 1 <= number <= symbols.
   const SymbolEntry& symbol(int number) const;
 
-  /// Begins to read a symbol's records and returns their count; ends what was read before. The
-  /// first block is read at once, so a symbol that is damaged there fails here.
+  /// Starts to read a symbol's records and returns their number; ends reading of the previous
+  /// symbol. The first block is read immediately, so this fails if it is damaged.
   int start(int number, const SpecialValues& delivered);
   bool started() const { return symbol_ != nullptr; }
   int dim() const { return symbol_->dim; }
   void stop();
 
-  /// Makes sure that a record is at hand: false behind the last one. Fails with DamagedRecords,
-  /// TruncatedFile or ReadFailed; after that there are no more records.
+  /// Whether there is another record; reads the next block if necessary. Fails with DamagedRecords,
+  /// TruncatedFile or ReadFailed; then there are no more records.
   bool ready(const SpecialValues& delivered) { return at_ < block_.count || nextBlock(delivered); }
 
-  /// Copies out the record at hand and goes on: `dim` labels, 1 or 5 values, the first changed
-  /// dimension from 1 (0 without dimensions). REQUIRES: ready() gave true.
+  /// Copies the next record: `dim` labels, 1 or 5 values, and the first changed dimension from 1 (0
+  /// without dimensions). REQUIRES: ready() returned true.
   void take(int* key, double* values, int* changed) {
     const int* row = block_.rows.data() + std::size_t{at_} * rowSize_;
     for (int d = 0; d < rowSize_; ++d) key[d] = row[d];
@@ -42,12 +42,12 @@ class Reader {
   }
 
  private:
-  /// Reads the next block of the symbol; false when there is none.
+  /// Reads the next block of the symbol; false if there is none.
   bool nextBlock(const SpecialValues& delivered);
   void readBlock(const SpecialValues& delivered);
-  /// Reads header and payload and checks one against the other and against the symbol.
+  /// Reads header and payload and checks them against each other and the symbol.
   BlockHeader readBlockHeader();
-  /// Checks that the block's first key comes behind `previous` and says where it differs.
+  /// Checks that the block's first key is after `previous`, and sets its first changed dimension.
   void joinToPrevious(std::span<const int> previous);
 
   InputFile file_;
@@ -57,7 +57,7 @@ class Reader {
   std::uint32_t number_ = 0;
   int rowSize_ = 0;
   int width_ = 1;
-  std::uint32_t recordsRead_ = 0;  ///< in blocks up to the present one
+  std::uint32_t recordsRead_ = 0;  ///< in blocks up to the current one
   std::uint64_t offset_ = 0;       ///< of the next block
   Block block_;
   std::uint32_t at_ = 0;

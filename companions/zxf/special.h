@@ -10,9 +10,9 @@
 
 namespace zdb::zxfile {
 
-/// In this order: undefined, not available, plus infinity, minus infinity, epsilon; then a slot
-/// reserved for acronyms, which this library does not offer, and one without a meaning yet. The
-/// last two are kept and given back, and never matched in data.
+/// In this order: undefined, not available, plus infinity, minus infinity, epsilon, a slot reserved
+/// for acronyms, which this library does not support, and one that has no meaning yet. The last two
+/// are stored and returned, but never matched in data.
 using SpecialValues = std::array<double, kSpecialSlots>;
 
 inline constexpr SpecialValues kDefaultSpecials = {
@@ -28,7 +28,7 @@ inline std::uint64_t bitsOf(double value) {
   return std::bit_cast<std::uint64_t>(value);
 }
 
-/// Compares by bit pattern: one NaN is not another, and -0.0 is not 0.0.
+/// Compares bit patterns: two NaNs may differ, and -0.0 differs from 0.0.
 class SpecialMatcher {
  public:
   explicit SpecialMatcher(const SpecialValues& values) {

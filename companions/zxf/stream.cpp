@@ -10,15 +10,15 @@ namespace zdb::zxfile {
 namespace {
 
 // The fastest of the regular levels. Values and key steps have hardly any repeats longer than a few
-// bytes, so what is gained is entropy coding, and that is the same on all levels.
+// bytes, so almost all of the gain is entropy coding, which is the same on all levels.
 constexpr int kPackingLevel = 1;
 
 bool isRepeated(ByteSpan raw) {
   return !raw.empty() && std::memcmp(raw.data(), raw.data() + 1, raw.size() - 1) == 0;
 }
 
-// Frames of the packing library's early formats have other first bytes and are not ours, neither
-// alone nor behind a frame of today's format.
+// A frame in one of zstd's early formats has a different magic number and is rejected, alone or
+// after a frame in the current format.
 bool isOneFrame(ByteSpan stored) {
   return stored.size() >= sizeof(std::uint32_t) &&
          loadInt<std::uint32_t>(stored.data()) == ZSTD_MAGICNUMBER &&
@@ -39,7 +39,7 @@ StreamWriter::~StreamWriter() {
   ZSTD_freeCCtx(context_);
 }
 
-// Returns the size of the frame left in `packed`, or 0 when packing does not pay.
+// Returns the size of the frame in `packed`, or 0 if packing does not pay.
 std::size_t StreamWriter::packInto(Bytes& packed, ByteSpan raw) {
   if (raw.size() < kMinPackedSize) return 0;
   packed.resize(ZSTD_compressBound(raw.size()));
@@ -93,8 +93,8 @@ void StreamReader::read(FieldReader& in, Bytes& raw, std::uint64_t limit, const 
   unpack(in, header, raw, name);
 }
 
-// The destination has the announced size already, so a frame that holds more runs out of room and
-// one that lies about its own size cannot make the packing library allocate.
+// The destination has the stated size already, so a frame that holds more runs out of room, and one
+// with a wrong size cannot make zstd allocate memory.
 void StreamReader::unpack(FieldReader& in, const StreamHeader& header, std::span<std::uint8_t> raw,
                           const char* name) {
   if (header.storedSize > in.left()) in.damaged(name);

@@ -1,4 +1,4 @@
-// Runs of bytes that are packed as one: stored, a repeated byte, or a zstd frame.
+// Streams: runs of bytes that are packed as one, stored, as a repeated byte or as a zstd frame.
 #pragma once
 
 #include <memory>
@@ -14,8 +14,8 @@ namespace zdb::zxfile {
 /// Checksum of file bytes, XXH3 with 64 bits.
 std::uint64_t checksumOf(ByteSpan bytes, std::uint64_t seed = 0);
 
-/// Packs streams. Runs below kMinPackedSize bytes are stored: a frame's own bytes eat what could be
-/// gained, and small files do not depend on the version of the packing library.
+/// Packs streams. Runs below kMinPackedSize bytes are stored: a frame's own bytes would take up
+/// what is gained, and so small files do not depend on the version of zstd.
 class StreamWriter {
  public:
   static constexpr std::size_t kMinPackedSize = 128;
@@ -25,8 +25,8 @@ class StreamWriter {
   StreamWriter(const StreamWriter&) = delete;
   StreamWriter& operator=(const StreamWriter&) = delete;
 
-  /// Appends header and bytes to `out`, whichever of the three methods is smallest, except that a
-  /// frame has to save at least a 32nd: less is not worth the time to unpack it.
+  /// Appends header and bytes to `out` by the smallest of the three methods, except that a frame
+  /// must save at least a 32nd: less is not worth the time to unpack it.
   void append(Bytes& out, ByteSpan raw);
 
  private:
@@ -36,7 +36,7 @@ class StreamWriter {
   Bytes packed_;
 };
 
-/// Unpacks streams that nothing is known about. Every failure throws with the reader's own code.
+/// Unpacks untrusted streams; fails with the field reader's code.
 class StreamReader {
  public:
   StreamReader();
@@ -47,8 +47,7 @@ class StreamReader {
   /// Unpacks the next stream, which must have exactly raw.size() bytes.
   void read(FieldReader& in, std::span<std::uint8_t> raw, const char* name);
 
-  /// Unpacks the next stream into `raw`, refusing one of more than `limit` bytes before it
-  /// allocates.
+  /// Unpacks the next stream into `raw`; before allocating, rejects one of more than `limit` bytes.
   void read(FieldReader& in, Bytes& raw, std::uint64_t limit, const char* name);
 
  private:

@@ -43,7 +43,7 @@ void Writer::addLabel(std::string_view label) {
   requirePhase(Phase::Labels);
   const std::size_t end = label.find_last_not_of(' ');
   const std::string_view trimmed = label.substr(0, end == label.npos ? 0 : end + 1);
-  // A text of blanks only is the universe's placeholder for no label and never one itself.
+  // A text of blanks only is the universe's placeholder for no label, so it cannot be a label.
   if (!isLabel(trimmed) || (trimmed.empty() && !label.empty())) {
     fail(Errc::BadLabel, quoted(label));
   }
@@ -66,7 +66,7 @@ void Writer::checkName(std::string_view name) const {
   if (directory_.names.find(name) != 0) fail(Errc::NameTaken, quoted(name));
 }
 
-// Gives a symbol of a checked name the next number; its blocks begin here.
+// Gives a symbol, whose name has been checked, the next number; its blocks begin here.
 void Writer::enter(SymbolEntry entry, LabelSet* members) {
   entry.dataOffset = file_.size();
   directory_.names.add(entry.name);
@@ -74,8 +74,8 @@ void Writer::enter(SymbolEntry entry, LabelSet* members) {
   setOfSymbol_.push_back(members);
 }
 
-// The number of the set that an alias of `name` stands for, 0 for the universe. Aliases of aliases
-// are resolved here, so a reader never has to follow a chain.
+// The number of the set that an alias of `name` refers to, 0 for the universe. Aliases of aliases
+// are resolved here, so that a reader never has to follow a chain.
 std::uint32_t Writer::aliasedSet(std::string_view name) const {
   if (name == "*") return 0;
   const std::uint32_t number = directory_.names.find(name);
@@ -130,7 +130,7 @@ const LabelSet* Writer::domainSet(std::string_view name, std::string& spelling) 
   spelling = name;
   if (name == "*") return nullptr;
   const std::uint32_t number = directory_.names.find(name);
-  // The symbol being written is in the list already but has no members to check against yet.
+  // The symbol that is being written is in the list already, but its members are not complete.
   if (number == 0 || number == directory_.symbols.size()) {
     fail(Errc::UnknownDomain, quoted(name));
   }
@@ -145,7 +145,7 @@ void Writer::setStrictDomains(const char* const* names) {
   SymbolEntry& entry = directory_.symbols.back();
   if (recordCount_ > 0) fail(Errc::RecordsWritten, entry.name);
   if (entry.domainKind != DomainKind::None) fail(Errc::DomainIsSet, entry.name);
-  // All names are looked up before anything changes: one bad name leaves the symbol without domain.
+  // All names are checked before anything changes, so that after a bad one there is no domain.
   std::array<const LabelSet*, kMaxDim> sets{};
   Bytes packed;
   for (int d = 0; d < dim_; ++d) {
@@ -186,7 +186,7 @@ std::string Writer::describeRecord(const int* key) const {
                  keyText.c_str(), labelCount_);
 }
 
-// A failure half way through leaves bytes in the file or in the packer that belong to nothing.
+// A failure halfway leaves bytes in the file or in the packer that belong to no block.
 void Writer::flushBlock(const SpecialValues& specials) {
   broken_ = true;
   file_.append(block_.pack(SpecialMatcher(specials)));
@@ -204,7 +204,7 @@ void Writer::endSymbol(const SpecialValues& specials) {
 
 void Writer::publish() {
   requirePhase(Phase::Idle);
-  broken_ = true;  // there is no way back from here, and no further use either
+  broken_ = true;  // whatever happens, the writer cannot be used again
   writeDirectory(directory_, file_, streams_);
   file_.publish();
 }

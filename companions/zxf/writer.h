@@ -1,4 +1,4 @@
-// Writing: labels, symbols with their records, texts, in the order in which a caller brings them.
+// Writing: labels, symbols with their records, and texts, in the order of the calls.
 #pragma once
 
 #include <array>
@@ -11,7 +11,7 @@
 
 namespace zdb::zxfile {
 
-/// Labels of a one-dimensional set, one bit each.
+/// The labels of a one-dimensional set, one bit for each.
 class LabelSet {
  public:
   void add(int label) {
@@ -28,10 +28,10 @@ class LabelSet {
   std::vector<std::uint64_t> words_;
 };
 
-/// Writes one file. Calls that come in the wrong state or with values that cannot be kept fail and
-/// change nothing. When the file itself fails, the writer is broken: the failure is thrown once,
-/// and from then on nothing can be added or published. Whoever catches anything but a Failure
-/// (memory ran out in the middle of something) has to call setBroken().
+/// Writes one file. Calls in the wrong state or with values that cannot be stored fail and change
+/// nothing. When the file itself fails, the writer is broken: the failure is thrown once, and
+/// nothing can be added or published afterwards. A caller that catches anything but a ZxfError
+/// (memory ran out halfway) must call setBroken().
 class Writer {
  public:
   Writer(const char* path, const char* producer);
@@ -40,7 +40,7 @@ class Writer {
   void setBroken() { broken_ = true; }
 
   void startLabels();
-  /// Trailing blanks are cut; the n-th label gets number n.
+  /// Trailing blanks are removed; the n-th label gets number n.
   void addLabel(std::string_view label);
   void endLabels();
 
@@ -51,13 +51,14 @@ class Writer {
   void startSymbol(std::string_view name, std::string_view text, int dim, int type, int userInfo);
   bool inSymbol() const { return phase_ == Phase::Symbol; }
   int dim() const { return dim_; }
-  /// `dim` names of the present symbol: strict domains, which its records are checked against.
+  /// Sets the strict domains of the current symbol, `dim` names, which its records must respect.
   void setStrictDomains(const char* const* names);
-  /// `dim` names of a symbol, the present one or one before: kept and not checked.
+  /// Sets the relaxed domains of the current symbol or an earlier one, `dim` names that are stored
+  /// and not checked.
   void setRelaxedDomains(int number, const char* const* names);
 
-  /// Adds a record to the present symbol, or says why it is left out: BadLabelNumber, KeyOrder,
-  /// DomainViolation, TooMany. Throws only when the file fails. REQUIRES: inSymbol().
+  /// Adds a record to the current symbol, or returns why it is left out: BadLabelNumber, KeyOrder,
+  /// DomainViolation or TooMany. Throws only if the file fails. REQUIRES: inSymbol().
   Errc addRecord(const int* key, const double* values, const SpecialValues& specials) {
     int changed = 0;
     if (recordCount_ > 0) {
@@ -72,18 +73,19 @@ class Writer {
     if (block_.full()) flushBlock(specials);
     return Errc::None;
   }
-  /// Describes a record that addRecord() refused.
+  /// Describes a record that addRecord() has left out.
   std::string describeRecord(const int* key) const;
   void endSymbol(const SpecialValues& specials);
 
-  /// Completes the file and puts it in its place. REQUIRES: no symbol or labels are open, which
-  /// fails and changes nothing. Afterwards the writer is done, whether this worked or not.
+  /// Completes the file and moves it to its target. While a symbol or the labels are open, this
+  /// fails and changes nothing; otherwise the writer cannot be used afterwards, whether it succeeds
+  /// or not.
   void publish();
 
  private:
   enum class Phase { Idle, Labels, Symbol };
 
-  /// Positions before `changed` equal those of the last record, which passed: they need no look.
+  /// Positions before `changed` equal those of the last record and have been checked with it.
   Errc checkKey(const int* key, int changed) const {
     for (int d = changed; d < dim_; ++d) {
       if (static_cast<std::uint32_t>(key[d]) - 1 >= labelCount_) return Errc::BadLabelNumber;
@@ -97,9 +99,9 @@ class Writer {
     return recordCount_ < kMaxCount ? Errc::None : Errc::TooMany;
   }
 
-  /// Fails with the error that names what is open, or what is not.
+  /// Fails with the error that says what is open, or what is not.
   void requirePhase(Phase phase) const;
-  /// Fails when a new symbol cannot have the name.
+  /// Fails if a new symbol cannot have the name.
   void checkName(std::string_view name) const;
   void enter(SymbolEntry entry, LabelSet* members);
   std::uint32_t aliasedSet(std::string_view name) const;
@@ -111,11 +113,11 @@ class Writer {
   StreamWriter streams_;
   BlockWriter block_;
   std::deque<LabelSet> sets_;           ///< members of the one-dimensional sets
-  std::vector<LabelSet*> setOfSymbol_;  ///< by number - 1; of an alias: that of its set
+  std::vector<LabelSet*> setOfSymbol_;  ///< by number - 1; for an alias, that of its set
   Phase phase_ = Phase::Idle;
   bool broken_ = false;
 
-  /// The present symbol.
+  /// The current symbol.
   int dim_ = 0;
   std::uint32_t labelCount_ = 0;
   std::uint32_t recordCount_ = 0;

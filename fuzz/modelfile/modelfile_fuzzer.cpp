@@ -39,8 +39,8 @@ void read(const std::string& path) {
     zkitFreeInstance(&instance);
   } catch (const zdb::kit::modelfile::FileError& error) {
     require(std::string(error.what()).starts_with(path), "a message that begins with the path");
-  } catch (const zdb::kit::modelfile::Complaint& complaint) {
-    require(*complaint.what() != '\0', "a message");
+  } catch (const zdb::kit::modelfile::ReadError& error) {
+    require(*error.what() != '\0', "a message");
   }
   require(waitpid(-1, nullptr, WNOHANG) <= 0, "no dead process left");
 }

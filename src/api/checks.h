@@ -26,11 +26,12 @@ inline bool userSymbolGiven(Call call, const AbstractZDBSymbol* symbol, const ch
   return !symbol->isUniverse() || call.db.setLastError("%s", universeText);
 }
 
-/// Whether the symbol that the handle was made on has not been replaced since.
+/// Whether the symbol that the handle was made for still exists. Moving it to another storage
+/// replaces it.
 inline bool symbolIsThere(Call call, const AbstractZDBSymbolIterator* record) {
   if (!record->notes.isSymbolGone()) return true;
   return call.db.setLastError(
-      "%s: the symbol of this record handle was put into another storage, find the record again",
+      "%s: the symbol of this record handle was moved to another storage; find the record again",
       call.function);
 }
 
@@ -40,7 +41,7 @@ inline bool hasNotEnded(Call call, const AbstractZDBSymbolIterator* record) {
   const AbstractZDBSymbol* symbol = record->symbol;
   if (!call.db.owns(*symbol, symbol->name.c_str())) return false;
   if (record->hasEnded()) {
-    return call.db.setLastError("%s: the records of symbol %s were removed, find the record again",
+    return call.db.setLastError("%s: the records of symbol %s were removed; find the record again",
                                 call.function, symbol->name.c_str());
   }
   record->catchUp();
@@ -65,9 +66,9 @@ inline bool keysGiven(Call call, const AbstractZDBSymbol* symbol, const void* ke
   return symbol->dim == 0 || call.given(keys, "keys");
 }
 
-/// Reports a handle without a record, that is, one whose record was deleted.
+/// Reports a handle whose record was deleted.
 inline bool noRecord(Call call, const AbstractZDBSymbolIterator* record) {
-  return call.db.setLastError("%s: the record handle of symbol %s stands on no record",
+  return call.db.setLastError("%s: the record of this handle in symbol %s has been deleted",
                               call.function, record->symbol->name.c_str());
 }
 

@@ -19,8 +19,8 @@ namespace {
 
 using namespace modelfiletest;
 
-std::string complaintOf(const std::string& name, const std::string& text,
-                        const FileLimits& limits = {}) {
+std::string errorOf(const std::string& name, const std::string& text,
+                    const FileLimits& limits = {}) {
   try {
     void* instance = buildInstance(readText(name, text, limits), "");
     zkitFreeInstance(&instance);
@@ -42,13 +42,13 @@ TEST(ModelFileDamage, ByteOrEnd_GivesAModelOrAMessage) {
   for (const auto& [name, corpus] :
        {std::pair("a.mps", "fixed"), {"a.lp", "lp"}, {"a.mod", "mathprog"}}) {
     const std::string good = sample(corpus);
-    ASSERT_EQ(complaintOf(name, good), "");
+    ASSERT_EQ(errorOf(name, good), "");
     std::size_t refused = 0;
     for (std::size_t n = 0; 3 * n < good.size(); ++n) {
       std::string bad = good;
       bad[3 * n] = std::string_view("\n(;9x-\xFF\0", 8)[n % 8];
-      refused += complaintOf(name, bad, {10, 256}).empty() ? 0 : 1;
-      if (n % 8 == 0) complaintOf(name, good.substr(0, 3 * n), {10, 256});
+      refused += errorOf(name, bad, {10, 256}).empty() ? 0 : 1;
+      if (n % 8 == 0) errorOf(name, good.substr(0, 3 * n), {10, 256});
     }
     EXPECT_GT(refused, good.size() / 15) << name;
   }
@@ -58,13 +58,13 @@ TEST(ModelFileDamage, ByteOrEnd_GivesAModelOrAMessage) {
 
 TEST(ModelFileProcess, WhatWouldEndOrHoldTheProgram_GivesAMessage) {
   const auto expect = [](const char* text, const FileLimits& limits, const std::string& begin) {
-    EXPECT_EQ(complaintOf("a.mod", text, limits).substr(0, begin.size()), begin);
+    EXPECT_EQ(errorOf("a.mod", text, limits).substr(0, begin.size()), begin);
   };
   expect("param x{i in 1..9} := x[i]; var y >= x[1]; minimize z: y;", {}, "a.mod: GLPK cannot");
   expect("set I := 1..100000000; var y{I}; minimize z: y[1];", {60, 64}, "a.mod: ");
   expect("param s := sum{i in 1..1e6, j in 1..1e6} 1; var y >= s; minimize z: y;", {1, 64},
          "a.mod: translating the model takes more than 1 seconds");
-  EXPECT_TRUE(complaintOf("a.gz", "\x1f\x8b").ends_with("is compressed: unpack it first"));
+  EXPECT_TRUE(errorOf("a.gz", "\x1f\x8b").ends_with("is compressed: unpack it first"));
   EXPECT_FALSE(hasChildren());
 }
 
@@ -77,7 +77,7 @@ TEST(ModelFileProcess, NothingIsPrinted_AndTheCallersGlpkIsLeftAlone) {
   EXPECT_EQ(readText("a.mod", "printf \"1\"; var x; display 1; minimize z: x; solve; display x;")
                 .columns.size(),
             1);
-  EXPECT_NE(complaintOf("a.mod", "var x[;"), "");
+  EXPECT_NE(errorOf("a.mod", "var x[;"), "");
   EXPECT_EQ(testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(glp_get_num_rows(mine.get()), 7);
 }
@@ -86,7 +86,7 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
   const std::string before = std::setlocale(LC_NUMERIC, nullptr);
   for (const char* locale : {"de_DE.UTF-8", "de_DE.utf8"}) std::setlocale(LC_NUMERIC, locale);
   const auto previous = std::signal(SIGCHLD, SIG_IGN);  // so that children cannot be waited for
-  std::vector<std::string> complaints(4);
+  std::vector<std::string> errors(4);
   std::atomic<int> lost = 0;  // descriptors of ours that somebody else closed
   {
     const std::jthread user([&](const std::stop_token& stop) {
@@ -98,17 +98,17 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
       for (const int one : descriptors) lost += close(one) == 0 ? 0 : 1;
     });
     std::vector<std::jthread> threads;
-    threads.reserve(complaints.size());
-    for (std::string& complaint : complaints) {
-      threads.emplace_back([&complaint] {
-        for (int i = 0; i < 5; ++i) complaint += complaintOf("a.mps", sample("fixed"));
+    threads.reserve(errors.size());
+    for (std::string& error : errors) {
+      threads.emplace_back([&error] {
+        for (int i = 0; i < 5; ++i) error += errorOf("a.mps", sample("fixed"));
       });
     }
   }
-  EXPECT_EQ(complaints, std::vector<std::string>(4));
+  EXPECT_EQ(errors, std::vector<std::string>(4));
   EXPECT_EQ(lost, 0);
   EXPECT_EQ(readText("a.lp", sample("lp")).rows[1].lower, -3.5);
-  EXPECT_NE(complaintOf("a.mod", "param x{i in 1..2} := x[i]; s.t. c: x[1] >= 1;"), "");
+  EXPECT_NE(errorOf("a.mod", "param x{i in 1..2} := x[i]; s.t. c: x[1] >= 1;"), "");
   std::signal(SIGCHLD, previous);
   std::setlocale(LC_NUMERIC, before.c_str());
 }
@@ -143,12 +143,12 @@ TEST(ModelFileProcess, WorksWhateverDescriptorsAreFree) {
       kept.push_back(fcntl(stream, F_DUPFD_CLOEXEC, 100));
       close(stream);
     }
-    const std::string complaint = complaintOf("a.mps", sample("fixed"));
+    const std::string error = errorOf("a.mps", sample("fixed"));
     for (std::size_t k = 0; k < closed.size(); ++k) {
       dup2(kept[k], closed[k]);
       close(kept[k]);
     }
-    EXPECT_EQ(complaint, "");
+    EXPECT_EQ(error, "");
   }
 }
 
@@ -157,12 +157,12 @@ TEST(ModelFileWire, CutOrChangedBytes_AreNoticed) {
   const std::string good = packModel(model);
   EXPECT_EQ(packModel(unpackModel(good)), good);
   for (std::size_t length = 0; length < good.size(); ++length) {
-    EXPECT_THROW(unpackModel(good.substr(0, length)), Complaint) << length;
+    EXPECT_THROW(unpackModel(good.substr(0, length)), ReadError) << length;
   }
-  EXPECT_THROW(unpackModel(good + "x"), Complaint);
+  EXPECT_THROW(unpackModel(good + "x"), ReadError);
   for (const auto& [row, column] : {std::pair(99, 1), {-1, 1}, {1, 0}, {1, 99}}) {
     model.coefficients[0] = {row, column, 1.0};
-    EXPECT_THROW(unpackModel(packModel(model)), Complaint);
+    EXPECT_THROW(unpackModel(packModel(model)), ReadError);
   }
 }
 

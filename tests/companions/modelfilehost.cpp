@@ -95,8 +95,8 @@ std::string names(Run& run, const Statement& statement) {
   }
   try {
     return keep(run, buildInstance(model, ""));
-  } catch (const Complaint& complaint) {
-    return "? " + shown(complaint.what());
+  } catch (const ReadError& error) {
+    return "? " + shown(error.what());
   }
 }
 

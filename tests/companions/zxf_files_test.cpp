@@ -38,8 +38,7 @@ using zdb::zxfile::OutputFile;
 namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
-// Opens a file to be written, and writes `count` records of noise; whatever fails is left to
-// finish().
+// Opens a file for writing and writes `count` random records; finish() reports what has failed.
 void startNoise(const Zxf& zxf, const std::string& path, int count) {
   static const std::vector<std::string> labels = makeLabels(1000);
   zxf.openWrite(path);

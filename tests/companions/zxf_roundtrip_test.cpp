@@ -57,8 +57,7 @@ Content allShapes() {
   return content;
 }
 
-// Values that each kind of column and each way of leaving it has trouble with, and their
-// neighbours.
+// Values that are difficult for each kind of column and its exception values, and their neighbours.
 double awkward(std::mt19937_64& random) {
   static const double kValues[] = {0.0,  1.0,   0.1,     1.0 / 3,   1e15,      0x1p51, 0x1p53,
                                    1e22, 1e300, 0x1p-50, 0x1p-1022, kInfinity, NAN,    1e-320};

@@ -8,7 +8,7 @@ class App;
 
 // One line and one file per command. Each function adds its subcommand to `app`; the command runs
 // while the command line is parsed and throws ToolError if it cannot continue.
-namespace zdbtool {
+namespace zdb::tool {
 
 void addInfo(CLI::App& app, Console& console);
 void addDump(CLI::App& app, Console& console);
@@ -16,4 +16,4 @@ void addDump(CLI::App& app, Console& console);
 void addSolve(CLI::App& app, Console& console);
 void addSweep(CLI::App& app, Console& console);
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -65,4 +65,4 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

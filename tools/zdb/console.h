@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// Ends a command: main() writes the text to standard error and exits with 1.
 class ToolError : public std::runtime_error {
@@ -47,4 +47,4 @@ class Console {
 /// or control a terminal.
 std::string printable(std::string_view text);
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -9,7 +9,7 @@
 
 #include "console.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -88,4 +88,4 @@ std::vector<CsvRow> readCsv(const std::string& file) {
   return std::move(collector.rows);
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// One row of a CSV file.
 struct CsvRow {
@@ -15,4 +15,4 @@ struct CsvRow {
 /// Throws ToolError for a file that cannot be read or is not CSV.
 std::vector<CsvRow> readCsv(const std::string& file);
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -1,6 +1,6 @@
 #include "csvwriter.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -38,4 +38,4 @@ void CsvWriter::endRow() {
   rowIsEmpty_ = true;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -5,7 +5,7 @@
 
 #include "console.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// Writes CSV rows with commas and line feeds. A field is quoted if it contains a comma, a quote or
 /// a line break, begins or ends with a blank, or begins with '#', which would make it a comment.
@@ -22,4 +22,4 @@ class CsvWriter {
   bool rowIsEmpty_ = true;
 };
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -2,7 +2,7 @@
 
 #include "console.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -148,4 +148,4 @@ const char* RecordCursor::text() {
   return text_;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

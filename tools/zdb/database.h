@@ -5,7 +5,7 @@
 
 #include "zdbcclib.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// One domain of a symbol. A relaxed domain is only a name: the file has no set with that name.
 struct Domain {
@@ -102,4 +102,4 @@ class RecordCursor {
   char text_[ZDB_TEXT_SIZE] = "";
 };
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -10,7 +10,7 @@
 #include "database.h"
 #include "values.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -135,4 +135,4 @@ void addDump(CLI::App& app, Console& console) {
   command->callback([options, &console] { runDump(*options, console); });
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

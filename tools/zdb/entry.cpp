@@ -5,7 +5,7 @@
 #include "console.h"
 #include "contract/entryname.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -26,4 +26,4 @@ Entry parseEntry(const std::string& text) {
   throw ToolError('"' + printable(text) + "\" is not an entry: write symbol[label,label]");
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// A record as users write it: price[bread], price(bread), cost['New York',summer], or limit for a
 /// symbol without labels.
@@ -15,4 +15,4 @@ struct Entry {
 /// Parses a text. Throws ToolError, with the text, if it has another form.
 Entry parseEntry(const std::string& text);
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -3,7 +3,7 @@
 #include "console.h"
 #include "zxf/api.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -35,4 +35,4 @@ int FileDirectory::recordCount(int position) const {
   return records;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// What a data file's directory says of its symbols, which takes reading none of their records.
 class FileDirectory {
@@ -20,4 +20,4 @@ class FileDirectory {
   void* file_ = nullptr;
 };
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -10,7 +10,7 @@
 #include "table.h"
 #include "values.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -77,4 +77,4 @@ void addInfo(CLI::App& app, Console& console) {
   command->callback([options, &console] { runInfo(*options, console); });
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -8,7 +8,7 @@
 #include "commands.h"
 #include "zdbcclib.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -41,14 +41,14 @@ int run(int argc, char** argv, Console& console) {
 
 }  // namespace
 
-}  // namespace zdbtool
+}  // namespace zdb::tool
 
 int main(int argc, char** argv) {
-  zdbtool::Console console;
+  zdb::tool::Console console;
   try {
-    return zdbtool::run(argc, argv, console);
+    return zdb::tool::run(argc, argv, console);
   } catch (const std::exception& failure) {
     console.report(failure.what());
-    return zdbtool::kFailed;
+    return zdb::tool::kFailed;
   }
 }

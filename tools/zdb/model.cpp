@@ -3,7 +3,7 @@
 #include "console.h"
 #include "zkitdclib.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -124,4 +124,4 @@ double Model::level(const Entry& entry) {
   return level;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

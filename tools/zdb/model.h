@@ -6,7 +6,7 @@
 #include "database.h"
 #include "entry.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// A model file that is loaded and tied to a database, which changes its parameters and has it
 /// solved. All functions throw ToolError with a message that says what is wrong.
@@ -49,4 +49,4 @@ class Model {
 /// REQUIRES the texts outlive the result.
 std::vector<const char*> pointersTo(const std::vector<std::string>& texts);
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

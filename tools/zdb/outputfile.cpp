@@ -5,7 +5,7 @@
 #include "console.h"
 #include "database.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -33,4 +33,4 @@ void checkOutput(const std::string& output, const std::vector<std::string>& inpu
   throw ToolError(output + " exists and is not a data file" + kForce);
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

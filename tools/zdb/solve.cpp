@@ -10,7 +10,7 @@
 #include "values.h"
 #include "zkitdclib.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -146,4 +146,4 @@ void addSolve(CLI::App& app, Console& console) {
   command->callback([options, &console] { runSolve(*options, console); });
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

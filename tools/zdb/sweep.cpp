@@ -12,7 +12,7 @@
 #include "values.h"
 #include "zkitdclib.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -166,4 +166,4 @@ void addSweep(CLI::App& app, Console& console) {
   command->callback([options, &console] { runSweep(*options, console); });
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -51,4 +51,4 @@ void Table::print(Console& console) const {
   for (auto row = rows_.begin() + 1; row != rows_.end(); ++row) console.write(line(*row));
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -5,7 +5,7 @@
 
 #include "console.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// A table with an underlined heading; columns are as wide as their longest entry and separated by
 /// two blanks. Entries are UTF-8; each character counts as one column. Control characters are shown
@@ -30,4 +30,4 @@ class Table {
   std::vector<std::vector<std::string>> rows_;
 };
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstdint>
 
-namespace zdbtool {
+namespace zdb::tool {
 
 namespace {
 
@@ -67,4 +67,4 @@ std::optional<double> ValueFormat::parse(std::string_view text) const {
   return isWhole && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

@@ -6,7 +6,7 @@
 
 #include "database.h"
 
-namespace zdbtool {
+namespace zdb::tool {
 
 /// Word for a symbol type code: "set", "parameter", "variable", "equation", "alias".
 const char* typeName(int type);
@@ -30,4 +30,4 @@ class ValueFormat {
   char text_[32];
 };
 
-}  // namespace zdbtool
+}  // namespace zdb::tool

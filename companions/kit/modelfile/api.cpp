@@ -12,9 +12,9 @@ using namespace zdb::boundary;
 namespace {
 
 void tell(const std::exception& error, const char* file, char* message, int size) {
-  const auto* complaint = dynamic_cast<const Complaint*>(&error);
-  if (complaint != nullptr) {
-    copyText(complaint->of(file).what(), message, size);
+  const auto* unnamed = dynamic_cast<const ReadError*>(&error);
+  if (unnamed != nullptr) {
+    copyText(unnamed->of(file).what(), message, size);
   } else if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
     copyText("not enough memory to read the model file", message, size);
   } else {

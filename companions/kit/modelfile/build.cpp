@@ -14,13 +14,13 @@ namespace zdb::kit::modelfile {
 
 namespace {
 
-// A step of building. What the kit refuses is shown with the name in the file that it is about.
+// A step of building. An error of the kit is shown with the name in the file that caused it.
 template <typename Step>
 auto named(const std::string& name, Step step) {
   try {
     return step();
   } catch (const KitError& error) {
-    throw Complaint((name.empty() ? "" : "name \"" + name + "\": ") + error.what());
+    throw ReadError((name.empty() ? "" : "name \"" + name + "\": ") + error.what());
   }
 }
 
@@ -71,7 +71,7 @@ class Builder {
     }
   }
 
-  // What a column is: of the file, the slack of a range row, or the objective.
+  // The data of a column: of one in the file, the slack of a range row, or the objective.
   FileColumn columnOf(int number) const {
     const auto index = static_cast<std::size_t>(number) - 1;
     if (index < file_.columns.size()) return file_.columns[index];
@@ -95,7 +95,7 @@ class Builder {
   static int typeOf(const FileRow& row) {
     const bool hasLower = std::isfinite(row.lower);
     const bool hasUpper = std::isfinite(row.upper);
-    if (hasLower && hasUpper) return EqualRow;  // of a range too, with its slack
+    if (hasLower && hasUpper) return EqualRow;  // a range row as well: it gets a slack
     if (hasLower) return GreaterRow;
     return hasUpper ? LessRow : FreeRow;
   }
@@ -115,8 +115,8 @@ class Builder {
     model_.addCoefficient(row - 1, column - 1, value);
   }
 
-  // The objective's terms stand on the left-hand side of its row, opposite its column. Where the
-  // file lists that row, it repeats them.
+  // The terms of the objective are on the left-hand side of its row, with the sign opposite to that
+  // of its column. If the file lists that row, it repeats them, so skip the copy.
   void addTerms() {
     const int objective = plan_.objectiveRow;
     for (const FileCoefficient& term : file_.coefficients) {
@@ -144,7 +144,7 @@ class Builder {
   const FileModel& file_;
   ModelPlan plan_;
   ModelBuilder model_;
-  std::vector<int> columnSymbols_;  // their numbers in the model
+  std::vector<int> columnSymbols_;  // numbers in the model, by planned symbol
   std::vector<int> rowSymbols_;
 };
 

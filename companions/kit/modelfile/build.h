@@ -1,4 +1,4 @@
-// A model instance of what a model file says.
+// Makes a model instance from the content of a model file.
 #pragma once
 
 #include "kit/modelfile/filemodel.h"
@@ -9,21 +9,22 @@ class Instance;
 
 namespace zdb::kit::modelfile {
 
-/// Columns and rows of the file keep their numbers; after them come:
+/// Columns and rows of the file keep their numbers. Added after them are:
 ///
-/// - for every range row (two different bounds): the row is an equation without right-hand side and
-///   has -1 times a slack column, whose bounds are those of the row. Its symbol is that of the row
-///   with "_range". The row's marginal is that of the range.
+/// - for every range row (two different bounds), a slack column that has the bounds of the row. The
+///   row becomes an equation with right-hand side 0 and -1 times the slack. The slack's symbol is
+///   that of the row with "_range". The row's marginal is that of the range.
 ///
-/// - for the objective: a free column called like it, and the row that defines it, which sets the
-///   column minus the function to 0. The row is the one that the file lists for it, or else the
-///   last. An objective whose name a column of the file has, or which ends in "_var", gets "_obj".
+/// - for the objective, a free column with its name, and the row that defines it: column minus
+///   function equals 0. This replaces the row that the file lists for the objective; without one it
+///   is the last row. If a column of the file has the same name, or if it ends in "_var", "_obj" is
+///   added to the name.
 ///
-/// A row symbol whose name a column symbol has gets "_eqn". Every such name gets a number after it
-/// if it is taken too. Columns begin at the value in their bounds that is nearest to 0.
+/// "_eqn" is added to the name of a row symbol that a column symbol has as well. If such a name
+/// also exists, a number is added to it. The initial level of a column is the value within its
+/// bounds that is nearest to 0.
 ///
-/// The instance is the caller's; with a null directory it has that of this library. Throws a
-/// Complaint.
+/// The caller frees the instance. A null directory means that of this library. Throws a ReadError.
 Instance* buildInstance(const FileModel& file, const char* systemDirectory);
 
 }  // namespace zdb::kit::modelfile

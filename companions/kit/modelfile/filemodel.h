@@ -1,4 +1,4 @@
-// What a model file says.
+// The content of a model file.
 #pragma once
 
 #include <string>
@@ -6,9 +6,9 @@
 
 namespace zdb::kit::modelfile {
 
-/// One row of the file. Bounds that are absent are infinite; equal ones make an equation.
+/// One row of the file. Absent bounds are infinite; with equal bounds it is an equation.
 struct FileRow {
-  std::string name;  ///< empty: the file gives none
+  std::string name;  ///< empty: the file gives it no name
   double lower = 0.0;
   double upper = 0.0;
 };
@@ -20,14 +20,14 @@ struct FileColumn {
   bool isInteger = false;
 };
 
-/// Row and column count from 1; row 0 is the objective.
+/// Rows and columns count from 1; row 0 is the objective.
 struct FileCoefficient {
   int row = 0;
   int column = 0;
   double value = 0.0;
 };
 
-/// value * column1 * column2 in a row, in which a pair of columns occurs once.
+/// value * column1 * column2 in a row; each pair of columns occurs at most once in a row.
 struct FileProduct {
   int row = 0;
   int column1 = 0;
@@ -35,8 +35,8 @@ struct FileProduct {
   double value = 0.0;
 };
 
-/// What a model file says. The objective is no row here, unless the file lists it as one
-/// (objectiveRow): then it is a free row that repeats the coefficients of row 0.
+/// The content of a model file. The objective is not one of the rows, unless the file lists it as
+/// one (objectiveRow): then that is a free row that repeats the coefficients of row 0.
 struct FileModel {
   std::string name;
   std::vector<FileRow> rows;

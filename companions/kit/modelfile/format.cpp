@@ -15,7 +15,7 @@ bool isFixedPair(const std::string& name, const std::string& number) {
   return name.empty() ? number.empty() : isNumber(number, value);
 }
 
-// Whether a record of a section makes sense when it is read by the columns of the fixed format.
+// Whether a record of a section makes sense when read by the columns of the fixed format.
 bool fitsFixed(std::string_view line, const std::string& section) {
   MpsFields fields;
   if (!splitRecord(line, FileFormat::FixedMps, true, fields)) return false;
@@ -69,7 +69,7 @@ FileFormat formatOfContent(std::string_view text) {
   }
   const bool hasStatements = line.find(';') != std::string_view::npos;
   if (isOneOf(word, {"min", "max", "minimum", "maximum"})) return FileFormat::Lp;
-  // A MathProg model may begin with its objective, but not before it has declared a variable.
+  // A MathProg model may have `minimize` in its first line, but only after a declaration, with `;`.
   if (isOneOf(word, {"minimize", "maximize"}) && !hasStatements) return FileFormat::Lp;
   return FileFormat::MathProg;
 }

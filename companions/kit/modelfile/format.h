@@ -7,9 +7,9 @@ namespace zdb::kit::modelfile {
 
 enum class FileFormat : unsigned char { FixedMps, FreeMps, Lp, MathProg };
 
-/// The format of a model file: by the ending of its name when that is one of .mps, .lp, .mod (in
-/// any case), otherwise by its first words. An MPS text is taken as fixed when most of its records
-/// stand in the columns of the fixed format.
+/// The format of a model file: by its extension if that is .mps, .lp or .mod (in upper or lower
+/// case), otherwise by its first words. An MPS text is taken as fixed if most of its records are in
+/// the columns of the fixed format.
 FileFormat formatOf(std::string_view path, std::string_view text);
 
 }  // namespace zdb::kit::modelfile

@@ -1,9 +1,9 @@
-// What translating a model file may take.
+// Limits for the translation of a model file.
 #pragma once
 
 namespace zdb::kit::modelfile {
 
-/// A model with loops and sets can ask for any amount.
+/// A model file with loops and sets can take any amount of either.
 struct FileLimits {
   int seconds = 600;
   int megabytes = 0;  ///< 0: half of the machine's memory

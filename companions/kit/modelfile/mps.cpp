@@ -15,14 +15,14 @@ namespace zdb::kit::modelfile {
 namespace {
 
 [[noreturn]] void fail(int line, const std::string& what) {
-  throw Complaint(what, line);
+  throw ReadError(what, line);
 }
 
 std::string quoted(std::string_view name) {
   return "\"" + std::string(name) + "\"";
 }
 
-// Walks the lines of a text and keeps what belongs to the sections of ours.
+// Walks over the lines of a text and keeps what is in the sections that the kit reads itself.
 class ExtrasReader {
  public:
   ExtrasReader(std::string& text, FileFormat format) : text_(text), format_(format) {}
@@ -67,7 +67,7 @@ class ExtrasReader {
     }
   }
 
-  // The name is the rest of the line: with the fixed format it may hold blanks.
+  // The name is the rest of the line: in the fixed format it may contain blanks.
   void beginMatrix(const std::string& word, std::string_view line) {
     MpsMatrix matrix;
     matrix.isWhole = word == "qmatrix" || word == "qcmatrix";
@@ -92,8 +92,8 @@ class ExtrasReader {
     extras_.maximize = maximize;
   }
 
-  // Two names and a number, or two numbers for two second names. Writers of fixed files do not
-  // always keep to the columns in these sections.
+  // Two names and a number, optionally followed by another second name and its number. Programs
+  // that write fixed files do not always keep to the columns in these sections.
   void readEntries(std::string_view line) {
     MpsFields fields;
     if (!splitRecord(line, format_, false, fields) || !addEntries(fields)) {
@@ -133,7 +133,7 @@ Numbers numbersOf(const std::vector<Item>& items) {
   return numbers;
 }
 
-// The entries of one matrix by column numbers, each with the line it stands on.
+// The entries of one matrix by column numbers, each with its line number.
 struct Placed {
   double value;
   int line;
@@ -173,7 +173,7 @@ void checkSymmetry(const FileModel& model, const PlacedEntries& placed) {
 
 using Products = std::map<std::pair<int, std::pair<int, int>>, double>;
 
-// One triangle stands for both: an entry beside the diagonal counts twice.
+// One triangle represents both: an entry off the diagonal counts twice.
 void addProducts(const MpsMatrix& matrix, int row, const PlacedEntries& placed, Products& sums) {
   for (const auto& [at, entry] : placed) {
     const bool countsTwice = !matrix.isWhole && at.first != at.second;

@@ -10,7 +10,7 @@
 namespace zdb::kit::modelfile {
 
 /// The sections of an MPS file that GLPK does not know. Matrix entries are kept as written, with
-/// the number of their line.
+/// their line numbers.
 ///
 ///   OBJSENSE    MAX or MIN, on the same line or the next
 ///   QUADOBJ     objective x'Qx/2, one triangle of Q (also QSECTION without a name)
@@ -36,11 +36,11 @@ struct MpsExtras {
   std::vector<MpsMatrix> matrices;
 };
 
-/// Takes the sections above out of a text: their lines become comments, so that line numbers stay.
-/// Throws Complaint.
+/// Reads these sections and turns their lines into comments, so that line numbers stay the same.
+/// Throws a ReadError.
 MpsExtras takeMpsExtras(std::string& text, FileFormat format);
 
-/// Puts them into the model read from the rest. Throws Complaint.
+/// Adds them to the model that the rest of the text gives. Throws a ReadError.
 void addMpsExtras(FileModel& model, const MpsExtras& extras);
 
 }  // namespace zdb::kit::modelfile

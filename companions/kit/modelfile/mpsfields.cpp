@@ -8,7 +8,7 @@ namespace zdb::kit::modelfile {
 
 namespace {
 
-// Columns of the six fields of a fixed MPS record, counted from 0: first, and one past the last.
+// Columns of the six fields of a fixed MPS record, from 0: begin <= column < end.
 struct FieldColumns {
   std::size_t begin;
   std::size_t end;

@@ -9,14 +9,13 @@
 
 namespace zdb::kit::modelfile {
 
-/// The fields of a record of an MPS file: the first is a bound or row type, then names and numbers
-/// in turn. A field that is absent is empty. Names with blanks, which only the fixed format has,
-/// get underscores in their place.
+/// The fields of a record of an MPS file: the type of a bound or row, then names and numbers in
+/// turn. Absent fields are empty. Blanks in names (only in the fixed format) become underscores.
 using MpsFields = std::array<std::string, 6>;
 
-/// Takes a record apart. In the free format the first field is left empty unless `hasType`. False
-/// when the record does not fit the format: text between the columns of the fixed one, or more
-/// than six words.
+/// Splits a record. In the free format the first field is left empty unless `hasType`. Returns
+/// false if the record does not fit the format: text between the columns of the fixed format, or
+/// too many words.
 bool splitRecord(std::string_view line, FileFormat format, bool hasType, MpsFields& fields);
 
 }  // namespace zdb::kit::modelfile

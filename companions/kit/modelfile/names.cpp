@@ -14,7 +14,7 @@ namespace {
 constexpr std::string_view kReplaced = " .-+/:&$%#@!~|?;=<>*^`";
 
 [[noreturn]] void fail(const std::string& name, const std::string& why) {
-  throw Complaint("name \"" + name + "\" cannot become a symbol with labels: " + why);
+  throw ReadError("name \"" + name + "\" cannot become a symbol with labels: " + why);
 }
 
 std::string symbolOf(std::string_view written) {
@@ -28,7 +28,7 @@ std::string symbolOf(std::string_view written) {
 }  // namespace
 
 SymbolicName parseName(const std::string& name) {
-  if (name.empty()) throw Complaint("a row or column without a name");
+  if (name.empty()) throw ReadError("a row or column has no name");
   contract::EntryName entry =
       contract::readEntryName(name, contract::PlainLabels::NoBracketsAndQuotes);
   SymbolicName result{symbolOf(entry.symbol), std::string(entry.symbol), std::move(entry.labels)};

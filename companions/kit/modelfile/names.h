@@ -1,4 +1,4 @@
-// Names of rows and columns as symbols with labels.
+// Parses names of rows and columns into symbols with labels.
 #pragma once
 
 #include <string>
@@ -6,19 +6,18 @@
 
 namespace zdb::kit::modelfile {
 
-/// A name of a row or column of a file, taken apart: `ship['New York',chicago]` is the symbol
-/// `ship` with the labels `New York` and `chicago`.
+/// The parts of a name of a row or column: `ship['New York',chicago]` is the symbol `ship` with the
+/// labels `New York` and `chicago`.
 struct SymbolicName {
-  std::string symbol;               ///< as a symbol can be called
-  std::string written;              ///< the same part as it stands in the file
+  std::string symbol;               ///< a valid symbol name
+  std::string written;              ///< the same part as in the file
   std::vector<std::string> labels;  ///< none: a scalar
 };
 
-/// Takes a name apart. The index stands in brackets or parentheses at the end; labels are separated
-/// by commas and may be put in quotes of either kind, in which a doubled quote stands for one. In
-/// the part before the index, blanks and . - + / : & $ % # @ ! ~ | ? ; = < > * ^ ` become
-/// underscores. Throws a Complaint that shows the name, if what comes out is no name of a symbol,
-/// or not up to 20 labels.
+/// Parses a name. The index is in brackets or parentheses at the end; labels are separated by
+/// commas and may be in quotes of either kind; a quote inside is doubled. In the part before the
+/// index, blanks and . - + / : & $ % # @ ! ~ | ? ; = < > * ^ ` become underscores. Throws a
+/// ReadError that shows the name if symbol or labels are not valid, or with more than 20 labels.
 SymbolicName parseName(const std::string& name);
 
 }  // namespace zdb::kit::modelfile

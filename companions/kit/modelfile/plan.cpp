@@ -39,7 +39,7 @@ class Planner {
     return freeName(name, suffix, plan_.columnSymbols, plan_.rowSymbols);
   }
 
-  // The symbols of the objective's column and, if the file lists none, its row.
+  // The symbols of the objective's column and, unless the file lists it, of its row.
   void planObjective() {
     const SymbolicName parts = parseName(file_.objectiveName);
     const int dim = static_cast<int>(parts.labels.size());
@@ -55,7 +55,7 @@ class Planner {
     plan_.objectiveRow = static_cast<int>(plan_.rows.size());
   }
 
-  // A symbol is a variable or an equation: where both are called alike, the equation gives way.
+  // A symbol is a variable or an equation: if both have the same name, the equation is renamed.
   void renameRows() {
     for (std::size_t s = 0; s < plan_.rowSymbols.all().size(); ++s) {
       const std::string name = plan_.rowSymbols.all()[s].name;

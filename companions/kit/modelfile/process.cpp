@@ -21,8 +21,8 @@ namespace zdb::kit::modelfile {
 
 namespace {
 
-// Owns a descriptor, with a number above those that the program is to find: what is to become the
-// one must not be overwritten by the other.
+// Owns a descriptor. Its number is above those that are fixed for the program, so that moving one
+// descriptor to its fixed number cannot overwrite another.
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {
@@ -49,7 +49,7 @@ void writeAll(int descriptor, const std::string& bytes) {
   while (done < bytes.size()) {
     const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
     if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) throw Complaint("not enough memory for the content of the file");
+    if (written <= 0) throw ReadError("not enough memory for the contents of the file");
     done += static_cast<std::size_t>(written);
   }
 }
@@ -59,7 +59,7 @@ class MemoryFile {
  public:
   explicit MemoryFile(const std::string& content)
       : descriptor_(memfd_create("model", MFD_CLOEXEC)) {
-    if (number() < 0) throw Complaint("cannot make a file in memory");
+    if (number() < 0) throw ReadError("cannot make a file in memory");
     writeAll(number(), content);
   }
 
@@ -72,7 +72,7 @@ class MemoryFile {
 class Pipe {
  public:
   Pipe() : Pipe(makeEnds()) {
-    if (reading() < 0 || writing() < 0) throw Complaint("cannot make a pipe to a new process");
+    if (reading() < 0 || writing() < 0) throw ReadError("cannot make a pipe to a new process");
   }
 
   int reading() const { return reading_.number(); }
@@ -92,7 +92,7 @@ class Pipe {
   Descriptor writing_;
 };
 
-// Beside the kit's library; a program that has the kit built in may stand in a folder beside that
+// Next to the kit's library. A program that the kit is linked into may be in a folder next to that
 // of the libraries.
 std::string readerProgram() {
   const std::string& folder = kit::ownDirectory();
@@ -102,8 +102,8 @@ std::string readerProgram() {
   return access(other.c_str(), X_OK) == 0 ? other : program;
 }
 
-// What the program starts with: descriptors in their places, standard streams that lead nowhere,
-// and signals as in a new program.
+// How the program starts: with descriptors at their fixed numbers, standard streams on /dev/null
+// and default signal handling.
 class Start {
  public:
   Start(int reply, int model, int data) {
@@ -134,7 +134,7 @@ class Start {
     const int error =
         posix_spawn(&child, program.c_str(), &actions_, &attributes_, arguments, environ);
     if (error == 0) return child;
-    throw Complaint(program + ", the program that translates model files, cannot be started (" +
+    throw ReadError(program + ", the program that translates model files, cannot be started (" +
                     std::strerror(error) + "); it must be next to the kit's library");
   }
 
@@ -143,7 +143,7 @@ class Start {
   posix_spawnattr_t attributes_;
 };
 
-// Owns a process: it is ended and waited for when it is no longer needed.
+// Owns a process, which is killed and waited for when it is no longer needed.
 class Child {
  public:
   explicit Child(pid_t id) : id_(id) {}
@@ -155,7 +155,7 @@ class Child {
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
-  // The status that the system gives, or 0 when the program has its children waited for elsewhere.
+  // The exit status, or 0 if the calling program waits for its children elsewhere.
   int wait() {
     int status = 0;
     while (waitpid(id_, &status, 0) < 0) {
@@ -171,7 +171,7 @@ class Child {
   pid_t id_;
 };
 
-// Reads to the end, or to the end of the time allowed: then false.
+// Reads to the end; returns false if the time is up before that.
 bool readAll(int descriptor, int seconds, std::string& bytes) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + std::chrono::seconds(seconds);
@@ -190,18 +190,18 @@ bool readAll(int descriptor, int seconds, std::string& bytes) {
   }
 }
 
-[[noreturn]] void failOfEnd(int status, const std::string& program) {
+[[noreturn]] void failByStatus(int status, const std::string& program) {
   const bool isKilled = WIFSIGNALED(status);
   if (isKilled && WTERMSIG(status) == SIGKILL) {
-    throw Complaint("the system ended the process that translated the model (out of memory?)");
+    throw ReadError("the system ended the process that translated the model (out of memory?)");
   }
   if (WIFEXITED(status) && WEXITSTATUS(status) == kNoMemory) {
-    throw Complaint("not enough memory to translate the model");
+    throw ReadError("not enough memory to translate the model");
   }
   if (WIFEXITED(status) && WEXITSTATUS(status) == kWrongUse) {
-    throw Complaint(program + " does not belong to this kit: install both again");
+    throw ReadError(program + " does not belong to this kit: install both again");
   }
-  throw Complaint(
+  throw ReadError(
       "GLPK cannot translate the model: its expressions are nested too deeply, or a definition "
       "refers to itself" +
       (isKilled ? " (signal " + std::to_string(WTERMSIG(status)) + ")" : std::string()));
@@ -231,16 +231,16 @@ std::string translateApart(FileFormat format, const SourceText& model, const Sou
   pipe.closeWriting();
   std::string bytes;
   if (!readAll(pipe.reading(), limits.seconds, bytes)) {
-    throw Complaint("translating the model takes more than " + std::to_string(limits.seconds) +
+    throw ReadError("translating the model takes more than " + std::to_string(limits.seconds) +
                     " seconds");
   }
   const int status = child.wait();
   const bool isWhole = !bytes.empty() && WIFEXITED(status) && WEXITSTATUS(status) == 0 &&
                        (bytes.back() == kResult || bytes.back() == kFailure);
-  if (!isWhole) failOfEnd(status, program);
-  const char kind = bytes.back();
+  if (!isWhole) failByStatus(status, program);
+  const char type = bytes.back();
   bytes.pop_back();
-  if (kind == kFailure) throw FileError(bytes);
+  if (type == kFailure) throw FileError(bytes);
   return bytes;
 }
 

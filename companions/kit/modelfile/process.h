@@ -1,4 +1,4 @@
-// Translating model files in a process of its own.
+// Translates model files in a separate process.
 #pragma once
 
 #include <string>
@@ -8,16 +8,16 @@
 
 namespace zdb::kit::modelfile {
 
-/// A text that is to be translated, and the name by which messages call it.
+/// A text to be translated, and its name in messages.
 struct SourceText {
   std::string name;  ///< empty: none
   std::string content;
 };
 
-/// Has the kit's reader program translate a model, and gives the packed model that it sends. A
-/// program of its own may crash, exhaust its stack, never end or lose memory, and nothing of the
-/// caller's changes; and it can be started in any thread, whatever the others hold locked. Throws
-/// FileError with the text that it sends, or a Complaint that says how it ended.
+/// Has the kit's reader program translate a model, and returns the packed model that it sends. A
+/// separate program may crash, exhaust its stack, loop for ever or leak memory without affecting
+/// the caller; and any thread can start it, whatever locks the others hold. Throws a FileError with
+/// the text that the program sends, or a ReadError that says how it ended.
 std::string translateApart(FileFormat format, const SourceText& model, const SourceText& data,
                            const FileLimits& limits);
 

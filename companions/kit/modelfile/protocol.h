@@ -1,8 +1,8 @@
-// What the kit and its reader program agree on. The program is started with
+// The protocol between the kit and its reader program. The program is started with
 //   zkitreader64 PROTOCOL FORMAT SECONDS MEGABYTES MODEL_NAME DATA_NAME
-// where DATA_NAME is empty if there is no data file; names are those that messages use. It finds
-// its descriptors under fixed numbers, answers with the packed model or a text, then a byte that
-// tells which, and exits with 0. The byte comes last, so that an answer that is cut has none.
+// where DATA_NAME is empty if there is no data file; the names are for messages. Its descriptors
+// have fixed numbers. It replies with the packed model or an error text, then a byte that tells
+// which, and exits with 0. The byte comes last, so that a truncated reply does not have one.
 #pragma once
 
 namespace zdb::kit::modelfile {

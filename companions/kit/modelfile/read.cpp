@@ -48,7 +48,7 @@ FileModel readMps(FileFormat format, Texts texts, const FileLimits& limits) {
 }
 
 // Fixed and free files look alike where names are short: what cannot be read in one way may be
-// meant in the other. If neither goes, the first complaint counts.
+// meant in the other. If neither works, the first error counts.
 FileModel readEitherMps(FileFormat format, const Texts& texts, const FileLimits& limits) {
   const bool isFixed = format == FileFormat::FixedMps;
   try {
@@ -67,7 +67,7 @@ FileModel readTexts(FileFormat format, const Texts& texts, const FileLimits& lim
   const bool isMps = format == FileFormat::FixedMps || format == FileFormat::FreeMps;
   if (isMps) return readEitherMps(format, texts, limits);
   FileModel model = translate(format, texts, limits);
-  model.name.clear();  // GLPK calls a MathProg model after the path that it was given
+  model.name.clear();  // GLPK names a MathProg model after the path that it was given
   return model;
 }
 
@@ -87,8 +87,8 @@ FileModel readModelFile(const char* path, const char* data, const FileLimits& li
     FileModel model = readTexts(format, texts, limits);
     if (model.name.empty()) model.name = std::filesystem::path(path).stem().string();
     return model;
-  } catch (const Complaint& complaint) {
-    throw complaint.of(path);
+  } catch (const ReadError& error) {
+    throw error.of(path);
   }
 }
 

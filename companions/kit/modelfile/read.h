@@ -1,7 +1,6 @@
-// Reading of model files: MPS, CPLEX LP and GNU MathProg. What a file holds is read into a
-// FileModel (its text and GLPK's translators, which are a program of their own, see process.h), its
-// names are taken apart (names.h), and the model is built (build.h). doc/model-files.md tells
-// formats and rules.
+// Reads model files: MPS, CPLEX LP and GNU MathProg. The content of a file becomes a FileModel (by
+// GLPK's readers, which run in a separate program, see process.h), its names are parsed (names.h),
+// and the instance is built (build.h). doc/model-files.md describes formats and rules.
 #pragma once
 
 #include "kit/modelfile/filemodel.h"
@@ -9,7 +8,7 @@
 
 namespace zdb::kit::modelfile {
 
-/// Reads a model file; `data` is the path of a MathProg data file, or null. Throws FileError.
+/// Reads a model file; `data` is the path of a MathProg data file, or null. Throws a FileError.
 FileModel readModelFile(const char* path, const char* data, const FileLimits& limits = {});
 
 }  // namespace zdb::kit::modelfile

@@ -9,11 +9,11 @@ namespace {
 void checkSame(const PlannedSymbol& symbol, const SymbolicName& name, const std::string& whole) {
   const std::string both = "\"" + symbol.example + "\" and \"" + whole + "\"";
   if (symbol.dim != static_cast<int>(name.labels.size())) {
-    throw Complaint("the names " + both + " give the symbol " + symbol.name +
+    throw ReadError("the names " + both + " give the symbol " + symbol.name +
                     " different numbers of labels");
   }
   if (symbol.written != name.written) {
-    throw Complaint("the names " + both + " are different but become the same symbol, " +
+    throw ReadError("the names " + both + " are different but become the same symbol, " +
                     symbol.name + ": rename one of them");
   }
 }
@@ -55,7 +55,7 @@ std::string freeName(const std::string& name, const std::string& suffix,
     result = name + suffix + std::to_string(number);
   }
   if (result.size() > kit::kMaxName) {
-    throw Complaint("the symbol " + result + ", which is added for " + name +
+    throw ReadError("the symbol " + result + ", which is added for " + name +
                     ", would have more than 63 characters");
   }
   return result;

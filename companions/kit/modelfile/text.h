@@ -14,16 +14,16 @@ inline bool isBlank(char c) {
   return c == ' ' || c == '\t';
 }
 
-/// Without blanks and tabs at its ends.
+/// The text without leading and trailing blanks and tabs.
 std::string_view trimmed(std::string_view text);
 
-/// Whether the whole of a text is a number; gives its value.
+/// Whether the whole text is a finite number; sets its value.
 bool isNumber(const std::string& text, double& value);
 
-/// The next line of `rest`, without its end, which is taken off `rest`.
+/// Removes the next line from `rest`, with its line end, and returns it without.
 std::string_view takeLine(std::string_view& rest);
 
-/// The words of a text, separated by blanks and tabs.
+/// Removes the next word, up to a blank or tab, from `rest` and returns it; empty at the end.
 std::string_view takeWord(std::string_view& rest);
 
 }  // namespace zdb::kit::modelfile

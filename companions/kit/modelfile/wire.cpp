@@ -11,7 +11,7 @@ namespace zdb::kit::modelfile {
 
 namespace {
 
-// The one list of what is sent, for both directions.
+// The one list of fields, for both directions.
 template <class Wire, class Model>
 void visit(Wire& wire, Model& model) {
   wire.text(model.name);
@@ -59,7 +59,7 @@ class Packer {
 };
 
 [[noreturn]] void failCut() {
-  throw Complaint("the process that translated the model sent an incomplete one");
+  throw ReadError("the process that translated the model sent an incomplete one");
 }
 
 class Unpacker {
@@ -76,7 +76,7 @@ class Unpacker {
     value.assign(take(size), size);
   }
 
-  // Every item takes a byte at least, so a list is never longer than what is left.
+  // Every item takes at least one byte, so a list cannot have more items than there are bytes left.
   template <class List, class Visit>
   void list(List& items, Visit visitItem) {
     items.resize(length());

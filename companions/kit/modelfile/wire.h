@@ -1,4 +1,4 @@
-// A model on its way from one process to another.
+// Serialises a model, to send it from one process to another.
 #pragma once
 
 #include <string>
@@ -7,12 +7,12 @@
 
 namespace zdb::kit::modelfile {
 
-/// A model as bytes, for the way from one process to another on the same machine: numbers as in
-/// memory, texts and lists after their length.
+/// A model as bytes, for another process on the same machine: numbers as in memory, texts and lists
+/// preceded by their length.
 std::string packModel(const FileModel& model);
 
-/// The reverse. Throws Complaint when the bytes are no whole model, or when a row or column number
-/// in it is none of the model's.
+/// The inverse. Throws a ReadError if the bytes are not a complete model, or if it has a row or
+/// column number that is out of range.
 FileModel unpackModel(const std::string& bytes);
 
 }  // namespace zdb::kit::modelfile

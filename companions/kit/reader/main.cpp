@@ -18,13 +18,13 @@ namespace {
 
 using namespace zdb::kit::modelfile;
 
-// GLPK needs about 2 KB for each value that is defined by the one before it. Only what is used of
-// the stack takes memory.
+// GLPK needs about 2 KB for each value that is defined by the one before. Only the used part of the
+// stack takes memory.
 constexpr std::size_t kStackSize = std::size_t{256} << 20;
-constexpr int kGraceSeconds = 5;  // after which the caller, who ends this program, must be gone
+constexpr int kGraceSeconds = 5;  // the caller ends this program at the limit, unless it has gone
 
 [[noreturn]] void refuse() {
-  std::fputs("This program is started by libzkitdclib64.so, to translate a model file.\n", stderr);
+  std::fputs("This program is started by libzkitdclib64.so to translate a model file.\n", stderr);
   _exit(kWrongUse);
 }
 
@@ -47,7 +47,7 @@ void* translate(void* task) {
   }
 }
 
-// On a large stack, which a thread of its own has.
+// Translates in a new thread, which can have a large stack.
 void translateDeep(Translation& task) {
   pthread_attr_t attributes;
   pthread_t thread;
@@ -64,7 +64,7 @@ int main(int count, char** arguments) {
                       std::strcmp(arguments[1], kReaderProtocol) == 0 &&
                       fcntl(kDataDescriptor, F_GETFD) != -1;
   if (!isOurs) refuse();
-  // Nothing but the descriptors that were given: the calling program may let its own be inherited.
+  // Keeps only the descriptors above: the calling program's own may have been inherited.
   close_range(kDataDescriptor + 1, std::numeric_limits<unsigned>::max(), 0);
   const rlimit noCore = {0, 0};
   setrlimit(RLIMIT_CORE, &noCore);

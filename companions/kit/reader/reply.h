@@ -1,12 +1,12 @@
-// How the reader program answers.
+// How the reader program replies.
 #pragma once
 
 #include <string>
 
 namespace zdb::kit::modelfile {
 
-/// Sends the result, or the text of a failure, and ends the program, so that they may be called
-/// from any depth of a library that cannot be left otherwise.
+/// Send the result, or the text of an error, and end the program. They can be called from within
+/// GLPK, which cannot be left in any other way.
 [[noreturn]] void succeed(const std::string& result);
 [[noreturn]] void fail(const std::string& text);
 

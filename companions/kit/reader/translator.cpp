@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t kMaxKept = 1 << 16;
 
-// What GLPK says on its terminal, which is where it explains its errors.
+// What GLPK prints on its terminal, which is where it explains its errors.
 class Terminal {
  public:
   void add(const char* text) {
@@ -26,8 +26,8 @@ class Terminal {
     if (text_.size() > 2 * kMaxKept) text_.erase(0, kMaxKept);
   }
 
-  // The last line that begins with the path of a source and is no warning, or else the last line.
-  std::string complaint(const GlpkSource& model, const GlpkSource& data) const {
+  // The last line that begins with the path of a source and is not a warning; or just the last.
+  std::string errorText(const GlpkSource& model, const GlpkSource& data) const {
     std::string_view rest = text_;
     std::string found;
     std::string last;
@@ -35,7 +35,7 @@ class Terminal {
       const std::string_view line = takeLine(rest);
       if (!line.empty()) last = line;
       for (const GlpkSource* source : {&model, &data}) {
-        if (isComplaint(line, *source)) {
+        if (isError(line, *source)) {
           found = source->name + std::string(line.substr(source->path.size()));
         }
       }
@@ -44,7 +44,7 @@ class Terminal {
   }
 
  private:
-  static bool isComplaint(std::string_view line, const GlpkSource& source) {
+  static bool isError(std::string_view line, const GlpkSource& source) {
     return !source.path.empty() && line.starts_with(source.path + ":") &&
            line.find(": warning: ") == std::string_view::npos;
   }
@@ -52,12 +52,12 @@ class Terminal {
   std::string text_;
 };
 
-// A translation under way, for the hooks: GLPK calls them with a pointer.
+// The current translation, which GLPK passes to the hooks as a pointer.
 struct Progress {
   const Translation& task;
   Terminal terminal;
 
-  [[noreturn]] void fail() const { modelfile::fail(terminal.complaint(task.model, task.data)); }
+  [[noreturn]] void fail() const { modelfile::fail(terminal.errorText(task.model, task.data)); }
 };
 
 int onTerminal(void* info, const char* text) {
@@ -79,7 +79,7 @@ std::string textOf(const char* text) {
   return text == nullptr ? std::string() : std::string(text);
 }
 
-// GLPK writes the largest number for a bound that is absent; the kit calls 1.0E300 infinite.
+// GLPK returns the largest double for an absent bound; for the kit, 1.0E300 is infinite.
 double boundOf(double value) {
   constexpr double kInfinite = 1.0e300;
   if (value > -kInfinite && value < kInfinite) return value;

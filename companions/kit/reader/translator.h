@@ -1,4 +1,4 @@
-// What the reader program does.
+// Translates a model file with GLPK, for the reader program.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace zdb::kit::modelfile {
 
-/// A text that GLPK reads by its path, and the name by which messages call it.
+/// A file that GLPK reads by its path, and its name in messages.
 struct GlpkSource {
   std::string path;  ///< empty: none
   std::string name;
@@ -17,12 +17,12 @@ struct Translation {
   FileFormat format;
   GlpkSource model;
   GlpkSource data;
-  int megabytes;  ///< that GLPK may take, 0: half of the machine's memory
+  int megabytes;  ///< for GLPK; 0: half of the machine's memory
 };
 
-/// Translates a model with GLPK's readers and sends it, packed, as the reply; or the text of GLPK's
-/// complaint, "NAME:LINE: what". Never returns: where GLPK meets an error of its own, there is no
-/// way on. Throws nothing but std::bad_alloc.
+/// Translates a model with GLPK's readers and sends it, packed, as the reply, or GLPK's error text,
+/// "NAME:LINE: what". Never returns: after an error GLPK cannot be left. Throws only
+/// std::bad_alloc, before a reply has been sent.
 [[noreturn]] void translateWithGlpk(const Translation& task);
 
 }  // namespace zdb::kit::modelfile

@@ -1,4 +1,4 @@
-// The solver cbc: integer models, from scratch.
+// The solver cbc: linear and integer models, each from scratch.
 #include <CbcEventHandler.hpp>
 #include <CbcModel.hpp>
 #include <CbcSolver.hpp>
@@ -18,14 +18,14 @@ namespace zdb::kit {
 
 namespace {
 
-// What a search keeps to. Cbc copies its handlers, so this is outside of them.
+// The limits of a search. They are outside the handlers because cbc copies those.
 struct SearchLimits {
-  const StopSign& stop;
-  int iterations;  // that are left
+  const StopToken& stop;
+  int iterations;  // remaining
   bool isIterationLimitReached = false;
 };
 
-// Between nodes of the tree.
+// Checks the limits between nodes of the tree.
 class NodeHandler : public CbcEventHandler {
  public:
   explicit NodeHandler(SearchLimits& limits) : limits_(&limits) {}
@@ -34,24 +34,24 @@ class NodeHandler : public CbcEventHandler {
     if (getModel()->getIterationCount() >= limits_->iterations) {
       limits_->isIterationLimitReached = true;
     }
-    return limits_->isIterationLimitReached || limits_->stop.isRaised() ? stop : noAction;
+    return limits_->isIterationLimitReached || limits_->stop.isStopRequested() ? stop : noAction;
   }
 
  private:
   SearchLimits* limits_;
 };
 
-// Within a relaxation.
+// Checks for a stop within a relaxation.
 class SimplexHandler : public ClpEventHandler {
  public:
-  explicit SimplexHandler(const StopSign& stop) : stop_(&stop) {}
+  explicit SimplexHandler(const StopToken& stop) : stop_(&stop) {}
   ClpEventHandler* clone() const override { return new SimplexHandler(*this); }
   int event(Event event) override {
-    return event == endOfFactorization && stop_->isRaised() ? 5 : -1;
+    return event == endOfFactorization && stop_->isStopRequested() ? 5 : -1;
   }
 
  private:
-  const StopSign* stop_;
+  const StopToken* stop_;
 };
 
 int basisOf(CoinWarmStartBasis::Status status) {
@@ -67,7 +67,7 @@ int basisOf(CoinWarmStartBasis::Status status) {
   }
 }
 
-// The other way round for rows: there it is the slack's, which has the opposite sign.
+// Rows are the other way round: cbc's status is that of the slack, which has the opposite sign.
 int rowBasisOf(CoinWarmStartBasis::Status status) {
   const int basis = basisOf(status);
   if (basis == AtLower) return AtUpper;
@@ -93,12 +93,13 @@ int ignoreStage(CbcModel* /*tree*/, int /*stage*/) {
   return 0;
 }
 
-// cbc reads the words of its command line by way of variables of the whole process, and asks the
-// terminal when they are changed under it: one search at a time. No lock if told to stop.
-std::unique_lock<std::timed_mutex> waitForTurn(const StopSign& stop) {
+// cbc parses its command line with global variables, and prompts on the terminal if another thread
+// changes them, so only one search runs at a time. Returns without the lock if the stop is
+// requested first.
+std::unique_lock<std::timed_mutex> waitForTurn(const StopToken& stop) {
   static std::timed_mutex searching;
   std::unique_lock turn(searching, std::defer_lock);
-  while (!turn.try_lock_for(std::chrono::milliseconds(20)) && !stop.isRaised()) {
+  while (!turn.try_lock_for(std::chrono::milliseconds(20)) && !stop.isStopRequested()) {
   }
   return turn;
 }
@@ -136,7 +137,7 @@ class Cbc : public Solver {
 
   void change(const LinearModel& model, const Changes& /*changes*/) override { load(model); }
 
-  Outcome solve(const Changes* /*changes*/, const StopSign& stop, Solution& solution) override {
+  Outcome solve(const Changes* /*changes*/, const StopToken& stop, Solution& solution) override {
     SimplexHandler handler(stop);
     solver_.getModelPtr()->passInEventHandler(&handler);
     const int limit = stop.iterationLimit();
@@ -152,17 +153,17 @@ class Cbc : public Solver {
   }
 
  private:
-  Outcome relaxationOutcome(const StopSign& stop) const {
+  Outcome relaxationOutcome(const StopToken& stop) const {
     if (solver_.isProvenOptimal()) return Outcome::Optimal;
     if (solver_.isProvenPrimalInfeasible()) return Outcome::Infeasible;
     if (solver_.isProvenDualInfeasible()) return Outcome::Unbounded;
     if (solver_.isIterationLimitReached()) return Outcome::IterationLimit;
-    return stop.isRaised() ? stop.reason() : Outcome::Stopped;
+    return stop.isStopRequested() ? stop.reason() : Outcome::Stopped;
   }
 
-  // All that cbc does by itself: preprocessing, cuts, heuristics. The way in is that of its
-  // command line.
-  Outcome branch(const StopSign& stop, Solution& solution) {
+  // Does all that cbc's program does: preprocessing, cuts, heuristics. That takes the entry point
+  // of its command line.
+  Outcome branch(const StopToken& stop, Solution& solution) {
     const std::unique_lock turn = waitForTurn(stop);
     if (!turn.owns_lock()) return stop.reason();
     CbcModel tree(solver_);
@@ -175,7 +176,7 @@ class Cbc : public Solver {
     SearchLimits limits = {stop, limit > 0 ? limit - solution.iterations : kNoLimit};
     NodeHandler handler(limits);
     tree.passInEventHandler(&handler);
-    // In whole seconds, which are written alike everywhere; the handler is more exact.
+    // In whole seconds, which no locale writes differently; the handler is more exact.
     const std::string seconds = std::to_string(std::lround(stop.secondsLeft(0.001) + 1.0));
     std::vector<const char*> words = {"kit", "-logLevel",     "0", "-ratioGap",
                                       "0",   "-allowableGap", "0"};
@@ -191,7 +192,7 @@ class Cbc : public Solver {
 
   static Outcome treeOutcome(const CbcModel& tree, const SearchLimits& limits) {
     if (tree.isProvenOptimal()) return Outcome::Optimal;
-    if (limits.stop.isRaised()) return limits.stop.reason();
+    if (limits.stop.isStopRequested()) return limits.stop.reason();
     if (limits.isIterationLimitReached) return Outcome::IterationLimit;
     if (tree.isProvenInfeasible()) return Outcome::IntegerInfeasible;
     return Outcome::Stopped;
@@ -206,7 +207,7 @@ class Cbc : public Solver {
     }
     solver_.resolve();
     if (solver_.isProvenOptimal()) return fetch(solver_, solution);
-    // Rounding made it infeasible: the levels as they were found.
+    // Rounding has made it infeasible: use the levels as they were found.
     std::copy_n(best, isInteger_.size(), solution.level.begin());
     solver_.getMatrixByCol()->times(best, solution.rowLevel.data());
     solution.hasLevels = true;

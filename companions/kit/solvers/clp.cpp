@@ -11,20 +11,20 @@ namespace zdb::kit {
 
 namespace {
 
-// Looks at the stop sign now and then.
+// Polls the stop token.
 class StopHandler : public ClpEventHandler {
  public:
-  explicit StopHandler(const StopSign* stop = nullptr) : stop_(stop) {}
+  explicit StopHandler(const StopToken* stop = nullptr) : stop_(stop) {}
   ClpEventHandler* clone() const override { return new StopHandler(*this); }
   int event(Event event) override {
     if (event != endOfIteration && event != endOfFactorization) return -1;
     const bool isTimeToLook = event == endOfFactorization || (++calls_ & 63U) == 0;
-    return stop_ != nullptr && isTimeToLook && stop_->isRaised() ? kStopped : -1;
+    return stop_ != nullptr && isTimeToLook && stop_->isStopRequested() ? kStopped : -1;
   }
 
  private:
-  static constexpr int kStopped = 5;  // the status that clp then has
-  const StopSign* stop_;
+  static constexpr int kStopped = 5;  // becomes the status of clp
+  const StopToken* stop_;
   unsigned calls_ = 0;
 };
 
@@ -46,8 +46,8 @@ class Clp : public Solver {
  public:
   Clp() {
     simplex_.setLogLevel(0);
-    // Keeps the memory of factorizations, some 1.3 MB at least, which clp otherwise takes from the
-    // system and gives back for each: ten times the work of a small solve.
+    // Keeps the memory of factorizations, at least 1.3 MB, which clp otherwise allocates and frees
+    // for each: that takes ten times as long as a small solve.
     simplex_.factorization()->setPersistenceFlag(1);
   }
 
@@ -73,7 +73,7 @@ class Clp : public Solver {
     }
   }
 
-  Outcome solve(const Changes* changes, const StopSign& stop, Solution& solution) override {
+  Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
     StopHandler handler(&stop);
     simplex_.passInEventHandler(&handler);
     simplex_.setMaximumIterations(stop.iterationLimit() > 0 ? stop.iterationLimit() : kNoLimit);
@@ -97,7 +97,8 @@ class Clp : public Solver {
  private:
   static constexpr int kNoLimit = 2147483647;
 
-  // Where presolve leaves open what is wrong with the model, the model itself tells.
+  // The presolve may find that a model is infeasible or unbounded without knowing which, so such a
+  // model is solved again without it.
   void solveFromScratch() {
     ClpSolve how;
     how.setPresolveType(ClpSolve::presolveOn);
@@ -107,7 +108,7 @@ class Clp : public Solver {
     simplex_.primal();
   }
 
-  Outcome outcomeNow(const StopSign& stop) const {
+  Outcome outcomeNow(const StopToken& stop) const {
     switch (simplex_.status()) {
       case 0:
         return Outcome::Optimal;

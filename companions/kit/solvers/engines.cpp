@@ -8,7 +8,7 @@ namespace zdb::kit {
 
 namespace {
 
-// The build says which solvers it found.
+// The build defines a macro for each solver that it finds.
 #ifdef ZKIT_WITH_CLP
 constexpr auto kMakeClp = makeClp;
 #else

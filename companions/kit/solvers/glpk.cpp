@@ -1,8 +1,8 @@
 // The solver glpk: linear models in place, integer ones on top of that.
 //
-// GLPK keeps its memory per thread, and where it meets an error of its own, it ends the process
-// unless it is left by a jump. So each solver has a thread, in which all of GLPK runs and whose
-// memory is freed as a whole.
+// GLPK keeps its memory per thread, and on an internal error it ends the process unless the error
+// hook leaves it with longjmp. So each solver has a thread in which all calls of GLPK run, and
+// GLPK's memory of that thread is freed as a whole.
 #include <glpk.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@ namespace zdb::kit {
 
 namespace {
 
-// Milliseconds between looks at the stop sign, which GLPK's simplex cannot be told of otherwise.
+// Milliseconds between polls of the stop token: GLPK's simplex has no callback for that.
 constexpr double kSlice = 200.0;
 
 int boundType(double lower, double upper) {
@@ -42,13 +42,13 @@ int basisOf(int status) {
   }
 }
 
-// What runs in the thread. Objects with destructors must not live in functions that call GLPK:
-// the jump passes them by.
+// What runs in the thread. Functions that call GLPK must not have local objects with destructors,
+// because a longjmp does not run them.
 class Problem {
  public:
   void load(const LinearModel& model);
   void change(const LinearModel& model, const Changes& changes);
-  void solve(const Changes* changes, const StopSign& stop, Solution& solution);
+  void solve(const Changes* changes, const StopToken& stop, Solution& solution);
 
   Outcome outcome = Outcome::SolverFailed;
 
@@ -56,18 +56,18 @@ class Problem {
   void setColumn(const LinearModel& model, int column);
   void setBounds(const LinearModel& model, int column);
   void setRow(const LinearModel& model, int row);
-  int simplex(int method, const StopSign& stop);
-  Outcome relaxationOutcome(int code, const StopSign& stop) const;
-  Outcome branch(int iterationsAtEnd, const StopSign& stop, Solution& solution);
+  int simplex(int method, const StopToken& stop);
+  Outcome relaxationOutcome(int code, const StopToken& stop) const;
+  Outcome branch(int iterationsAtEnd, const StopToken& stop, Solution& solution);
   void fixIntegers(Solution& solution);
   bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
   void fetch(Solution& solution) const;
 
   glp_prob* problem_ = nullptr;
   std::vector<char> integer_;
-  std::vector<double> lower_;  // of columns, to be put back when integer ones were fixed
+  std::vector<double> lower_;  // of columns, to be restored after integer ones were fixed
   std::vector<double> upper_;
-  std::vector<int> indices_;  // of a column, from 1; kept to be reused
+  std::vector<int> indices_;  // of a column, from 1; reused
   std::vector<double> values_;
 };
 
@@ -100,7 +100,7 @@ void Problem::setBounds(const LinearModel& model, int column) {
                    model.lower[column], model.upper[column]);
 }
 
-// GLPK leaves values of 0 out.
+// GLPK does not store values of 0.
 void Problem::setColumn(const LinearModel& model, int column) {
   int count = 0;
   for (int place = model.starts[column]; place < model.starts[column + 1]; ++place) {
@@ -126,7 +126,7 @@ void Problem::change(const LinearModel& model, const Changes& changes) {
   }
 }
 
-void Problem::solve(const Changes* changes, const StopSign& stop, Solution& solution) {
+void Problem::solve(const Changes* changes, const StopToken& stop, Solution& solution) {
   const int before = glp_get_it_cnt(problem_);
   if (changes == nullptr) {
     glp_scale_prob(problem_, GLP_SF_AUTO);
@@ -146,8 +146,8 @@ void Problem::solve(const Changes* changes, const StopSign& stop, Solution& solu
   solution.iterations = glp_get_it_cnt(problem_) - before;
 }
 
-// A basis that cannot be factorized, after coefficients have changed, gives way to a new one.
-int Problem::simplex(int method, const StopSign& stop) {
+// If the basis cannot be factorized after coefficients have changed, starts from a new one.
+int Problem::simplex(int method, const StopToken& stop) {
   glp_smcp how;
   glp_init_smcp(&how);
   how.msg_lev = GLP_MSG_OFF;
@@ -157,7 +157,7 @@ int Problem::simplex(int method, const StopSign& stop) {
   for (;;) {
     const int limit = stop.iterationLimit();
     const int left = limit > 0 ? limit - (glp_get_it_cnt(problem_) - first) : INT_MAX;
-    if (left <= 0 || stop.isRaised()) return GLP_EITLIM;
+    if (left <= 0 || stop.isStopRequested()) return GLP_EITLIM;
     how.it_lim = left;
     const double timeLeft = stop.secondsLeft(0.001) * 1000.0;  // 0: no limit
     how.tm_lim = static_cast<int>(timeLeft > 0.0 ? std::min(timeLeft, kSlice) : kSlice);
@@ -171,8 +171,8 @@ int Problem::simplex(int method, const StopSign& stop) {
   }
 }
 
-Outcome Problem::relaxationOutcome(int code, const StopSign& stop) const {
-  if (code == GLP_EITLIM) return stop.isRaised() ? stop.reason() : Outcome::IterationLimit;
+Outcome Problem::relaxationOutcome(int code, const StopToken& stop) const {
+  if (code == GLP_EITLIM) return stop.isStopRequested() ? stop.reason() : Outcome::IterationLimit;
   if (code == GLP_EFAIL) return Outcome::Stopped;
   if (code != 0) return Outcome::SolverFailed;
   switch (glp_get_status(problem_)) {
@@ -187,19 +187,19 @@ Outcome Problem::relaxationOutcome(int code, const StopSign& stop) const {
   }
 }
 
-// What a search keeps to.
+// The limits of a search.
 struct SearchLimits {
-  const StopSign& stop;
-  int iterations;  // as GLPK counts them, all that the problem ever took
+  const StopToken& stop;
+  int iterations;  // as GLPK counts them, since the problem was created
 };
 
 void lookAtLimits(glp_tree* tree, void* limits) {
   const auto* search = static_cast<const SearchLimits*>(limits);
   const bool isSpent = glp_get_it_cnt(glp_ios_get_prob(tree)) >= search->iterations;
-  if (isSpent || search->stop.isRaised()) glp_ios_terminate(tree);
+  if (isSpent || search->stop.isStopRequested()) glp_ios_terminate(tree);
 }
 
-Outcome Problem::branch(int iterationsAtEnd, const StopSign& stop, Solution& solution) {
+Outcome Problem::branch(int iterationsAtEnd, const StopToken& stop, Solution& solution) {
   glp_iocp how;
   glp_init_iocp(&how);
   how.msg_lev = GLP_MSG_OFF;
@@ -213,7 +213,7 @@ Outcome Problem::branch(int iterationsAtEnd, const StopSign& stop, Solution& sol
   const int code = glp_intopt(problem_, &how);
   const int status = glp_mip_status(problem_);
   if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(solution);
-  if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isRaised())) return stop.reason();
+  if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isStopRequested())) return stop.reason();
   if (code == GLP_ESTOP) return Outcome::IterationLimit;
   if (code == GLP_EFAIL) return Outcome::Stopped;
   if (code != 0) return Outcome::SolverFailed;
@@ -236,7 +236,7 @@ void Problem::fixIntegers(Solution& solution) {
   const int code = glp_simplex(problem_, &how);
   if (code == 0 && glp_get_status(problem_) == GLP_OPT) {
     fetch(solution);
-  } else {  // rounding made it infeasible: the levels as they were found
+  } else {  // rounding has made it infeasible: use the levels as they were found
     for (int j = 1; j <= columns; ++j) solution.level[j - 1] = glp_mip_col_val(problem_, j);
     const int rows = glp_get_num_rows(problem_);
     for (int i = 1; i <= rows; ++i) solution.rowLevel[i - 1] = glp_mip_row_val(problem_, i);
@@ -282,7 +282,7 @@ class Glpk : public Solver {
   void change(const LinearModel& model, const Changes& changes) override {
     run([&] { problem_.change(model, changes); });
   }
-  Outcome solve(const Changes* changes, const StopSign& stop, Solution& solution) override {
+  Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
     run([&] { problem_.solve(changes, stop, solution); });
     return problem_.outcome;
   }
@@ -295,7 +295,7 @@ class Glpk : public Solver {
     if (!isDone) throw std::runtime_error("glpk failed: out of memory or an internal error");
   }
 
-  // After a jump the problem is gone with all memory that GLPK had.
+  // After a longjmp, all of GLPK's memory is freed, and the problem with it.
   template <typename Task>
   static bool finishes(Task& task) {
     std::jmp_buf place;

@@ -1,4 +1,4 @@
-// A thread that does one thing at a time for its owner.
+// A thread that runs one task at a time for its owner.
 #pragma once
 
 #include <condition_variable>
@@ -8,7 +8,7 @@
 
 namespace zdb::kit {
 
-/// Runs tasks in a thread of its own, always the same one, while the caller waits.
+/// Runs tasks in its own thread, always the same one, while the caller waits.
 class Worker {
  public:
   Worker() : thread_([this] { work(); }) {}
@@ -19,7 +19,8 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  /// The task must not throw. An empty one ends the thread.
+  /// Runs a task and returns when it is done. An empty task ends the thread. REQUIRES: the task
+  /// does not throw.
   void run(std::function<void()> task) {
     std::unique_lock lock(mutex_);
     task_ = std::move(task);
@@ -44,7 +45,7 @@ class Worker {
   std::condition_variable changed_;
   std::function<void()> task_;
   bool hasTask_ = false;
-  std::thread thread_;  ///< last: it uses the others
+  std::thread thread_;  ///< declared last because it uses the others
 };
 
 }  // namespace zdb::kit

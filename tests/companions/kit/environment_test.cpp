@@ -55,7 +55,7 @@ TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {
   void* instance = nullptr;
   std::array<char, 256> message{};
   EXPECT_EQ(read("x.lp", nullptr, nullptr, &instance, message.data(), 256), 0);
-  EXPECT_STREQ(message.data(), "This kit was built without GLPK, which reads model files");
+  EXPECT_STREQ(message.data(), "this kit was built without GLPK, which reads model files");
   create(&instance, KIT_DIRECTORY);
   EXPECT_EQ(solve(instance, "cbc", message.data(), 256), 0);
   EXPECT_STREQ(message.data(), "Solver cbc needs cbc, which this kit was built without");

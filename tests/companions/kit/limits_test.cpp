@@ -132,8 +132,7 @@ TEST(KitLimits, Searches_Stop) {
   }
 }
 
-// cbc runs one search at a time; whoever waits for it keeps to its own limit, and may be told to
-// stop.
+// cbc runs one search at a time; a solve that waits for it respects its limit and stop requests.
 TEST(KitLimits, SearchesThatWaitForAnother_StopByThemselves) {
   const Model model(sums());
   for (const char* solver : kMipSolvers) {

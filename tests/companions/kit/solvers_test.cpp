@@ -24,8 +24,7 @@ bool holds(void* instance, int row, double level) {
   return (type == ZKIT_LESS || level >= rhs) && (type == ZKIT_GREATER || level <= rhs);
 }
 
-// The best objective of a random model among all whole levels, by trying each: nothing if none will
-// do.
+// The best objective of a random model, found by trying all integer levels; nothing if infeasible.
 std::optional<double> bestByTrying(const Model& model, void* instance) {
   const int objective = zkitObjectiveColumn(instance);
   std::vector<double> levels(CzmiN(instance));
