@@ -148,9 +148,9 @@ struct SweepRules {
   std::set<std::string> leavePart;            ///< functions and words that may have done a part
   std::map<std::string, std::string> blamed;  ///< for which the message names another function
   std::set<std::string> spoiling;  ///< statements that a failure makes impossible; not tried
-  /// What comes of a null argument unless it is refused by name, as regular expressions of all that
-  /// a call gives: by "function.argument", by kind of handle, and by "*" for the rest.
-  std::map<std::string, std::string> nullAnswers;
+  /// What else may come of a null argument than a refusal that names it: regular expressions of
+  /// "function.argument" and of all that such a call gives.
+  std::vector<std::pair<std::string, std::string>> nullAnswers;
   std::set<std::string> neverNull;  ///< functions that are not called with nulls
 };
 
