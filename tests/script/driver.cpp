@@ -40,9 +40,7 @@ void runOneWay(const Program& program, const Script& script, const Way& way,
 
 std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
   if (some.size() == all) return "every way";
-  std::string names = std::to_string(some.size()) + " of " + std::to_string(all) + " ways:";
-  for (std::size_t i = 0; i < some.size() && i < 4; ++i) names += (i == 0 ? " " : ", ") + some[i];
-  return names + (some.size() > 4 ? ", ..." : "");
+  return std::to_string(some.size()) + " of " + std::to_string(all) + " ways, first " + some[0];
 }
 
 /// The ways that do not leave a script out.
