@@ -147,7 +147,6 @@ struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
   std::set<std::string> leavePart;            ///< functions and words that may have done a part
   std::map<std::string, std::string> blamed;  ///< for which the message names another function
-  std::set<std::string> spoiling;  ///< statements that a failure makes impossible; not tried
   /// What else may come of a null argument than a refusal that names it: regular expressions of
   /// "function.argument" and of all that such a call gives.
   std::vector<std::pair<std::string, std::string>> nullAnswers;

@@ -128,9 +128,7 @@ bool sweepMemory(const Program& program, const std::vector<Script>& scripts) {
       if (way.after || way.usesTwins) continue;
       for (std::size_t i = 0; i < script.statements.size(); ++i) {
         const Statement& statement = script.statements[i];
-        const bool isTried = program.host.functions.count(statement.name) != 0 ||
-                             program.rules.leavePart.count(statement.name) != 0;
-        if (!isTried || program.rules.spoiling.count(statement.source) != 0) continue;
+        if (program.host.functions.count(statement.name) == 0) continue;
         for (std::uint64_t number = 1;; ++number, ++findings.tried) {
           Run run(program.host, way);
           if (!failsOnce(run, script, i, number, program.rules, findings)) break;

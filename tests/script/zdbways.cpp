@@ -98,12 +98,12 @@ std::vector<Way> makeWays() {
 
 const SweepRules kRules = {
     .picture = &ZdbHost::picture,
-    .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbSparseSymbolToSqzdArray"},
+    .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbDenseArraySlicesToSymbol",
+                  "zdbSparseSymbolToSqzdArray"},
     .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
                {"zdbGetRecordRaw", "zdbGetKeys"},
                {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
                {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"}},
-    .spoiling = {"zdbDenseArrayToSymbol (0 1 1) ($i) $ii (3)"},
     .nullAnswers =
         {{".*",
           "0.*\"(No [\\w ]+ handle specified|No iterator to be freed defined|(Symbol name|Name of "
