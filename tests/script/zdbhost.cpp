@@ -111,9 +111,8 @@ ZdbHost::ZdbHost(FunctionTable more) : Host(withExports(std::move(more))) {
   };
   words["serve"] = [](Run& run, const Statement& statement) {
     const std::vector<Token>& how = statement.arguments;
-    ServedDatabase::serve(
-        databaseOf(run.object(how.at(0).text)), databaseOf(run.object(statement.object)),
-        how.size() > 1 ? how[1].text : "", how.size() > 2 ? std::stoi(how[2].text) : 0);
+    serve(databaseOf(run.object(how.at(0).text)), databaseOf(run.object(statement.object)),
+          how.size() > 1 ? how[1].text : "", how.size() > 2 ? std::stoi(how[2].text) : 0);
     return std::string("served");
   };
 }
@@ -164,7 +163,7 @@ bool ZdbHost::releases(const std::string& function) const {
 
 void* ZdbHost::callback(const std::string& name) const {
   if (name == "never") return reinterpret_cast<void*>(+[] { std::abort(); });
-  return ServedDatabase::callback(name);
+  return servingCallback(name);
 }
 
 std::string ZdbHost::picture(void* object) {
