@@ -139,9 +139,6 @@ class Run {
   void assign(const std::string& name, const Variable& variable, bool wasReleased);
 };
 
-/// The argument of a function that its twin returns: the last handle that it puts somewhere.
-std::size_t handedOut(const Function& function);
-
 /// What `--memory` and `--nulls` have to know of the functions.
 struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
