@@ -5,8 +5,6 @@
 #include <set>
 #include <string>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 

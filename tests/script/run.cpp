@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
