@@ -121,5 +121,25 @@ TEST(DMapVector, Reserve_ForgetsTheRecordsButNotTheirNumber) {
   }
 }
 
+TEST(VectorIterator, ShowsZerosAsFarAsMemoryIsReservedAndNothingBeyond) {
+  DMapVector records(1, 5);
+  records.reserve(3);
+  const double values[] = {1, 2, 3, 4, 5};
+  records.emplace_end(Key{7}.data(), values);
+  const VirtualPair reserved = *records.withIndex(2);
+  EXPECT_EQ(reserved.first[0], 0);
+  EXPECT_EQ(std::count(reserved.second, reserved.second + 5, 0), 5);
+  for (const int outside : {3, -1, INT_MAX, INT_MIN}) {
+    VectorIterator it = records.withIndex(outside);
+    EXPECT_TRUE((*it).first == nullptr && (*it).second == nullptr) << outside;
+    records.erase(it);
+    EXPECT_TRUE(--++it == records.withIndex(outside));  // a number that moves unchecked
+  }
+  records.emplace_end(Key{8}.data(), values);
+  records.erase(records.begin());  // gives up what was reserved
+  EXPECT_TRUE((*records.begin()).first[0] == 8 && records.size() == 1);
+  EXPECT_EQ((*records.end()).second, nullptr);
+}
+
 }  // namespace
 }  // namespace zdb::dmap
