@@ -389,12 +389,10 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
     zdb::test::runSteps(steps);
   };
   const int first = std::atoi(arguments[2]);
-  std::vector<std::thread> others;
-  for (int n = *argc < 7 ? 1 : std::atoi(arguments[6]); n > 1; --n) {
-    others.emplace_back(run, first + n - 1);
-  }
-  run(first);
-  for (std::thread& thread : others) thread.join();
+  const int count = *argc < 7 ? 1 : std::atoi(arguments[6]);
+  std::vector<std::thread> threads;
+  for (int n = 0; n < count; ++n) threads.emplace_back(run, first + n);
+  for (std::thread& thread : threads) thread.join();
   std::exit(0);
 }
 

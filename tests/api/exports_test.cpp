@@ -5,8 +5,6 @@
 #include <set>
 #include <string>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -57,35 +55,6 @@ TEST(Exports, HeaderVersion_IsTheProjects) {
                              std::to_string(ZDBCCLIB_VERSION_MINOR) + "." +
                              std::to_string(ZDBCCLIB_VERSION_PATCH);
   EXPECT_EQ(joined, ZDBCCLIB_VERSION);
-}
-
-/// The answer of the signature check: the message, or "" when the codes agree.
-std::string check(const std::string& name, const std::vector<int>& codes) {
-  char message[ZDB_TEXT_SIZE] = "untouched";
-  const int count = static_cast<int>(codes.size()) - 1;
-  const int agrees = c__xcheck(name.c_str(), count, codes.data(), message);
-  EXPECT_EQ(agrees == 1, message[0] == '\0') << name;
-  return message;
-}
-
-TEST(SignatureCheck, EachRow_AgreesAsItIsAndWithNothingElse) {
-  const std::pair<const char*, std::vector<int>> rows[] = {
-#define ZDB_PLAIN(name, lower, result, parameters, arguments, ...) {#name, {__VA_ARGS__}},
-#define ZDB_TEXT ZDB_PLAIN
-#include "api/exports.def"
-  };
-  for (const auto& [name, codes] : rows) {
-    EXPECT_EQ(check(name, codes), "");
-    const std::string beginning = std::string("zdbcclib: ") + name;
-    std::vector<int> other = codes;
-    other.push_back(ZDB_CODE_INT);
-    EXPECT_EQ(check(name, other), beginning + " has wrong number of arguments.");
-    for (std::size_t i = 0; i < codes.size(); ++i) {
-      other = codes;
-      ++other[i];
-      EXPECT_EQ(check(name, other), beginning + " has wrong argument types.");
-    }
-  }
 }
 
 }  // namespace

@@ -95,7 +95,7 @@ int main(int argc, char** argv) {
   zdb::script::Way once;
   once.name = "once";
   zdb::script::SweepRules rules;
-  rules.nullAnswers["*"] = "0.*\"40\"";
+  rules.nullAnswers = {{".*", "0.*\"40\""}};
   rules.neverNull = {"zxfErrorStr", "zxfErrorCount", "zxfGetLastError"};
   const int result = zdb::script::runProgram(argc, argv, {host, {once}, rules});
   std::filesystem::current_path(before);

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <climits>
 #include <cstdint>
 #include <iterator>
 #include <map>

@@ -150,6 +150,12 @@ class ModelHost : public ZdbHost {
   int databases_ = 0;
 };
 
+/// What is said of a library that is not there.
+std::string missing(const std::string& path) {
+  return "Could not load shared library " + path + ": " + path +
+         ": cannot open shared object file: No such file or directory";
+}
+
 std::vector<Way> makeWays() {
   static const testsupport::TemporaryFolder folder;
   std::vector<Way> ways;
@@ -161,6 +167,8 @@ std::vector<Way> makeWays() {
       way.settings = {
           {"storage", std::to_string(storage)},
           {"file", folder.path("a.zxf")},
+          {"nokit", missing("/nowhere/libzkitdclib64.so")},
+          {"nolabels", missing("/nowhere/libzlxmdclib64.so")},
           {"kit", KIT_DIRECTORY},
           {"kept", isPlain ? "-" : "\"\""},
           // Beginnings of calls of which the order is laid down, and what they are at a solve.
@@ -172,7 +180,11 @@ std::vector<Way> makeWays() {
           {"stored",
            "zrtTerminateClear() zmiViewStore() zmiModelStatSet(13) "
            "zmiSolveStatSet(13)"},
-          {"restored", "zmiViewRestore() zmiAltRHSSet(0) zmiForceLinearSet(0)"},
+          {"restored", "zmiViewRestore() %usual"},
+          {"usual", "zmiAltRHSSet(0) zmiForceLinearSet(0)"},
+          {"again",
+           "zstAlgModifyProblem(1) zrtLog(*** Hotstart failed! Falling back to warm start...) "
+           "zstAlgFree(1) zmiViewRestore()"},
           {"limits", "5,0,2e+300,2e+300,2e+300,,,2100000000,2100000000,null"}};
     }
   }

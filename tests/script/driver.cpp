@@ -40,21 +40,14 @@ void runOneWay(const Program& program, const Script& script, const Way& way,
 
 std::string namesOf(const std::vector<std::string>& some, std::size_t all) {
   if (some.size() == all) return "every way";
-  std::string names = std::to_string(some.size()) + " of " + std::to_string(all) + " ways:";
-  for (std::size_t i = 0; i < some.size() && i < 4; ++i) names += (i == 0 ? " " : ", ") + some[i];
-  return names + (some.size() > 4 ? ", ..." : "");
+  return std::to_string(some.size()) + " of " + std::to_string(all) + " ways, first " + some[0];
 }
 
-/// The ways that do not leave a script out. Exceptions for what is not beside it are refused.
+/// The ways that do not leave a script out.
 std::vector<Way> waysFor(const Program& program, const std::filesystem::path& path) {
   std::vector<Way> ways;
-  for (const Way& way : program.ways) {
-    for (const auto& [file, reason] : way.leavesOut) {
-      if (exists(path.parent_path() / file) && !reason.empty()) continue;
-      throw ScriptError("way " + way.name + " leaves out " + file + ": no such file or no reason");
-    }
-    if (way.leavesOut.count(path.filename()) == 0) ways.push_back(way);
-  }
+  std::ranges::copy_if(program.ways, std::back_inserter(ways),
+                       [&](const Way& way) { return way.leavesOut.count(path.filename()) == 0; });
   return ways.empty() ? throw ScriptError(path.string() + ": no way runs it") : ways;
 }
 

@@ -139,18 +139,14 @@ class Run {
   void assign(const std::string& name, const Variable& variable, bool wasReleased);
 };
 
-/// The argument of a function that its twin returns: the last handle that it puts somewhere.
-std::size_t handedOut(const Function& function);
-
 /// What `--memory` and `--nulls` have to know of the functions.
 struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
   std::set<std::string> leavePart;            ///< functions and words that may have done a part
   std::map<std::string, std::string> blamed;  ///< for which the message names another function
-  std::set<std::string> spoiling;  ///< statements that a failure makes impossible; not tried
-  /// What comes of a null argument unless it is refused by name, as regular expressions of all that
-  /// a call gives: by "function.argument", by kind of handle, and by "*" for the rest.
-  std::map<std::string, std::string> nullAnswers;
+  /// What else may come of a null argument than a refusal that names it: regular expressions of
+  /// "function.argument" and of all that such a call gives.
+  std::vector<std::pair<std::string, std::string>> nullAnswers;
   std::set<std::string> neverNull;  ///< functions that are not called with nulls
 };
 

@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -191,6 +190,16 @@ const Form& formFor(const Way& way, const Function& function, bool fits) {
   return way.usesTwins && has(function.flat) ? function.flat : function.plain;
 }
 
+/// The argument of a function that its twin returns: the last handle that it puts somewhere.
+std::size_t handedOut(const Function& function) {
+  std::size_t i = function.parameters.size();
+  while (i-- > 0) {
+    const Parameter& parameter = function.parameters[i];
+    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
+  }
+  return i;
+}
+
 /// Calls the twin, which returns the handle and writes the result behind its other arguments. One
 /// with more arguments than the function takes the handle by value as well, and keeps it when it
 /// fails.
@@ -211,15 +220,6 @@ Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool
 }
 
 }  // namespace
-
-std::size_t handedOut(const Function& function) {
-  std::size_t i = function.parameters.size();
-  while (i-- > 0) {
-    const Parameter& parameter = function.parameters[i];
-    if (parameter.shape == Shape::Handle && parameter.isOutput) break;
-  }
-  return i;
-}
 
 std::string Way::inSettings(std::string text) const {
   for (const auto& [name_, value] : settings) {

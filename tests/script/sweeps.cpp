@@ -97,36 +97,26 @@ void tryNulls(const Program& program, const Way& way, const Place& place, Findin
     if (std::regex_match(actual, std::regex(answer))) return;
     findings.complain(*place.first, other, "wrong with a null", actual);
   };
+  Statement other = statement;
   for (std::size_t i = 0; i < function.parameters.size(); ++i) {
     const Parameter& parameter = function.parameters[i];
     const bool isNumber = parameter.shape == Shape::Int || parameter.shape == Shape::Double;
-    const bool isHandle = parameter.shape == Shape::Handle && !parameter.isArray;
     if ((isNumber && !parameter.isArray) || statement.arguments[i].kind == Token::Null) continue;
-    Statement other = statement;
+    other = statement;
     other.arguments[i] = {Token::Null, "", {}};
     other.source += ", null " + function.names[i];
     std::string answer =
         "0.*\"" + function.name + ": argument " + function.names[i] + " must not be null\"";
-    for (const std::string& key :
-         {function.name + "." + function.names[i], std::string(isHandle ? parameter.kind : "*")}) {
-      const auto known = program.rules.nullAnswers.find(key);
-      if (known != program.rules.nullAnswers.end()) answer += "|" + known->second;
+    for (const auto& [arguments, also] : program.rules.nullAnswers) {
+      const bool isMeant =
+          std::regex_match(function.name + "." + function.names[i], std::regex(arguments));
+      if (isMeant) answer += "|" + also;
     }
     expect(other, answer);
   }
-  Statement other = statement;
+  other = statement;
   other.object = "null";
   expect(other, R"re(0([^"]|"")*)re");
-  const auto twin = program.host.functions.find(function.name + "Py");
-  if (twin == program.host.functions.end()) return;
-  other = statement;
-  other.name = twin->second.name;
-  if (other.arguments.size() == twin->second.parameters.size()) {
-    other.arguments.erase(other.arguments.begin() +
-                          static_cast<std::ptrdiff_t>(handedOut(function)));
-  }
-  other.arguments.push_back({Token::Null, "", {}});
-  expect(other, "null.*\"" + other.name + ": argument status must not be null\"");
 }
 
 }  // namespace
@@ -138,9 +128,7 @@ bool sweepMemory(const Program& program, const std::vector<Script>& scripts) {
       if (way.after || way.usesTwins) continue;
       for (std::size_t i = 0; i < script.statements.size(); ++i) {
         const Statement& statement = script.statements[i];
-        const bool isTried = program.host.functions.count(statement.name) != 0 ||
-                             program.rules.leavePart.count(statement.name) != 0;
-        if (!isTried || program.rules.spoiling.count(statement.source) != 0) continue;
+        if (program.host.functions.count(statement.name) == 0) continue;
         for (std::uint64_t number = 1;; ++number, ++findings.tried) {
           Run run(program.host, way);
           if (!failsOnce(run, script, i, number, program.rules, findings)) break;

@@ -80,12 +80,11 @@ int print(const char* text, void* user) {
 
 }  // namespace
 
-void ServedDatabase::serve(zdbHandle_t from, zdbHandle_t to, const std::string& failing,
-                           int works) {
+void serve(zdbHandle_t from, zdbHandle_t to, const std::string& failing, int works) {
   served = {from, to, failing, works, nullptr, 0};
 }
 
-void* ServedDatabase::callback(const std::string& name) {
+void* servingCallback(const std::string& name) {
   if (name == "find") return reinterpret_cast<void*>(&find);
   if (name == "start") return reinterpret_cast<void*>(&readStart);
   if (name == "read") return reinterpret_cast<void*>(&readRecord);

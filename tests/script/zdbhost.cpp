@@ -59,18 +59,6 @@ std::string violation(zdbHandle_t db, zdbDV_t violation) {
   return text;
 }
 
-/// Merges a thousand records with labels of their own, so that everything has to grow.
-std::string fill(zdbHandle_t db, zdbSymbol_t symbol) {
-  for (int i = 0; i < 1000; ++i) {
-    const std::string label = "label " + std::to_string(i);
-    const char* const key[] = {label.c_str()};
-    zdbRecord_t record = nullptr;
-    if (c__zdbmergerecord(db, symbol, key, &record) != 1) return "0 \"" + lastError(db) + "\"";
-    c__zdbfreesymboliterator(db, record);
-  }
-  return "filled";
-}
-
 std::string takeMarks(zdbHandle_t db) {
   std::string names;
   zdbSymbol_t symbol = nullptr;
@@ -105,13 +93,6 @@ std::string dump(zdbHandle_t db, zdbSymbol_t symbol) {
   return all;
 }
 
-Host::Word onSymbol(std::string (*work)(zdbHandle_t db, zdbSymbol_t symbol)) {
-  return [work](Run& run, const Statement& statement) {
-    const Variable& symbol = run.variable(statement.arguments.at(0));
-    return work(databaseOf(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
-  };
-}
-
 }  // namespace
 
 std::string lastError(zdbHandle_t db) {
@@ -121,16 +102,17 @@ std::string lastError(zdbHandle_t db) {
 }
 
 ZdbHost::ZdbHost(FunctionTable more) : Host(withExports(std::move(more))) {
-  words["fill"] = onSymbol(&fill);
-  words["dump"] = onSymbol(&dump);
+  words["dump"] = [](Run& run, const Statement& statement) {
+    const Variable& symbol = run.variable(statement.arguments.at(0));
+    return dump(databaseOf(symbol.object), static_cast<zdbSymbol_t>(symbol.handle));
+  };
   words["marks"] = [](Run& run, const Statement& statement) {
     return takeMarks(databaseOf(run.object(statement.object)));
   };
   words["serve"] = [](Run& run, const Statement& statement) {
     const std::vector<Token>& how = statement.arguments;
-    ServedDatabase::serve(
-        databaseOf(run.object(how.at(0).text)), databaseOf(run.object(statement.object)),
-        how.size() > 1 ? how[1].text : "", how.size() > 2 ? std::stoi(how[2].text) : 0);
+    serve(databaseOf(run.object(how.at(0).text)), databaseOf(run.object(statement.object)),
+          how.size() > 1 ? how[1].text : "", how.size() > 2 ? std::stoi(how[2].text) : 0);
     return std::string("served");
   };
 }
@@ -181,7 +163,7 @@ bool ZdbHost::releases(const std::string& function) const {
 
 void* ZdbHost::callback(const std::string& name) const {
   if (name == "never") return reinterpret_cast<void*>(+[] { std::abort(); });
-  return ServedDatabase::callback(name);
+  return servingCallback(name);
 }
 
 std::string ZdbHost::picture(void* object) {

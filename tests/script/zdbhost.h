@@ -39,11 +39,11 @@ class ZdbHost : public Host {
 /// passes as `user`. There, records have one position more, the first, which orders them: any order
 /// and equal keys can be delivered. Each step prints its letter (f, s, r, d, t), and so each call
 /// of a script shows which it has caused; the print callback prints what it is told.
-class ServedDatabase {
- public:
-  /// From now on `from` is delivered to `to`; the step with this letter works so many times only.
-  static void serve(zdbHandle_t from, zdbHandle_t to, const std::string& failing, int works);
-  static void* callback(const std::string& name);
-};
+///
+/// From now on `from` is delivered to `to`; the step with the letter `failing` works so many times
+/// only.
+void serve(zdbHandle_t from, zdbHandle_t to, const std::string& failing, int works);
+/// What &name stands for; null for what is unknown.
+void* servingCallback(const std::string& name);
 
 }  // namespace zdb::script

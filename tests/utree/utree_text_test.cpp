@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "dmap/dmaputree.h"
+#include "support/files.h"
 #include "utree/utree.h"
 
 namespace utree {
@@ -31,10 +31,7 @@ constexpr const char* kGraph =
     "3 -> 4 [label=\"\u2193\"]\n"
     "}\n";
 
-std::string contentsOf(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+using testsupport::readFile;
 
 TEST(UTreeText, Record_IsKeyAndValues) {
   UTree wide(3, 2);
@@ -51,19 +48,18 @@ TEST(UTreeText, Record_IsKeyAndValues) {
 
 // In a directory of its own, which is also the only place of programs.
 TEST(UTreeText, Tree_IsPrintedAndDrawnUnderTheNameGivenIfThereIsDot) {
-  std::string folder = testing::TempDir() + "utreeXXXXXX";
-  ASSERT_NE(mkdtemp(folder.data()), nullptr);
-  fs::current_path(folder);
-  setenv("PATH", folder.c_str(), 1);
+  const testsupport::TemporaryFolder folder;
+  fs::current_path(folder.path());
+  setenv("PATH", folder.path().c_str(), 1);
   zdb::dmap::DMapUTree records(2, 1);
   const UTree& tree = *records.getTree();
   EXPECT_TRUE(tree.toDotFile("graph"));
-  EXPECT_EQ(contentsOf("graph"), "digraph { rankdir=\"LR\"\n}\n");
+  EXPECT_EQ(readFile("graph"), "digraph { rankdir=\"LR\"\n}\n");
   const int keys[3][2] = {{1, 1}, {1, 3}, {2, 1}};
   const double values[3] = {1.5, -2, 3};
   for (int i = 0; i < 3; ++i) records.emplace(keys[i], values + i);
   EXPECT_TRUE(tree.toDotFile("graph"));
-  EXPECT_EQ(contentsOf("graph"), kGraph);
+  EXPECT_EQ(readFile("graph"), kGraph);
   EXPECT_FALSE(tree.toDotFile("missing/graph"));
   EXPECT_FALSE(tree.toDotFile("/dev/full"));
 
@@ -81,12 +77,11 @@ TEST(UTreeText, Tree_IsPrintedAndDrawnUnderTheNameGivenIfThereIsDot) {
   records.toPDF("x1");
   for (const char* name : {"a b.pdf", "it's; echo > trap", "$HOME"}) tree.toPDF(name);
   for (const char* name : {"x1_dmap.pdf", "a b.pdf", "it's; echo > trap", "$HOME"}) {
-    EXPECT_EQ(contentsOf(name), kGraph) << name;
+    EXPECT_EQ(readFile(name), kGraph) << name;
   }
   EXPECT_FALSE(fs::exists("trap"));
   EXPECT_FALSE(fs::exists("tmp.dot"));
   fs::current_path("/");
-  fs::remove_all(folder);
 }
 
 }  // namespace
