@@ -225,8 +225,8 @@ std::string translateApart(FileFormat format, const SourceText& model, const Sou
   const std::string program = readerProgram();
   Child child(start(
       program,
-      {kReaderProtocol, std::to_string(static_cast<int>(format)), std::to_string(limits.seconds),
-       std::to_string(limits.megabytes), model.name, data.name},
+      {kReaderProtocol, std::to_string(getpid()), std::to_string(static_cast<int>(format)),
+       std::to_string(limits.seconds), std::to_string(limits.megabytes), model.name, data.name},
       Start(pipe.writing(), modelFile.number(), dataFile.number())));
   pipe.closeWriting();
   std::string bytes;

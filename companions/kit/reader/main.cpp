@@ -1,10 +1,12 @@
 // The program that the kit starts to translate one model file, see modelfile/protocol.h.
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -39,6 +41,13 @@ std::string pathOf(int descriptor) {
   return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
+// Ends with the program that waits for the answer, which may be killed at any time, before this
+// call too. The system counts the thread that waits as the parent.
+void endWith(pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(0);
+}
+
 void* translate(void* task) {
   try {
     translateWithGlpk(*static_cast<const Translation*>(task));
@@ -64,17 +73,18 @@ int main(int count, char** arguments) {
                       std::strcmp(arguments[1], kReaderProtocol) == 0 &&
                       fcntl(kDataDescriptor, F_GETFD) != -1;
   if (!isOurs) refuse();
+  endWith(numberOf(arguments[2]));
   // Nothing but the descriptors that were given: the calling program may let its own be inherited.
   close_range(kDataDescriptor + 1, std::numeric_limits<unsigned>::max(), 0);
   const rlimit noCore = {0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
-  const int format = numberOf(arguments[2]);
+  const int format = numberOf(arguments[3]);
   if (format > static_cast<int>(FileFormat::MathProg)) refuse();
-  alarm(static_cast<unsigned>(numberOf(arguments[3]) + kGraceSeconds));
-  const std::string dataName = arguments[6];
+  alarm(static_cast<unsigned>(numberOf(arguments[4]) + kGraceSeconds));
+  const std::string dataName = arguments[7];
   Translation task{static_cast<FileFormat>(format),
-                   {pathOf(kModelDescriptor), arguments[5]},
+                   {pathOf(kModelDescriptor), arguments[6]},
                    {dataName.empty() ? std::string() : pathOf(kDataDescriptor), dataName},
-                   numberOf(arguments[4])};
+                   numberOf(arguments[5])};
   translateDeep(task);
 }
