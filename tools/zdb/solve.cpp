@@ -14,8 +14,7 @@ namespace zdbtool {
 namespace {
 
 struct SolveOptions {
-  std::string model;
-  std::string modelData;
+  ModelSource model;
   std::string dataFile;
   std::vector<std::string> sets;
   std::string solver;
@@ -102,7 +101,7 @@ void printResult(Model& model, Console& console) {
 }
 
 void runSolve(const SolveOptions& options, Console& console) {
-  Model model(options.model, options.modelData);
+  Model model(options.model);
   if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
   for (const std::string& set : options.sets) takeCsv(model, set, console);
   model.solve(options.solver);
@@ -123,8 +122,7 @@ void addSolve(CLI::App& app, Console& console) {
   auto options = std::make_shared<SolveOptions>();
   CLI::App* command =
       app.add_subcommand("solve", "Solves a model file, with changed data if given");
-  command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
-  command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
+  addModelOptions(*command, options->model);
   command->add_option("--data", options->dataFile, "Data file with values of updatable parameters");
   command->add_option("--set", options->sets, "SYMBOL=FILE.csv: values of an updatable parameter")
       ->allow_extra_args(false);

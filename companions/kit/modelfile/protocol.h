@@ -1,16 +1,20 @@
 // What the kit and its reader program agree on. The program is started with
-//   zkitreader64 PROTOCOL PARENT FORMAT SECONDS MEGABYTES MODEL_NAME DATA_NAME
-// where PARENT is the process of the kit, without which the program ends, and DATA_NAME is empty if
-// there is no data file; names are those that messages use. It finds its descriptors under fixed
-// numbers, answers with the packed model or a text, then a byte that tells which, and exits with 0.
-// The byte comes last, so that an answer that is cut has none.
+//   zkitreader64 PROTOCOL PARENT FORMAT SECONDS MEGABYTES FILES MODEL_NAME DATA_NAME
+// where PARENT is the process of the kit, without which the program ends, FILES is "files" if
+// statements of the model may use files, and DATA_NAME is empty if there is no data file; names are
+// those that messages use. It finds its descriptors under fixed numbers, answers with the packed
+// model or a text, then a byte that tells which, and exits with 0. The byte comes last, so that an
+// answer that is cut has none. With "confinement" as FORMAT it answers with what tryConfinement()
+// says instead, see reader/confinement.h.
 #pragma once
 
 namespace zdb::kit::modelfile {
 
 inline constexpr const char* kReaderProgram = "zkitreader64";
 inline constexpr const char* kReaderProtocol = "2";
-inline constexpr int kReaderArguments = 7;
+inline constexpr int kReaderArguments = 8;
+inline constexpr const char* kTryConfinement = "confinement";
+inline constexpr const char* kFilesAllowed = "files";
 
 /// Numbers of the descriptors in the program.
 inline constexpr int kReplyDescriptor = 3;

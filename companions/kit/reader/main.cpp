@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
@@ -14,6 +15,8 @@
 #include <string_view>
 
 #include "kit/modelfile/protocol.h"
+#include "kit/reader/confinement.h"
+#include "kit/reader/reply.h"
 #include "kit/reader/translator.h"
 
 namespace {
@@ -48,6 +51,12 @@ void endWith(pid_t parent) {
   if (getppid() != parent) _exit(0);
 }
 
+int halfOfMemory() {
+  const double bytes =
+      static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 2;
+  return static_cast<int>(std::clamp(bytes / (1 << 20), 64.0, 1e9));
+}
+
 void* translate(void* task) {
   try {
     translateWithGlpk(*static_cast<const Translation*>(task));
@@ -78,13 +87,17 @@ int main(int count, char** arguments) {
   close_range(kDataDescriptor + 1, std::numeric_limits<unsigned>::max(), 0);
   const rlimit noCore = {0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
+  alarm(static_cast<unsigned>(numberOf(arguments[4]) + kGraceSeconds));
+  if (std::strcmp(arguments[3], kTryConfinement) == 0) succeed(tryConfinement());
   const int format = numberOf(arguments[3]);
   if (format > static_cast<int>(FileFormat::MathProg)) refuse();
-  alarm(static_cast<unsigned>(numberOf(arguments[4]) + kGraceSeconds));
-  const std::string dataName = arguments[7];
+  const int megabytes = numberOf(arguments[5]);
+  const std::string dataName = arguments[8];
   Translation task{static_cast<FileFormat>(format),
-                   {pathOf(kModelDescriptor), arguments[6]},
+                   {pathOf(kModelDescriptor), arguments[7]},
                    {dataName.empty() ? std::string() : pathOf(kDataDescriptor), dataName},
-                   numberOf(arguments[5])};
+                   megabytes > 0 ? megabytes : halfOfMemory(),
+                   std::strcmp(arguments[6], kFilesAllowed) == 0};
+  if (!task.mayUseFiles && !confine()) failUnconfined(task);
   translateDeep(task);
 }

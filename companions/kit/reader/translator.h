@@ -17,8 +17,12 @@ struct Translation {
   FileFormat format;
   GlpkSource model;
   GlpkSource data;
-  int megabytes;  ///< that GLPK may take, 0: half of the machine's memory
+  int megabytes;     ///< that GLPK may take
+  bool mayUseFiles;  ///< or else the program is confined
 };
+
+/// Ends the program because nothing keeps the model from files.
+[[noreturn]] void failUnconfined(const Translation& task);
 
 /// Translates a model with GLPK's readers and sends it, packed, as the reply; or the text of GLPK's
 /// complaint, "NAME:LINE: what". Never returns: where GLPK meets an error of its own, there is no
