@@ -3,6 +3,7 @@
 #include <glpk.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <vector>
 
@@ -10,6 +11,7 @@
 #include "kit/modelfile/wire.h"
 #include "kit/reader/confinement.h"
 #include "kit/reader/reply.h"
+#include "kit/reader/writing.h"
 
 namespace zdb::kit::modelfile {
 
@@ -104,6 +106,10 @@ int readMathProg(const Translation& task, glp_prob* problem) {
   if (error == 0) error = glp_mpl_generate(translator, nullptr);
   if (error == 0) glp_mpl_build_prob(translator, problem);
   glp_mpl_free_wksp(translator);  // closes, and so writes, the file of a printf statement
+  if (error == 0 && writeError() != 0) {
+    fail(task.model.name +
+         ": a file that the model writes is not whole: " + std::strerror(writeError()));
+  }
   return error;
 }
 
