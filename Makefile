@@ -40,9 +40,10 @@ format: ## format all C and C++ files
 	@script/packages.sh lint
 	@script/sources.sh | xargs clang-format -i
 
-lint: ## check layout, common faults, include directions, the manual and that every test is built
+lint: ## check layout, common faults, include directions, the manual, run paths, that every test is built
 	@script/packages.sh build lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
+	@cmake --build build-lint --target zdb diet_demo >/dev/null
 	@script/lint.sh build-lint
 
 install: all ## install under PREFIX, /usr/local if it is not given

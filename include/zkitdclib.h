@@ -187,9 +187,34 @@ ZKIT_API int zkitModelFinish(zkitModel_t model, const char* systemDirectory, voi
  * ship[seattle,chicago] or ship(seattle,chicago) become entries of symbols, as doc/model-files.md
  * describes. On failure `message` (`size` bytes) names the file, the line if it is known, and what
  * is wrong. Freed by zkitFreeInstance().
+ *
+ * A model may come from anywhere: the program that translates it uses no other files, no network
+ * and no other programs. A MathProg statement that would (table, printf with ">") fails the call.
  */
 ZKIT_API int zkitReadModel(const char* file, const char* data, const char* systemDirectory,
                            void** instance, char* message, int size);
+
+/** Flags of zkitReadModelX(). */
+enum {
+  ZKIT_ALLOW_FILES = 1 /**< statements of the model may use files and load database drivers */
+};
+
+/** The same with flags. Only a model that you trust may have ZKIT_ALLOW_FILES. */
+ZKIT_API int zkitReadModelX(const char* file, const char* data, const char* systemDirectory,
+                            int flags, void** instance, char* message, int size);
+
+/** How far this system keeps a model, while it is read without ZKIT_ALLOW_FILES, from the rest. */
+enum {
+  ZKIT_UNCONFINED = 0,      /**< not at all: reading a model fails */
+  ZKIT_PARTLY_CONFINED = 1, /**< from files, but faults in GLPK's readers might be used for more */
+  ZKIT_CONFINED = 2         /**< from files, network, other processes and programs */
+};
+
+/**
+ * Finds out, by trying all of it in the program that translates models. `message` (`size` bytes,
+ * may be null) receives what was possible, or why nothing could be tried.
+ */
+ZKIT_API int zkitConfinement(char* message, int size);
 
 /* ---- Instances ------------------------------------------------------------------------------- */
 

@@ -2,6 +2,7 @@
 // process as before, with a model or a message.
 #include <fcntl.h>
 #include <glpk.h>
+#include <sys/prctl.h>
 #include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <clocale>
 #include <csignal>
+#include <fstream>
 #include <memory>
 #include <thread>
 
@@ -132,6 +134,31 @@ TEST(ModelFileProcess, SignalsWhileTheReaderWorks_ChangeNothing) {
   setitimer(ITIMER_REAL, &never, nullptr);
   sigaction(SIGALRM, &previous, nullptr);
   EXPECT_GT(signals, 10);
+}
+
+// A reader that is left alone ends by another signal, seconds later.
+TEST(ModelFileProcess, HostThatIsKilled_TakesTheReaderWithIt) {
+  const TemporaryFolder folder;
+  const std::string path = folder.write(
+      "a.mod", "param s := sum{i in 1..1e6, j in 1..1e6} 1; var y >= s; minimize z: y;");
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
+  const pid_t host = fork();
+  if (host == 0) {
+    EXPECT_THROW(readModelFile(path.c_str(), nullptr, {5, 64}), FileError);
+    _exit(1);
+  }
+  const std::string task = "/proc/" + std::to_string(host) + "/task/" + std::to_string(host);
+  std::string reader;
+  while (readFile("/proc/" + reader + "/cmdline").find("zkitreader64") == std::string::npos) {
+    std::ifstream(task + "/children") >> reader;
+    ASSERT_EQ(waitpid(host, nullptr, WNOHANG), 0);
+  }
+  kill(host, SIGKILL);
+  EXPECT_EQ(waitpid(host, nullptr, 0), host);
+  int status = 0;
+  EXPECT_EQ(waitpid(std::stoi(reader), &status, 0), std::stoi(reader));
+  EXPECT_TRUE(WIFEXITED(status) || WTERMSIG(status) == SIGKILL) << WTERMSIG(status);
+  prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
 // The program may have closed its standard streams, or have other descriptors where the reader's

@@ -106,11 +106,13 @@ zdb::script::FunctionTable makeTable() {
     table.emplace(name, zdb::script::Function::make(name, function, false));
   };
   add("zkitReadModel", &zkitReadModel);
+  add("zkitReadModelX", &zkitReadModelX);
   add("zkitNonZeros", &zkitNonZeros);
   add("zkitRows", &zkitRows);
   add("zkitIntegerColumns", &zkitIntegerColumns);
   add("zkitObjectiveColumn", &zkitObjectiveColumn);
   add("zkitDirection", &zkitDirection);
+  add("zkitColumnName", &zkitColumnName);
   return table;
 }
 

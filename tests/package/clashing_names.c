@@ -1,5 +1,5 @@
-/* Functions of a host under the names that our libraries export without a prefix, as many programs
- * have an xfree of their own. The libraries call theirs, never these. */
+/* Functions of a host under names that our libraries export, most without a prefix, as many
+ * programs have an xfree of their own. The libraries call theirs, never these. */
 #include <stdio.h>
 #include <stdlib.h>
 
@@ -16,3 +16,7 @@ NOT_OURS(xfree)
 NOT_OURS(XCreate)
 NOT_OURS(XCreateD)
 NOT_OURS(XFree)
+NOT_OURS(C__zxfSetLoadPath)
+NOT_OURS(CzmiM)
+NOT_OURS(CzmiN)
+NOT_OURS(zmiXFree)

@@ -1,5 +1,5 @@
-/* A small host of the model kit: makes a model and, given a model file, reads it from another
- * folder, or prints why not. */
+/* A small host of the model kit: makes a model and its instance and, given a model file, reads it
+ * from another folder, or prints why not. */
 #include <stdio.h>
 #include <unistd.h>
 #include <zkitdclib.h>
@@ -9,6 +9,9 @@ int main(int argc, char** argv) {
   void* instance = NULL;
   zkitModel_t model = NULL;
   if (chdir("/") != 0 || !zkitModelCreate(&model, "m")) return 2;
+  if (!zkitModelFinish(model, NULL, &instance) || zkitRows(instance) != 0) return 2;
+  if (zkitColumns(instance) != 0) return 2;
+  zkitFreeInstance(&instance);
   zkitModelFree(&model);
   if (argc < 2) return 0;
   if (!zkitReadModel(argv[1], NULL, NULL, &instance, message, sizeof message)) {

@@ -7,6 +7,9 @@
 
 #include "commands.h"
 #include "zdbcclib.h"
+#ifdef ZDB_HAS_KIT
+#include "zkitdclib.h"
+#endif
 
 namespace zdb::tool {
 
@@ -15,10 +18,24 @@ namespace {
 constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
+std::string version() {
+  std::string text = "zdb " ZDBCCLIB_VERSION;
+#ifdef ZDB_HAS_KIT
+  char message[ZKIT_TEXT_SIZE] = "";
+  const int strength = zkitConfinement(message, sizeof message);
+  text += "\nconfinement of model files: ";
+  text += strength == ZKIT_CONFINED          ? "full"
+          : strength == ZKIT_PARTLY_CONFINED ? "partial"
+                                             : "none";
+  if (*message != '\0') text += std::string(" (possible: ") + message + ")";
+#endif
+  return text;
+}
+
 int run(int argc, char** argv, Console& console) {
   CLI::App app{"Inspects data files of zdbcclib and solves models with changed data."};
   app.name("zdb");
-  app.set_version_flag("--version", "zdb " ZDBCCLIB_VERSION);
+  app.set_version_flag("--version", version);
   app.require_subcommand(1);
   addInfo(app, console);
   addDump(app, console);

@@ -22,10 +22,18 @@ std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
   return pointers;
 }
 
-Model::Model(const std::string& file, const std::string& data) : file_(file) {
+void addModelOptions(CLI::App& command, ModelSource& source) {
+  command.add_option("MODEL", source.file, "Model: MPS, CPLEX LP or GNU MathProg")->required();
+  command.add_option("--model-data", source.data, "Data file of a MathProg model");
+  command.add_flag("--allow-files", source.allowFiles,
+                   "Let a MathProg model that you trust read and write files");
+}
+
+Model::Model(const ModelSource& source) : file_(source.file) {
   char message[1024] = "";
-  const char* dataFile = data.empty() ? nullptr : data.c_str();
-  if (!zkitReadModel(file.c_str(), dataFile, nullptr, &instance_, message, sizeof message)) {
+  const char* data = source.data.empty() ? nullptr : source.data.c_str();
+  const int flags = source.allowFiles ? ZKIT_ALLOW_FILES : 0;
+  if (!zkitReadModelX(file_.c_str(), data, nullptr, flags, &instance_, message, sizeof message)) {
     throw ToolError(message);
   }
   try {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
@@ -8,12 +9,21 @@
 
 namespace zdb::tool {
 
+/// What a model is read from.
+struct ModelSource {
+  std::string file;
+  std::string data;         ///< data file of a MathProg model, or empty
+  bool allowFiles = false;  ///< whether statements of the model may use files
+};
+
+/// Adds the options of a command that reads a model.
+void addModelOptions(CLI::App& command, ModelSource& source);
+
 /// A model file that is loaded and tied to a database, which changes its parameters and has it
 /// solved. All functions throw ToolError with a message that says what is wrong.
 class Model {
  public:
-  /// `data` is the data file of a MathProg model, or empty.
-  Model(const std::string& file, const std::string& data);
+  explicit Model(const ModelSource& source);
   ~Model();
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;

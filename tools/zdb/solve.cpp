@@ -15,8 +15,7 @@ namespace zdb::tool {
 namespace {
 
 struct SolveOptions {
-  std::string model;
-  std::string modelData;
+  ModelSource model;
   std::string dataFile;
   std::vector<std::string> sets;
   std::string solver;
@@ -105,14 +104,14 @@ void printResult(Model& model, Console& console) {
 
 void checkOutputOf(const SolveOptions& options) {
   if (options.output.empty() || options.force) return;
-  std::vector<std::string> inputs = {options.model, options.modelData, options.dataFile};
+  std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
   for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
   checkOutput(options.output, inputs);
 }
 
 void runSolve(const SolveOptions& options, Console& console) {
   checkOutputOf(options);
-  Model model(options.model, options.modelData);
+  Model model(options.model);
   if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
   for (const std::string& set : options.sets) takeCsv(model, set, console);
   model.solve(options.solver);
@@ -133,8 +132,7 @@ void addSolve(CLI::App& app, Console& console) {
   auto options = std::make_shared<SolveOptions>();
   CLI::App* command =
       app.add_subcommand("solve", "Solves a model file, with changed data if given");
-  command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
-  command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
+  addModelOptions(*command, options->model);
   command->add_option("--data", options->dataFile, "Data file with values of updatable parameters");
   command->add_option("--set", options->sets, "SYMBOL=FILE.csv: values of an updatable parameter")
       ->allow_extra_args(false);

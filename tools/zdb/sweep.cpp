@@ -17,8 +17,7 @@ namespace zdb::tool {
 namespace {
 
 struct SweepOptions {
-  std::string model;
-  std::string modelData;
+  ModelSource model;
   std::string scenarios;
   std::vector<std::string> shown;
   std::string solver;
@@ -118,7 +117,7 @@ class Progress {
 };
 
 void runSweep(const SweepOptions& options, Console& console) {
-  Model model(options.model, options.modelData);
+  Model model(options.model);
   Scenarios scenarios(model, options.scenarios);
   std::vector<Entry> shown;
   for (const std::string& text : options.shown) shown.push_back(parseEntry(text));
@@ -152,13 +151,12 @@ void addSweep(CLI::App& app, Console& console) {
   auto options = std::make_shared<SweepOptions>();
   CLI::App* command = app.add_subcommand(
       "sweep", "Solves a model once for each scenario and writes a table of results as CSV");
-  command->add_option("MODEL", options->model, "Model: MPS, CPLEX LP or GNU MathProg")->required();
+  addModelOptions(*command, options->model);
   command
       ->add_option(
           "--scenarios", options->scenarios,
           "CSV file: scenario names, and a column for each changed entry, such as price[bread]")
       ->required();
-  command->add_option("--model-data", options->modelData, "Data file of a MathProg model");
   command->add_option("--show", options->shown, "Variable entry whose level becomes a column")
       ->allow_extra_args(false);
   command->add_option("--solver", options->solver,

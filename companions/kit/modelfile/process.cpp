@@ -12,6 +12,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <vector>
 
 #include "kit/environment.h"
 #include "kit/modelfile/errors.h"
@@ -207,26 +208,25 @@ bool readAll(int descriptor, int seconds, std::string& bytes) {
       (isKilled ? " (signal " + std::to_string(WTERMSIG(status)) + ")" : std::string()));
 }
 
-pid_t start(const std::string& program, std::array<std::string, kReaderArguments> arguments,
-            const Start& how) {
+pid_t start(const std::string& program, std::vector<std::string> arguments, const Start& how) {
   std::string name = program;
-  std::array<char*, kReaderArguments + 2> pointers = {name.data()};
-  for (int k = 0; k < kReaderArguments; ++k) pointers[k + 1] = arguments[k].data();
+  std::vector<char*> pointers = {name.data()};
+  for (std::string& argument : arguments) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
   return how.run(program, pointers.data());
 }
 
-}  // namespace
-
-std::string translateApart(FileFormat format, const SourceText& model, const SourceText& data,
-                           const FileLimits& limits) {
+// What the program answers. `format` is the first of the arguments that differ.
+std::string answerTo(const std::string& format, const SourceText& model, const SourceText& data,
+                     const FileLimits& limits) {
   const MemoryFile modelFile(model.content);
   const MemoryFile dataFile(data.content);
   Pipe pipe;
   const std::string program = readerProgram();
   Child child(start(
       program,
-      {kReaderProtocol, std::to_string(static_cast<int>(format)), std::to_string(limits.seconds),
-       std::to_string(limits.megabytes), model.name, data.name},
+      {kReaderProtocol, std::to_string(getpid()), format, std::to_string(limits.seconds),
+       std::to_string(limits.megabytes), limits.files ? kFilesAllowed : "", model.name, data.name},
       Start(pipe.writing(), modelFile.number(), dataFile.number())));
   pipe.closeWriting();
   std::string bytes;
@@ -242,6 +242,17 @@ std::string translateApart(FileFormat format, const SourceText& model, const Sou
   bytes.pop_back();
   if (type == kFailure) throw FileError(bytes);
   return bytes;
+}
+
+}  // namespace
+
+std::string translateApart(FileFormat format, const SourceText& model, const SourceText& data,
+                           const FileLimits& limits) {
+  return answerTo(std::to_string(static_cast<int>(format)), model, data, limits);
+}
+
+std::string tryConfinementApart() {
+  return answerTo(kTryConfinement, {}, {}, {});
 }
 
 }  // namespace zdb::kit::modelfile

@@ -21,4 +21,9 @@ struct SourceText {
 std::string translateApart(FileFormat format, const SourceText& model, const SourceText& data,
                            const FileLimits& limits);
 
+/// What the reader program could still do if it were translating a model that may use no files, as
+/// tryConfinement() describes it (reader/confinement.h). Throws a ReadError that says why it did
+/// not answer.
+std::string tryConfinementApart();
+
 }  // namespace zdb::kit::modelfile

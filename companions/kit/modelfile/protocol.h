@@ -1,15 +1,20 @@
 // The protocol between the kit and its reader program. The program is started with
-//   zkitreader64 PROTOCOL FORMAT SECONDS MEGABYTES MODEL_NAME DATA_NAME
-// where DATA_NAME is empty if there is no data file; the names are for messages. Its descriptors
-// have fixed numbers. It replies with the packed model or an error text, then a byte that tells
-// which, and exits with 0. The byte comes last, so that a truncated reply does not have one.
+//   zkitreader64 PROTOCOL PARENT FORMAT SECONDS MEGABYTES FILES MODEL_NAME DATA_NAME
+// where PARENT is the process of the kit, without which the program ends, FILES is "files" if
+// statements of the model may use files, and DATA_NAME is empty if there is no data file; the names
+// are for messages. Its descriptors have fixed numbers. It replies with the packed model or an
+// error text, then a byte that tells which, and exits with 0. The byte comes last, so that a
+// truncated reply does not have one. With "confinement" as FORMAT it replies with the result of
+// tryConfinement() instead, see reader/confinement.h.
 #pragma once
 
 namespace zdb::kit::modelfile {
 
 inline constexpr const char* kReaderProgram = "zkitreader64";
-inline constexpr const char* kReaderProtocol = "1";
-inline constexpr int kReaderArguments = 6;
+inline constexpr const char* kReaderProtocol = "2";
+inline constexpr int kReaderArguments = 8;
+inline constexpr const char* kTryConfinement = "confinement";
+inline constexpr const char* kFilesAllowed = "files";
 
 /// Numbers of the descriptors in the program.
 inline constexpr int kReplyDescriptor = 3;

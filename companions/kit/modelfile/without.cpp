@@ -2,10 +2,29 @@
 #include "shared/boundary.h"
 #include "zkitdclib.h"
 
-int zkitReadModel(const char* /*file*/, const char* /*data*/, const char* /*systemDirectory*/,
-                  void** instance, char* message, int size) {
-  if (instance != nullptr) *instance = nullptr;
+namespace {
+
+int refuse(char* message, int size) {
   zdb::boundary::copyText("this kit was built without GLPK, which reads model files", message,
                           size);
   return 0;
+}
+
+}  // namespace
+
+int zkitReadModel(const char* /*file*/, const char* /*data*/, const char* /*systemDirectory*/,
+                  void** instance, char* message, int size) {
+  if (instance != nullptr) *instance = nullptr;
+  return refuse(message, size);
+}
+
+int zkitReadModelX(const char* /*file*/, const char* /*data*/, const char* /*systemDirectory*/,
+                   int /*flags*/, void** instance, char* message, int size) {
+  if (instance != nullptr) *instance = nullptr;
+  return refuse(message, size);
+}
+
+int zkitConfinement(char* message, int size) {
+  refuse(message, size);
+  return ZKIT_UNCONFINED;
 }

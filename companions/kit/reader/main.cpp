@@ -1,10 +1,13 @@
 // The program that the kit starts to translate one model file, see modelfile/protocol.h.
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -12,6 +15,8 @@
 #include <string_view>
 
 #include "kit/modelfile/protocol.h"
+#include "kit/reader/confinement.h"
+#include "kit/reader/reply.h"
 #include "kit/reader/translator.h"
 
 namespace {
@@ -39,6 +44,19 @@ std::string pathOf(int descriptor) {
   return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
+// Ends with the program that waits for the answer, which may be killed at any time, before this
+// call too. The system counts the thread that waits as the parent.
+void endWith(pid_t parent) {
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != parent) _exit(0);
+}
+
+int halfOfMemory() {
+  const double bytes =
+      static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 2;
+  return static_cast<int>(std::clamp(bytes / (1 << 20), 64.0, 1e9));
+}
+
 void* translate(void* task) {
   try {
     translateWithGlpk(*static_cast<const Translation*>(task));
@@ -64,17 +82,22 @@ int main(int count, char** arguments) {
                       std::strcmp(arguments[1], kReaderProtocol) == 0 &&
                       fcntl(kDataDescriptor, F_GETFD) != -1;
   if (!isOurs) refuse();
+  endWith(numberOf(arguments[2]));
   // Keeps only the descriptors above: the calling program's own may have been inherited.
   close_range(kDataDescriptor + 1, std::numeric_limits<unsigned>::max(), 0);
   const rlimit noCore = {0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
-  const int format = numberOf(arguments[2]);
+  alarm(static_cast<unsigned>(numberOf(arguments[4]) + kGraceSeconds));
+  if (std::strcmp(arguments[3], kTryConfinement) == 0) succeed(tryConfinement());
+  const int format = numberOf(arguments[3]);
   if (format > static_cast<int>(FileFormat::MathProg)) refuse();
-  alarm(static_cast<unsigned>(numberOf(arguments[3]) + kGraceSeconds));
-  const std::string dataName = arguments[6];
+  const int megabytes = numberOf(arguments[5]);
+  const std::string dataName = arguments[8];
   Translation task{static_cast<FileFormat>(format),
-                   {pathOf(kModelDescriptor), arguments[5]},
+                   {pathOf(kModelDescriptor), arguments[7]},
                    {dataName.empty() ? std::string() : pathOf(kDataDescriptor), dataName},
-                   numberOf(arguments[4])};
+                   megabytes > 0 ? megabytes : halfOfMemory(),
+                   std::strcmp(arguments[6], kFilesAllowed) == 0};
+  if (!task.mayUseFiles && !confine()) failUnconfined(task);
   translateDeep(task);
 }

@@ -1,22 +1,24 @@
 #include "kit/reader/translator.h"
 
 #include <glpk.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <vector>
 
 #include "kit/modelfile/text.h"
 #include "kit/modelfile/wire.h"
+#include "kit/reader/confinement.h"
 #include "kit/reader/reply.h"
+#include "kit/reader/writing.h"
 
 namespace zdb::kit::modelfile {
 
 namespace {
 
 constexpr std::size_t kMaxKept = 1 << 16;
+constexpr const char* kAllowingFiles = "ZKIT_ALLOW_FILES (zdb: --allow-files)";
 
 // What GLPK prints on its terminal, which is where it explains its errors.
 class Terminal {
@@ -57,7 +59,20 @@ struct Progress {
   const Translation& task;
   Terminal terminal;
 
-  [[noreturn]] void fail() const { modelfile::fail(terminal.errorText(task.model, task.data)); }
+  [[noreturn]] void fail() const {
+    std::string text = terminal.errorText(task.model, task.data);
+    if (!task.mayUseFiles && isAboutFile(text)) {
+      text.append(": a model may use files only when it is read with ").append(kAllowingFiles);
+    }
+    modelfile::fail(text);
+  }
+
+ private:
+  // GLPK's complaints about the statements printf and table.
+  static bool isAboutFile(const std::string& text) {
+    return text.find(": unable to open '") != std::string::npos ||
+           text.find(": error on opening table ") != std::string::npos;
+  }
 };
 
 int onTerminal(void* info, const char* text) {
@@ -67,12 +82,6 @@ int onTerminal(void* info, const char* text) {
 
 void onError(void* info) {
   static_cast<Progress*>(info)->fail();
-}
-
-int halfOfMemory() {
-  const double bytes =
-      static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE)) / 2;
-  return static_cast<int>(std::clamp(bytes / (1 << 20), 64.0, 1e9));
 }
 
 std::string textOf(const char* text) {
@@ -93,8 +102,14 @@ int readMathProg(const Translation& task, glp_prob* problem) {
   if (error == 0 && hasData) {
     error = glp_mpl_read_data(translator, task.data.path.c_str());
   }
+  if (!task.mayUseFiles && !refuseFiles()) failUnconfined(task);
   if (error == 0) error = glp_mpl_generate(translator, nullptr);
   if (error == 0) glp_mpl_build_prob(translator, problem);
+  glp_mpl_free_wksp(translator);  // closes, and so writes, the file of a printf statement
+  if (error == 0 && writeError() != 0) {
+    fail(task.model.name +
+         ": a file that the model writes is not whole: " + std::strerror(writeError()));
+  }
   return error;
 }
 
@@ -152,11 +167,18 @@ FileModel takeModel(glp_prob* problem) {
 
 }  // namespace
 
+void failUnconfined(const Translation& task) {
+  fail(task.model.name +
+       ": this system has neither Landlock nor seccomp to keep a model away from files; if you "
+       "trust the model, read it with " +
+       kAllowingFiles);
+}
+
 void translateWithGlpk(const Translation& task) {
   Progress progress{task, {}};
   glp_term_hook(onTerminal, &progress);
   glp_error_hook(onError, &progress);
-  glp_mem_limit(task.megabytes > 0 ? task.megabytes : halfOfMemory());
+  glp_mem_limit(task.megabytes);
   glp_prob* problem = glp_create_prob();
   if (readProblem(task, problem) != 0) progress.fail();
   succeed(packModel(takeModel(problem)));

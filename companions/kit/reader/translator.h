@@ -17,12 +17,16 @@ struct Translation {
   FileFormat format;
   GlpkSource model;
   GlpkSource data;
-  int megabytes;  ///< for GLPK; 0: half of the machine's memory
+  int megabytes;     ///< for GLPK; 0: half of the machine's memory
+  bool mayUseFiles;  ///< or else the program is confined
 };
 
-/// Translates a model with GLPK's readers and sends it, packed, as the reply, or GLPK's error text,
-/// "NAME:LINE: what". Never returns: after an error GLPK cannot be left. Throws only
-/// std::bad_alloc, before a reply has been sent.
+/// Ends the program because nothing keeps the model from files.
+[[noreturn]] void failUnconfined(const Translation& task);
+
+/// Translates a model with GLPK's readers and sends it, packed, as the reply; or the text of GLPK's
+/// complaint, "NAME:LINE: what". Never returns: where GLPK meets an error of its own, there is no
+/// way on. Throws nothing but std::bad_alloc.
 [[noreturn]] void translateWithGlpk(const Translation& task);
 
 }  // namespace zdb::kit::modelfile
