@@ -52,11 +52,11 @@ class AnySizeMapIterator {
   const RecordTreeBase* tree_ = nullptr;  ///< null for dimension 0
 };
 
-/// Owns one record tree of the kind that fits (key length 1 to 20, one or five doubles), or none
+/// Owns one record tree of the kind that fits (1 <= key length <= 20, one or five doubles), or none
 /// for key length 0, which is a scalar and needs no map.
 class AnySizeMap {
  public:
-  /// Throws std::invalid_argument for a key length outside 0 to 20.
+  /// Throws std::invalid_argument unless 0 <= keyLength <= 20.
   AnySizeMap(int keyLength, int valueWidth);
 
   bool hasMap() const { return tree_ != nullptr; }

@@ -13,7 +13,8 @@ namespace zdb::dmap {
 /// keys drops those after it. If there is no memory for them, the whole array is searched.
 class KeySearch {
  public:
-  /// For keys of `dim` labels, 1 to 20, each with `doubles` values.
+  /// For keys of `dim` labels, each with `doubles` values.
+  /// REQUIRES 1 <= dim <= 20.
   KeySearch(int dim, int doubles);
 
   /// Number of keys that are less than `key`, compared exactly. `keys` are `count` adjacent keys in
