@@ -55,7 +55,6 @@ class ParameterTerms {
 
   /// Places of the matrix whose value parameters change, in order.
   std::vector<int> places() const;
-  bool isEmpty() const { return constants_.empty() && factors_.empty(); }
   /// Coefficients that are not 0, also of parameters, and products.
   int termCount() const { return termCount_; }
 
