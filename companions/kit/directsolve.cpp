@@ -41,6 +41,14 @@ std::optional<Outcome> checkBounds(const LinearModel& model) {
   return outcome;
 }
 
+// Nothing stands on the left-hand sides.
+bool areRowsFeasible(const LinearModel& model) {
+  for (std::size_t i = 0; i < model.rowLower.size(); ++i) {
+    if (!isBetween(0.0, model.rowLower[i], model.rowUpper[i])) return false;
+  }
+  return true;
+}
+
 // Each column by itself: at the bound where it costs least. Costs of 0 leave it next to 0.
 Outcome solveColumns(const LinearModel& model, Solution& solution) {
   bool isUnbounded = false;
@@ -61,15 +69,6 @@ Outcome solveColumns(const LinearModel& model, Solution& solution) {
   return Outcome::Optimal;
 }
 
-// Nothing stands on the left-hand sides.
-Outcome checkRows(const LinearModel& model, Solution& solution) {
-  for (std::size_t i = 0; i < model.rowLower.size(); ++i) {
-    if (!isBetween(0.0, model.rowLower[i], model.rowUpper[i])) return Outcome::Infeasible;
-  }
-  solution.hasLevels = true;
-  return Outcome::Optimal;
-}
-
 }  // namespace
 
 void checkNumbers(const LinearModel& model) {
@@ -82,9 +81,10 @@ void checkNumbers(const LinearModel& model) {
 
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution) {
   if (const std::optional<Outcome> excluded = checkBounds(model)) return excluded;
-  if (model.rowCount() == 0) return solveColumns(model, solution);
-  if (model.columnCount() == 0) return checkRows(model, solution);
-  return {};
+  const bool isEmpty = std::all_of(model.values.begin(), model.values.end(),
+                                   [](double value) { return value == 0.0; });
+  if (!isEmpty) return {};
+  return areRowsFeasible(model) ? solveColumns(model, solution) : Outcome::Infeasible;
 }
 
 }  // namespace zdb::kit

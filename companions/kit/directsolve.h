@@ -12,7 +12,7 @@ namespace zdb::kit {
 void checkNumbers(const LinearModel& model);
 
 /// The outcome, and the solution if it is optimal, for models that some solvers do not take: those
-/// with bounds that exclude each other, without rows, or without columns. Nothing for all others.
+/// with bounds that exclude each other, or without coefficients. Nothing for all others.
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution);
 
 }  // namespace zdb::kit

@@ -2,92 +2,32 @@
 #include <CbcEventHandler.hpp>
 #include <CbcModel.hpp>
 #include <CbcSolver.hpp>
-#include <ClpEventHandler.hpp>
-#include <CoinWarmStartBasis.hpp>
 #include <OsiClpSolverInterface.hpp>
 #include <algorithm>
 #include <chrono>
+#include <climits>
 #include <cmath>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "kit/solvers/clpmodel.h"
 #include "kit/solvers/solver.h"
 
 namespace zdb::kit {
 
 namespace {
 
-// What a search keeps to. Cbc copies its handlers, so this is outside of them.
-struct SearchLimits {
-  const StopSign& stop;
-  int iterations;  // that are left
-  bool isIterationLimitReached = false;
-};
-
-// Between nodes of the tree.
+// Between nodes of the tree; within relaxations the simplex looks.
 class NodeHandler : public CbcEventHandler {
  public:
-  explicit NodeHandler(SearchLimits& limits) : limits_(&limits) {}
+  explicit NodeHandler(ClpLimits& limits) : limits_(&limits) {}
   CbcEventHandler* clone() const override { return new NodeHandler(*this); }
-  CbcAction event(CbcEvent /*which*/) override {
-    if (getModel()->getIterationCount() >= limits_->iterations) {
-      limits_->isIterationLimitReached = true;
-    }
-    return limits_->isIterationLimitReached || limits_->stop.isRaised() ? stop : noAction;
-  }
+  CbcAction event(CbcEvent /*which*/) override { return limits_->endsNow() ? stop : noAction; }
 
  private:
-  SearchLimits* limits_;
+  ClpLimits* limits_;
 };
-
-// Within a relaxation.
-class SimplexHandler : public ClpEventHandler {
- public:
-  explicit SimplexHandler(const StopSign& stop) : stop_(&stop) {}
-  ClpEventHandler* clone() const override { return new SimplexHandler(*this); }
-  int event(Event event) override {
-    return event == endOfFactorization && stop_->isRaised() ? 5 : -1;
-  }
-
- private:
-  const StopSign* stop_;
-};
-
-int basisOf(CoinWarmStartBasis::Status status) {
-  switch (status) {
-    case CoinWarmStartBasis::basic:
-      return Basic;
-    case CoinWarmStartBasis::atUpperBound:
-      return AtUpper;
-    case CoinWarmStartBasis::atLowerBound:
-      return AtLower;
-    default:
-      return SuperBasic;
-  }
-}
-
-// The other way round for rows: there it is the slack's, which has the opposite sign.
-int rowBasisOf(CoinWarmStartBasis::Status status) {
-  const int basis = basisOf(status);
-  if (basis == AtLower) return AtUpper;
-  return basis == AtUpper ? AtLower : basis;
-}
-
-void fetch(const OsiSolverInterface& solver, Solution& solution) {
-  const int columns = solver.getNumCols();
-  const int rows = solver.getNumRows();
-  std::copy_n(solver.getColSolution(), columns, solution.level.begin());
-  std::copy_n(solver.getReducedCost(), columns, solution.marginal.begin());
-  std::copy_n(solver.getRowActivity(), rows, solution.rowLevel.begin());
-  std::copy_n(solver.getRowPrice(), rows, solution.rowMarginal.begin());
-  const std::unique_ptr<CoinWarmStart> start(solver.getWarmStart());
-  if (const auto* basis = dynamic_cast<const CoinWarmStartBasis*>(start.get())) {
-    for (int j = 0; j < columns; ++j) solution.basis[j] = basisOf(basis->getStructStatus(j));
-    for (int i = 0; i < rows; ++i) solution.rowBasis[i] = rowBasisOf(basis->getArtifStatus(i));
-  }
-  solution.hasLevels = true;
-}
 
 int ignoreStage(CbcModel* /*tree*/, int /*stage*/) {
   return 0;
@@ -137,64 +77,83 @@ class Cbc : public Solver {
   void change(const LinearModel& model, const Changes& /*changes*/) override { load(model); }
 
   Outcome solve(const Changes* /*changes*/, const StopSign& stop, Solution& solution) override {
-    SimplexHandler handler(stop);
-    solver_.getModelPtr()->passInEventHandler(&handler);
-    const int limit = stop.iterationLimit();
-    solver_.setIntParam(OsiMaxNumIteration, limit > 0 ? limit : kNoLimit);
-    solver_.initialSolve();
-    solution.iterations = solver_.getIterationCount();
-    const Outcome relaxation = relaxationOutcome(stop);
-    if (relaxation == Outcome::Optimal && !isInteger_.empty()) return branch(stop, solution);
-    const bool isStopped = relaxation != Outcome::Infeasible && relaxation != Outcome::Unbounded;
-    const bool isFeasible = isInteger_.empty() && solver_.getModelPtr()->primalFeasible();
-    if (relaxation == Outcome::Optimal || (isStopped && isFeasible)) fetch(solver_, solution);
-    return relaxation;
+    ClpSimplex& simplex = *solver_.getModelPtr();
+    ClpLimits limits(stop);
+    const ClpWatch watch(simplex, limits);
+    solveFromScratch(simplex);
+    Outcome outcome = concludedOutcome(simplex, limits);
+    if (outcome == Outcome::Optimal && !isInteger_.empty()) {
+      outcome = branch(stop, limits, solution);
+    } else if (outcome == Outcome::Optimal ||
+               (isInteger_.empty() && limits.isStopped() && simplex.primalFeasible())) {
+      fetch(simplex, solution);
+    }
+    solution.iterations = limits.iterations();
+    return outcome;
   }
 
  private:
-  Outcome relaxationOutcome(const StopSign& stop) const {
-    if (solver_.isProvenOptimal()) return Outcome::Optimal;
-    if (solver_.isProvenPrimalInfeasible()) return Outcome::Infeasible;
-    if (solver_.isProvenDualInfeasible()) return Outcome::Unbounded;
-    if (solver_.isIterationLimitReached()) return Outcome::IterationLimit;
-    return stop.isRaised() ? stop.reason() : Outcome::Stopped;
-  }
-
   // All that cbc does by itself: preprocessing, cuts, heuristics. The way in is that of its
   // command line.
-  Outcome branch(const StopSign& stop, Solution& solution) {
+  Outcome branch(const StopSign& stop, ClpLimits& limits, Solution& solution) {
     const std::unique_lock turn = waitForTurn(stop);
     if (!turn.owns_lock()) return stop.reason();
+    solver_.setWarmStart(nullptr);  // takes the basis of the relaxation
     CbcModel tree(solver_);
     CbcSolverUsefulData state;
     state.noPrinting_ = true;
     state.useSignalHandler_ = false;
     CbcMain0(tree, state);
     tree.setLogLevel(0);
-    const int limit = stop.iterationLimit();
-    SearchLimits limits = {stop, limit > 0 ? limit - solution.iterations : kNoLimit};
-    NodeHandler handler(limits);
+    const NodeHandler handler(limits);
     tree.passInEventHandler(&handler);
-    // In whole seconds, which are written alike everywhere; the handler is more exact.
-    const std::string seconds = std::to_string(std::lround(stop.secondsLeft(0.001) + 1.0));
+    // In whole seconds, which are written alike everywhere; the handlers are more exact.
+    const double seconds = stop.secondsLeft(0.001);
+    const std::string limit = std::to_string(std::lround(std::min(seconds, kLongest) + 1.0));
     std::vector<const char*> words = {"kit", "-logLevel",     "0", "-ratioGap",
                                       "0",   "-allowableGap", "0"};
-    if (stop.secondsLeft(0.001) > 0.0) {
-      words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", seconds.c_str()});
+    if (seconds > 0.0) {
+      words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
     }
     words.insert(words.end(), {"-solve", "-quit"});
     CbcMain1(static_cast<int>(words.size()), words.data(), tree, ignoreStage, state);
-    solution.iterations += tree.getIterationCount();
-    if (tree.bestSolution() != nullptr) fixIntegers(tree.bestSolution(), solution);
-    return treeOutcome(tree, limits);
+    if (hasNoNodes(tree, limits)) return searchPlainly(limits, solution);
+    return concludedSearch(tree, limits, solution);
   }
 
-  static Outcome treeOutcome(const CbcModel& tree, const SearchLimits& limits) {
-    if (tree.isProvenOptimal()) return Outcome::Optimal;
-    if (limits.stop.isRaised()) return limits.stop.reason();
-    if (limits.isIterationLimitReached) return Outcome::IterationLimit;
-    if (tree.isProvenInfeasible()) return Outcome::IntegerInfeasible;
-    return Outcome::Stopped;
+  static bool hasNoNodes(const CbcModel& tree, const ClpLimits& limits) {
+    return tree.isProvenInfeasible() && tree.getNodeCount() == 0 && !limits.isStopped();
+  }
+
+  // What cbc 2.10 calls infeasible before its search has begun is not always: its preprocessing
+  // may be wrong. A short search without that finds what it has missed in small models, and if so
+  // goes on to the end. No strong branching, in which small models may fail an assertion.
+  Outcome searchPlainly(ClpLimits& limits, Solution& solution) {
+    constexpr int fewNodes = 1000;
+    for (const int nodes : {fewNodes, INT_MAX}) {
+      CbcModel tree(solver_);
+      tree.setLogLevel(0);
+      tree.setNumberStrong(0);
+      tree.setMaximumNodes(nodes);
+      const NodeHandler handler(limits);
+      tree.passInEventHandler(&handler);
+      tree.branchAndBound();
+      if (tree.isProvenInfeasible() || tree.isProvenOptimal() || limits.isStopped()) {
+        return concludedSearch(tree, limits, solution);
+      }
+      if (tree.bestSolution() == nullptr) break;
+    }
+    return Outcome::IntegerInfeasible;
+  }
+
+  Outcome concludedSearch(const CbcModel& tree, ClpLimits& limits, Solution& solution) {
+    if (tree.bestSolution() != nullptr) fixIntegers(tree.bestSolution(), solution);
+    const double gap = tree.getObjValue() - tree.getBestPossibleObjValue();
+    const bool isBest = gap <= kGap * std::max(1.0, std::abs(tree.getObjValue()));
+    if (limits.isStopped()) return limits.reason();
+    if (tree.isProvenOptimal() && isBest) return Outcome::Optimal;
+    if (limits.endsNow()) return limits.reason();
+    return tree.isProvenInfeasible() ? Outcome::IntegerInfeasible : Outcome::Stopped;
   }
 
   // Marginals are those of the model with its integer columns fixed at their levels.
@@ -204,15 +163,17 @@ class Cbc : public Solver {
       const double level = std::round(best[j]);
       solver_.setColBounds(static_cast<int>(j), level, level);
     }
-    solver_.resolve();
-    if (solver_.isProvenOptimal()) return fetch(solver_, solution);
+    ClpSimplex& simplex = *solver_.getModelPtr();
+    simplex.dual();
+    if (simplex.status() == 0) return fetch(simplex, solution);
     // Rounding made it infeasible: the levels as they were found.
     std::copy_n(best, isInteger_.size(), solution.level.begin());
     solver_.getMatrixByCol()->times(best, solution.rowLevel.data());
     solution.hasLevels = true;
   }
 
-  static constexpr int kNoLimit = 2147483647;
+  static constexpr double kLongest = 1.0e9;  // seconds
+  static constexpr double kGap = 1.0e-6;     // relative
 
   SilentHandler silence_;  // of the solver and of the copies that cbc makes of it
   OsiClpSolverInterface solver_;

@@ -1,46 +1,13 @@
 // The solver clp: linear models, in place.
-#include <ClpEventHandler.hpp>
 #include <ClpFactorization.hpp>
 #include <ClpSimplex.hpp>
-#include <ClpSolve.hpp>
-#include <algorithm>
 
+#include "kit/solvers/clpmodel.h"
 #include "kit/solvers/solver.h"
 
 namespace zdb::kit {
 
 namespace {
-
-// Looks at the stop sign now and then.
-class StopHandler : public ClpEventHandler {
- public:
-  explicit StopHandler(const StopSign* stop = nullptr) : stop_(stop) {}
-  ClpEventHandler* clone() const override { return new StopHandler(*this); }
-  int event(Event event) override {
-    if (event != endOfIteration && event != endOfFactorization) return -1;
-    const bool isTimeToLook = event == endOfFactorization || (++calls_ & 63U) == 0;
-    return stop_ != nullptr && isTimeToLook && stop_->isRaised() ? kStopped : -1;
-  }
-
- private:
-  static constexpr int kStopped = 5;  // the status that clp then has
-  const StopSign* stop_;
-  unsigned calls_ = 0;
-};
-
-int basisOf(ClpSimplex::Status status) {
-  switch (status) {
-    case ClpSimplex::basic:
-      return Basic;
-    case ClpSimplex::atUpperBound:
-      return AtUpper;
-    case ClpSimplex::atLowerBound:
-    case ClpSimplex::isFixed:
-      return AtLower;
-    default:
-      return SuperBasic;
-  }
-}
 
 class Clp : public Solver {
  public:
@@ -74,72 +41,23 @@ class Clp : public Solver {
   }
 
   Outcome solve(const Changes* changes, const StopSign& stop, Solution& solution) override {
-    StopHandler handler(&stop);
-    simplex_.passInEventHandler(&handler);
-    simplex_.setMaximumIterations(stop.iterationLimit() > 0 ? stop.iterationLimit() : kNoLimit);
-    simplex_.setNumberIterations(0);
+    ClpLimits limits(stop);
+    const ClpWatch watch(simplex_, limits);
     if (changes == nullptr) {
-      solveFromScratch();
+      solveFromScratch(simplex_);
     } else if (changes->needsDualStart()) {
       simplex_.dual();
     } else {
       simplex_.primal();
     }
-    StopHandler none;
-    simplex_.passInEventHandler(&none);
-    solution.iterations = simplex_.numberIterations();
-    const Outcome outcome = outcomeNow(stop);
+    const Outcome outcome = concludedOutcome(simplex_, limits);
+    solution.iterations = limits.iterations();
     const bool isUsable = outcome != Outcome::Infeasible && outcome != Outcome::Unbounded;
-    if (isUsable && !isFailure(outcome) && simplex_.primalFeasible()) fetch(solution);
+    if (isUsable && simplex_.primalFeasible()) fetch(simplex_, solution);
     return outcome;
   }
 
  private:
-  static constexpr int kNoLimit = 2147483647;
-
-  // Where presolve leaves open what is wrong with the model, the model itself tells.
-  void solveFromScratch() {
-    ClpSolve how;
-    how.setPresolveType(ClpSolve::presolveOn);
-    simplex_.initialSolve(how);
-    if (simplex_.status() != 1 && simplex_.status() != 2) return;
-    simplex_.allSlackBasis(true);
-    simplex_.primal();
-  }
-
-  Outcome outcomeNow(const StopSign& stop) const {
-    switch (simplex_.status()) {
-      case 0:
-        return Outcome::Optimal;
-      case 1:
-        return Outcome::Infeasible;
-      case 2:
-        return Outcome::Unbounded;
-      case 3:
-        return Outcome::IterationLimit;
-      case 5:
-        return stop.reason();
-      default:
-        return Outcome::Stopped;
-    }
-  }
-
-  void fetch(Solution& solution) const {
-    const auto columns = static_cast<std::size_t>(simplex_.numberColumns());
-    const auto rows = static_cast<std::size_t>(simplex_.numberRows());
-    std::copy_n(simplex_.getColSolution(), columns, solution.level.begin());
-    std::copy_n(simplex_.getReducedCost(), columns, solution.marginal.begin());
-    std::copy_n(simplex_.getRowActivity(), rows, solution.rowLevel.begin());
-    std::copy_n(simplex_.getRowPrice(), rows, solution.rowMarginal.begin());
-    for (std::size_t j = 0; j < columns; ++j) {
-      solution.basis[j] = basisOf(simplex_.getColumnStatus(static_cast<int>(j)));
-    }
-    for (std::size_t i = 0; i < rows; ++i) {
-      solution.rowBasis[i] = basisOf(simplex_.getRowStatus(static_cast<int>(i)));
-    }
-    solution.hasLevels = true;
-  }
-
   ClpSimplex simplex_;
 };
 
