@@ -58,8 +58,8 @@ class Problem {
   void setRow(const LinearModel& model, int row);
   int simplex(int method, const StopSign& stop);
   Outcome relaxationOutcome(int code, const StopSign& stop) const;
-  Outcome branch(int iterationsAtEnd, const StopSign& stop, Solution& solution);
-  void fixIntegers(Solution& solution);
+  Outcome branch(int iterationsBefore, const StopSign& stop, Solution& solution);
+  void fixIntegers(const StopSign& stop, Solution& solution);
   bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
   void fetch(Solution& solution) const;
 
@@ -129,21 +129,27 @@ void Problem::change(const LinearModel& model, const Changes& changes) {
 void Problem::solve(const Changes* changes, const StopSign& stop, Solution& solution) {
   const int before = glp_get_it_cnt(problem_);
   if (changes == nullptr) {
-    glp_scale_prob(problem_, GLP_SF_AUTO);
-    glp_adv_basis(problem_, 0);
+    if (!stop.isRaised()) glp_scale_prob(problem_, GLP_SF_AUTO);
+    if (!stop.isRaised()) glp_adv_basis(problem_, 0);
   }
   const bool isDual = changes != nullptr && changes->needsDualStart();
   const int code = simplex(isDual ? GLP_DUALP : GLP_PRIMAL, stop);
   outcome = relaxationOutcome(code, stop);
   if (outcome == Outcome::Optimal && !integer_.empty()) {
-    const int limit = stop.iterationLimit();
-    outcome = branch(limit > 0 ? before + limit : INT_MAX, stop, solution);
+    outcome = branch(before, stop, solution);
   } else if (outcome == Outcome::Optimal ||
              (integer_.empty() && glp_get_prim_stat(problem_) == GLP_FEAS &&
               outcome != Outcome::Unbounded && !isFailure(outcome))) {
     fetch(solution);
   }
   solution.iterations = glp_get_it_cnt(problem_) - before;
+}
+
+// Whether a simplex that has ended by itself leaves open how: the dual one does that to models that
+// are unbounded, or infeasible in both ways.
+bool isUndecided(glp_prob* problem) {
+  const int status = glp_get_status(problem);
+  return status != GLP_OPT && status != GLP_NOFEAS && status != GLP_UNBND;
 }
 
 // A basis that cannot be factorized, after coefficients have changed, gives way to a new one.
@@ -163,6 +169,10 @@ int Problem::simplex(int method, const StopSign& stop) {
     how.tm_lim = static_cast<int>(timeLeft > 0.0 ? std::min(timeLeft, kSlice) : kSlice);
     const int code = glp_simplex(problem_, &how);
     if (code == GLP_EITLIM || code == GLP_ETMLIM) continue;
+    if (code == 0 && how.meth == GLP_DUALP && isUndecided(problem_)) {
+      how.meth = GLP_PRIMAL;
+      continue;
+    }
     const bool isBadBasis = code == GLP_EBADB || code == GLP_ESING || code == GLP_ECOND;
     if (!isBadBasis || isNewBasis) return code;
     isNewBasis = true;
@@ -190,29 +200,32 @@ Outcome Problem::relaxationOutcome(int code, const StopSign& stop) const {
 // What a search keeps to.
 struct SearchLimits {
   const StopSign& stop;
-  int iterations;  // as GLPK counts them, all that the problem ever took
+  int before;  // iterations, of which GLPK counts all that the problem ever took
+  bool isSpent(int iterations) const {
+    return stop.iterationLimit() > 0 && iterations - before >= stop.iterationLimit();
+  }
 };
 
 void lookAtLimits(glp_tree* tree, void* limits) {
   const auto* search = static_cast<const SearchLimits*>(limits);
-  const bool isSpent = glp_get_it_cnt(glp_ios_get_prob(tree)) >= search->iterations;
+  const bool isSpent = search->isSpent(glp_get_it_cnt(glp_ios_get_prob(tree)));
   if (isSpent || search->stop.isRaised()) glp_ios_terminate(tree);
 }
 
-Outcome Problem::branch(int iterationsAtEnd, const StopSign& stop, Solution& solution) {
+Outcome Problem::branch(int iterationsBefore, const StopSign& stop, Solution& solution) {
   glp_iocp how;
   glp_init_iocp(&how);
   how.msg_lev = GLP_MSG_OFF;
   how.gmi_cuts = GLP_ON;
   how.mir_cuts = GLP_ON;
-  SearchLimits limits = {stop, iterationsAtEnd};
+  SearchLimits limits = {stop, iterationsBefore};
   how.cb_func = lookAtLimits;
   how.cb_info = &limits;
   const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
   if (left > 0) how.tm_lim = left;
   const int code = glp_intopt(problem_, &how);
   const int status = glp_mip_status(problem_);
-  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(solution);
+  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(stop, solution);
   if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isRaised())) return stop.reason();
   if (code == GLP_ESTOP) return Outcome::IterationLimit;
   if (code == GLP_EFAIL) return Outcome::Stopped;
@@ -222,7 +235,7 @@ Outcome Problem::branch(int iterationsAtEnd, const StopSign& stop, Solution& sol
 }
 
 // Marginals are those of the model with its integer columns fixed at their levels.
-void Problem::fixIntegers(Solution& solution) {
+void Problem::fixIntegers(const StopSign& stop, Solution& solution) {
   const int columns = glp_get_num_cols(problem_);
   for (int j = 1; j <= columns; ++j) {
     if (!isInteger(j - 1)) continue;
@@ -233,10 +246,10 @@ void Problem::fixIntegers(Solution& solution) {
   glp_init_smcp(&how);
   how.msg_lev = GLP_MSG_OFF;
   how.meth = GLP_DUALP;
-  const int code = glp_simplex(problem_, &how);
-  if (code == 0 && glp_get_status(problem_) == GLP_OPT) {
+  const bool isSolved = !stop.isRaised() && glp_simplex(problem_, &how) == 0;
+  if (isSolved && glp_get_status(problem_) == GLP_OPT) {
     fetch(solution);
-  } else {  // rounding made it infeasible: the levels as they were found
+  } else {  // no time, or rounding made it infeasible: the levels as they were found
     for (int j = 1; j <= columns; ++j) solution.level[j - 1] = glp_mip_col_val(problem_, j);
     const int rows = glp_get_num_rows(problem_);
     for (int i = 1; i <= rows; ++i) solution.rowLevel[i - 1] = glp_mip_row_val(problem_, i);
@@ -263,6 +276,11 @@ void Problem::fetch(Solution& solution) const {
     solution.rowBasis[i - 1] = basisOf(glp_get_row_stat(problem_, i));
   }
   solution.hasLevels = true;
+}
+
+// GLPK turns its output on to tell of its errors.
+int printNothing(void* /*user*/, const char* /*text*/) {
+  return 1;
 }
 
 void jumpOut(void* place) {
@@ -298,6 +316,8 @@ class Glpk : public Solver {
   // After a jump the problem is gone with all memory that GLPK had.
   template <typename Task>
   static bool finishes(Task& task) {
+    constexpr int wasThere = 1;
+    if (glp_init_env() > wasThere) return false;  // where all others would end the process
     std::jmp_buf place;
     if (setjmp(place) != 0) {
       glp_error_hook(nullptr, nullptr);
@@ -305,6 +325,7 @@ class Glpk : public Solver {
       return false;
     }
     glp_term_out(GLP_OFF);
+    glp_term_hook(printNothing, nullptr);
     glp_error_hook(jumpOut, &place);
     task();
     glp_error_hook(nullptr, nullptr);
