@@ -55,6 +55,9 @@ class __attribute__((visibility("default"))) Dictionary {
   int addSymbol(Symbol symbol);
   /// Adds the next row or column of a symbol.
   void addEntry(int symbol, const int* key);
+  void setUserInfo(int symbol, int userInfo) {
+    symbols_[static_cast<std::size_t>(symbol) - 1].userInfo = userInfo;
+  }
   /// Puts the entries of all symbols into key order. Time n log n, n if they came in that order.
   void sort();
 
