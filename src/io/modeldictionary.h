@@ -4,7 +4,6 @@
 #include <new>
 #include <string_view>
 
-#include "contract/walks.h"
 #include "core/abstractzdbsymbol.h"
 #include "core/zdb.h"
 #include "io/modellink.h"
