@@ -1,6 +1,6 @@
 // The model dictionary library: the handle zlxRec, its loader and its functions as pointers.
-// operations.h describes the loader operations, zlxfunctions.def lists the functions, walks.h has what
-// walks give.
+// operations.h describes the loader operations, zlxfunctions.def lists the functions, and walks.h
+// what walks give.
 #pragma once
 
 #include "contract/walks.h"
