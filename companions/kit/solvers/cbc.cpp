@@ -84,8 +84,7 @@ class Cbc : public Solver {
     Outcome outcome = concludedOutcome(simplex, limits);
     if (outcome == Outcome::Optimal && !isInteger_.empty()) {
       outcome = branch(stop, limits, solution);
-    } else if (outcome == Outcome::Optimal ||
-               (isInteger_.empty() && limits.isStopped() && simplex.primalFeasible())) {
+    } else if (isInteger_.empty() && isUsable(simplex, outcome)) {
       fetch(simplex, solution);
     }
     solution.iterations = limits.iterations();
@@ -147,10 +146,20 @@ class Cbc : public Solver {
   }
 
   Outcome concludedSearch(const CbcModel& tree, ClpLimits& limits, Solution& solution) {
-    if (tree.bestSolution() != nullptr) fixIntegers(tree.bestSolution(), solution);
+    const Outcome outcome = outcomeOf(tree, limits);
+    if (tree.bestSolution() == nullptr) return outcome;
+    if (outcome == Outcome::Optimal) {  // what is left is no search and has no limits
+      const ClpEventHandler none;
+      solver_.getModelPtr()->passInEventHandler(&none);
+    }
+    fixIntegers(tree.bestSolution(), solution);
+    return outcome;
+  }
+
+  static Outcome outcomeOf(const CbcModel& tree, ClpLimits& limits) {
+    if (limits.isStopped()) return limits.reason();
     const double gap = tree.getObjValue() - tree.getBestPossibleObjValue();
     const bool isBest = gap <= kGap * std::max(1.0, std::abs(tree.getObjValue()));
-    if (limits.isStopped()) return limits.reason();
     if (tree.isProvenOptimal() && isBest) return Outcome::Optimal;
     if (limits.endsNow()) return limits.reason();
     return tree.isProvenInfeasible() ? Outcome::IntegerInfeasible : Outcome::Stopped;

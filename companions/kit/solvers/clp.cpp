@@ -43,6 +43,7 @@ class Clp : public Solver {
   Outcome solve(const Changes* changes, const StopSign& stop, Solution& solution) override {
     ClpLimits limits(stop);
     const ClpWatch watch(simplex_, limits);
+    simplex_.setNumberIterations(0);
     if (changes == nullptr) {
       solveFromScratch(simplex_);
     } else if (changes->needsDualStart()) {
@@ -52,8 +53,7 @@ class Clp : public Solver {
     }
     const Outcome outcome = concludedOutcome(simplex_, limits);
     solution.iterations = limits.iterations();
-    const bool isUsable = outcome != Outcome::Infeasible && outcome != Outcome::Unbounded;
-    if (isUsable && simplex_.primalFeasible()) fetch(simplex_, solution);
+    if (isUsable(simplex_, outcome)) fetch(simplex_, solution);
     return outcome;
   }
 

@@ -75,6 +75,11 @@ Outcome concludedOutcome(ClpSimplex& simplex, const ClpLimits& limits) {
   return simplex.status() == 2 ? Outcome::Unbounded : Outcome::Stopped;
 }
 
+bool isUsable(const ClpSimplex& simplex, Outcome outcome) {
+  return outcome != Outcome::Infeasible && outcome != Outcome::Unbounded &&
+         simplex.primalFeasible();
+}
+
 void fetch(const ClpSimplex& simplex, Solution& solution) {
   const auto columns = static_cast<std::size_t>(simplex.numberColumns());
   const auto rows = static_cast<std::size_t>(simplex.numberRows());

@@ -49,6 +49,9 @@ void solveFromScratch(ClpSimplex& simplex);
 /// How a solve ended, after another look where clp may be wrong.
 Outcome concludedOutcome(ClpSimplex& simplex, const ClpLimits& limits);
 
+/// Whether its levels are worth fetching: those of a solve that ended too early may be.
+bool isUsable(const ClpSimplex& simplex, Outcome outcome);
+
 void fetch(const ClpSimplex& simplex, Solution& solution);
 
 }  // namespace zdb::kit
