@@ -109,8 +109,10 @@ class Cbc : public Solver {
     // In whole seconds, which are written alike everywhere; the handlers are more exact.
     const double seconds = stop.secondsLeft(0.001);
     const std::string limit = std::to_string(std::lround(std::min(seconds, kLongest) + 1.0));
-    std::vector<const char*> words = {"kit", "-logLevel",     "0", "-ratioGap",
-                                      "0",   "-allowableGap", "0"};
+    // Option 1 of the 1057 that are usual makes relaxations smaller, and fails an assertion, which
+    // ends the process, in a few models of two rows.
+    std::vector<const char*> words = {"kit",           "-logLevel", "0",           "-ratioGap", "0",
+                                      "-allowableGap", "0",         "-mipOptions", "1056"};
     if (seconds > 0.0) {
       words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
     }
