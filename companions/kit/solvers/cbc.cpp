@@ -5,7 +5,6 @@
 #include <OsiClpSolverInterface.hpp>
 #include <algorithm>
 #include <chrono>
-#include <climits>
 #include <cmath>
 #include <mutex>
 #include <string>
@@ -116,35 +115,13 @@ class Cbc : public Solver {
     if (seconds > 0.0) {
       words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
     }
+    // Preprocessing, cbc 2.10 calls a few models infeasible that are not, and levels optimal that
+    // are not, if some columns are not integer.
+    const bool isMixed = std::find(isInteger_.begin(), isInteger_.end(), 0) != isInteger_.end();
+    if (isMixed) words.insert(words.end(), {"-preprocess", "off"});
     words.insert(words.end(), {"-solve", "-quit"});
     CbcMain1(static_cast<int>(words.size()), words.data(), tree, ignoreStage, state);
-    if (hasNoNodes(tree, limits)) return searchPlainly(limits, solution);
     return concludedSearch(tree, limits, solution);
-  }
-
-  static bool hasNoNodes(const CbcModel& tree, const ClpLimits& limits) {
-    return tree.isProvenInfeasible() && tree.getNodeCount() == 0 && !limits.isStopped();
-  }
-
-  // What cbc 2.10 calls infeasible before its search has begun is not always: its preprocessing
-  // may be wrong. A short search without that finds what it has missed in small models, and if so
-  // goes on to the end. No strong branching, in which small models may fail an assertion.
-  Outcome searchPlainly(ClpLimits& limits, Solution& solution) {
-    constexpr int fewNodes = 1000;
-    for (const int nodes : {fewNodes, INT_MAX}) {
-      CbcModel tree(solver_);
-      tree.setLogLevel(0);
-      tree.setNumberStrong(0);
-      tree.setMaximumNodes(nodes);
-      const NodeHandler handler(limits);
-      tree.passInEventHandler(&handler);
-      tree.branchAndBound();
-      if (tree.isProvenInfeasible() || tree.isProvenOptimal() || limits.isStopped()) {
-        return concludedSearch(tree, limits, solution);
-      }
-      if (tree.bestSolution() == nullptr) break;
-    }
-    return Outcome::IntegerInfeasible;
   }
 
   Outcome concludedSearch(const CbcModel& tree, ClpLimits& limits, Solution& solution) {

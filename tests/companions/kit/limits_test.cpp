@@ -59,6 +59,17 @@ void expectStopped(const Instance& instance, int solveStatus) {
   EXPECT_EQ(columnOf(instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
 }
 
+// Levels of rows are those of the algebra, and satisfy a model of >= rows.
+void expectFeasible(const Model& model, const Instance& instance) {
+  std::vector<double> levels(CzmiN(instance));
+  CzmiGetVarL(instance, levels.data());
+  for (int i = 0; i < CzmiM(instance); ++i) {
+    const double level = CzmiGetEquLOne(instance, i);
+    EXPECT_NEAR(activity(model.terms(i), levels), level, 1e-6) << i;
+    EXPECT_GE(level, CzmiGetRhsOne(instance, i) - 1e-6) << i;
+  }
+}
+
 TEST(KitLimits, Linear_StopAndGoOnFromThere) {
   const Silence silence;
   const Model model(cover(60));
@@ -149,6 +160,7 @@ TEST(KitLimits, Searches_Stop) {
         EXPECT_EQ(instance.solve(solver, limit), "");
         expectStopped(instance, ZKIT_TIME_LIMIT);
       }
+      if (zkitModelStatus(instance) == ZKIT_FEASIBLE) expectFeasible(model, instance);
     }
   }
 }
