@@ -132,6 +132,11 @@ ZKIT_API const char* zkitLastError(zkitModel_t model);
  * Adds a symbol without entries: ZKIT_VARIABLE, whose entries are columns, or ZKIT_EQUATION, whose
  * entries are rows, with `dim` labels each. `text` (at most 255 bytes) may be null. *symbol
  * receives its number, from 1.
+ *
+ * `userInfo` is the subtype that a database gives the symbol, on which the default values of its
+ * records depend. With 0, an instance has the subtype on which all entries agree: the type of rows,
+ * or for columns 1 (integer with bounds 0 and 1), 2 (integer), 3 (at least 0), 4 (at most 0) or
+ * 5 (both signs); 0 if they do not agree, and for updatable parameters.
  */
 ZKIT_API int zkitAddSymbol(zkitModel_t model, const char* name, int type, int dim, const char* text,
                            int userInfo, int* symbol);
@@ -281,8 +286,9 @@ ZKIT_API int zkitSetLog(void* instance, zkitLogCallback_t log, void* user);
 ZKIT_API void zkitTerminate(void* instance);
 
 /**
- * Sets limits for later solves: seconds and iterations, 0 or less for none. They are checked
- * between iterations and nodes; the presolve of clp and cbc always runs to its end.
+ * Sets limits for later solves: seconds and iterations, 0 or less for none. Iterations are those
+ * of all simplex runs of a solve. Solvers look at limits between iterations, glpk in a search for
+ * integer levels between nodes and rounds of cuts; presolve and scaling always run to their end.
  */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
 

@@ -1,5 +1,6 @@
 // The functions of the dictionary library. Dictionaries are made and owned by the library of
 // instances, which this one needs.
+#include "contract/walks.h"
 #include "kit/api.h"
 #include "kit/dictionary.h"
 #include "shared/boundary.h"
@@ -110,9 +111,13 @@ int CzlxSymIndex(zlxHandle dict, const char* name) {
 }
 
 void* CzlxFindFirstRowCol(zlxHandle dict, int symbol, const int* key, int* rowcol) {
-  if (rowcol != nullptr) *rowcol = -1;
+  int first = zdb::contract::kEndOfWalk;
   EntryWalk* walk = guardedOn<Dictionary>(
-      dict, &emptyWalk, [=](const Dictionary& own) { return new EntryWalk(own, symbol, key); });
+      dict, &emptyWalk, [=](const Dictionary& own) { return new EntryWalk(own, symbol, key); },
+      [&first](const Dictionary&, const std::exception&) {
+        first = zdb::contract::kNoMemoryForWalk;
+      });
+  if (rowcol != nullptr) *rowcol = first;
   if (walk != &emptyWalk) step(*walk, rowcol);
   return walk;
 }

@@ -55,6 +55,9 @@ class __attribute__((visibility("default"))) Dictionary {
   int addSymbol(Symbol symbol);
   /// Adds the next row or column of a symbol.
   void addEntry(int symbol, const int* key);
+  void setUserInfo(int symbol, int userInfo) {
+    symbols_[static_cast<std::size_t>(symbol) - 1].userInfo = userInfo;
+  }
   /// Sorts the entries of all symbols by key. O(n log n), or O(n) if they were added in that order.
   void sort();
 

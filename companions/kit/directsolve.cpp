@@ -16,7 +16,7 @@ bool areFinite(const std::vector<double>& values) {
   return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
-// Lower bounds may be -infinity, upper bounds infinity, and none may be NaN.
+// An infinite bound is one on its own side only; NaN is none.
 bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper) {
   for (std::size_t k = 0; k < lower.size(); ++k) {
     if (!(lower[k] < INFINITY) || !(upper[k] > -INFINITY)) return false;
@@ -29,8 +29,7 @@ bool isBetween(double value, double lower, double upper) {
   return value >= lower - slack && value <= upper + slack;
 }
 
-// Checks for bounds that exclude each other. Those of integer columns have been rounded inwards, so
-// only as integers.
+// Bounds that exclude each other; those of integer columns may do so only as integers.
 std::optional<Outcome> checkBounds(const LinearModel& model) {
   std::optional<Outcome> outcome;
   for (std::size_t k = 0; k < model.lower.size(); ++k) {
@@ -42,8 +41,15 @@ std::optional<Outcome> checkBounds(const LinearModel& model) {
   return outcome;
 }
 
-// Solves for each column separately: it is at its cheaper bound or, if its cost is 0, as near to 0
-// as possible.
+// Nothing stands on the left-hand sides.
+bool areRowsFeasible(const LinearModel& model) {
+  for (std::size_t i = 0; i < model.rowLower.size(); ++i) {
+    if (!isBetween(0.0, model.rowLower[i], model.rowUpper[i])) return false;
+  }
+  return true;
+}
+
+// Each column by itself: at the bound where it costs least. Costs of 0 leave it next to 0.
 Outcome solveColumns(const LinearModel& model, Solution& solution) {
   bool isUnbounded = false;
   for (std::size_t j = 0; j < model.lower.size(); ++j) {
@@ -63,15 +69,6 @@ Outcome solveColumns(const LinearModel& model, Solution& solution) {
   return Outcome::Optimal;
 }
 
-// Without columns all left-hand sides are 0.
-Outcome checkRows(const LinearModel& model, Solution& solution) {
-  for (std::size_t i = 0; i < model.rowLower.size(); ++i) {
-    if (!isBetween(0.0, model.rowLower[i], model.rowUpper[i])) return Outcome::Infeasible;
-  }
-  solution.hasLevels = true;
-  return Outcome::Optimal;
-}
-
 }  // namespace
 
 void checkNumbers(const LinearModel& model) {
@@ -84,9 +81,10 @@ void checkNumbers(const LinearModel& model) {
 
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution) {
   if (const std::optional<Outcome> excluded = checkBounds(model)) return excluded;
-  if (model.rowCount() == 0) return solveColumns(model, solution);
-  if (model.columnCount() == 0) return checkRows(model, solution);
-  return {};
+  const bool isEmpty = std::all_of(model.values.begin(), model.values.end(),
+                                   [](double value) { return value == 0.0; });
+  if (!isEmpty) return {};
+  return areRowsFeasible(model) ? solveColumns(model, solution) : Outcome::Infeasible;
 }
 
 }  // namespace zdb::kit

@@ -12,7 +12,7 @@ namespace zdb::kit {
 void checkNumbers(const LinearModel& model);
 
 /// The outcome, and the solution if it is optimal, for models that some solvers do not accept:
-/// those with bounds that exclude each other, without rows, or without columns. Otherwise nothing.
+/// those with bounds that exclude each other, or without coefficients. Otherwise nothing.
 std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution);
 
 }  // namespace zdb::kit

@@ -4,6 +4,8 @@
 #include <atomic>
 #include <exception>
 
+#include "kit/subtypes.h"
+
 namespace zdb::kit {
 
 namespace {
@@ -23,6 +25,10 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
       objective(model.objective),
       direction(model.direction) {
   dictionary.sort();
+  for (int i = 1; i <= dictionary.symbolCount(); ++i) {
+    if (dictionary.symbol(i).userInfo != 0) continue;
+    dictionary.setUserInfo(i, subtypeOf(model, dictionary.symbol(i)));
+  }
   columns.reserve(model.columns.size());
   for (const ColumnData& column : model.columns) {
     columns.push_back({column.level, 0.0, column.lower, column.upper, column.lower, column.upper});

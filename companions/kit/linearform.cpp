@@ -45,7 +45,9 @@ LinearForm::LinearForm(const Instance& instance)
   model_.values.reserve(instance.matrix.rows.size());
   for (int j = 0; j < instance.columnCount(); ++j) {
     const bool isElsewhere = j == instance.objective && objectiveRow_ >= 0;
-    if (instance.isParameter[j] == 0 && !isElsewhere) {
+    if (instance.isParameter[j] != 0) {
+      parameters_.push_back(j);
+    } else if (!isElsewhere) {
       takeColumn(instance, j, rowNumbers, isChanging);
     }
   }
@@ -172,12 +174,11 @@ void LinearForm::storeObjective(const Solution& solution, Instance& instance) co
 // A parameter is a fixed column. Its marginal is the change of the objective per unit of its level,
 // which follows from the marginals of the rows and their derivatives by the parameter.
 void LinearForm::storeParameters(Instance& instance) const {
-  if (instance.terms.isEmpty()) return;
+  if (parameters_.empty()) return;
   std::vector<double> sums(instance.columns.size(), 0.0);
   instance.terms.addDerivatives([&](int column) { return instance.columns[column].level; },
                                 [&](int row) { return instance.rows[row].marginal; }, sums);
-  for (int j = 0; j < instance.columnCount(); ++j) {
-    if (instance.isParameter[j] == 0) continue;
+  for (const int j : parameters_) {
     ColumnState& column = instance.columns[j];
     column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums[j];
     column.status = EntryOk;

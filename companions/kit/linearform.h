@@ -48,7 +48,8 @@ class LinearForm {
   int objectiveRow_ = -1;       ///< in the instance; -1: the objective is an ordinary column
   double objectiveFactor_ = 1;  ///< of the objective in its row
   double objectiveRhs_ = 0;     ///< of that row, constants subtracted
-  std::vector<int> columns_;    ///< numbers in the instance
+  std::vector<int> columns_;    ///< numbers in the instance, here and below
+  std::vector<int> parameters_;
   std::vector<int> rows_;
   std::vector<Source> costs_;
   std::vector<Source> changing_;

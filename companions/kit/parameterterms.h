@@ -55,7 +55,6 @@ class ParameterTerms {
 
   /// The places of the matrix whose values parameters change, ascending.
   std::vector<int> places() const;
-  bool isEmpty() const { return constants_.empty() && factors_.empty(); }
   /// The number of nonzero coefficients, those of parameters included, and products.
   int termCount() const { return termCount_; }
 

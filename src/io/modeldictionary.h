@@ -1,6 +1,7 @@
 // Reading the dictionary of a model instance.
 #pragma once
 
+#include <new>
 #include <string_view>
 
 #include "core/abstractzdbsymbol.h"
@@ -37,13 +38,17 @@ struct DictionarySymbol {
 };
 
 /// Walks the columns of a variable or the rows of an equation, in the dictionary's key order.
-/// Closes the dictionary's search when it is destroyed.
+/// Closes the dictionary's search when it is destroyed. Throws std::bad_alloc if the dictionary has
+/// no memory for a search.
 class RowColWalk {
  public:
   RowColWalk(loaders::zlxRec* dictionary, const DictionarySymbol& symbol)
       : dictionary_(dictionary) {
     static constexpr int everyRecord[kMaxDim] = {};
     find_ = loaders::zlxFindFirstRowCol(dictionary_, symbol.index, everyRecord, &current_);
+    if (current_ != contract::kNoMemoryForWalk) return;
+    loaders::zlxFindClose(dictionary_, find_);
+    throw std::bad_alloc();
   }
   RowColWalk(const RowColWalk&) = delete;
   RowColWalk& operator=(const RowColWalk&) = delete;

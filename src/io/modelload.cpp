@@ -22,17 +22,18 @@ struct ColumnReader {
   zmiRec* instance;
   zlxRec* dictionary;
 
-  void read(int column, int* key, double* row) const {
+  bool read(int column, int* key, double* row) const {
     row[0] = row[1] = 0;  // for an instance that has no solution to give
     int symbol;
     int dim;
     int status;
     int basisStatus;
-    zlxColUels(dictionary, column, &symbol, key, &dim);
+    if (zlxColUels(dictionary, column, &symbol, key, &dim) == 0) return false;
     zmiGetSolutionVarRec(instance, column, &row[0], &row[1], &status, &basisStatus);
     row[2] = zmiGetVarLowerOne(instance, column);
     row[3] = zmiGetVarUpperOne(instance, column);
     row[4] = zmiGetVarScaleOne(instance, column);
+    return true;
   }
 };
 
@@ -49,18 +50,19 @@ struct RowReader {
         hasLower(type == 0 || type == 1 || type == 4 || type == 6),
         hasUpper(type == 0 || type == 2 || type == 4 || type == 5 || type == 6) {}
 
-  void read(int number, int* key, double* row) const {
+  bool read(int number, int* key, double* row) const {
     row[0] = row[1] = 0;
     int symbol;
     int dim;
     int status;
     int basisStatus;
-    zlxRowUels(dictionary, number, &symbol, key, &dim);
+    if (zlxRowUels(dictionary, number, &symbol, key, &dim) == 0) return false;
     zmiGetSolutionEquRec(instance, number, &row[0], &row[1], &status, &basisStatus);
     const double rhs = zmiGetRhsOne(instance, number);
     row[2] = hasLower ? rhs : -kInfinity;
     row[3] = hasUpper ? rhs : kInfinity;
     row[4] = zmiGetEquScaleOne(instance, number);
+    return true;
   }
 };
 
@@ -90,7 +92,8 @@ class RecordSorter {
   std::vector<std::array<double, kMaxValues>> rows_;
 };
 
-/// Delivers all records of a symbol in the database's key order; false for an unknown label number.
+/// Delivers all records of a symbol in the database's key order; false for an entry without a key
+/// or with an unknown label number.
 template <typename Reader>
 bool readRecords(const LabelNumbers& labels, RowColWalk& walk, int dim, const Reader& reader,
                  RecordSink sink) {
@@ -98,15 +101,14 @@ bool readRecords(const LabelNumbers& labels, RowColWalk& walk, int dim, const Re
   double row[kMaxValues];
   if (labels.areSame()) {
     for (; !walk.isAtEnd(); walk.next()) {
-      reader.read(walk.current(), key, row);
+      if (!reader.read(walk.current(), key, row)) return false;
       sink(key, row);
     }
     return true;
   }
   RecordSorter sorter(dim);
   for (; !walk.isAtEnd(); walk.next()) {
-    reader.read(walk.current(), key, row);
-    if (!labels.translate(key, dim)) return false;
+    if (!reader.read(walk.current(), key, row) || !labels.translate(key, dim)) return false;
     sorter.add(key, row);
   }
   sorter.deliverSorted(sink);

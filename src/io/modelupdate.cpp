@@ -90,12 +90,9 @@ bool SymbolUpdate::run(DataRecords& data, int updateType) {
 bool SymbolUpdate::readKey(int entry, int* key) const {
   int symbol;
   int dim;
-  if (symbol_.isVariable()) {
-    zlxColUels(link_.dictionary, entry, &symbol, key, &dim);
-  } else {
-    zlxRowUels(link_.dictionary, entry, &symbol, key, &dim);
-  }
-  return link_.labels->translate(key, symbol_.dim) ||
+  const auto getKey = symbol_.isVariable() ? zlxColUels : zlxRowUels;
+  const bool isKnown = getKey(link_.dictionary, entry, &symbol, key, &dim) != 0;
+  return (isKnown && link_.labels->translate(key, symbol_.dim)) ||
          db_.setLastError("The dictionary gives entry %d a label that it does not have", entry);
 }
 

@@ -1,7 +1,9 @@
 // The model dictionary library: the handle zlxRec, its loader and its functions as pointers.
-// operations.h describes the loader operations, zlxfunctions.def lists the functions.
+// operations.h describes the loader operations, zlxfunctions.def lists the functions, and walks.h
+// what walks give.
 #pragma once
 
+#include "contract/walks.h"
 #include "loaders/operations.h"
 
 namespace zdb::loaders {

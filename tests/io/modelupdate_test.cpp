@@ -2,6 +2,7 @@
 #include <random>
 
 #include "companions/kit/testing.h"
+#include "support/allocations.h"
 #include "support/client.h"
 
 namespace {
@@ -44,6 +45,37 @@ TEST(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
       EXPECT_EQ(CzmiGetVarLOne(instance, model[name(i)]), levels[i]) << name(i);
     }
   }
+}
+
+/// The dictionary's too, which then has no walk over what there is.
+TEST(ModelUpdate, MemoryThatRunsOut_FailsTheCall) {
+  const kittest::Model model("x(a) 0 1; p_var 0 9 4");
+  int failed = 0;
+  bool isComplete = false;
+  for (std::uint64_t first = 1; !isComplete; ++first) {
+    const kittest::Instance instance(model);
+    const Database db;
+    zdbSymbol_t p = db.add("p", 1);
+    zdbSymbol_t x = db.add("x", 1, ZDB_VARIABLE);
+    db.put(p, {"a"}, 0.5);
+    testing::internal::CaptureStdout();
+    int noMatch = -1;
+    bool isDone = false;
+    {
+      const zdb::test::Allocations allocations(first);
+      isDone = c__zdbinitupdate(db, instance) == 1 &&
+               c__zdbupdatemodelsymbol(db, x, ZDB_UPDATE_LEVEL, p, ZDB_MISSING_KEEP, &noMatch) == 1;
+      isComplete = !allocations.hasFailed();
+    }
+    testing::internal::GetCapturedStdout();
+    failed += isDone ? 0 : 1;
+    if (!isDone) continue;
+    CzmiAltBoundsSet(instance, 1);
+    EXPECT_EQ(noMatch, 0) << "allocation " << first;
+    EXPECT_EQ(CzmiGetVarLOne(instance, 0), 0.5) << "allocation " << first;
+    EXPECT_EQ(CzmiGetVarUpperOne(instance, 1), 4) << "allocation " << first;
+  }
+  EXPECT_GT(failed, 2);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 // The solver glpk: linear models in place, integer ones on top of that.
 //
-// GLPK keeps its memory per thread, and on an internal error it ends the process unless the error
-// hook leaves it with longjmp. So each solver has a thread in which all calls of GLPK run, and
-// GLPK's memory of that thread is freed as a whole.
+// GLPK keeps its memory per thread, and where it meets an error of its own, it ends the process
+// unless it is left by a jump. So each solver has a thread, in which all of GLPK runs and whose
+// memory is freed as a whole.
 #include <glpk.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@ namespace zdb::kit {
 
 namespace {
 
-// Milliseconds between polls of the stop token: GLPK's simplex has no callback for that.
+// Milliseconds between looks at the stop token, which GLPK's simplex cannot be told of otherwise.
 constexpr double kSlice = 200.0;
 
 int boundType(double lower, double upper) {
@@ -42,8 +42,8 @@ int basisOf(int status) {
   }
 }
 
-// What runs in the thread. Functions that call GLPK must not have local objects with destructors,
-// because a longjmp does not run them.
+// What runs in the thread. Objects with destructors must not live in functions that call GLPK:
+// the jump passes them by.
 class Problem {
  public:
   void load(const LinearModel& model);
@@ -58,16 +58,16 @@ class Problem {
   void setRow(const LinearModel& model, int row);
   int simplex(int method, const StopToken& stop);
   Outcome relaxationOutcome(int code, const StopToken& stop) const;
-  Outcome branch(int iterationsAtEnd, const StopToken& stop, Solution& solution);
-  void fixIntegers(Solution& solution);
+  Outcome branch(int iterationsBefore, const StopToken& stop, Solution& solution);
+  void fixIntegers(const StopToken& stop, Solution& solution);
   bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
   void fetch(Solution& solution) const;
 
   glp_prob* problem_ = nullptr;
   std::vector<char> integer_;
-  std::vector<double> lower_;  // of columns, to be restored after integer ones were fixed
+  std::vector<double> lower_;  // of columns, to be put back when integer ones were fixed
   std::vector<double> upper_;
-  std::vector<int> indices_;  // of a column, from 1; reused
+  std::vector<int> indices_;  // of a column, from 1; kept to be reused
   std::vector<double> values_;
 };
 
@@ -100,7 +100,7 @@ void Problem::setBounds(const LinearModel& model, int column) {
                    model.lower[column], model.upper[column]);
 }
 
-// GLPK does not store values of 0.
+// GLPK leaves values of 0 out.
 void Problem::setColumn(const LinearModel& model, int column) {
   int count = 0;
   for (int place = model.starts[column]; place < model.starts[column + 1]; ++place) {
@@ -129,15 +129,14 @@ void Problem::change(const LinearModel& model, const Changes& changes) {
 void Problem::solve(const Changes* changes, const StopToken& stop, Solution& solution) {
   const int before = glp_get_it_cnt(problem_);
   if (changes == nullptr) {
-    glp_scale_prob(problem_, GLP_SF_AUTO);
-    glp_adv_basis(problem_, 0);
+    if (!stop.isStopRequested()) glp_scale_prob(problem_, GLP_SF_AUTO);
+    if (!stop.isStopRequested()) glp_adv_basis(problem_, 0);
   }
   const bool isDual = changes != nullptr && changes->needsDualStart();
   const int code = simplex(isDual ? GLP_DUALP : GLP_PRIMAL, stop);
   outcome = relaxationOutcome(code, stop);
   if (outcome == Outcome::Optimal && !integer_.empty()) {
-    const int limit = stop.iterationLimit();
-    outcome = branch(limit > 0 ? before + limit : INT_MAX, stop, solution);
+    outcome = branch(before, stop, solution);
   } else if (outcome == Outcome::Optimal ||
              (integer_.empty() && glp_get_prim_stat(problem_) == GLP_FEAS &&
               outcome != Outcome::Unbounded && !isFailure(outcome))) {
@@ -146,7 +145,14 @@ void Problem::solve(const Changes* changes, const StopToken& stop, Solution& sol
   solution.iterations = glp_get_it_cnt(problem_) - before;
 }
 
-// If the basis cannot be factorized after coefficients have changed, starts from a new one.
+// Whether a simplex that has ended by itself leaves open how: the dual one does that to models that
+// are unbounded, or infeasible in both ways.
+bool isUndecided(glp_prob* problem) {
+  const int status = glp_get_status(problem);
+  return status != GLP_OPT && status != GLP_NOFEAS && status != GLP_UNBND;
+}
+
+// A basis that cannot be factorized, after coefficients have changed, gives way to a new one.
 int Problem::simplex(int method, const StopToken& stop) {
   glp_smcp how;
   glp_init_smcp(&how);
@@ -163,6 +169,10 @@ int Problem::simplex(int method, const StopToken& stop) {
     how.tm_lim = static_cast<int>(timeLeft > 0.0 ? std::min(timeLeft, kSlice) : kSlice);
     const int code = glp_simplex(problem_, &how);
     if (code == GLP_EITLIM || code == GLP_ETMLIM) continue;
+    if (code == 0 && how.meth == GLP_DUALP && isUndecided(problem_)) {
+      how.meth = GLP_PRIMAL;
+      continue;
+    }
     const bool isBadBasis = code == GLP_EBADB || code == GLP_ESING || code == GLP_ECOND;
     if (!isBadBasis || isNewBasis) return code;
     isNewBasis = true;
@@ -187,32 +197,35 @@ Outcome Problem::relaxationOutcome(int code, const StopToken& stop) const {
   }
 }
 
-// The limits of a search.
+// What a search keeps to.
 struct SearchLimits {
   const StopToken& stop;
-  int iterations;  // as GLPK counts them, since the problem was created
+  int before;  // iterations, of which GLPK counts all that the problem ever took
+  bool isSpent(int iterations) const {
+    return stop.iterationLimit() > 0 && iterations - before >= stop.iterationLimit();
+  }
 };
 
 void lookAtLimits(glp_tree* tree, void* limits) {
   const auto* search = static_cast<const SearchLimits*>(limits);
-  const bool isSpent = glp_get_it_cnt(glp_ios_get_prob(tree)) >= search->iterations;
+  const bool isSpent = search->isSpent(glp_get_it_cnt(glp_ios_get_prob(tree)));
   if (isSpent || search->stop.isStopRequested()) glp_ios_terminate(tree);
 }
 
-Outcome Problem::branch(int iterationsAtEnd, const StopToken& stop, Solution& solution) {
+Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& solution) {
   glp_iocp how;
   glp_init_iocp(&how);
   how.msg_lev = GLP_MSG_OFF;
   how.gmi_cuts = GLP_ON;
   how.mir_cuts = GLP_ON;
-  SearchLimits limits = {stop, iterationsAtEnd};
+  SearchLimits limits = {stop, iterationsBefore};
   how.cb_func = lookAtLimits;
   how.cb_info = &limits;
   const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
   if (left > 0) how.tm_lim = left;
   const int code = glp_intopt(problem_, &how);
   const int status = glp_mip_status(problem_);
-  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(solution);
+  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(stop, solution);
   if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isStopRequested())) return stop.reason();
   if (code == GLP_ESTOP) return Outcome::IterationLimit;
   if (code == GLP_EFAIL) return Outcome::Stopped;
@@ -222,7 +235,7 @@ Outcome Problem::branch(int iterationsAtEnd, const StopToken& stop, Solution& so
 }
 
 // Marginals are those of the model with its integer columns fixed at their levels.
-void Problem::fixIntegers(Solution& solution) {
+void Problem::fixIntegers(const StopToken& stop, Solution& solution) {
   const int columns = glp_get_num_cols(problem_);
   for (int j = 1; j <= columns; ++j) {
     if (!isInteger(j - 1)) continue;
@@ -233,10 +246,10 @@ void Problem::fixIntegers(Solution& solution) {
   glp_init_smcp(&how);
   how.msg_lev = GLP_MSG_OFF;
   how.meth = GLP_DUALP;
-  const int code = glp_simplex(problem_, &how);
-  if (code == 0 && glp_get_status(problem_) == GLP_OPT) {
+  const bool isSolved = !stop.isStopRequested() && glp_simplex(problem_, &how) == 0;
+  if (isSolved && glp_get_status(problem_) == GLP_OPT) {
     fetch(solution);
-  } else {  // rounding has made it infeasible: use the levels as they were found
+  } else {  // no time, or rounding made it infeasible: the levels as they were found
     for (int j = 1; j <= columns; ++j) solution.level[j - 1] = glp_mip_col_val(problem_, j);
     const int rows = glp_get_num_rows(problem_);
     for (int i = 1; i <= rows; ++i) solution.rowLevel[i - 1] = glp_mip_row_val(problem_, i);
@@ -263,6 +276,11 @@ void Problem::fetch(Solution& solution) const {
     solution.rowBasis[i - 1] = basisOf(glp_get_row_stat(problem_, i));
   }
   solution.hasLevels = true;
+}
+
+// GLPK turns its output on to tell of its errors.
+int printNothing(void* /*user*/, const char* /*text*/) {
+  return 1;
 }
 
 void jumpOut(void* place) {
@@ -295,9 +313,11 @@ class Glpk : public Solver {
     if (!isDone) throw std::runtime_error("glpk failed: out of memory or an internal error");
   }
 
-  // After a longjmp, all of GLPK's memory is freed, and the problem with it.
+  // After a jump the problem is gone with all memory that GLPK had.
   template <typename Task>
   static bool finishes(Task& task) {
+    constexpr int wasThere = 1;
+    if (glp_init_env() > wasThere) return false;  // where all others would end the process
     std::jmp_buf place;
     if (setjmp(place) != 0) {
       glp_error_hook(nullptr, nullptr);
@@ -305,6 +325,7 @@ class Glpk : public Solver {
       return false;
     }
     glp_term_out(GLP_OFF);
+    glp_term_hook(printNothing, nullptr);
     glp_error_hook(jumpOut, &place);
     task();
     glp_error_hook(nullptr, nullptr);

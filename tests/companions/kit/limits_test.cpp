@@ -16,15 +16,26 @@ std::string sum(int columns, int least, std::mt19937& random) {
   return text.str();
 }
 
-// Covers each of `size` rows by twice as many columns, which takes some iterations.
-std::string cover(int size) {
+// Covers each of some rows by columns, which takes some iterations.
+std::string cover(int rows, int columns, int need) {
   std::mt19937 random(3);
   std::ostringstream text;
-  text << "z -inf inf ; min z ; cost: - z" << sum(2 * size, 100, random) << " = 0";
-  for (int i = 0; i < size; ++i) {
-    text << " ; e(" << i << "):" << sum(2 * size, 10, random) << " >= " << size;
+  text << "z -inf inf ; min z ; cost: - z" << sum(columns, 100, random) << " = 0";
+  for (int i = 0; i < rows; ++i) {
+    text << " ; e(" << i << "):" << sum(columns, 10, random) << " >= " << need;
   }
   return text.str();
+}
+
+std::string cover(int size) {
+  return cover(size, 2 * size, size);
+}
+
+// Of it, whole numbers: quickly satisfied, and hard to decide.
+std::string wholeCover() {
+  std::string text;
+  for (int j = 0; j < 100; ++j) text += "int x(" + std::to_string(j) + ") 0 9 ; ";
+  return text + cover(20, 100, 2000);
 }
 
 // Pays six sums exactly with some of 50 items: hard to decide for trees.
@@ -46,6 +57,17 @@ void expectStopped(const Instance& instance, int solveStatus) {
   if (zkitModelStatus(instance) == ZKIT_INTERMEDIATE) return;
   EXPECT_EQ(zkitModelStatus(instance), ZKIT_FEASIBLE);
   EXPECT_EQ(columnOf(instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
+}
+
+// Levels of rows are those of the algebra, and satisfy a model of >= rows.
+void expectFeasible(const Model& model, const Instance& instance) {
+  std::vector<double> levels(CzmiN(instance));
+  CzmiGetVarL(instance, levels.data());
+  for (int i = 0; i < CzmiM(instance); ++i) {
+    const double level = CzmiGetEquLOne(instance, i);
+    EXPECT_NEAR(activity(model.terms(i), levels), level, 1e-6) << i;
+    EXPECT_GE(level, CzmiGetRhsOne(instance, i) - 1e-6) << i;
+  }
 }
 
 TEST(KitLimits, Linear_StopAndGoOnFromThere) {
@@ -118,17 +140,28 @@ TEST(KitLimits, LongSolvesOfGlpk_LookAtTheirLimitsOnTheWay) {
   expectOptimal(model, instance);
 }
 
+// Before the first node as well, where cbc spends thousands of iterations and has levels that it
+// would call optimal.
 TEST(KitLimits, Searches_Stop) {
   const Silence silence;
-  const Model model(sums());
-  for (const char* solver : kMipSolvers) {
-    SCOPED_TRACE(solver);
-    const Instance instance(model);
-    EXPECT_EQ(instance.solve(solver, 0, 3000), "");
-    expectStopped(instance, ZKIT_ITERATION_LIMIT);
-    EXPECT_GE(zkitIterations(instance), 3000);
-    EXPECT_EQ(instance.solve(solver, 0.3), "");
-    expectStopped(instance, ZKIT_TIME_LIMIT);
+  for (const std::string& text : {sums(), wholeCover()}) {
+    const Model model(text);
+    for (const char* solver : kMipSolvers) {
+      const Instance instance(model);
+      for (const int limit : {1, 500}) {
+        SCOPED_TRACE(testing::Message() << solver << ", " << limit << " iterations");
+        EXPECT_EQ(instance.solve(solver, 0, limit), "");
+        expectStopped(instance, ZKIT_ITERATION_LIMIT);
+        EXPECT_GE(zkitIterations(instance), limit);
+        EXPECT_LE(zkitIterations(instance), limit + 100);
+      }
+      for (const double limit : {0.01, 0.1}) {
+        SCOPED_TRACE(testing::Message() << solver << ", " << limit << " seconds");
+        EXPECT_EQ(instance.solve(solver, limit), "");
+        expectStopped(instance, ZKIT_TIME_LIMIT);
+      }
+      if (zkitModelStatus(instance) == ZKIT_FEASIBLE) expectFeasible(model, instance);
+    }
   }
 }
 
