@@ -81,14 +81,6 @@ Bytes readSection(const InputFile& file, const Section& section, StreamReader& s
   return raw;
 }
 
-void checkLabels(const TextList& labels) {
-  for (std::uint32_t number = 1; number <= labels.size(); ++number) {
-    if (!isLabel(labels.at(number))) {
-      fail(Errc::DamagedDirectory, printed("label number %u cannot be a label", number));
-    }
-  }
-}
-
 // Strict domains name earlier one-dimensional sets, aliases of those, or the universe.
 bool strictDomainsExist(const Directory& directory, const SymbolEntry& entry) {
   bool exist = true;
@@ -158,7 +150,6 @@ Directory readDirectory(const InputFile& file) {
   StreamReader streams;
   directory.labels.adopt(readSection(file, header.labels, streams, "labels"), header.labelCount,
                          Errc::DamagedDirectory);
-  checkLabels(directory.labels.list());
   directory.texts.adopt(readSection(file, header.texts, streams, "texts"), header.textCount,
                         Errc::DamagedDirectory);
   readSymbols(directory, readSection(file, header.symbols, streams, "symbols"));
