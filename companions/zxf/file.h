@@ -44,10 +44,11 @@ class InputFile {
 /// A new file that nobody sees until publish(), when it replaces its target in one step.
 ///
 /// It has no name where the system can make such files, and else a unique one beginning with '.' in
-/// the target's folder: a writer that is killed leaves nothing, respectively nothing that a later
-/// one could meet. The folder is held open, so a change of the working directory does no harm. An
-/// existing target keeps its permission bits and, where that is allowed, its owner; a symbolic link
-/// is followed.
+/// the target's folder. A writer that is killed leaves nothing, except that it may be killed while
+/// its file has such a name. As long as it lives, it holds a lock on the file; the next writer in
+/// the folder removes those of its user that nobody holds, for which it lists the folder. The
+/// folder is held open, so a change of the working directory does no harm. An existing target keeps
+/// its permission bits and, where that is allowed, its owner; a symbolic link is followed.
 class OutputFile {
  public:
   enum class Naming { UnnamedIfPossible, Named };
@@ -81,7 +82,10 @@ class OutputFile {
   void keepMode();
   void flush();
   void writeAt(ByteSpan bytes, std::uint64_t offset);
+  bool lock() const;
+  bool link(const std::string& name) const;
   void giveName();
+  void replaceTarget();
 
   Descriptor folder_;
   Descriptor file_;

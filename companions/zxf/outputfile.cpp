@@ -1,4 +1,6 @@
+#include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,6 +20,8 @@ namespace {
 constexpr std::size_t kBufferSize = std::size_t{1} << 18;
 constexpr int kNameTries = 100;
 constexpr int kMaxLinks = 40;  // as many as the system itself follows
+constexpr std::string_view kTemporaryEnding = ".zxf.tmp";
+constexpr std::size_t kNumberLength = 16;  // of the number before it
 
 [[noreturn]] void failWriting() {
   const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
@@ -45,8 +49,40 @@ std::string uniqueName(const std::string& targetName) {
              (std::uint64_t{static_cast<unsigned>(::getpid())} << 32);
   }
   // Names have at most 255 bytes; the start is enough to tell whose temporary file it is.
-  return printed(".%.200s.%016llx.tmp", targetName.c_str(),
-                 static_cast<unsigned long long>(number));
+  return printed(".%.200s.%016llx%s", targetName.c_str(), static_cast<unsigned long long>(number),
+                 kTemporaryEnding.data());
+}
+
+bool isTemporaryName(std::string_view name) {
+  if (!name.starts_with('.') || !name.ends_with(kTemporaryEnding)) return false;
+  name.remove_suffix(kTemporaryEnding.size());
+  const std::size_t dot = name.rfind('.');
+  return dot > 0 && name.size() - dot - 1 == kNumberLength &&
+         name.find_first_not_of("0123456789abcdef", dot + 1) == name.npos;
+}
+
+// A file of this user that no writer holds: each locks its own as long as it has a name.
+bool isLeftOver(int folder, const char* name) noexcept {
+  struct stat status;
+  if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+  if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return false;
+  const Descriptor file(::openat(folder, name, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  return file.valid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
+}
+
+// Removes what killed writers have left in a folder, as far as that is possible.
+void removeLeftOvers(int folder) noexcept {
+  const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  DIR* names = copy < 0 ? nullptr : ::fdopendir(copy);
+  if (names == nullptr) {
+    if (copy >= 0) ::close(copy);
+    return;
+  }
+  while (const dirent* entry = ::readdir(names)) {
+    if (isTemporaryName(entry->d_name) && isLeftOver(folder, entry->d_name))
+      ::unlinkat(folder, entry->d_name, 0);
+  }
+  ::closedir(names);
 }
 
 std::string selfPath(int fd) {
@@ -59,6 +95,7 @@ std::string selfPath(int fd) {
 OutputFile::OutputFile(const char* path, Naming naming) : OutputFile() {
   const std::string target = followed(path);
   openFolder(target);
+  removeLeftOvers(folder_.get());
   createFile(naming);
   keepMode();
   buffer_.reserve(kBufferSize);
@@ -97,7 +134,10 @@ void OutputFile::openFolder(const std::string& path) {
 void OutputFile::createFile(Naming naming) {
   if (naming == Naming::UnnamedIfPossible && ::access("/proc/self/fd", X_OK) == 0) {
     file_ = Descriptor(::openat(folder_.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
-    if (file_.valid()) return;
+    if (file_.valid()) {
+      lock();
+      return;
+    }
   }
   for (int i = 0; i < kNameTries; ++i) {
     if (createNamed()) return;
@@ -112,8 +152,21 @@ bool OutputFile::createNamed() {
   const mode_t mode = replacing_ ? 0600 : 0666;
   file_ = Descriptor(
       ::openat(folder_.get(), name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode));
-  if (file_.valid()) temporaryName_ = std::move(name);
-  return file_.valid();
+  if (!file_.valid()) return false;
+  temporaryName_ = std::move(name);
+  if (lock()) return true;
+  ::unlinkat(folder_.get(), temporaryName_.c_str(), 0);
+  temporaryName_.clear();
+  errno = EEXIST;
+  return false;
+}
+
+// Tells other writers that the file is no left-over. Where a file system has no locks, nobody can
+// lock and nothing is removed. False for a file that another writer took for one before.
+bool OutputFile::lock() const {
+  if (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0) return errno != EWOULDBLOCK;
+  struct stat status;
+  return ::fstat(file_.get(), &status) != 0 || status.st_nlink > 0;
 }
 
 void OutputFile::keepMode() {
@@ -156,11 +209,15 @@ void OutputFile::writeAt(ByteSpan bytes, std::uint64_t offset) {
   }
 }
 
+bool OutputFile::link(const std::string& name) const {
+  return ::linkat(AT_FDCWD, selfPath(file_.get()).c_str(), folder_.get(), name.c_str(),
+                  AT_SYMLINK_FOLLOW) == 0;
+}
+
 void OutputFile::giveName() {
   for (int i = 0; temporaryName_.empty() && i < kNameTries; ++i) {
     std::string name = uniqueName(targetName_);
-    if (::linkat(AT_FDCWD, selfPath(file_.get()).c_str(), folder_.get(), name.c_str(),
-                 AT_SYMLINK_FOLLOW) == 0) {
+    if (link(name)) {
       temporaryName_ = std::move(name);  // cannot fail, or the file would stay behind
     } else if (errno != EEXIST) {
       break;
@@ -169,14 +226,21 @@ void OutputFile::giveName() {
   if (temporaryName_.empty()) fail(Errc::CannotReplaceFile, std::strerror(errno));
 }
 
-void OutputFile::publish() {
-  flush();
-  if (::fsync(file_.get()) != 0) failWriting();
+void OutputFile::replaceTarget() {
   giveName();
   if (::renameat(folder_.get(), temporaryName_.c_str(), folder_.get(), targetName_.c_str()) != 0) {
     fail(Errc::CannotReplaceFile, std::strerror(errno));
   }
   temporaryName_.clear();
+}
+
+void OutputFile::publish() {
+  flush();
+  if (::fsync(file_.get()) != 0) failWriting();
+  // Where there is nothing to replace, no temporary name comes between, with which a writer could
+  // be killed.
+  const bool isDone = !replacing_ && temporaryName_.empty() && link(targetName_);
+  if (!isDone) replaceTarget();
   // Some file systems cannot sync a folder; the file itself is safe by then.
   if (::fsync(folder_.get()) != 0 && errno == EIO) {
     fail(Errc::Unexpected,
