@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test bench asan tsan format lint install clean help
+.PHONY: all demo test soak bench asan tsan format lint install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -17,6 +17,9 @@ demo: build/build.ninja ## run the main job on real data
 
 test: all ## build everything and run all tests
 	@ctest --preset release -j $(JOBS)
+
+soak: all ## try every fault of file work and kill writers at random, for some minutes
+	@build/bin/zxf_faults --soak
 
 bench: ## measure the library and its peers
 	@script/packages.sh build bench

@@ -1,12 +1,21 @@
 // Files: positioned reading, and writing that takes the target's place in one step.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <string>
 
 #include "zxf/bytes.h"
 
 namespace zdb::zxfile {
+
+/// Makes a system call again as long as a signal interrupts it.
+template <typename Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
 
 /// A file descriptor that is closed with its owner.
 class Descriptor {

@@ -23,9 +23,12 @@ constexpr int kMaxLinks = 40;  // as many as the system itself follows
 constexpr std::string_view kTemporaryEnding = ".zxf.tmp";
 constexpr std::size_t kNumberLength = 16;  // of the number before it
 
+bool isFull() {
+  return errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
+}
+
 [[noreturn]] void failWriting() {
-  const bool full = errno == ENOSPC || errno == EDQUOT || errno == EFBIG;
-  fail(full ? Errc::NoSpace : Errc::WriteFailed, std::strerror(errno));
+  fail(isFull() ? Errc::NoSpace : Errc::WriteFailed, std::strerror(errno));
 }
 
 // A target that is a link stands for what it points to, which need not exist yet.
@@ -61,18 +64,22 @@ bool isTemporaryName(std::string_view name) {
          name.find_first_not_of("0123456789abcdef", dot + 1) == name.npos;
 }
 
+int openIn(int folder, const char* path, int flags, mode_t mode = 0) noexcept {
+  return uninterrupted([=] { return ::openat(folder, path, flags | O_CLOEXEC, mode); });
+}
+
 // A file of this user that no writer holds: each locks its own as long as it has a name.
 bool isLeftOver(int folder, const char* name) noexcept {
   struct stat status;
   if (::fstatat(folder, name, &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
   if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return false;
-  const Descriptor file(::openat(folder, name, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const Descriptor file(openIn(folder, name, O_WRONLY | O_NOFOLLOW | O_NONBLOCK));
   return file.valid() && ::flock(file.get(), LOCK_EX | LOCK_NB) == 0;
 }
 
 // Removes what killed writers have left in a folder, as far as that is possible.
 void removeLeftOvers(int folder) noexcept {
-  const int copy = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int copy = openIn(folder, ".", O_RDONLY | O_DIRECTORY);
   DIR* names = copy < 0 ? nullptr : ::fdopendir(copy);
   if (names == nullptr) {
     if (copy >= 0) ::close(copy);
@@ -83,6 +90,10 @@ void removeLeftOvers(int folder) noexcept {
       ::unlinkat(folder, entry->d_name, 0);
   }
   ::closedir(names);
+}
+
+int sync(const Descriptor& file) {
+  return uninterrupted([&] { return ::fsync(file.get()); });
 }
 
 std::string selfPath(int fd) {
@@ -111,16 +122,20 @@ void OutputFile::openFolder(const std::string& path) {
   targetName_ = slash == path.npos ? path : path.substr(slash + 1);
   if (targetName_.empty())
     fail(Errc::CannotOpenFile, printed("%.100s: no file name", path.c_str()));
-  folder_ = Descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  folder_ = Descriptor(openIn(AT_FDCWD, folder.c_str(), O_RDONLY | O_DIRECTORY));
   // A folder that may be entered and changed but not listed.
   if (!folder_.valid())
-    folder_ = Descriptor(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    folder_ = Descriptor(openIn(AT_FDCWD, folder.c_str(), O_PATH | O_DIRECTORY));
   if (!folder_.valid()) {
     fail(Errc::CannotCreateFile, printed("%.100s: %s", folder.c_str(), std::strerror(errno)));
   }
   struct stat status;
   replacing_ = ::fstatat(folder_.get(), targetName_.c_str(), &status, 0) == 0;
-  if (!replacing_) return;
+  if (!replacing_) {
+    // Too long a name is left to publish(), as a folder's own limit may be.
+    if (errno == ENOENT || errno == ENAMETOOLONG) return;
+    fail(Errc::CannotOpenFile, printed("%.100s: %s", path.c_str(), std::strerror(errno)));
+  }
   if (!S_ISREG(status.st_mode)) fail(Errc::NotRegularFile, printed("%.100s", path.c_str()));
   if (::faccessat(folder_.get(), targetName_.c_str(), W_OK, AT_EACCESS) != 0) {
     fail(Errc::CannotOpenFile, printed("%.100s: %s", path.c_str(), std::strerror(errno)));
@@ -133,7 +148,7 @@ void OutputFile::openFolder(const std::string& path) {
 // An unnamed file can only get its name through /proc.
 void OutputFile::createFile(Naming naming) {
   if (naming == Naming::UnnamedIfPossible && ::access("/proc/self/fd", X_OK) == 0) {
-    file_ = Descriptor(::openat(folder_.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+    file_ = Descriptor(openIn(folder_.get(), ".", O_TMPFILE | O_WRONLY, 0666));
     if (file_.valid()) {
       lock();
       return;
@@ -150,8 +165,7 @@ bool OutputFile::createNamed() {
   std::string name = uniqueName(targetName_);
   // Until it has the bits of its target, nobody else may open it.
   const mode_t mode = replacing_ ? 0600 : 0666;
-  file_ = Descriptor(
-      ::openat(folder_.get(), name.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, mode));
+  file_ = Descriptor(openIn(folder_.get(), name.c_str(), O_CREAT | O_EXCL | O_WRONLY, mode));
   if (!file_.valid()) return false;
   temporaryName_ = std::move(name);
   if (lock()) return true;
@@ -200,9 +214,9 @@ void OutputFile::rewriteStart(ByteSpan bytes) {
 
 void OutputFile::writeAt(ByteSpan bytes, std::uint64_t offset) {
   while (!bytes.empty()) {
-    const ssize_t put =
-        ::pwrite(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
-    if (put < 0 && errno == EINTR) continue;
+    const ssize_t put = uninterrupted([&] {
+      return ::pwrite(file_.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
+    });
     if (put < 0) failWriting();
     bytes = bytes.subspan(static_cast<std::size_t>(put));
     offset += static_cast<std::uint64_t>(put);
@@ -236,13 +250,13 @@ void OutputFile::replaceTarget() {
 
 void OutputFile::publish() {
   flush();
-  if (::fsync(file_.get()) != 0) failWriting();
+  if (sync(file_) != 0) failWriting();
   // Where there is nothing to replace, no temporary name comes between, with which a writer could
   // be killed.
   const bool isDone = !replacing_ && temporaryName_.empty() && link(targetName_);
   if (!isDone) replaceTarget();
   // Some file systems cannot sync a folder; the file itself is safe by then.
-  if (::fsync(folder_.get()) != 0 && errno == EIO) {
+  if (sync(folder_) != 0 && (errno == EIO || isFull())) {
     fail(Errc::Unexpected,
          "the new file is in place but its folder could not be brought to the disk");
   }

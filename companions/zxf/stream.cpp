@@ -2,6 +2,7 @@
 
 #include <xxhash.h>
 #include <zstd.h>
+#include <zstd_errors.h>
 
 #include <new>
 
@@ -15,6 +16,13 @@ constexpr int kPackingLevel = 1;
 
 bool isRepeated(ByteSpan raw) {
   return !raw.empty() && std::memcmp(raw.data(), raw.data() + 1, raw.size() - 1) == 0;
+}
+
+// Whether the packing library failed; memory that ran out is neither damage nor a fault.
+bool hasFailed(std::size_t result) {
+  if (ZSTD_isError(result) == 0) return false;
+  if (ZSTD_getErrorCode(result) == ZSTD_error_memory_allocation) throw std::bad_alloc();
+  return true;
 }
 
 // Frames of the packing library's early formats have other first bytes and are not ours, neither
@@ -45,7 +53,7 @@ std::size_t StreamWriter::packInto(Bytes& packed, ByteSpan raw) {
   packed.resize(ZSTD_compressBound(raw.size()));
   const std::size_t size = ZSTD_compressCCtx(context_, packed.data(), packed.size(), raw.data(),
                                              raw.size(), kPackingLevel);
-  if (ZSTD_isError(size) != 0) fail(Errc::Unexpected, ZSTD_getErrorName(size));
+  if (hasFailed(size)) fail(Errc::Unexpected, ZSTD_getErrorName(size));
   return size <= raw.size() - raw.size() / 32 ? size : 0;
 }
 
@@ -103,7 +111,7 @@ void StreamReader::unpack(FieldReader& in, const StreamHeader& header, std::span
     if (!isOneFrame(stored)) in.damaged(name);
     const std::size_t size =
         ZSTD_decompressDCtx(context_, raw.data(), raw.size(), stored.data(), stored.size());
-    if (ZSTD_isError(size) != 0 || size != raw.size()) in.damaged(name);
+    if (hasFailed(size) || size != raw.size()) in.damaged(name);
   } else if (header.method == StreamMethod::Repeated) {
     if (stored.size() != 1) in.damaged(name);
     if (!raw.empty()) std::memset(raw.data(), stored[0], raw.size());

@@ -94,6 +94,7 @@ int main(int argc, char** argv) {
       {zxftest::makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   std::filesystem::create_directory("folder");
   mkfifo("pipe", 0600);
+  std::filesystem::create_symlink("loop", "loop");
   zdb::script::Way once;
   once.name = "once";
   zdb::script::SweepRules rules;

@@ -18,7 +18,9 @@ void require(bool good, const char* what) {
 }
 
 void requireDone(const Zxf& zxf, int result) {
-  if (result != 1) throw std::runtime_error(zxf.errorText(C__zxfGetLastError(zxf)));
+  if (result == 1) return;
+  const int error = C__zxfGetLastError(zxf);
+  throw Refused(zxf.errorText(error), error);
 }
 
 std::vector<const char*> pointers(const std::vector<std::string>& texts) {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,12 @@
 namespace zxftest {
 
 using Bytes = std::vector<std::uint8_t>;
+
+// A call that failed, with the first error that it left.
+struct Refused : std::runtime_error {
+  Refused(const std::string& text, int number) : runtime_error(text), error(number) {}
+  int error;
+};
 
 // A handle of the library, freed with the object.
 class Zxf {
