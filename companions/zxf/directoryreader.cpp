@@ -71,7 +71,8 @@ Bytes readSection(const InputFile& file, const Section& section, StreamReader& s
   Bytes stored(section.size);  // inside the file, as checkHeader() has made sure
   file.read(section.offset, stored);
   if (checksumOf(stored) != section.checksum) {
-    fail(Errc::DamagedDirectory, printed("checksum of the %s", name));
+    fail(Errc::DamagedDirectory, printed("checksum of the %s at byte %llu", name,
+                                         static_cast<unsigned long long>(section.offset)));
   }
   const std::uint64_t limit =
       std::min(kMaxSectionSize, kMaxExpansion * section.size + kExpansionSlack);

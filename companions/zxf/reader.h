@@ -8,6 +8,19 @@
 
 namespace zdb::zxfile {
 
+/// Where a block has to stand.
+struct BlockPlace {
+  const SymbolEntry* symbol = nullptr;
+  std::uint32_t number = 0;       ///< of the symbol
+  std::uint64_t offset = 0;       ///< in the file
+  std::uint32_t firstRecord = 0;  ///< records of the symbol in the blocks before
+};
+
+/// Reads header and payload of the block at a place and checks one against the other and against
+/// the symbol, whose space lies inside the file. Fails with DamagedRecords and the part that is
+/// wrong, TruncatedFile or ReadFailed.
+BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& payload);
+
 /// An open file. One symbol can be read at a time, forwards; a block is unpacked as a whole into
 /// plain arrays, so that handing out a record is a few copies without a decision.
 class Reader {
@@ -23,8 +36,8 @@ class Reader {
   /// Begins to read a symbol's records and returns their count; ends what was read before. The
   /// first block is read at once, so a symbol that is damaged there fails here.
   int start(int number, const SpecialValues& delivered);
-  bool started() const { return symbol_ != nullptr; }
-  int dim() const { return symbol_->dim; }
+  bool started() const { return next_.symbol != nullptr; }
+  int dim() const { return next_.symbol->dim; }
   void stop();
 
   /// Makes sure that a record is at hand: false behind the last one. Fails with DamagedRecords,
@@ -45,20 +58,16 @@ class Reader {
   /// Reads the next block of the symbol; false when there is none.
   bool nextBlock(const SpecialValues& delivered);
   void readBlock(const SpecialValues& delivered);
-  /// Reads header and payload and checks one against the other and against the symbol.
-  BlockHeader readBlockHeader();
+  BlockHeader readPlacedBlock();
   /// Checks that the block's first key comes behind `previous` and says where it differs.
   void joinToPrevious(std::span<const int> previous);
 
   InputFile file_;
   Directory directory_;
   BlockReader blocks_;
-  const SymbolEntry* symbol_ = nullptr;
-  std::uint32_t number_ = 0;
+  BlockPlace next_;  ///< without a symbol when none is started
   int rowSize_ = 0;
   int width_ = 1;
-  std::uint32_t recordsRead_ = 0;  ///< in blocks up to the present one
-  std::uint64_t offset_ = 0;       ///< of the next block
   Block block_;
   std::uint32_t at_ = 0;
   Bytes payload_;
