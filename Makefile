@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test bench asan tsan format lint install clean help
+.PHONY: all demo test soak fuzz bench asan tsan format lint install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -17,6 +17,17 @@ demo: build/build.ninja ## run the main job on real data
 
 test: all ## build everything and run all tests
 	@ctest --preset release -j $(JOBS)
+
+soak: all ## try every fault of file work and kill writers at random, for some minutes
+	@build/bin/zxf_faults --soak
+
+SECONDS = 60
+fuzz: ## search for inputs that break something, SECONDS for each of four fuzzers
+	@script/packages.sh build fuzz
+	@$(CONFIGURE) --preset fuzz >/dev/null
+	@cmake --build --preset fuzz
+	@script/fuzz.sh build-fuzz $(SECONDS) zxf_read:fuzz/zxf/corpus_read \
+	  zxf_calls:fuzz/zxf/corpus_calls modelfile:fuzz/modelfile/corpus storages:fuzz/storages/corpus
 
 bench: ## measure the library and its peers
 	@script/packages.sh build bench
@@ -50,7 +61,7 @@ install: all ## install under PREFIX, /usr/local if it is not given
 	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))
 
 clean: ## remove everything that was built
-	@rm -rf build build-dev build-asan build-tsan build-lint
+	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz
 
 help: ## list the jobs
 	@sed -n 's/^\([a-z]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 10

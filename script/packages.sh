@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that a job needs if any are missing: packages.sh JOB...
-# The jobs are build, lint and bench. Prints nothing if all are installed.
+# The jobs are build, lint, bench and fuzz. Prints nothing if all are installed.
 set -eu
 
 packages_for() {
@@ -8,7 +8,8 @@ packages_for() {
     build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcli11-dev libcsv-dev coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev libsqlite3-dev" ;;
-    *) echo "packages.sh: unknown job '$1', the jobs are build, lint and bench" >&2; exit 2 ;;
+    fuzz) echo "clang libclang-rt-dev" ;;
+    *) echo "packages.sh: unknown job '$1', the jobs are build, lint, bench and fuzz" >&2; exit 2 ;;
   esac
 }
 

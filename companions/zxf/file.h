@@ -1,6 +1,7 @@
-// Files: reading by position, and writing that replaces the target atomically.
+// Files: positioned reading, and writing that takes the target's place in one step.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
 #include <string>
 
@@ -8,7 +9,15 @@
 
 namespace zdb::zxfile {
 
-/// Owns a file descriptor.
+/// Makes a system call again as long as a signal interrupts it.
+template <typename Call>
+auto uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+/// A file descriptor that is closed with its owner.
 class Descriptor {
  public:
   explicit Descriptor(int fd = -1) : fd_(fd) {}
@@ -23,17 +32,17 @@ class Descriptor {
   int fd_;
 };
 
-/// A regular file that is read by position. It is not mapped: if another process shortened a mapped
-/// file, this one would get a signal instead of an error.
+/// A regular file that is read by position. Not mapped: a mapped file that another process shortens
+/// would end this one with a signal instead of an error.
 class InputFile {
  public:
-  /// Fails with CannotOpenFile or NotRegularFile; never waits for the other end of a pipe.
+  /// Fails with CannotOpenFile or NotRegularFile; never waits for a pipe's other end.
   explicit InputFile(const char* path);
 
   /// Bytes at the time of opening.
   std::uint64_t size() const { return size_; }
 
-  /// Fills `to` from `offset`. Fails with ReadFailed, or TruncatedFile if the file ends too soon.
+  /// Fills `to` from `offset`. Fails with TruncatedFile when the file ends before, or ReadFailed.
   void read(std::uint64_t offset, std::span<std::uint8_t> to) const;
 
  private:
@@ -41,20 +50,23 @@ class InputFile {
   std::uint64_t size_ = 0;
 };
 
-/// A new file that is invisible until publish() replaces the target by it atomically.
+/// A new file that nobody sees until publish(), when it replaces its target in one step.
 ///
-/// It has no name if the system supports such files, otherwise a unique one beginning with '.' in
-/// the target's folder: a writer that is killed leaves nothing, or nothing that could collide with
-/// a later one. The folder is kept open, so that the working directory may change. An existing
-/// target keeps its permission bits and, if permitted, its owner; a symbolic link is followed.
+/// It has no name where the system can make such files, and else a unique one beginning with '.' in
+/// the target's folder. A writer that is killed leaves nothing, except that it may be killed while
+/// its file has such a name. As long as it lives, it holds a lock on the file; the next writer in
+/// the folder removes those of its user that nobody holds, for which it lists the folder (0.3 us a
+/// name). The folder is held open, so a change of the working directory does no harm. An existing
+/// target keeps its permission bits and, where that is allowed, its owner; a symbolic link is
+/// followed.
 class OutputFile {
  public:
   enum class Naming { UnnamedIfPossible, Named };
 
-  /// Fails with CannotOpenFile (an existing target is not writable), NotRegularFile or
-  /// CannotCreateFile. Named behaves as on systems without nameless files.
+  /// Fails with CannotOpenFile (an existing target may not be written), NotRegularFile or
+  /// CannotCreateFile. Named is what systems without nameless files get.
   explicit OutputFile(const char* path, Naming naming = Naming::UnnamedIfPossible);
-  /// Removes the file if it was not published.
+  /// Removes what was not published.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -65,11 +77,11 @@ class OutputFile {
   /// Appends through a buffer. Fails with NoSpace or WriteFailed.
   void append(ByteSpan bytes);
 
-  /// Replaces bytes at the start of the file. REQUIRES: bytes.size() <= size().
+  /// Replaces bytes at the start of the file, which must have been appended before.
   void rewriteStart(ByteSpan bytes);
 
-  /// Flushes the file to disk, gives it the target's name and flushes the folder. Fails with
-  /// NoSpace, WriteFailed or CannotReplaceFile; the target is then unchanged.
+  /// Brings everything to the disk, gives the file its target's name and brings the folder to the
+  /// disk. Fails with NoSpace, WriteFailed or CannotReplaceFile; then the target is as it was.
   void publish();
 
  private:
@@ -80,7 +92,10 @@ class OutputFile {
   void keepMode();
   void flush();
   void writeAt(ByteSpan bytes, std::uint64_t offset);
+  bool lock() const;
+  bool link(const std::string& name) const;
   void giveName();
+  void replaceTarget();
 
   Descriptor folder_;
   Descriptor file_;

@@ -20,7 +20,8 @@ Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
 
 // O_NONBLOCK keeps open() from waiting for the writer of a named pipe; it has no effect on regular
 // files, and anything else is rejected.
-InputFile::InputFile(const char* path) : file_(::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {
+InputFile::InputFile(const char* path)
+    : file_(uninterrupted([&] { return ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK); })) {
   if (!file_.valid()) fail(Errc::CannotOpenFile, printed("%.100s: %s", path, std::strerror(errno)));
   struct stat status;
   if (::fstat(file_.get(), &status) != 0) {
@@ -32,8 +33,8 @@ InputFile::InputFile(const char* path) : file_(::open(path, O_RDONLY | O_CLOEXEC
 
 void InputFile::read(std::uint64_t offset, std::span<std::uint8_t> to) const {
   while (!to.empty()) {
-    const ssize_t got = ::pread(file_.get(), to.data(), to.size(), static_cast<off_t>(offset));
-    if (got < 0 && errno == EINTR) continue;
+    const ssize_t got = uninterrupted(
+        [&] { return ::pread(file_.get(), to.data(), to.size(), static_cast<off_t>(offset)); });
     if (got < 0) fail(Errc::ReadFailed, std::strerror(errno));
     if (got == 0) {
       fail(Errc::TruncatedFile,

@@ -12,8 +12,7 @@ namespace zdb::zxfile {
 
 namespace {
 
-// Differs from process to process: if the seed were known, a file could have a million labels that
-// all hash to one slot, and reading it would take hours.
+// Differs from process to process, so that nobody can choose labels that belong into one slot.
 std::uint64_t hashSeed() {
   static const std::uint64_t seed = [] {
     std::uint64_t value = 0;
@@ -54,41 +53,62 @@ std::uint32_t NameIndex::hashOf(std::string_view name) {
   return static_cast<std::uint32_t>(XXH3_64bits_withSeed(upper, length, hashSeed()));
 }
 
-// The slot of `name`, or the free slot for it.
-const NameIndex::Slot* NameIndex::slotOf(const TextList& list, std::string_view name,
-                                         std::uint32_t hash) const {
+template <typename Stop>
+std::size_t NameIndex::firstSlot(std::uint32_t hash, Stop stop) const {
   const std::size_t mask = slots_.size() - 1;
-  for (std::size_t at = hash & mask;; at = (at + 1) & mask) {
-    const Slot& slot = slots_[at];
-    if (slot.number == 0) return &slot;
-    if (slot.hash == hash && contract::isSameText(list.at(slot.number), name)) return &slot;
+  for (std::size_t at = hash & mask, left = kMostProbes; left > 0; at = (at + 1) & mask, --left) {
+    if (slots_[at].number == 0 || stop(slots_[at])) return at;
   }
+  return kNoSlot;
+}
+
+std::size_t NameIndex::slotOf(const TextList& list, std::string_view name,
+                              std::uint32_t hash) const {
+  return firstSlot(hash, [&](const Slot& slot) {
+    return slot.hash == hash && contract::isSameText(list.at(slot.number), name);
+  });
+}
+
+std::uint32_t NameIndex::findCrowded(std::string_view name) const {
+  if (crowded_.empty()) [[likely]]
+    return 0;
+  const auto found = crowded_.find(contract::upperCase(name));
+  return found == crowded_.end() ? 0 : found->second;
 }
 
 std::uint32_t NameIndex::find(const TextList& list, std::string_view name) const {
-  return slots_.empty() ? 0 : slotOf(list, name, hashOf(name))->number;
+  if (slots_.empty()) return 0;
+  const std::size_t at = slotOf(list, name, hashOf(name));
+  const std::uint32_t number = at == kNoSlot ? 0 : slots_[at].number;
+  return number != 0 ? number : findCrowded(name);
 }
 
-void NameIndex::grow(std::size_t capacity) {
+void NameIndex::put(const TextList& list, std::size_t at, Slot slot) {
+  if (at != kNoSlot) [[likely]] {
+    slots_[at] = slot;
+  } else {
+    crowded_.emplace(contract::upperCase(list.at(slot.number)), slot.number);
+  }
+}
+
+void NameIndex::grow(const TextList& list, std::size_t capacity) {
   std::vector<Slot> old(capacity);
   old.swap(slots_);
-  const std::size_t mask = capacity - 1;
   for (const Slot& slot : old) {
     if (slot.number == 0) continue;
-    std::size_t at = slot.hash & mask;
-    while (slots_[at].number != 0) at = (at + 1) & mask;
-    slots_[at] = slot;
+    put(list, firstSlot(slot.hash, [](const Slot&) { return false; }), slot);
   }
 }
 
 bool NameIndex::add(const TextList& list, std::uint32_t number) {
   if (2 * (std::size_t{used_} + 1) > slots_.size())
-    grow(std::max<std::size_t>(16, 2 * slots_.size()));
+    grow(list, std::max<std::size_t>(16, 2 * slots_.size()));
   const std::string_view name = list.at(number);
   const std::uint32_t hash = hashOf(name);
-  const auto at = static_cast<std::size_t>(slotOf(list, name, hash) - slots_.data());
-  if (slots_[at].number != 0) return false;
-  slots_[at] = {hash, number};
+  const std::size_t at = slotOf(list, name, hash);
+  if (at != kNoSlot && slots_[at].number != 0) return false;
+  if (findCrowded(name) != 0) return false;
+  put(list, at, {hash, number});
   ++used_;
   return true;
 }
@@ -97,6 +117,7 @@ std::uint32_t NameIndex::build(const TextList& list) {
   std::size_t capacity = 16;
   while (capacity < 2 * (std::size_t{list.size()} + 1)) capacity *= 2;
   slots_.assign(capacity, {});
+  crowded_.clear();
   used_ = 0;
   for (std::uint32_t number = 1; number <= list.size(); ++number) {
     if (!add(list, number)) return number;
@@ -113,10 +134,15 @@ std::uint32_t NameList::add(std::string_view name) {
 
 void NameList::adopt(Bytes&& stored, std::uint32_t count, Errc onDamage) {
   list_.adopt(std::move(stored), count, onDamage);
+  // Before they are indexed, which only names of limited length are made for.
+  for (std::uint32_t number = 1; number <= count; ++number) {
+    if (!isLabel(list_.at(number))) {
+      fail(onDamage, printed("label number %u cannot be a label", number));
+    }
+  }
   const std::uint32_t repeated = index_.build(list_);
   if (repeated != 0) {
-    fail(onDamage,
-         printed("label number %u repeats an earlier one", static_cast<unsigned>(repeated)));
+    fail(onDamage, printed("number %u repeats a label", static_cast<unsigned>(repeated)));
   }
 }
 

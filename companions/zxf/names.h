@@ -1,6 +1,7 @@
 // Lists of short texts: labels, texts and symbol names, numbered from 1.
 #pragma once
 
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,7 +41,9 @@ class TextList {
 
 /// Finds the numbers of distinct texts of at most 63 bytes, compared without regard to the case of
 /// ASCII letters. A hash table with open addressing over pairs of hash and number, at most half
-/// full: 16 to 32 bytes per text, which is not copied.
+/// full: 16 to 32 bytes per text, which is not copied. Names that find no place near their own,
+/// which hardly happens unless somebody chose them so, are kept in an ordered map: however names
+/// collide, none costs more than a logarithm.
 class NameIndex {
  public:
   /// The number of `name` in `list`, or 0.
@@ -58,11 +61,22 @@ class NameIndex {
     std::uint32_t number = 0;  ///< 0: free
   };
 
+  static constexpr std::size_t kMostProbes = 64;
+  static constexpr std::size_t kNoSlot = ~std::size_t{0};
+
   static std::uint32_t hashOf(std::string_view name);
-  const Slot* slotOf(const TextList& list, std::string_view name, std::uint32_t hash) const;
-  void grow(std::size_t capacity);
+  /// The first slot from that of the hash on that is free or for which stop(slot) holds, or kNoSlot
+  /// when there is none in reach.
+  template <typename Stop>
+  std::size_t firstSlot(std::uint32_t hash, Stop stop) const;
+  /// The slot that holds `name`, or the free one where it belongs, or kNoSlot.
+  std::size_t slotOf(const TextList& list, std::string_view name, std::uint32_t hash) const;
+  std::uint32_t findCrowded(std::string_view name) const;
+  void put(const TextList& list, std::size_t at, Slot slot);
+  void grow(const TextList& list, std::size_t capacity);
 
   std::vector<Slot> slots_;
+  std::map<std::string, std::uint32_t> crowded_;  ///< numbers by name in upper case
   std::uint32_t used_ = 0;
 };
 

@@ -16,12 +16,9 @@ int Reader::start(int number, const SpecialValues& delivered) {
   stop();
   const SymbolEntry& entry = symbol(number);
   if (entry.type == SymbolType::Alias) fail(Errc::NoRecordsOfItsOwn, entry.name);
-  symbol_ = &entry;
-  number_ = static_cast<std::uint32_t>(number);
+  next_ = {&entry, static_cast<std::uint32_t>(number), entry.dataOffset, 0};
   rowSize_ = entry.dim;
   width_ = valueWidth(entry.type);
-  recordsRead_ = 0;
-  offset_ = entry.dataOffset;
   try {
     nextBlock(delivered);
   } catch (...) {
@@ -32,38 +29,35 @@ int Reader::start(int number, const SpecialValues& delivered) {
 }
 
 void Reader::stop() {
-  symbol_ = nullptr;
+  next_.symbol = nullptr;
   block_.count = 0;
   at_ = 0;
 }
 
 bool Reader::nextBlock(const SpecialValues& delivered) {
-  if (symbol_ == nullptr || recordsRead_ == symbol_->recordCount) return false;
+  if (next_.symbol == nullptr || next_.firstRecord == next_.symbol->recordCount) return false;
   try {
     readBlock(delivered);
   } catch (...) {
     // The damage is reported once; further calls are after the last record.
     block_.count = 0;
     at_ = 0;
-    recordsRead_ = symbol_->recordCount;
+    next_.firstRecord = next_.symbol->recordCount;
     throw;
   }
   return true;
 }
 
-BlockHeader Reader::readBlockHeader() {
-  const std::uint64_t left = symbol_->dataOffset + symbol_->dataSize - offset_;
-  const std::uint32_t recordsLeft = symbol_->recordCount - recordsRead_;
+BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& payload) {
+  const SymbolEntry& symbol = *place.symbol;
+  const std::uint64_t left = symbol.dataOffset + symbol.dataSize - place.offset;
+  const std::uint32_t recordsLeft = symbol.recordCount - place.firstRecord;
   const auto check = [&](bool good, const char* what) {
-    if (!good) {
-      fail(Errc::DamagedRecords,
-           printed("%s, block at byte %llu, symbol %s", what,
-                   static_cast<unsigned long long>(offset_), symbol_->name.c_str()));
-    }
+    if (!good) fail(Errc::DamagedRecords, what);
   };
   check(left >= kBlockHeaderSize, "room for a header");
   std::array<std::uint8_t, kBlockHeaderSize> bytes;
-  file_.read(offset_, bytes);
+  file.read(place.offset, bytes);
   BlockHeader header;
   FieldReader fields(bytes, Errc::DamagedRecords);
   visit(fields, header);
@@ -72,27 +66,40 @@ BlockHeader Reader::readBlockHeader() {
         "record count");
   check(header.recordCount < recordsLeft || header.payloadSize == left - kBlockHeaderSize,
         "bytes after the last block");
-  check(header.symbol == number_ && header.firstRecord == recordsRead_, "symbol or first record");
+  check(header.symbol == place.number && header.firstRecord == place.firstRecord,
+        "symbol or first record");
   // Bounded by the rest of the symbol, which is within the file.
-  payload_.resize(header.payloadSize);
-  file_.read(offset_ + kBlockHeaderSize, payload_);
-  check(header.checksum == blockChecksum(header, payload_), "checksum");
+  payload.resize(header.payloadSize);
+  file.read(place.offset + kBlockHeaderSize, payload);
+  check(header.checksum == blockChecksum(header, payload), "checksum");
   return header;
+}
+
+// Says where the damage is.
+BlockHeader Reader::readPlacedBlock() {
+  try {
+    return readBlockAt(file_, next_, payload_);
+  } catch (const ZxfError& failure) {
+    if (failure.code() != Errc::DamagedRecords) throw;
+    fail(Errc::DamagedRecords,
+         printed("%s, block at byte %llu, symbol %s", failure.what(),
+                 static_cast<unsigned long long>(next_.offset), next_.symbol->name.c_str()));
+  }
 }
 
 void Reader::readBlock(const SpecialValues& delivered) {
   // The last row is about to be overwritten.
   std::array<int, kMaxDim> previous{};
-  if (recordsRead_ > 0) {
+  if (next_.firstRecord > 0) {
     std::copy_n(block_.rows.end() - rowSize_, rowSize_, previous.begin());
   }
-  const BlockHeader header = readBlockHeader();
-  blocks_.read(payload_, *symbol_, header.recordCount, directory_.header.labelCount, delivered,
+  const BlockHeader header = readPlacedBlock();
+  blocks_.read(payload_, *next_.symbol, header.recordCount, directory_.header.labelCount, delivered,
                block_);
-  if (recordsRead_ > 0) joinToPrevious(std::span(previous).first(rowSize_));
+  if (next_.firstRecord > 0) joinToPrevious(std::span(previous).first(rowSize_));
   at_ = 0;
-  recordsRead_ += header.recordCount;
-  offset_ += kBlockHeaderSize + header.payloadSize;
+  next_.firstRecord += header.recordCount;
+  next_.offset += kBlockHeaderSize + header.payloadSize;
 }
 
 // Within a block, the coding guarantees the order; between blocks it must be checked.
@@ -100,7 +107,7 @@ void Reader::joinToPrevious(std::span<const int> previous) {
   const auto first = std::span<const int>(block_.rows).first(previous.size());
   const auto [was, is] = std::mismatch(previous.begin(), previous.end(), first.begin());
   if (was == previous.end() || *is < *was) {
-    fail(Errc::DamagedRecords, printed("order of blocks of symbol %s", symbol_->name.c_str()));
+    fail(Errc::DamagedRecords, printed("order of blocks of symbol %s", next_.symbol->name.c_str()));
   }
   block_.changed[0] = static_cast<std::uint8_t>(was - previous.begin() + 1);
 }

@@ -8,8 +8,21 @@
 
 namespace zdb::zxfile {
 
-/// An open file. One symbol can be read at a time, from first to last record; a block is unpacked
-/// as a whole into plain arrays, so that take() only copies.
+/// Where a block has to stand.
+struct BlockPlace {
+  const SymbolEntry* symbol = nullptr;
+  std::uint32_t number = 0;       ///< of the symbol
+  std::uint64_t offset = 0;       ///< in the file
+  std::uint32_t firstRecord = 0;  ///< records of the symbol in the blocks before
+};
+
+/// Reads header and payload of the block at a place and checks one against the other and against
+/// the symbol, whose space lies inside the file. Fails with DamagedRecords and the part that is
+/// wrong, TruncatedFile or ReadFailed.
+BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& payload);
+
+/// An open file. One symbol can be read at a time, forwards; a block is unpacked as a whole into
+/// plain arrays, so that handing out a record is a few copies without a decision.
 class Reader {
  public:
   /// Fails as InputFile and readDirectory() do.
@@ -17,22 +30,22 @@ class Reader {
 
   const Directory& directory() const { return directory_; }
 
-  /// The symbol with that number. Fails with BadSymbolNumber unless 1 <= number <= symbols.
+  /// Symbol number n of [1, symbols], checked: fails with BadSymbolNumber.
   const SymbolEntry& symbol(int number) const;
 
-  /// Starts to read a symbol's records and returns their number; ends reading of the previous
-  /// symbol. The first block is read immediately, so this fails if it is damaged.
+  /// Begins to read a symbol's records and returns their count; ends what was read before. The
+  /// first block is read at once, so a symbol that is damaged there fails here.
   int start(int number, const SpecialValues& delivered);
-  bool started() const { return symbol_ != nullptr; }
-  int dim() const { return symbol_->dim; }
+  bool started() const { return next_.symbol != nullptr; }
+  int dim() const { return next_.symbol->dim; }
   void stop();
 
-  /// Whether there is another record; reads the next block if necessary. Fails with DamagedRecords,
-  /// TruncatedFile or ReadFailed; then there are no more records.
+  /// Makes sure that a record is at hand: false behind the last one. Fails with DamagedRecords,
+  /// TruncatedFile or ReadFailed; after that there are no more records.
   bool ready(const SpecialValues& delivered) { return at_ < block_.count || nextBlock(delivered); }
 
-  /// Copies the next record: `dim` labels, 1 or 5 values, and the first changed dimension from 1 (0
-  /// without dimensions). REQUIRES: ready() returned true.
+  /// Copies out the record at hand and goes on: `dim` labels, 1 or 5 values, the first changed
+  /// dimension from 1 (0 without dimensions). REQUIRES: ready() gave true.
   void take(int* key, double* values, int* changed) {
     const int* row = block_.rows.data() + std::size_t{at_} * rowSize_;
     for (int d = 0; d < rowSize_; ++d) key[d] = row[d];
@@ -42,23 +55,19 @@ class Reader {
   }
 
  private:
-  /// Reads the next block of the symbol; false if there is none.
+  /// Reads the next block of the symbol; false when there is none.
   bool nextBlock(const SpecialValues& delivered);
   void readBlock(const SpecialValues& delivered);
-  /// Reads header and payload and checks them against each other and the symbol.
-  BlockHeader readBlockHeader();
-  /// Checks that the block's first key is after `previous`, and sets its first changed dimension.
+  BlockHeader readPlacedBlock();
+  /// Checks that the block's first key comes behind `previous` and says where it differs.
   void joinToPrevious(std::span<const int> previous);
 
   InputFile file_;
   Directory directory_;
   BlockReader blocks_;
-  const SymbolEntry* symbol_ = nullptr;
-  std::uint32_t number_ = 0;
+  BlockPlace next_;  ///< without a symbol when none is started
   int rowSize_ = 0;
   int width_ = 1;
-  std::uint32_t recordsRead_ = 0;  ///< in blocks up to the current one
-  std::uint64_t offset_ = 0;       ///< of the next block
   Block block_;
   std::uint32_t at_ = 0;
   Bytes payload_;

@@ -2,6 +2,7 @@
 
 #include <xxhash.h>
 #include <zstd.h>
+#include <zstd_errors.h>
 
 #include <new>
 
@@ -10,15 +11,22 @@ namespace zdb::zxfile {
 namespace {
 
 // The fastest of the regular levels. Values and key steps have hardly any repeats longer than a few
-// bytes, so almost all of the gain is entropy coding, which is the same on all levels.
+// bytes, so what is gained is entropy coding, and that is the same on all levels.
 constexpr int kPackingLevel = 1;
 
 bool isRepeated(ByteSpan raw) {
   return !raw.empty() && std::memcmp(raw.data(), raw.data() + 1, raw.size() - 1) == 0;
 }
 
-// A frame in one of zstd's early formats has a different magic number and is rejected, alone or
-// after a frame in the current format.
+// Whether the packing library failed; memory that ran out is neither damage nor a fault.
+bool hasFailed(std::size_t result) {
+  if (ZSTD_isError(result) == 0) return false;
+  if (ZSTD_getErrorCode(result) == ZSTD_error_memory_allocation) throw std::bad_alloc();
+  return true;
+}
+
+// Frames of the packing library's early formats have other first bytes and are not ours, neither
+// alone nor behind a frame of today's format.
 bool isOneFrame(ByteSpan stored) {
   return stored.size() >= sizeof(std::uint32_t) &&
          loadInt<std::uint32_t>(stored.data()) == ZSTD_MAGICNUMBER &&
@@ -39,13 +47,13 @@ StreamWriter::~StreamWriter() {
   ZSTD_freeCCtx(context_);
 }
 
-// Returns the size of the frame in `packed`, or 0 if packing does not pay.
+// Returns the size of the frame left in `packed`, or 0 when packing does not pay.
 std::size_t StreamWriter::packInto(Bytes& packed, ByteSpan raw) {
   if (raw.size() < kMinPackedSize) return 0;
   packed.resize(ZSTD_compressBound(raw.size()));
   const std::size_t size = ZSTD_compressCCtx(context_, packed.data(), packed.size(), raw.data(),
                                              raw.size(), kPackingLevel);
-  if (ZSTD_isError(size) != 0) fail(Errc::Unexpected, ZSTD_getErrorName(size));
+  if (hasFailed(size)) fail(Errc::Unexpected, ZSTD_getErrorName(size));
   return size <= raw.size() - raw.size() / 32 ? size : 0;
 }
 
@@ -93,8 +101,8 @@ void StreamReader::read(FieldReader& in, Bytes& raw, std::uint64_t limit, const 
   unpack(in, header, raw, name);
 }
 
-// The destination has the stated size already, so a frame that holds more runs out of room, and one
-// with a wrong size cannot make zstd allocate memory.
+// The destination has the announced size already, so a frame that holds more runs out of room and
+// one that lies about its own size cannot make the packing library allocate.
 void StreamReader::unpack(FieldReader& in, const StreamHeader& header, std::span<std::uint8_t> raw,
                           const char* name) {
   if (header.storedSize > in.left()) in.damaged(name);
@@ -103,7 +111,7 @@ void StreamReader::unpack(FieldReader& in, const StreamHeader& header, std::span
     if (!isOneFrame(stored)) in.damaged(name);
     const std::size_t size =
         ZSTD_decompressDCtx(context_, raw.data(), raw.size(), stored.data(), stored.size());
-    if (ZSTD_isError(size) != 0 || size != raw.size()) in.damaged(name);
+    if (hasFailed(size) || size != raw.size()) in.damaged(name);
   } else if (header.method == StreamMethod::Repeated) {
     if (stored.size() != 1) in.damaged(name);
     if (!raw.empty()) std::memset(raw.data(), stored[0], raw.size());

@@ -201,6 +201,22 @@ TEST_F(ZxfFiles, NamedTemporary_IsPrivateAndReplacesOrIsRemoved) {
   EXPECT_EQ(modeOf(folder_.path("b")), 0666U);
 }
 
+TEST_F(ZxfFiles, LeftOverOfKilledWriter_IsRemovedByNextInFolder) {
+  const OutputFile alive(a_.c_str(), OutputFile::Naming::Named);
+  folder_.write(".a.0123456789abcdef.tmp", "of somebody else");
+  folder_.write(".a.0123456789abcdeg.zxf.tmp", "too");
+  fs::create_directory(folder_.path(".b.0123456789abcdef.zxf.tmp"));
+  fs::create_symlink("a", folder_.path(".c.0123456789abcdef.zxf.tmp"));
+  const Names before = namesIn(folder_);
+  inChild([&] {
+    const OutputFile killed(a_.c_str(), OutputFile::Naming::Named);
+    raise(SIGKILL);
+  });
+  EXPECT_EQ(namesIn(folder_).size(), before.size() + 1);
+  writeContent(a_, smallContent());
+  EXPECT_EQ(namesIn(folder_), before);
+}
+
 // Replacing needs rights on the folder only, so the file's own bits have to be asked.
 TEST_F(ZxfFiles, WriteProtectedTarget_IsRefused) {
   ASSERT_EQ(chmod(a_.c_str(), 0444), 0);

@@ -22,7 +22,8 @@ zdb::script::FunctionTable makeTable() {
 }
 
 // lie FILE SECTION BYTE HEX: reads a file with other bytes from one of a section on, and checksums
-// that hold; the first error. The section is that of the labels or symbols, or the whole file.
+// that hold; the first error. The section is that of the labels or symbols, or the whole file. What
+// was read stays as the file "lie".
 std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
   static const std::map<std::string, int> fields = {{"labels", 40}, {"symbols", 88}};
   const std::vector<zdb::script::Token>& words = statement.arguments;
@@ -34,6 +35,7 @@ std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& stateme
   const zxftest::Bytes others = zxftest::fromHex(words.at(3).text);
   std::copy(others.begin(), others.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
   reseal(bytes);
+  std::ofstream("lie", std::ios::binary) << std::string(bytes.begin(), bytes.end());
   const zdb::test::Allocations allocations;
   const int error = zxftest::errorsOf(bytes).at(0);
   const bool isModest = allocations.largest() < 1U << 20;
@@ -92,6 +94,7 @@ int main(int argc, char** argv) {
       {zxftest::makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   std::filesystem::create_directory("folder");
   mkfifo("pipe", 0600);
+  std::filesystem::create_symlink("loop", "loop");
   zdb::script::Way once;
   once.name = "once";
   zdb::script::SweepRules rules;

@@ -18,7 +18,9 @@ void require(bool good, const char* what) {
 }
 
 void requireDone(const Zxf& zxf, int result) {
-  if (result != 1) throw std::runtime_error(zxf.errorText(C__zxfGetLastError(zxf)));
+  if (result == 1) return;
+  const int error = C__zxfGetLastError(zxf);
+  throw Refused(zxf.errorText(error), error);
 }
 
 std::vector<const char*> pointers(const std::vector<std::string>& texts) {
@@ -201,12 +203,21 @@ Content readContent(const std::string& path) {
   return content;
 }
 
+MemoryFile::MemoryFile(const Bytes& bytes) : fd_(memfd_create("zxf", MFD_CLOEXEC)) {
+  require(write(fd_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "memory");
+}
+
+MemoryFile::~MemoryFile() {
+  close(fd_);
+}
+
+std::string MemoryFile::path() const {
+  return "/proc/self/fd/" + std::to_string(fd_);
+}
+
 std::vector<int> errorsOf(const Bytes& bytes) {
-  const int fd = memfd_create("zxf", MFD_CLOEXEC);
-  require(write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "memory");
   std::vector<int> errors;
-  readContent("/proc/self/fd/" + std::to_string(fd), errors);
-  close(fd);
+  readContent(MemoryFile(bytes).path(), errors);
   return errors;
 }
 

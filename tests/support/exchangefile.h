@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,12 @@
 namespace zxftest {
 
 using Bytes = std::vector<std::uint8_t>;
+
+// A call that failed, with the first error that it left.
+struct Refused : std::runtime_error {
+  Refused(const std::string& text, int number) : runtime_error(text), error(number) {}
+  int error;
+};
 
 // A handle of the library, freed with the object.
 class Zxf {
@@ -68,7 +75,21 @@ void writeContent(const std::string& path, const Content& content);
 Content readContent(const std::string& path, std::vector<int>& errors);
 // The same for a file that has to be sound.
 Content readContent(const std::string& path);
-// The errors of reading a file with these bytes, which lies in memory.
+
+// A file with these bytes that lies in memory.
+class MemoryFile {
+ public:
+  explicit MemoryFile(const Bytes& bytes);
+  ~MemoryFile();
+  MemoryFile(const MemoryFile&) = delete;
+  MemoryFile& operator=(const MemoryFile&) = delete;
+  std::string path() const;
+
+ private:
+  int fd_;
+};
+
+// The errors of reading such a file.
 std::vector<int> errorsOf(const Bytes& bytes);
 
 }  // namespace zxftest

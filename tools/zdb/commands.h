@@ -12,6 +12,8 @@ namespace zdb::tool {
 
 void addInfo(CLI::App& app, Console& console);
 void addDump(CLI::App& app, Console& console);
+/// With the exchange file companion only.
+void addCheck(CLI::App& app, Console& console);
 /// With the model kit only.
 void addSolve(CLI::App& app, Console& console);
 void addSweep(CLI::App& app, Console& console);

@@ -47,17 +47,22 @@ void runInfo(const InfoOptions& options, Console& console) {
                 counted(symbolCount, "symbol") + '\n');
   if (symbolCount == 0) return;
 
+#ifdef ZDB_HAS_EXCHANGE_FILES
+  std::optional<FileDirectory> opened;
+  if (options.countRecords) opened.emplace(options.file);
+  const FileDirectory* directory = opened ? &*opened : nullptr;
+#else
+  constexpr const FileDirectory* directory = nullptr;
+#endif
   std::vector<Table::Column> columns = {{"symbol"}, {"type"}, {"dim", true}, {"domains"}};
-  if (options.countRecords) columns.push_back({"records", true});
+  if (directory != nullptr) columns.push_back({"records", true});
   columns.push_back({"text"});
   Table table(std::move(columns));
-  std::optional<FileDirectory> directory;
-  if (options.countRecords) directory.emplace(options.file);
   bool explainQuotes = false;
   for (int i = 0; i < symbolCount; ++i) {
     const Symbol symbol = db.symbolAt(i);
     explainQuotes = explainQuotes || hasRelaxedDomain(symbol);
-    table.add(describe(symbol, i, directory ? &*directory : nullptr));
+    table.add(describe(symbol, i, directory));
   }
   console.write("\n");
   table.print(console);

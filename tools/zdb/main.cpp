@@ -39,6 +39,9 @@ int run(int argc, char** argv, Console& console) {
   app.require_subcommand(1);
   addInfo(app, console);
   addDump(app, console);
+#ifdef ZDB_HAS_EXCHANGE_FILES
+  addCheck(app, console);
+#endif
 #ifdef ZDB_HAS_KIT
   addSolve(app, console);
   addSweep(app, console);

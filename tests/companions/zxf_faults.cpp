@@ -1,0 +1,285 @@
+// File work under every fault that the system may have in stock: each system call fails once, and
+// from then on, the process dies at it, or the power does. Afterwards the old or the new file is
+// whole, nothing is left over, and trying again works. Without an argument this is a short test;
+// with --soak all of it, and writers are killed at random moments.
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <random>
+#include <stdexcept>
+
+#include "support/allocations.h"
+#include "zxf_systemcalls.h"
+#include "zxf_testing.h"
+
+namespace {
+
+using namespace zxftest;
+using zdb::zxfile::errorText;
+namespace fs = std::filesystem;
+
+void require(bool good, const char* what) {
+  if (!good) throw std::runtime_error(what);
+}
+
+const std::set<Call> kFileWork = {Call::Open, Call::Read,  Call::Write,  Call::Sync, Call::Rename,
+                                  Call::Link, Call::Close, Call::Status, Call::Mode};
+const std::set<Call> kAll = {Call::Open, Call::Write,  Call::Sync,  Call::Rename, Call::Link,
+                             Call::Lock, Call::Unlink, Call::Close, Call::Status, Call::Mode};
+
+const FaultKind kKinds[] = {
+    {"EIO",
+     Event::Error,
+     kFileWork,
+     EIO,
+     true,
+     {Errc::CannotOpenFile, Errc::ReadFailed, Errc::CannotCreateFile, Errc::WriteFailed,
+      Errc::CannotReplaceFile, Errc::Unexpected}},
+    {"ENOSPC",
+     Event::Error,
+     {Call::Open, Call::Write, Call::Sync, Call::Rename, Call::Link, Call::Close},
+     ENOSPC,
+     true,
+     {Errc::NoSpace, Errc::CannotOpenFile, Errc::CannotCreateFile, Errc::CannotReplaceFile,
+      Errc::Unexpected}},
+    {"EINTR",
+     Event::Error,
+     {Call::Open, Call::Read, Call::Write, Call::Sync, Call::Close},
+     EINTR,
+     false},
+    {"short counts", Event::ShortCount, {Call::Read, Call::Write}},
+    {"no locks", Event::Error, {Call::Lock}, ENOLCK},
+    {"no memory to pack", Event::Error, {Call::Pack}, ENOMEM, true, {Errc::OutOfMemory}},
+    {"killed", Event::Death, kAll},
+    {"power loss, writes dropped", Event::WritesDropped, kAll},
+    {"power loss, writes reordered", Event::WritesReordered, kAll},
+    {"power loss, writes garbled", Event::WritesGarbled, kAll},
+};
+
+struct Job {
+  const char* name;
+  bool reads;
+  bool replaces;
+  bool nameless;
+};
+
+constexpr Job kJobs[] = {
+    {"read", true, true, true},
+    {"write a new file", false, false, true},
+    {"write a new file without nameless ones", false, false, false},
+    {"replace a file", false, true, true},
+    {"replace a file without nameless ones", false, true, false},
+};
+
+// Enough for several blocks, which do not fit a writer's buffer, if it is large.
+Content contentOf(int seed, int records) {
+  Content content = smallContent();
+  std::mt19937_64 random(static_cast<unsigned>(seed));
+  Symbol noise{"noise", 2, 1};
+  for (int i = 0; i < records; ++i) {
+    noise.keys.insert(noise.keys.end(), {i / 1000 + 1, i % 1000 + 1});
+    noise.values.push_back(static_cast<double>(random() >> 11));
+  }
+  content.labels = makeLabels(1000);
+  content.symbols.push_back(std::move(noise));
+  return content;
+}
+
+int openDescriptors() {
+  const auto all = fs::directory_iterator("/proc/self/fd");
+  return static_cast<int>(std::distance(begin(all), end(all)));
+}
+
+// A folder in which one file is written or read again and again.
+class Bench {
+ public:
+  Bench(const fs::path& parent, int records)
+      : folder_(parent), old_(contentOf(1, records)), new_(contentOf(2, records)) {}
+
+  // Tries a kind of fault at each call of a job; gives how many there were.
+  int sweep(const FaultKind& kind, int count, const Job& job) {
+    setNamelessFiles(job.nameless);
+    int total = 0;
+    for (int first = 1;; ++first) {
+      prepare(job);
+      const int injected = kind.isDeadly() ? die(kind, first, job) : fail(kind, first, count, job);
+      total += injected;
+      if (injected == 0) return total;
+      tryAgain(job);
+    }
+  }
+
+  // Kills a writer that works all the time at a random moment.
+  void kill(int number, bool nameless) {
+    setNamelessFiles(nameless);
+    const bool wasThere = fs::exists(target_);
+    const pid_t child = fork();
+    if (child == 0) {
+      for (bool isOld = true;; isOld = !isOld) writeContent(target_, isOld ? new_ : old_);
+    }
+    std::minstd_rand random(static_cast<unsigned>(number));
+    usleep(static_cast<useconds_t>(random() % 4000));
+    ::kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    require(state() != Found::Nothing || !wasThere, "the file is gone");
+    tryAgain({"", false, true, nameless});
+    if (number % 2 == 0) fs::remove(target_);
+  }
+
+ private:
+  enum class Found { Nothing, Old, New };
+
+  void prepare(const Job& job) const {
+    for (const std::string& name : namesIn(folder_)) fs::remove(folder_.path(name));
+    if (!job.replaces) return;
+    writeContent(target_, old_);
+    fs::permissions(target_, fs::perms{0640});
+  }
+
+  // Fails when it is something else.
+  Found state() const {
+    if (!fs::exists(target_)) return Found::Nothing;
+    const Content content = readContent(target_);
+    require(content == old_ || content == new_, "the file is neither the old nor the new one");
+    return content == new_ ? Found::New : Found::Old;
+  }
+
+  bool isTidy() const {
+    const std::vector<std::string> names = namesIn(folder_);
+    return names.empty() || names == std::vector<std::string>{"a"};
+  }
+
+  // Does the job; gives the first error.
+  Errc run(const Job& job) const {
+    if (job.reads) {
+      std::vector<int> errors;
+      require(readContent(target_, errors) == old_ || !errors.empty(), "wrong content");
+      return errors.empty() ? Errc::None : static_cast<Errc>(errors[0]);
+    }
+    try {
+      writeContent(target_, new_);
+      return Errc::None;
+    } catch (const Refused& refused) {
+      require(refused.error != 0, "a failure without a message");
+      return static_cast<Errc>(refused.error);
+    }
+  }
+
+  void requireDone(const Job& job) const {
+    require(state() == (job.reads ? Found::Old : Found::New), "success, but not the new file");
+    require(namesIn(folder_) == std::vector<std::string>{"a"}, "left-overs");
+    if (job.replaces) require(fs::status(target_).permissions() == fs::perms{0640}, "another mode");
+  }
+
+  void tryAgain(const Job& job) const {
+    if (job.replaces && fs::exists(target_)) fs::permissions(target_, fs::perms{0640});
+    require(run(job) == Errc::None, "trying again fails");
+    require(namesIn(folder_) == std::vector<std::string>{"a"}, "left-overs after the next save");
+  }
+
+  int fail(const FaultKind& kind, int first, int count, const Job& job) const {
+    const int descriptors = openDescriptors();
+    Errc error = Errc::None;
+    int injected = 0;
+    bool isUnsafe = false;
+    {
+      const zdb::test::Allocations allocations;
+      {
+        const Faults faults(kind, first, count);
+        error = run(job);
+        injected = faults.injected();
+        isUnsafe = faults.hasFailed(Call::Write) || faults.hasFailed(Call::Sync);
+      }
+      require(allocations.liveBytes() <= 0, "a leak of memory");
+    }
+    require(openDescriptors() == descriptors, "a leak of descriptors");
+    if (error == Errc::None) {
+      require(!isUnsafe || kind.reported.empty(), "nothing said of what is not on the disk");
+      requireDone(job);
+      return injected;
+    }
+    require(kind.reported.contains(error), errorText(static_cast<int>(error)));
+    require(state() != Found::Nothing || !job.replaces, "the old file is gone");
+    require(isTidy(), "left-overs");
+    return injected;
+  }
+
+  int die(const FaultKind& kind, int first, const Job& job) const {
+    const pid_t child = fork();
+    if (child == 0) {
+      const Faults faults(kind, first, 1);
+      const bool isDone = run(job) == Errc::None;
+      faults.losePower();
+      _exit(isDone ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    if (status == 0) {
+      requireDone(job);
+      return 0;
+    }
+    require(WIFEXITED(status) && WEXITSTATUS(status) == Faults::kExitOfTheDead, "a failure");
+    require(state() != Found::Nothing || !job.replaces, "the old file is gone");
+    require(job.replaces || !job.nameless || isTidy(), "left-overs at once");
+    return 1;
+  }
+
+  const TemporaryFolder folder_;
+  const std::string target_ = folder_.path("a");
+  const Content old_;
+  const Content new_;
+};
+
+int sweepAll(Bench& bench) {
+  int total = 0;
+  for (const FaultKind& kind : kKinds) {
+    int ofKind = 0;
+    for (const Job& job : kJobs) {
+      for (const int count : {1, INT_MAX}) {
+        if (count > 1 && (!kind.canLast || kind.isDeadly())) continue;
+        try {
+          ofKind += bench.sweep(kind, count, job);
+        } catch (const std::exception& error) {
+          throw std::runtime_error(std::string(kind.name) +
+                                   (count > 1 ? " from a call on: " : ": ") + job.name + ": " +
+                                   error.what());
+        }
+      }
+    }
+    require(ofKind > 0, "a kind of fault that met nothing");
+    std::printf("%-30s %6d faults\n", kind.name, ofKind);
+    total += ofKind;
+  }
+  return total;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const bool isSoak = argc > 1 && std::strcmp(argv[1], "--soak") == 0;
+  try {
+    int faults = 0;
+    const int kills = isSoak ? 1000 : 20;
+    std::vector<fs::path> parents = {fs::temp_directory_path()};
+    if (isSoak && fs::is_directory("/dev/shm")) parents.emplace_back("/dev/shm");
+    for (const fs::path& parent : parents) {
+      Bench bench(parent, isSoak ? 100000 : 10);
+      faults += sweepAll(bench);
+      for (int i = 0; i < kills; ++i) {
+        bench.kill(i, true);
+        bench.kill(i, false);
+      }
+    }
+    std::printf("%d faults and %zu kills: the old or the new file was whole, nothing left over\n",
+                faults, 2 * kills * parents.size());
+    return 0;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 1;
+  }
+}
