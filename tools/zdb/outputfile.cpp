@@ -26,7 +26,9 @@ void checkOutput(const std::string& output, const std::vector<std::string>& inpu
   std::error_code missing;
   for (const std::string& input : inputs) {
     if (std::filesystem::equivalent(output, input, missing)) {
-      throw ToolError("the output " + output + " is the input " + input + kForce);
+      std::string problem = "the output " + output;
+      problem.append(" is the input ").append(input).append(kForce);
+      throw ToolError(problem);
     }
   }
   if (!std::filesystem::is_regular_file(output, missing) || isDataFile(output)) return;
