@@ -2,7 +2,7 @@
 // scripts makes its table from the same .def file that the library makes its exports from.
 #pragma once
 
-#include <bit>
+#include <cstring>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -71,10 +71,9 @@ struct Form {
  private:
   template <typename T>
   static T taken(const Slot& slot) {
-    if constexpr (std::is_same_v<T, int>)
-      return slot.integer;
-    else
-      return std::bit_cast<T>(slot);
+    T value;
+    std::memcpy(&value, &slot, sizeof value);
+    return value;
   }
   template <typename Result, typename... Arguments, std::size_t... I>
   static Slot callTyped(Result (*typed)(Arguments...), [[maybe_unused]] const Slot* arguments,
@@ -82,10 +81,9 @@ struct Form {
     Slot slot;
     if constexpr (std::is_void_v<Result>) {
       typed(taken<Arguments>(arguments[I])...);
-    } else if constexpr (std::is_same_v<Result, int>) {
-      slot.integer = typed(taken<Arguments>(arguments[I])...);
     } else {
-      slot = std::bit_cast<Slot>(typed(taken<Arguments>(arguments[I])...));
+      const Result result = typed(taken<Arguments>(arguments[I])...);
+      std::memcpy(&slot.pointer, &result, sizeof result);
     }
     return slot;
   }

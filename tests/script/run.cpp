@@ -9,6 +9,9 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <optional>
+
+#include "support/allocations.h"
 
 namespace zdb::script {
 
@@ -295,9 +298,7 @@ std::string Run::execute(const Statement& statement) {
   const auto word = host.words.find(statement.name);
   if (word == host.words.end()) return call(statement);
   takeOutput();
-  if (beforeCall) beforeCall();
   const std::string actual = word->second(*this, statement);
-  if (afterCall) afterCall();
   return actual + takeOutput();
 }
 
@@ -352,11 +353,13 @@ std::string Run::call(const Statement& statement) {
   }
   host.mark(target);
   takeOutput();
-  if (beforeCall) beforeCall();
+  std::optional<test::Allocations> watch;
+  if (failing > 0) watch.emplace(failing);
   const Slot result = usesTwin ? callTwin(form, slots, slots.size() - count + out,
                                           called.parameters.size() > count, arguments[out])
                                : form.call(form.function, slots.data());
-  if (afterCall) afterCall();
+  hasFailed = watch && watch->hasFailed();
+  watch.reset();
   return report(target, function, result, arguments);
 }
 
