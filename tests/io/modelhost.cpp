@@ -195,9 +195,12 @@ std::vector<Way> makeWays() {
 
 }  // namespace zdb::script
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   zdb::script::ModelHost host;
   const int result = zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), {}});
   if (!host.isBalanced) std::cerr << "a walk was not closed, or a stored view not restored\n";
   return host.isBalanced ? result : 1;
+} catch (const std::exception& error) {
+  std::cerr << error.what() << '\n';
+  return 1;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstring>
+#include <functional>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -53,41 +54,32 @@ constexpr Parameter parameterOf() {
   return {shape, isArray, isOutput, kKind<Value>};
 }
 
-/// One calling form of a function, made from a typed pointer.
-struct Form {
-  using AnyFunction = void (*)();
-  AnyFunction function = nullptr;
-  Slot (*call)(AnyFunction function, const Slot* arguments) = nullptr;
+/// One calling form of a function; empty if it has none such.
+using Form = std::function<Slot(const Slot* arguments)>;
 
-  Form() = default;
-  template <typename Result, typename... Arguments>
-  explicit Form(Result (*typed)(Arguments...))
-      : function(reinterpret_cast<AnyFunction>(typed)),
-        call([](AnyFunction any, const Slot* arguments) {
-          return callTyped(reinterpret_cast<Result (*)(Arguments...)>(any), arguments,
-                           std::index_sequence_for<Arguments...>{});
-        }) {}
+template <typename T>
+T taken(const Slot& slot) {
+  T value;
+  std::memcpy(&value, &slot, sizeof value);
+  return value;
+}
 
- private:
-  template <typename T>
-  static T taken(const Slot& slot) {
-    T value;
-    std::memcpy(&value, &slot, sizeof value);
-    return value;
-  }
-  template <typename Result, typename... Arguments, std::size_t... I>
-  static Slot callTyped(Result (*typed)(Arguments...), [[maybe_unused]] const Slot* arguments,
-                        std::index_sequence<I...>) {
-    Slot slot;
-    if constexpr (std::is_void_v<Result>) {
-      typed(taken<Arguments>(arguments[I])...);
-    } else {
-      const Result result = typed(taken<Arguments>(arguments[I])...);
-      std::memcpy(&slot.pointer, &result, sizeof result);
+template <typename Result, typename... Arguments>
+Form formOf(Result (*typed)(Arguments...)) {
+  return [typed]([[maybe_unused]] const Slot* arguments) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      Slot slot;
+      if constexpr (std::is_void_v<Result>) {
+        typed(taken<Arguments>(arguments[I])...);
+      } else {
+        const Result result = typed(taken<Arguments>(arguments[I])...);
+        std::memcpy(&slot.pointer, &result, sizeof result);
+      }
+      return slot;
     }
-    return slot;
-  }
-};
+    (std::index_sequence_for<Arguments...>{});
+  };
+}
 
 struct Function {
   std::string name;
@@ -104,7 +96,7 @@ struct Function {
   static Function make(const char* name, Result (*typed)(Arguments...), bool takesObject,
                        const std::string& declared = "") {
     Function made{
-        name, takesObject, parameterOf<Result>(), {parameterOf<Arguments>()...}, {}, Form(typed),
+        name, takesObject, parameterOf<Result>(), {parameterOf<Arguments>()...}, {}, formOf(typed),
         {},   {}};
     for (std::size_t end = 0; (end = declared.find_first_of(",)", end + 1)) != declared.npos;) {
       const std::size_t start = declared.find_last_of(" *", end) + 1;

@@ -17,6 +17,7 @@ namespace {
 void inThreads(const std::function<std::string(int)>& body) {
   std::vector<std::string> wrong(8);
   std::vector<std::thread> threads;
+  threads.reserve(8);
   for (int n = 0; n < 8; ++n) {
     threads.emplace_back([&wrong, &body, n] { wrong[static_cast<std::size_t>(n)] = body(n); });
   }
