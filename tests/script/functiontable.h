@@ -2,7 +2,7 @@
 // scripts makes its table from the same .def file that the library makes its exports from.
 #pragma once
 
-#include <cstring>
+#include <bit>
 #include <functional>
 #include <map>
 #include <string>
@@ -59,9 +59,11 @@ using Form = std::function<Slot(const Slot* arguments)>;
 
 template <typename T>
 T taken(const Slot& slot) {
-  T value;
-  std::memcpy(&value, &slot, sizeof value);
-  return value;
+  if constexpr (std::is_same_v<T, int>) {
+    return slot.integer;
+  } else {
+    return std::bit_cast<T>(slot);
+  }
 }
 
 template <typename Result, typename... Arguments>
@@ -71,9 +73,10 @@ Form formOf(Result (*typed)(Arguments...)) {
       Slot slot;
       if constexpr (std::is_void_v<Result>) {
         typed(taken<Arguments>(arguments[I])...);
+      } else if constexpr (std::is_same_v<Result, int>) {
+        slot.integer = typed(taken<Arguments>(arguments[I])...);
       } else {
-        const Result result = typed(taken<Arguments>(arguments[I])...);
-        std::memcpy(&slot.pointer, &result, sizeof result);
+        slot = std::bit_cast<Slot>(typed(taken<Arguments>(arguments[I])...));
       }
       return slot;
     }
