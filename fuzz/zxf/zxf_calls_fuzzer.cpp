@@ -105,7 +105,7 @@ class Calls {
     const std::size_t position = isRecord ? byte() % 20 : 0;
     int result = 0;
     for (int i = 0; i < count; ++i) {
-      result = function.plain.call(function.plain.function, slots.data()).integer;
+      result = function.plain(slots.data()).integer;
       if (isRecord && ints_[0][position] < 100000) ++ints_[0][position];
       if (isRecord) reals_[i % 5] += 0.5;
     }

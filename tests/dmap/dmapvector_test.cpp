@@ -1,22 +1,15 @@
 // What is particular to DMapVector: it trusts its callers, and takes a 0 for any label.
 
-#include "dmap/dmapvector.h"
-
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
-#include <random>
-#include <vector>
 
-#include "dmap/dmap.h"
-#include "dmap/dmaputree.h"
-#include "dmap/structure.h"
+#include "dmap/container_model.h"
 
 namespace zdb::dmap {
 namespace {
 
-using Key = std::vector<int>;
+using test::Key;
 
 // A key twice is copied to no other container, and one with a label that searches take for any is
 // not lost.

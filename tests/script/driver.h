@@ -2,6 +2,7 @@
 // makes a Host of its functions and hands it to runProgram().
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <set>
@@ -27,7 +28,7 @@ struct Token {
 };
 
 struct Statement {
-  int line, lastLine;  ///< of the file, from 1; continuation lines included
+  int line;  ///< of the file, from 1
   std::string object, name;
   std::vector<Token> arguments;
   std::string source;  ///< all before the arrow
@@ -36,7 +37,6 @@ struct Statement {
 
 struct Script {
   std::string path;
-  std::vector<std::string> lines;
   std::vector<Statement> statements;
 };
 
@@ -127,7 +127,8 @@ class Run {
   const Way& way;
   std::map<std::string, void*> objects;
   std::map<std::string, Variable> variables;
-  std::function<void()> beforeCall, afterCall;  ///< right around each call; may be empty
+  std::uint64_t failing = 0;  ///< which allocation of each call fails, from 1; 0: none
+  bool hasFailed = false;     ///< whether the last call came so far
 
  private:
   std::string call(const Statement& statement);
@@ -142,7 +143,7 @@ class Run {
 /// What `--memory` and `--nulls` have to know of the functions.
 struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
-  std::set<std::string> leavePart;            ///< functions and words that may have done a part
+  std::set<std::string> leavePart;                   ///< functions that may have done a part
   std::map<std::string, std::string> blamed;  ///< for which the message names another function
   /// What else may come of a null argument than a refusal that names it: regular expressions of
   /// "function.argument" and of all that such a call gives.
@@ -166,8 +167,8 @@ bool sweepMemory(const Program& program, const std::vector<Script>& scripts);
 /// have.
 bool sweepNulls(const Program& program, const std::vector<Script>& scripts);
 
-/// What main() of a program does: PROGRAM [--update | --memory | --nulls] SCRIPT...
-/// Returns 0 when everything is as expected, 1 when not, 2 for wrong use.
+/// What main() of a program does: PROGRAM [--memory | --nulls] SCRIPT...
+/// Returns 0 when everything is as expected, else 1.
 int runProgram(int argc, char** argv, const Program& program);
 
 }  // namespace zdb::script

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <bit>
+#include <functional>
 #include <map>
 #include <string>
 #include <type_traits>
@@ -53,43 +54,35 @@ constexpr Parameter parameterOf() {
   return {shape, isArray, isOutput, kKind<Value>};
 }
 
-/// One calling form of a function, made from a typed pointer.
-struct Form {
-  using AnyFunction = void (*)();
-  AnyFunction function = nullptr;
-  Slot (*call)(AnyFunction function, const Slot* arguments) = nullptr;
+/// One calling form of a function; empty if it has none such.
+using Form = std::function<Slot(const Slot* arguments)>;
 
-  Form() = default;
-  template <typename Result, typename... Arguments>
-  explicit Form(Result (*typed)(Arguments...))
-      : function(reinterpret_cast<AnyFunction>(typed)),
-        call([](AnyFunction any, const Slot* arguments) {
-          return callTyped(reinterpret_cast<Result (*)(Arguments...)>(any), arguments,
-                           std::index_sequence_for<Arguments...>{});
-        }) {}
-
- private:
-  template <typename T>
-  static T taken(const Slot& slot) {
-    if constexpr (std::is_same_v<T, int>)
-      return slot.integer;
-    else
-      return std::bit_cast<T>(slot);
+template <typename T>
+T taken(const Slot& slot) {
+  if constexpr (std::is_same_v<T, int>) {
+    return slot.integer;
+  } else {
+    return std::bit_cast<T>(slot);
   }
-  template <typename Result, typename... Arguments, std::size_t... I>
-  static Slot callTyped(Result (*typed)(Arguments...), [[maybe_unused]] const Slot* arguments,
-                        std::index_sequence<I...>) {
-    Slot slot;
-    if constexpr (std::is_void_v<Result>) {
-      typed(taken<Arguments>(arguments[I])...);
-    } else if constexpr (std::is_same_v<Result, int>) {
-      slot.integer = typed(taken<Arguments>(arguments[I])...);
-    } else {
-      slot = std::bit_cast<Slot>(typed(taken<Arguments>(arguments[I])...));
+}
+
+template <typename Result, typename... Arguments>
+Form formOf(Result (*typed)(Arguments...)) {
+  return [typed]([[maybe_unused]] const Slot* arguments) {
+    return [&]<std::size_t... I>(std::index_sequence<I...>) {
+      Slot slot;
+      if constexpr (std::is_void_v<Result>) {
+        typed(taken<Arguments>(arguments[I])...);
+      } else if constexpr (std::is_same_v<Result, int>) {
+        slot.integer = typed(taken<Arguments>(arguments[I])...);
+      } else {
+        slot = std::bit_cast<Slot>(typed(taken<Arguments>(arguments[I])...));
+      }
+      return slot;
     }
-    return slot;
-  }
-};
+    (std::index_sequence_for<Arguments...>{});
+  };
+}
 
 struct Function {
   std::string name;
@@ -106,7 +99,7 @@ struct Function {
   static Function make(const char* name, Result (*typed)(Arguments...), bool takesObject,
                        const std::string& declared = "") {
     Function made{
-        name, takesObject, parameterOf<Result>(), {parameterOf<Arguments>()...}, {}, Form(typed),
+        name, takesObject, parameterOf<Result>(), {parameterOf<Arguments>()...}, {}, formOf(typed),
         {},   {}};
     for (std::size_t end = 0; (end = declared.find_first_of(",)", end + 1)) != declared.npos;) {
       const std::size_t start = declared.find_last_of(" *", end) + 1;

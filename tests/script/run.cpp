@@ -9,6 +9,9 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <optional>
+
+#include "support/allocations.h"
 
 namespace zdb::script {
 
@@ -184,8 +187,8 @@ bool fitsMatrices(const Function& function, const Statement& statement) {
 
 /// The form of a function that a way uses.
 const Form& formFor(const Way& way, const Function& function, bool fits) {
-  const auto has = [&](const Form& form) { return form.call != nullptr && fits; };
-  if (function.plain.call == nullptr) return function.shortStrings;
+  const auto has = [&](const Form& form) { return form && fits; };
+  if (!function.plain) return function.shortStrings;
   if (way.usesShortStrings && has(function.shortStrings)) return function.shortStrings;
   return way.usesTwins && has(function.flat) ? function.flat : function.plain;
 }
@@ -212,7 +215,7 @@ Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool
   } else {
     slots.erase(slots.begin() + static_cast<std::ptrdiff_t>(place));
   }
-  const Slot handle = form.call(form.function, slots.data());
+  const Slot handle = form(slots.data());
   if (!takesHandle || status != 0) argument.set(0, handle);
   Slot result;
   result.integer = status;
@@ -295,9 +298,7 @@ std::string Run::execute(const Statement& statement) {
   const auto word = host.words.find(statement.name);
   if (word == host.words.end()) return call(statement);
   takeOutput();
-  if (beforeCall) beforeCall();
   const std::string actual = word->second(*this, statement);
-  if (afterCall) afterCall();
   return actual + takeOutput();
 }
 
@@ -352,11 +353,13 @@ std::string Run::call(const Statement& statement) {
   }
   host.mark(target);
   takeOutput();
-  if (beforeCall) beforeCall();
+  std::optional<test::Allocations> watch;
+  if (failing > 0) watch.emplace(failing);
   const Slot result = usesTwin ? callTwin(form, slots, slots.size() - count + out,
                                           called.parameters.size() > count, arguments[out])
-                               : form.call(form.function, slots.data());
-  if (afterCall) afterCall();
+                               : form(slots.data());
+  hasFailed = watch && watch->hasFailed();
+  watch.reset();
   return report(target, function, result, arguments);
 }
 

@@ -11,12 +11,12 @@ FunctionTable withExports(FunctionTable table) {
   table.emplace(#name, Function::make(#name, &c__##lower, true, #parameters));
 #define ZDB_TEXT ZDB_PLAIN
 #include "api/exports.def"
-#define ZDB_TEXT(name, lower, ...) table.at(#name).shortStrings = Form(&d__##lower);
+#define ZDB_TEXT(name, lower, ...) table.at(#name).shortStrings = formOf(&d__##lower);
 #define ZDB_ENTRY(name, ...) \
   table.emplace(#name, Function::make(#name, &name, std::string_view(#name).rfind("n__", 0) == 0));
 #include "api/exports.def"
-  table.at("zdbGetKeys").flat = Form(&n__zdbgetkeys);
-  table.at("zdbGetDomain").flat = Form(&n__zdbgetdomain);
+  table.at("zdbGetKeys").flat = formOf(&n__zdbgetkeys);
+  table.at("zdbGetDomain").flat = formOf(&n__zdbgetdomain);
   for (auto& [name, function] : table) {
     if (name.rfind("d__", 0) == 0) std::swap(function.plain, function.shortStrings);
   }

@@ -102,7 +102,7 @@ std::string sweep(Run& run, const Statement& statement) {
     }
     slots[0].pointer = hasHandle ? run.variable(words[1]).handle : nullptr;
     const Form& form = function.plain;
-    if (form.call(form.function, slots.data()).pointer != nullptr) names += " " + name;
+    if (form(slots.data()).pointer != nullptr) names += " " + name;
   }
   return names.empty() ? "none" : names.substr(1);
 }
