@@ -95,11 +95,22 @@ int openDescriptors() {
   return static_cast<int>(std::distance(begin(all), end(all)));
 }
 
-// A folder in which one file is written or read again and again.
+// A folder in which one file is written or read again and again, beside files of others that look
+// like left-overs and are none.
 class Bench {
  public:
   Bench(const fs::path& parent, int records)
-      : folder_(parent), old_(contentOf(1, records)), new_(contentOf(2, records)) {}
+      : folder_(parent), old_(contentOf(1, records)), new_(contentOf(2, records)) {
+    folder_.write(".a.0123456789abcdef.tmp", "");
+    folder_.write(".a.0123456789abcdeg.zxf.tmp", "");
+    fs::create_directory(folder_.path(".b.0123456789abcdef.zxf.tmp"));
+    fs::create_symlink("a", folder_.path(".c.0123456789abcdef.zxf.tmp"));
+    setNamelessFiles(false);
+    writing_.openWrite(folder_.path("d"));
+    others_ = namesIn(folder_);
+    withTarget_ = others_;
+    withTarget_.emplace_back("a");
+  }
 
   // Tries a kind of fault at each call of a job; gives how many there were.
   int sweep(const FaultKind& kind, int count, const Job& job) {
@@ -112,6 +123,31 @@ class Bench {
       if (injected == 0) return total;
       tryAgain(job);
     }
+  }
+
+  // Lets each allocation of a writer fail once. Nobody looks at what the calls give, and closing
+  // must not publish the rest.
+  void starve(const Job& job) {
+    setNamelessFiles(job.nameless);
+    prepare(job);
+    for (std::uint64_t number = 1;; ++number) {
+      const Zxf zxf;
+      const zdb::test::Allocations allocations(number);
+      writeRecords(zxf);
+      const int closed = C__zxfClose(zxf);
+      if (!allocations.hasFailed()) return;
+      require(closed == 0, "success without memory");
+      require(static_cast<Errc>(C__zxfGetLastError(zxf)) == Errc::OutOfMemory, "another error");
+      require(state() == Found::Old && isTidy(), "something was written without memory");
+    }
+  }
+
+  // A writer that is freed before it is closed.
+  void abandon(const Job& job) {
+    setNamelessFiles(job.nameless);
+    prepare(job);
+    writeRecords(Zxf());
+    require(state() == (job.replaces ? Found::Old : Found::Nothing) && isTidy(), "not given up");
   }
 
   // Kills a writer that works all the time at a random moment.
@@ -135,10 +171,22 @@ class Bench {
   enum class Found { Nothing, Old, New };
 
   void prepare(const Job& job) const {
-    for (const std::string& name : namesIn(folder_)) fs::remove(folder_.path(name));
+    fs::remove(target_);
     if (!job.replaces) return;
     writeContent(target_, old_);
-    fs::permissions(target_, fs::perms{0640});
+    fs::permissions(target_, fs::perms{0604});
+  }
+
+  void writeRecords(const Zxf& zxf) const {
+    zxf.openWrite(target_);
+    C__zxfUELRegisterRawStart(zxf);
+    C__zxfUELRegisterRaw(zxf, "label");
+    C__zxfUELRegisterDone(zxf);
+    C__zxfDataWriteRawStart(zxf, "p", "", 1, 1, 0);
+    const int key = 1;
+    const double value = 1;
+    C__zxfDataWriteRaw(zxf, &key, &value);
+    C__zxfDataWriteDone(zxf);
   }
 
   // Fails when it is something else.
@@ -149,10 +197,7 @@ class Bench {
     return content == new_ ? Found::New : Found::Old;
   }
 
-  bool isTidy() const {
-    const std::vector<std::string> names = namesIn(folder_);
-    return names.empty() || names == std::vector<std::string>{"a"};
-  }
+  bool isTidy() const { return namesIn(folder_) == (fs::exists(target_) ? withTarget_ : others_); }
 
   // Does the job; gives the first error.
   Errc run(const Job& job) const {
@@ -172,14 +217,15 @@ class Bench {
 
   void requireDone(const Job& job) const {
     require(state() == (job.reads ? Found::Old : Found::New), "success, but not the new file");
-    require(namesIn(folder_) == std::vector<std::string>{"a"}, "left-overs");
-    if (job.replaces) require(fs::status(target_).permissions() == fs::perms{0640}, "another mode");
+    require(isTidy(), "left-overs");
+    const fs::perms mode{job.replaces ? 0604U : 0640U};
+    require(fs::status(target_).permissions() == mode, "another mode");
   }
 
   void tryAgain(const Job& job) const {
-    if (job.replaces && fs::exists(target_)) fs::permissions(target_, fs::perms{0640});
+    if (job.replaces && fs::exists(target_)) fs::permissions(target_, fs::perms{0604});
     require(run(job) == Errc::None, "trying again fails");
-    require(namesIn(folder_) == std::vector<std::string>{"a"}, "left-overs after the next save");
+    require(isTidy(), "left-overs after the next save");
   }
 
   int fail(const FaultKind& kind, int first, int count, const Job& job) const {
@@ -233,6 +279,9 @@ class Bench {
   const std::string target_ = folder_.path("a");
   const Content old_;
   const Content new_;
+  const Zxf writing_;  // whose temporary file must stay
+  std::vector<std::string> others_;
+  std::vector<std::string> withTarget_;
 };
 
 int sweepAll(Bench& bench) {
@@ -263,6 +312,7 @@ int sweepAll(Bench& bench) {
 int main(int argc, char** argv) {
   const bool isSoak = argc > 1 && std::strcmp(argv[1], "--soak") == 0;
   try {
+    umask(027);
     int faults = 0;
     const int kills = isSoak ? 1000 : 20;
     std::vector<fs::path> parents = {fs::temp_directory_path()};
@@ -270,6 +320,10 @@ int main(int argc, char** argv) {
     for (const fs::path& parent : parents) {
       Bench bench(parent, isSoak ? 100000 : 10);
       faults += sweepAll(bench);
+      for (const Job& job : kJobs) {
+        bench.abandon(job);
+        if (job.replaces && !job.reads) bench.starve(job);
+      }
       for (int i = 0; i < kills; ++i) {
         bench.kill(i, true);
         bench.kill(i, false);
