@@ -108,9 +108,7 @@ TEST(ModelFile, Samples_AreReadAndSolvedAsGlpkDoes) {
        {std::pair("a.mps", "fixed"), {"free.mps", "free"}, {"a.lp", "lp"}, {"a.mod", "mathprog"}}) {
     expectSolvedAsPeer(folder.write(name, sample(corpus)));
   }
-  const FileModel model = readText("a.mps", sample("fixed"));
-  EXPECT_EQ(model.name, "MIX");
-  EXPECT_EQ(model.objectiveConstant, -10.0) << "as it stands in the file, with its sign";
+  EXPECT_EQ(readText("a.mps", sample("fixed")).name, "MIX");
 }
 
 TEST(ModelFile, ModelsThatComeWithGlpk_AreReadAndSolvedAsGlpkDoes) {
