@@ -46,15 +46,11 @@ void expectConfinement(bool hasLandlock, bool hasSeccomp) {
                              : hasLandlock ? "open sockets, start processes"
                                            : ", open sockets, start processes, execute programs";
   EXPECT_EQ(possible, files + others);
-  if (strength == ZKIT_UNCONFINED) {
-    EXPECT_TRUE(
-        errorOf("a.mod", ordinary).starts_with("a.mod: this system has neither Landlock nor"));
-    EXPECT_TRUE(
-        errorOf("a.mod", foreign).starts_with("a.mod: this system has neither Landlock nor"));
-  } else {
-    EXPECT_EQ(errorOf("a.mod", ordinary), "");
-    EXPECT_TRUE(errorOf("a.mod", foreign).starts_with("a.mod:1: unable to open '" + victim + "'"));
-  }
+  const bool isRead = strength != ZKIT_UNCONFINED;
+  const std::string refusal = isRead ? "a.mod:1: unable to open '" + victim + "'"
+                                     : "a.mod: this system has neither Landlock nor";
+  EXPECT_EQ(errorOf("a.mod", ordinary).substr(0, refusal.size()), isRead ? "" : refusal);
+  EXPECT_EQ(errorOf("a.mod", foreign).substr(0, refusal.size()), refusal);
   EXPECT_EQ(readFile(victim), "content");
   EXPECT_EQ(errorOf("a.mod", foreign, {.files = true}), "");
   EXPECT_EQ(readFile(victim), "lost");

@@ -78,13 +78,9 @@ constexpr Job kJobs[] = {
 Content contentOf(int seed, int records) {
   Content content = smallContent();
   std::mt19937_64 random(static_cast<unsigned>(seed));
-  Symbol noise{"noise", 2, 1};
-  for (int i = 0; i < records; ++i) {
-    noise.keys.insert(noise.keys.end(), {i / 1000 + 1, i % 1000 + 1});
-    noise.values.push_back(static_cast<double>(random() >> 11));
-  }
-  content.labels = makeLabels(1000);
-  content.symbols.push_back(std::move(noise));
+  content.labels = makeLabels(std::max(records, 1000));
+  content.symbols.push_back(
+      column("noise", records, [&](int) { return static_cast<double>(random() >> 11); }));
   return content;
 }
 

@@ -45,12 +45,8 @@ TEST_F(ZxfFiles, WriteProtectedTarget_IsRefused) {
 }
 
 TEST_F(ZxfFiles, FileThatShrinksWhileOpen_GivesAnErrorOnce) {
-  Content noise{makeLabels(50000), {}, {{"noise", 1}}};
-  for (int i = 1; i <= 50000; ++i) {
-    noise.symbols[0].keys.push_back(i);
-    noise.symbols[0].values.push_back(1.0 / i);
-  }
-  writeContent(a_, noise);
+  const Symbol noise = column("noise", 50000, [](int i) { return 1.0 / (i + 1); });
+  writeContent(a_, {makeLabels(50000), {}, {noise}});
   const Zxf zxf;
   ASSERT_EQ(zxf.openRead(a_), 0);
   int count = 0;
