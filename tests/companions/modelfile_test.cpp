@@ -6,7 +6,6 @@
 #include <cfloat>
 #include <memory>
 
-#include "kit/api.h"
 #include "modelfile_testing.h"
 
 namespace {
@@ -124,26 +123,6 @@ TEST(ModelFile, ModelsThatComeWithGlpk_AreReadAndSolvedAsGlpkDoes) {
   for (const char* name :
        {"murtagh.mps", "samp2.mps", "cal.mod", "jssp.mod", "qfit.mod", "yacfs.mod", "zebra.mod"}) {
     expectReadAsPeer(folder + name);
-  }
-}
-
-// What one unit more of the bound that holds is worth: GLPK has a row with two bounds for it.
-TEST(ModelFile, RangeRows_KeepTheirMarginals) {
-  for (const std::string sense : {"minimize", "maximize"}) {
-    const std::string text = "var x >= 0; var y >= 0; " + sense +
-                             " z: x + 2 * y; s.t. low: 6 <= x + y <= 10; s.t. up: 1 <= x <= 4;";
-    const TemporaryFolder folder;
-    const std::string path = folder.write("a.mod", text);
-    const Problem peer = readPeer(path);
-    objectiveOf(peer.get());
-    for (const char* solver : {"clp", "cbc", "glpk"}) {
-      const Instance instance = solved(path, solver);
-      std::array<double, 3> marginals{};
-      ASSERT_NE(CzmiGetEquM(instance.get(), marginals.data()), 0);
-      for (int row = 1; row < 3; ++row) {
-        EXPECT_NEAR(marginals[row], glp_get_row_dual(peer.get(), row + 1), 1e-9) << solver << row;
-      }
-    }
   }
 }
 
