@@ -61,11 +61,9 @@ class InputFile {
 /// followed.
 class OutputFile {
  public:
-  enum class Naming { UnnamedIfPossible, Named };
-
   /// Fails with CannotOpenFile (an existing target may not be written), NotRegularFile or
-  /// CannotCreateFile. Named is what systems without nameless files get.
-  explicit OutputFile(const char* path, Naming naming = Naming::UnnamedIfPossible);
+  /// CannotCreateFile.
+  explicit OutputFile(const char* path);
   /// Removes what was not published.
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
@@ -87,7 +85,7 @@ class OutputFile {
  private:
   OutputFile() = default;
   void openFolder(const std::string& path);
-  void createFile(Naming naming);
+  void createFile();
   bool createNamed();
   void keepMode();
   void flush();

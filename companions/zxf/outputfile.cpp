@@ -103,11 +103,11 @@ std::string selfPath(int fd) {
 }  // namespace
 
 // Once the delegated constructor is through, a failure of the rest runs the destructor.
-OutputFile::OutputFile(const char* path, Naming naming) : OutputFile() {
+OutputFile::OutputFile(const char* path) : OutputFile() {
   const std::string target = followed(path);
   openFolder(target);
   removeLeftOvers(folder_.get());
-  createFile(naming);
+  createFile();
   keepMode();
   buffer_.reserve(kBufferSize);
 }
@@ -145,9 +145,9 @@ void OutputFile::openFolder(const std::string& path) {
   targetGroup_ = status.st_gid;
 }
 
-// An unnamed file can only get its name through /proc.
-void OutputFile::createFile(Naming naming) {
-  if (naming == Naming::UnnamedIfPossible && ::access("/proc/self/fd", X_OK) == 0) {
+// An unnamed file, where the system makes any, can only get its name through /proc.
+void OutputFile::createFile() {
+  if (::access("/proc/self/fd", X_OK) == 0) {
     file_ = Descriptor(openIn(folder_.get(), ".", O_TMPFILE | O_WRONLY, 0666));
     if (file_.valid()) {
       lock();

@@ -64,44 +64,40 @@ class Calls {
 
   // Inputs replace the first few of what an earlier call has left there.
   template <typename Array, typename Draw>
-  void* array(Array& items, bool isOutput, Draw draw) {
-    if (!isOutput) std::generate_n(items.begin(), byte() % (items.size() + 1), draw);
+  void* array(const Parameter& parameter, Array& items, Draw draw) {
+    const std::size_t count = parameter.isOutput ? 0 : byte() % (items.size() + 1);
+    std::generate_n(items.begin(), count, draw);
     return items.data();
   }
 
-  Slot slotFor(const Parameter& parameter, std::size_t position) {
-    Slot slot;
-    if (parameter.shape == Shape::Int && !parameter.isArray) {
-      slot.integer = number();
-    } else if (parameter.shape == Shape::Int) {
-      slot.pointer = array(ints_[position], parameter.isOutput, [&] { return number(); });
-    } else if (parameter.shape == Shape::Double) {
-      slot.pointer = array(reals_, parameter.isOutput, [&] { return real(); });
-    } else if (parameter.isArray) {
-      if (parameter.isOutput) texts_.fill(buffer_.data());
-      slot.pointer = array(texts_, parameter.isOutput, [&] { return const_cast<char*>(text()); });
-    } else {
-      slot.pointer = parameter.isOutput ? buffer_.data() : const_cast<char*>(text());
-    }
-    return slot;
+  void* pointerFor(const Parameter& parameter, std::size_t position) {
+    if (parameter.shape == Shape::Int)
+      return array(parameter, ints_[position], [&] { return number(); });
+    if (parameter.shape == Shape::Double) return array(parameter, reals_, [&] { return real(); });
+    if (parameter.isOutput) texts_.fill(buffer_.data());
+    const auto draw = [&] { return const_cast<char*>(text()); };
+    if (parameter.isArray) return array(parameter, texts_, draw);
+    return parameter.isOutput ? buffer_.data() : draw();
   }
 
-  // A byte beside the arguments makes one of them null, or a call of some or of many records, which
-  // count up in one position and fill blocks.
+  // One call, or some or many of records, which count up in one position and fill blocks.
   int call(const Function& function, bool opens) {
     std::vector<Slot> slots(1);
     slots[0].pointer = zxf_;
     for (const Parameter& parameter : function.parameters) {
-      slots.push_back(slotFor(parameter, slots.size() - 1));
+      const bool isInt = parameter.shape == Shape::Int && !parameter.isArray;
+      Slot& slot = slots.emplace_back();
+      if (isInt) slot.integer = number();
+      if (!isInt) slot.pointer = pointerFor(parameter, slots.size() - 2);
     }
     if (opens) {
       path_ = folder.path(byte() % 2 == 0 ? "a" : "b");
       slots[1].pointer = path_.data();
     }
     const unsigned odd = byte();
-    if (odd >= 240 && odd - 240 < function.parameters.size()) slots[odd - 239] = {};
-    const bool isRecord = function.name == "zxfDataWriteRaw" && odd < 240;
-    const int count = !isRecord ? 1 : odd < 200 ? odd % 8 : 17000;
+    const bool isRecord = function.name == "zxfDataWriteRaw";
+    const bool areMany = odd >= 200 && odd < 240;
+    const int count = !isRecord ? 1 : areMany ? 17000 : odd % 8;
     const std::size_t position = isRecord ? byte() % 20 : 0;
     int result = 0;
     for (int i = 0; i < count; ++i) {

@@ -21,17 +21,6 @@ namespace {
 
 using namespace modelfiletest;
 
-std::string errorOf(const std::string& name, const std::string& text,
-                    const FileLimits& limits = {}) {
-  try {
-    void* instance = buildInstance(readText(name, text, limits), "");
-    zkitFreeInstance(&instance);
-    return "";
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-}
-
 bool hasChildren() {
   return waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD;
 }

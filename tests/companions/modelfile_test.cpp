@@ -6,7 +6,6 @@
 #include <cfloat>
 #include <memory>
 
-#include "kit/api.h"
 #include "modelfile_testing.h"
 
 namespace {
@@ -108,9 +107,7 @@ TEST(ModelFile, Samples_AreReadAndSolvedAsGlpkDoes) {
        {std::pair("a.mps", "fixed"), {"free.mps", "free"}, {"a.lp", "lp"}, {"a.mod", "mathprog"}}) {
     expectSolvedAsPeer(folder.write(name, sample(corpus)));
   }
-  const FileModel model = readText("a.mps", sample("fixed"));
-  EXPECT_EQ(model.name, "MIX");
-  EXPECT_EQ(model.objectiveConstant, -10.0) << "as it stands in the file, with its sign";
+  EXPECT_EQ(readText("a.mps", sample("fixed")).name, "MIX");
 }
 
 TEST(ModelFile, ModelsThatComeWithGlpk_AreReadAndSolvedAsGlpkDoes) {
@@ -126,26 +123,6 @@ TEST(ModelFile, ModelsThatComeWithGlpk_AreReadAndSolvedAsGlpkDoes) {
   for (const char* name :
        {"murtagh.mps", "samp2.mps", "cal.mod", "jssp.mod", "qfit.mod", "yacfs.mod", "zebra.mod"}) {
     expectReadAsPeer(folder + name);
-  }
-}
-
-// What one unit more of the bound that holds is worth: GLPK has a row with two bounds for it.
-TEST(ModelFile, RangeRows_KeepTheirMarginals) {
-  for (const std::string sense : {"minimize", "maximize"}) {
-    const std::string text = "var x >= 0; var y >= 0; " + sense +
-                             " z: x + 2 * y; s.t. low: 6 <= x + y <= 10; s.t. up: 1 <= x <= 4;";
-    const TemporaryFolder folder;
-    const std::string path = folder.write("a.mod", text);
-    const Problem peer = readPeer(path);
-    objectiveOf(peer.get());
-    for (const char* solver : {"clp", "cbc", "glpk"}) {
-      const Instance instance = solved(path, solver);
-      std::array<double, 3> marginals{};
-      ASSERT_NE(CzmiGetEquM(instance.get(), marginals.data()), 0);
-      for (int row = 1; row < 3; ++row) {
-        EXPECT_NEAR(marginals[row], glp_get_row_dual(peer.get(), row + 1), 1e-9) << solver << row;
-      }
-    }
   }
 }
 

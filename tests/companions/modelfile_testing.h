@@ -36,4 +36,16 @@ inline FileModel readText(const std::string& name, const std::string& text,
   }
 }
 
+// The message of reading it and building an instance, or "".
+inline std::string errorOf(const std::string& name, const std::string& text,
+                           const FileLimits& limits = {}) {
+  try {
+    void* instance = buildInstance(readText(name, text, limits), "");
+    zkitFreeInstance(&instance);
+    return "";
+  } catch (const std::runtime_error& error) {
+    return error.what();
+  }
+}
+
 }  // namespace modelfiletest

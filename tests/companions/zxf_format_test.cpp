@@ -147,14 +147,6 @@ TEST(ZxfErrors, TableInTheDocumentation_HasEveryNumberAndText) {
   }
 }
 
-TEST(ZxfErrors, Count_GrowsWhileNumbersAreTakenOff) {
-  const Zxf zxf;
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(C__zxfClose(zxf), 0);
-  EXPECT_EQ(C__zxfGetSpecialValues(zxf, nullptr), 0);
-  EXPECT_EQ(zxf.takeErrors(), (std::vector<int>{42, 42, 42, 40}));
-  EXPECT_EQ(C__zxfErrorCount(zxf), 4);
-}
-
 TEST(ZxfInterface, BuiltLibrary_ExportsTheInterfaceAndNothingElse) {
   std::set<std::string> expected = {"XCreate",          "XCreateD",       "XFree",
                                     "C__XCheck",        "C__XAPIVersion", "C__zxfSetLoadPath",

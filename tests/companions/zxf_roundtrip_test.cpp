@@ -3,7 +3,6 @@
 
 #include <bit>
 #include <cmath>
-#include <functional>
 #include <random>
 #include <set>
 
@@ -13,19 +12,8 @@
 namespace {
 
 using namespace zxftest;
-using Value = std::function<double(int)>;
 
 constexpr int kBlock = zdb::zxfile::kMaxBlockRecords;
-
-// A parameter over one dimension whose n-th value, from 0, is value(n).
-Symbol column(std::string name, int count, const Value& value) {
-  Symbol symbol{std::move(name), 1};
-  for (int i = 0; i < count; ++i) {
-    symbol.keys.push_back(i + 1);
-    symbol.values.push_back(value(i));
-  }
-  return symbol;
-}
 
 // Distinct random keys of `dim` positions over `labels` labels, so dense or so sparse.
 Symbol randomKeys(std::string name, int dim, int type, int labels, int count) {

@@ -8,20 +8,17 @@
 #include <algorithm>
 #include <cerrno>
 #include <random>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 // The linker fixes these names.
 // NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
-int __real_openat(int, const char*, int, mode_t);
-ssize_t __real_pread(int, void*, size_t, off_t);
-ssize_t __real_pwrite(int, const void*, size_t, off_t);
-int __real_renameat(int, const char*, int, const char*);
 int __real_linkat(int, const char*, int, const char*, int);
 int __real_unlinkat(int, const char*, int);
 int __real_fstat(int, struct stat*);
-int __real_close(int);
 }
 
 namespace zxftest {
@@ -63,23 +60,24 @@ struct State {
 void garble(const Unsynced& file, Event event) {
   std::minstd_rand random(state.first);
   for (const Unsynced::Write& write : file.writes) {
-    if (event == Event::WritesReordered && random() % 2 == 0) continue;
     std::string bytes(write.size, '\0');
     if (event == Event::WritesGarbled)
       std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random() >> 8); });
-    __real_pwrite(file.keeper, bytes.data(), bytes.size(), write.offset);
+    if (pwrite(file.keeper, bytes.data(), bytes.size(), write.offset) < 0) _exit(1);
   }
   if (event == Event::WritesDropped && ftruncate(file.keeper, file.syncedSize) != 0) _exit(1);
 }
 
+// From then on, calls are what they are without faults.
 void losePowerNow() {
-  if (!state.kind->isDeadly() || state.kind->event == Event::Death) return;
-  for (const Unsynced& file : state.files) garble(file, state.kind->event);
-  if (state.kind->event != Event::WritesDropped) return;
+  const FaultKind& kind = *std::exchange(state.kind, nullptr);
+  if (!kind.isDeadly() || kind.event == Event::Death) return;
+  for (const Unsynced& file : state.files) garble(file, kind.event);
+  if (kind.event != Event::WritesDropped) return;
   for (; !state.renamed.empty(); state.renamed.pop_back()) {
     const auto& [folder, name, old] = state.renamed.back();
-    __real_unlinkat(folder, name.c_str(), 0);
-    if (!old.empty()) __real_renameat(folder, old.c_str(), folder, name.c_str());
+    unlinkat(folder, name.c_str(), 0);
+    if (!old.empty()) renameat(folder, old.c_str(), folder, name.c_str());
   }
 }
 
@@ -165,88 +163,87 @@ void setNamelessFiles(bool possible) {
 
 }  // namespace zxftest
 
-using zxftest::Call;
-using zxftest::countMet;
-using zxftest::meets;
-using zxftest::state;
+using namespace zxftest;
 
-// Wrapped functions that do nothing but fail.
-#define ZXF_WRAP(call, name, parameters, arguments)    \
-  extern "C" int __real_##name parameters;             \
-  extern "C" int __wrap_##name parameters {            \
-    return meets(call) ? -1 : __real_##name arguments; \
+// A function that fails when its turn has come, and otherwise does some work.
+#define ZXF_WRAP(call, result, failure, name, parameters, work) \
+  extern "C" result __real_##name parameters;                   \
+  extern "C" result __wrap_##name parameters {                  \
+    if (meets(call)) return failure;                            \
+    work;                                                       \
   }
+#define ZXF_WRAP_CALL(call, name, parameters, arguments) \
+  ZXF_WRAP(call, int, -1, name, parameters, return __real_##name arguments)
 
-ZXF_WRAP(Call::Open, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
-ZXF_WRAP(Call::Status, fstat, (int fd, struct stat* status), (fd, status))
-ZXF_WRAP(Call::Status, fstatat, (int folder, const char* name, struct stat* status, int flags),
-         (folder, name, status, flags))
-ZXF_WRAP(Call::Unlink, unlinkat, (int folder, const char* name, int flags), (folder, name, flags))
-ZXF_WRAP(Call::Mode, fchown, (int fd, uid_t owner, gid_t group), (fd, owner, group))
-ZXF_WRAP(Call::Mode, fchmod, (int fd, mode_t mode), (fd, mode))
-ZXF_WRAP(Call::Lock, flock, (int fd, int operation), (fd, operation))
+ZXF_WRAP_CALL(Call::Open, open, (const char* path, int flags, mode_t mode), (path, flags, mode))
+ZXF_WRAP_CALL(Call::Status, fstat, (int fd, struct stat* status), (fd, status))
+ZXF_WRAP_CALL(Call::Status, fstatat, (int folder, const char* name, struct stat* status, int flags),
+              (folder, name, status, flags))
+ZXF_WRAP_CALL(Call::Unlink, unlinkat, (int folder, const char* name, int flags),
+              (folder, name, flags))
+ZXF_WRAP_CALL(Call::Mode, fchown, (int fd, uid_t owner, gid_t group), (fd, owner, group))
+ZXF_WRAP_CALL(Call::Lock, flock, (int fd, int operation), (fd, operation))
+
+ZXF_WRAP(Call::Open, int, -1, openat, (int folder, const char* name, int flags, mode_t mode), {
+  const bool isPossible = hasNamelessFiles || (flags & O_TMPFILE) != O_TMPFILE;
+  errno = EOPNOTSUPP;
+  return isPossible ? __real_openat(folder, name, flags, mode) : -1;
+})
+
+// Until a file has the mode of its target, nobody else may open it by a name.
+ZXF_WRAP(Call::Mode, int, -1, fchmod, (int fd, mode_t mode), {
+  struct stat status;
+  if (__real_fstat(fd, &status) != 0 || (status.st_nlink > 0 && (status.st_mode & 077) != 0))
+    throw std::runtime_error("a temporary file that others may open");
+  return __real_fchmod(fd, mode);
+})
+
+// Not brought to any disk: what a loss of power takes is made up here.
+ZXF_WRAP(Call::Sync, int, -1, fsync, (int fd), {
+  rememberSync(fd);
+  return 0;
+})
+
+ZXF_WRAP(Call::Rename, int, -1, renameat, (int from, const char* old, int to, const char* name), {
+  rememberName(to, name);
+  return __real_renameat(from, old, to, name);
+})
+
+ZXF_WRAP(Call::Link, int, -1, linkat,
+         (int from, const char* old, int to, const char* name, int flags), {
+           rememberName(to, name);
+           return __real_linkat(from, old, to, name, flags);
+         })
+
+ZXF_WRAP(Call::Pack, size_t, -size_t{ZSTD_error_memory_allocation}, ZSTD_compressCCtx,
+         (void* context, void* to, size_t room, const void* from, size_t size, int level),
+         return __real_ZSTD_compressCCtx(context, to, room, from, size, level))
+ZXF_WRAP(Call::Pack, size_t, -size_t{ZSTD_error_memory_allocation}, ZSTD_decompressDCtx,
+         (void* context, void* to, size_t room, const void* from, size_t size),
+         return __real_ZSTD_decompressDCtx(context, to, room, from, size))
 
 extern "C" {
 
-int __wrap_openat(int folder, const char* name, int flags, mode_t mode) {
-  if (meets(Call::Open)) return -1;
-  if (!zxftest::hasNamelessFiles && (flags & O_TMPFILE) == O_TMPFILE) {
-    errno = EOPNOTSUPP;
-    return -1;
-  }
-  return __real_openat(folder, name, flags, mode);
-}
-
+int __real_close(int);
 int __wrap_close(int fd) {
-  for (zxftest::Unsynced& file : state.files) file.fd = file.fd == fd ? -1 : file.fd;
+  for (Unsynced& file : state.files) file.fd = file.fd == fd ? -1 : file.fd;
   const bool fails = meets(Call::Close);
   const int result = __real_close(fd);
   return fails ? -1 : result;
 }
 
+ssize_t __real_pread(int, void*, size_t, off_t);
 ssize_t __wrap_pread(int fd, void* bytes, size_t size, off_t offset) {
   size = countMet(Call::Read, size);
   return size == 0 ? -1 : __real_pread(fd, bytes, size, offset);
 }
 
+ssize_t __real_pwrite(int, const void*, size_t, off_t);
 ssize_t __wrap_pwrite(int fd, const void* bytes, size_t size, off_t offset) {
   size = countMet(Call::Write, size);
   if (size == 0) return -1;
-  zxftest::rememberWrite(fd, size, offset);
+  rememberWrite(fd, size, offset);
   return __real_pwrite(fd, bytes, size, offset);
-}
-
-// Not brought to any disk: what a loss of power takes is made up here.
-int __wrap_fsync(int fd) {
-  if (meets(Call::Sync)) return -1;
-  zxftest::rememberSync(fd);
-  return 0;
-}
-
-int __wrap_renameat(int from, const char* old, int to, const char* name) {
-  if (meets(Call::Rename)) return -1;
-  zxftest::rememberName(to, name);
-  return __real_renameat(from, old, to, name);
-}
-
-int __wrap_linkat(int from, const char* old, int to, const char* name, int flags) {
-  if (meets(Call::Link)) return -1;
-  zxftest::rememberName(to, name);
-  return __real_linkat(from, old, to, name, flags);
-}
-
-size_t __real_ZSTD_compressCCtx(void*, void*, size_t, const void*, size_t, int);
-size_t __wrap_ZSTD_compressCCtx(void* context, void* to, size_t room, const void* from, size_t size,
-                                int level) {
-  if (meets(Call::Pack)) return -static_cast<size_t>(ZSTD_error_memory_allocation);
-  return __real_ZSTD_compressCCtx(context, to, room, from, size, level);
-}
-
-size_t __real_ZSTD_decompressDCtx(void*, void*, size_t, const void*, size_t);
-size_t __wrap_ZSTD_decompressDCtx(void* context, void* to, size_t room, const void* from,
-                                  size_t size) {
-  if (meets(Call::Pack)) return -static_cast<size_t>(ZSTD_error_memory_allocation);
-  return __real_ZSTD_decompressDCtx(context, to, room, from, size);
 }
 
 }  // extern "C"

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -29,6 +30,16 @@ inline std::vector<std::string> makeLabels(int count) {
   std::vector<std::string> labels;
   for (int i = 1; i <= count; ++i) labels.push_back(numbered("l", i));
   return labels;
+}
+
+// A parameter over one dimension whose n-th value, from 0, is value(n).
+inline Symbol column(std::string name, int count, const std::function<double(int)>& value) {
+  Symbol symbol{std::move(name), 1};
+  for (int i = 0; i < count; ++i) {
+    symbol.keys.push_back(i + 1);
+    symbol.values.push_back(value(i));
+  }
+  return symbol;
 }
 
 // A symbol of each type with a few records, texts, aliases and both kinds of domains.

@@ -10,39 +10,17 @@ namespace {
 
 using namespace kittest;
 
-class KitConfiguration : public testing::Test {
- protected:
-  KitConfiguration() { zstXCreate(&configuration_); }
-  ~KitConfiguration() override { zstXFree(&configuration_); }
-
-  // Whether a file of that text is refused.
-  bool refuses(const std::string& text) const {
-    return CzstReadConfigGUC(configuration_, folder_.write("a.txt", text).c_str(), "") != 0;
-  }
-
-  const testsupport::TemporaryFolder folder_;
-  void* configuration_ = nullptr;
-};
-
-TEST_F(KitConfiguration, ThousandSolvers_AreTakenAndNoMore) {
+TEST(KitConfiguration, ThousandSolvers_AreTakenAndNoMore) {
+  const testsupport::TemporaryFolder folder;
+  void* configuration = nullptr;
+  zstXCreate(&configuration);
   std::string lines;
   for (int k = 0; k < 1000; ++k) lines += "a" + std::to_string(k) + " cbc MIP\n";
-  EXPECT_FALSE(refuses(lines));
-  EXPECT_EQ(CzstAlgNumber(configuration_, "a999"), 1000);
-  EXPECT_TRUE(refuses(lines + "a cbc MIP"));
-}
-
-// Each byte of the lines that come with the kit replaced or left out with all after it.
-TEST_F(KitConfiguration, DamageAtAnyByte_IsHarmless) {
-  const std::string text = "clp clp LP RMIP\ncbc cbc LP MIP RMIP\n";
-  int refused = 0;
-  for (std::size_t k = 0; k < text.size(); ++k) {
-    for (const char by : {'\0', '\xff', '\n'}) {
-      refused += refuses(text.substr(0, k) + by + text.substr(k + 1)) ? 1 : 0;
-    }
-    refused += refuses(text.substr(0, k)) ? 1 : 0;
-  }
-  EXPECT_GT(refused, 100) << "lines whose words are damaged must not be taken";
+  EXPECT_EQ(CzstReadConfigGUC(configuration, folder.write("a", lines).c_str(), ""), 0);
+  EXPECT_EQ(CzstAlgNumber(configuration, "a999"), 1000);
+  lines += "a cbc MIP";
+  EXPECT_NE(CzstReadConfigGUC(configuration, folder.write("a", lines).c_str(), ""), 0);
+  zstXFree(&configuration);
 }
 
 TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {

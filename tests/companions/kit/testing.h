@@ -16,7 +16,6 @@
 namespace kittest {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kTolerance = 1e-6;  // relative from 1 up
 
 inline const std::vector<const char*> kSolvers = {"clp", "cbc", "glpk"};
