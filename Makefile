@@ -18,7 +18,7 @@ demo: build/build.ninja ## run the main job on real data
 test: all ## build everything and run all tests
 	@ctest --preset release -j $(JOBS)
 
-soak: all ## try every fault of file work with large files
+soak: all ## try every fault of file work and kill writers at random, for some minutes
 	@build/bin/zxf_faults --soak
 
 SECONDS = 60

@@ -31,7 +31,8 @@ bool isSound(const std::string& path) {
 }
 
 void read(const zxftest::Bytes& bytes) {
-  if (isSound(zxftest::memoryFile(bytes)) != zxftest::errorsOf(bytes).empty()) std::abort();
+  const zxftest::MemoryFile file(bytes);
+  if (isSound(file.path()) != zxftest::errorsOf(bytes).empty()) std::abort();
 }
 
 }  // namespace

@@ -1,12 +1,13 @@
 // File work under every fault that the system may have in stock: each system call fails once, and
 // from then on, the process dies at it, or the power does. Afterwards the old or the new file is
 // whole, nothing is left over, and trying again works. Without an argument this is a short test;
-// with --soak the files are large, and some lie in memory.
+// with --soak all of it, and writers are killed at random moments.
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -56,6 +57,7 @@ const FaultKind kKinds[] = {
     {"no memory to pack", Event::Error, {Call::Pack}, ENOMEM, true, {Errc::OutOfMemory}},
     {"killed", Event::Death, kAll},
     {"power loss, writes dropped", Event::WritesDropped, kAll},
+    {"power loss, writes reordered", Event::WritesReordered, kAll},
     {"power loss, writes garbled", Event::WritesGarbled, kAll},
 };
 
@@ -142,6 +144,23 @@ class Bench {
     prepare(job);
     writeRecords(Zxf());
     require(state() == (job.replaces ? Found::Old : Found::Nothing) && isTidy(), "not given up");
+  }
+
+  // Kills a writer that works all the time at a random moment.
+  void kill(int number, bool nameless) {
+    setNamelessFiles(nameless);
+    const bool wasThere = fs::exists(target_);
+    const pid_t child = fork();
+    if (child == 0) {
+      for (bool isOld = true;; isOld = !isOld) writeContent(target_, isOld ? new_ : old_);
+    }
+    std::minstd_rand random(static_cast<unsigned>(number));
+    usleep(static_cast<useconds_t>(random() % 4000));
+    ::kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    require(state() != Found::Nothing || !wasThere, "the file is gone");
+    tryAgain({"", false, true, nameless});
+    if (number % 2 == 0) fs::remove(target_);
   }
 
  private:
@@ -291,6 +310,7 @@ int main(int argc, char** argv) {
   try {
     umask(027);
     int faults = 0;
+    const int kills = isSoak ? 1000 : 20;
     std::vector<fs::path> parents = {fs::temp_directory_path()};
     if (isSoak && fs::is_directory("/dev/shm")) parents.emplace_back("/dev/shm");
     for (const fs::path& parent : parents) {
@@ -300,8 +320,13 @@ int main(int argc, char** argv) {
         bench.abandon(job);
         if (job.replaces && !job.reads) bench.starve(job);
       }
+      for (int i = 0; i < kills; ++i) {
+        bench.kill(i, true);
+        bench.kill(i, false);
+      }
     }
-    std::printf("%d faults: the old or the new file was whole, nothing left over\n", faults);
+    std::printf("%d faults and %zu kills: the old or the new file was whole, nothing left over\n",
+                faults, 2 * kills * parents.size());
     return 0;
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());

@@ -60,6 +60,7 @@ struct State {
 void garble(const Unsynced& file, Event event) {
   std::minstd_rand random(state.first);
   for (const Unsynced::Write& write : file.writes) {
+    if (event == Event::WritesReordered && random() % 2 == 0) continue;
     std::string bytes(write.size, '\0');
     if (event == Event::WritesGarbled)
       std::generate(bytes.begin(), bytes.end(), [&] { return static_cast<char>(random() >> 8); });

@@ -16,7 +16,7 @@ using zdb::zxfile::Errc;
 enum class Call { Open, Read, Write, Sync, Rename, Link, Unlink, Close, Status, Mode, Lock, Pack };
 
 // What happens instead of a call. A loss of power takes what has not been synced.
-enum class Event { Error, ShortCount, Death, WritesDropped, WritesGarbled };
+enum class Event { Error, ShortCount, Death, WritesDropped, WritesReordered, WritesGarbled };
 
 // One kind of fault: which calls it meets, and what a call of the library may say of it. Without
 // such an error, it must do all the same what it does without a fault.

@@ -203,16 +203,21 @@ Content readContent(const std::string& path) {
   return content;
 }
 
-std::string memoryFile(const Bytes& bytes) {
-  static const int file = memfd_create("zxf", MFD_CLOEXEC);
-  const bool isEmpty = ftruncate(file, 0) == 0;
-  require(isEmpty && pwrite(file, bytes.data(), bytes.size(), 0) == std::ssize(bytes), "memory");
-  return "/proc/self/fd/" + std::to_string(file);
+MemoryFile::MemoryFile(const Bytes& bytes) : fd_(memfd_create("zxf", MFD_CLOEXEC)) {
+  require(write(fd_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "memory");
+}
+
+MemoryFile::~MemoryFile() {
+  close(fd_);
+}
+
+std::string MemoryFile::path() const {
+  return "/proc/self/fd/" + std::to_string(fd_);
 }
 
 std::vector<int> errorsOf(const Bytes& bytes) {
   std::vector<int> errors;
-  readContent(memoryFile(bytes), errors);
+  readContent(MemoryFile(bytes).path(), errors);
   return errors;
 }
 
