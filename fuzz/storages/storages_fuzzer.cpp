@@ -194,7 +194,7 @@ class Run {
     same(status, isSame && !one.hasEnded && !any.hasEnded, "stand on the same record");
     take(t, std::move(one));
   }
-  void deleteRecord(Twin& t, const Held gone) {
+  void deleteRecord(Twin& t, const Held& gone) {
     same(c__zdbdeleterecord(t.db, gone.handle), !gone.hasEnded, "delete");
     if (gone.hasEnded) return;
     Symbol& s = t.symbol(gone.symbol);
@@ -375,6 +375,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv) {
   const int first = std::atoi(arguments[2]);
   const int count = *argc < 7 ? 1 : std::atoi(arguments[6]);
   std::vector<std::thread> threads;
+  threads.reserve(static_cast<std::size_t>(count));
   for (int n = 0; n < count; ++n) threads.emplace_back(run, first + n);
   for (std::thread& thread : threads) thread.join();
   std::exit(0);

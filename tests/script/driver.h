@@ -2,7 +2,6 @@
 // makes a Host of its functions and hands it to runProgram().
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <set>
@@ -28,7 +27,7 @@ struct Token {
 };
 
 struct Statement {
-  int line;  ///< of the file, from 1
+  int line, lastLine;  ///< of the file, from 1; continuation lines included
   std::string object, name;
   std::vector<Token> arguments;
   std::string source;  ///< all before the arrow
@@ -37,6 +36,7 @@ struct Statement {
 
 struct Script {
   std::string path;
+  std::vector<std::string> lines;
   std::vector<Statement> statements;
 };
 
@@ -127,8 +127,7 @@ class Run {
   const Way& way;
   std::map<std::string, void*> objects;
   std::map<std::string, Variable> variables;
-  std::uint64_t failing = 0;  ///< which allocation of each call fails, from 1; 0: none
-  bool hasFailed = false;     ///< whether the last call came so far
+  std::function<void()> beforeCall, afterCall;  ///< right around each call; may be empty
 
  private:
   std::string call(const Statement& statement);
@@ -143,7 +142,7 @@ class Run {
 /// What `--memory` and `--nulls` have to know of the functions.
 struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
-  std::set<std::string> leavePart;                   ///< functions that may have done a part
+  std::set<std::string> leavePart;            ///< functions and words that may have done a part
   std::map<std::string, std::string> blamed;  ///< for which the message names another function
   /// What else may come of a null argument than a refusal that names it: regular expressions of
   /// "function.argument" and of all that such a call gives.
@@ -167,8 +166,8 @@ bool sweepMemory(const Program& program, const std::vector<Script>& scripts);
 /// have.
 bool sweepNulls(const Program& program, const std::vector<Script>& scripts);
 
-/// What main() of a program does: PROGRAM [--memory | --nulls] SCRIPT...
-/// Returns 0 when everything is as expected, else 1.
+/// What main() of a program does: PROGRAM [--update | --memory | --nulls] SCRIPT...
+/// Returns 0 when everything is as expected, 1 when not, 2 for wrong use.
 int runProgram(int argc, char** argv, const Program& program);
 
 }  // namespace zdb::script

@@ -9,9 +9,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <optional>
-
-#include "support/allocations.h"
 
 namespace zdb::script {
 
@@ -298,7 +295,9 @@ std::string Run::execute(const Statement& statement) {
   const auto word = host.words.find(statement.name);
   if (word == host.words.end()) return call(statement);
   takeOutput();
+  if (beforeCall) beforeCall();
   const std::string actual = word->second(*this, statement);
+  if (afterCall) afterCall();
   return actual + takeOutput();
 }
 
@@ -353,13 +352,11 @@ std::string Run::call(const Statement& statement) {
   }
   host.mark(target);
   takeOutput();
-  std::optional<test::Allocations> watch;
-  if (failing > 0) watch.emplace(failing);
+  if (beforeCall) beforeCall();
   const Slot result = usesTwin ? callTwin(form, slots, slots.size() - count + out,
                                           called.parameters.size() > count, arguments[out])
                                : form(slots.data());
-  hasFailed = watch && watch->hasFailed();
-  watch.reset();
+  if (afterCall) afterCall();
   return report(target, function, result, arguments);
 }
 

@@ -129,18 +129,25 @@ Script readScript(const std::string& path) {
   Script script;
   script.path = path;
   std::ifstream file(path);
-  int line = 0;
-  for (std::string text, more; std::getline(file, text);) {
-    const int first = ++line;
-    for (; file.peek() == ' ' && std::getline(file >> std::ws, more); ++line) text += ' ' + more;
+  for (std::string line; std::getline(file, line);) script.lines.push_back(line);
+  const auto continues = [](const std::string& line) { return !line.empty() && line[0] == ' '; };
+  const std::vector<std::string>& lines = script.lines;
+  for (std::size_t i = 0; i < lines.size();) {
+    const std::size_t first = i;
+    std::string text = lines[i++];
+    while (i < lines.size() && continues(lines[i])) {
+      text += lines[i].substr(std::min(lines[i].find_first_not_of(' '), lines[i].size()) - 1);
+      ++i;
+    }
     if (text.empty() || text[0] == '#') continue;
     try {
       for (const std::string& one : expanded(text)) {
         script.statements.push_back(Reader(one).statement());
-        script.statements.back().line = first;
+        script.statements.back().line = static_cast<int>(first) + 1;
+        script.statements.back().lastLine = static_cast<int>(i);
       }
     } catch (const std::exception& error) {
-      throw ScriptError(path + ":" + std::to_string(first) + ": " + error.what());
+      throw ScriptError(path + ":" + std::to_string(first + 1) + ": " + error.what());
     }
   }
   if (script.statements.empty()) throw ScriptError(path + ": has no statements");

@@ -1,7 +1,9 @@
 #include <iostream>
+#include <optional>
 #include <regex>
 
 #include "script/driver.h"
+#include "support/allocations.h"
 
 namespace zdb::script {
 
@@ -36,10 +38,16 @@ bool failsOnce(Run& run, const Script& script, std::size_t position, std::uint64
   const Statement& statement = script.statements[position];
   run.object(statement.object);
   const std::string before = picture();
-  run.failing = number;
+  std::optional<test::Allocations> watch;
+  bool hasFailed = false;
+  run.beforeCall = [&] { watch.emplace(number); };
+  run.afterCall = [&] {
+    hasFailed = watch->hasFailed();
+    watch.reset();
+  };
   const std::string actual = run.execute(statement);
-  run.failing = 0;
-  if (!run.hasFailed) return false;
+  run.beforeCall = run.afterCall = nullptr;
+  if (!hasFailed) return false;
 
   const std::string what = "allocation " + std::to_string(number) + " failed: ";
   const auto blamed = rules.blamed.find(statement.name);
