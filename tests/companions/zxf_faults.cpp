@@ -149,6 +149,7 @@ class Bench {
   // Kills a writer that works all the time at a random moment.
   void kill(int number, bool nameless) {
     setNamelessFiles(nameless);
+    if (number % 2 == 0) fs::remove(target_);
     const bool wasThere = fs::exists(target_);
     const pid_t child = fork();
     if (child == 0) {
@@ -160,7 +161,6 @@ class Bench {
     waitpid(child, nullptr, 0);
     require(state() != Found::Nothing || !wasThere, "the file is gone");
     tryAgain({"", false, true, nameless});
-    if (number % 2 == 0) fs::remove(target_);
   }
 
  private:
