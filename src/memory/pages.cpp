@@ -15,11 +15,12 @@ constexpr std::size_t kPage = 4096;
 /// Memory above this size may not all be needed soon, so its pages are taken one by one.
 constexpr std::size_t kMostTakenAtOnce = std::size_t{64} << 20;
 
-/// Memory of several huge pages begins at the start of one; smaller memory does not, as alignment
-/// would waste too much of it.
+/// Memory of many huge pages begins at the start of one. Smaller memory does not: alignment would
+/// waste too much of it, and the heap hands aligned memory back to the system, so that arrays that
+/// are made and freed again and again would get new pages each time.
 std::align_val_t alignmentFor(std::size_t bytes, std::size_t alignment) {
   if (bytes < kLarge) return std::align_val_t{alignment};
-  return std::align_val_t{bytes < 4 * kHugePage ? kPage : kHugePage};
+  return std::align_val_t{bytes < 32 * kHugePage ? kPage : kHugePage};
 }
 
 bool isTaken(std::byte* page) {
