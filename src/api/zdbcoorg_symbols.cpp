@@ -1,7 +1,5 @@
 // Making, finding, clearing and copying symbols.
-#include <algorithm>
 #include <array>
-#include <string_view>
 
 #include "api/checks.h"
 #include "api/guard.h"

@@ -71,7 +71,10 @@ void DatabaseCopy::copyTexts() {
 bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
   auto made = db_.symbolFactory(db_.defaultStorage(), from.name, from.dim, from.type, from.number,
                                 from.userInfo, from.explText);
-  if (!made) return !db_.isStorageUnknown(from.name);
+  if (!made) {
+    db_.isStorageUnknown(from.name);  // which it is, and which this reports
+    return false;
+  }
   AbstractZDBSymbol* copy = db_.insertSymbol(std::move(made));
   if (from.isAlias()) {
     const AbstractZDBSymbol* target = from.aliasTarget;

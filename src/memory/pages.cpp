@@ -16,8 +16,7 @@ constexpr std::size_t kPage = 4096;
 constexpr std::size_t kMostTakenAtOnce = std::size_t{64} << 20;
 
 /// Memory of many huge pages begins at the start of one. Smaller memory does not: alignment would
-/// waste too much of it, and the heap hands aligned memory back to the system, so that arrays that
-/// are made and freed again and again would get new pages each time.
+/// waste too much of it, and made copies of arrays that come and go take half as long again.
 std::align_val_t alignmentFor(std::size_t bytes, std::size_t alignment) {
   if (bytes < kLarge) return std::align_val_t{alignment};
   return std::align_val_t{bytes < 32 * kHugePage ? kPage : kHugePage};

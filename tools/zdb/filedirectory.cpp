@@ -1,3 +1,4 @@
+// The directory of a data file, through the companion that is linked into the tool.
 #include "filedirectory.h"
 
 #include "console.h"

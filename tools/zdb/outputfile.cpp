@@ -1,3 +1,4 @@
+// Refuses outputs that would be written over by mistake.
 #include "outputfile.h"
 
 #include <filesystem>
