@@ -137,6 +137,9 @@ enum {
   ZDB_TEXT_SIZE = 256 /**< bytes that a text output needs */
 };
 
+/** In a slice of label numbers: any label. */
+enum { ZDB_ANY = 0 };
+
 /** Types of symbols. */
 enum { ZDB_SET = 0, ZDB_PARAMETER = 1, ZDB_VARIABLE = 2, ZDB_EQUATION = 3, ZDB_ALIAS = 4 };
 

@@ -1,0 +1,427 @@
+/*
+ * zdbx: labels and records of a zdbcclib database in bulk, by the column.
+ *
+ * It stands beside zdbcclib.h, with the same handles and in the same library, and is for programs
+ * and languages that hold their data in arrays: a call takes or fills whole columns, where
+ * zdbcclib.h has a call for each record. Conventions 2 to 14 of zdbcclib.h hold here too.
+ *
+ * A complete program, to be linked with -lzdbcclib64; it prints "2 records, the last 2.4":
+ *
+ *     #include <stdio.h>
+ *     #include "zdbx.h"
+ *
+ *     int main(void) {
+ *       const char* foods[] = {"bread", "milk"};
+ *       const double price[] = {1.7, 2.4};
+ *       int32_t number[2];
+ *       double back[2];
+ *       zdbHandle_t db = NULL;
+ *       zdbSymbol_t symbol = NULL;
+ *       char message[ZDB_TEXT_SIZE];
+ *       zdbx_texts labels = {.size = sizeof labels, .pointers = foods};
+ *       zdbx_columns in = {.size = sizeof in, .rows = 2, .keys = {{number}}, .values = {{price}}};
+ *       zdbx_buffers out = {.size = sizeof out, .rows = 2, .values = {{back}}};
+ *       zdbx_result result = {.size = sizeof result};
+ *       if (!zdbcreate(&db, message, sizeof message)) return 1;
+ *       if (c__zdbaddsymbol(db, "price", 1, ZDB_PARAMETER, 0, "price of a food", &symbol) &&
+ *           zdbx_add_labels(db, &labels, 2, number, ZDBX_UNDO, &result) &&
+ *           zdbx_put_records(db, symbol, &in, ZDBX_MERGE, ZDBX_UNDO, &result) &&
+ *           zdbx_get_records(db, symbol, NULL, &out, &result)) {
+ *         printf("%d records, the last %g\n", (int)result.done, back[1]);
+ *       } else {
+ *         puts(zdbx_error_text(db));
+ *       }
+ *       return !zdbfree(&db);
+ *     }
+ *
+ * CONVENTIONS, in addition to those of zdbcclib.h.
+ *
+ *  1. Structs begin with their size, which the caller sets to sizeof: later versions add members at
+ *     the end, and a library uses only what the caller's version has. Members that are zero have
+ *     their default, so a struct that begins as {.size = sizeof it} is ready for use. A size that
+ *     no version has is refused (ZDBX_ARGUMENT).
+ *  2. Columns. A column is the address of its first entry and a stride, the number of bytes from an
+ *     entry to the next; a stride of 0 stands for entries without gaps. So an array of rows is a
+ *     column for each of its positions, with the size of a row as the stride.
+ *  3. Borrowing. The library reads columns and texts, and fills buffers, during the call only. What
+ *     it returns as an address says how long it is valid.
+ *  4. Results. Functions return 1 for success and 0 for failure. `result`, which may be null, tells
+ *     the details in both cases. A failure also becomes the database's last error.
+ *  5. Failures in the middle. A call that takes many labels or records is told by `onFailure` what
+ *     to do at one that cannot be taken: undo what the call has done, keep it, or skip that one.
+ *     With ZDBX_UNDO, the default, the database is as it was, exhausted memory included.
+ *  6. Counts are int64_t, label numbers int32_t. A count that is negative is refused.
+ */
+
+#ifndef ZDBX_H
+#define ZDBX_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "zdbcclib.h"
+
+/** Version of this header and of the interface in the library that it was shipped with. */
+#define ZDBX_VERSION_MAJOR 1
+#define ZDBX_VERSION_MINOR 0
+#define ZDBX_VERSION "1.0"
+/** What zdbx_version() returns for this header: 1000 * major + minor. */
+#define ZDBX_VERSION_NUMBER 1000
+
+/* NOLINTBEGIN(bugprone-reserved-identifier,modernize-*): one header for C and C++ clients alike. */
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Types and constants --------------------------------------------------------------------- */
+
+/** Kinds of errors. They do not change; later versions may add more. */
+enum {
+  ZDBX_NONE = 0,       /**< no error */
+  ZDBX_NOT_FOUND = 1,  /**< no such label, symbol, record or entry */
+  ZDBX_END = 2,        /**< no further record */
+  ZDBX_ARGUMENT = 3,   /**< an argument that is null, out of range or not of the kind required */
+  ZDBX_EXISTS = 4,     /**< a symbol or record that is there already */
+  ZDBX_LABEL = 5,      /**< a text that is not a valid label, name or element text */
+  ZDBX_HANDLE = 6,     /**< a handle that has become invalid, or belongs to another database */
+  ZDBX_STATE = 7,      /**< a call that does not fit the state of the database */
+  ZDBX_NO_MEMORY = 8,  /**< memory exhausted */
+  ZDBX_SYSTEM = 9,     /**< the system refused: file not found, disk full, access denied ... */
+  ZDBX_DAMAGED = 10,   /**< a file whose content is damaged or not of the format */
+  ZDBX_DOMAIN = 11,    /**< a record outside a domain, or a domain that does not fit */
+  ZDBX_COMPANION = 12, /**< a companion library that is missing, does not fit or reports failure */
+  ZDBX_MODEL = 13,     /**< a model that cannot be read, prepared, changed or solved */
+  ZDBX_CALLBACK = 14,  /**< a callback or stream of the caller that failed */
+  ZDBX_OTHER = 15      /**< anything else; the text says what */
+};
+
+/** What to do at a label or record that cannot be taken. */
+enum {
+  ZDBX_UNDO = 0, /**< fail, and leave everything as it was before the call */
+  ZDBX_KEEP = 1, /**< fail, and keep what came before */
+  ZDBX_SKIP = 2  /**< leave it out, count it in `skipped` and go on; the first one is described */
+};
+
+/** How records meet those that a symbol has. */
+enum {
+  ZDBX_MERGE = 0,   /**< a key that exists gets the new values, the others are added */
+  ZDBX_REPLACE = 1, /**< the symbol has these records afterwards and no others */
+  ZDBX_ADD = 2      /**< a key that exists, or comes twice, cannot be taken (ZDBX_EXISTS) */
+};
+
+/** What a bulk call has done. */
+typedef struct zdbx_result {
+  size_t size;              /**< sizeof(zdbx_result), set by the caller */
+  int64_t done;             /**< entries taken, delivered or found */
+  int64_t added;            /**< of these, entries that were not there before */
+  int64_t skipped;          /**< entries left out with ZDBX_SKIP, or not found */
+  int64_t row;              /**< the first entry that could not be taken, from 0; -1: none */
+  int32_t position;         /**< the position of its key or column that was at fault; -1: none */
+  int32_t kind;             /**< ZDBX_...: why; ZDBX_NONE if there was no such entry or failure */
+  char text[ZDB_TEXT_SIZE]; /**< the same as a message; empty if there was none */
+} zdbx_result;
+
+/** Texts in one of three forms; the other two members are null. */
+typedef struct zdbx_texts {
+  size_t size;                 /**< sizeof(zdbx_texts), set by the caller */
+  const char* const* pointers; /**< a C string each */
+  const char* bytes;           /**< or one buffer without terminators, with one of: */
+  const int32_t* offsets;      /**< where each text begins, and after the last where it ends */
+  const int64_t* offsets64;    /**< the same for buffers of 2 GiB and more */
+} zdbx_texts;
+
+/** A column that is read. */
+typedef struct zdbx_column {
+  const void* data; /**< int32_t label numbers or double values; null: see the use */
+  int64_t stride;   /**< bytes from an entry to the next; 0: no gaps. May be negative */
+} zdbx_column;
+
+/** A column that is filled. */
+typedef struct zdbx_buffer {
+  void* data;     /**< room for the entries; null: this column is not wanted */
+  int64_t stride; /**< as above */
+} zdbx_buffer;
+
+/** Records by the column, as they are put into a symbol. */
+typedef struct zdbx_columns {
+  size_t size;                        /**< sizeof(zdbx_columns), set by the caller */
+  int64_t rows;                       /**< number of records */
+  zdbx_column keys[ZDB_MAX_DIM];      /**< int32_t; the first dim are read and must not be null */
+  zdbx_column values[ZDB_MAX_VALUES]; /**< double; null: the default of the symbol's type */
+  const zdbx_texts* texts;            /**< element texts of a set; null: none */
+} zdbx_columns;
+
+/** Room for records by the column. */
+typedef struct zdbx_buffers {
+  size_t size;                     /**< sizeof(zdbx_buffers), set by the caller */
+  int64_t rows;                    /**< room for this many records */
+  zdbx_buffer keys[ZDB_MAX_DIM];   /**< int32_t label numbers of the first dim positions */
+  zdbx_buffer labels[ZDB_MAX_DIM]; /**< const char*: the same as texts, valid as long as the db */
+  zdbx_buffer values[ZDB_MAX_VALUES]; /**< double */
+  zdbx_buffer
+      texts; /**< const char*: element texts of a set, "" for none; valid as long as the db */
+} zdbx_buffers;
+
+/** A position in the records of a symbol or slice, owned by the caller. */
+typedef struct zdbxCursor* zdbxCursor_t;
+
+/* ---- Version and errors ---------------------------------------------------------------------- */
+
+/** The version of the interface in this library: 1000 * major + minor. */
+ZDBCCLIB_API int zdbx_version(void);
+
+/** The version of the library as a text, such as "1.0.0"; static. */
+ZDBCCLIB_API const char* zdbx_version_text(void);
+
+/**
+ * The kind of the last error (ZDBX_...), of calls of zdbcclib.h as well; ZDBX_NONE if there was
+ * none or it was cleared. ZDBX_ARGUMENT for a null database.
+ */
+ZDBCCLIB_API int zdbx_error_kind(zdbHandle_t db);
+
+/** The message of the last error, "" if there is none. Valid until the next failure. */
+ZDBCCLIB_API const char* zdbx_error_text(zdbHandle_t db);
+
+/**
+ * What is behind the message of the last error, such as "No space left on device" or the place in a
+ * damaged file; "" if nothing more is known. Valid until the next failure.
+ */
+ZDBCCLIB_API const char* zdbx_error_reason(zdbHandle_t db);
+
+/** Forgets the last error. */
+ZDBCCLIB_API void zdbx_clear_error(zdbHandle_t db);
+
+/** The name of an error kind, such as "not found"; static. "other" for an unknown kind. */
+ZDBCCLIB_API const char* zdbx_kind_name(int kind);
+
+/* ---- Labels ---------------------------------------------------------------------------------- */
+
+/**
+ * Adds `count` labels, or finds those that are there, and writes their numbers to `numbers`
+ * [count]. With ZDBX_SKIP, a text that is not a valid label gets -1; with ZDBX_UNDO, no label is
+ * added if one is not valid. result.done counts the labels with a number, result.added the new
+ * ones.
+ */
+ZDBCCLIB_API int zdbx_add_labels(zdbHandle_t db, const zdbx_texts* labels, int64_t count,
+                                 int32_t* numbers, int onFailure, zdbx_result* result);
+
+/**
+ * Finds `count` labels and writes their numbers to `numbers` [count], -1 for those that are not
+ * there or not valid. That is not a failure: result.done counts those found, result.skipped the
+ * others, and result.row is the first of these.
+ */
+ZDBCCLIB_API int zdbx_find_labels(zdbHandle_t db, const zdbx_texts* labels, int64_t count,
+                                  int32_t* numbers, zdbx_result* result);
+
+/**
+ * The texts of `count` labels from number `first`, which is at least 1: writes them one after the
+ * other, without terminators, to `bytes` [capacity], and where each begins, with the end of the
+ * last, to `offsets` [count + 1]. *needed is the number of bytes that they take. With null `bytes`
+ * only `offsets`, which may be null too, and *needed are written; if `capacity` is too small, fails
+ * (ZDBX_ARGUMENT) with *needed set.
+ */
+ZDBCCLIB_API int zdbx_get_labels(zdbHandle_t db, int32_t first, int64_t count, char* bytes,
+                                 int64_t capacity, int64_t* offsets, int64_t* needed);
+
+/* ---- Records --------------------------------------------------------------------------------- */
+
+/**
+ * Puts records into a symbol, which may not be an alias or the universe; `mode` is ZDBX_MERGE,
+ * ZDBX_REPLACE or ZDBX_ADD. If a key comes twice, the last one counts, except with ZDBX_ADD. What
+ * cannot be taken: a label number that does not exist (ZDBX_NOT_FOUND), an element text that is too
+ * long (ZDBX_LABEL), an existing key with ZDBX_ADD. A missing column of values stands for the
+ * default of the symbol's type, also where a record exists.
+ *
+ * Records in key order are appended in constant time each; in other orders they are sorted first
+ * where that is faster. Needs memory for an undo of what it changes: nothing for records that are
+ * appended.
+ */
+ZDBCCLIB_API int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* records,
+                                  int mode, int onFailure, zdbx_result* result);
+
+/**
+ * The number of records of a symbol, or of a slice of it: slice[dim] are label numbers, ZDB_ANY
+ * where any label will do; null is the whole symbol. Takes constant time for a whole symbol,
+ * otherwise time in the records that share the fixed leading positions.
+ */
+ZDBCCLIB_API int zdbx_count_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
+                                    int64_t* count);
+
+/**
+ * Writes the records of a symbol, the universe included, or of a slice to the columns that
+ * `buffers` has, in key order. Fails without writing (ZDBX_ARGUMENT) if there are more than
+ * buffers->rows. result.done is the number of records.
+ */
+ZDBCCLIB_API int zdbx_get_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
+                                  const zdbx_buffers* buffers, zdbx_result* result);
+
+/**
+ * Opens a cursor before the first record of a symbol or slice, for reading in pieces. It keeps its
+ * place while records are added, changed and deleted, and becomes invalid as record handles do.
+ * Freed by zdbx_close_cursor().
+ */
+ZDBCCLIB_API int zdbx_open_cursor(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
+                                  zdbxCursor_t* cursor);
+
+/**
+ * Writes the next records, at most buffers->rows, and moves behind them; result.done, or the result
+ * of 1 with result.done 0, tells how many: 0 only at the end.
+ */
+ZDBCCLIB_API int zdbx_read_cursor(zdbHandle_t db, zdbxCursor_t cursor, const zdbx_buffers* buffers,
+                                  zdbx_result* result);
+
+/** Frees a cursor and sets *cursor to null, which it may be already. */
+ZDBCCLIB_API int zdbx_close_cursor(zdbHandle_t db, zdbxCursor_t* cursor);
+
+/**
+ * Finds the records with `keys->rows` keys; the columns of `keys` other than `keys` are not used.
+ * Writes the values of those found to the columns of `values`, which has as many rows, and 1 or 0
+ * to `found` [rows]; either may be null. Values of records that are not found are not written. A
+ * label number that does not exist is not found. result.done counts those found, result.skipped
+ * the others.
+ */
+ZDBCCLIB_API int zdbx_find_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* keys,
+                                   const zdbx_buffers* values, unsigned char* found,
+                                   zdbx_result* result);
+
+/**
+ * Makes a handle at the record with these label numbers (of the universe: at this label), like
+ * c__zdbfindrecord(). Freed by c__zdbfreesymboliterator().
+ */
+ZDBCCLIB_API int zdbx_find_record(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* keys,
+                                  zdbRecord_t* record);
+
+/**
+ * Makes a handle at the first record of a slice, or the last if `last` is true, that walks this
+ * slice only, like c__zdbfindfirstrecordslice(). Freed by c__zdbfreesymboliterator().
+ */
+ZDBCCLIB_API int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice, int last,
+                                 zdbRecord_t* record);
+
+/* ---- Symbols --------------------------------------------------------------------------------- */
+
+/**
+ * Removes a symbol with its records and sets *symbol to null. Symbols after it move up: their
+ * numbers become smaller by one. Refused (ZDBX_STATE) for a set that is a domain of another symbol
+ * or has an alias, and while symbols of the database are still to be loaded from a source.
+ */
+ZDBCCLIB_API int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol);
+
+/**
+ * Gives a symbol another name. Its handles stay valid. Refused for the universe, for a name that is
+ * not valid (ZDBX_LABEL) or taken (ZDBX_EXISTS), and for a symbol that is still to be loaded from a
+ * source, which knows it by its name.
+ */
+ZDBCCLIB_API int zdbx_rename_symbol(zdbHandle_t db, zdbSymbol_t symbol, const char* name);
+
+/* ---- Data exchange files in memory and through descriptors ------------------------------------
+ */
+
+/**
+ * Like c__zdbinitfromzxf() with a file that is open for reading and can be read at any position;
+ * `fd` stays the caller's and may be closed after the call. The place of the descriptor is neither
+ * used nor moved.
+ */
+ZDBCCLIB_API int zdbx_init_from_fd(zdbHandle_t db, int fd);
+
+/** Like c__zdbinitfromzxf() with the bytes of a file, which are copied. */
+ZDBCCLIB_API int zdbx_init_from_memory(zdbHandle_t db, const void* bytes, size_t count);
+
+/**
+ * Like c__zdbwritezxf(), but writes to a descriptor, which may be a pipe, from its present place.
+ * What stood there is overwritten and not truncated; a failure may leave a part.
+ */
+ZDBCCLIB_API int zdbx_write_fd(zdbHandle_t db, int fd, int noDomainCheck);
+
+/** Like c__zdbwritezxf(), but returns the file's bytes. Freed by zdbx_free_bytes(). */
+ZDBCCLIB_API int zdbx_write_memory(zdbHandle_t db, int noDomainCheck, void** bytes, size_t* count);
+
+/** Frees what zdbx_write_memory() returned; null is allowed. */
+ZDBCCLIB_API void zdbx_free_bytes(void* bytes);
+
+/* ---- Arrow ----------------------------------------------------------------------------------- */
+
+/*
+ * A symbol as a stream of Arrow's C data interface, and records from such a stream, so that
+ * programs which speak it take symbols over without copying code. The structs are those of its
+ * definition; include that before this header, or use these.
+ */
+
+#ifndef ARROW_C_DATA_INTERFACE
+#define ARROW_C_DATA_INTERFACE
+
+#define ARROW_FLAG_DICTIONARY_ORDERED 1
+#define ARROW_FLAG_NULLABLE 2
+#define ARROW_FLAG_MAP_KEYS_SORTED 4
+
+struct ArrowSchema {
+  const char* format;
+  const char* name;
+  const char* metadata;
+  int64_t flags;
+  int64_t n_children;
+  struct ArrowSchema** children;
+  struct ArrowSchema* dictionary;
+  void (*release)(struct ArrowSchema*);
+  void* private_data;
+};
+
+struct ArrowArray {
+  int64_t length;
+  int64_t null_count;
+  int64_t offset;
+  int64_t n_buffers;
+  int64_t n_children;
+  const void** buffers;
+  struct ArrowArray** children;
+  struct ArrowArray* dictionary;
+  void (*release)(struct ArrowArray*);
+  void* private_data;
+};
+
+#endif /* ARROW_C_DATA_INTERFACE */
+
+#ifndef ARROW_C_STREAM_INTERFACE
+#define ARROW_C_STREAM_INTERFACE
+
+struct ArrowArrayStream {
+  int (*get_schema)(struct ArrowArrayStream*, struct ArrowSchema* out);
+  int (*get_next)(struct ArrowArrayStream*, struct ArrowArray* out);
+  const char* (*get_last_error)(struct ArrowArrayStream*);
+  void (*release)(struct ArrowArrayStream*);
+  void* private_data;
+};
+
+#endif /* ARROW_C_STREAM_INTERFACE */
+
+/**
+ * Fills `stream` with the records of a symbol or slice, in key order, in batches of at most
+ * `batchRows` (0: one of a suitable size). Columns: for each position a dictionary of label texts
+ * (utf8, int32 indices, ordered), named by the position's domain or, where that is "*" or comes
+ * twice, with the position's number; then "level", "marginal", "lower", "upper" and "scale" as
+ * float64, of sets "text" as utf8, of parameters "value". The schema's metadata names symbol, type,
+ * dimension and text. The arrays are copies and outlive the database; the stream itself must be
+ * released before the database is freed and becomes invalid as record handles do.
+ */
+ZDBCCLIB_API int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
+                                    int64_t batchRows, struct ArrowArrayStream* stream);
+
+/**
+ * Puts the records of a stream into a symbol, like zdbx_put_records(). The stream has dim columns
+ * of labels first, utf8, large utf8 or dictionaries of these with any index type, and then the
+ * values as numbers of any width, or for a set optionally its texts. Labels are added. Columns are
+ * taken by place, whatever their names. A null is refused with its row and column, as a record that
+ * cannot be taken. Offsets and empty batches are heeded. The stream is released in any case.
+ */
+ZDBCCLIB_API int zdbx_import_stream(zdbHandle_t db, zdbSymbol_t symbol,
+                                    struct ArrowArrayStream* stream, int mode, int onFailure,
+                                    zdbx_result* result);
+
+#ifdef __cplusplus
+}
+#endif
+
+/* NOLINTEND(bugprone-reserved-identifier,modernize-*) */
+
+#endif /* ZDBX_H */
