@@ -14,7 +14,7 @@ set -eu
 check() {
   grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
     BEGIN {
-      allowed["api"] = "api symbols io core dmap utree loaders contract zdbcclib.h"
+      allowed["api"] = "api symbols io core dmap utree loaders contract zdbcclib.h zdbx.h"
       allowed["symbols"] = "symbols core dmap utree memory"
       allowed["io"] = "io core loaders"
       allowed["core"] = "core loaders memory contract dmap/idmap.h"
