@@ -16,6 +16,7 @@ demo: build/build.ninja ## run the main job on real data
 	@build/bin/diet_demo examples/diet/data build/demo
 
 test: all ## build everything and run all tests
+	@script/peers.sh build
 	@ctest --preset release -j $(JOBS)
 
 soak: all ## try every fault of file work and kill writers at random, for some minutes
