@@ -396,23 +396,53 @@ struct ArrowArrayStream {
 #endif /* ARROW_C_STREAM_INTERFACE */
 
 /**
- * Fills `stream` with the records of a symbol or slice, in key order, in batches of at most
- * `batchRows` (0: one of a suitable size). Columns: for each position a dictionary of label texts
- * (utf8, int32 indices, ordered), named by the position's domain or, where that is "*" or comes
- * twice, with the position's number; then "level", "marginal", "lower", "upper" and "scale" as
- * float64, of sets "text" as utf8, of parameters "value". The schema's metadata names symbol, type,
- * dimension and text. The arrays are copies and outlive the database; the stream itself must be
- * released before the database is freed and becomes invalid as record handles do.
+ * Fills `stream` with the records of a symbol, the universe included, or of a slice, in key order,
+ * in batches of at most `batchRows` (0: of a suitable size; batches of more than a million records
+ * are not made). On failure *stream is released, that is, its `release` is null.
+ *
+ * Columns: for each position a dictionary of the labels that occur there (utf8, int32 indices,
+ * ordered: by label number); then "level", "marginal", "lower", "upper" and "scale" as float64, for
+ * parameters "value" instead, and for sets "text" as utf8. A position is named by its domain, or
+ * "label" for "*"; a second "city" becomes "city_2", as in the tool's CSV. There are no nulls:
+ * special values are the doubles that the caller uses for them (c__zdbsetspecialvalues()). The
+ * schema's metadata has the keys zdb:symbol, zdb:type, zdb:dimension and zdb:text.
+ *
+ * Labels and texts are bytes here but UTF-8 there: one that is not makes this call, or for element
+ * texts the stream, fail (ZDBX_LABEL, EILSEQ).
+ *
+ * Takes a pass over the keys for the labels, and 4 bytes for each position and label of the
+ * database while the stream is open. The batches share the dictionaries, unless records with other
+ * labels are added while the stream is read.
+ *
+ * Arrays and schemas are the consumer's: they outlive stream and database and may be released in
+ * any thread. The stream reads the database and so is used in its thread, or while nobody else uses
+ * it. It keeps its place like a cursor. When the symbol's records have been removed or moved to
+ * another storage, or the symbol or the database is gone, the stream fails (EINVAL) and can still
+ * be released. A stream that has failed keeps failing.
  */
 ZDBCCLIB_API int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                     int64_t batchRows, struct ArrowArrayStream* stream);
 
 /**
- * Puts the records of a stream into a symbol, like zdbx_put_records(). The stream has dim columns
- * of labels first, utf8, large utf8 or dictionaries of these with any index type, and then the
- * values as numbers of any width, or for a set optionally its texts. Labels are added. Columns are
- * taken by place, whatever their names. A null is refused with its row and column, as a record that
- * cannot be taken. Offsets and empty batches are heeded. The stream is released in any case.
+ * Puts the records of a stream into a symbol, like zdbx_put_records(), once all have been read:
+ * it takes memory for the keys and values of all of them. The stream is released in any case.
+ *
+ * The stream has `dim` columns of labels first, which are utf8, large utf8, utf8 views or
+ * dictionaries of these with any index type. Values follow: as many as the symbol has, or fewer,
+ * those that are missing having the default of the symbol's type. They are integers, floats of 16
+ * to 64 bits, decimals of 32 to 128 bits or booleans, and are rounded to the nearest double. For a
+ * set, a column of texts may follow, in the types of labels. Columns are taken by place, whatever
+ * their names. A stream of another shape is refused (ZDBX_ARGUMENT) with the column and its format.
+ *
+ * A record with a null in any column, or with a text that is not a valid label, cannot be taken;
+ * result.row counts the records of the stream, and result.position its columns, from 0. So found
+ * while reading, it ends the reading unless `onFailure` is ZDBX_SKIP. A stream that fails is
+ * ZDBX_CALLBACK, with its own text in the message. It ends the call: with ZDBX_UNDO nothing has
+ * changed, otherwise the records before it are put.
+ *
+ * Labels are added as they come, those of a dictionary in its order. With ZDBX_UNDO a failed call
+ * leaves none of them, unless the producer itself has added labels to this database. With the other
+ * two, labels may remain of records that were not taken.
  */
 ZDBCCLIB_API int zdbx_import_stream(zdbHandle_t db, zdbSymbol_t symbol,
                                     struct ArrowArrayStream* stream, int mode, int onFailure,

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Fails on an include that points against the direction of the layers: check_includes.sh [--self-test]
 #
-#   api -> arrow -> symbols -> core, dmap, utree, loaders; api -> io -> core, loaders
+#   api -> arrow, io; arrow -> symbols; symbols, io -> core, dmap, utree, loaders
 #
 # At the bottom core may use the loaders and the interface of the record maps, and dmap may use
 # utree. Loaders and companions share the contract, whose rules of names core and api use too; what
