@@ -1,6 +1,7 @@
 #include "arrow/importstream.h"
 
 #include <cstring>
+#include <optional>
 
 #include "arrow/gather.h"
 
@@ -87,19 +88,34 @@ void addOutcome(const BulkOutcome& put, const Gather& gather, BulkOutcome& outco
   writeMessage(outcome.text, "%s", put.text);
 }
 
-/// The same without the message as the database's last error. Throws StreamError for what makes
-/// the whole call fail.
+/// Whether the symbol is still there when the stream has been read: the producer's code may do
+/// anything to the database. Handles that are open make changes of a symbol dearer, so this one
+/// goes before the put.
+class Watch {
+ public:
+  explicit Watch(const AbstractZDBSymbol& symbol) : notes_(symbol.handleNotes) {}
+  void end() {
+    if (notes_->isSymbolGone()) {
+      throw StreamError(ErrorState, "the symbol was replaced or removed while the stream was read");
+    }
+    notes_.reset();
+  }
+
+ private:
+  std::optional<HandleNotes::Reader> notes_;
+};
+
+/// Throws StreamError for what makes the whole call fail. Other failures leave their message in the
+/// outcome.
 bool putStream(ZDB& db, AbstractZDBSymbol& symbol, ArrowArrayStream& stream, PutMode mode,
                OnFailure onFailure, BulkOutcome& outcome) {
-  const HandleNotes::Reader notes(symbol.handleNotes);
+  Watch watch(symbol);
   AddedLabels labels(db.labels());
   const ImportPlan plan = planFor(symbol, stream);
   Gather gather(db, plan, onFailure, outcome);
   const bool isWhole = takeAll(stream, gather, labels, outcome);
   if (!isWhole && onFailure == FailureUndo) return false;
-  if (notes.isSymbolGone()) {
-    throw StreamError(ErrorState, "the symbol was replaced or removed while the stream was read");
-  }
+  watch.end();
   BulkOutcome put;
   const bool isPut = putRecords(db, symbol, gather.columns(), mode, onFailure, put);
   addOutcome(put, gather, outcome);
@@ -111,6 +127,7 @@ bool putStream(ZDB& db, AbstractZDBSymbol& symbol, ArrowArrayStream& stream, Put
 
 bool importStream(ZDB& db, AbstractZDBSymbol& symbol, Received<ArrowArrayStream>& stream,
                   PutMode mode, OnFailure onFailure, BulkOutcome& outcome) {
+  if (mode != PutReplace && !db.ensureLoaded(&symbol)) return false;
   try {
     if (putStream(db, symbol, stream, mode, onFailure, outcome)) return true;
   } catch (const StreamError& error) {

@@ -84,6 +84,7 @@ class SymbolStream {
   }
 
   const char* message() const { return message_; }
+  ErrorKind kind() const { return failure_ == EILSEQ ? ErrorLabel : ErrorNotFound; }
 
   int getSchema(ArrowSchema& out) {
     out.release = nullptr;
@@ -227,7 +228,7 @@ bool exportStream(ZDB& db, AbstractZDBSymbol& symbol, const int* slice, std::int
   if (!symbol.aliasTarget->isUniverse() && !db.ensureLoaded(symbol.aliasTarget)) return false;
   auto state = std::make_unique<SymbolStream>(db, symbol, slice, batchRows);
   if (!state->findLabels(slice)) {
-    return failWith(db, outcome, ErrorLabel, "%s", state->message());
+    return failWith(db, outcome, state->kind(), "%s", state->message());
   }
   stream = {getSchema, getNext, getLastError, release, state.release()};
   return true;

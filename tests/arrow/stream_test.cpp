@@ -135,6 +135,7 @@ class Replay {
   int endCode = 0;
   const char* text = nullptr;
   int released = 0;
+  std::function<void()> before = [] {};  ///< a batch is given
 
  private:
   static Replay& of(ArrowArrayStream* stream) {
@@ -146,6 +147,7 @@ class Replay {
   }
   static int getNext(ArrowArrayStream* stream, ArrowArray* out) {
     Replay& self = of(stream);
+    self.before();
     *out = {};
     if (self.next_ == self.batches.size()) return self.endCode;
     *out = std::exchange(self.batches[self.next_++], {});
@@ -279,6 +281,36 @@ TEST_F(ArrowStreams, OffsetsAndBitmaps_ChooseTheRows) {
   c__zdbfreesymboliterator(db, record);
 }
 
+TEST_F(ArrowStreams, ProducerThatChangesTheDatabase_IsNotUndone) {
+  zdbx_result result = {};
+  result.size = sizeof result;
+  Replay replay(exported(parameter, 4));
+  int number = 0;
+  replay.before = [&] { number = db.label("its own"); };
+  replay.batches[1].null_count = -1;
+  replay.batches[1].buffers[0] = &kOnlySecond;
+  ArrowArrayStream stream = replay.stream();
+  EXPECT_FALSE(zdbx_import_stream(db, taken, &stream, ZDBX_MERGE, ZDBX_UNDO, &result));
+  char label[ZDB_TEXT_SIZE];
+  EXPECT_TRUE(c__zdbgetuelbyindex(db, number, label)) << db.error();
+  EXPECT_STREQ(label, "its own");
+
+  Replay second(exported(parameter));
+  second.before = [&] { c__zdbselectrecordstorage(db, &taken, ZDB_STORAGE_VECTOR); };
+  stream = second.stream();
+  EXPECT_FALSE(zdbx_import_stream(db, taken, &stream, ZDBX_MERGE, ZDBX_UNDO, &result));
+  EXPECT_EQ(result.kind, ZDBX_STATE);
+}
+
+TEST_F(ArrowStreams, RecordWithoutLabel_IsNamed) {
+  const int key[] = {77, 1};
+  const double value = 1;
+  ASSERT_TRUE(c__zdbmergerecordint(db, parameter, key, 0, 0, nullptr, 1, &value));
+  ArrowArrayStream stream;
+  EXPECT_FALSE(zdbx_export_stream(db, parameter, nullptr, 0, &stream));
+  EXPECT_EQ(db.error(), "symbol p has a record with label 77, which does not exist");
+}
+
 TEST_F(ArrowStreams, BadArgumentsOfImport_ReleaseTheStream) {
   zdbSymbol_t universe = nullptr;
   c__zdbfindsymbol(db, "*", &universe);
@@ -298,22 +330,24 @@ TEST_F(ArrowStreams, BadArgumentsOfImport_ReleaseTheStream) {
   EXPECT_FALSE(zdbx_import_stream(db, taken, nullptr, ZDBX_MERGE, ZDBX_UNDO, nullptr));
 }
 
-/// Reads a whole stream; whether all calls succeeded.
+/// Reads a whole stream; whether all calls succeeded. One that fails between batches must not go on
+/// as if it had lost nothing.
 bool readAll(ArrowArrayStream& stream) {
   ArrowSchema schema;
-  int code = stream.get_schema(&stream, &schema);
-  if (code == 0) release(schema);
   ArrowArray batch = {};
+  const bool hasSchema = stream.get_schema(&stream, &schema) == 0;
+  release(schema);
+  int code = 0;
   do {
     release(batch);
-    code = code != 0 ? code : stream.get_next(&stream, &batch);
-  } while (code == 0 && batch.release != nullptr);
-  if (code != 0) {
-    EXPECT_EQ(code, ENOMEM);
+    code = stream.get_next(&stream, &batch);
+  } while (batch.release != nullptr);
+  EXPECT_EQ(stream.get_next(&stream, &batch), code);
+  if (!hasSchema || code != 0) {
     EXPECT_STREQ(stream.get_last_error(&stream), "memory exhausted");
   }
   release(stream);
-  return code == 0;
+  return hasSchema && code == 0;
 }
 
 TEST_F(ArrowStreams, ExportWithoutMemory_FailsAndLeavesNothing) {
