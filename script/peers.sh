@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a virtual
-# environment, and DuckDB's library, which an npm package carries: peers.sh BUILD_FOLDER
+# Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a
+# virtual environment, and DuckDB's library, which an npm package carries: peers.sh BUILD_FOLDER
 # What cannot be had (no network, no npm) is left out with a note; its tests are skipped.
 set -u
 
@@ -28,7 +28,7 @@ once() {
     echo "$2" >"$1.version"
   else
     rm -rf "$1"
-    echo "note: tests with $1 will be skipped: it cannot be fetched: $(echo "$output" | tail -n 1)" >&2
+    echo "note: tests with $1 are skipped, it cannot be fetched: $(echo "$output" | tail -n 1)" >&2
   fi
 }
 

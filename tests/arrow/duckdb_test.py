@@ -62,7 +62,9 @@ class Connection:
                 raise RuntimeError(DUCKDB.duckdb_result_error(ctypes.byref(result)).decode())
             columns = range(DUCKDB.duckdb_column_count(ctypes.byref(result)))
             count = DUCKDB.duckdb_row_count(ctypes.byref(result))
-            return [tuple(self.value(result, column, row) for column in columns) for row in range(count)]
+            return [
+                tuple(self.value(result, column, row) for column in columns) for row in range(count)
+            ]
         finally:
             DUCKDB.duckdb_destroy_result(ctypes.byref(result))
 
@@ -87,7 +89,10 @@ class ResultStream:
 
     def __init__(self, connection: Connection, sql: str) -> None:
         self.result = ctypes.c_void_p()
-        if DUCKDB.duckdb_query_arrow(connection.handle, sql.encode(), ctypes.byref(self.result)) != OK:
+        if (
+            DUCKDB.duckdb_query_arrow(connection.handle, sql.encode(), ctypes.byref(self.result))
+            != OK
+        ):
             raise RuntimeError(DUCKDB.duckdb_query_arrow_error(self.result).decode())
         # The callbacks live as long as this object, and it until it is released.
         self.stream = zdb.Stream(
@@ -128,13 +133,20 @@ class DuckDB(unittest.TestCase):
         return symbol
 
     def test_a_symbol_is_read_in_sql(self) -> None:
-        symbol = self.put("flow", zdb.PARAMETER, ["plant", "market"],
-                          "SELECT 'p' || a, 'm' || b, a * 100 + b FROM range(300) x(a), range(20) y(b)")
+        symbol = self.put(
+            "flow",
+            zdb.PARAMETER,
+            ["plant", "market"],
+            "SELECT 'p' || a, 'm' || b, a * 100 + b FROM range(300) x(a), range(20) y(b)",
+        )
         for rows in (0, 7, 2048, 5000):
             self.duck.read("flow", self.db.export(symbol, batch_rows=rows))
             for sql, expected in [
                 ("SELECT count(*), sum(value) FROM flow", [("6000", "89757000.0")]),
-                ("SELECT plant, sum(value) s FROM flow GROUP BY plant ORDER BY s LIMIT 2", [("p0", "190.0"), ("p1", "2190.0")]),
+                (
+                    "SELECT plant, sum(value) s FROM flow GROUP BY plant ORDER BY s LIMIT 2",
+                    [("p0", "190.0"), ("p1", "2190.0")],
+                ),
                 ("SELECT value FROM flow WHERE plant = 'p7' AND market = 'm3'", [("703.0",)]),
                 ("SELECT count(DISTINCT market) FROM flow", [("20",)]),
                 ("SELECT plant, market FROM flow ORDER BY value DESC LIMIT 1", [("p299", "m19")]),
@@ -143,35 +155,55 @@ class DuckDB(unittest.TestCase):
                     self.assertEqual(self.duck.rows(sql), expected)
 
     def test_texts_and_fields_are_read_in_sql(self) -> None:
-        food = self.put("food", zdb.SET, ["*"], "SELECT * FROM (VALUES ('tea', 'in cups'), ('milk', ''))")
-        x = self.put("x", zdb.EQUATION, ["food"], "SELECT 'tea', 1, 2::TINYINT, 3.5, 4::UTINYINT, 5::FLOAT")
+        food = self.put(
+            "food", zdb.SET, ["*"], "SELECT * FROM (VALUES ('tea', 'in cups'), ('milk', ''))"
+        )
+        x = self.put(
+            "x", zdb.EQUATION, ["food"], "SELECT 'tea', 1, 2::TINYINT, 3.5, 4::UTINYINT, 5::FLOAT"
+        )
         self.duck.read("food", self.db.export(food))
         self.duck.read("x", self.db.export(x))
         joined = "SELECT label, text, level, marginal, lower, upper, scale FROM food JOIN x ON label = food"
-        self.assertEqual(self.duck.rows(joined), [("tea", "in cups", "1.0", "2.0", "3.5", "4.0", "5.0")])
+        self.assertEqual(
+            self.duck.rows(joined), [("tea", "in cups", "1.0", "2.0", "3.5", "4.0", "5.0")]
+        )
 
     def test_results_of_every_type_are_taken(self) -> None:
         self.duck.rows("CREATE TYPE mood AS ENUM ('sad', 'ok', 'happy')")
-        for number, (text, value, expected) in enumerate([
-            ("'ok'::mood", "1.25", "1.25"),
-            ("'ok'", "sum(range)::HUGEINT", "499500.0"),
-            ("'ok'", "sum(range * 0.01)", "4995.0"),
-            ("'ok'", "count(*) > 3", "1.0"),
-            ("'ok'", "avg(range)", "499.5"),
-        ]):
-            symbol = self.put(f"p{number}", zdb.PARAMETER, ["*"], f"SELECT {text}, {value} FROM range(1000)" + (" LIMIT 1" if number == 0 else ""))
+        for number, (text, value, expected) in enumerate(
+            [
+                ("'ok'::mood", "1.25", "1.25"),
+                ("'ok'", "sum(range)::HUGEINT", "499500.0"),
+                ("'ok'", "sum(range * 0.01)", "4995.0"),
+                ("'ok'", "count(*) > 3", "1.0"),
+                ("'ok'", "avg(range)", "499.5"),
+            ]
+        ):
+            symbol = self.put(
+                f"p{number}",
+                zdb.PARAMETER,
+                ["*"],
+                f"SELECT {text}, {value} FROM range(1000)" + (" LIMIT 1" if number == 0 else ""),
+            )
             self.duck.read("p", self.db.export(symbol))
             self.assertEqual(self.duck.rows("SELECT * FROM p"), [("ok", expected)])
 
     def test_nulls_and_dates_are_refused(self) -> None:
         symbol = self.db.symbol("p", zdb.PARAMETER, ["*"])
         for sql, row, position, text in [
-            ("SELECT CASE WHEN range = 5000 THEN NULL ELSE 'k' || range END, 1 FROM range(6000)", 5000, 0, "null"),
+            (
+                "SELECT CASE WHEN range = 5000 THEN NULL ELSE 'k' || range END, 1 FROM range(6000)",
+                5000,
+                0,
+                "null",
+            ),
             ("SELECT 'k' || range, NULLIF(range, 4000) FROM range(6000)", 4000, 1, "null"),
             ("SELECT DATE '2026-01-01', 1", -1, -1, "is date (format tdD), not text"),
         ]:
             done, result = self.db.put(symbol, self.duck.stream(sql))
-            self.assertEqual((done, result.row, result.position), (False, row, position), result.message)
+            self.assertEqual(
+                (done, result.row, result.position), (False, row, position), result.message
+            )
             self.assertIn(text, result.message)
             self.assertEqual((self.db.count(symbol), self.db.label_count()), (0, 0))
 

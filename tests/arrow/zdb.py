@@ -106,26 +106,46 @@ class Database:
         names = (ctypes.c_char_p * (len(domains) + 1))(*(domain.encode() for domain in domains))
         add = self.library.c__zdbaddsymbolx
         self.require(
-            add(self.handle, name.encode(), len(domains), kind, 0, text.encode(), None, names, ctypes.byref(symbol))
+            add(
+                self.handle,
+                name.encode(),
+                len(domains),
+                kind,
+                0,
+                text.encode(),
+                None,
+                names,
+                ctypes.byref(symbol),
+            )
         )
         return symbol
 
-    def export(self, symbol: Handle, batch_rows: int = 0, labels: Sequence[int] | None = None) -> Stream:
+    def export(
+        self, symbol: Handle, batch_rows: int = 0, labels: Sequence[int] | None = None
+    ) -> Stream:
         stream = Stream()
         part = None if labels is None else (ctypes.c_int32 * len(labels))(*labels)
         export = self.library.zdbx_export_stream
-        self.require(export(self.handle, symbol, part, ctypes.c_int64(batch_rows), ctypes.byref(stream)))
+        self.require(
+            export(self.handle, symbol, part, ctypes.c_int64(batch_rows), ctypes.byref(stream))
+        )
         return stream
 
-    def put(self, symbol: Handle, stream: Stream, mode: int = MERGE, on_failure: int = UNDO) -> tuple[bool, Result]:
+    def put(
+        self, symbol: Handle, stream: Stream, mode: int = MERGE, on_failure: int = UNDO
+    ) -> tuple[bool, Result]:
         result = Result(size=ctypes.sizeof(Result))
         take = self.library.zdbx_import_stream
-        done = take(self.handle, symbol, ctypes.byref(stream), mode, on_failure, ctypes.byref(result))
+        done = take(
+            self.handle, symbol, ctypes.byref(stream), mode, on_failure, ctypes.byref(result)
+        )
         return bool(done), result
 
     def count(self, symbol: Handle) -> int:
         count = ctypes.c_int64()
-        self.require(self.library.zdbx_count_records(self.handle, symbol, None, ctypes.byref(count)))
+        self.require(
+            self.library.zdbx_count_records(self.handle, symbol, None, ctypes.byref(count))
+        )
         return count.value
 
     def label_count(self) -> int:
@@ -140,7 +160,9 @@ class Database:
 
     def find(self, name: str) -> Handle:
         symbol = Handle()
-        self.require(self.library.c__zdbfindsymbolwithalias(self.handle, name.encode(), ctypes.byref(symbol)))
+        self.require(
+            self.library.c__zdbfindsymbolwithalias(self.handle, name.encode(), ctypes.byref(symbol))
+        )
         return symbol
 
     def alias(self, name: str, number: int) -> Handle:
@@ -154,7 +176,11 @@ class Database:
         self.require(self.library.c__zdbclearsymbol(self.handle, symbol))
 
     def switch(self, symbol: Handle, storage: int) -> None:
-        self.require(self.library.c__zdbselectrecordstorage(self.handle, ctypes.byref(symbol), storage))
+        self.require(
+            self.library.c__zdbselectrecordstorage(self.handle, ctypes.byref(symbol), storage)
+        )
 
     def specials(self, values: Sequence[float]) -> None:
-        self.require(self.library.c__zdbsetspecialvalues(self.handle, (ctypes.c_double * 5)(*values)))
+        self.require(
+            self.library.c__zdbsetspecialvalues(self.handle, (ctypes.c_double * 5)(*values))
+        )
