@@ -9,9 +9,14 @@ namespace {
 
 using zdb::BulkCall;
 
+/// The checks that all functions make know nothing of results.
+const zdb::Call& plain(const BulkCall& call) {
+  return call;
+}
+
 /// Whether records can be put into this symbol.
 bool isFillable(const BulkCall& call, const zdb::AbstractZDBSymbol* symbol) {
-  if (!userSymbolGiven(call, symbol, "Cannot add records to the Universe")) return false;
+  if (!userSymbolGiven(plain(call), symbol, "Cannot add records to the Universe")) return false;
   return !symbol->isAlias() ||
          call.refuse("%s: cannot add records to alias %s", symbol->name.c_str());
 }
@@ -25,7 +30,7 @@ int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
   if (stream != nullptr) *stream = {};
   return zdb::bulk(__func__, zdb::inside(db), nullptr, [&](const BulkCall& call) {
     zdb::AbstractZDBSymbol* exported = zdb::inside(symbol);
-    return call.given(stream, "stream") && symbolGiven(call, exported) &&
+    return call.given(stream, "stream") && symbolGiven(plain(call), exported) &&
            call.countGiven(batchRows, "batchRows") &&
            zdb::arrow::exportStream(call.db, *exported, slice, batchRows, *stream, call.outcome);
   });

@@ -111,8 +111,8 @@ void Gather::refuseNull(std::int64_t row, int column) {
   if (!refuse(row, column, ErrorArgument)) return;
   const char* name =
       column < 0 ? "the record" : plan_.names[static_cast<std::size_t>(column)].c_str();
-  writeMessage(outcome_.text, "row %lld of the stream, %s: null",
-               static_cast<long long>(seen_ + row), name);
+  const long long inStream = seen_ + row;
+  writeMessage(outcome_.text, "row %lld of the stream, %s: null", inStream, name);
 }
 
 void Gather::refuseLabel(std::int64_t row, int column, std::string_view text) {
@@ -124,7 +124,8 @@ void Gather::refuseLabel(std::int64_t row, int column, std::string_view text) {
   int number;
   BulkOutcome why;
   addLabels(db_, one, 1, &number, FailureKeep, why);
-  writeMessage(outcome_.text, "row %lld of the stream, %s: %s", static_cast<long long>(seen_ + row),
+  const long long inStream = seen_ + row;
+  writeMessage(outcome_.text, "row %lld of the stream, %s: %s", inStream,
                plan_.names[static_cast<std::size_t>(column)].c_str(), why.text);
 }
 

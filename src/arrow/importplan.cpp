@@ -42,19 +42,14 @@ std::string counted(int count, const char* noun) {
   return std::to_string(count) + ' ' + noun + (count == 1 ? "" : "s");
 }
 
-/// Most columns that may follow those of the labels.
-int mostValues(const AbstractZDBSymbol& symbol) {
-  return valueWidth(symbol.type);  // for a set, its text
-}
-
 void checkCount(const AbstractZDBSymbol& symbol, std::int64_t count) {
-  if (count >= symbol.dim && count <= symbol.dim + mostValues(symbol)) return;
+  const int most = valueWidth(symbol.type);  // of columns after the labels; for a set, its texts
+  if (count >= symbol.dim && count <= symbol.dim + most) return;
   throw StreamError(ErrorArgument,
                     "symbol " + symbol.name + " takes " + counted(symbol.dim, "column") +
-                        " of labels and at most " +
-                        counted(mostValues(symbol), symbol.type == TypeSet ? "column" : "column") +
-                        (symbol.type == TypeSet ? " of element texts" : " of values") +
-                        ", but the stream has " + counted(static_cast<int>(count), "column"));
+                        " of labels and at most " + counted(most, "column") + " of " +
+                        (symbol.type == TypeSet ? "texts" : "values") + ", but the stream has " +
+                        counted(static_cast<int>(count), "column"));
 }
 
 [[noreturn]] void refuse(const std::string& name, const ArrowSchema& column, const char* possible) {
@@ -78,6 +73,9 @@ ImportPlan::ImportPlan(const AbstractZDBSymbol& symbol, const ArrowSchema& schem
   }
   checkCount(symbol, schema.n_children);
   for (int i = 0; i < static_cast<int>(schema.n_children); ++i) {
+    if (schema.children == nullptr || schema.children[i] == nullptr) {
+      throw StreamError(ErrorCallback, "the stream's schema lacks a column");
+    }
     const ArrowSchema& column = *schema.children[i];
     if (column.format == nullptr)
       throw StreamError(ErrorCallback, columnName(i, column) + " of the stream has no format");

@@ -48,8 +48,10 @@ std::int64_t TextReader::checked(std::int64_t place) const {
 std::int64_t TextReader::place(std::int64_t entry) const {
   if (numbers_ == '\0') return entry;
   std::int64_t place = 0;
-  visitIntegers(numbers_, places_,
-                [&](const auto* numbers) { place = static_cast<std::int64_t>(numbers[entry]); });
+  visitIntegers(numbers_, places_, [&](const auto* numbers) {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse): a number of 8 bits, not a character
+    place = static_cast<std::int64_t>(numbers[entry]);
+  });
   return first_ + checked(place);
 }
 

@@ -196,6 +196,7 @@ const Fault kFaults[] = {
     {"SchemaReleased", [](Replay& r) { release(r.schema); }, ZDBX_CALLBACK, "has no schema"},
     {"NotRecords", [](Replay& r) { r.schema.format = "i"; }, ZDBX_ARGUMENT, "integer (format i)"},
     {"NoFormat", [](Replay& r) { r.schema.format = nullptr; }, ZDBX_ARGUMENT, "has no format"},
+    {"NoColumns", [](Replay& r) { r.schema.children = nullptr; }, ZDBX_CALLBACK, "lacks a column"},
     {"ColumnWithoutFormat", [](Replay& r) { r.schema.children[2]->format = nullptr; },
      ZDBX_CALLBACK, "column 2 (value)"},
     {"ColumnWithoutName",
