@@ -165,9 +165,12 @@ class DMapVector final : public IDMap<VectorIterator> {
   /// Finds the values of records with adjacent keys, null where there is none.
   /// REQUIRES dimension > 0.
   void findMany(const int* keys, int count, double** rows);
-  /// For adjacent keys, the number of records that come before each.
+  /// For adjacent keys, the number of records that come before each; its complement if there is a
+  /// record with this key.
   /// REQUIRES dimension > 0.
-  void countBelowMany(const int* keys, int count, int* below);
+  void placeMany(const int* keys, int count, int* places);
+  /// The values of a record.
+  double* row(int record) { return valuesAt(record); }
   /// Opens gaps, each for one record, before the records with these numbers, which are ascending
   /// and may be equal. `fill(i, key, row)` is called for gap `i`, from the last to the first, with
   /// the places for its key and values. Moves each record at most once.

@@ -335,50 +335,50 @@ class Put {
   // Where they move.
 
   void mergeMoving(DMapVector& records) {
-    const auto existing = arrayOf<double*>(list_.count);
-    inBlocks(list_.count,
-             [&](std::int64_t from, int count) { find(from, count, existing.get() + from); });
-    const std::int64_t fresh = std::count(existing.get(), existing.get() + list_.count, nullptr);
-    const auto before = arrayOf<int>(fresh);
-    auto rows = arrayOf<std::int32_t>(fresh);
-    placeNew(records, existing.get(), before.get(), rows.get());
-    symbol_.handleNotes.makeRoomFor(static_cast<std::size_t>(fresh));
-    if (fresh < list_.count) overwrite(existing.get());
-    records.makeRoomFor(static_cast<std::size_t>(fresh));
-    list_.rows = std::move(rows);
-    list_.count = fresh;
-    const int count = static_cast<int>(records.size());
-    records.insertSorted(before.get(), static_cast<int>(fresh), [&](int i, int* key, double* row) {
-      reader_.keys(list_, i, 1, key);
-      reader_.rows(list_, i, 1, row);
+    auto places = arrayOf<int>(list_.count);
+    inBlocks(list_.count, [&](std::int64_t from, int count) {
+      reader_.keys(list_, from, count, block_->keys);
+      records.placeMany(block_->keys, count, places.get() + from);
     });
-    for (int i = 0; i < fresh && before[static_cast<std::size_t>(i)] < count; ++i) {
-      symbol_.handleNotes.noteInserted(before[static_cast<std::size_t>(i)] + i);
+    const auto isNew = [](int place) { return place >= 0; };
+    const auto fresh =
+        static_cast<std::size_t>(std::count_if(places.get(), places.get() + list_.count, isNew));
+    auto rows = arrayOf<std::int32_t>(list_.count);
+    symbol_.handleNotes.makeRoomFor(fresh);
+    records.makeRoomFor(fresh);
+    // From here on, nothing can fail.
+    if (fresh < static_cast<std::size_t>(list_.count)) overwritePlaces(records, places.get());
+    std::int64_t kept = 0;
+    for (std::int64_t i = 0; i < list_.count; ++i) {
+      const int place = places[static_cast<std::size_t>(i)];
+      if (!isNew(place)) continue;
+      rows[static_cast<std::size_t>(kept)] = static_cast<std::int32_t>(list_[i]);
+      places[static_cast<std::size_t>(kept++)] = place;
     }
-    outcome_.added = fresh;
+    insertAll(records, places.get(), {std::move(rows), kept});
+    outcome_.added = kept;
   }
 
-  /// For each new record, its row and the number of records that come before it.
-  void placeNew(DMapVector& records, double* const* existing, int* before, std::int32_t* rows) {
-    constexpr int kGroup = 16;
-    int keys[kGroup * kMaxDim];
-    RowList one{arrayOf<std::int32_t>(kGroup), kGroup};
-    std::int64_t placed = 0;
-    const auto place = [&] {
-      const int count = static_cast<int>(one.count);
-      reader_.keys(one, 0, count, keys);
-      records.countBelowMany(keys, count, before + placed);
-      std::copy_n(one.rows.get(), count, rows + placed);
-      placed += count;
-      one.count = 0;
-    };
-    one.count = 0;
-    for (std::int64_t i = 0; i < list_.count; ++i) {
-      if (existing[i] != nullptr) continue;
-      one.rows[static_cast<std::size_t>(one.count++)] = static_cast<std::int32_t>(list_[i]);
-      if (one.count == kGroup) place();
+  void overwritePlaces(DMapVector& records, const int* places) {
+    inBlocks(list_.count, [&](std::int64_t from, int count) {
+      reader_.rows(list_, from, count, block_->rows);
+      for (int i = 0; i < count; ++i) {
+        const double* row = block_->rows + std::ptrdiff_t{i} * width_;
+        if (places[from + i] < 0) std::copy_n(row, width_, records.row(~places[from + i]));
+      }
+    });
+  }
+
+  void insertAll(DMapVector& records, const int* places, const RowList& list) {
+    const int before = static_cast<int>(records.size());
+    const int count = static_cast<int>(list.count);
+    records.insertSorted(places, count, [&](int i, int* key, double* row) {
+      reader_.keys(list, i, 1, key);
+      reader_.rows(list, i, 1, row);
+    });
+    for (int i = 0; i < count && places[i] < before; ++i) {
+      symbol_.handleNotes.noteInserted(places[i] + i);
     }
-    if (one.count > 0) place();
   }
 
   ZDB& db_;
