@@ -23,6 +23,7 @@ class RowCheck {
   static constexpr int kBlock = ColumnReader::kBlock;
 
   bool checkBlock(std::int64_t from, int count);
+  const int* labelsOf(int position, std::int64_t from, int count, int* copies) const;
   bool checkEach(std::int64_t from, int count);
   bool canTake(std::int64_t row, BulkOutcome& why) const;
   bool textFits(std::int64_t row, BulkOutcome& why) const;

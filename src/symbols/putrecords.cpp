@@ -241,8 +241,10 @@ class Put {
     if constexpr (kRecordsMove) {
       records.makeRoomFor(static_cast<std::size_t>(list_.count));
       inBlocks(list_.count, [&](std::int64_t from, int count) {
-        gather(from, count);
-        records.appendMany(block_->keys, block_->rows, count);
+        records.appendMany(count, [&](int* keys, double* rows) {
+          reader_.keys(list_, from, count, keys);
+          reader_.rows(list_, from, count, rows);
+        });
       });
     } else {
       const std::uint64_t before = records.size();
@@ -250,7 +252,7 @@ class Put {
         inBlocks(list_.count, [&](std::int64_t from, int count) {
           gather(from, count);
           int done = 0;
-          records.insertMany(block_->keys, block_->rows, count, done);
+          records.appendMany(block_->keys, block_->rows, count, done);
         });
       } catch (...) {
         while (records.size() > before) {
