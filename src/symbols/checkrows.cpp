@@ -9,7 +9,7 @@ RowCheck::RowCheck(const ZDB& db, const AbstractZDBSymbol& symbol, const RecordC
                    OnFailure onFailure, BulkOutcome& outcome)
     : db_(db), symbol_(symbol), columns_(columns), onFailure_(onFailure), outcome_(outcome) {}
 
-bool RowCheck::run(RowList& list) {
+RowList RowCheck::run() {
   for (std::int64_t from = 0; from < columns_.rows && !isStopped_; from += kBlock) {
     const int count = static_cast<int>(std::min<std::int64_t>(kBlock, columns_.rows - from));
     if (checkBlock(from, count) && !columns_.texts) {
@@ -18,12 +18,11 @@ bool RowCheck::run(RowList& list) {
                   static_cast<std::int32_t>(from));
       }
       list_.count += count;
-    } else if (!checkEach(from, count)) {
-      return false;
+    } else {
+      checkEach(from, count);
     }
   }
-  list = std::move(list_);
-  return true;
+  return std::move(list_);
 }
 
 /// Position by position, in loops without branches: whether all labels exist, and whether each key
@@ -64,32 +63,33 @@ const int* RowCheck::labelsOf(int position, std::int64_t from, int count, int* c
 }
 
 /// Row by row, where something may be wrong.
-bool RowCheck::checkEach(std::int64_t from, int count) {
-  for (std::int64_t row = from; row < from + count; ++row) {
+void RowCheck::checkEach(std::int64_t from, int count) {
+  for (std::int64_t row = from; row < from + count && !isStopped_; ++row) {
     BulkOutcome why;
-    if (canTake(row, why)) {
-      if (list_.rows != nullptr)
-        list_.rows[static_cast<std::size_t>(list_.count)] = static_cast<std::int32_t>(row);
-      ++list_.count;
+    if (!canTake(row, why)) {
+      refuse(row, why);
       continue;
     }
-    if (outcome_.row < 0) {
-      outcome_.note(why.kind, row, why.position);
-      std::copy_n(why.text, sizeof why.text, outcome_.text);
+    if (list_.rows != nullptr) {
+      list_.rows[static_cast<std::size_t>(list_.count)] = static_cast<std::int32_t>(row);
     }
-    if (onFailure_ == FailureUndo) return false;
-    if (onFailure_ == FailureKeep) {
-      isStopped_ = true;
-      return true;
-    }
-    ++outcome_.skipped;
-    isAscending_ = false;  // of the rows that are left, nobody knows
-    if (list_.rows != nullptr) continue;
-    list_.rows =
-        std::make_unique_for_overwrite<std::int32_t[]>(static_cast<std::size_t>(columns_.rows));
-    std::iota(list_.rows.get(), list_.rows.get() + list_.count, 0);
+    ++list_.count;
   }
-  return true;
+}
+
+void RowCheck::refuse(std::int64_t row, const BulkOutcome& why) {
+  if (outcome_.row < 0) {
+    outcome_.note(why.kind, row, why.position);
+    std::copy_n(why.text, sizeof why.text, outcome_.text);
+  }
+  isStopped_ = onFailure_ != FailureSkip;
+  if (isStopped_) return;
+  ++outcome_.skipped;
+  isAscending_ = false;  // of the rows that are left, nobody knows
+  if (list_.rows != nullptr) return;
+  const auto rows = static_cast<std::size_t>(columns_.rows);
+  list_.rows = std::make_unique_for_overwrite<std::int32_t[]>(rows);
+  std::iota(list_.rows.get(), list_.rows.get() + list_.count, 0);
 }
 
 bool RowCheck::canTake(std::int64_t row, BulkOutcome& why) const {
