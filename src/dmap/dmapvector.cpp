@@ -195,35 +195,27 @@ void DMapVector::makeRoomFor(std::size_t records) {
   updateRoom();
 }
 
-void DMapVector::appendMany(const int* keys, const double* values, int count) noexcept {
-  keys_.append(keys, static_cast<std::size_t>(count));
-  values_.append(values, static_cast<std::size_t>(count));
-  count_ += count;
-}
-
-void DMapVector::truncate(int records) noexcept {
-  keys_.truncate(static_cast<std::size_t>(records));
-  values_.truncate(static_cast<std::size_t>(records));
-  count_ = records;
-  keysChanged(records);
-}
-
-void DMapVector::countBelowMany(const int* keys, int count, int* below) {
-  search_->countBelowMany(keys_.row(0), count_, keys, count, below);
+void DMapVector::placeMany(const int* keys, int count, int* places) {
+  const int dim = getDim();
+  for (int done = 0; done < count; done += KeySearch::kGroup) {
+    const int group = std::min(KeySearch::kGroup, count - done);
+    search_->countBelowMany(keys_.row(0), count_, keys, group, places + done);
+    for (int i = done; i < done + group; ++i, keys += dim) {
+      const bool isFound = places[i] < count_ && std::equal(keys, keys + dim, keyAt(places[i]));
+      if (!isFound) continue;
+      memory::prefetch(valuesAt(places[i]));
+      places[i] = ~places[i];
+    }
+  }
 }
 
 void DMapVector::findMany(const int* keys, int count, double** rows) {
-  constexpr int kGroup = 16;
-  const int dim = getDim();
-  int below[kGroup];
+  constexpr int kGroup = 256;
+  int places[kGroup];
   for (int done = 0; done < count; done += kGroup) {
     const int group = std::min(kGroup, count - done);
-    countBelowMany(keys, group, below);
-    for (int i = 0; i < group; ++i, keys += dim) {
-      const bool isFound = below[i] < count_ && std::equal(keys, keys + dim, keyAt(below[i]));
-      rows[done + i] = isFound ? valuesAt(below[i]) : nullptr;
-      if (isFound) memory::prefetch(rows[done + i]);
-    }
+    placeMany(keys + std::ptrdiff_t{done} * getDim(), group, places);
+    for (int i = 0; i < group; ++i) rows[done + i] = places[i] < 0 ? valuesAt(~places[i]) : nullptr;
   }
 }
 

@@ -156,18 +156,26 @@ class DMapVector final : public IDMap<VectorIterator> {
   RecordRun nextRun(VectorIterator& at, RunBuffer& buffer);
   /// Makes room for so many more records. Throws std::bad_alloc.
   void makeRoomFor(std::size_t records);
-  /// Appends records with adjacent keys and rows, without looking at the keys, which must come last
-  /// and in order.
+  /// Appends records, without looking at the keys, which must come last and in order:
+  /// `fill(keys, rows)` writes them to where they will be.
   /// REQUIRES dimension > 0, and there is room for them.
-  void appendMany(const int* keys, const double* values, int count) noexcept;
-  /// Removes the records from this number on.
-  void truncate(int records) noexcept;
+  template <class Fill>
+  void appendMany(int count, Fill fill) {
+    const auto end = static_cast<std::size_t>(count_);
+    fill(keys_.row(end), values_.row(end));
+    count_ += count;
+    keys_.lengthen(static_cast<std::size_t>(count_));
+    values_.lengthen(static_cast<std::size_t>(count_));
+  }
   /// Finds the values of records with adjacent keys, null where there is none.
   /// REQUIRES dimension > 0.
   void findMany(const int* keys, int count, double** rows);
-  /// For adjacent keys, the number of records that come before each.
+  /// For adjacent keys, the number of records that come before each; its complement if there is a
+  /// record with this key.
   /// REQUIRES dimension > 0.
-  void countBelowMany(const int* keys, int count, int* below);
+  void placeMany(const int* keys, int count, int* places);
+  /// The values of a record.
+  double* row(int record) { return valuesAt(record); }
   /// Opens gaps, each for one record, before the records with these numbers, which are ascending
   /// and may be equal. `fill(i, key, row)` is called for gap `i`, from the last to the first, with
   /// the places for its key and values. Moves each record at most once.

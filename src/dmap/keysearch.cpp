@@ -13,8 +13,6 @@ namespace zdb::dmap {
 
 namespace {
 
-constexpr int kMostSought = 16;
-
 /// The number of steps depends on the count only, and no comparison is a branch, since none could
 /// be predicted. The price is that the processor cannot run ahead; prefetching both keys that the
 /// next step may need makes up for it.
@@ -38,7 +36,7 @@ int countBelowIn(const int* keys, int count, const int* key) {
 /// prefetched: each step has as many accesses under way as there are keys.
 template <int N>
 void countBelowManyIn(const int* keys, int count, const int* sought, int soughtCount, int* below) {
-  KeyWords<N> words[kMostSought];
+  KeyWords<N> words[KeySearch::kGroup];
   for (int i = 0; i < soughtCount; ++i) words[i] = KeyWords<N>(sought + std::ptrdiff_t{i} * N);
   std::fill_n(below, soughtCount, 0);
   for (int length = count; length > 0;) {

@@ -21,7 +21,9 @@ class KeySearch {
   /// ascending order; if they are not in order, the result is some number up to `count`. `values`
   /// are prefetched, since callers read them next.
   int countBelow(const int* keys, int count, const int* key, const double* values);
-  /// The same for up to 16 adjacent keys, whose memory accesses overlap.
+  /// Searches at a time: more than the processor has memory accesses under way.
+  static constexpr int kGroup = 16;
+  /// The same for up to kGroup adjacent keys, whose memory accesses overlap.
   void countBelowMany(const int* keys, int count, const int* sought, int soughtCount, int* below);
   /// Whether one key is less than another.
   bool isLess(const int* a, const int* b) const { return search_(a, 1, b) == 1; }

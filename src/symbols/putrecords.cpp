@@ -79,21 +79,27 @@ class Put {
 
   bool run() {
     RowCheck check(db_, symbol_, columns_, onFailure_, outcome_);
-    if (!check.run(list_)) return false;
+    list_ = check.run();
+    if (isUndone() && mode_ != PutAdd) return false;
     if (!check.isAscending()) sortRows(reader_, db_.highestLabel(), list_);
-    return takeOut(!check.isAscending() || dim_ == 0) && store();
+    takeOut(!check.isAscending() || dim_ == 0);
+    if (isUndone()) return false;
+    store();
+    return onFailure_ == FailureSkip || outcome_.row < 0;
   }
 
  private:
+  bool isUndone() const { return onFailure_ == FailureUndo && outcome_.row >= 0; }
+
   /// Takes records out of the list that are given twice or, with PutAdd, exist.
-  bool takeOut(bool mayRepeat) {
+  void takeOut(bool mayRepeat) {
     taken_ = list_.count;
     if (mode_ != PutAdd) {
       if (mayRepeat) keepLast();
-      return true;
+      return;
     }
     const bool mayExist = !isBehindAll(symbol_.records());
-    return (!mayRepeat && !mayExist) || takeOutExisting(mayExist);
+    if (mayRepeat || mayExist) takeOutExisting(mayExist);
   }
 
   /// Of adjacent entries with the same key, which are in the order of the rows, the last counts.
@@ -108,7 +114,7 @@ class Put {
   }
 
   /// With PutAdd, the first counts, and the others cannot be taken.
-  bool takeOutExisting(bool mayExist) {
+  void takeOutExisting(bool mayExist) {
     std::int64_t first = -1;
     const auto isBad = [&](std::int64_t i, bool exists) {
       return exists || (i > 0 && sameKey(list_[i - 1], list_[i]));
@@ -123,11 +129,9 @@ class Put {
         if (isIt && (first < 0 || list_[from + i] < first)) first = list_[from + i];
       }
     });
-    if (first < 0) return true;
+    if (first < 0) return;
     reportExisting(first);
-    if (onFailure_ == FailureUndo) return false;
-    takeOutBad(bad.get(), first);
-    return true;
+    if (onFailure_ != FailureUndo) takeOutBad(bad.get(), first);
   }
 
   void takeOutBad(const bool* bad, std::int64_t first) {
@@ -190,7 +194,7 @@ class Put {
     return std::lexicographical_compare(key, key + dim_, first, first + dim_);
   }
 
-  bool store() {
+  void store() {
     PooledTexts pooled(db_.textPool());
     poolTexts();
     if (mode_ == PutReplace) {
@@ -205,16 +209,22 @@ class Put {
     pooled.keep();
     outcome_.done = taken_;
     if (mode_ == PutReplace || list_.count > 0) db_.markWritten(&symbol_);
-    return onFailure_ == FailureSkip || outcome_.row < 0;
   }
 
   void poolTexts() {
     if (!columns_.texts) return;
-    texts_ = arrayOf<int>(columns_.rows);
-    strpool::TStrHashPool& pool = db_.textPool();
+    // In the order of the rows, so that numbers do not depend on sorting.
+    constexpr int kWanted = 1;
+    texts_ = std::make_unique<int[]>(static_cast<std::size_t>(columns_.rows));
     for (std::int64_t i = 0; i < list_.count; ++i) {
-      const std::int64_t row = list_[i];
-      texts_[static_cast<std::size_t>(row)] = pool.insert(columns_.texts.at(row), pool.size());
+      texts_[static_cast<std::size_t>(list_[i])] = kWanted;
+    }
+    strpool::TStrHashPool& pool = db_.textPool();
+    for (std::int64_t row = 0; row < columns_.rows; ++row) {
+      int& number = texts_[static_cast<std::size_t>(row)];
+      if (number != kWanted) continue;
+      const std::string_view text = columns_.texts.at(row);  // without data for none
+      number = text.empty() ? 0 : pool.insert(text, pool.size());
     }
     reader_.setTexts(texts_.get());
   }
@@ -241,8 +251,10 @@ class Put {
     if constexpr (kRecordsMove) {
       records.makeRoomFor(static_cast<std::size_t>(list_.count));
       inBlocks(list_.count, [&](std::int64_t from, int count) {
-        gather(from, count);
-        records.appendMany(block_->keys, block_->rows, count);
+        records.appendMany(count, [&](int* keys, double* rows) {
+          reader_.keys(list_, from, count, keys);
+          reader_.rows(list_, from, count, rows);
+        });
       });
     } else {
       const std::uint64_t before = records.size();
@@ -250,7 +262,7 @@ class Put {
         inBlocks(list_.count, [&](std::int64_t from, int count) {
           gather(from, count);
           int done = 0;
-          records.insertMany(block_->keys, block_->rows, count, done);
+          records.appendMany(block_->keys, block_->rows, count, done);
         });
       } catch (...) {
         while (records.size() > before) {
@@ -335,50 +347,50 @@ class Put {
   // Where they move.
 
   void mergeMoving(DMapVector& records) {
-    const auto existing = arrayOf<double*>(list_.count);
-    inBlocks(list_.count,
-             [&](std::int64_t from, int count) { find(from, count, existing.get() + from); });
-    const std::int64_t fresh = std::count(existing.get(), existing.get() + list_.count, nullptr);
-    const auto before = arrayOf<int>(fresh);
-    auto rows = arrayOf<std::int32_t>(fresh);
-    placeNew(records, existing.get(), before.get(), rows.get());
-    symbol_.handleNotes.makeRoomFor(static_cast<std::size_t>(fresh));
-    if (fresh < list_.count) overwrite(existing.get());
-    records.makeRoomFor(static_cast<std::size_t>(fresh));
-    list_.rows = std::move(rows);
-    list_.count = fresh;
-    const int count = static_cast<int>(records.size());
-    records.insertSorted(before.get(), static_cast<int>(fresh), [&](int i, int* key, double* row) {
-      reader_.keys(list_, i, 1, key);
-      reader_.rows(list_, i, 1, row);
+    auto places = arrayOf<int>(list_.count);
+    inBlocks(list_.count, [&](std::int64_t from, int count) {
+      reader_.keys(list_, from, count, block_->keys);
+      records.placeMany(block_->keys, count, places.get() + from);
     });
-    for (int i = 0; i < fresh && before[static_cast<std::size_t>(i)] < count; ++i) {
-      symbol_.handleNotes.noteInserted(before[static_cast<std::size_t>(i)] + i);
+    const auto isNew = [](int place) { return place >= 0; };
+    const auto fresh =
+        static_cast<std::size_t>(std::count_if(places.get(), places.get() + list_.count, isNew));
+    auto rows = arrayOf<std::int32_t>(list_.count);
+    symbol_.handleNotes.makeRoomFor(fresh);
+    records.makeRoomFor(fresh);
+    // From here on, nothing can fail.
+    if (fresh < static_cast<std::size_t>(list_.count)) overwritePlaces(records, places.get());
+    std::int64_t kept = 0;
+    for (std::int64_t i = 0; i < list_.count; ++i) {
+      const int place = places[static_cast<std::size_t>(i)];
+      if (!isNew(place)) continue;
+      rows[static_cast<std::size_t>(kept)] = static_cast<std::int32_t>(list_[i]);
+      places[static_cast<std::size_t>(kept++)] = place;
     }
-    outcome_.added = fresh;
+    insertAll(records, places.get(), {std::move(rows), kept});
+    outcome_.added = kept;
   }
 
-  /// For each new record, its row and the number of records that come before it.
-  void placeNew(DMapVector& records, double* const* existing, int* before, std::int32_t* rows) {
-    constexpr int kGroup = 16;
-    int keys[kGroup * kMaxDim];
-    RowList one{arrayOf<std::int32_t>(kGroup), kGroup};
-    std::int64_t placed = 0;
-    const auto place = [&] {
-      const int count = static_cast<int>(one.count);
-      reader_.keys(one, 0, count, keys);
-      records.countBelowMany(keys, count, before + placed);
-      std::copy_n(one.rows.get(), count, rows + placed);
-      placed += count;
-      one.count = 0;
-    };
-    one.count = 0;
-    for (std::int64_t i = 0; i < list_.count; ++i) {
-      if (existing[i] != nullptr) continue;
-      one.rows[static_cast<std::size_t>(one.count++)] = static_cast<std::int32_t>(list_[i]);
-      if (one.count == kGroup) place();
+  void overwritePlaces(DMapVector& records, const int* places) {
+    inBlocks(list_.count, [&](std::int64_t from, int count) {
+      reader_.rows(list_, from, count, block_->rows);
+      for (int i = 0; i < count; ++i) {
+        const double* row = block_->rows + std::ptrdiff_t{i} * width_;
+        if (places[from + i] < 0) std::copy_n(row, width_, records.row(~places[from + i]));
+      }
+    });
+  }
+
+  void insertAll(DMapVector& records, const int* places, const RowList& list) {
+    const int before = static_cast<int>(records.size());
+    const int count = static_cast<int>(list.count);
+    records.insertSorted(places, count, [&](int i, int* key, double* row) {
+      reader_.keys(list, i, 1, key);
+      reader_.rows(list, i, 1, row);
+    });
+    for (int i = 0; i < count && places[i] < before; ++i) {
+      symbol_.handleNotes.noteInserted(places[i] + i);
     }
-    if (one.count > 0) place();
   }
 
   ZDB& db_;

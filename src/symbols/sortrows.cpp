@@ -27,16 +27,23 @@ void sortByDigit(const Entry* from, std::size_t count, int shift, Entry* to) {
   for (std::size_t i = 0; i < count; ++i) to[starts[digit(from[i])]++] = from[i];
 }
 
+void insertionSort(Entry* entries, std::size_t count) {
+  for (std::size_t i = 1; i < count; ++i) {
+    const Entry entry = entries[i];
+    std::size_t place = i;
+    for (; place > 0 && entries[place - 1].key > entry.key; --place) {
+      entries[place] = entries[place - 1];
+    }
+    entries[place] = entry;
+  }
+}
+
 /// Sorts by the `bits` low bits of the key, stable. Uses both arrays and leaves the result in the
 /// first.
 void sortByKey(std::unique_ptr<Entry[]>& entries, std::unique_ptr<Entry[]>& spare,
                std::size_t count, int bits) {
-  constexpr std::size_t kFew = 256;  // for which counters would cost more than comparisons
-  if (count <= kFew) {
-    std::stable_sort(entries.get(), entries.get() + count,
-                     [](const Entry& a, const Entry& b) { return a.key < b.key; });
-    return;
-  }
+  constexpr std::size_t kFew = 32;  // for which counters would cost more than comparisons
+  if (count <= kFew) return insertionSort(entries.get(), count);
   for (int shift = 0; shift < bits; shift += kDigit) {
     sortByDigit(entries.get(), count, shift, spare.get());
     std::swap(entries, spare);
@@ -46,6 +53,7 @@ void sortByKey(std::unique_ptr<Entry[]>& entries, std::unique_ptr<Entry[]>& spar
 }  // namespace
 
 void sortRows(const ColumnReader& columns, int highestLabel, RowList& list) {
+  if (list.count < 2) return;
   const auto count = static_cast<std::size_t>(list.count);
   const int labelBits = std::bit_width(static_cast<unsigned>(highestLabel));
   const int perKey = 64 / labelBits;  // at least 2
