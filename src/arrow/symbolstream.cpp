@@ -25,6 +25,8 @@ constexpr std::int64_t kUsualRows = 1 << 16;
 constexpr std::int64_t kMostRows = 1 << 20;
 /// Columns are made for what is left, but for no fewer records, since some may have been added.
 constexpr std::int64_t kFewestRows = 1 << 10;
+/// The keys of so many records are looked at together to find the labels in use.
+constexpr std::int64_t kRowsAhead = 1 << 13;
 
 /// The columns of one batch while they are being filled.
 struct Batch {
@@ -73,7 +75,7 @@ class SymbolStream {
     SymbolColumns keysOnly = columns_;
     keysOnly.width = 0;
     keysOnly.hasTexts = false;
-    const Batch piece(keysOnly, kFewestRows);
+    const Batch piece(keysOnly, std::min(left_, kRowsAhead));
     while (const std::int64_t rows = ahead.read(db_, piece.buffers)) {
       for (std::size_t i = 0; i < dictionaries_.size(); ++i) {
         if (!note(dictionaries_[i], piece.labels[i].get(), rows)) return false;
