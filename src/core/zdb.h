@@ -7,7 +7,7 @@
 
 #include "core/abstractzdbsymbol.h"
 #include "core/datasource.h"
-#include "core/message.h"
+#include "core/lasterror.h"
 #include "core/specialvalues.h"
 #include "core/strpool.h"
 #include "core/symtable.h"
@@ -72,10 +72,20 @@ class ZDB {
 
   // Messages and log.
 
-  /// Replaces the last-error text, cut to 255 characters. Always returns false, so that a failing
-  /// function can `return setLastError(...)`.
-  [[gnu::format(printf, 2, 3)]] bool setLastError(const char* format, ...);
-  const char* lastError() const { return lastErrorText_; }
+  /// Replaces the last error; its text is cut to 255 characters, and it has no reason. Always
+  /// returns false, so that a failing function can `return setLastError(...)`.
+  [[gnu::format(printf, 3, 4)]] bool setLastError(ErrorKind kind, const char* format, ...);
+  /// Takes over a failure of another database, or an earlier one of this.
+  bool setLastError(const LastError& failure) { return lastError_.set(failure); }
+  /// Keeps what is behind the last error, where its text says so already or cannot. Always returns
+  /// false: `return setLastError(...) || keepReason(...)`.
+  bool keepReason(const char* reason);
+  /// The same where the text does not say it: also goes to the log, if the host has set one, and to
+  /// the trace.
+  bool reportReason(const char* reason);
+  const char* lastError() const { return lastError_.text; }
+  const LastError& error() const { return lastError_; }
+  void clearError() { lastError_.clear(); }
 
   /// Writes a line to the log callback, or to standard output if there is none.
   void PrintLog(const char* text) const;
@@ -119,7 +129,8 @@ class ZDB {
   const symtable::TSymbolTable& symbols() const { return symbols_; }
   /// Whether the symbol belongs to this database; if not, reports it as `name`.
   bool owns(const AbstractZDBSymbol& symbol, const char* name) {
-    return symbol.database == this || setLastError("Symbol %s not in this database", name);
+    return symbol.database == this ||
+           setLastError(ErrorHandle, "Symbol %s not in this database", name);
   }
 
   /// Storage of symbols that are added later.
@@ -204,7 +215,7 @@ class ZDB {
   /// was, until the symbol is cleared.
   bool ensureLoaded(AbstractZDBSymbol* symbol) {
     if (!symbol->isLoaded) return LoadSymbol(symbol);
-    return symbol->loadFailure.empty() || setLastError("%s", symbol->loadFailure.c_str());
+    return symbol->loadFailure == nullptr || setLastError(*symbol->loadFailure);
   }
   /// Reads a symbol's records from the source on first use. The symbol counts as loaded even if
   /// that fails, and remembers why it did.
@@ -244,7 +255,7 @@ class ZDB {
   bool CallSolver(const char* solverName, double* time);
 
  private:
-  char lastErrorText_[kMessageSize] = "";
+  LastError lastError_;
   SymbolFactory makeSymbol_;
   std::string directory_;
   ZXFHandle zxf_;
@@ -253,7 +264,7 @@ class ZDB {
   bool writeRecording_ = false;
   bool domainCheckInProgress_ = false;
   SpecialValueMap specialValues_;
-  uellist::UELList labels_{lastErrorText_};
+  uellist::UELList labels_{lastError_};
   strpool::TStrHashPool texts_;
   symtable::TSymbolTable symbols_;
   std::unique_ptr<AbstractZDBSymbol> universe_;

@@ -23,7 +23,8 @@ void redirectReferences(ZDB& db, AbstractZDBSymbol* from, AbstractZDBSymbol* to)
 
 bool isDomainName(ZDB& db, const char* name) {
   return std::strlen(name) <= kMaxNameLength ||
-         db.setLastError("Domain name too long. Max length is %d: >%s<", kMaxNameLength, name);
+         db.setLastError(ErrorLabel, "Domain name too long. Max length is %d: >%s<", kMaxNameLength,
+                         name);
 }
 
 std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std::string& name,
@@ -35,6 +36,7 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std
 bool ZDB::isStorageUnknown(const std::string& symbolName) {
   if (symbolFactory(defaultStorage_, symbolName, 0, TypeParameter, 0, 0, "")) return false;
   setLastError(
+      ErrorArgument,
       "Symbol %s cannot be made: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)",
       symbolName.c_str(), defaultStorage_);
   return true;
@@ -52,7 +54,7 @@ std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZ
   copy->domainNames = from->domainNames;
   copy->domainLookup = from->domainLookup;
   copy->assignRecords(from);
-  copy->loadFailure = from->loadFailure;
+  if (from->loadFailure) copy->loadFailure = std::make_unique<LastError>(*from->loadFailure);
   return copy;
 }
 
@@ -85,7 +87,7 @@ bool ZDB::FindSymbol(const char* name, AbstractZDBSymbol** symbol) {
   } else if (symbols_.contains(name)) {
     *symbol = symbols_[name];
   }
-  return *symbol != nullptr || setLastError("Cannot find symbol %s", name);
+  return *symbol != nullptr || setLastError(ErrorNotFound, "Cannot find symbol %s", name);
 }
 
 }  // namespace zdb

@@ -24,7 +24,7 @@ void ZDBSymbol<Map, It>::clear() {
     records_.clear();
   }
   end_ = records_.end();
-  loadFailure.clear();
+  loadFailure.reset();
   handleNotes.endHandles();
 }
 

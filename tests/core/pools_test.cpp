@@ -187,8 +187,8 @@ std::string anyLabel(std::mt19937& random) {
 // They differ in three points only: control characters, which UELList refuses without a message;
 // trailing blanks, which it does not store; and blanks alone, which have the number 0 there.
 TEST(LabelLists, RandomLabels_GetTheSameNumbersAndMessages) {
-  char error[256] = "";
-  char twinError[256] = "";
+  LastError error;
+  LastError twinError;
   uellist::UELList list(error);
   uellist::UnorderedMapUELList twin(twinError);
   std::mt19937 random(3);
@@ -196,7 +196,8 @@ TEST(LabelLists, RandomLabels_GetTheSameNumbersAndMessages) {
     const std::string text = anyLabel(random);
     const std::string kept = text.substr(0, text.find_last_not_of(' ') + 1);
     if (kept.empty()) continue;
-    error[0] = twinError[0] = '\0';
+    error.clear();
+    twinError.clear();
     const int size = list.size();
     const auto call = [&](uellist::IUELList& labels, int& number) {
       return step % 2 == 0 ? labels.find(text.c_str(), number) : labels.merge(text.c_str(), number);
@@ -206,11 +207,11 @@ TEST(LabelLists, RandomLabels_GetTheSameNumbersAndMessages) {
     const bool isGood = call(list, number);
     if (text.find('\t') != std::string::npos) {
       ASSERT_FALSE(isGood);
-      ASSERT_TRUE(error[0] == '\0' || text.find('"') != std::string::npos);
+      ASSERT_TRUE(error.kind == ErrorNone || text.find('"') != std::string::npos);
       continue;
     }
     ASSERT_EQ(call(twin, twinNumber), isGood) << text;
-    ASSERT_STREQ(error, twinError);
+    ASSERT_STREQ(error.text, twinError.text);
     ASSERT_EQ(number, twinNumber) << text;
     ASSERT_EQ(list.size(), twin.size());
     if (!isGood || number < size) continue;

@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 
+#include "zdbx.h"
+
 namespace zdb::script {
 
 namespace {
@@ -108,6 +110,11 @@ ZdbHost::ZdbHost(FunctionTable more) : Host(withExports(std::move(more))) {
   };
   words["marks"] = [](Run& run, const Statement& statement) {
     return takeMarks(databaseOf(run.object(statement.object)));
+  };
+  words["why"] = [](Run& run, const Statement& statement) {
+    zdbHandle_t db = databaseOf(run.object(statement.object));
+    const std::string reason = zdbx_error_reason(db);
+    return zdbx_kind_name(zdbx_error_kind(db)) + (reason.empty() ? "" : ": " + reason);
   };
   words["serve"] = [](Run& run, const Statement& statement) {
     const std::vector<Token>& how = statement.arguments;

@@ -66,6 +66,7 @@ std::vector<Way> makeWays() {
       {"storages.scr", "storages are of one database"},
       {"sources.scr", "each would get another source"},
       {"files.scr", "each would get another source"},
+      {"errors.scr", "the last error is of one database"},
   };
   std::vector<Way> ways;
   for (const std::string harsh : {"", " reopened", " copied"}) {
