@@ -44,7 +44,7 @@ void Console::report(std::string_view problem) {
 
 void Console::note(std::string_view fact) {
   push();  // a failed write is remembered, and reported by the next flush
-  std::fprintf(stderr, "zdb: %s\n", printable(fact).c_str());
+  std::fprintf(stderr, "zdbcc: %s\n", printable(fact).c_str());
 }
 
 bool Console::push() {

@@ -1,4 +1,4 @@
-// zdb check: whether data files are sound, and what can be saved of one that is not.
+// zdbcc check: whether data files are sound, and what can be saved of one that is not.
 #include <CLI/CLI.hpp>
 #include <filesystem>
 #include <memory>

@@ -1,4 +1,4 @@
-// zdb solve: solves a model file, with changed data if given, and writes the solution to a
+// zdbcc solve: solves a model file, with changed data if given, and writes the solution to a
 // data file.
 #include <CLI/CLI.hpp>
 #include <memory>

@@ -1,4 +1,4 @@
-// zdb info: the contents of a data file.
+// zdbcc info: the contents of a data file.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>

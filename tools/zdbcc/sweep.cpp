@@ -1,4 +1,4 @@
-// zdb sweep: solves many scenarios of a model, one after the other, into one table.
+// zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>

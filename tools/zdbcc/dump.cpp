@@ -1,4 +1,4 @@
-// zdb dump: the records of one symbol, or of all, as CSV.
+// zdbcc dump: the records of one symbol, or of all, as CSV.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
@@ -109,7 +109,7 @@ Symbol findSymbol(Database& db, const DumpOptions& options) {
   try {
     return db.findSymbol(options.symbol);
   } catch (const ToolError& failure) {
-    throw ToolError(std::string(failure.what()) + ", see zdb info " + options.file);
+    throw ToolError(std::string(failure.what()) + ", see zdbcc info " + options.file);
   }
 }
 

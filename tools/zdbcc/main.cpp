@@ -19,7 +19,7 @@ constexpr int kFailed = 1;
 constexpr int kWrongUse = 2;
 
 std::string version() {
-  std::string text = "zdb " ZDBCCLIB_VERSION;
+  std::string text = "zdbcc " ZDBCCLIB_VERSION;
 #ifdef ZDB_HAS_KIT
   char message[ZKIT_TEXT_SIZE] = "";
   const int strength = zkitConfinement(message, sizeof message);
@@ -34,7 +34,7 @@ std::string version() {
 
 int run(int argc, char** argv, Console& console) {
   CLI::App app{"Inspects data files of zdbcclib and solves models with changed data."};
-  app.name("zdb");
+  app.name("zdbcc");
   app.set_version_flag("--version", version);
   app.require_subcommand(1);
   addInfo(app, console);
