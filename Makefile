@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test soak fuzz bench asan tsan format lint install clean help
+.PHONY: all demo test soak fuzz bench asan tsan format lint reference install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -56,6 +56,9 @@ lint: ## check layout, common faults, include directions, the manual, run paths,
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build build-lint --target zdbcc diet_demo >/dev/null
 	@script/lint.sh build-lint
+
+reference: all ## write the reference of the tool's verbs into doc/tool.md
+	@script/reference.sh build/bin/zdbcc
 
 install: all ## install under PREFIX, /usr/local if it is not given
 	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))

@@ -1,10 +1,9 @@
 // zdbcc check: whether data files are sound, and what can be saved of one that is not.
-#include <CLI/CLI.hpp>
 #include <filesystem>
-#include <memory>
 
-#include "commands.h"
+#include "json.h"
 #include "salvage.h"
+#include "verbs.h"
 
 namespace zdb::tool {
 
@@ -24,10 +23,6 @@ struct Findings {
   std::uint32_t blocks = 0;
   std::set<std::uint32_t> damaged;  ///< numbers of symbols
 };
-
-std::string counted(std::uint64_t count, const char* what) {
-  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-}
 
 Findings checkSymbols(BlockChecker& checker, const std::string& file, Console& console) {
   Findings found;
@@ -81,7 +76,17 @@ bool checkFile(const std::string& file, const std::string& target, Console& cons
   return target.empty() || isSalvaged(checker, found, target, console);
 }
 
-void runCheck(const CheckOptions& options, Console& console) {
+void checkTarget(const CheckOptions& options) {
+  if (options.salvage.empty()) return;
+  if (options.files.size() > 1) throw WrongUseError("--salvage needs a single FILE");
+  std::error_code missing;
+  if (std::filesystem::exists(options.salvage, missing)) {
+    throw WrongUseError("--salvage: " + printable(options.salvage) + " exists already");
+  }
+}
+
+ExitCode runCheck(const CheckOptions& options, Console& console) {
+  checkTarget(options);
   bool isDone = true;
   for (const std::string& file : options.files) {
     try {
@@ -91,26 +96,46 @@ void runCheck(const CheckOptions& options, Console& console) {
       console.report(file + ": " + describe(failure));
     }
   }
-  console.flush();
-  if (!isDone) throw CLI::RuntimeError(2);
+  return isDone ? ExitCode::Done : ExitCode::WrongUse;
 }
 
 }  // namespace
 
-void addCheck(CLI::App& app, Console& console) {
-  auto options = std::make_shared<CheckOptions>();
-  CLI::App* command = app.add_subcommand(
-      "check",
-      "Reads all of data files and lists what is damaged: exit code 0 if all is sound, 1 if "
-      "something is damaged, 2 if a file cannot be read");
-  command->add_option("FILE", options->files, "Data files to check")->required();
-  command->add_option("--salvage", options->salvage, "New file for what can be read of one FILE")
-      ->check(CLI::NonexistentPath);
-  command->callback([options, &console] {
-    if (!options->salvage.empty() && options->files.size() > 1)
-      throw CLI::ValidationError("--salvage", "needs a single FILE");
-    runCheck(*options, console);
-  });
+Verb checkVerb() {
+  return {
+      .name = "check",
+      .summary = "Reads all of exchange files and lists what is damaged",
+      .details = R"(For each damage it says symbol, block, the byte at which the block begins, what
+is wrong with it, and how many records are lost:
+
+    $ zdbcc check solution.zxf
+    solution.zxf: symbol x, block 2 at byte 1150: checksum, 16384 records lost
+    zdbcc: solution.zxf: damaged, 16384 of 40003 records lost
+
+Records are stored in blocks of up to 16384, and each block can be read without the others. A file
+whose header or directory is damaged cannot be salvaged.)",
+      .operands = {{.name = "FILE",
+                    .kind = Kind::ExchangeFile,
+                    .text = "Exchange files to check",
+                    .target = into(&CheckOptions::files)}},
+      .options = {{.name = "salvage",
+                   .value = "NEW",
+                   .kind = Kind::File,
+                   .text = "Write what can be read of one file to a new one",
+                   .details = "It gets all labels, texts and symbols, and the records of all "
+                              "readable blocks; a sound file becomes the same file again. A set "
+                              "that has lost members no longer limits the symbols whose domain "
+                              "it was: they keep it as a relaxed domain.",
+                   .target = into(&CheckOptions::salvage)}},
+      .examples = {{"zdbcc check *.zxf", "Whether files are sound"},
+                   {"zdbcc check bad.zxf --salvage good.zxf", "Save what can be read"}},
+      .exitCodes = {{ExitCode::Done, "All files are sound."},
+                    {ExitCode::Failed, "Something is damaged."},
+                    {ExitCode::WrongUse,
+                     "A file cannot be opened or is no exchange file, the "
+                     "new file cannot be written, or the command line is "
+                     "wrong."}},
+      .action = runs(runCheck)};
 }
 
 }  // namespace zdb::tool

@@ -1,14 +1,12 @@
 // zdbcc dump: the records of one symbol, or of all, as CSV.
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <memory>
 #include <set>
 
-#include "commands.h"
 #include "contract/names.h"
 #include "csvwriter.h"
 #include "database.h"
 #include "values.h"
+#include "verbs.h"
 
 namespace zdb::tool {
 
@@ -125,14 +123,19 @@ void runDump(const DumpOptions& options, Console& console) {
 
 }  // namespace
 
-void addDump(CLI::App& app, Console& console) {
-  auto options = std::make_shared<DumpOptions>();
-  CLI::App* command = app.add_subcommand("dump", "Writes records as CSV to standard output");
-  command->add_option("FILE", options->file, "Data file to read")->required();
-  command->add_option("SYMBOL", options->symbol,
-                      "Symbol to write, \"*\" for all labels; by default all symbols, each after a "
-                      "line that begins with #");
-  command->callback([options, &console] { runDump(*options, console); });
+Verb dumpVerb() {
+  return {.name = "dump",
+          .summary = "Writes records as CSV",
+          .operands = {{.name = "FILE",
+                        .kind = Kind::ExchangeFile,
+                        .text = "Exchange file to read",
+                        .target = into(&DumpOptions::file)},
+                       {.name = "SYMBOL",
+                        .kind = Kind::Symbol,
+                        .text = "Symbol to write, `*` for all labels; without it, all symbols",
+                        .target = into(&DumpOptions::symbol),
+                        .isOptional = true}},
+          .action = runs(runDump)};
 }
 
 }  // namespace zdb::tool

@@ -1,62 +1,88 @@
-// The command-line tool. Exit codes: 0 success, 1 failure, with the reason on standard error, 2
-// wrong usage.
-#include <CLI/CLI.hpp>
+// The command-line tool: reads the command line and runs its verb.
+#include <csignal>
+#include <cstdio>
 #include <exception>
-#include <iostream>
-#include <sstream>
+#include <new>
 
-#include "commands.h"
+#include "completion.h"
+#include "help.h"
+#include "page.h"
+#include "parse.h"
 #include "zdbcclib.h"
-#ifdef ZDB_HAS_KIT
 #include "zkitdclib.h"
-#endif
 
 namespace zdb::tool {
 
 namespace {
 
-constexpr int kFailed = 1;
-constexpr int kWrongUse = 2;
-
 std::string version() {
-  std::string text = "zdbcc " ZDBCCLIB_VERSION;
-#ifdef ZDB_HAS_KIT
   char message[ZKIT_TEXT_SIZE] = "";
   const int strength = zkitConfinement(message, sizeof message);
-  text += "\nconfinement of model files: ";
+  std::string text = "zdbcc " ZDBCCLIB_VERSION "\nconfinement of model files: ";
   text += strength == ZKIT_CONFINED          ? "full"
           : strength == ZKIT_PARTLY_CONFINED ? "partial"
                                              : "none";
   if (*message != '\0') text += std::string(" (possible: ") + message + ")";
-#endif
-  return text;
+  return text + '\n';
 }
 
-int run(int argc, char** argv, Console& console) {
-  CLI::App app{"Inspects data files of zdbcclib and solves models with changed data."};
-  app.name("zdbcc");
-  app.set_version_flag("--version", version);
-  app.require_subcommand(1);
-  addInfo(app, console);
-  addDump(app, console);
-#ifdef ZDB_HAS_EXCHANGE_FILES
-  addCheck(app, console);
-#endif
-#ifdef ZDB_HAS_KIT
-  addSolve(app, console);
-  addSweep(app, console);
-#endif
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    std::ostringstream help;
-    const int code = app.exit(error, help, std::cerr);
-    console.write(help.str());
-    console.flush();
-    return code == 0 ? 0 : kWrongUse;
+/// Requests that no verb is for; false if it is not one of them.
+bool answered(const Command& command, Console& console) {
+  if (command.common.version) {
+    console.write(version());
+  } else if (command.common.describe) {
+    describeAsJson(console);
+  } else if (command.common.help) {
+    showHelp(command.verb, console);
+  } else {
+    return false;
   }
-  console.flush();
-  return console.hasProblems() ? kFailed : 0;
+  return true;
+}
+
+ExitCode run(const std::vector<std::string>& words, Console& console) {
+  if (!words.empty() && words.front() == "--complete") {
+    complete({words.begin() + 1, words.end()}, console);
+    return ExitCode::Done;
+  }
+  const Command command = parse(words);
+  console.decideTerminal(command.common.color);
+  if (answered(command, console)) return ExitCode::Done;
+  if (command.verb == nullptr) throw WrongUseError("a verb is missing");
+  return command.verb->action.run(command.options, console);
+}
+
+/// A problem with the command line, and where to read on.
+void refuse(const std::vector<std::string>& words, const char* problem, Console& console) {
+  const Verb* verb = nullptr;
+  for (const std::string& word : words) {
+    if (verb == nullptr && !word.starts_with('-')) verb = findVerb(word);
+  }
+  std::string hint = "zdbcc --help lists the verbs";
+  if (verb != nullptr) hint = std::string("usage: ") + usage(*verb) + "; --help tells all";
+  console.report(problem);
+  console.note(hint);
+}
+
+ExitCode guarded(const std::vector<std::string>& words, Console& console) {
+  try {
+    const ExitCode code = run(words, console);
+    console.flush();
+    return code == ExitCode::Done && console.hasProblems() ? ExitCode::Failed : code;
+  } catch (const WrongUseError& failure) {
+    refuse(words, failure.what(), console);
+    return ExitCode::WrongUse;
+  } catch (const ClosedPipeError&) {
+    return ExitCode::Done;
+  } catch (const InterruptedError&) {
+    console.note("interrupted");
+    return ExitCode::Interrupted;
+  } catch (const std::bad_alloc&) {
+    console.report("not enough memory");
+  } catch (const std::exception& failure) {
+    console.report(failure.what());
+  }
+  return ExitCode::Failed;
 }
 
 }  // namespace
@@ -64,11 +90,9 @@ int run(int argc, char** argv, Console& console) {
 }  // namespace zdb::tool
 
 int main(int argc, char** argv) {
+  // A handler, since what is ignored would be so in programs that are started from here as well.
+  std::signal(SIGPIPE, [](int) {});
   zdb::tool::Console console;
-  try {
-    return zdb::tool::run(argc, argv, console);
-  } catch (const std::exception& failure) {
-    console.report(failure.what());
-    return zdb::tool::kFailed;
-  }
+  const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+  return static_cast<int>(zdb::tool::guarded(words, console));
 }

@@ -22,13 +22,6 @@ std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
   return pointers;
 }
 
-void addModelOptions(CLI::App& command, ModelSource& source) {
-  command.add_option("MODEL", source.file, "Model: MPS, CPLEX LP or GNU MathProg")->required();
-  command.add_option("--model-data", source.data, "Data file of a MathProg model");
-  command.add_flag("--allow-files", source.allowFiles,
-                   "Let a MathProg model that you trust read and write files");
-}
-
 Model::Model(const ModelSource& source) : file_(source.file) {
   char message[1024] = "";
   const char* data = source.data.empty() ? nullptr : source.data.c_str();

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "database.h"
 #include "entry.h"
+#include "verb.h"
 
 namespace zdb::tool {
 
@@ -16,8 +16,36 @@ struct ModelSource {
   bool allowFiles = false;  ///< whether statements of the model may use files
 };
 
-/// Adds the options of a command that reads a model.
-void addModelOptions(CLI::App& command, ModelSource& source);
+/// The operand and the options of a verb that reads a model.
+template <typename Options>
+Operand modelOperand(ModelSource Options::*source) {
+  return {.name = "MODEL",
+          .kind = Kind::ModelFile,
+          .text = "Model: MPS, CPLEX LP or GNU MathProg",
+          .target = into(source, &ModelSource::file)};
+}
+template <typename Options>
+std::vector<Option> withModelOptions(ModelSource Options::*source, std::vector<Option> options) {
+  options.push_back({.name = "model-data",
+                     .value = "FILE",
+                     .kind = Kind::File,
+                     .text = "Data file of a MathProg model",
+                     .target = into(source, &ModelSource::data)});
+  options.push_back({.name = "allow-files",
+                     .text = "Let a MathProg model read and write files and databases",
+                     .details = "Only for models that you trust.",
+                     .target = into(source, &ModelSource::allowFiles)});
+  return options;
+}
+template <typename Options>
+Option solverOption(std::string Options::*solver) {
+  return {.name = "solver",
+          .value = "NAME",
+          .kind = Kind::Text,
+          .text = "Solver: `clp`, `cbc` or `glpk`",
+          .details = "Default: `clp`, or `cbc` if the model has integer columns.",
+          .target = into(solver)};
+}
 
 /// A model file that is loaded and tied to a database, which changes its parameters and has it
 /// solved. All functions throw ToolError with a message that says what is wrong.

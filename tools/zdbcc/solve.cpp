@@ -1,13 +1,10 @@
 // zdbcc solve: solves a model file, with changed data if given, and writes the solution to a
 // data file.
-#include <CLI/CLI.hpp>
-#include <memory>
-
-#include "commands.h"
 #include "csvreader.h"
 #include "model.h"
 #include "outputfile.h"
 #include "values.h"
+#include "verbs.h"
 #include "zkitdclib.h"
 
 namespace zdb::tool {
@@ -54,7 +51,8 @@ bool isMeantForAnEntry(Model& model, const Symbol& target, const CsvRow& row, st
 /// Takes the values of a parameter: labels and a value in each row, with or without a heading.
 void takeCsv(Model& model, const std::string& option, Console& console) {
   const auto equals = option.find('=');
-  if (equals == std::string::npos) throw ToolError("--set needs SYMBOL=FILE.csv, not " + option);
+  if (equals == std::string::npos)
+    throw WrongUseError("--set needs SYMBOL=FILE, not " + printable(option));
   const std::string file = option.substr(equals + 1);
   const Symbol target = model.parameter(option.substr(0, equals));
   const ValueFormat format(model.database());
@@ -128,20 +126,51 @@ void runSolve(const SolveOptions& options, Console& console) {
 
 }  // namespace
 
-void addSolve(CLI::App& app, Console& console) {
-  auto options = std::make_shared<SolveOptions>();
-  CLI::App* command =
-      app.add_subcommand("solve", "Solves a model file, with changed data if given");
-  addModelOptions(*command, options->model);
-  command->add_option("--data", options->dataFile, "Data file with values of updatable parameters");
-  command->add_option("--set", options->sets, "SYMBOL=FILE.csv: values of an updatable parameter")
-      ->allow_extra_args(false);
-  command->add_option("--solver", options->solver,
-                      "Solver; by default clp, or cbc if the model has integer columns");
-  command->add_option("-o,--output", options->output, "Data file to write the solution to");
-  command->add_flag("--force", options->force,
-                    "Write over an input, or over a file that is not a data file");
-  command->callback([options, &console] { runSolve(*options, console); });
+Verb solveVerb() {
+  return {
+      .name = "solve",
+      .summary = "Solves a model file, with changed data if given",
+      .details = R"(Prints the size of the model, the status, the objective and the number of
+iterations.
+
+A parameter `p` is updatable in the model if this has a variable `p_var`.)",
+      .operands = {modelOperand(&SolveOptions::model)},
+      .options = withModelOptions(
+          &SolveOptions::model,
+          {{.name = "data",
+            .value = "FILE",
+            .kind = Kind::File,
+            .text = "Exchange file with values of updatable parameters",
+            .target = into(&SolveOptions::dataFile)},
+           {.name = "set",
+            .value = "SYMBOL=FILE",
+            .text = "CSV file with values of an updatable parameter",
+            .details = "One a row: the labels, then the value. A first row that does not end in a "
+                       "number and is not an entry of the model is a heading (for a scalar, a "
+                       "first row that is followed by another), so the output of `zdbcc dump` can "
+                       "be read. Entries without a row keep their values; the number of records "
+                       "without an entry in the model is printed on standard error.",
+            .target = into(&SolveOptions::sets)},
+           solverOption(&SolveOptions::solver),
+           {.name = "output",
+            .letter = 'o',
+            .value = "FILE",
+            .kind = Kind::File,
+            .text = "Exchange file to write the solution to",
+            .details = "Variables and equations with level, marginal and bounds, and the "
+                       "parameters that were changed.",
+            .target = into(&SolveOptions::output)},
+           {.name = "force",
+            .text = "Write over an input, or over a file that is not an exchange file",
+            .target = into(&SolveOptions::force)}}),
+      .examples = {{"zdbcc solve diet.mod --set price=prices.csv -o solution.zxf",
+                    "With new prices, into a file"},
+                   {"zdbcc solve plan.mps --solver glpk", "With another solver"}},
+      .exitCodes = {{ExitCode::Done,
+                     "The solution is optimal, even if there were records without an entry."},
+                    {ExitCode::Failed, "There is no optimal solution, or something failed."},
+                    {ExitCode::WrongUse, "The command line is wrong; nothing was done."}},
+      .action = runs(runSolve)};
 }
 
 }  // namespace zdb::tool

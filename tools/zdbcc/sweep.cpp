@@ -1,15 +1,12 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
-#include <unistd.h>
-
-#include <CLI/CLI.hpp>
 #include <map>
-#include <memory>
 
-#include "commands.h"
 #include "csvreader.h"
 #include "csvwriter.h"
 #include "model.h"
+#include "progress.h"
 #include "values.h"
+#include "verbs.h"
 #include "zkitdclib.h"
 
 namespace zdb::tool {
@@ -93,29 +90,6 @@ class Scenarios {
   std::map<std::string, Symbol> parameters_;
 };
 
-/// A progress bar on standard error, if that is a terminal.
-class Progress {
- public:
-  explicit Progress(std::size_t total) : total_(total), isShown_(isatty(STDERR_FILENO) != 0) {}
-  ~Progress() {
-    if (isShown_) std::fputs("\r\033[K", stderr);
-  }
-  Progress(const Progress&) = delete;
-  Progress& operator=(const Progress&) = delete;
-
-  void reach(std::size_t done) const {
-    constexpr std::size_t kWidth = 40;
-    if (!isShown_) return;
-    const std::size_t filled = kWidth * done / total_;
-    std::fprintf(stderr, "\r[%s%s] %zu of %zu", std::string(filled, '#').c_str(),
-                 std::string(kWidth - filled, ' ').c_str(), done, total_);
-  }
-
- private:
-  std::size_t total_;
-  bool isShown_;
-};
-
 void runSweep(const SweepOptions& options, Console& console) {
   Model model(options.model);
   Scenarios scenarios(model, options.scenarios);
@@ -126,7 +100,7 @@ void runSweep(const SweepOptions& options, Console& console) {
   for (const char* heading : {"scenario", "status", "objective", "iterations"}) csv.field(heading);
   for (const std::string& text : options.shown) csv.field(text);
   csv.endRow();
-  const Progress progress(scenarios.count());
+  Progress progress(console, "scenarios");
   for (std::size_t i = 0; i < scenarios.count(); ++i) {
     try {
       scenarios.apply(i);
@@ -141,27 +115,43 @@ void runSweep(const SweepOptions& options, Console& console) {
     csv.field(std::to_string(zkitIterations(model.instance())));
     for (const Entry& entry : shown) csv.field(isSolved ? format(model.level(entry)) : "");
     csv.endRow();
-    progress.reach(i + 1);
+    progress.update(i + 1, scenarios.count());
   }
 }
 
 }  // namespace
 
-void addSweep(CLI::App& app, Console& console) {
-  auto options = std::make_shared<SweepOptions>();
-  CLI::App* command = app.add_subcommand(
-      "sweep", "Solves a model once for each scenario and writes a table of results as CSV");
-  addModelOptions(*command, options->model);
-  command
-      ->add_option(
-          "--scenarios", options->scenarios,
-          "CSV file: scenario names, and a column for each changed entry, such as price[bread]")
-      ->required();
-  command->add_option("--show", options->shown, "Variable entry whose level becomes a column")
-      ->allow_extra_args(false);
-  command->add_option("--solver", options->solver,
-                      "Solver; by default clp, or cbc if the model has integer columns");
-  command->callback([options, &console] { runSweep(*options, console); });
+Verb sweepVerb() {
+  return {
+      .name = "sweep",
+      .summary = "Solves a model once for each scenario of a table",
+      .details = R"(Each solve starts where the last one ended. The results go to standard output as
+CSV: name of the scenario, status, objective and number of iterations. The first column of the table
+has the names of the scenarios, the heading of every other column is an entry of an updatable
+parameter, and an empty field means the model's own value:
+
+    scenario,price[bread],price[milk]
+    dear bread,3.5,
+    dear milk,,2.2
+
+A scenario without an optimal solution has its status and empty fields; one that cannot be solved at
+all, for example because a price is infinite, ends the results with a message that names its row.)",
+      .operands = {modelOperand(&SweepOptions::model)},
+      .options = withModelOptions(
+          &SweepOptions::model, {{.name = "scenarios",
+                                  .value = "FILE",
+                                  .kind = Kind::File,
+                                  .text = "CSV file with the scenarios",
+                                  .target = into(&SweepOptions::scenarios),
+                                  .isRequired = true},
+                                 {.name = "show",
+                                  .value = "ENTRY",
+                                  .text = "Variable or equation entry whose level becomes a column",
+                                  .target = into(&SweepOptions::shown)},
+                                 solverOption(&SweepOptions::solver)}),
+      .examples = {{"zdbcc sweep diet.mod --scenarios prices.csv --show 'buy[bread]' > results.csv",
+                    "Costs and an amount for each row of prices"}},
+      .action = runs(runSweep)};
 }
 
 }  // namespace zdb::tool

@@ -34,7 +34,7 @@ const char* typeName(int type) {
   }
 }
 
-std::string domainText(const Symbol& symbol) {
+std::string domainText(const SymbolInfo& symbol) {
   std::string result;
   for (const Domain& domain : symbol.domains) {
     if (!result.empty()) result += ", ";

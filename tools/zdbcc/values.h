@@ -12,7 +12,7 @@ namespace zdb::tool {
 const char* typeName(int type);
 
 /// The domains as in messages and tables, such as "food, 'city'": a relaxed name is in quotes.
-std::string domainText(const Symbol& symbol);
+std::string domainText(const SymbolInfo& symbol);
 
 /// Converts values to texts and back.
 class ValueFormat {
