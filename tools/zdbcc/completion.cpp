@@ -223,7 +223,8 @@ class Completer {
 void complete(const std::vector<std::string>& words, Console& console) {
   try {
     Completer(words, console).run();
-  } catch (const ToolError&) {
+    console.flush();
+  } catch (const std::exception&) {
     // Nobody expects messages from a tab.
   }
 }

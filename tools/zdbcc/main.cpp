@@ -40,12 +40,7 @@ bool answered(const Command& command, Console& console) {
   return true;
 }
 
-ExitCode run(const std::vector<std::string>& words, Console& console) {
-  if (!words.empty() && words.front() == "--complete") {
-    complete({words.begin() + 1, words.end()}, console);
-    return ExitCode::Done;
-  }
-  const Command command = parse(words);
+ExitCode run(const Command& command, Console& console) {
   console.decideTerminal(command.common.color);
   if (answered(command, console)) return ExitCode::Done;
   if (command.verb == nullptr) throw WrongUseError("a verb is missing");
@@ -65,8 +60,11 @@ void refuse(const std::vector<std::string>& words, const char* problem, Console&
 }
 
 ExitCode guarded(const std::vector<std::string>& words, Console& console) {
+  ExitCode failed = ExitCode::Failed;
   try {
-    const ExitCode code = run(words, console);
+    const Command command = parse(words);
+    if (command.verb != nullptr && command.verb->isQuestion) failed = ExitCode::WrongUse;
+    const ExitCode code = run(command, console);
     console.flush();
     return code == ExitCode::Done && console.hasProblems() ? ExitCode::Failed : code;
   } catch (const WrongUseError& failure) {
@@ -82,7 +80,7 @@ ExitCode guarded(const std::vector<std::string>& words, Console& console) {
   } catch (const std::exception& failure) {
     console.report(failure.what());
   }
-  return ExitCode::Failed;
+  return failed;
 }
 
 }  // namespace
@@ -94,5 +92,9 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, [](int) {});
   zdb::tool::Console console;
   const std::vector<std::string> words(argv + (argc > 0 ? 1 : 0), argv + argc);
+  if (!words.empty() && words.front() == "--complete") {
+    zdb::tool::complete({words.begin() + 1, words.end()}, console);
+    return 0;
+  }
   return static_cast<int>(zdb::tool::guarded(words, console));
 }

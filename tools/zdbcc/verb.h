@@ -93,7 +93,9 @@ struct Verb {
   std::vector<Operand> operands = {};
   std::vector<Option> options = {};
   std::vector<Example> examples = {};
-  std::vector<ExitText> exitCodes = {};  ///< those that mean more than everywhere
+  std::vector<ExitText> exitCodes = {};  ///< if they mean something else than everywhere
+  /// ExitCode::Failed is the answer "no": what cannot be answered ends with ExitCode::WrongUse.
+  bool isQuestion = false;
   Action action = {};
 };
 
