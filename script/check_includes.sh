@@ -26,7 +26,7 @@ check() {
       allowed["kit"] = "kit shared contract zkitdclib.h"
       allowed["zxf"] = "zxf shared contract"
       allowed["shared"] = "shared contract"
-      allowed["zdb"] = "contract zxf zdbcclib.h zkitdclib.h"
+      allowed["zdbcc"] = "contract zxf zdbcclib.h zkitdclib.h"
     }
     {
       split($0, quoted, "\"")
@@ -35,7 +35,7 @@ check() {
       sub("/.*", "", folder)
       layer = substr($0, length(root) + 1)
       sub("/.*", "", layer)
-      if (layer == "zdb" && name !~ "/" && name !~ "lib.h") next  # a header of its own
+      if (layer == "zdbcc" && name !~ "/" && name !~ "lib.h") next  # a header of its own
       if (index(" " allowed[layer] " ", " " name " ") || index(" " allowed[layer] " ", " " folder " ")) next
       split($0, place, ":")
       printf "%s:%s: %s must not include \"%s\"\n", place[1], place[2], layer, name
@@ -48,7 +48,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api symbols io core dmap utree loaders contract memory kit zxf shared zdb; do mkdir "$tree/$layer"; done
+  for layer in api symbols io core dmap utree loaders contract memory kit zxf shared zdbcc; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -79,7 +79,7 @@ kit loaders/zmi.h
 kit zxf/file.h
 zxf core/textutils.h
 shared kit/model.h
-zdb core/zdb.h
+zdbcc core/zdb.h
 CASES
 }
 
