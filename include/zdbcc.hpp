@@ -1,0 +1,580 @@
+// zdbcc: the database of zdbcclib.h and zdbx.h for C++20 programs. A header only; link with
+// -lzdbcclib64.
+//
+// Handles free themselves, failures are exceptions, and records are ranges or columns. A complete
+// program, which prints "bread costs 1.7" and "milk costs 2.4":
+//
+//     #include <cstdio>
+//     #include "zdbcc.hpp"
+//
+//     int main() {
+//       zdbcc::Database db;
+//       zdbcc::Symbol price = db.addParameter("price", 1, "price of a food");
+//       price.set({"bread"}, 1.7);
+//       price.set({"milk"}, 2.4);
+//       for (const auto& record : price.records())
+//         std::printf("%s costs %g\n", record.label(0), record.value());
+//     }
+//
+// A Database owns everything that is in it and is used by one thread at a time. A Symbol is the
+// address of a symbol with that of its database: copy it freely, and use it no longer than the
+// Database, which may be moved. All functions throw Error if a call of the library fails; what
+// the database holds after that is what zdbcclib.h says of the call. Costs are those of the calls.
+#ifndef ZDBCC_HPP
+#define ZDBCC_HPP
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "zdbcclib.h"
+#include "zdbx.h"
+
+namespace zdbcc {
+
+/// A call that failed: what() is the library's message.
+class Error : public std::runtime_error {
+ public:
+  explicit Error(const std::string& message, int kind = ZDBX_OTHER, std::string reason = {})
+      : std::runtime_error(message), kind_(kind), reason_(std::move(reason)) {}
+  /// Of the last error of a database; ZDBX_NO_MEMORY if there is no database.
+  static Error of(zdbHandle_t db) {
+    if (db == nullptr) return Error("there is no database", ZDBX_ARGUMENT);
+    return Error(zdbx_error_text(db), zdbx_error_kind(db), zdbx_error_reason(db));
+  }
+
+  /// ZDBX_...
+  int kind() const { return kind_; }
+  /// What is behind the message, such as "No space left on device"; empty if nothing more is known.
+  const std::string& reason() const { return reason_; }
+
+ private:
+  int kind_;
+  std::string reason_;
+};
+
+/// A bulk call that failed; result() says at which entry.
+class BulkError : public Error {
+ public:
+  BulkError(const Error& error, const zdbx_result& result) : Error(error), result_(result) {}
+  const zdbx_result& result() const { return result_; }
+
+ private:
+  zdbx_result result_;
+};
+
+/// Labels of a key as arguments: {"bread", city}, from C strings and std::strings.
+class Key {
+ public:
+  class Label {
+   public:
+    Label(const char* text) : text_(text) {}                 // NOLINT(google-explicit-constructor)
+    Label(const std::string& text) : text_(text.c_str()) {}  // NOLINT(google-explicit-constructor)
+    const char* text() const { return text_; }
+
+   private:
+    const char* text_;
+  };
+
+  Key(std::initializer_list<Label> labels) {
+    for (const Label& label : labels) add(label);
+  }
+  Key(std::span<const std::string> labels) {  // NOLINT(google-explicit-constructor)
+    for (const std::string& label : labels) add(label);
+  }
+
+  const char* const* data() const { return labels_; }
+  int size() const { return size_; }
+
+ private:
+  void add(const Label& label) {
+    if (size_ == ZDB_MAX_DIM) throw Error("a key has at most 20 labels", ZDBX_ARGUMENT);
+    labels_[size_++] = label.text();
+  }
+
+  const char* labels_[ZDB_MAX_DIM] = {};
+  int size_ = 0;
+};
+
+/// Records as columns of its own: keys as label numbers, values, and texts of a set's elements.
+struct Columns {
+  std::vector<std::vector<std::int32_t>> keys;  ///< a column for each index position
+  std::vector<std::vector<double>> values;      ///< one column or five; none of a set
+  std::vector<const char*> texts;               ///< of a set; valid as long as the database
+
+  std::size_t rows() const {
+    if (!keys.empty()) return keys.front().size();
+    return values.empty() ? 0 : values.front().size();
+  }
+};
+
+/// One domain of a symbol. A relaxed domain is only a name.
+struct Domain {
+  std::string name;
+  bool isRelaxed = false;
+};
+
+class Records;
+
+/// A symbol of a database.
+class Symbol {
+ public:
+  Symbol() = default;
+  Symbol(zdbHandle_t db, zdbSymbol_t handle) : db_(db), handle_(handle) {}
+
+  zdbHandle_t database() const { return db_; }
+  zdbSymbol_t handle() const { return handle_; }
+  explicit operator bool() const { return handle_ != nullptr; }
+
+  std::string name() const { return text(ZDB_SYMBOL_NAME); }
+  std::string text() const { return text(ZDB_SYMBOL_TEXT); }
+  int dim() const {
+    int count = 0;
+    check(c__zdbsymboldim(db_, handle_, &count));
+    return count;
+  }
+  /// ZDB_SET, ...
+  int type() const { return info(ZDB_SYMBOL_TYPE); }
+  int userInfo() const { return info(ZDB_SYMBOL_USER_INFO); }
+  /// ZDB_STORAGE_...
+  int storage() const { return info(ZDB_SYMBOL_STORAGE); }
+  bool isUniverse() const { return info(ZDB_SYMBOL_NUMBER) == -1; }
+  /// Doubles of a record: 1 or 5.
+  int valueCount() const {
+    const int t = type();
+    return t == ZDB_VARIABLE || t == ZDB_EQUATION ? ZDB_MAX_VALUES : 1;
+  }
+  std::vector<Domain> domains() const {
+    const int count = dim();
+    zdbSymbol_t sets[ZDB_MAX_DIM] = {};
+    char texts[ZDB_MAX_DIM][ZDB_TEXT_SIZE] = {};
+    char* names[ZDB_MAX_DIM];
+    for (int i = 0; i < ZDB_MAX_DIM; ++i) names[i] = texts[i];
+    check(c__zdbgetdomain(db_, handle_, count, sets, names));
+    std::vector<Domain> result;
+    for (int i = 0; i < count; ++i) result.push_back({texts[i], sets[i] == nullptr});
+    return result;
+  }
+
+  /// Number of records. Loads the symbol.
+  std::int64_t size() const {
+    std::int64_t count = 0;
+    check(zdbx_count_records(db_, handle_, nullptr, &count));
+    return count;
+  }
+
+  /// All records in key order, or those of a slice of label numbers, ZDB_ANY where any will do.
+  Records records() const;
+  Records records(std::span<const std::int32_t> slice) const;
+
+  /// The level of a record; none if the record or one of its labels is not there.
+  std::optional<double> find(const Key& key) const {
+    zdbRecord_t record = nullptr;
+    double value = 0;
+    if (c__zdbfindrecord(db_, handle_, keyOf(key), &record) == 0) {
+      if (zdbx_error_kind(db_) == ZDBX_NOT_FOUND) return std::nullopt;
+      throw Error::of(db_);
+    }
+    finish(record, c__zdbgetlevel(db_, record, &value));
+    return value;
+  }
+  /// The same; throws if the record is not there.
+  double operator[](const Key& key) const {
+    const std::optional<double> value = find(key);
+    if (!value) throw Error::of(db_);
+    return *value;
+  }
+
+  /// Sets the level of a record, which is added with its labels if it is new.
+  void set(const Key& key, double level) const {
+    const zdbRecord_t record = merged(key);
+    finish(record, c__zdbsetlevel(db_, record, level));
+  }
+  /// Adds an element to a set, or gives it another text.
+  void setText(const Key& key, const std::string& elementText = {}) const {
+    const zdbRecord_t record = merged(key);
+    finish(record, elementText.empty() ? 1 : c__zdbsetelemtext(db_, record, elementText.c_str()));
+  }
+
+  void clear() const { check(c__zdbclearsymbol(db_, handle_)); }
+  /// Moves the records to another storage. Other copies of this Symbol become invalid.
+  void setStorage(int storage) { check(c__zdbselectrecordstorage(db_, &handle_, storage)); }
+  void rename(const std::string& name) const {
+    check(zdbx_rename_symbol(db_, handle_, name.c_str()));
+  }
+
+  /// Puts records by the column; see zdbx_put_records() for modes and failures.
+  zdbx_result put(const zdbx_columns& records, int mode = ZDBX_MERGE,
+                  int onFailure = ZDBX_UNDO) const {
+    zdbx_result result = {};
+    result.size = sizeof result;
+    checkBulk(zdbx_put_records(db_, handle_, &records, mode, onFailure, &result), result);
+    return result;
+  }
+  /// The same with a span a position, and one of levels, which may be empty. All have one length.
+  zdbx_result put(std::span<const std::span<const std::int32_t>> keys,
+                  std::span<const double> levels, int mode = ZDBX_MERGE,
+                  int onFailure = ZDBX_UNDO) const {
+    zdbx_columns columns = {};
+    columns.size = sizeof columns;
+    columns.rows = static_cast<std::int64_t>(keys.empty() ? levels.size() : keys.front().size());
+    if (static_cast<int>(keys.size()) != dim()) {
+      throw Error("put: there must be a column of keys for each position", ZDBX_ARGUMENT);
+    }
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+      requireRows(keys[i].size(), columns.rows);
+      columns.keys[i].data = keys[i].data();
+    }
+    if (!levels.empty()) {
+      requireRows(levels.size(), columns.rows);
+      columns.values[0].data = levels.data();
+    }
+    return put(columns, mode, onFailure);
+  }
+
+  /// All records, or those of a slice, in key order.
+  Columns columns(std::span<const std::int32_t> slice = {}) const {
+    std::int64_t count = 0;
+    check(zdbx_count_records(db_, handle_, sliceOf(slice), &count));
+    Columns columns;
+    zdbx_buffers buffers = {};
+    buffers.size = sizeof buffers;
+    buffers.rows = count;
+    const auto rows = static_cast<std::size_t>(count);
+    columns.keys.resize(static_cast<std::size_t>(dim()), std::vector<std::int32_t>(rows));
+    for (std::size_t i = 0; i < columns.keys.size(); ++i) {
+      buffers.keys[i].data = columns.keys[i].data();
+    }
+    if (type() == ZDB_SET) {
+      columns.texts.resize(rows);
+      buffers.texts.data = columns.texts.data();
+    } else {
+      columns.values.resize(static_cast<std::size_t>(valueCount()), std::vector<double>(rows));
+      for (std::size_t i = 0; i < columns.values.size(); ++i) {
+        buffers.values[i].data = columns.values[i].data();
+      }
+    }
+    check(zdbx_get_records(db_, handle_, sliceOf(slice), &buffers, nullptr));
+    return columns;
+  }
+
+  /// Throws the last error of the database if a call failed.
+  void check(int result) const {
+    if (result == 0) throw Error::of(db_);
+  }
+
+ private:
+  friend class Records;
+
+  int info(int key) const {
+    int number = 0;
+    check(c__zdbsymbolinfo(db_, handle_, key, &number, nullptr, nullptr));
+    return number;
+  }
+  std::string text(int key) const {
+    char out[ZDB_TEXT_SIZE] = "";
+    check(c__zdbsymbolinfo(db_, handle_, key, nullptr, nullptr, out));
+    return out;
+  }
+  /// The library cannot see how many labels an array has.
+  const char* const* keyOf(const Key& key) const {
+    if (key.size() == dim()) return key.data();
+    throw Error("symbol " + name() + " has " + std::to_string(dim()) + " index positions, not " +
+                    std::to_string(key.size()),
+                ZDBX_ARGUMENT);
+  }
+  const std::int32_t* sliceOf(std::span<const std::int32_t> slice) const {
+    if (slice.empty()) return nullptr;
+    if (static_cast<int>(slice.size()) == dim()) return slice.data();
+    throw Error("a slice of symbol " + name() + " has " + std::to_string(dim()) + " entries, not " +
+                    std::to_string(slice.size()),
+                ZDBX_ARGUMENT);
+  }
+  zdbRecord_t merged(const Key& key) const {
+    zdbRecord_t record = nullptr;
+    check(c__zdbmergerecord(db_, handle_, keyOf(key), &record));
+    return record;
+  }
+  /// Frees a handle, and then throws if the call made on it failed.
+  void finish(zdbRecord_t record, int result) const {
+    c__zdbfreesymboliterator(db_, record);
+    check(result);
+  }
+  void checkBulk(int result, const zdbx_result& details) const {
+    if (result == 0) throw BulkError(Error::of(db_), details);
+  }
+  static void requireRows(std::size_t rows, std::int64_t wanted) {
+    if (static_cast<std::int64_t>(rows) != wanted) {
+      throw Error("put: all columns must have the same length", ZDBX_ARGUMENT);
+    }
+  }
+
+  zdbHandle_t db_ = nullptr;
+  zdbSymbol_t handle_ = nullptr;
+};
+
+/// A range over records in key order, read in pieces. It can be walked once:
+///     for (const auto& record : symbol.records()) use(record.label(0), record.value());
+class Records {
+  static constexpr std::int64_t kPiece = 512;
+
+  struct Piece {
+    std::vector<std::int32_t> keys[ZDB_MAX_DIM];
+    std::vector<const char*> labels[ZDB_MAX_DIM];
+    std::vector<double> values[ZDB_MAX_VALUES];
+    std::vector<const char*> texts;
+
+    template <typename T>
+    static void bind(std::vector<T>& column, zdbx_buffer& buffer) {
+      column.resize(kPiece);
+      buffer.data = column.data();
+    }
+    void bind(const Symbol& symbol, zdbx_buffers& buffers) {
+      for (int i = 0; i < symbol.dim(); ++i) {
+        bind(keys[i], buffers.keys[i]);
+        bind(labels[i], buffers.labels[i]);
+      }
+      if (symbol.isUniverse()) return;
+      for (int i = 0; i < symbol.valueCount(); ++i) bind(values[i], buffers.values[i]);
+      if (symbol.type() == ZDB_SET) bind(texts, buffers.texts);
+    }
+  };
+
+ public:
+  /// One record; valid until the range moves on.
+  class Record {
+   public:
+    std::int32_t number(int position) const { return piece_->keys[position][row_]; }
+    const char* label(int position) const { return piece_->labels[position][row_]; }
+    double value(int which = ZDB_LEVEL) const { return piece_->values[which][row_]; }
+    /// The text of a set's element; "" if it has none.
+    const char* text() const { return piece_->texts[row_]; }
+
+   private:
+    friend class Records;
+    const Piece* piece_ = nullptr;
+    std::size_t row_ = 0;
+  };
+
+  class Iterator {
+   public:
+    using iterator_concept = std::input_iterator_tag;
+    using difference_type = std::ptrdiff_t;
+    using value_type = Record;
+
+    const Record& operator*() const { return records_->record_; }
+    const Record* operator->() const { return &records_->record_; }
+    Iterator& operator++() {
+      records_->advance();
+      return *this;
+    }
+    void operator++(int) { ++*this; }
+    bool operator==(std::default_sentinel_t) const { return records_->left_ == 0; }
+
+   private:
+    friend class Records;
+    explicit Iterator(Records* records) : records_(records) {}
+    Records* records_;
+  };
+
+  explicit Records(Symbol symbol, std::span<const std::int32_t> slice = {})
+      : symbol_(symbol), piece_(std::make_unique<Piece>()) {
+    symbol_.check(zdbx_open_cursor(symbol_.db_, symbol_.handle_, symbol_.sliceOf(slice), &cursor_));
+    buffers_.size = sizeof buffers_;
+    buffers_.rows = kPiece;
+    piece_->bind(symbol_, buffers_);
+    record_.piece_ = piece_.get();
+    read();
+  }
+  ~Records() { zdbx_close_cursor(symbol_.db_, &cursor_); }
+  Records(const Records&) = delete;
+  Records& operator=(const Records&) = delete;
+
+  Iterator begin() { return Iterator(this); }
+  std::default_sentinel_t end() const { return {}; }
+
+ private:
+  void read() {
+    zdbx_result result = {};
+    result.size = sizeof result;
+    symbol_.check(zdbx_read_cursor(symbol_.db_, cursor_, &buffers_, &result));
+    left_ = result.done;
+    record_.row_ = 0;
+  }
+  void advance() {
+    ++record_.row_;
+    if (--left_ == 0) read();
+  }
+
+  Symbol symbol_;
+  zdbxCursor_t cursor_ = nullptr;
+  zdbx_buffers buffers_ = {};
+  std::unique_ptr<Piece> piece_;
+  std::int64_t left_ = 0;  ///< records of the piece that have not been passed; 0 at the end
+  Record record_;
+};
+
+inline Records Symbol::records() const {
+  return Records(*this);
+}
+inline Records Symbol::records(std::span<const std::int32_t> slice) const {
+  return Records(*this, slice);
+}
+
+/// A database.
+class Database {
+ public:
+  /// An empty one.
+  Database() {
+    char message[ZDB_TEXT_SIZE] = "";
+    int status = 0;
+    if (c__xapiversion(ZDBCCLIB_API_VERSION, message, &status) == 0 ||
+        zdbcreate(&db_, message, sizeof message) == 0) {
+      throw Error(message, ZDBX_NO_MEMORY);
+    }
+  }
+  /// One that reads a data exchange file, records when they are needed.
+  explicit Database(const std::string& fileName) : Database() {
+    check(c__zdbinitfromzxf(db_, fileName.c_str()));
+  }
+  ~Database() { zdbfree(&db_); }
+  Database(Database&& other) noexcept : db_(std::exchange(other.db_, nullptr)) {}
+  Database& operator=(Database&& other) noexcept {
+    std::swap(db_, other.db_);
+    return *this;
+  }
+
+  zdbHandle_t handle() const { return db_; }
+
+  void read(const std::string& fileName) const { check(c__zdbinitfromzxf(db_, fileName.c_str())); }
+  /// Throws if a record is outside its domain, unless `checkDomains` is false.
+  void write(const std::string& fileName, bool checkDomains = true) const {
+    check(c__zdbwritezxf(db_, fileName.c_str(), checkDomains ? 0 : 1));
+  }
+
+  /// `domains` may be empty, for the universe at each position; a name is a symbol's or relaxed.
+  Symbol add(const std::string& name, int dim, int type, const std::string& text = {},
+             const std::vector<std::string>& domains = {}, int userInfo = 0) const {
+    if (!domains.empty() && static_cast<int>(domains.size()) != dim) {
+      throw Error("symbol " + name + " needs " + std::to_string(dim) + " domains, not " +
+                      std::to_string(domains.size()),
+                  ZDBX_ARGUMENT);
+    }
+    zdbSymbol_t sets[ZDB_MAX_DIM] = {};
+    const char* names[ZDB_MAX_DIM] = {};
+    for (std::size_t i = 0; i < domains.size(); ++i) {
+      sets[i] = domainSet(domains[i]);
+      names[i] = domains[i].c_str();
+    }
+    zdbSymbol_t symbol = nullptr;
+    zdbx_clear_error(db_);
+    check(domains.empty()
+              ? c__zdbaddsymbol(db_, name.c_str(), dim, type, userInfo, text.c_str(), &symbol)
+              : c__zdbaddsymbolx(db_, name.c_str(), dim, type, userInfo, text.c_str(), sets, names,
+                                 &symbol));
+    if (symbol == nullptr) throw Error::of(db_);
+    return {db_, symbol};
+  }
+  Symbol addSet(const std::string& name, int dim = 1, const std::string& text = {},
+                const std::vector<std::string>& domains = {}) const {
+    return add(name, dim, ZDB_SET, text, domains);
+  }
+  Symbol addParameter(const std::string& name, int dim, const std::string& text = {},
+                      const std::vector<std::string>& domains = {}) const {
+    return add(name, dim, ZDB_PARAMETER, text, domains);
+  }
+
+  /// The symbol of a name, in any case; of an alias, its set unless `aliasItself`. Throws if there
+  /// is none.
+  Symbol symbol(const std::string& name, bool aliasItself = false) const {
+    zdbSymbol_t symbol = nullptr;
+    check(aliasItself ? c__zdbfindsymbolwithalias(db_, name.c_str(), &symbol)
+                      : c__zdbfindsymbol(db_, name.c_str(), &symbol));
+    return {db_, symbol};
+  }
+  /// All symbols in the order in which they were added, aliases as such.
+  std::vector<Symbol> symbols() const {
+    std::vector<Symbol> result;
+    for (int number = 0; number < info(ZDB_INFO_SYMBOLS); ++number) {
+      zdbSymbol_t symbol = nullptr;
+      check(c__zdbgetsymbolbynumber(db_, number, &symbol));
+      result.emplace_back(db_, symbol);
+    }
+    return result;
+  }
+  void remove(Symbol symbol) const {
+    zdbSymbol_t handle = symbol.handle();
+    check(zdbx_remove_symbol(db_, &handle));
+  }
+
+  int labelCount() const { return info(ZDB_INFO_LABELS); }
+  /// REQUIRES 1 <= number <= labelCount(), or throws.
+  std::string label(int number) const {
+    char text[ZDB_TEXT_SIZE] = "";
+    check(c__zdbgetuelbyindex(db_, number, text));
+    return text;
+  }
+  /// The numbers of labels, which are added if they are new.
+  std::vector<std::int32_t> addLabels(std::span<const char* const> labels) const {
+    zdbx_texts texts = {};
+    texts.size = sizeof texts;
+    texts.pointers = labels.data();
+    std::vector<std::int32_t> numbers(labels.size());
+    zdbx_result result = {};
+    result.size = sizeof result;
+    if (zdbx_add_labels(db_, &texts, static_cast<std::int64_t>(labels.size()), numbers.data(),
+                        ZDBX_UNDO, &result) == 0) {
+      throw BulkError(Error::of(db_), result);
+    }
+    return numbers;
+  }
+  /// The number of a label, which is added if it is new.
+  std::int32_t addLabel(const std::string& label) const {
+    int number = 0;
+    check(c__zdbmergeuel(db_, label.c_str(), &number));
+    return number;
+  }
+  /// The number of a label; none if there is no such label.
+  std::optional<std::int32_t> findLabel(const std::string& label) const {
+    int number = 0;
+    check(c__zdbfinduel(db_, label.c_str(), &number));
+    return number > 0 ? std::optional(number) : std::nullopt;
+  }
+
+  /// Throws the last error if a call failed.
+  void check(int result) const {
+    if (result == 0) throw Error::of(db_);
+  }
+
+ private:
+  int info(int key) const {
+    int number = 0;
+    check(c__zdbinfo(db_, key, &number, nullptr, nullptr));
+    return number;
+  }
+  /// The set of that name, if it can be a domain.
+  zdbSymbol_t domainSet(const std::string& name) const {
+    zdbSymbol_t found = nullptr;
+    int type = 0;
+    int dim = 0;
+    if (c__zdbfindsymbolwithalias(db_, name.c_str(), &found) == 0) return nullptr;
+    check(c__zdbsymboltype(db_, found, &type));
+    check(c__zdbsymboldim(db_, found, &dim));
+    return dim == 1 && (type == ZDB_SET || type == ZDB_ALIAS) ? found : nullptr;
+  }
+
+  zdbHandle_t db_ = nullptr;
+};
+
+}  // namespace zdbcc
+
+#endif  // ZDBCC_HPP
