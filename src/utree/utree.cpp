@@ -1,7 +1,11 @@
 #include "utree/utree.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <new>
 #include <stdexcept>
+
+#include "memory/pages.h"
 
 namespace utree {
 
@@ -191,6 +195,53 @@ bool UTree::dereferenceIterator(const UELNodeIt& it, int* key, double* values) c
   }
   if (values != nullptr) std::copy_n(it.leaf()->down.values(), numValues_, values);
   return true;
+}
+
+void UTree::findMany(const int* keys, int count, double** rows) const {
+  constexpr int kGroup = 16;
+  DownLink* lists[kGroup];
+  for (int done = 0; done < count; done += kGroup, keys += std::ptrdiff_t{kGroup} * dim_) {
+    const int group = std::min(kGroup, count - done);
+    std::fill_n(lists, group, &root_);
+    for (int level = 0; level < dim_; ++level) {
+      for (int i = 0; i < group; ++i) {
+        if (lists[i] == nullptr) continue;
+        const int label = keys[std::ptrdiff_t{i} * dim_ + level];
+        UELNode* node = siblings_.seek(*lists[i], label).at;
+        lists[i] = node != nullptr && node->uel == label ? &node->down : nullptr;
+        if (lists[i] != nullptr) zdb::memory::prefetch(lists[i]->address());
+      }
+    }
+    for (int i = 0; i < group; ++i) {
+      rows[done + i] = lists[i] == nullptr ? nullptr : lists[i]->values();
+    }
+  }
+}
+
+int UTree::copyRecords(UELNodeIt& it, int most, int* keys, double* values) const {
+  int* const labels = keys + std::ptrdiff_t{dim_ - 1} * most;
+  int count = 0;
+  while (!it.isEnd() && count < most) {
+    const int start = count;
+    UELNode* node = it.leaf();
+    UELNode* last = node;
+    for (; node != nullptr && count < most; node = node->right, ++count) {
+      const double* row = node->down.values();
+      labels[count] = node->uel;
+      values[count] = row[0];
+      for (int field = 1; field < numValues_; ++field) {
+        values[std::ptrdiff_t{field} * most + count] = row[field];
+      }
+      last = node;
+    }
+    for (int level = 0; level < dim_ - 1; ++level) {
+      std::fill(keys + std::ptrdiff_t{level} * most + start,
+                keys + std::ptrdiff_t{level} * most + count, it[level]->uel);
+    }
+    it.setLeaf(last);
+    nextInPlace(it);
+  }
+  return count;
 }
 
 // Changing.
