@@ -127,10 +127,12 @@ class DMap final : public IDMap<DMapIterator> {
   /// The records from `at` on that lie at equal distances, in place or in `buffer`; moves `at`
   /// behind them.
   RecordRun nextRun(DMapIterator& at, RunBuffer& buffer);
-  /// Adds records with adjacent keys and rows, counting each in `done`. In constant time each if
-  /// they are in order and behind all others. An existing key keeps its values. Throws
-  /// std::bad_alloc, after which the first `done` are there.
-  /// REQUIRES dimension > 0.
+  /// Adds records with adjacent keys and rows, counting each in `done`; appendMany those that are
+  /// in order and come after all others. An existing key keeps its values. Throws std::bad_alloc,
+  /// after which the first `done` are there. REQUIRES dimension > 0.
+  void appendMany(const int* keys, const double* values, int count, int& done) {
+    map_.tree().appendMany(keys, values, count, done);
+  }
   void insertMany(const int* keys, const double* values, int count, int& done) {
     map_.tree().insertMany(keys, values, count, done);
   }

@@ -177,6 +177,9 @@ class DMapUTree final : public IDMap<TreeIterator> {
   /// they are in order and behind all others. An existing key keeps its values, except the largest.
   /// Throws std::bad_alloc, after which the first `done` are there.
   /// REQUIRES dimension > 0.
+  void appendMany(const int* keys, const double* values, int count, int& done) {
+    insertMany(keys, values, count, done);
+  }
   void insertMany(const int* keys, const double* values, int count, int& done);
   /// Finds the values of records with adjacent keys, null where there is none.
   /// REQUIRES dimension > 0.

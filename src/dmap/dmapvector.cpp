@@ -195,19 +195,6 @@ void DMapVector::makeRoomFor(std::size_t records) {
   updateRoom();
 }
 
-void DMapVector::appendMany(const int* keys, const double* values, int count) noexcept {
-  keys_.append(keys, static_cast<std::size_t>(count));
-  values_.append(values, static_cast<std::size_t>(count));
-  count_ += count;
-}
-
-void DMapVector::truncate(int records) noexcept {
-  keys_.truncate(static_cast<std::size_t>(records));
-  values_.truncate(static_cast<std::size_t>(records));
-  count_ = records;
-  keysChanged(records);
-}
-
 void DMapVector::placeMany(const int* keys, int count, int* places) {
   const int dim = getDim();
   for (int done = 0; done < count; done += KeySearch::kGroup) {

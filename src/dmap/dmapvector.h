@@ -156,12 +156,17 @@ class DMapVector final : public IDMap<VectorIterator> {
   RecordRun nextRun(VectorIterator& at, RunBuffer& buffer);
   /// Makes room for so many more records. Throws std::bad_alloc.
   void makeRoomFor(std::size_t records);
-  /// Appends records with adjacent keys and rows, without looking at the keys, which must come last
-  /// and in order.
+  /// Appends records, without looking at the keys, which must come last and in order:
+  /// `fill(keys, rows)` writes them to where they will be.
   /// REQUIRES dimension > 0, and there is room for them.
-  void appendMany(const int* keys, const double* values, int count) noexcept;
-  /// Removes the records from this number on.
-  void truncate(int records) noexcept;
+  template <class Fill>
+  void appendMany(int count, Fill fill) {
+    const auto end = static_cast<std::size_t>(count_);
+    fill(keys_.row(end), values_.row(end));
+    count_ += count;
+    keys_.lengthen(static_cast<std::size_t>(count_));
+    values_.lengthen(static_cast<std::size_t>(count_));
+  }
   /// Finds the values of records with adjacent keys, null where there is none.
   /// REQUIRES dimension > 0.
   void findMany(const int* keys, int count, double** rows);

@@ -95,6 +95,8 @@ class RecordTreeBase {
   /// Adds records with adjacent keys and rows, counting each in `done`. An existing key is left as
   /// it is. Throws std::bad_alloc, after which the first `done` are there.
   virtual void insertMany(const int* keys, const double* values, int count, int& done) = 0;
+  /// The same for records in order that come after all others.
+  virtual void appendMany(const int* keys, const double* values, int count, int& done) = 0;
   /// Finds the values of records with adjacent keys, null where there is none. The searches run in
   /// groups, so that their memory accesses overlap.
   virtual void findMany(const int* keys, int count, double** rows) = 0;
@@ -172,6 +174,19 @@ class RecordTreeBase {
     ++size_;
     lastKey_ = record;
     return {record, leaf, slot, place};
+  }
+  /// Appends `count` records that lie one after the other, whose tags and slots have been written
+  /// to the last leaf.
+  void enterRun(std::uint32_t slot, int* record, std::uint32_t count) {
+    RecordLeaf* leaf = last_;
+    if (leaf->count == 0) {
+      leaf->run = slot;
+    } else if (slot != leaf->run + leaf->count || record != lastKey_ + recordInts_) {
+      leaf->run = RecordLeaf::kNoRun;
+    }
+    leaf->count = static_cast<std::uint8_t>(leaf->count + count);
+    size_ += count;
+    lastKey_ = record + static_cast<std::ptrdiff_t>(count - 1) * recordInts_;
   }
   /// Inserts a record before another one.
   /// REQUIRES `leaf` has room.

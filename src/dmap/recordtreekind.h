@@ -68,6 +68,24 @@ class RecordTree final : public RecordTreeBase {
     }
   }
 
+  void appendMany(const int* keys, const double* values, int count, int& done) override {
+    while (done < count) {
+      RecordLeaf* leaf = lastLeafWithRoom(Words(keys).data());
+      const std::uint32_t room = RecordLeaf::kCapacity - leaf->count;
+      std::uint32_t got = 0;
+      const std::uint32_t slot =
+          records_.allocateRun(std::min(room, static_cast<std::uint32_t>(count - done)), got);
+      int* record = recordAt(slot);
+      for (std::uint32_t i = 0; i < got; ++i, keys += N, values += W) {
+        write(record + std::ptrdiff_t{i} * (kRecordBytes / sizeof(int)), keys, values);
+        leaf->tags[leaf->count + i] = Words(keys).tag();
+        leaf->slots[leaf->count + i] = slot + i;
+      }
+      enterRun(slot, record, got);
+      done += static_cast<int>(got);
+    }
+  }
+
   void findMany(const int* keys, int count, double** rows) override {
     if (root_ == nullptr) {
       std::fill_n(rows, count, nullptr);
@@ -206,10 +224,14 @@ class RecordTree final : public RecordTreeBase {
   /// Stores a record in a slot that the caller has allocated.
   int* store(std::uint32_t slot, const int* key, const double* values) {
     int* record = recordAt(slot);
+    write(record, key, values);
+    return record;
+  }
+
+  static void write(int* record, const int* key, const double* values) {
     for (int i = 0; i < N; ++i) record[i] = key[i];
     auto* stored = reinterpret_cast<double*>(record + N);
     for (int i = 0; i < W; ++i) stored[i] = values[i];
-    return record;
   }
 
   RecordPosition append(const Words& words, const int* key, const double* values) {

@@ -80,12 +80,6 @@ class RowArray {
   void makeRoomFor(std::size_t rows) {
     if (rows > capacity_ - size()) growTo(std::max(size() + rows, 2 * capacity_));
   }
-  /// Appends rows that lie one after the other.
-  /// REQUIRES there is room for them, and written() == size().
-  void append(const T* rows, std::size_t count) {
-    std::memcpy(row(written_), rows, count * width_ * sizeof(T));
-    written_ += count;
-  }
   /// Makes the array `end` rows long; those that are added are to be written next.
   /// REQUIRES end <= capacity().
   void lengthen(std::size_t end) { setWritten(end); }

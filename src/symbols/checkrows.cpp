@@ -9,7 +9,7 @@ RowCheck::RowCheck(const ZDB& db, const AbstractZDBSymbol& symbol, const RecordC
                    OnFailure onFailure, BulkOutcome& outcome)
     : db_(db), symbol_(symbol), columns_(columns), onFailure_(onFailure), outcome_(outcome) {}
 
-bool RowCheck::run(RowList& list) {
+RowList RowCheck::run() {
   for (std::int64_t from = 0; from < columns_.rows && !isStopped_; from += kBlock) {
     const int count = static_cast<int>(std::min<std::int64_t>(kBlock, columns_.rows - from));
     if (checkBlock(from, count) && !columns_.texts) {
@@ -18,70 +18,78 @@ bool RowCheck::run(RowList& list) {
                   static_cast<std::int32_t>(from));
       }
       list_.count += count;
-    } else if (!checkEach(from, count)) {
-      return false;
+    } else {
+      checkEach(from, count);
     }
   }
-  list = std::move(list_);
-  return true;
+  return std::move(list_);
 }
 
 /// Position by position, in loops without branches: whether all labels exist, and whether each key
 /// is greater than the one before.
 bool RowCheck::checkBlock(std::int64_t from, int count) {
-  int labels[kBlock + 1];  // the first is that of the row before
-  int order[kBlock] = {};
-  const auto highest = static_cast<unsigned>(db_.highestLabel());
+  int copies[kBlock + 1];
+  int isLess[kBlock] = {};
+  const int highest = db_.highestLabel();
   int unknown = 0;
   for (int position = symbol_.dim - 1; position >= 0; --position) {
-    const InColumn& column = columns_.keys[static_cast<std::size_t>(position)];
-    labels[0] = from == 0 ? 0 : load<int>(column.at(from - 1));
-    const std::byte* place = column.at(from);
-    if (column.stride == sizeof(int)) {
-      std::memcpy(labels + 1, place, static_cast<std::size_t>(count) * sizeof(int));
-    } else {
-      for (int i = 0; i < count; ++i) labels[i + 1] = load<int>(place + i * column.stride);
-    }
+    const int* labels = labelsOf(position, from, count, copies);
     for (int i = 0; i < count; ++i) {
-      unknown |= static_cast<int>(static_cast<unsigned>(labels[i + 1]) - 1 >= highest);
-      const int step =
-          static_cast<int>(labels[i] < labels[i + 1]) - static_cast<int>(labels[i] > labels[i + 1]);
-      order[i] = step != 0 ? step : order[i];
+      const int before = labels[i];
+      const int label = labels[i + 1];
+      unknown |= static_cast<int>(label < 1) | static_cast<int>(label > highest);
+      isLess[i] =
+          static_cast<int>(before < label) | (static_cast<int>(before == label) & isLess[i]);
     }
   }
   if (isAscending_ && symbol_.dim > 0) {
-    isAscending_ = std::all_of(order, order + count, [](int step) { return step > 0; });
+    if (from == 0) isLess[0] = 1;
+    isAscending_ = std::all_of(isLess, isLess + count, [](int less) { return less != 0; });
   }
   return unknown == 0;
 }
 
+/// The labels of a block at one position, and before them that of the row before, in place or as
+/// copies.
+const int* RowCheck::labelsOf(int position, std::int64_t from, int count, int* copies) const {
+  const InColumn& column = columns_.keys[static_cast<std::size_t>(position)];
+  const bool isAligned = reinterpret_cast<std::uintptr_t>(column.data) % alignof(int) == 0;
+  if (from > 0 && column.stride == sizeof(int) && isAligned) {
+    return reinterpret_cast<const int*>(column.at(from - 1));
+  }
+  copies[0] = from == 0 ? 0 : load<int>(column.at(from - 1));
+  for (int i = 0; i < count; ++i) copies[i + 1] = load<int>(column.at(from + i));
+  return copies;
+}
+
 /// Row by row, where something may be wrong.
-bool RowCheck::checkEach(std::int64_t from, int count) {
-  for (std::int64_t row = from; row < from + count; ++row) {
+void RowCheck::checkEach(std::int64_t from, int count) {
+  for (std::int64_t row = from; row < from + count && !isStopped_; ++row) {
     BulkOutcome why;
-    if (canTake(row, why)) {
-      if (list_.rows != nullptr)
-        list_.rows[static_cast<std::size_t>(list_.count)] = static_cast<std::int32_t>(row);
-      ++list_.count;
+    if (!canTake(row, why)) {
+      refuse(row, why);
       continue;
     }
-    if (outcome_.row < 0) {
-      outcome_.note(why.kind, row, why.position);
-      std::copy_n(why.text, sizeof why.text, outcome_.text);
+    if (list_.rows != nullptr) {
+      list_.rows[static_cast<std::size_t>(list_.count)] = static_cast<std::int32_t>(row);
     }
-    if (onFailure_ == FailureUndo) return false;
-    if (onFailure_ == FailureKeep) {
-      isStopped_ = true;
-      return true;
-    }
-    ++outcome_.skipped;
-    isAscending_ = false;  // of the rows that are left, nobody knows
-    if (list_.rows != nullptr) continue;
-    list_.rows =
-        std::make_unique_for_overwrite<std::int32_t[]>(static_cast<std::size_t>(columns_.rows));
-    std::iota(list_.rows.get(), list_.rows.get() + list_.count, 0);
+    ++list_.count;
   }
-  return true;
+}
+
+void RowCheck::refuse(std::int64_t row, const BulkOutcome& why) {
+  if (outcome_.row < 0) {
+    outcome_.note(why.kind, row, why.position);
+    std::copy_n(why.text, sizeof why.text, outcome_.text);
+  }
+  isStopped_ = onFailure_ != FailureSkip;
+  if (isStopped_) return;
+  ++outcome_.skipped;
+  isAscending_ = false;  // of the rows that are left, nobody knows
+  if (list_.rows != nullptr) return;
+  const auto rows = static_cast<std::size_t>(columns_.rows);
+  list_.rows = std::make_unique_for_overwrite<std::int32_t[]>(rows);
+  std::iota(list_.rows.get(), list_.rows.get() + list_.count, 0);
 }
 
 bool RowCheck::canTake(std::int64_t row, BulkOutcome& why) const {

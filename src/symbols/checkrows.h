@@ -7,15 +7,15 @@ namespace zdb {
 
 /// Checks label numbers and element texts of all rows, and whether the keys ascend.
 ///
-/// Sets `list` to the rows that can be taken: with FailureKeep those before the first that cannot,
-/// with FailureSkip all the others. Describes the first that cannot be taken in `outcome`. Returns
-/// whether to go on. Throws std::bad_alloc.
+/// The rows that can be taken are, with FailureSkip, all that are in order, and otherwise those
+/// before the first that is not, which is described in the outcome.
 class RowCheck {
  public:
   RowCheck(const ZDB& db, const AbstractZDBSymbol& symbol, const RecordColumns& columns,
            OnFailure onFailure, BulkOutcome& outcome);
 
-  bool run(RowList& list);
+  /// Returns the rows that can be taken. Throws std::bad_alloc.
+  RowList run();
   /// Whether the key of each row is greater than that of the row before.
   bool isAscending() const { return isAscending_; }
 
@@ -23,7 +23,9 @@ class RowCheck {
   static constexpr int kBlock = ColumnReader::kBlock;
 
   bool checkBlock(std::int64_t from, int count);
-  bool checkEach(std::int64_t from, int count);
+  const int* labelsOf(int position, std::int64_t from, int count, int* copies) const;
+  void checkEach(std::int64_t from, int count);
+  void refuse(std::int64_t row, const BulkOutcome& why);
   bool canTake(std::int64_t row, BulkOutcome& why) const;
   bool textFits(std::int64_t row, BulkOutcome& why) const;
 

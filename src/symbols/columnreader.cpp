@@ -26,6 +26,23 @@ void gather(const InColumn& column, const RowList& list, std::int64_t from, int 
   }
 }
 
+/// Gathers keys of few labels row by row, which writes each once; the rows are adjacent.
+template <int N>
+void gatherKeys(const RecordColumns& columns, std::int64_t from, int count, int* out) {
+  const std::byte* places[N];
+  std::ptrdiff_t strides[N];
+  for (std::size_t i = 0; i < N; ++i) {
+    places[i] = columns.keys[i].at(from);
+    strides[i] = columns.keys[i].stride;
+  }
+  for (int row = 0; row < count; ++row, out += N) {
+    for (int i = 0; i < N; ++i) {
+      out[i] = load<int>(places[i]);
+      places[i] += strides[i];
+    }
+  }
+}
+
 }  // namespace
 
 ColumnReader::ColumnReader(const ZDB& db, const AbstractZDBSymbol& symbol,
@@ -37,6 +54,11 @@ ColumnReader::ColumnReader(const ZDB& db, const AbstractZDBSymbol& symbol,
       width_(valueWidth(symbol.type)) {}
 
 void ColumnReader::keys(const RowList& list, std::int64_t from, int count, int* out) const {
+  if (list.rows == nullptr) {
+    if (dim_ == 2) return gatherKeys<2>(columns_, from, count, out);
+    if (dim_ == 3) return gatherKeys<3>(columns_, from, count, out);
+    if (dim_ == 4) return gatherKeys<4>(columns_, from, count, out);
+  }
   for (int position = 0; position < dim_; ++position) {
     gather(columns_.keys[static_cast<std::size_t>(position)], list, from, count, out + position,
            dim_);

@@ -79,21 +79,27 @@ class Put {
 
   bool run() {
     RowCheck check(db_, symbol_, columns_, onFailure_, outcome_);
-    if (!check.run(list_)) return false;
+    list_ = check.run();
+    if (isUndone() && mode_ != PutAdd) return false;
     if (!check.isAscending()) sortRows(reader_, db_.highestLabel(), list_);
-    return takeOut(!check.isAscending() || dim_ == 0) && store();
+    takeOut(!check.isAscending() || dim_ == 0);
+    if (isUndone()) return false;
+    store();
+    return onFailure_ == FailureSkip || outcome_.row < 0;
   }
 
  private:
+  bool isUndone() const { return onFailure_ == FailureUndo && outcome_.row >= 0; }
+
   /// Takes records out of the list that are given twice or, with PutAdd, exist.
-  bool takeOut(bool mayRepeat) {
+  void takeOut(bool mayRepeat) {
     taken_ = list_.count;
     if (mode_ != PutAdd) {
       if (mayRepeat) keepLast();
-      return true;
+      return;
     }
     const bool mayExist = !isBehindAll(symbol_.records());
-    return (!mayRepeat && !mayExist) || takeOutExisting(mayExist);
+    if (mayRepeat || mayExist) takeOutExisting(mayExist);
   }
 
   /// Of adjacent entries with the same key, which are in the order of the rows, the last counts.
@@ -108,7 +114,7 @@ class Put {
   }
 
   /// With PutAdd, the first counts, and the others cannot be taken.
-  bool takeOutExisting(bool mayExist) {
+  void takeOutExisting(bool mayExist) {
     std::int64_t first = -1;
     const auto isBad = [&](std::int64_t i, bool exists) {
       return exists || (i > 0 && sameKey(list_[i - 1], list_[i]));
@@ -123,11 +129,9 @@ class Put {
         if (isIt && (first < 0 || list_[from + i] < first)) first = list_[from + i];
       }
     });
-    if (first < 0) return true;
+    if (first < 0) return;
     reportExisting(first);
-    if (onFailure_ == FailureUndo) return false;
-    takeOutBad(bad.get(), first);
-    return true;
+    if (onFailure_ != FailureUndo) takeOutBad(bad.get(), first);
   }
 
   void takeOutBad(const bool* bad, std::int64_t first) {
@@ -190,7 +194,7 @@ class Put {
     return std::lexicographical_compare(key, key + dim_, first, first + dim_);
   }
 
-  bool store() {
+  void store() {
     PooledTexts pooled(db_.textPool());
     poolTexts();
     if (mode_ == PutReplace) {
@@ -205,16 +209,22 @@ class Put {
     pooled.keep();
     outcome_.done = taken_;
     if (mode_ == PutReplace || list_.count > 0) db_.markWritten(&symbol_);
-    return onFailure_ == FailureSkip || outcome_.row < 0;
   }
 
   void poolTexts() {
     if (!columns_.texts) return;
-    texts_ = arrayOf<int>(columns_.rows);
-    strpool::TStrHashPool& pool = db_.textPool();
+    // In the order of the rows, so that numbers do not depend on sorting.
+    constexpr int kWanted = 1;
+    texts_ = std::make_unique<int[]>(static_cast<std::size_t>(columns_.rows));
     for (std::int64_t i = 0; i < list_.count; ++i) {
-      const std::int64_t row = list_[i];
-      texts_[static_cast<std::size_t>(row)] = pool.insert(columns_.texts.at(row), pool.size());
+      texts_[static_cast<std::size_t>(list_[i])] = kWanted;
+    }
+    strpool::TStrHashPool& pool = db_.textPool();
+    for (std::int64_t row = 0; row < columns_.rows; ++row) {
+      int& number = texts_[static_cast<std::size_t>(row)];
+      if (number != kWanted) continue;
+      const std::string_view text = columns_.texts.at(row);  // without data for none
+      number = text.empty() ? 0 : pool.insert(text, pool.size());
     }
     reader_.setTexts(texts_.get());
   }
@@ -241,8 +251,10 @@ class Put {
     if constexpr (kRecordsMove) {
       records.makeRoomFor(static_cast<std::size_t>(list_.count));
       inBlocks(list_.count, [&](std::int64_t from, int count) {
-        gather(from, count);
-        records.appendMany(block_->keys, block_->rows, count);
+        records.appendMany(count, [&](int* keys, double* rows) {
+          reader_.keys(list_, from, count, keys);
+          reader_.rows(list_, from, count, rows);
+        });
       });
     } else {
       const std::uint64_t before = records.size();
@@ -250,7 +262,7 @@ class Put {
         inBlocks(list_.count, [&](std::int64_t from, int count) {
           gather(from, count);
           int done = 0;
-          records.insertMany(block_->keys, block_->rows, count, done);
+          records.appendMany(block_->keys, block_->rows, count, done);
         });
       } catch (...) {
         while (records.size() > before) {

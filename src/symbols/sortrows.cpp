@@ -53,6 +53,7 @@ void sortByKey(std::unique_ptr<Entry[]>& entries, std::unique_ptr<Entry[]>& spar
 }  // namespace
 
 void sortRows(const ColumnReader& columns, int highestLabel, RowList& list) {
+  if (list.count < 2) return;
   const auto count = static_cast<std::size_t>(list.count);
   const int labelBits = std::bit_width(static_cast<unsigned>(highestLabel));
   const int perKey = 64 / labelBits;  // at least 2

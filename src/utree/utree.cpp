@@ -198,23 +198,42 @@ bool UTree::dereferenceIterator(const UELNodeIt& it, int* key, double* values) c
 }
 
 void UTree::findMany(const int* keys, int count, double** rows) const {
-  constexpr int kGroup = 16;
-  DownLink* lists[kGroup];
   for (int done = 0; done < count; done += kGroup, keys += std::ptrdiff_t{kGroup} * dim_) {
     const int group = std::min(kGroup, count - done);
+    DownLink* lists[kGroup];
     std::fill_n(lists, group, &root_);
-    for (int level = 0; level < dim_; ++level) {
-      for (int i = 0; i < group; ++i) {
-        if (lists[i] == nullptr) continue;
-        const int label = keys[std::ptrdiff_t{i} * dim_ + level];
-        UELNode* node = siblings_.seek(*lists[i], label).at;
-        lists[i] = node != nullptr && node->uel == label ? &node->down : nullptr;
-        if (lists[i] != nullptr) zdb::memory::prefetch(lists[i]->address());
-      }
-    }
+    for (int level = 0; level < dim_; ++level) findLevel(keys + level, group, lists);
     for (int i = 0; i < group; ++i) {
       rows[done + i] = lists[i] == nullptr ? nullptr : lists[i]->values();
     }
+  }
+}
+
+/// Takes each search of a group down one level; null where it ends. What a step reads, the step
+/// before has prefetched for all.
+void UTree::findLevel(const int* labels, int group, DownLink** lists) const {
+  const auto label = [&](int i) { return labels[std::ptrdiff_t{i} * dim_]; };
+  UELNode* nodes[kGroup];
+  const auto forIndexes = [&](auto visit) {
+    for (int i = 0; i < group; ++i) {
+      const SiblingIndex* index = lists[i] == nullptr ? nullptr : lists[i]->index();
+      if (index != nullptr) visit(*index, i);
+    }
+  };
+  forIndexes([](const SiblingIndex& index, int) { index.prefetchChunks(); });
+  forIndexes([&](const SiblingIndex& index, int i) { index.prefetchNear(label(i)); });
+  for (int i = 0; i < group; ++i) {
+    nodes[i] = lists[i] == nullptr ? nullptr : siblings_.seek(*lists[i], label(i)).at;
+    if (nodes[i] != nullptr) zdb::memory::prefetch(nodes[i]);
+  }
+  for (int i = 0; i < group; ++i) {
+    const bool isFound = nodes[i] != nullptr && nodes[i]->uel == label(i);
+    lists[i] = isFound ? &nodes[i]->down : nullptr;
+    if (!isFound) continue;
+    // Lists that have been filled in order lie in one piece.
+    const auto* next = static_cast<const char*>(lists[i]->address());
+    zdb::memory::prefetch(next);
+    zdb::memory::prefetch(next + 64);
   }
 }
 

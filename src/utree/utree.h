@@ -157,6 +157,9 @@ class UTree {
     SiblingPlace place;  ///< where it belongs on the next level, if that is one of the tree
   };
 
+  /// Searches at a time: more than the processor has memory accesses under way.
+  static constexpr int kGroup = 16;
+  void findLevel(const int* labels, int group, DownLink** lists) const;
   Descent descend(const int* key, const UELNodeIt* start, UELNodeIt& path) const;
   int firstDifference(const int* key) const;
   DownLink& listAt(const UELNodeIt& path, int level) const {
