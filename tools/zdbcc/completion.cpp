@@ -131,11 +131,16 @@ class Completer {
     }
   }
 
-  void offer(const std::string& candidate, const std::string& text) {
-    const std::size_t length = word_.size();
-    if (candidate.size() < length) return;
-    if (!zdb::contract::isSameText(std::string_view(candidate).substr(0, length), word_)) return;
+  bool isOffered(std::string_view candidate) const {
+    return zdb::contract::isSameText(candidate.substr(0, word_.size()), word_);
+  }
+
+  void write(const std::string& candidate, std::string_view text) {
     console_.write(before_ + printable(candidate) + '\t' + printable(text) + '\n');
+  }
+
+  void offer(const std::string& candidate, const std::string& text) {
+    if (isOffered(candidate)) write(candidate, text);
   }
 
   void offerVerbs() {
@@ -185,27 +190,48 @@ class Completer {
     for (const FileSymbol& symbol : file.symbols()) offer(symbol.name, symbol.text);
   }
 
+  /// Keeps the last label of the slice as the word, whether or not its quote is closed, and returns
+  /// its position.
+  std::size_t cutToLabel() {
+    std::size_t start = word_.find_first_of("([") + 1;
+    std::size_t position = 0;
+    char quote = 0;
+    for (std::size_t i = start; i < word_.size(); ++i) {
+      const char c = word_[i];
+      if (quote != 0) {
+        if (c == quote) quote = 0;
+      } else if (c == '"' || c == '\'') {
+        quote = c;
+      } else if (c == ',') {
+        start = i + 1;
+        ++position;
+      }
+    }
+    before_ = word_.substr(0, start);
+    word_.erase(0, start);
+    std::erase_if(word_, [](char c) { return c == '"' || c == '\''; });
+    return position;
+  }
+
   /// Labels for the position at which the slice ends: members of the domain, if it is a set.
   void offerLabels() {
     ExchangeFile file(fileName());
     const FileSymbol symbol = file.symbol(word_.substr(0, word_.find_first_of("([")));
-    const std::size_t start = word_.find_last_of("([,") + 1;
-    const auto position = static_cast<std::size_t>(std::count(word_.begin(), word_.end(), ','));
+    const std::size_t position = cutToLabel();
     if (position >= symbol.domains.size()) return;
-    before_ = word_.substr(0, start);
-    word_.erase(0, start);
     const char closing = before_.find('(') == std::string::npos ? ']' : ')';
     const char next = position + 1 == symbol.domains.size() ? closing : ',';
-    offer(std::string("*") + next, "all labels");
+    if (word_.empty()) offer(std::string("*") + next, "all labels");
     const Domain& domain = symbol.domains[position];
     const FileSymbol set = file.symbol(domain.relaxed ? "*" : domain.name);
     FileRecords records(file, set);
     while (records.next()) {
       const std::string label(file.label(records.keys()[0]));
+      if (!isOffered(label)) continue;
       const bool isPlain = label.find_first_of(",()[]'\" ") == std::string::npos && label != "*";
       const char quote = label.find('"') == std::string::npos ? '"' : '\'';
-      const std::string text(set.isUniverse() ? "" : records.text());
-      offer((isPlain ? label : quote + label + quote) + next, text);
+      write((isPlain ? label : quote + label + quote) + next,
+            set.isUniverse() ? "" : records.text());
     }
   }
 

@@ -73,7 +73,7 @@ ExitCode guarded(const std::vector<std::string>& words, Console& console) {
   } catch (const ClosedPipeError&) {
     return ExitCode::Done;
   } catch (const InterruptedError&) {
-    console.note("interrupted");
+    console.note("interrupted");  // after what is done
     return ExitCode::Interrupted;
   } catch (const std::bad_alloc&) {
     console.report("not enough memory");
