@@ -12,6 +12,7 @@ import unittest
 from pathlib import Path
 
 TOOL, SAMPLE = sys.argv.pop(1), sys.argv.pop(1)
+CITIES = ["*", "Bonn", "Köln", '"Ulm, Donau"']
 
 
 def run(*words: str, code: int = 0) -> str:
@@ -73,7 +74,8 @@ class Table(unittest.TestCase):
             "dump|": [":files"],
             "man|--to|": [":folders"],
             f"dump|{SAMPLE}|DIST": ["distance"],
-            f"dump|{SAMPLE}|'flow(B": ["flow(Bonn,"],
+            f"dump|{SAMPLE}|'road(": ["road(*,", "road(Bonn,", "road(Köln,", 'road("Ulm, Donau",'],
+            f"dump|{SAMPLE}|'distance(K": [f"distance(Köln,{label})" for label in CITIES],
             f"dump|{SAMPLE}|road[Bonn,k": ["road[Bonn,Köln]"],
             f"dump|{SAMPLE}|distance('Ulm, Donau',u": ["distance('Ulm, Donau',\"Ulm, Donau\")"],
             "dump|/none|x": [],

@@ -40,15 +40,17 @@ constexpr const char* kZsh = R"sh(#compdef zdbcc
 # Completes zdbcc in zsh: eval "$(zdbcc completion zsh)", or as the file _zdbcc in a folder of $fpath.
 _zdbcc() {
   local line
-  local -a found texts
+  local -a found texts open
   for line in "${(@f)$(zdbcc --complete "${(@Q)words[2,CURRENT]}" 2>/dev/null)}"; do
     case $line in
       '') ;;
       :files) _files ;;
       :folders) _files -/ ;;
+      *[,=]$'\t'*) open+=("${line%%$'\t'*}") ;;
       *) found+=("${line%%$'\t'*}"); texts+=("${line/$'\t'/  }") ;;
     esac
   done
+  (( $#open )) && compadd -S '' -a open
   (( $#found )) && compadd -l -d texts -a found
 }
 if [[ $funcstack[1] == _zdbcc ]]; then _zdbcc "$@"; else compdef _zdbcc zdbcc; fi
@@ -136,7 +138,9 @@ class Completer {
   }
 
   void write(const std::string& candidate, std::string_view text) {
-    console_.write(before_ + printable(candidate) + '\t' + printable(text) + '\n');
+    std::string shown = printable(text);
+    std::erase(shown, '`');
+    console_.write(before_ + printable(candidate) + '\t' + shown + '\n');
   }
 
   void offer(const std::string& candidate, const std::string& text) {
@@ -213,26 +217,41 @@ class Completer {
     return position;
   }
 
-  /// Labels for the position at which the slice ends: members of the domain, if it is a set.
+  /// Labels for the position at which the slice ends: members of the domain, if it is a set. If
+  /// only one fits and the slice goes on after it, those for the next position: shells would close
+  /// the quote after a single candidate.
   void offerLabels() {
     ExchangeFile file(fileName());
     const FileSymbol symbol = file.symbol(word_.substr(0, word_.find_first_of("([")));
     const std::size_t position = cutToLabel();
     if (position >= symbol.domains.size()) return;
     const char closing = before_.find('(') == std::string::npos ? ']' : ')';
-    const char next = position + 1 == symbol.domains.size() ? closing : ',';
-    if (word_.empty()) offer(std::string("*") + next, "all labels");
+    const bool isLast = position + 1 == symbol.domains.size();
+    const char next = isLast ? closing : ',';
     const Domain& domain = symbol.domains[position];
-    const FileSymbol set = file.symbol(domain.relaxed ? "*" : domain.name);
+    const auto candidates = labelsOf(file, file.symbol(domain.relaxed ? "*" : domain.name));
+    if (candidates.size() == 1 && !isLast) {
+      word_ = before_ + candidates.front().first + next;
+      return offerLabels();
+    }
+    for (const auto& [label, text] : candidates) write(label + next, text);
+  }
+
+  /// Labels that begin with the word, as they stand in slices, and their texts.
+  std::vector<std::pair<std::string, std::string>> labelsOf(ExchangeFile& file,
+                                                            const FileSymbol& set) const {
+    std::vector<std::pair<std::string, std::string>> labels;
+    if (word_.empty()) labels.emplace_back("*", "all labels");
     FileRecords records(file, set);
     while (records.next()) {
       const std::string label(file.label(records.keys()[0]));
       if (!isOffered(label)) continue;
       const bool isPlain = label.find_first_of(",()[]'\" ") == std::string::npos && label != "*";
       const char quote = label.find('"') == std::string::npos ? '"' : '\'';
-      write((isPlain ? label : quote + label + quote) + next,
-            set.isUniverse() ? "" : records.text());
+      labels.emplace_back(isPlain ? label : quote + label + quote,
+                          set.isUniverse() ? "" : records.text());
     }
+    return labels;
   }
 
   std::vector<std::string> words_;

@@ -54,7 +54,7 @@ std::string usage(const Verb& verb) {
   if (!verb.options.empty()) text += " [OPTION]...";
   for (const Operand& operand : verb.operands) {
     std::string word = operand.name;
-    if (operand.isOptional) word = '[' + word + ']';
+    if (operand.isOptional) word.insert(0, 1, '[').append(1, ']');
     if (operand.target.shape == Target::Shape::Many) word += "...";
     text += ' ' + word;
   }

@@ -129,7 +129,7 @@ class Parser {
                         '"' + guessAmong(word, target.choices));
   }
 
-  [[noreturn]] void failUnknown(const std::string& name) {
+  [[noreturn]] void failUnknown(const std::string& name) const {
     Guess guess("--" + name);
     if (command_.verb != nullptr) {
       for (const Option& option : command_.verb->options) guess.consider(spelling(option));
