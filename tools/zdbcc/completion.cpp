@@ -277,9 +277,8 @@ void complete(const std::vector<std::string>& words, Console& console) {
 Verb completionVerb() {
   return {.name = "completion",
           .summary = "Writes the file with which a shell completes command lines of zdbcc",
-          .details = R"(The shell asks zdbcc for everything: verbs, options, symbols of the exchange
-file on the line, and labels after `SYMBOL(`, for which the word needs a quote at its start. Packages
-install these files.)",
+          .details = R"(The shell asks zdbcc for verbs, options, symbols of the exchange file on the
+line, and labels after `'SYMBOL(`. An installed zdbcc has these files in the right places already.)",
           .operands = {{.name = "SHELL",
                         .kind = Kind::Choice,
                         .text = "`bash`, `zsh` or `fish`",

@@ -189,9 +189,9 @@ Verb dumpVerb() {
       .name = "dump",
       .summary = "Writes records to standard output, as CSV or JSON",
       .details =
-          R"(The records of a slice, of a symbol or of all symbols are written in the order of
-their keys, as they are read: memory does not grow with them. Names and labels are found without
-regard to case; for an alias, the records of its set are written.
+          R"(Writes the records of a slice, of a symbol or of all symbols, in the order of their
+keys and as they are read: memory does not grow with them. The case of names and labels does not
+matter; for an alias, the records of its set are written.
 
 - The heading has the names of the domains, with `label` for `*`. A name that would occur twice gets
 a number: `city,city_2,value`.
@@ -206,8 +206,8 @@ an alias has only this line:
 
     # parameter need(nutrient): What one adult needs a day
 
-A symbol that cannot be read is left out from where it is damaged on, with a message; the others are
-written, and the exit code is 1.)",
+A damaged symbol ends where the damage begins, with a message; the others are written, and the exit
+code is 1.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange file to read",
