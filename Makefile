@@ -5,13 +5,13 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test soak fuzz bench asan tsan format lint install clean help
+.PHONY: all demo test soak fuzz bench asan tsan format lint reference install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
 
 demo: build/build.ninja ## run the main job on real data
-	@cmake --build --preset release --target diet_demo zdb
+	@cmake --build --preset release --target diet_demo zdbcc
 	@mkdir -p build/demo
 	@build/bin/diet_demo examples/diet/data build/demo
 
@@ -56,8 +56,11 @@ format: ## format all C and C++ files
 lint: ## check layout, common faults, include directions, the manual, run paths, that every test is built
 	@script/packages.sh build lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
-	@cmake --build build-lint --target zdb diet_demo >/dev/null
+	@cmake --build build-lint --target zdbcc diet_demo >/dev/null
 	@script/lint.sh build-lint
+
+reference: all ## write the reference of the tool's verbs into doc/tool.md
+	@script/reference.sh build/bin/zdbcc
 
 install: all ## install under PREFIX, /usr/local if it is not given
 	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))

@@ -1,5 +1,5 @@
 # Installs what a host needs: header and library with their CMake package and pkg-config file, the
-# companions next to the library, the tool and the documents.
+# companions next to the library, the tool with its man pages and completion, and the documents.
 if(NOT ZDB_INSTALL)
   return()
 endif()
@@ -9,7 +9,8 @@ set(ZDB_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zdbcclib)
 
 install(TARGETS zdbcclib EXPORT zdbcclib-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT zdbcclib-targets NAMESPACE zdbcclib:: DESTINATION ${ZDB_PACKAGE_DIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/zdbcclib.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/zdbcclib.h ${PROJECT_SOURCE_DIR}/include/zdbx.h
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zdbcclib-config.cmake.in
   ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake INSTALL_DESTINATION ${ZDB_PACKAGE_DIR})
@@ -32,7 +33,15 @@ if(TARGET zkitdclib64)
 endif()
 
 if(ZDB_BUILD_TOOLS)
-  install(TARGETS zdb RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(TARGETS zdbcc RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  set(ZDB_PAGES ${PROJECT_BINARY_DIR}/share)
+  install(DIRECTORY ${ZDB_PAGES}/man/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
+  install(FILES ${ZDB_PAGES}/completion/zdbcc
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+  install(FILES ${ZDB_PAGES}/completion/_zdbcc
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+  install(FILES ${ZDB_PAGES}/completion/zdbcc.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
 
 file(GLOB ZDB_DOCUMENTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/doc/*.md)

@@ -4,7 +4,7 @@
 #   api -> arrow, io; arrow -> symbols; symbols, io -> core, dmap, utree, loaders
 #
 # At the bottom core may use the loaders and the interface of the record maps, and dmap may use
-# utree. Loaders and companions share the contract, whose rules of names core and api use too; what
+# utree. Loaders and companions share the contract, which core, io and api use too; what
 # keeps records or labels uses memory. Only api knows the public header. Companions and the tool
 # know of src the contract alone.
 set -eu
@@ -17,7 +17,7 @@ check() {
       allowed["api"] = "api arrow symbols io core dmap utree loaders contract zdbcclib.h zdbx.h"
       allowed["symbols"] = "symbols core dmap utree memory"
       allowed["arrow"] = "arrow symbols core contract"
-      allowed["io"] = "io core loaders"
+      allowed["io"] = "io core loaders contract"
       allowed["core"] = "core loaders memory contract dmap/idmap.h"
       allowed["dmap"] = "dmap utree memory"
       allowed["utree"] = "utree memory"
@@ -27,7 +27,7 @@ check() {
       allowed["kit"] = "kit shared contract zkitdclib.h"
       allowed["zxf"] = "zxf shared contract"
       allowed["shared"] = "shared contract"
-      allowed["zdb"] = "contract zxf zdbcclib.h zkitdclib.h"
+      allowed["zdbcc"] = "contract zxf zdbcclib.h zkitdclib.h"
     }
     {
       split($0, quoted, "\"")
@@ -36,7 +36,7 @@ check() {
       sub("/.*", "", folder)
       layer = substr($0, length(root) + 1)
       sub("/.*", "", layer)
-      if (layer == "zdb" && name !~ "/" && name !~ "lib.h") next  # a header of its own
+      if (layer == "zdbcc" && name !~ "/" && name !~ "lib.h") next  # a header of its own
       if (index(" " allowed[layer] " ", " " name " ") || index(" " allowed[layer] " ", " " folder " ")) next
       split($0, place, ":")
       printf "%s:%s: %s must not include \"%s\"\n", place[1], place[2], layer, name
@@ -49,7 +49,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared zdb; do mkdir "$tree/$layer"; done
+  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared zdbcc; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -83,7 +83,7 @@ kit loaders/zmi.h
 kit zxf/file.h
 zxf core/textutils.h
 shared kit/model.h
-zdb core/zdb.h
+zdbcc core/zdb.h
 CASES
 }
 

@@ -41,7 +41,7 @@ if [ "${2-}" = --self-test ]; then
   exit 0
 fi
 build=$(cd "$1" && pwd)
-for file in bin/zdb lib/libzdbcclib64.so; do
+for file in bin/zdbcc lib/libzdbcclib64.so; do
   readelf -d "$build/$file" >/dev/null || { echo "$build/$file must be built first"; exit 1; }
 done
 rules=$(find "$build" -name cmake_install.cmake)

@@ -101,8 +101,8 @@ void FindByTexts_Interface(benchmark::State& state) {
 
 void FindByTexts_ContainerAndLabels(benchmark::State& state) {
   const Dataset& data = dataset();
-  char errorText[256];
-  zdb::uellist::UELList labels(errorText);
+  zdb::LastError error;
+  zdb::uellist::UELList labels(error);
   int number;
   for (const std::string& label : data.labels) labels.merge(label.c_str(), number);
   zdb::dmap::DMap map(3, 1);

@@ -54,8 +54,8 @@ class LabelList {
   }
 
  private:
-  char errorText_[256];
-  zdb::uellist::UELList list_{errorText_};
+  zdb::LastError error_;
+  zdb::uellist::UELList list_{error_};
 };
 
 class Interface {

@@ -1,4 +1,5 @@
 // The database's functions for environments: options, the log, and solving from scratch.
+#include "contract/failures.h"
 #include "kit/api.h"
 #include "kit/instance.h"
 #include "kit/names.h"
@@ -58,6 +59,10 @@ ZKIT_DEFINE_CHECKS(zrt, Zrt)
 int CzrtGetStrOpt(zrtHandle environment, const char* option, char* value) {
   copyText("", value, zdb::contract::kMessageSize);
   return guardedOn<Environment>(environment, 0, [=](const Environment& own) {
+    if (option != nullptr && isSameText(option, zdb::contract::kLastFailureOption)) {
+      copyText(lastFailure(), value, zdb::contract::kMessageSize);
+      return 1;
+    }
     if (option == nullptr || !isSameText(option, "NameSysDir")) return 0;
     copyText(own.systemDirectory(), value, zdb::contract::kMessageSize);
     return 1;

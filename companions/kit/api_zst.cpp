@@ -1,6 +1,7 @@
 // The database's functions for configurations: solvers by number.
 #include "kit/api.h"
 #include "kit/configuration.h"
+#include "kit/error.h"
 #include "shared/boundary.h"
 
 using namespace zdb::kit;
@@ -27,6 +28,7 @@ int reported(zstHandle config, int alg, void* instance, Work work) {
         return work(*session, model);
       },
       [](Instance& model, const std::exception& error) {
+        noteFailure(error.what());
         model.message = error.what();
         model.environment.log(error.what());
       });
@@ -45,11 +47,14 @@ void zstXFree(void** handle) {
 ZKIT_DEFINE_CHECKS(zst, Zst)
 
 int CzstReadConfigGUC(zstHandle config, const char* file, const char* /*dir*/) {
-  return guardedOn<Configuration>(config, 1, [=](Configuration& own) {
-    if (file == nullptr) return 1;
+  const auto read = [=](Configuration& own) {
+    if (file == nullptr) throw KitError("no file is given");
     own.read(file);
     return 0;
-  });
+  };
+  return guardedOn<Configuration>(
+      config, 1, read,
+      [](const Configuration&, const std::exception& error) { noteFailure(error.what()); });
 }
 
 int CzstAlgNumber(zstHandle config, const char* name) {
@@ -90,7 +95,9 @@ int CzstAlgModifyProblem(zstHandle config, int alg) {
 
 int CzstAlgCallSolver(zstHandle config, int alg, void* instance) {
   return reported(config, alg, instance, [](Session& session, Instance& model) {
-    return isFailure(session.solve(model)) ? 1 : 0;
+    const bool hasFailed = isFailure(session.solve(model));
+    if (hasFailed) noteFailure(model.message.c_str());
+    return hasFailed ? 1 : 0;
   });
 }
 

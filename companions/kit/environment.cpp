@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "contract/answers.h"
 #include "kit/error.h"
+#include "shared/boundary.h"
 
 namespace zdb::kit {
 
@@ -28,11 +30,21 @@ std::string directoryOfThisCode() {
   return failure ? "./" : file.parent_path() / "";
 }
 
+thread_local char failure[zdb::contract::kMessageSize] = "";
+
 // Determined when the library is loaded: the loader may know a relative name only, which is wrong
 // once the host changes its working directory.
 const std::string kOwnDirectory = directoryOfThisCode();
 
 }  // namespace
+
+void noteFailure(const char* why) noexcept {
+  zdb::boundary::copyText(why, failure, sizeof failure);
+}
+
+const char* lastFailure() noexcept {
+  return failure;
+}
 
 const std::string& ownDirectory() {
   return kOwnDirectory;

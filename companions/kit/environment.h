@@ -15,6 +15,11 @@ struct Limits {
 /// The absolute directory of the library or program that contains this code; ends in '/'.
 const std::string& ownDirectory();
 
+/// Why a function for configurations failed last in this thread, whose results do not say it: cut
+/// to the size of a message, "" if none has failed.
+void noteFailure(const char* why) noexcept;
+const char* lastFailure() noexcept;
+
 class Environment {
  public:
   using LogCallback = void (*)(const char* text, void* user);

@@ -4,7 +4,18 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "contract/failures.h"
+
 namespace zdb::zxfile {
+
+using namespace zdb::contract;
+
+static_assert(static_cast<int>(Errc::CannotReplaceFile) < kFirstContentError &&
+              static_cast<int>(Errc::ForeignFile) == kFirstContentError &&
+              static_cast<int>(Errc::DamagedRecords) < kFirstUseError &&
+              static_cast<int>(Errc::NullArgument) == kFirstUseError &&
+              static_cast<int>(Errc::DomainViolation) == kFileDomainViolation &&
+              static_cast<int>(Errc::OutOfMemory) == kFileOutOfMemory);
 
 const char* errorText(int number) {
   switch (number) {

@@ -66,8 +66,8 @@ struct BulkCall : Call {
 };
 
 /// What a failure of the database that left no kind in the outcome counts as.
-inline ErrorKind kindOfLastError(const ZDB& /*db*/) {
-  return ErrorOther;
+inline ErrorKind kindOfLastError(const ZDB& db) {
+  return db.error().kind;
 }
 
 /// The only place where results are written. `db` may be null, `result` too.

@@ -10,7 +10,7 @@ namespace zdb {
 /// database would be read with this one's labels.
 inline bool symbolGiven(Call call, const AbstractZDBSymbol* symbol) {
   if (symbol == nullptr) [[unlikely]] {
-    call.db.setLastError("No symbol handle specified");
+    call.db.setLastError(ErrorArgument, "No symbol handle specified");
     return false;
   }
   if (symbol->database == &call.db) [[likely]]
@@ -23,14 +23,19 @@ inline bool symbolGiven(Call call, const AbstractZDBSymbol* symbol) {
 /// the given text.
 inline bool userSymbolGiven(Call call, const AbstractZDBSymbol* symbol, const char* universeText) {
   if (!symbolGiven(call, symbol)) return false;
-  return !symbol->isUniverse() || call.db.setLastError("%s", universeText);
+  return !symbol->isUniverse() || call.db.setLastError(ErrorArgument, "%s", universeText);
 }
 
 /// Whether the symbol that the handle was made for still exists. Moving it to another storage
 /// replaces it.
 inline bool symbolIsThere(Call call, const AbstractZDBSymbolIterator* record) {
   if (!record->notes.isSymbolGone()) return true;
+  if (record->notes.isSymbolRemoved()) {
+    return call.db.setLastError(ErrorHandle, "%s: the symbol of this record handle was removed",
+                                call.function);
+  }
   return call.db.setLastError(
+      ErrorHandle,
       "%s: the symbol of this record handle was moved to another storage; find the record again",
       call.function);
 }
@@ -41,7 +46,8 @@ inline bool hasNotEnded(Call call, const AbstractZDBSymbolIterator* record) {
   const AbstractZDBSymbol* symbol = record->symbol;
   if (!call.db.owns(*symbol, symbol->name.c_str())) return false;
   if (record->hasEnded()) {
-    return call.db.setLastError("%s: the records of symbol %s were removed; find the record again",
+    return call.db.setLastError(ErrorHandle,
+                                "%s: the records of symbol %s were removed; find the record again",
                                 call.function, symbol->name.c_str());
   }
   record->catchUp();
@@ -53,7 +59,7 @@ inline bool hasNotEnded(Call call, const AbstractZDBSymbolIterator* record) {
 /// makes a handle invalid.
 inline bool recordGiven(Call call, const AbstractZDBSymbolIterator* record) {
   if (record == nullptr) [[unlikely]] {
-    call.db.setLastError("No symbol record handle specified");
+    call.db.setLastError(ErrorArgument, "No symbol record handle specified");
     return false;
   }
   if (record->notes.database() == &call.db && record->notes.isUpToDate()) [[likely]]
@@ -68,13 +74,15 @@ inline bool keysGiven(Call call, const AbstractZDBSymbol* symbol, const void* ke
 
 /// Reports a handle whose record was deleted.
 inline bool noRecord(Call call, const AbstractZDBSymbolIterator* record) {
-  return call.db.setLastError("%s: the record of this handle in symbol %s has been deleted",
+  return call.db.setLastError(ErrorHandle,
+                              "%s: the record of this handle in symbol %s has been deleted",
                               call.function, record->symbol->name.c_str());
 }
 
 inline bool textFits(Call call, const char* text) {
   if (std::string_view(text).size() <= std::size_t{kMaxTextLength}) return true;
-  return call.db.setLastError("Explanatory text too long. Max length is %d", kMaxTextLength);
+  return call.db.setLastError(ErrorLabel, "Explanatory text too long. Max length is %d",
+                              kMaxTextLength);
 }
 
 /// Sets the caller's variable to a new object or null; returns whether there is one.

@@ -21,6 +21,8 @@ inline void trace(const char* function) {
 
 /// Reports that memory is exhausted, on standard output and in the last-error text. Returns 0.
 int outOfMemory(const char* function, ZDB& db) noexcept;
+/// The kind of error that an exception other than exhausted memory stands for.
+ErrorKind kindOf(const std::exception& exception) noexcept;
 /// Reports any other exception in the last-error text. Returns 0.
 int unexpectedException(const char* function, ZDB& db, const std::exception& exception) noexcept;
 
@@ -37,12 +39,13 @@ struct Call {
     return false;  // a constant, here and in checks.h: the caller saves nothing across the report
   }
   void missing(const char* name) const {
-    db.setLastError("%s: argument %s must not be null", function, name);
+    db.setLastError(ErrorArgument, "%s: argument %s must not be null", function, name);
   }
   /// Like given, for entry `index` of an array.
   bool givenAt(const void* entry, const char* name, int index) const {
     return entry != nullptr ||
-           db.setLastError("%s: argument %s[%d] must not be null", function, name, index);
+           db.setLastError(ErrorArgument, "%s: argument %s[%d] must not be null", function, name,
+                           index);
   }
 };
 

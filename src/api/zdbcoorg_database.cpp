@@ -95,7 +95,8 @@ int zdbInfo(zdbHandle_t db, int key, int* integer, double* real, char* text) {
     if (text != nullptr) *text = '\0';
     const std::optional<int> value = databaseInfo(*db, key);
     if (!value) {
-      return db->setLastError("infoKey needs to be between %d and %d, saw %d", 0, 5, key);
+      return db->setLastError(ErrorArgument, "infoKey needs to be between %d and %d, saw %d", 0, 5,
+                              key);
     }
     if (integer != nullptr) *integer = *value;
     return true;
@@ -118,7 +119,8 @@ int zdbGetUelByIndex(zdbHandle_t db, int number, char* label) {
   return guarded(__func__, db, [&](Call call) {
     if (!call.given(label, "label")) return false;
     if (!db->isLabel(number)) {
-      return db->setLastError("Uel index %d out of range [1,%d]", number, db->highestLabel());
+      return db->setLastError(ErrorNotFound, "Uel index %d out of range [1,%d]", number,
+                              db->highestLabel());
     }
     copyText(db->labels()[number], label);
     return true;

@@ -10,16 +10,19 @@ namespace zdb {
 namespace {
 
 bool violationGiven(Call call, const DomainViolation* violation) {
-  if (violation == nullptr) return call.db.setLastError("No domain violation handle specified");
+  if (violation == nullptr)
+    return call.db.setLastError(ErrorArgument, "No domain violation handle specified");
   return violation->database() == &call.db ||
-         call.db.setLastError("%s: the domain violation handle is one of another database",
+         call.db.setLastError(ErrorHandle,
+                              "%s: the domain violation handle is one of another database",
                               call.function);
 }
 
 /// Whether a handle still has a violating record.
 bool validViolation(Call call, const DomainViolation* violation) {
   if (!violationGiven(call, violation)) return false;
-  return violation->record() != nullptr || call.db.setLastError("No valid violation handle");
+  return violation->record() != nullptr ||
+         call.db.setLastError(ErrorHandle, "No valid violation handle");
 }
 
 bool report(bool searched, bool found, int* out) {

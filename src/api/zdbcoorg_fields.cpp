@@ -46,9 +46,9 @@ int zdbGetKeys(zdbHandle_t db, zdbRecord_t record, int dim, char* const* keys) {
 int zdbGetKey(zdbHandle_t db, zdbRecord_t record, int position, char* key) {
   return guarded(__func__, db, [&](Call call) {
     if (!recordGiven(call, record) || !call.given(key, "key")) return false;
-    if (position >= record->getDim()) return db->setLastError("Index too large");
+    if (position >= record->getDim()) return db->setLastError(ErrorArgument, "Index too large");
     if (position < 0) {
-      return db->setLastError("%s: position %d is below 0", call.function, position);
+      return db->setLastError(ErrorArgument, "%s: position %d is below 0", call.function, position);
     }
     const int* numbers = record->getKeys();
     if (numbers == nullptr) return noRecord(call, record);
@@ -63,7 +63,7 @@ namespace {
 bool symbolRecordGiven(Call call, const AbstractZDBSymbolIterator* record,
                        const char* universeText) {
   if (!recordGiven(call, record)) return false;
-  return record->mode != ModeUniverse || call.db.setLastError("%s", universeText);
+  return record->mode != ModeUniverse || call.db.setLastError(ErrorArgument, "%s", universeText);
 }
 
 }  // namespace
@@ -101,11 +101,12 @@ namespace {
 
 [[gnu::cold]] bool reportNoField(Call call, const AbstractZDBSymbolIterator* record) {
   if (record->mode == ModeUniverse) {
-    return call.db.setLastError("%s: records of the Universe have no values", call.function);
+    return call.db.setLastError(ErrorArgument, "%s: records of the Universe have no values",
+                                call.function);
   }
   if (record->getValues() == nullptr) return noRecord(call, record);
-  return call.db.setLastError("%s: records of symbol %s have one value, the level", call.function,
-                              record->symbol->name.c_str());
+  return call.db.setLastError(ErrorArgument, "%s: records of symbol %s have one value, the level",
+                              call.function, record->symbol->name.c_str());
 }
 
 /// The address of a field in the record's row; null and a message if there is none.

@@ -16,9 +16,9 @@ namespace zdb {
 
 namespace {
 
-int reportCreation(ZDB* previous, const char* text) {
+int reportCreation(ZDB* previous, ErrorKind kind, const char* text) {
   if (previous != nullptr) {
-    previous->setLastError("%s", text);
+    previous->setLastError(kind, "%s", text);
   } else {
     std::printf("%s\n", text);
     std::fflush(stdout);
@@ -34,10 +34,10 @@ int create(const char* function, ZDB** db, char* message, int messageSize, Make 
     *db = make();
   } catch (const std::bad_alloc&) {
     writeMessage(text, "Out of memory in %s", function);
-    return reportCreation(*db, text);
+    return reportCreation(*db, ErrorNoMemory, text);
   } catch (const std::exception& exception) {
     writeMessage(text, "Unexpected exception in %s: %s", function, exception.what());
-    return reportCreation(*db, text);
+    return reportCreation(*db, kindOf(exception), text);
   }
   if (message != nullptr && messageSize > 0) message[0] = '\0';
   return 1;

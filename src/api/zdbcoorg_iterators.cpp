@@ -8,6 +8,16 @@
 
 namespace zdb {
 
+namespace {
+
+/// Reports a move that failed: the record is the last one, or there is none.
+bool moveFailed(ZDB& db, const AbstractZDBSymbolIterator* record) {
+  return db.setLastError(record->mode == ModeSpent ? ErrorHandle : ErrorEnd, "%s",
+                         record->lastMessage());
+}
+
+}  // namespace
+
 int zdbFindFirstRecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record) {
   return handingOut(__func__, db, record, [&](Call call) {
     return symbolGiven(call, symbol) && handOut(findFirstRecord(*db, symbol), record);
@@ -48,7 +58,7 @@ int zdbRecordMoveNext(zdbHandle_t db, zdbRecord_t record) {
     // Only a walk of the labels asks how many there are.
     if (record->moveNext(record->mode == ModeUniverse ? db->highestLabel() : 0)) [[likely]]
       return true;
-    db->setLastError("%s", record->lastMessage());
+    moveFailed(*db, record);
     return false;
   });
 }
@@ -56,7 +66,7 @@ int zdbRecordMoveNext(zdbHandle_t db, zdbRecord_t record) {
 int zdbRecordMovePrev(zdbHandle_t db, zdbRecord_t record) {
   return guarded(__func__, db, [&](Call call) {
     if (!recordGiven(call, record)) return false;
-    return record->movePrev() || db->setLastError("%s", record->lastMessage());
+    return record->movePrev() || moveFailed(*db, record);
   });
 }
 
@@ -79,14 +89,16 @@ int zdbSameRecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t second) {
 
 int zdbCopySymbolIterator(zdbHandle_t db, zdbRecord_t source, zdbRecord_t* record) {
   return handingOut(__func__, db, record, [&](Call call) {
-    if (source == nullptr) return db->setLastError("No source symbol record handle specified");
+    if (source == nullptr)
+      return db->setLastError(ErrorArgument, "No source symbol record handle specified");
     return symbolIsThere(call, source) && handOut(ZDB::symbolIteratorFactory(source), record);
   });
 }
 
 int zdbFreeSymbolIterator(zdbHandle_t db, zdbRecord_t record) {
   return guarded(__func__, db, [&](Call) {
-    if (record == nullptr) return db->setLastError("No iterator to be freed defined");
+    if (record == nullptr)
+      return db->setLastError(ErrorArgument, "No iterator to be freed defined");
     std::default_delete<AbstractZDBSymbolIterator>()(record);
     return true;
   });

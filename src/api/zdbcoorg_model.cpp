@@ -36,16 +36,20 @@ namespace {
 
 bool updateSymbolsGiven(Call call, const AbstractZDBSymbol* modelSymbol,
                         const AbstractZDBSymbol* dataSymbol) {
-  if (modelSymbol == nullptr) return call.db.setLastError("No ZARN symbol handle specified");
+  if (modelSymbol == nullptr)
+    return call.db.setLastError(ErrorArgument, "No ZARN symbol handle specified");
   const char* name = modelSymbol->name.c_str();
   if (dataSymbol == nullptr) {
-    return call.db.setLastError("No Data symbol handle specified for ZARN symbol %s", name);
+    return call.db.setLastError(ErrorArgument, "No Data symbol handle specified for ZARN symbol %s",
+                                name);
   }
   if (modelSymbol->type < TypeParameter || modelSymbol->type > TypeEquation) {
-    return call.db.setLastError("ZARN symbol %s must be parameter, variable, or equation", name);
+    return call.db.setLastError(ErrorArgument,
+                                "ZARN symbol %s must be parameter, variable, or equation", name);
   }
   if (dataSymbol->type != TypeParameter) {
-    return call.db.setLastError("Data symbol %s must be parameter", dataSymbol->name.c_str());
+    return call.db.setLastError(ErrorArgument, "Data symbol %s must be parameter",
+                                dataSymbol->name.c_str());
   }
   return symbolGiven(call, modelSymbol) && symbolGiven(call, dataSymbol);
 }

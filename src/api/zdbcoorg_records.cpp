@@ -36,7 +36,8 @@ int zdbMergeRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, int c
     }
     if (!userSymbolGiven(call, symbol, kAddToUniverse)) return false;
     if (haveValues && symbol->type == TypeSet) {
-      return db->setLastError("Cannot add set records with values. Use zdbMergeSetRecordInt");
+      return db->setLastError(ErrorArgument,
+                              "Cannot add set records with values. Use zdbMergeSetRecordInt");
     }
     if (!keysGiven(call, symbol, keys)) return false;
     if (haveValues && !call.given(values, "values")) return false;
@@ -54,7 +55,8 @@ int zdbMergeSetRecordInt(zdbHandle_t db, zdbSymbol_t symbol, const int* keys, in
     }
     if (!userSymbolGiven(call, symbol, kAddToUniverse)) return false;
     if (symbol->type != TypeSet) {
-      return db->setLastError("zdbMergeSetRecordInt can only be used with set symbols");
+      return db->setLastError(ErrorArgument,
+                              "zdbMergeSetRecordInt can only be used with set symbols");
     }
     return keysGiven(call, symbol, keys) && call.given(text, "text") && textFits(call, text) &&
            db->AddRecordRaw(symbol, keys, checkLabels != 0, true, nullptr, text,

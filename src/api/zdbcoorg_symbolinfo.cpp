@@ -49,7 +49,7 @@ bool putInfo(ZDB& db, zdbSymbol_t symbol, int key, const InfoOutputs& out) {
     case ZDB_SYMBOL_STORAGE:
       return out.put(static_cast<int>(symbol->getStorageType()));
     default:
-      return db.setLastError("No valid infoKey, saw %d", key);
+      return db.setLastError(ErrorArgument, "No valid infoKey, saw %d", key);
   }
 }
 

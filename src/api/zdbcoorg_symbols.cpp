@@ -13,17 +13,18 @@ namespace {
 
 bool dimAllowed(Call call, int dim, int type) {
   if (dim == 0 && type == TypeSet) {
-    return call.db.setLastError("Dimension must be greater than 0 for a Set");
+    return call.db.setLastError(ErrorArgument, "Dimension must be greater than 0 for a Set");
   }
   if (dim >= 0 && dim <= kMaxDim) return true;
   return call.db.setLastError(
-      "Dimension must be greater or equal 0 and smaller or equal %d (saw %d)", kMaxDim, dim);
+      ErrorArgument, "Dimension must be greater or equal 0 and smaller or equal %d (saw %d)",
+      kMaxDim, dim);
 }
 
 bool nameAndTextAllowed(Call call, const char* name, const char* explText) {
-  if (name == nullptr) return call.db.setLastError("Name of symbol cannot be NULL");
+  if (name == nullptr) return call.db.setLastError(ErrorArgument, "Name of symbol cannot be NULL");
   if (!contract::isSymbolName(name)) {
-    return call.db.setLastError("'%s' is not a valid name for a ZARN symbol", name);
+    return call.db.setLastError(ErrorLabel, "'%s' is not a valid name for a ZARN symbol", name);
   }
   return call.given(explText, "explText") && textFits(call, explText);
 }
@@ -75,14 +76,14 @@ int zdbAddSymbolX(zdbHandle_t db, const char* name, int dim, int type, int userI
 
 int zdbFindSymbolWithAlias(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
   return handingOut(__func__, db, symbol, [&](Call) {
-    if (name == nullptr) return db->setLastError("Symbol name cannot be NULL");
+    if (name == nullptr) return db->setLastError(ErrorArgument, "Symbol name cannot be NULL");
     return db->FindSymbol(name, symbol);
   });
 }
 
 int zdbFindSymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol) {
   return handingOut(__func__, db, symbol, [&](Call) {
-    if (name == nullptr) return db->setLastError("Symbol name cannot be NULL");
+    if (name == nullptr) return db->setLastError(ErrorArgument, "Symbol name cannot be NULL");
     if (!db->FindSymbol(name, symbol)) return false;
     *symbol = (*symbol)->aliasTarget;
     return true;
@@ -98,7 +99,7 @@ int symbolAt(const char* function, ZDB* db, int index, zdbSymbol_t* symbol, Coun
   return handingOut(function, db, symbol, [&](Call call) {
     symtable::TSymbolTable& table = call.db.symbols();
     if (index < -1 || index >= count(table)) {
-      return call.db.setLastError("Symbol index %d is out of range", index);
+      return call.db.setLastError(ErrorNotFound, "Symbol index %d is out of range", index);
     }
     return handOut(index == -1 ? call.db.universe() : get(table, index), symbol);
   });
@@ -140,8 +141,10 @@ int zdbResetSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
 
 int zdbCopySymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_t source) {
   return guarded(__func__, db, [&](Call) {
-    if (source == nullptr) return db->setLastError("No source symbol handle specified");
-    if (target == nullptr) return db->setLastError("No target symbol handle specified");
+    if (source == nullptr)
+      return db->setLastError(ErrorArgument, "No source symbol handle specified");
+    if (target == nullptr)
+      return db->setLastError(ErrorArgument, "No target symbol handle specified");
     return copySymbol(*db, target, source);
   });
 }
@@ -150,8 +153,8 @@ namespace {
 
 bool refuseStorage(Call call, int storageType) {
   return call.db.setLastError(
-      "%s: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)", call.function,
-      storageType);
+      ErrorArgument, "%s: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)",
+      call.function, storageType);
 }
 
 }  // namespace

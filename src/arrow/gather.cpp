@@ -29,7 +29,7 @@ bool Gather::take(const ArrowArray& batch) {
   const bool isBatch = batch.length >= 0 && batch.offset >= 0 &&
                        batch.n_children == plan_.columns() &&
                        (batch.n_children == 0 || batch.children != nullptr);
-  if (!isBatch) throw StreamError(ErrorCallback, "a batch of the stream does not fit its schema");
+  if (!isBatch) throw StreamError(ErrorByCallback, "a batch of the stream does not fit its schema");
   if (batch.length > kMostRows - taken_) {
     throw StreamError(ErrorArgument, "the stream has more records than a symbol can hold");
   }
@@ -63,8 +63,8 @@ void Gather::takeColumns(const ArrowArray& batch) {
 Gather::Column Gather::childOf(const ArrowArray& batch, int number) const {
   const ArrowArray* array = batch.children[number];
   if (array == nullptr || array->offset < 0 || array->length - batch.offset < batch.length) {
-    throw StreamError(ErrorCallback, plan_.names[static_cast<std::size_t>(number)] +
-                                         " of the stream is shorter than its batch");
+    throw StreamError(ErrorByCallback, plan_.names[static_cast<std::size_t>(number)] +
+                                           " of the stream is shorter than its batch");
   }
   return {*array, batch.offset + array->offset, number};
 }

@@ -74,11 +74,11 @@ ImportPlan::ImportPlan(const AbstractZDBSymbol& symbol, const ArrowSchema& schem
   checkCount(symbol, schema.n_children);
   for (int i = 0; i < static_cast<int>(schema.n_children); ++i) {
     if (schema.children == nullptr || schema.children[i] == nullptr) {
-      throw StreamError(ErrorCallback, "the stream's schema lacks a column");
+      throw StreamError(ErrorByCallback, "the stream's schema lacks a column");
     }
     const ArrowSchema& column = *schema.children[i];
     if (column.format == nullptr)
-      throw StreamError(ErrorCallback, columnName(i, column) + " of the stream has no format");
+      throw StreamError(ErrorByCallback, columnName(i, column) + " of the stream has no format");
     names.push_back(columnName(i, column));
     if (i < symbol.dim || symbol.type == TypeSet) {
       const auto text = TextFormat::parse(column);

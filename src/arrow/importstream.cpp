@@ -35,7 +35,7 @@ class AddedLabels {
 
 [[noreturn]] void fail(ArrowArrayStream& stream, int code) {
   const char* text = stream.get_last_error == nullptr ? nullptr : stream.get_last_error(&stream);
-  throw StreamError(ErrorCallback,
+  throw StreamError(ErrorByCallback,
                     std::string("the stream failed: ") +
                         (text == nullptr || *text == '\0' ? std::strerror(code) : text));
 }
@@ -51,7 +51,7 @@ ImportPlan planFor(const AbstractZDBSymbol& symbol, ArrowArrayStream& stream) {
     schema.release = nullptr;  // what a failed call leaves there is not ours
     fail(stream, code);
   }
-  if (schema.release == nullptr) throw StreamError(ErrorCallback, "the stream has no schema");
+  if (schema.release == nullptr) throw StreamError(ErrorByCallback, "the stream has no schema");
   return {symbol, schema};
 }
 

@@ -66,10 +66,10 @@ __extension__ using Int128 = __int128;
 
 const void* bufferOf(const ArrowArray& array, int number, std::int64_t entries) {
   if (array.n_buffers <= number || array.buffers == nullptr) {
-    throw StreamError(ErrorCallback, "an array of the stream has too few buffers");
+    throw StreamError(ErrorByCallback, "an array of the stream has too few buffers");
   }
   if (array.buffers[number] == nullptr && entries > 0) {
-    throw StreamError(ErrorCallback, "an array of the stream has no data");
+    throw StreamError(ErrorByCallback, "an array of the stream has no data");
   }
   return array.buffers[number];
 }
@@ -107,7 +107,7 @@ template <class Offset>
 std::string_view TextArray::between(std::int64_t entry) const {
   const auto* offsets = static_cast<const Offset*>(places_) + entry;
   if (offsets[0] < 0 || offsets[1] < offsets[0]) {
-    throw StreamError(ErrorCallback, "the offsets of a text column of the stream decrease");
+    throw StreamError(ErrorByCallback, "the offsets of a text column of the stream decrease");
   }
   const auto length = static_cast<std::size_t>(offsets[1] - offsets[0]);
   return length == 0 ? std::string_view("")
@@ -119,7 +119,7 @@ std::string_view TextArray::viewed(std::int64_t entry) const {
   const auto length = static_cast<std::size_t>(view.length);
   if (view.length >= 0 && view.length <= View::kMostInside) return {view.inside(), length};
   if (view.length < 0 || view.offset < 0 || view.buffer < 0 || view.buffer >= viewBuffers_) {
-    throw StreamError(ErrorCallback, "a view of a text column of the stream points nowhere");
+    throw StreamError(ErrorByCallback, "a view of a text column of the stream points nowhere");
   }
   return {static_cast<const char*>(viewBytes_[view.buffer]) + view.offset, length};
 }

@@ -9,7 +9,7 @@ namespace {
 const ArrowArray& textsOf(const TextFormat& column, const ArrowArray& array) {
   if (column.numbers == '\0') return array;
   if (array.dictionary == nullptr) {
-    throw StreamError(ErrorCallback, "a dictionary column of the stream has no dictionary");
+    throw StreamError(ErrorByCallback, "a dictionary column of the stream has no dictionary");
   }
   return *array.dictionary;
 }
@@ -39,7 +39,7 @@ TextReader::TextReader(const TextFormat& column, const ArrowArray& array)
 
 std::int64_t TextReader::checked(std::int64_t place) const {
   if (static_cast<std::uint64_t>(place) >= static_cast<std::uint64_t>(size_)) {
-    throw StreamError(ErrorCallback,
+    throw StreamError(ErrorByCallback,
                       "a number of a dictionary column of the stream is not in the dictionary");
   }
   return place;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "core/datasource.h"
 #include "core/functionref.h"
 #include "core/handlenotes.h"
+#include "core/lasterror.h"
 #include "dmap/idmap.h"
 
 namespace zdb {
@@ -129,12 +131,15 @@ class AbstractZDBSymbol {
   int type;      ///< a SymbolType
   int userInfo;  ///< the caller's; subtype of variables and equations, set number of an alias
   int number;    ///< position in the symbol table; -1 for the universe
+  /// What remains when numbers change or another storage replaces the symbol: larger for symbols
+  /// that were added later, and never used again. 0 for the universe and outside a table.
+  std::uint64_t serial = 0;
   bool isLoaded = true;    ///< false while the records are still in the data source
   bool isDomain = false;   ///< some symbol has this one as a domain
   bool isWritten = false;  ///< changed while write recording was active
-  /// Why the records that should be here are not, or not all of them; empty otherwise. What is
-  /// known to be a part must neither be used nor written as if it were the whole.
-  std::string loadFailure;
+  /// Why the records that should be here are not, or not all of them; null otherwise. What is known
+  /// to be a part must neither be used nor written as if it were the whole.
+  std::unique_ptr<LastError> loadFailure;
   std::string name;         ///< at most 63 bytes
   std::string explText;     ///< at most 255 bytes
   HandleNotes handleNotes;  ///< for the handles on its records

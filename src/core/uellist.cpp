@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "contract/names.h"
-#include "core/message.h"
 
 namespace zdb::uellist {
 
@@ -32,9 +31,9 @@ constexpr std::array<unsigned char, 256> kClasses = [] {
   return classes;
 }();
 
-bool reportCheck(LabelCheck check, char* errorText, const char* text) {
-  if (check == LabelMixedQuotes) writeMessage(errorText, kMixedQuotes, text);
-  if (check == LabelTooLong) writeMessage(errorText, kTooLong, kMaxLabelLength, text);
+bool reportCheck(LabelCheck check, LastError& error, const char* text) {
+  if (check == LabelMixedQuotes) error.set(ErrorLabel, kMixedQuotes, text);
+  if (check == LabelTooLong) error.set(ErrorLabel, kTooLong, kMaxLabelLength, text);
   return check == LabelGood;
 }
 
@@ -91,11 +90,11 @@ LabelCheck CheckAndTrimUELStr(const char* text, char* out, int& length) {
   return check;
 }
 
-bool UELStrCheck(char* errorText, const char* text, char* out, int& length) {
-  return reportCheck(CheckAndTrimUELStr(text, out, length), errorText, text);
+bool UELStrCheck(LastError& error, const char* text, char* out, int& length) {
+  return reportCheck(CheckAndTrimUELStr(text, out, length), error, text);
 }
 
-UELList::UELList(char* errorText) : errorText_(errorText) {
+UELList::UELList(LastError& error) : error_(error) {
   list_.AddObject(" ", 0);
 }
 
@@ -111,7 +110,7 @@ UELList& UELList::operator=(const IUELList& other) {
 bool UELList::find(const char* text, int& number) {
   CheckedLabel label;
   const LabelCheck check = CheckLabel(text, label);
-  if (check != LabelGood) return reportCheck(check, errorText_, text);
+  if (check != LabelGood) return reportCheck(check, error_, text);
   number = list_.IndexOf(text, static_cast<std::size_t>(label.length), label.hash);
   return true;
 }
@@ -119,7 +118,7 @@ bool UELList::find(const char* text, int& number) {
 bool UELList::merge(const char* text, int& number) {
   CheckedLabel label;
   const LabelCheck check = CheckLabel(text, label);
-  if (check != LabelGood) return reportCheck(check, errorText_, text);
+  if (check != LabelGood) return reportCheck(check, error_, text);
   number = list_.AddObject(text, static_cast<std::size_t>(label.length), label.hash, 0);
   return true;
 }
@@ -162,14 +161,12 @@ int UELList::mergeMany(const std::string_view* texts, int count, int* numbers, L
 
 bool UnorderedMapUELList::makeKey(const char* text, std::string& key) const {
   if (std::strchr(text, '\'') != nullptr && std::strchr(text, '"') != nullptr) {
-    writeMessage(errorText_, kMixedQuotes, text);
-    return false;
+    return error_.set(ErrorLabel, kMixedQuotes, text);
   }
   std::size_t length = std::strlen(text);
   while (length > 1 && isWhiteSpace(text[length - 1])) --length;
   if (length > kMaxLabelLength) {
-    writeMessage(errorText_, kTooLong, kMaxLabelLength, text);
-    return false;
+    return error_.set(ErrorLabel, kTooLong, kMaxLabelLength, text);
   }
   key = contract::upperCase({text, length});
   return true;

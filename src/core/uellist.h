@@ -12,6 +12,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "core/lasterror.h"
 #include "core/txstrhashlist.h"
 
 namespace zdb::uellist {
@@ -59,16 +60,15 @@ LabelCheck CheckLabel(std::string_view text, CheckedLabel& label);
 /// The same; also copies the label, trimmed and terminated, into a buffer of at least 64 bytes.
 LabelCheck CheckAndTrimUELStr(const char* text, char* out, int& length);
 
-/// Like CheckAndTrimUELStr; on failure also writes a message into `errorText` (256 bytes), except
-/// for control characters and null.
-bool UELStrCheck(char* errorText, const char* text, char* out, int& length);
+/// Like CheckAndTrimUELStr; on failure also sets `error`, except for control characters and null.
+bool UELStrCheck(LastError& error, const char* text, char* out, int& length);
 
 /// The label list that the database uses. Finding allocates nothing; merging allocates new entries.
 class UELList final : public IUELList {
  public:
-  /// Failures write their message into `errorText` (256 bytes).
-  /// REQUIRES `errorText` outlives the list.
-  explicit UELList(char* errorText);
+  /// Failures set `error`.
+  /// REQUIRES `error` outlives the list.
+  explicit UELList(LastError& error);
   UELList(const UELList&) = delete;
   // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the general form handles it
   UELList& operator=(const UELList& other) { return *this = static_cast<const IUELList&>(other); }
@@ -93,14 +93,14 @@ class UELList final : public IUELList {
 
  private:
   zxf::collections::strhash::TXStrHashList<int> list_;
-  char* errorText_;
+  LastError& error_;
 };
 
 /// The same on a standard hash map. By contract it differs from UELList: blanks are labels like any
 /// other, trailing blanks are kept in the stored text, and control characters are not checked.
 class UnorderedMapUELList final : public IUELList {
  public:
-  explicit UnorderedMapUELList(char* errorText) : errorText_(errorText) {}
+  explicit UnorderedMapUELList(LastError& error) : error_(error) {}
 
   bool find(const char* text, int& number) override;
   bool merge(const char* text, int& number) override;
@@ -112,7 +112,7 @@ class UnorderedMapUELList final : public IUELList {
 
   std::unordered_map<std::string, int> numbers_;  ///< trimmed and folded to upper case
   std::vector<std::string> labels_{" "};          ///< as given
-  char* errorText_;
+  LastError& error_;
 };
 
 }  // namespace zdb::uellist

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 
 #include "core/shortstring.h"
 
@@ -18,7 +17,10 @@ ZDB::ZDB(SymbolFactory makeSymbol, const std::string& directory)
     : makeSymbol_(makeSymbol), directory_(directory), zxf_(directory) {
   texts_.insert("", 0);  // number 0: no text
   universe_ = symbolFactory(defaultStorage_, "*", 1, TypeSet, -1, 0, "universe");
-  if (zxf_.get() == nullptr) setLastError("ZXF create did not succeed: %s", zxf_.message());
+  if (zxf_.get() == nullptr) {
+    setLastError(ErrorCompanion, "ZXF create did not succeed: %s", zxf_.message());
+    keepReason(zxf_.message());
+  }
 }
 
 ZDB::~ZDB() {
@@ -28,14 +30,26 @@ ZDB::~ZDB() {
   });
 }
 
-bool ZDB::setLastError(const char* format, ...) {
-  // Formatted elsewhere first, since an argument may be the last-error text itself.
-  char text[kMessageSize];
+bool ZDB::setLastError(ErrorKind kind, const char* format, ...) {
   std::va_list arguments;
   va_start(arguments, format);
-  writeMessageV(text, format, arguments);
+  lastError_.setV(kind, format, arguments);
   va_end(arguments);
-  std::memcpy(lastErrorText_, text, sizeof text);
+  return false;
+}
+
+bool ZDB::keepReason(const char* reason) {
+  writeMessage(lastError_.reason, "%s", reason);
+  return false;
+}
+
+bool ZDB::reportReason(const char* reason) {
+  keepReason(reason);
+  if (*reason == '\0' || (log_.print == nullptr && debugLevel == 0)) return false;
+  char line[kMessageSize];
+  writeMessage(line, "%s: %s", lastError_.text, lastError_.reason);
+  if (log_.print != nullptr) PrintLog(line);
+  if (debugLevel > 0) debug_out(line, 1);
   return false;
 }
 
@@ -65,11 +79,13 @@ bool ZDB::uelsInRange(const AbstractZDBSymbol* symbol, const int* keys) {
   for (int i = 0; i < symbol->dim; ++i) {
     if (keys[i] < 1) {
       return setLastError(
+          ErrorNotFound,
           "Error when adding record to symbol %s: UEL needs to be greater than zero but is %d",
           symbol->name.c_str(), keys[i]);
     }
     if (keys[i] > highest) {
       return setLastError(
+          ErrorNotFound,
           "Error when adding record to symbol %s: UEL %d is unknown. Largest known UEL is %d",
           symbol->name.c_str(), keys[i], highest);
     }
@@ -82,8 +98,8 @@ bool ZDB::strKeysToUelIndices(const AbstractZDBSymbol* symbol, const char* const
   for (int i = 0; i < symbol->dim; ++i) {
     if (!labels_.find(texts[i], keys[i])) return false;
     if (keys[i] < 0) {
-      return setLastError("Cannot find element %s (on position %d) in Symbol %s", texts[i], i + 1,
-                          symbol->name.c_str());
+      return setLastError(ErrorNotFound, "Cannot find element %s (on position %d) in Symbol %s",
+                          texts[i], i + 1, symbol->name.c_str());
     }
   }
   return true;
@@ -104,7 +120,7 @@ std::string ZDB::joinKeys(const int* numbers, int count) const {
 }
 
 bool ZDB::StartWriteRecording() {
-  if (writeRecording_) return setLastError("Write Recording already active");
+  if (writeRecording_) return setLastError(ErrorState, "Write Recording already active");
   writeRecording_ = true;
   for (int i = 1; i < symbols_.size(); ++i) {
     if (!symbols_[i]->isAlias()) symbols_[i]->isWritten = false;
@@ -113,7 +129,7 @@ bool ZDB::StartWriteRecording() {
 }
 
 bool ZDB::StopWriteRecording() {
-  if (!writeRecording_) return setLastError("Write Recording not active");
+  if (!writeRecording_) return setLastError(ErrorState, "Write Recording not active");
   writeRecording_ = false;
   return true;
 }
@@ -136,20 +152,22 @@ void ZDB::dropSource(InitSource kind) {
 
 bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
   const char* name = symbol->name.c_str();
-  if (symbol->isLoaded) return setLastError("Symbol %s already loaded", name);
+  if (symbol->isLoaded) return setLastError(ErrorState, "Symbol %s already loaded", name);
   DataSource* from = source(initFrom_);
   if (from == nullptr) {
     symbol->isLoaded = true;
-    return setLastError("Symbol %s not initialized from ZXF or ZMI: %d", name, initFrom_);
+    return setLastError(ErrorState, "Symbol %s not initialized from ZXF or ZMI: %d", name,
+                        initFrom_);
   }
   // Made now, while a lack of memory leaves the symbol as it was.
-  const std::string before = lastErrorText_;
-  std::string failure = "Symbol " + symbol->name + " could not be read to its end";
-  failure.reserve(kMessageSize);
+  const unsigned before = lastError_.count;
+  auto failure = std::make_unique<LastError>();
+  failure->set(ErrorNoMemory, "Symbol %s could not be read to its end", name);
   symbol->isLoaded = true;
   try {
     if (from->read(*symbol, symbol->appender())) return true;
-    if (before != lastErrorText_) failure = lastErrorText_;
+    failure->kind = ErrorByCallback;  // which is all that fails without a message
+    if (before != lastError_.count) failure->set(lastError_);
   } catch (...) {
     symbol->loadFailure = std::move(failure);
     throw;

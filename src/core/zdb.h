@@ -7,7 +7,7 @@
 
 #include "core/abstractzdbsymbol.h"
 #include "core/datasource.h"
-#include "core/message.h"
+#include "core/lasterror.h"
 #include "core/specialvalues.h"
 #include "core/strpool.h"
 #include "core/symtable.h"
@@ -72,10 +72,20 @@ class ZDB {
 
   // Messages and log.
 
-  /// Replaces the last-error text, cut to 255 characters. Always returns false, so that a failing
-  /// function can `return setLastError(...)`.
-  [[gnu::format(printf, 2, 3)]] bool setLastError(const char* format, ...);
-  const char* lastError() const { return lastErrorText_; }
+  /// Replaces the last error; its text is cut to 255 characters, and it has no reason. Always
+  /// returns false, so that a failing function can `return setLastError(...)`.
+  [[gnu::format(printf, 3, 4)]] bool setLastError(ErrorKind kind, const char* format, ...);
+  /// Takes over a failure of another database, or an earlier one of this.
+  bool setLastError(const LastError& failure) { return lastError_.set(failure); }
+  /// Keeps what is behind the last error, where its text says so already or cannot. Always returns
+  /// false: `return setLastError(...) || keepReason(...)`.
+  bool keepReason(const char* reason);
+  /// The same where the text does not say it: also goes to the log, if the host has set one, and to
+  /// the trace.
+  bool reportReason(const char* reason);
+  const char* lastError() const { return lastError_.text; }
+  const LastError& error() const { return lastError_; }
+  void clearError() { lastError_.clear(); }
 
   /// Writes a line to the log callback, or to standard output if there is none.
   void PrintLog(const char* text) const;
@@ -123,7 +133,8 @@ class ZDB {
   const symtable::TSymbolTable& symbols() const { return symbols_; }
   /// Whether the symbol belongs to this database; if not, reports it as `name`.
   bool owns(const AbstractZDBSymbol& symbol, const char* name) {
-    return symbol.database == this || setLastError("Symbol %s not in this database", name);
+    return symbol.database == this ||
+           setLastError(ErrorHandle, "Symbol %s not in this database", name);
   }
 
   /// Storage of symbols that are added later.
@@ -147,6 +158,16 @@ class ZDB {
   /// symbol replaces the given one, whose handle becomes invalid; null (and no change) for an
   /// unknown storage.
   AbstractZDBSymbol* switchSymbolStorage(AbstractZDBSymbol* symbol, int storageType);
+
+  /// Removes a symbol from the table and deletes it; those after it move up. Fails for one that is
+  /// a domain of another symbol or has an alias. Takes time in all symbols. REQUIRES the symbol is
+  /// not the universe.
+  bool removeSymbol(AbstractZDBSymbol* symbol);
+  /// Gives a symbol another name, also where it is a domain by name only. Fails for a name that
+  /// another symbol has. Loads the symbol first, since its source knows it by the old name. As
+  /// costly.
+  /// REQUIRES the symbol is not the universe.
+  bool renameSymbol(AbstractZDBSymbol* symbol, const char* name);
 
   /// `domains` and `domainNames` have `dim` entries; where a domain is null, the name counts.
   /// Returns null and leaves a message on failure.
@@ -208,7 +229,7 @@ class ZDB {
   /// was, until the symbol is cleared.
   bool ensureLoaded(AbstractZDBSymbol* symbol) {
     if (!symbol->isLoaded) return LoadSymbol(symbol);
-    return symbol->loadFailure.empty() || setLastError("%s", symbol->loadFailure.c_str());
+    return symbol->loadFailure == nullptr || setLastError(*symbol->loadFailure);
   }
   /// Reads a symbol's records from the source on first use. The symbol counts as loaded even if
   /// that fails, and remembers why it did.
@@ -248,7 +269,7 @@ class ZDB {
   bool CallSolver(const char* solverName, double* time);
 
  private:
-  char lastErrorText_[kMessageSize] = "";
+  LastError lastError_;
   SymbolFactory makeSymbol_;
   std::string directory_;
   ZXFHandle zxf_;
@@ -257,9 +278,10 @@ class ZDB {
   bool writeRecording_ = false;
   bool domainCheckInProgress_ = false;
   SpecialValueMap specialValues_;
-  uellist::UELList labels_{lastErrorText_};
+  uellist::UELList labels_{lastError_};
   strpool::TStrHashPool texts_;
   symtable::TSymbolTable symbols_;
+  std::uint64_t lastSerial_ = 0;  ///< of a symbol in the table, which may have been removed
   std::unique_ptr<AbstractZDBSymbol> universe_;
   InitSource initFrom_ = FROM_NOSOURCE;
   std::vector<std::unique_ptr<DataSource>> sources_;  ///< at most one of each kind

@@ -15,27 +15,28 @@ CallbackSource::CallbackSource(ZDB& db, const DataCallbacks& callbacks, const do
 
 bool CallbackSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
   const char* name = symbol.name.c_str();
-  if (symbol.isAlias()) return db_.setLastError("Cannot load alias %s", name);
+  if (symbol.isAlias()) return db_.setLastError(ErrorArgument, "Cannot load alias %s", name);
   char shortName[kMessageSize];
   zxf::utils::strConvCppToDelphi(symbol.name, shortName);
   int number = 0;
   if (callbacks_.findSymbol == nullptr ||
       callbacks_.findSymbol(shortName, &number, callbacks_.user) != 0) {
-    return db_.setLastError("Problems with findSymbol for symbol %s", name);
+    return db_.setLastError(ErrorByCallback, "Problems with findSymbol for symbol %s", name);
   }
   int records = 0;
   if (callbacks_.readStart == nullptr ||
       callbacks_.readStart(number, &records, callbacks_.user) != 0) {
-    return db_.setLastError("Problems with dataReadRawStart for symbol %s", name);
+    return db_.setLastError(ErrorByCallback, "Problems with dataReadRawStart for symbol %s", name);
   }
   if (!readRecords(symbol, records, sink)) return false;
   return (callbacks_.readDone != nullptr && callbacks_.readDone(callbacks_.user) == 0) ||
-         db_.setLastError("Problems with dataReadDone for symbol %s", name);
+         db_.setLastError(ErrorByCallback, "Problems with dataReadDone for symbol %s", name);
 }
 
 bool CallbackSource::readRecords(const AbstractZDBSymbol& symbol, int records, RecordSink sink) {
   const auto fail = [&] {
-    return db_.setLastError("Problems with dataReadRaw for symbol %s", symbol.name.c_str());
+    return db_.setLastError(ErrorByCallback, "Problems with dataReadRaw for symbol %s",
+                            symbol.name.c_str());
   };
   if (records > 0 && callbacks_.readRecord == nullptr) return fail();
   int keys[kMaxDim] = {};
@@ -68,7 +69,7 @@ bool CallbackSource::translateText(double& value) {
   const bool isInteger = value > -2147483649.0 && value < 2147483648.0;
   const int number = isInteger ? static_cast<int>(value) : 0;
   if (callbacks_.elemText == nullptr) {
-    return db_.setLastError("No callback for element texts was given");
+    return db_.setLastError(ErrorByCallback, "No callback for element texts was given");
   }
   if (callbacks_.elemText(number, text, kMaxTextLength, callbacks_.user) != 0) return false;
   const auto length = static_cast<unsigned char>(text[0]);

@@ -48,13 +48,14 @@ bool DatabaseCopy::run() {
 
 bool DatabaseCopy::isEmpty() {
   if (db_.labels().size() > 1) {
-    return db_.setLastError("Uels present. Cannot load Uels from other database.");
+    return db_.setLastError(ErrorState, "Uels present. Cannot load Uels from other database.");
   }
   if (!db_.symbols().empty()) {
-    return db_.setLastError("Symbols present. Cannot load symbols from other database.");
+    return db_.setLastError(ErrorState,
+                            "Symbols present. Cannot load symbols from other database.");
   }
   return db_.GetInitFrom() == FROM_NOSOURCE || db_.GetInitFrom() == FROM_MEMORY ||
-         db_.setLastError("Database incorrectly initialized.");
+         db_.setLastError(ErrorState, "Database incorrectly initialized.");
 }
 
 /// Set records hold text numbers, so the texts are copied too: with the same numbers, unless this
@@ -84,7 +85,7 @@ bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
   const int initFrom = source_.GetInitFrom();
   const bool isLoadable = from.isLoaded || initFrom == FROM_ZXF || initFrom == FROM_DMRF;
   if (isLoadable && !source_.ensureLoaded(&from)) {
-    return db_.setLastError("%s", source_.lastError());
+    return db_.setLastError(source_.error());
   }
   // What has not been loaded from a model instance can be loaded later; everything else is
   // loaded now.

@@ -24,9 +24,10 @@ DictionarySymbol::DictionarySymbol(zlxRec* dictionary, const char* name)
 
 bool agrees(ZDB& db, const DictionarySymbol& found, const AbstractZDBSymbol& symbol) {
   const char* name = symbol.name.c_str();
-  if (symbol.dim != found.dim) return db.setLastError("Mismatch in dimension for symbol %s", name);
+  if (symbol.dim != found.dim)
+    return db.setLastError(ErrorModel, "Mismatch in dimension for symbol %s", name);
   return symbol.type == found.databaseType() ||
-         db.setLastError("Mismatch in type for symbol %s", name);
+         db.setLastError(ErrorModel, "Mismatch in type for symbol %s", name);
 }
 
 bool readModelLabels(ZDB& db, ModelLink& link) {
@@ -54,10 +55,10 @@ bool registerInstance(ZDB& db, ModelLink& link, zmiRec* instance) {
                                   : getReadyD(db.directory().c_str(), message, sizeof message);
   };
   if (makeReady(zmiGetReady, zmiGetReadyD) == 0) {
-    return db.setLastError("Error in zmiGetReady: %s", message);
+    return db.setLastError(ErrorCompanion, "Error in zmiGetReady: %s", message);
   }
   if (makeReady(zlxGetReady, zlxGetReadyD) == 0) {
-    return db.setLastError("Error in zlxGetReady: %s", message);
+    return db.setLastError(ErrorCompanion, "Error in zlxGetReady: %s", message);
   }
   // The preparation of one instance is of no use for another, which may have come to the address
   // of one that was freed.
@@ -67,7 +68,7 @@ bool registerInstance(ZDB& db, ModelLink& link, zmiRec* instance) {
   link.labels.reset();
   zmiPinfSet(instance, std::numeric_limits<double>::infinity());
   zmiMinfSet(instance, -std::numeric_limits<double>::infinity());
-  return link.dictionary != nullptr || db.setLastError("No dictionary available");
+  return link.dictionary != nullptr || db.setLastError(ErrorModel, "No dictionary available");
 }
 
 /// Adds a variable or equation of the dictionary, unless the database has it already.
@@ -76,7 +77,8 @@ bool takeSymbol(ZDB& db, zlxRec* dictionary, int index) {
   char name[kDictionaryNameSize] = "";
   zlxSymName(dictionary, index, name, sizeof name);
   if (found.type != DictionaryVariable && found.type != DictionaryEquation) {
-    return db.setLastError("ZMI symbol type not variable or equation of symbol %s", name);
+    return db.setLastError(ErrorModel, "ZMI symbol type not variable or equation of symbol %s",
+                           name);
   }
   if (db.symbols().contains(name)) return agrees(db, found, *db.symbols()[name]);
   char quote[2] = "";
@@ -86,8 +88,8 @@ bool takeSymbol(ZDB& db, zlxRec* dictionary, int index) {
                                  db.symbols().size(), zlxSymUserInfo(dictionary, index), text);
   if (!symbol) {
     if (db.isStorageUnknown(name)) return false;
-    return db.setLastError("Dimension of symbol %s must be between 0 and %d (saw %d)", name,
-                           kMaxDim, found.dim);
+    return db.setLastError(ErrorModel, "Dimension of symbol %s must be between 0 and %d (saw %d)",
+                           name, kMaxDim, found.dim);
   }
   symbol->isLoaded = false;
   db.insertSymbol(std::move(symbol));
@@ -100,16 +102,16 @@ bool knowsSymbols(ZDB& db, zlxRec* dictionary) {
     if (symbol->type != TypeVariable && symbol->type != TypeEquation) return true;
     const char* name = symbol->name.c_str();
     return zlxSymIndex(dictionary, name) > 0 ||
-           db.setLastError("Variable/Equation symbol %s does not exist in model", name);
+           db.setLastError(ErrorModel, "Variable/Equation symbol %s does not exist in model", name);
   });
 }
 
 bool fillFromDictionary(ZDB& db, ModelLink& link, zmiRec* instance) {
   if (db.labels().size() > 1) {
-    return db.setLastError("Uels present. Cannot load Uels from dictionary.");
+    return db.setLastError(ErrorState, "Uels present. Cannot load Uels from dictionary.");
   }
   if (db.GetInitFrom() != FROM_NOSOURCE && db.GetInitFrom() != FROM_MEMORY) {
-    return db.setLastError("Database incorrectly initialized.");
+    return db.setLastError(ErrorState, "Database incorrectly initialized.");
   }
   db.setInitFrom(FROM_MEMORY);
   if (!registerInstance(db, link, instance) || !readModelLabels(db, link) ||
@@ -132,7 +134,7 @@ bool ZDB::RegisterZMI(zmiRec* instance) {
 bool ZDB::InitFromDict(zmiRec* instance) {
   traceStep("---- Entering InitFromDict ----");
   const bool isFilled = fillFromDictionary(*this, modelLink(*this), instance);
-  if (!isFilled) traceStep(lastErrorText_);
+  if (!isFilled) traceStep(lastError());
   return isFilled;
 }
 

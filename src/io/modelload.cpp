@@ -130,12 +130,14 @@ bool readSymbol(const ModelLink& link, const DictionarySymbol& symbol, RecordSin
 
 bool ModelSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
   const char* name = symbol.name.c_str();
-  if (link_.dictionary == nullptr) return db_.setLastError("No dictionary available");
+  if (link_.dictionary == nullptr) return db_.setLastError(ErrorModel, "No dictionary available");
   const DictionarySymbol found(link_.dictionary, name);
-  if (!found.exists()) return db_.setLastError("Symbol %s does not exist in model", name);
+  if (!found.exists())
+    return db_.setLastError(ErrorModel, "Symbol %s does not exist in model", name);
   if (!agrees(db_, found, symbol) || !readModelLabels(db_, link_)) return false;
   return readSymbol(link_, found, sink) ||
-         db_.setLastError("The dictionary gives symbol %s a label that it does not have", name);
+         db_.setLastError(ErrorModel,
+                          "The dictionary gives symbol %s a label that it does not have", name);
 }
 
 bool ZDB::LoadSymbolFromZMI(AbstractZDBSymbol* symbol, RecordSink sink) const {

@@ -7,6 +7,7 @@
 
 #include "io/modeldictionary.h"
 #include "io/modelsource.h"
+#include "io/solverfailure.h"
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
@@ -34,7 +35,7 @@ Configuration loadSolverLibraries(ZDB& db) {
                 zstCreate(&configuration, message, sizeof message) != 0
           : zrtGetReadyD(directory.c_str(), message, sizeof message) != 0 &&
                 zstCreateD(&configuration, directory.c_str(), message, sizeof message) != 0;
-  if (!isLoaded) db.setLastError("%s", message);
+  if (!isLoaded) db.setLastError(ErrorCompanion, "%s", message);
   return Configuration(configuration);
 }
 
@@ -87,13 +88,13 @@ void fixParameters(const ModelLink& link) {
 
 bool prepareUpdates(ZDB& db, ModelLink& link, zmiRec* instance) {
   if (db.GetInitFrom() == FROM_ZXF) {
-    return db.setLastError("Database initialized from ZXF cannot sync with model");
+    return db.setLastError(ErrorState, "Database initialized from ZXF cannot sync with model");
   }
   if (link.isPrepared()) return true;
   if (link.dictionary == nullptr && !db.RegisterZMI(instance)) return false;
   if (instance != link.instance) {
     return db.setLastError(
-        "The model instance is not the one that the database is registered with");
+        ErrorArgument, "The model instance is not the one that the database is registered with");
   }
   // Symbols are loaded later, one by one, and must not add labels then: a walk or a file that is
   // being written would miss these.
@@ -102,11 +103,12 @@ bool prepareUpdates(ZDB& db, ModelLink& link, zmiRec* instance) {
   Configuration configuration = loadSolverLibraries(db);
   if (!configuration) return false;
   auto* environment = static_cast<zrtRec*>(zmiEnvironment(instance));
-  if (environment == nullptr) return db.setLastError("No solver environment available");
+  if (environment == nullptr) return db.setLastError(ErrorModel, "No solver environment available");
   link.systemDirectory = systemDirectoryOf(environment);
   const std::string file = link.systemDirectory + "zrncmpun.txt";
   if (zstReadConfigGUC(configuration.get(), file.c_str(), link.systemDirectory.c_str()) != 0) {
-    return db.setLastError("Could not read configuration file");
+    db.setLastError(ErrorCompanion, "Could not read configuration file");
+    return db.reportReason(lastSolverFailure(environment).c_str());
   }
   saveSolution(link);
   fixParameters(link);

@@ -3,6 +3,7 @@
 
 #include "io/modeldictionary.h"
 #include "io/modelsource.h"
+#include "io/solverfailure.h"
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
@@ -97,7 +98,8 @@ Outcome Solve::solveInPlace(bool isHot) {
     return Outcome::Failed;
   }
   if (zstAlgCallSolver(link_.configuration, solver_, link_.instance) == 0) return Outcome::Solved;
-  db_.setLastError("callsolver failed");
+  db_.setLastError(ErrorModel, "callsolver failed");
+  db_.reportReason(lastSolverFailure(link_.environment).c_str());
   return Outcome::Failed;
 }
 
@@ -115,10 +117,11 @@ bool Solve::makeSolver() {
   char message[kMessageSize] = "";
   if (zstAlgCreate(link_.configuration, solver_, link_.systemDirectory.c_str(), message,
                    sizeof message) == 0) {
-    return db_.setLastError("%s", message);
+    return db_.setLastError(ErrorModel, "%s", message);
   }
   return zstAlgReadyAPI(link_.configuration, solver_, link_.instance) == 0 ||
-         db_.setLastError("readyapi failed");
+         db_.setLastError(ErrorModel, "readyapi failed") ||
+         db_.reportReason(lastSolverFailure(link_.environment).c_str());
 }
 
 bool Solve::callPlain(const char* solverName) {
@@ -128,7 +131,7 @@ bool Solve::callPlain(const char* solverName) {
   char message[kMessageSize] = "";
   return zrtCallSolver(link_.environment, link_.instance, "", solverName, solveLink, 0, noLimit,
                        noLimit, noLimit, "", "", noCount, noCount, nullptr, message) == 0 ||
-         db_.setLastError("%s", message);
+         db_.setLastError(ErrorModel, "%s", message);
 }
 
 /// Unloads the symbols that the model shares with the database, so that they are read again.
@@ -149,16 +152,17 @@ void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
 
 bool callSolver(ZDB& db, ModelLink& link, const char* solverName, double* time) {
   if (!link.isPrepared()) {
-    return db.setLastError("No model instance is prepared: call zdbInitUpdate first");
+    return db.setLastError(ErrorState, "No model instance is prepared: call zdbInitUpdate first");
   }
   if (zmiN(link.instance) != link.columns || zmiM(link.instance) != link.rows) {
     return db.setLastError(
+        ErrorState,
         "The model instance has %d columns and %d rows, but had %d and %d when it was prepared: "
         "call zdbRegisterZMI and zdbInitUpdate again",
         zmiN(link.instance), zmiM(link.instance), link.columns, link.rows);
   }
   const int solver = zstAlgNumber(link.configuration, solverName);
-  if (solver < 1) return db.setLastError("Invalid solver name: %s", solverName);
+  if (solver < 1) return db.setLastError(ErrorArgument, "Invalid solver name: %s", solverName);
   if (link.alternativeBoundsInUse) zmiAltBoundsSet(link.instance, 1);
   {
     const SolverForm form(link);

@@ -93,20 +93,22 @@ bool SymbolUpdate::readKey(int entry, int* key) const {
   const auto getKey = symbol_.isVariable() ? zlxColUels : zlxRowUels;
   const bool isKnown = getKey(link_.dictionary, entry, &symbol, key, &dim) != 0;
   return (isKnown && link_.labels->translate(key, symbol_.dim)) ||
-         db_.setLastError("The dictionary gives entry %d a label that it does not have", entry);
+         db_.setLastError(ErrorModel, "The dictionary gives entry %d a label that it does not have",
+                          entry);
 }
 
 bool SymbolUpdate::valueOf(double recorded, double& value) const {
   constexpr double tooLarge = kLibrarySpecialValues[SpecialUndefined];
   value = sameBits(recorded, kLibrarySpecialValues[SpecialEpsilon]) ? 0.0 : recorded;
   const bool isUsable = value < tooLarge || value == kLibrarySpecialValues[SpecialPlusInfinity];
-  return isUsable || db_.setLastError("Bad value %g", value);
+  return isUsable || db_.setLastError(ErrorArgument, "Bad value %g", value);
 }
 
 bool SymbolUpdate::apply(int entry, Value value) const {
   const bool isBound = action_ >= ActionUpper && action_ <= ActionBounds;
   if (value == nullptr && !isBound && entry >= entries_) {
-    return db_.setLastError("Entry %d has no base value: call zdbInitUpdate first", entry);
+    return db_.setLastError(ErrorState, "Entry %d has no base value: call zdbInitUpdate first",
+                            entry);
   }
   switch (action_) {
     case ActionFix:
@@ -179,21 +181,24 @@ void SymbolUpdate::setMarginal(int entry, double value) const {
 bool canUpdate(ZDB& db, const DictionarySymbol& symbol, int action, const char* name,
                const AbstractZDBSymbol& data) {
   if (action < ActionFix || action > ActionMarginal) {
-    return db.setLastError("Invalid actionType, saw %d", action);
+    return db.setLastError(ErrorArgument, "Invalid actionType, saw %d", action);
   }
   if (!symbol.isVariable() && action < ActionLevel) {
-    return db.setLastError("actionType %d needs a variable, but %s is an equation of the model",
+    return db.setLastError(ErrorArgument,
+                           "actionType %d needs a variable, but %s is an equation of the model",
                            action, name);
   }
   return symbol.dim == data.dim ||
-         db.setLastError("Data symbol %s has %d index positions, %s has %d in the model",
+         db.setLastError(ErrorArgument,
+                         "Data symbol %s has %d index positions, %s has %d in the model",
                          data.name.c_str(), data.dim, name, symbol.dim);
 }
 
 bool updateSymbol(ZDB& db, ModelLink& link, const AbstractZDBSymbol& modelSymbol, int action,
                   AbstractZDBSymbol& data, int updateType, int& noMatch) {
   if (link.dictionary == nullptr) {
-    return db.setLastError("No model instance is registered: call zdbRegisterZMI first");
+    return db.setLastError(ErrorState,
+                           "No model instance is registered: call zdbRegisterZMI first");
   }
   if (!db.ensureLoaded(&data)) return false;
   std::string name = modelSymbol.name;

@@ -1,6 +1,7 @@
 // Filling a database from a data exchange file: headers now, records on first use.
 #include <array>
 
+#include "io/fileerror.h"
 #include "io/trace.h"
 #include "io/zxfconventions.h"
 #include "io/zxfsource.h"
@@ -56,14 +57,16 @@ bool ZXFReader::open() {
   zxfOpenRead(zxf_, source_.fileName().c_str(), &error);
   if (error != 0) {
     traceStep("Error opening zxf file");
-    char text[kMessageSize] = "";
-    zxfErrorStr(zxf_, error, text);
-    return db_.setLastError("Error opening ZXF file: %s", text);
+    const FileError cause(zxf_, error);
+    return db_.setLastError(cause.kind, "Error opening ZXF file: %s", cause.text) ||
+           db_.keepReason(cause.text);
   }
   traceStep("Opening zxf file was successful");
   traceStep("using special values from ZDB", 2);
-  return zxfSetReadSpecialValues(zxf_, zxfSpecialValues(zxf_).data()) != 0 ||
-         db_.setLastError("Error setting special values");
+  if (zxfSetReadSpecialValues(zxf_, zxfSpecialValues(zxf_).data()) != 0) return true;
+  const FileError cause = newestFileError(zxf_);
+  return db_.setLastError(cause.kind, "Error setting special values") ||
+         db_.reportReason(cause.number != 0 ? cause.text : "");
 }
 
 void ZXFReader::readTexts() {
@@ -91,8 +94,10 @@ bool ZXFReader::readLabels() {
     traceStep("Get uel", 2);
     int mapped = 0;
     if (zxfUMUelGet(zxf_, i, text, &mapped) == 0) {
-      return db_.setLastError("Error reading label %d from ZXF file %s", i,
-                              source_.fileName().c_str());
+      const FileError cause = newestFileError(zxf_);
+      return db_.setLastError(cause.kind, "Error reading label %d from ZXF file %s", i,
+                              source_.fileName().c_str()) ||
+             db_.reportReason(cause.number != 0 ? cause.text : "");
     }
     int number;
     if (!db_.labels().merge(text, number)) return false;
@@ -118,7 +123,8 @@ bool ZXFReader::makeSymbol(int fileNumber) {
       db_.symbolFactory(db_.defaultStorage(), name, dim, type, fileNumber - 1, userInfo, text);
   if (!symbol && db_.isStorageUnknown(name)) return false;
   if (!symbol || db_.symbols().contains(name)) {
-    return db_.setLastError("File %s has a symbol %s of dimension %d that cannot be added",
+    return db_.setLastError(ErrorDamaged,
+                            "File %s has a symbol %s of dimension %d that cannot be added",
                             source_.fileName().c_str(), name, dim);
   }
   symbol->isLoaded = false;
@@ -167,11 +173,12 @@ bool initFromFile(ZDB& db, const std::string& fileName) {
   traceStep("---- Entering InitFromZXF ----");
   if (db.GetInitFrom() != FROM_NOSOURCE) {
     traceStep("FROM_NOSOURCE!=initFrom", 2);
-    return db.setLastError("Database has been initialized, cannot initialize from %s",
+    return db.setLastError(ErrorState, "Database has been initialized, cannot initialize from %s",
                            fileName.c_str());
   }
   if (db.zxf().get() == nullptr) {
-    return db.setLastError("ZXF create did not succeed: %s", db.zxf().message());
+    return db.setLastError(ErrorCompanion, "ZXF create did not succeed: %s", db.zxf().message()) ||
+           db.keepReason(db.zxf().message());
   }
   auto& source =
       static_cast<ZXFSource&>(db.attachSource(std::make_unique<ZXFSource>(db, fileName)));

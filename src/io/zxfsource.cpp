@@ -1,11 +1,14 @@
 #include "io/zxfsource.h"
 
+#include "io/fileerror.h"
+
 namespace zdb {
 
 using namespace loaders;
 
 bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
-  if (symbol.isAlias()) return db_.setLastError("Cannot load alias %s", symbol.name.c_str());
+  if (symbol.isAlias())
+    return db_.setLastError(ErrorArgument, "Cannot load alias %s", symbol.name.c_str());
   zxfRec* file = zxf();
   int fileNumber = 0;
   int records = 0;
@@ -27,16 +30,19 @@ bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
 }
 
 bool ZXFSource::failRead(const AbstractZDBSymbol& symbol) {
-  char text[kMessageSize] = "";
-  zxfErrorStr(zxf(), zxfGetLastError(zxf()), text);
-  return db_.setLastError("Error reading symbol %s from ZXF file %s: %s", symbol.name.c_str(),
-                          fileName_.c_str(), text);
+  const FileError cause = newestFileError(zxf());
+  // A record that the companion delivers and this database cannot take is one of a damaged file.
+  const ErrorKind kind = cause.number != 0 ? cause.kind : ErrorDamaged;
+  return db_.setLastError(kind, "Error reading symbol %s from ZXF file %s: %s", symbol.name.c_str(),
+                          fileName_.c_str(), cause.text) ||
+         db_.keepReason(cause.number != 0 ? cause.text : "");
 }
 
 namespace {
 
 bool closeFile(ZDB& db, bool loadRemain) {
-  if (db.GetInitFrom() != FROM_ZXF) return db.setLastError("Database not initialized from ZXF");
+  if (db.GetInitFrom() != FROM_ZXF)
+    return db.setLastError(ErrorState, "Database not initialized from ZXF");
   const bool loadedAll = db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
     return symbol->isLoaded || symbol->isAlias() || !loadRemain || db.LoadSymbol(symbol);
   });

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/textutils.h"
+#include "io/fileerror.h"
 #include "io/zxfconventions.h"
 #include "io/zxfsource.h"
 
@@ -27,16 +28,23 @@ class ZXFWriter {
   bool writeAlias(const AbstractZDBSymbol& symbol);
   bool writeSymbol(AbstractZDBSymbol& symbol, int fileNumber, bool domainCheck);
   bool writeStrictDomain(const AbstractZDBSymbol& symbol);
+  bool copyRecords(AbstractZDBSymbol& symbol);
   bool writeRecords(AbstractZDBSymbol& symbol);
   bool writeSorted(DataSource& source, const AbstractZDBSymbol& symbol);
   void writeRelaxedDomain(const AbstractZDBSymbol& symbol, int fileNumber);
   void writeTexts();
+  [[gnu::format(printf, 2, 3)]] bool failWriting(const char* format, ...);
   bool finish();
+  void takeErrors();
   bool reportErrors();
 
   ZDB& db_;
   zxfRec* zxf_;
   int forgivenErrors_ = 0;  ///< raised by strict domains that the companion rejected
+  /// Of the other errors: those that have been taken off the companion's list.
+  int errors_ = 0;
+  int firstError_ = 0;
+  int newestError_ = 0;
 };
 
 bool ZXFWriter::write(const std::string& fileName, bool domainCheck) {
@@ -56,14 +64,14 @@ bool ZXFWriter::open(const std::string& fileName) {
   int error = 0;
   zxfOpenWrite(zxf_, fileName.c_str(), "", &error);
   if (error != 0) {
-    char text[kMessageSize] = "";
-    zxfErrorStr(zxf_, error, text);
-    return db_.setLastError("%s: %s", text, fileName.c_str());
+    const FileError cause(zxf_, error);
+    return db_.setLastError(cause.kind, "%s: %s", cause.text, fileName.c_str()) ||
+           db_.keepReason(cause.text);
   }
   forgivenErrors_ = error;
   zxfStoreDomainSetsSet(zxf_, 0);
   return zxfSetSpecialValues(zxf_, zxfSpecialValues(zxf_).data()) != 0 ||
-         db_.setLastError("Error setting special values");
+         failWriting("Error setting special values");
 }
 
 void ZXFWriter::writeLabels() {
@@ -76,19 +84,17 @@ void ZXFWriter::writeLabels() {
 bool ZXFWriter::writeAlias(const AbstractZDBSymbol& symbol) {
   const char* set = symbol.aliasTarget->name.c_str();
   return zxfAddAlias(zxf_, symbol.name.c_str(), set) != 0 ||
-         db_.setLastError("Error writing alias %s of set %s to ZXF", symbol.name.c_str(), set);
+         failWriting("Error writing alias %s of set %s to ZXF", symbol.name.c_str(), set);
 }
 
 bool ZXFWriter::writeSymbol(AbstractZDBSymbol& symbol, int fileNumber, bool domainCheck) {
   const int userInfo = toFileUserInfo(symbol.type, symbol.userInfo);
   if (zxfDataWriteRawStart(zxf_, symbol.name.c_str(), symbol.explText.c_str(), symbol.dim,
                            symbol.type, userInfo) == 0) {
-    return db_.setLastError("Error writing symbol %s to ZXF", symbol.name.c_str());
+    return failWriting("Error writing symbol %s to ZXF", symbol.name.c_str());
   }
   const bool isStrict = domainCheck && writeStrictDomain(symbol);
-  if (!writeRecords(symbol)) {
-    return db_.setLastError("Problems writing symbol %s to ZXF", symbol.name.c_str());
-  }
+  if (!copyRecords(symbol)) return false;
   zxfDataWriteDone(zxf_);
   if (!isStrict) writeRelaxedDomain(symbol, fileNumber);
   return true;
@@ -105,11 +111,23 @@ bool ZXFWriter::writeStrictDomain(const AbstractZDBSymbol& symbol) {
   }
   if (!hasRegular) return false;
   const int before = zxfErrorCount(zxf_);
+  if (before > forgivenErrors_) takeErrors();  // or the oldest of these would be forgiven below
   if (zxfSymbolSetDomain(zxf_, names.data()) != 0) return true;
   const int raised = zxfErrorCount(zxf_) - before;
   forgivenErrors_ += raised;
   for (int i = 0; i < raised; ++i) zxfGetLastError(zxf_);
   return false;
+}
+
+/// What fails here is the source.
+bool ZXFWriter::copyRecords(AbstractZDBSymbol& symbol) {
+  const unsigned before = db_.error().count;
+  if (writeRecords(symbol)) return true;
+  LastError cause;
+  cause.kind = ErrorByCallback;  // which is all that fails without a message
+  if (db_.error().count != before) cause = db_.error();
+  return db_.setLastError(cause.kind, "Problems writing symbol %s to ZXF", symbol.name.c_str()) ||
+         db_.reportReason(cause.text);
 }
 
 bool ZXFWriter::writeRecords(AbstractZDBSymbol& symbol) {
@@ -158,6 +176,20 @@ void ZXFWriter::writeTexts() {
   }
 }
 
+/// Sets the message of a failure, and why the companion failed. That may have been in an earlier
+/// call, whose result is not looked at: after it, all calls fail.
+bool ZXFWriter::failWriting(const char* format, ...) {
+  char text[kMessageSize];
+  std::va_list arguments;
+  va_start(arguments, format);
+  writeMessageV(text, format, arguments);
+  va_end(arguments);
+  takeErrors();
+  const FileError cause(zxf_, newestError_);
+  return db_.setLastError(cause.kind, "%s", text) ||
+         db_.reportReason(cause.number != 0 ? cause.text : "");
+}
+
 bool ZXFWriter::finish() {
   if (zxfErrorCount(zxf_) <= forgivenErrors_) {
     zxfClose(zxf_);
@@ -168,13 +200,19 @@ bool ZXFWriter::finish() {
   return false;
 }
 
+/// The companion hands out the oldest error first.
+void ZXFWriter::takeErrors() {
+  for (int number = zxfGetLastError(zxf_); number != 0; number = zxfGetLastError(zxf_)) {
+    if (errors_++ == 0) firstError_ = number;
+    newestError_ = number;
+  }
+}
+
 bool ZXFWriter::reportErrors() {
-  const int first = zxfGetLastError(zxf_);
-  int count = first != 0 ? 1 : 0;
-  while (zxfGetLastError(zxf_) != 0) ++count;
-  char text[kMessageSize] = "";
-  zxfErrorStr(zxf_, first, text);
-  return db_.setLastError("%d ZXF Error(s). First Error: %s", count, text);
+  takeErrors();
+  const FileError cause(zxf_, firstError_);
+  return db_.setLastError(cause.kind, "%d ZXF Error(s). First Error: %s", errors_, cause.text) ||
+         db_.keepReason(cause.text);
 }
 
 /// Whether the database still reads from the file with this name.
@@ -187,7 +225,8 @@ bool isOwnSource(const ZDB& db, const std::string& fileName) {
 bool writeFile(ZDB& db, const std::string& fileName, bool domainCheck) {
   const ZXFHandle zxf(db.directory());
   if (zxf.get() == nullptr) {
-    return db.setLastError("ZXF create did not succeed: %s", zxf.message());
+    return db.setLastError(ErrorCompanion, "ZXF create did not succeed: %s", zxf.message()) ||
+           db.keepReason(zxf.message());
   }
   if (isOwnSource(db, fileName)) db.CloseZXF(true);
   return ZXFWriter(db, zxf.get()).write(fileName, domainCheck);

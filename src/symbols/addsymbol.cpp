@@ -22,9 +22,11 @@ bool takeDomainName(ZDB& db, const char* name, AbstractZDBSymbol*& domain,
 bool takeDomainSymbol(ZDB& db, AbstractZDBSymbol* symbol, AbstractZDBSymbol*& domain) {
   if (symbol != db.universe()) {
     const char* name = symbol->name.c_str();
-    if (symbol->dim != 1) return db.setLastError("1 <> Dim of Symbol %s", name);
-    if (!symbol->canBeDomain()) return db.setLastError("Symbol %s not a set/alias", name);
-    if (symbol->name == "*") return db.setLastError("Universe from different database");
+    if (symbol->dim != 1) return db.setLastError(ErrorDomain, "1 <> Dim of Symbol %s", name);
+    if (!symbol->canBeDomain())
+      return db.setLastError(ErrorDomain, "Symbol %s not a set/alias", name);
+    if (symbol->name == "*")
+      return db.setLastError(ErrorHandle, "Universe from different database");
     if (!db.owns(*symbol, name)) return false;
     symbol->markAsDomain();
   }
@@ -59,13 +61,14 @@ bool appendDomains(ZDB& db, AbstractZDBSymbol& symbol, AbstractZDBSymbol* const*
 std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, int dim, int type,
                                              int userInfo, const std::string& explText) {
   if (db.symbols().contains(name.c_str())) {
-    db.setLastError("Symbol %s exists already", name.c_str());
+    db.setLastError(ErrorExists, "Symbol %s exists already", name.c_str());
     return nullptr;
   }
   auto symbol = db.symbolFactory(db.defaultStorage(), name, dim, type, db.symbols().size(),
                                  userInfo, explText);
   if (!symbol && !db.isStorageUnknown(name)) {
-    db.setLastError("Dimension must be greater or equal 0 and smaller or equal %d (saw %d)",
+    db.setLastError(ErrorArgument,
+                    "Dimension must be greater or equal 0 and smaller or equal %d (saw %d)",
                     kMaxDim, dim);
   }
   return symbol;

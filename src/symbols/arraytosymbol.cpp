@@ -80,12 +80,14 @@ bool fixPosition(ZDB& db, AbstractZDBSymbol* slice, int& label) {
   const char* name = slice->name.c_str();
   if (!isOwnSet(db, *set, slice->name) || !db.ensureLoaded(set)) return false;
   if (set->size() != 1) {
-    return db.setLastError("Symbol %s must have one record to fix a position, saw %d", name,
+    return db.setLastError(ErrorArgument,
+                           "Symbol %s must have one record to fix a position, saw %d", name,
                            set->size());
   }
   set->forEachRecordKeys([&](const int* keys) { label = keys[0]; });
   return db.isLabel(label) ||
-         db.setLastError("Symbol %s has a record with the label number %d, which is unknown", name,
+         db.setLastError(ErrorNotFound,
+                         "Symbol %s has a record with the label number %d, which is unknown", name,
                          label);
 }
 

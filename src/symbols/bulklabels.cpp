@@ -64,7 +64,7 @@ bool addLabels(ZDB& db, const TextColumn& texts, std::int64_t count, int* number
   if (!isDone && onFailure == FailureUndo) labels.truncate(before);
   outcome.added = labels.size() - before;
   if (isDone || onFailure == FailureKeep) outcome.done = at - outcome.skipped;
-  return isDone || db.setLastError("%s", outcome.text);
+  return isDone || db.setLastError(outcome.kind, "%s", outcome.text);
 }
 
 void findLabels(ZDB& db, const TextColumn& texts, std::int64_t count, int* numbers,

@@ -18,7 +18,7 @@ bool canTakeRecords(ZDB& db, AbstractZDBSymbol* symbol) {
   if (!symbol->isAlias()) [[likely]]
     return db.ensureLoaded(symbol);
   // Records of an alias could not be seen and would not be written.
-  return db.setLastError("Cannot add records to alias %s", symbol->name.c_str());
+  return db.setLastError(ErrorArgument, "Cannot add records to alias %s", symbol->name.c_str());
 }
 
 AbstractZDBSymbolIterator* addRecord(ZDB& db, AbstractZDBSymbol* symbol, const char* const* texts) {
@@ -27,7 +27,7 @@ AbstractZDBSymbolIterator* addRecord(ZDB& db, AbstractZDBSymbol* symbol, const c
   AbstractZDBSymbolIterator* record = symbol->addRecord(keys, defaultVariableRow(symbol->userInfo),
                                                         defaultEquationRow(symbol->userInfo));
   if (record == nullptr) {
-    db.setLastError("Record %s exists already for symbol %s",
+    db.setLastError(ErrorExists, "Record %s exists already for symbol %s",
                     ZDB::joinKeys(texts, symbol->dim).c_str(), symbol->name.c_str());
     return nullptr;
   }
@@ -96,9 +96,10 @@ bool ZDB::AddRecordRaw(AbstractZDBSymbol* symbol, const int* keys, bool checkLab
 
 bool deleteRecord(ZDB& db, AbstractZDBSymbolIterator* record) {
   AbstractZDBSymbol* symbol = record->symbol;
-  if (symbol->isUniverse()) return db.setLastError("Cannot delete the Universe");
+  if (symbol->isUniverse()) return db.setLastError(ErrorArgument, "Cannot delete the Universe");
   if (record->hasEnded() || record->getValues() == nullptr) {
-    return db.setLastError("The record of this handle in symbol %s has been deleted already",
+    return db.setLastError(ErrorHandle,
+                           "The record of this handle in symbol %s has been deleted already",
                            symbol->name.c_str());
   }
   symbol->deleteRecord(record);

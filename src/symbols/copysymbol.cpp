@@ -12,7 +12,7 @@ class SymbolCopy {
 
   bool run() {
     if (source_.isUniverse()) return copyUniverse();
-    if (!from_.ensureLoaded(&source_)) return db_.setLastError("%s", from_.lastError());
+    if (!from_.ensureLoaded(&source_)) return db_.setLastError(from_.error());
     return source_.forEachRecordPred(
         [this](const int* keys, const double* values) { return copyRecord(keys, values); });
   }
@@ -46,7 +46,8 @@ class SymbolCopy {
   bool translateKeys(int count, const int* keys, int* translated) const {
     for (int i = 0; i < count; ++i) {
       if (keys[i] < 0 || keys[i] > from_.highestLabel()) {
-        return db_.setLastError("Symbol %s has a record with the label number %d, which is unknown",
+        return db_.setLastError(ErrorNotFound,
+                                "Symbol %s has a record with the label number %d, which is unknown",
                                 source_.name.c_str(), keys[i]);
       }
       translated[i] = keys[i];
@@ -73,9 +74,10 @@ class SymbolCopy {
 }  // namespace
 
 bool copySymbol(ZDB& db, AbstractZDBSymbol* target, AbstractZDBSymbol* source) {
-  if (source->dim != target->dim) return db.setLastError("Inconsistent symbol dimensions");
+  if (source->dim != target->dim)
+    return db.setLastError(ErrorArgument, "Inconsistent symbol dimensions");
   if (source->type != target->type && target->type != TypeSet) {
-    return db.setLastError("Inconsistent symbol types");
+    return db.setLastError(ErrorArgument, "Inconsistent symbol types");
   }
   if (source == target) return true;  // clearing the target would lose the records
   if (!target->isUniverse()) {
@@ -84,7 +86,7 @@ bool copySymbol(ZDB& db, AbstractZDBSymbol* target, AbstractZDBSymbol* source) {
   }
   const bool copied = SymbolCopy(*target, *source).run();
   ZDB* into = target->database;
-  if (!copied && into != &db) db.setLastError("%s", into->lastError());
+  if (!copied && into != &db) db.setLastError(into->error());
   into->markWritten(target);
   return copied;
 }

@@ -17,14 +17,16 @@ bool labelsOf(ZDB& db, AbstractZDBSymbol* domain, std::vector<int>& labels) {
     std::iota(labels.begin(), labels.end(), 1);
     return true;
   }
-  if (set->type != TypeSet) return db.setLastError("Symbol %s not a set/alias", name);
-  if (set->dim != 1) return db.setLastError("1 <> Dim of Symbol %s", name);
+  if (set->type != TypeSet)
+    return db.setLastError(ErrorArgument, "Symbol %s not a set/alias", name);
+  if (set->dim != 1) return db.setLastError(ErrorArgument, "1 <> Dim of Symbol %s", name);
   if (!db.ensureLoaded(set)) return false;
   labels.reserve(static_cast<std::size_t>(set->size()));
   return set->forEachRecordPred([&](const int* keys, const double*) {
     labels.push_back(keys[0]);
     return db.isLabel(keys[0]) ||
-           db.setLastError("Symbol %s has a record with the label number %d, which is unknown",
+           db.setLastError(ErrorNotFound,
+                           "Symbol %s has a record with the label number %d, which is unknown",
                            name, keys[0]);
   });
 }
@@ -33,7 +35,8 @@ bool labelsOf(ZDB& db, AbstractZDBSymbol* domain, std::vector<int>& labels) {
 
 bool isOwnSet(ZDB& db, const AbstractZDBSymbol& set, const std::string& name) {
   return (set.type == TypeSet && set.dim == 1 && !set.isUniverse() && set.database == &db) ||
-         db.setLastError("Symbol %s must be a one-dimensional set of this database", name.c_str());
+         db.setLastError(ErrorArgument, "Symbol %s must be a one-dimensional set of this database",
+                         name.c_str());
 }
 
 DenseAxis::DenseAxis(int labelCount, std::vector<int> labels)
@@ -60,14 +63,16 @@ bool DenseAxes::sizesAgree(ZDB& db, const AbstractZDBSymbol& symbol, const int* 
   for (int d = 0; d < dim(); ++d) {
     const int size = axes_[static_cast<std::size_t>(d)].size();
     if (dims[d] != size) {
-      return db.setLastError("Dimension %d of the array for symbol %s must have size %d, saw %d",
+      return db.setLastError(ErrorArgument,
+                             "Dimension %d of the array for symbol %s must have size %d, saw %d",
                              d + 1, symbol.name.c_str(), size, dims[d]);
     }
     isEmpty = isEmpty || size == 0;
     room /= static_cast<std::size_t>(size == 0 ? 1 : size);
   }
   return isEmpty || room > 0 ||
-         db.setLastError("An array over the domains of symbol %s is larger than memory",
+         db.setLastError(ErrorNoMemory,
+                         "An array over the domains of symbol %s is larger than memory",
                          symbol.name.c_str());
 }
 

@@ -10,7 +10,7 @@ AbstractZDBSymbolIterator* findLabel(ZDB& db, AbstractZDBSymbol* universe, const
   int label;
   if (!db.labels().find(text, label)) return nullptr;
   if (label >= 0) return ZDB::symbolIteratorFactory(universe, label);
-  db.setLastError("Cannot find element %s in Universe", text);
+  db.setLastError(ErrorNotFound, "Cannot find element %s in Universe", text);
   return nullptr;
 }
 
@@ -18,7 +18,8 @@ bool hasRecords(ZDB& db, AbstractZDBSymbol* symbol) {
   if (!db.ensureLoaded(symbol)) return false;
   const char* name = symbol->name.c_str();
   return !symbol->empty() ||
-         db.setLastError("Cannot find any record in Symbol %s (%s is empty)", name, name);
+         db.setLastError(ErrorNotFound, "Cannot find any record in Symbol %s (%s is empty)", name,
+                         name);
 }
 
 /// The record with this key; `key` is the caller's form of it, which the message shows.
@@ -27,8 +28,8 @@ AbstractZDBSymbolIterator* findByKey(ZDB& db, AbstractZDBSymbol* symbol, const i
                                      const Key* given) {
   AbstractZDBSymbolIterator* record = symbol->find(keys);
   if (record == nullptr) {
-    db.setLastError("Cannot find record %s in Symbol %s", db.joinKeys(given, symbol->dim).c_str(),
-                    symbol->name.c_str());
+    db.setLastError(ErrorNotFound, "Cannot find record %s in Symbol %s",
+                    db.joinKeys(given, symbol->dim).c_str(), symbol->name.c_str());
   }
   return record;
 }
@@ -43,7 +44,7 @@ AbstractZDBSymbolIterator* findRecord(ZDB& db, AbstractZDBSymbol* symbol,
 
 AbstractZDBSymbolIterator* findLabel(ZDB& db, AbstractZDBSymbol* universe, int label) {
   if (label >= 0 && label < db.labels().size()) return ZDB::symbolIteratorFactory(universe, label);
-  db.setLastError("Cannot find UEL %d in Universe", label);
+  db.setLastError(ErrorNotFound, "Cannot find UEL %d in Universe", label);
   return nullptr;
 }
 
@@ -53,7 +54,8 @@ AbstractZDBSymbolIterator* findRecord(ZDB& db, AbstractZDBSymbol* symbol, const 
   const int size = db.labels().size();
   for (int i = 0; i < symbol->dim; ++i) {
     if (keys[i] >= 0 && keys[i] < size) continue;
-    db.setLastError("Key %d for symbol %s in position %d is out of UEL List bounds (<%ld)", keys[i],
+    db.setLastError(ErrorNotFound,
+                    "Key %d for symbol %s in position %d is out of UEL List bounds (<%ld)", keys[i],
                     symbol->name.c_str(), i + 1, static_cast<long>(size));
     return nullptr;
   }
@@ -63,14 +65,14 @@ AbstractZDBSymbolIterator* findRecord(ZDB& db, AbstractZDBSymbol* symbol, const 
 bool hasRecordsToWalk(ZDB& db, AbstractZDBSymbol* symbol) {
   if (!db.ensureLoaded(symbol)) return false;
   return !symbol->empty() ||
-         db.setLastError("Cannot find a record in Symbol %s", symbol->name.c_str());
+         db.setLastError(ErrorNotFound, "Cannot find a record in Symbol %s", symbol->name.c_str());
 }
 
 AbstractZDBSymbolIterator* findEndmost(ZDB& db, AbstractZDBSymbol* symbol, int label,
                                        AbstractZDBSymbolIterator* (AbstractZDBSymbol::*get)()) {
   if (symbol->isUniverse()) {
     if (db.highestLabel() > 0) return ZDB::symbolIteratorFactory(symbol, label);
-    db.setLastError("Cannot find a record in Universe");
+    db.setLastError(ErrorNotFound, "Cannot find a record in Universe");
     return nullptr;
   }
   return hasRecordsToWalk(db, symbol) ? (symbol->*get)() : nullptr;
@@ -85,7 +87,8 @@ bool sliceKeys(ZDB& db, const AbstractZDBSymbol* symbol, const char* const* text
     }
     if (!db.labels().find(texts[i], keys[i])) return false;
     if (keys[i] < 0) {
-      return db.setLastError("Cannot find slice element %s (on position %d) in Symbol %s", texts[i],
+      return db.setLastError(ErrorNotFound,
+                             "Cannot find slice element %s (on position %d) in Symbol %s", texts[i],
                              i + 1, symbol->name.c_str());
     }
   }
@@ -117,7 +120,7 @@ AbstractZDBSymbolIterator* findRecordSlice(ZDB& db, AbstractZDBSymbol* symbol,
   AbstractZDBSymbolIterator* record =
       backwards ? symbol->findSliceBackwards(keys) : symbol->findSlice(keys);
   if (record == nullptr) {
-    db.setLastError("Cannot find a record for slice %s in Symbol %s",
+    db.setLastError(ErrorNotFound, "Cannot find a record for slice %s in Symbol %s",
                     ZDB::joinKeys(texts, symbol->dim).c_str(), symbol->name.c_str());
   }
   return record;

@@ -416,7 +416,7 @@ bool failWith(ZDB& db, BulkOutcome& outcome, ErrorKind kind, const char* format,
   writeMessageV(outcome.text, format, arguments);
   va_end(arguments);
   outcome.kind = kind;
-  return db.setLastError("%s", outcome.text);
+  return db.setLastError(outcome.kind, "%s", outcome.text);
 }
 
 bool putRecords(ZDB& db, AbstractZDBSymbol& symbol, const RecordColumns& records, PutMode mode,
@@ -424,7 +424,7 @@ bool putRecords(ZDB& db, AbstractZDBSymbol& symbol, const RecordColumns& records
   if (mode != PutReplace && !db.ensureLoaded(&symbol)) return false;
   const bool isDone = withRecords(
       symbol, [&](auto& typed) { return Put(db, typed, records, mode, onFailure, outcome).run(); });
-  return isDone || db.setLastError("%s", outcome.text);
+  return isDone || db.setLastError(outcome.kind, "%s", outcome.text);
 }
 
 }  // namespace zdb

@@ -17,7 +17,7 @@ double cellValue(const ZDB& db, int type, const double* row, int field) {
 
 bool fieldExists(ZDB& db, const AbstractZDBSymbol& symbol, int field) {
   if (field >= 0 && field < valueWidth(symbol.type)) return true;
-  return db.setLastError("Symbol %s has fields 0 to %d, saw %d", symbol.name.c_str(),
+  return db.setLastError(ErrorArgument, "Symbol %s has fields 0 to %d, saw %d", symbol.name.c_str(),
                          valueWidth(symbol.type) - 1, field);
 }
 
@@ -36,8 +36,8 @@ bool areFreeSets(ZDB& db, const AbstractZDBSymbol* symbol, AbstractZDBSymbol* co
                         std::any_of(domains, domains + symbol->dim, isSame);
     if (isUsed) {
       return db.setLastError(
-          "Symbol %s cannot receive the labels of dimension %d: it is in use here", name.c_str(),
-          d + 1);
+          ErrorArgument, "Symbol %s cannot receive the labels of dimension %d: it is in use here",
+          name.c_str(), d + 1);
     }
   }
   return true;
@@ -117,7 +117,7 @@ bool denseSymbolToArray(ZDB& db, double* array, const int* dims, AbstractZDBSymb
   return symbol->forEachRecordPred([&](const int* keys, const double* values) {
     const std::ptrdiff_t cell = axes.cellOf(keys);
     if (cell < 0) {
-      return db.setLastError("Record %s of symbol %s is outside its domain",
+      return db.setLastError(ErrorDomain, "Record %s of symbol %s is outside its domain",
                              db.joinKeys(keys, symbol->dim).c_str(), symbol->name.c_str());
     }
     array[cell] = cellValue(db, symbol->type, values, field);

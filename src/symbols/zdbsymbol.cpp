@@ -24,7 +24,7 @@ void ZDBSymbol<Map, It>::clear() {
     records_.clear();
   }
   end_ = records_.end();
-  loadFailure.clear();
+  loadFailure.reset();
   handleNotes.endHandles();
 }
 
@@ -32,7 +32,7 @@ template <class Map, class It>
 void ZDBSymbol<Map, It>::replaceRecords(Map& records) {
   records_.swapRecords(records);
   end_ = records_.end();
-  loadFailure.clear();
+  loadFailure.reset();
   handleNotes.endHandles();
 }
 

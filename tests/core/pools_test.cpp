@@ -165,6 +165,18 @@ TYPED_TEST(SymbolTables, RandomSymbols_KeepTheirPlacesInBothOrders) {
       all[unsigned(number)] = std::move(symbol);
     }
   }
+  for (std::size_t step = 0; all.size() > 3; ++step) {
+    const std::size_t place = step * 7 % all.size();
+    const std::string old = all[place]->name;
+    all[place]->name = step % 2 == 0 ? folded(old) : "new" + std::to_string(step);
+    const std::string& name = all[place]->name;
+    test::callStarved([&] { return table.rename(old.c_str(), name.c_str()), 0; },
+                      [&](auto) { EXPECT_TRUE(table.contains(old.c_str())); });
+    EXPECT_EQ(table.contains(old.c_str()), step % 2 == 0);
+    test::callStarved([&] { return table.remove(name.c_str()), 0; }, check);
+    all.erase(all.begin() + std::ptrdiff_t(place));
+    check(0);
+  }
   int calls = 0;
   EXPECT_FALSE(table.forEach([&](AbstractZDBSymbol*) { return ++calls < 2; }));
   EXPECT_EQ(calls, 2);
@@ -187,8 +199,8 @@ std::string anyLabel(std::mt19937& random) {
 // They differ in three points only: control characters, which UELList refuses without a message;
 // trailing blanks, which it does not store; and blanks alone, which have the number 0 there.
 TEST(LabelLists, RandomLabels_GetTheSameNumbersAndMessages) {
-  char error[256] = "";
-  char twinError[256] = "";
+  LastError error;
+  LastError twinError;
   uellist::UELList list(error);
   uellist::UnorderedMapUELList twin(twinError);
   std::mt19937 random(3);
@@ -196,7 +208,8 @@ TEST(LabelLists, RandomLabels_GetTheSameNumbersAndMessages) {
     const std::string text = anyLabel(random);
     const std::string kept = text.substr(0, text.find_last_not_of(' ') + 1);
     if (kept.empty()) continue;
-    error[0] = twinError[0] = '\0';
+    error.clear();
+    twinError.clear();
     const int size = list.size();
     const auto call = [&](uellist::IUELList& labels, int& number) {
       return step % 2 == 0 ? labels.find(text.c_str(), number) : labels.merge(text.c_str(), number);
@@ -206,11 +219,11 @@ TEST(LabelLists, RandomLabels_GetTheSameNumbersAndMessages) {
     const bool isGood = call(list, number);
     if (text.find('\t') != std::string::npos) {
       ASSERT_FALSE(isGood);
-      ASSERT_TRUE(error[0] == '\0' || text.find('"') != std::string::npos);
+      ASSERT_TRUE(error.kind == ErrorNone || text.find('"') != std::string::npos);
       continue;
     }
     ASSERT_EQ(call(twin, twinNumber), isGood) << text;
-    ASSERT_STREQ(error, twinError);
+    ASSERT_STREQ(error.text, twinError.text);
     ASSERT_EQ(number, twinNumber) << text;
     ASSERT_EQ(list.size(), twin.size());
     if (!isGood || number < size) continue;

@@ -1,8 +1,13 @@
 // What a script cannot say of data exchange files: what the companion finds in them, damage, and
 // that the companion is missing.
+#include <sys/resource.h>
+
+#include <csignal>
+
 #include "loaders/zxf.h"
 #include "support/client.h"
 #include "support/files.h"
+#include "zdbx.h"
 
 namespace {
 
@@ -65,6 +70,8 @@ TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
     ++found;
     if (part % 4 < 2) {
       EXPECT_EQ(write(read, folder.path("c.zxf")), "Problems writing symbol p to ZXF");
+      EXPECT_TRUE(std::string(zdbx_error_reason(read)).starts_with(reason));
+      EXPECT_EQ(zdbx_error_kind(read), ZDBX_DAMAGED);
     } else {
       EXPECT_TRUE(close(read, 1).starts_with(reason)) << read.error();
       // What could be read is not what the file holds, so it must not take the place of the file.
@@ -85,6 +92,29 @@ TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
   EXPECT_GT(found, 3);
 }
 
+// The bytes of a symbol go to the disk when the next one is begun, or the file is closed.
+TEST_F(ExchangeFiles, FullDisk_IsTheReasonOfTheFailure) {
+  zdbSymbol_t p = db.add("p", 1);
+  for (int n = 0; n < 60000; ++n) db.put(p, {("l" + std::to_string(n)).c_str()}, 1 / (n + 3.0));
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit whole{};
+  getrlimit(RLIMIT_FSIZE, &whole);
+  for (const char* next : {"", "b"}) {
+    if (*next != '\0') db.add(next, 0);
+    const rlimit limit{100000, whole.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const std::string said = write(db, a);
+    setrlimit(RLIMIT_FSIZE, &whole);
+    const std::string full =
+        "Not enough space for the file; an existing file is unchanged: File too large";
+    EXPECT_EQ(said, *next == '\0' ? "1 ZXF Error(s). First Error: " + full
+                                  : "Error writing symbol b to ZXF");
+    EXPECT_EQ(zdbx_error_reason(db), full);
+    EXPECT_EQ(zdbx_error_kind(db), ZDBX_SYSTEM);
+    EXPECT_FALSE(std::filesystem::exists(a));
+  }
+}
+
 TEST_F(ExchangeFiles, CompanionThatIsMissing_IsReported) {
   zdbfree(&db.handle);
   ASSERT_EQ(zdb::loaders::zxfLibraryUnload(), 1);
@@ -95,6 +125,7 @@ TEST_F(ExchangeFiles, CompanionThatIsMissing_IsReported) {
   EXPECT_TRUE(open(db, a).starts_with(reason)) << db.error();
   EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
   EXPECT_TRUE(write(db, a).starts_with(reason)) << db.error();
+  EXPECT_EQ(zdbx_error_kind(db), ZDBX_COMPANION);
 }
 
 }  // namespace

@@ -26,9 +26,10 @@ FunctionTable kitFunctions() {
 
 struct ModelInstance {
   kittest::Model model;
-  kittest::Instance instance{model};
+  kittest::Instance instance;
 
-  explicit ModelInstance(const std::string& text) : model(text) {
+  ModelInstance(const std::string& text, const std::string& directory)
+      : model(text), instance(model, directory.empty() ? nullptr : directory.c_str()) {
     // Integer columns are solved as if they were not.
     if (zkitIntegerColumns(instance) > 0) zkitSetModelType(instance, ZKIT_RMIP);
   }
@@ -51,7 +52,9 @@ class ModelHost : public ZdbHost {
  public:
   ModelHost() : ZdbHost(kitFunctions()) {
     words["model"] = [this](Run& run, const Statement& statement) {
-      models_.push_back(std::make_unique<ModelInstance>(statement.arguments.at(1).text));
+      const std::vector<Token>& what = statement.arguments;
+      models_.push_back(std::make_unique<ModelInstance>(
+          what.at(1).text, what.size() > 2 ? run.resolved(what[2]) : ""));
       run.variables[statement.arguments[0].text] = {"model", models_.back()->instance, nullptr};
       return std::string("made");
     };
@@ -156,6 +159,14 @@ std::string missing(const std::string& path) {
          ": cannot open shared object file: No such file or directory";
 }
 
+/// A folder with a configuration of the solvers.
+std::string configured(const testsupport::TemporaryFolder& folder, const std::string& name,
+                       const std::string& text) {
+  std::filesystem::create_directory(folder.path(name));
+  folder.write(name + "/zrncmpun.txt", text);
+  return folder.path(name);
+}
+
 std::vector<Way> makeWays() {
   static const testsupport::TemporaryFolder folder;
   std::vector<Way> ways;
@@ -167,6 +178,8 @@ std::vector<Way> makeWays() {
       way.settings = {
           {"storage", std::to_string(storage)},
           {"file", folder.path("a.zxf")},
+          {"bad", configured(folder, "bad", "# solvers\nclp clp QP")},
+          {"narrow", configured(folder, "narrow", "clp clp RMIP")},
           {"nokit", missing("/nowhere/libzkitdclib64.so")},
           {"nolabels", missing("/nowhere/libzlxmdclib64.so")},
           {"kit", KIT_DIRECTORY},

@@ -18,7 +18,7 @@ namespace zdb::kit::modelfile {
 namespace {
 
 constexpr std::size_t kMaxKept = 1 << 16;
-constexpr const char* kAllowingFiles = "ZKIT_ALLOW_FILES (zdb: --allow-files)";
+constexpr const char* kAllowingFiles = "ZKIT_ALLOW_FILES (zdbcc: --allow-files)";
 
 // What GLPK prints on its terminal, which is where it explains its errors.
 class Terminal {

@@ -21,22 +21,28 @@ TEST(Guard, Exceptions_BecomeResultsAndMessages) {
     int result;
     std::string printed;
     std::string message;
+    ErrorKind kind;
   } cases[] = {
-      {[](Call) { return true; }, 1, "", "before"},
-      {[](Call) { return false; }, 0, "", "before"},
-      {[](Call) -> bool { throw std::bad_alloc(); }, 0, memory + "\n", memory},
-      {[](Call) -> bool { throw std::bad_array_new_length(); }, 0, memory + "\n", memory},
-      {[](Call) -> bool { throw std::length_error("long"); }, 0, "", unexpected + "long"},
+      {[](Call) { return true; }, 1, "", "before", ErrorState},
+      {[](Call) { return false; }, 0, "", "before", ErrorState},
+      {[](Call) -> bool { throw std::bad_alloc(); }, 0, memory + "\n", memory, ErrorNoMemory},
+      {[](Call) -> bool { throw std::bad_array_new_length(); }, 0, memory + "\n", memory,
+       ErrorNoMemory},
+      {[](Call) -> bool { throw std::length_error("long"); }, 0, "", unexpected + "long",
+       ErrorArgument},
       {[](Call) -> bool { throw std::length_error(std::string(999, 'x')); }, 0, "",
-       (unexpected + std::string(999, 'x')).substr(0, 255)},
+       (unexpected + std::string(999, 'x')).substr(0, 255), ErrorArgument},
+      {[](Call) -> bool { throw std::runtime_error("odd"); }, 0, "", unexpected + "odd",
+       ErrorOther},
   };
   for (const auto& c : cases) {
     ZDB db{makeSymbol};
-    db.setLastError("before");
+    db.setLastError(ErrorState, "before");
     testing::internal::CaptureStdout();
     EXPECT_EQ(guarded("zdbSample", &db, c.body, "zdbMemory"), c.result);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), c.printed);
     EXPECT_EQ(db.lastError(), c.message);
+    EXPECT_EQ(db.error().kind, c.kind);
     EXPECT_EQ(guarded("zdbSample", nullptr, c.body), 0);
   }
   ZDB db{makeSymbol};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "exitcode.h"
+#include "terminal.h"
+
+namespace zdb::tool {
+
+/// Standard output and standard error. Output is buffered and written in large pieces. A problem
+/// that is reported makes the program exit with ExitCode::Failed, but the verb continues.
+///
+/// The first console takes standard output for itself: whatever else the process prints there, such
+/// as a library that reports a lack of memory, goes to standard error and not into a table.
+class Console {
+ public:
+  Console();
+  ~Console();
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+  const Terminal& terminal() const { return terminal_; }
+  void decideTerminal(When color);
+
+  /// Adds to standard output. Throws OutputError if the output cannot be written, ClosedPipeError
+  /// if nobody reads it any more.
+  void write(std::string_view text);
+  /// Writes out everything that is buffered. Throws as write().
+  void flush();
+  /// Prints a line on standard error, after the output so far. Does not throw ToolError.
+  void report(std::string_view problem);
+  /// The same for information that is not a problem: the program may still exit with 0.
+  void note(std::string_view fact);
+  bool hasProblems() const { return hasProblems_; }
+
+  /// A line on standard error that the next one replaces, and the next output clears.
+  void showBar(std::string_view bar);
+  void clearBar();
+
+ private:
+  bool push();
+  void printLine(std::string_view text, bool isProblem);
+
+  std::FILE* output_;
+  Terminal terminal_;
+  std::string pending_;
+  int outputError_ = 0;  ///< errno of the first failed write
+  bool hasProblems_ = false;
+  bool hasBar_ = false;
+};
+
+/// The text with a question mark for each control character: text from a file must not break a line
+/// or control a terminal.
+std::string printable(std::string_view text);
+
+/// "1 record", "2 records".
+std::string counted(unsigned long long count, std::string_view what);
+
+}  // namespace zdb::tool

@@ -1,0 +1,162 @@
+#include "exchangefile.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "blockchecker.h"
+#include "console.h"
+#include "contract/names.h"
+#include "guess.h"
+
+namespace zdb::tool {
+
+using namespace zdb::zxfile;
+
+namespace {
+
+/// Where the companion's text has the name of the file, it need not be said twice.
+[[noreturn]] void failReading(const std::string& file, const ZxfError& failure) {
+  const std::string detail = failure.what();
+  const bool startsWithName = detail.starts_with(file + ": ");
+  std::string reason = describe(failure);
+  if (detail == file) reason = errorText(static_cast<int>(failure.code()));
+  if (startsWithName) reason = detail.substr(file.size() + 2);
+  throw ToolError("cannot read " + file + ": " + reason);
+}
+
+template <typename Work>
+auto reading(const std::string& file, Work work) {
+  try {
+    return work();
+  } catch (const ZxfError& failure) {
+    failReading(file, failure);
+  }
+}
+
+int typeOf(SymbolType type) {
+  switch (type) {
+    case SymbolType::Set:
+      return ZDB_SET;
+    case SymbolType::Parameter:
+      return ZDB_PARAMETER;
+    case SymbolType::Variable:
+      return ZDB_VARIABLE;
+    case SymbolType::Equation:
+      return ZDB_EQUATION;
+    case SymbolType::Alias:
+      break;
+  }
+  return ZDB_ALIAS;
+}
+
+}  // namespace
+
+ExchangeFile::ExchangeFile(const std::string& fileName)
+    : name_(fileName), reader_(reading(fileName, [&] { return Reader(fileName.c_str()); })) {
+  std::error_code unknown;
+  size_ = std::filesystem::file_size(fileName, unknown);
+  if (unknown) size_ = 0;
+  const std::vector<SymbolEntry>& entries = reader_.directory().symbols;
+  symbols_.reserve(entries.size());
+  for (const SymbolEntry& entry : entries) {
+    symbols_.push_back(describe(entry, static_cast<int>(symbols_.size()) + 1));
+  }
+}
+
+FileSymbol ExchangeFile::describe(const SymbolEntry& entry, int number) const {
+  FileSymbol symbol;
+  symbol.number = number;
+  symbol.name = entry.name;
+  symbol.type = typeOf(entry.type);
+  symbol.dim = entry.dim;
+  symbol.text = entry.text;
+  symbol.recordCount = entry.recordCount;
+  symbol.size = entry.dataSize;
+  if (symbol.isAlias()) {
+    const auto set = static_cast<std::size_t>(entry.userInfo);
+    symbol.aliasOf = set == 0 ? "*" : reader_.directory().symbols[set - 1].name;
+    return symbol;
+  }
+  symbol.domains.assign(entry.dim, {"*"});
+  forEachDomain(entry, [&](int d, std::string_view name) {
+    const std::uint32_t set = reader_.directory().names.find(name);
+    const bool isSet = set != 0 && isDomainSet(reader_.directory().symbols[set - 1]);
+    symbol.domains[static_cast<std::size_t>(d)] = {std::string(name), !isSet && name != "*"};
+  });
+  return symbol;
+}
+
+FileSymbol ExchangeFile::symbol(std::string_view name) const {
+  if (name == "*") {
+    FileSymbol universe;
+    universe.name = "*";
+    universe.dim = 1;
+    universe.domains = {{"*"}};
+    universe.recordCount = static_cast<std::uint32_t>(labelCount());
+    return universe;
+  }
+  const std::uint32_t number = reader_.directory().names.find(name);
+  if (number == 0) {
+    Guess guess(name);
+    for (const FileSymbol& each : symbols_) guess.consider(each.name);
+    throw ToolError(name_ + " has no symbol " + std::string(name) +
+                    (guess.text().empty() ? "; zdbcc info lists those it has" : guess.text()));
+  }
+  const FileSymbol& found = symbols_[number - 1];
+  return found.isAlias() ? symbol(found.aliasOf) : found;
+}
+
+int ExchangeFile::findLabel(std::string_view label) const {
+  return static_cast<int>(reader_.directory().labels.find(label));
+}
+
+int ExchangeFile::requireLabel(std::string_view label) const {
+  const int number = findLabel(label);
+  if (number != 0) return number;
+  Guess guess(label);
+  for (int i = 1; i <= labelCount(); ++i) guess.consider(this->label(i));
+  throw ToolError(name_ + " has no label " + std::string(label) + guess.text());
+}
+
+FileRecords::FileRecords(ExchangeFile& file, const FileSymbol& symbol) : file_(file) {
+  if (symbol.isUniverse()) {
+    universe_ = file.labelCount();
+  } else {
+    reading(file.name(), [&] { file.reader_.start(symbol.number, neutralSpecials()); });
+  }
+}
+
+FileRecords::~FileRecords() {
+  file_.reader_.stop();
+}
+
+bool FileRecords::next() {
+  const bool isLeft = file_.reader_.started() ? reading(file_.name(), [&] { return take(); })
+                                              : keys_[0]++ < universe_;
+  if (isLeft) ++done_;
+  return isLeft;
+}
+
+bool FileRecords::take() {
+  if (!file_.reader_.ready(neutralSpecials())) return false;
+  int changed = 0;
+  file_.reader_.take(keys_.data(), values_.data(), &changed);
+  return true;
+}
+
+std::string_view FileRecords::text() const {
+  const TextList& texts = file_.reader_.directory().texts;
+  const int number = static_cast<int>(values_[0]);
+  return texts.holds(number) ? texts.at(static_cast<std::uint32_t>(number)) : "";
+}
+
+const std::array<double, ZDB_SV_COUNT>& FileRecords::specials() {
+  static const std::array<double, ZDB_SV_COUNT> values = [] {
+    std::array<double, ZDB_SV_COUNT> result{};
+    std::copy_n(neutralSpecials().begin(), result.size(), result.begin());
+    return result;
+  }();
+  return values;
+}
+
+}  // namespace zdb::tool

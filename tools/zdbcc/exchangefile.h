@@ -1,0 +1,93 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "symbol.h"
+#include "zxf/reader.h"
+
+namespace zdb::tool {
+
+/// A symbol of an exchange file, from the file's directory.
+struct FileSymbol : SymbolInfo {
+  int number = 0;  ///< in the file, from 1; 0 for the set of all labels
+  std::uint32_t recordCount = 0;
+  std::uint64_t size = 0;  ///< bytes that its records take in the file
+};
+
+/// An exchange file, read straight through its companion: opening reads the directory (labels,
+/// texts, symbols), records come block by block, so that memory does not grow with them. Functions
+/// throw ToolError with the name of the file.
+class ExchangeFile {
+ public:
+  explicit ExchangeFile(const std::string& fileName);
+
+  const std::string& name() const { return name_; }
+  std::uint64_t size() const { return size_; }
+  const std::string& producer() const { return reader_.directory().producer; }
+  const std::vector<FileSymbol>& symbols() const { return symbols_; }
+
+  /// Finds a symbol without regard to case; for an alias, its set; for "*", all labels. A name that
+  /// is not there is answered with a guess.
+  FileSymbol symbol(std::string_view name) const;
+
+  int labelCount() const { return static_cast<int>(labels().size()); }
+  /// REQUIRES 1 <= number <= labelCount().
+  std::string_view label(int number) const {
+    return labels().at(static_cast<std::uint32_t>(number));
+  }
+  /// Number of a label, without regard to case, or 0.
+  int findLabel(std::string_view label) const;
+  /// The same; a label that is not there is answered with a guess.
+  int requireLabel(std::string_view label) const;
+
+ private:
+  friend class FileRecords;
+
+  const zdb::zxfile::TextList& labels() const { return reader_.directory().labels.list(); }
+  FileSymbol describe(const zdb::zxfile::SymbolEntry& entry, int number) const;
+
+  std::string name_;
+  zdb::zxfile::Reader reader_;
+  std::uint64_t size_ = 0;
+  std::vector<FileSymbol> symbols_;
+};
+
+/// The records of a symbol in the order of their keys (label numbers). One at a time for each file.
+/// The constructor reads the first block; it and next() throw ToolError for a damaged one.
+class FileRecords {
+ public:
+  FileRecords(ExchangeFile& file, const FileSymbol& symbol);
+  ~FileRecords();
+  FileRecords(const FileRecords&) = delete;
+  FileRecords& operator=(const FileRecords&) = delete;
+
+  /// Goes to the next record; the first call to the first. False after the last one.
+  bool next();
+  /// Label numbers of the record; valid until next().
+  const int* keys() const { return keys_.data(); }
+  /// Its values: 1, or 5 for variables and equations. Special values are those of specials().
+  const double* values() const { return values_.data(); }
+  /// Text of an element of a set; empty if it has none.
+  std::string_view text() const;
+
+  /// Number of records read so far.
+  std::uint64_t done() const { return done_; }
+
+  /// Values that no data have by chance; see ValueFormat.
+  static const std::array<double, ZDB_SV_COUNT>& specials();
+
+ private:
+  bool take();
+
+  ExchangeFile& file_;
+  std::uint64_t done_ = 0;
+  int universe_ = 0;  ///< for the set of all labels: the number of labels, else 0
+  std::array<int, ZDB_MAX_DIM> keys_{};
+  std::array<double, ZDB_MAX_VALUES> values_{};
+};
+
+}  // namespace zdb::tool

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace zdb::tool {
+
+/// What the tool tells its caller. A verb that answers a question (check, diff) uses Failed for the
+/// answer "no", and WrongUse for everything that kept it from answering.
+enum class ExitCode { Done = 0, Failed = 1, WrongUse = 2, Interrupted = 130 };
+
+/// Ends a verb that cannot continue; the text goes to standard error.
+class ToolError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Standard output cannot be written: no verb goes on after that.
+class OutputError : public ToolError {
+ public:
+  using ToolError::ToolError;
+};
+
+/// The command line is not one that the tool understands: ExitCode::WrongUse in every verb.
+class WrongUseError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Who reads standard output wants no more of it: ExitCode::Done, in silence.
+class ClosedPipeError : public std::exception {};
+
+/// The user pressed Ctrl-C: ExitCode::Interrupted.
+class InterruptedError : public std::exception {};
+
+}  // namespace zdb::tool

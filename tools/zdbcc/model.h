@@ -1,0 +1,90 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "database.h"
+#include "entry.h"
+#include "verb.h"
+
+namespace zdb::tool {
+
+/// What a model is read from.
+struct ModelSource {
+  std::string file;
+  std::string data;         ///< data file of a MathProg model, or empty
+  bool allowFiles = false;  ///< whether statements of the model may use files
+};
+
+/// The operand and the options of a verb that reads a model.
+template <typename Options>
+Operand modelOperand(ModelSource Options::*source) {
+  return {.name = "MODEL",
+          .kind = Kind::ModelFile,
+          .text = "Model: MPS, CPLEX LP or GNU MathProg",
+          .target = into(source, &ModelSource::file)};
+}
+template <typename Options>
+std::vector<Option> withModelOptions(ModelSource Options::*source, std::vector<Option> options) {
+  options.push_back({.name = "model-data",
+                     .value = "FILE",
+                     .kind = Kind::File,
+                     .text = "Data file of a MathProg model",
+                     .target = into(source, &ModelSource::data)});
+  options.push_back({.name = "allow-files",
+                     .text = "Let a MathProg model read and write files and databases",
+                     .details = "Only for models that you trust.",
+                     .target = into(source, &ModelSource::allowFiles)});
+  return options;
+}
+template <typename Options>
+Option solverOption(std::string Options::*solver) {
+  return {.name = "solver",
+          .value = "NAME",
+          .kind = Kind::Text,
+          .text = "Solver: `clp`, `cbc` or `glpk`",
+          .details = "Default: `clp`, or `cbc` if the model has integer columns.",
+          .target = into(solver)};
+}
+
+/// A model file that is loaded and tied to a database, which changes its parameters and has it
+/// solved. All functions throw ToolError with a message that says what is wrong.
+class Model {
+ public:
+  explicit Model(const ModelSource& source);
+  ~Model();
+  Model(const Model&) = delete;
+  Model& operator=(const Model&) = delete;
+
+  void* instance() const { return instance_; }
+  Database& database() { return db_; }
+
+  /// Whether the model has an updatable parameter of this name.
+  bool hasParameter(const std::string& name);
+  /// The parameter's symbol in the database, added on first use. Its records are the changes.
+  Symbol parameter(const std::string& name);
+  /// Whether the model has the entry of a parameter with these labels.
+  bool hasEntry(const Symbol& parameter, const std::vector<std::string>& labels);
+  /// Sets the value of an entry of a parameter, by its labels.
+  void set(const Symbol& parameter, const std::vector<std::string>& labels, double value);
+  /// Writes the records of a parameter to the model; `missing` (ZDB_MISSING_...) says what entries
+  /// without a record get. Returns the number of records without an entry in the model.
+  int update(const Symbol& parameter, int missing);
+
+  /// Solves with the named solver, or the default one for the type of model if the name is empty.
+  void solve(const std::string& solver);
+  bool isSolved() const;
+  /// The solution's level of a variable or equation.
+  double level(const Entry& entry);
+
+ private:
+  std::string file_;
+  void* instance_ = nullptr;
+  Database db_;
+};
+
+/// The C strings of texts.
+/// REQUIRES the texts outlive the result.
+std::vector<const char*> pointersTo(const std::vector<std::string>& texts);
+
+}  // namespace zdb::tool

@@ -1,0 +1,93 @@
+#include "values.h"
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace zdb::tool {
+
+namespace {
+
+constexpr const char* kNames[ZDB_SV_COUNT] = {"Undef", "NA", "+Inf", "-Inf", "Eps"};
+
+constexpr const char* kNumberTexts[ZDB_SV_COUNT] = {"nan", "nan", "inf", "-inf", "0"};
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNumbers[ZDB_SV_COUNT] = {kNaN, kNaN, kInfinity, -kInfinity, 0};
+
+std::uint64_t bits(double value) {
+  return std::bit_cast<std::uint64_t>(value);
+}
+
+}  // namespace
+
+const char* typeName(int type) {
+  switch (type) {
+    case ZDB_SET:
+      return "set";
+    case ZDB_PARAMETER:
+      return "parameter";
+    case ZDB_VARIABLE:
+      return "variable";
+    case ZDB_EQUATION:
+      return "equation";
+    case ZDB_ALIAS:
+      return "alias";
+    default:
+      return "unknown";
+  }
+}
+
+std::string domainText(const SymbolInfo& symbol) {
+  std::string result;
+  for (const Domain& domain : symbol.domains) {
+    if (!result.empty()) result += ", ";
+    result += domain.relaxed ? "'" + domain.name + "'" : domain.name;
+  }
+  return result;
+}
+
+ValueFormat::ValueFormat(const Database& db) {
+  db.require(c__zdbgetspecialvalues(db.handle(), specials_.data()));
+}
+
+ValueFormat::ValueFormat(const std::array<double, ZDB_SV_COUNT>& specials, SpecialForm form)
+    : specials_(specials), form_(form) {}
+
+// By bit pattern, as some of them are not numbers.
+std::size_t ValueFormat::special(double value) const {
+  std::size_t i = 0;
+  while (i < specials_.size() && bits(value) != bits(specials_[i])) ++i;
+  return i;
+}
+
+std::string_view ValueFormat::operator()(double value) {
+  const std::size_t i = special(value);
+  if (i < specials_.size()) {
+    if (form_ == SpecialForm::Empty) return "";
+    return form_ == SpecialForm::Names ? kNames[i] : kNumberTexts[i];
+  }
+  const auto result = std::to_chars(text_, text_ + sizeof text_, value);
+  return {text_, static_cast<std::size_t>(result.ptr - text_)};
+}
+
+std::optional<double> ValueFormat::number(double value) const {
+  const std::size_t i = special(value);
+  if (i == specials_.size()) return value;
+  return form_ == SpecialForm::Numbers ? std::optional(kNumbers[i]) : std::nullopt;
+}
+
+std::optional<double> ValueFormat::parse(std::string_view text) const {
+  for (int i = 0; i < ZDB_SV_COUNT; ++i) {
+    if (text == kNames[i]) return specials_[i];
+  }
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  const bool isWhole = error == std::errc() && end == text.data() + text.size();
+  // Infinities and NaNs, which from_chars would accept, have names of their own here.
+  return isWhole && std::isfinite(value) ? std::optional(value) : std::nullopt;
+}
+
+}  // namespace zdb::tool
