@@ -3,44 +3,9 @@
 #include <cstring>
 #include <limits>
 
+#include "contract/utf8.h"
+
 namespace zdb::arrow {
-
-namespace {
-
-/// Bytes in the sequence that begins with this byte, and the range of the second one, which keeps
-/// out overlong forms, surrogates and numbers above 0x10FFFF; 0 if none begins so.
-struct Lead {
-  std::size_t length;
-  unsigned char low = 0x80;
-  unsigned char high = 0xBF;
-};
-
-Lead leadOf(unsigned char byte) {
-  if (byte < 0x80) return {1};
-  if (byte < 0xC2) return {0};
-  if (byte < 0xE0) return {2};
-  if (byte == 0xE0) return {3, 0xA0};
-  if (byte == 0xED) return {3, 0x80, 0x9F};
-  if (byte < 0xF0) return {3};
-  if (byte == 0xF0) return {4, 0x90};
-  if (byte < 0xF4) return {4};
-  return byte == 0xF4 ? Lead{4, 0x80, 0x8F} : Lead{0};
-}
-
-}  // namespace
-
-bool isUtf8(std::string_view text) {
-  for (std::size_t at = 0; at < text.size();) {
-    const Lead lead = leadOf(static_cast<unsigned char>(text[at]));
-    if (lead.length == 0 || lead.length > text.size() - at) return false;
-    for (std::size_t i = 1; i < lead.length; ++i) {
-      const auto byte = static_cast<unsigned char>(text[at + i]);
-      if (byte < (i == 1 ? lead.low : 0x80) || byte > (i == 1 ? lead.high : 0xBF)) return false;
-    }
-    at += lead.length;
-  }
-  return true;
-}
 
 bool LabelDictionary::note(const ZDB& db, const int* labels, std::size_t count, int& unknown) {
   const auto size = static_cast<std::size_t>(db.labels().size());
@@ -64,7 +29,7 @@ bool LabelDictionary::build(const ZDB& db, std::string& reason) {
     places_[label] = static_cast<int>(labels_.size());
     labels_.push_back(static_cast<int>(label));
     const std::string_view text = db.labelText(static_cast<int>(label));
-    if (!isUtf8(text)) {
+    if (!contract::isUtf8(text)) {
       reason = "label " + std::to_string(label) + " is not UTF-8 text: " + std::string(text);
       return false;
     }

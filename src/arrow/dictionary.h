@@ -9,10 +9,6 @@
 
 namespace zdb::arrow {
 
-/// Whether a text is UTF-8, as Arrow's readers rely on. Labels and texts of a database may be any
-/// bytes.
-bool isUtf8(std::string_view text);
-
 /// The labels of one position as texts of their own and numbers from 0, in the order of their
 /// numbers in the database.
 ///

@@ -13,6 +13,7 @@
 #include "arrow/dictionary.h"
 #include "arrow/give.h"
 #include "arrow/symbolschema.h"
+#include "contract/utf8.h"
 #include "symbols/bulk.h"
 
 namespace zdb::arrow {
@@ -70,7 +71,12 @@ class SymbolStream {
         left_(countRecords(db, *symbol.aliasTarget, slice)) {}
 
   /// Finds the labels of all records, so that one dictionary a position serves all batches.
-  bool findLabels(const int* slice) {
+  bool open(const int* slice) {
+    for (const Field& field : schema_.children) {
+      if (contract::isUtf8(field.name)) continue;
+      return fail(EILSEQ, "symbol %s: the name of a domain is not UTF-8 text: %s", name_.c_str(),
+                  field.name.c_str());
+    }
     RecordCursor ahead(cursor_.symbol(), slice);
     SymbolColumns keysOnly = columns_;
     keysOnly.width = 0;
@@ -150,7 +156,7 @@ class SymbolStream {
     for (std::size_t i = 0; i < count; ++i) {
       offsets[i] = static_cast<std::int32_t>(end);
       const std::string_view text = texts[i];
-      if (!isUtf8(text)) {
+      if (!contract::isUtf8(text)) {
         return fail(EILSEQ, "symbol %s: an element text is not UTF-8 text: %s", name_.c_str(),
                     texts[i]);
       }
@@ -229,7 +235,7 @@ bool exportStream(ZDB& db, AbstractZDBSymbol& symbol, const int* slice, std::int
                   ArrowArrayStream& stream, BulkOutcome& outcome) {
   if (!symbol.aliasTarget->isUniverse() && !db.ensureLoaded(symbol.aliasTarget)) return false;
   auto state = std::make_unique<SymbolStream>(db, symbol, slice, batchRows);
-  if (!state->findLabels(slice)) {
+  if (!state->open(slice)) {
     return failWith(db, outcome, state->kind(), "%s", state->message());
   }
   stream = {getSchema, getNext, getLastError, release, state.release()};

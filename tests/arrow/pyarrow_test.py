@@ -312,6 +312,9 @@ class Arrow(unittest.TestCase):
             self.put(named, ["a"], label)
             with self.assertRaisesRegex(OSError, "is not UTF-8"):
                 reader_of(self.db.export(named)).read_all()
+        odd = self.db.symbol("odd", zdb.SET, [b"\xff".decode(errors="surrogateescape")])
+        with self.assertRaisesRegex(RuntimeError, "name of a domain is not UTF-8"):
+            self.db.export(odd)
 
     def test_special_values_are_the_callers(self) -> None:
         symbol = self.db.symbol("p", zdb.PARAMETER, ["*"])

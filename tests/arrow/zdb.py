@@ -103,7 +103,7 @@ class Database:
     def symbol(self, name: str, kind: int, domains: Sequence[str], text: str = "") -> Handle:
         """Adds a symbol with domains that are known by name only, "*" for none."""
         symbol = Handle()
-        names = (ctypes.c_char_p * (len(domains) + 1))(*(domain.encode() for domain in domains))
+        names = (ctypes.c_char_p * (len(domains) + 1))(*(os.fsencode(domain) for domain in domains))
         add = self.library.c__zdbaddsymbolx
         self.require(
             add(
