@@ -397,8 +397,8 @@ struct ArrowArrayStream {
 
 /**
  * Fills `stream` with the records of a symbol, the universe included, or of a slice, in key order,
- * in batches of at most `batchRows` (0: of a suitable size; batches of more than a million records
- * are not made). On failure *stream is released, that is, its `release` is null.
+ * in batches of at most `batchRows` (0: of a suitable size), and never more than 1,048,576. On
+ * failure *stream is released, that is, its `release` is null.
  *
  * Columns: for each position a dictionary of the labels that occur there (utf8, int32 indices,
  * ordered: by label number); then "level", "marginal", "lower", "upper" and "scale" as float64, for
@@ -407,8 +407,8 @@ struct ArrowArrayStream {
  * special values are the doubles that the caller uses for them (c__zdbsetspecialvalues()). The
  * schema's metadata has the keys zdb:symbol, zdb:type, zdb:dimension and zdb:text.
  *
- * Labels and texts are bytes here but UTF-8 there: one that is not makes this call, or for element
- * texts the stream, fail (ZDBX_LABEL, EILSEQ).
+ * An alias has the records of its set. Labels, names and texts are bytes here but UTF-8 there: one
+ * that is not makes this call fail (ZDBX_LABEL), an element text the stream (EILSEQ).
  *
  * Takes a pass over the keys for the labels, and 4 bytes for each position and label of the
  * database while the stream is open. The batches share the dictionaries, unless records with other
@@ -430,15 +430,16 @@ ZDBCCLIB_API int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const in
  * The stream has `dim` columns of labels first, which are utf8, large utf8, utf8 views or
  * dictionaries of these with any index type. Values follow: as many as the symbol has, or fewer,
  * those that are missing having the default of the symbol's type. They are integers, floats of 16
- * to 64 bits, decimals of 32 to 128 bits or booleans, and are rounded to the nearest double. For a
- * set, a column of texts may follow, in the types of labels. Columns are taken by place, whatever
- * their names. A stream of another shape is refused (ZDBX_ARGUMENT) with the column and its format.
+ * to 64 bits, decimals of 32 to 128 bits or booleans, and become doubles, which round what has more
+ * than 15 digits. For a set, a column of texts may follow, in the types of labels. Columns are
+ * taken by place, whatever their names. A stream of another shape is refused (ZDBX_ARGUMENT) with
+ * the column and its format.
  *
- * A record with a null in any column, or with a text that is not a valid label, cannot be taken;
- * result.row counts the records of the stream, and result.position its columns, from 0. So found
- * while reading, it ends the reading unless `onFailure` is ZDBX_SKIP. A stream that fails is
- * ZDBX_CALLBACK, with its own text in the message. It ends the call: with ZDBX_UNDO nothing has
- * changed, otherwise the records before it are put.
+ * A record with a null in any column, or with a text that is not a valid label, cannot be taken; it
+ * ends the reading unless `onFailure` is ZDBX_SKIP. result.row counts the records of the stream and
+ * result.position its columns, from 0. A stream that fails (ZDBX_CALLBACK) has its own text in the
+ * message and ends the call: with ZDBX_UNDO nothing has changed, otherwise the records before the
+ * failure are put.
  *
  * Labels are added as they come, those of a dictionary in its order. With ZDBX_UNDO a failed call
  * leaves none of them, unless the producer itself has added labels to this database. With the other
