@@ -55,6 +55,13 @@ class HandleNotes {
     std::vector<std::intptr_t>& changes = shared_->changes;
     if (changes.size() == changes.capacity()) changes.reserve(2 * changes.size() + 8);
   }
+  /// The same for so many notes. Nothing if nobody would read them.
+  void makeRoomFor(std::size_t count) {
+    std::vector<std::intptr_t>& changes = shared_->changes;
+    const std::size_t needed = changes.size() + count;
+    if (shared_->owners == 1 || needed <= changes.capacity()) return;
+    changes.reserve(std::max(needed, 2 * changes.size()));
+  }
   /// REQUIRES makeRoom was called after the last note.
   void noteInserted(int number) noexcept { note(number); }
   void noteErased(int number) noexcept { note(~static_cast<std::intptr_t>(number)); }

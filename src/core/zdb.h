@@ -110,6 +110,10 @@ class ZDB {
   /// Number of an element text, which is added if it is new. Texts that differ only in case are
   /// the same.
   int SetElemText(const char* text);
+  /// Text `number`, counted from 1, or "" if there is none. Valid as long as the database.
+  const char* elementText(int number) const {
+    return number >= 1 && number < texts_.size() ? texts_.get(number) : "";
+  }
   /// Copies text `number`, counted from 1, into `out` (256 bytes); false and no change if there
   /// is none.
   bool GetElemText(int number, char* out) const;
