@@ -176,20 +176,26 @@ ZDBCCLIB_API const char* zdbx_version_text(void);
 
 /**
  * The kind of the last error (ZDBX_...), of calls of zdbcclib.h as well; ZDBX_NONE if there was
- * none or it was cleared. ZDBX_ARGUMENT for a null database.
+ * none or it was cleared. ZDBX_ARGUMENT for a null database. A call that fails without a message,
+ * such as one with a label that has control characters, leaves the last error as it was.
  */
 ZDBCCLIB_API int zdbx_error_kind(zdbHandle_t db);
 
-/** The message of the last error, "" if there is none. Valid until the next failure. */
+/**
+ * The message of the last error, "" if there is none or the database is null. Valid until the next
+ * failure or the clearing of the error.
+ */
 ZDBCCLIB_API const char* zdbx_error_text(zdbHandle_t db);
 
 /**
- * What is behind the message of the last error, such as "No space left on device" or the place in a
- * damaged file; "" if nothing more is known. Valid until the next failure.
+ * What is behind the message of the last error: the words of the companion or the system, such as
+ * "No space left on device" or the place of the damage in a file. Some messages have these words in
+ * them. Where a message does not, they also go to the print callback, if there is one. "" if
+ * nothing more is known. As valid as the message.
  */
 ZDBCCLIB_API const char* zdbx_error_reason(zdbHandle_t db);
 
-/** Forgets the last error. */
+/** Forgets the last error; does nothing for a null database. */
 ZDBCCLIB_API void zdbx_clear_error(zdbHandle_t db);
 
 /** The name of an error kind, such as "not found"; static. "other" for an unknown kind. */
@@ -302,39 +308,55 @@ ZDBCCLIB_API int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32
 /* ---- Symbols --------------------------------------------------------------------------------- */
 
 /**
- * Removes a symbol with its records and sets *symbol to null. Symbols after it move up: their
- * numbers become smaller by one. Refused (ZDBX_STATE) for a set that is a domain of another symbol
- * or has an alias, and while symbols of the database are still to be loaded from a source.
+ * Removes a symbol with its records and sets *symbol to null; any other copy of the handle must not
+ * be used again. Symbols after it move up: their numbers become smaller by one. Handles on its
+ * records are refused from then on (ZDBX_HANDLE) and must still be freed. A symbol that is still to
+ * be loaded is not loaded. Positions that have its name for a domain, and not the symbol, keep the
+ * name. Refused for the universe, and (ZDBX_STATE) for a set or alias that is a domain of another
+ * symbol, or a set that has an alias. Takes time in the symbols of the database.
  */
 ZDBCCLIB_API int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol);
 
 /**
- * Gives a symbol another name. Its handles stay valid. Refused for the universe, for a name that is
- * not valid (ZDBX_LABEL) or taken (ZDBX_EXISTS), and for a symbol that is still to be loaded from a
- * source, which knows it by its name.
+ * Gives a symbol another name, or its name another spelling. Its handles stay valid; positions that
+ * have the old name for a domain, and not the symbol, get the new one. A symbol that is still to be
+ * loaded is loaded first, since its source knows it by the old name; later, a model or callbacks
+ * are asked for it by the new one. Refused for the universe and for a name that is not valid
+ * (ZDBX_LABEL) or taken (ZDBX_EXISTS). Takes time in the symbols of the database.
  */
 ZDBCCLIB_API int zdbx_rename_symbol(zdbHandle_t db, zdbSymbol_t symbol, const char* name);
 
 /* ---- Data exchange files in memory and through descriptors ------------------------------------
  */
 
+/*
+ * These need a system with /proc; those that make a file in memory also need memfd_create().
+ */
+
 /**
- * Like c__zdbinitfromzxf() with a file that is open for reading and can be read at any position;
- * `fd` stays the caller's and may be closed after the call. The place of the descriptor is neither
- * used nor moved.
+ * Like c__zdbinitfromzxf() with a regular file that is open for reading and that this process may
+ * open again; `fd` stays the caller's and may be closed after the call. The place of the descriptor
+ * is neither used nor moved. The database keeps the file open until it is closed as a source.
  */
 ZDBCCLIB_API int zdbx_init_from_fd(zdbHandle_t db, int fd);
 
-/** Like c__zdbinitfromzxf() with the bytes of a file, which are copied. */
+/** Like c__zdbinitfromzxf() with the bytes of a file, which are copied to a file in memory. */
 ZDBCCLIB_API int zdbx_init_from_memory(zdbHandle_t db, const void* bytes, size_t count);
 
 /**
  * Like c__zdbwritezxf(), but writes to a descriptor, which may be a pipe, from its present place.
- * What stood there is overwritten and not truncated; a failure may leave a part.
+ * The file is made in memory first, so a failure to make it writes nothing; a failure to write it
+ * (ZDBX_SYSTEM), such as a full disk or a pipe that nobody reads, may leave a part. The signal of
+ * such a pipe is held back. What stood at the place is overwritten and not truncated. Waits where
+ * the descriptor would not. If the database still reads from this very file, it loads everything
+ * and closes it first.
  */
 ZDBCCLIB_API int zdbx_write_fd(zdbHandle_t db, int fd, int noDomainCheck);
 
-/** Like c__zdbwritezxf(), but returns the file's bytes. Freed by zdbx_free_bytes(). */
+/**
+ * Like c__zdbwritezxf(), but returns the file's bytes; *bytes is null after a failure. Freed by
+ * zdbx_free_bytes().
+ */
 ZDBCCLIB_API int zdbx_write_memory(zdbHandle_t db, int noDomainCheck, void** bytes, size_t* count);
 
 /** Frees what zdbx_write_memory() returned; null is allowed. */

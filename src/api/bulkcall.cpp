@@ -17,7 +17,7 @@ void writeResult(const ZDB* db, bool isDone, const BulkOutcome& outcome, zdbx_re
     copyText("The database is null", result->text);
     return;
   }
-  if (outcome.kind == ErrorNone) result->kind = kindOfLastError(*db);
+  if (outcome.kind == ErrorNone) result->kind = db->error().kind;
   copyText(db->lastError(), result->text);
 }
 

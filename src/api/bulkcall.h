@@ -65,11 +65,6 @@ struct BulkCall : Call {
   }
 };
 
-/// What a failure of the database that left no kind in the outcome counts as.
-inline ErrorKind kindOfLastError(const ZDB& db) {
-  return db.error().kind;
-}
-
 /// The only place where results are written. `db` may be null, `result` too.
 void writeResult(const ZDB* db, bool isDone, const BulkOutcome& outcome, zdbx_result* result);
 

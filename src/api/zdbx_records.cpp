@@ -31,7 +31,8 @@ bool keyColumnsGiven(const BulkCall& call, const AbstractZDBSymbol& symbol,
   if (!call.countGiven(from.rows, "rows")) return false;
   columns.rows = from.rows;
   for (int i = 0; i < symbol.dim && from.rows > 0; ++i) {
-    if (from.keys[i].data == nullptr) return call.refuse("%s: keys[%d] must not be null", i);
+    if (from.keys[i].data == nullptr)
+      return call.refuse("%s: argument keys[%d] must not be null", i);
     columns.keys[static_cast<std::size_t>(i)] = zdb::inside<int>(from.keys[i]);
   }
   return true;
@@ -110,9 +111,10 @@ int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* rec
                      int onFailure, zdbx_result* result) {
   return zdb::bulk(__func__, zdb::inside(db), result, [&](const BulkCall& call) {
     AbstractZDBSymbol* target = zdb::inside(symbol);
-    if (!userSymbolGiven(call, target, "Cannot add records to the Universe")) return false;
-    if (target->isAlias()) {
-      return call.refuse("%s: cannot add records to alias %s", target->name.c_str());
+    if (!symbolGiven(call, target)) return false;
+    if (target->isUniverse() || target->isAlias()) {
+      return call.refuse("%s: cannot add records to %s, which is %s", target->name.c_str(),
+                         target->isAlias() ? "an alias" : "the universe");
     }
     zdb::RecordColumns columns;
     if (!call.structGiven(records, "records") || !call.among(mode, ZDBX_ADD, "mode") ||

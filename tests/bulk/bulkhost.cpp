@@ -176,13 +176,13 @@ class Result {
     if (counts_ == nullptr) return isDone;
     char last[ZDB_TEXT_SIZE] = "";
     if (isDone == 0 && db_ != nullptr && c__zdbgetlasterror(db_, last) == 1 &&
-        std::strcmp(last, result_.text) != 0) {
+        (std::strcmp(last, result_.text) != 0 || result_.kind != zdbx_error_kind(db_))) {
       std::abort();
     }
     const std::int64_t shown[] = {result_.done, result_.added,    result_.skipped,
                                   result_.row,  result_.position, result_.kind};
     for (int i = 0; i < 6; ++i) counts_[i] = static_cast<int>(shown[i]);
-    if (text_ != nullptr) std::strcpy(text_, result_.text);
+    if (text_ != nullptr && isDone == 1) std::strcpy(text_, result_.text);
     return isDone;
   }
 
@@ -210,18 +210,19 @@ int findLabels(zdbHandle_t db, int count, const char* const* labels, int* number
 int getLabels(zdbHandle_t db, int first, int count, int capacity, char* bytes, int* needed) {
   std::int64_t offsets[100], size = -1;
   Fenced room(static_cast<std::size_t>(capacity));
-  int isDone =
-      zdbx_get_labels(db, first, count, nullptr, 0, offsets, needed == nullptr ? nullptr : &size);
-  if (isDone == 1) {
+  const bool isWanted = needed != nullptr;
+  int isDone = zdbx_get_labels(db, first, count, nullptr, 0, offsets, isWanted ? &size : nullptr);
+  if (isDone != 1) return isDone;
+  if (bytes != nullptr) {
     isDone = zdbx_get_labels(db, first, count, room.data(), capacity, nullptr, &size);
     if (isDone == 1) bytes[0] = '\0';
     for (int i = 0; isDone == 1 && i < count; ++i) {
-      std::strncat(bytes, room.data() + offsets[i],
-                   static_cast<std::size_t>(offsets[i + 1] - offsets[i]));
+      const std::int64_t length = offsets[i + 1] - offsets[i];
+      std::strncat(bytes, room.data() + offsets[i], static_cast<std::size_t>(length));
       std::strcat(bytes, "|");
     }
-    *needed = static_cast<int>(size);
   }
+  *needed = static_cast<int>(size);
   return isDone;
 }
 
@@ -378,7 +379,8 @@ std::vector<Way> makeWays() {
     for (int i = 0; i < 4; ++i) {
       Way& way = ways.emplace_back();
       way.name = std::string("storage ") + storage + ", " + layouts[i];
-      way.settings = {{"storage", storage}, {"layout", std::to_string(i)}};
+      const char* const other = storage[0] == '0' ? "1" : "0";
+      way.settings = {{"storage", storage}, {"other", other}, {"layout", std::to_string(i)}};
     }
   }
   return ways;
@@ -393,5 +395,16 @@ int main(int argc, char** argv) {
   zdb::script::BulkHost host;
   zdb::script::SweepRules rules;
   rules.picture = &zdb::script::ZdbHost::picture;
+  rules.nullAnswers = {
+      {"zdbx_(put|find)_records.keys", "0.*argument keys.0. must not be null\""},
+      {".*_labels.labels", "0.*argument labels must have pointers, or bytes with one kind of .*"},
+      {".*.(result|texts?|slice|values|found|bytes)", "1.*"},
+      {".*.symbol", "0.*\"No symbol handle specified\""},
+      {"zdbx_(get_records|read_cursor).*", "1.*"}};
+  const zdb::script::ZdbHost others;  // which have scripts of their own
+  for (const auto& [name, function] : host.functions) {
+    const bool isBulk = name.starts_with("zdbx_") && !others.functions.contains(name);
+    if (!isBulk) rules.neverNull.insert(name);
+  }
   return zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), rules});
 }
