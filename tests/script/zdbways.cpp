@@ -101,7 +101,6 @@ const SweepRules kRules = {
     .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbDenseArraySlicesToSymbol",
                   "zdbSparseSymbolToSqzdArray"},
     .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
-               {"zdbGetRecordRaw", "zdbGetKeys"},
                {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
                {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"}},
     .nullAnswers =
