@@ -31,8 +31,7 @@ bool isSound(const std::string& path) {
 }
 
 void read(const zxftest::Bytes& bytes) {
-  const zxftest::MemoryFile file(bytes);
-  if (isSound(file.path()) != zxftest::errorsOf(bytes).empty()) std::abort();
+  if (isSound(zxftest::memoryFile(bytes)) != zxftest::errorsOf(bytes).empty()) std::abort();
 }
 
 }  // namespace

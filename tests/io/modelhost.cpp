@@ -8,6 +8,7 @@
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
+#include "loaders/zxf.h"
 #include "script/zdbhost.h"
 #include "support/files.h"
 
@@ -60,11 +61,12 @@ class ModelHost : public ZdbHost {
       return spy_.taken(run.resolved(statement.arguments.at(0)));
     };
     words["create"] = [this](Run& run, const Statement& statement) {
-      ZdbHost::destroy(run.object(statement.object));
+      void*& object = run.objects[statement.object];
+      object == nullptr ? void(++databases_) : ZdbHost::destroy(object);
       zdbHandle_t db = nullptr;
       zdbcreated(&db, statement.arguments.at(0).text.c_str(), nullptr, 0);
-      run.objects[statement.object] = db;
-      return std::string("created");
+      const std::string text = lastError(static_cast<zdbHandle_t>(object = db));
+      return "created" + (text.empty() ? "" : " \"" + text + '"');
     };
     words["unload"] = [](Run&, const Statement& statement) {
       static const std::map<std::string, int (*)()> unload = {{"zmi", loaders::zmiLibraryUnload},
@@ -88,6 +90,7 @@ class ModelHost : public ZdbHost {
   void destroy(void* object) override {
     ZdbHost::destroy(object);
     if (--databases_ > 0) return;
+    loaders::zxfLibraryUnload();
     models_.clear();
     isBalanced &= spy_.isBalanced();
     spy_.answers.clear();
@@ -167,6 +170,7 @@ std::vector<Way> makeWays() {
       way.settings = {
           {"storage", std::to_string(storage)},
           {"file", folder.path("a.zxf")},
+          {"nofiles", "ZXF create did not succeed: " + missing("/nowhere/libzxfcclib64.so")},
           {"nokit", missing("/nowhere/libzkitdclib64.so")},
           {"nolabels", missing("/nowhere/libzlxmdclib64.so")},
           {"kit", KIT_DIRECTORY},
