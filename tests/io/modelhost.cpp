@@ -14,11 +14,14 @@
 
 namespace zdb::script {
 
+FunctionTable unexportedFunctions();
+
 namespace {
 
-/// The kit's own functions on instances, called by the name of the loader's but past the spy.
-FunctionTable kitFunctions() {
-  FunctionTable table;
+/// Beside those of the library's that are not exported, the kit's own functions on instances,
+/// called by the name of the loader's but past the spy.
+FunctionTable moreFunctions() {
+  FunctionTable table = unexportedFunctions();
 #define ZDB_FUNCTION(name, result, parameters, codes) \
   table.emplace(#name, Function::make(#name, &C##name, false));
 #include "contract/zmifunctions.def"
@@ -50,7 +53,7 @@ std::string shownEntry(void* instance, bool isColumn, int number) {
 
 class ModelHost : public ZdbHost {
  public:
-  ModelHost() : ZdbHost(kitFunctions()) {
+  ModelHost() : ZdbHost(moreFunctions()) {
     words["model"] = [this](Run& run, const Statement& statement) {
       models_.push_back(std::make_unique<ModelInstance>(statement.arguments.at(1).text));
       run.variables[statement.arguments[0].text] = {"model", models_.back()->instance, nullptr};
