@@ -41,7 +41,7 @@ struct ModelInstance {
 /// Level, marginal and bounds of a column, or level and marginal of a row.
 std::string shownEntry(void* instance, bool isColumn, int number) {
   const auto [level, marginal, status, basis] =
-      isColumn ? kittest::columnOf(instance, number) : kittest::rowOf(instance, number);
+      kittest::entryOf(isColumn ? CzmiGetSolutionVarRec : CzmiGetSolutionEquRec, instance, number);
   std::string text = shown(level) + "/" + shown(marginal);
   if (isColumn) {
     text += "/" + shown(CzmiGetVarLowerOne(instance, number)) + "/" +
