@@ -1,6 +1,5 @@
-// Any bytes as an exchange file, first as they are, then with their checksums made good. The reader
-// and the tool's checker have to agree on whether it is sound, and the checker accounts for each
-// record.
+// Any bytes as an exchange file, as they are and with their checksums made good. The reader and the
+// tool's checker have to agree on whether it is sound, and the checker accounts for each record.
 #include <cstdlib>
 
 #include "blockchecker.h"

@@ -1,5 +1,4 @@
-// Scripts over the exported surface of the library: the ways to run them, and what sweeps must
-// know.
+// Scripts over the library's exported interface: the ways to run them, and the rules of sweeps.
 
 #include <malloc.h>
 

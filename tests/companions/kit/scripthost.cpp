@@ -108,8 +108,7 @@ struct Written {
   kittest::Instance instance;
 };
 
-// Status and objective, as "Optimal 29"; how the solver ended, if not as it should. A solution is
-// proved.
+// Status and objective, as "Optimal 29", and how a solver ended that failed. Proves a solution.
 std::string outcome(const Written& written) {
   void* const instance = written.instance;
   const int status = zkitModelStatus(instance);
@@ -170,8 +169,7 @@ class KitHost : public Host {
   }
 
   // solve $INSTANCE, solve TEXT: solves with the solver of the way: with one that keeps its problem
-  // between all solves of a script, once more from there, and from scratch. Shows what is not the
-  // same.
+  // between all solves of a script, once more from there, and from scratch. Shows what differs.
   std::string solve(Run& run, const Statement& statement) {
     const Token& token = statement.arguments.at(0);
     if (token.kind == Token::Text) {
