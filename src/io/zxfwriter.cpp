@@ -33,10 +33,12 @@ class ZXFWriter {
   void writeTexts();
   bool finish();
   bool reportErrors();
+  bool report(int count, int first);
 
   ZDB& db_;
   zxfRec* zxf_;
   int forgivenErrors_ = 0;  ///< raised by strict domains that the companion rejected
+  int lastForgiven_ = 0;    ///< the number of the last
 };
 
 bool ZXFWriter::write(const std::string& fileName, bool domainCheck) {
@@ -108,7 +110,7 @@ bool ZXFWriter::writeStrictDomain(const AbstractZDBSymbol& symbol) {
   if (zxfSymbolSetDomain(zxf_, names.data()) != 0) return true;
   const int raised = zxfErrorCount(zxf_) - before;
   forgivenErrors_ += raised;
-  for (int i = 0; i < raised; ++i) zxfGetLastError(zxf_);
+  for (int i = 0; i < raised; ++i) lastForgiven_ = zxfGetLastError(zxf_);
   return false;
 }
 
@@ -160,8 +162,10 @@ void ZXFWriter::writeTexts() {
 
 bool ZXFWriter::finish() {
   if (zxfErrorCount(zxf_) <= forgivenErrors_) {
-    zxfClose(zxf_);
-    return zxfErrorCount(zxf_) <= forgivenErrors_ || reportErrors();
+    const bool isClosed = zxfClose(zxf_) != 0;
+    if (zxfErrorCount(zxf_) > forgivenErrors_) return reportErrors();
+    // Without a new error, the file had already failed: for lack of memory when a domain was set.
+    return isClosed || report(1, lastForgiven_);
   }
   reportErrors();
   zxfClose(zxf_);
@@ -172,6 +176,10 @@ bool ZXFWriter::reportErrors() {
   const int first = zxfGetLastError(zxf_);
   int count = first != 0 ? 1 : 0;
   while (zxfGetLastError(zxf_) != 0) ++count;
+  return report(count, first);
+}
+
+bool ZXFWriter::report(int count, int first) {
   char text[kMessageSize] = "";
   zxfErrorStr(zxf_, first, text);
   return db_.setLastError("%d ZXF Error(s). First Error: %s", count, text);

@@ -50,6 +50,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   bool toNextDomainViolation(AbstractZDBSymbolIterator* handle) override;
   void deleteRecord(AbstractZDBSymbolIterator* handle) override;
   void assignRecords(AbstractZDBSymbol* other) override;
+  void takeRecords(AbstractZDBSymbol& other) override;
   double* storeRow(const int* keys, const double* values, bool overwrite) override;
   RecordSink appender() override { return RecordSink::toMember<&ZDBSymbol::append>(*this); }
 
@@ -68,6 +69,8 @@ class ZDBSymbol final : public AbstractZDBSymbol {
     if constexpr (kRecordsMove) end_ = records_.end();
   }
   void erase(const It& it);
+  /// To be called after all records have been replaced.
+  void contentsReplaced();
   template <class Source>
   void copyFrom(AbstractZDBSymbol* other);
 
