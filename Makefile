@@ -18,8 +18,10 @@ demo: build/build.ninja ## run the main job on real data
 test: all ## build everything and run all tests
 	@ctest --preset release -j $(JOBS)
 
-soak: all ## try every fault of file work and kill writers at random, for some minutes
+soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak
+	@build/bin/script_test --soak tests/script/*.scr
+	@build/bin/model_script_test --soak tests/io/*.scr
 
 SECONDS = 60
 fuzz: ## search for inputs that break something, SECONDS for each of four fuzzers

@@ -4,7 +4,9 @@
 // linked into it and also the shared libraries that it links or loads later, libzdbcclib64.so and
 // the companions among them, which look for the operators in the program first; under the address
 // sanitizer too. What takes memory from the C library itself is neither seen nor failed: malloc,
-// aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C.
+// aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C. What
+// solvers in C++ and other libraries of the system allocate, or have a callback allocate, is seen
+// and never fails: what they do then is not ours to mend.
 #pragma once
 
 #include <cstddef>
@@ -22,6 +24,22 @@ class Allocations {
   Allocations(const Allocations&) = delete;
   Allocations& operator=(const Allocations&) = delete;
 
+  /// Counts anew, and lets allocation number `failing` fail, or all `fromThereOn`, up to disarm().
+  void arm(std::uint64_t failing, bool fromThereOn);
+  void disarm();
+
+  /// As long as it lives, allocations of its thread neither count nor fail: those of a host.
+  class Pause {
+   public:
+    Pause();
+    ~Pause();
+    Pause(const Pause&) = delete;
+    Pause& operator=(const Pause&) = delete;
+
+   private:
+    bool wasPaused_;
+  };
+
   /// Allocations so far, those that failed included.
   std::uint64_t count() const;
   bool hasFailed() const;
@@ -29,9 +47,6 @@ class Allocations {
   std::int64_t liveBytes() const;
   /// The largest size asked for.
   std::size_t largest() const;
-
- private:
-  std::uint64_t failing_;
 };
 
 }  // namespace zdb::test
