@@ -148,6 +148,7 @@ struct SweepRules {
   std::map<std::string, std::string> spared = {}, leavePart = {};
   /// What else a failure for lack of memory may give, and then the call when it is tried again.
   std::vector<std::pair<std::string, std::string>> failures = {}, refusals = {};
+  std::string fileWork = {};  ///< functions that are tried with failing system calls as well
   std::map<std::string, std::string> blamed = {};  ///< for which the message names another function
   /// What else may come of a null argument than a refusal that names it: regular expressions of
   /// "function.argument" and of all that such a call gives.

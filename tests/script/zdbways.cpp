@@ -117,6 +117,7 @@ std::vector<Way> makeWays() {
 SweepRules makeRules() {
   SweepRules rules = ZdbHost::memoryRules();
   rules.check = &checkSaved;
+  rules.fileWork = "zdb(Write|Close|InitFrom)ZXF|zdbInitFromDB|zdbCheckSymbolDV";
   rules.nullAnswers = {
       {".*",
        "0.*\"(No [\\w ]+ handle specified|No iterator to be freed defined|(Symbol name|Name of "
