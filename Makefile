@@ -19,8 +19,10 @@ test: all ## build everything and run all tests
 	@script/peers.sh build
 	@ctest --preset release -j $(JOBS)
 
-soak: all ## try every fault of file work and kill writers at random, for some minutes
+soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak
+	@build/bin/script_test --soak tests/script/*.scr
+	@build/bin/model_script_test --soak tests/io/*.scr
 
 SECONDS = 60
 fuzz: ## search for inputs that break something, SECONDS for each of four fuzzers

@@ -28,9 +28,9 @@ int reported(zstHandle config, int alg, void* instance, Work work) {
         return work(*session, model);
       },
       [](Instance& model, const std::exception& error) {
-        noteFailure(error.what());
-        model.message = error.what();
-        model.environment.log(error.what());
+        noteFailure(reasonOf(error));
+        model.message = reasonOf(error);
+        model.environment.log(reasonOf(error));
       });
 }
 
@@ -76,7 +76,7 @@ int CzstAlgCreate(zstHandle config, int alg, const char* /*dir*/, char* message,
   };
   return guardedOn<Configuration>(config, 0, create,
                                   [=](const Configuration&, const std::exception& error) {
-                                    copyText(error.what(), message, size);
+                                    copyText(reasonOf(error), message, size);
                                   });
 }
 

@@ -27,8 +27,8 @@ int callPlain(Instance& instance, const char* solver, char* message, int size) n
   const bool isSolved = zdb::boundary::guarded(
       false, [&] { return !isFailure(solve(instance, solver)); },
       [&](const std::exception& error) {
-        instance.refuse(Outcome::SetupFailed, error.what());
-        instance.environment.log(error.what());
+        instance.refuse(Outcome::SetupFailed, zdb::boundary::reasonOf(error));
+        instance.environment.log(zdb::boundary::reasonOf(error));
       });
   if (!isSolved) zdb::boundary::copyText(instance.message, message, size);
   return isSolved ? 1 : 0;

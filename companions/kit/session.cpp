@@ -6,6 +6,7 @@
 
 #include "kit/directsolve.h"
 #include "kit/error.h"
+#include "shared/boundary.h"
 
 namespace zdb::kit {
 
@@ -51,7 +52,7 @@ Outcome Session::solve(Instance& instance) {
   } catch (const KitError& error) {
     instance.refuse(Outcome::SetupFailed, error.what());
   } catch (const std::exception& error) {
-    outcome = failWith(instance, error.what());
+    outcome = failWith(instance, zdb::boundary::reasonOf(error));
   } catch (...) {  // some solvers throw their own classes
     outcome = failWith(instance, "The solver failed with an unknown error");
   }

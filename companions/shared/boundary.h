@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <functional>
+#include <new>
 #include <string_view>
 
 namespace zdb::boundary {
@@ -12,6 +13,11 @@ namespace zdb::boundary {
 struct ForeignError : std::exception {
   const char* what() const noexcept override { return "unknown error"; }
 };
+
+/// Why something failed, in words.
+inline const char* reasonOf(const std::exception& error) noexcept {
+  return dynamic_cast<const std::bad_alloc*>(&error) != nullptr ? "Out of memory" : error.what();
+}
 
 /// Runs the body of an exported function and returns the result of work(). If something is thrown,
 /// calls report(const std::exception&) and returns `failed`. A report that fails as well, for lack

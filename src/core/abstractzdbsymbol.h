@@ -121,6 +121,9 @@ class AbstractZDBSymbol {
   /// Replaces this symbol's records by copies of the other's.
   /// REQUIRES both have the same dimension and value width.
   virtual void assignRecords(AbstractZDBSymbol* other) = 0;
+  /// Replaces them by the other's own, which gets the old ones.
+  /// REQUIRES both have the same storage, dimension and value width.
+  virtual void takeRecords(AbstractZDBSymbol& other) = 0;
   /// Like addRecordRaw, but returns the record's row instead of a handle.
   virtual double* storeRow(const int* keys, const double* values, bool overwrite) = 0;
   /// A sink that adds records as addRecordEnd does, without a virtual call for each. Valid as long

@@ -1,5 +1,7 @@
 #include "core/strpool.h"
 
+#include <new>
+
 #include "core/textutils.h"
 
 namespace zdb::strpool {
@@ -21,10 +23,16 @@ int TStrHashPool::operator[](const char* text) {
 }
 
 int TUMStringPool::insert(const char* text, int value) {
-  entries_.push_back({text, value});  // first, so that the map never holds a number without a text
-  const auto [place, added] = numbers_.try_emplace(zxf::utils::uppercase(text), size() - 1);
-  if (!added) entries_.pop_back();
-  return place->second;
+  const auto [place, added] = numbers_.try_emplace(zxf::utils::uppercase(text), size());
+  const int number = place->second;
+  if (!added) return number;
+  try {
+    entries_.push_back({text, value});
+  } catch (const std::bad_alloc&) {
+    numbers_.erase(place);  // a number without a text
+    throw;
+  }
+  return number;
 }
 
 bool TUMStringPool::contains(const char* text) {

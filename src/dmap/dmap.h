@@ -119,6 +119,11 @@ class DMap final : public IDMap<DMapIterator> {
     return map_.hasMap() ? iterator(map_.tree().end()) : scalarIterator(1);
   }
   void clear() override;
+  /// Exchanges the records with those of a container of the same dimension and value width.
+  void swap(DMap& other) noexcept {
+    std::swap(map_, other.map_);
+    std::swap(scalar_, other.scalar_);
+  }
   int index(const DMapIterator& it) override;
   DMapIterator withIndex(int rank) override;
   /// Has no effect here.

@@ -68,6 +68,13 @@ DMapUTree& DMapUTree::operator=(const DMapUTree& other) {
   return *this;
 }
 
+void DMapUTree::swap(DMapUTree& other) noexcept {
+  std::swap(tree_, other.tree_);
+  std::swap(scalar_, other.scalar_);
+  end_ = endPosition();
+  other.end_ = other.endPosition();
+}
+
 TreeIterator DMapUTree::scalarIterator(std::ptrdiff_t offset) {
   return {moved(scalar_.values, offset), getValueWidth()};
 }

@@ -160,6 +160,8 @@ class DMapUTree final : public IDMap<TreeIterator> {
   TreeIterator end() override { return end_; }
   /// Removes all records; their memory is kept until the container goes.
   void clear() override;
+  /// Exchanges the records with those of a container of the same dimension and value width.
+  void swap(DMapUTree& other) noexcept;
   int index(const TreeIterator& it) override;
   TreeIterator withIndex(int rank) override;
   /// Makes later blocks large enough for this many nodes and records.

@@ -138,6 +138,8 @@ class DMapVector final : public IDMap<VectorIterator> {
   VectorIterator begin() override { return iterator(0); }
   VectorIterator end() override { return iterator(static_cast<int>(size())); }
   void clear() override;
+  /// Exchanges the records with those of a container of the same dimension and value width.
+  void swap(DMapVector& other) noexcept;
   /// Constant time.
   int index(const VectorIterator& it) override;
   /// Constant time, without a check.

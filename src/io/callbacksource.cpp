@@ -90,8 +90,9 @@ void ZDB::SetDataCallbacks(bool clear, const DataCallbacks& callbacks,
 
 void ZDB::InitFromDMRF(const DataCallbacks& callbacks) {
   static constexpr double specialValues[] = {1.0E300, 2.0E300, 3.0E300, 4.0E300, 5.0E300};
-  SetDataCallbacks(true, callbacks, specialValues);
-  initFrom_ = FROM_DMRF;
+  SetDataCallbacks(false, callbacks, specialValues);
+  initFrom_ = FROM_DMRF;  // first, so that what is unloaded can be loaded whatever happens
+  symbols_.clearAndUnload();
 }
 
 bool ZDB::LoadSymbolFromCallbacks(AbstractZDBSymbol* symbol, RecordSink sink) const {

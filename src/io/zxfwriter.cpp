@@ -41,6 +41,7 @@ class ZXFWriter {
   ZDB& db_;
   zxfRec* zxf_;
   int forgivenErrors_ = 0;  ///< raised by strict domains that the companion rejected
+  int lastForgiven_ = 0;    ///< the number of the last
   /// Of the other errors: those that have been taken off the companion's list.
   int errors_ = 0;
   int firstError_ = 0;
@@ -115,7 +116,7 @@ bool ZXFWriter::writeStrictDomain(const AbstractZDBSymbol& symbol) {
   if (zxfSymbolSetDomain(zxf_, names.data()) != 0) return true;
   const int raised = zxfErrorCount(zxf_) - before;
   forgivenErrors_ += raised;
-  for (int i = 0; i < raised; ++i) zxfGetLastError(zxf_);
+  for (int i = 0; i < raised; ++i) lastForgiven_ = zxfGetLastError(zxf_);
   return false;
 }
 
@@ -191,8 +192,13 @@ bool ZXFWriter::failWriting(const char* format, ...) {
 
 bool ZXFWriter::finish() {
   if (zxfErrorCount(zxf_) <= forgivenErrors_) {
-    zxfClose(zxf_);
-    return zxfErrorCount(zxf_) <= forgivenErrors_ || reportErrors();
+    const bool isClosed = zxfClose(zxf_) != 0;
+    if (zxfErrorCount(zxf_) > forgivenErrors_) return reportErrors();
+    if (isClosed) return true;
+    // Without a new error, the file had already failed: for lack of memory when a domain was set.
+    errors_ = 1;
+    firstError_ = lastForgiven_;
+    return reportErrors();
   }
   reportErrors();
   zxfClose(zxf_);

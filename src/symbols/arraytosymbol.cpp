@@ -115,11 +115,8 @@ class ArrayToSymbol {
     if (axes_.dim() < symbol_->dim) {
       deleteWithoutCell(symbol_, keys_.data(), array_, axes_, freePositions_);
       store([&](const int* key, const double* row) { symbol_->storeRow(key, row, true); });
-    } else if (symbol_->dim == 0 || symbol_->getStorageType() == dmap::StorageTypes::Map) {
-      symbol_->clear();
-      store([&](const int* key, const double* row) { symbol_->addRecordEnd(key, row); });
     } else {
-      replaceAll();
+      symbol_->takeRecords(*newRecords());
     }
   }
 
@@ -135,16 +132,29 @@ class ArrayToSymbol {
     });
   }
 
-  /// Via a vector: the other storages convert from one several times faster than they add records.
-  void replaceAll() {
-    const auto sorted =
-        db_.symbolFactory(static_cast<int>(dmap::StorageTypes::Vector), symbol_->name, symbol_->dim,
-                          symbol_->type, symbol_->number, symbol_->userInfo, symbol_->explText);
+  /// A symbol with all records, in the same storage: the old ones stay if there is no memory for
+  /// it. A tree is made via a vector, from which it converts several times faster than it adds.
+  std::unique_ptr<AbstractZDBSymbol> newRecords() {
+    const dmap::StorageTypes storage = symbol_->getStorageType();
+    if (symbol_->dim == 0 || storage == dmap::StorageTypes::Map) {
+      auto fresh = emptySymbol(storage);
+      store([&](const int* key, const double* row) { fresh->addRecordEnd(key, row); });
+      return fresh;
+    }
+    auto sorted = emptySymbol(dmap::StorageTypes::Vector);
     using SortedArray = ZDBSymbol<dmap::DMapVector, dmap::VectorIterator>;
     dmap::DMapVector& records = static_cast<SortedArray*>(sorted.get())->records();
     records.reserve(recordsOf(array_, axes_.cells()));
     store([&](const int* key, const double* row) { records.emplace_end(key, row); });
-    symbol_->assignRecords(sorted.get());
+    if (storage == dmap::StorageTypes::Vector) return sorted;
+    auto fresh = emptySymbol(storage);
+    fresh->assignRecords(sorted.get());
+    return fresh;
+  }
+
+  std::unique_ptr<AbstractZDBSymbol> emptySymbol(dmap::StorageTypes storage) {
+    return db_.symbolFactory(static_cast<int>(storage), symbol_->name, symbol_->dim, symbol_->type,
+                             symbol_->number, symbol_->userInfo, symbol_->explText);
   }
 
   ZDB& db_;

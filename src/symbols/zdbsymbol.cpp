@@ -23,6 +23,11 @@ void ZDBSymbol<Map, It>::clear() {
   } else {
     records_.clear();
   }
+  contentsReplaced();
+}
+
+template <class Map, class It>
+void ZDBSymbol<Map, It>::contentsReplaced() {
   end_ = records_.end();
   loadFailure.reset();
   handleNotes.endHandles();
@@ -222,6 +227,12 @@ void ZDBSymbol<Map, It>::assignRecords(AbstractZDBSymbol* other) {
     case dmap::StorageTypes::Tree:
       return copyFrom<ZDBSymbol<dmap::DMapUTree, dmap::TreeIterator>>(other);
   }
+}
+
+template <class Map, class It>
+void ZDBSymbol<Map, It>::takeRecords(AbstractZDBSymbol& other) {
+  records_.swap(static_cast<ZDBSymbol&>(other).records_);
+  contentsReplaced();
 }
 
 template <class Map, class It>

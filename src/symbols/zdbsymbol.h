@@ -50,6 +50,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   bool toNextDomainViolation(AbstractZDBSymbolIterator* handle) override;
   void deleteRecord(AbstractZDBSymbolIterator* handle) override;
   void assignRecords(AbstractZDBSymbol* other) override;
+  void takeRecords(AbstractZDBSymbol& other) override;
   double* storeRow(const int* keys, const double* values, bool overwrite) override;
   RecordSink appender() override { return RecordSink::toMember<&ZDBSymbol::append>(*this); }
 
@@ -71,6 +72,8 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   Placed<It> place(const int* keys, const double* values, bool overwrite);
   void append(const int* keys, const double* values);
   void erase(const It& it);
+  /// To be called after all records have been replaced.
+  void contentsReplaced();
   template <class Source>
   void copyFrom(AbstractZDBSymbol* other);
 

@@ -15,6 +15,7 @@
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
+#include "support/allocations.h"
 
 /// Every function pointer of the loaders zmi, zrt, zlx and zst leads through the spy, which keeps a
 /// list of the calls, passes them on to the kit, and answers in its place when told to. There may
@@ -76,12 +77,16 @@ class Spy {
       out << ",null";
     }
   }
+  /// Notes a call; the answer in the kit's place, if there is one.
   template <typename... Arguments>
-  void note(const std::string& name, Arguments... arguments) {
+  const Answer* note(const char* name, Arguments... arguments) {
+    const zdb::test::Allocations::Pause pause;
     ++counts[name];
     std::ostringstream line;
     (show(line, arguments), ...);
-    calls.push_back(name + "(" + line.str().erase(0, 1) + ")");
+    calls.push_back(std::string(name) + "(" + line.str().erase(0, 1) + ")");
+    const auto given = answers.find(name);
+    return given == answers.end() ? nullptr : &given->second;
   }
 
   template <typename Result, typename... Arguments>
@@ -109,10 +114,8 @@ class Spy {
 
     static Result call(Handle handle, Arguments... arguments) {
       if (present == nullptr) return kits(handle, arguments...);
-      present->note(name, arguments...);
-      const auto given = present->answers.find(name);
-      if (given == present->answers.end()) return kits(handle, arguments...);
-      return answer<Result>(given->second, arguments...);
+      const Answer* given = present->note(name, arguments...);
+      return given == nullptr ? kits(handle, arguments...) : answer<Result>(*given, arguments...);
     }
   };
   template <auto* pointer>

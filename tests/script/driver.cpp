@@ -98,7 +98,7 @@ bool runScript(const Program& program, const Script& script, bool update) {
 }
 
 int usage(const std::string& complaint) {
-  std::cerr << complaint << "\nusage: PROGRAM [--update | --memory | --nulls] SCRIPT...\n";
+  std::cerr << complaint << "\nusage: PROGRAM [--update | --memory | --soak | --nulls] SCRIPT...\n";
   return 2;
 }
 
@@ -115,7 +115,9 @@ int runProgram(int argc, char** argv, const Program& program) try {
   if (option == "--update" && std::getenv("CI") != nullptr) return usage("--update is not for CI");
   std::vector<Script> scripts(paths.size());
   std::transform(paths.begin(), paths.end(), scripts.begin(), readScript);
-  if (option == "--memory") return sweepMemory(program, scripts) ? 0 : 1;
+  if (option == "--memory" || option == "--soak") {
+    return sweepMemory(program, scripts, option == "--soak") ? 0 : 1;
+  }
   if (option == "--nulls") return sweepNulls(program, scripts) ? 0 : 1;
   if (!option.empty() && option != "--update") return usage("unknown option " + option);
   bool asExpected = true;

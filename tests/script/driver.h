@@ -139,15 +139,21 @@ class Run {
   void assign(const std::string& name, const Variable& variable, bool wasReleased);
 };
 
-/// What `--memory` and `--nulls` have to know of the functions.
+/// What `--memory` and `--nulls` have to know of the functions. Names are regular expressions.
 struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
-  std::set<std::string> leavePart;            ///< functions and words that may have done a part
-  std::map<std::string, std::string> blamed;  ///< for which the message names another function
+  /// Saves what an object holds and reads it back; what is wrong then, or nothing.
+  std::function<std::string(Run& run, void* object)> check = {};
+  /// Functions without faults, and those that may have done a part when one fails; with reasons.
+  std::map<std::string, std::string> spared = {}, leavePart = {};
+  /// What else a failure for lack of memory may give, and then the call when it is tried again.
+  std::vector<std::pair<std::string, std::string>> failures = {}, refusals = {};
+  std::string fileWork = {};  ///< functions that are tried with failing system calls as well
+  std::map<std::string, std::string> blamed = {};  ///< for which the message names another function
   /// What else may come of a null argument than a refusal that names it: regular expressions of
   /// "function.argument" and of all that such a call gives.
-  std::vector<std::pair<std::string, std::string>> nullAnswers;
-  std::set<std::string> neverNull;  ///< functions that are not called with nulls
+  std::vector<std::pair<std::string, std::string>> nullAnswers = {};
+  std::set<std::string> neverNull = {};  ///< functions that are not called with nulls
 };
 
 struct Program {
@@ -157,15 +163,18 @@ struct Program {
 };
 
 /// Makes the first, second, ... allocation of each statement fail: it must say so and leave what
-/// `picture` gives as it was, and the statement and all that follow must then go as expected. In
-/// the ways without `after` and twins. Says what is wrong and how much was tried.
-bool sweepMemory(const Program& program, const std::vector<Script>& scripts);
+/// `picture` gives as it was, or do what it does without a fault. What is there can then be saved
+/// and read back, the statement and all that follow go as expected, or it says why not, and no
+/// memory is lost. Of the ways without `after` and twins, each statement has one, and of many
+/// allocations only some fail; for `all` each does in each way, and in the statement's own all from
+/// there on do as well. Says what is wrong and how much was tried.
+bool sweepMemory(const Program& program, const std::vector<Script>& scripts, bool all);
 
 /// Calls each function with each pointer argument null in turn, and without its object, in the ways
 /// without `after`. Arguments are those of its first success in a script, which it must have.
 bool sweepNulls(const Program& program, const std::vector<Script>& scripts);
 
-/// What main() of a program does: PROGRAM [--update | --memory | --nulls] SCRIPT...
+/// What main() of a program does: PROGRAM [--update | --memory | --soak | --nulls] SCRIPT...
 /// Returns 0 when everything is as expected, 1 when not, 2 for wrong use.
 int runProgram(int argc, char** argv, const Program& program);
 

@@ -1,9 +1,12 @@
+#include <algorithm>
+#include <cerrno>
 #include <iostream>
 #include <optional>
 #include <regex>
 
 #include "script/driver.h"
 #include "support/allocations.h"
+#include "support/systemcalls.h"
 
 namespace zdb::script {
 
@@ -26,48 +29,159 @@ struct Findings {
   }
 };
 
-/// Runs a script with one allocation of one statement failing. False if it makes fewer.
-bool failsOnce(Run& run, const Script& script, std::size_t position, std::uint64_t number,
-               const SweepRules& rules, Findings& findings) {
-  const auto picture = [&] {
-    std::string all;
-    for (const auto& [name, object] : run.objects) all += rules.picture(object) + "\n";
-    return all;
-  };
-  for (std::size_t i = 0; i < position; ++i) run.execute(script.statements[i]);
-  const Statement& statement = script.statements[position];
-  run.object(statement.object);
-  const std::string before = picture();
-  std::optional<test::Allocations> watch;
-  bool hasFailed = false;
-  run.beforeCall = [&] { watch.emplace(number); };
-  run.afterCall = [&] {
-    hasFailed = watch->hasFailed();
-    watch.reset();
-  };
-  const std::string actual = run.execute(statement);
-  run.beforeCall = run.afterCall = nullptr;
-  if (!hasFailed) return false;
-
-  const std::string what = "allocation " + std::to_string(number) + " failed: ";
-  const auto blamed = rules.blamed.find(statement.name);
-  const std::string& name = blamed == rules.blamed.end() ? statement.name : blamed->second;
-  const std::string said = "\"Out of memory in (" + name + ")";
-  const std::regex answer("(0|null).*" + said + "\" prints " + said + R"re(\\n")re");
-  if (!std::regex_match(actual, answer)) {
-    findings.complain(script, statement, what + "not said so", actual);
-  }
-  if (rules.leavePart.count(statement.name) == 0 && picture() != before) {
-    findings.complain(script, statement, what + "changed something", picture());
-  }
-  for (std::size_t i = position; i < script.statements.size(); ++i) {
-    const Statement& next = script.statements[i];
-    const std::string then = run.execute(next);
-    if (then == run.way.inSettings(next.expected)) continue;
-    findings.complain(script, next, what + "then, after " + statement.source, then);
-  }
-  return true;
+/// Whether a table has a row for a function, and for what came of it.
+bool isListed(const std::map<std::string, std::string>& table, const std::string& name) {
+  return std::ranges::any_of(
+      table, [&](const auto& row) { return std::regex_match(name, std::regex(row.first)); });
 }
+bool isListed(const std::vector<std::pair<std::string, std::string>>& table,
+              const std::string& name, const std::string& actual) {
+  return std::ranges::any_of(table, [&](const auto& row) {
+    return std::regex_match(name, std::regex(row.first)) &&
+           std::regex_match(actual, std::regex(row.second));
+  });
+}
+
+/// A kind of fault. Lasting ones are for the whole run.
+struct Fault {
+  const char* name;
+  int error;  ///< of a system call; kNoMemory: of an allocation
+  bool isLasting;
+  bool mayFail = true;  ///< if not, the call does what it does without
+};
+constexpr int kNoMemory = -1;
+constexpr Fault kFaults[] = {
+    {"allocation", kNoMemory, false},
+    {"allocation and on", kNoMemory, true},
+    {"EIO", EIO, false},
+    {"EIO and on", EIO, true},
+    {"ENOSPC", ENOSPC, false},
+    {"ENOSPC and on", ENOSPC, true},
+    {"EINTR", EINTR, false, false},
+    {"short count", 0, false, false},
+};
+
+/// One statement of a script, run with faults.
+class Starved {
+ public:
+  Starved(const Program& program, const Way& way, const Script& script, std::size_t position,
+          Findings& findings)
+      : program_(program),
+        rules_(program.rules),
+        way_(way),
+        script_(script),
+        position_(position),
+        statement_(script.statements[position]),
+        findings_(findings) {}
+
+  /// False if it makes fewer allocations than `number`.
+  bool failsAt(std::uint64_t number, const Fault& fault) {
+    what_ = fault.name + (" " + std::to_string(number)) + " failed: ";
+    // What stays for good, and is no loss, does not come again the second time.
+    return failsNow(number, fault, true) && (!hasLost_ || failsNow(number, fault, false));
+  }
+
+ private:
+  void complain(const std::string& what, const std::string& actual) {
+    findings_.complain(script_, statement_, what_ + what, actual);
+  }
+
+  bool failsNow(std::uint64_t number, const Fault& fault, bool isFirst) {
+    test::Allocations watch;
+    const bool hasFailed = tryOnce(watch, number, fault);
+    hasLost_ = hasFailed && watch.liveBytes() > 0;
+    if (hasLost_ && !isFirst) complain("lost", std::to_string(watch.liveBytes()) + " bytes");
+    return hasFailed;
+  }
+
+  std::string pictures(const Run& run) const {
+    std::string all;
+    for (const auto& [name, object] : run.objects) all += rules_.picture(object) + "\n";
+    return all;
+  }
+
+  bool isExpected(const Statement& statement, const std::string& actual) const {
+    return actual == way_.inSettings(statement.expected);
+  }
+
+  bool saysSo(const std::string& actual) const {
+    const std::string& name = statement_.name;
+    const auto blamed = rules_.blamed.find(name);
+    const std::string by = blamed == rules_.blamed.end() ? name : blamed->second;
+    const std::string said = "\"Out of memory in (" + by + ")";
+    const std::regex answer("(0|null).*" + said + "\" prints \".*" + said.substr(1) +
+                            R"re(\\n")re");
+    const bool isOtherRefusal = statement_.expected[0] == '0' && actual.starts_with("0 \"");
+    return isOtherRefusal || std::regex_match(actual, answer) ||
+           isListed(rules_.failures, name, actual);
+  }
+
+  bool tryOnce(test::Allocations& watch, std::uint64_t number, const Fault& fault) {
+    Run run(program_.host, way_);
+    for (std::size_t i = 0; i < position_; ++i) run.execute(script_.statements[i]);
+    run.object(statement_.object);
+    const std::string before = pictures(run);
+    bool hasFailed = false;
+    const bool isMemory = fault.error == kNoMemory;
+    run.beforeCall = [&] {
+      if (isMemory) return watch.arm(number, fault.isLasting);
+      test::armSystemCalls(fault.error, number, fault.isLasting);
+    };
+    run.afterCall = [&] {
+      watch.disarm();
+      hasFailed = isMemory ? watch.hasFailed() : test::disarmSystemCalls();
+    };
+    const std::string actual = run.execute(statement_);
+    run.beforeCall = run.afterCall = nullptr;
+    const bool isDone = statement_.expected[0] != '0' && isExpected(statement_, actual);
+    if (hasFailed && !isDone) {
+      const bool isSaid =
+          isMemory ? saysSo(actual) : std::regex_match(actual, std::regex("0.*\".+\".*"));
+      const bool isSame = isExpected(statement_, actual);
+      if (!isSame && (!isSaid || !fault.mayFail)) complain("not said so", actual);
+      if (!isListed(rules_.leavePart, statement_.name) && pictures(run) != before) {
+        complain("changed something", pictures(run));
+      }
+    }
+    if (!isDone) check(run);
+    goOn(run, isDone ? position_ + 1 : position_);
+    check(run);
+    return hasFailed;
+  }
+
+  void goOn(Run& run, std::size_t from) {
+    bool isSame = true;  // what is refused again may change all that comes after it
+    for (std::size_t i = from; i < script_.statements.size(); ++i) {
+      const Statement& next = script_.statements[i];
+      const std::string then = run.execute(next);
+      if (run.host.words.count(next.name) != 0 && isListed(rules_.spared, next.name)) continue;
+      const bool isLoaded = next.expected.starts_with(then + " prints ");  // and not once more
+      if (!isSame || isLoaded || isExpected(next, then)) continue;
+      // What fails anyway may do so after a part, and do another one when it is called again.
+      const bool isRetry = i == position_ && next.expected[0] == '0';
+      isSame = !isRetry && !isListed(rules_.refusals, next.name, then);
+      if (isSame)
+        findings_.complain(script_, next, what_ + "then, after " + statement_.source, then);
+    }
+  }
+
+  void check(Run& run) {
+    const auto object = run.objects.find(statement_.object);
+    if (!rules_.check || object == run.objects.end()) return;
+    const std::string wrong = rules_.check(run, object->second);
+    if (!wrong.empty()) complain("saved and read back", wrong);
+  }
+
+  const Program& program_;
+  const SweepRules& rules_;
+  const Way& way_;
+  const Script& script_;
+  const std::size_t position_;
+  const Statement& statement_;
+  Findings& findings_;
+  std::string what_;
+  bool hasLost_ = false;
+};
 
 using Place = std::pair<const Script*, std::size_t>;
 
@@ -121,22 +235,37 @@ void tryNulls(const Program& program, const Way& way, const Place& place, Findin
 
 }  // namespace
 
-bool sweepMemory(const Program& program, const std::vector<Script>& scripts) {
+bool sweepMemory(const Program& program, const std::vector<Script>& scripts, bool all) {
   Findings findings;
+  std::map<std::string, int> ofKind;
+  std::vector<const Way*> ways;
   for (const Way& way : program.ways) {
-    for (const Script& script : scripts) {
-      if (way.after || way.usesTwins) continue;
-      for (std::size_t i = 0; i < script.statements.size(); ++i) {
-        const Statement& statement = script.statements[i];
-        if (program.host.functions.count(statement.name) == 0) continue;
-        for (std::uint64_t number = 1;; ++number, ++findings.tried) {
-          Run run(program.host, way);
-          if (!failsOnce(run, script, i, number, program.rules, findings)) break;
+    if (!way.after && !way.usesTwins) ways.push_back(&way);
+  }
+  for (const Script& script : scripts) {
+    const int before = findings.tried;
+    for (std::size_t i = 0; i < script.statements.size(); ++i) {
+      const Statement& statement = script.statements[i];
+      const bool isFunction = program.host.functions.count(statement.name) != 0;
+      if (!isFunction || isListed(program.rules.spared, statement.name)) continue;
+      for (std::size_t way = 0; way < ways.size(); ++way) {
+        const bool isTurn = i % ways.size() == way;
+        Starved starved(program, *ways[way], script, i, findings);
+        for (const Fault& fault : kFaults) {
+          if (fault.isLasting ? !(all && isTurn) : !(all || isTurn)) continue;
+          const std::regex files(program.rules.fileWork);
+          if (fault.error != kNoMemory && !std::regex_match(statement.name, files)) continue;
+          for (std::uint64_t n = 1; starved.failsAt(n, fault); n += all ? 1 : 1 + n / 4) {
+            ++findings.tried;
+            ++ofKind[fault.name];
+          }
         }
       }
     }
+    std::cerr << script.path << ": " << findings.tried - before << '\n';
   }
-  return findings.conclude("allocations failed");
+  for (const auto& [kind, count] : ofKind) std::cerr << kind << ": " << count << '\n';
+  return findings.conclude("faults");
 }
 
 bool sweepNulls(const Program& program, const std::vector<Script>& scripts) {

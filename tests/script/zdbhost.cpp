@@ -183,12 +183,45 @@ void* ZdbHost::callback(const std::string& name) const {
 
 std::string ZdbHost::picture(void* object) {
   zdbHandle_t db = databaseOf(object);
+  int isAttached = 0;
+  c__zdbinfo(db, ZDB_INFO_SOURCE_ATTACHED, &isAttached, nullptr, nullptr);
+  if (isAttached != 0) return kAttached;
   std::string all;
   zdbSymbol_t symbol = nullptr;
   for (int i = 0; c__zdbgetsymbolbynumber(db, i, &symbol) == 1; ++i) {
-    all += nameOf(db, symbol) + " " + dump(db, symbol) + "\n";
+    int type = 0;
+    c__zdbsymboltype(db, symbol, &type);
+    all += nameOf(db, symbol) + " " + (type == ZDB_ALIAS ? "alias" : dump(db, symbol)) + "\n";
   }
   return all;
+}
+
+SweepRules ZdbHost::memoryRules() {
+  return {
+      .picture = &ZdbHost::picture,
+      .leavePart = {{"zdbCopySymbol|zdbDenseArraySlicesToSymbol", "they go record by record"},
+                    {"zdbSparseSymbolToSqzdArray", "it fills sets of labels on its way"},
+                    {"zdbInitFrom.*", "the source is attached, and labels stay"},
+                    {"zdb(Close|Write)ZXF", "what has been read from a file that is closed stays"}},
+      .failures =
+          {{"(zdbx?|x)created?",
+            R"re((0|1|done) \(?(null|object).*Out of memory in zdbCreateD?(\\n)?")re"},
+           {"zdbWriteZXF",
+            R"re(0 "(ZXF create did not succeed: |Out of memory: |\d+ ZXF Error.s.. First Error: ).*)re"},
+           {"zdbWriteZXF", R"re(0 "(Error|Problems) writing (symbol|alias) .* to ZXF".*)re"},
+           {"zdbInitFromZXF", R"re(0 "Error opening ZXF file: Out of memory".*)re"},
+           {".*", R"re(0.*"Error reading symbol .* from ZXF file .*: Out of memory".*)re"}},
+      .refusals = {{"zdbInitFromZXF",
+                    "0 \"Database has been initialized, cannot initialize from .*"},
+                   {"zdbInitFrom(DB|Dict)", "0 \"(Uels|Symbols) present. .*"},
+                   {"zdbWriteZXF", "0 \"Problems writing symbol .*"},
+                   {".*",
+                    ".*(Out of memory|could not be read to its end|Error reading symbol ).*"}},
+      .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
+                 {"zdbGetRecordRaw", "zdbGetKeys"},
+                 {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
+                 {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"}},
+  };
 }
 
 }  // namespace zdb::script

@@ -31,8 +31,11 @@ class ZdbHost : public Host {
   bool releases(const std::string& function) const override;
   void* callback(const std::string& name) const override;
 
-  /// All records of all symbols.
+  /// All records of all symbols, or kAttached while looking at them would load them.
   static std::string picture(void* object);
+  static constexpr const char* kAttached = "attached";
+  /// What sweeps over allocations have to know of the library.
+  static SweepRules memoryRules();
 };
 
 /// The callbacks of a source that has its data in the symbols of another database, which the caller

@@ -20,17 +20,35 @@ std::string pathOf(const std::string& name) {
 /// A new database with what is in another one, by way of a file or by copying.
 zdbHandle_t renewed(Run& run, zdbHandle_t old, bool throughFile) {
   static int number = 0;
-  auto* const fresh = static_cast<zdbHandle_t>(run.host.create(run.way));
   const std::string file = pathOf(std::to_string(++number));
   if (throughFile && c__zdbwritezxf(old, file.c_str(), 1) != 1) throw ScriptError(lastError(old));
+  auto* const fresh = static_cast<zdbHandle_t>(run.host.create(run.way));
   if ((throughFile ? c__zdbinitfromzxf(fresh, file.c_str()) : c__zdbinitfromdb(fresh, old)) != 1) {
-    throw ScriptError(lastError(fresh));
+    const ScriptError error(lastError(fresh));
+    run.host.destroy(fresh);
+    throw error;
   }
   std::filesystem::remove(file);  // the new database has it open
   double special[ZDB_SV_COUNT];
   c__zdbgetuserspecialvalues(old, special);
   c__zdbsetspecialvalues(fresh, special);
   return fresh;
+}
+
+/// Saves a database and reads it back. What is refused is refused with a reason.
+std::string checkSaved(Run& run, void* object) {
+  const std::string picture = ZdbHost::picture(object);
+  if (picture == ZdbHost::kAttached) return "";
+  run.host.mark(object);
+  try {
+    zdbHandle_t fresh = renewed(run, static_cast<zdbHandle_t>(object), true);
+    c__zdbclosezxf(fresh, 1);
+    const std::string saved = ZdbHost::picture(fresh);
+    run.host.destroy(fresh);
+    return saved == picture ? "" : saved;
+  } catch (const ScriptError& error) {
+    return *error.what() == '\0' ? "no reason why it cannot be saved" : "";
+  }
 }
 
 /// Puts every database of a run into a new one, with the symbols in variables. Leaves them alone
@@ -96,30 +114,28 @@ std::vector<Way> makeWays() {
   return ways;
 }
 
-const SweepRules kRules = {
-    .picture = &ZdbHost::picture,
-    .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbDenseArraySlicesToSymbol",
-                  "zdbSparseSymbolToSqzdArray"},
-    .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
-               {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
-               {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"}},
-    .nullAnswers =
-        {{".*",
-          "0.*\"(No [\\w ]+ handle specified|No iterator to be freed defined|(Symbol name|Name of "
-          "symbol) cannot be NULL|Unexpected exception in \\w+: basic_string: construction from "
-          "null is not valid)\""},
-         {"zdbAddRecordRaw.(keys|text)",
-          "0 \"zdbMergeSetRecordInt: argument (keys|text) must not be null\""},
-         {"zdbAddSymbolX.domains", "0.*\"zdbAddSymbolX: argument domainNames must not be null\""},
-         {"zdb(Find|Merge)Uel.label", "0 -"},
-         {"zdbInitFromDMRF.*|zdb(Symbol)?Info.integer|zdbSelectRecordStorage.symbol|"
-          "zdbSetSpecialValuesX.state",
-          "1.*"}},
-    // They need a model or a descriptor, change the whole process or are other forms.
-    .neverNull = {"zdbx_init_from_fd", "zdbx_write_fd", "zdbCallSolver", "zdbCallSolverTimed",
-                  "zdbInitFromDict", "zdbInitUpdate", "zdbRegisterZMI", "zdbUpdateModelSymbol",
-                  "zdbSetDebug", "n__zdbgetkeys", "n__zdbgetdomain"},
-};
+SweepRules makeRules() {
+  SweepRules rules = ZdbHost::memoryRules();
+  rules.check = &checkSaved;
+  rules.fileWork = "zdb(Write|Close|InitFrom)ZXF|zdbInitFromDB|zdbCheckSymbolDV";
+  rules.nullAnswers = {
+      {".*",
+       "0.*\"(No [\\w ]+ handle specified|No iterator to be freed defined|(Symbol name|Name of "
+       "symbol) cannot be NULL|Unexpected exception in \\w+: basic_string: construction from "
+       "null is not valid)\""},
+      {"zdbAddRecordRaw.(keys|text)",
+       "0 \"zdbMergeSetRecordInt: argument (keys|text) must not be null\""},
+      {"zdbAddSymbolX.domains", "0.*\"zdbAddSymbolX: argument domainNames must not be null\""},
+      {"zdb(Find|Merge)Uel.label", "0 -"},
+      {"zdbInitFromDMRF.*|zdb(Symbol)?Info.integer|zdbSelectRecordStorage.symbol|"
+       "zdbSetSpecialValuesX.state",
+       "1.*"}};
+  // They need a model or a descriptor, change the whole process or are other forms.
+  rules.neverNull = {"zdbx_init_from_fd", "zdbx_write_fd", "zdbCallSolver",  "zdbCallSolverTimed",
+                     "zdbInitFromDict",   "zdbInitUpdate", "zdbRegisterZMI", "zdbUpdateModelSymbol",
+                     "zdbSetDebug",       "n__zdbgetkeys", "n__zdbgetdomain"};
+  return rules;
+}
 
 }  // namespace
 
@@ -128,5 +144,6 @@ const SweepRules kRules = {
 int main(int argc, char** argv) {
   mallopt(M_PERTURB, 0xA5);  // what is freed is filled with rubbish, for who reads on
   zdb::script::ZdbHost host;
-  return zdb::script::runProgram(argc, argv, {host, zdb::script::makeWays(), zdb::script::kRules});
+  return zdb::script::runProgram(argc, argv,
+                                 {host, zdb::script::makeWays(), zdb::script::makeRules()});
 }

@@ -2,6 +2,7 @@
 
 #include <ClpSolve.hpp>
 #include <algorithm>
+#include <utility>
 
 namespace zdb::kit {
 
@@ -9,8 +10,12 @@ namespace {
 
 class LimitsHandler : public ClpEventHandler {
  public:
-  explicit LimitsHandler(ClpLimits& limits) : limits_(&limits) {}
-  ClpEventHandler* clone() const override { return new LimitsHandler(*this); }
+  explicit LimitsHandler(ClpLimits& limits, LimitsHandler* firstClone = nullptr)
+      : limits_(&limits), firstClone_(firstClone) {}
+  ClpEventHandler* clone() const override {
+    LimitsHandler* ready = std::exchange(firstClone_, nullptr);
+    return ready != nullptr ? ready : new LimitsHandler(*this);
+  }
   int event(Event event) override {
     const bool ends = event == endOfIteration       ? limits_->endsWithIteration()
                       : event == endOfFactorization ? limits_->endsNow()
@@ -21,6 +26,7 @@ class LimitsHandler : public ClpEventHandler {
  private:
   static constexpr int kStopped = 5;  // the status that clp then has
   ClpLimits* limits_;
+  mutable LimitsHandler* firstClone_;
 };
 
 int basisOf(ClpSimplex::Status status) {
@@ -51,7 +57,8 @@ void lookAgain(ClpSimplex& simplex) {
 }  // namespace
 
 ClpWatch::ClpWatch(ClpSimplex& simplex, ClpLimits& limits) : simplex_(simplex) {
-  const LimitsHandler handler(limits);
+  // Made before, since clp has deleted its old handler when it asks for the clone.
+  const LimitsHandler handler(limits, new LimitsHandler(limits));
   simplex_.passInEventHandler(&handler);
 }
 
