@@ -49,7 +49,8 @@
  *     the details in both cases. A failure also becomes the database's last error.
  *  5. Failures in the middle. A call that takes many labels or records is told by `onFailure` what
  *     to do at one that cannot be taken: undo what the call has done, keep it, or skip that one.
- *     With ZDBX_UNDO, the default, the database is as it was, exhausted memory included.
+ *     With ZDBX_UNDO, the default, the database is as it was. Exhausted memory undoes the call
+ *     whatever onFailure says, except that the source of a symbol may have been read.
  *  6. Counts are int64_t, label numbers int32_t. A count that is negative is refused.
  */
 
@@ -112,20 +113,20 @@ enum {
 
 /** What a bulk call has done. */
 typedef struct zdbx_result {
-  size_t size;              /**< sizeof(zdbx_result), set by the caller */
-  int64_t done;             /**< entries taken, delivered or found */
-  int64_t added;            /**< of these, entries that were not there before */
-  int64_t skipped;          /**< entries left out with ZDBX_SKIP, or not found */
-  int64_t row;              /**< the first entry that could not be taken, from 0; -1: none */
-  int32_t position;         /**< the position of its key or column that was at fault; -1: none */
-  int32_t kind;             /**< ZDBX_...: why; ZDBX_NONE if there was no such entry or failure */
-  char text[ZDB_TEXT_SIZE]; /**< the same as a message; empty if there was none */
+  size_t size;      /**< sizeof(zdbx_result), set by the caller */
+  int64_t done;     /**< entries taken, delivered or found */
+  int64_t added;    /**< labels or records that were not there before */
+  int64_t skipped;  /**< entries left out with ZDBX_SKIP, or not found */
+  int64_t row;      /**< the first entry not taken or not found, from 0; -1: none */
+  int32_t position; /**< the position of its key or column that was at fault; -1: none */
+  int32_t kind;     /**< ZDBX_...: why it was not taken, or the call failed; else ZDBX_NONE */
+  char text[ZDB_TEXT_SIZE]; /**< the same as a message; empty for ZDBX_NONE */
 } zdbx_result;
 
-/** Texts in one of three forms; the other two members are null. */
+/** Texts in one of three forms; members of the other forms are null. */
 typedef struct zdbx_texts {
   size_t size;                 /**< sizeof(zdbx_texts), set by the caller */
-  const char* const* pointers; /**< a C string each */
+  const char* const* pointers; /**< a C string each; null is no text of a record, and no label */
   const char* bytes;           /**< or one buffer without terminators, with one of: */
   const int32_t* offsets;      /**< where each text begins, and after the last where it ends */
   const int64_t* offsets64;    /**< the same for buffers of 2 GiB and more */
@@ -148,8 +149,9 @@ typedef struct zdbx_columns {
   size_t size;                        /**< sizeof(zdbx_columns), set by the caller */
   int64_t rows;                       /**< number of records */
   zdbx_column keys[ZDB_MAX_DIM];      /**< int32_t; the first dim are read and must not be null */
-  zdbx_column values[ZDB_MAX_VALUES]; /**< double; null: the default of the symbol's type */
-  const zdbx_texts* texts;            /**< element texts of a set; null: none */
+  zdbx_column values[ZDB_MAX_VALUES]; /**< double, the first 1 or 5 are read; null: the default of
+                                         the symbol's type; of a set, the first must be null */
+  const zdbx_texts* texts; /**< element texts of a set, null: none; otherwise must be null */
 } zdbx_columns;
 
 /** Room for records by the column. */
@@ -158,9 +160,8 @@ typedef struct zdbx_buffers {
   int64_t rows;                    /**< room for this many records */
   zdbx_buffer keys[ZDB_MAX_DIM];   /**< int32_t label numbers of the first dim positions */
   zdbx_buffer labels[ZDB_MAX_DIM]; /**< const char*: the same as texts, valid as long as the db */
-  zdbx_buffer values[ZDB_MAX_VALUES]; /**< double */
-  zdbx_buffer
-      texts; /**< const char*: element texts of a set, "" for none; valid as long as the db */
+  zdbx_buffer values[ZDB_MAX_VALUES]; /**< double; of a set, the first is its text's number */
+  zdbx_buffer texts; /**< const char*: element texts, "" for none; valid as long as the db */
 } zdbx_buffers;
 
 /** A position in the records of a symbol or slice, owned by the caller. */
@@ -205,9 +206,10 @@ ZDBCCLIB_API const char* zdbx_kind_name(int kind);
 
 /**
  * Adds `count` labels, or finds those that are there, and writes their numbers to `numbers`
- * [count]. With ZDBX_SKIP, a text that is not a valid label gets -1; with ZDBX_UNDO, no label is
- * added if one is not valid. result.done counts the labels with a number, result.added the new
- * ones.
+ * [count]. With ZDBX_SKIP, a text that is not a valid label (ZDBX_LABEL) gets -1; with ZDBX_UNDO,
+ * no label is added if one is not valid. A text of blanks only gets the number 0. result.done
+ * counts the labels with a number, result.added the new ones. After a failure `numbers` is
+ * unspecified, except with ZDBX_KEEP for the first result.done.
  */
 ZDBCCLIB_API int zdbx_add_labels(zdbHandle_t db, const zdbx_texts* labels, int64_t count,
                                  int32_t* numbers, int onFailure, zdbx_result* result);
@@ -221,71 +223,86 @@ ZDBCCLIB_API int zdbx_find_labels(zdbHandle_t db, const zdbx_texts* labels, int6
                                   int32_t* numbers, zdbx_result* result);
 
 /**
- * The texts of `count` labels from number `first`, which is at least 1: writes them one after the
- * other, without terminators, to `bytes` [capacity], and where each begins, with the end of the
+ * Gets the texts of `count` labels from number `first`, which is at least 1: writes them one after
+ * the other, without terminators, to `bytes` [capacity], and where each begins, with the end of the
  * last, to `offsets` [count + 1]. *needed is the number of bytes that they take. With null `bytes`
  * only `offsets`, which may be null too, and *needed are written; if `capacity` is too small, fails
- * (ZDBX_ARGUMENT) with *needed set.
+ * (ZDBX_ARGUMENT) with these written.
  */
 ZDBCCLIB_API int zdbx_get_labels(zdbHandle_t db, int32_t first, int64_t count, char* bytes,
                                  int64_t capacity, int64_t* offsets, int64_t* needed);
 
 /* ---- Records --------------------------------------------------------------------------------- */
 
+/*
+ * Symbols that are read may be the universe, whose records are its labels, and aliases, for which
+ * their sets are read. slice[dim] are label numbers, ZDB_ANY where any label will do; null is the
+ * whole symbol. A number that is not that of a label matches nothing.
+ */
+
 /**
  * Puts records into a symbol, which may not be an alias or the universe; `mode` is ZDBX_MERGE,
  * ZDBX_REPLACE or ZDBX_ADD. If a key comes twice, the last one counts, except with ZDBX_ADD. What
  * cannot be taken: a label number that does not exist (ZDBX_NOT_FOUND), an element text that is too
- * long (ZDBX_LABEL), an existing key with ZDBX_ADD. A missing column of values stands for the
- * default of the symbol's type, also where a record exists.
+ * long (ZDBX_LABEL), an existing key with ZDBX_ADD (ZDBX_EXISTS). A missing column of values stands
+ * for the default of the symbol's type, also where a record exists. At most 2147483647 rows.
  *
- * Records in key order are appended in constant time each; in other orders they are sorted first
- * where that is faster. Needs memory for an undo of what it changes: nothing for records that are
- * appended.
+ * Replacing ends record handles and cursors of the symbol; otherwise they stay at their records. A
+ * symbol that is replaced is not loaded from its source first, and a load of it that failed is
+ * forgotten.
+ *
+ * Takes constant time for each record that comes after all others, and otherwise what adding it
+ * takes; in the vector, a call moves the other records once. Records that are not in key order are
+ * sorted first. Needs memory for the sorting, and for the addresses of the records unless all come
+ * after the others.
  */
 ZDBCCLIB_API int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* records,
                                   int mode, int onFailure, zdbx_result* result);
 
 /**
- * The number of records of a symbol, or of a slice of it: slice[dim] are label numbers, ZDB_ANY
- * where any label will do; null is the whole symbol. Takes constant time for a whole symbol,
+ * Gets the number of records of a symbol or slice. Takes constant time for a whole symbol,
  * otherwise time in the records that share the fixed leading positions.
  */
 ZDBCCLIB_API int zdbx_count_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                     int64_t* count);
 
 /**
- * Writes the records of a symbol, the universe included, or of a slice to the columns that
- * `buffers` has, in key order. Fails without writing (ZDBX_ARGUMENT) if there are more than
- * buffers->rows. result.done is the number of records.
+ * Writes the records of a symbol or slice to the columns that `buffers` has, in key order. Fails
+ * without writing (ZDBX_ARGUMENT) if there are more than buffers->rows. result.done is the number
+ * of records.
  */
 ZDBCCLIB_API int zdbx_get_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                   const zdbx_buffers* buffers, zdbx_result* result);
 
 /**
- * Opens a cursor before the first record of a symbol or slice, for reading in pieces. It keeps its
- * place while records are added, changed and deleted, and becomes invalid as record handles do.
- * Freed by zdbx_close_cursor().
+ * Opens a cursor before the first record of a symbol or slice, for reading in pieces. It remembers
+ * the last key read, so it keeps its place while records are added, changed and deleted, that one
+ * included. It becomes invalid, and can only be closed, when the symbol is cleared, replaced,
+ * loaded again, copied into or moved to another storage. Freed by zdbx_close_cursor().
  */
 ZDBCCLIB_API int zdbx_open_cursor(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                   zdbxCursor_t* cursor);
 
 /**
- * Writes the next records, at most buffers->rows, and moves behind them; result.done, or the result
- * of 1 with result.done 0, tells how many: 0 only at the end.
+ * Writes the next records, at most buffers->rows, which must be at least 1, and moves past them.
+ * result.done is their number, 0 at the end; `result` must not be null. Takes O(log n) in addition
+ * to the records that are passed.
  */
 ZDBCCLIB_API int zdbx_read_cursor(zdbHandle_t db, zdbxCursor_t cursor, const zdbx_buffers* buffers,
                                   zdbx_result* result);
 
-/** Frees a cursor and sets *cursor to null, which it may be already. */
+/**
+ * Frees a cursor, which must be done before the database is freed, and sets *cursor to null, which
+ * it may be already.
+ */
 ZDBCCLIB_API int zdbx_close_cursor(zdbHandle_t db, zdbxCursor_t* cursor);
 
 /**
- * Finds the records with `keys->rows` keys; the columns of `keys` other than `keys` are not used.
- * Writes the values of those found to the columns of `values`, which has as many rows, and 1 or 0
- * to `found` [rows]; either may be null. Values of records that are not found are not written. A
- * label number that does not exist is not found. result.done counts those found, result.skipped
- * the others.
+ * Finds the records with keys->rows keys; only the rows and the keys of `keys` are used. Writes
+ * what is found to the values and texts of `values`, which has room for as many rows, and 1 or 0 to
+ * `found` [rows]; either may be null. For what is not found, nothing else is written. result.done
+ * counts those found, result.skipped the others, and result.row is the first of these. Several
+ * searches run at a time, so one call takes a fraction of the time of as many.
  */
 ZDBCCLIB_API int zdbx_find_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* keys,
                                    const zdbx_buffers* values, unsigned char* found,
@@ -300,7 +317,8 @@ ZDBCCLIB_API int zdbx_find_record(zdbHandle_t db, zdbSymbol_t symbol, const int3
 
 /**
  * Makes a handle at the first record of a slice, or the last if `last` is true, that walks this
- * slice only, like c__zdbfindfirstrecordslice(). Freed by c__zdbfreesymboliterator().
+ * slice only, like c__zdbfindfirstrecordslice(). In the universe every position must be open. Freed
+ * by c__zdbfreesymboliterator().
  */
 ZDBCCLIB_API int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice, int last,
                                  zdbRecord_t* record);

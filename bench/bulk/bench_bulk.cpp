@@ -299,38 +299,42 @@ using zdb::dmap::DMap;
 using zdb::dmap::DMapUTree;
 using zdb::dmap::DMapVector;
 
-// Few iterations are enough, since each works on a million items or more.
-#define ZDB_BENCHMARK(...) BENCHMARK(__VA_ARGS__)->Unit(benchmark::kMillisecond)->MinTime(0.3)
-#define ZDB_SIZES Arg(kMillion)->Arg(10 * kMillion)
-ZDB_BENCHMARK(Read_Bulk<kMap>)->ZDB_SIZES;
-ZDB_BENCHMARK(Read_Bulk<kVector>)->ZDB_SIZES;
-ZDB_BENCHMARK(Read_Bulk<kTree>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_Bulk<kMap>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_Container<DMap>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_Bulk<kVector>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_Container<DMapVector>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_Bulk<kTree>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_Container<DMapUTree>)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadSorted_AbslBtreeMap)->ZDB_SIZES;
-ZDB_BENCHMARK(LoadShuffled_Bulk<kMap>);
-ZDB_BENCHMARK(LoadShuffled_OneByOne<kMap>);
-ZDB_BENCHMARK(LoadShuffled_Bulk<kVector>);
-ZDB_BENCHMARK(LoadShuffled_Bulk<kTree>);
-ZDB_BENCHMARK(LoadShuffled_OneByOne<kTree>);
-ZDB_BENCHMARK(PutThousand_Bulk<kMap>);
-ZDB_BENCHMARK(PutThousand_Bulk<kVector>);
-ZDB_BENCHMARK(PutThousand_Bulk<kTree>);
-ZDB_BENCHMARK(Find_Bulk<kMap>)->ZDB_SIZES;
-ZDB_BENCHMARK(Find_OneByOne<DMap>)->ZDB_SIZES;
-ZDB_BENCHMARK(Find_Bulk<kVector>)->ZDB_SIZES;
-ZDB_BENCHMARK(Find_OneByOne<DMapVector>)->ZDB_SIZES;
-ZDB_BENCHMARK(Find_Bulk<kTree>)->ZDB_SIZES;
-ZDB_BENCHMARK(Find_OneByOne<DMapUTree>)->ZDB_SIZES;
-ZDB_BENCHMARK(Find_AbslBtreeMap)->ZDB_SIZES;
-ZDB_BENCHMARK(AddLabels_Bulk);
-ZDB_BENCHMARK(AddLabels_OneByOne);
-ZDB_BENCHMARK(AddLabels_AbslFlatHashMap);
-ZDB_BENCHMARK(FindLabels_Bulk);
-ZDB_BENCHMARK(FindLabels_AbslFlatHashMap);
+// Few iterations are enough, since each works on a million items or more. The part of a name before
+// "_" is the group within which the table of `make bench` compares.
+#define ZDB_BENCHMARK(name, ...) \
+  BENCHMARK(__VA_ARGS__)->Name(name)->Unit(benchmark::kMillisecond)->MinTime(0.3)
+#define ZDB_SIZES(group, name, ...)                                 \
+  ZDB_BENCHMARK(group "Million_" name, __VA_ARGS__)->Arg(kMillion); \
+  ZDB_BENCHMARK(group "TenMillion_" name, __VA_ARGS__)->Arg(10 * kMillion)
+ZDB_SIZES("Read", "BulkMap", Read_Bulk<kMap>);
+ZDB_SIZES("Read", "BulkVector", Read_Bulk<kVector>);
+ZDB_SIZES("Read", "BulkTree", Read_Bulk<kTree>);
+ZDB_SIZES("Load", "BulkMap", LoadSorted_Bulk<kMap>);
+ZDB_SIZES("Load", "ContainerMap", LoadSorted_Container<DMap>);
+ZDB_SIZES("Load", "BulkVector", LoadSorted_Bulk<kVector>);
+ZDB_SIZES("Load", "ContainerVector", LoadSorted_Container<DMapVector>);
+ZDB_SIZES("Load", "BulkTree", LoadSorted_Bulk<kTree>);
+ZDB_SIZES("Load", "ContainerTree", LoadSorted_Container<DMapUTree>);
+ZDB_SIZES("Load", "AbslBtreeMap", LoadSorted_AbslBtreeMap);
+ZDB_BENCHMARK("LoadShuffled_BulkMap", LoadShuffled_Bulk<kMap>);
+ZDB_BENCHMARK("LoadShuffled_OneByOneMap", LoadShuffled_OneByOne<kMap>);
+ZDB_BENCHMARK("LoadShuffled_BulkVector", LoadShuffled_Bulk<kVector>);
+ZDB_BENCHMARK("LoadShuffled_BulkTree", LoadShuffled_Bulk<kTree>);
+ZDB_BENCHMARK("LoadShuffled_OneByOneTree", LoadShuffled_OneByOne<kTree>);
+ZDB_BENCHMARK("PutThousand_BulkMap", PutThousand_Bulk<kMap>);
+ZDB_BENCHMARK("PutThousand_BulkVector", PutThousand_Bulk<kVector>);
+ZDB_BENCHMARK("PutThousand_BulkTree", PutThousand_Bulk<kTree>);
+ZDB_SIZES("Find", "BulkMap", Find_Bulk<kMap>);
+ZDB_SIZES("Find", "OneByOneMap", Find_OneByOne<DMap>);
+ZDB_SIZES("Find", "BulkVector", Find_Bulk<kVector>);
+ZDB_SIZES("Find", "OneByOneVector", Find_OneByOne<DMapVector>);
+ZDB_SIZES("Find", "BulkTree", Find_Bulk<kTree>);
+ZDB_SIZES("Find", "OneByOneTree", Find_OneByOne<DMapUTree>);
+ZDB_SIZES("Find", "AbslBtreeMap", Find_AbslBtreeMap);
+ZDB_BENCHMARK("AddLabels_Bulk", AddLabels_Bulk);
+ZDB_BENCHMARK("AddLabels_OneByOne", AddLabels_OneByOne);
+ZDB_BENCHMARK("AddLabels_AbslFlatHashMap", AddLabels_AbslFlatHashMap);
+ZDB_BENCHMARK("FindLabels_Bulk", FindLabels_Bulk);
+ZDB_BENCHMARK("FindLabels_AbslFlatHashMap", FindLabels_AbslFlatHashMap);
 
 }  // namespace

@@ -46,7 +46,8 @@ class Run {
   void step(std::uint16_t number) {
     static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,     &Run::switchStorage,
                                       &Run::copySymbol, &Run::throughFile, &Run::copyDatabase,
-                                      &Run::startAnew,  &Run::putMany,     &Run::readMany};
+                                      &Run::startAnew,  &Run::putMany,     &Run::readMany,
+                                      &Run::addLabels};
     random_.seed(number);
     Twin& t = *pick(twins_);
     const Step function = kSteps[oneIn(3) ? below(std::ssize(kSteps)) : 0];
@@ -317,6 +318,36 @@ class Run {
     if (oneIn(2)) std::ranges::sort(table.keys);
     for (const std::string& text : table.texts) table.pointers.push_back(text.c_str());
     return table;
+  }
+  /// Known, new and wrong ones, in the spelling that they happen to have.
+  void addLabels(Twin& t, int /*n*/) {
+    std::vector<std::string> texts;
+    for (int count = below(40); count > 0; --count) {
+      texts.push_back(oneIn(60) ? "\t" : (oneIn(2) ? "x" : "X") + show(below(30)));
+    }
+    std::vector<const char*> pointers(texts.size() + 1);
+    std::ranges::transform(texts, pointers.begin(), [](const auto& one) { return one.c_str(); });
+    const zdbx_texts list = {sizeof list, pointers.data(), nullptr, nullptr, nullptr};
+    const int onFailure = below(3);
+    std::vector<int> numbers(texts.size() + 1);
+    zdbx_result result = {};
+    result.size = sizeof result;
+    const int status =
+        zdbx_add_labels(t.db, &list, std::ssize(texts), numbers.data(), onFailure, &result);
+    const auto wrong = std::ranges::find(texts, "\t");
+    same(status, wrong == texts.end() || onFailure == ZDBX_SKIP, "add labels");
+    const bool isUndone = !status && onFailure == ZDBX_UNDO;
+    const int before = t.labels.size();
+    for (std::size_t i = 0; !isUndone && i < texts.size(); ++i) {
+      const bool isWrong = texts[i] == "\t";
+      if (isWrong && onFailure != ZDBX_SKIP) break;
+      same(numbers[i], isWrong ? -1 : t.labels.merge(texts[i]), "number of a label");
+    }
+    same(result.added, t.labels.size() - before, "labels added");
+    zdbx_find_labels(t.db, &list, std::ssize(texts), numbers.data(), nullptr);
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      same(numbers[i], std::max(-1, t.labels.find(texts[i])), "label found");
+    }
   }
   /// In all modes and with each word for what cannot be taken.
   void putMany(Twin& t, int n) {

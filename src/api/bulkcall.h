@@ -30,6 +30,8 @@ inline OutColumn inside(const zdbx_buffer& buffer) {
 struct BulkCall : Call {
   BulkOutcome& outcome;
 
+  /// For the checks of checks.h.
+  const Call& frame() const { return *this; }
   /// Refuses an argument.
   template <typename... Arguments>
   bool refuse(const char* format, Arguments... arguments) const {

@@ -20,7 +20,7 @@ using zdb::BulkCall;
 
 /// The symbol to read, with its records: of an alias, its set. Null and a message on failure.
 AbstractZDBSymbol* readable(const BulkCall& call, AbstractZDBSymbol* symbol) {
-  if (!symbolGiven(call, symbol)) return nullptr;
+  if (!symbolGiven(call.frame(), symbol)) return nullptr;
   symbol = symbol->aliasTarget;
   if (symbol->isUniverse() || call.db.ensureLoaded(symbol)) return symbol;
   return nullptr;
@@ -111,7 +111,7 @@ int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* rec
                      int onFailure, zdbx_result* result) {
   return zdb::bulk(__func__, zdb::inside(db), result, [&](const BulkCall& call) {
     AbstractZDBSymbol* target = zdb::inside(symbol);
-    if (!symbolGiven(call, target)) return false;
+    if (!symbolGiven(call.frame(), target)) return false;
     if (target->isUniverse() || target->isAlias()) {
       return call.refuse("%s: cannot add records to %s, which is %s", target->name.c_str(),
                          target->isAlias() ? "an alias" : "the universe");
