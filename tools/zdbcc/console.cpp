@@ -42,7 +42,7 @@ void Console::write(std::string_view text) {
 void Console::flush() {
   if (push()) return;
   if (outputError_ == EPIPE) throw ClosedPipeError();
-  throw ToolError(std::string("cannot write to standard output: ") + std::strerror(outputError_));
+  throw OutputError(std::string("cannot write to standard output: ") + std::strerror(outputError_));
 }
 
 void Console::report(std::string_view problem) {

@@ -24,8 +24,8 @@ class Console {
   const Terminal& terminal() const { return terminal_; }
   void decideTerminal(When color);
 
-  /// Adds to standard output. Throws ToolError if the output cannot be written, ClosedPipeError if
-  /// nobody reads it any more.
+  /// Adds to standard output. Throws OutputError if the output cannot be written, ClosedPipeError
+  /// if nobody reads it any more.
   void write(std::string_view text);
   /// Writes out everything that is buffered. Throws as write().
   void flush();

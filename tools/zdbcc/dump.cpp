@@ -1,10 +1,13 @@
-// zdbcc dump: the records of one symbol, or of all, as CSV.
+// zdbcc dump: the records of a slice, of a symbol, or of all symbols.
 #include <algorithm>
-#include <set>
+#include <limits>
+#include <optional>
 
-#include "contract/names.h"
+#include "columns.h"
 #include "csvwriter.h"
-#include "database.h"
+#include "json.h"
+#include "progress.h"
+#include "slice.h"
 #include "values.h"
 #include "verbs.h"
 
@@ -14,128 +17,308 @@ namespace {
 
 struct DumpOptions {
   std::string file;
-  std::string symbol;
+  std::string slice;
+  std::optional<std::uint64_t> head;
+  bool wide = false;
+  bool json = false;
+  SpecialForm specials = SpecialForm::Names;
 };
 
-std::vector<std::string> valueColumns(const Symbol& symbol) {
-  if (symbol.isUniverse()) return {};
-  if (symbol.type == ZDB_SET) return {"text"};
-  if (symbol.valueCount() == 1) return {"value"};
-  return {"level", "marginal", "lower", "upper", "scale"};
-}
-
-/// Key columns have the names of their domains. Programs that read CSV need distinct names, so a
-/// second "city" becomes "city_2".
-std::vector<std::string> columnNames(const Symbol& symbol) {
-  const std::vector<std::string> values = valueColumns(symbol);
-  std::set<std::string> used(values.begin(), values.end());
-  std::vector<std::string> names;
-  for (const Domain& domain : symbol.domains) {
-    const std::string wanted = domain.name == "*" ? "label" : printable(domain.name);
-    std::string name = wanted;
-    for (int n = 2; !used.insert(zdb::contract::lowerCase(name)).second; ++n) {
-      name = wanted + '_' + std::to_string(n);
-    }
-    names.push_back(name);
-  }
-  names.insert(names.end(), values.begin(), values.end());
-  return names;
-}
-
-/// Writes symbols of one file.
-class Dump {
+/// Writes a table cell by cell, as CSV or as a JSON array with an object for each row.
+class RowWriter {
  public:
-  Dump(Database& db, Console& console) : db_(db), console_(console), csv_(console), format_(db) {
-    const int count = db.labelCount();
-    labels_.resize(static_cast<std::size_t>(count) + 1);
-    for (int i = 1; i <= count; ++i) labels_[static_cast<std::size_t>(i)] = db.label(i);
-  }
+  RowWriter(Console& console, bool json) : csv_(console), json_(console), isJson_(json) {}
 
-  void one(const Symbol& symbol) {
-    RecordCursor record(db_, symbol);  // first, so that there is no heading if this fails
-    for (const std::string& name : columnNames(symbol)) csv_.field(name);
+  void begin(const std::vector<std::string>& names) {
+    names_ = names;
+    column_ = 0;
+    if (isJson_) {
+      json_.beginArray();
+      return;
+    }
+    for (const std::string& name : names) csv_.field(name);
     csv_.endRow();
-    for (; record.valid(); record.next()) {
-      for (int d = 0; d < symbol.dim; ++d) {
-        csv_.field(labels_[static_cast<std::size_t>(record.keys()[d])]);
-      }
-      writeValues(symbol, record);
+  }
+  void text(std::string_view content) {
+    isJson_ ? void(cell().value(content)) : csv_.field(content);
+  }
+  void number(double value, ValueFormat& format) {
+    if (!isJson_) return csv_.field(format(value));
+    if (const std::optional<double> plain = format.number(value)) {
+      cell().value(*plain);
+    } else if (const std::string_view name = format(value); name.empty()) {
+      cell().null();
+    } else {
+      cell().value(name);
+    }
+  }
+  /// A cell without a content; in JSON, it is left out.
+  void nothing() { isJson_ ? void(++column_) : csv_.field(""); }
+  void endRow() {
+    if (isJson_) {
+      if (!hasRow_) json_.beginObject(JsonWriter::Layout::OneLine);
+      json_.end();
+    } else {
       csv_.endRow();
     }
+    column_ = 0;
+    hasRow_ = false;
+  }
+  void end() {
+    if (isJson_) json_.end();
+  }
+  JsonWriter& json() { return json_; }
+
+ private:
+  JsonWriter& cell() {
+    if (!hasRow_) json_.beginObject(JsonWriter::Layout::OneLine);
+    hasRow_ = true;
+    return json_.key(names_[column_++]);
   }
 
-  /// Writes each symbol after a line with its name; one that cannot be read does not stop
-  /// the others.
-  void all() {
-    for (int i = 0; i < db_.symbolCount(); ++i) {
-      const Symbol symbol = db_.symbolAt(i);
-      if (i > 0) console_.write("\n");
-      console_.write(comment(symbol));
-      if (symbol.isAlias()) continue;
-      try {
-        one(symbol);
-        db_.forgetRecords(symbol);
-      } catch (const ToolError& failure) {
-        console_.report(failure.what());
-      }
-    }
+  CsvWriter csv_;
+  JsonWriter json_;
+  bool isJson_;
+  bool hasRow_ = false;
+  std::size_t column_ = 0;
+  std::vector<std::string> names_;
+};
+
+class Dump {
+ public:
+  Dump(const DumpOptions& options, Console& console)
+      : options_(options),
+        head_(options.head.value_or(std::numeric_limits<std::uint64_t>::max())),
+        console_(console),
+        progress_(console, "records"),
+        file_(options.file),
+        rows_(console, options.json),
+        format_(FileRecords::specials(), options.specials) {}
+
+  void run() {
+    if (options_.slice.empty()) return all();
+    const Slice slice = readSlice(file_, options_.slice);
+    const bool hasRecords = one(slice);
+    if (!slice.isWhole && !hasRecords) console_.note(options_.slice + " has no records");
   }
 
  private:
-  void writeValues(const Symbol& symbol, RecordCursor& record) {
-    if (symbol.isUniverse()) return;
-    if (symbol.type == ZDB_SET) return csv_.field(record.text());
-    for (int v = 0; v < symbol.valueCount(); ++v) csv_.field(format_(record.values()[v]));
+  /// Whether there were any records.
+  bool one(const Slice& slice) {
+    total_ = slice.symbol.recordCount;
+    if (options_.wide) return wide(slice);
+    SliceRecords records(file_, slice);  // first, so that there is no heading if this fails
+    std::uint64_t count = 0;
+    writeTable(columnNames(slice.symbol), [&] {
+      for (; count < head_ && nextOf(records); ++count) {
+        writeLabels(records, slice.symbol.dim);
+        writeValues(records.record(), slice.symbol);
+        rows_.endRow();
+      }
+    });
+    return count > 0;
   }
 
-  static std::string comment(const Symbol& symbol) {
+  /// A table is ended properly even if its rows cannot be read.
+  template <typename Rows>
+  void writeTable(const std::vector<std::string>& names, Rows writeRows) {
+    rows_.begin(names);
+    try {
+      writeRows();
+    } catch (const ToolError&) {
+      rows_.end();
+      throw;
+    }
+    rows_.end();
+  }
+
+  bool nextOf(SliceRecords& records) {
+    constexpr std::uint64_t kSeldom = 4096;
+    const std::uint64_t done = records.record().done();
+    // On a terminal, the records themselves show how far it is.
+    if (done % kSeldom == 0 && !console_.terminal().hasOutput) progress_.update(done, total_);
+    return records.next();
+  }
+
+  void writeLabels(const SliceRecords& records, int count) {
+    for (int d = 0; d < count; ++d) rows_.text(file_.label(records.record().keys()[d]));
+  }
+
+  void writeValues(const FileRecords& record, const FileSymbol& symbol) {
+    if (symbol.isUniverse()) return;
+    if (symbol.type == ZDB_SET) return rows_.text(record.text());
+    for (int v = 0; v < symbol.valueCount(); ++v) rows_.number(record.values()[v], format_);
+  }
+
+  /// A column for each label of the last position. Two passes: the first finds these labels.
+  bool wide(const Slice& slice) {
+    const FileSymbol& symbol = slice.symbol;
+    if (symbol.type == ZDB_SET || symbol.dim == 0) {
+      throw ToolError("--wide needs values over labels, but " + symbol.name + " is " +
+                      (symbol.type == ZDB_SET ? "a set" : "a single value"));
+    }
+    const std::vector<int> columns = lastLabels(slice);
+    std::vector<std::string> names = columnNames(symbol);
+    names.resize(static_cast<std::size_t>(symbol.dim) - 1);
+    for (const int label : columns) names.emplace_back(file_.label(label));
+    SliceRecords records(file_, slice);
+    writeTable(names, [&] {
+      bool isLeft = nextOf(records);
+      for (std::uint64_t count = 0; isLeft && count < head_; ++count) {
+        isLeft = wideRow(records, symbol.dim - 1, columns);
+      }
+    });
+    return !columns.empty();
+  }
+
+  std::vector<int> lastLabels(const Slice& slice) {
+    std::vector<bool> isUsed(static_cast<std::size_t>(file_.labelCount()) + 1);
+    SliceRecords records(file_, slice);
+    while (nextOf(records)) {
+      isUsed[static_cast<std::size_t>(records.record().keys()[slice.symbol.dim - 1])] = true;
+    }
+    std::vector<int> labels;
+    for (std::size_t i = 1; i < isUsed.size(); ++i) {
+      if (isUsed[i]) labels.push_back(static_cast<int>(i));
+    }
+    return labels;
+  }
+
+  /// Writes the records that agree in all labels but the last; false if there are no more.
+  bool wideRow(SliceRecords& records, int last, const std::vector<int>& columns) {
+    const int* keys = records.record().keys();
+    const std::vector<int> row(keys, keys + last);
+    writeLabels(records, last);
+    bool isLeft = true;
+    bool isInRow = true;
+    for (const int label : columns) {
+      if (!isInRow || keys[last] != label) {
+        rows_.nothing();
+        continue;
+      }
+      rows_.number(records.record().values()[0], format_);
+      isLeft = nextOf(records);
+      isInRow = isLeft && std::equal(row.begin(), row.end(), keys);
+    }
+    rows_.endRow();
+    return isLeft;
+  }
+
+  /// Writes each symbol with its name; one that cannot be read does not stop the others.
+  void all() {
+    if (options_.json) rows_.json().beginObject();
+    for (const FileSymbol& symbol : file_.symbols()) {
+      options_.json ? void(rows_.json().key(symbol.name)) : writeComment(symbol);
+      if (!symbol.isAlias()) {
+        tryOne(symbol);
+      } else if (options_.json) {
+        rows_.json()
+            .beginObject(JsonWriter::Layout::OneLine)
+            .field("aliasOf", symbol.aliasOf)
+            .end();
+      }
+    }
+    if (options_.json) rows_.json().end();
+  }
+
+  void tryOne(const FileSymbol& symbol) {
+    try {
+      one({symbol});
+    } catch (const OutputError&) {
+      throw;
+    } catch (const ToolError& failure) {
+      if (options_.json && rows_.json().waitsForValue()) rows_.json().null();
+      console_.report(failure.what());
+    }
+  }
+
+  void writeComment(const FileSymbol& symbol) {
     std::string line = std::string("# ") + typeName(symbol.type) + ' ' + symbol.name;
     if (symbol.isAlias()) line += " of " + symbol.aliasOf;
     if (!symbol.domains.empty()) line += '(' + domainText(symbol) + ')';
     if (!symbol.text.empty()) line += ": " + symbol.text;
-    return printable(line) + '\n';
+    if (symbol.number > 1) console_.write("\n");
+    console_.write(printable(line) + '\n');
   }
 
-  Database& db_;
+  const DumpOptions& options_;
+  std::uint64_t head_;  ///< rows of each symbol
   Console& console_;
-  CsvWriter csv_;
+  Progress progress_;
+  std::uint64_t total_ = 0;  ///< records of the symbol at hand
+  ExchangeFile file_;
+  RowWriter rows_;
   ValueFormat format_;
-  std::vector<std::string> labels_;
 };
 
-Symbol findSymbol(Database& db, const DumpOptions& options) {
-  try {
-    return db.findSymbol(options.symbol);
-  } catch (const ToolError& failure) {
-    throw ToolError(std::string(failure.what()) + ", see zdbcc info " + options.file);
-  }
-}
-
 void runDump(const DumpOptions& options, Console& console) {
-  Database db(options.file);
-  Dump dump(db, console);
-  if (options.symbol.empty()) {
-    dump.all();
-  } else {
-    dump.one(findSymbol(db, options));
-  }
+  if (options.wide && options.slice.empty()) throw WrongUseError("--wide needs a SLICE");
+  Dump(options, console).run();
 }
 
 }  // namespace
 
 Verb dumpVerb() {
-  return {.name = "dump",
-          .summary = "Writes records as CSV",
-          .operands = {{.name = "FILE",
-                        .kind = Kind::ExchangeFile,
-                        .text = "Exchange file to read",
-                        .target = into(&DumpOptions::file)},
-                       {.name = "SYMBOL",
-                        .kind = Kind::Symbol,
-                        .text = "Symbol to write, `*` for all labels; without it, all symbols",
-                        .target = into(&DumpOptions::symbol),
-                        .isOptional = true}},
-          .action = runs(runDump)};
+  return {
+      .name = "dump",
+      .summary = "Writes records to standard output, as CSV or JSON",
+      .details =
+          R"(The records of a slice, of a symbol or of all symbols are written in the order of
+their keys, as they are read: memory does not grow with them. Names and labels are found without
+regard to case; for an alias, the records of its set are written.
+
+- The heading has the names of the domains, with `label` for `*`. A name that would occur twice gets
+a number: `city,city_2,value`.
+- The values follow: `text` for sets, `value` for parameters, and `level,marginal,lower,upper,scale`
+for variables and equations.
+- Numbers are as short as possible while reading back as the same double.
+- A field that contains a comma, a quote or a line break, begins or ends with a blank, or begins with
+`#` is quoted; quotes in it are doubled.
+
+Without a slice, all symbols are written, separated by blank lines. A line before each describes it;
+an alias has only this line:
+
+    # parameter need(nutrient): What one adult needs a day
+
+A symbol that cannot be read is left out from where it is damaged on, with a message; the others are
+written, and the exit code is 1.)",
+      .operands = {{.name = "FILE",
+                    .kind = Kind::ExchangeFile,
+                    .text = "Exchange file to read",
+                    .target = into(&DumpOptions::file)},
+                   {.name = "SLICE",
+                    .kind = Kind::Slice,
+                    .text = "Symbol, `*` for all labels, or part of a symbol: "
+                            "`flow(ATL,*)` or `flow[ATL,*]`, with quotes around a label that has "
+                            "commas, brackets or quotes. Without it, all symbols",
+                    .target = into(&DumpOptions::slice),
+                    .isOptional = true}},
+      .options = {{.name = "head",
+                   .value = "N",
+                   .kind = Kind::Number,
+                   .text = "Write the first N rows, of each symbol",
+                   .target = into(&DumpOptions::head)},
+                  {.name = "wide",
+                   .text = "Make a column of each label of the last position",
+                   .details = "For variables and equations, it has the level.",
+                   .target = into(&DumpOptions::wide)},
+                  {.name = "specials",
+                   .value = "HOW",
+                   .kind = Kind::Choice,
+                   .text = "How to write special values",
+                   .details =
+                       "`names` are `Undef`, `NA`, `+Inf`, `-Inf`, and `Eps` for an explicit "
+                       "zero; `numbers` are `nan`, `nan`, `inf`, `-inf` and 0; `empty` "
+                       "leaves the field empty.",
+                   .target = into(&DumpOptions::specials, {"names", "numbers", "empty"})},
+                  jsonOption(&DumpOptions::json)},
+      .examples = {{"zdbcc dump flights.zxf city | head", "The first records of a symbol"},
+                   {"zdbcc dump flights.zxf 'flow(ATL,*)'", "What begins with a label"},
+                   {"zdbcc dump flights.zxf distance --wide > distance.csv",
+                    "A matrix, for a "
+                    "spreadsheet"},
+                   {"zdbcc dump flights.zxf limit --json | jq '.[].value'", "For other programs"}},
+      .action = runs(runDump)};
 }
 
 }  // namespace zdb::tool

@@ -118,8 +118,7 @@ int ExchangeFile::requireLabel(std::string_view label) const {
   throw ToolError(name_ + " has no label " + std::string(label) + guess.text());
 }
 
-FileRecords::FileRecords(ExchangeFile& file, const FileSymbol& symbol)
-    : file_(file), dim_(symbol.dim) {
+FileRecords::FileRecords(ExchangeFile& file, const FileSymbol& symbol) : file_(file) {
   if (symbol.isUniverse()) {
     universe_ = file.labelCount();
   } else {
@@ -132,13 +131,17 @@ FileRecords::~FileRecords() {
 }
 
 bool FileRecords::next() {
-  if (!file_.reader_.started()) return keys_[0]++ < universe_;
-  return reading(file_.name(), [&] {
-    if (!file_.reader_.ready(neutralSpecials())) return false;
-    int changed = 0;
-    file_.reader_.take(keys_.data(), values_.data(), &changed);
-    return true;
-  });
+  const bool isLeft = file_.reader_.started() ? reading(file_.name(), [&] { return take(); })
+                                              : keys_[0]++ < universe_;
+  if (isLeft) ++done_;
+  return isLeft;
+}
+
+bool FileRecords::take() {
+  if (!file_.reader_.ready(neutralSpecials())) return false;
+  int changed = 0;
+  file_.reader_.take(keys_.data(), values_.data(), &changed);
+  return true;
 }
 
 std::string_view FileRecords::text() const {

@@ -74,12 +74,17 @@ class FileRecords {
   /// Text of an element of a set; empty if it has none.
   std::string_view text() const;
 
+  /// Number of records read so far.
+  std::uint64_t done() const { return done_; }
+
   /// Values that no data have by chance; see ValueFormat.
   static const std::array<double, ZDB_SV_COUNT>& specials();
 
  private:
+  bool take();
+
   ExchangeFile& file_;
-  int dim_;
+  std::uint64_t done_ = 0;
   int universe_ = 0;  ///< for the set of all labels: the number of labels, else 0
   std::array<int, ZDB_MAX_DIM> keys_{};
   std::array<double, ZDB_MAX_VALUES> values_{};

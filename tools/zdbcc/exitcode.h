@@ -14,6 +14,12 @@ class ToolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// Standard output cannot be written: no verb goes on after that.
+class OutputError : public ToolError {
+ public:
+  using ToolError::ToolError;
+};
+
 /// The command line is not one that the tool understands: ExitCode::WrongUse in every verb.
 class WrongUseError : public std::runtime_error {
  public:

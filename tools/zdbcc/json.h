@@ -25,6 +25,9 @@ class JsonWriter {
 
   JsonWriter& key(std::string_view name);
 
+  /// Whether a key has been written and not yet its value.
+  bool waitsForValue() const { return hasKey_; }
+
   JsonWriter& value(std::string_view text);
   JsonWriter& value(const char* text) { return value(std::string_view(text)); }
   /// A number of JSON; an infinity as a literal that readers take for one, null for a NaN.

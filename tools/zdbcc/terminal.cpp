@@ -41,6 +41,7 @@ Terminal findTerminal(int output, int errors, When color) {
   terminal.colorsOutput = colors(output);
   terminal.colorsErrors = colors(errors);
   terminal.showsProgress = !isDumb && isatty(errors) != 0;
+  terminal.hasOutput = isatty(output) != 0;
   terminal.width = findWidth(output, errors);
   return terminal;
 }

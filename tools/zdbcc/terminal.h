@@ -12,6 +12,7 @@ struct Terminal {
   bool colorsOutput = false;
   bool colorsErrors = false;
   bool showsProgress = false;  ///< on standard error
+  bool hasOutput = false;      ///< standard output is one
   int width = 80;              ///< of lines
 };
 

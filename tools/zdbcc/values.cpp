@@ -4,12 +4,18 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 
 namespace zdb::tool {
 
 namespace {
 
 constexpr const char* kNames[ZDB_SV_COUNT] = {"Undef", "NA", "+Inf", "-Inf", "Eps"};
+
+constexpr const char* kNumberTexts[ZDB_SV_COUNT] = {"nan", "nan", "inf", "-inf", "0"};
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNumbers[ZDB_SV_COUNT] = {kNaN, kNaN, kInfinity, -kInfinity, 0};
 
 std::uint64_t bits(double value) {
   return std::bit_cast<std::uint64_t>(value);
@@ -44,16 +50,33 @@ std::string domainText(const SymbolInfo& symbol) {
 }
 
 ValueFormat::ValueFormat(const Database& db) {
-  db.require(c__zdbgetspecialvalues(db.handle(), specials_));
+  db.require(c__zdbgetspecialvalues(db.handle(), specials_.data()));
+}
+
+ValueFormat::ValueFormat(const std::array<double, ZDB_SV_COUNT>& specials, SpecialForm form)
+    : specials_(specials), form_(form) {}
+
+// By bit pattern, as some of them are not numbers.
+std::size_t ValueFormat::special(double value) const {
+  std::size_t i = 0;
+  while (i < specials_.size() && bits(value) != bits(specials_[i])) ++i;
+  return i;
 }
 
 std::string_view ValueFormat::operator()(double value) {
-  for (int i = 0; i < ZDB_SV_COUNT; ++i) {
-    // By bit pattern, as one of them is not a number.
-    if (bits(value) == bits(specials_[i])) return kNames[i];
+  const std::size_t i = special(value);
+  if (i < specials_.size()) {
+    if (form_ == SpecialForm::Empty) return "";
+    return form_ == SpecialForm::Names ? kNames[i] : kNumberTexts[i];
   }
   const auto result = std::to_chars(text_, text_ + sizeof text_, value);
   return {text_, static_cast<std::size_t>(result.ptr - text_)};
+}
+
+std::optional<double> ValueFormat::number(double value) const {
+  const std::size_t i = special(value);
+  if (i == specials_.size()) return value;
+  return form_ == SpecialForm::Numbers ? std::optional(kNumbers[i]) : std::nullopt;
 }
 
 std::optional<double> ValueFormat::parse(std::string_view text) const {
