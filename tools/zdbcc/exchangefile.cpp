@@ -72,6 +72,8 @@ FileSymbol ExchangeFile::describe(const SymbolEntry& entry, int number) const {
   symbol.text = entry.text;
   symbol.recordCount = entry.recordCount;
   symbol.size = entry.dataSize;
+  symbol.userInfo = entry.userInfo;
+  symbol.domainKind = entry.domainKind;
   if (symbol.isAlias()) {
     const auto set = static_cast<std::size_t>(entry.userInfo);
     symbol.aliasOf = set == 0 ? "*" : reader_.directory().symbols[set - 1].name;
@@ -95,15 +97,19 @@ FileSymbol ExchangeFile::symbol(std::string_view name) const {
     universe.recordCount = static_cast<std::uint32_t>(labelCount());
     return universe;
   }
-  const std::uint32_t number = reader_.directory().names.find(name);
-  if (number == 0) {
+  const FileSymbol* found = findSymbol(name);
+  if (found == nullptr) {
     Guess guess(name);
     for (const FileSymbol& each : symbols_) guess.consider(each.name);
     throw ToolError(name_ + " has no symbol " + std::string(name) +
                     (guess.text().empty() ? "; zdbcc info lists those it has" : guess.text()));
   }
-  const FileSymbol& found = symbols_[number - 1];
-  return found.isAlias() ? symbol(found.aliasOf) : found;
+  return found->isAlias() ? symbol(found->aliasOf) : *found;
+}
+
+const FileSymbol* ExchangeFile::findSymbol(std::string_view name) const {
+  const std::uint32_t number = reader_.directory().names.find(name);
+  return number == 0 ? nullptr : &symbols_[number - 1];
 }
 
 int ExchangeFile::findLabel(std::string_view label) const {
@@ -144,10 +150,11 @@ bool FileRecords::take() {
   return true;
 }
 
-std::string_view FileRecords::text() const {
-  const TextList& texts = file_.reader_.directory().texts;
-  const int number = static_cast<int>(values_[0]);
-  return texts.holds(number) ? texts.at(static_cast<std::uint32_t>(number)) : "";
+// A file may hold any number there.
+std::string_view ExchangeFile::elementText(double value) const {
+  const TextList& texts = reader_.directory().texts;
+  if (!(value >= 1 && value <= texts.size())) return "";
+  return texts.at(static_cast<std::uint32_t>(value));
 }
 
 const std::array<double, ZDB_SV_COUNT>& FileRecords::specials() {
