@@ -132,7 +132,7 @@ class Diff {
     Guess guess(name);
     for (const FileSymbol& symbol : a_.symbols()) guess.consider(symbol.name);
     for (const FileSymbol& symbol : b_.symbols()) guess.consider(symbol.name);
-    throw WrongUseError("neither file has a symbol " + name + guess.text());
+    throw ToolError("neither file has a symbol " + name + guess.text());
   }
 
   bool isDecided() const { return options_.quiet && different_ > 0; }

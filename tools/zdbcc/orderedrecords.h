@@ -22,6 +22,7 @@ class OrderedRecords {
 
   /// Goes to the next record; the first call to the first. False after the last one.
   bool next() { return stream_ ? nextOfStream() : nextOfLoaded(); }
+  const ExchangeFile& file() const { return file_; }
   const int* keys() const { return keys_.data(); }
   /// As in FileRecords.
   const double* values() const { return values_; }
