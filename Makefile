@@ -16,6 +16,7 @@ demo: build/build.ninja ## run the main job on real data
 	@build/bin/diet_demo examples/diet/data build/demo
 
 test: all ## build everything and run all tests
+	@script/peers.sh build
 	@ctest --preset release -j $(JOBS)
 
 soak: all ## try every fault of file work and kill writers at random, for some minutes
@@ -33,6 +34,7 @@ bench: ## measure the library and its peers
 	@script/packages.sh build bench
 	@$(CONFIGURE) --preset release -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build --preset release --target bench/all zxfcclib64
+	@script/peers.sh build
 	@script/bench.sh build/bench-results build/bin/bench_*
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers

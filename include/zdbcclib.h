@@ -101,6 +101,8 @@
 #ifndef ZDBCCLIB_H
 #define ZDBCCLIB_H
 
+#include <math.h> /* NOLINT(modernize-deprecated-headers): HUGE_VAL, for C clients as well */
+
 /** Version of this header and of the library that it was shipped with. */
 #define ZDBCCLIB_VERSION_MAJOR 1
 #define ZDBCCLIB_VERSION_MINOR 0
@@ -139,9 +141,39 @@ enum {
 
 /** In a slice of label numbers: any label. */
 enum { ZDB_ANY = 0 };
+/** The same in a slice of labels. */
+#define ZDB_ANY_LABEL " "
 
 /** Types of symbols. */
 enum { ZDB_SET = 0, ZDB_PARAMETER = 1, ZDB_VARIABLE = 2, ZDB_EQUATION = 3, ZDB_ALIAS = 4 };
+
+/** Subtypes of variables, with the lower and upper bound of a new record. */
+enum {
+  ZDB_VAR_UNKNOWN = 0,        /**< 0, 0 */
+  ZDB_VAR_BINARY = 1,         /**< 0, 1 */
+  ZDB_VAR_INTEGER = 2,        /**< 0, 100 */
+  ZDB_VAR_POSITIVE = 3,       /**< 0, infinity */
+  ZDB_VAR_NEGATIVE = 4,       /**< -infinity, 0 */
+  ZDB_VAR_FREE = 5,           /**< -infinity, infinity */
+  ZDB_VAR_SOS1 = 6,           /**< special ordered set of the first kind: 0, infinity */
+  ZDB_VAR_SOS2 = 7,           /**< of the second kind: 0, infinity */
+  ZDB_VAR_SEMICONTINUOUS = 8, /**< 1, infinity */
+  ZDB_VAR_SEMIINTEGER = 9     /**< 1, 100 */
+};
+
+/** Subtypes of equations, likewise. */
+enum {
+  ZDB_EQU_EQUAL = 0,    /**< 0, 0 */
+  ZDB_EQU_GREATER = 1,  /**< 0, infinity */
+  ZDB_EQU_LESS = 2,     /**< -infinity, 0 */
+  ZDB_EQU_FREE = 3,     /**< not binding: -infinity, infinity */
+  ZDB_EQU_EXTERNAL = 4, /**< 0, 0 */
+  ZDB_EQU_CONE = 5,     /**< 0, infinity */
+  ZDB_EQU_LOGIC = 6     /**< 0, 0 */
+};
+
+/** Plus infinity, of which -ZDB_INFINITY is minus infinity. */
+#define ZDB_INFINITY HUGE_VAL
 
 /** Storages for the records of a symbol. They behave alike and differ in memory and speed. */
 enum {
@@ -397,20 +429,14 @@ ZDBCCLIB_API int c__zdbgetsymbolsuels(zdbHandle_t db, const zdbSymbol_t* symbols
  * Adds an empty symbol whose domains are all the universe. `name`, which must be new, and
  * `explText` are as in convention 7; 0 <= dim <= 20, for a set 1 <= dim; `type` is a ZDB_SET to
  * ZDB_ALIAS, which is not checked. `userInfo` is the caller's for sets and parameters; for
- * variables and equations it is the subtype, which determines the values of new records; for an
- * alias it is the number of the set that it stands for, and an alias of anything else stands for
- * the universe. Freed by zdbfree().
+ * variables and equations it is the subtype, a ZDB_VAR_... or ZDB_EQU_..., which determines the
+ * bounds of new records (any other number counts as 0); their levels and marginals are 0, their
+ * scales 1. For an alias it is the number of the set that it stands for, and an alias of anything
+ * else stands for the universe. Freed by zdbfree().
  *
  *     zdbSymbol_t demand;
  *     if (!c__zdbaddsymbol(db, "demand", 1, ZDB_PARAMETER, 0, "cases a day", &demand))
  *       c__zdbgetlasterror(db, message);
- *
- * A new record has level and marginal 0, scale 1, and by subtype these bounds:
- *
- *     variable   0: 0, 0     1: 0, 1       2: 0, 100     3, 6, 7: 0, inf
- *                4: -inf, 0  5: -inf, inf  8: 1, inf     9: 1, 100
- *     equation   0, 4, 6: 0, 0             1, 5: 0, inf  2: -inf, 0  3: -inf, inf
- *     (subtypes that are not listed count as 0)
  */
 ZDBCCLIB_API int c__zdbaddsymbol(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                                  const char* explText, zdbSymbol_t* symbol);
@@ -707,11 +733,11 @@ ZDBCCLIB_API zdbRecord_t c__zdbfindlastrecordpy(zdbHandle_t db, zdbSymbol_t symb
 
 /**
  * Makes a handle at the first (last) record of a slice; the handle walks this slice only. A slice
- * is the records that have the labels keys[dim], where " " (one blank) stands for any label. Fails
- * if there is no such record, or a label is unknown. Takes time in the records that share the
- * labels before the first " ". Freed by c__zdbfreesymboliterator().
+ * is the records that have the labels keys[dim], where ZDB_ANY_LABEL (one blank) stands for any
+ * label. Fails if there is no such record, or a label is unknown. Takes time in the records that
+ * share the labels before the first of these. Freed by c__zdbfreesymboliterator().
  *
- *     const char* summer[] = {" ", "summer"};
+ *     const char* summer[] = {ZDB_ANY_LABEL, "summer"};
  *     c__zdbfindfirstrecordslice(db, cost, summer, &record);
  */
 ZDBCCLIB_API int c__zdbfindfirstrecordslice(zdbHandle_t db, zdbSymbol_t symbol,

@@ -176,20 +176,26 @@ ZDBCCLIB_API const char* zdbx_version_text(void);
 
 /**
  * The kind of the last error (ZDBX_...), of calls of zdbcclib.h as well; ZDBX_NONE if there was
- * none or it was cleared. ZDBX_ARGUMENT for a null database.
+ * none or it was cleared. ZDBX_ARGUMENT for a null database. A call that fails without a message,
+ * such as one with a label that has control characters, leaves the last error as it was.
  */
 ZDBCCLIB_API int zdbx_error_kind(zdbHandle_t db);
 
-/** The message of the last error, "" if there is none. Valid until the next failure. */
+/**
+ * The message of the last error, "" if there is none or the database is null. Valid until the next
+ * failure or the clearing of the error.
+ */
 ZDBCCLIB_API const char* zdbx_error_text(zdbHandle_t db);
 
 /**
- * What is behind the message of the last error, such as "No space left on device" or the place in a
- * damaged file; "" if nothing more is known. Valid until the next failure.
+ * What is behind the message of the last error: the words of the companion or the system, such as
+ * "No space left on device" or the place of the damage in a file. Some messages have these words in
+ * them. Where a message does not, they also go to the print callback, if there is one. "" if
+ * nothing more is known. As valid as the message.
  */
 ZDBCCLIB_API const char* zdbx_error_reason(zdbHandle_t db);
 
-/** Forgets the last error. */
+/** Forgets the last error; does nothing for a null database. */
 ZDBCCLIB_API void zdbx_clear_error(zdbHandle_t db);
 
 /** The name of an error kind, such as "not found"; static. "other" for an unknown kind. */
@@ -302,39 +308,55 @@ ZDBCCLIB_API int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32
 /* ---- Symbols --------------------------------------------------------------------------------- */
 
 /**
- * Removes a symbol with its records and sets *symbol to null. Symbols after it move up: their
- * numbers become smaller by one. Refused (ZDBX_STATE) for a set that is a domain of another symbol
- * or has an alias, and while symbols of the database are still to be loaded from a source.
+ * Removes a symbol with its records and sets *symbol to null; any other copy of the handle must not
+ * be used again. Symbols after it move up: their numbers become smaller by one. Handles on its
+ * records are refused from then on (ZDBX_HANDLE) and must still be freed. A symbol that is still to
+ * be loaded is not loaded. Positions that have its name for a domain, and not the symbol, keep the
+ * name. Refused for the universe, and (ZDBX_STATE) for a set or alias that is a domain of another
+ * symbol, or a set that has an alias. Takes time in the symbols of the database.
  */
 ZDBCCLIB_API int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol);
 
 /**
- * Gives a symbol another name. Its handles stay valid. Refused for the universe, for a name that is
- * not valid (ZDBX_LABEL) or taken (ZDBX_EXISTS), and for a symbol that is still to be loaded from a
- * source, which knows it by its name.
+ * Gives a symbol another name, or its name another spelling. Its handles stay valid; positions that
+ * have the old name for a domain, and not the symbol, get the new one. A symbol that is still to be
+ * loaded is loaded first, since its source knows it by the old name; later, a model or callbacks
+ * are asked for it by the new one. Refused for the universe and for a name that is not valid
+ * (ZDBX_LABEL) or taken (ZDBX_EXISTS). Takes time in the symbols of the database.
  */
 ZDBCCLIB_API int zdbx_rename_symbol(zdbHandle_t db, zdbSymbol_t symbol, const char* name);
 
 /* ---- Data exchange files in memory and through descriptors ------------------------------------
  */
 
+/*
+ * These need a system with /proc; those that make a file in memory also need memfd_create().
+ */
+
 /**
- * Like c__zdbinitfromzxf() with a file that is open for reading and can be read at any position;
- * `fd` stays the caller's and may be closed after the call. The place of the descriptor is neither
- * used nor moved.
+ * Like c__zdbinitfromzxf() with a regular file that is open for reading and that this process may
+ * open again; `fd` stays the caller's and may be closed after the call. The place of the descriptor
+ * is neither used nor moved. The database keeps the file open until it is closed as a source.
  */
 ZDBCCLIB_API int zdbx_init_from_fd(zdbHandle_t db, int fd);
 
-/** Like c__zdbinitfromzxf() with the bytes of a file, which are copied. */
+/** Like c__zdbinitfromzxf() with the bytes of a file, which are copied to a file in memory. */
 ZDBCCLIB_API int zdbx_init_from_memory(zdbHandle_t db, const void* bytes, size_t count);
 
 /**
  * Like c__zdbwritezxf(), but writes to a descriptor, which may be a pipe, from its present place.
- * What stood there is overwritten and not truncated; a failure may leave a part.
+ * The file is made in memory first, so a failure to make it writes nothing; a failure to write it
+ * (ZDBX_SYSTEM), such as a full disk or a pipe that nobody reads, may leave a part. The signal of
+ * such a pipe is held back. What stood at the place is overwritten and not truncated. Waits where
+ * the descriptor would not. If the database still reads from this very file, it loads everything
+ * and closes it first.
  */
 ZDBCCLIB_API int zdbx_write_fd(zdbHandle_t db, int fd, int noDomainCheck);
 
-/** Like c__zdbwritezxf(), but returns the file's bytes. Freed by zdbx_free_bytes(). */
+/**
+ * Like c__zdbwritezxf(), but returns the file's bytes; *bytes is null after a failure. Freed by
+ * zdbx_free_bytes().
+ */
 ZDBCCLIB_API int zdbx_write_memory(zdbHandle_t db, int noDomainCheck, void** bytes, size_t* count);
 
 /** Frees what zdbx_write_memory() returned; null is allowed. */
@@ -396,23 +418,54 @@ struct ArrowArrayStream {
 #endif /* ARROW_C_STREAM_INTERFACE */
 
 /**
- * Fills `stream` with the records of a symbol or slice, in key order, in batches of at most
- * `batchRows` (0: one of a suitable size). Columns: for each position a dictionary of label texts
- * (utf8, int32 indices, ordered), named by the position's domain or, where that is "*" or comes
- * twice, with the position's number; then "level", "marginal", "lower", "upper" and "scale" as
- * float64, of sets "text" as utf8, of parameters "value". The schema's metadata names symbol, type,
- * dimension and text. The arrays are copies and outlive the database; the stream itself must be
- * released before the database is freed and becomes invalid as record handles do.
+ * Fills `stream` with the records of a symbol, the universe included, or of a slice, in key order,
+ * in batches of at most `batchRows` (0: of a suitable size), and never more than 1,048,576. On
+ * failure *stream is released, that is, its `release` is null.
+ *
+ * Columns: for each position a dictionary of the labels that occur there (utf8, int32 indices,
+ * ordered: by label number); then "level", "marginal", "lower", "upper" and "scale" as float64, for
+ * parameters "value" instead, and for sets "text" as utf8. A position is named by its domain, or
+ * "label" for "*"; a second "city" becomes "city_2", as in the tool's CSV. There are no nulls:
+ * special values are the doubles that the caller uses for them (c__zdbsetspecialvalues()). The
+ * schema's metadata has the keys zdb:symbol, zdb:type, zdb:dimension and zdb:text.
+ *
+ * An alias has the records of its set. Labels, names and texts are bytes here but UTF-8 there: one
+ * that is not makes this call fail (ZDBX_LABEL), an element text the stream (EILSEQ).
+ *
+ * Takes a pass over the keys for the labels, and 4 bytes for each position and label of the
+ * database while the stream is open. The batches share the dictionaries, unless records with other
+ * labels are added while the stream is read.
+ *
+ * Arrays and schemas are the consumer's: they outlive stream and database and may be released in
+ * any thread. The stream reads the database and so is used in its thread, or while nobody else uses
+ * it. It keeps its place like a cursor. When the symbol's records have been removed or moved to
+ * another storage, or the symbol or the database is gone, the stream fails (EINVAL) and can still
+ * be released. A stream that has failed keeps failing.
  */
 ZDBCCLIB_API int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                     int64_t batchRows, struct ArrowArrayStream* stream);
 
 /**
- * Puts the records of a stream into a symbol, like zdbx_put_records(). The stream has dim columns
- * of labels first, utf8, large utf8 or dictionaries of these with any index type, and then the
- * values as numbers of any width, or for a set optionally its texts. Labels are added. Columns are
- * taken by place, whatever their names. A null is refused with its row and column, as a record that
- * cannot be taken. Offsets and empty batches are heeded. The stream is released in any case.
+ * Puts the records of a stream into a symbol, like zdbx_put_records(), once all have been read:
+ * it takes memory for the keys and values of all of them. The stream is released in any case.
+ *
+ * The stream has `dim` columns of labels first, which are utf8, large utf8, utf8 views or
+ * dictionaries of these with any index type. Values follow: as many as the symbol has, or fewer,
+ * those that are missing having the default of the symbol's type. They are integers, floats of 16
+ * to 64 bits, decimals of 32 to 128 bits or booleans, and become doubles, which round what has more
+ * than 15 digits. For a set, a column of texts may follow, in the types of labels. Columns are
+ * taken by place, whatever their names. A stream of another shape is refused (ZDBX_ARGUMENT) with
+ * the column and its format.
+ *
+ * A record with a null in any column, or with a text that is not a valid label, cannot be taken; it
+ * ends the reading unless `onFailure` is ZDBX_SKIP. result.row counts the records of the stream and
+ * result.position its columns, from 0. A stream that fails (ZDBX_CALLBACK) has its own text in the
+ * message and ends the call: with ZDBX_UNDO nothing has changed, otherwise the records before the
+ * failure are put.
+ *
+ * Labels are added as they come, those of a dictionary in its order. With ZDBX_UNDO a failed call
+ * leaves none of them, unless the producer itself has added labels to this database. With the other
+ * two, labels may remain of records that were not taken.
  */
 ZDBCCLIB_API int zdbx_import_stream(zdbHandle_t db, zdbSymbol_t symbol,
                                     struct ArrowArrayStream* stream, int mode, int onFailure,

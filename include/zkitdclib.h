@@ -44,7 +44,7 @@
  *     If there are integer columns, marginals are those of the model with these columns fixed at
  *     their levels. The level of a row is the value of its whole left-hand side, to be compared
  *     with r[i].
- *  5. A bound of 1.0E300 or more (-1.0E300 or less) is infinite.
+ *  5. A bound of ZKIT_INFINITY or more (-ZKIT_INFINITY or less) is infinite.
  *  6. The caller frees a model with zkitModelFree() and an instance with zkitFreeInstance(), in any
  *     order: an instance does not need its model. Use each from one thread at a time. The library
  *     prints nothing.
@@ -76,6 +76,9 @@ enum { ZKIT_VARIABLE = 5, ZKIT_EQUATION = 6 };
 
 /** Types of rows. */
 enum { ZKIT_EQUAL = 0, ZKIT_GREATER = 1, ZKIT_LESS = 2, ZKIT_FREE = 3 };
+
+/** A bound that is none, of columns and rows. */
+#define ZKIT_INFINITY 1.0E300
 
 /** Types of models. */
 enum { ZKIT_LP = 1, ZKIT_MIP = 2, ZKIT_RMIP = 3 };

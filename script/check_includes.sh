@@ -1,7 +1,7 @@
 #!/bin/sh
 # Fails on an include that points against the direction of the layers: check_includes.sh [--self-test]
 #
-#   api -> symbols, io -> core, dmap, utree, loaders
+#   api -> arrow, io; arrow -> symbols; symbols, io -> core, dmap, utree, loaders
 #
 # At the bottom core may use the loaders and the interface of the record maps, and dmap may use
 # utree. Loaders and companions share the contract, which core, io and api use too; what
@@ -14,8 +14,9 @@ set -eu
 check() {
   grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "$1"/*/ | awk -v root="$1/" '
     BEGIN {
-      allowed["api"] = "api symbols io core dmap utree loaders contract zdbcclib.h zdbx.h"
+      allowed["api"] = "api arrow symbols io core dmap utree loaders contract zdbcclib.h zdbx.h"
       allowed["symbols"] = "symbols core dmap utree memory"
+      allowed["arrow"] = "arrow symbols core contract"
       allowed["io"] = "io core loaders contract"
       allowed["core"] = "core loaders memory contract dmap/idmap.h"
       allowed["dmap"] = "dmap utree memory"
@@ -48,7 +49,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api symbols io core dmap utree loaders contract memory kit zxf shared zdbcc; do mkdir "$tree/$layer"; done
+  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared zdbcc; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -67,6 +68,9 @@ core dmap/dmap.h
 core zdbcclib.h
 symbols io/trace.h
 symbols zdbcclib.h
+symbols arrow/give.h
+arrow api/guard.h
+arrow dmap/idmap.h
 io symbols/slice.h
 io api/guard.h
 dmap core/zdb.h

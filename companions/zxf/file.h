@@ -59,6 +59,9 @@ class InputFile {
 /// name). The folder is held open, so a change of the working directory does no harm. An existing
 /// target keeps its permission bits and, where that is allowed, its owner; a symbolic link is
 /// followed.
+///
+/// A target that is a file without a name, given as /proc/self/fd/ and the number of a descriptor,
+/// such as one in memory, is written in place: its first owner decides what becomes of it.
 class OutputFile {
  public:
   /// Fails with CannotOpenFile (an existing target may not be written), NotRegularFile or
@@ -84,6 +87,7 @@ class OutputFile {
 
  private:
   OutputFile() = default;
+  bool openNameless(const char* path);
   void openFolder(const std::string& path);
   void createFile();
   bool createNamed();

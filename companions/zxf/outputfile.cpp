@@ -104,16 +104,29 @@ std::string selfPath(int fd) {
 
 // Once the delegated constructor is through, a failure of the rest runs the destructor.
 OutputFile::OutputFile(const char* path) : OutputFile() {
+  buffer_.reserve(kBufferSize);
+  if (openNameless(path)) return;
   const std::string target = followed(path);
   openFolder(target);
   removeLeftOvers(folder_.get());
   createFile();
   keepMode();
-  buffer_.reserve(kBufferSize);
 }
 
 OutputFile::~OutputFile() {
   if (!temporaryName_.empty()) ::unlinkat(folder_.get(), temporaryName_.c_str(), 0);
+}
+
+bool OutputFile::openNameless(const char* path) {
+  constexpr std::string_view kDescriptors = "/proc/self/fd/";
+  struct stat status;
+  if (!std::string_view(path).starts_with(kDescriptors) || ::stat(path, &status) != 0 ||
+      !S_ISREG(status.st_mode) || status.st_nlink > 0) {
+    return false;
+  }
+  file_ = Descriptor(openIn(AT_FDCWD, path, O_WRONLY | O_TRUNC));
+  if (!file_.valid()) fail(Errc::CannotOpenFile, printed("%.100s: %s", path, std::strerror(errno)));
+  return true;
 }
 
 void OutputFile::openFolder(const std::string& path) {
@@ -250,6 +263,7 @@ void OutputFile::replaceTarget() {
 
 void OutputFile::publish() {
   flush();
+  if (!folder_.valid()) return;  // a file without a name
   if (sync(file_) != 0) failWriting();
   // Where there is nothing to replace, no temporary name comes between, with which a writer could
   // be killed.

@@ -81,7 +81,7 @@ static int compareRecord(zdbHandle_t db, zdbRecord_t record, void* user) {
 }
 
 static int printChanges(const Side* before, const Side* after) {
-  static const char* const kEvery[] = {" ", " "};
+  static const char* const kEvery[] = {ZDB_ANY_LABEL, ZDB_ANY_LABEL};
   const Comparison comparisons[] = {
       {"price", 1, before->db, before->symbols.price, 0},
       {"need", 1, before->db, before->symbols.need, 0},

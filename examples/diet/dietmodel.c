@@ -63,8 +63,9 @@ static int addFood(zdbHandle_t db, zdbRecord_t record, void* user) {
   if (!c__zdbgetlevel(db, record, &cents)) return hostFail(db, "cannot read a price");
   food->dollars = cents / 100;
   const char* label = food->label;
-  return (zkitAddColumn(builder->model, builder->buy, &label, 0, 1e300, 0, &food->column) &&
-          zkitAddColumn(builder->model, builder->price, &label, 0, 1e300, cents, &priceColumn) &&
+  return (zkitAddColumn(builder->model, builder->buy, &label, 0, ZKIT_INFINITY, 0, &food->column) &&
+          zkitAddColumn(builder->model, builder->price, &label, 0, ZKIT_INFINITY, cents,
+                        &priceColumn) &&
           zkitAddProduct(builder->model, builder->costRow, priceColumn, food->column, -0.01)) ||
          modelFail(builder, "cannot add a food to the model");
 }
@@ -76,7 +77,8 @@ static int addNutrient(zdbHandle_t db, zdbRecord_t record, void* user) {
   if (item == NULL) return 0;
   if (!c__zdbgetlevel(db, record, &need)) return hostFail(db, "cannot read a need");
   const char* label = item->label;
-  return (zkitAddColumn(builder->model, builder->need, &label, 0, 1e300, need, &item->column) &&
+  return (zkitAddColumn(builder->model, builder->need, &label, 0, ZKIT_INFINITY, need,
+                        &item->column) &&
           zkitAddRow(builder->model, builder->supply, &label, ZKIT_GREATER, 0, &item->row) &&
           zkitAddCoefficient(builder->model, item->row, item->column, -1)) ||
          modelFail(builder, "cannot add a nutrient to the model");
@@ -110,7 +112,7 @@ static int addSymbols(Builder* builder) {
           zkitAddSymbol(model, "cost_of", ZKIT_EQUATION, 0, "", 0, &costDefinition) &&
           zkitAddSymbol(model, "supply", ZKIT_EQUATION, 1, "what the diet holds", 0,
                         &builder->supply) &&
-          zkitAddColumn(model, cost, NULL, -1e300, 1e300, 0, &costColumn) &&
+          zkitAddColumn(model, cost, NULL, -ZKIT_INFINITY, ZKIT_INFINITY, 0, &costColumn) &&
           zkitAddRow(model, costDefinition, NULL, ZKIT_EQUAL, 0, &builder->costRow) &&
           zkitAddCoefficient(model, builder->costRow, costColumn, 1) &&
           zkitSetObjective(model, costColumn, 1)) ||
@@ -118,7 +120,7 @@ static int addSymbols(Builder* builder) {
 }
 
 static int build(Builder* builder, zdbHandle_t data, const DietSymbols* symbols, void** instance) {
-  const char* const all[] = {" ", " "};
+  const char* const all[] = {ZDB_ANY_LABEL, ZDB_ANY_LABEL};
   return addSymbols(builder) && hostWalkSlice(data, symbols->price, all, addFood, builder) &&
          hostWalkSlice(data, symbols->need, all, addNutrient, builder) &&
          hostWalkSlice(data, symbols->content, all, addContent, builder) &&

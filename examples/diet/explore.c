@@ -25,7 +25,7 @@ static int printNutrient(zdbHandle_t db, zdbRecord_t record, void* user) {
 }
 
 int dietPrintFood(zdbHandle_t db, const DietSymbols* symbols, const char* food) {
-  const char* const slice[] = {food, " "};
+  const char* const slice[] = {food, ZDB_ANY_LABEL};
   char unit[ZDB_TEXT_SIZE];
   double price;
   if (!hostGetText(db, symbols->food, &food, unit) ||
@@ -69,7 +69,7 @@ static int collectTop(zdbHandle_t db, zdbRecord_t record, void* user) {
 }
 
 int dietPrintRichest(zdbHandle_t db, const DietSymbols* symbols, const char* nutrient) {
-  const char* const slice[] = {" ", nutrient};
+  const char* const slice[] = {ZDB_ANY_LABEL, nutrient};
   char unit[ZDB_TEXT_SIZE];
   Top top = {.count = 0};
   if (!hostGetText(db, symbols->nutrient, &nutrient, unit) ||
@@ -91,7 +91,7 @@ static int divideContent(zdbHandle_t db, zdbRecord_t record, void* user) {
 }
 
 int dietRaisePrice(zdbHandle_t db, const DietSymbols* symbols, const char* food, double factor) {
-  const char* const slice[] = {food, " "};
+  const char* const slice[] = {food, ZDB_ANY_LABEL};
   double price;
   return hostGetValue(db, symbols->price, &food, &price) &&
          hostSetValue(db, symbols->price, &food, price * factor) &&

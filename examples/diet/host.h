@@ -28,8 +28,8 @@ int hostCount(zdbHandle_t db, zdbSymbol_t symbol);
 /* Called for each record of a walk; a result of 0 ends it as a failure. */
 typedef int (*HostVisitor)(zdbHandle_t db, zdbRecord_t record, void* user);
 
-/* Visits the records of a slice in key order. The label " " matches any label. Fails if the slice
- * has no records. Returns 1, or 0 after a message. */
+/* Visits the records of a slice in key order. The label ZDB_ANY_LABEL matches any label. Fails if
+ * the slice has no records. Returns 1, or 0 after a message. */
 int hostWalkSlice(zdbHandle_t db, zdbSymbol_t symbol, const char* const* labels, HostVisitor visit,
                   void* user);
 

@@ -65,7 +65,7 @@ static int addToMenu(zdbHandle_t db, zdbRecord_t record, void* user) {
 }
 
 static int readDay(Kitchen* kitchen, int number, Day* day) {
-  const char* const all[] = {" "};
+  const char* const all[] = {ZDB_ANY_LABEL};
   day->number = number;
   day->menu[0] = '\0';
   return hostGetValue(kitchen->db, kitchen->cost, NULL, &day->cost) &&
@@ -88,7 +88,7 @@ static int printFood(zdbHandle_t db, zdbRecord_t record, void* user) {
 }
 
 static int printDiet(Kitchen* kitchen, const Day* day) {
-  const char* const all[] = {" "};
+  const char* const all[] = {ZDB_ANY_LABEL};
   printf("   It costs %.10f dollars a day, %.2f dollars a year\n", day->cost, 365 * day->cost);
   return hostWalkSlice(kitchen->db, kitchen->buy, all, printFood, kitchen);
 }
@@ -115,7 +115,7 @@ static int changeRecord(zdbHandle_t data, zdbRecord_t record, void* user) {
 
 /* Sets a parameter to the data's values, each up to `spread` more or less, also in the model. */
 static int vary(Kitchen* kitchen, zdbSymbol_t source, zdbSymbol_t target, double spread) {
-  const char* const all[] = {" "};
+  const char* const all[] = {ZDB_ANY_LABEL};
   Change change = {kitchen, target, spread};
   int noMatch = 0;
   return hostWalkSlice(kitchen->data, source, all, changeRecord, &change) &&

@@ -47,7 +47,7 @@ class Run {
   void step(std::uint16_t number) {
     static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,     &Run::switchStorage,
                                       &Run::copySymbol, &Run::throughFile, &Run::copyDatabase,
-                                      &Run::startAnew};
+                                      &Run::startAnew,  &Run::putMany,     &Run::readMany};
     random_.seed(number);
     Twin& t = *pick(twins_);
     const Step function = kSteps[oneIn(3) ? below(std::ssize(kSteps)) : 0];
@@ -256,6 +256,158 @@ class Run {
     c__zdbmergerecordint(t.db, t.symbol(n).handle, key.data(), 0, 1, &handle, 0, nullptr);
     deleteRecord(t, {handle, n, key, {}});
     c__zdbfreesymboliterator(t.db, handle);
+  }
+
+  // ---- many records in one call
+
+  /// Rows on their way in or out, as an array of packed structs.
+  struct Table {
+    std::vector<Key> keys;
+    std::vector<Row> rows;
+    std::vector<std::string> texts;
+    std::vector<const char*> pointers;
+    std::vector<char> bytes;  ///< of dim ints and five doubles for each row
+
+    /// The columns in `bytes`, whose rows are aligned by chance only.
+    template <class Columns>
+    Columns view(std::size_t dim, std::size_t count) {
+      const std::size_t size = dim * sizeof(int) + sizeof(Row);
+      bytes.resize(count * size + 1);
+      for (std::size_t i = 0; i < keys.size(); ++i) {
+        std::memcpy(bytes.data() + i * size, keys[i].data(), dim * sizeof(int));
+        if (rows.empty()) continue;
+        std::memcpy(bytes.data() + i * size + dim * sizeof(int), &rows[i], sizeof(Row));
+      }
+      Columns columns = {};
+      columns.size = sizeof columns;
+      columns.rows = std::int64_t(count);
+      for (std::size_t d = 0; d < dim; ++d) {
+        columns.keys[d] = {bytes.data() + d * sizeof(int), std::int64_t(size)};
+      }
+      for (std::size_t f = 0; f < ZDB_MAX_VALUES; ++f) {
+        columns.values[f] = {bytes.data() + dim * sizeof(int) + f * sizeof(double),
+                             std::int64_t(size)};
+      }
+      return columns;
+    }
+    /// Key and values of a row that was read.
+    Record record(std::size_t dim, std::size_t i) const {
+      Record read{Key(dim), Row{}};
+      const char* at = bytes.data() + i * (dim * sizeof(int) + sizeof(Row));
+      std::memcpy(read.first.data(), at, dim * sizeof(int));
+      std::memcpy(&read.second, at + dim * sizeof(int), sizeof(Row));
+      return read;
+    }
+  };
+
+  Key wrongNowAndThen(const Twin& t, Key key) {
+    if (!key.empty() && oneIn(30)) pick(key) = oneIn(2) ? -below(3) : t.labels.size();
+    return key;
+  }
+  Table anyTable(Twin& t, int n) {
+    const Symbol& s = t.symbol(n);
+    Table table;
+    for (int rows = oneIn(4) ? below(900) : below(9); rows > 0; --rows) {
+      Key key = anyKey(t, n);
+      for (int& label : key) label = oneIn(3) ? 1 + below(t.labels.size() - 1) : label;
+      table.keys.push_back(wrongNowAndThen(t, key));
+      Row& row = table.rows.emplace_back();
+      for (int i = 0; i < s.width(); ++i) row[std::size_t(i)] = anyValue();
+      table.texts.push_back(anyText());
+    }
+    if (oneIn(2)) std::ranges::sort(table.keys);
+    for (const std::string& text : table.texts) table.pointers.push_back(text.c_str());
+    return table;
+  }
+  /// In all modes and with each word for what cannot be taken.
+  void putMany(Twin& t, int n) {
+    Symbol& s = t.symbol(n);
+    Table table = anyTable(t, n);
+    const int mode = below(3);
+    const int onFailure = below(3);
+    const bool isSet = s.type == ZDB_SET;
+    auto columns = table.view<zdbx_columns>(std::size_t(s.dim), table.keys.size());
+    zdbx_texts texts = {sizeof texts, table.pointers.data(), nullptr, nullptr, nullptr};
+    if (isSet) {
+      columns.texts = table.keys.empty() ? nullptr : &texts;
+      columns.values[0].data = nullptr;
+    }
+    zdbx_result result = {};
+    result.size = sizeof result;
+    const int status = zdbx_put_records(t.db, s.handle, &columns, mode, onFailure, &result);
+
+    const Records before = mode == ZDBX_REPLACE ? Records() : s.records;
+    std::map<Key, std::size_t> taken;  // the row that counts
+    std::int64_t first = -1, done = 0, skipped = 0;
+    for (std::size_t i = 0; i < table.keys.size(); ++i) {
+      const Key& key = table.keys[i];
+      const bool exists = before.contains(key) || taken.contains(key);
+      if (t.areLabels(key, 1) && (mode != ZDBX_ADD || !exists)) {
+        taken[key] = i;
+        ++done;
+        continue;
+      }
+      if (first < 0) first = std::int64_t(i);
+      if (onFailure != ZDBX_SKIP) break;
+      ++skipped;
+    }
+    same(status, first < 0 || onFailure == ZDBX_SKIP, "put");
+    same(result.row, first, "the row that cannot be taken");
+    const bool isUndone = first >= 0 && onFailure == ZDBX_UNDO;
+    same(result.done, isUndone ? 0 : done, "rows taken");
+    same(result.skipped, isUndone ? 0 : skipped, "rows skipped");
+    if (isUndone) return;
+    if (mode == ZDBX_REPLACE) t.clear(n);
+    std::vector<std::pair<std::size_t, Key>> inOrder;
+    for (const auto& [key, row] : taken) inOrder.emplace_back(row, key);
+    std::ranges::sort(inOrder);
+    std::int64_t added = 0;
+    for (const auto& [row, key] : inOrder) {
+      added += before.contains(key) ? 0 : 1;
+      s.records[key] = isSet ? t.textRow(table.texts[row]) : table.rows[row];
+    }
+    same(result.added, added, "rows added");
+  }
+  /// Finds many keys, and reads a slice at once and in pieces.
+  void readMany(Twin& t, int n) {
+    const Symbol& s = t.symbol(n);
+    const auto dim = std::size_t(s.dim);
+    Table sought = anyTable(t, n);
+    const auto keys = sought.view<zdbx_columns>(dim, sought.keys.size());
+    Table values;
+    const auto room = values.view<zdbx_buffers>(dim, sought.keys.size());
+    std::vector<unsigned char> found(sought.keys.size() + 1);
+    same(zdbx_find_records(t.db, s.handle, &keys, &room, found.data(), nullptr), 1, "find many");
+    for (std::size_t i = 0; i < sought.keys.size(); ++i) {
+      const auto place = s.records.find(sought.keys[i]);
+      same(int{found[i]}, place != s.records.end(), "found");
+      if (found[i] != 0) same(values.record(dim, i).second, place->second, "values found");
+    }
+    Key slice = anyKey(t, n);
+    for (int& label : slice) label = oneIn(2) ? 0 : label;
+    std::vector<Record> expected;
+    std::ranges::copy_if(s.records, std::back_inserter(expected),
+                         [&](const auto& record) { return Twin::matches(slice, record.first); });
+    std::int64_t count = -1;
+    same(zdbx_count_records(t.db, s.handle, slice.data(), &count), 1, "count");
+    same(count, std::ssize(expected), "records of a slice");
+    zdbxCursor_t cursor = nullptr;
+    same(zdbx_open_cursor(t.db, s.handle, slice.data(), &cursor), 1, "open a cursor");
+    std::vector<Record> read;
+    for (zdbx_result result = {}; read.empty() || result.done > 0;) {
+      Table piece;
+      const auto buffers = piece.view<zdbx_buffers>(dim, std::size_t(1 + below(9)));
+      result.size = sizeof result;
+      same(zdbx_read_cursor(t.db, cursor, &buffers, &result), 1, "read a cursor");
+      for (int i = 0; i < result.done; ++i) read.push_back(piece.record(dim, std::size_t(i)));
+      if (result.done == 0) break;
+    }
+    same(zdbx_close_cursor(t.db, &cursor), 1, "close a cursor");
+    same(read.size(), expected.size(), "records read");
+    for (std::size_t i = 0; i < read.size(); ++i) {
+      same(read[i].first, expected[i].first, "key read");
+      same(read[i].second, expected[i].second, "values read");
+    }
   }
   void switchStorage(Twin& t, int n) {
     const int storage = anyStorage();

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "zdbcclib.h"
+#include "zdbx.h"
 
 namespace zdb::test {
 

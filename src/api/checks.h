@@ -30,6 +30,10 @@ inline bool userSymbolGiven(Call call, const AbstractZDBSymbol* symbol, const ch
 /// replaces it.
 inline bool symbolIsThere(Call call, const AbstractZDBSymbolIterator* record) {
   if (!record->notes.isSymbolGone()) return true;
+  if (record->notes.isSymbolRemoved()) {
+    return call.db.setLastError(ErrorHandle, "%s: the symbol of this record handle was removed",
+                                call.function);
+  }
   return call.db.setLastError(
       ErrorHandle,
       "%s: the symbol of this record handle was moved to another storage; find the record again",

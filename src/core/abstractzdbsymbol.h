@@ -131,6 +131,9 @@ class AbstractZDBSymbol {
   int type;      ///< a SymbolType
   int userInfo;  ///< the caller's; subtype of variables and equations, set number of an alias
   int number;    ///< position in the symbol table; -1 for the universe
+  /// What remains when numbers change or another storage replaces the symbol: larger for symbols
+  /// that were added later, and never used again. 0 for the universe and outside a table.
+  std::uint64_t serial = 0;
   bool isLoaded = true;    ///< false while the records are still in the data source
   bool isDomain = false;   ///< some symbol has this one as a domain
   bool isWritten = false;  ///< changed while write recording was active

@@ -28,6 +28,7 @@ class HandleNotes {
     std::uint32_t generation = 0;  ///< raised when all records go at once, which ends every handle
     int owners = 1;
     bool isSymbolGone = false;
+    bool isSymbolRemoved = false;
     std::vector<std::intptr_t> changes;
   };
 
@@ -47,10 +48,19 @@ class HandleNotes {
     ++shared_->generation;
     ++shared_->version;
   }
+  /// The symbol goes and nothing takes its place.
+  void noteRemoval() { shared_->isSymbolRemoved = true; }
   /// Makes room for the next note, so that noting cannot fail. Throws std::bad_alloc.
   void makeRoom() {
     std::vector<std::intptr_t>& changes = shared_->changes;
     if (changes.size() == changes.capacity()) changes.reserve(2 * changes.size() + 8);
+  }
+  /// The same for so many notes. Nothing if nobody would read them.
+  void makeRoomFor(std::size_t count) {
+    std::vector<std::intptr_t>& changes = shared_->changes;
+    const std::size_t needed = changes.size() + count;
+    if (shared_->owners == 1 || needed <= changes.capacity()) return;
+    changes.reserve(std::max(needed, 2 * changes.size()));
   }
   /// REQUIRES makeRoom was called after the last note.
   void noteInserted(int number) noexcept { note(number); }
@@ -87,6 +97,8 @@ class HandleNotes {
     /// Whether all records, or the symbol itself, went since the handle was made.
     bool hasEnded() const { return generation_ != shared_->generation; }
     bool isSymbolGone() const { return shared_->isSymbolGone; }
+    /// Whether it was removed, not moved to another storage.
+    bool isSymbolRemoved() const { return shared_->isSymbolRemoved; }
 
     /// Whether nothing has happened since: the record is where it was.
     bool isUpToDate() const { return seen_ == shared_->version; }

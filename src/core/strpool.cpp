@@ -8,6 +8,10 @@ int TStrHashPool::insert(const char* text, int value) {
   return list_.AddObject(text, value);
 }
 
+int TStrHashPool::insert(std::string_view text, int value) {
+  return list_.AddObject(text.data(), text.size(), value);
+}
+
 bool TStrHashPool::contains(const char* text) {
   return list_.IndexOf(text) >= 0;
 }

@@ -2,6 +2,7 @@
 
 #include <deque>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 #include "core/txstrhashlist.h"
@@ -30,6 +31,9 @@ class IStringPool {
 class TStrHashPool final : public IStringPool {
  public:
   int insert(const char* text, int value) override;
+  int insert(std::string_view text, int value);
+  /// Removes the texts from this number on.
+  void truncate(int count) noexcept { list_.truncate(count); }
   bool contains(const char* text) override;
   int operator[](const char* text) override;
   const char* get(int number) const override { return list_.GetString(number); }

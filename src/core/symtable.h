@@ -29,6 +29,12 @@ class ISymbolTable {
   virtual void insert(const char* name, AbstractZDBSymbol* symbol) = 0;
   /// Replaces the old symbol by the new one, in both orders and under its name.
   virtual void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) = 0;
+  /// Removes the symbol that has this name; those after it move up. Takes time in all symbols,
+  /// since the table is made anew; if memory runs out, it stays as it was. REQUIRES contains(name).
+  virtual void remove(const char* name) = 0;
+  /// Gives the symbol that has this name another one, or another spelling. As costly.
+  /// REQUIRES contains(oldName), and no other symbol has the new name.
+  virtual void rename(const char* oldName, const char* newName) = 0;
   /// Visits symbols in order of insertion until `visit` returns false. Returns the result of the
   /// last call, or true for an empty table.
   virtual bool forEach(SymbolVisitor visit) = 0;
@@ -67,6 +73,7 @@ class OrderedSymbolTable : public ISymbolTable {
   }
   void noteInserted(AbstractZDBSymbol* symbol);
   void noteReplaced(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol);
+  void noteRemoved(AbstractZDBSymbol* symbol) { std::erase(nonAlias_, symbol); }
 
  private:
   std::vector<AbstractZDBSymbol*> nonAlias_;
@@ -77,13 +84,20 @@ class TSymbolTable final : public OrderedSymbolTable {
  public:
   void insert(const char* name, AbstractZDBSymbol* symbol) override;
   void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) override;
+  void remove(const char* name) override;
+  void rename(const char* oldName, const char* newName) override;
   AbstractZDBSymbol*& operator[](const char* name) override;
-  AbstractZDBSymbol*& operator[](int index) override { return list_.GetObject(index); }
+  AbstractZDBSymbol*& operator[](int index) override { return list_->GetObject(index); }
   bool contains(const char* name) override;
-  int size() const override { return list_.Count(); }
+  int size() const override { return list_->Count(); }
 
  private:
-  zxf::collections::strhash::TXStrHashList<AbstractZDBSymbol*> list_;
+  using List = zxf::collections::strhash::TXStrHashList<AbstractZDBSymbol*>;
+
+  /// The list with another name at a position; without the entry if that is null.
+  std::unique_ptr<List> listWith(int position, const char* name) const;
+
+  std::unique_ptr<List> list_ = std::make_unique<List>();  ///< which only grows: replaced by others
 };
 
 /// The same on a standard hash map.
@@ -91,6 +105,8 @@ class TUMapSymbolTable final : public OrderedSymbolTable {
  public:
   void insert(const char* name, AbstractZDBSymbol* symbol) override;
   void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) override;
+  void remove(const char* name) override;
+  void rename(const char* oldName, const char* newName) override;
   AbstractZDBSymbol*& operator[](const char* name) override;
   AbstractZDBSymbol*& operator[](int index) override { return symbols_[index]; }
   bool contains(const char* name) override;

@@ -22,6 +22,7 @@
 
 #include "core/textutils.h"
 #include "memory/batchalloc.h"
+#include "memory/pages.h"
 
 namespace zxf::collections::strhash {
 
@@ -120,6 +121,27 @@ class TXStrHashList {
     if (index_.size == 0) growIndex();
     const Bucket* found = findBucket(text, length, hash);
     return found == nullptr ? -1 : found->number + oneOffset_;
+  }
+
+  /// Prefetches what a look-up with this hash reads first, and what it reads next.
+  void prefetchHead(std::uint32_t hash) const {
+    if (index_.size != 0) zdb::memory::prefetch(&index_.headOf(hash));
+  }
+  void prefetchEntry(std::uint32_t hash) const {
+    if (index_.size == 0) return;
+    if (const std::uint32_t likely = likelyIn(index_.headOf(hash), tagOf(hash)); likely != 0) {
+      zdb::memory::prefetch(at(likely));
+    }
+  }
+
+  /// Removes the entries from this number of entries on, last added first. Their memory is freed
+  /// with the list.
+  void truncate(int count) noexcept {
+    while (Count() > count) {
+      unchain(entries_.back());
+      entries_.pop_back();
+    }
+    if (hasSortMap_) CreateSortMap();
   }
 
   int Count() const { return static_cast<int>(entries_.size()); }
@@ -263,11 +285,14 @@ class TXStrHashList {
     return place == crowded_.end() ? nullptr : at(*place);
   }
 
-  Bucket* findIn(const Head& head, const char* text, std::size_t length, std::uint32_t hash) const {
-    const std::uint8_t tag = tagOf(hash);
+  static std::uint32_t likelyIn(const Head& head, std::uint8_t tag) {
     std::uint32_t likely = head.tag[2] == tag ? head.bucket[2] : 0;
     likely = head.tag[1] == tag ? head.bucket[1] : likely;
-    likely = head.tag[0] == tag ? head.bucket[0] : likely;
+    return head.tag[0] == tag ? head.bucket[0] : likely;
+  }
+
+  Bucket* findIn(const Head& head, const char* text, std::size_t length, std::uint32_t hash) const {
+    const std::uint32_t likely = likelyIn(head, tagOf(hash));
     if (likely != 0 && holds(at(likely), text, length, hash)) [[likely]]
       return at(likely);
     return walkChain(head, text, length, hash);
@@ -311,6 +336,47 @@ class TXStrHashList {
     } catch (const std::bad_alloc&) {
       return false;
     }
+  }
+
+  void unchain(std::uint32_t reference) noexcept {
+    const std::uint32_t hash = at(reference)->hash;
+    if (unchainFrom(index_.headOf(hash), reference)) return;
+    const bool mayBeOutgrown = isGrowing() && outgrown_.chainOf(hash) >= moved_;
+    if (mayBeOutgrown && unchainFrom(outgrown_.headOf(hash), reference)) return;
+    crowded_.erase(reference);
+  }
+
+  bool unchainFrom(Head& head, std::uint32_t reference) noexcept {
+    constexpr int kLast = Head::kListed - 1;
+    const std::uint32_t last = head.bucket[kLast];
+    std::uint32_t* link = last == 0 ? nullptr : &at(last)->next;
+    for (int i = 0; i < Head::kListed; ++i) {
+      if (head.bucket[i] != reference) continue;
+      if (link != nullptr && *link != 0) {
+        putInPlace(head, i, *link, at(*link)->next, link);
+      } else {
+        for (int k = i; k < kLast; ++k) {
+          head.bucket[k] = head.bucket[k + 1];
+          head.tag[k] = head.tag[k + 1];
+        }
+        head.bucket[kLast] = 0;
+      }
+      return true;
+    }
+    while (link != nullptr && *link != 0 && *link != reference) link = &at(*link)->next;
+    if (link == nullptr || *link == 0) return false;
+    *link = at(reference)->next;
+    if (head.hanging > 0) --head.hanging;
+    return true;
+  }
+
+  /// Lists an entry that was hanging, the first, in place of one that goes.
+  void putInPlace(Head& head, int i, std::uint32_t hung, std::uint32_t rest, std::uint32_t* link) {
+    head.bucket[i] = hung;
+    head.tag[i] = tagOf(at(hung)->hash);
+    *link = rest;
+    at(hung)->next = i == Head::kListed - 1 ? rest : 0;
+    if (head.hanging > 0) --head.hanging;
   }
 
   bool isGrowing() const { return outgrown_.size != 0; }

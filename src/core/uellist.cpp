@@ -39,14 +39,17 @@ bool reportCheck(LabelCheck check, LastError& error, const char* text) {
 
 }  // namespace
 
-LabelCheck CheckLabel(const char* text, CheckedLabel& label) {
+namespace {
+
+template <class IsEnd>
+LabelCheck checkLabel(const char* text, IsEnd isEnd, CheckedLabel& label) {
   using zxf::collections::strhash::hashStep;
   if (text == nullptr) return LabelNull;
   std::uint32_t hash = 0;
   std::uint32_t keptHash = 0;
   const char* kept = text;  // one past the last character that is not blank
   const char* at = text;
-  for (unsigned seen = 0; *at != '\0'; ++at) {
+  for (unsigned seen = 0; !isEnd(at); ++at) {
     seen |= kClasses[static_cast<unsigned char>(*at)];
     if (seen > Double) return (seen & Control) != 0 ? LabelControlCharacter : LabelMixedQuotes;
     hash = hashStep(hash, *at);
@@ -62,6 +65,19 @@ LabelCheck CheckLabel(const char* text, CheckedLabel& label) {
   }
   label = {static_cast<int>(kept - text), keptHash};
   return LabelGood;
+}
+
+}  // namespace
+
+LabelCheck CheckLabel(const char* text, CheckedLabel& label) {
+  return checkLabel(
+      text, [](const char* at) { return *at == '\0'; }, label);
+}
+
+LabelCheck CheckLabel(std::string_view text, CheckedLabel& label) {
+  const char* end = text.data() + text.size();
+  return checkLabel(
+      text.data(), [end](const char* at) { return at == end; }, label);
 }
 
 LabelCheck CheckAndTrimUELStr(const char* text, char* out, int& length) {
@@ -105,6 +121,42 @@ bool UELList::merge(const char* text, int& number) {
   if (check != LabelGood) return reportCheck(check, error_, text);
   number = list_.AddObject(text, static_cast<std::size_t>(label.length), label.hash, 0);
   return true;
+}
+
+void UELList::findMany(const std::string_view* texts, int count, int* numbers) {
+  CheckedLabel labels[kGroup];
+  for (int i = 0; i < count; ++i) {
+    const bool isGood = CheckLabel(texts[i], labels[i]) == LabelGood;
+    if (!isGood) labels[i].length = -1;
+    if (isGood) list_.prefetchHead(labels[i].hash);
+  }
+  for (int i = 0; i < count; ++i) {
+    if (labels[i].length >= 0) list_.prefetchEntry(labels[i].hash);
+  }
+  for (int i = 0; i < count; ++i) {
+    const CheckedLabel& label = labels[i];
+    numbers[i] =
+        label.length < 0
+            ? -1
+            : list_.IndexOf(texts[i].data(), static_cast<std::size_t>(label.length), label.hash);
+  }
+}
+
+int UELList::mergeMany(const std::string_view* texts, int count, int* numbers, LabelCheck& check) {
+  CheckedLabel labels[kGroup];
+  int good = 0;
+  check = LabelGood;
+  for (; good < count; ++good) {
+    check = CheckLabel(texts[good], labels[good]);
+    if (check != LabelGood) break;
+    list_.prefetchHead(labels[good].hash);
+  }
+  for (int i = 0; i < good; ++i) list_.prefetchEntry(labels[i].hash);
+  for (int i = 0; i < good; ++i) {
+    const auto length = static_cast<std::size_t>(labels[i].length);
+    numbers[i] = list_.AddObject(texts[i].data(), length, labels[i].hash, 0);
+  }
+  return good;
 }
 
 bool UnorderedMapUELList::makeKey(const char* text, std::string& key) const {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -53,6 +54,8 @@ struct CheckedLabel {
 
 /// Checks whether a text is a valid label, in one pass and without copying it.
 LabelCheck CheckLabel(const char* text, CheckedLabel& label);
+/// The same for a text without a terminator; one without data counts as null.
+LabelCheck CheckLabel(std::string_view text, CheckedLabel& label);
 
 /// The same; also copies the label, trimmed and terminated, into a buffer of at least 64 bytes.
 LabelCheck CheckAndTrimUELStr(const char* text, char* out, int& length);
@@ -76,6 +79,17 @@ class UELList final : public IUELList {
   bool merge(const char* text, int& number) override;
   const char* operator[](int number) const override { return list_.GetString(number); }
   int size() const override { return list_.Count(); }
+  std::size_t length(int number) const { return list_.GetLength(number); }
+
+  /// The most texts of the next two, whose look-ups wait for memory together.
+  static constexpr int kGroup = 32;
+  /// Numbers of labels; -1 for those that are unknown or not valid.
+  void findMany(const std::string_view* texts, int count, int* numbers);
+  /// Adds labels or finds them, up to the first text that is not valid, for which `check` says why.
+  /// Returns how many have their number. Throws std::bad_alloc; what was added before stays.
+  int mergeMany(const std::string_view* texts, int count, int* numbers, LabelCheck& check);
+  /// Removes the labels from this number on.
+  void truncate(int size) noexcept { list_.truncate(size); }
 
  private:
   zxf::collections::strhash::TXStrHashList<int> list_;

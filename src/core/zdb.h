@@ -110,6 +110,10 @@ class ZDB {
   /// Number of an element text, which is added if it is new. Texts that differ only in case are
   /// the same.
   int SetElemText(const char* text);
+  /// Text `number`, counted from 1, or "" if there is none. Valid as long as the database.
+  const char* elementText(int number) const {
+    return number >= 1 && number < texts_.size() ? texts_.get(number) : "";
+  }
   /// Copies text `number`, counted from 1, into `out` (256 bytes); false and no change if there
   /// is none.
   bool GetElemText(int number, char* out) const;
@@ -154,6 +158,16 @@ class ZDB {
   /// symbol replaces the given one, whose handle becomes invalid; null (and no change) for an
   /// unknown storage.
   AbstractZDBSymbol* switchSymbolStorage(AbstractZDBSymbol* symbol, int storageType);
+
+  /// Removes a symbol from the table and deletes it; those after it move up. Fails for one that is
+  /// a domain of another symbol or has an alias. Takes time in all symbols. REQUIRES the symbol is
+  /// not the universe.
+  bool removeSymbol(AbstractZDBSymbol* symbol);
+  /// Gives a symbol another name, also where it is a domain by name only. Fails for a name that
+  /// another symbol has. Loads the symbol first, since its source knows it by the old name. As
+  /// costly.
+  /// REQUIRES the symbol is not the universe.
+  bool renameSymbol(AbstractZDBSymbol* symbol, const char* name);
 
   /// `domains` and `domainNames` have `dim` entries; where a domain is null, the name counts.
   /// Returns null and leaves a message on failure.
@@ -267,6 +281,7 @@ class ZDB {
   uellist::UELList labels_{lastError_};
   strpool::TStrHashPool texts_;
   symtable::TSymbolTable symbols_;
+  std::uint64_t lastSerial_ = 0;  ///< of a symbol in the table, which may have been removed
   std::unique_ptr<AbstractZDBSymbol> universe_;
   InitSource initFrom_ = FROM_NOSOURCE;
   std::vector<std::unique_ptr<DataSource>> sources_;  ///< at most one of each kind

@@ -1,6 +1,7 @@
 #include "dmap/dmap.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zdb::dmap {
 
@@ -66,5 +67,26 @@ DMapIterator DMap::withIndex(int rank) {
 }
 
 void DMap::reserve(int /*records*/) {}
+
+RecordRun DMap::nextRun(DMapIterator& at, RunBuffer& buffer) {
+  if (map_.hasMap()) {
+    RecordPosition position = at.position().position();
+    const RecordRun run = map_.tree().takeRun(position, buffer);
+    at = iterator(position);
+    return run;
+  }
+  RecordRun run;
+  if (scalar_.isPresent && at != end()) {
+    run.values = scalar_.values;
+    run.count = 1;
+  }
+  at = end();
+  return run;
+}
+
+void DMap::swapRecords(DMap& other) noexcept {
+  std::swap(map_, other.map_);
+  std::swap(scalar_, other.scalar_);
+}
 
 }  // namespace zdb::dmap

@@ -124,6 +124,27 @@ class DMap final : public IDMap<DMapIterator> {
   /// Has no effect here.
   void reserve(int records) override;
 
+  /// The records from `at` on that lie at equal distances, in place or in `buffer`; moves `at`
+  /// behind them.
+  RecordRun nextRun(DMapIterator& at, RunBuffer& buffer);
+  /// Adds records with adjacent keys and rows, counting each in `done`; appendMany those that are
+  /// in order and come after all others. An existing key keeps its values. Throws std::bad_alloc,
+  /// after which the first `done` are there. REQUIRES dimension > 0.
+  void appendMany(const int* keys, const double* values, int count, int& done) {
+    map_.tree().appendMany(keys, values, count, done);
+  }
+  void insertMany(const int* keys, const double* values, int count, int& done) {
+    map_.tree().insertMany(keys, values, count, done);
+  }
+  /// Finds the values of records with adjacent keys, null where there is none.
+  /// REQUIRES dimension > 0.
+  void findMany(const int* keys, int count, double** rows) {
+    map_.tree().findMany(keys, count, rows);
+  }
+  /// Exchanges the records with those of another map. Iterators go with the container.
+  /// REQUIRES both have the same dimension and value width.
+  void swapRecords(DMap& other) noexcept;
+
  private:
   DMapIterator iterator(const RecordPosition& at) const {
     return {getDim(), getValueWidth(), AnySizeMapIterator(&map_.tree(), at)};

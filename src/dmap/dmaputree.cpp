@@ -1,6 +1,7 @@
 #include "dmap/dmaputree.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace zdb::dmap {
 
@@ -153,6 +154,42 @@ TreeIterator DMapUTree::withIndex(int rank) {
 
 void DMapUTree::reserve(int records) {
   if (tree_) tree_->reserve(records);
+}
+
+RecordRun DMapUTree::nextRun(TreeIterator& at, RunBuffer& buffer) {
+  RecordRun run;
+  if (!tree_) {
+    if (scalar_.isPresent && at != end_) {
+      run.values = scalar_.values;
+      run.count = 1;
+    }
+    at = end_;
+    return run;
+  }
+  run.keys = buffer.keys;
+  run.positionStep = RunBuffer::kRecords;
+  run.keyStep = 1;
+  run.values = buffer.values;
+  run.fieldStep = RunBuffer::kRecords;
+  run.valueStep = 1;
+  utree::UELNodeIt position = at.position();
+  run.count = tree_->copyRecords(position, RunBuffer::kRecords, buffer.keys, buffer.values);
+  at = iterator(position);
+  return run;
+}
+
+void DMapUTree::insertMany(const int* keys, const double* values, int count, int& done) {
+  const int doubles = tree_->getNumValues();
+  for (int i = 0; i < count; ++i, ++done, keys += getDim(), values += doubles) {
+    tree_->emplace_end(keys, values);
+  }
+}
+
+void DMapUTree::swapRecords(DMapUTree& other) noexcept {
+  std::swap(tree_, other.tree_);
+  std::swap(scalar_, other.scalar_);
+  end_ = endPosition();
+  other.end_ = other.endPosition();
 }
 
 void DMapUTree::toPDF(const std::string& name) const {

@@ -15,6 +15,7 @@
 #include <variant>
 
 #include "dmap/idmap.h"
+#include "dmap/recordrun.h"
 #include "dmap/scalarrecord.h"
 #include "utree/utree.h"
 
@@ -169,6 +170,23 @@ class DMapUTree final : public IDMap<TreeIterator> {
   /// Adds a record before `at`.
   /// REQUIRES the key is absent and `at` is what `exactLowerBound` returned for it.
   TreeIterator insertAt(const TreeIterator& at, const int* key, const double* values);
+
+  /// The records from `at` on, in `buffer`, as many as fit; moves `at` behind them.
+  RecordRun nextRun(TreeIterator& at, RunBuffer& buffer);
+  /// Adds records with adjacent keys and rows, counting each in `done`. In constant time each if
+  /// they are in order and behind all others. An existing key keeps its values, except the largest.
+  /// Throws std::bad_alloc, after which the first `done` are there.
+  /// REQUIRES dimension > 0.
+  void appendMany(const int* keys, const double* values, int count, int& done) {
+    insertMany(keys, values, count, done);
+  }
+  void insertMany(const int* keys, const double* values, int count, int& done);
+  /// Finds the values of records with adjacent keys, null where there is none.
+  /// REQUIRES dimension > 0.
+  void findMany(const int* keys, int count, double** rows) { tree_->findMany(keys, count, rows); }
+  /// Exchanges the records with those of another tree. Iterators go with the records.
+  /// REQUIRES both have the same dimension and value width.
+  void swapRecords(DMapUTree& other) noexcept;
 
   /// The tree, or null for dimension 0.
   utree::UTree* getTree() { return tree_.get(); }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace zdb::dmap {
 
@@ -165,6 +166,66 @@ VectorIterator DMapVector::insert(int position, const int* key, const double* va
     plain_ = isPlain(position) && isPlain(position + 1) ? plain_ + 1 : position;
   }
   return iterator(position);
+}
+
+// Many records at once.
+
+RecordRun DMapVector::nextRun(VectorIterator& at, RunBuffer& /*buffer*/) {
+  constexpr int kAtOnce = 4096;
+  RecordRun run;
+  const int position = at.position();
+  run.count = std::clamp(static_cast<int>(size()) - position, 0, kAtOnce);
+  if (run.count > 0) {
+    run.keys = keyAt(position);
+    run.keyStep = getDim();
+    run.values = valuesAt(getDim() > 0 ? position : 0);
+    run.valueStep = static_cast<std::ptrdiff_t>(values_.width());
+  }
+  at = iterator(position + run.count);
+  return run;
+}
+
+void DMapVector::makeRoomFor(std::size_t records) {
+  constexpr auto kMost = static_cast<std::size_t>(std::numeric_limits<int>::max());
+  if (records > kMost - static_cast<std::size_t>(count_)) throw std::bad_alloc();
+  keys_.truncate(static_cast<std::size_t>(count_));
+  values_.truncate(static_cast<std::size_t>(count_));
+  keys_.makeRoomFor(records);
+  values_.makeRoomFor(records);
+  updateRoom();
+}
+
+void DMapVector::placeMany(const int* keys, int count, int* places) {
+  const int dim = getDim();
+  for (int done = 0; done < count; done += KeySearch::kGroup) {
+    const int group = std::min(KeySearch::kGroup, count - done);
+    search_->countBelowMany(keys_.row(0), count_, keys, group, places + done);
+    for (int i = done; i < done + group; ++i, keys += dim) {
+      const bool isFound = places[i] < count_ && std::equal(keys, keys + dim, keyAt(places[i]));
+      if (!isFound) continue;
+      memory::prefetch(valuesAt(places[i]));
+      places[i] = ~places[i];
+    }
+  }
+}
+
+void DMapVector::findMany(const int* keys, int count, double** rows) {
+  constexpr int kGroup = 256;
+  int places[kGroup];
+  for (int done = 0; done < count; done += kGroup) {
+    const int group = std::min(kGroup, count - done);
+    placeMany(keys + std::ptrdiff_t{done} * getDim(), group, places);
+    for (int i = 0; i < group; ++i) rows[done + i] = places[i] < 0 ? valuesAt(~places[i]) : nullptr;
+  }
+}
+
+void DMapVector::swapRecords(DMapVector& other) noexcept {
+  std::swap(keys_, other.keys_);
+  std::swap(values_, other.values_);
+  std::swap(count_, other.count_);
+  std::swap(room_, other.room_);
+  std::swap(plain_, other.plain_);
+  std::swap(search_, other.search_);
 }
 
 // Removing and reserving.

@@ -9,12 +9,14 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <new>
 #include <optional>
 
 #include "dmap/idmap.h"
 #include "dmap/keysearch.h"
+#include "dmap/recordrun.h"
 #include "dmap/rowarray.h"
 
 namespace zdb::test {
@@ -150,6 +152,56 @@ class DMapVector final : public IDMap<VectorIterator> {
   /// Adds a record before `at`. Linear in the number of records after it.
   /// REQUIRES the key is absent and `at` is what `exactLowerBound` returned for it.
   VectorIterator insertAt(const VectorIterator& at, const int* key, const double* values);
+  /// The records from `at` on, up to a fixed number; moves `at` behind them.
+  RecordRun nextRun(VectorIterator& at, RunBuffer& buffer);
+  /// Makes room for so many more records. Throws std::bad_alloc.
+  void makeRoomFor(std::size_t records);
+  /// Appends records, without looking at the keys, which must come last and in order:
+  /// `fill(keys, rows)` writes them to where they will be.
+  /// REQUIRES dimension > 0, and there is room for them.
+  template <class Fill>
+  void appendMany(int count, Fill fill) {
+    const auto end = static_cast<std::size_t>(count_);
+    fill(keys_.row(end), values_.row(end));
+    count_ += count;
+    keys_.lengthen(static_cast<std::size_t>(count_));
+    values_.lengthen(static_cast<std::size_t>(count_));
+  }
+  /// Finds the values of records with adjacent keys, null where there is none.
+  /// REQUIRES dimension > 0.
+  void findMany(const int* keys, int count, double** rows);
+  /// For adjacent keys, the number of records that come before each; its complement if there is a
+  /// record with this key.
+  /// REQUIRES dimension > 0.
+  void placeMany(const int* keys, int count, int* places);
+  /// The values of a record.
+  double* row(int record) { return valuesAt(record); }
+  /// Opens gaps, each for one record, before the records with these numbers, which are ascending
+  /// and may be equal. `fill(i, key, row)` is called for gap `i`, from the last to the first, with
+  /// the places for its key and values. Moves each record at most once.
+  /// REQUIRES dimension > 0, there is room, and the keys come where the gaps are.
+  template <class Fill>
+  void insertSorted(const int* before, int count, Fill fill) {
+    const std::size_t width = keys_.width();
+    const std::size_t doubles = values_.width();
+    auto end = static_cast<std::size_t>(count_);
+    keys_.lengthen(end + static_cast<std::size_t>(count));
+    values_.lengthen(end + static_cast<std::size_t>(count));
+    for (int i = count - 1; i >= 0; --i) {
+      const auto from = static_cast<std::size_t>(before[i]);
+      const auto to = from + static_cast<std::size_t>(i);
+      std::memmove(keys_.row(to + 1), keys_.row(from), (end - from) * width * sizeof(int));
+      std::memmove(values_.row(to + 1), values_.row(from), (end - from) * doubles * sizeof(double));
+      fill(i, keys_.row(to), values_.row(to));
+      end = from;
+    }
+    count_ += count;
+    if (count > 0) keysChanged(before[0]);
+  }
+  /// Exchanges the records with those of another vector. Iterators stay with the container.
+  /// REQUIRES both have the same dimension and value width.
+  void swapRecords(DMapVector& other) noexcept;
+
   /// What `lower_bound` does. O(log n), and each record that was added since the last search is
   /// checked once.
   VectorIterator binarySearchInVec(const int* key) { return iterator(search(key)); }
@@ -177,6 +229,11 @@ class DMapVector final : public IDMap<VectorIterator> {
   bool comparesExactly(const int* key);
   bool isPlain(int position) const {
     return search_->countPlain(keys_.row(0), position, position + 1) > position;
+  }
+  /// To be called when keys from this position on have come or gone, other than at the end.
+  void keysChanged(int position) noexcept {
+    search_->forgetFrom(position);
+    plain_ = std::min(plain_, position);
   }
   VectorIterator skip(int position);
   VectorIterator appendUnusual(const int* key, const double* values);

@@ -32,6 +32,24 @@ int countBelowIn(const int* keys, int count, const int* key) {
   return static_cast<int>(low);
 }
 
+/// The same for several keys, step by step, so that they wait for memory together. Nothing is
+/// prefetched: each step has as many accesses under way as there are keys.
+template <int N>
+void countBelowManyIn(const int* keys, int count, const int* sought, int soughtCount, int* below) {
+  KeyWords<N> words[KeySearch::kGroup];
+  for (int i = 0; i < soughtCount; ++i) words[i] = KeyWords<N>(sought + std::ptrdiff_t{i} * N);
+  std::fill_n(below, soughtCount, 0);
+  for (int length = count; length > 0;) {
+    const int half = (length + 1) / 2;
+    length -= half;
+    for (int i = 0; i < soughtCount; ++i) {
+      const int* middle = keys + std::ptrdiff_t{below[i] + half - 1} * N;
+      below[i] += half & -static_cast<int>(words[i].isAfter(middle));
+      memory::prefetch(keys + std::ptrdiff_t{below[i] + std::max(0, (length + 1) / 2 - 1)} * N);
+    }
+  }
+}
+
 template <int N>
 int countPlainIn(const int* keys, int from, int count) {
   for (int i = from; i < count; ++i) {
@@ -53,6 +71,12 @@ constexpr auto checks(std::index_sequence<I...>) {
   return std::array{countPlainIn<static_cast<int>(I) + 1>...};
 }
 
+template <std::size_t... I>
+constexpr auto groupSearches(std::index_sequence<I...>) {
+  return std::array{countBelowManyIn<static_cast<int>(I) + 1>...};
+}
+
+constexpr auto kGroupSearches = groupSearches(std::make_index_sequence<kMaxDim>());
 constexpr auto kSearches = searches(std::make_index_sequence<kMaxDim>());
 constexpr auto kChecks = checks(std::make_index_sequence<kMaxDim>());
 
@@ -69,6 +93,7 @@ KeySearch::KeySearch(int dim, int doubles)
     : dim_(dim),
       doubles_(doubles),
       search_(kSearches[static_cast<std::size_t>(dim) - 1]),
+      searchMany_(kGroupSearches[static_cast<std::size_t>(dim) - 1]),
       plain_(kChecks[static_cast<std::size_t>(dim) - 1]) {}
 
 int KeySearch::countBelow(const int* keys, int count, const int* key, const double* values) {
@@ -81,6 +106,24 @@ int KeySearch::countBelow(const int* keys, int count, const int* key, const doub
   prefetchBlock(block, length * dim_);
   prefetchBlock(values + std::ptrdiff_t{start} * doubles_, length * doubles_);
   return start + search_(block, length, key);
+}
+
+void KeySearch::countBelowMany(const int* keys, int count, const int* sought, int soughtCount,
+                               int* below) {
+  if (count <= 2 * kBlock || !makeFences(keys, count)) {
+    return searchMany_(keys, count, sought, soughtCount, below);
+  }
+  searchMany_(fences_.data(), fences(), sought, soughtCount, below);
+  const auto lengthOf = [&](int blocks) { return std::min(count - (blocks - 1) * kBlock, kBlock); };
+  for (int i = 0; i < soughtCount; ++i) {
+    const int* block = keys + std::ptrdiff_t{below[i] - 1} * kBlock * dim_;
+    if (below[i] > 0) prefetchBlock(block, lengthOf(below[i]) * dim_);
+  }
+  for (int i = 0; i < soughtCount; ++i, sought += dim_) {
+    if (below[i] == 0) continue;
+    const int start = (below[i] - 1) * kBlock;
+    below[i] = start + search_(keys + std::ptrdiff_t{start} * dim_, lengthOf(below[i]), sought);
+  }
 }
 
 bool KeySearch::makeFences(const int* keys, int count) {

@@ -21,6 +21,10 @@ class KeySearch {
   /// ascending order; if they are not in order, the result is some number up to `count`. `values`
   /// are prefetched, since callers read them next.
   int countBelow(const int* keys, int count, const int* key, const double* values);
+  /// Searches at a time: more than the processor has memory accesses under way.
+  static constexpr int kGroup = 16;
+  /// The same for up to kGroup adjacent keys, whose memory accesses overlap.
+  void countBelowMany(const int* keys, int count, const int* sought, int soughtCount, int* below);
   /// Whether one key is less than another.
   bool isLess(const int* a, const int* b) const { return search_(a, 1, b) == 1; }
   /// The first position at or after `from`, or `count`, whose key has a label that is not positive
@@ -35,6 +39,8 @@ class KeySearch {
  private:
   static constexpr int kBlock = 32;
   using Search = int (*)(const int* keys, int count, const int* key);
+  using SearchMany = void (*)(const int* keys, int count, const int* sought, int soughtCount,
+                              int* below);
   using Plain = int (*)(const int* keys, int from, int count);
 
   bool makeFences(const int* keys, int count);
@@ -43,6 +49,7 @@ class KeySearch {
   int dim_;
   int doubles_;
   Search search_;
+  SearchMany searchMany_;
   Plain plain_;
   std::vector<int> fences_;
 };

@@ -55,6 +55,7 @@ class KeyWords {
  public:
   static constexpr int kCount = wordsPerKey(N);
 
+  KeyWords() = default;
   explicit KeyWords(const int* key) {
     for (int i = 0; i < kCount; ++i) words_[i] = keyWord(key, N, i);
   }

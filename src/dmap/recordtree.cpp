@@ -75,6 +75,35 @@ void RecordTreeBase::prev(RecordPosition& at) const {
   }
 }
 
+RecordRun RecordTreeBase::takeRun(RecordPosition& at, RunBuffer& buffer) const {
+  RecordRun run;
+  if (!locate(at)) return run;
+  const RecordLeaf& leaf = *at.leaf;
+  const int* keys = at.key;
+  run.count = static_cast<int>(leaf.count - at.place);
+  if (leaf.run == RecordLeaf::kNoRun) {
+    static_assert(sizeof(RunBuffer) >=
+                  RecordLeaf::kCapacity * recordBytes(kMaxDim, 5) + sizeof(double));
+    // As the records lie elsewhere: keys such that the values behind them are aligned.
+    auto* copies = reinterpret_cast<std::byte*>(&buffer) + keyOffset(keyLength_);
+    keys = reinterpret_cast<const int*>(copies);
+    for (std::uint32_t place = at.place; place < leaf.count; ++place) {
+      std::copy_n(keyAt(leaf.slots[place]),
+                  recordInts_ - static_cast<int>(keyOffset(keyLength_)) / 4,
+                  reinterpret_cast<int*>(copies));
+      copies += static_cast<std::size_t>(recordInts_) * sizeof(int);
+    }
+  }
+  run.keys = keys;
+  run.keyStep = recordInts_;
+  run.values = reinterpret_cast<const double*>(keys + keyLength_);
+  run.valueStep = recordInts_ / 2;
+  RecordLeaf* next = leafAt(leaf.next);
+  at = next == nullptr ? end() : positionIn(next, 0);
+  if (next != nullptr && !isInOrder_) prefetchAhead(*next);
+  return run;
+}
+
 bool RecordTreeBase::locate(RecordPosition& at) const {
   if (at.leaf == nullptr) return false;
   if (at.place < at.leaf->count && at.leaf->slots[at.place] == at.slot) return true;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "dmap/recordrun.h"
 #include "memory/slabpool.h"
 
 namespace zdb::test {
@@ -91,6 +92,14 @@ class RecordTreeBase {
   virtual Inserted insert(const int* key, const double* values) = 0;
   /// The same, trying `hint`, a position in this tree, first.
   virtual Inserted insertNear(const int* key, const double* values, RecordPosition hint) = 0;
+  /// Adds records with adjacent keys and rows, counting each in `done`. An existing key is left as
+  /// it is. Throws std::bad_alloc, after which the first `done` are there.
+  virtual void insertMany(const int* keys, const double* values, int count, int& done) = 0;
+  /// The same for records in order that come after all others.
+  virtual void appendMany(const int* keys, const double* values, int count, int& done) = 0;
+  /// Finds the values of records with adjacent keys, null where there is none. The searches run in
+  /// groups, so that their memory accesses overlap.
+  virtual void findMany(const int* keys, int count, double** rows) = 0;
 
   std::uint64_t size() const { return size_; }
   RecordPosition first() const { return first_ == nullptr ? end() : positionIn(first_, 0); }
@@ -120,6 +129,9 @@ class RecordTreeBase {
   /// Moves to the previous record, from the end to the last one; a position at the first
   /// record stays.
   void prev(RecordPosition& at) const;
+
+  /// The records from `at` to the end of its leaf, in place or in `buffer`; moves `at` behind them.
+  RecordRun takeRun(RecordPosition& at, RunBuffer& buffer) const;
 
   void erase(RecordPosition at);
   void clear() noexcept;
@@ -162,6 +174,19 @@ class RecordTreeBase {
     ++size_;
     lastKey_ = record;
     return {record, leaf, slot, place};
+  }
+  /// Appends `count` records that lie one after the other, whose tags and slots have been written
+  /// to the last leaf.
+  void enterRun(std::uint32_t slot, int* record, std::uint32_t count) {
+    RecordLeaf* leaf = last_;
+    if (leaf->count == 0) {
+      leaf->run = slot;
+    } else if (slot != leaf->run + leaf->count || record != lastKey_ + recordInts_) {
+      leaf->run = RecordLeaf::kNoRun;
+    }
+    leaf->count = static_cast<std::uint8_t>(leaf->count + count);
+    size_ += count;
+    lastKey_ = record + static_cast<std::ptrdiff_t>(count - 1) * recordInts_;
   }
   /// Inserts a record before another one.
   /// REQUIRES `leaf` has room.

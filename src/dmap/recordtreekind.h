@@ -62,8 +62,44 @@ class RecordTree final : public RecordTreeBase {
     return {insertAt(leaf, place, words, words.tag(), key, values), true};
   }
 
+  void insertMany(const int* keys, const double* values, int count, int& done) override {
+    for (int i = 0; i < count; ++i, ++done) {
+      insert(keys + std::ptrdiff_t{i} * N, values + std::ptrdiff_t{i} * W);
+    }
+  }
+
+  void appendMany(const int* keys, const double* values, int count, int& done) override {
+    while (done < count) {
+      RecordLeaf* leaf = lastLeafWithRoom(Words(keys).data());
+      const std::uint32_t room = RecordLeaf::kCapacity - leaf->count;
+      std::uint32_t got = 0;
+      const std::uint32_t slot =
+          records_.allocateRun(std::min(room, static_cast<std::uint32_t>(count - done)), got);
+      int* record = recordAt(slot);
+      for (std::uint32_t i = 0; i < got; ++i, keys += N, values += W) {
+        write(record + std::ptrdiff_t{i} * (kRecordBytes / sizeof(int)), keys, values);
+        leaf->tags[leaf->count + i] = Words(keys).tag();
+        leaf->slots[leaf->count + i] = slot + i;
+      }
+      enterRun(slot, record, got);
+      done += static_cast<int>(got);
+    }
+  }
+
+  void findMany(const int* keys, int count, double** rows) override {
+    if (root_ == nullptr) {
+      std::fill_n(rows, count, nullptr);
+      return;
+    }
+    for (int done = 0; done < count; done += kGroup) {
+      findGroup(keys + std::ptrdiff_t{done} * N, std::min(count - done, kGroup), rows + done);
+    }
+  }
+
  private:
   using Words = KeyWords<N>;
+  /// Searches at a time: more than the processor has memory accesses under way.
+  static constexpr int kGroup = 16;
   static constexpr std::uint32_t kRecordBytes = recordBytes(N, W);
 
   int* keyOf(const RecordLeaf* leaf, std::uint32_t place) const {
@@ -100,6 +136,61 @@ class RecordTree final : public RecordTreeBase {
     return low;
   }
 
+  /// All searches of the group go down level by level, and what a level needs was prefetched on the
+  /// one above.
+  void findGroup(const int* keys, int count, double** rows) const {
+    Words words[kGroup];
+    void* nodes[kGroup];
+    std::uint64_t places[kGroup];
+    for (int i = 0; i < count; ++i) {
+      words[i] = Words(keys + std::ptrdiff_t{i} * N);
+      nodes[i] = root_;
+    }
+    for (std::uint32_t level = height_; level > 0; --level) {
+      for (int i = 0; i < count; ++i) {
+        auto* inner = static_cast<RecordInner*>(nodes[i]);
+        nodes[i] = inner->children[childFor(inner, words[i])];
+        prefetchNode(nodes[i], level > 1);
+      }
+    }
+    for (int i = 0; i < count; ++i) {
+      const auto* leaf = static_cast<const RecordLeaf*>(nodes[i]);
+      places[i] = matchTags(*leaf, words[i].tag());
+      if (places[i] == 0) continue;
+      const int* record = recordAt(leaf->slotAt(firstPlace(places[i])));
+      memory::prefetch(record);
+      memory::prefetch(record + N + 1);
+    }
+    for (int i = 0; i < count; ++i) {
+      rows[i] = nullptr;
+      const auto* leaf = static_cast<const RecordLeaf*>(nodes[i]);
+      for (; places[i] != 0 && rows[i] == nullptr; places[i] &= places[i] - 1) {
+        int* record = recordAt(leaf->slotAt(firstPlace(places[i])));
+        if (words[i].equals(record)) rows[i] = reinterpret_cast<double*>(record + N);
+      }
+    }
+  }
+
+  static std::uint32_t firstPlace(std::uint64_t places) {
+    return static_cast<std::uint32_t>(std::countr_zero(places));
+  }
+
+  void prefetchNode(void* node, bool isInner) const {
+    if (!isInner) {
+      memory::prefetch(static_cast<const char*>(node));
+      if (!isInOrder_) prefetchLeaf(static_cast<RecordLeaf*>(node));
+      return;
+    }
+    memory::prefetch(node);
+    const auto* separators =
+        reinterpret_cast<const char*>(static_cast<RecordInner*>(node)->separators());
+    constexpr std::size_t kBytes =
+        (RecordInner::kFanout - 1) * Words::kCount * sizeof(std::uint64_t);
+    for (std::size_t line = 0; line < std::min<std::size_t>(kBytes, 512); line += 64) {
+      memory::prefetch(separators + line);
+    }
+  }
+
   /// The record with this key; the leaf is null if there is none.
   RecordPosition findInLeaf(RecordLeaf* leaf, const Words& words, std::uint8_t tag) const {
     for (std::uint64_t places = matchTags(*leaf, tag); places != 0; places &= places - 1) {
@@ -133,10 +224,14 @@ class RecordTree final : public RecordTreeBase {
   /// Stores a record in a slot that the caller has allocated.
   int* store(std::uint32_t slot, const int* key, const double* values) {
     int* record = recordAt(slot);
+    write(record, key, values);
+    return record;
+  }
+
+  static void write(int* record, const int* key, const double* values) {
     for (int i = 0; i < N; ++i) record[i] = key[i];
     auto* stored = reinterpret_cast<double*>(record + N);
     for (int i = 0; i < W; ++i) stored[i] = values[i];
-    return record;
   }
 
   RecordPosition append(const Words& words, const int* key, const double* values) {

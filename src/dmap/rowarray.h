@@ -75,6 +75,19 @@ class RowArray {
   void makeRoom() {
     if (size() == capacity_) grow();
   }
+  /// Ensures room for `rows` more rows, exactly that if the array had no memory. Throws
+  /// std::bad_alloc.
+  void makeRoomFor(std::size_t rows) {
+    if (rows > capacity_ - size()) growTo(std::max(size() + rows, 2 * capacity_));
+  }
+  /// Makes the array `end` rows long; those that are added are to be written next.
+  /// REQUIRES end <= capacity().
+  void lengthen(std::size_t end) { setWritten(end); }
+  /// Forgets the rows from `end` on.
+  void truncate(std::size_t end) {
+    size_ = std::min(size_, end);
+    written_ = std::min(written_, end);
+  }
   /// Makes the array one row longer.
   /// REQUIRES size() < capacity().
   void extend() { size_ = size() + 1; }
@@ -141,7 +154,9 @@ class RowArray {
     return Data(static_cast<T*>(memory::obtain(bytes)), Release{bytes});
   }
   [[gnu::noinline]] void grow() {
-    const std::size_t capacity = std::max<std::size_t>(1, 2 * capacity_);
+    growTo(std::max<std::size_t>(1, 2 * capacity_));
+  }
+  void growTo(std::size_t capacity) {
     Data data = obtain(capacity);
     std::copy_n(data_.get(), written_ * width_, data.get());
     data_ = std::move(data);

@@ -13,6 +13,9 @@ struct FileError {
 
   /// Describes an error number; the text of number 0 is the companion's too.
   FileError(loaders::zxfRec* zxf, int number);
+
+  /// The text, or "" if there is no error that it could be the reason of.
+  const char* reason() const { return number != 0 ? text : ""; }
 };
 
 /// The error that made the last call of the companion fail, as far as it says. Takes off all errors

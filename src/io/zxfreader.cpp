@@ -66,7 +66,7 @@ bool ZXFReader::open() {
   if (zxfSetReadSpecialValues(zxf_, zxfSpecialValues(zxf_).data()) != 0) return true;
   const FileError cause = newestFileError(zxf_);
   return db_.setLastError(cause.kind, "Error setting special values") ||
-         db_.reportReason(cause.number != 0 ? cause.text : "");
+         db_.reportReason(cause.reason());
 }
 
 void ZXFReader::readTexts() {
@@ -97,7 +97,7 @@ bool ZXFReader::readLabels() {
       const FileError cause = newestFileError(zxf_);
       return db_.setLastError(cause.kind, "Error reading label %d from ZXF file %s", i,
                               source_.fileName().c_str()) ||
-             db_.reportReason(cause.number != 0 ? cause.text : "");
+             db_.reportReason(cause.reason());
     }
     int number;
     if (!db_.labels().merge(text, number)) return false;

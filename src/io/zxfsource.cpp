@@ -35,7 +35,7 @@ bool ZXFSource::failRead(const AbstractZDBSymbol& symbol) {
   const ErrorKind kind = cause.number != 0 ? cause.kind : ErrorDamaged;
   return db_.setLastError(kind, "Error reading symbol %s from ZXF file %s: %s", symbol.name.c_str(),
                           fileName_.c_str(), cause.text) ||
-         db_.keepReason(cause.number != 0 ? cause.text : "");
+         db_.keepReason(cause.reason());
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/zdb.h"
+#include "io/descriptor.h"
 #include "io/labelnumbers.h"
 #include "loaders/zxf.h"
 
@@ -23,6 +24,8 @@ class ZXFSource final : public DataSource {
   const std::string& fileName() const { return fileName_; }
   loaders::zxfRec* zxf() const { return db_.zxf().get(); }
   LabelNumbers& labels() { return labels_; }
+  /// Keeps open what the file's name refers to.
+  void hold(Descriptor file) { held_ = std::move(file); }
 
  private:
   bool failRead(const AbstractZDBSymbol& symbol);
@@ -30,6 +33,7 @@ class ZXFSource final : public DataSource {
   ZDB& db_;
   std::string fileName_;
   LabelNumbers labels_;
+  Descriptor held_;
 };
 
 }  // namespace zdb

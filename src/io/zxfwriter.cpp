@@ -186,8 +186,7 @@ bool ZXFWriter::failWriting(const char* format, ...) {
   va_end(arguments);
   takeErrors();
   const FileError cause(zxf_, newestError_);
-  return db_.setLastError(cause.kind, "%s", text) ||
-         db_.reportReason(cause.number != 0 ? cause.text : "");
+  return db_.setLastError(cause.kind, "%s", text) || db_.reportReason(cause.reason());
 }
 
 bool ZXFWriter::finish() {

@@ -54,6 +54,19 @@ class SlabPool {
   /// REQUIRES `ensure` has been called for it.
   std::uint32_t allocate() noexcept { return freeHead_ == kNone ? used_++ : reuseFreed(); }
 
+  /// Indices of up to `wanted` unused elements that lie one after the other: returns the first and
+  /// sets `got` to their number.
+  /// REQUIRES `ensure` has been called for one, and wanted > 0.
+  std::uint32_t allocateRun(std::uint32_t wanted, std::uint32_t& got) noexcept {
+    got = 1;
+    if (freeHead_ != kNone) return reuseFreed();
+    const std::uint32_t first = used_;
+    got = wanted < capacity_ - first ? wanted : capacity_ - first;
+    if (slabOf(first) != slabOf(first + got - 1)) got = 1;
+    used_ += got;
+    return first;
+  }
+
   /// Frees an element.
   void free(std::uint32_t index) noexcept;
 

@@ -61,10 +61,23 @@ bool hasCheckedDomain(const ZDB& db, const AbstractZDBSymbol& symbol) {
   });
 }
 
-/// The next symbol to check after one (null or the universe: from the start), or null.
-bool nextSymbol(ZDB& db, const AbstractZDBSymbol* after, AbstractZDBSymbol*& symbol) {
-  const int from = after == nullptr || after->isUniverse() ? 0 : after->number + 1;
-  for (int i = from; i < db.symbols().size(); ++i) {
+/// The number of the first symbol that was added after the one with this serial.
+int firstAfter(ZDB& db, std::uint64_t serial) {
+  int first = 0;
+  for (int end = db.symbols().size(); first < end;) {
+    const int middle = first + (end - first) / 2;
+    if (db.symbols()[middle]->serial <= serial) {
+      first = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
+  return first;
+}
+
+/// The next symbol to check after the one with this serial (0: from the start), or null.
+bool nextSymbol(ZDB& db, std::uint64_t after, AbstractZDBSymbol*& symbol) {
+  for (int i = firstAfter(db, after); i < db.symbols().size(); ++i) {
     symbol = db.symbols()[i];
     if (symbol->dim < 1 || symbol->isAlias() || !hasCheckedDomain(db, *symbol)) continue;
     if (!db.ensureLoaded(symbol)) return false;
@@ -75,7 +88,7 @@ bool nextSymbol(ZDB& db, const AbstractZDBSymbol* after, AbstractZDBSymbol*& sym
 }
 
 /// The first violating record of any symbol after `after`, or null.
-bool searchSymbolsAfter(ZDB& db, const AbstractZDBSymbol* after, RecordHandle& record) {
+bool searchSymbolsAfter(ZDB& db, std::uint64_t after, RecordHandle& record) {
   record.reset();
   AbstractZDBSymbol* symbol = nullptr;
   for (;;) {
@@ -84,13 +97,17 @@ bool searchSymbolsAfter(ZDB& db, const AbstractZDBSymbol* after, RecordHandle& r
     if (!searchSymbol(db, symbol, record)) return false;
     if (record) return true;
     dropDomainLookups(db, symbol);
-    after = symbol;
+    after = symbol->serial;
   }
 }
 
-/// The symbol of a violation. By number, as the symbol itself may no longer exist.
-const AbstractZDBSymbol* symbolOf(ZDB& db, const DomainViolation& violation) {
-  return db.symbols()[violation.symbolNumber()];
+/// Drops the look-ups of a violation's symbol, which may have been moved to another storage or
+/// removed meanwhile.
+void dropDomainLookups(ZDB& db, const DomainViolation& violation) {
+  const int number = firstAfter(db, violation.symbolSerial()) - 1;
+  const AbstractZDBSymbol* symbol = number < 0 ? nullptr : db.symbols()[number];
+  const bool isThere = symbol != nullptr && symbol->serial == violation.symbolSerial();
+  if (isThere) dropDomainLookups(db, symbol);
 }
 
 }  // namespace
@@ -124,23 +141,22 @@ bool findViolation(ZDB& db, DomainViolation** violation) {
   if (!db.isDomainCheckInProgress()) dropAllDomainLookups(db);
   db.setDomainCheckInProgress(true);
   RecordHandle record;
-  if (!searchSymbolsAfter(db, nullptr, record)) return false;
+  if (!searchSymbolsAfter(db, 0, record)) return false;
   if (record) *violation = new DomainViolation(std::move(record));
   return true;
 }
 
 bool moveToNextSymbol(ZDB& db, DomainViolation& violation, bool& found) {
-  const AbstractZDBSymbol* after = symbolOf(db, violation);
-  dropDomainLookups(db, after);
+  dropDomainLookups(db, violation);
   RecordHandle record;
-  const bool searched = searchSymbolsAfter(db, after, record);
+  const bool searched = searchSymbolsAfter(db, violation.symbolSerial(), record);
   found = record != nullptr;
   violation.moveTo(std::move(record));
   return searched;
 }
 
 void freeViolation(ZDB& db, DomainViolation* violation) {
-  dropDomainLookups(db, symbolOf(db, *violation));
+  dropDomainLookups(db, *violation);
   delete violation;
 }
 

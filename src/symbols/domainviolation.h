@@ -17,8 +17,8 @@ class DomainViolation {
   }
 
   const ZDB* database() const { return database_; }
-  /// The symbol's number in the table, even if the symbol itself no longer exists.
-  int symbolNumber() const { return symbolNumber_; }
+  /// The symbol's serial, even if the symbol itself no longer exists.
+  std::uint64_t symbolSerial() const { return symbolSerial_; }
   /// Null if spent, or if the record, all records of its symbol or the symbol were
   /// removed meanwhile.
   AbstractZDBSymbolIterator* record() const {
@@ -45,7 +45,7 @@ class DomainViolation {
     if (isSpent_) return;
     record_ = std::move(record);
     database_ = record_->symbol->database;
-    symbolNumber_ = record_->symbol->number;
+    symbolSerial_ = record_->symbol->serial;
   }
 
   /// Writes `dim` numbers: 1 at every violating position, else 0.
@@ -59,7 +59,7 @@ class DomainViolation {
  private:
   std::unique_ptr<AbstractZDBSymbolIterator> record_;
   ZDB* database_ = nullptr;
-  int symbolNumber_ = -1;
+  std::uint64_t symbolSerial_ = 0;
   bool isSpent_ = false;
 };
 

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "core/abstractzdbsymbol.h"
+#include "dmap/recordrun.h"
 
 namespace zdb {
 
@@ -31,6 +32,24 @@ class Slice {
 
   /// Whether the record is outside the run of records that share the prefix.
   bool isPast(const int* key) const { return !std::equal(key, key + prefix_, keys_.begin()); }
+
+  /// The same for a record of a run.
+  bool matches(const dmap::RecordRun& run, int record) const {
+    for (int i = 0; i < dim_; ++i) {
+      if (keys_[i] != 0 && keys_[i] != run.label(record, i)) return false;
+    }
+    return true;
+  }
+  bool isPast(const dmap::RecordRun& run, int record) const {
+    for (int i = 0; i < prefix_; ++i) {
+      if (keys_[i] != run.label(record, i)) return true;
+    }
+    return false;
+  }
+  /// Whether all records that share the prefix match.
+  bool isPrefixOnly() const {
+    return std::all_of(keys_.begin() + prefix_, keys_.end(), [](int key) { return key == 0; });
+  }
 
   /// Lower and upper bound of the keys in the run.
   std::array<int, kMaxDim> lowest() const { return filled(std::numeric_limits<int>::min()); }

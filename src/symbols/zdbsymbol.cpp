@@ -29,6 +29,14 @@ void ZDBSymbol<Map, It>::clear() {
 }
 
 template <class Map, class It>
+void ZDBSymbol<Map, It>::replaceRecords(Map& records) {
+  records_.swapRecords(records);
+  end_ = records_.end();
+  loadFailure.reset();
+  handleNotes.endHandles();
+}
+
+template <class Map, class It>
 bool ZDBSymbol<Map, It>::isEnd(const AbstractZDBSymbolIterator* it) {
   return static_cast<const ZDBSymbolIterator<It>*>(it)->position() == end_;
 }

@@ -55,6 +55,13 @@ class ZDBSymbol final : public AbstractZDBSymbol {
 
   Map& records() { return records_; }
   const It& end() const { return end_; }
+  /// To be called after a change of the container by others: if records move, so does the end.
+  void recordsChanged() {
+    if constexpr (kRecordsMove) end_ = records_.end();
+  }
+  /// Replaces all records by those of the container, which receives the old ones. Also forgets a
+  /// load that failed.
+  void replaceRecords(Map& records);
 
  private:
   AbstractZDBSymbolIterator* handleOn(const It& it);
@@ -63,10 +70,6 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   AbstractZDBSymbolIterator* sliceHandleOn(const It& it, const Slice& slice);
   Placed<It> place(const int* keys, const double* values, bool overwrite);
   void append(const int* keys, const double* values);
-  /// If records move, so does the end.
-  void recordsChanged() {
-    if constexpr (kRecordsMove) end_ = records_.end();
-  }
   void erase(const It& it);
   template <class Source>
   void copyFrom(AbstractZDBSymbol* other);

@@ -52,14 +52,28 @@ std::size_t SiblingIndex::chunkOf(int label) const {
   return static_cast<std::size_t>(above - chunks_.begin()) - 1;
 }
 
+/// Where a label would be if labels were evenly spaced.
+/// REQUIRES chunk.first < label <= chunk.last.
+std::size_t SiblingIndex::guess(const Chunk& chunk, int label) {
+  const auto offset = static_cast<std::uint64_t>(std::int64_t{label} - chunk.first);
+  const auto range = static_cast<std::uint64_t>(std::int64_t{chunk.last} - chunk.first);
+  return offset * (chunk.labels.size() - 1) / range;
+}
+
+void SiblingIndex::prefetchNear(int label) const {
+  const Chunk& chunk = chunks_[chunkOf(label)];
+  if (label <= chunk.first || label > chunk.last) return;
+  const std::size_t place = guess(chunk, label);
+  zdb::memory::prefetch(chunk.labels.data() + place);
+  zdb::memory::prefetch(chunk.nodes.data() + place);
+}
+
 /// The labels of a list are usually dense, so the search starts where evenly spaced ones would be.
 std::size_t SiblingIndex::countBelow(const Chunk& chunk, int label) {
   const std::size_t size = chunk.labels.size();
   if (label <= chunk.first) return 0;
   if (label > chunk.last) return size;
-  const auto offset = static_cast<std::uint64_t>(std::int64_t{label} - chunk.first);
-  const auto range = static_cast<std::uint64_t>(std::int64_t{chunk.last} - chunk.first);
-  const std::size_t guess = offset * (size - 1) / range;
+  const std::size_t guess = SiblingIndex::guess(chunk, label);
   const int* labels = chunk.labels.data();
   if (labels[guess] == label) return guess;
   if (labels[guess] > label) return utree::countBelow(labels, guess, label);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "memory/pages.h"
 #include "utree/uelnode.h"
 
 namespace utree {
@@ -32,6 +33,9 @@ class SiblingIndex {
   UELNode* first() const { return first_; }
   UELNode* last() const { return chunks_.back().nodes.back(); }
   SiblingPlace seek(int label) const;
+  /// Prefetch what a search reads first, and what it reads after that.
+  void prefetchChunks() const { zdb::memory::prefetch(chunks_.data()); }
+  void prefetchNear(int label) const;
 
   /// Inserts a node. Throws std::bad_alloc, which leaves the arrays unusable.
   /// REQUIRES no other node has its label.
@@ -55,6 +59,7 @@ class SiblingIndex {
 
   std::size_t chunkOf(int label) const;
   static std::size_t countBelow(const Chunk& chunk, int label);
+  static std::size_t guess(const Chunk& chunk, int label);
   void insertIn(Chunk& chunk, UELNode* node);
   void split(std::size_t chunk);
 

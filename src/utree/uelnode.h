@@ -37,6 +37,9 @@ class DownLink {
     return reinterpret_cast<SiblingIndex*>(bits_ - kIndexed);
   }
 
+  /// What the link points to, for prefetching.
+  const void* address() const { return reinterpret_cast<const void*>(bits_ & ~kTagMask); }
+
   void setFirst(UELNode* node) { bits_ = reinterpret_cast<std::uintptr_t>(node); }
   void setValues(double* values) { bits_ = reinterpret_cast<std::uintptr_t>(values) | kValues; }
   void setIndex(SiblingIndex* index) { bits_ = reinterpret_cast<std::uintptr_t>(index) | kIndexed; }

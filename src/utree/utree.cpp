@@ -1,7 +1,11 @@
 #include "utree/utree.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <new>
 #include <stdexcept>
+
+#include "memory/pages.h"
 
 namespace utree {
 
@@ -191,6 +195,72 @@ bool UTree::dereferenceIterator(const UELNodeIt& it, int* key, double* values) c
   }
   if (values != nullptr) std::copy_n(it.leaf()->down.values(), numValues_, values);
   return true;
+}
+
+void UTree::findMany(const int* keys, int count, double** rows) const {
+  for (int done = 0; done < count; done += kGroup, keys += std::ptrdiff_t{kGroup} * dim_) {
+    const int group = std::min(kGroup, count - done);
+    DownLink* lists[kGroup];
+    std::fill_n(lists, group, &root_);
+    for (int level = 0; level < dim_; ++level) findLevel(keys + level, group, lists);
+    for (int i = 0; i < group; ++i) {
+      rows[done + i] = lists[i] == nullptr ? nullptr : lists[i]->values();
+    }
+  }
+}
+
+/// Takes each search of a group down one level; null where it ends. What a step reads, the step
+/// before has prefetched for all.
+void UTree::findLevel(const int* labels, int group, DownLink** lists) const {
+  const auto label = [&](int i) { return labels[std::ptrdiff_t{i} * dim_]; };
+  UELNode* nodes[kGroup];
+  const auto forIndexes = [&](auto visit) {
+    for (int i = 0; i < group; ++i) {
+      const SiblingIndex* index = lists[i] == nullptr ? nullptr : lists[i]->index();
+      if (index != nullptr) visit(*index, i);
+    }
+  };
+  forIndexes([](const SiblingIndex& index, int) { index.prefetchChunks(); });
+  forIndexes([&](const SiblingIndex& index, int i) { index.prefetchNear(label(i)); });
+  for (int i = 0; i < group; ++i) {
+    nodes[i] = lists[i] == nullptr ? nullptr : siblings_.seek(*lists[i], label(i)).at;
+    if (nodes[i] != nullptr) zdb::memory::prefetch(nodes[i]);
+  }
+  for (int i = 0; i < group; ++i) {
+    const bool isFound = nodes[i] != nullptr && nodes[i]->uel == label(i);
+    lists[i] = isFound ? &nodes[i]->down : nullptr;
+    if (!isFound) continue;
+    // Lists that have been filled in order lie in one piece.
+    const auto* next = static_cast<const char*>(lists[i]->address());
+    zdb::memory::prefetch(next);
+    zdb::memory::prefetch(next + 64);
+  }
+}
+
+int UTree::copyRecords(UELNodeIt& it, int most, int* keys, double* values) const {
+  int* const labels = keys + std::ptrdiff_t{dim_ - 1} * most;
+  int count = 0;
+  while (!it.isEnd() && count < most) {
+    const int start = count;
+    UELNode* node = it.leaf();
+    UELNode* last = node;
+    for (; node != nullptr && count < most; node = node->right, ++count) {
+      const double* row = node->down.values();
+      labels[count] = node->uel;
+      values[count] = row[0];
+      for (int field = 1; field < numValues_; ++field) {
+        values[std::ptrdiff_t{field} * most + count] = row[field];
+      }
+      last = node;
+    }
+    for (int level = 0; level < dim_ - 1; ++level) {
+      std::fill(keys + std::ptrdiff_t{level} * most + start,
+                keys + std::ptrdiff_t{level} * most + count, it[level]->uel);
+    }
+    it.setLeaf(last);
+    nextInPlace(it);
+  }
+  return count;
 }
 
 // Changing.

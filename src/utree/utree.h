@@ -69,6 +69,9 @@ class UTree {
   /// The first record whose key is not less than `key`, if there is one.
   std::optional<UELNodeIt> lower_bound(const int* key) const;
   bool contains(const int* key) const;
+  /// The values of records with adjacent keys, null where there is none. The searches go down the
+  /// tree in groups, so that their memory accesses overlap.
+  void findMany(const int* keys, int count, double** rows) const;
   /// Whether the key is greater than that of every record. Constant time.
   bool isAboveAll(const int* key) const { return empty() || isAboveLast(key); }
 
@@ -128,6 +131,10 @@ class UTree {
   /// Copies key and values, each unless null. Returns false, copying nothing, for the end.
   bool dereferenceIterator(const UELNodeIt& it, int* key, double* values) const;
 
+  /// Copies up to `most` records from `it` on, and moves `it` behind them; returns how many. Each
+  /// position of the keys, and each value, has an array of length `most`; these are adjacent.
+  int copyRecords(UELNodeIt& it, int most, int* keys, double* values) const;
+
   /// The record as "1,2,3: 4.500000", or "end".
   std::string str(const UELNodeIt& it) const;
   /// Doubles with six decimals, separated by commas.
@@ -150,6 +157,9 @@ class UTree {
     SiblingPlace place;  ///< where it belongs on the next level, if that is one of the tree
   };
 
+  /// Searches at a time: more than the processor has memory accesses under way.
+  static constexpr int kGroup = 16;
+  void findLevel(const int* labels, int group, DownLink** lists) const;
   Descent descend(const int* key, const UELNodeIt* start, UELNodeIt& path) const;
   int firstDifference(const int* key) const;
   DownLink& listAt(const UELNodeIt& path, int level) const {

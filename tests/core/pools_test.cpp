@@ -165,6 +165,18 @@ TYPED_TEST(SymbolTables, RandomSymbols_KeepTheirPlacesInBothOrders) {
       all[unsigned(number)] = std::move(symbol);
     }
   }
+  for (std::size_t step = 0; all.size() > 3; ++step) {
+    const std::size_t place = step * 7 % all.size();
+    const std::string old = all[place]->name;
+    all[place]->name = step % 2 == 0 ? folded(old) : "new" + std::to_string(step);
+    const std::string& name = all[place]->name;
+    test::callStarved([&] { return table.rename(old.c_str(), name.c_str()), 0; },
+                      [&](auto) { EXPECT_TRUE(table.contains(old.c_str())); });
+    EXPECT_EQ(table.contains(old.c_str()), step % 2 == 0);
+    test::callStarved([&] { return table.remove(name.c_str()), 0; }, check);
+    all.erase(all.begin() + std::ptrdiff_t(place));
+    check(0);
+  }
   int calls = 0;
   EXPECT_FALSE(table.forEach([&](AbstractZDBSymbol*) { return ++calls < 2; }));
   EXPECT_EQ(calls, 2);

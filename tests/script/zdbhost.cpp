@@ -17,6 +17,14 @@ FunctionTable withExports(FunctionTable table) {
 #define ZDB_ENTRY(name, ...) \
   table.emplace(#name, Function::make(#name, &name, std::string_view(#name).rfind("n__", 0) == 0));
 #include "api/exports.def"
+  const auto add = [&](const char* name, auto* function, const char* parameters) {
+    table.emplace(name, Function::make(name, function, true, parameters));
+  };
+  add("zdbx_remove_symbol", &zdbx_remove_symbol, "(zdbHandle_t db, zdbSymbol_t* symbol)");
+  add("zdbx_rename_symbol", &zdbx_rename_symbol,
+      "(zdbHandle_t db, zdbSymbol_t symbol, const char* name)");
+  add("zdbx_init_from_fd", &zdbx_init_from_fd, "(zdbHandle_t db, int fd)");
+  add("zdbx_write_fd", &zdbx_write_fd, "(zdbHandle_t db, int fd, int noDomainCheck)");
   table.at("zdbGetKeys").flat = formOf(&n__zdbgetkeys);
   table.at("zdbGetDomain").flat = formOf(&n__zdbgetdomain);
   for (auto& [name, function] : table) {

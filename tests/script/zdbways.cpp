@@ -117,10 +117,10 @@ const SweepRules kRules = {
          {"zdbInitFromDMRF.*|zdb(Symbol)?Info.integer|zdbSelectRecordStorage.symbol|"
           "zdbSetSpecialValuesX.state",
           "1.*"}},
-    // They need a model, change the whole process or are other forms.
-    .neverNull = {"zdbCallSolver", "zdbCallSolverTimed", "zdbInitFromDict", "zdbInitUpdate",
-                  "zdbRegisterZMI", "zdbUpdateModelSymbol", "zdbSetDebug", "n__zdbgetkeys",
-                  "n__zdbgetdomain"},
+    // They need a model or a descriptor, change the whole process or are other forms.
+    .neverNull = {"zdbx_init_from_fd", "zdbx_write_fd", "zdbCallSolver", "zdbCallSolverTimed",
+                  "zdbInitFromDict", "zdbInitUpdate", "zdbRegisterZMI", "zdbUpdateModelSymbol",
+                  "zdbSetDebug", "n__zdbgetkeys", "n__zdbgetdomain"},
 };
 
 }  // namespace

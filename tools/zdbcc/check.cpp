@@ -153,9 +153,10 @@ ExitCode runCheck(const CheckOptions& options, Console& console) {
 Verb checkVerb() {
   return {
       .name = "check",
-      .summary = "Reads all of exchange files and lists what is damaged",
-      .details = R"(For each damage it says symbol, block, the byte at which the block begins, what
-is wrong with it, and how many records are lost:
+      .summary = "Reads exchange files in full and lists what is damaged",
+      .details =
+          R"(For each damaged block, it prints the symbol, the number of the block, the byte at
+which it begins, what is wrong with it, and how many records are lost:
 
     $ zdbcc check solution.zxf
     solution.zxf: symbol x, block 2 at byte 1150: checksum, 16384 records lost

@@ -40,15 +40,17 @@ constexpr const char* kZsh = R"sh(#compdef zdbcc
 # Completes zdbcc in zsh: eval "$(zdbcc completion zsh)", or as the file _zdbcc in a folder of $fpath.
 _zdbcc() {
   local line
-  local -a found texts
+  local -a found texts open
   for line in "${(@f)$(zdbcc --complete "${(@Q)words[2,CURRENT]}" 2>/dev/null)}"; do
     case $line in
       '') ;;
       :files) _files ;;
       :folders) _files -/ ;;
+      *[,=]$'\t'*) open+=("${line%%$'\t'*}") ;;
       *) found+=("${line%%$'\t'*}"); texts+=("${line/$'\t'/  }") ;;
     esac
   done
+  (( $#open )) && compadd -S '' -a open
   (( $#found )) && compadd -l -d texts -a found
 }
 if [[ $funcstack[1] == _zdbcc ]]; then _zdbcc "$@"; else compdef _zdbcc zdbcc; fi
@@ -131,11 +133,18 @@ class Completer {
     }
   }
 
+  bool isOffered(std::string_view candidate) const {
+    return zdb::contract::isSameText(candidate.substr(0, word_.size()), word_);
+  }
+
+  void write(const std::string& candidate, std::string_view text) {
+    std::string shown = printable(text);
+    std::erase(shown, '`');
+    console_.write(before_ + printable(candidate) + '\t' + shown + '\n');
+  }
+
   void offer(const std::string& candidate, const std::string& text) {
-    const std::size_t length = word_.size();
-    if (candidate.size() < length) return;
-    if (!zdb::contract::isSameText(std::string_view(candidate).substr(0, length), word_)) return;
-    console_.write(before_ + printable(candidate) + '\t' + printable(text) + '\n');
+    if (isOffered(candidate)) write(candidate, text);
   }
 
   void offerVerbs() {
@@ -185,28 +194,64 @@ class Completer {
     for (const FileSymbol& symbol : file.symbols()) offer(symbol.name, symbol.text);
   }
 
-  /// Labels for the position at which the slice ends: members of the domain, if it is a set.
+  /// Keeps the last label of the slice as the word, whether or not its quote is closed, and returns
+  /// its position.
+  std::size_t cutToLabel() {
+    std::size_t start = word_.find_first_of("([") + 1;
+    std::size_t position = 0;
+    char quote = 0;
+    for (std::size_t i = start; i < word_.size(); ++i) {
+      const char c = word_[i];
+      if (quote != 0) {
+        if (c == quote) quote = 0;
+      } else if (c == '"' || c == '\'') {
+        quote = c;
+      } else if (c == ',') {
+        start = i + 1;
+        ++position;
+      }
+    }
+    before_ = word_.substr(0, start);
+    word_.erase(0, start);
+    std::erase_if(word_, [](char c) { return c == '"' || c == '\''; });
+    return position;
+  }
+
+  /// Labels for the position at which the slice ends: members of the domain, if it is a set. If
+  /// only one fits and the slice goes on after it, those for the next position: shells would close
+  /// the quote after a single candidate.
   void offerLabels() {
     ExchangeFile file(fileName());
     const FileSymbol symbol = file.symbol(word_.substr(0, word_.find_first_of("([")));
-    const std::size_t start = word_.find_last_of("([,") + 1;
-    const auto position = static_cast<std::size_t>(std::count(word_.begin(), word_.end(), ','));
+    const std::size_t position = cutToLabel();
     if (position >= symbol.domains.size()) return;
-    before_ = word_.substr(0, start);
-    word_.erase(0, start);
     const char closing = before_.find('(') == std::string::npos ? ']' : ')';
-    const char next = position + 1 == symbol.domains.size() ? closing : ',';
-    offer(std::string("*") + next, "all labels");
+    const bool isLast = position + 1 == symbol.domains.size();
+    const char next = isLast ? closing : ',';
     const Domain& domain = symbol.domains[position];
-    const FileSymbol set = file.symbol(domain.relaxed ? "*" : domain.name);
+    const auto candidates = labelsOf(file, file.symbol(domain.relaxed ? "*" : domain.name));
+    if (candidates.size() == 1 && !isLast) {
+      word_ = before_ + candidates.front().first + next;
+      return offerLabels();
+    }
+    for (const auto& [label, text] : candidates) write(label + next, text);
+  }
+
+  /// Labels that begin with the word, as they stand in slices, and their texts.
+  std::vector<std::pair<std::string, std::string>> labelsOf(ExchangeFile& file,
+                                                            const FileSymbol& set) const {
+    std::vector<std::pair<std::string, std::string>> labels;
+    if (word_.empty()) labels.emplace_back("*", "all labels");
     FileRecords records(file, set);
     while (records.next()) {
       const std::string label(file.label(records.keys()[0]));
+      if (!isOffered(label)) continue;
       const bool isPlain = label.find_first_of(",()[]'\" ") == std::string::npos && label != "*";
       const char quote = label.find('"') == std::string::npos ? '"' : '\'';
-      const std::string text(set.isUniverse() ? "" : records.text());
-      offer((isPlain ? label : quote + label + quote) + next, text);
+      labels.emplace_back(isPlain ? label : quote + label + quote,
+                          set.isUniverse() ? "" : records.text());
     }
+    return labels;
   }
 
   std::vector<std::string> words_;
@@ -232,9 +277,8 @@ void complete(const std::vector<std::string>& words, Console& console) {
 Verb completionVerb() {
   return {.name = "completion",
           .summary = "Writes the file with which a shell completes command lines of zdbcc",
-          .details = R"(The shell asks zdbcc for everything: verbs, options, symbols of the exchange
-file on the line, and labels after `SYMBOL(`, for which the word needs a quote at its start. Packages
-install these files.)",
+          .details = R"(The shell asks zdbcc for verbs, options, symbols of the exchange file on the
+line, and labels after `'SYMBOL(`. An installed zdbcc has these files in the right places already.)",
           .operands = {{.name = "SHELL",
                         .kind = Kind::Choice,
                         .text = "`bash`, `zsh` or `fish`",

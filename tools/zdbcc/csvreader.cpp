@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <iostream>
 #include <memory>
 
 #include "console.h"
@@ -61,8 +62,12 @@ struct Parser {
 
 }  // namespace
 
-std::vector<CsvRow> readCsv(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
+std::vector<CsvRow> readCsv(const std::string& name) {
+  const bool isStandardInput = name == "-";
+  const std::string file = isStandardInput ? "standard input" : name;
+  std::ifstream opened;
+  if (!isStandardInput) opened.open(name, std::ios::binary);
+  std::istream& in = isStandardInput ? std::cin : opened;
   if (!in) throw ToolError("cannot read " + file + ": " + std::strerror(errno));
   Parser parser;
   Collector collector;

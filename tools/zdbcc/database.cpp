@@ -1,6 +1,7 @@
 #include "database.h"
 
 #include "console.h"
+#include "guess.h"
 
 namespace zdb::tool {
 
@@ -68,8 +69,20 @@ Symbol Database::symbolAt(int position) {
 
 Symbol Database::findSymbol(const std::string& name) {
   zdbSymbol_t handle = nullptr;
-  require(c__zdbfindsymbol(db_, name.c_str(), &handle));
-  return describe(handle);
+  if (c__zdbfindsymbol(db_, name.c_str(), &handle) != 0) return describe(handle);
+  Guess guess(name);
+  for (int i = 0; i < symbolCount(); ++i) guess.consider(symbolAt(i).name);
+  throw ToolError("there is no symbol " + name + guess.text());
+}
+
+void Database::requireLabels(const std::vector<std::string>& labels) {
+  for (const std::string& label : labels) {
+    int number = 0;
+    if (c__zdbfinduel(db_, label.c_str(), &number) != 0 && number >= 0) continue;
+    Guess guess(label);
+    for (int i = 1; i <= labelCount(); ++i) guess.consider(this->label(i));
+    throw ToolError("there is no label " + label + guess.text());
+  }
 }
 
 int Database::symbolNumber(zdbSymbol_t symbol, int key) {
@@ -112,40 +125,6 @@ std::vector<Domain> Database::domains(zdbSymbol_t handle, int dim) {
     result[static_cast<std::size_t>(d)] = {texts[d], sets[d] == nullptr};
   }
   return result;
-}
-
-int Database::recordCount(const Symbol& symbol) {
-  return symbolNumber(symbol.handle, ZDB_SYMBOL_RECORDS);
-}
-
-void Database::forgetRecords(const Symbol& symbol) {
-  require(c__zdbclearsymbol(db_, symbol.handle));
-}
-
-RecordCursor::RecordCursor(Database& db, const Symbol& symbol)
-    : db_(db), dim_(symbol.dim), left_(db.recordCount(symbol)) {
-  if (!valid()) return;
-  db_.require(c__zdbfindfirstrecord(db_.handle(), symbol.handle, &record_));
-  read();
-}
-
-RecordCursor::~RecordCursor() {
-  if (record_ != nullptr) c__zdbfreesymboliterator(db_.handle(), record_);
-}
-
-void RecordCursor::next() {
-  if (--left_ == 0) return;
-  db_.require(c__zdbrecordmovenext(db_.handle(), record_));
-  read();
-}
-
-void RecordCursor::read() {
-  db_.require(c__zdbgetrecordraw(db_.handle(), record_, dim_, keys_, values_));
-}
-
-const char* RecordCursor::text() {
-  db_.require(c__zdbgetelemtext(db_.handle(), record_, text_));
-  return text_;
 }
 
 }  // namespace zdb::tool

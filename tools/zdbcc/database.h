@@ -33,13 +33,12 @@ class Database {
   /// The symbol at a position in the file; for an alias, the alias itself.
   /// REQUIRES 0 <= position < symbolCount().
   Symbol symbolAt(int position);
-  /// Finds a symbol by name without regard to case; for an alias, its set.
+  /// Finds a symbol by name without regard to case; for an alias, its set. A name that is not there
+  /// is answered with a guess.
   Symbol findSymbol(const std::string& name);
 
-  /// Number of records. Reads all of them.
-  int recordCount(const Symbol& symbol);
-  /// Removes the records from memory. Neither they nor their number can be read again.
-  void forgetRecords(const Symbol& symbol);
+  /// Throws ToolError, with a guess, for the first label that is not there.
+  void requireLabels(const std::vector<std::string>& labels);
 
   /// Throws ToolError with the last-error text if `succeeded` is 0.
   void require(int succeeded) const;
@@ -52,35 +51,6 @@ class Database {
   std::vector<Domain> domains(zdbSymbol_t handle, int dim);
 
   zdbHandle_t db_ = nullptr;
-};
-
-/// Walks the records of a symbol in key order:
-///     for (RecordCursor record(db, symbol); record.valid(); record.next()) ...
-class RecordCursor {
- public:
-  RecordCursor(Database& db, const Symbol& symbol);
-  ~RecordCursor();
-  RecordCursor(const RecordCursor&) = delete;
-  RecordCursor& operator=(const RecordCursor&) = delete;
-
-  bool valid() const { return left_ > 0; }
-  void next();
-  /// Label numbers and values of the record; valid until next().
-  const int* keys() const { return keys_; }
-  const double* values() const { return values_; }
-  /// Element text of a record of a set; empty if it has none.
-  const char* text();
-
- private:
-  void read();
-
-  Database& db_;
-  int dim_;
-  int left_;
-  zdbRecord_t record_ = nullptr;
-  int keys_[ZDB_MAX_DIM] = {};
-  double values_[ZDB_MAX_VALUES] = {};
-  char text_[ZDB_TEXT_SIZE] = "";
 };
 
 }  // namespace zdb::tool

@@ -52,9 +52,13 @@ void describeExitCodes(const std::vector<ExitText>& codes, Page& page) {
 std::string usage(const Verb& verb) {
   std::string text = std::string("zdbcc ") + verb.name;
   if (!verb.options.empty()) text += " [OPTION]...";
+  for (const Option& option : verb.options) {
+    if (option.isRequired)
+      text.append(" ").append(spelling(option)).append(" ").append(option.value);
+  }
   for (const Operand& operand : verb.operands) {
     std::string word = operand.name;
-    if (operand.isOptional) word = '[' + word + ']';
+    if (operand.isOptional) word.insert(0, 1, '[').append(1, ']');
     if (operand.target.shape == Target::Shape::Many) word += "...";
     text += ' ' + word;
   }
@@ -92,8 +96,9 @@ void describeTool(Page& page) {
       "Data go to standard output, everything else to standard error. Where a file is not an "
       "exchange file, `-` is standard input or output.");
   page.paragraph(
-      "On a terminal, headings and problems are coloured and what takes more than a second shows "
-      "how far it is. Lines are as wide as the terminal, or as `COLUMNS` says. A non-empty "
+      "On a terminal, headings and problems are coloured and work that takes more than a "
+      "second shows its progress. Lines are as wide as the terminal, or as `COLUMNS` says. A "
+      "non-empty "
       "`NO_COLOR` switches colours off, `TERM=dumb` also the bar.");
   describeExitCodes(commonExitCodes(), page);
 }

@@ -311,15 +311,14 @@ elements. What both have is counted and not shown; if nothing differs, nothing i
 What only A has, or has in another way, stands after a minus, what B has after a plus. Records are
 rows of CSV as in `zdbcc dump`:
 
-    $ zdbcc diff old.zxf new.zxf
-    --- old.zxf
-    +++ new.zxf
+    $ zdbcc diff diet.zxf diet-changed.zxf price
+    --- diet.zxf
+    +++ diet-changed.zxf
     parameter price(food)
-    - bread,1.7
-    + bread,1.8
-    + milk,2.4
-      0 records only in old.zxf, 1 only in new.zxf, 1 different, 7 the same; largest difference 0.1
-    1 of 4 symbols differs
+    - Wheat Flour (Enriched),36
+    + Wheat Flour (Enriched),45
+      0 records only in diet.zxf, 0 only in diet-changed.zxf, 1 different, 76 the same; largest difference 9
+    1 of 1 symbol differs
 
 - Names and labels are the same without regard to case, as everywhere; see `--spelling`.
 - Labels that no record has do not matter. `zdbcc diff A B '*'` compares the labels themselves.
@@ -365,7 +364,7 @@ records do, too, the records of this symbol are read twice from B and held in me
       .examples = {{"zdbcc diff monday.zxf tuesday.zxf --limit 10", "What has changed"},
                    {"zdbcc diff a.zxf b.zxf flow --tolerance 1e-9,1e-6",
                     "Whether two solutions agree in a symbol"},
-                   {"zdbcc diff a.zxf b.zxf -q || cp a.zxf b.zxf", "In a script"}},
+                   {"zdbcc diff a.zxf b.zxf -q && echo nothing new", "In a script"}},
       .exitCodes = {{ExitCode::Done, "The files are the same."},
                     {ExitCode::Failed, "They differ."},
                     {ExitCode::WrongUse,

@@ -1,5 +1,7 @@
 #include "diffreport.h"
 
+#include <cstdio>
+
 #include "csvwriter.h"
 #include "json.h"
 #include "values.h"
@@ -7,6 +9,13 @@
 namespace zdb::tool {
 
 namespace {
+
+// The last digits of a difference are those that rounding leaves.
+std::string shortNumber(double number) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.6g", number);
+  return text;
+}
 
 /// In the way of diff and git: what A has after a minus, what B has after a plus, as rows of CSV
 /// like those of dump.
@@ -55,7 +64,7 @@ class TextReport : public DiffReport {
                        std::to_string(counts->onlyInB) + " only in " + names_.b + ", " +
                        std::to_string(counts->different) + " different, " +
                        std::to_string(counts->same) + " the same";
-    if (counts->largest) text.append("; largest difference ").append(format_(*counts->largest));
+    if (counts->largest) text += "; largest difference " + shortNumber(*counts->largest);
     const std::uint64_t left = counts->differences() - counts->shown;
     if (left > 0) text += "; " + std::to_string(left) + " not shown";
     line(counts->areAll ? text : text + "; the others could not be read");

@@ -4,9 +4,8 @@
 #include <optional>
 
 #include "columns.h"
-#include "csvwriter.h"
-#include "json.h"
 #include "progress.h"
+#include "rowwriter.h"
 #include "slice.h"
 #include "values.h"
 #include "verbs.h"
@@ -22,66 +21,6 @@ struct DumpOptions {
   bool wide = false;
   bool json = false;
   SpecialForm specials = SpecialForm::Names;
-};
-
-/// Writes a table cell by cell, as CSV or as a JSON array with an object for each row.
-class RowWriter {
- public:
-  RowWriter(Console& console, bool json) : csv_(console), json_(console), isJson_(json) {}
-
-  void begin(const std::vector<std::string>& names) {
-    names_ = names;
-    column_ = 0;
-    if (isJson_) {
-      json_.beginArray();
-      return;
-    }
-    for (const std::string& name : names) csv_.field(name);
-    csv_.endRow();
-  }
-  void text(std::string_view content) {
-    isJson_ ? void(cell().value(content)) : csv_.field(content);
-  }
-  void number(double value, ValueFormat& format) {
-    if (!isJson_) return csv_.field(format(value));
-    if (const std::optional<double> plain = format.number(value)) {
-      cell().value(*plain);
-    } else if (const std::string_view name = format(value); name.empty()) {
-      cell().null();
-    } else {
-      cell().value(name);
-    }
-  }
-  /// A cell without a content; in JSON, it is left out.
-  void nothing() { isJson_ ? void(++column_) : csv_.field(""); }
-  void endRow() {
-    if (isJson_) {
-      if (!hasRow_) json_.beginObject(JsonWriter::Layout::OneLine);
-      json_.end();
-    } else {
-      csv_.endRow();
-    }
-    column_ = 0;
-    hasRow_ = false;
-  }
-  void end() {
-    if (isJson_) json_.end();
-  }
-  JsonWriter& json() { return json_; }
-
- private:
-  JsonWriter& cell() {
-    if (!hasRow_) json_.beginObject(JsonWriter::Layout::OneLine);
-    hasRow_ = true;
-    return json_.key(names_[column_++]);
-  }
-
-  CsvWriter csv_;
-  JsonWriter json_;
-  bool isJson_;
-  bool hasRow_ = false;
-  std::size_t column_ = 0;
-  std::vector<std::string> names_;
 };
 
 class Dump {
@@ -109,7 +48,7 @@ class Dump {
     if (options_.wide) return wide(slice);
     SliceRecords records(file_, slice);  // first, so that there is no heading if this fails
     std::uint64_t count = 0;
-    writeTable(columnNames(slice.symbol), [&] {
+    rows_.table(columnNames(slice.symbol), [&] {
       for (; count < head_ && nextOf(records); ++count) {
         writeLabels(records, slice.symbol.dim);
         writeValues(records.record(), slice.symbol);
@@ -117,19 +56,6 @@ class Dump {
       }
     });
     return count > 0;
-  }
-
-  /// A table is ended properly even if its rows cannot be read.
-  template <typename Rows>
-  void writeTable(const std::vector<std::string>& names, Rows writeRows) {
-    rows_.begin(names);
-    try {
-      writeRows();
-    } catch (const ToolError&) {
-      rows_.end();
-      throw;
-    }
-    rows_.end();
   }
 
   bool nextOf(SliceRecords& records) {
@@ -162,7 +88,7 @@ class Dump {
     names.resize(static_cast<std::size_t>(symbol.dim) - 1);
     for (const int label : columns) names.emplace_back(file_.label(label));
     SliceRecords records(file_, slice);
-    writeTable(names, [&] {
+    rows_.table(names, [&] {
       bool isLeft = nextOf(records);
       for (std::uint64_t count = 0; isLeft && count < head_; ++count) {
         isLeft = wideRow(records, symbol.dim - 1, columns);
@@ -263,9 +189,9 @@ Verb dumpVerb() {
       .name = "dump",
       .summary = "Writes records to standard output, as CSV or JSON",
       .details =
-          R"(The records of a slice, of a symbol or of all symbols are written in the order of
-their keys, as they are read: memory does not grow with them. Names and labels are found without
-regard to case; for an alias, the records of its set are written.
+          R"(Writes the records of a slice, of a symbol or of all symbols, in the order of their
+keys and as they are read: memory does not grow with them. The case of names and labels does not
+matter; for an alias, the records of its set are written.
 
 - The heading has the names of the domains, with `label` for `*`. A name that would occur twice gets
 a number: `city,city_2,value`.
@@ -280,8 +206,8 @@ an alias has only this line:
 
     # parameter need(nutrient): What one adult needs a day
 
-A symbol that cannot be read is left out from where it is damaged on, with a message; the others are
-written, and the exit code is 1.)",
+A damaged symbol ends where the damage begins, with a message; the others are written, and the exit
+code is 1.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange file to read",

@@ -115,29 +115,31 @@ void runInfo(const InfoOptions& options, Console& console) {
 }  // namespace
 
 Verb infoVerb() {
-  return {.name = "info",
-          .summary = "Lists the symbols of an exchange file: type, domains, records, size, text",
-          .details = R"(Symbols stand in the order of the file. All comes from the directory of the
-file: no record is read, so damage among them is not seen, and it takes no longer for a large file.
+  return {
+      .name = "info",
+      .summary = "Lists the symbols of an exchange file: type, domains, records, size, text",
+      .details = R"(Symbols are listed in the order of the file. Everything comes from the file's
+directory: no records are read, so a large file takes no longer than a small one, but damage among
+the records goes unnoticed (`zdbcc check` finds it).
 
 - The domains of a symbol are the sets that its labels come from, one per dimension. `*` is the set
 of all labels. A domain in quotes is relaxed: it is only a name, and the file has no such set.
 - An alias has no records of its own; the table shows its set.
-- `bytes` is the room that the records take in the file, `share` their part of the file, and `ratio`
-how many times as much they would take as plain numbers: 4 bytes a label or text, 8 a value.)",
-          .operands = {{.name = "FILE",
-                        .kind = Kind::ExchangeFile,
-                        .text = "Exchange file to look at",
-                        .target = into(&InfoOptions::file)}},
-          .options = {{.name = "counts",
-                       .text = "Leave out the numbers of records and what follows from them",
-                       .target = into(&InfoOptions::countsRecords),
-                       .isNegation = true},
-                      jsonOption(&InfoOptions::json)},
-          .examples = {{"zdbcc info flights.zxf", "What a file holds"},
-                       {"zdbcc info flights.zxf --json | jq '.symbols[].name'",
-                        "The names of the symbols"}},
-          .action = runs(runInfo)};
+- `bytes` is the size of the records in the file, `share` their part of the whole file, and `ratio`
+how many times larger they would be as plain numbers: 4 bytes for a label or text, 8 for a value.)",
+      .operands = {{.name = "FILE",
+                    .kind = Kind::ExchangeFile,
+                    .text = "Exchange file to look at",
+                    .target = into(&InfoOptions::file)}},
+      .options = {{.name = "counts",
+                   .text = "Leave out the numbers of records and what follows from them",
+                   .target = into(&InfoOptions::countsRecords),
+                   .isNegation = true},
+                  jsonOption(&InfoOptions::json)},
+      .examples = {{"zdbcc info flights.zxf", "What a file holds"},
+                   {"zdbcc info flights.zxf --json | jq '.symbols[].name'",
+                    "The names of the symbols"}},
+      .action = runs(runInfo)};
 }
 
 }  // namespace zdb::tool

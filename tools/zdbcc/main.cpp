@@ -53,8 +53,8 @@ void refuse(const std::vector<std::string>& words, const char* problem, Console&
   for (const std::string& word : words) {
     if (verb == nullptr && !word.starts_with('-')) verb = findVerb(word);
   }
-  std::string hint = "zdbcc --help lists the verbs";
-  if (verb != nullptr) hint = std::string("usage: ") + usage(*verb) + "; --help tells all";
+  std::string hint = "see zdbcc --help";
+  if (verb != nullptr) hint = "usage: " + usage(*verb) + "; see zdbcc " + verb->name + " --help";
   console.report(problem);
   console.note(hint);
 }
@@ -73,7 +73,7 @@ ExitCode guarded(const std::vector<std::string>& words, Console& console) {
   } catch (const ClosedPipeError&) {
     return ExitCode::Done;
   } catch (const InterruptedError&) {
-    console.note("interrupted");
+    console.note("interrupted");  // after what is done
     return ExitCode::Interrupted;
   } catch (const std::bad_alloc&) {
     console.report("not enough memory");

@@ -1,11 +1,15 @@
 #include "model.h"
 
 #include "console.h"
+#include "guess.h"
 #include "zkitdclib.h"
 
 namespace zdb::tool {
 
 namespace {
+
+/// What marks a variable as an updatable parameter.
+constexpr const char* kSuffix = "_var";
 
 void requireLabelCount(const Symbol& symbol, const std::vector<std::string>& labels) {
   if (labels.size() == static_cast<std::size_t>(symbol.dim)) return;
@@ -44,17 +48,22 @@ Model::~Model() {
 
 bool Model::hasParameter(const std::string& name) {
   zdbSymbol_t variable = nullptr;
-  return c__zdbfindsymbol(db_.handle(), (name + "_var").c_str(), &variable) == 1;
+  return c__zdbfindsymbol(db_.handle(), (name + kSuffix).c_str(), &variable) == 1;
 }
 
 Symbol Model::parameter(const std::string& name) {
   if (!hasParameter(name)) {
+    Guess guess(name + kSuffix);
+    for (int i = 0; i < db_.symbolCount(); ++i) {
+      const std::string symbol = db_.symbolAt(i).name;
+      if (symbol.ends_with(kSuffix)) guess.consider(symbol);
+    }
     throw ToolError(file_ + " has no updatable parameter " + name + ": it needs a variable " +
-                    name + "_var");
+                    name + kSuffix + guess.text());
   }
   zdbSymbol_t symbol = nullptr;
   if (c__zdbfindsymbol(db_.handle(), name.c_str(), &symbol) == 0) {
-    const Symbol variable = db_.findSymbol(name + "_var");
+    const Symbol variable = db_.findSymbol(name + kSuffix);
     db_.require(c__zdbaddsymbol(db_.handle(), name.c_str(), variable.dim, ZDB_PARAMETER, 0,
                                 variable.text.c_str(), &symbol));
   }
@@ -66,7 +75,7 @@ Symbol Model::parameter(const std::string& name) {
 
 bool Model::hasEntry(const Symbol& parameter, const std::vector<std::string>& labels) {
   if (labels.size() != static_cast<std::size_t>(parameter.dim)) return false;
-  const Symbol variable = db_.findSymbol(parameter.name + "_var");
+  const Symbol variable = db_.findSymbol(parameter.name + kSuffix);
   zdbRecord_t record = nullptr;
   const int isFound =
       c__zdbfindrecord(db_.handle(), variable.handle, pointersTo(labels).data(), &record);
@@ -116,8 +125,10 @@ double Model::level(const Entry& entry) {
   const Symbol symbol = db_.findSymbol(entry.symbol);
   requireLabelCount(symbol, entry.labels);
   zdbRecord_t record = nullptr;
-  db_.require(
-      c__zdbfindrecord(db_.handle(), symbol.handle, pointersTo(entry.labels).data(), &record));
+  const int isFound =
+      c__zdbfindrecord(db_.handle(), symbol.handle, pointersTo(entry.labels).data(), &record);
+  if (isFound == 0) db_.requireLabels(entry.labels);
+  db_.require(isFound);
   double level = 0;
   const int done = c__zdbgetlevel(db_.handle(), record, &level);
   c__zdbfreesymboliterator(db_.handle(), record);

@@ -106,27 +106,34 @@ class ManPage : public Page {
   }
   void heading(const std::string& text) override {
     text_ += ".SH " + (text == "Usage" ? "SYNOPSIS" : zdb::contract::upperCase(text)) + '\n';
-    isLiteral_ = false;
+    previous_ = Part::Heading;
   }
-  void paragraph(const std::string& text) override { part(".PP\n", text); }
+  void paragraph(const std::string& text) override {
+    part(previous_ == Part::Heading ? "" : ".PP\n", text);
+  }
   void item(const std::string& term, const std::string& text) override {
     part(".TP\n" + line(term), text);
   }
   void bullet(const std::string& text) override { part(".IP \\(bu 2\n", text); }
   void literal(const std::string& text) override {
-    if (isLiteral_) text_.erase(text_.size() - kLiteralEnd.size());
-    text_ += isLiteral_ ? "" : ".PP\n.RS 4\n.nf\n";
+    if (previous_ == Part::Literal) {
+      text_.erase(text_.size() - kLiteralEnd.size());
+    } else {
+      text_ += previous_ == Part::Heading ? ".RS 4\n.nf\n" : ".PP\n.RS 4\n.nf\n";
+    }
     text_ += protectedStart(escaped(text)) + '\n';
     text_ += kLiteralEnd;
-    isLiteral_ = true;
+    previous_ = Part::Literal;
   }
 
  private:
+  enum class Part { Heading, Text, Literal };
+
   static constexpr std::string_view kLiteralEnd = ".fi\n.RE\n";
 
   void part(const std::string& start, const std::string& text) {
     text_ += start + line(text);
-    isLiteral_ = false;
+    previous_ = Part::Text;
   }
 
   static std::string escaped(std::string_view text) {
@@ -164,7 +171,7 @@ class ManPage : public Page {
     return protectedStart(result) + '\n';
   }
 
-  bool isLiteral_ = false;
+  Part previous_ = Part::Heading;
 };
 
 class MarkdownPage : public Page {

@@ -63,6 +63,7 @@ class Parser {
       throw WrongUseError("there is one argument too many: " + printable(word));
     }
     const Operand& operand = operands[operand_];
+    if (word.empty()) throw WrongUseError(std::string(operand.name) + " is an empty text");
     put(operand.name, operand.target, word);
     hasOperand_ = true;
     if (operand.target.shape == Target::Shape::Many) return;
@@ -122,14 +123,14 @@ class Parser {
         std::any_of(commonOptions().begin(), commonOptions().end(),
                     [&](const Option& option) { return &option.target == &target; });
     if (target.take(isCommon ? common_ : command_.options, word)) return;
-    if (target.isNumber) {
-      throw WrongUseError(name + " needs a number, not \"" + printable(word) + '"');
+    if (target.numbers != nullptr) {
+      throw WrongUseError(name + " must be " + target.numbers + ", not \"" + printable(word) + '"');
     }
     throw WrongUseError(name + " must be " + listed(target.choices) + ", not \"" + printable(word) +
                         '"' + guessAmong(word, target.choices));
   }
 
-  [[noreturn]] void failUnknown(const std::string& name) {
+  [[noreturn]] void failUnknown(const std::string& name) const {
     Guess guess("--" + name);
     if (command_.verb != nullptr) {
       for (const Option& option : command_.verb->options) guess.consider(spelling(option));

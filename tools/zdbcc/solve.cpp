@@ -1,6 +1,7 @@
 // zdbcc solve: solves a model file, with changed data if given, and writes the solution to a
 // data file.
 #include "csvreader.h"
+#include "json.h"
 #include "model.h"
 #include "outputfile.h"
 #include "values.h"
@@ -18,6 +19,7 @@ struct SolveOptions {
   std::string solver;
   std::string output;
   bool force = false;
+  bool json = false;
 };
 
 void noteUnmatched(Console& console, const std::string& name, int unmatched) {
@@ -88,16 +90,32 @@ std::string sizeText(void* instance) {
   return integers == 0 ? text : text + ", " + std::to_string(integers) + " integer columns";
 }
 
+bool hasObjective(const Model& model) {
+  return model.isSolved() && zkitObjectiveColumn(model.instance()) >= 0;
+}
+
 void printResult(Model& model, Console& console) {
   void* instance = model.instance();
   ValueFormat format(model.database());
   console.write(line("model", sizeText(instance)));
   console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
   console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
-  if (model.isSolved() && zkitObjectiveColumn(instance) >= 0) {
+  if (hasObjective(model)) {
     console.write(line("objective", std::string(format(zkitObjective(instance)))));
   }
   console.write(line("iterations", std::to_string(zkitIterations(instance))));
+}
+
+void writeResult(const Model& model, Console& console) {
+  void* instance = model.instance();
+  JsonWriter json(console);
+  json.beginObject().field("rows", zkitRows(instance)).field("columns", zkitColumns(instance));
+  json.field("nonZeros", zkitNonZeros(instance));
+  json.field("integerColumns", zkitIntegerColumns(instance));
+  json.field("status", zkitModelStatusText(zkitModelStatus(instance)));
+  json.field("solve", zkitSolveStatusText(zkitSolveStatus(instance)));
+  if (hasObjective(model)) json.field("objective", zkitObjective(instance));
+  json.field("iterations", zkitIterations(instance)).end();
 }
 
 void checkOutputOf(const SolveOptions& options) {
@@ -113,7 +131,7 @@ void runSolve(const SolveOptions& options, Console& console) {
   if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
   for (const std::string& set : options.sets) takeCsv(model, set, console);
   model.solve(options.solver);
-  printResult(model, console);
+  options.json ? writeResult(model, console) : printResult(model, console);
   if (!model.isSolved()) {
     console.flush();
     throw ToolError("no optimal solution: " +
@@ -127,50 +145,51 @@ void runSolve(const SolveOptions& options, Console& console) {
 }  // namespace
 
 Verb solveVerb() {
-  return {
-      .name = "solve",
-      .summary = "Solves a model file, with changed data if given",
-      .details = R"(Prints the size of the model, the status, the objective and the number of
+  return {.name = "solve",
+          .summary = "Solves a model file, with changed data if given",
+          .details = R"(Prints the size of the model, the status, the objective and the number of
 iterations.
 
-A parameter `p` is updatable in the model if this has a variable `p_var`.)",
-      .operands = {modelOperand(&SolveOptions::model)},
-      .options = withModelOptions(
-          &SolveOptions::model,
-          {{.name = "data",
-            .value = "FILE",
-            .kind = Kind::File,
-            .text = "Exchange file with values of updatable parameters",
-            .target = into(&SolveOptions::dataFile)},
-           {.name = "set",
-            .value = "SYMBOL=FILE",
-            .text = "CSV file with values of an updatable parameter",
-            .details = "One a row: the labels, then the value. A first row that does not end in a "
-                       "number and is not an entry of the model is a heading (for a scalar, a "
-                       "first row that is followed by another), so the output of `zdbcc dump` can "
-                       "be read. Entries without a row keep their values; the number of records "
-                       "without an entry in the model is printed on standard error.",
-            .target = into(&SolveOptions::sets)},
-           solverOption(&SolveOptions::solver),
-           {.name = "output",
-            .letter = 'o',
-            .value = "FILE",
-            .kind = Kind::File,
-            .text = "Exchange file to write the solution to",
-            .details = "Variables and equations with level, marginal and bounds, and the "
-                       "parameters that were changed.",
-            .target = into(&SolveOptions::output)},
-           {.name = "force",
-            .text = "Write over an input, or over a file that is not an exchange file",
-            .target = into(&SolveOptions::force)}}),
-      .examples = {{"zdbcc solve diet.mod --set price=prices.csv -o solution.zxf",
-                    "With new prices, into a file"},
-                   {"zdbcc solve plan.mps --solver glpk", "With another solver"}},
-      .exitCodes = {{ExitCode::Done,
-                     "The solution is optimal, even if there were records without an entry."},
-                    {ExitCode::Failed, "There is no optimal solution, or something failed."},
-                    {ExitCode::WrongUse, "The command line is wrong; nothing was done."}},
-      .action = runs(runSolve)};
+A parameter `p` is updatable if the model has a variable `p_var`.)",
+          .operands = {modelOperand(&SolveOptions::model)},
+          .options = withModelOptions(
+              &SolveOptions::model,
+              {{.name = "data",
+                .value = "FILE",
+                .kind = Kind::File,
+                .text = "Exchange file with values of updatable parameters",
+                .target = into(&SolveOptions::dataFile)},
+               {.name = "set",
+                .value = "SYMBOL=FILE",
+                .text = "CSV file, or `-`, with values of an updatable parameter",
+                .details =
+                    "Each row has the labels, then the value. A first row that does not end in a "
+                    "number and is not an entry of the model is a heading (for a scalar, a "
+                    "first row that is followed by another), so the output of `zdbcc dump` can "
+                    "be read. Entries without a row keep their values; the number of records "
+                    "without an entry in the model is printed on standard error.",
+                .target = into(&SolveOptions::sets)},
+               solverOption(&SolveOptions::solver),
+               {.name = "output",
+                .letter = 'o',
+                .value = "FILE",
+                .kind = Kind::File,
+                .text = "Exchange file to write the solution to",
+                .details = "Variables and equations with level, marginal and bounds, and the "
+                           "parameters that were changed.",
+                .target = into(&SolveOptions::output)},
+               {.name = "force",
+                .text = "Write over an input, or over a file that is not an exchange file",
+                .target = into(&SolveOptions::force)},
+               jsonOption(&SolveOptions::json)}),
+          .examples = {{"zdbcc solve diet.mod --set price=prices.csv -o solution.zxf",
+                        "With new prices, into a file"},
+                       {"zdbcc solve plan.mps --solver glpk", "With another solver"}},
+          .exitCodes = {{ExitCode::Done,
+                         "The solution is optimal, even if there were records without an entry."},
+                        {ExitCode::Failed, "There is no optimal solution, or something failed."},
+                        {ExitCode::WrongUse, "The command line is wrong; nothing was done."}},
+          .action = runs(runSolve)};
 }
 
 }  // namespace zdb::tool

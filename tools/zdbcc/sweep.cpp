@@ -2,9 +2,9 @@
 #include <map>
 
 #include "csvreader.h"
-#include "csvwriter.h"
 #include "model.h"
 #include "progress.h"
+#include "rowwriter.h"
 #include "values.h"
 #include "verbs.h"
 #include "zkitdclib.h"
@@ -18,6 +18,7 @@ struct SweepOptions {
   std::string scenarios;
   std::vector<std::string> shown;
   std::string solver;
+  bool json = false;
 };
 
 /// A column of the scenario file: an entry of an updatable parameter.
@@ -90,33 +91,65 @@ class Scenarios {
   std::map<std::string, Symbol> parameters_;
 };
 
-void runSweep(const SweepOptions& options, Console& console) {
-  Model model(options.model);
-  Scenarios scenarios(model, options.scenarios);
-  std::vector<Entry> shown;
-  for (const std::string& text : options.shown) shown.push_back(parseEntry(text));
-  ValueFormat format(model.database());
-  CsvWriter csv(console);
-  for (const char* heading : {"scenario", "status", "objective", "iterations"}) csv.field(heading);
-  for (const std::string& text : options.shown) csv.field(text);
-  csv.endRow();
-  Progress progress(console, "scenarios");
-  for (std::size_t i = 0; i < scenarios.count(); ++i) {
-    try {
-      scenarios.apply(i);
-      model.solve(options.solver);
-    } catch (const ToolError& failure) {
-      throw ToolError(scenarios.place(i) + failure.what());
-    }
-    const bool isSolved = model.isSolved();
-    csv.field(scenarios.name(i));
-    csv.field(zkitModelStatusText(zkitModelStatus(model.instance())));
-    csv.field(isSolved ? format(zkitObjective(model.instance())) : "");
-    csv.field(std::to_string(zkitIterations(model.instance())));
-    for (const Entry& entry : shown) csv.field(isSolved ? format(model.level(entry)) : "");
-    csv.endRow();
-    progress.update(i + 1, scenarios.count());
+/// Solves the scenarios and writes a row for each.
+class Sweep {
+ public:
+  Sweep(const SweepOptions& options, Console& console)
+      : options_(options),
+        console_(console),
+        model_(options.model),
+        scenarios_(model_, options.scenarios),
+        format_(model_.database()),
+        rows_(console, options.json) {
+    for (const std::string& text : options.shown) shown_.push_back(parseEntry(text));
   }
+
+  void run() {
+    std::vector<std::string> names = {"scenario", "status", "objective", "iterations"};
+    names.insert(names.end(), options_.shown.begin(), options_.shown.end());
+    rows_.table(names, [&] {
+      Progress progress(console_, "scenarios");
+      for (std::size_t i = 0; i < scenarios_.count(); ++i) {
+        solve(i);
+        writeRow(i);
+        progress.update(i + 1, scenarios_.count());
+      }
+    });
+  }
+
+ private:
+  void solve(std::size_t scenario) {
+    try {
+      scenarios_.apply(scenario);
+      model_.solve(options_.solver);
+    } catch (const ToolError& failure) {
+      throw ToolError(scenarios_.place(scenario) + failure.what());
+    }
+  }
+
+  void writeRow(std::size_t scenario) {
+    const bool isSolved = model_.isSolved();
+    rows_.text(scenarios_.name(scenario));
+    rows_.text(zkitModelStatusText(zkitModelStatus(model_.instance())));
+    isSolved ? rows_.number(zkitObjective(model_.instance()), format_) : rows_.nothing();
+    rows_.integer(zkitIterations(model_.instance()));
+    for (const Entry& entry : shown_) {
+      isSolved ? rows_.number(model_.level(entry), format_) : rows_.nothing();
+    }
+    rows_.endRow();
+  }
+
+  const SweepOptions& options_;
+  Console& console_;
+  Model model_;
+  Scenarios scenarios_;
+  std::vector<Entry> shown_;
+  ValueFormat format_;
+  RowWriter rows_;
+};
+
+void runSweep(const SweepOptions& options, Console& console) {
+  Sweep(options, console).run();
 }
 
 }  // namespace
@@ -141,14 +174,15 @@ all, for example because a price is infinite, ends the results with a message th
           &SweepOptions::model, {{.name = "scenarios",
                                   .value = "FILE",
                                   .kind = Kind::File,
-                                  .text = "CSV file with the scenarios",
+                                  .text = "CSV file, or `-`, with the scenarios",
                                   .target = into(&SweepOptions::scenarios),
                                   .isRequired = true},
                                  {.name = "show",
                                   .value = "ENTRY",
                                   .text = "Variable or equation entry whose level becomes a column",
                                   .target = into(&SweepOptions::shown)},
-                                 solverOption(&SweepOptions::solver)}),
+                                 solverOption(&SweepOptions::solver),
+                                 jsonOption(&SweepOptions::json)}),
       .examples = {{"zdbcc sweep diet.mod --scenarios prices.csv --show 'buy[bread]' > results.csv",
                     "Costs and an amount for each row of prices"}},
       .action = runs(runSweep)};

@@ -38,7 +38,7 @@ struct Target {
   enum class Shape { Switch, One, Many };
 
   Shape shape = Shape::One;
-  bool isNumber = false;
+  const char* numbers = nullptr;  ///< which numbers it takes, in words; null for a text
   std::vector<std::string> choices;
   std::string initial;  ///< the member's initial value as a word; empty for none
   /// Puts a word into the options; false if it is not a number or none of the choices. A switch
@@ -120,10 +120,16 @@ auto& member(Options& options, Member Options::*first, Rest... rest) {
 }
 
 template <typename Number>
+const char* numbersOf(const std::optional<Number>& /*example*/) {
+  if constexpr (std::is_unsigned_v<Number>) return "a whole number from 0 on";
+  return std::is_integral_v<Number> ? "a whole number" : "a number";
+}
+
+template <typename Number>
 bool readNumber(const std::string& word, Number& number) {
   const char* end = word.data() + word.size();
   const auto [at, error] = std::from_chars(word.data(), end, number);
-  return error == std::errc() && at == end;
+  return error == std::errc() && at == end && number == number;  // which a NaN is not
 }
 
 }  // namespace detail
@@ -144,7 +150,7 @@ Target into(Member Options::*first, Rest... rest) {
   } else if constexpr (std::is_same_v<Content, std::string>) {
     target.initial = start;
   } else {
-    target.isNumber = true;
+    target.numbers = detail::numbersOf(std::optional(start));
     if constexpr (!detail::IsOptional<Content>::value) target.initial = std::to_string(start);
   }
   target.take = [first, rest...](std::any& options, const std::string& word) {

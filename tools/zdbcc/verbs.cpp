@@ -1,5 +1,7 @@
 #include "verbs.h"
 
+#include <filesystem>
+
 #include "guess.h"
 
 namespace zdb::tool {
@@ -24,6 +26,11 @@ const Verb& requireVerb(std::string_view name) {
   if (const Verb* verb = findVerb(name)) return *verb;
   Guess guess(name);
   for (const Verb& verb : verbs()) guess.consider(verb.name);
+  std::error_code missing;
+  if (std::filesystem::exists(name, missing)) {
+    throw WrongUseError(printable(name) + " is not a verb; did you mean zdbcc info " +
+                        printable(name) + '?');
+  }
   throw WrongUseError("there is no verb " + printable(name) + guess.text());
 }
 
@@ -49,7 +56,7 @@ const std::vector<Option>& commonOptions() {
 
 const std::vector<ExitText>& commonExitCodes() {
   static const std::vector<ExitText> codes = {
-      {ExitCode::Done, "Done. Also when who reads the output wants no more of it, as `head`."},
+      {ExitCode::Done, "Done, also if the reader of a pipe stops early, as `head` does."},
       {ExitCode::Failed, "Failed, or done in part; the reasons are on standard error."},
       {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
       {ExitCode::Interrupted, "Ended by Ctrl-C."},

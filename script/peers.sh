@@ -1,0 +1,49 @@
+#!/bin/sh
+# Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a
+# virtual environment, and DuckDB's library, which an npm package carries: peers.sh BUILD_FOLDER
+# What cannot be had (no network, no npm) is left out with a note; its tests are skipped.
+set -u
+
+pyarrow=26.0.1
+duckdb=@duckdb/node-bindings-linux-x64@1.5.6-r.1
+
+# needs JOB COMMAND: installs what the job needs unless the command works. Whether that succeeds
+# shows later.
+needs() {
+  job=$1
+  shift
+  "$@" >/dev/null 2>&1 || "$packages" "$job" || true
+}
+
+packages=$(dirname "$(realpath "$0")")/packages.sh
+folder=$1/peers
+mkdir -p "$folder"
+cd "$folder" || exit 1
+
+# once NAME VERSION COMMAND: runs it unless this version is there already.
+once() {
+  if [ "$(cat "$1.version" 2>/dev/null)" = "$2" ]; then return; fi
+  rm -rf "$1" "$1.version"
+  if output=$("$3" 2>&1); then
+    echo "$2" >"$1.version"
+  else
+    rm -rf "$1"
+    echo "note: tests with $1 are skipped, it cannot be fetched: $(echo "$output" | tail -n 1)" >&2
+  fi
+}
+
+fetch_pyarrow() {
+  needs python python3 -c "import ensurepip"
+  python3 -m venv pyarrow &&
+    pyarrow/bin/pip install -q --disable-pip-version-check --only-binary=:all: "pyarrow==$pyarrow"
+}
+
+fetch_duckdb() {
+  needs npm npm --version
+  mkdir duckdb && cd duckdb || return
+  archive=$(npm pack --silent "$duckdb") &&
+    tar xzf "$archive" --strip-components=1 package/libduckdb.so && rm "$archive"
+}
+
+once pyarrow "$pyarrow" fetch_pyarrow
+once duckdb "$duckdb" fetch_duckdb
