@@ -80,6 +80,7 @@ bool isSameText(std::string_view a, std::string_view b) {
 
 std::vector<const ExchangeFile*> addresses(const std::deque<ExchangeFile>& files) {
   std::vector<const ExchangeFile*> result;
+  result.reserve(files.size());
   for (const ExchangeFile& file : files) result.push_back(&file);
   return result;
 }
@@ -154,9 +155,10 @@ class Merge {
       const FileSymbol& other = source.symbol;
       const auto note = [&](const char* what, const std::string& taken, const std::string& left) {
         if (taken == left) return;
-        console_.note(first.name + ": the " + what + " is (" + taken + "), as in " +
-                      fileOf(symbol.sources.front()) + ", not (" + left + "), as in " +
-                      fileOf(source));
+        std::string text = first.name + ": the " + what + " is (";
+        text.append(taken).append("), as in ").append(fileOf(symbol.sources.front()));
+        text.append(", not (").append(left).append("), as in ").append(fileOf(source));
+        console_.note(text);
       };
       note("text", first.text, other.text);
       note("subtype", std::to_string(first.userInfo), std::to_string(other.userInfo));
