@@ -63,6 +63,11 @@ bool areSameDomains(const FileSymbol& a, const FileSymbol& b) {
   });
 }
 
+/// Only then have they records that can be compared.
+bool haveSameShape(const FileSymbol& a, const FileSymbol& b) {
+  return a.type == b.type && a.dim == b.dim && !a.isAlias();
+}
+
 std::string quoted(const std::string& text) {
   return '"' + text + '"';
 }
@@ -122,8 +127,8 @@ class Diff {
       if (const FileSymbol* symbol = b_.findSymbol(name)) pair.b = *symbol;
     }
     if (!pair.a && !pair.b) failToFind(name);
-    for (const auto& symbol : {pair.a, pair.b}) {
-      if (symbol && !symbol->isUniverse()) total_ += symbol->recordCount;
+    if (pair.a && pair.b && haveSameShape(*pair.a, *pair.b) && !pair.a->isUniverse()) {
+      total_ += std::uint64_t{pair.a->recordCount} + pair.b->recordCount;
     }
     pairs_.push_back(std::move(pair));
   }
@@ -148,7 +153,6 @@ class Diff {
     }
     report_->onlyIn(pair.a ? Side::A : Side::B, pair.a ? *pair.a : *pair.b);
     ++different_;
-    done_ += pair.a ? pair.a->recordCount : pair.b->recordCount;
   }
 
   void property(const char* name, const std::string& a, const std::string& b) {
@@ -175,7 +179,7 @@ class Diff {
 
   void compareRecords(const FileSymbol& a, const FileSymbol& b) {
     std::optional<RecordCounts> counts;
-    if (a.type == b.type && a.dim == b.dim && !a.isAlias() && !isDecided()) {
+    if (haveSameShape(a, b) && !isDecided()) {
       counts.emplace();
       try {
         a.isUniverse() ? compareLabels(*counts) : walk(a, b, *counts);
@@ -221,8 +225,7 @@ class Diff {
   }
 
   bool advance(OrderedRecords& records) {
-    constexpr std::uint64_t kSeldom = 4096;
-    if (++done_ % kSeldom == 0) progress_.update(std::min(done_, total_), total_);
+    progress_.step(total_);
     return records.next();
   }
 
@@ -285,8 +288,7 @@ class Diff {
   std::unique_ptr<DiffReport> report_;
   std::set<std::string> chosen_;  ///< in lower case
   std::vector<Pair> pairs_;
-  std::uint64_t total_ = 0;  ///< records to read
-  std::uint64_t done_ = 0;
+  std::uint64_t total_ = 0;   ///< records to read
   bool isDifferent_ = false;  ///< the symbol at hand
   std::size_t different_ = 0;
 };

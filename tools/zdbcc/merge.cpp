@@ -208,7 +208,7 @@ class Merge {
       }
       put(symbol, equal, output);
       for (OrderedRecords* each : equal) {
-        countDone();
+        progress_.step(total_);
         if (!each->next()) std::erase(left, each);
       }
     }
@@ -265,11 +265,6 @@ class Merge {
       (text += v == 0 ? "" : ",") += format(record.values()[v]);
     }
     return text;
-  }
-
-  void countDone() {
-    constexpr std::uint64_t kSeldom = 4096;
-    if (++done_ % kSeldom == 0) progress_.update(done_, total_);
   }
 
   std::uint64_t conflictCount() const {
@@ -350,7 +345,6 @@ class Merge {
   std::string conflict_;  ///< the first one, in words
   Progress progress_;
   std::uint64_t total_ = 0;
-  std::uint64_t done_ = 0;
 };
 
 void runMerge(const MergeOptions& options, Console& console) {

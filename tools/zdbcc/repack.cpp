@@ -157,7 +157,7 @@ class Repack {
   void findUsed(std::vector<bool>& isUsed) {
     for (const FileSymbol& symbol : symbols_) {
       if (symbol.isAlias()) continue;
-      for (FileRecords records(file_, symbol); records.next(); countDone()) {
+      for (FileRecords records(file_, symbol); records.next(); progress_.step(total_)) {
         for (int d = 0; d < symbol.dim; ++d) {
           isUsed[static_cast<std::size_t>(records.keys()[d])] = true;
         }
@@ -167,11 +167,6 @@ class Repack {
 
   std::string_view label(int own) const { return file_.label(own); }
 
-  void countDone() {
-    constexpr std::uint64_t kSeldom = 4096;
-    if (++done_ % kSeldom == 0) progress_.update(done_, total_);
-  }
-
   void write() {
     NewFile output(options_.output, file_.producer());
     output.addLabels(static_cast<int>(labels_.size()), [this](int number) {
@@ -180,7 +175,8 @@ class Repack {
     for (const FileSymbol& symbol : symbols_) {
       output.startSymbol(symbol);
       if (!symbol.isAlias()) {
-        for (OrderedRecords records(file_, symbol, numbers_); records.next(); countDone()) {
+        for (OrderedRecords records(file_, symbol, numbers_); records.next();
+             progress_.step(total_)) {
           output.add(records);
         }
       }
@@ -238,7 +234,6 @@ class Repack {
   LabelNumbers numbers_;
   Progress progress_;
   std::uint64_t total_ = 0;
-  std::uint64_t done_ = 0;
 };
 
 void runRepack(const RepackOptions& options, Console& console) {
