@@ -1,8 +1,8 @@
 #!/bin/sh
 # Checks formatting, include directions, that the manual says who frees every handle, that every
-# test is built, the run paths of programs and libraries, and clang-tidy's checks on every .cpp and
-# .c file: lint.sh BUILD_FOLDER, which must be configured with everything switched on and hold the
-# tool and the demo.
+# test is built, that the faults to plant still match their lines, the run paths of programs and
+# libraries, and clang-tidy's checks on every .cpp and .c file: lint.sh BUILD_FOLDER, which must be
+# configured with everything switched on and hold the tool and the demo.
 # shellcheck disable=SC2317 # functions are called through step
 set -u
 cd "$(dirname "$0")/.." || exit
@@ -37,6 +37,7 @@ step "include directions, self-test" script/check_includes.sh --self-test
 step "owners of handles" script/check_owners.sh
 step "owners of handles, self-test" script/check_owners.sh --self-test
 step "tests are built" script/check_tests.sh "$build"
+step "lines of faults to plant" script/mutants.sh --list
 step "run paths" script/check_runpaths.sh "$build"
 step "run paths, self-test" script/check_runpaths.sh "$build" --self-test
 step "clang-tidy" tidy

@@ -28,20 +28,21 @@ once() {
     echo "$2" >"$1.version"
   else
     rm -rf "$1"
-    echo "note: tests with $1 are skipped, it cannot be fetched: $(echo "$output" | tail -n 1)" >&2
+    echo "note: tests with $1 are skipped, it cannot be fetched: $(echo "$output" | grep -im1 error)" >&2
   fi
 }
 
 fetch_pyarrow() {
   needs python python3 -c "import ensurepip"
   python3 -m venv pyarrow &&
-    pyarrow/bin/pip install -q --disable-pip-version-check --only-binary=:all: "pyarrow==$pyarrow"
+    pyarrow/bin/pip install -q --disable-pip-version-check --retries 0 --only-binary=:all: \
+      "pyarrow==$pyarrow"
 }
 
 fetch_duckdb() {
   needs npm npm --version
   mkdir duckdb && cd duckdb || return
-  archive=$(npm pack --silent "$duckdb") &&
+  archive=$(npm pack --loglevel=error --fetch-retries=0 "$duckdb") &&
     tar xzf "$archive" --strip-components=1 package/libduckdb.so && rm "$archive"
 }
 

@@ -44,12 +44,6 @@ ZKIT_EXPORT void CzmiXCreateD(void** handle, const char* dir);
 ZKIT_EXPORT void CzrtXCreateD(void** handle, const char* dir);
 ZKIT_EXPORT void CzlxXCreateD(void** handle, const char* dir);
 
-#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "contract/zmifunctions.def"
-#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "contract/zrtfunctions.def"
-#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "contract/zstfunctions.def"
-#define ZDB_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
-#include "contract/zlxfunctions.def"
+#define ZDB_KIT_FUNCTION(name, result, parameters, codes) ZKIT_EXPORT result C##name parameters;
+#include "contract/kitfunctions.def"
 }

@@ -12,7 +12,7 @@ namespace zdb::zxfile {
 
 /// An exception value, kept outside its column: a special value, or one that is not a decimal as
 /// the others are.
-struct AsideValue {
+struct ExceptionValue {
   std::uint32_t position;
   std::uint8_t code;   ///< slot of a special value, or kLiteralCode
   std::uint64_t bits;  ///< only with kLiteralCode
@@ -30,13 +30,13 @@ class ColumnWriter {
   void append(Bytes& out, std::span<const double> values, const SpecialMatcher& specials);
 
  private:
-  /// Moves special values from the column to aside_ and replaces them by a plain neighbour, so that
-  /// they neither widen the integers nor make the planes pack worse.
+  /// Moves special values from the column to exceptions_ and replaces them by a plain neighbour, so
+  /// that they neither widen the integers nor make the planes pack worse.
   void separate(std::span<const double> values, const SpecialMatcher& specials);
   void appendConstant(Bytes& out, double value, const SpecialMatcher& specials);
   void appendDecimal(Bytes& out);
   void appendDouble(Bytes& out);
-  void appendAside(Bytes& out);
+  void appendExceptions(Bytes& out);
   /// The same for values that are not decimals as the others are.
   void smoothMisfits();
   /// Splits source(i) into byte planes and appends each as a separate stream.
@@ -47,9 +47,9 @@ class ColumnWriter {
   DecimalColumn decimal_;
   std::vector<double> plain_;  ///< the column, special values replaced by a plain neighbour
   std::vector<std::int64_t> integers_;
-  std::vector<AsideValue> aside_;
+  std::vector<ExceptionValue> exceptions_;
   Bytes planes_;
-  Bytes asideBytes_;
+  Bytes exceptionBytes_;
 };
 
 /// Unpacks untrusted columns; fails with the field reader's code.
@@ -63,13 +63,13 @@ class ColumnReader {
  private:
   void readDecimal(FieldReader& in, const ColumnHeader& header, std::span<double> values);
   void readDouble(FieldReader& in, std::span<double> values);
-  void readAside(FieldReader& in, std::span<double> values, const SpecialValues& delivered);
+  void readExceptions(FieldReader& in, std::span<double> values, const SpecialValues& delivered);
   /// Fills planes_ with `width` planes of n bytes.
   void readPlanes(FieldReader& in, std::size_t n, int width);
 
   StreamReader& streams_;
   Bytes planes_;
-  Bytes asideBytes_;
+  Bytes exceptionBytes_;
 };
 
 }  // namespace zdb::zxfile

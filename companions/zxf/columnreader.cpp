@@ -18,7 +18,7 @@ void ColumnReader::read(FieldReader& in, std::span<double> values, const Special
   } else {
     readDouble(in, values);
   }
-  readAside(in, values, delivered);
+  readExceptions(in, values, delivered);
 }
 
 void ColumnReader::readPlanes(FieldReader& in, std::size_t n, int width) {
@@ -47,22 +47,22 @@ void ColumnReader::readDouble(FieldReader& in, std::span<double> values) {
              [&](std::size_t i, std::uint64_t bits) { values[i] = std::bit_cast<double>(bits); });
 }
 
-void ColumnReader::readAside(FieldReader& in, std::span<double> values,
-                             const SpecialValues& delivered) {
-  constexpr std::size_t kMaxAsideSize = 5 + 1 + sizeof(double);
-  streams_.read(in, asideBytes_, values.size() * kMaxAsideSize, "exception values");
+void ColumnReader::readExceptions(FieldReader& in, std::span<double> values,
+                                  const SpecialValues& delivered) {
+  constexpr std::size_t kMaxExceptionSize = 5 + 1 + sizeof(double);
+  streams_.read(in, exceptionBytes_, values.size() * kMaxExceptionSize, "exception values");
   // Each entry moves past the previous one, so the loop ends whatever the bytes are.
-  FieldReader aside(asideBytes_, Errc::DamagedRecords);
-  for (std::uint64_t position = 0; aside.left() > 0; ++position) {
+  FieldReader exceptions(exceptionBytes_, Errc::DamagedRecords);
+  for (std::uint64_t position = 0; exceptions.left() > 0; ++position) {
     std::uint64_t gap = 0;
-    aside.varint("position of an exception value", gap);
+    exceptions.varint("position of an exception value", gap);
     if (gap >= values.size() - position) in.damaged("position of an exception value");
     position += gap;
     std::uint8_t code = 0;
-    aside.number("code of an exception value", code);
+    exceptions.number("code of an exception value", code);
     if (code > kLiteralCode) in.damaged("code of an exception value");
     std::uint64_t bits = 0;
-    if (code == kLiteralCode) aside.number("exception value", bits);
+    if (code == kLiteralCode) exceptions.number("exception value", bits);
     values[position] = code == kLiteralCode ? std::bit_cast<double>(bits) : delivered[code];
   }
 }

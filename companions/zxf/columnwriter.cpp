@@ -32,12 +32,12 @@ void ColumnWriter::append(Bytes& out, std::span<const double> values,
   } else {
     appendDouble(out);
   }
-  appendAside(out);
+  appendExceptions(out);
 }
 
 void ColumnWriter::separate(std::span<const double> values, const SpecialMatcher& specials) {
   plain_.assign(values.begin(), values.end());
-  aside_.clear();
+  exceptions_.clear();
   bool any = false;
   for (const double value : values) any |= specials.matches(bitsOf(value));
   if (!any) return;
@@ -50,7 +50,7 @@ void ColumnWriter::separate(std::span<const double> values, const SpecialMatcher
     if (code == kLiteralCode) {
       neighbour = values[i];
     } else {
-      aside_.push_back({static_cast<std::uint32_t>(i), code, 0});
+      exceptions_.push_back({static_cast<std::uint32_t>(i), code, 0});
       plain_[i] = neighbour;
     }
   }
@@ -72,22 +72,24 @@ void ColumnWriter::smoothMisfits() {
   if (misfits.empty()) return;
   std::size_t firstFit = 0;
   while (firstFit < misfits.size() && misfits[firstFit] == firstFit) ++firstFit;
-  const std::size_t specialCount = aside_.size();
+  const std::size_t specialCount = exceptions_.size();
   for (const std::uint32_t position : misfits) {
-    aside_.push_back({position, kLiteralCode, bitsOf(plain_[position])});
+    exceptions_.push_back({position, kLiteralCode, bitsOf(plain_[position])});
     integers_[position] = integers_[position == 0 ? firstFit : position - 1];
   }
   // A special value after a misfit has copied it as its neighbour, so is a misfit as well: keep it
   // as a special value only.
-  const auto before = [](const AsideValue& a, const AsideValue& b) {
+  const auto before = [](const ExceptionValue& a, const ExceptionValue& b) {
     return a.position < b.position;
   };
-  std::inplace_merge(aside_.begin(), aside_.begin() + static_cast<std::ptrdiff_t>(specialCount),
-                     aside_.end(), before);
-  const auto samePosition = [](const AsideValue& a, const AsideValue& b) {
+  std::inplace_merge(exceptions_.begin(),
+                     exceptions_.begin() + static_cast<std::ptrdiff_t>(specialCount),
+                     exceptions_.end(), before);
+  const auto samePosition = [](const ExceptionValue& a, const ExceptionValue& b) {
     return a.position == b.position;
   };
-  aside_.erase(std::unique(aside_.begin(), aside_.end(), samePosition), aside_.end());
+  exceptions_.erase(std::unique(exceptions_.begin(), exceptions_.end(), samePosition),
+                    exceptions_.end());
 }
 
 void ColumnWriter::appendDecimal(Bytes& out) {
@@ -121,16 +123,16 @@ void ColumnWriter::appendPlanes(Bytes& out, int width, Source source) {
   for (int p = 0; p < width; ++p) streams_.append(out, ByteSpan(planes_).subspan(p * n, n));
 }
 
-void ColumnWriter::appendAside(Bytes& out) {
-  asideBytes_.clear();
+void ColumnWriter::appendExceptions(Bytes& out) {
+  exceptionBytes_.clear();
   std::uint32_t next = 0;
-  for (const AsideValue& value : aside_) {
-    appendVarint(asideBytes_, value.position - next);
-    asideBytes_.push_back(value.code);
-    if (value.code == kLiteralCode) FieldWriter(asideBytes_).number("value", value.bits);
+  for (const ExceptionValue& value : exceptions_) {
+    appendVarint(exceptionBytes_, value.position - next);
+    exceptionBytes_.push_back(value.code);
+    if (value.code == kLiteralCode) FieldWriter(exceptionBytes_).number("value", value.bits);
     next = value.position + 1;
   }
-  streams_.append(out, asideBytes_);
+  streams_.append(out, exceptionBytes_);
 }
 
 }  // namespace zdb::zxfile

@@ -1,6 +1,5 @@
 // Any list of steps on two databases, done through the exported interface beside a model: what can
-// be seen must be what the model says, whatever the storage. Each number of a list decides on a
-// step.
+// be seen must be what the model says, whatever the storage. Each number of a list is a step.
 //
 //     storages_fuzzer FILE...                  replays inputs (or searches, with a fuzzing engine)
 //     storages_fuzzer --seed N --steps M       does M steps, on which N alone decides

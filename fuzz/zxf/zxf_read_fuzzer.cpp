@@ -1,6 +1,5 @@
-// Any bytes as an exchange file, first as they are, then with their checksums made good. The reader
-// and the tool's checker have to agree on whether it is sound, and the checker accounts for each
-// record.
+// Any bytes as an exchange file, as they are and with their checksums made good. The reader and the
+// tool's checker have to agree on whether it is sound, and the checker accounts for each record.
 #include <cstdlib>
 
 #include "blockchecker.h"
@@ -31,8 +30,7 @@ bool isSound(const std::string& path) {
 }
 
 void read(const zxftest::Bytes& bytes) {
-  const zxftest::MemoryFile file(bytes);
-  if (isSound(file.path()) != zxftest::errorsOf(bytes).empty()) std::abort();
+  if (isSound(zxftest::memoryFile(bytes)) != zxftest::errorsOf(bytes).empty()) std::abort();
 }
 
 }  // namespace

@@ -24,6 +24,12 @@ struct View {
 };
 static_assert(sizeof(View) == 16);
 
+/// Where a text begins in its buffer.
+const char* partOf(const void* bytes, std::int64_t begin) {
+  if (bytes == nullptr) throw StreamError(ErrorByCallback, "an array of the stream has no texts");
+  return static_cast<const char*>(bytes) + begin;
+}
+
 /// The value of a number of 16 bits: sign, 5 bits of exponent, 10 of fraction.
 double fromHalf(std::uint16_t half) {
   const int exponent = half >> 10 & 31;
@@ -110,8 +116,7 @@ std::string_view TextArray::between(std::int64_t entry) const {
     throw StreamError(ErrorByCallback, "the offsets of a text column of the stream decrease");
   }
   const auto length = static_cast<std::size_t>(offsets[1] - offsets[0]);
-  return length == 0 ? std::string_view("")
-                     : std::string_view(static_cast<const char*>(bytes_) + offsets[0], length);
+  return length == 0 ? "" : std::string_view(partOf(bytes_, offsets[0]), length);
 }
 
 std::string_view TextArray::viewed(std::int64_t entry) const {
@@ -121,7 +126,7 @@ std::string_view TextArray::viewed(std::int64_t entry) const {
   if (view.length < 0 || view.offset < 0 || view.buffer < 0 || view.buffer >= viewBuffers_) {
     throw StreamError(ErrorByCallback, "a view of a text column of the stream points nowhere");
   }
-  return {static_cast<const char*>(viewBytes_[view.buffer]) + view.offset, length};
+  return {partOf(viewBytes_[view.buffer], view.offset), length};
 }
 
 bool isIntegerFormat(std::string_view format) {
@@ -149,6 +154,7 @@ bool NumberFormat::parse(std::string_view format, NumberFormat& out) {
 void NumberFormat::read(const ArrowArray& array, std::int64_t first, std::int64_t count,
                         double* out) const {
   const void* data = bufferOf(array, 1, array.length);
+  if (count == 0) return;
   switch (format_) {
     case 'b': {
       const auto* bits = static_cast<const std::uint8_t*>(data);

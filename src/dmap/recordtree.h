@@ -1,4 +1,11 @@
 // The ordered map that implements `DMap`: a B+ tree over records that never move.
+//
+// The alternatives are std::map, which needs twice the memory (64 bytes for three labels and a
+// double, here 32) and twice the time to find a record, and absl::btree_map, which takes 28 bytes
+// but moves records whenever its nodes change, while handles need records that stay. Here leaves
+// refer to records in a pool, with a byte hashed from each key, so that a search reads few keys;
+// idmap.h has all figures. A position is valid as long as its record: if its leaf has been split or
+// merged, the record is looked up again.
 #pragma once
 
 #include <cstddef>

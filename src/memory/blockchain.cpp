@@ -8,40 +8,44 @@ namespace zdb::memory {
 
 namespace {
 
-/// Regions are few and, in a large chain, consist of whole huge pages; but never so large that the
-/// unused part of the last one is much of the memory.
-std::size_t regionSize(std::size_t chainBytes) {
-  const std::size_t whileSmall = std::min(chainBytes / 8, kHugePage / 2);
-  return std::max(whileSmall, std::min(chainBytes / 32, 8 * kHugePage));
+/// Blocks are few, but never so large that the unused part of the last one is much of the memory.
+/// From the size of a huge page on they consist of whole ones.
+std::size_t usualSize(std::size_t chainBytes) {
+  if (chainBytes / 8 < kHugePage) return chainBytes / 8;
+  return std::clamp<std::size_t>(chainBytes / 16 / kHugePage, 1, 8) * kHugePage;
+}
+
+/// Huge pages come from the system and go back to it: in a heap that keeps what is freed, they
+/// would leave gaps of almost the same size.
+void* obtainBlock(std::size_t bytes) {
+  return bytes < kHugePage ? obtain(bytes) : obtainZeroed(bytes);
+}
+
+void releaseBlock(void* block, std::size_t bytes) {
+  if (bytes < kHugePage) {
+    release(block, bytes);
+  } else {
+    releaseZeroed(block, bytes);
+  }
 }
 
 }  // namespace
 
 BlockChain::~BlockChain() {
-  while (regions_ != nullptr) {
-    Region* next = regions_->next;
-    release(regions_, regions_->bytes);
-    regions_ = next;
+  while (blocks_ != nullptr) {
+    Block* next = blocks_->next;
+    releaseBlock(blocks_, blocks_->bytes);
+    blocks_ = next;
   }
 }
 
 void BlockChain::addBlock(std::size_t atLeast) {
-  const std::size_t size = std::max(blockSize_, atLeast);
-  if (size > regionFree_) addRegion(size);
-  next_ = regionNext_;
-  free_ = size;
-  regionNext_ += size;
-  regionFree_ -= size;
-}
-
-void BlockChain::addRegion(std::size_t block) {
-  // Whole blocks: what is left of a region is lost.
-  const std::size_t blocks = std::max<std::size_t>(1, regionSize(bytes_) / block);
-  const std::size_t bytes = sizeof(Region) + blocks * block;
-  void* memory = obtain(bytes);
-  regions_ = new (memory) Region{regions_, bytes};
-  regionNext_ = static_cast<std::byte*>(memory) + sizeof(Region);
-  regionFree_ = bytes - sizeof(Region);
+  const std::size_t bytes =
+      std::max(sizeof(Block) + std::max(blockSize_, atLeast), usualSize(bytes_));
+  void* memory = obtainBlock(bytes);
+  blocks_ = new (memory) Block{blocks_, bytes};
+  next_ = static_cast<std::byte*>(memory) + sizeof(Block);
+  free_ = bytes - sizeof(Block);
   bytes_ += bytes;
 }
 

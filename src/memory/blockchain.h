@@ -10,7 +10,7 @@ namespace zdb::memory {
 /// are `BatchAllocator`, whose pieces have 32-bit references, and `SlabPool`, which reuses
 /// freed elements.
 ///
-/// Blocks are cut from regions, which grow with the chain: many blocks need few allocations, and at
+/// Blocks grow with the chain: large chains need few allocations and consist of huge pages, and at
 /// most an eighth of the memory is unused.
 class BlockChain {
  public:
@@ -19,7 +19,7 @@ class BlockChain {
   BlockChain(const BlockChain&) = delete;
   BlockChain& operator=(const BlockChain&) = delete;
 
-  /// Sets the size of later blocks, in bytes.
+  /// Later blocks have at least this size, in bytes.
   void setBlockSize(std::size_t bytes) { blockSize_ = bytes; }
 
   /// Uninitialised room for `bytes` bytes. A piece that is larger than a block gets a block of its
@@ -35,22 +35,19 @@ class BlockChain {
   }
 
  private:
-  /// The header of a region; its blocks follow.
-  struct Region {
-    Region* next;
-    std::size_t bytes;  ///< size of the whole region
+  /// The header of a block; its pieces follow.
+  struct Block {
+    Block* next;
+    std::size_t bytes;  ///< size of the block with its header
   };
 
   void addBlock(std::size_t atLeast);
-  void addRegion(std::size_t block);
 
   std::byte* next_ = nullptr;  ///< first free byte of the current block
   std::size_t free_ = 0;       ///< bytes left in it
   std::size_t blockSize_ = 1024;
-  std::byte* regionNext_ = nullptr;  ///< where the next block begins
-  std::size_t regionFree_ = 0;
-  Region* regions_ = nullptr;
-  std::size_t bytes_ = 0;  ///< size of all regions, including their headers
+  Block* blocks_ = nullptr;
+  std::size_t bytes_ = 0;  ///< size of all blocks with their headers
 };
 
 }  // namespace zdb::memory

@@ -219,6 +219,8 @@ const Fault kFaults[] = {
      "is shorter than its batch"},
     {"NoBuffers", [](Replay& r) { column(r, 2).n_buffers = 1; }, ZDBX_CALLBACK, "too few buffers"},
     {"NoData", [](Replay& r) { column(r, 2).buffers[1] = nullptr; }, ZDBX_CALLBACK, "has no data"},
+    {"NoTexts", [](Replay& r) { column(r, 0).dictionary->buffers[2] = nullptr; }, ZDBX_CALLBACK,
+     "has no texts"},
     {"NoDictionary", [](Replay& r) { column(r, 0).dictionary = nullptr; }, ZDBX_CALLBACK,
      "has no dictionary"},
     {"FarPlace", [](Replay& r) { column(r, 0).buffers[1] = kFarPlaces; }, ZDBX_CALLBACK,

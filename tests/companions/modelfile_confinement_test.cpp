@@ -7,7 +7,6 @@
 
 #include <cerrno>
 #include <cstddef>
-#include <string_view>
 
 #include "modelfile_testing.h"
 

@@ -101,19 +101,11 @@ std::string names(Run& run, const Statement& statement) {
 }
 
 zdb::script::FunctionTable makeTable() {
-  zdb::script::FunctionTable table;
-  const auto add = [&table](const char* name, auto function) {
-    table.emplace(name, zdb::script::Function::make(name, function, false));
-  };
-  add("zkitReadModel", &zkitReadModel);
-  add("zkitReadModelX", &zkitReadModelX);
-  add("zkitNonZeros", &zkitNonZeros);
-  add("zkitRows", &zkitRows);
-  add("zkitIntegerColumns", &zkitIntegerColumns);
-  add("zkitObjectiveColumn", &zkitObjectiveColumn);
-  add("zkitDirection", &zkitDirection);
-  add("zkitColumnName", &zkitColumnName);
-  return table;
+#define FUNCTION(name) \
+  { #name, zdb::script::Function::make(#name, &name, false) }
+  return {FUNCTION(zkitReadModel),      FUNCTION(zkitReadModelX),     FUNCTION(zkitNonZeros),
+          FUNCTION(zkitRows),           FUNCTION(zkitDirection),      FUNCTION(zkitColumnName),
+          FUNCTION(zkitIntegerColumns), FUNCTION(zkitObjectiveColumn)};
 }
 
 class ModelFileHost : public zdb::script::Host {

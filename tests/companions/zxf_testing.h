@@ -46,21 +46,14 @@ inline Symbol column(std::string name, int count, const std::function<double(int
 inline Content smallContent() {
   const std::vector<double> row = {1.5, 0.0, -kInfinity, kInfinity, 1.0};
   const std::vector<double> rows = {1.5, 0.0, -kInfinity, kInfinity, 1.0, 2, 3, 4, 5, 6};
+  const std::vector<double> miles = {2.5, 0.1, 1.0 / 3};
   return {{"seattle", "san-diego", "new york", "topeka"},
           {"first text", "", "first text"},
           {{"i", 1, 0, 0, "plants", {1, 2}, {1, 0}},
            {"j", 1, 0, 0, "", {2, 3, 4}, {0, 3, 0}},
            {"ii", 1, 4, 1},
            {"any", 1, 4, 0},
-           {"d",
-            2,
-            1,
-            0,
-            "distance",
-            {1, 2, 2, 2, 2, 4},
-            {2.5, 0.1, 1.0 / 3},
-            Domain::Strict,
-            {"ii", "j"}},
+           {"d", 2, 1, 0, "miles", {1, 2, 2, 2, 2, 4}, miles, Domain::Strict, {"ii", "j"}},
            {"f", 0, 1, 0, "freight", {}, {90}},
            {"x", 2, 2, 3, "shipped", {1, 1, 1, 4}, rows, Domain::Relaxed, {"i", "gone"}},
            {"cost", 0, 3, 53, "", {}, row},

@@ -1,5 +1,4 @@
-// What a script cannot say of data exchange files: what the companion finds in them, damage, and
-// that the companion is missing.
+// What a script cannot say of data exchange files: what the companion finds in them, and damage.
 #include <sys/resource.h>
 
 #include <csignal>
@@ -113,19 +112,6 @@ TEST_F(ExchangeFiles, FullDisk_IsTheReasonOfTheFailure) {
     EXPECT_EQ(zdbx_error_kind(db), ZDBX_SYSTEM);
     EXPECT_FALSE(std::filesystem::exists(a));
   }
-}
-
-TEST_F(ExchangeFiles, CompanionThatIsMissing_IsReported) {
-  zdbfree(&db.handle);
-  ASSERT_EQ(zdb::loaders::zxfLibraryUnload(), 1);
-  ASSERT_EQ(zdbcreated(&db.handle, "/nowhere", nullptr, 0), 1);
-  const char* reason = "ZXF create did not succeed: Could not load shared library /nowhere/";
-  EXPECT_TRUE(db.error().starts_with(reason)) << db.error();
-  EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
-  EXPECT_TRUE(open(db, a).starts_with(reason)) << db.error();
-  EXPECT_EQ(close(db, 1), "Database not initialized from ZXF");
-  EXPECT_TRUE(write(db, a).starts_with(reason)) << db.error();
-  EXPECT_EQ(zdbx_error_kind(db), ZDBX_COMPANION);
 }
 
 }  // namespace

@@ -8,16 +8,20 @@
 #include "loaders/zmi.h"
 #include "loaders/zrt.h"
 #include "loaders/zst.h"
+#include "loaders/zxf.h"
 #include "script/zdbhost.h"
 #include "support/files.h"
 
 namespace zdb::script {
 
+FunctionTable unexportedFunctions();
+
 namespace {
 
-/// The kit's own functions on instances, called by the name of the loader's but past the spy.
-FunctionTable kitFunctions() {
-  FunctionTable table;
+/// Beside those of the library's that are not exported, the kit's own functions on instances,
+/// called by the name of the loader's but past the spy.
+FunctionTable moreFunctions() {
+  FunctionTable table = unexportedFunctions();
 #define ZDB_FUNCTION(name, result, parameters, codes) \
   table.emplace(#name, Function::make(#name, &C##name, false));
 #include "contract/zmifunctions.def"
@@ -38,7 +42,7 @@ struct ModelInstance {
 /// Level, marginal and bounds of a column, or level and marginal of a row.
 std::string shownEntry(void* instance, bool isColumn, int number) {
   const auto [level, marginal, status, basis] =
-      isColumn ? kittest::columnOf(instance, number) : kittest::rowOf(instance, number);
+      kittest::entryOf(isColumn ? CzmiGetSolutionVarRec : CzmiGetSolutionEquRec, instance, number);
   std::string text = shown(level) + "/" + shown(marginal);
   if (isColumn) {
     text += "/" + shown(CzmiGetVarLowerOne(instance, number)) + "/" +
@@ -50,7 +54,7 @@ std::string shownEntry(void* instance, bool isColumn, int number) {
 
 class ModelHost : public ZdbHost {
  public:
-  ModelHost() : ZdbHost(kitFunctions()) {
+  ModelHost() : ZdbHost(moreFunctions()) {
     words["model"] = [this](Run& run, const Statement& statement) {
       const std::vector<Token>& what = statement.arguments;
       models_.push_back(std::make_unique<ModelInstance>(
@@ -63,11 +67,12 @@ class ModelHost : public ZdbHost {
       return spy_.taken(run.resolved(statement.arguments.at(0)));
     };
     words["create"] = [this](Run& run, const Statement& statement) {
-      ZdbHost::destroy(run.object(statement.object));
+      void*& object = run.objects[statement.object];
+      object == nullptr ? void(++databases_) : ZdbHost::destroy(object);
       zdbHandle_t db = nullptr;
       zdbcreated(&db, statement.arguments.at(0).text.c_str(), nullptr, 0);
-      run.objects[statement.object] = db;
-      return std::string("created");
+      const std::string text = lastError(static_cast<zdbHandle_t>(object = db));
+      return "created" + (text.empty() ? "" : " \"" + text + '"');
     };
     words["unload"] = [](Run&, const Statement& statement) {
       static const std::map<std::string, int (*)()> unload = {{"zmi", loaders::zmiLibraryUnload},
@@ -91,6 +96,7 @@ class ModelHost : public ZdbHost {
   void destroy(void* object) override {
     ZdbHost::destroy(object);
     if (--databases_ > 0) return;
+    loaders::zxfLibraryUnload();
     models_.clear();
     isBalanced &= spy_.isBalanced();
     spy_.answers.clear();
@@ -180,6 +186,7 @@ std::vector<Way> makeWays() {
           {"file", folder.path("a.zxf")},
           {"bad", configured(folder, "bad", "# solvers\nclp clp QP")},
           {"narrow", configured(folder, "narrow", "clp clp RMIP")},
+          {"nofiles", "ZXF create did not succeed: " + missing("/nowhere/libzxfcclib64.so")},
           {"nokit", missing("/nowhere/libzkitdclib64.so")},
           {"nolabels", missing("/nowhere/libzlxmdclib64.so")},
           {"kit", KIT_DIRECTORY},

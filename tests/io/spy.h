@@ -45,14 +45,8 @@ class Spy {
     for (const auto getReady : {zmiGetReady, zlxGetReady, zrtGetReady, zstGetReady}) {
       if (getReady(message, sizeof message) != 1) throw std::runtime_error(message);
     }
-#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "contract/zlxfunctions.def"
-#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "contract/zmifunctions.def"
-#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "contract/zrtfunctions.def"
-#define ZDB_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
-#include "contract/zstfunctions.def"
+#define ZDB_KIT_FUNCTION(name, result, parameters, codes) wrap<&name>(#name);
+#include "contract/kitfunctions.def"
   }
   /// The calls so far of functions whose names begin with one of the words; all are forgotten.
   std::string taken(const std::string& words) {

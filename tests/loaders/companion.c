@@ -77,15 +77,7 @@ void C__zxfGetLoadPath(char* dir) {
   result exported parameters { /* NOLINT(misc-unused-parameters) */ \
     return (result)0;                                               \
   }
-#define PLAIN(name, result, parameters, codes) RETURN_ZERO(C##name, result, parameters)
-
 #define ZDB_FUNCTION(name, result, parameters, codes) RETURN_ZERO(C__##name, result, parameters)
 #include "contract/zxffunctions.def"
-#define ZDB_FUNCTION PLAIN
-#include "contract/zmifunctions.def"
-#define ZDB_FUNCTION PLAIN
-#include "contract/zrtfunctions.def"
-#define ZDB_FUNCTION PLAIN
-#include "contract/zlxfunctions.def"
-#define ZDB_FUNCTION PLAIN
-#include "contract/zstfunctions.def"
+#define ZDB_KIT_FUNCTION(name, result, parameters, codes) RETURN_ZERO(C##name, result, parameters)
+#include "contract/kitfunctions.def"

@@ -82,14 +82,8 @@ std::vector<CompanionFunction> functionsOf(const std::string& prefix) {
   std::vector<CompanionFunction> functions = {
 #define ZDB_FUNCTION FUNCTION
 #include "contract/zxffunctions.def"
-#define ZDB_FUNCTION FUNCTION
-#include "contract/zmifunctions.def"
-#define ZDB_FUNCTION FUNCTION
-#include "contract/zrtfunctions.def"
-#define ZDB_FUNCTION FUNCTION
-#include "contract/zlxfunctions.def"
-#define ZDB_FUNCTION FUNCTION
-#include "contract/zstfunctions.def"
+#define ZDB_KIT_FUNCTION FUNCTION
+#include "contract/kitfunctions.def"
   };
   std::erase_if(functions, [&](const auto& each) { return !each.name.starts_with(prefix); });
   return functions;

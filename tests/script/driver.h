@@ -162,8 +162,7 @@ struct Program {
 bool sweepMemory(const Program& program, const std::vector<Script>& scripts);
 
 /// Calls each function with each pointer argument null in turn, and without its object, in the ways
-/// without `after`. Arguments are those of the first success in a script, which each function must
-/// have.
+/// without `after`. Arguments are those of its first success in a script, which it must have.
 bool sweepNulls(const Program& program, const std::vector<Script>& scripts);
 
 /// What main() of a program does: PROGRAM [--update | --memory | --nulls] SCRIPT...

@@ -200,9 +200,8 @@ std::size_t handedOut(const Function& function) {
   return i;
 }
 
-/// Calls the twin, which returns the handle and writes the result behind its other arguments. One
-/// with more arguments than the function takes the handle by value as well, and keeps it when it
-/// fails.
+/// Calls the twin, which returns the handle and writes the result after its other arguments. With
+/// more arguments than the function, it takes the handle by value too, and keeps it if it fails.
 Slot callTwin(const Form& form, std::vector<Slot> slots, std::size_t place, bool takesHandle,
               Argument& argument) {
   int status = 0;
@@ -301,8 +300,7 @@ std::string Run::execute(const Statement& statement) {
   return actual + takeOutput();
 }
 
-/// Calls a function as long as it gives 1 and nothing else but 1; shows its first handle after
-/// each.
+/// Calls a function as long as it gives 1 and nothing else; shows its first handle after each.
 std::string Run::repeat(const Statement& statement) {
   Statement one = statement;
   one.name = one.arguments.at(0).text;
@@ -316,8 +314,7 @@ std::string Run::repeat(const Statement& statement) {
   return all + "and so on";
 }
 
-/// A handle that stays keeps the object that it was got from: a call without one may leave it
-/// there.
+/// A handle that stays keeps the object that it came from, which a later call may not name.
 void Run::assign(const std::string& name, const Variable& variable, bool wasReleased) {
   Variable& old = variables[name];
   if (old.handle != nullptr && old.handle == variable.handle) return;

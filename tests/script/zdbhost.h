@@ -40,8 +40,7 @@ class ZdbHost : public Host {
 /// and equal keys can be delivered. Each step prints its letter (f, s, r, d, t), and so each call
 /// of a script shows which it has caused; the print callback prints what it is told.
 ///
-/// From now on `from` is delivered to `to`; the step with the letter `failing` works so many times
-/// only.
+/// From now on `from` is delivered to `to`; the step with the letter `failing` works so often.
 void serve(zdbHandle_t from, zdbHandle_t to, const std::string& failing, int works);
 /// What &name stands for; null for what is unknown.
 void* servingCallback(const std::string& name);

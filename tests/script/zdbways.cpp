@@ -1,5 +1,4 @@
-// Scripts over the exported surface of the library: the ways to run them, and what sweeps must
-// know.
+// Scripts over the library's exported interface: the ways to run them, and the rules of sweeps.
 
 #include <malloc.h>
 
@@ -102,7 +101,6 @@ const SweepRules kRules = {
     .leavePart = {"zdbCopySymbol", "zdbDenseArrayToSymbol", "zdbDenseArraySlicesToSymbol",
                   "zdbSparseSymbolToSqzdArray"},
     .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},
-               {"zdbGetRecordRaw", "zdbGetKeys"},
                {"zdbMergeRecordIntPy", "zdbMergeRecordInt"},
                {"zdbSelectRecordStoragePy", "zdbSelectRecordStorage"}},
     .nullAnswers =

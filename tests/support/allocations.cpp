@@ -3,34 +3,29 @@
 #include <malloc.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
 
-std::atomic<bool> isWatching = false;
-std::atomic<std::uint64_t> allocated = 0;
-std::atomic<std::uint64_t> failingNumber = 0;
-std::atomic<std::int64_t> bytes = 0;
-std::atomic<std::size_t> largestSize = 0;
+constinit zdb::test::AllocationCounters& counters = zdb::test::allocationCounters;
 
 constexpr std::align_val_t kUsual{alignof(std::max_align_t)};
 
 /// Counts an allocation; whether it may go on.
 bool isAllowed(std::size_t size) {
-  const std::uint64_t number = ++allocated;
-  std::size_t largest = largestSize;
-  while (largest < size && !largestSize.compare_exchange_weak(largest, size)) continue;
-  return number != failingNumber;
+  const std::uint64_t number = ++counters.count;
+  std::size_t largest = counters.largest;
+  while (largest < size && !counters.largest.compare_exchange_weak(largest, size)) continue;
+  return number != counters.failing;
 }
 
 void* allocateOrNull(std::size_t size, std::align_val_t alignment = kUsual) noexcept {
-  if (isWatching && !isAllowed(size)) return nullptr;
+  if (counters.areOn && !isAllowed(size)) return nullptr;
   const auto unit = std::max(static_cast<std::size_t>(alignment), sizeof(void*));
   void* memory = nullptr;  // not by aligned_alloc, which rounds sizes up to the unit
   if (posix_memalign(&memory, unit, size) != 0) return nullptr;
-  if (isWatching) bytes += static_cast<std::int64_t>(malloc_usable_size(memory));
+  if (counters.areOn) counters.bytes += static_cast<std::int64_t>(malloc_usable_size(memory));
   return memory;
 }
 
@@ -40,7 +35,7 @@ void* allocate(std::size_t size, std::align_val_t alignment = kUsual) {
 }
 
 void release(void* memory) noexcept {
-  if (isWatching) bytes -= static_cast<std::int64_t>(malloc_usable_size(memory));
+  if (counters.areOn) counters.bytes -= static_cast<std::int64_t>(malloc_usable_size(memory));
   std::free(memory);
 }
 
@@ -75,31 +70,9 @@ ZDB_OPERATORS([])
 
 #undef ZDB_OPERATORS
 
-namespace zdb::test {
-
-Allocations::Allocations(std::uint64_t failing) : failing_(failing) {
-  allocated = 0;
-  bytes = 0;
-  largestSize = 0;
-  failingNumber = failing;
-  isWatching = true;
+zdb::test::Allocations::Allocations(std::uint64_t failing) : failing_(failing) {
+  counters.count = counters.largest = 0;
+  counters.bytes = 0;
+  counters.failing = failing;
+  counters.areOn = true;
 }
-
-Allocations::~Allocations() {
-  isWatching = false;
-}
-
-std::uint64_t Allocations::count() const {
-  return allocated;
-}
-bool Allocations::hasFailed() const {
-  return failing_ > 0 && allocated >= failing_;
-}
-std::int64_t Allocations::liveBytes() const {
-  return bytes;
-}
-std::size_t Allocations::largest() const {
-  return largestSize;
-}
-
-}  // namespace zdb::test

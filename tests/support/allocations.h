@@ -7,10 +7,20 @@
 // aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
 namespace zdb::test {
+
+/// What the operators tell, and are told.
+struct AllocationCounters {
+  std::atomic<bool> areOn = false;
+  std::atomic<std::uint64_t> count = 0, failing = 0;
+  std::atomic<std::int64_t> bytes = 0;
+  std::atomic<std::size_t> largest = 0;
+};
+inline constinit AllocationCounters allocationCounters;
 
 /// Watches all threads from its construction to its destruction. One at a time.
 class Allocations {
@@ -18,17 +28,17 @@ class Allocations {
   /// Lets allocation number `failing`, counted from 1, throw std::bad_alloc (or give null, asked
   /// for without exceptions); 0 fails none.
   explicit Allocations(std::uint64_t failing = 0);
-  ~Allocations();
+  ~Allocations() { allocationCounters.areOn = false; }
   Allocations(const Allocations&) = delete;
   Allocations& operator=(const Allocations&) = delete;
 
   /// Allocations so far, those that failed included.
-  std::uint64_t count() const;
-  bool hasFailed() const;
+  std::uint64_t count() const { return allocationCounters.count; }
+  bool hasFailed() const { return failing_ > 0 && count() >= failing_; }
   /// What was allocated less what was freed, as far as the heap made room for it.
-  std::int64_t liveBytes() const;
+  std::int64_t liveBytes() const { return allocationCounters.bytes; }
   /// The largest size asked for.
-  std::size_t largest() const;
+  std::size_t largest() const { return allocationCounters.largest; }
 
  private:
   std::uint64_t failing_;

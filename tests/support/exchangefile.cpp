@@ -203,21 +203,16 @@ Content readContent(const std::string& path) {
   return content;
 }
 
-MemoryFile::MemoryFile(const Bytes& bytes) : fd_(memfd_create("zxf", MFD_CLOEXEC)) {
-  require(write(fd_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size()), "memory");
-}
-
-MemoryFile::~MemoryFile() {
-  close(fd_);
-}
-
-std::string MemoryFile::path() const {
-  return "/proc/self/fd/" + std::to_string(fd_);
+std::string memoryFile(const Bytes& bytes) {
+  static const int file = memfd_create("zxf", MFD_CLOEXEC);
+  const auto size = static_cast<ssize_t>(bytes.size());
+  require(ftruncate(file, 0) == 0 && pwrite(file, bytes.data(), bytes.size(), 0) == size, "memory");
+  return "/proc/self/fd/" + std::to_string(file);
 }
 
 std::vector<int> errorsOf(const Bytes& bytes) {
   std::vector<int> errors;
-  readContent(MemoryFile(bytes).path(), errors);
+  readContent(memoryFile(bytes), errors);
   return errors;
 }
 

@@ -76,19 +76,8 @@ Content readContent(const std::string& path, std::vector<int>& errors);
 // The same for a file that has to be sound.
 Content readContent(const std::string& path);
 
-// A file with these bytes that lies in memory.
-class MemoryFile {
- public:
-  explicit MemoryFile(const Bytes& bytes);
-  ~MemoryFile();
-  MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  std::string path() const;
-
- private:
-  int fd_;
-};
-
+// The path of a file in memory with these bytes, until the next call.
+std::string memoryFile(const Bytes& bytes);
 // The errors of reading such a file.
 std::vector<int> errorsOf(const Bytes& bytes);
 

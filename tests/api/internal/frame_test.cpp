@@ -1,4 +1,4 @@
-// The frame that all functions share, seen from inside, and what only stands behind it.
+// The frame that all functions share, seen from inside.
 #include <gtest/gtest.h>
 
 #include <new>
@@ -61,55 +61,6 @@ TEST(ShortString, LongTexts_AreCutAndKeepTheirLengthModulo256) {
   }
 }
 
-// ---- the functions that are framed like the exported ones, for hosts that build the library in
-
-class Unexported : public testing::Test {
- protected:
-  Unexported() {
-    zdbInitFunc();
-    EXPECT_EQ(zdbCreate(&db, nullptr, 0), 1);
-    EXPECT_EQ(zdbAddSymbol(db, "p", 2, TypeParameter, 0, "", &p), 1);
-    const char* labels[] = {"a", "b"};
-    EXPECT_EQ(zdbMergeRecord(db, p, labels, &record), 1);
-    zdbFreeSymbolIterator(db, record);
-  }
-  ~Unexported() override {
-    zdbFree(&db);
-    zdbFiniFunc();
-  }
-
-  zdbHandle_t db = nullptr;
-  zdbSymbol_t p = nullptr;
-  zdbRecord_t record = nullptr;
-};
-
-TEST_F(Unexported, FindRecordInt_AcceptsZeroAndNamesWhatIsOutside) {
-  const struct {
-    zdbSymbol_t symbol;
-    int keys[2];
-    const char* message;
-  } cases[] = {{p, {1, 0}, "Cannot find record (\"a\",\" \") in Symbol p"},
-               {p, {1, 3}, "Key 3 for symbol p in position 2 is out of UEL List bounds (<3)"},
-               {p, {-1, 2}, "Key -1 for symbol p in position 1 is out of UEL List bounds (<3)"},
-               {db->universe(), {3}, "Cannot find UEL 3 in Universe"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(zdbFindRecordInt(db, c.symbol, c.keys, &record), 0);
-    EXPECT_STREQ(db->lastError(), c.message);
-  }
-  const int keys[] = {1, 2};
-  int status = -1;
-  EXPECT_NE(record = zdbFindRecordIntPy(db, p, keys, &status), nullptr);
-  EXPECT_EQ(status + zdbFreeSymbolIterator(db, record), 2);
-}
-
-TEST_F(Unexported, ResetSymbol_LeavesTheRestToTheSource) {
-  EXPECT_EQ(zdbResetSymbol(db, db->universe()), 0);
-  EXPECT_STREQ(db->lastError(), "Cannot reset the Universe");
-  EXPECT_EQ(zdbResetSymbol(db, p), 1);
-  EXPECT_EQ(zdbFindFirstRecord(db, p, &record), 0);
-  EXPECT_STREQ(db->lastError(), "Symbol p not initialized from ZXF or ZMI: 3");
-}
-
 /// A record that cannot be read for want of memory, which no record of ours needs.
 struct LargeRecord : AbstractZDBSymbolIterator {
   explicit LargeRecord(AbstractZDBSymbol* of) : AbstractZDBSymbolIterator(ModeRecords, of) {}
@@ -128,30 +79,13 @@ struct LargeRecord : AbstractZDBSymbolIterator {
 };
 
 /// Hosts look for this name.
-TEST_F(Unexported, RecordRawWithoutMemory_NamesGetKeys) {
-  LargeRecord large(p);
+TEST(Frame, RecordRawWithoutMemory_NamesGetKeys) {
+  ZDB db{makeSymbol};
+  LargeRecord large(db.universe());
   testing::internal::CaptureStdout();
-  EXPECT_EQ(zdbGetRecordRaw(db, &large, 0, nullptr, nullptr), 0);
+  EXPECT_EQ(zdbGetRecordRaw(&db, &large, 0, nullptr, nullptr), 0);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Out of memory in zdbGetKeys\n");
-  EXPECT_STREQ(db->lastError(), "Out of memory in zdbGetKeys");
-}
-
-TEST_F(Unexported, DataCallbacks_PrintTakesTheLogAsAShortString) {
-  std::string log;
-  const auto print = [](const char* text, void* user) {
-    static_cast<std::string*>(user)->assign(text + 1, static_cast<unsigned char>(text[0]));
-    return 0;
-  };
-  const double special[5] = {1, 2, 3, 4, 5};
-  const auto setCallbacks = [&](const double* values) {
-    return zdbSetDataCallbacks(db, 1, nullptr, nullptr, nullptr, nullptr, nullptr, print, values,
-                               &log);
-  };
-  EXPECT_EQ(setCallbacks(special), 1);
-  EXPECT_EQ(zdbPrintLog(db, std::string(300, 'x').c_str()), 1);
-  EXPECT_EQ(log, std::string(255, 'x'));
-  EXPECT_EQ(setCallbacks(nullptr), 0);
-  EXPECT_STREQ(db->lastError(), "zdbSetDataCallbacks: argument specialValues must not be null");
+  EXPECT_STREQ(db.lastError(), "Out of memory in zdbGetKeys");
 }
 
 }  // namespace

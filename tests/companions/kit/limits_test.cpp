@@ -56,7 +56,7 @@ void expectStopped(const Instance& instance, int solveStatus) {
   EXPECT_EQ(zkitSolveStatus(instance), solveStatus);
   if (zkitModelStatus(instance) == ZKIT_INTERMEDIATE) return;
   EXPECT_EQ(zkitModelStatus(instance), ZKIT_FEASIBLE);
-  EXPECT_EQ(columnOf(instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
+  EXPECT_EQ(entryOf(CzmiGetSolutionVarRec, instance, 1).status, ZKIT_LEVEL_NOT_OPTIMAL);
 }
 
 // Levels of rows are those of the algebra, and satisfy a model of >= rows.

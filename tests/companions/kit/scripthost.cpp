@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <filesystem>
 #include <optional>
 
 #include "companions/kit/testing.h"
@@ -50,14 +49,8 @@ FunctionTable makeTable() {
   add("zlxFindFirstRowCol", &findFirst);
   add("zlxUelLabel", &withQuote<CzlxUelLabel>);
   add("zlxSymText", &withQuote<CzlxSymText>);
-#define ZDB_FUNCTION(name, ...) add(#name, &C##name);
-#include "contract/zmifunctions.def"
-#define ZDB_FUNCTION(name, ...) add(#name, &C##name);
-#include "contract/zrtfunctions.def"
-#define ZDB_FUNCTION(name, ...) add(#name, &C##name);
-#include "contract/zstfunctions.def"
-#define ZDB_FUNCTION(name, ...) add(#name, &C##name);
-#include "contract/zlxfunctions.def"
+#define ZDB_KIT_FUNCTION(name, ...) add(#name, &C##name);
+#include "contract/kitfunctions.def"
 #define ADD(name) add(#name, &name)
 #define ADD_LIBRARY(prefix)                 \
   ADD(prefix##XCreate), ADD(prefix##XFree); \
@@ -115,8 +108,7 @@ struct Written {
   kittest::Instance instance;
 };
 
-// Status and objective, as "Optimal 29"; how the solver ended, if not as it should. A solution is
-// proved.
+// Status and objective, as "Optimal 29", and how a solver ended that failed. Proves a solution.
 std::string outcome(const Written& written) {
   void* const instance = written.instance;
   const int status = zkitModelStatus(instance);
@@ -159,8 +151,12 @@ class KitHost : public Host {
     return text == "There is no column -2" ? "" : text;
   }
   void* callback(const std::string& name) const override {
-    void (*const print)(const char*, void*) = [](const char* text, void*) { std::puts(text); };
-    return name == "print" ? reinterpret_cast<void*>(print) : nullptr;
+    static const std::map<std::string, zkitLogCallback_t> logs = {
+        {"print", [](const char* text, void*) { std::puts(text); }},
+        {"error", [](const char*, void*) { throw std::runtime_error("from the host"); }},
+        {"number", [](const char*, void*) { throw 1; }}};
+    const auto log = logs.find(name);
+    return log == logs.end() ? nullptr : reinterpret_cast<void*>(log->second);
   }
 
  private:
@@ -173,8 +169,7 @@ class KitHost : public Host {
   }
 
   // solve $INSTANCE, solve TEXT: solves with the solver of the way: with one that keeps its problem
-  // between all solves of a script, once more from there, and from scratch. Shows what is not the
-  // same.
+  // between all solves of a script, once more from there, and from scratch. Shows what differs.
   std::string solve(Run& run, const Statement& statement) {
     const Token& token = statement.arguments.at(0);
     if (token.kind == Token::Text) {

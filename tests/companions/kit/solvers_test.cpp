@@ -1,6 +1,5 @@
 // The three solvers: against each other, against what proves a solution, against trying every
 // point, and from where they ended the last time.
-#include <cmath>
 #include <functional>
 #include <memory>
 #include <optional>

@@ -174,7 +174,7 @@ int Hot::solve(const Instance& instance) const {
   return isReady ? CzstAlgCallSolver(configuration_, number_, instance) : -1;
 }
 
-Entry entryOf(GetEntry get, void* instance, int number) {
+Entry entryOf(decltype(CzmiGetSolutionVarRec) get, void* instance, int number) {
   Entry entry;
   EXPECT_EQ(get(instance, number, &entry.level, &entry.marginal, &entry.status, &entry.basis), 1);
   return entry;
@@ -210,7 +210,7 @@ void expectOptimal(const Model& model, void* instance) {
   CzmiGetVarL(instance, levels.data());
   if (zkitObjectiveColumn(instance) >= 0) slopes[zkitObjectiveColumn(instance)] = 1;
   for (int i = 0; i < CzmiM(instance); ++i) {
-    const Entry row = rowOf(instance, i);
+    const Entry row = entryOf(CzmiGetSolutionEquRec, instance, i);
     const double level = activity(model.terms(i), levels);
     for (const auto& [value, column1, column2] : model.terms(i)) {
       const double slope = value * row.marginal;
@@ -226,7 +226,7 @@ void expectOptimal(const Model& model, void* instance) {
     expectBinding(row, row.marginal * direction, lower, upper);
   }
   for (int j = 0; j < CzmiN(instance); ++j) {
-    const Entry column = columnOf(instance, j);
+    const Entry column = entryOf(CzmiGetSolutionVarRec, instance, j);
     EXPECT_NEAR(column.marginal, slopes[j], slackAt(slopes[j])) << "column " << j;
     if (model.isParameter(j)) continue;
     const double lower = CzmiGetVarLowerOne(instance, j);

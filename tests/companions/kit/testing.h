@@ -126,14 +126,8 @@ struct Entry {
   int status = 0;
   int basis = 0;
 };
-using GetEntry = decltype(CzmiGetSolutionVarRec);
-Entry entryOf(GetEntry get, void* instance, int number);
-inline Entry columnOf(void* instance, int j) {
-  return entryOf(CzmiGetSolutionVarRec, instance, j);
-}
-inline Entry rowOf(void* instance, int i) {
-  return entryOf(CzmiGetSolutionEquRec, instance, i);
-}
+// A column or row of the solution, by the function for either.
+Entry entryOf(decltype(CzmiGetSolutionVarRec) get, void* instance, int number);
 
 // Fails unless levels, marginals and basis prove each other optimal: rows have the levels of the
 // algebra, rows and bounds hold, the marginal of a column is its cost less what those of the rows
