@@ -14,22 +14,12 @@ using namespace zdb::zxfile;
 
 namespace {
 
-/// Where the companion's text has the name of the file, it need not be said twice.
-[[noreturn]] void failReading(const std::string& file, const ZxfError& failure) {
-  const std::string detail = failure.what();
-  const bool startsWithName = detail.starts_with(file + ": ");
-  std::string reason = describe(failure);
-  if (detail == file) reason = errorText(static_cast<int>(failure.code()));
-  if (startsWithName) reason = detail.substr(file.size() + 2);
-  throw ToolError("cannot read " + file + ": " + reason);
-}
-
 template <typename Work>
 auto reading(const std::string& file, Work work) {
   try {
     return work();
   } catch (const ZxfError& failure) {
-    failReading(file, failure);
+    throw ToolError("cannot read " + file + ": " + describe(failure, file));
   }
 }
 

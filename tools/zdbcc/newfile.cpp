@@ -14,7 +14,7 @@ using namespace zdb::zxfile;
 namespace {
 
 [[noreturn]] void failWriting(const std::string& file, const ZxfError& failure) {
-  throw ToolError("cannot write " + file + ": " + describe(failure));
+  throw ToolError("cannot write " + file + ": " + describe(failure, file));
 }
 
 Writer open(const std::string& file, const std::string& producer) {
