@@ -23,6 +23,7 @@
 #ifndef ZDBCC_HPP
 #define ZDBCC_HPP
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -91,6 +92,8 @@ class Key {
   Key(std::span<const std::string> labels) {  // NOLINT(google-explicit-constructor)
     for (const std::string& label : labels) add(label);
   }
+  Key(const std::vector<std::string>& labels)  // NOLINT(google-explicit-constructor)
+      : Key(std::span<const std::string>(labels)) {}
 
   const char* const* data() const { return labels_; }
   int size() const { return size_; }
@@ -161,6 +164,7 @@ class Symbol {
     for (int i = 0; i < ZDB_MAX_DIM; ++i) names[i] = texts[i];
     check(c__zdbgetdomain(db_, handle_, count, sets, names));
     std::vector<Domain> result;
+    result.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) result.push_back({texts[i], sets[i] == nullptr});
     return result;
   }
@@ -206,6 +210,11 @@ class Symbol {
   }
 
   void clear() const { check(c__zdbclearsymbol(db_, handle_)); }
+  /// Has the records of another symbol, also of another database, afterwards; labels are matched by
+  /// their texts. See c__zdbcopysymbol().
+  void copyFrom(const Symbol& source) const {
+    check(c__zdbcopysymbol(db_, handle_, source.handle_));
+  }
   /// Moves the records to another storage. Other copies of this Symbol become invalid.
   void setStorage(int storage) { check(c__zdbselectrecordstorage(db_, &handle_, storage)); }
   void rename(const std::string& name) const {
@@ -501,6 +510,13 @@ class Database {
                       : c__zdbfindsymbol(db_, name.c_str(), &symbol));
     return {db_, symbol};
   }
+  /// The same; none if there is no such symbol.
+  std::optional<Symbol> findSymbol(const std::string& name, bool aliasItself = false) const {
+    zdbSymbol_t symbol = nullptr;
+    const int found = aliasItself ? c__zdbfindsymbolwithalias(db_, name.c_str(), &symbol)
+                                  : c__zdbfindsymbol(db_, name.c_str(), &symbol);
+    return found != 0 ? std::optional(Symbol(db_, symbol)) : std::nullopt;
+  }
   /// All symbols in the order in which they were added, aliases as such.
   std::vector<Symbol> symbols() const {
     std::vector<Symbol> result;
@@ -514,6 +530,13 @@ class Database {
   void remove(Symbol symbol) const {
     zdbSymbol_t handle = symbol.handle();
     check(zdbx_remove_symbol(db_, &handle));
+  }
+
+  /// The numbers that stand for special values, by ZDB_SV_...
+  std::array<double, ZDB_SV_COUNT> specialValues() const {
+    std::array<double, ZDB_SV_COUNT> values{};
+    check(c__zdbgetspecialvalues(db_, values.data()));
+    return values;
   }
 
   int labelCount() const { return info(ZDB_INFO_LABELS); }

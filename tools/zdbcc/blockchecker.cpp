@@ -26,6 +26,12 @@ std::string describe(const ZxfError& failure) {
   return *failure.what() == '\0' ? text : text + ": " + failure.what();
 }
 
+std::string describe(const ZxfError& failure, const std::string& file) {
+  const std::string detail = failure.what();
+  if (detail == file) return errorText(static_cast<int>(failure.code()));
+  return detail.starts_with(file + ": ") ? detail.substr(file.size() + 2) : describe(failure);
+}
+
 const SpecialValues& neutralSpecials() {
   static const SpecialValues values = [] {
     SpecialValues result{};

@@ -10,6 +10,8 @@ namespace zdb::tool {
 
 /// What a failure of the companion says: its fixed text and the detail.
 std::string describe(const zdb::zxfile::ZxfError& failure);
+/// The same after the name of the file, which is not said twice.
+std::string describe(const zdb::zxfile::ZxfError& failure, const std::string& file);
 
 /// A value for each special value of a data file that no data have by chance: a file that is copied
 /// with these keeps its numbers bit by bit.

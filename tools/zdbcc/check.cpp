@@ -84,7 +84,7 @@ bool isSalvaged(BlockChecker& checker, const Findings& found, const std::string&
     salvage(checker, found.damaged, target.c_str());
     return true;
   } catch (const zdb::zxfile::ZxfError& failure) {
-    console.report(target + ": " + describe(failure));
+    console.report(target + ": " + describe(failure, target));
     return false;
   }
 }
@@ -104,8 +104,8 @@ class Check {
         isDone = one(file) && isDone;
       } catch (const zdb::zxfile::ZxfError& failure) {
         isDone = isDone && isDamageOfDirectory(failure.code());
-        if (options_.json) writeProblem(file, describe(failure));
-        console_.report(file + ": " + describe(failure));
+        if (options_.json) writeProblem(file, describe(failure, file));
+        console_.report(file + ": " + describe(failure, file));
       }
     }
     if (options_.json) json_.end();

@@ -1,5 +1,7 @@
 #include "csvwriter.h"
 
+#include <utility>
+
 namespace zdb::tool {
 
 namespace {
@@ -36,6 +38,11 @@ void CsvWriter::endRow() {
   console_.write(row_);
   row_.clear();
   rowIsEmpty_ = true;
+}
+
+std::string CsvWriter::takeRow() {
+  rowIsEmpty_ = true;
+  return std::exchange(row_, {});
 }
 
 }  // namespace zdb::tool

@@ -15,6 +15,8 @@ class CsvWriter {
 
   void field(std::string_view text);
   void endRow();
+  /// Ends a row that goes elsewhere, and returns it without the line feed.
+  std::string takeRow();
 
  private:
   Console& console_;

@@ -14,22 +14,12 @@ using namespace zdb::zxfile;
 
 namespace {
 
-/// Where the companion's text has the name of the file, it need not be said twice.
-[[noreturn]] void failReading(const std::string& file, const ZxfError& failure) {
-  const std::string detail = failure.what();
-  const bool startsWithName = detail.starts_with(file + ": ");
-  std::string reason = describe(failure);
-  if (detail == file) reason = errorText(static_cast<int>(failure.code()));
-  if (startsWithName) reason = detail.substr(file.size() + 2);
-  throw ToolError("cannot read " + file + ": " + reason);
-}
-
 template <typename Work>
 auto reading(const std::string& file, Work work) {
   try {
     return work();
   } catch (const ZxfError& failure) {
-    failReading(file, failure);
+    throw ToolError("cannot read " + file + ": " + describe(failure, file));
   }
 }
 
@@ -72,6 +62,8 @@ FileSymbol ExchangeFile::describe(const SymbolEntry& entry, int number) const {
   symbol.text = entry.text;
   symbol.recordCount = entry.recordCount;
   symbol.size = entry.dataSize;
+  symbol.userInfo = entry.userInfo;
+  symbol.domainKind = entry.domainKind;
   if (symbol.isAlias()) {
     const auto set = static_cast<std::size_t>(entry.userInfo);
     symbol.aliasOf = set == 0 ? "*" : reader_.directory().symbols[set - 1].name;
@@ -95,15 +87,19 @@ FileSymbol ExchangeFile::symbol(std::string_view name) const {
     universe.recordCount = static_cast<std::uint32_t>(labelCount());
     return universe;
   }
-  const std::uint32_t number = reader_.directory().names.find(name);
-  if (number == 0) {
+  const FileSymbol* found = findSymbol(name);
+  if (found == nullptr) {
     Guess guess(name);
     for (const FileSymbol& each : symbols_) guess.consider(each.name);
     throw ToolError(name_ + " has no symbol " + std::string(name) +
                     (guess.text().empty() ? "; zdbcc info lists those it has" : guess.text()));
   }
-  const FileSymbol& found = symbols_[number - 1];
-  return found.isAlias() ? symbol(found.aliasOf) : found;
+  return found->isAlias() ? symbol(found->aliasOf) : *found;
+}
+
+const FileSymbol* ExchangeFile::findSymbol(std::string_view name) const {
+  const std::uint32_t number = reader_.directory().names.find(name);
+  return number == 0 ? nullptr : &symbols_[number - 1];
 }
 
 int ExchangeFile::findLabel(std::string_view label) const {
@@ -144,10 +140,11 @@ bool FileRecords::take() {
   return true;
 }
 
-std::string_view FileRecords::text() const {
-  const TextList& texts = file_.reader_.directory().texts;
-  const int number = static_cast<int>(values_[0]);
-  return texts.holds(number) ? texts.at(static_cast<std::uint32_t>(number)) : "";
+// A file may hold any number there.
+std::string_view ExchangeFile::elementText(double value) const {
+  const TextList& texts = reader_.directory().texts;
+  if (!(value >= 1 && value <= texts.size())) return "";
+  return texts.at(static_cast<std::uint32_t>(value));
 }
 
 const std::array<double, ZDB_SV_COUNT>& FileRecords::specials() {

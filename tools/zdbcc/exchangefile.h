@@ -16,6 +16,8 @@ struct FileSymbol : SymbolInfo {
   int number = 0;  ///< in the file, from 1; 0 for the set of all labels
   std::uint32_t recordCount = 0;
   std::uint64_t size = 0;  ///< bytes that its records take in the file
+  int userInfo = 0;        ///< of variables and equations, the subtype
+  zdb::zxfile::DomainKind domainKind = zdb::zxfile::DomainKind::None;
 };
 
 /// An exchange file, read straight through its companion: opening reads the directory (labels,
@@ -33,6 +35,8 @@ class ExchangeFile {
   /// Finds a symbol without regard to case; for an alias, its set; for "*", all labels. A name that
   /// is not there is answered with a guess.
   FileSymbol symbol(std::string_view name) const;
+  /// The symbol of that name, of an alias itself; null if there is none.
+  const FileSymbol* findSymbol(std::string_view name) const;
 
   int labelCount() const { return static_cast<int>(labels().size()); }
   /// REQUIRES 1 <= number <= labelCount().
@@ -43,6 +47,10 @@ class ExchangeFile {
   int findLabel(std::string_view label) const;
   /// The same; a label that is not there is answered with a guess.
   int requireLabel(std::string_view label) const;
+
+  /// The text of an element of a set, by the value of its record; empty if it has none.
+  std::string_view elementText(double value) const;
+  int textCount() const { return static_cast<int>(reader_.directory().texts.size()); }
 
  private:
   friend class FileRecords;
@@ -72,7 +80,7 @@ class FileRecords {
   /// Its values: 1, or 5 for variables and equations. Special values are those of specials().
   const double* values() const { return values_.data(); }
   /// Text of an element of a set; empty if it has none.
-  std::string_view text() const;
+  std::string_view text() const { return file_.elementText(values_[0]); }
 
   /// Number of records read so far.
   std::uint64_t done() const { return done_; }

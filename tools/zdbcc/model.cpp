@@ -11,20 +11,30 @@ namespace {
 /// What marks a variable as an updatable parameter.
 constexpr const char* kSuffix = "_var";
 
-void requireLabelCount(const Symbol& symbol, const std::vector<std::string>& labels) {
-  if (labels.size() == static_cast<std::size_t>(symbol.dim)) return;
-  throw ToolError("labels given for " + symbol.name + ": " + std::to_string(labels.size()) +
-                  ", needed: " + std::to_string(symbol.dim));
+void requireLabelCount(const zdbcc::Symbol& symbol, const std::vector<std::string>& labels) {
+  if (labels.size() == static_cast<std::size_t>(symbol.dim())) return;
+  throw ToolError("labels given for " + symbol.name() + ": " + std::to_string(labels.size()) +
+                  ", needed: " + std::to_string(symbol.dim()));
+}
+
+/// A name or label that is not there is answered with a guess.
+zdbcc::Symbol requireSymbol(const zdbcc::Database& db, const std::string& name) {
+  if (const auto symbol = db.findSymbol(name)) return *symbol;
+  Guess guess(name);
+  for (const zdbcc::Symbol& symbol : db.symbols()) guess.consider(symbol.name());
+  throw ToolError("there is no symbol " + name + guess.text());
+}
+
+void requireLabels(const zdbcc::Database& db, const std::vector<std::string>& labels) {
+  for (const std::string& label : labels) {
+    if (db.findLabel(label)) continue;
+    Guess guess(label);
+    for (int i = 1; i <= db.labelCount(); ++i) guess.consider(db.label(i));
+    throw ToolError("there is no label " + label + guess.text());
+  }
 }
 
 }  // namespace
-
-std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
-  std::vector<const char*> pointers;
-  pointers.reserve(texts.size());
-  for (const std::string& text : texts) pointers.push_back(text.c_str());
-  return pointers;
-}
 
 Model::Model(const ModelSource& source) : file_(source.file) {
   char message[1024] = "";
@@ -34,8 +44,8 @@ Model::Model(const ModelSource& source) : file_(source.file) {
     throw ToolError(message);
   }
   try {
-    db_.require(c__zdbinitfromdict(db_.handle(), instance_));
-    db_.require(c__zdbinitupdate(db_.handle(), instance_));
+    db_.check(c__zdbinitfromdict(db_.handle(), instance_));
+    db_.check(c__zdbinitupdate(db_.handle(), instance_));
   } catch (...) {
     zkitFreeInstance(&instance_);
     throw;
@@ -47,59 +57,46 @@ Model::~Model() {
 }
 
 bool Model::hasParameter(const std::string& name) {
-  zdbSymbol_t variable = nullptr;
-  return c__zdbfindsymbol(db_.handle(), (name + kSuffix).c_str(), &variable) == 1;
+  return db_.findSymbol(name + kSuffix).has_value();
 }
 
-Symbol Model::parameter(const std::string& name) {
+zdbcc::Symbol Model::parameter(const std::string& name) {
   if (!hasParameter(name)) {
     Guess guess(name + kSuffix);
-    for (int i = 0; i < db_.symbolCount(); ++i) {
-      const std::string symbol = db_.symbolAt(i).name;
-      if (symbol.ends_with(kSuffix)) guess.consider(symbol);
+    for (const zdbcc::Symbol& symbol : db_.symbols()) {
+      if (symbol.name().ends_with(kSuffix)) guess.consider(symbol.name());
     }
     throw ToolError(file_ + " has no updatable parameter " + name + ": it needs a variable " +
                     name + kSuffix + guess.text());
   }
-  zdbSymbol_t symbol = nullptr;
-  if (c__zdbfindsymbol(db_.handle(), name.c_str(), &symbol) == 0) {
-    const Symbol variable = db_.findSymbol(name + kSuffix);
-    db_.require(c__zdbaddsymbol(db_.handle(), name.c_str(), variable.dim, ZDB_PARAMETER, 0,
-                                variable.text.c_str(), &symbol));
+  const std::optional<zdbcc::Symbol> found = db_.findSymbol(name);
+  if (!found) {
+    const zdbcc::Symbol variable = db_.symbol(name + kSuffix);
+    return db_.addParameter(name, variable.dim(), variable.text());
   }
-  Symbol found = db_.findSymbol(name);
-  if (found.type == ZDB_PARAMETER) return found;
+  if (found->type() == ZDB_PARAMETER) return *found;
   throw ToolError(name + " is both a variable and an updatable parameter in " + file_ +
                   ": rename one of them");
 }
 
-bool Model::hasEntry(const Symbol& parameter, const std::vector<std::string>& labels) {
-  if (labels.size() != static_cast<std::size_t>(parameter.dim)) return false;
-  const Symbol variable = db_.findSymbol(parameter.name + kSuffix);
-  zdbRecord_t record = nullptr;
-  const int isFound =
-      c__zdbfindrecord(db_.handle(), variable.handle, pointersTo(labels).data(), &record);
-  c__zdbfreesymboliterator(db_.handle(), record);
-  return isFound != 0;
+bool Model::hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels) {
+  if (labels.size() != static_cast<std::size_t>(parameter.dim())) return false;
+  return db_.symbol(parameter.name() + kSuffix).find(labels).has_value();
 }
 
-void Model::set(const Symbol& parameter, const std::vector<std::string>& labels, double value) {
+void Model::set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels,
+                double value) {
   requireLabelCount(parameter, labels);
-  zdbRecord_t record = nullptr;
-  db_.require(
-      c__zdbmergerecord(db_.handle(), parameter.handle, pointersTo(labels).data(), &record));
-  const int done = c__zdbsetlevel(db_.handle(), record, value);
-  c__zdbfreesymboliterator(db_.handle(), record);
-  db_.require(done);
+  parameter.set(labels, value);
 }
 
-int Model::update(const Symbol& parameter, int missing) {
+int Model::update(const zdbcc::Symbol& parameter, int missing) {
   int unmatched = 0;
   try {
-    db_.require(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle, ZDB_UPDATE_FIX,
-                                        parameter.handle, missing, &unmatched));
-  } catch (const ToolError& failure) {
-    throw ToolError(parameter.name + ": " + failure.what());
+    db_.check(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle(), ZDB_UPDATE_FIX,
+                                      parameter.handle(), missing, &unmatched));
+  } catch (const zdbcc::Error& failure) {
+    throw ToolError(parameter.name() + ": " + failure.what());
   }
   return unmatched;
 }
@@ -108,8 +105,8 @@ void Model::solve(const std::string& solver) {
   const std::string usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
   const std::string& name = solver.empty() ? usual : solver;
   try {
-    db_.require(c__zdbcallsolver(db_.handle(), name.c_str()));
-  } catch (const ToolError& failure) {
+    db_.check(c__zdbcallsolver(db_.handle(), name.c_str()));
+  } catch (const zdbcc::Error& failure) {
     const std::string reason = zkitSolveMessage(instance_);
     if (reason.empty()) throw;
     throw ToolError(std::string(failure.what()) + ": " + reason);
@@ -122,18 +119,11 @@ bool Model::isSolved() const {
 }
 
 double Model::level(const Entry& entry) {
-  const Symbol symbol = db_.findSymbol(entry.symbol);
+  const zdbcc::Symbol symbol = requireSymbol(db_, entry.symbol);
   requireLabelCount(symbol, entry.labels);
-  zdbRecord_t record = nullptr;
-  const int isFound =
-      c__zdbfindrecord(db_.handle(), symbol.handle, pointersTo(entry.labels).data(), &record);
-  if (isFound == 0) db_.requireLabels(entry.labels);
-  db_.require(isFound);
-  double level = 0;
-  const int done = c__zdbgetlevel(db_.handle(), record, &level);
-  c__zdbfreesymboliterator(db_.handle(), record);
-  db_.require(done);
-  return level;
+  if (const std::optional<double> level = symbol.find(entry.labels)) return *level;
+  requireLabels(db_, entry.labels);
+  return symbol[entry.labels];  // throws, with the library's message
 }
 
 }  // namespace zdb::tool

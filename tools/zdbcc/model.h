@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "database.h"
 #include "entry.h"
 #include "verb.h"
+#include "zdbcc.hpp"
 
 namespace zdb::tool {
 
@@ -48,7 +48,8 @@ Option solverOption(std::string Options::*solver) {
 }
 
 /// A model file that is loaded and tied to a database, which changes its parameters and has it
-/// solved. All functions throw ToolError with a message that says what is wrong.
+/// solved. All functions throw ToolError, or the zdbcc::Error of the database, with a message that
+/// says what is wrong.
 class Model {
  public:
   explicit Model(const ModelSource& source);
@@ -57,19 +58,19 @@ class Model {
   Model& operator=(const Model&) = delete;
 
   void* instance() const { return instance_; }
-  Database& database() { return db_; }
+  const zdbcc::Database& database() const { return db_; }
 
   /// Whether the model has an updatable parameter of this name.
   bool hasParameter(const std::string& name);
   /// The parameter's symbol in the database, added on first use. Its records are the changes.
-  Symbol parameter(const std::string& name);
+  zdbcc::Symbol parameter(const std::string& name);
   /// Whether the model has the entry of a parameter with these labels.
-  bool hasEntry(const Symbol& parameter, const std::vector<std::string>& labels);
+  bool hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
   /// Sets the value of an entry of a parameter, by its labels.
-  void set(const Symbol& parameter, const std::vector<std::string>& labels, double value);
+  void set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels, double value);
   /// Writes the records of a parameter to the model; `missing` (ZDB_MISSING_...) says what entries
   /// without a record get. Returns the number of records without an entry in the model.
-  int update(const Symbol& parameter, int missing);
+  int update(const zdbcc::Symbol& parameter, int missing);
 
   /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
@@ -80,11 +81,7 @@ class Model {
  private:
   std::string file_;
   void* instance_ = nullptr;
-  Database db_;
+  zdbcc::Database db_;
 };
-
-/// The C strings of texts.
-/// REQUIRES the texts outlive the result.
-std::vector<const char*> pointersTo(const std::vector<std::string>& texts);
 
 }  // namespace zdb::tool

@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "console.h"
-#include "database.h"
+#include "exchangefile.h"
 
 namespace zdb::tool {
 
@@ -14,7 +14,7 @@ constexpr const char* kForce = "; use --force to write over it";
 
 bool isDataFile(const std::string& file) {
   try {
-    const Database readable(file);
+    const ExchangeFile readable(file);
     return true;
   } catch (const ToolError&) {
     return false;

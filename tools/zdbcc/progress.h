@@ -23,11 +23,18 @@ class Progress {
   /// Costs some 30 ns when there is nothing to draw. REQUIRES done <= total.
   void update(std::uint64_t done, std::uint64_t total);
 
+  /// For work in many small steps: counts one, and now and then updates.
+  void step(std::uint64_t total) {
+    constexpr std::uint64_t kSeldom = 4096;
+    if (++steps_ % kSeldom == 0) update(steps_, total);
+  }
+
  private:
   using Clock = std::chrono::steady_clock;
 
   Console& console_;
   std::string unit_;
+  std::uint64_t steps_ = 0;
   Clock::time_point start_ = Clock::now();
   Clock::time_point nextDrawing_;
 };

@@ -28,17 +28,26 @@ void noteUnmatched(Console& console, const std::string& name, int unmatched) {
                (unmatched == 1 ? " record is" : " records are") + " not in the model");
 }
 
+zdbcc::Database read(const std::string& file) {
+  try {
+    return zdbcc::Database(file);
+  } catch (const zdbcc::Error& failure) {
+    throw ToolError("cannot read " + file + ": " + failure.what());
+  }
+}
+
 /// Takes every parameter of a data file that is updatable in the model.
 void takeDataFile(Model& model, const std::string& file, Console& console) {
-  Database data(file);
+  const zdbcc::Database data = read(file);
   int taken = 0;
-  for (int i = 0; i < data.symbolCount(); ++i) {
-    const Symbol source = data.symbolAt(i);
-    if (source.type != ZDB_PARAMETER || !model.hasParameter(source.name)) continue;
-    const Symbol target = model.parameter(source.name);
-    model.database().require(
-        c__zdbcopysymbol(model.database().handle(), target.handle, source.handle));
-    noteUnmatched(console, file + ": " + source.name, model.update(target, ZDB_MISSING_KEEP));
+  for (const zdbcc::Symbol& source : data.symbols()) {
+    const std::string name = source.name();
+    if (source.type() != ZDB_PARAMETER || !model.hasParameter(name)) continue;
+    const zdbcc::Symbol target = model.parameter(name);
+    target.copyFrom(source);
+    std::string place = file;
+    place.append(": ").append(name);
+    noteUnmatched(console, place, model.update(target, ZDB_MISSING_KEEP));
     ++taken;
   }
   if (taken == 0) throw ToolError(file + " has no parameter that is updatable in the model");
@@ -46,8 +55,9 @@ void takeDataFile(Model& model, const std::string& file, Console& console) {
 
 /// Whether a first row that does not end in a number is a misspelt value, not a heading. For a
 /// scalar, which has no labels, a heading is a row that is followed by another.
-bool isMeantForAnEntry(Model& model, const Symbol& target, const CsvRow& row, std::size_t rows) {
-  return target.dim == 0 ? rows == 1 : model.hasEntry(target, row.fields);
+bool isMeantForAnEntry(Model& model, const zdbcc::Symbol& target, const CsvRow& row,
+                       std::size_t rows) {
+  return target.dim() == 0 ? rows == 1 : model.hasEntry(target, row.fields);
 }
 
 /// Takes the values of a parameter: labels and a value in each row, with or without a heading.
@@ -56,8 +66,8 @@ void takeCsv(Model& model, const std::string& option, Console& console) {
   if (equals == std::string::npos)
     throw WrongUseError("--set needs SYMBOL=FILE, not " + printable(option));
   const std::string file = option.substr(equals + 1);
-  const Symbol target = model.parameter(option.substr(0, equals));
-  const ValueFormat format(model.database());
+  const zdbcc::Symbol target = model.parameter(option.substr(0, equals));
+  const ValueFormat format(model.database().specialValues());
   std::vector<CsvRow> rows = readCsv(file);
   bool isFirst = true;
   for (CsvRow& row : rows) {
@@ -71,7 +81,7 @@ void takeCsv(Model& model, const std::string& option, Console& console) {
     if (!value) throw ToolError(place + '"' + printable(text) + "\" is not a number");
     try {
       model.set(target, row.fields, *value);
-    } catch (const ToolError& failure) {
+    } catch (const std::runtime_error& failure) {
       throw ToolError(place + failure.what());
     }
   }
@@ -96,7 +106,7 @@ bool hasObjective(const Model& model) {
 
 void printResult(Model& model, Console& console) {
   void* instance = model.instance();
-  ValueFormat format(model.database());
+  ValueFormat format(model.database().specialValues());
   console.write(line("model", sizeText(instance)));
   console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
   console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
@@ -138,8 +148,7 @@ void runSolve(const SolveOptions& options, Console& console) {
                     std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
   }
   if (options.output.empty()) return;
-  Database& db = model.database();
-  db.require(c__zdbwritezxf(db.handle(), options.output.c_str(), 1));
+  model.database().write(options.output, false);
 }
 
 }  // namespace

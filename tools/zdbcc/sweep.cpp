@@ -32,7 +32,10 @@ struct Column {
 class Scenarios {
  public:
   Scenarios(Model& model, const std::string& file)
-      : model_(model), format_(model.database()), file_(file), rows_(readCsv(file)) {
+      : model_(model),
+        format_(model.database().specialValues()),
+        file_(file),
+        rows_(readCsv(file)) {
     if (rows_.size() < 2)
       throw ToolError(file + " has no scenarios: write a heading and at least one row");
     for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) addColumn(rows_[0].fields[c]);
@@ -53,9 +56,7 @@ class Scenarios {
   /// Writes the values of a scenario to the model, and the model's own values to all other entries.
   void apply(std::size_t scenario) {
     const CsvRow& row = rows_[scenario + 1];
-    for (const auto& [name, parameter] : parameters_) {
-      model_.database().require(c__zdbclearsymbol(model_.database().handle(), parameter.handle));
-    }
+    for (const auto& [name, parameter] : parameters_) parameter.clear();
     for (std::size_t c = 0; c < columns_.size(); ++c) {
       const std::string& text = row.fields[c + 1];
       if (text.empty()) continue;
@@ -88,7 +89,7 @@ class Scenarios {
   std::string file_;
   std::vector<CsvRow> rows_;
   std::vector<Column> columns_;
-  std::map<std::string, Symbol> parameters_;
+  std::map<std::string, zdbcc::Symbol> parameters_;
 };
 
 /// Solves the scenarios and writes a row for each.
@@ -99,7 +100,7 @@ class Sweep {
         console_(console),
         model_(options.model),
         scenarios_(model_, options.scenarios),
-        format_(model_.database()),
+        format_(model_.database().specialValues()),
         rows_(console, options.json) {
     for (const std::string& text : options.shown) shown_.push_back(parseEntry(text));
   }
@@ -122,7 +123,7 @@ class Sweep {
     try {
       scenarios_.apply(scenario);
       model_.solve(options_.solver);
-    } catch (const ToolError& failure) {
+    } catch (const std::runtime_error& failure) {
       throw ToolError(scenarios_.place(scenario) + failure.what());
     }
   }

@@ -48,7 +48,9 @@ Terminal findTerminal(int output, int errors, When color) {
 
 std::string styled(std::string_view text, Style style, bool isOn) {
   if (!isOn) return std::string(text);
-  std::string result = style == Style::Red ? "\033[1;31m" : "\033[1m";
+  std::string result = style == Style::Bold  ? "\033[1m"
+                       : style == Style::Red ? "\033[1;31m"
+                                             : "\033[32m";
   return result.append(text).append("\033[0m");
 }
 

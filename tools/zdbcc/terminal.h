@@ -19,7 +19,7 @@ struct Terminal {
 /// Looks at the two descriptors and at the environment: NO_COLOR, TERM and COLUMNS.
 Terminal findTerminal(int output, int errors, When color);
 
-enum class Style { Bold, Red };
+enum class Style { Bold, Red, Green };
 
 /// The text in a style, if it is switched on.
 std::string styled(std::string_view text, Style style, bool isOn);
