@@ -19,7 +19,7 @@ struct LabelNumbers {
 
 /// The labels of several files in one order, which is that of the first file. Labels that this one
 /// does not have stand before the next one that it has, so that the order of the others is kept,
-/// too, if that is possible at all. Takes linear time, and 20 bytes a label.
+/// too, if that is possible at all. Takes linear time, and some 30 bytes a label.
 class LabelOrder {
  public:
   explicit LabelOrder(const std::vector<const ExchangeFile*>& files);

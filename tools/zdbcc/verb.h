@@ -4,6 +4,7 @@
 
 #include <any>
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -129,7 +130,10 @@ template <typename Number>
 bool readNumber(const std::string& word, Number& number) {
   const char* end = word.data() + word.size();
   const auto [at, error] = std::from_chars(word.data(), end, number);
-  return error == std::errc() && at == end && number == number;  // which a NaN is not
+  if constexpr (std::is_floating_point_v<Number>) {
+    if (std::isnan(number)) return false;
+  }
+  return error == std::errc() && at == end;
 }
 
 }  // namespace detail
