@@ -10,8 +10,6 @@ namespace zdb::tool {
 
 namespace {
 
-constexpr const char* kSpecFile = "import.specs";
-
 enum class Encoding { Utf8, Latin1 };
 enum class Decimal { Point, Comma };
 enum class Quotes { Double, None };
@@ -26,6 +24,7 @@ struct ImportOptions {
   bool hasHeading = true;
   std::optional<std::size_t> skip;
   bool trim = false;
+  bool checksDomains = true;
   OnMissing missing = OnMissing::Skip;
   OnDuplicate duplicates = OnDuplicate::Last;
   bool strict = false;
@@ -52,6 +51,7 @@ ImportRules rulesOf(const ImportOptions& options) {
   rules.format.trimsBlanks = options.trim;
   rules.hasHeading = options.hasHeading;
   rules.skippedLines = options.skip.value_or(0);
+  rules.checksDomains = options.checksDomains;
   rules.onMissing = options.missing;
   rules.onDuplicate = options.duplicates;
   return rules;
@@ -122,7 +122,7 @@ void runImport(const ImportOptions& options, Console& console) {
   if (options.strict && !isClean) {
     throw ToolError("nothing was written, because of --strict");
   }
-  importer.database().write(options.output);
+  importer.database().write(options.output, options.checksDomains);
 }
 
 }  // namespace
@@ -220,6 +220,10 @@ counted on standard error, with the first lines.)",
             .kind = Kind::Choice,
             .text = "Which of several rows with the same labels counts",
             .target = into(&ImportOptions::duplicates, {"last", "first", "sum", "error"})},
+           {.name = "domain-check",
+            .text = "Import rows that are outside their domains too",
+            .target = into(&ImportOptions::checksDomains),
+            .isNegation = true},
            {.name = "strict",
             .text = "Write nothing if a row is refused, or a label or text is changed or not UTF-8",
             .target = into(&ImportOptions::strict)},

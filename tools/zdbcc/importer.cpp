@@ -121,6 +121,7 @@ Members* Importer::membersOf(const DomainName& domain) {
     for (const std::int32_t label : elements.keys.front()) members->add(label);
   }
   members->grows = members->grows || domain.grows;
+  members->keepsOthers = !rules_.checksDomains;
   return members.get();
 }
 

@@ -20,6 +20,7 @@ struct ImportRules {
   CsvFormat format;
   bool hasHeading = true;
   std::size_t skippedLines = 0;  ///< before the heading
+  bool checksDomains = true;
   OnMissing onMissing = OnMissing::Skip;
   OnDuplicate onDuplicate = OnDuplicate::Last;
 };

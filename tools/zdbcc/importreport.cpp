@@ -79,6 +79,7 @@ void print(const SymbolReport& report, const char* onEmpty, const char* onDuplic
     note(report.duplicates.count, "duplicate",
          std::string(", ") + onDuplicate + listed(report.duplicates));
   }
+  note(report.outside.count, "record", " outside a domain, kept" + listed(report.outside));
   note(report.trimmed.count, "label", " lost blanks at the end" + listed(report.trimmed));
   note(report.notUtf8.count, "text", " not in UTF-8" + listed(report.notUtf8));
   printFolds(report.name, "label", report.labels, console);
@@ -95,6 +96,7 @@ void write(const SymbolReport& report, JsonWriter& json) {
   json.field("records", report.records).field("emptyFields", report.emptyFields);
   writeIncidents("duplicates", report.duplicates, json);
   writeIncidents("refused", report.refused, json);
+  writeIncidents("outside", report.outside, json);
   writeIncidents("trimmed", report.trimmed, json);
   writeIncidents("notUtf8", report.notUtf8, json);
   writeFolds("foldedLabels", report.labels, json);

@@ -6,6 +6,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "console.h"
 #include "json.h"
 
 namespace zdb::tool {
@@ -54,6 +55,7 @@ struct SymbolReport {
   Incidents duplicates;
   bool losesDuplicates = true;  ///< not if all that a record tells is that it is there
   Incidents refused;            ///< rows, or fields of a row with several values
+  Incidents outside;            ///< records outside a domain that were kept
   Incidents trimmed;            ///< labels that had blanks at their end
   Incidents notUtf8;
   Folds labels;

@@ -58,6 +58,9 @@ struct ImportSpec {
   bool isWide() const;
 };
 
+/// The file of specs in a folder that was exported.
+inline constexpr const char* kSpecFile = "import.specs";
+
 /// Throws WrongUseError, with the text and what is wrong with it.
 ImportSpec parseSpec(const std::string& text);
 

@@ -62,15 +62,15 @@ JsonWriter& JsonWriter::end() {
   const Container closed = open_.back();
   open_.pop_back();
   if (!closed.isEmpty && closed.layout == Layout::Lines) newLine();
-  console_.write({&closed.closing, 1});
-  if (open_.empty()) console_.write("\n");
+  output_.write({&closed.closing, 1});
+  if (open_.empty()) output_.write("\n");
   return *this;
 }
 
 JsonWriter& JsonWriter::key(std::string_view name) {
   separate();
-  console_.write(jsonText(name));
-  console_.write(": ");
+  output_.write(jsonText(name));
+  output_.write(": ");
   hasKey_ = true;
   return *this;
 }
@@ -90,7 +90,7 @@ JsonWriter& JsonWriter::value(double number) {
 JsonWriter& JsonWriter::raw(std::string_view text) {
   if (!hasKey_) separate();
   hasKey_ = false;
-  console_.write(text);
+  output_.write(text);
   return *this;
 }
 
@@ -99,17 +99,17 @@ void JsonWriter::separate() {
   Container& container = open_.back();
   const bool isFirst = container.isEmpty;
   container.isEmpty = false;
-  if (!isFirst) console_.write(",");
+  if (!isFirst) output_.write(",");
   if (container.layout == Layout::Lines) {
     newLine();
   } else if (!isFirst) {
-    console_.write(" ");
+    output_.write(" ");
   }
 }
 
 void JsonWriter::newLine() {
-  console_.write("\n");
-  console_.write(std::string(2 * open_.size(), ' '));
+  output_.write("\n");
+  output_.write(std::string(2 * open_.size(), ' '));
 }
 
 }  // namespace zdb::tool

@@ -92,9 +92,10 @@ bool RecordIntake::isInside(std::size_t row) {
     const std::int32_t label = keys_[row * dim_ + i];
     if (domain == nullptr || domain->has(label)) continue;
     if (!domain->grows) {
-      report_.refused.add('"' + symbolLabel(label) + "\" is not in " + domain->name() + " at " +
-                          report_.file + ':' + std::to_string(lines_[row]));
-      return false;
+      (domain->keepsOthers ? report_.outside : report_.refused)
+          .add('"' + symbolLabel(label) + "\" is not in " + domain->name() + " at " + report_.file +
+               ':' + std::to_string(lines_[row]));
+      return domain->keepsOthers;
     }
     domain->add(label);
   }

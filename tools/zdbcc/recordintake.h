@@ -43,6 +43,7 @@ class Members {
   void add(std::int32_t label);
 
   bool grows = false;
+  bool keepsOthers = false;         ///< records with labels that it does not have are taken
   std::vector<std::int32_t> added;  ///< since it grows
 
  private:
