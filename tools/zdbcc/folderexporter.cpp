@@ -19,6 +19,9 @@ namespace fs = std::filesystem;
 /// No symbol has such a name.
 constexpr const char* kLabelFile = "_labels.csv";
 
+/// In a file, the subtypes of equations are counted from here.
+constexpr int kEquationInFile = 53;
+
 /// Writes a symbol as import reads it.
 class SpecWriter {
  public:
@@ -26,8 +29,9 @@ class SpecWriter {
 
   std::string operator()(const FileSymbol& symbol, const std::string& file) const {
     std::string spec = typeName(symbol.type);
-    if (symbol.userInfo != 0 && !symbol.isAlias()) {
-      spec.append("(").append(std::to_string(symbol.userInfo)).append(")");
+    const int subtype = symbol.userInfo - (symbol.type == ZDB_EQUATION ? kEquationInFile : 0);
+    if (subtype != 0 && !symbol.isAlias()) {
+      spec.append("(").append(std::to_string(subtype)).append(")");
     }
     spec.append(" ").append(symbol.name);
     if (!symbol.text.empty()) spec.append(" ").append(specText(symbol.text));
@@ -64,9 +68,9 @@ class FolderExporter : public Exporter {
     std::error_code failed;
     fs::create_directories(folder_, failed);
     if (failed) throw ToolError("cannot make the folder " + job.target + ": " + failed.message());
-    // A folder without it is not complete.
-    fs::remove(folder_ / kSpecFile, failed);
-    if (form_ == TextForm::Csv) writeLabels();
+    if (form_ != TextForm::Csv) return;
+    fs::remove(folder_ / kSpecFile, failed);  // a folder without it is not complete
+    writeLabels();
   }
 
   void begin(const FileSymbol& symbol) override {

@@ -116,13 +116,12 @@ void runImport(const ImportOptions& options, Console& console) {
   checkImportOutput(options, specs);
   Importer importer(rulesOf(options), specs, console);
   importer.run();
-  report(importer, options, console);
   const bool isClean = std::all_of(importer.reports().begin(), importer.reports().end(),
                                    [](const SymbolReport& each) { return each.isClean(); });
-  if (options.strict && !isClean) {
-    throw ToolError("nothing was written, because of --strict");
-  }
-  importer.database().write(options.output, options.checksDomains);
+  const bool isKept = isClean || !options.strict;
+  if (isKept) importer.database().write(options.output, options.checksDomains);
+  report(importer, options, console);
+  if (!isKept) throw ToolError("nothing was written, because of --strict");
 }
 
 }  // namespace

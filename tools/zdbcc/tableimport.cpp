@@ -154,7 +154,10 @@ int TableImport::decideType() {
     if (csv_.size() <= column || csv_.field(column).empty()) continue;
     double value = 0;
     const char* problem = numbers_.read(csv_.field(column), value);
-    if (problem == NumberReader::kNotANumber) type = ZDB_SET;
+    if (problem != NumberReader::kNotANumber) break;
+    type = ZDB_SET;
+    report_.typeReason = ", with texts, as \"" + std::string(csv_.field(column).substr(0, 100)) +
+                         "\" is not a number";
     break;
   }
   csv_.rewind();
