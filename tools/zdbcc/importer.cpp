@@ -142,7 +142,8 @@ bool Importer::isKnown(const std::string& name) const {
 
 /// The elements that sets got as domains.
 void Importer::addGrown() {
-  for (const auto& [name, members] : members_) {
+  for (const auto& entry : members_) {
+    const Members* members = entry.second.get();
     if (members->added.empty()) continue;
     const std::span<const std::int32_t> labels(members->added);
     const zdbx_result result = db_.symbol(members->name()).put(std::span(&labels, 1), {});

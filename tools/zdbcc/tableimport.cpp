@@ -175,6 +175,7 @@ void TableImport::addSymbol() {
   if (symbol.valueCount() > 1) defaults_ = defaultsOf(type_, spec.userInfo);
   if (isWide_) labelColumns();
   std::vector<Members*> members;
+  members.reserve(domains.size());
   for (const DomainName& domain : domains) members.push_back(importer_.membersOf(domain));
   records_ = std::make_unique<RecordIntake>(symbol, std::move(members), rules_.onDuplicate,
                                             importer_.labels_, importer_.texts_, report_);
@@ -282,7 +283,8 @@ std::optional<double> TableImport::number(std::size_t column) {
   if (!text.empty()) {
     const char* problem = numbers_.read(text, value);
     if (problem == nullptr) return value;
-    throw ToolError(where(column) + ": \"" + std::string(text.substr(0, 100)) + "\" " + problem);
+    throw ToolError(where(column) + ": \"" + std::string(text.substr(0, 100)) + "\" " + problem +
+                    (isWide_ ? "; name the columns of values, such as FIRST..LAST" : ""));
   }
   ++report_.emptyFields;
   switch (rules_.onMissing) {
