@@ -110,6 +110,16 @@ void report(const Importer& importer, const ImportOptions& options, Console& con
   json.end().end();
 }
 
+void writeOutput(const zdbcc::Database& db, const ImportOptions& options) {
+  try {
+    db.write(options.output, options.checksDomains);
+  } catch (const zdbcc::Error& failure) {
+    const std::string& reason = failure.reason();
+    throw ToolError("cannot write " + options.output + ": " +
+                    (reason.empty() ? failure.what() : reason));
+  }
+}
+
 void runImport(const ImportOptions& options, Console& console) {
   const std::vector<ImportSpec> specs = specsOf(options);
   if (specs.empty()) throw ToolError("there is nothing to import");
@@ -119,7 +129,7 @@ void runImport(const ImportOptions& options, Console& console) {
   const bool isClean = std::all_of(importer.reports().begin(), importer.reports().end(),
                                    [](const SymbolReport& each) { return each.isClean(); });
   const bool isKept = isClean || !options.strict;
-  if (isKept) importer.database().write(options.output, options.checksDomains);
+  if (isKept) writeOutput(importer.database(), options);
   report(importer, options, console);
   if (!isKept) throw ToolError("nothing was written, because of --strict");
 }

@@ -1,6 +1,7 @@
 #include "tableimport.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "contract/names.h"
 #include "guess.h"
@@ -183,13 +184,11 @@ void TableImport::addSymbol() {
 
 void TableImport::labelColumns() {
   if (!rules_.hasHeading) failFinding("columns need a heading to become labels");
+  std::unordered_set<std::int32_t> labels;
   for (ValueColumn& value : values_) {
     const std::string place = report_.file + ": column " + std::to_string(value.column + 1);
     value.label = importer_.labels_.one(headings_[value.column], place, report_);
-    const auto isSame = [&](const ValueColumn& other) {
-      return &other != &value && other.label == value.label;
-    };
-    if (std::any_of(values_.begin(), values_.end(), isSame)) {
+    if (!labels.insert(value.label).second) {
       throw ToolError(place + ": the heading " + headings_[value.column] +
                       " is the label of another column too");
     }
