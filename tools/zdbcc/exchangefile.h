@@ -13,10 +13,10 @@ namespace zdb::tool {
 
 /// A symbol of an exchange file, from the file's directory.
 struct FileSymbol : SymbolInfo {
-  int number = 0;  ///< in the file, from 1; 0 for the set of all labels
+  int number = 0;    ///< in the file, from 1; 0 for the set of all labels
+  int userInfo = 0;  ///< as the file has it
   std::uint32_t recordCount = 0;
   std::uint64_t size = 0;  ///< bytes that its records take in the file
-  int userInfo = 0;        ///< of variables and equations, the subtype
   zdb::zxfile::DomainKind domainKind = zdb::zxfile::DomainKind::None;
 };
 
