@@ -34,6 +34,12 @@ Database::~Database() {
   zdbfree(&db_);
 }
 
+std::array<double, ZDB_SV_COUNT> Database::specials() const {
+  std::array<double, ZDB_SV_COUNT> values{};
+  require(c__zdbgetspecialvalues(db_, values.data()));
+  return values;
+}
+
 void Database::require(int succeeded) const {
   if (succeeded != 0) return;
   Text message = "";

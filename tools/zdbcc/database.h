@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,9 @@ class Database {
   Database& operator=(const Database&) = delete;
 
   zdbHandle_t handle() const { return db_; }
+
+  /// The values that stand for the special ones.
+  std::array<double, ZDB_SV_COUNT> specials() const;
 
   int labelCount();
   /// Text of a label.

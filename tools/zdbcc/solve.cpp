@@ -57,7 +57,7 @@ void takeCsv(Model& model, const std::string& option, Console& console) {
     throw WrongUseError("--set needs SYMBOL=FILE, not " + printable(option));
   const std::string file = option.substr(equals + 1);
   const Symbol target = model.parameter(option.substr(0, equals));
-  const ValueFormat format(model.database());
+  const ValueFormat format(model.database().specials());
   std::vector<CsvRow> rows = readCsv(file);
   bool isFirst = true;
   for (CsvRow& row : rows) {
@@ -96,7 +96,7 @@ bool hasObjective(const Model& model) {
 
 void printResult(Model& model, Console& console) {
   void* instance = model.instance();
-  ValueFormat format(model.database());
+  ValueFormat format(model.database().specials());
   console.write(line("model", sizeText(instance)));
   console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
   console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));

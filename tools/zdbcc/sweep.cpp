@@ -32,7 +32,7 @@ struct Column {
 class Scenarios {
  public:
   Scenarios(Model& model, const std::string& file)
-      : model_(model), format_(model.database()), file_(file), rows_(readCsv(file)) {
+      : model_(model), format_(model.database().specials()), file_(file), rows_(readCsv(file)) {
     if (rows_.size() < 2)
       throw ToolError(file + " has no scenarios: write a heading and at least one row");
     for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) addColumn(rows_[0].fields[c]);
@@ -99,7 +99,7 @@ class Sweep {
         console_(console),
         model_(options.model),
         scenarios_(model_, options.scenarios),
-        format_(model_.database()),
+        format_(model_.database().specials()),
         rows_(console, options.json) {
     for (const std::string& text : options.shown) shown_.push_back(parseEntry(text));
   }

@@ -49,10 +49,6 @@ std::string domainText(const SymbolInfo& symbol) {
   return result;
 }
 
-ValueFormat::ValueFormat(const Database& db) {
-  db.require(c__zdbgetspecialvalues(db.handle(), specials_.data()));
-}
-
 ValueFormat::ValueFormat(const std::array<double, ZDB_SV_COUNT>& specials, SpecialForm form)
     : specials_(specials), form_(form) {}
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "database.h"
+#include "symbol.h"
 
 namespace zdb::tool {
 
@@ -21,9 +21,9 @@ enum class SpecialForm { Names, Numbers, Empty };
 /// Converts values to texts and back.
 class ValueFormat {
  public:
-  explicit ValueFormat(const Database& db);
   /// For data in which these stand for the special values.
-  ValueFormat(const std::array<double, ZDB_SV_COUNT>& specials, SpecialForm form);
+  explicit ValueFormat(const std::array<double, ZDB_SV_COUNT>& specials,
+                       SpecialForm form = SpecialForm::Names);
 
   /// Shortest text that reads back as the same double; for a special value its name: Undef, NA,
   /// +Inf, -Inf, and Eps for an explicit zero, or what else its form is. Valid until the next call.
