@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "exitcode.h"
+#include "output.h"
 #include "terminal.h"
 
 namespace zdb::tool {
@@ -14,19 +15,17 @@ namespace zdb::tool {
 ///
 /// The first console takes standard output for itself: whatever else the process prints there, such
 /// as a library that reports a lack of memory, goes to standard error and not into a table.
-class Console {
+class Console : public Output {
  public:
   Console();
-  ~Console();
-  Console(const Console&) = delete;
-  Console& operator=(const Console&) = delete;
+  ~Console() override;
 
   const Terminal& terminal() const { return terminal_; }
   void decideTerminal(When color);
 
   /// Adds to standard output. Throws OutputError if the output cannot be written, ClosedPipeError
   /// if nobody reads it any more.
-  void write(std::string_view text);
+  void write(std::string_view text) override;
   /// Writes out everything that is buffered. Throws as write().
   void flush();
   /// Prints a line on standard error, after the output so far. Does not throw ToolError.

@@ -33,7 +33,7 @@ void CsvWriter::field(std::string_view text) {
 
 void CsvWriter::endRow() {
   row_ += '\n';
-  console_.write(row_);
+  output_.write(row_);
   row_.clear();
   rowIsEmpty_ = true;
 }

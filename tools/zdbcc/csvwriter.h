@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "console.h"
+#include "output.h"
 
 namespace zdb::tool {
 
@@ -11,13 +11,13 @@ namespace zdb::tool {
 /// a line break, begins or ends with a blank, or begins with '#', which would make it a comment.
 class CsvWriter {
  public:
-  explicit CsvWriter(Console& console) : console_(console) {}
+  explicit CsvWriter(Output& output) : output_(output) {}
 
   void field(std::string_view text);
   void endRow();
 
  private:
-  Console& console_;
+  Output& output_;
   std::string row_;
   bool rowIsEmpty_ = true;
 };

@@ -71,6 +71,7 @@ FileSymbol ExchangeFile::describe(const SymbolEntry& entry, int number) const {
   symbol.type = typeOf(entry.type);
   symbol.dim = entry.dim;
   symbol.text = entry.text;
+  symbol.userInfo = entry.userInfo;
   symbol.recordCount = entry.recordCount;
   symbol.size = entry.dataSize;
   if (symbol.isAlias()) {

@@ -15,7 +15,8 @@ namespace zdb::tool {
 
 /// A symbol of an exchange file, from the file's directory.
 struct FileSymbol : SymbolInfo {
-  int number = 0;  ///< in the file, from 1; 0 for the set of all labels
+  int number = 0;    ///< in the file, from 1; 0 for the set of all labels
+  int userInfo = 0;  ///< subtype of a variable or equation, else the producer's
   std::uint32_t recordCount = 0;
   std::uint64_t size = 0;  ///< bytes that its records take in the file
 };

@@ -14,7 +14,7 @@ class ToolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Standard output cannot be written: no verb goes on after that.
+/// What a verb writes cannot be written: none goes on after that.
 class OutputError : public ToolError {
  public:
   using ToolError::ToolError;

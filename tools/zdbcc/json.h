@@ -5,15 +5,15 @@
 #include <type_traits>
 #include <vector>
 
-#include "console.h"
+#include "output.h"
 
 namespace zdb::tool {
 
-/// Writes one JSON value to standard output, as it is built: memory does not grow with it. Whatever
+/// Writes one JSON value as it is built: memory does not grow with it. Whatever
 /// bytes texts hold, the result is valid: what is not UTF-8 becomes U+FFFD.
 class JsonWriter {
  public:
-  explicit JsonWriter(Console& console) : console_(console) {}
+  explicit JsonWriter(Output& output) : output_(output) {}
 
   enum class Layout { Lines, OneLine };
 
@@ -58,7 +58,7 @@ class JsonWriter {
   void separate();
   void newLine();
 
-  Console& console_;
+  Output& output_;
   std::vector<Container> open_;
   bool hasKey_ = false;
 };

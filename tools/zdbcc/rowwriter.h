@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "console.h"
 #include "csvwriter.h"
 #include "json.h"
 #include "values.h"

@@ -1,0 +1,149 @@
+// zdbcc export: symbols of an exchange file as files that other programs read.
+#include <algorithm>
+
+#include "exporter.h"
+#include "progress.h"
+#include "recordtext.h"
+#include "verbs.h"
+
+namespace zdb::tool {
+
+namespace {
+
+struct ExportOptions {
+  std::string file;
+  std::vector<std::string> symbols;
+  std::string target;
+  TextForm format = TextForm::Csv;
+  bool force = false;
+};
+
+/// A symbol alone, to standard output.
+class OutputExporter : public Exporter {
+ public:
+  OutputExporter(const ExportJob& job, TextForm form, Output& output)
+      : text_(recordText(form, job.file, job.symbols.front(), output)) {}
+  void begin(const FileSymbol& /*symbol*/) override { text_->heading(); }
+  void record(const FileRecords& record) override { text_->record(record); }
+  void end() override {}
+
+ private:
+  std::unique_ptr<RecordText> text_;
+};
+
+/// The symbols in the order of the file; an alias that is named is its set, unless it goes with
+/// this.
+std::vector<FileSymbol> chosenSymbols(const ExchangeFile& file, const ExportOptions& options) {
+  if (options.symbols.empty()) return file.symbols();
+  std::vector<bool> isChosen(file.symbols().size());
+  std::vector<FileSymbol> chosen;
+  for (const std::string& name : options.symbols) {
+    const FileSymbol symbol = file.symbol(name);
+    if (symbol.isUniverse()) chosen = {symbol};
+    if (!symbol.isUniverse()) isChosen[static_cast<std::size_t>(symbol.number) - 1] = true;
+  }
+  for (const FileSymbol& symbol : file.symbols()) {
+    if (isChosen[static_cast<std::size_t>(symbol.number) - 1]) chosen.push_back(symbol);
+  }
+  return chosen;
+}
+
+/// Domains that become mere names, as their sets stay.
+void noteLostDomains(const std::vector<FileSymbol>& symbols, Console& console) {
+  for (const FileSymbol& symbol : symbols) {
+    for (const Domain& domain : symbol.domains) {
+      const bool isThere = std::any_of(symbols.begin(), symbols.end(), [&](const auto& other) {
+        return other.name == domain.name;
+      });
+      if (domain.relaxed || domain.name == "*" || isThere) continue;
+      console.note(symbol.name + ": its domain " + domain.name +
+                   " is not exported and becomes a mere name");
+    }
+  }
+}
+
+std::unique_ptr<Exporter> makeExporter(const ExportJob& job, const ExportOptions& options,
+                                       Console& console) {
+  if (options.target == "-") {
+    if (job.symbols.size() != 1 || job.symbols.front().isAlias()) {
+      throw WrongUseError("--to - takes one SYMBOL");
+    }
+    return std::make_unique<OutputExporter>(job, options.format, console);
+  }
+  if (job.symbols.size() != 1 || !job.symbols.front().isUniverse()) {
+    return options.format == TextForm::Csv ? csvFolderExporter(job) : jsonLinesFolderExporter(job);
+  }
+  throw WrongUseError("all labels go to standard output only: --to -");
+}
+
+void runExport(const ExportOptions& options, Console& console) {
+  constexpr std::uint64_t kSeldom = 4096;
+  ExchangeFile file(options.file);
+  const ExportJob job{file, chosenSymbols(file, options), options.target, options.force};
+  const std::unique_ptr<Exporter> exporter = makeExporter(job, options, console);
+  if (options.target != "-" && options.format == TextForm::Csv) {
+    noteLostDomains(job.symbols, console);
+  }
+  std::uint64_t total = 0;
+  for (const FileSymbol& symbol : job.symbols) total += symbol.recordCount;
+  Progress progress(console, "records");
+  std::uint64_t done = 0;
+  for (const FileSymbol& symbol : job.symbols) {
+    exporter->begin(symbol);
+    if (!symbol.isAlias()) {
+      FileRecords records(file, symbol);
+      while (records.next()) {
+        exporter->record(records);
+        if (++done % kSeldom == 0 && options.target != "-") progress.update(done, total);
+      }
+    }
+    exporter->end();
+  }
+  exporter->finish();
+}
+
+}  // namespace
+
+Verb exportVerb() {
+  return {
+      .name = "export",
+      .summary = "Writes symbols as CSV files or JSON lines",
+      .details = R"(A folder gets a file for each symbol, such as `flights.csv`, with the columns
+that `zdbcc dump` writes. Memory does not grow with the records.
+
+As CSV, it also gets `_labels.csv`, the labels in their order, and `import.specs`, the SPECs from
+which `zdbcc import` makes the same exchange file again: types, texts, domains and aliases. That one
+is written last: a folder without it is not complete.
+
+As JSON lines, each record is an object on a line, for other programs; special values are texts, as
+`"NA"`.)",
+      .operands = {{.name = "FILE",
+                    .kind = Kind::ExchangeFile,
+                    .text = "Exchange file to read",
+                    .target = into(&ExportOptions::file)},
+                   {.name = "SYMBOL",
+                    .kind = Kind::Symbol,
+                    .text = "Symbols to write; without them, all. For an alias, its set",
+                    .target = into(&ExportOptions::symbols),
+                    .isOptional = true}},
+      .options = {{.name = "to",
+                   .value = "FOLDER",
+                   .kind = Kind::Folder,
+                   .text = "Where to write; `-` writes one symbol to standard output",
+                   .target = into(&ExportOptions::target),
+                   .isRequired = true},
+                  {.name = "format",
+                   .value = "FORMAT",
+                   .kind = Kind::Choice,
+                   .text = "What to write",
+                   .target = into(&ExportOptions::format, {"csv", "jsonl"})},
+                  {.name = "force",
+                   .text = "Write over files that the folder has",
+                   .target = into(&ExportOptions::force)}},
+      .examples = {{"zdbcc export flights.zxf --to tables", "All symbols, to import again"},
+                   {"zdbcc export flights.zxf city --to - --format jsonl | jq .label",
+                    "One symbol, for other programs"}},
+      .action = runs(runExport)};
+}
+
+}  // namespace zdb::tool

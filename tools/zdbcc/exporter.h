@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "exchangefile.h"
+
+namespace zdb::tool {
+
+/// A form in which symbols leave an exchange file.
+class Exporter {
+ public:
+  Exporter() = default;
+  virtual ~Exporter() = default;
+  Exporter(const Exporter&) = delete;
+  Exporter& operator=(const Exporter&) = delete;
+
+  /// For each symbol, aliases included, in the order of the file: begin(), record() for each of its
+  /// records in key order, and end().
+  virtual void begin(const FileSymbol& symbol) = 0;
+  virtual void record(const FileRecords& record) = 0;
+  virtual void end() = 0;
+  /// After all of them. Until then, nobody may take for complete what has been written.
+  virtual void finish() {}
+};
+
+/// What is to be exported, and where to.
+struct ExportJob {
+  ExchangeFile& file;
+  std::vector<FileSymbol> symbols;
+  std::string target;
+  bool isForced = false;  ///< may write over what is there
+};
+
+/// A folder with a CSV file for each symbol and a file of specs, from which `import` makes the same
+/// exchange file again; or JSON lines instead, without specs.
+std::unique_ptr<Exporter> csvFolderExporter(const ExportJob& job);
+std::unique_ptr<Exporter> jsonLinesFolderExporter(const ExportJob& job);
+
+}  // namespace zdb::tool

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+namespace zdb::tool {
+
+/// Where text goes.
+class Output {
+ public:
+  Output() = default;
+  virtual ~Output() = default;
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  /// Throws OutputError if that fails, perhaps with an earlier part.
+  virtual void write(std::string_view text) = 0;
+};
+
+/// A new file, or an existing one that is written over.
+class FileOutput : public Output {
+ public:
+  explicit FileOutput(const std::string& name);
+  ~FileOutput() override;
+
+  void write(std::string_view text) override;
+  /// All is written when this returns. Throws as write().
+  void close();
+
+ private:
+  [[noreturn]] void fail() const;
+
+  std::string name_;
+  std::FILE* file_;
+};
+
+}  // namespace zdb::tool
