@@ -60,6 +60,18 @@ void check(bool good, const char* what) {
   if (!good) fail(Errc::DamagedRecords, what);
 }
 
+/// Whether the work met no damage among the records; other failures are passed on.
+template <typename Work>
+bool unlessDamaged(Work work) {
+  try {
+    work();
+  } catch (const ZxfError& failure) {
+    if (failure.code() != Errc::DamagedRecords) throw;
+    return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 BlockHeader readHeaderAt(const InputFile& file, const BlockPlace& place) {
@@ -92,20 +104,15 @@ BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& p
 }
 
 // Says where the damage is.
-template <typename Work>
-auto Reader::saying(const BlockPlace& place, Work work) {
+BlockHeader Reader::readPlacedBlock() {
   try {
-    return work();
+    return readBlockAt(file_->input, next_, payload_);
   } catch (const ZxfError& failure) {
     if (failure.code() != Errc::DamagedRecords) throw;
     fail(Errc::DamagedRecords,
          printed("%s, block at byte %llu, symbol %s", failure.what(),
-                 static_cast<unsigned long long>(place.offset), place.symbol->name.c_str()));
+                 static_cast<unsigned long long>(next_.offset), next_.symbol->name.c_str()));
   }
-}
-
-BlockHeader Reader::readPlacedBlock() {
-  return saying(next_, [&] { return readBlockAt(file_->input, next_, payload_); });
 }
 
 void Reader::readBlock(const SpecialValues& delivered) {
@@ -134,11 +141,14 @@ void Reader::joinToPrevious(std::span<const int> previous) {
   block_.changed[0] = static_cast<std::uint8_t>(was - previous.begin() + 1);
 }
 
+// Up to one whose header is damaged.
 void Reader::findBlocks() {
   BlockPlace place{next_.symbol, next_.number, next_.symbol->dataOffset, 0};
   while (place.firstRecord < place.symbol->recordCount) {
-    const BlockHeader header = saying(place, [&] { return readHeaderAt(file_->input, place); });
     landmarks_.push_back({place.offset, place.firstRecord});
+    BlockHeader header;
+    const bool isSound = unlessDamaged([&] { header = readHeaderAt(file_->input, place); });
+    if (!isSound) return;
     place.firstRecord += header.recordCount;
     place.offset += kBlockHeaderSize + header.payloadSize;
   }
@@ -157,10 +167,12 @@ void Reader::jumpTo(std::size_t n, const SpecialValues& delivered) {
   there.firstKey.assign(block_.rows.begin(), block_.rows.begin() + rowSize_);
 }
 
+// False for a damaged block: the way to the labels is then the one from before, on which its damage
+// shows if it is in the way.
 bool Reader::isBefore(std::size_t block, std::span<const int> leading,
                       const SpecialValues& delivered) {
   const std::vector<int>& key = landmarks_[block].firstKey;
-  if (key.empty()) jumpTo(block, delivered);
+  if (key.empty() && !unlessDamaged([&] { jumpTo(block, delivered); })) return false;
   return std::lexicographical_compare(key.begin(), key.begin() + std::ssize(leading),
                                       leading.begin(), leading.end());
 }

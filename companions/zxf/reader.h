@@ -56,10 +56,11 @@ class Reader {
   int dim() const { return next_.symbol->dim; }
   void stop();
 
-  /// Goes to the first record whose leading labels are not below these, forwards or backwards.
-  /// Reads about log2 of the symbol's blocks, and one if it has been near before; blocks that are
-  /// passed over are not checked. The first call reads the header of each block, 24 bytes. Fails as
-  /// ready() does. REQUIRES: started(); at most dim() labels.
+  /// Goes to the first record whose leading labels are not below these, forwards or backwards; if
+  /// there is a damaged block among those it looks at, perhaps to one before. Reads about log2 of
+  /// the symbol's blocks, and one if it has been near before; blocks that are passed over are not
+  /// checked. The first call reads the header of each block, 24 bytes. Fails as ready() does.
+  /// REQUIRES: started(); at most dim() labels.
   void seek(std::span<const int> leading, const SpecialValues& delivered);
 
   /// Makes sure that a record is at hand: false behind the last one. Fails with DamagedRecords,
@@ -88,8 +89,6 @@ class Reader {
   bool nextBlock(const SpecialValues& delivered);
   void readBlock(const SpecialValues& delivered);
   BlockHeader readPlacedBlock();
-  template <typename Work>
-  auto saying(const BlockPlace& place, Work work);
   void giveUp();
   void findBlocks();
   /// Makes block number n of the symbol, from 0, the one at hand.

@@ -17,7 +17,8 @@ extern "C" __attribute__((visibility("default"))) int sqlite3_zdbccsqlite_init(
     return SQLITE_ERROR;
   }
   try {
-    return zdb::sqlite::addSymbolTables(db);
+    const int code = zdb::sqlite::addSymbolTables(db);
+    return code == SQLITE_OK ? zdb::sqlite::addAttachFunction(db) : code;
   } catch (const std::bad_alloc&) {
     return SQLITE_NOMEM;
   }

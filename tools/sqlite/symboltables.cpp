@@ -449,7 +449,10 @@ int addSymbolTables(sqlite3* db) {
   const int code = sqlite3_create_module_v2(db, "zdbcc", &module(), new OpenFiles, [](void* files) {
     delete static_cast<OpenFiles*>(files);
   });
-  if (code != SQLITE_OK) return code;
+  return code;
+}
+
+int addAttachFunction(sqlite3* db) {
   constexpr int kFlags = SQLITE_UTF8 | SQLITE_DIRECTONLY;
   for (const int count : {1, 2}) {
     const int result = sqlite3_create_function_v2(db, "zdbcc_attach", count, kFlags, nullptr,

@@ -16,15 +16,16 @@ struct sqlite3;
 
 namespace zdb::sqlite {
 
-/// Adds the module `zdbcc`, and the function zdbcc_attach(FILE [, SCHEMA]), which makes a table of
-/// each symbol of a file, by default in `temp`, and one of all labels, `_labels`; it gives the
-/// number of symbols. Neither is for views,
-/// triggers and other parts of a schema that a stranger may have written: they open files.
-/// Returns a code of SQLite.
+/// Adds the module `zdbcc`. Its tables are not for views, triggers and other parts of a schema that
+/// a stranger may have written: they open files. Returns a code of SQLite.
 int addSymbolTables(sqlite3* db);
 
-/// What zdbcc_attach() does, with an argument for special values. If it
-/// throws ToolError, none has been made.
+/// Adds the function zdbcc_attach(FILE [, SCHEMA]), which makes a table of each symbol of a file,
+/// by default in `temp`, and one of all labels, `_labels`; it gives the number of symbols.
+int addAttachFunction(sqlite3* db);
+
+/// What zdbcc_attach() does, with an argument for special values. If it throws ToolError, no table
+/// has been made.
 int attachFile(sqlite3* db, const std::string& file, const std::string& schema,
                const std::string& specials);
 

@@ -67,8 +67,9 @@ class FileRecords {
 
   /// Goes to the next record; the first call to the first. False after the last one.
   bool next();
-  /// Goes before the first record whose leading labels, given by number, are not below these:
-  /// forwards or backwards, past blocks that are neither read nor checked.
+  /// Goes before the first record whose leading labels, given by number, are not below these,
+  /// forwards or backwards, past blocks that are neither read nor checked; near a damaged one,
+  /// perhaps before an earlier one.
   void seek(std::span<const int> leading);
   /// Label numbers of the record; valid until next().
   const int* keys() const { return keys_.data(); }
