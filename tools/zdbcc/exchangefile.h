@@ -19,6 +19,12 @@ struct FileSymbol : SymbolInfo {
   int userInfo = 0;  ///< subtype of a variable or equation, else the producer's
   std::uint32_t recordCount = 0;
   std::uint64_t size = 0;  ///< bytes that its records take in the file
+
+  /// Of a variable or equation, as in zdbcclib.h: in a file, those of equations count from 53.
+  int subtype() const {
+    constexpr int kEquationInFile = 53;
+    return userInfo - (type == ZDB_EQUATION ? kEquationInFile : 0);
+  }
 };
 
 /// An exchange file, read straight through its companion: opening reads the directory (labels,
