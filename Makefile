@@ -23,12 +23,12 @@ soak: all ## try every fault of file work and kill writers at random, for some m
 	@build/bin/zxf_faults --soak
 
 SECONDS = 60
-fuzz: ## search for inputs that break something, SECONDS for each of four fuzzers
+fuzz: ## search for inputs that break something, SECONDS for each of five fuzzers
 	@script/packages.sh build fuzz
 	@$(CONFIGURE) --preset fuzz >/dev/null
 	@cmake --build --preset fuzz
 	@script/fuzz.sh build-fuzz $(SECONDS) zxf_read:fuzz/zxf/corpus_read \
-	  zxf_calls:fuzz/zxf/corpus_calls modelfile:fuzz/modelfile/corpus storages:fuzz/storages/corpus
+	  zxf_calls:fuzz/zxf/corpus_calls modelfile:fuzz/modelfile/corpus storages:fuzz/storages/corpus csv:fuzz/csv/corpus
 
 bench: ## measure the library and its peers
 	@script/packages.sh build bench

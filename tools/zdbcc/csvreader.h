@@ -11,9 +11,8 @@ struct CsvRow {
   std::vector<std::string> fields;
 };
 
-/// Reads all rows of a CSV file (separated by commas, quoted where needed) except blank ones;
-/// "-" is standard input.
-/// Throws ToolError for a file that cannot be read or is not CSV.
-std::vector<CsvRow> readCsv(const std::string& name);
+/// Reads all rows of a CSV file with commas into memory, without blanks around fields. Throws
+/// ToolError for a file that cannot be read or is not CSV.
+std::vector<CsvRow> readCsv(const std::string& file);
 
 }  // namespace zdb::tool

@@ -98,12 +98,11 @@ bool CsvScanner::next() {
       nextLine_ = line_;
     }
     if (fields_.empty()) return false;
+    finishFields();
     const bool isBlank =
         fields_.size() == 1 && fields_.front().text.empty() && !fields_.front().isQuoted;
-    if (!isBlank) break;
+    if (!isBlank) return true;
   }
-  finishFields();
-  return true;
 }
 
 void CsvScanner::skipLine() {

@@ -16,7 +16,7 @@ namespace zdb::tool {
 /// A symbol of an exchange file, from the file's directory.
 struct FileSymbol : SymbolInfo {
   int number = 0;    ///< in the file, from 1; 0 for the set of all labels
-  int userInfo = 0;  ///< subtype of a variable or equation, else the producer's
+  int userInfo = 0;  ///< as the file has it
   std::uint32_t recordCount = 0;
   std::uint64_t size = 0;  ///< bytes that its records take in the file
 

@@ -26,8 +26,8 @@ class SpecWriter {
 
   std::string operator()(const FileSymbol& symbol, const std::string& file) const {
     std::string spec = typeName(symbol.type);
-    if (symbol.userInfo != 0 && !symbol.isAlias()) {
-      spec.append("(").append(std::to_string(symbol.userInfo)).append(")");
+    if (symbol.subtype() != 0 && !symbol.isAlias()) {
+      spec.append("(").append(std::to_string(symbol.subtype())).append(")");
     }
     spec.append(" ").append(symbol.name);
     if (!symbol.text.empty()) spec.append(" ").append(specText(symbol.text));
@@ -64,9 +64,9 @@ class FolderExporter : public Exporter {
     std::error_code failed;
     fs::create_directories(folder_, failed);
     if (failed) throw ToolError("cannot make the folder " + job.target + ": " + failed.message());
-    // A folder without it is not complete.
-    fs::remove(folder_ / kSpecFile, failed);
-    if (form_ == TextForm::Csv) writeLabels();
+    if (form_ != TextForm::Csv) return;
+    fs::remove(folder_ / kSpecFile, failed);  // a folder without it is not complete
+    writeLabels();
   }
 
   void begin(const FileSymbol& symbol) override {

@@ -110,19 +110,28 @@ void report(const Importer& importer, const ImportOptions& options, Console& con
   json.end().end();
 }
 
+void writeOutput(const zdbcc::Database& db, const ImportOptions& options) {
+  try {
+    db.write(options.output, options.checksDomains);
+  } catch (const zdbcc::Error& failure) {
+    const std::string& reason = failure.reason();
+    throw ToolError("cannot write " + options.output + ": " +
+                    (reason.empty() ? failure.what() : reason));
+  }
+}
+
 void runImport(const ImportOptions& options, Console& console) {
   const std::vector<ImportSpec> specs = specsOf(options);
   if (specs.empty()) throw ToolError("there is nothing to import");
   checkImportOutput(options, specs);
   Importer importer(rulesOf(options), specs, console);
   importer.run();
-  report(importer, options, console);
   const bool isClean = std::all_of(importer.reports().begin(), importer.reports().end(),
                                    [](const SymbolReport& each) { return each.isClean(); });
-  if (options.strict && !isClean) {
-    throw ToolError("nothing was written, because of --strict");
-  }
-  importer.database().write(options.output, options.checksDomains);
+  const bool isKept = isClean || !options.strict;
+  if (isKept) writeOutput(importer.database(), options);
+  report(importer, options, console);
+  if (!isKept) throw ToolError("nothing was written, because of --strict");
 }
 
 }  // namespace

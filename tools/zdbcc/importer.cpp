@@ -22,7 +22,11 @@ std::uint64_t sizeOf(const std::string& file) {
 }  // namespace
 
 Importer::Importer(const ImportRules& rules, std::vector<ImportSpec> specs, Console& console)
-    : rules_(rules), specs_(std::move(specs)), labels_(db_), progress_(console, "bytes") {
+    : rules_(rules),
+      specs_(std::move(specs)),
+      console_(console),
+      labels_(db_),
+      progress_(console, "bytes") {
   for (const ImportSpec& spec : specs_) {
     if (!spec.isAlias()) totalBytes_ += sizeOf(spec.file);
   }
@@ -53,10 +57,6 @@ void Importer::addAlias(const ImportSpec& spec) {
   if (set.type() != ZDB_SET)
     throw ToolError("alias " + spec.name + ": " + spec.file + " is no set");
   db_.add(spec.name, set.dim(), ZDB_ALIAS, spec.text, {}, number);
-  SymbolReport report;
-  report.name = spec.name;
-  report.type = ZDB_ALIAS;
-  report.file = spec.file;
 }
 
 std::vector<DomainName> Importer::domainsOf(const ImportSpec& spec, bool isWide) {
@@ -76,13 +76,17 @@ void Importer::requireDomain(const DomainName& domain, const std::string& symbol
     if (set.type() == ZDB_SET && set.dim() == 1) return;
     throw ToolError(symbol + ": the domain " + domain.name + " is not a set with one position");
   }
-  if (!domain.grows && isToCome(domain.name)) return;
+  if (!domain.grows && isToCome(domain.name)) {
+    console_.note(symbol + ": the set " + domain.name +
+                  " comes later, so this domain is a mere name; import the set before");
+    return;
+  }
   if (!domain.grows) {
     Guess guess(domain.name);
     for (const ImportSpec& spec : specs_) guess.consider(spec.name);
-    throw ToolError(symbol + ": there is no set " + domain.name + guess.text() +
-                    " Import one before, write (" + domain.name +
-                    "+) to make one of the labels, or ('" + domain.name + "') for a name only");
+    throw ToolError(symbol + ": there is no set " + domain.name +
+                    " to be a domain: import one before, or write (" + domain.name +
+                    "+) to make one of the labels" + guess.text());
   }
   db_.addSet(domain.name);
   SymbolReport report;
@@ -127,7 +131,7 @@ Members* Importer::membersOf(const DomainName& domain) {
 
 bool Importer::isToCome(const std::string& name) const {
   return std::any_of(
-      specs_.begin() + static_cast<std::ptrdiff_t>(current_), specs_.end(),
+      specs_.begin() + static_cast<std::ptrdiff_t>(current_) + 1, specs_.end(),
       [&](const ImportSpec& spec) { return zdb::contract::isSameText(spec.name, name); });
 }
 
@@ -138,7 +142,8 @@ bool Importer::isKnown(const std::string& name) const {
 
 /// The elements that sets got as domains.
 void Importer::addGrown() {
-  for (const auto& [name, members] : members_) {
+  for (const auto& entry : members_) {
+    const Members* members = entry.second.get();
     if (members->added.empty()) continue;
     const std::span<const std::int32_t> labels(members->added);
     const zdbx_result result = db_.symbol(members->name()).put(std::span(&labels, 1), {});

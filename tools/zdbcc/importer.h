@@ -52,6 +52,7 @@ class Importer {
 
   ImportRules rules_;
   std::vector<ImportSpec> specs_;
+  Console& console_;
   std::size_t current_ = 0;  ///< spec
   zdbcc::Database db_;
   LabelIntake labels_;

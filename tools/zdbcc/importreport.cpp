@@ -25,7 +25,7 @@ std::string summary(const SymbolReport& report) {
         ": " + std::string(typeName(report.type)) + " with " + counted(report.records, "record");
   }
   if (report.file.empty()) return text + " from domains that grow";
-  return text + " from " + counted(report.rows, "row") + " of " + report.file;
+  return text + " from " + counted(report.rows, "row") + " of " + report.file + report.typeReason;
 }
 
 void printFolds(const std::string& name, const char* what, const Folds& folds, Console& console) {

@@ -49,6 +49,7 @@ struct SymbolReport {
   int type = 0;
   int dim = 0;
   std::string file;
+  std::string typeReason;  ///< if the type follows from the data and was not expected
   std::uint64_t rows = 0;
   std::uint64_t records = 0;
   std::uint64_t emptyFields = 0;

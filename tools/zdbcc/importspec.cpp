@@ -285,7 +285,9 @@ bool takeSpec(std::istream& in, std::string& text, std::size_t& line) {
     if (!isFirst) text += '\n';
     text += next;
     quotes += static_cast<std::size_t>(std::count(next.begin(), next.end(), '"'));
-    if (quotes % 2 == 0) return true;
+    if (quotes % 2 != 0) continue;
+    if (text.ends_with('\r')) text.pop_back();
+    return true;
   }
   return !text.empty();
 }

@@ -176,7 +176,7 @@ zdbx_result RecordIntake::put(const zdbx_columns& columns, int mode, int onFailu
     return symbol_.put(columns, mode, onFailure);
   } catch (const zdbcc::BulkError& failure) {
     if (failure.result().row < 0) throw;
-    throw ToolError("a second record " + described(static_cast<std::size_t>(failure.result().row)));
+    throw ToolError("a duplicate: " + described(static_cast<std::size_t>(failure.result().row)));
   }
 }
 
@@ -185,7 +185,8 @@ std::string RecordIntake::described(std::size_t row) const {
   for (std::size_t i = 0; i < dim_; ++i) {
     key += (i == 0 ? "" : ",") + symbolLabel(keys_[row * dim_ + i]);
   }
-  return '(' + key + ") at " + report_.file + ':' + std::to_string(lines_[row]);
+  return (dim_ == 0 ? "the value at " : '(' + key + ") at ") + report_.file + ':' +
+         std::to_string(lines_[row]);
 }
 
 std::string RecordIntake::symbolLabel(std::int32_t number) const {

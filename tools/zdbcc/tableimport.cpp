@@ -1,6 +1,7 @@
 #include "tableimport.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "contract/names.h"
 #include "guess.h"
@@ -154,7 +155,10 @@ int TableImport::decideType() {
     if (csv_.size() <= column || csv_.field(column).empty()) continue;
     double value = 0;
     const char* problem = numbers_.read(csv_.field(column), value);
-    if (problem == NumberReader::kNotANumber) type = ZDB_SET;
+    if (problem != NumberReader::kNotANumber) break;
+    type = ZDB_SET;
+    report_.typeReason = ", with texts, as \"" + std::string(csv_.field(column).substr(0, 100)) +
+                         "\" is not a number";
     break;
   }
   csv_.rewind();
@@ -172,6 +176,7 @@ void TableImport::addSymbol() {
   if (symbol.valueCount() > 1) defaults_ = defaultsOf(type_, spec.userInfo);
   if (isWide_) labelColumns();
   std::vector<Members*> members;
+  members.reserve(domains.size());
   for (const DomainName& domain : domains) members.push_back(importer_.membersOf(domain));
   records_ = std::make_unique<RecordIntake>(symbol, std::move(members), rules_.onDuplicate,
                                             importer_.labels_, importer_.texts_, report_);
@@ -179,13 +184,11 @@ void TableImport::addSymbol() {
 
 void TableImport::labelColumns() {
   if (!rules_.hasHeading) failFinding("columns need a heading to become labels");
+  std::unordered_set<std::int32_t> labels;
   for (ValueColumn& value : values_) {
     const std::string place = report_.file + ": column " + std::to_string(value.column + 1);
     value.label = importer_.labels_.one(headings_[value.column], place, report_);
-    const auto isSame = [&](const ValueColumn& other) {
-      return &other != &value && other.label == value.label;
-    };
-    if (std::any_of(values_.begin(), values_.end(), isSame)) {
+    if (!labels.insert(value.label).second) {
       throw ToolError(place + ": the heading " + headings_[value.column] +
                       " is the label of another column too");
     }
@@ -279,7 +282,8 @@ std::optional<double> TableImport::number(std::size_t column) {
   if (!text.empty()) {
     const char* problem = numbers_.read(text, value);
     if (problem == nullptr) return value;
-    throw ToolError(where(column) + ": \"" + std::string(text.substr(0, 100)) + "\" " + problem);
+    throw ToolError(where(column) + ": \"" + std::string(text.substr(0, 100)) + "\" " + problem +
+                    (isWide_ ? "; name the columns of values, such as FIRST..LAST" : ""));
   }
   ++report_.emptyFields;
   switch (rules_.onMissing) {
