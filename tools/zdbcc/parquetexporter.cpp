@@ -54,12 +54,18 @@ class ParquetExporter : public Exporter {
     Stream records(db_, source.handle);
     duckDb_.scan("records", records.content());
     const std::string part = fileOf(symbol).string() + ".part";
-    duckDb_.run("COPY (SELECT * " + withNulls(symbol) + "FROM records) TO " +
-                sqlite::quotedText(part) + " (FORMAT parquet, COMPRESSION zstd)");
-    duckDb_.run("DROP VIEW records");
     std::error_code failed;
+    try {
+      duckDb_.run("COPY (SELECT * " + withNulls(symbol) + "FROM records) TO " +
+                  sqlite::quotedText(part) + " (FORMAT parquet, COMPRESSION zstd)");
+      duckDb_.run("DROP VIEW records");
+    } catch (...) {
+      fs::remove(part, failed);
+      throw;
+    }
     fs::rename(part, fileOf(symbol), failed);
-    if (failed) throw OutputError("cannot write " + fileOf(symbol).string());
+    if (!failed) return;
+    throw OutputError("cannot write " + fileOf(symbol).string() + ": " + failed.message());
   }
 
   void record(const FileRecords& /*record*/) override {}

@@ -1,7 +1,10 @@
 // A SQLite database with a table for each symbol.
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 
 #include "columns.h"
@@ -97,9 +100,10 @@ class SqliteExporter : public Exporter {
   }
 
   void finish() override {
-    execute("COMMIT; PRAGMA synchronous=FULL; PRAGMA journal_mode=DELETE;");
+    execute("COMMIT");
     sqlite3_close(db_);
     db_ = nullptr;
+    bringToDisk();
     std::error_code failed;
     fs::rename(part_, job_.target, failed);
     if (failed) throw OutputError("cannot write " + job_.target + ": " + failed.message());
@@ -107,6 +111,14 @@ class SqliteExporter : public Exporter {
   }
 
  private:
+  void bringToDisk() const {
+    const int file = open(part_.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool isDone = file >= 0 && fsync(file) == 0;
+    const int failure = errno;
+    if (file >= 0) close(file);
+    if (!isDone) throw OutputError("cannot write " + job_.target + ": " + std::strerror(failure));
+  }
+
   void discard() {
     sqlite3_finalize(insert_);
     sqlite3_close(db_);
