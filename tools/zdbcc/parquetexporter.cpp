@@ -96,7 +96,8 @@ class ParquetExporter : public Exporter {
     for (const std::string& name : valueColumns(symbol)) {
       const std::string column = sqlite::quotedName(name);
       columns += columns.empty() ? "" : ", ";
-      columns += "CASE WHEN isnan(" + column + ") THEN NULL ELSE " + column + " END AS " + column;
+      columns.append("CASE WHEN isnan(").append(column).append(") THEN NULL ELSE ");
+      columns.append(column).append(" END AS ").append(column);
     }
     return "REPLACE (" + columns + ") ";
   }

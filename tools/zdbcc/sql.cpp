@@ -164,8 +164,10 @@ class Session {
 
   void show(sqlite3_stmt* statement) {
     const int count = sqlite3_column_count(statement);
-    std::vector<std::string> names;
-    for (int i = 0; i < count; ++i) names.emplace_back(sqlite3_column_name(statement, i));
+    std::vector<std::string> names(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+      names[static_cast<std::size_t>(i)] = sqlite3_column_name(statement, i);
+    }
     bool isLeft = step(statement);  // first, so that there is no heading if this fails
     if (options_.table) {
       AlignedRows aligned;
