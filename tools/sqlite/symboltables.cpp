@@ -229,36 +229,19 @@ void estimate(const SymbolTable& table, Positions fixed, sqlite3_index_info& inf
   info.estimatedCost = 1 + rows + seek + kUnpacking * read;
 }
 
-/// Whether the records come as an ORDER BY, GROUP BY or DISTINCT wants them. Their order is that of
-/// the labels' numbers, so it is that of the texts only if all labels of the file are sorted; but
-/// equal texts are together in any case, which is all that GROUP BY and DISTINCT need.
-bool isInOrder(SymbolTable& table, Positions fixed, sqlite3_index_info& info) {
-  constexpr int kFirstWithDistinct = 3038000;
-  constexpr int kGrouped = 1;
-  constexpr int kDistinct = 2;
-  const int needs =
-      sqlite3_libversion_number() < kFirstWithDistinct ? 0 : sqlite3_vtab_distinct(&info);
-  const bool needsGroupsOnly = needs == kGrouped || needs == kDistinct;
-  const int dim = table.symbol.dim;
-  Positions wanted = 0;
-  int next = 0;  // position that has to come next for the records to be sorted
-  bool isSorted = true;
-  bool hasNumbers = false;
+/// Whether the records come in the order that is asked for, which is that of texts: they are in the
+/// order of the labels' numbers. GROUP BY is no exception, though equal labels are together: where
+/// ORDER BY has the same columns, SQLite takes for sorted what it was told is grouped.
+bool isInOrder(SymbolTable& table, Positions fixed, const sqlite3_index_info& info) {
+  int next = 0;  // position that has to come next
   for (int i = 0; i < info.nOrderBy; ++i) {
     const int column = info.aOrderBy[i].iColumn;
-    hasNumbers = hasNumbers || isNumber(table, column);
-    if (isNumber(table, column) || isIn(fixed, column)) continue;
-    while (next < dim && isIn(fixed, next)) ++next;
-    isSorted = isSorted && !hasNumbers && column == next++ && info.aOrderBy[i].desc == 0;
-    wanted |= 1 << column;
+    if (isNumber(table, column)) return false;
+    if (isIn(fixed, column)) continue;
+    while (isIn(fixed, next)) ++next;
+    if (column != next++ || info.aOrderBy[i].desc != 0) return false;
   }
-  if (!needsGroupsOnly) return isSorted && !hasNumbers && table.hasSortedLabels();
-  // Those wanted must come before those not wanted; with all of them, each record is a group.
-  int d = 0;
-  while (d < dim && (isIn(fixed, d) || isIn(wanted, d))) ++d;
-  if (d == dim) return true;
-  while (d < dim && !isIn(wanted, d)) ++d;
-  return d == dim && !hasNumbers;
+  return table.hasSortedLabels();
 }
 
 int planQuery(sqlite3_vtab* base, sqlite3_index_info* info) {
