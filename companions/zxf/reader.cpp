@@ -5,11 +5,11 @@
 namespace zdb::zxfile {
 
 const SymbolEntry& Reader::symbol(int number) const {
-  const std::size_t count = directory_.symbols.size();
+  const std::size_t count = directory().symbols.size();
   if (number < 1 || static_cast<std::size_t>(number) > count) {
     fail(Errc::BadSymbolNumber, printed("%d is not between 1 and %zu", number, count));
   }
-  return directory_.symbols[number - 1];
+  return directory().symbols[number - 1];
 }
 
 int Reader::start(int number, const SpecialValues& delivered) {
@@ -30,6 +30,7 @@ int Reader::start(int number, const SpecialValues& delivered) {
 
 void Reader::stop() {
   next_.symbol = nullptr;
+  landmarks_.clear();
   block_.count = 0;
   at_ = 0;
 }
@@ -39,22 +40,44 @@ bool Reader::nextBlock(const SpecialValues& delivered) {
   try {
     readBlock(delivered);
   } catch (...) {
-    // The damage is reported once; further calls are after the last record.
-    block_.count = 0;
-    at_ = 0;
-    next_.firstRecord = next_.symbol->recordCount;
+    giveUp();
     throw;
   }
   return true;
 }
 
-BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& payload) {
+// The damage is reported once; further calls are after the last record.
+void Reader::giveUp() {
+  landmarks_.clear();
+  block_.count = 0;
+  at_ = 0;
+  next_.firstRecord = next_.symbol->recordCount;
+}
+
+namespace {
+
+void check(bool good, const char* what) {
+  if (!good) fail(Errc::DamagedRecords, what);
+}
+
+/// Whether the work met no damage among the records; other failures are passed on.
+template <typename Work>
+bool unlessDamaged(Work work) {
+  try {
+    work();
+  } catch (const ZxfError& failure) {
+    if (failure.code() != Errc::DamagedRecords) throw;
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+BlockHeader readHeaderAt(const InputFile& file, const BlockPlace& place) {
   const SymbolEntry& symbol = *place.symbol;
   const std::uint64_t left = symbol.dataOffset + symbol.dataSize - place.offset;
   const std::uint32_t recordsLeft = symbol.recordCount - place.firstRecord;
-  const auto check = [&](bool good, const char* what) {
-    if (!good) fail(Errc::DamagedRecords, what);
-  };
   check(left >= kBlockHeaderSize, "room for a header");
   std::array<std::uint8_t, kBlockHeaderSize> bytes;
   file.read(place.offset, bytes);
@@ -68,6 +91,11 @@ BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& p
         "bytes after the last block");
   check(header.symbol == place.number && header.firstRecord == place.firstRecord,
         "symbol or first record");
+  return header;
+}
+
+BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& payload) {
+  const BlockHeader header = readHeaderAt(file, place);
   // Bounded by the rest of the symbol, which is within the file.
   payload.resize(header.payloadSize);
   file.read(place.offset + kBlockHeaderSize, payload);
@@ -78,7 +106,7 @@ BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& p
 // Says where the damage is.
 BlockHeader Reader::readPlacedBlock() {
   try {
-    return readBlockAt(file_, next_, payload_);
+    return readBlockAt(file_->input, next_, payload_);
   } catch (const ZxfError& failure) {
     if (failure.code() != Errc::DamagedRecords) throw;
     fail(Errc::DamagedRecords,
@@ -88,15 +116,16 @@ BlockHeader Reader::readPlacedBlock() {
 }
 
 void Reader::readBlock(const SpecialValues& delivered) {
-  // The last row is about to be overwritten.
+  // The last row is about to be overwritten. After a jump there is none.
   std::array<int, kMaxDim> previous{};
-  if (next_.firstRecord > 0) {
+  const bool continues = next_.firstRecord > 0 && block_.count > 0;
+  if (continues) {
     std::copy_n(block_.rows.end() - rowSize_, rowSize_, previous.begin());
   }
   const BlockHeader header = readPlacedBlock();
-  blocks_.read(payload_, *next_.symbol, header.recordCount, directory_.header.labelCount, delivered,
-               block_);
-  if (next_.firstRecord > 0) joinToPrevious(std::span(previous).first(rowSize_));
+  blocks_.read(payload_, *next_.symbol, header.recordCount, directory().header.labelCount,
+               delivered, block_);
+  if (continues) joinToPrevious(std::span(previous).first(rowSize_));
   at_ = 0;
   next_.firstRecord += header.recordCount;
   next_.offset += kBlockHeaderSize + header.payloadSize;
@@ -110,6 +139,75 @@ void Reader::joinToPrevious(std::span<const int> previous) {
     fail(Errc::DamagedRecords, printed("order of blocks of symbol %s", next_.symbol->name.c_str()));
   }
   block_.changed[0] = static_cast<std::uint8_t>(was - previous.begin() + 1);
+}
+
+// Up to one whose header is damaged.
+void Reader::findBlocks() {
+  BlockPlace place{next_.symbol, next_.number, next_.symbol->dataOffset, 0};
+  while (place.firstRecord < place.symbol->recordCount) {
+    landmarks_.push_back({place.offset, place.firstRecord});
+    BlockHeader header;
+    const bool isSound = unlessDamaged([&] { header = readHeaderAt(file_->input, place); });
+    if (!isSound) return;
+    place.firstRecord += header.recordCount;
+    place.offset += kBlockHeaderSize + header.payloadSize;
+  }
+}
+
+void Reader::jumpTo(std::size_t n, const SpecialValues& delivered) {
+  Landmark& there = landmarks_[n];
+  const bool isAtHand = block_.count > 0 && next_.firstRecord - block_.count == there.firstRecord;
+  if (!isAtHand) {
+    next_.offset = there.offset;
+    next_.firstRecord = there.firstRecord;
+    block_.count = 0;
+    readBlock(delivered);
+  }
+  at_ = 0;
+  there.firstKey.assign(block_.rows.begin(), block_.rows.begin() + rowSize_);
+}
+
+// False for a damaged block: the way to the labels is then the one from before, on which its damage
+// shows if it is in the way.
+bool Reader::isBefore(std::size_t block, std::span<const int> leading,
+                      const SpecialValues& delivered) {
+  const std::vector<int>& key = landmarks_[block].firstKey;
+  if (key.empty() && !unlessDamaged([&] { jumpTo(block, delivered); })) return false;
+  return std::lexicographical_compare(key.begin(), key.begin() + std::ssize(leading),
+                                      leading.begin(), leading.end());
+}
+
+void Reader::seek(std::span<const int> leading, const SpecialValues& delivered) {
+  if (rowSize_ == 0 || next_.symbol->recordCount == 0) return;
+  try {
+    if (landmarks_.empty()) findBlocks();
+    // The block that begins last before the labels is the first one that can have them.
+    std::size_t first = 0;
+    for (std::size_t end = leading.empty() ? 1 : landmarks_.size(); end - first > 1;) {
+      const std::size_t middle = first + (end - first) / 2;
+      (isBefore(middle, leading, delivered) ? first : end) = middle;
+    }
+    jumpTo(first, delivered);
+  } catch (...) {
+    giveUp();
+    throw;
+  }
+  goTo(leading);
+}
+
+// Within the block at hand; to its end if all records are below.
+void Reader::goTo(std::span<const int> leading) {
+  for (std::uint32_t end = block_.count; at_ < end;) {
+    const std::uint32_t middle = at_ + (end - at_) / 2;
+    const int* row = block_.rows.data() + std::size_t{middle} * rowSize_;
+    const bool isBelow =
+        std::lexicographical_compare(row, row + leading.size(), leading.begin(), leading.end());
+    if (isBelow) {
+      at_ = middle + 1;
+    } else {
+      end = middle;
+    }
+  }
 }
 
 }  // namespace zdb::zxfile

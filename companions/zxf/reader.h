@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 #include "zxf/block.h"
 #include "zxf/directory.h"
@@ -16,19 +17,34 @@ struct BlockPlace {
   std::uint32_t firstRecord = 0;  ///< records of the symbol in the blocks before
 };
 
+/// Reads the header of the block at a place and checks it against the symbol, whose space lies
+/// inside the file; its checksum is left to readBlockAt(). Fails likewise.
+BlockHeader readHeaderAt(const InputFile& file, const BlockPlace& place);
+
 /// Reads header and payload of the block at a place and checks one against the other and against
 /// the symbol, whose space lies inside the file. Fails with DamagedRecords and the part that is
 /// wrong, TruncatedFile or ReadFailed.
 BlockHeader readBlockAt(const InputFile& file, const BlockPlace& place, Bytes& payload);
 
-/// An open file. One symbol can be read at a time, forwards; a block is unpacked as a whole into
-/// plain arrays, so that handing out a record is a few copies without a decision.
+/// A file whose directory has been read. It does not change, so any number of readers share it.
+struct OpenFile {
+  /// Fails as InputFile and readDirectory() do.
+  explicit OpenFile(const char* path) : input(path), directory(readDirectory(input)) {}
+
+  InputFile input;
+  Directory directory;
+};
+
+/// Reads the records of an open file. One symbol can be read at a time; a block is unpacked as a
+/// whole into plain arrays, so that handing out a record is a few copies without a decision.
 class Reader {
  public:
-  /// Fails as InputFile and readDirectory() do.
-  explicit Reader(const char* path) : file_(path), directory_(readDirectory(file_)) {}
+  /// Fails as OpenFile does.
+  explicit Reader(const char* path) : Reader(std::make_shared<const OpenFile>(path)) {}
+  explicit Reader(std::shared_ptr<const OpenFile> file) : file_(std::move(file)) {}
 
-  const Directory& directory() const { return directory_; }
+  const std::shared_ptr<const OpenFile>& file() const { return file_; }
+  const Directory& directory() const { return file_->directory; }
 
   /// Symbol number n of [1, symbols], checked: fails with BadSymbolNumber.
   const SymbolEntry& symbol(int number) const;
@@ -39,6 +55,13 @@ class Reader {
   bool started() const { return next_.symbol != nullptr; }
   int dim() const { return next_.symbol->dim; }
   void stop();
+
+  /// Goes to the first record whose leading labels are not below these, forwards or backwards; if
+  /// there is a damaged block among those it looks at, perhaps to one before. Reads about log2 of
+  /// the symbol's blocks, and one if it has been near before; blocks that are passed over are not
+  /// checked. The first call reads the header of each block, 24 bytes. Fails as ready() does.
+  /// REQUIRES: started(); at most dim() labels.
+  void seek(std::span<const int> leading, const SpecialValues& delivered);
 
   /// Makes sure that a record is at hand: false behind the last one. Fails with DamagedRecords,
   /// TruncatedFile or ReadFailed; after that there are no more records.
@@ -55,17 +78,30 @@ class Reader {
   }
 
  private:
+  /// A block of the symbol, and its first key once that has been seen.
+  struct Landmark {
+    std::uint64_t offset = 0;
+    std::uint32_t firstRecord = 0;
+    std::vector<int> firstKey = {};
+  };
+
   /// Reads the next block of the symbol; false when there is none.
   bool nextBlock(const SpecialValues& delivered);
   void readBlock(const SpecialValues& delivered);
   BlockHeader readPlacedBlock();
+  void giveUp();
+  void findBlocks();
+  /// Makes block number n of the symbol, from 0, the one at hand.
+  void jumpTo(std::size_t n, const SpecialValues& delivered);
+  void goTo(std::span<const int> leading);
+  bool isBefore(std::size_t block, std::span<const int> leading, const SpecialValues& delivered);
   /// Checks that the block's first key comes behind `previous` and says where it differs.
   void joinToPrevious(std::span<const int> previous);
 
-  InputFile file_;
-  Directory directory_;
+  std::shared_ptr<const OpenFile> file_;
   BlockReader blocks_;
-  BlockPlace next_;  ///< without a symbol when none is started
+  BlockPlace next_;                  ///< without a symbol when none is started
+  std::vector<Landmark> landmarks_;  ///< empty before the first seek()
   int rowSize_ = 0;
   int width_ = 1;
   Block block_;

@@ -3,7 +3,10 @@
 from __future__ import annotations
 
 import ctypes
+import os
+import subprocess
 import sys
+import tempfile
 import unittest
 from typing import Any
 
@@ -213,6 +216,39 @@ class DuckDB(unittest.TestCase):
         self.db.clear(symbol)
         with self.assertRaisesRegex(RuntimeError, "records of symbol p were removed"):
             self.duck.read("p", stream)
+
+
+@unittest.skipUnless("ZDBCC" in os.environ, "the tool is not built")
+class ParquetOfTheTool(unittest.TestCase):
+    def export(self, *options: str) -> str:
+        command = [os.environ["ZDBCC"], "export", os.environ["SAMPLE"], *options]
+        result = subprocess.run(command, capture_output=True, text=True, check=False)
+        self.assertEqual(result.returncode, 1 if result.stderr else 0)
+        return result.stderr
+
+    def test_Export_HasRecordsNullsAndInfinities(self) -> None:
+        expected = {
+            "city": [("Bonn", "on the Rhine"), ("Köln", "two\nlines"), ("Ulm, Donau", 'says "hello"')],
+            "distance": [("Bonn", "Köln", "29.5"), ("Bonn", "Ulm, Donau", "0.3333333333333333")],
+            "odd": [
+                *(("undef", None), ("na", None), ("#plus", "inf"), ("minus", "-inf"), ("eps", "0.0"))
+            ],
+            "nothing": [],
+            "limit": [("-1e-07",)],
+            "flow": [("Bonn", "coal", "7.0", "0.0", "0.0", "inf", "1.0")],
+        }
+        duck = Connection()
+        self.addCleanup(duck.close)
+        with tempfile.TemporaryDirectory() as folder:
+            to = ("--to", folder, "--format", "parquet", "--duckdb", DUCKDB._name)
+            self.assertEqual(self.export(*to), "")
+            for symbol, records in expected.items():
+                with self.subTest(symbol):
+                    rows = duck.rows(f"SELECT * FROM read_parquet('{folder}/{symbol}.parquet')")
+                    self.assertEqual(rows, records)
+            self.assertEqual(len(os.listdir(folder)), 9)  # a file a symbol, none of aliases
+            self.assertIn("exists; use --force", self.export(*to))
+            self.assertEqual(self.export(*to, "--force"), "")
 
 
 unittest.main()

@@ -1,5 +1,6 @@
 // Scripts over the command-line programs of this build. They run in a folder of their own; $GOLDEN
-// is a folder with data files and what is to be printed for them, $DIET the data of the demo.
+// is a folder with data files and what is to be printed for them, $DIET the data of the demo,
+// $EXTENSION the library that SQLite can load.
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -45,6 +46,7 @@ struct ShellHost : zdb::script::Host {
 // NOLINTNEXTLINE(bugprone-exception-escape): an exception ends the test, as it should
 int main(int argc, char** argv) {
   setenv("PATH", (PROGRAMS ":" + std::string(getenv("PATH"))).c_str(), 1);
+  setenv("EXTENSION", EXTENSION, 1);
   setenv("GOLDEN", GOLDEN, 1);
   setenv("DIET", DIET_DATA, 1);
   std::filesystem::current_path(folder.path());

@@ -106,7 +106,7 @@ class Terminal(unittest.TestCase):
     def test_ctrl_c_after_a_second_shows_a_bar_and_keeps_whole_rows(self) -> None:
         with tempfile.TemporaryDirectory() as folder:
             Path(folder, "m.mod").write_text("var p_var, = 1; minimize z: p_var;")
-            Path(folder, "s.csv").write_text("name,p\n" + "a,1\n" * 1_000_000)
+            Path(folder, "s.csv").write_text("name,p\n" + "a,1\n" * 3_000_000)
             sweep = ["sweep", f"{folder}/m.mod", "--scenarios", f"{folder}/s.csv"]
             code, output, errors = on_terminal(sweep, until=" left")
         self.assertRegex(errors, r"\[#* *\] +\d+ %, [\d.]+k? scenarios/s, .* left\x1b\[K")

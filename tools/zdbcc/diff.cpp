@@ -169,8 +169,8 @@ class Diff {
       }
     } else if (!a.isAlias() && !b.isAlias()) {
       if (a.dim != b.dim) property("dimension", std::to_string(a.dim), std::to_string(b.dim));
-      if (a.userInfo != b.userInfo) {
-        property("subtype", std::to_string(a.userInfo), std::to_string(b.userInfo));
+      if (a.subtype() != b.subtype()) {
+        property("subtype", std::to_string(a.subtype()), std::to_string(b.subtype()));
       }
       if (!areSameDomains(a, b)) property("domains", domainText(a), domainText(b));
     }

@@ -42,11 +42,12 @@ int typeOf(SymbolType type) {
 }  // namespace
 
 ExchangeFile::ExchangeFile(const std::string& fileName)
-    : name_(fileName), reader_(reading(fileName, [&] { return Reader(fileName.c_str()); })) {
+    : name_(fileName),
+      file_(reading(fileName, [&] { return std::make_shared<const OpenFile>(fileName.c_str()); })) {
   std::error_code unknown;
   size_ = std::filesystem::file_size(fileName, unknown);
   if (unknown) size_ = 0;
-  const std::vector<SymbolEntry>& entries = reader_.directory().symbols;
+  const std::vector<SymbolEntry>& entries = file_->directory.symbols;
   symbols_.reserve(entries.size());
   for (const SymbolEntry& entry : entries) {
     symbols_.push_back(describe(entry, static_cast<int>(symbols_.size()) + 1));
@@ -66,13 +67,13 @@ FileSymbol ExchangeFile::describe(const SymbolEntry& entry, int number) const {
   symbol.domainKind = entry.domainKind;
   if (symbol.isAlias()) {
     const auto set = static_cast<std::size_t>(entry.userInfo);
-    symbol.aliasOf = set == 0 ? "*" : reader_.directory().symbols[set - 1].name;
+    symbol.aliasOf = set == 0 ? "*" : file_->directory.symbols[set - 1].name;
     return symbol;
   }
   symbol.domains.assign(entry.dim, {"*"});
   forEachDomain(entry, [&](int d, std::string_view name) {
-    const std::uint32_t set = reader_.directory().names.find(name);
-    const bool isSet = set != 0 && isDomainSet(reader_.directory().symbols[set - 1]);
+    const std::uint32_t set = file_->directory.names.find(name);
+    const bool isSet = set != 0 && isDomainSet(file_->directory.symbols[set - 1]);
     symbol.domains[static_cast<std::size_t>(d)] = {std::string(name), !isSet && name != "*"};
   });
   return symbol;
@@ -98,12 +99,12 @@ FileSymbol ExchangeFile::symbol(std::string_view name) const {
 }
 
 const FileSymbol* ExchangeFile::findSymbol(std::string_view name) const {
-  const std::uint32_t number = reader_.directory().names.find(name);
+  const std::uint32_t number = file_->directory.names.find(name);
   return number == 0 ? nullptr : &symbols_[number - 1];
 }
 
 int ExchangeFile::findLabel(std::string_view label) const {
-  return static_cast<int>(reader_.directory().labels.find(label));
+  return static_cast<int>(file_->directory.labels.find(label));
 }
 
 int ExchangeFile::requireLabel(std::string_view label) const {
@@ -114,35 +115,40 @@ int ExchangeFile::requireLabel(std::string_view label) const {
   throw ToolError(name_ + " has no label " + std::string(label) + guess.text());
 }
 
-FileRecords::FileRecords(ExchangeFile& file, const FileSymbol& symbol) : file_(file) {
+FileRecords::FileRecords(const ExchangeFile& file, const FileSymbol& symbol)
+    : file_(file), reader_(file.file_) {
   if (symbol.isUniverse()) {
     universe_ = file.labelCount();
   } else {
-    reading(file.name(), [&] { file.reader_.start(symbol.number, neutralSpecials()); });
+    reading(file.name(), [&] { reader_.start(symbol.number, neutralSpecials()); });
   }
 }
 
-FileRecords::~FileRecords() {
-  file_.reader_.stop();
-}
-
 bool FileRecords::next() {
-  const bool isLeft = file_.reader_.started() ? reading(file_.name(), [&] { return take(); })
-                                              : keys_[0]++ < universe_;
+  const bool isLeft =
+      reader_.started() ? reading(file_.name(), [&] { return take(); }) : keys_[0]++ < universe_;
   if (isLeft) ++done_;
   return isLeft;
 }
 
+void FileRecords::seek(std::span<const int> leading) {
+  if (reader_.started()) {
+    reading(file_.name(), [&] { reader_.seek(leading, neutralSpecials()); });
+  } else {
+    keys_[0] = leading.empty() ? 0 : leading[0] - 1;
+  }
+}
+
 bool FileRecords::take() {
-  if (!file_.reader_.ready(neutralSpecials())) return false;
+  if (!reader_.ready(neutralSpecials())) return false;
   int changed = 0;
-  file_.reader_.take(keys_.data(), values_.data(), &changed);
+  reader_.take(keys_.data(), values_.data(), &changed);
   return true;
 }
 
 // A file may hold any number there.
 std::string_view ExchangeFile::elementText(double value) const {
-  const TextList& texts = reader_.directory().texts;
+  const TextList& texts = file_->directory.texts;
   if (!(value >= 1 && value <= texts.size())) return "";
   return texts.at(static_cast<std::uint32_t>(value));
 }

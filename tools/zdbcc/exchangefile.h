@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,6 +20,12 @@ struct FileSymbol : SymbolInfo {
   std::uint32_t recordCount = 0;
   std::uint64_t size = 0;  ///< bytes that its records take in the file
   zdb::zxfile::DomainKind domainKind = zdb::zxfile::DomainKind::None;
+
+  /// Of a variable or equation, as in zdbcclib.h: in a file, those of equations count from 53.
+  int subtype() const {
+    constexpr int kEquationInFile = 53;
+    return userInfo - (type == ZDB_EQUATION ? kEquationInFile : 0);
+  }
 };
 
 /// An exchange file, read straight through its companion: opening reads the directory (labels,
@@ -29,7 +37,7 @@ class ExchangeFile {
 
   const std::string& name() const { return name_; }
   std::uint64_t size() const { return size_; }
-  const std::string& producer() const { return reader_.directory().producer; }
+  const std::string& producer() const { return file_->directory.producer; }
   const std::vector<FileSymbol>& symbols() const { return symbols_; }
 
   /// Finds a symbol without regard to case; for an alias, its set; for "*", all labels. A name that
@@ -50,31 +58,32 @@ class ExchangeFile {
 
   /// The text of an element of a set, by the value of its record; empty if it has none.
   std::string_view elementText(double value) const;
-  int textCount() const { return static_cast<int>(reader_.directory().texts.size()); }
+  int textCount() const { return static_cast<int>(file_->directory.texts.size()); }
 
  private:
   friend class FileRecords;
 
-  const zdb::zxfile::TextList& labels() const { return reader_.directory().labels.list(); }
+  const zdb::zxfile::TextList& labels() const { return file_->directory.labels.list(); }
   FileSymbol describe(const zdb::zxfile::SymbolEntry& entry, int number) const;
 
   std::string name_;
-  zdb::zxfile::Reader reader_;
+  std::shared_ptr<const zdb::zxfile::OpenFile> file_;
   std::uint64_t size_ = 0;
   std::vector<FileSymbol> symbols_;
 };
 
-/// The records of a symbol in the order of their keys (label numbers). One at a time for each file.
-/// The constructor reads the first block; it and next() throw ToolError for a damaged one.
+/// The records of a symbol in the order of their keys (label numbers). The constructor reads
+/// the first block; it and other functions throw ToolError for a damaged one.
 class FileRecords {
  public:
-  FileRecords(ExchangeFile& file, const FileSymbol& symbol);
-  ~FileRecords();
-  FileRecords(const FileRecords&) = delete;
-  FileRecords& operator=(const FileRecords&) = delete;
+  FileRecords(const ExchangeFile& file, const FileSymbol& symbol);
 
   /// Goes to the next record; the first call to the first. False after the last one.
   bool next();
+  /// Goes before the first record whose leading labels, given by number, are not below these,
+  /// forwards or backwards, past blocks that are neither read nor checked; near a damaged one,
+  /// perhaps before an earlier one.
+  void seek(std::span<const int> leading);
   /// Label numbers of the record; valid until next().
   const int* keys() const { return keys_.data(); }
   /// Its values: 1, or 5 for variables and equations. Special values are those of specials().
@@ -91,7 +100,8 @@ class FileRecords {
  private:
   bool take();
 
-  ExchangeFile& file_;
+  const ExchangeFile& file_;
+  zdb::zxfile::Reader reader_;
   std::uint64_t done_ = 0;
   int universe_ = 0;  ///< for the set of all labels: the number of labels, else 0
   std::array<int, ZDB_MAX_DIM> keys_{};

@@ -10,13 +10,24 @@ namespace zdb::tool {
 
 namespace {
 
+enum class ExportForm { Auto, Csv, JsonLines, Sqlite, Parquet };
+
 struct ExportOptions {
   std::string file;
   std::vector<std::string> symbols;
   std::string target;
-  TextForm format = TextForm::Csv;
+  ExportForm format = ExportForm::Auto;
+  std::string duckDb;
   bool force = false;
 };
+
+ExportForm formOf(const ExportOptions& options) {
+  if (options.format != ExportForm::Auto) return options.format;
+  for (const char* ending : {".db", ".sqlite", ".sqlite3"}) {
+    if (options.target.ends_with(ending)) return ExportForm::Sqlite;
+  }
+  return ExportForm::Csv;
+}
 
 /// A symbol alone, to standard output.
 class OutputExporter : public Exporter {
@@ -64,16 +75,23 @@ void noteLostDomains(const std::vector<FileSymbol>& symbols, Console& console) {
 
 std::unique_ptr<Exporter> makeExporter(const ExportJob& job, const ExportOptions& options,
                                        Console& console) {
+  const ExportForm form = formOf(options);
   if (options.target == "-") {
+    if (form == ExportForm::Sqlite || form == ExportForm::Parquet) {
+      throw WrongUseError("only csv and jsonl go to standard output");
+    }
     if (job.symbols.size() != 1 || job.symbols.front().isAlias()) {
       throw WrongUseError("--to - takes one SYMBOL");
     }
-    return std::make_unique<OutputExporter>(job, options.format, console);
+    const TextForm text = form == ExportForm::Csv ? TextForm::Csv : TextForm::JsonLines;
+    return std::make_unique<OutputExporter>(job, text, console);
   }
-  if (job.symbols.size() != 1 || !job.symbols.front().isUniverse()) {
-    return options.format == TextForm::Csv ? csvFolderExporter(job) : jsonLinesFolderExporter(job);
+  if (job.symbols.size() == 1 && job.symbols.front().isUniverse()) {
+    throw WrongUseError("all labels go to standard output only: --to -");
   }
-  throw WrongUseError("all labels go to standard output only: --to -");
+  if (form == ExportForm::Sqlite) return sqliteExporter(job);
+  if (form == ExportForm::Parquet) return parquetFolderExporter(job, options.duckDb);
+  return form == ExportForm::Csv ? csvFolderExporter(job) : jsonLinesFolderExporter(job);
 }
 
 void runExport(const ExportOptions& options, Console& console) {
@@ -81,7 +99,7 @@ void runExport(const ExportOptions& options, Console& console) {
   ExchangeFile file(options.file);
   const ExportJob job{file, chosenSymbols(file, options), options.target, options.force};
   const std::unique_ptr<Exporter> exporter = makeExporter(job, options, console);
-  if (options.target != "-" && options.format == TextForm::Csv) {
+  if (options.target != "-" && formOf(options) == ExportForm::Csv) {
     noteLostDomains(job.symbols, console);
   }
   std::uint64_t total = 0;
@@ -90,7 +108,7 @@ void runExport(const ExportOptions& options, Console& console) {
   std::uint64_t done = 0;
   for (const FileSymbol& symbol : job.symbols) {
     exporter->begin(symbol);
-    if (!symbol.isAlias()) {
+    if (!symbol.isAlias() && exporter->takesRecords()) {
       FileRecords records(file, symbol);
       while (records.next()) {
         exporter->record(records);
@@ -107,7 +125,7 @@ void runExport(const ExportOptions& options, Console& console) {
 Verb exportVerb() {
   return {
       .name = "export",
-      .summary = "Writes symbols as CSV files or JSON lines",
+      .summary = "Writes symbols as CSV files, JSON lines, a SQLite database or Parquet files",
       .details = R"(A folder gets a file for each symbol, such as `flights.csv`, with the columns
 that `zdbcc dump` writes. Memory does not grow with the records.
 
@@ -116,7 +134,14 @@ which `zdbcc import` makes the same exchange file again: types, texts, domains a
 is written last: a folder without it is not complete.
 
 As JSON lines, each record is an object on a line, for other programs; special values are texts, as
-`"NA"`.)",
+`"NA"`.
+
+A SQLite database has a table for each symbol, whose key is all its labels, and a view for each
+alias. `_symbols` describes them, and `_labels` has all labels in their order. Infinities are
+infinities, `Eps` is 0, and `Undef` and `NA` are `NULL`. The database appears when it is complete.
+
+Parquet files are written by DuckDB's library, if there is one, with the same values; aliases have
+none. This takes memory for all records.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange file to read",
@@ -126,23 +151,37 @@ As JSON lines, each record is an object on a line, for other programs; special v
                     .text = "Symbols to write; without them, all. For an alias, its set",
                     .target = into(&ExportOptions::symbols),
                     .isOptional = true}},
-      .options = {{.name = "to",
-                   .value = "FOLDER",
-                   .kind = Kind::Folder,
-                   .text = "Where to write; `-` writes one symbol to standard output",
-                   .target = into(&ExportOptions::target),
-                   .isRequired = true},
-                  {.name = "format",
-                   .value = "FORMAT",
-                   .kind = Kind::Choice,
-                   .text = "What to write",
-                   .target = into(&ExportOptions::format, {"csv", "jsonl"})},
-                  {.name = "force",
-                   .text = "Write over files that the folder has",
-                   .target = into(&ExportOptions::force)}},
+      .options =
+          {{.name = "to",
+            .value = "TARGET",
+            .kind = Kind::Folder,
+            .text = "Folder to write, or SQLite database; `-` writes one symbol to standard output",
+            .target = into(&ExportOptions::target),
+            .isRequired = true},
+           {.name = "format",
+            .value = "FORMAT",
+            .kind = Kind::Choice,
+            .text = "What to write",
+            .details = "`auto` is `sqlite` if the name after `--to` ends in `.db`, "
+                       "`.sqlite` or `.sqlite3`, else `csv`.",
+            .target = into(&ExportOptions::format, {"auto", "csv", "jsonl", "sqlite", "parquet"})},
+           {.name = "duckdb",
+            .value = "LIBRARY",
+            .kind = Kind::File,
+            .text = "DuckDB's library, for Parquet",
+            .details = "Without it, the one that `ZDBCC_DUCKDB` names, or `libduckdb.so` "
+                       "where the system looks for libraries.",
+            .target = into(&ExportOptions::duckDb)},
+           {.name = "force",
+            .text = "Write over files that are there",
+            .target = into(&ExportOptions::force)}},
       .examples = {{"zdbcc export flights.zxf --to tables", "All symbols, to import again"},
                    {"zdbcc export flights.zxf city --to - --format jsonl | jq .label",
-                    "One symbol, for other programs"}},
+                    "One symbol, for other programs"},
+                   {"zdbcc export flights.zxf --to flights.db", "A SQLite database"},
+                   {"zdbcc export flights.zxf --to parquet --format parquet --duckdb "
+                    "./libduckdb.so",
+                    "Parquet, for DuckDB, polars, pandas and others"}},
       .action = runs(runExport)};
 }
 

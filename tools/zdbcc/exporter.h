@@ -20,6 +20,8 @@ class Exporter {
   /// For each symbol, aliases included, in the order of the file: begin(), record() for each of its
   /// records in key order, and end().
   virtual void begin(const FileSymbol& symbol) = 0;
+  /// False if begin() writes a symbol as a whole and needs no record().
+  virtual bool takesRecords() const { return true; }
   virtual void record(const FileRecords& record) = 0;
   virtual void end() = 0;
   /// After all of them. Until then, nobody may take for complete what has been written.
@@ -38,5 +40,10 @@ struct ExportJob {
 /// exchange file again; or JSON lines instead, without specs.
 std::unique_ptr<Exporter> csvFolderExporter(const ExportJob& job);
 std::unique_ptr<Exporter> jsonLinesFolderExporter(const ExportJob& job);
+/// A SQLite database: a table for each symbol, a view for each alias.
+std::unique_ptr<Exporter> sqliteExporter(const ExportJob& job);
+/// A folder with a Parquet file for each symbol that has records, by DuckDB's library (see DuckDb).
+/// Takes memory for all records of a file.
+std::unique_ptr<Exporter> parquetFolderExporter(const ExportJob& job, const std::string& library);
 
 }  // namespace zdb::tool

@@ -19,9 +19,6 @@ namespace fs = std::filesystem;
 /// No symbol has such a name.
 constexpr const char* kLabelFile = "_labels.csv";
 
-/// In a file, the subtypes of equations are counted from here.
-constexpr int kEquationInFile = 53;
-
 /// Writes a symbol as import reads it.
 class SpecWriter {
  public:
@@ -29,9 +26,8 @@ class SpecWriter {
 
   std::string operator()(const FileSymbol& symbol, const std::string& file) const {
     std::string spec = typeName(symbol.type);
-    const int subtype = symbol.userInfo - (symbol.type == ZDB_EQUATION ? kEquationInFile : 0);
-    if (subtype != 0 && !symbol.isAlias()) {
-      spec.append("(").append(std::to_string(subtype)).append(")");
+    if (symbol.subtype() != 0 && !symbol.isAlias()) {
+      spec.append("(").append(std::to_string(symbol.subtype())).append(")");
     }
     spec.append(" ").append(symbol.name);
     if (!symbol.text.empty()) spec.append(" ").append(specText(symbol.text));

@@ -161,7 +161,7 @@ class Merge {
         console_.note(text);
       };
       note("text", first.text, other.text);
-      note("subtype", std::to_string(first.userInfo), std::to_string(other.userInfo));
+      note("subtype", std::to_string(first.subtype()), std::to_string(other.subtype()));
       const std::string otherDomains = domainText(other);
       if (!isSameText(domains, otherDomains)) note("domain", domains, otherDomains);
     }

@@ -11,10 +11,10 @@ namespace {
 constexpr std::chrono::milliseconds kQuietTime(1000);
 constexpr std::chrono::milliseconds kDrawingTime(100);
 
-volatile std::sig_atomic_t isInterrupted = 0;
+volatile std::sig_atomic_t hasInterrupt = 0;
 
 extern "C" void rememberInterrupt(int /*signal*/) {
-  isInterrupted = 1;
+  hasInterrupt = 1;
 }
 
 std::string shortTime(double seconds) {
@@ -56,8 +56,12 @@ Progress::~Progress() {
   std::signal(SIGINT, SIG_DFL);
 }
 
+bool Progress::isInterrupted() {
+  return hasInterrupt != 0;
+}
+
 void Progress::update(std::uint64_t done, std::uint64_t total) {
-  if (isInterrupted != 0) throw InterruptedError();
+  if (isInterrupted()) throw InterruptedError();
   if (!console_.terminal().showsProgress) return;
   const Clock::time_point now = Clock::now();
   if (now < nextDrawing_) return;

@@ -22,6 +22,8 @@ class Progress {
 
   /// Costs some 30 ns when there is nothing to draw. REQUIRES done <= total.
   void update(std::uint64_t done, std::uint64_t total);
+  /// Only asks for Ctrl-C, where nobody knows how far it is.
+  static bool isInterrupted();
 
   /// For work in many small steps: counts one, and now and then updates.
   void step(std::uint64_t total) {

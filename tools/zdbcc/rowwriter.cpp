@@ -50,6 +50,14 @@ void RowWriter::integer(long long value) {
   }
 }
 
+void RowWriter::null() {
+  if (isJson_) {
+    cell().null();
+  } else {
+    csv_.field("");
+  }
+}
+
 void RowWriter::nothing() {
   if (isJson_) {
     ++column_;

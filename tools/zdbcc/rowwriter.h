@@ -33,6 +33,8 @@ class RowWriter {
   void text(std::string_view content);
   void number(double value, ValueFormat& format);
   void integer(long long value);
+  /// A cell whose content is not known; in JSON, it is null.
+  void null();
   /// A cell without a content; in JSON, it is left out.
   void nothing();
   void endRow();

@@ -25,11 +25,18 @@ Slice readSlice(const ExchangeFile& file, const std::string& text) {
   return slice;
 }
 
-SliceRecords::SliceRecords(ExchangeFile& file, const Slice& slice)
+SliceRecords::SliceRecords(const ExchangeFile& file, const Slice& slice)
     : slice_(slice),
       records_(file, slice.symbol),
       dim_(static_cast<std::size_t>(slice.symbol.dim)) {
-  while (fixed_ < dim_ && slice.labels[fixed_] != 0) ++fixed_;
+  restart();
+}
+
+void SliceRecords::restart() {
+  fixed_ = 0;
+  while (fixed_ < dim_ && slice_.labels[fixed_] != 0) ++fixed_;
+  const bool isAtStart = fixed_ == 0 && records_.done() == 0;
+  if (!isAtStart) records_.seek({slice_.labels.data(), fixed_});
 }
 
 bool SliceRecords::next() {

@@ -19,14 +19,16 @@ struct Slice {
 /// there.
 Slice readSlice(const ExchangeFile& file, const std::string& text);
 
-/// The records of a slice, in the order of their keys. Those before the slice are read and passed
-/// over, those after it are not read.
+/// The records of a slice, in the order of their keys. Blocks before the slice and after it are not
+/// read, but for some that lead to it.
 class SliceRecords {
  public:
-  SliceRecords(ExchangeFile& file, const Slice& slice);
+  SliceRecords(const ExchangeFile& file, const Slice& slice);
 
   /// As FileRecords::next().
   bool next();
+  /// Goes before the first record again, by the labels that the slice has now.
+  void restart();
   const FileRecords& record() const { return records_; }
 
  private:
