@@ -99,7 +99,9 @@ void report(const Importer& importer, const ImportOptions& options, Console& con
   constexpr const char* kOnDuplicate[] = {"of which the last counts", "of which the first counts",
                                           "which were added up", ""};
   for (const SymbolReport& each : importer.reports()) {
-    print(each, kOnEmpty[static_cast<int>(options.missing)],
+    const bool hasDefaults = each.type == ZDB_VARIABLE || each.type == ZDB_EQUATION;
+    const bool keepsDefault = hasDefaults && options.missing == OnMissing::Skip;
+    print(each, keepsDefault ? "left at the default" : kOnEmpty[static_cast<int>(options.missing)],
           kOnDuplicate[static_cast<int>(options.duplicates)], console);
   }
   if (!options.json) return;
@@ -182,7 +184,7 @@ counted on standard error, with the first lines.)",
                     .target = into(&ImportOptions::output)},
                    {.name = "SPEC",
                     .kind = Kind::File,
-                    .text = "What to import, see above",
+                    .text = "What to import, as described below",
                     .target = into(&ImportOptions::specs)}},
       .options =
           {{.name = "separator",

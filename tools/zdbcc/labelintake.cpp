@@ -61,8 +61,10 @@ void LabelIntake::flush(std::int32_t* keys, const std::string& file, SymbolRepor
 /// Remembers a label, or reports what is odd about it.
 void LabelIntake::settle(std::string_view given, std::int32_t number, const std::string& file,
                          std::uint64_t line, SymbolReport& report) {
-  char kept[ZDB_TEXT_SIZE];
-  db_.check(c__zdbgetuelbyindex(db_.handle(), number, kept));
+  char bytes[ZDB_MAX_NAME];
+  std::int64_t size = 0;
+  db_.check(zdbx_get_labels(db_.handle(), number, 1, bytes, sizeof bytes, nullptr, &size));
+  const std::string_view kept(bytes, static_cast<std::size_t>(size));
   const std::string_view label = zdb::contract::withoutEndingBlanks(given);
   const auto example = [&] { return '"' + std::string(given) + "\" at " + placeOf(file, line); };
   bool isPlain = given.size() == label.size();

@@ -10,9 +10,9 @@ namespace zdb::tool {
 namespace {
 
 /// So many rows have their labels added in one call.
-constexpr std::size_t kSettledRows = 4096;
+constexpr std::size_t kSettledRows = 256;
 /// So many records are put in one call, or a quarter of what the symbol has.
-constexpr std::size_t kLeastPut = std::size_t{1} << 16;
+constexpr std::size_t kLeastPut = std::size_t{1} << 18;
 constexpr std::size_t kMostPut = std::size_t{1} << 22;
 
 }  // namespace

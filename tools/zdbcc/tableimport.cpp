@@ -173,6 +173,9 @@ void TableImport::addSymbol() {
   report_.type = type_;
   report_.dim = static_cast<int>(domains.size());
   report_.losesDuplicates = type_ != ZDB_SET || !values_.empty();
+  if (symbol.valueCount() > 1 && rules_.onDuplicate == OnDuplicate::Sum) {
+    throw ToolError(spec_.name + ": --duplicates sum is not for variables and equations");
+  }
   if (symbol.valueCount() > 1) defaults_ = defaultsOf(type_, spec.userInfo);
   if (isWide_) labelColumns();
   std::vector<Members*> members;
