@@ -109,7 +109,7 @@ class Terminal(unittest.TestCase):
             Path(folder, "s.csv").write_text("name,p\n" + "a,1\n" * 3_000_000)
             sweep = ["sweep", f"{folder}/m.mod", "--scenarios", f"{folder}/s.csv"]
             code, output, errors = on_terminal(sweep, until=" left")
-        self.assertRegex(errors, r"\[#* *\] +\d+ %, [\d.]+k? scenarios/s, .* left\x1b\[K")
+        self.assertRegex(errors, r"\[#* *\] +\d+ %, [\d.]+[kM]? scenarios/s, .* left\x1b\[K")
         self.assertEqual((code, errors.count("interrupted")), (130, 1))
         self.assertTrue(output.endswith("\na,Optimal,1,0\n"))
 
