@@ -21,7 +21,7 @@
 // Database, which may be moved. Both are handles: what they lead to can be changed through a const
 // one. All functions throw Error if a call of the library fails; what the database holds after that
 // is what zdbcclib.h says of the call. Using a moved-from Database or a default Symbol throws, too.
-// Costs are those of the calls; a function that says nothing else makes one.
+// Costs are those of the calls, of which a function makes one or a few unless it says more.
 #ifndef ZDBCC_HPP
 #define ZDBCC_HPP
 
@@ -35,7 +35,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
