@@ -18,8 +18,10 @@
 //
 // A Database owns everything that is in it and is used by one thread at a time. A Symbol is the
 // address of a symbol with that of its database: copy it freely, and use it no longer than the
-// Database, which may be moved. All functions throw Error if a call of the library fails; what
-// the database holds after that is what zdbcclib.h says of the call. Costs are those of the calls.
+// Database, which may be moved. Both are handles: what they lead to can be changed through a const
+// one. All functions throw Error if a call of the library fails; what the database holds after that
+// is what zdbcclib.h says of the call. Using a moved-from Database or a default Symbol throws, too.
+// Costs are those of the calls, of which a function makes one or a few unless it says more.
 #ifndef ZDBCC_HPP
 #define ZDBCC_HPP
 
@@ -33,7 +35,6 @@
 #include <span>
 #include <stdexcept>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -47,9 +48,11 @@ class Error : public std::runtime_error {
  public:
   explicit Error(const std::string& message, int kind = ZDBX_OTHER, std::string reason = {})
       : std::runtime_error(message), kind_(kind), reason_(std::move(reason)) {}
-  /// Of the last error of a database; ZDBX_NO_MEMORY if there is no database.
+  /// Of the last error of a database; ZDBX_ARGUMENT if there is no database.
   static Error of(zdbHandle_t db) {
     if (db == nullptr) return Error("there is no database", ZDBX_ARGUMENT);
+    // Labels that are null or have control characters are refused without a message.
+    if (zdbx_error_kind(db) == ZDBX_NONE) return Error("a label is not valid", ZDBX_LABEL);
     return Error(zdbx_error_text(db), zdbx_error_kind(db), zdbx_error_reason(db));
   }
 
@@ -73,7 +76,8 @@ class BulkError : public Error {
   zdbx_result result_;
 };
 
-/// Labels of a key as arguments: {"bread", city}, from C strings and std::strings.
+/// Labels of a key as arguments: {"bread", city}, from C strings and std::strings, whose characters
+/// it does not copy. Too many labels throw; too few or too many for a symbol do so when it is used.
 class Key {
  public:
   class Label {
@@ -97,13 +101,12 @@ class Key {
 
   const char* const* data() const { return labels_; }
   int size() const { return size_; }
-
- private:
   void add(const Label& label) {
     if (size_ == ZDB_MAX_DIM) throw Error("a key has at most 20 labels", ZDBX_ARGUMENT);
     labels_[size_++] = label.text();
   }
 
+ private:
   const char* labels_[ZDB_MAX_DIM] = {};
   int size_ = 0;
 };
@@ -151,6 +154,11 @@ class Symbol {
   /// ZDB_STORAGE_...
   int storage() const { return info(ZDB_SYMBOL_STORAGE); }
   bool isUniverse() const { return info(ZDB_SYMBOL_NUMBER) == -1; }
+  /// Whether records have element texts: those of sets and their aliases do.
+  bool hasTexts() const {
+    const int t = type();
+    return (t == ZDB_SET || t == ZDB_ALIAS) && !isUniverse();
+  }
   /// Doubles of a record: 1 or 5.
   int valueCount() const {
     const int t = type();
@@ -176,15 +184,19 @@ class Symbol {
     return count;
   }
 
-  /// All records in key order, or those of a slice of label numbers, ZDB_ANY where any will do.
+  /// All records in key order, or those of a slice of label numbers, ZDB_ANY where any will do, or
+  /// of labels, with ZDB_ANY_LABEL. A label that is not there matches nothing.
   Records records() const;
   Records records(std::span<const std::int32_t> slice) const;
+  Records records(const Key& slice) const;
 
   /// The level of a record; none if the record or one of its labels is not there.
   std::optional<double> find(const Key& key) const {
     zdbRecord_t record = nullptr;
     double value = 0;
-    if (c__zdbfindrecord(db_, handle_, keyOf(key), &record) == 0) {
+    const char* const* labels = keyOf(key);
+    zdbx_clear_error(db_);
+    if (c__zdbfindrecord(db_, handle_, labels, &record) == 0) {
       if (zdbx_error_kind(db_) == ZDBX_NOT_FOUND) return std::nullopt;
       throw Error::of(db_);
     }
@@ -198,15 +210,31 @@ class Symbol {
     return *value;
   }
 
+  /// The text of an element of a set, "" if it has none; throws if the element is not there.
+  std::string elementText(const Key& key) const {
+    char out[ZDB_TEXT_SIZE] = "";
+    const zdbRecord_t record = recordBy(c__zdbfindrecord, key);
+    finish(record, c__zdbgetelemtext(db_, record, out));
+    return out;
+  }
+
   /// Sets the level of a record, which is added with its labels if it is new.
   void set(const Key& key, double level) const {
-    const zdbRecord_t record = merged(key);
+    const zdbRecord_t record = recordBy(c__zdbmergerecord, key);
+    finish(record, c__zdbsetlevel(db_, record, level));
+  }
+  /// Adds a record; throws (ZDBX_EXISTS) if it is there.
+  void add(const Key& key, double level) const {
+    const zdbRecord_t record = recordBy(c__zdbaddrecord, key);
     finish(record, c__zdbsetlevel(db_, record, level));
   }
   /// Adds an element to a set, or gives it another text.
   void setText(const Key& key, const std::string& elementText = {}) const {
-    const zdbRecord_t record = merged(key);
-    finish(record, elementText.empty() ? 1 : c__zdbsetelemtext(db_, record, elementText.c_str()));
+    finishText(recordBy(c__zdbmergerecord, key), elementText);
+  }
+  /// Adds an element to a set; throws (ZDBX_EXISTS) if it is there.
+  void addText(const Key& key, const std::string& elementText = {}) const {
+    finishText(recordBy(c__zdbaddrecord, key), elementText);
   }
 
   void clear() const { check(c__zdbclearsymbol(db_, handle_)); }
@@ -219,6 +247,14 @@ class Symbol {
   void setStorage(int storage) { check(c__zdbselectrecordstorage(db_, &handle_, storage)); }
   void rename(const std::string& name) const {
     check(zdbx_rename_symbol(db_, handle_, name.c_str()));
+  }
+  /// Writes the records of an updatable parameter to the model, for the next solve; `missing`
+  /// (ZDB_MISSING_...) says what entries without a record get. Returns the number of records
+  /// without an entry in the model. See c__zdbupdatemodelsymbol().
+  int updateModel(int missing = ZDB_MISSING_KEEP) const {
+    int unmatched = 0;
+    check(c__zdbupdatemodelsymbol(db_, handle_, ZDB_UPDATE_FIX, handle_, missing, &unmatched));
+    return unmatched;
   }
 
   /// Puts records by the column; see zdbx_put_records() for modes and failures.
@@ -250,7 +286,7 @@ class Symbol {
     return put(columns, mode, onFailure);
   }
 
-  /// All records, or those of a slice, in key order.
+  /// All records, or those of a slice, in key order: a count, then one call.
   Columns columns(std::span<const std::int32_t> slice = {}) const {
     std::int64_t count = 0;
     check(zdbx_count_records(db_, handle_, sliceOf(slice), &count));
@@ -263,10 +299,10 @@ class Symbol {
     for (std::size_t i = 0; i < columns.keys.size(); ++i) {
       buffers.keys[i].data = columns.keys[i].data();
     }
-    if (type() == ZDB_SET) {
+    if (hasTexts()) {
       columns.texts.resize(rows);
       buffers.texts.data = columns.texts.data();
-    } else {
+    } else if (!isUniverse()) {
       columns.values.resize(static_cast<std::size_t>(valueCount()), std::vector<double>(rows));
       for (std::size_t i = 0; i < columns.values.size(); ++i) {
         buffers.values[i].data = columns.values[i].data();
@@ -308,15 +344,22 @@ class Symbol {
                     std::to_string(slice.size()),
                 ZDBX_ARGUMENT);
   }
-  zdbRecord_t merged(const Key& key) const {
+  using RecordCall = int (*)(zdbHandle_t, zdbSymbol_t, const char* const*, zdbRecord_t*);
+  /// Makes a handle, which finish() frees.
+  zdbRecord_t recordBy(RecordCall call, const Key& key) const {
     zdbRecord_t record = nullptr;
-    check(c__zdbmergerecord(db_, handle_, keyOf(key), &record));
+    const char* const* labels = keyOf(key);
+    zdbx_clear_error(db_);
+    check(call(db_, handle_, labels, &record));
     return record;
   }
   /// Frees a handle, and then throws if the call made on it failed.
   void finish(zdbRecord_t record, int result) const {
     c__zdbfreesymboliterator(db_, record);
     check(result);
+  }
+  void finishText(zdbRecord_t record, const std::string& elementText) const {
+    finish(record, elementText.empty() ? 1 : c__zdbsetelemtext(db_, record, elementText.c_str()));
   }
   void checkBulk(int result, const zdbx_result& details) const {
     if (result == 0) throw BulkError(Error::of(db_), details);
@@ -333,44 +376,103 @@ class Symbol {
 
 /// A range over records in key order, read in pieces. It can be walked once:
 ///     for (const auto& record : symbol.records()) use(record.label(0), record.value());
+/// Records may be added, changed and deleted meanwhile; of those ahead, up to 511 are passed as
+/// they were before. When the symbol is cleared, replaced or moved to another storage, the next
+/// piece throws. A range must not outlive the Database.
 class Records {
-  static constexpr std::int64_t kPiece = 512;
+  static constexpr std::int64_t kRows = 512;
 
-  struct Piece {
-    std::vector<std::int32_t> keys[ZDB_MAX_DIM];
-    std::vector<const char*> labels[ZDB_MAX_DIM];
-    std::vector<double> values[ZDB_MAX_VALUES];
-    std::vector<const char*> texts;
+  /// A cursor, and the columns of the records that it read last.
+  class Piece {
+   public:
+    Piece(const Symbol& symbol, std::span<const std::int32_t> slice)
+        : symbol_(symbol), dim_(symbol.dim()) {
+      buffers_.size = sizeof buffers_;
+      buffers_.rows = kRows;
+      for (int i = 0; i < dim_; ++i) bind(keys_[i], buffers_.keys[i]);
+      if (!symbol.isUniverse()) {
+        for (int i = 0; i < symbol.valueCount(); ++i) bind(values_[i], buffers_.values[i]);
+      }
+      if (symbol.hasTexts()) bind(texts_, buffers_.texts);
+      const std::int32_t* numbers = symbol.sliceOf(slice);
+      symbol.check(zdbx_open_cursor(symbol.db_, symbol.handle_, numbers, &cursor_));
+    }
+    ~Piece() { zdbx_close_cursor(symbol_.db_, &cursor_); }
+    Piece(const Piece&) = delete;
+    Piece& operator=(const Piece&) = delete;
 
+    /// Returns the number of records, 0 at the end.
+    std::size_t read() {
+      zdbx_result result = {};
+      result.size = sizeof result;
+      symbol_.check(zdbx_read_cursor(symbol_.db_, cursor_, &buffers_, &result));
+      rows_ = static_cast<std::size_t>(result.done);
+      return rows_;
+    }
+    int dim() const { return dim_; }
+    std::int32_t number(int position, std::size_t row) const { return keys_[position][row]; }
+    double value(int which, std::size_t row) const { return values_[which][row]; }
+    const char* text(std::size_t row) const { return texts_.empty() ? "" : texts_[row]; }
+    /// Texts of labels are read from the piece on in which the first is wanted.
+    const char* label(int position, std::size_t row) {
+      if (labels_[position].empty()) readLabels(position);
+      return labels_[position][row];
+    }
+
+   private:
     template <typename T>
     static void bind(std::vector<T>& column, zdbx_buffer& buffer) {
-      column.resize(kPiece);
+      column.resize(kRows);
       buffer.data = column.data();
     }
-    void bind(const Symbol& symbol, zdbx_buffers& buffers) {
-      for (int i = 0; i < symbol.dim(); ++i) {
-        bind(keys[i], buffers.keys[i]);
-        bind(labels[i], buffers.labels[i]);
+    void readLabels(int position) {
+      zdbSymbol_t universe = nullptr;
+      symbol_.check(c__zdbfindsymbol(symbol_.db_, "*", &universe));
+      std::vector<const char*> column(kRows);
+      zdbx_buffers one = {};
+      one.size = sizeof one;
+      one.rows = 1;
+      for (std::size_t row = 0; row < rows_; ++row) {
+        one.labels[0].data = &column[row];
+        symbol_.check(
+            zdbx_get_records(symbol_.db_, universe, &keys_[position][row], &one, nullptr));
       }
-      if (symbol.isUniverse()) return;
-      for (int i = 0; i < symbol.valueCount(); ++i) bind(values[i], buffers.values[i]);
-      if (symbol.type() == ZDB_SET) bind(texts, buffers.texts);
+      labels_[position] = std::move(column);
+      buffers_.labels[position].data = labels_[position].data();
     }
+
+    Symbol symbol_;
+    int dim_;
+    zdbxCursor_t cursor_ = nullptr;
+    zdbx_buffers buffers_ = {};
+    std::size_t rows_ = 0;
+    std::vector<std::int32_t> keys_[ZDB_MAX_DIM];
+    std::vector<const char*> labels_[ZDB_MAX_DIM];
+    std::vector<double> values_[ZDB_MAX_VALUES];
+    std::vector<const char*> texts_;
   };
 
  public:
-  /// One record; valid until the range moves on.
+  /// One record; valid until the range moves on. REQUIRES positions are less than dim() and values
+  /// than valueCount() of the symbol; records of the universe have no values.
   class Record {
    public:
-    std::int32_t number(int position) const { return piece_->keys[position][row_]; }
-    const char* label(int position) const { return piece_->labels[position][row_]; }
-    double value(int which = ZDB_LEVEL) const { return piece_->values[which][row_]; }
-    /// The text of a set's element; "" if it has none.
-    const char* text() const { return piece_->texts[row_]; }
+    std::int32_t number(int position) const { return piece_->number(position, row_); }
+    /// Valid as long as the database.
+    const char* label(int position) const { return piece_->label(position, row_); }
+    /// All labels, for finding the record elsewhere.
+    Key key() const {
+      Key key({});
+      for (int i = 0; i < piece_->dim(); ++i) key.add(label(i));
+      return key;
+    }
+    double value(int which = ZDB_LEVEL) const { return piece_->value(which, row_); }
+    /// The text of a set's element, "" if it has none; valid as long as the database.
+    const char* text() const { return piece_->text(row_); }
 
    private:
     friend class Records;
-    const Piece* piece_ = nullptr;
+    Piece* piece_ = nullptr;
     std::size_t row_ = 0;
   };
 
@@ -395,16 +497,11 @@ class Records {
     Records* records_;
   };
 
-  explicit Records(Symbol symbol, std::span<const std::int32_t> slice = {})
-      : symbol_(symbol), piece_(std::make_unique<Piece>()) {
-    symbol_.check(zdbx_open_cursor(symbol_.db_, symbol_.handle_, symbol_.sliceOf(slice), &cursor_));
-    buffers_.size = sizeof buffers_;
-    buffers_.rows = kPiece;
-    piece_->bind(symbol_, buffers_);
+  explicit Records(const Symbol& symbol, std::span<const std::int32_t> slice = {})
+      : piece_(std::make_unique<Piece>(symbol, slice)) {
     record_.piece_ = piece_.get();
-    read();
+    left_ = piece_->read();
   }
-  ~Records() { zdbx_close_cursor(symbol_.db_, &cursor_); }
   Records(const Records&) = delete;
   Records& operator=(const Records&) = delete;
 
@@ -412,23 +509,15 @@ class Records {
   std::default_sentinel_t end() const { return {}; }
 
  private:
-  void read() {
-    zdbx_result result = {};
-    result.size = sizeof result;
-    symbol_.check(zdbx_read_cursor(symbol_.db_, cursor_, &buffers_, &result));
-    left_ = result.done;
-    record_.row_ = 0;
-  }
   void advance() {
     ++record_.row_;
-    if (--left_ == 0) read();
+    if (--left_ > 0) return;
+    record_.row_ = 0;
+    left_ = piece_->read();
   }
 
-  Symbol symbol_;
-  zdbxCursor_t cursor_ = nullptr;
-  zdbx_buffers buffers_ = {};
   std::unique_ptr<Piece> piece_;
-  std::int64_t left_ = 0;  ///< records of the piece that have not been passed; 0 at the end
+  std::size_t left_ = 0;  ///< records of the piece that have not been passed; 0 at the end
   Record record_;
 };
 
@@ -437,6 +526,13 @@ inline Records Symbol::records() const {
 }
 inline Records Symbol::records(std::span<const std::int32_t> slice) const {
   return Records(*this, slice);
+}
+inline Records Symbol::records(const Key& slice) const {
+  const char* const* labels = keyOf(slice);
+  std::int32_t numbers[ZDB_MAX_DIM] = {};
+  zdbx_clear_error(db_);
+  for (int i = 0; i < slice.size(); ++i) check(c__zdbfinduel(db_, labels[i], &numbers[i]));
+  return Records(*this, std::span(numbers, static_cast<std::size_t>(slice.size())));
 }
 
 /// A database.
@@ -458,7 +554,9 @@ class Database {
   ~Database() { zdbfree(&db_); }
   Database(Database&& other) noexcept : db_(std::exchange(other.db_, nullptr)) {}
   Database& operator=(Database&& other) noexcept {
-    std::swap(db_, other.db_);
+    if (this == &other) return *this;
+    zdbfree(&db_);
+    db_ = std::exchange(other.db_, nullptr);
     return *this;
   }
 
@@ -470,6 +568,10 @@ class Database {
     check(c__zdbwritezxf(db_, fileName.c_str(), checkDomains ? 0 : 1));
   }
 
+  /// The storage (ZDB_STORAGE_...) of symbols added from now on.
+  void setDefaultStorage(int storage) const {
+    check(c__zdbselectrecordstorage(db_, nullptr, storage));
+  }
   /// `domains` may be empty, for the universe at each position; a name is a symbol's or relaxed.
   Symbol add(const std::string& name, int dim, int type, const std::string& text = {},
              const std::vector<std::string>& domains = {}, int userInfo = 0) const {
@@ -515,6 +617,7 @@ class Database {
     zdbSymbol_t symbol = nullptr;
     const int found = aliasItself ? c__zdbfindsymbolwithalias(db_, name.c_str(), &symbol)
                                   : c__zdbfindsymbol(db_, name.c_str(), &symbol);
+    if (found == 0 && zdbx_error_kind(db_) != ZDBX_NOT_FOUND) throw Error::of(db_);
     return found != 0 ? std::optional(Symbol(db_, symbol)) : std::nullopt;
   }
   /// All symbols in the order in which they were added, aliases as such.
@@ -563,15 +666,26 @@ class Database {
   /// The number of a label, which is added if it is new.
   std::int32_t addLabel(const std::string& label) const {
     int number = 0;
+    zdbx_clear_error(db_);
     check(c__zdbmergeuel(db_, label.c_str(), &number));
     return number;
   }
   /// The number of a label; none if there is no such label.
   std::optional<std::int32_t> findLabel(const std::string& label) const {
     int number = 0;
+    zdbx_clear_error(db_);
     check(c__zdbfinduel(db_, label.c_str(), &number));
     return number > 0 ? std::optional(number) : std::nullopt;
   }
+
+  /// Takes the symbols of a model instance and prepares it for updates and solves. The instance is
+  /// the caller's and must outlive the database. See c__zdbinitfromdict(), c__zdbinitupdate().
+  void readModel(void* instance) const {
+    check(c__zdbinitfromdict(db_, instance));
+    check(c__zdbinitupdate(db_, instance));
+  }
+  /// Has the model solved; what the solver found, the instance says. See c__zdbcallsolver().
+  void solve(const std::string& solver) const { check(c__zdbcallsolver(db_, solver.c_str())); }
 
   /// Throws the last error if a call failed.
   void check(int result) const {

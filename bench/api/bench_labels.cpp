@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "core/uellist.h"
-#include "zdbcclib.h"
+#include "zdbcc.hpp"
 
 namespace {
 
@@ -60,23 +60,19 @@ class LabelList {
 
 class Interface {
  public:
-  Interface() { zdbcreate(&db_, nullptr, 0); }
-  ~Interface() { zdbfree(&db_); }
-  Interface(const Interface&) = delete;
-  Interface& operator=(const Interface&) = delete;
   int merge(const std::string& text) {
     int number;
-    c__zdbmergeuel(db_, text.c_str(), &number);
+    c__zdbmergeuel(db_.handle(), text.c_str(), &number);
     return number;
   }
   int find(const std::string& text) {
     int number;
-    c__zdbfinduel(db_, text.c_str(), &number);
+    c__zdbfinduel(db_.handle(), text.c_str(), &number);
     return number;
   }
 
  private:
-  zdbHandle_t db_ = nullptr;
+  zdbcc::Database db_;
 };
 
 template <typename Map>

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "database.h"
@@ -102,13 +103,12 @@ void CopyDatabase(benchmark::State& state) {
   const auto source = loaded(storage);
   for (auto _ : state) {
     state.PauseTiming();
-    zdbHandle_t copy;
-    require(zdbcreate(&copy, nullptr, 0) == 1, "zdbcreate");
-    c__zdbselectrecordstorage(copy, nullptr, storage);
+    std::optional<zdbcc::Database> copy(std::in_place);
+    copy->setDefaultStorage(storage);
     state.ResumeTiming();
-    require(c__zdbinitfromdb(copy, source->db()) == 1, "zdbinitfromdb");
+    require(c__zdbinitfromdb(copy->handle(), source->db()) == 1, "zdbinitfromdb");
     state.PauseTiming();
-    zdbfree(&copy);
+    copy.reset();
     state.ResumeTiming();
   }
   countRecords(state);
@@ -132,41 +132,34 @@ constexpr std::int64_t kCells = std::int64_t{kSide} * kSide;
 
 /// A database with a full square of cells, and that square.
 struct Square {
-  zdbHandle_t db = nullptr;
-  zdbSymbol_t symbol = nullptr;
+  zdbcc::Database db;
+  zdbcc::Symbol symbol;
   zdbSymbol_t domains[2] = {};
   int dims[2] = {kSide, kSide};
   std::vector<double> cells = std::vector<double>(kCells);
 
   explicit Square(int storage) {
-    require(zdbcreate(&db, nullptr, 0) == 1, "zdbcreate");
-    c__zdbselectrecordstorage(db, nullptr, storage);
-    c__zdbaddsymbol(db, "i", 1, ZDB_SET, 0, "", &domains[0]);
-    for (int n = 1; n <= kSide; ++n) {
-      int label;
-      c__zdbmergeuel(db, ("i" + std::to_string(n)).c_str(), &label);
-      c__zdbmergesetrecordint(db, domains[0], &label, 1, 0, nullptr, "");
-    }
-    domains[1] = domains[0];
-    c__zdbaddsymbolx(db, "p", 2, ZDB_PARAMETER, 0, "", domains, nullptr, &symbol);
+    db.setDefaultStorage(storage);
+    const zdbcc::Symbol set = db.addSet("i");
+    for (int n = 1; n <= kSide; ++n) set.setText({"i" + std::to_string(n)});
+    domains[0] = domains[1] = set.handle();
+    symbol = db.addParameter("p", 2, "", {"i", "i"});
     for (std::size_t i = 0; i < cells.size(); ++i) cells[i] = 1 + static_cast<double>(i % 1000);
     fill();
   }
-  ~Square() { zdbfree(&db); }
-  Square(const Square&) = delete;
-  Square& operator=(const Square&) = delete;
 
   void fill() {
-    require(c__zdbdensearraytosymbol(db, cells.data(), domains, symbol, dims) == 1,
-            "array to symbol");
+    require(
+        c__zdbdensearraytosymbol(db.handle(), cells.data(), domains, symbol.handle(), dims) == 1,
+        "array to symbol");
   }
 };
 
 void SymbolToArray(benchmark::State& state) {
   Square square(storageOf(state));
   for (auto _ : state) {
-    require(c__zdbdensesymboltodensearray(square.db, square.cells.data(), square.dims,
-                                          square.symbol, ZDB_LEVEL) == 1,
+    require(c__zdbdensesymboltodensearray(square.db.handle(), square.cells.data(), square.dims,
+                                          square.symbol.handle(), ZDB_LEVEL) == 1,
             "symbol to array");
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()) * kCells);

@@ -14,49 +14,40 @@ void countRecords(benchmark::State& state) {
 }
 
 Database::Database(int storage) {
-  require(zdbcreate(&db_, nullptr, 0) == 1, "zdbcreate");
-  require(c__zdbselectrecordstorage(db_, nullptr, storage) == 1, "zdbselectrecordstorage");
-  int number;
-  for (const std::string& label : dataset().labels) c__zdbmergeuel(db_, label.c_str(), &number);
-  const zdbSymbol_t domains[] = {addDomain(0), addDomain(1), addDomain(2)};
-  require(c__zdbaddsymbolx(db_, "p", 3, ZDB_PARAMETER, 0, "", domains, nullptr, &symbol_) == 1 &&
-              symbol_ != nullptr,
-          "zdbaddsymbolx");
-}
-
-zdbSymbol_t Database::addDomain(int position) {
-  const char* names[] = {"i", "j", "k"};
-  zdbSymbol_t set = nullptr;
-  require(c__zdbaddsymbol(db_, names[position], 1, ZDB_SET, 0, "", &set) == 1, "zdbaddsymbol");
-  for (int n = 1; n <= Dataset::kLabels; ++n) {
-    const int label = position * Dataset::kLabels + n;
-    c__zdbmergesetrecordint(db_, set, &label, 1, 0, nullptr, "");
+  db_.setDefaultStorage(storage);
+  for (const std::string& label : dataset().labels) db_.addLabel(label);
+  const std::vector<std::string> domains = {"i", "j", "k"};
+  int label = 0;
+  for (const std::string& name : domains) {
+    const zdbcc::Symbol set = db_.addSet(name);
+    for (int n = 0; n < Dataset::kLabels; ++n) set.setText({dataset().labels.at(label++)});
   }
-  return set;
+  symbol_ = db_.addParameter("p", 3, "", domains);
 }
 
 void Database::load() {
   const Dataset& data = dataset();
+  const zdbHandle_t db = db_.handle();
+  const zdbSymbol_t symbol = symbol_.handle();
   for (std::size_t i = 0; i < data.keys.size(); ++i) {
-    c__zdbmergerecordint(db_, symbol_, data.keys[i].data(), 1, 0, nullptr, 1, &data.values[i]);
+    c__zdbmergerecordint(db, symbol, data.keys[i].data(), 1, 0, nullptr, 1, &data.values[i]);
   }
-  int count;
-  c__zdbsymbolinfo(db_, symbol_, ZDB_SYMBOL_RECORDS, &count, nullptr, nullptr);
-  require(count == Dataset::kRecords, "record count");
+  require(symbol_.size() == Dataset::kRecords, "record count");
 }
 
 int Database::walk() const {
+  const zdbHandle_t db = db_.handle();
   double sum = 0;
   double level;
   int count = 0;
   zdbRecord_t record;
-  require(c__zdbfindfirstrecord(db_, symbol_, &record) == 1, "first record");
+  require(c__zdbfindfirstrecord(db, symbol_.handle(), &record) == 1, "first record");
   do {
-    c__zdbgetlevel(db_, record, &level);
+    c__zdbgetlevel(db, record, &level);
     sum += level;
     ++count;
-  } while (c__zdbrecordmovenext(db_, record));
-  c__zdbfreesymboliterator(db_, record);
+  } while (c__zdbrecordmovenext(db, record));
+  c__zdbfreesymboliterator(db, record);
   benchmark::DoNotOptimize(sum);
   return count;
 }

@@ -3,7 +3,7 @@
 #include <benchmark/benchmark.h>
 
 #include "dataset.h"
-#include "zdbcclib.h"
+#include "zdbcc.hpp"
 
 /// Ends the program unless `holds` is true: a figure for a failed call would be worthless.
 void require(bool holds, const char* what);
@@ -15,21 +15,15 @@ void countRecords(benchmark::State& state);
 class Database {
  public:
   explicit Database(int storage = ZDB_STORAGE_MAP);
-  ~Database() { zdbfree(&db_); }
-  Database(const Database&) = delete;
-  Database& operator=(const Database&) = delete;
 
   /// Adds the records of the data set.
   void load();
   /// The number of records, by a walk that reads each level.
   int walk() const;
-  zdbHandle_t db() const { return db_; }
-  zdbSymbol_t symbol() const { return symbol_; }
-  void setSymbol(zdbSymbol_t symbol) { symbol_ = symbol; }
+  zdbHandle_t db() const { return db_.handle(); }
+  zdbSymbol_t symbol() const { return symbol_.handle(); }
 
  private:
-  zdbSymbol_t addDomain(int position);
-
-  zdbHandle_t db_ = nullptr;
-  zdbSymbol_t symbol_ = nullptr;
+  zdbcc::Database db_;
+  zdbcc::Symbol symbol_;
 };

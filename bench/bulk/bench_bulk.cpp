@@ -223,17 +223,14 @@ const Texts& texts() {
 }
 
 struct Labels {
-  Labels() { zdbcreate(&db, nullptr, 0); }
-  ~Labels() { zdbfree(&db); }
-  Labels(const Labels&) = delete;
-  Labels& operator=(const Labels&) = delete;
   void add() {
     zdbx_texts list = {};
     list.size = sizeof list;
     list.pointers = texts().inOrderPointers.data();
-    require(zdbx_add_labels(db, &list, kMillion, numbers.data(), ZDBX_UNDO, nullptr) == 1, "add");
+    require(zdbx_add_labels(db.handle(), &list, kMillion, numbers.data(), ZDBX_UNDO, nullptr) == 1,
+            "add");
   }
-  zdbHandle_t db = nullptr;
+  zdbcc::Database db;
   std::vector<int> numbers = std::vector<int>(kMillion);
 };
 
@@ -250,7 +247,7 @@ void AddLabels_OneByOne(benchmark::State& state) {
       state, kMillion, [] { return std::make_unique<Labels>(); },
       [](Labels& labels) {
         for (const char* text : texts().inOrderPointers) {
-          c__zdbmergeuel(labels.db, text, labels.numbers.data());
+          c__zdbmergeuel(labels.db.handle(), text, labels.numbers.data());
         }
       });
 }
@@ -278,7 +275,7 @@ void FindLabels_Bulk(benchmark::State& state) {
   zdbx_result result = {};
   result.size = sizeof result;
   for (auto _ : state) {
-    zdbx_find_labels(labels.db, &list, kMillion, labels.numbers.data(), &result);
+    zdbx_find_labels(labels.db.handle(), &list, kMillion, labels.numbers.data(), &result);
     require(result.done == kMillion, "finding labels");
   }
   count(state, kMillion);

@@ -69,18 +69,11 @@ const Columns& shuffledColumns(std::size_t records) {
 }
 
 Target::Target(int storage) {
-  require(zdbcreate(&db_, nullptr, 0) == 1, "creating a database");
-  for (int i = 1; i <= 3 * Columns::kLabels; ++i) {
-    int number = 0;
-    c__zdbmergeuel(db_, ("l" + std::to_string(i)).c_str(), &number);
-  }
-  c__zdbselectrecordstorage(db_, nullptr, storage);
-  require(c__zdbaddsymbol(db_, "p", 3, ZDB_PARAMETER, 0, "", &symbol_) == 1, "adding a symbol");
+  for (int i = 1; i <= 3 * Columns::kLabels; ++i) db_.addLabel("l" + std::to_string(i));
+  db_.setDefaultStorage(storage);
+  symbol_ = db_.addParameter("p", 3);
 }
 
 void Target::put(const zdbx_columns& records) {
-  zdbx_result result = {};
-  result.size = sizeof result;
-  require(zdbx_put_records(db_, symbol_, &records, ZDBX_MERGE, ZDBX_UNDO, &result) == 1, "putting");
-  require(result.done == records.rows, "putting all");
+  require(symbol_.put(records).done == records.rows, "putting all");
 }

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "zdbx.h"
+#include "zdbcc.hpp"
 
 /// Ends the program unless `holds` is true: a figure for a failed call would be worthless.
 void require(bool holds, const char* what);
@@ -35,15 +35,12 @@ const Columns& shuffledColumns(std::size_t records);
 class Target {
  public:
   explicit Target(int storage);
-  ~Target() { zdbfree(&db_); }
-  Target(const Target&) = delete;
-  Target& operator=(const Target&) = delete;
 
   void put(const zdbx_columns& records);
-  zdbHandle_t db() const { return db_; }
-  zdbSymbol_t symbol() const { return symbol_; }
+  zdbHandle_t db() const { return db_.handle(); }
+  zdbSymbol_t symbol() const { return symbol_.handle(); }
 
  private:
-  zdbHandle_t db_ = nullptr;
-  zdbSymbol_t symbol_ = nullptr;
+  zdbcc::Database db_;
+  zdbcc::Symbol symbol_;
 };

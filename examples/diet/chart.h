@@ -1,18 +1,17 @@
-/* A line chart as an SVG file. */
-#ifndef DIET_CHART_H
-#define DIET_CHART_H
+// A line chart as an SVG file.
+#pragma once
 
-typedef struct {
-  const char* title;
-  const char* xTitle;
-  const char* yTitle;
-  const double* values; /* positive */
-  int count;            /* at least 2 */
-  double base;          /* drawn as a dashed line */
-  const char* baseText;
-} Chart;
+#include <string>
+#include <vector>
 
-/* Draws the chart. Returns 1, or 0 after a message. */
-int chartWrite(const Chart* chart, const char* file);
+struct Chart {
+  std::string title;
+  std::string xTitle;
+  std::string yTitle;
+  std::vector<double> values;  ///< positive, at least two
+  double base = 0;             ///< drawn as a dashed line
+  std::string baseText;
+};
 
-#endif
+/// Throws std::runtime_error if the file cannot be written.
+void writeChart(const Chart& chart, const std::string& file);

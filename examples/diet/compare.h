@@ -1,9 +1,8 @@
-/* Two data files side by side. */
-#ifndef DIET_COMPARE_H
-#define DIET_COMPARE_H
+// Two data files side by side.
+#pragma once
 
-/* Reads both files and prints the number of records of each symbol and every parameter record of
- * `after` that is new or has another value than in `before`. Returns 1, or 0 after a message. */
-int dietCompare(const char* before, const char* after);
+#include <string>
 
-#endif
+/// Reads both files and prints the number of records of each symbol and every parameter record of
+/// `after` that is new or has another value than in `before`.
+void compare(const std::string& before, const std::string& after);

@@ -1,29 +1,36 @@
-/* Reading a CSV file with a heading, row by row. */
-#ifndef DIET_CSVFILE_H
-#define DIET_CSVFILE_H
+// A CSV file with a heading, read at once.
+#pragma once
 
-enum { CSV_MAX_FIELDS = 64, CSV_MAX_ROW_TEXT = 4096 };
+#include <functional>
+#include <string>
+#include <vector>
 
-/* One row; its contents are valid only during the call that receives it. */
-typedef struct {
-  const char* file;
-  int line; /* where the row begins, from 1 */
-  int count;
-  const char* heading[CSV_MAX_FIELDS]; /* the fields of the first row */
-  const char* fields[CSV_MAX_FIELDS];
-} CsvRow;
+/// One row of fields.
+struct CsvRow {
+  int line = 1;  ///< where it begins, from 1
+  std::vector<std::string> fields;
+};
 
-/* Receives a row and returns 1, or 0 to stop after it has printed a message. */
-typedef int (*CsvRowReader)(const CsvRow* row, void* user);
+/// All errors are std::runtime_error, with "file:line: " before what is wrong.
+class CsvFile {
+ public:
+  /// Reads a file whose heading begins with these columns and whose rows have as many fields as the
+  /// heading. Blank lines are skipped.
+  CsvFile(std::string file, const std::vector<std::string>& columns);
 
-/* Calls readHeading for the first row and readRow for all others, which must have as many fields as
- * the heading. Blank lines are skipped. Returns 1, or 0 after a message on standard error. */
-int csvReadFile(const char* file, CsvRowReader readHeading, CsvRowReader readRow, void* user);
+  const std::vector<std::string>& heading() const { return heading_.fields; }
+  /// The number in a field: decimal, finite and not negative.
+  double number(const CsvRow& row, std::size_t field) const;
+  /// Calls `visit` for all rows but the heading. What it throws gets the place of the row.
+  void forEachRow(const std::function<void(const CsvRow&)>& visit) const;
+  [[noreturn]] void failAtHeading(const std::string& what) const { fail(heading_.line, what); }
 
-/* Prints "diet_demo: <file>:<line>: <message>" on standard error. Returns 0. */
-__attribute__((format(printf, 2, 3))) int csvFail(const CsvRow* row, const char* format, ...);
+ private:
+  [[noreturn]] void fail(int line, const std::string& what) const;
+  void read();
+  void requireHeading(const std::vector<std::string>& columns) const;
 
-/* Gets the number in a field: decimal, finite and not negative. Returns 1, or 0 after a message. */
-int csvNumber(const CsvRow* row, int field, double* number);
-
-#endif
+  std::string file_;
+  CsvRow heading_;
+  std::vector<CsvRow> rows_;
+};

@@ -67,7 +67,7 @@ TEST_F(ArrowStreams, PartsMovedOut_OutliveTheRest) {
   ArrowArray texts = std::exchange(*labels.dictionary, {});
   ArrowArray values = std::exchange(*second.children[2], {});
   release(stream);
-  zdbfree(&db.handle);
+  db = Database();
   release(second);
   release(first);
   EXPECT_EQ(static_cast<const int*>(labels.buffers[1])[3], 1);
