@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <memory>
 #include <random>
+#include <set>
 #include <thread>
 
 #include "fuzz/storages/twin.h"
@@ -44,10 +45,10 @@ class Run {
   Run& operator=(const Run&) = delete;
 
   void step(std::uint16_t number) {
-    static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,     &Run::switchStorage,
-                                      &Run::copySymbol, &Run::throughFile, &Run::copyDatabase,
-                                      &Run::startAnew,  &Run::putMany,     &Run::readMany,
-                                      &Run::addLabels};
+    static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,      &Run::switchStorage,
+                                      &Run::copySymbol, &Run::throughFile,  &Run::copyDatabase,
+                                      &Run::startAnew,  &Run::putMany,      &Run::readMany,
+                                      &Run::addLabels,  &Run::throughStream};
     random_.seed(number);
     Twin& t = *pick(twins_);
     const Step function = kSteps[oneIn(3) ? below(std::ssize(kSteps)) : 0];
@@ -437,6 +438,43 @@ class Run {
     for (std::size_t i = 0; i < read.size(); ++i) {
       same(read[i].first, expected[i].first, "key read");
       same(read[i].second, expected[i].second, "values read");
+    }
+  }
+  /// Takes over a slice of the same symbol, of either database.
+  void throughStream(Twin& t, int n) {
+    const Twin& from = *pick(twins_);
+    Key slice = anyKey(from, n);
+    for (int& label : slice) label = oneIn(2) ? 0 : label;
+    std::vector<Record> rows;
+    for (const auto& [key, row] : from.symbol(n).records) {
+      if (!Twin::matches(slice, key)) continue;
+      if (!from.areLabels(key, 1)) return;
+      rows.emplace_back(key, row);
+    }
+    ArrowArrayStream stream;
+    const auto batchRows = below(9);
+    same(zdbx_export_stream(from.db, from.symbol(n).handle, slice.data(), batchRows, &stream), 1,
+         "export");
+    Pool labels = t.labels;
+    for (std::size_t d = 0; d < slice.size(); ++d) {
+      std::set<int> dictionary;
+      for (const Record& record : rows) dictionary.insert(record.first[d]);
+      for (const int label : dictionary) labels.merge(from.labels[label]);
+    }
+    Symbol& s = t.symbol(n);
+    bool hasAny = false;
+    for (Record& record : rows) {
+      for (int& label : record.first) label = labels.find(from.labels[label]);
+      hasAny = hasAny || s.records.contains(record.first);
+    }
+    const int mode = below(3);
+    const int status = zdbx_import_stream(t.db, s.handle, &stream, mode, ZDBX_UNDO, nullptr);
+    same(status, mode != ZDBX_ADD || !hasAny, "import");
+    if (!status) return;
+    t.labels = labels;
+    if (mode == ZDBX_REPLACE) t.clear(n);
+    for (const auto& [key, row] : rows) {
+      s.records[key] = s.type == ZDB_SET ? t.textRow(from.texts[static_cast<int>(row[0])]) : row;
     }
   }
   void switchStorage(Twin& t, int n) {

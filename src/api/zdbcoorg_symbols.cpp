@@ -5,6 +5,7 @@
 #include "api/guard.h"
 #include "api/zdbcoorg.h"
 #include "contract/names.h"
+#include "core/delivery.h"
 #include "symbols/copysymbol.h"
 
 namespace zdb {
@@ -165,7 +166,7 @@ int zdbSelectRecordStorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType)
       db->setDefaultStorage(storageType);  // which symbols that are added later may refuse
       return true;
     }
-    if (!symbolGiven(call, *symbol)) return false;
+    if (!symbolGiven(call, *symbol) || !isAtRest(*db, **symbol)) return false;
     zdbSymbol_t switched = db->switchSymbolStorage(*symbol, storageType);
     if (switched == nullptr) return refuseStorage(call, storageType);
     *symbol = switched;

@@ -163,9 +163,16 @@ bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
   const unsigned before = lastError_.count;
   auto failure = std::make_unique<LastError>();
   failure->set(ErrorNoMemory, "Symbol %s could not be read to its end", name);
+  // Callbacks may ask for the symbol that they are delivering: the part that is there by then is
+  // not the symbol either.
+  symbol->loadFailure = std::make_unique<LastError>();
+  symbol->loadFailure->set(ErrorState, "Symbol %s is being loaded", name);
   symbol->isLoaded = true;
   try {
-    if (from->read(*symbol, symbol->appender())) return true;
+    if (from->read(*symbol, symbol->appender())) {
+      symbol->loadFailure.reset();
+      return true;
+    }
     failure->kind = ErrorByCallback;  // which is all that fails without a message
     if (before != lastError_.count) failure->set(lastError_);
   } catch (...) {

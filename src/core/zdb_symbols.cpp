@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "core/delivery.h"
 #include "core/textutils.h"
 #include "core/zdb.h"
 
@@ -135,6 +136,7 @@ AbstractZDBSymbol* ZDB::switchSymbolStorage(AbstractZDBSymbol* symbol, int stora
 }
 
 bool ZDB::removeSymbol(AbstractZDBSymbol* symbol) {
+  if (!isAtRest(*this, *symbol)) return false;
   if (isInUse(*this, *symbol)) {
     return setLastError(ErrorState, "Symbol %s is a domain of another symbol or has an alias",
                         symbol->name.c_str());
@@ -148,6 +150,7 @@ bool ZDB::removeSymbol(AbstractZDBSymbol* symbol) {
 }
 
 bool ZDB::renameSymbol(AbstractZDBSymbol* symbol, const char* name) {
+  if (!isAtRest(*this, *symbol)) return false;
   if (symbols_.contains(name) && symbols_[name] != symbol) {
     return setLastError(ErrorExists, "Symbol %s exists already", name);
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "core/delivery.h"
 #include "core/textutils.h"
 #include "io/trace.h"
 
@@ -16,6 +17,7 @@ CallbackSource::CallbackSource(ZDB& db, const DataCallbacks& callbacks, const do
 bool CallbackSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
   const char* name = symbol.name.c_str();
   if (symbol.isAlias()) return db_.setLastError(ErrorArgument, "Cannot load alias %s", name);
+  const Delivery delivery(symbol);
   char shortName[kMessageSize];
   zxf::utils::strConvCppToDelphi(symbol.name, shortName);
   int number = 0;

@@ -70,6 +70,12 @@ void DatabaseCopy::copyTexts() {
 }
 
 bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
+  // Before there is a copy, which could be taken for a symbol without records.
+  const int initFrom = source_.GetInitFrom();
+  const bool isLoadable = from.isLoaded || initFrom == FROM_ZXF || initFrom == FROM_DMRF;
+  if (isLoadable && !from.isAlias() && !source_.ensureLoaded(&from)) {
+    return db_.setLastError(source_.error());
+  }
   auto made = db_.symbolFactory(db_.defaultStorage(), from.name, from.dim, from.type, from.number,
                                 from.userInfo, from.explText);
   if (!made) {
@@ -81,11 +87,6 @@ bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
     const AbstractZDBSymbol* target = from.aliasTarget;
     copy->aliasTarget = target->isUniverse() ? db_.universe() : db_.symbols()[target->name.c_str()];
     return true;
-  }
-  const int initFrom = source_.GetInitFrom();
-  const bool isLoadable = from.isLoaded || initFrom == FROM_ZXF || initFrom == FROM_DMRF;
-  if (isLoadable && !source_.ensureLoaded(&from)) {
-    return db_.setLastError(source_.error());
   }
   // What has not been loaded from a model instance can be loaded later; everything else is
   // loaded now.

@@ -12,7 +12,6 @@ class SymbolCopy {
 
   bool run() {
     if (source_.isUniverse()) return copyUniverse();
-    if (!from_.ensureLoaded(&source_)) return db_.setLastError(from_.error());
     return source_.forEachRecordPred(
         [this](const int* keys, const double* values) { return copyRecord(keys, values); });
   }
@@ -79,7 +78,11 @@ bool copySymbol(ZDB& db, AbstractZDBSymbol* target, AbstractZDBSymbol* source) {
   if (source->type != target->type && target->type != TypeSet) {
     return db.setLastError(ErrorArgument, "Inconsistent symbol types");
   }
-  if (source == target) return true;  // clearing the target would lose the records
+  // Clearing the target would lose the records.
+  if (source == target || source->aliasTarget == target) return true;
+  // First of all: without records to copy, the target keeps its own.
+  ZDB& from = *source->database;
+  if (!source->isUniverse() && !from.ensureLoaded(source)) return db.setLastError(from.error());
   if (!target->isUniverse()) {
     if (target->isLoaded) target->clear();
     target->isLoaded = true;

@@ -7,58 +7,64 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <random>
+#include <set>
 #include <stdexcept>
 
 #include "support/allocations.h"
-#include "zxf_systemcalls.h"
+#include "support/systemcalls.h"
 #include "zxf_testing.h"
 
 namespace {
 
+using namespace zdb::test;
 using namespace zxftest;
-using zdb::zxfile::errorText;
 namespace fs = std::filesystem;
 
 void require(bool good, const char* what) {
   if (!good) throw std::runtime_error(what);
 }
 
-const std::set<Call> kFileWork = {Call::Open, Call::Read,  Call::Write,  Call::Sync, Call::Rename,
-                                  Call::Link, Call::Close, Call::Status, Call::Mode};
-const std::set<Call> kAll = {Call::Open, Call::Write,  Call::Sync,  Call::Rename, Call::Link,
-                             Call::Lock, Call::Unlink, Call::Close, Call::Status, Call::Mode};
+constexpr Calls kFileWork = {Call::Open, Call::Read,  Call::Write,  Call::Sync, Call::Rename,
+                             Call::Link, Call::Close, Call::Status, Call::Mode};
+constexpr Calls kAll = {Call::Open, Call::Write,  Call::Sync,  Call::Rename, Call::Link,
+                        Call::Lock, Call::Unlink, Call::Close, Call::Status, Call::Mode};
+
+// One kind of fault, and what a call of the library may say of it. Without such an error, it must
+// do all the same what it does without a fault.
+struct FaultKind : SystemFault {
+  const char* name;
+  bool canLast = true;
+  std::set<Errc> reported = {};
+};
 
 const FaultKind kKinds[] = {
-    {"EIO",
-     Event::Error,
-     kFileWork,
-     EIO,
+    {{Event::Error, kFileWork, EIO},
+     "EIO",
      true,
      {Errc::CannotOpenFile, Errc::ReadFailed, Errc::CannotCreateFile, Errc::WriteFailed,
       Errc::CannotReplaceFile, Errc::Unexpected}},
-    {"ENOSPC",
-     Event::Error,
-     {Call::Open, Call::Write, Call::Sync, Call::Rename, Call::Link, Call::Close},
-     ENOSPC,
+    {{Event::Error,
+      {Call::Open, Call::Write, Call::Sync, Call::Rename, Call::Link, Call::Close},
+      ENOSPC},
+     "ENOSPC",
      true,
      {Errc::NoSpace, Errc::CannotOpenFile, Errc::CannotCreateFile, Errc::CannotReplaceFile,
       Errc::Unexpected}},
-    {"EINTR",
-     Event::Error,
-     {Call::Open, Call::Read, Call::Write, Call::Sync, Call::Close},
-     EINTR,
+    {{Event::Error, {Call::Open, Call::Read, Call::Write, Call::Sync, Call::Close}, EINTR},
+     "EINTR",
      false},
-    {"short counts", Event::ShortCount, {Call::Read, Call::Write}},
-    {"no locks", Event::Error, {Call::Lock}, ENOLCK},
-    {"no memory to pack", Event::Error, {Call::Pack}, ENOMEM, true, {Errc::OutOfMemory}},
-    {"killed", Event::Death, kAll},
-    {"power loss, writes dropped", Event::WritesDropped, kAll},
-    {"power loss, writes reordered", Event::WritesReordered, kAll},
-    {"power loss, writes garbled", Event::WritesGarbled, kAll},
+    {{Event::ShortCount, {Call::Read, Call::Write}}, "short counts"},
+    {{Event::Error, {Call::Lock}, ENOLCK}, "no locks"},
+    {{Event::Error, {Call::Pack}, ENOMEM}, "no memory to pack", true, {Errc::OutOfMemory}},
+    {{Event::Death, kAll}, "killed"},
+    {{Event::WritesDropped, kAll}, "power loss, writes dropped"},
+    {{Event::WritesReordered, kAll}, "power loss, writes reordered"},
+    {{Event::WritesGarbled, kAll}, "power loss, writes garbled"},
 };
 
 struct Job {
@@ -89,6 +95,21 @@ Content contentOf(int seed, int records) {
 int openDescriptors() {
   const auto all = fs::directory_iterator("/proc/self/fd");
   return static_cast<int>(std::distance(begin(all), end(all)));
+}
+
+// A process of its own, which ends with what the work gives and never comes back here, where the
+// files would go with their owner.
+template <class Work>
+pid_t start(Work work) {
+  const pid_t child = fork();
+  require(child >= 0, std::strerror(errno));
+  if (child > 0) return child;
+  try {
+    _exit(work());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "in a child: %s\n", error.what());
+    _exit(1);
+  }
 }
 
 // A folder in which one file is written or read again and again, beside files of others that look
@@ -128,7 +149,7 @@ class Bench {
     prepare(job);
     for (std::uint64_t number = 1;; ++number) {
       const Zxf zxf;
-      const zdb::test::Allocations allocations(number);
+      const Allocations allocations(number);
       writeRecords(zxf);
       const int closed = C__zxfClose(zxf);
       if (!allocations.hasFailed()) return require(number > 10, "hardly an allocation met");
@@ -151,14 +172,15 @@ class Bench {
     setNamelessFiles(nameless);
     if (number % 2 == 0) fs::remove(target_);
     const bool wasThere = fs::exists(target_);
-    const pid_t child = fork();
-    if (child == 0) {
+    const pid_t child = start([&]() -> int {
       for (bool isOld = true;; isOld = !isOld) writeContent(target_, isOld ? new_ : old_);
-    }
+    });
     std::minstd_rand random(static_cast<unsigned>(number));
     usleep(static_cast<useconds_t>(random() % 4000));
     ::kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    int status = 0;
+    waitpid(child, &status, 0);
+    require(WIFSIGNALED(status), "a failure before the kill");
     require(state() != Found::Nothing || !wasThere, "the file is gone");
     tryAgain({"", false, true, nameless});
   }
@@ -230,9 +252,9 @@ class Bench {
     int injected = 0;
     bool isUnsafe = false;
     {
-      const zdb::test::Allocations allocations;
+      const Allocations allocations;
       {
-        const Faults faults(kind, first, count);
+        const SystemFaults faults(kind, first, count);
         error = run(job);
         injected = faults.injected();
         isUnsafe = faults.hasFailed(Call::Write) || faults.hasFailed(Call::Sync);
@@ -245,27 +267,27 @@ class Bench {
       requireDone(job);
       return injected;
     }
-    require(kind.reported.contains(error), errorText(static_cast<int>(error)));
+    if (!kind.reported.contains(error))
+      throw std::runtime_error(Zxf().errorText(static_cast<int>(error)));
     require(state() != Found::Nothing || !job.replaces, "the old file is gone");
     require(isTidy(), "left-overs");
     return injected;
   }
 
   int die(const FaultKind& kind, int first, const Job& job) const {
-    const pid_t child = fork();
-    if (child == 0) {
-      const Faults faults(kind, first, 1);
+    const pid_t child = start([&] {
+      const SystemFaults faults(kind, first, 1);
       const bool isDone = run(job) == Errc::None;
       faults.losePower();
-      _exit(isDone ? 0 : 1);
-    }
+      return isDone ? 0 : 1;
+    });
     int status = 0;
     waitpid(child, &status, 0);
     if (status == 0) {
       requireDone(job);
       return 0;
     }
-    require(WIFEXITED(status) && WEXITSTATUS(status) == Faults::kExitOfTheDead, "a failure");
+    require(WIFEXITED(status) && WEXITSTATUS(status) == SystemFaults::kExitOfTheDead, "a failure");
     require(state() != Found::Nothing || !job.replaces, "the old file is gone");
     require(job.replaces || !job.nameless || isTidy(), "left-overs at once");
     return 1;

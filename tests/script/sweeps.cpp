@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <iostream>
 #include <optional>
 #include <regex>
@@ -45,20 +46,27 @@ bool isListed(const std::vector<std::pair<std::string, std::string>>& table,
 /// A kind of fault. Lasting ones are for the whole run.
 struct Fault {
   const char* name;
-  int error;  ///< of a system call; kNoMemory: of an allocation
+  const test::SystemFault* kind;  ///< null: of an allocation
   bool isLasting;
   bool mayFail = true;  ///< if not, the call does what it does without
 };
-constexpr int kNoMemory = -1;
+using test::Call, test::Event;
+constexpr test::Calls kFileWork = {Call::Open,   Call::Read, Call::Write, Call::Sync,
+                                   Call::Rename, Call::Link, Call::Close};
+constexpr test::SystemFault kBroken = {Event::Error, kFileWork, EIO};
+constexpr test::SystemFault kFull = {Event::Error, kFileWork, ENOSPC};
+constexpr test::SystemFault kInterrupted = {
+    Event::Error, {Call::Open, Call::Read, Call::Write, Call::Sync, Call::Close}, EINTR};
+constexpr test::SystemFault kShort = {Event::ShortCount, {Call::Read, Call::Write}};
 constexpr Fault kFaults[] = {
-    {"allocation", kNoMemory, false},
-    {"allocation and on", kNoMemory, true},
-    {"EIO", EIO, false},
-    {"EIO and on", EIO, true},
-    {"ENOSPC", ENOSPC, false},
-    {"ENOSPC and on", ENOSPC, true},
-    {"EINTR", EINTR, false, false},
-    {"short count", 0, false, false},
+    {"allocation", nullptr, false},
+    {"allocation and on", nullptr, true},
+    {"EIO", &kBroken, false},
+    {"EIO and on", &kBroken, true},
+    {"ENOSPC", &kFull, false},
+    {"ENOSPC and on", &kFull, true},
+    {"EINTR", &kInterrupted, false, false},
+    {"short count", &kShort, false, false},
 };
 
 /// One statement of a script, run with faults.
@@ -122,14 +130,16 @@ class Starved {
     run.object(statement_.object);
     const std::string before = pictures(run);
     bool hasFailed = false;
-    const bool isMemory = fault.error == kNoMemory;
+    const bool isMemory = fault.kind == nullptr;
+    std::optional<test::SystemFaults> faults;
     run.beforeCall = [&] {
       if (isMemory) return watch.arm(number, fault.isLasting);
-      test::armSystemCalls(fault.error, number, fault.isLasting);
+      faults.emplace(*fault.kind, static_cast<int>(number), fault.isLasting ? INT_MAX : 1);
     };
     run.afterCall = [&] {
       watch.disarm();
-      hasFailed = isMemory ? watch.hasFailed() : test::disarmSystemCalls();
+      hasFailed = isMemory ? watch.hasFailed() : faults->injected() > 0;
+      faults.reset();
     };
     const std::string actual = run.execute(statement_);
     run.beforeCall = run.afterCall = nullptr;
@@ -254,7 +264,7 @@ bool sweepMemory(const Program& program, const std::vector<Script>& scripts, boo
         for (const Fault& fault : kFaults) {
           if (fault.isLasting ? !(all && isTurn) : !(all || isTurn)) continue;
           const std::regex files(program.rules.fileWork);
-          if (fault.error != kNoMemory && !std::regex_match(statement.name, files)) continue;
+          if (fault.kind != nullptr && !std::regex_match(statement.name, files)) continue;
           for (std::uint64_t n = 1; starved.failsAt(n, fault); n += all ? 1 : 1 + n / 4) {
             ++findings.tried;
             ++ofKind[fault.name];

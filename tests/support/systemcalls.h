@@ -1,15 +1,58 @@
-// Lets system calls of the project's libraries fail, on demand. A program that compiles
+// System calls of the project's libraries, which fail on demand. A program that compiles
 // systemcalls.cpp has its own open, pread and so on, which the libraries find before the system's.
 #pragma once
 
-#include <cstdint>
+#include <initializer_list>
 
 namespace zdb::test {
 
-/// Lets file call number `number`, counted from 1, fail with `error` from now on, or all from there
-/// on; with 0, reading and writing move half of the bytes instead.
-void armSystemCalls(int error, std::uint64_t number, bool fromThereOn);
-/// Ends that; whether a call failed.
-bool disarmSystemCalls();
+enum class Call { Open, Read, Write, Sync, Rename, Link, Unlink, Close, Status, Mode, Lock, Pack };
+
+/// Some of them.
+class Calls {
+ public:
+  constexpr Calls(std::initializer_list<Call> calls) {
+    for (const Call call : calls) insert(call);
+  }
+  constexpr void insert(Call call) { bits_ |= 1U << static_cast<unsigned>(call); }
+  constexpr bool contains(Call call) const {
+    return (bits_ >> static_cast<unsigned>(call) & 1U) != 0;
+  }
+
+ private:
+  unsigned bits_ = 0;
+};
+
+/// What happens instead of a call. A loss of power takes what has not been synced.
+enum class Event { Error, ShortCount, Death, WritesDropped, WritesReordered, WritesGarbled };
+
+/// A kind of fault, and the calls that it meets.
+struct SystemFault {
+  Event event;
+  Calls calls;
+  int error = 0;
+
+  bool isDeadly() const { return event != Event::Error && event != Event::ShortCount; }
+};
+
+/// Makes call number `first` of a kind fail, and those after it up to `count`, from construction to
+/// destruction. One at a time.
+class SystemFaults {
+ public:
+  static constexpr int kExitOfTheDead = 77;
+
+  SystemFaults(const SystemFault& kind, int first, int count);
+  ~SystemFaults();
+  SystemFaults(const SystemFaults&) = delete;
+  SystemFaults& operator=(const SystemFaults&) = delete;
+
+  int injected() const;
+  bool hasFailed(Call call) const;
+  /// Now the power fails, if it is of this kind.
+  void losePower() const;
+};
+
+/// Whether the system makes files without a name.
+void setNamelessFiles(bool possible);
 
 }  // namespace zdb::test
