@@ -4,28 +4,11 @@
 #include <cmath>
 #include <cstdint>
 
+#include "contract/utf8.h"
+
 namespace zdb::tool {
 
 namespace {
-
-/// The number of bytes of the UTF-8 character at the start, or 0: neither overlong forms nor
-/// surrogates nor what is beyond U+10FFFF are characters.
-std::size_t characterLength(std::string_view text) {
-  const auto byte = [&](std::size_t i) {
-    return i < text.size() ? static_cast<std::uint8_t>(text[i]) : std::uint8_t{0};
-  };
-  const std::uint8_t first = byte(0);
-  if (first < 0x80) return 1;
-  const std::size_t length = first < 0xC2 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
-  if (length == 0 || first > 0xF4) return 0;
-  const std::uint8_t least = first == 0xE0 ? 0xA0 : first == 0xF0 ? 0x90 : 0x80;
-  const std::uint8_t most = first == 0xED ? 0x9F : first == 0xF4 ? 0x8F : 0xBF;
-  if (byte(1) < least || byte(1) > most) return 0;
-  for (std::size_t i = 2; i < length; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  return length;
-}
 
 void appendEscaped(std::string& out, char c) {
   constexpr const char* kDigits = "0123456789abcdef";
@@ -54,7 +37,7 @@ void appendEscaped(std::string& out, char c) {
 std::string jsonText(std::string_view text) {
   std::string result = "\"";
   while (!text.empty()) {
-    const std::size_t length = characterLength(text);
+    const std::size_t length = contract::utf8Length(text);
     const char c = text.front();
     if (length == 0) {
       result += "\xEF\xBF\xBD";

@@ -10,8 +10,8 @@
 
 namespace zdb::tool {
 
-/// Writes tables cell by cell to standard output: as CSV, or as JSON arrays with an object for each
-/// row.
+/// Writes tables cell by cell to standard output: as CSV, or as JSON arrays with an object
+/// for each row.
 class RowWriter {
  public:
   RowWriter(Console& console, bool json) : csv_(console), json_(console), isJson_(json) {}
@@ -32,7 +32,7 @@ class RowWriter {
   void text(std::string_view content);
   void number(double value, ValueFormat& format);
   void integer(long long value);
-  /// A cell without a content; in JSON, it is left out.
+  /// An empty cell; in JSON, it is left out.
   void nothing();
   void endRow();
 
