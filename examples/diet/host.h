@@ -18,8 +18,8 @@ zdbHandle_t hostOpen(const char* file);
 int hostGetValue(zdbHandle_t db, zdbSymbol_t symbol, const char* const* labels, double* value);
 int hostSetValue(zdbHandle_t db, zdbSymbol_t symbol, const char* const* labels, double value);
 
-/* Finds the record with these labels and gets its text (256 bytes). Returns 1, or 0 after a
- * message. */
+/* Finds the record with these labels and gets its text (256 bytes). Returns 1, or 0
+ * after a message. */
 int hostGetText(zdbHandle_t db, zdbSymbol_t set, const char* const* labels, char* text);
 
 /* Number of records of a symbol; -1 after a message. */
