@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace zxftest;
+using namespace zdb::test::zxf;
 using zdb::zxfile::errorText;
 namespace fs = std::filesystem;
 

@@ -21,7 +21,7 @@ int __real_unlinkat(int, const char*, int);
 int __real_fstat(int, struct stat*);
 }
 
-namespace zxftest {
+namespace zdb::test::zxf {
 
 namespace {
 
@@ -162,9 +162,9 @@ void setNamelessFiles(bool possible) {
   hasNamelessFiles = possible;
 }
 
-}  // namespace zxftest
+}  // namespace zdb::test::zxf
 
-using namespace zxftest;
+using namespace zdb::test::zxf;
 
 // A function that fails when its turn has come, and otherwise does some work.
 #define ZXF_WRAP(call, result, failure, name, parameters, work) \

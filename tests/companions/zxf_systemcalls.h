@@ -9,7 +9,7 @@
 
 #include "zxf/errors.h"
 
-namespace zxftest {
+namespace zdb::test::zxf {
 
 using zdb::zxfile::Errc;
 
@@ -51,4 +51,4 @@ class Faults {
 // Whether the system makes files without a name.
 void setNamelessFiles(bool possible);
 
-}  // namespace zxftest
+}  // namespace zdb::test::zxf
