@@ -10,7 +10,8 @@ set(ZDB_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zdbcclib)
 install(TARGETS zdbcclib EXPORT zdbcclib-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT zdbcclib-targets NAMESPACE zdbcclib:: DESTINATION ${ZDB_PACKAGE_DIR})
 install(FILES ${PROJECT_SOURCE_DIR}/include/zdbcclib.h ${PROJECT_SOURCE_DIR}/include/zdbx.h
-        ${PROJECT_SOURCE_DIR}/include/zdbcc.hpp DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+        ${PROJECT_SOURCE_DIR}/include/zdbarrow.h ${PROJECT_SOURCE_DIR}/include/zdbcc.hpp
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zdbcclib-config.cmake.in
   ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake INSTALL_DESTINATION ${ZDB_PACKAGE_DIR})

@@ -13,7 +13,7 @@ int main(int argc, char** argv) {
   if (LLVMFuzzerInitialize != nullptr) LLVMFuzzerInitialize(&argc, &argv);
   int count = 0;
   const auto replay = [&count](const std::filesystem::path& path) {
-    const std::string bytes = testsupport::readFile(path);
+    const std::string bytes = zdb::test::readFile(path);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     ++count;
   };

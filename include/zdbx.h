@@ -60,6 +60,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "zdbarrow.h"
 #include "zdbcclib.h"
 
 /** Version of this header and of the interface in the library that it was shipped with. */
@@ -126,7 +127,7 @@ typedef struct zdbx_result {
 /** Texts in one of three forms; members of the other forms are null. */
 typedef struct zdbx_texts {
   size_t size;                 /**< sizeof(zdbx_texts), set by the caller */
-  const char* const* pointers; /**< a C string each; null is no text of a record, and no label */
+  const char* const* pointers; /**< a C string each; null: a record without text; not a label */
   const char* bytes;           /**< or one buffer without terminators, with one of: */
   const int32_t* offsets;      /**< where each text begins, and after the last where it ends */
   const int64_t* offsets64;    /**< the same for buffers of 2 GiB and more */
@@ -248,8 +249,8 @@ ZDBCCLIB_API int zdbx_get_labels(zdbHandle_t db, int32_t first, int64_t count, c
  * for the default of the symbol's type, also where a record exists. At most 2147483647 rows.
  *
  * Replacing ends record handles and cursors of the symbol; otherwise they stay at their records. A
- * symbol that is replaced is not loaded from its source first, and a load of it that failed is
- * forgotten.
+ * symbol that is replaced is not loaded from its source first, and a load of it that
+ * failed is forgotten.
  *
  * Takes constant time for each record that comes after all others, and otherwise what adding it
  * takes; in the vector, a call moves the other records once. Records that are not in key order are
@@ -372,8 +373,8 @@ ZDBCCLIB_API int zdbx_init_from_memory(zdbHandle_t db, const void* bytes, size_t
 ZDBCCLIB_API int zdbx_write_fd(zdbHandle_t db, int fd, int noDomainCheck);
 
 /**
- * Like c__zdbwritezxf(), but returns the file's bytes; *bytes is null after a failure. Freed by
- * zdbx_free_bytes().
+ * Like c__zdbwritezxf(), but returns the file's bytes; *bytes is null after a failure.
+ * Freed by zdbx_free_bytes().
  */
 ZDBCCLIB_API int zdbx_write_memory(zdbHandle_t db, int noDomainCheck, void** bytes, size_t* count);
 
@@ -384,56 +385,8 @@ ZDBCCLIB_API void zdbx_free_bytes(void* bytes);
 
 /*
  * A symbol as a stream of Arrow's C data interface, and records from such a stream, so that
- * programs which speak it take symbols over without copying code. The structs are those of its
- * definition; include that before this header, or use these.
+ * programs which speak it take symbols over without copying code. The structs are in zdbarrow.h.
  */
-
-#ifndef ARROW_C_DATA_INTERFACE
-#define ARROW_C_DATA_INTERFACE
-
-#define ARROW_FLAG_DICTIONARY_ORDERED 1
-#define ARROW_FLAG_NULLABLE 2
-#define ARROW_FLAG_MAP_KEYS_SORTED 4
-
-struct ArrowSchema {
-  const char* format;
-  const char* name;
-  const char* metadata;
-  int64_t flags;
-  int64_t n_children;
-  struct ArrowSchema** children;
-  struct ArrowSchema* dictionary;
-  void (*release)(struct ArrowSchema*);
-  void* private_data;
-};
-
-struct ArrowArray {
-  int64_t length;
-  int64_t null_count;
-  int64_t offset;
-  int64_t n_buffers;
-  int64_t n_children;
-  const void** buffers;
-  struct ArrowArray** children;
-  struct ArrowArray* dictionary;
-  void (*release)(struct ArrowArray*);
-  void* private_data;
-};
-
-#endif /* ARROW_C_DATA_INTERFACE */
-
-#ifndef ARROW_C_STREAM_INTERFACE
-#define ARROW_C_STREAM_INTERFACE
-
-struct ArrowArrayStream {
-  int (*get_schema)(struct ArrowArrayStream*, struct ArrowSchema* out);
-  int (*get_next)(struct ArrowArrayStream*, struct ArrowArray* out);
-  const char* (*get_last_error)(struct ArrowArrayStream*);
-  void (*release)(struct ArrowArrayStream*);
-  void* private_data;
-};
-
-#endif /* ARROW_C_STREAM_INTERFACE */
 
 /**
  * Fills `stream` with the records of a symbol, the universe included, or of a slice, in key order,

@@ -7,8 +7,8 @@
 #include <type_traits>
 
 /// What a test run shares with the script, in the file ZDB_FAULT_FILE: a file rather than a
-/// variable of the environment, so that it reaches every process whatever environment it is started
-/// with.
+/// variable of the environment, so that it reaches every process whatever environment it
+/// is started with.
 struct ZdbFaults {
   int planted;                       ///< number of the fault that is switched on, 0 for none
   volatile unsigned char reached[];  ///< a byte for each number, set when its line runs

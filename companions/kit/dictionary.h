@@ -26,7 +26,8 @@ struct Symbol {
 class EntryTable {
  public:
   int count() const { return static_cast<int>(symbols_.size()); }
-  /// The symbol's number, from 1. REQUIRES: 0 <= entry < count().
+  /// The symbol's number, from 1.
+  /// REQUIRES 0 <= entry < count().
   int symbol(int entry) const { return symbols_[static_cast<std::size_t>(entry)]; }
   const int* key(int entry) const {
     return keys_.data() + starts_[static_cast<std::size_t>(entry)];
@@ -98,7 +99,8 @@ class __attribute__((visibility("default"))) EntryWalk {
  public:
   /// A cursor at its end.
   EntryWalk() = default;
-  /// A null key means any labels. REQUIRES: the dictionary outlives the cursor.
+  /// A null key means any labels.
+  /// REQUIRES the dictionary outlives the cursor.
   EntryWalk(const Dictionary& dictionary, int symbol, const int* key);
 
   /// The next row or column, -1 at the end.

@@ -14,7 +14,7 @@ namespace zdb::kit {
 /// problem; the next ones tell the solver only what has changed.
 class Session {
  public:
-  /// REQUIRES: engine.make != nullptr.
+  /// REQUIRES engine.make != nullptr.
   explicit Session(const Engine& engine) : engine_(engine), solver_(engine.make()) {}
 
   /// Prepares the problem for solve(). Throws a KitError if the solver does not solve such models.

@@ -3,8 +3,8 @@
 //
 // Conventions: `zxf` is a handle from XCreate, used by one thread at a time. Results are nonzero on
 // success; a failure returns 0, adds an error to the handle and, unless stated otherwise, changes
-// nothing else. Text buffers hold 256 bytes. No pointer may be null except keys of symbols without
-// dimensions.
+// nothing else. Text buffers hold 256 bytes. No pointer may be null except keys of
+// symbols without dimensions.
 #pragma once
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the loader looks for exactly these names.

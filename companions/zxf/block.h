@@ -15,10 +15,12 @@ class BlockWriter {
  public:
   BlockWriter() : columns_(streams_) {}
 
-  /// Begins a symbol: its number, dimension and doubles per record. REQUIRES: empty().
+  /// Begins a symbol: its number, dimension and doubles per record.
+  /// REQUIRES empty().
   void start(std::uint32_t symbol, int dim, int width);
 
-  /// Adds a record; see KeyWriter::add. REQUIRES: not full().
+  /// Adds a record; see KeyWriter::add.
+  /// REQUIRES not full().
   void add(const int* key, int changed, const double* values) {
     const std::uint32_t at = keys_.count();
     keys_.add(key, changed);
@@ -28,7 +30,8 @@ class BlockWriter {
   bool empty() const { return keys_.count() == 0; }
 
   /// Packs the collected records into header and payload and begins the next block. The result is
-  /// valid until the next call. REQUIRES: !empty().
+  /// valid until the next call.
+  /// REQUIRES !empty().
   ByteSpan pack(const SpecialMatcher& specials);
 
  private:
@@ -62,7 +65,8 @@ class BlockReader {
  public:
   BlockReader() : keys_(streams_), columns_(streams_) {}
 
-  /// Fills `block` with `count` records. REQUIRES: 1 <= count <= kMaxBlockRecords.
+  /// Fills `block` with `count` records.
+  /// REQUIRES 1 <= count <= kMaxBlockRecords.
   void read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_t count,
             std::uint32_t labelCount, const SpecialValues& delivered, Block& block);
 

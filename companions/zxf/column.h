@@ -26,7 +26,7 @@ class ColumnWriter {
   explicit ColumnWriter(StreamWriter& streams) : streams_(streams) {}
 
   /// Appends a column; values that match a special value are stored by slot.
-  /// REQUIRES: !values.empty().
+  /// REQUIRES !values.empty().
   void append(Bytes& out, std::span<const double> values, const SpecialMatcher& specials);
 
  private:

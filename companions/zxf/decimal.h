@@ -9,7 +9,8 @@
 
 namespace zdb::zxfile {
 
-/// 10^decimals, exactly. REQUIRES: 0 <= decimals <= kMaxDecimals.
+/// 10^decimals, exactly.
+/// REQUIRES 0 <= decimals <= kMaxDecimals.
 double powerOfTen(int decimals);
 
 /// The value of a decimal. Division is correctly rounded on every machine, so the same integer and

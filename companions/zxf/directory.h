@@ -38,7 +38,8 @@ void forEachDomain(const SymbolEntry& entry, With with) {
 }
 
 /// Appends the three sections, fills in the header and writes it over the kHeaderSize bytes
-/// reserved at the start. REQUIRES: only blocks have been appended after those bytes.
+/// reserved at the start.
+/// REQUIRES only blocks have been appended after those bytes.
 void writeDirectory(Directory& directory, OutputFile& file, StreamWriter& streams);
 
 /// Reads and checks everything but the blocks. Whatever the file holds, the result has these

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "contract/descriptor.h"
 #include "zxf/bytes.h"
 
 namespace zdb::zxfile {
@@ -17,20 +18,7 @@ auto uninterrupted(Call call) {
   return result;
 }
 
-/// A file descriptor that is closed with its owner.
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  ~Descriptor();
-  Descriptor(Descriptor&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
-  Descriptor& operator=(Descriptor&& other) noexcept;
-
-  int get() const { return fd_; }
-  bool valid() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
+using contract::Descriptor;
 
 /// A regular file that is read by position. Not mapped: a mapped file that another process shortens
 /// would end this one with a signal instead of an error.
@@ -57,15 +45,15 @@ class InputFile {
 /// its file has such a name. As long as it lives, it holds a lock on the file; the next writer in
 /// the folder removes those of its user that nobody holds, for which it lists the folder (0.3 us a
 /// name). The folder is held open, so a change of the working directory does no harm. An existing
-/// target keeps its permission bits and, where that is allowed, its owner; a symbolic link is
-/// followed.
+/// target keeps its permission bits and, where that is allowed, its owner; a symbolic
+/// link is followed.
 ///
 /// A target that is a file without a name, given as /proc/self/fd/ and the number of a descriptor,
 /// such as one in memory, is written in place: its first owner decides what becomes of it.
 class OutputFile {
  public:
-  /// Fails with CannotOpenFile (an existing target may not be written), NotRegularFile or
-  /// CannotCreateFile.
+  /// Fails with CannotOpenFile (an existing target may not be written),
+  /// NotRegularFile or CannotCreateFile.
   explicit OutputFile(const char* path);
   /// Removes what was not published.
   ~OutputFile();

@@ -9,15 +9,6 @@
 
 namespace zdb::zxfile {
 
-Descriptor::~Descriptor() {
-  if (fd_ >= 0) ::close(fd_);
-}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(fd_, other.fd_);
-  return *this;
-}
-
 // O_NONBLOCK keeps open() from waiting for the writer of a named pipe; it has no effect on regular
 // files, and anything else is rejected.
 InputFile::InputFile(const char* path)

@@ -19,7 +19,8 @@ class KeyWriter {
  public:
   KeyWriter() : tokens_(kMaxBlockRecords) {}
 
-  /// Discards all keys. REQUIRES: 0 <= dim <= kMaxDim.
+  /// Discards all keys.
+  /// REQUIRES 0 <= dim <= kMaxDim.
   void start(int dim);
 
   /// Adds a key that is greater than the last one and first differs from it at position `changed`,

@@ -22,7 +22,7 @@ class TextList {
 
   std::uint32_t size() const { return static_cast<std::uint32_t>(offsets_.size()); }
 
-  /// REQUIRES: 1 <= number <= size(). Valid until the list changes.
+  /// REQUIRES 1 <= number <= size(). Valid until the list changes.
   std::string_view at(std::uint32_t number) const {
     const std::uint8_t* entry = stored_.data() + offsets_[number - 1];
     return asText({entry + 1, *entry});

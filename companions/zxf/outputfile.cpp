@@ -188,8 +188,8 @@ bool OutputFile::createNamed() {
   return false;
 }
 
-// Tells other writers that the file is no left-over. Where a file system has no locks, nobody can
-// lock and nothing is removed. False for a file that another writer took for one before.
+// Tells other writers that the file is not a left-over. Where a file system has no locks, nobody
+// can lock and nothing is removed. False for a file that another writer took for one before.
 bool OutputFile::lock() const {
   if (::flock(file_.get(), LOCK_EX | LOCK_NB) != 0) return errno != EWOULDBLOCK;
   struct stat status;
@@ -245,7 +245,7 @@ void OutputFile::giveName() {
   for (int i = 0; temporaryName_.empty() && i < kNameTries; ++i) {
     std::string name = uniqueName(targetName_);
     if (link(name)) {
-      temporaryName_ = std::move(name);  // cannot fail, or the file would stay behind
+      temporaryName_ = std::move(name);  // cannot fail, or the file would be left over
     } else if (errno != EEXIST) {
       break;
     }

@@ -25,8 +25,8 @@ inline void transposeBytes(std::array<std::uint64_t, 8>& rows) {
   }
 }
 
-/// Writes the `width` low bytes of source(i), 0 <= i < n, into planes of n bytes. REQUIRES: 0 <=
-/// width <= 8.
+/// Writes the `width` low bytes of source(i), 0 <= i < n, into planes of n bytes.
+/// REQUIRES 0 <= width <= 8.
 template <typename Source>
 void splitPlanes(std::size_t n, int width, std::uint8_t* planes, Source source) {
   std::size_t i = 0;

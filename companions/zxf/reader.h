@@ -63,12 +63,13 @@ class Reader {
   /// REQUIRES: started(); at most dim() labels.
   void seek(std::span<const int> leading, const SpecialValues& delivered);
 
-  /// Makes sure that a record is at hand: false behind the last one. Fails with DamagedRecords,
+  /// Makes sure that a record is at hand: false after the last one. Fails with DamagedRecords,
   /// TruncatedFile or ReadFailed; after that there are no more records.
   bool ready(const SpecialValues& delivered) { return at_ < block_.count || nextBlock(delivered); }
 
   /// Copies out the record at hand and goes on: `dim` labels, 1 or 5 values, the first changed
-  /// dimension from 1 (0 without dimensions). REQUIRES: ready() gave true.
+  /// dimension from 1 (0 without dimensions).
+  /// REQUIRES ready() gave true.
   void take(int* key, double* values, int* changed) {
     const int* row = block_.rows.data() + std::size_t{at_} * rowSize_;
     for (int d = 0; d < rowSize_; ++d) key[d] = row[d];
@@ -95,7 +96,7 @@ class Reader {
   void jumpTo(std::size_t n, const SpecialValues& delivered);
   void goTo(std::span<const int> leading);
   bool isBefore(std::size_t block, std::span<const int> leading, const SpecialValues& delivered);
-  /// Checks that the block's first key comes behind `previous` and says where it differs.
+  /// Checks that the block's first key comes after `previous` and says where it differs.
   void joinToPrevious(std::span<const int> previous);
 
   std::shared_ptr<const OpenFile> file_;

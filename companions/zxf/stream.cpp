@@ -26,7 +26,7 @@ bool hasFailed(std::size_t result) {
 }
 
 // Frames of the packing library's early formats have other first bytes and are not ours, neither
-// alone nor behind a frame of today's format.
+// alone nor after a frame of today's format.
 bool isOneFrame(ByteSpan stored) {
   return stored.size() >= sizeof(std::uint32_t) &&
          loadInt<std::uint32_t>(stored.data()) == ZSTD_MAGICNUMBER &&

@@ -58,7 +58,8 @@ class Writer {
   void setRelaxedDomains(int number, const char* const* names);
 
   /// Adds a record to the current symbol, or returns why it is left out: BadLabelNumber, KeyOrder,
-  /// DomainViolation or TooMany. Throws only if the file fails. REQUIRES: inSymbol().
+  /// DomainViolation or TooMany. Throws only if the file fails.
+  /// REQUIRES inSymbol().
   Errc addRecord(const int* key, const double* values, const SpecialValues& specials) {
     int changed = 0;
     if (recordCount_ > 0) {

@@ -19,7 +19,7 @@ using Rows = std::optional<std::vector<Row>>;  // none if the file is refused
 
 constexpr std::size_t kPiece = std::size_t{1} << 18;  // of what the scanner reads at once
 
-const testsupport::TemporaryFolder folder;  // with TMPDIR=/dev/shm, it is in memory
+const zdb::test::TemporaryFolder folder;  // with TMPDIR=/dev/shm, it is in memory
 
 void require(bool good, const char* what) {
   if (good) return;

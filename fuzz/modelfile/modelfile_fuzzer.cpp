@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::array<const char*, 4> kNames = {"a.mps", "a.lp", "a.mod", "a"};
 
-const testsupport::TemporaryFolder folder;  // with TMPDIR=/dev/shm, it is in memory
+const zdb::test::TemporaryFolder folder;  // with TMPDIR=/dev/shm, it is in memory
 
 void require(bool good, const char* what) {
   if (good) return;

@@ -17,8 +17,8 @@ using zdb::script::Parameter;
 using zdb::script::Shape;
 using zdb::script::Slot;
 
-const testsupport::TemporaryFolder folder;
-const zdb::script::FunctionTable functions = zxftest::functionTable();
+const zdb::test::TemporaryFolder folder;
+const zdb::script::FunctionTable functions = zdb::test::zxf::functionTable();
 
 class Calls {
  public:
@@ -32,7 +32,7 @@ class Calls {
       const bool done = call(function, opens) == 1;
       if (done && name == "zxfOpenWrite") target_ = path_;
       if (done && name == "zxfClose" && !target_.empty()) {
-        zxftest::readContent(target_);
+        zdb::test::zxf::readContent(target_);
         target_.clear();
       }
       if (!opens && C__zxfErrorCount(zxf_) < errors) abort();
@@ -110,7 +110,7 @@ class Calls {
 
   const std::uint8_t* at_;
   const std::uint8_t* end_;
-  const zxftest::Zxf zxf_;
+  const zdb::test::zxf::Zxf zxf_;
   std::string path_;
   std::string target_;  // of the writer that is open
   std::array<std::array<int, 20>, 5> ints_{};

@@ -29,14 +29,15 @@ bool isSound(const std::string& path) {
   }
 }
 
-void read(const zxftest::Bytes& bytes) {
-  if (isSound(zxftest::memoryFile(bytes)) != zxftest::errorsOf(bytes).empty()) std::abort();
+void read(const zdb::test::zxf::Bytes& bytes) {
+  if (isSound(zdb::test::zxf::memoryFile(bytes)) != zdb::test::zxf::errorsOf(bytes).empty())
+    std::abort();
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  zxftest::Bytes bytes(data, data + size);
+  zdb::test::zxf::Bytes bytes(data, data + size);
   read(bytes);
   reseal(bytes);
   read(bytes);

@@ -40,6 +40,13 @@ struct BulkCall : Call {
   bool given(const void* argument, const char* name) const {
     return argument != nullptr || refuse("%s: argument %s must not be null", name);
   }
+  /// Whether records can be put into this symbol.
+  bool fillable(const AbstractZDBSymbol* symbol) const {
+    if (!symbolGiven(frame(), symbol)) return false;
+    return (!symbol->isUniverse() && !symbol->isAlias()) ||
+           refuse("%s: cannot add records to %s, which is %s", symbol->name.c_str(),
+                  symbol->isAlias() ? "an alias" : "the universe");
+  }
   /// Whether a struct is given and begins with a size that some version has: so far, one.
   template <typename Struct>
   bool structGiven(const Struct* given_, const char* name) const {

@@ -5,23 +5,7 @@
 
 // NOLINTBEGIN(bugprone-reserved-identifier): the names are the interface.
 
-namespace {
-
 using zdb::BulkCall;
-
-/// The checks that all functions make know nothing of results.
-const zdb::Call& plain(const BulkCall& call) {
-  return call;
-}
-
-/// Whether records can be put into this symbol.
-bool isFillable(const BulkCall& call, const zdb::AbstractZDBSymbol* symbol) {
-  if (!userSymbolGiven(plain(call), symbol, "Cannot add records to the Universe")) return false;
-  return !symbol->isAlias() ||
-         call.refuse("%s: cannot add records to alias %s", symbol->name.c_str());
-}
-
-}  // namespace
 
 extern "C" {
 
@@ -30,7 +14,7 @@ int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
   if (stream != nullptr) *stream = {};
   return zdb::bulk(__func__, zdb::inside(db), nullptr, [&](const BulkCall& call) {
     zdb::AbstractZDBSymbol* exported = zdb::inside(symbol);
-    return call.given(stream, "stream") && symbolGiven(plain(call), exported) &&
+    return call.given(stream, "stream") && symbolGiven(call.frame(), exported) &&
            call.countGiven(batchRows, "batchRows") &&
            zdb::arrow::exportStream(call.db, *exported, slice, batchRows, *stream, call.outcome);
   });
@@ -44,7 +28,7 @@ int zdbx_import_stream(zdbHandle_t db, zdbSymbol_t symbol, struct ArrowArrayStre
     if (!call.given(stream, "stream")) return false;
     if (taken.release == nullptr) return call.refuse("%s: the stream has been released");
     zdb::AbstractZDBSymbol* filled = zdb::inside(symbol);
-    return isFillable(call, filled) && call.among(mode, ZDBX_ADD, "mode") &&
+    return call.fillable(filled) && call.among(mode, ZDBX_ADD, "mode") &&
            call.among(onFailure, ZDBX_SKIP, "onFailure") &&
            zdb::arrow::importStream(call.db, *filled, taken, static_cast<zdb::PutMode>(mode),
                                     static_cast<zdb::OnFailure>(onFailure), call.outcome);

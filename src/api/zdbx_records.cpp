@@ -111,14 +111,9 @@ int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* rec
                      int onFailure, zdbx_result* result) {
   return zdb::bulk(__func__, zdb::inside(db), result, [&](const BulkCall& call) {
     AbstractZDBSymbol* target = zdb::inside(symbol);
-    if (!symbolGiven(call.frame(), target)) return false;
-    if (target->isUniverse() || target->isAlias()) {
-      return call.refuse("%s: cannot add records to %s, which is %s", target->name.c_str(),
-                         target->isAlias() ? "an alias" : "the universe");
-    }
     zdb::RecordColumns columns;
-    if (!call.structGiven(records, "records") || !call.among(mode, ZDBX_ADD, "mode") ||
-        !call.among(onFailure, ZDBX_SKIP, "onFailure") ||
+    if (!call.fillable(target) || !call.structGiven(records, "records") ||
+        !call.among(mode, ZDBX_ADD, "mode") || !call.among(onFailure, ZDBX_SKIP, "onFailure") ||
         !keyColumnsGiven(call, *target, *records, columns) ||
         !valueColumnsGiven(call, *target, *records, columns)) {
       return false;

@@ -2,6 +2,7 @@
 #include "api/checks.h"
 #include "api/forward.h"
 #include "contract/names.h"
+#include "core/editsymbols.h"
 #include "zdbx.h"
 
 namespace {
@@ -20,7 +21,7 @@ int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol) {
   return zdb::guarded(__func__, zdb::inside(db), [&](zdb::Call call) {
     if (!call.given(symbol, "symbol") ||
         !zdb::userSymbolGiven(call, zdb::inside(*symbol), "Cannot remove the Universe") ||
-        !call.db.removeSymbol(zdb::inside(*symbol))) {
+        !zdb::removeSymbol(call.db, zdb::inside(*symbol))) {
       return false;
     }
     *symbol = nullptr;
@@ -31,7 +32,7 @@ int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol) {
 int zdbx_rename_symbol(zdbHandle_t db, zdbSymbol_t symbol, const char* name) {
   return zdb::guarded(__func__, zdb::inside(db), [&](zdb::Call call) {
     return zdb::userSymbolGiven(call, zdb::inside(symbol), "Cannot rename the Universe") &&
-           nameAllowed(call, name) && call.db.renameSymbol(zdb::inside(symbol), name);
+           nameAllowed(call, name) && zdb::renameSymbol(call.db, zdb::inside(symbol), name);
   });
 }
 

@@ -12,7 +12,7 @@ namespace zdb::arrow {
 /// The labels of one position as texts of their own and numbers from 0, in the order of their
 /// numbers in the database.
 ///
-/// Takes 4 bytes a label of the database. The texts are shared with the arrays that are given away.
+/// Takes 4 bytes for each label of the database. Arrays that are given away share the texts.
 class LabelDictionary {
  public:
   /// Notes that these labels occur, by their numbers in the database. False if one is not the

@@ -44,7 +44,7 @@ bool Gather::take(const ArrowArray& batch) {
   return isWhole;
 }
 
-/// From column to column fewer records may be left. Texts come last: they are taken of these only.
+/// Each column may leave fewer records. Texts come last and are taken from what is left only.
 void Gather::takeColumns(const ArrowArray& batch) {
   refuseNulls({batch, batch.offset, -1});
   int number = 0;

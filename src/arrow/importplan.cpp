@@ -7,8 +7,8 @@ namespace zdb::arrow {
 
 namespace {
 
-/// What people call the types that are most often met in vain; formats are known by their
-/// beginnings.
+/// Familiar names of the common types that cannot be used; formats are recognised
+/// by their beginnings.
 std::string typeName(const ArrowSchema& schema) {
   struct Name {
     std::string_view beginning;

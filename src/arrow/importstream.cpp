@@ -4,33 +4,30 @@
 #include <optional>
 
 #include "arrow/gather.h"
+#include "core/addedentries.h"
 
 namespace zdb::arrow {
 
 namespace {
 
-/// Removes the labels again that a call has added, unless it keeps them or a producer has added
-/// labels of its own to the same database while it was asked for a batch.
+/// The labels that a call has added, which stay if a producer has added labels of its own to the
+/// same database while it was asked for a batch.
 class AddedLabels {
  public:
   explicit AddedLabels(uellist::UELList& labels)
-      : labels_(labels), before_(labels.size()), last_(before_) {}
-  ~AddedLabels() {
-    if (!isKept_) labels_.truncate(before_);
-  }
-  AddedLabels(const AddedLabels&) = delete;
-  AddedLabels& operator=(const AddedLabels&) = delete;
+      : labels_(labels), added_(labels), last_(labels.size()) {}
 
   /// To be called before and after labels are added.
-  void before() { isKept_ = isKept_ || labels_.size() != last_; }
+  void before() {
+    if (labels_.size() != last_) keep();
+  }
   void after() { last_ = labels_.size(); }
-  void keep() { isKept_ = true; }
+  void keep() { added_.keep(); }
 
  private:
   uellist::UELList& labels_;
-  int before_;
+  AddedEntries<uellist::UELList> added_;
   int last_;
-  bool isKept_ = false;
 };
 
 [[noreturn]] void fail(ArrowArrayStream& stream, int code) {
@@ -55,8 +52,8 @@ ImportPlan planFor(const AbstractZDBSymbol& symbol, ArrowArrayStream& stream) {
   return {symbol, schema};
 }
 
-/// Takes the batches. What ends this before the end of the stream is described in the outcome:
-/// false.
+/// Takes the batches. What ends this before the end of the stream is described in
+/// the outcome: false.
 bool takeAll(ArrowArrayStream& stream, Gather& gather, AddedLabels& labels, BulkOutcome& outcome) {
   try {
     for (;;) {
@@ -89,8 +86,8 @@ void addOutcome(const BulkOutcome& put, const Gather& gather, BulkOutcome& outco
 }
 
 /// Whether the symbol is still there when the stream has been read: the producer's code may do
-/// anything to the database. Handles that are open make changes of a symbol dearer, so this one
-/// goes before the put.
+/// anything to the database. Open handles make changes of a symbol more expensive, so this one
+/// is released before the put.
 class Watch {
  public:
   explicit Watch(const AbstractZDBSymbol& symbol) : notes_(symbol.handleNotes) {}
@@ -105,8 +102,8 @@ class Watch {
   std::optional<HandleNotes::Reader> notes_;
 };
 
-/// Throws StreamError for what makes the whole call fail. Other failures leave their message in the
-/// outcome.
+/// Throws StreamError for what makes the whole call fail. Other failures leave their message
+/// in the outcome.
 bool putStream(ZDB& db, AbstractZDBSymbol& symbol, ArrowArrayStream& stream, PutMode mode,
                OnFailure onFailure, BulkOutcome& outcome) {
   Watch watch(symbol);

@@ -22,11 +22,11 @@ namespace {
 
 /// Batches of this size keep their columns in the caches and cost little each.
 constexpr std::int64_t kUsualRows = 1 << 16;
-/// So many element texts fit into a column with offsets of 32 bits.
+/// As many element texts as fit into a column with offsets of 32 bits.
 constexpr std::int64_t kMostRows = 1 << 20;
-/// Columns are made for what is left, but for no fewer records, since some may have been added.
+/// Columns have room for what is left, and for this at least, as records may have been added.
 constexpr std::int64_t kFewestRows = 1 << 10;
-/// The keys of so many records are looked at together to find the labels in use.
+/// Records whose keys are examined at a time to find the labels in use.
 constexpr std::int64_t kRowsAhead = 1 << 13;
 
 /// The columns of one batch while they are being filled.
@@ -56,8 +56,8 @@ struct Batch {
   std::vector<const char*> texts;
 };
 
-/// The state of a stream. When its symbol or its database has gone it can still be released, and
-/// asked for records, in vain.
+/// The state of a stream. When its symbol or its database has gone, it can still be released,
+/// and requests for records fail.
 class SymbolStream {
  public:
   SymbolStream(ZDB& db, AbstractZDBSymbol& symbol, const int* slice, std::int64_t batchRows)
@@ -70,7 +70,7 @@ class SymbolStream {
         cursor_(*symbol.aliasTarget, slice),
         left_(countRecords(db, *symbol.aliasTarget, slice)) {}
 
-  /// Finds the labels of all records, so that one dictionary a position serves all batches.
+  /// Finds the labels of all records, so that one dictionary for each position serves all batches.
   bool open(const int* slice) {
     for (const Field& field : schema_.children) {
       if (contract::isUtf8(field.name)) continue;

@@ -29,8 +29,8 @@ class TextReader {
   /// REQUIRES !isNull(entry).
   std::string_view operator[](std::int64_t entry) const;
 
-  /// Writes the numbers of texts, at most kGroup, up to the first that cannot be taken; returns how
-  /// many.
+  /// Writes the numbers of texts, at most kGroup, up to the first that cannot be taken;
+  /// returns how many.
   using Translate = FunctionRef<int(const std::string_view* texts, int count, int* numbers)>;
   static constexpr int kGroup = uellist::UELList::kGroup;
   /// Translates entries from `first` on until one is null or cannot be taken; returns how many were

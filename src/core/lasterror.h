@@ -29,8 +29,8 @@ enum ErrorKind : int {
 /// Such as "not found"; "other" for a number that is not a kind.
 const char* errorKindName(int kind);
 
-/// A failure as a host learns of it. Setting one allocates nothing, so that it works when memory is
-/// exhausted.
+/// A failure as a host learns of it. Setting one allocates nothing, so that it works when
+/// memory is exhausted.
 struct LastError {
   ErrorKind kind = ErrorNone;
   char text[kMessageSize] = "";

@@ -31,20 +31,16 @@ void OrderedSymbolTable::noteInserted(AbstractZDBSymbol* symbol) {
   if (!symbol->isAlias()) nonAlias_.push_back(symbol);
 }
 
-void OrderedSymbolTable::noteReplaced(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) {
+void OrderedSymbolTable::replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) {
   const auto place = std::find(nonAlias_.begin(), nonAlias_.end(), oldSymbol);
   if (place != nonAlias_.end()) *place = newSymbol;
+  (*this)[oldSymbol->name.c_str()] = newSymbol;
 }
 
 void TSymbolTable::insert(const char* name, AbstractZDBSymbol* symbol) {
   makeRoom();
   list_->AddObject(name, symbol);
   noteInserted(symbol);
-}
-
-void TSymbolTable::replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) {
-  noteReplaced(oldSymbol, newSymbol);
-  (*this)[oldSymbol->name.c_str()] = newSymbol;
 }
 
 std::unique_ptr<TSymbolTable::List> TSymbolTable::listWith(int position, const char* name) const {
@@ -87,11 +83,6 @@ void TUMapSymbolTable::insert(const char* name, AbstractZDBSymbol* symbol) {
     throw;
   }
   noteInserted(symbol);
-}
-
-void TUMapSymbolTable::replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) {
-  noteReplaced(oldSymbol, newSymbol);
-  (*this)[oldSymbol->name.c_str()] = newSymbol;
 }
 
 void TUMapSymbolTable::remove(const char* name) {

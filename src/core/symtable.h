@@ -3,8 +3,8 @@
 // Models have hundreds of symbols, which are looked up at every call that names one. Of a thousand
 // names of 20 characters, the hashed list behind `TSymbolTable` finds one in 27 ns and takes 96
 // bytes each, texts included; a std::unordered_map, the alternative `TUMapSymbolTable`, takes 45 ns
-// and 125 bytes, as it copies and folds a name before looking it up. Symbols are never removed, so
-// a position stays that of the same symbol or of the one that has replaced it.
+// and 125 bytes, as it copies and folds a name before looking it up. A position stays that of the
+// same symbol, or of the one that has replaced it, until one before it is removed.
 #pragma once
 
 #include <memory>
@@ -37,7 +37,8 @@ class ISymbolTable {
   /// Replaces the old symbol by the new one, in both orders and under its name.
   virtual void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) = 0;
   /// Removes the symbol that has this name; those after it move up. Takes time in all symbols,
-  /// since the table is made anew; if memory runs out, it stays as it was. REQUIRES contains(name).
+  /// since the table is made anew; if memory runs out, it stays as it was.
+  /// REQUIRES contains(name).
   virtual void remove(const char* name) = 0;
   /// Gives the symbol that has this name another one, or another spelling. As costly.
   /// REQUIRES contains(oldName), and no other symbol has the new name.
@@ -64,6 +65,7 @@ class ISymbolTable {
 class OrderedSymbolTable : public ISymbolTable {
  public:
   void clearAndUnload() override;
+  void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) override;
   bool forEach(SymbolVisitor visit) override;
   bool forEach(NamedVisitor visit) override;
   AbstractZDBSymbol* front() override { return (*this)[0]; }
@@ -79,7 +81,6 @@ class OrderedSymbolTable : public ISymbolTable {
     if (nonAlias_.size() == nonAlias_.capacity()) nonAlias_.reserve(2 * nonAlias_.size() + 8);
   }
   void noteInserted(AbstractZDBSymbol* symbol);
-  void noteReplaced(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol);
   void noteRemoved(AbstractZDBSymbol* symbol) { std::erase(nonAlias_, symbol); }
 
  private:
@@ -90,7 +91,6 @@ class OrderedSymbolTable : public ISymbolTable {
 class TSymbolTable final : public OrderedSymbolTable {
  public:
   void insert(const char* name, AbstractZDBSymbol* symbol) override;
-  void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) override;
   void remove(const char* name) override;
   void rename(const char* oldName, const char* newName) override;
   AbstractZDBSymbol*& operator[](const char* name) override;
@@ -111,7 +111,6 @@ class TSymbolTable final : public OrderedSymbolTable {
 class TUMapSymbolTable final : public OrderedSymbolTable {
  public:
   void insert(const char* name, AbstractZDBSymbol* symbol) override;
-  void replace(AbstractZDBSymbol* oldSymbol, AbstractZDBSymbol* newSymbol) override;
   void remove(const char* name) override;
   void rename(const char* oldName, const char* newName) override;
   AbstractZDBSymbol*& operator[](const char* name) override;

@@ -1,8 +1,8 @@
 // Labels: the texts that record keys are made of, and their numbers.
 //
 // Records hold numbers of 4 bytes instead of texts, so each text is stored once and keys compare as
-// integers. txstrhashlist.h says what a look-up costs. Labels are never removed: numbers and texts
-// are valid as long as the list, which owns the texts.
+// integers. txstrhashlist.h says what a look-up costs. Only a failed call takes back the labels
+// that it added; other numbers and texts are valid as long as the list, which owns the texts.
 #pragma once
 
 #include <cstddef>

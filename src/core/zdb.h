@@ -41,6 +41,10 @@ using SymbolFactory = std::unique_ptr<AbstractZDBSymbol> (*)(ZDB& owner, int sto
 /// much room as names take. One that is too long is reported.
 bool isDomainName(ZDB& db, const char* name);
 
+/// For a symbol that could not be made in the default storage, which hosts may set to anything:
+/// whether that storage is unknown, which is reported.
+bool isStorageUnknown(ZDB& db, const std::string& symbolName);
+
 /// Receives the log lines of a database as short strings, with the caller's user pointer.
 struct LogCallback {
   int (*print)(const char* text, void* user) = nullptr;
@@ -145,9 +149,6 @@ class ZDB {
   std::unique_ptr<AbstractZDBSymbol> symbolFactory(int storageType, const std::string& name,
                                                    int dim, int type, int number, int userInfo,
                                                    const std::string& explText);
-  /// For a symbol that could not be made in the default storage, which hosts may set to anything:
-  /// whether that storage is unknown, which is reported.
-  bool isStorageUnknown(const std::string& symbolName);
   /// A copy of a symbol, including flags and records, in another storage; null for an
   /// unknown storage.
   std::unique_ptr<AbstractZDBSymbol> symbolFactory(int storageType, AbstractZDBSymbol* from);
@@ -158,16 +159,6 @@ class ZDB {
   /// symbol replaces the given one, whose handle becomes invalid; null (and no change) for an
   /// unknown storage.
   AbstractZDBSymbol* switchSymbolStorage(AbstractZDBSymbol* symbol, int storageType);
-
-  /// Removes a symbol from the table and deletes it; those after it move up. Fails for one that is
-  /// a domain of another symbol or has an alias. Takes time in all symbols. REQUIRES the symbol is
-  /// not the universe.
-  bool removeSymbol(AbstractZDBSymbol* symbol);
-  /// Gives a symbol another name, also where it is a domain by name only. Fails for a name that
-  /// another symbol has. Loads the symbol first, since its source knows it by the old name. As
-  /// costly.
-  /// REQUIRES the symbol is not the universe.
-  bool renameSymbol(AbstractZDBSymbol* symbol, const char* name);
 
   /// `domains` and `domainNames` have `dim` entries; where a domain is null, the name counts.
   /// Returns null and leaves a message on failure.

@@ -2,8 +2,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/delivery.h"
-#include "core/textutils.h"
 #include "core/zdb.h"
 
 namespace zdb {
@@ -21,57 +19,6 @@ void redirectReferences(ZDB& db, AbstractZDBSymbol* from, AbstractZDBSymbol* to)
   db.symbols().forEach(redirect);
 }
 
-/// Whether something in the database needs this symbol: an alias, or a domain of another symbol.
-bool isInUse(ZDB& db, const AbstractZDBSymbol& symbol) {
-  return !db.symbols().forEach([&](AbstractZDBSymbol* other) {
-    if (other == &symbol) return true;
-    return other->aliasTarget != &symbol &&
-           std::ranges::find(other->domains, &symbol) == other->domains.end();
-  });
-}
-
-/// Takes the domains of a symbol that is going for domains no longer, unless others have them.
-void releaseDomains(ZDB& db, AbstractZDBSymbol& symbol) {
-  for (AbstractZDBSymbol* domain : symbol.domains) {
-    if (domain == nullptr) continue;
-    domain->isDomain = domain->aliasTarget->isDomain = false;
-    if (!db.isDomainCheckInProgress()) domain->aliasTarget->domainLookup = {};
-  }
-  symbol.domains.clear();
-  db.symbols().forEach([&](AbstractZDBSymbol* other) {
-    for (AbstractZDBSymbol* domain : other->domains) {
-      if (domain != nullptr && domain != db.universe()) domain->markAsDomain();
-    }
-    return true;
-  });
-}
-
-/// The domains that are known by this name only.
-std::vector<std::string*> mentionsOf(ZDB& db, const std::string& name) {
-  std::vector<std::string*> mentions;
-  db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
-    for (std::string& domain : symbol->domainNames) {
-      if (zxf::utils::sameTextInvariant(domain, name)) mentions.push_back(&domain);
-    }
-    return true;
-  });
-  return mentions;
-}
-
-/// The information of an alias says which set it stands for: its number, or in what comes from a
-/// file one more.
-void lowerNumbers(ZDB& db, int from) {
-  db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
-    const int target = symbol->aliasTarget->number;
-    const bool isMoved = symbol->isAlias() && target > from;
-    if (isMoved && (symbol->userInfo == target || symbol->userInfo == target + 1)) {
-      --symbol->userInfo;
-    }
-    return true;
-  });
-  for (int i = from; i < db.symbols().size(); ++i) db.symbols()[i]->number = i;
-}
-
 }  // namespace
 
 bool isDomainName(ZDB& db, const char* name) {
@@ -80,19 +27,19 @@ bool isDomainName(ZDB& db, const char* name) {
                          name);
 }
 
+bool isStorageUnknown(ZDB& db, const std::string& symbolName) {
+  if (db.symbolFactory(db.defaultStorage(), symbolName, 0, TypeParameter, 0, 0, "")) return false;
+  db.setLastError(
+      ErrorArgument,
+      "Symbol %s cannot be made: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)",
+      symbolName.c_str(), db.defaultStorage());
+  return true;
+}
+
 std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, const std::string& name,
                                                       int dim, int type, int number, int userInfo,
                                                       const std::string& explText) {
   return makeSymbol_(*this, storageType, name, dim, type, number, userInfo, explText);
-}
-
-bool ZDB::isStorageUnknown(const std::string& symbolName) {
-  if (symbolFactory(defaultStorage_, symbolName, 0, TypeParameter, 0, 0, "")) return false;
-  setLastError(
-      ErrorArgument,
-      "Symbol %s cannot be made: record storage %d is unknown; use 0 (map), 1 (vector) or 2 (tree)",
-      symbolName.c_str(), defaultStorage_);
-  return true;
 }
 
 std::unique_ptr<AbstractZDBSymbol> ZDB::symbolFactory(int storageType, AbstractZDBSymbol* from) {
@@ -133,40 +80,6 @@ AbstractZDBSymbol* ZDB::switchSymbolStorage(AbstractZDBSymbol* symbol, int stora
   symbols_.replace(symbol, copy.get());
   delete symbol;
   return copy.release();
-}
-
-bool ZDB::removeSymbol(AbstractZDBSymbol* symbol) {
-  if (!isAtRest(*this, *symbol)) return false;
-  if (isInUse(*this, *symbol)) {
-    return setLastError(ErrorState, "Symbol %s is a domain of another symbol or has an alias",
-                        symbol->name.c_str());
-  }
-  symbols_.remove(symbol->name.c_str());  // the only step that can fail
-  const std::unique_ptr<AbstractZDBSymbol> owned(symbol);
-  lowerNumbers(*this, symbol->number);
-  releaseDomains(*this, *symbol);
-  symbol->handleNotes.noteRemoval();
-  return true;
-}
-
-bool ZDB::renameSymbol(AbstractZDBSymbol* symbol, const char* name) {
-  if (!isAtRest(*this, *symbol)) return false;
-  if (symbols_.contains(name) && symbols_[name] != symbol) {
-    return setLastError(ErrorExists, "Symbol %s exists already", name);
-  }
-  // Its source knows it by this name.
-  const bool isInSource = !symbol->isLoaded && !symbol->isAlias() && source(initFrom_) != nullptr;
-  if (isInSource && !LoadSymbol(symbol)) return false;
-  const std::vector<std::string*> mentions = mentionsOf(*this, symbol->name);
-  std::vector<std::string> copies(mentions.size() + 1, name);
-  symbols_.rename(symbol->name.c_str(), name);  // the last step that can fail
-  for (std::string* mention : mentions) {
-    mention->swap(copies.back());
-    copies.pop_back();
-  }
-  symbol->name.swap(copies.back());
-  markWritten(symbol);
-  return true;
 }
 
 bool ZDB::FindSymbol(const char* name, AbstractZDBSymbol** symbol) {

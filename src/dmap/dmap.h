@@ -130,11 +130,12 @@ class DMap final : public IDMap<DMapIterator> {
   void reserve(int records) override;
 
   /// The records from `at` on that lie at equal distances, in place or in `buffer`; moves `at`
-  /// behind them.
+  /// past them.
   RecordRun nextRun(DMapIterator& at, RunBuffer& buffer);
   /// Adds records with adjacent keys and rows, counting each in `done`; appendMany those that are
   /// in order and come after all others. An existing key keeps its values. Throws std::bad_alloc,
-  /// after which the first `done` are there. REQUIRES dimension > 0.
+  /// after which the first `done` are there.
+  /// REQUIRES dimension > 0.
   void appendMany(const int* keys, const double* values, int count, int& done) {
     map_.tree().appendMany(keys, values, count, done);
   }

@@ -173,10 +173,10 @@ class DMapUTree final : public IDMap<TreeIterator> {
   /// REQUIRES the key is absent and `at` is what `exactLowerBound` returned for it.
   TreeIterator insertAt(const TreeIterator& at, const int* key, const double* values);
 
-  /// The records from `at` on, in `buffer`, as many as fit; moves `at` behind them.
+  /// The records from `at` on, in `buffer`, as many as fit; moves `at` past them.
   RecordRun nextRun(TreeIterator& at, RunBuffer& buffer);
   /// Adds records with adjacent keys and rows, counting each in `done`. In constant time each if
-  /// they are in order and behind all others. An existing key keeps its values, except the largest.
+  /// they are in order and after all others. An existing key keeps its values, except the largest.
   /// Throws std::bad_alloc, after which the first `done` are there.
   /// REQUIRES dimension > 0.
   void appendMany(const int* keys, const double* values, int count, int& done) {

@@ -250,15 +250,6 @@ void DMapVector::clear() {
   if (search_) search_->clear();
 }
 
-void DMapVector::swap(DMapVector& other) noexcept {
-  std::swap(keys_, other.keys_);
-  std::swap(values_, other.values_);
-  std::swap(count_, other.count_);
-  std::swap(room_, other.room_);
-  std::swap(plain_, other.plain_);
-  std::swap(search_, other.search_);
-}
-
 void DMapVector::reserve(int records) {
   if (getDim() == 0) return;
   // Never below the count, which stays: every position below it must have a record.

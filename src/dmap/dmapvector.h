@@ -139,7 +139,7 @@ class DMapVector final : public IDMap<VectorIterator> {
   VectorIterator end() override { return iterator(static_cast<int>(size())); }
   void clear() override;
   /// Exchanges the records with those of a container of the same dimension and value width.
-  void swap(DMapVector& other) noexcept;
+  void swap(DMapVector& other) noexcept { swapRecords(other); }
   /// Constant time.
   int index(const VectorIterator& it) override;
   /// Constant time, without a check.
@@ -154,7 +154,7 @@ class DMapVector final : public IDMap<VectorIterator> {
   /// Adds a record before `at`. Linear in the number of records after it.
   /// REQUIRES the key is absent and `at` is what `exactLowerBound` returned for it.
   VectorIterator insertAt(const VectorIterator& at, const int* key, const double* values);
-  /// The records from `at` on, up to a fixed number; moves `at` behind them.
+  /// The records from `at` on, up to a fixed number; moves `at` past them.
   RecordRun nextRun(VectorIterator& at, RunBuffer& buffer);
   /// Makes room for so many more records. Throws std::bad_alloc.
   void makeRoomFor(std::size_t records);

@@ -84,7 +84,7 @@ RecordRun RecordTreeBase::takeRun(RecordPosition& at, RunBuffer& buffer) const {
   if (leaf.run == RecordLeaf::kNoRun) {
     static_assert(sizeof(RunBuffer) >=
                   RecordLeaf::kCapacity * recordBytes(kMaxDim, 5) + sizeof(double));
-    // As the records lie elsewhere: keys such that the values behind them are aligned.
+    // As the records lie elsewhere: keys such that the values after them are aligned.
     auto* copies = reinterpret_cast<std::byte*>(&buffer) + keyOffset(keyLength_);
     keys = reinterpret_cast<const int*>(copies);
     for (std::uint32_t place = at.place; place < leaf.count; ++place) {

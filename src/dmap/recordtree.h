@@ -137,7 +137,7 @@ class RecordTreeBase {
   /// record stays.
   void prev(RecordPosition& at) const;
 
-  /// The records from `at` to the end of its leaf, in place or in `buffer`; moves `at` behind them.
+  /// The records from `at` to the end of its leaf, in place or in `buffer`; moves `at` past them.
   RecordRun takeRun(RecordPosition& at, RunBuffer& buffer) const;
 
   void erase(RecordPosition at);

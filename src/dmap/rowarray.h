@@ -75,8 +75,8 @@ class RowArray {
   void makeRoom() {
     if (size() == capacity_) grow();
   }
-  /// Ensures room for `rows` more rows, exactly that if the array had no memory. Throws
-  /// std::bad_alloc.
+  /// Ensures room for `rows` more rows, exactly that if the array had no
+  /// memory. Throws std::bad_alloc.
   void makeRoomFor(std::size_t rows) {
     if (rows > capacity_ - size()) growTo(std::max(size() + rows, 2 * capacity_));
   }

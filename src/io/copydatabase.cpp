@@ -79,7 +79,7 @@ bool DatabaseCopy::copySymbol(AbstractZDBSymbol& from) {
   auto made = db_.symbolFactory(db_.defaultStorage(), from.name, from.dim, from.type, from.number,
                                 from.userInfo, from.explText);
   if (!made) {
-    db_.isStorageUnknown(from.name);  // which it is, and which this reports
+    isStorageUnknown(db_, from.name);  // which it is, and which this reports
     return false;
   }
   AbstractZDBSymbol* copy = db_.insertSymbol(std::move(made));

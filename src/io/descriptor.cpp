@@ -13,20 +13,19 @@
 #include <utility>
 #include <vector>
 
+#include "contract/descriptor.h"
 #include "io/zxfsource.h"
 
 namespace zdb {
 
-Descriptor::~Descriptor() {
-  if (fd_ >= 0) ::close(fd_);
-}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(fd_, other.fd_);
-  return *this;
-}
-
 namespace {
+
+using contract::Descriptor;
+
+/// A name under which the file can be opened again, as long as the descriptor is there.
+std::string pathOf(const Descriptor& file) {
+  return "/proc/self/fd/" + std::to_string(file.get());
+}
 
 /// Reports the error that a system call has left.
 [[gnu::format(printf, 2, 3)]] bool failSystem(ZDB& db, const char* format, ...) {
@@ -118,14 +117,14 @@ bool readAll(int fd, off_t place, char* bytes, std::size_t count) {
 
 /// Lets the database read from a file that it keeps open.
 bool initFrom(ZDB& db, Descriptor file) {
-  if (!db.InitFromZXF(file.path())) return false;
+  if (!db.InitFromZXF(pathOf(file))) return false;
   static_cast<ZXFSource*>(db.source(FROM_ZXF))->hold(std::move(file));
   return true;
 }
 
 /// Writes the database to a new file in memory.
 bool writeInMemory(ZDB& db, int noDomainCheck, Descriptor& file, std::size_t& size) {
-  if (!makeMemoryFile(db, file) || !db.WriteZXF(file.path(), noDomainCheck)) return false;
+  if (!makeMemoryFile(db, file) || !db.WriteZXF(pathOf(file), noDomainCheck)) return false;
   struct stat status {};
   if (::fstat(file.get(), &status) != 0) return failSystem(db, "Cannot read the file in memory");
   size = static_cast<std::size_t>(status.st_size);

@@ -1,29 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 
 #include "core/functionref.h"
 
 namespace zdb {
 
 class ZDB;
-
-/// A file descriptor that is closed with its owner.
-class Descriptor {
- public:
-  explicit Descriptor(int fd = -1) : fd_(fd) {}
-  ~Descriptor();
-  Descriptor(Descriptor&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
-  Descriptor& operator=(Descriptor&& other) noexcept;
-
-  int get() const { return fd_; }
-  /// A name under which the file can be opened again, as long as this is there.
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-
- private:
-  int fd_;
-};
 
 // Data exchange files without a name. The companion opens files by name, so it gets those of their
 // descriptors, which takes a system with /proc. Failures are reported in the database.

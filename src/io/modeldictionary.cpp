@@ -87,7 +87,7 @@ bool takeSymbol(ZDB& db, zlxRec* dictionary, int index) {
   auto symbol = db.symbolFactory(db.defaultStorage(), name, found.dim, found.databaseType(),
                                  db.symbols().size(), zlxSymUserInfo(dictionary, index), text);
   if (!symbol) {
-    if (db.isStorageUnknown(name)) return false;
+    if (isStorageUnknown(db, name)) return false;
     return db.setLastError(ErrorModel, "Dimension of symbol %s must be between 0 and %d (saw %d)",
                            name, kMaxDim, found.dim);
   }

@@ -121,7 +121,7 @@ bool ZXFReader::makeSymbol(int fileNumber) {
   userInfo = fromFileUserInfo(type, userInfo);
   auto symbol =
       db_.symbolFactory(db_.defaultStorage(), name, dim, type, fileNumber - 1, userInfo, text);
-  if (!symbol && db_.isStorageUnknown(name)) return false;
+  if (!symbol && isStorageUnknown(db_, name)) return false;
   if (!symbol || db_.symbols().contains(name)) {
     return db_.setLastError(ErrorDamaged,
                             "File %s has a symbol %s of dimension %d that cannot be added",

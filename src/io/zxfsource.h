@@ -2,8 +2,8 @@
 
 #include <string>
 
+#include "contract/descriptor.h"
 #include "core/zdb.h"
-#include "io/descriptor.h"
 #include "io/labelnumbers.h"
 #include "loaders/zxf.h"
 
@@ -25,7 +25,7 @@ class ZXFSource final : public DataSource {
   loaders::zxfRec* zxf() const { return db_.zxf().get(); }
   LabelNumbers& labels() { return labels_; }
   /// Keeps open what the file's name refers to.
-  void hold(Descriptor file) { held_ = std::move(file); }
+  void hold(contract::Descriptor file) { held_ = std::move(file); }
 
  private:
   bool failRead(const AbstractZDBSymbol& symbol);
@@ -33,7 +33,7 @@ class ZXFSource final : public DataSource {
   ZDB& db_;
   std::string fileName_;
   LabelNumbers labels_;
-  Descriptor held_;
+  contract::Descriptor held_;
 };
 
 }  // namespace zdb

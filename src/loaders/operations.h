@@ -24,8 +24,8 @@
 //    XCreateD(handle, dir, ...)    object, which the caller frees with XFree; *handle is null
 //    XCreateL(handle, path, ...)   on failure
 //    XCreateDD(handle, dir, ...)   as XCreateD, and the object learns its directory (not in zst)
-//    XFree(handle)                 frees the object and sets *handle to null; a null object is
-//                                  ignored
+//    XFree(handle)                 frees the object and sets *handle to null; a null object
+//                                  is ignored
 //
 //    XLibraryLoaded()              1 while the library is loaded
 //    XLibraryUnload()              0 while objects created here are alive, else closes the
@@ -44,8 +44,8 @@
 //                                  exception indicator, by default 0, is stored and has no effect
 //
 //    XInitMutexes()                creates the three mutexes once; a repeated call does nothing
-//    XFiniMutexes()                destroys them. Neither may run while another thread uses the
-//                                  loader
+//    XFiniMutexes()                destroys them. Neither may run while another thread uses
+//                                  the loader
 #pragma once
 
 namespace zdb::loaders {

@@ -66,7 +66,7 @@ std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, i
   }
   auto symbol = db.symbolFactory(db.defaultStorage(), name, dim, type, db.symbols().size(),
                                  userInfo, explText);
-  if (!symbol && !db.isStorageUnknown(name)) {
+  if (!symbol && !isStorageUnknown(db, name)) {
     db.setLastError(ErrorArgument,
                     "Dimension must be greater or equal 0 and smaller or equal %d (saw %d)",
                     kMaxDim, dim);

@@ -20,7 +20,8 @@ void findLabels(ZDB& db, const TextColumn& texts, std::int64_t count, int* numbe
                 BulkOutcome& outcome);
 
 /// The number of records of a symbol, which may be the universe, or of a slice of it: label
-/// numbers, 0 where any label will do; null is the whole symbol. REQUIRES the symbol is loaded.
+/// numbers, 0 where any label will do; null is the whole symbol.
+/// REQUIRES the symbol is loaded.
 std::int64_t countRecords(ZDB& db, AbstractZDBSymbol& symbol, const int* slice);
 
 /// Writes records of a symbol or slice to the columns that `buffers` has, in key order: at most

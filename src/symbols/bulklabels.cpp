@@ -1,6 +1,7 @@
 // Adding and finding many labels.
 #include <algorithm>
 
+#include "core/addedentries.h"
 #include "symbols/bulk.h"
 
 namespace zdb {
@@ -38,31 +39,28 @@ void describe(uellist::LabelCheck check, std::string_view text, BulkOutcome& out
 bool addLabels(ZDB& db, const TextColumn& texts, std::int64_t count, int* numbers,
                OnFailure onFailure, BulkOutcome& outcome) {
   UELList& labels = db.labels();
-  const int before = labels.size();
+  AddedEntries added(labels);
   std::string_view group[UELList::kGroup];
   std::int64_t at = 0;
-  try {
-    while (at < count) {
-      const int size = takeGroup(texts, at, count, group);
-      uellist::LabelCheck check;
-      const int good = labels.mergeMany(group, size, numbers + at, check);
-      at += good;
-      if (good == size) continue;
-      if (outcome.row < 0) {
-        outcome.note(ErrorLabel, at, -1);
-        describe(check, group[good], outcome);
-      }
-      if (onFailure != FailureSkip) break;
-      numbers[at++] = -1;
-      ++outcome.skipped;
+  while (at < count) {
+    const int size = takeGroup(texts, at, count, group);
+    uellist::LabelCheck check;
+    const int good = labels.mergeMany(group, size, numbers + at, check);
+    at += good;
+    if (good == size) continue;
+    if (outcome.row < 0) {
+      outcome.note(ErrorLabel, at, -1);
+      describe(check, group[good], outcome);
     }
-  } catch (...) {
-    labels.truncate(before);
-    throw;
+    if (onFailure != FailureSkip) break;
+    numbers[at++] = -1;
+    ++outcome.skipped;
   }
   const bool isDone = at == count;
-  if (!isDone && onFailure == FailureUndo) labels.truncate(before);
-  outcome.added = labels.size() - before;
+  if (isDone || onFailure != FailureUndo) {
+    outcome.added = added.count();
+    added.keep();
+  }
   if (isDone || onFailure == FailureKeep) outcome.done = at - outcome.skipped;
   return isDone || db.setLastError(outcome.kind, "%s", outcome.text);
 }

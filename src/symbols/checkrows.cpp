@@ -49,8 +49,8 @@ bool RowCheck::checkBlock(std::int64_t from, int count) {
   return unknown == 0;
 }
 
-/// The labels of a block at one position, and before them that of the row before, in place or as
-/// copies.
+/// The labels of a block at one position, and before them that of the row before, in place
+/// or as copies.
 const int* RowCheck::labelsOf(int position, std::int64_t from, int count, int* copies) const {
   const InColumn& column = columns_.keys[static_cast<std::size_t>(position)];
   const bool isAligned = reinterpret_cast<std::uintptr_t>(column.data) % alignof(int) == 0;

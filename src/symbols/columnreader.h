@@ -19,8 +19,8 @@ struct RowList {
   }
 };
 
-/// Rows of a host's columns, gathered block by block into adjacent keys and rows as containers take
-/// them.
+/// Rows of a host's columns, gathered block by block into adjacent keys and rows as
+/// containers take them.
 class ColumnReader {
  public:
   static constexpr int kBlock = 256;  ///< few enough to stay in the first-level cache

@@ -8,6 +8,7 @@
 #include <cstdarg>
 #include <memory>
 
+#include "core/addedentries.h"
 #include "symbols/bulk.h"
 #include "symbols/checkrows.h"
 #include "symbols/columnreader.h"
@@ -20,23 +21,6 @@ namespace zdb {
 namespace {
 
 using dmap::DMapVector;
-
-/// Removes the texts again that a call added to the pool, unless it keeps them.
-class PooledTexts {
- public:
-  explicit PooledTexts(strpool::TStrHashPool& pool) : pool_(pool), before_(pool.size()) {}
-  ~PooledTexts() {
-    if (!isKept_) pool_.truncate(before_);
-  }
-  PooledTexts(const PooledTexts&) = delete;
-  PooledTexts& operator=(const PooledTexts&) = delete;
-  void keep() { isKept_ = true; }
-
- private:
-  strpool::TStrHashPool& pool_;
-  int before_;
-  bool isKept_ = false;
-};
 
 template <class T>
 std::unique_ptr<T[]> arrayOf(std::int64_t count) {
@@ -195,7 +179,7 @@ class Put {
   }
 
   void store() {
-    PooledTexts pooled(db_.textPool());
+    AddedEntries pooled(db_.textPool());
     poolTexts();
     if (mode_ == PutReplace) {
       Map fresh(symbol_.dim, valueWidth(symbol_.type));

@@ -38,8 +38,8 @@ void insertionSort(Entry* entries, std::size_t count) {
   }
 }
 
-/// Sorts by the `bits` low bits of the key, stable. Uses both arrays and leaves the result in the
-/// first.
+/// Sorts by the `bits` low bits of the key, stable. Uses both arrays and leaves the result
+/// in the first.
 void sortByKey(std::unique_ptr<Entry[]>& entries, std::unique_ptr<Entry[]>& spare,
                std::size_t count, int bits) {
   constexpr std::size_t kFew = 32;  // for which counters would cost more than comparisons

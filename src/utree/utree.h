@@ -131,7 +131,7 @@ class UTree {
   /// Copies key and values, each unless null. Returns false, copying nothing, for the end.
   bool dereferenceIterator(const UELNodeIt& it, int* key, double* values) const;
 
-  /// Copies up to `most` records from `it` on, and moves `it` behind them; returns how many. Each
+  /// Copies up to `most` records from `it` on, and moves `it` past them; returns how many. Each
   /// position of the keys, and each value, has an array of length `most`; these are adjacent.
   int copyRecords(UELNodeIt& it, int most, int* keys, double* values) const;
 

@@ -35,7 +35,7 @@ TEST(Callbacks, UseOfTheSymbolThatTheyDeliver_IsRefused) {
   for (const int storage : {0, 1, 2}) {
     for (const bool isWritten : {false, true}) {
       const Database db;
-      zdbHandle_t handle = db.handle;
+      zdbHandle_t handle = db.handle();
       Source source;
       c__zdbselectrecordstorage(db, nullptr, storage);
       for (int i = 1; i <= 50; ++i) db.label(("l" + std::to_string(i)).c_str());

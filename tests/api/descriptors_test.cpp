@@ -15,7 +15,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Descriptors : testing::Test {
-  testsupport::TemporaryFolder folder;
+  zdb::test::TemporaryFolder folder;
   Database db;
   const std::ptrdiff_t openBefore = openNow();
 
@@ -42,14 +42,14 @@ TEST_F(Descriptors, Files_AreWhatOnesWithNamesAre) {
   const std::string path = folder.path("named");
   ASSERT_EQ(c__zdbwritezxf(db, path.c_str(), 0), 1);
   const std::string content = bytesOf(db);
-  EXPECT_EQ(content, testsupport::readFile(path));
+  EXPECT_EQ(content, zdb::test::readFile(path));
   // From the place of the descriptor, over what is there.
   const int fd = file("abc" + std::string(9999, '-'));
   lseek(fd, 3, SEEK_SET);
   EXPECT_EQ(db.said(zdbx_write_fd(db, fd, 0)), "");
   EXPECT_EQ(lseek(fd, 0, SEEK_CUR), std::ssize(content) + 3);
   close(fd);
-  EXPECT_EQ(testsupport::readFile(folder.path("file")),
+  EXPECT_EQ(zdb::test::readFile(folder.path("file")),
             "abc" + content + std::string(9999 - content.size(), '-'));
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);

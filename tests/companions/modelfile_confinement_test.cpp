@@ -12,7 +12,7 @@
 
 namespace {
 
-using namespace modelfiletest;
+using namespace zdb::test::modelfile;
 
 constexpr long kCreateRuleset = 444;  // of Landlock, which older headers do not name
 constexpr long kNoCall = -1;

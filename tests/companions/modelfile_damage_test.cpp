@@ -19,7 +19,7 @@
 
 namespace {
 
-using namespace modelfiletest;
+using namespace zdb::test::modelfile;
 
 bool hasChildren() {
   return waitpid(-1, nullptr, WNOHANG) >= 0 || errno != ECHILD;

@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace modelfiletest;
+using namespace zdb::test::modelfile;
 
 using Problem = std::unique_ptr<glp_prob, decltype(&glp_delete_prob)>;
 

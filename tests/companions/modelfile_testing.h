@@ -12,11 +12,11 @@
 #include "support/files.h"
 #include "zkitdclib.h"
 
-namespace modelfiletest {
+namespace zdb::test::modelfile {
 
 using namespace zdb::kit::modelfile;
-using testsupport::readFile;
-using testsupport::TemporaryFolder;
+using zdb::test::readFile;
+using zdb::test::TemporaryFolder;
 
 // A model of the fuzzer's corpus, without the byte that picks its format.
 inline std::string sample(const std::string& name) {
@@ -47,4 +47,4 @@ inline std::string errorOf(const std::string& name, const std::string& text,
   }
 }
 
-}  // namespace modelfiletest
+}  // namespace zdb::test::modelfile

@@ -8,7 +8,7 @@
 
 namespace {
 
-using namespace modelfiletest;
+using namespace zdb::test::modelfile;
 using zdb::script::Run;
 using zdb::script::shown;
 using zdb::script::Statement;

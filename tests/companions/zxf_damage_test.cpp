@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace zxftest;
+using namespace zdb::test::zxf;
 
 // The first error of reading everything, or None.
 Errc errorOf(const Bytes& bytes) {

@@ -22,7 +22,8 @@
 namespace {
 
 using namespace zdb::test;
-using namespace zxftest;
+using namespace zdb::test::zxf;
+using zdb::zxfile::errorText;
 namespace fs = std::filesystem;
 
 void require(bool good, const char* what) {

@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace zxftest;
+using namespace zdb::test::zxf;
 namespace fs = std::filesystem;
 
 // A folder with the small content in "a".

@@ -15,7 +15,7 @@
 
 namespace {
 
-using namespace zxftest;
+using namespace zdb::test::zxf;
 
 // Files that were written once. The small one is that of the documentation.
 const std::string kTiny = ZXF_SOURCE_DIR "/tests/companions/data/zxf_version1_tiny.bin";

@@ -29,14 +29,15 @@ TEST(ZxfNames, MillionNamesOfOneHash_AreFoundAndRefusedTwice) {
   constexpr std::uint32_t kCount = 1'000'000;
   zdb::zxfile::NameList names;
   for (std::uint32_t i = 1; i <= kCount; ++i) {
-    ASSERT_EQ(names.add(zxftest::numbered("name", static_cast<int>(i))), i);
+    ASSERT_EQ(names.add(zdb::test::zxf::numbered("name", static_cast<int>(i))), i);
   }
   zdb::zxfile::NameList adopted;
-  adopted.adopt(zxftest::Bytes(names.list().stored()), kCount, zxftest::Errc::DamagedDirectory);
+  adopted.adopt(zdb::test::zxf::Bytes(names.list().stored()), kCount,
+                zdb::test::zxf::Errc::DamagedDirectory);
   for (std::uint32_t i = 1; i <= kCount; i = 3 * i + 1) {
-    EXPECT_EQ(names.find(zxftest::numbered("NAME", static_cast<int>(i))), i);
-    EXPECT_EQ(names.add(zxftest::numbered("Name", static_cast<int>(i))), 0U);
-    EXPECT_EQ(adopted.find(zxftest::numbered("name", static_cast<int>(i))), i);
+    EXPECT_EQ(names.find(zdb::test::zxf::numbered("NAME", static_cast<int>(i))), i);
+    EXPECT_EQ(names.add(zdb::test::zxf::numbered("Name", static_cast<int>(i))), 0U);
+    EXPECT_EQ(adopted.find(zdb::test::zxf::numbered("name", static_cast<int>(i))), i);
   }
   EXPECT_EQ(names.find("name0"), 0U);
   areAllHashesEqual = false;

@@ -11,7 +11,7 @@
 
 namespace {
 
-using namespace zxftest;
+using namespace zdb::test::zxf;
 
 constexpr int kBlock = zdb::zxfile::kMaxBlockRecords;
 

@@ -13,9 +13,9 @@
 #include "support/files.h"
 #include "zxf/errors.h"
 
-namespace zxftest {
+namespace zdb::test::zxf {
 
-using testsupport::TemporaryFolder;
+using zdb::test::TemporaryFolder;
 using zdb::zxfile::Errc;
 
 inline constexpr double kInfinity = std::numeric_limits<double>::infinity();
@@ -61,7 +61,7 @@ inline Content smallContent() {
 }
 
 inline Bytes readBytes(const std::string& path) {
-  const std::string bytes = testsupport::readFile(path);
+  const std::string bytes = zdb::test::readFile(path);
   return {bytes.begin(), bytes.end()};
 }
 
@@ -83,4 +83,4 @@ inline std::vector<std::string> namesIn(const TemporaryFolder& folder) {
   return names;
 }
 
-}  // namespace zxftest
+}  // namespace zdb::test::zxf

@@ -15,7 +15,7 @@ namespace {
 
 zdb::script::FunctionTable makeTable() {
   using zdb::script::Function;
-  zdb::script::FunctionTable table = zxftest::functionTable();
+  zdb::script::FunctionTable table = zdb::test::zxf::functionTable();
   table.emplace("XCheck", Function::make("XCheck", &C__XCheck, false));
   table.emplace("XAPIVersion", Function::make("XAPIVersion", &C__XAPIVersion, false));
   return table;
@@ -27,24 +27,24 @@ zdb::script::FunctionTable makeTable() {
 std::string lie(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
   static const std::map<std::string, int> fields = {{"labels", 40}, {"symbols", 88}};
   const std::vector<zdb::script::Token>& words = statement.arguments;
-  zxftest::Bytes bytes = zxftest::readBytes(words.at(0).text);
+  zdb::test::zxf::Bytes bytes = zdb::test::zxf::readBytes(words.at(0).text);
   const auto field = fields.find(words.at(1).text);
   std::uint64_t at = std::stoull(words.at(2).text);
   if (field != fields.end())
     at += zdb::zxfile::loadInt<std::uint64_t>(bytes.data() + field->second);
-  const zxftest::Bytes others = zxftest::fromHex(words.at(3).text);
+  const zdb::test::zxf::Bytes others = zdb::test::zxf::fromHex(words.at(3).text);
   std::copy(others.begin(), others.end(), bytes.begin() + static_cast<std::ptrdiff_t>(at));
   reseal(bytes);
   std::ofstream("lie", std::ios::binary) << std::string(bytes.begin(), bytes.end());
   const zdb::test::Allocations allocations;
-  const int error = zxftest::errorsOf(bytes).at(0);
+  const int error = zdb::test::zxf::errorsOf(bytes).at(0);
   const bool isModest = allocations.largest() < 1U << 20;
   return std::to_string(error) + (isModest ? "" : ", and takes memory");
 }
 
 // flip BYTE: makes a file "flipped" of "small" with one bit of a byte changed.
 std::string flip(zdb::script::Run& /*run*/, const zdb::script::Statement& statement) {
-  std::string bytes = testsupport::readFile("small");
+  std::string bytes = zdb::test::readFile("small");
   bytes.at(std::stoul(statement.arguments.at(0).text)) ^= 1;
   std::ofstream("flipped", std::ios::binary) << bytes;
   return "done";
@@ -84,14 +84,15 @@ class ZxfHost : public zdb::script::Host {
 int main(int argc, char** argv) {
   ZxfHost host;
   const std::filesystem::path before = std::filesystem::current_path();
-  const zxftest::TemporaryFolder folder;
+  const zdb::test::zxf::TemporaryFolder folder;
   std::filesystem::current_path(folder.path());
-  zxftest::writeContent("small", zxftest::smallContent());
-  zxftest::writeContent("sets", {{"a"}, {}, {{"i", 1, 0, 0, "", {1}, {0}}, {"k", 1, 4, 1}}});
+  zdb::test::zxf::writeContent("small", zdb::test::zxf::smallContent());
+  zdb::test::zxf::writeContent("sets", {{"a"}, {}, {{"i", 1, 0, 0, "", {1}, {0}}, {"k", 1, 4, 1}}});
   constexpr double kThird = 1.0 / 3;
-  zxftest::writeContent(
-      "packed",
-      {zxftest::makeLabels(200), {}, {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
+  zdb::test::zxf::writeContent("packed",
+                               {zdb::test::zxf::makeLabels(200),
+                                {},
+                                {{"p", 1, 1, 0, "", {1, 2, 199}, {kThird, -kThird, kThird}}}});
   std::filesystem::create_directory("folder");
   mkfifo("pipe", 0600);
   std::filesystem::create_symlink("loop", "loop");

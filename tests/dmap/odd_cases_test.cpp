@@ -94,7 +94,7 @@ TYPED_TEST(OddCases, Scalar_HasBoundsAndRanksOfItsOwn) {
     EXPECT_TRUE(std::equal(values, values + (width < 2 ? 1 : 5), record.second));
     EXPECT_EQ(map.index(it), this->kKnows ? 0 : -1);
     if (!this->kKnows) continue;
-    // Callers rely on find: the bound of a scalar is no position.
+    // Callers rely on find: the bound of a scalar is not a position.
     EXPECT_TRUE(map.lower_bound(nullptr).isNullPtr());
     EXPECT_TRUE(++it == map.end());
     EXPECT_TRUE(--it == map.begin());

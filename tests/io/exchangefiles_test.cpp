@@ -11,7 +11,7 @@
 namespace {
 
 struct ExchangeFiles : testing::Test {
-  testsupport::TemporaryFolder folder;
+  zdb::test::TemporaryFolder folder;
   const std::string a = folder.path("a.zxf");
   const std::string b = folder.path("b.zxf");
   Database db;
@@ -61,11 +61,11 @@ TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
   const std::string reason = "Error reading symbol p from ZXF file " + b + ": Records in the file";
   int found = 0;
   for (std::size_t part = 1; part < 40; ++part) {
-    std::string damaged = testsupport::readFile(a);
+    std::string damaged = zdb::test::readFile(a);
     damaged[damaged.size() / 40 * part] ^= 0x20;
     Database read;
     if (part % 2 == 0) read.label("mine");
-    if (!open(read, folder.write("b.zxf", damaged)).empty()) continue;  // it was no record
+    if (!open(read, folder.write("b.zxf", damaged)).empty()) continue;  // it was not a record
     ++found;
     if (part % 4 < 2) {
       EXPECT_EQ(write(read, folder.path("c.zxf")), "Problems writing symbol p to ZXF");
@@ -81,7 +81,7 @@ TEST_F(ExchangeFiles, DamagedRecords_FailTheLoadWithAReason) {
                 0);
       EXPECT_TRUE(read.error().starts_with(reason)) << read.error();
       EXPECT_EQ(write(read, b), "Problems writing symbol p to ZXF");
-      EXPECT_EQ(testsupport::readFile(b), damaged);
+      EXPECT_EQ(zdb::test::readFile(b), damaged);
       Database copy;
       EXPECT_TRUE(copy.said(c__zdbinitfromdb(copy, read)).starts_with(reason)) << copy.error();
       EXPECT_EQ(c__zdbclearsymbol(read, damagedOne), 1);

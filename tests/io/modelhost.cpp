@@ -29,8 +29,8 @@ FunctionTable moreFunctions() {
 }
 
 struct ModelInstance {
-  kittest::Model model;
-  kittest::Instance instance;
+  zdb::test::kit::Model model;
+  zdb::test::kit::Instance instance;
 
   ModelInstance(const std::string& text, const std::string& directory)
       : model(text), instance(model, directory.empty() ? nullptr : directory.c_str()) {
@@ -41,8 +41,8 @@ struct ModelInstance {
 
 /// Level, marginal and bounds of a column, or level and marginal of a row.
 std::string shownEntry(void* instance, bool isColumn, int number) {
-  const auto [level, marginal, status, basis] =
-      kittest::entryOf(isColumn ? CzmiGetSolutionVarRec : CzmiGetSolutionEquRec, instance, number);
+  const auto [level, marginal, status, basis] = zdb::test::kit::entryOf(
+      isColumn ? CzmiGetSolutionVarRec : CzmiGetSolutionEquRec, instance, number);
   std::string text = shown(level) + "/" + shown(marginal);
   if (isColumn) {
     text += "/" + shown(CzmiGetVarLowerOne(instance, number)) + "/" +
@@ -167,7 +167,7 @@ std::string missing(const std::string& path) {
 }
 
 /// A folder with a configuration of the solvers.
-std::string configured(const testsupport::TemporaryFolder& folder, const std::string& name,
+std::string configured(const zdb::test::TemporaryFolder& folder, const std::string& name,
                        const std::string& text) {
   std::filesystem::create_directory(folder.path(name));
   folder.write(name + "/zrncmpun.txt", text);
@@ -175,7 +175,7 @@ std::string configured(const testsupport::TemporaryFolder& folder, const std::st
 }
 
 std::vector<Way> makeWays() {
-  static const testsupport::TemporaryFolder folder;
+  static const zdb::test::TemporaryFolder folder;
   std::vector<Way> ways;
   for (int storage = 0; storage < 3; ++storage) {
     for (const bool isPlain : {true, false}) {

@@ -22,8 +22,8 @@ TEST(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
       levels[i] = random() % 3 == 0 ? -1 : 0;
       if (levels[i] == 0) text += name(i) + " 0 1;";
     }
-    const kittest::Model model(text);
-    const kittest::Instance instance(model);
+    const zdb::test::kit::Model model(text);
+    const zdb::test::kit::Instance instance(model);
     const Database db;
     c__zdbselectrecordstorage(db, nullptr, round % 3);
     for (int i = n; round >= 3 && i > 0; i -= 2) db.label(label(i - 1).c_str());
@@ -49,11 +49,11 @@ TEST(ModelUpdate, ManyRecords_MeetTheEntriesWithTheirLabels) {
 
 /// The dictionary's too, which then has no walk over what there is.
 TEST(ModelUpdate, MemoryThatRunsOut_FailsTheCall) {
-  const kittest::Model model("x(a) 0 1; p_var 0 9 4");
+  const zdb::test::kit::Model model("x(a) 0 1; p_var 0 9 4");
   int failed = 0;
   bool isComplete = false;
   for (std::uint64_t first = 1; !isComplete; ++first) {
-    const kittest::Instance instance(model);
+    const zdb::test::kit::Instance instance(model);
     const Database db;
     zdbSymbol_t p = db.add("p", 1);
     zdbSymbol_t x = db.add("x", 1, ZDB_VARIABLE);

@@ -91,7 +91,7 @@ class Host {
   virtual bool releases(const std::string& /*function*/) const { return false; }
   /// What &name stands for, null for what is unknown.
   virtual void* callback(const std::string& /*name*/) const { return nullptr; }
-  /// Words of the host's own, which are no functions; what they give is compared like a call's.
+  /// Words of the host's own, which are not functions; what they give is compared like a call's.
   using Word = std::function<std::string(Run&, const Statement&)>;
 
   const FunctionTable functions;

@@ -85,7 +85,7 @@ class Starved {
   /// False if it makes fewer allocations than `number`.
   bool failsAt(std::uint64_t number, const Fault& fault) {
     what_ = fault.name + (" " + std::to_string(number)) + " failed: ";
-    // What stays for good, and is no loss, does not come again the second time.
+    // What stays for good, and is not lost, does not come again the second time.
     return failsNow(number, fault, true) && (!hasLost_ || failsNow(number, fault, false));
   }
 

@@ -13,7 +13,7 @@ namespace {
 /// there is none.
 std::string pathOf(const std::string& name) {
   static const char* const memory = "/dev/shm";
-  static const testsupport::TemporaryFolder folder(std::filesystem::exists(memory) ? memory : "");
+  static const zdb::test::TemporaryFolder folder(std::filesystem::exists(memory) ? memory : "");
   return folder.path(name);
 }
 

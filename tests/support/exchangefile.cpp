@@ -9,7 +9,7 @@
 #include <cstring>
 #include <stdexcept>
 
-namespace zxftest {
+namespace zdb::test::zxf {
 
 namespace {
 
@@ -216,4 +216,4 @@ std::vector<int> errorsOf(const Bytes& bytes) {
   return errors;
 }
 
-}  // namespace zxftest
+}  // namespace zdb::test::zxf

@@ -11,7 +11,7 @@
 
 #include "zxf/api.h"
 
-namespace zxftest {
+namespace zdb::test::zxf {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -81,4 +81,4 @@ std::string memoryFile(const Bytes& bytes);
 // The errors of reading such a file.
 std::vector<int> errorsOf(const Bytes& bytes);
 
-}  // namespace zxftest
+}  // namespace zdb::test::zxf

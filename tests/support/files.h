@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace testsupport {
+namespace zdb::test {
 
 inline std::string readFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -44,4 +44,4 @@ class TemporaryFolder {
   std::filesystem::path folder_;
 };
 
-}  // namespace testsupport
+}  // namespace zdb::test

@@ -8,7 +8,7 @@
 // Listed and not defined: the library does not offer it.
 #pragma weak C__zxfAcronymAdd
 
-namespace zxftest {
+namespace zdb::test::zxf {
 
 inline zdb::script::FunctionTable functionTable() {
   zdb::script::FunctionTable table;
@@ -19,4 +19,4 @@ inline zdb::script::FunctionTable functionTable() {
   return table;
 }
 
-}  // namespace zxftest
+}  // namespace zdb::test::zxf

@@ -61,7 +61,7 @@ std::string solveInSteps(const char* file, const char* solver) {
 }
 
 TEST(Threads, ModelsOfTheirOwn_AreReadTiedAndSolved) {
-  const testsupport::TemporaryFolder folder;
+  const zdb::test::TemporaryFolder folder;
   const std::string file = folder.write("small.mod", kModel);
   const char* const solvers[] = {"clp", "glpk", "cbc"};
   inThreads([&](int n) { return solveInSteps(file.c_str(), solvers[n % 3]); });

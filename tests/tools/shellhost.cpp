@@ -13,7 +13,7 @@ namespace {
 using zdb::script::Run;
 using zdb::script::Statement;
 
-const testsupport::TemporaryFolder folder;
+const zdb::test::TemporaryFolder folder;
 
 // write FILE TEXT
 std::string write(Run& /*run*/, const Statement& statement) {
@@ -27,7 +27,7 @@ std::string run(Run& /*run*/, const Statement& statement) {
   if (statement.arguments.size() > 1) folder.write("a.csv", statement.arguments[1].text);
   const std::string command = "{\n" + statement.arguments.at(0).text + "\n} </dev/null 2>.errors";
   const int status = std::system(command.c_str());
-  const std::string errors = testsupport::readFile(folder.path(".errors"));
+  const std::string errors = zdb::test::readFile(folder.path(".errors"));
   const std::string code = std::to_string(WEXITSTATUS(status));
   return errors.empty() ? code : code + " \"" + zdb::script::shown(errors) + '"';
 }

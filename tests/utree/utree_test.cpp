@@ -115,7 +115,7 @@ constexpr const char* kGraph =
     "3 -> 4 [label=\"\u2193\"]\n"
     "}\n";
 
-using testsupport::readFile;
+using zdb::test::readFile;
 
 TEST(UTreeText, Record_IsKeyAndValues) {
   UTree wide(3, 2);
@@ -132,7 +132,7 @@ TEST(UTreeText, Record_IsKeyAndValues) {
 
 // In a directory of its own, which is also the only place of programs.
 TEST(UTreeText, Tree_IsPrintedAndDrawnUnderTheNameGivenIfThereIsDot) {
-  const testsupport::TemporaryFolder folder;
+  const zdb::test::TemporaryFolder folder;
   fs::current_path(folder.path());
   setenv("PATH", folder.path().c_str(), 1);
   zdb::dmap::DMapUTree records(2, 1);

@@ -95,7 +95,7 @@ class Check {
   Check(const CheckOptions& options, Console& console)
       : options_(options), console_(console), json_(console) {}
 
-  /// Whether all could be done that was asked for.
+  /// Whether all that was asked for could be done.
   bool run() {
     bool isDone = true;
     if (options_.json) json_.beginArray();
@@ -183,7 +183,7 @@ whose header or directory is damaged cannot be salvaged.)",
       .exitCodes = {{ExitCode::Done, "All files are sound."},
                     {ExitCode::Failed, "Something is damaged."},
                     {ExitCode::WrongUse,
-                     "A file cannot be opened or is no exchange file, the "
+                     "A file cannot be opened or is not an exchange file, the "
                      "new file cannot be written, or the command line is "
                      "wrong."}},
       .isQuestion = true,

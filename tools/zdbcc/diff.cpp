@@ -7,6 +7,7 @@
 #include "contract/names.h"
 #include "diffreport.h"
 #include "guess.h"
+#include "number.h"
 #include "orderedrecords.h"
 #include "progress.h"
 #include "values.h"
@@ -42,9 +43,7 @@ struct Tolerance {
 
 double readTolerance(std::string_view text) {
   double number = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool isWhole = error == std::errc() && end == text.data() + text.size();
-  if (isWhole && std::isfinite(number) && number >= 0) return number;
+  if (readNumber(text, number) && std::isfinite(number) && number >= 0) return number;
   throw WrongUseError("--tolerance needs numbers from 0 on: ABS or ABS,REL, not \"" +
                       printable(text) + '"');
 }
@@ -63,7 +62,7 @@ bool areSameDomains(const FileSymbol& a, const FileSymbol& b) {
   });
 }
 
-/// Only then have they records that can be compared.
+/// Only then do they have records that can be compared.
 bool haveSameShape(const FileSymbol& a, const FileSymbol& b) {
   return a.type == b.type && a.dim == b.dim && !a.isAlias();
 }
@@ -299,13 +298,8 @@ ExitCode runDiff(const DiffOptions& options, Console& console) {
   return areSame ? ExitCode::Done : ExitCode::Failed;
 }
 
-}  // namespace
-
-Verb diffVerb() {
-  return {
-      .name = "diff",
-      .summary = "Shows what differs between two exchange files",
-      .details = R"(Symbols belong together by their names, records by their labels: the order of
+constexpr const char* kDetails =
+    R"(Symbols belong together by their names, records by their labels: the order of
 symbols and labels, and how the files number them, do not matter. Compared are type, dimension,
 subtype, domains and text of symbols, the set of an alias, all values of records, and the texts of
 elements. What both have is counted and not shown; if nothing differs, nothing is written.
@@ -329,7 +323,15 @@ rows of CSV as in `zdbcc dump`:
 
 Both files are read once, side by side, and memory does not grow with the records: it is that of
 their labels. Only if the labels of a symbol stand in another order in B than in A, so that its
-records do, too, the records of this symbol are read twice from B and held in memory.)",
+records do, too, the records of this symbol are read twice from B and held in memory.)";
+
+}  // namespace
+
+Verb diffVerb() {
+  return {
+      .name = "diff",
+      .summary = "Shows what differs between two exchange files",
+      .details = kDetails,
       .operands = {{.name = "A",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange file",

@@ -17,7 +17,7 @@ std::string shortNumber(double number) {
   return text;
 }
 
-/// In the way of diff and git: what A has after a minus, what B has after a plus, as rows of CSV
+/// As diff and git do: what A has after a minus, what B has after a plus, as rows of CSV
 /// like those of dump.
 class TextReport : public DiffReport {
  public:

@@ -39,8 +39,8 @@ struct DiffNames {
   std::string b;
 };
 
-/// Gets the differences as they are found: of each symbol that both files have first the
-/// properties, then the records. Nothing is kept.
+/// Gets the differences as they are found: of each symbol that both files have, first
+/// the properties, then the records. Nothing is kept.
 class DiffReport {
  public:
   DiffReport() = default;

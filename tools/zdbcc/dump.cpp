@@ -61,7 +61,7 @@ class Dump {
   bool nextOf(SliceRecords& records) {
     constexpr std::uint64_t kSeldom = 4096;
     const std::uint64_t done = records.record().done();
-    // On a terminal, the records themselves show how far it is.
+    // On a terminal, the records themselves show the progress.
     if (done % kSeldom == 0 && !console_.terminal().hasOutput) progress_.update(done, total_);
     return records.next();
   }

@@ -23,7 +23,7 @@ void Guess::consider(std::string_view candidate) {
   const std::size_t longer = std::max(candidate.size(), word_.size());
   if (longer - std::min(candidate.size(), word_.size()) >= bestDistance_) return;
   const std::size_t distance = distanceTo(candidate);
-  // A word of which nothing is left is no relative.
+  // A word of which nothing is left is not a relative.
   if (distance >= bestDistance_ || distance >= longer) return;
   bestDistance_ = distance;
   best_ = candidate;

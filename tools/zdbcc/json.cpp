@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "utf8.h"
+#include "contract/utf8.h"
 
 namespace zdb::tool {
 
@@ -37,7 +37,7 @@ void appendEscaped(std::string& out, char c) {
 std::string jsonText(std::string_view text) {
   std::string result = "\"";
   while (!text.empty()) {
-    const std::size_t length = utf8Length(text);
+    const std::size_t length = contract::utf8Length(text);
     const char c = text.front();
     if (length == 0) {
       result += "\xEF\xBF\xBD";

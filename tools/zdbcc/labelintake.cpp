@@ -1,10 +1,10 @@
 #include "labelintake.h"
+#include "contract/utf8.h"
 
 #include <algorithm>
 #include <cstring>
 
 #include "contract/names.h"
-#include "utf8.h"
 
 namespace zdb::tool {
 
@@ -73,7 +73,7 @@ void LabelIntake::settle(std::string_view given, std::int32_t number, const std:
     report.labels.add(label, kept, placeOf(file, line));
     isPlain = false;
   }
-  if (!isUtf8(label)) {
+  if (!zdb::contract::isUtf8(label)) {
     report.notUtf8.add(example());
     isPlain = false;
   }
@@ -92,7 +92,7 @@ std::int32_t LabelIntake::one(const std::string& text, const std::string& place,
   const std::string label(zdb::contract::withoutEndingBlanks(text));
   if (label != text) report.trimmed.add('"' + text + "\" at " + place);
   if (label != kept) report.labels.add(label, kept, place);
-  if (!isUtf8(label)) report.notUtf8.add('"' + text + "\" at " + place);
+  if (!zdb::contract::isUtf8(label)) report.notUtf8.add('"' + text + "\" at " + place);
   return number;
 }
 

@@ -17,9 +17,9 @@ struct LabelNumbers {
   void findOrder();
 };
 
-/// The labels of several files in one order, which is that of the first file. Labels that this one
-/// does not have stand before the next one that it has, so that the order of the others is kept,
-/// too, if that is possible at all. Takes linear time, and some 30 bytes a label.
+/// The labels of several files in one order, which is that of the first file. Labels that it
+/// lacks stand before the next one that it has, so that the order of the other files is kept as
+/// well, where that is possible. Takes linear time, and some 30 bytes for each label.
 class LabelOrder {
  public:
   explicit LabelOrder(const std::vector<const ExchangeFile*>& files);

@@ -12,8 +12,8 @@
 namespace zdb::tool {
 
 /// An exchange file that is being written record by record, so that memory does not grow with them.
-/// Its name is that of the earlier file, or of none, until publish(). All functions throw
-/// ToolError.
+/// Its name is that of the earlier file, or of none, until publish(). All
+/// functions throw ToolError.
 class NewFile {
  public:
   explicit NewFile(const std::string& fileName, const std::string& producer = kProducer);

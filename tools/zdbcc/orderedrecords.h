@@ -11,7 +11,7 @@
 namespace zdb::tool {
 
 /// The records of a symbol with new label numbers, in the order of these. They are streamed where
-/// they come in that order; where not, which a pass over them tells, all of them are loaded and
+/// they come in that order; otherwise, as a first pass finds out, all of them are loaded and
 /// sorted: 4 bytes for each label, 8 for each value and 4 more.
 ///
 /// One at a time for each file. Throws ToolError if the file cannot be read.

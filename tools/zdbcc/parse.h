@@ -17,7 +17,7 @@ struct Command {
 
 /// Reads the words after the program's name. Options may stand anywhere after the verb, as
 /// --name VALUE, --name=VALUE, -n VALUE or -nVALUE; after "--" there are none. A word that is
-/// missing is no error if help is asked for. Throws WrongUseError, which names the option, the
+/// missing is not an error if help is asked for. Throws WrongUseError, which names the option, the
 /// value and what to do.
 Command parse(const std::vector<std::string>& words);
 

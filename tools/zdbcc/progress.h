@@ -10,8 +10,8 @@ namespace zdb::tool {
 
 /// How far a long piece of work is: a bar with rate and time left, on a terminal's standard error,
 /// once the work has taken more than a second. While it exists, Ctrl-C makes the next update()
-/// throw InterruptedError, so that the verb can keep what is done; a second Ctrl-C ends the
-/// program.
+/// throw InterruptedError, so that the verb can keep what is done; a second Ctrl-C
+/// ends the program.
 class Progress {
  public:
   /// `unit` is what is counted, such as "records".
@@ -20,7 +20,8 @@ class Progress {
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /// Costs some 30 ns when there is nothing to draw. REQUIRES done <= total.
+  /// Costs some 30 ns when there is nothing to draw.
+  /// REQUIRES done <= total.
   void update(std::uint64_t done, std::uint64_t total);
   /// Only asks for Ctrl-C, where nobody knows how far it is.
   static bool isInterrupted();

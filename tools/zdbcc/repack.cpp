@@ -1,4 +1,4 @@
-// zdbcc repack: writes an exchange file anew, or a part of it.
+// zdbcc repack: writes an exchange file, or a part of it, anew.
 #include <algorithm>
 #include <map>
 #include <set>
@@ -26,10 +26,6 @@ struct RepackOptions {
   bool force = false;
   bool json = false;
 };
-
-std::string lowerCase(std::string_view text) {
-  return zdb::contract::lowerCase(text);
-}
 
 class Repack {
  public:
@@ -66,7 +62,7 @@ class Repack {
     return *symbol;
   }
 
-  /// An alias cannot be without its set, and goes with it.
+  /// An alias cannot exist without its set, and is dropped with it.
   void chooseSymbols() {
     for (const std::string& name : options_.only) {
       const FileSymbol& symbol = require(name);
@@ -103,7 +99,8 @@ class Repack {
     }
     std::set<std::string> used;
     for (const FileSymbol& symbol : file_.symbols()) {
-      if (!isKept(symbol) || used.insert(lowerCase(newName(symbol.name))).second) continue;
+      if (!isKept(symbol) || used.insert(contract::lowerCase(newName(symbol.name))).second)
+        continue;
       throw ToolError("--rename: two symbols would have the name " + newName(symbol.name));
     }
   }
@@ -142,7 +139,8 @@ class Repack {
     }
     if (options_.sortLabels) {
       std::vector<std::string> texts(count + 1);
-      for (const int own : labels_) texts[static_cast<std::size_t>(own)] = lowerCase(label(own));
+      for (const int own : labels_)
+        texts[static_cast<std::size_t>(own)] = contract::lowerCase(label(own));
       std::ranges::sort(labels_, {}, [&](int own) -> const std::string& {
         return texts[static_cast<std::size_t>(own)];
       });

@@ -11,8 +11,8 @@
 
 namespace zdb::tool {
 
-/// Writes tables cell by cell to standard output: as CSV, or as JSON arrays with an object for each
-/// row.
+/// Writes tables cell by cell to standard output: as CSV, or as JSON arrays with an object
+/// for each row.
 class RowWriter {
  public:
   RowWriter(Console& console, bool json) : csv_(console), json_(console), isJson_(json) {}
@@ -35,7 +35,7 @@ class RowWriter {
   void integer(long long value);
   /// A cell whose content is not known; in JSON, it is null.
   void null();
-  /// A cell without a content; in JSON, it is left out.
+  /// An empty cell; in JSON, it is left out.
   void nothing();
   void endRow();
 

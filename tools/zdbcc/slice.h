@@ -15,8 +15,8 @@ struct Slice {
   std::array<int, ZDB_MAX_DIM> labels{};  ///< by number; 0 stands for all
 };
 
-/// Reads a slice of a file's symbol. Throws ToolError, with a guess if the symbol or a label is not
-/// there.
+/// Reads a slice of a file's symbol. Throws ToolError, with a guess if the symbol or a label
+/// is not there.
 Slice readSlice(const ExchangeFile& file, const std::string& text);
 
 /// The records of a slice, in the order of their keys. Blocks before the slice and after it are not

@@ -1,11 +1,11 @@
 #include "tableimport.h"
+#include "contract/utf8.h"
 
 #include <algorithm>
 #include <unordered_set>
 
 #include "contract/names.h"
 #include "guess.h"
-#include "utf8.h"
 #include "values.h"
 
 namespace zdb::tool {
@@ -304,7 +304,8 @@ std::optional<double> TableImport::number(std::size_t column) {
 }
 
 void TableImport::noteEncoding(std::string_view text) {
-  if (!isUtf8(text)) report_.notUtf8.add('"' + std::string(text) + "\" at " + csv_.place());
+  if (!zdb::contract::isUtf8(text))
+    report_.notUtf8.add('"' + std::string(text) + "\" at " + csv_.place());
 }
 
 std::string TableImport::where(std::size_t column) const {

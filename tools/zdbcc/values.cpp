@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "number.h"
+
 namespace zdb::tool {
 
 namespace {
@@ -80,10 +82,8 @@ std::optional<double> ValueFormat::parse(std::string_view text) const {
     if (text == kNames[i]) return specials_[i];
   }
   double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  const bool isWhole = error == std::errc() && end == text.data() + text.size();
-  // Infinities and NaNs, which from_chars would accept, have names of their own here.
-  return isWhole && std::isfinite(value) ? std::optional(value) : std::nullopt;
+  // Infinities and NaNs, which could be read as well, have names of their own here.
+  return readNumber(text, value) && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
 }  // namespace zdb::tool

@@ -3,8 +3,6 @@
 #pragma once
 
 #include <any>
-#include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
@@ -16,6 +14,7 @@
 
 #include "console.h"
 #include "exitcode.h"
+#include "number.h"
 
 namespace zdb::tool {
 
@@ -85,8 +84,8 @@ struct Action {
 };
 
 /// All texts may have `code` in backticks. In `details`, an empty line ends a paragraph, lines that
-/// begin with four blanks stand as they are, and those that begin with "- " are the items of a
-/// list.
+/// begin with four blanks stand as they are, and those that begin with "- " are the items
+/// of a list.
 struct Verb {
   const char* name = "";
   const char* summary = "";  ///< a line
@@ -126,16 +125,6 @@ const char* numbersOf(const std::optional<Number>& /*example*/) {
   return std::is_integral_v<Number> ? "a whole number" : "a number";
 }
 
-template <typename Number>
-bool readNumber(const std::string& word, Number& number) {
-  const char* end = word.data() + word.size();
-  const auto [at, error] = std::from_chars(word.data(), end, number);
-  if constexpr (std::is_floating_point_v<Number>) {
-    if (std::isnan(number)) return false;
-  }
-  return error == std::errc() && at == end;
-}
-
 }  // namespace detail
 
 /// The target for a member: bool for a switch, std::string, a number or an optional number for an
@@ -166,9 +155,9 @@ Target into(Member Options::*first, Rest... rest) {
     } else if constexpr (std::is_same_v<Content, std::string>) {
       content = word;
     } else if constexpr (detail::IsOptional<Content>::value) {
-      return detail::readNumber(word, content.emplace());
+      return readNumber(word, content.emplace());
     } else {
-      return detail::readNumber(word, content);
+      return readNumber(word, content);
     }
     return true;
   };

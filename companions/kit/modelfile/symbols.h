@@ -25,12 +25,13 @@ class PlannedSymbols {
   /// characters before the replacement, or other letter case).
   int add(const SymbolicName& name, const std::string& whole);
 
-  /// Adds a symbol that no name in the file needs, and returns its index. REQUIRES: !has(name).
+  /// Adds a symbol that no name in the file needs, and returns its index.
+  /// REQUIRES !has(name).
   int addOwn(const std::string& name, int dim);
 
   bool has(const std::string& name) const;
 
-  /// REQUIRES: !has(name).
+  /// REQUIRES !has(name).
   void rename(int symbol, const std::string& name);
 
   const std::vector<PlannedSymbol>& all() const { return symbols_; }

@@ -1,5 +1,5 @@
-// Takes the place of two functions of the C library that GLPK writes files with, and passes on to
-// them.
+// Takes the place of two functions of the C library that GLPK writes files with, and passes
+// on to them.
 #include "kit/reader/writing.h"
 
 #include <dlfcn.h>

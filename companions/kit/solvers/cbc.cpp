@@ -127,7 +127,7 @@ class Cbc : public Solver {
   Outcome concludedSearch(const CbcModel& tree, ClpLimits& limits, Solution& solution) {
     const Outcome outcome = outcomeOf(tree, limits);
     if (tree.bestSolution() == nullptr) return outcome;
-    if (outcome == Outcome::Optimal) {  // what is left is no search and has no limits
+    if (outcome == Outcome::Optimal) {  // what is left is not a search and has no limits
       const ClpEventHandler none;
       solver_.getModelPtr()->passInEventHandler(&none);
     }

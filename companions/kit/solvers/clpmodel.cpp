@@ -45,7 +45,7 @@ int basisOf(ClpSimplex::Status status) {
 
 // Presolved or scaled, clp 1.17 calls some unbounded models infeasible, and some infeasible or
 // unbounded ones neither; not so as they stand. A secondary status above 1 is that of levels which
-// are no solution once scaling is undone. Few iterations, as the basis stays.
+// are not a solution once scaling is undone. Few iterations, as the basis stays.
 void lookAgain(ClpSimplex& simplex) {
   const int scaling = simplex.scalingFlag();
   simplex.scaling(0);

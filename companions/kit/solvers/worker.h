@@ -19,8 +19,8 @@ class Worker {
   Worker(const Worker&) = delete;
   Worker& operator=(const Worker&) = delete;
 
-  /// Runs a task and returns when it is done. An empty task ends the thread. REQUIRES: the task
-  /// does not throw.
+  /// Runs a task and returns when it is done. An empty task ends the thread.
+  /// REQUIRES the task does not throw.
   void run(std::function<void()> task) {
     std::unique_lock lock(mutex_);
     task_ = std::move(task);

@@ -3,7 +3,7 @@
 
 namespace {
 
-using namespace kittest;
+using namespace zdb::test::kit;
 
 using Key = std::vector<int>;  // labels from 1; in a search, 0 is any
 

@@ -8,10 +8,10 @@
 
 namespace {
 
-using namespace kittest;
+using namespace zdb::test::kit;
 
 TEST(KitConfiguration, ThousandSolvers_AreTakenAndNoMore) {
-  const testsupport::TemporaryFolder folder;
+  const zdb::test::TemporaryFolder folder;
   void* configuration = nullptr;
   zstXCreate(&configuration);
   std::string lines;

@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace kittest;
+using namespace zdb::test::kit;
 
 // " + 117 x(0) + 104 x(1) ...", with coefficients from `least` to 99 more.
 std::string sum(int columns, int least, std::mt19937& random) {

@@ -29,7 +29,7 @@ extern "C" __attribute__((visibility("default"))) void* malloc(std::size_t size)
 
 namespace {
 
-using namespace kittest;
+using namespace zdb::test::kit;
 
 TEST(KitMemory, EachAllocationOfGlpkThatFails_FailsTheSolveAndNothingElse) {
   const Silence silence;

@@ -104,8 +104,8 @@ std::string sweep(Run& run, const Statement& statement) {
 struct Written {
   explicit Written(const std::string& text, const char* directory = nullptr)
       : model(text), instance(model, directory) {}
-  kittest::Model model;
-  kittest::Instance instance;
+  zdb::test::kit::Model model;
+  zdb::test::kit::Instance instance;
 };
 
 // Status and objective, as "Optimal 29", and how a solver ended that failed. Proves a solution.
@@ -113,7 +113,7 @@ std::string outcome(const Written& written) {
   void* const instance = written.instance;
   const int status = zkitModelStatus(instance);
   if (status == ZKIT_OPTIMAL || status == ZKIT_INTEGER_SOLUTION) {
-    kittest::expectOptimal(written.model, instance);
+    zdb::test::kit::expectOptimal(written.model, instance);
   }
   std::string text = zkitModelStatusText(status);
   text += " " + shown(std::round(zkitObjective(instance) * 1e9) / 1e9);
@@ -160,7 +160,7 @@ class KitHost : public Host {
   }
 
  private:
-  // model $INSTANCE TEXT: an instance of a model as kittest::Model reads it.
+  // model $INSTANCE TEXT: an instance of a model as zdb::test::kit::Model reads it.
   std::string makeModel(Run& run, const Statement& statement) {
     run.object(statement.object);  // with which it is freed
     const Written& written = written_.emplace_back(statement.arguments.at(1).text);
@@ -211,7 +211,7 @@ class KitHost : public Host {
   // configured TEXT [TYPE]: solves with solver a of a configuration file of that text; the message.
   static std::string configured(Run& /*run*/, const Statement& statement) {
     const std::vector<Token>& given = statement.arguments;
-    const testsupport::TemporaryFolder folder;
+    const zdb::test::TemporaryFolder folder;
     folder.write("zrncmpun.txt", given.at(0).text);
     const Written written("int x 0 3 ; e: x <= 5 ; max x", folder.path().c_str());
     zkitSetModelType(written.instance, given.size() > 1 ? std::stoi(given[1].text) : ZKIT_MIP);
@@ -222,7 +222,7 @@ class KitHost : public Host {
   }
 
   std::deque<Written> written_;
-  std::optional<kittest::Hot> hot_;
+  std::optional<zdb::test::kit::Hot> hot_;
 };
 
 }  // namespace
@@ -232,7 +232,7 @@ class KitHost : public Host {
 int main(int argc, char** argv) {
   zdb::script::KitHost host;
   std::vector<zdb::script::Way> ways;
-  for (const char* solver : kittest::kSolvers) {
+  for (const char* solver : zdb::test::kit::kSolvers) {
     ways.emplace_back().name = solver;
     ways.back().settings = {{"configuration", KIT_DIRECTORY "/zrncmpun.txt"},
                             {"directory", KIT_DIRECTORY},

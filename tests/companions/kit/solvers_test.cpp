@@ -9,7 +9,7 @@
 
 namespace {
 
-using namespace kittest;
+using namespace zdb::test::kit;
 
 bool hasSolution(void* instance) {
   const int status = zkitModelStatus(instance);

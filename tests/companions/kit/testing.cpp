@@ -12,7 +12,7 @@ extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reser
   return "leak:presolve_dupmajor";
 }
 
-namespace kittest {
+namespace zdb::test::kit {
 
 double activity(const std::vector<Term>& terms, const std::vector<double>& levels) {
   double sum = 0;
@@ -240,4 +240,4 @@ void expectOptimal(const Model& model, void* instance) {
   }
 }
 
-}  // namespace kittest
+}  // namespace zdb::test::kit

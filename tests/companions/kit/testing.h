@@ -13,7 +13,7 @@
 #include "kit/api.h"
 #include "zkitdclib.h"
 
-namespace kittest {
+namespace zdb::test::kit {
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kTolerance = 1e-6;  // relative from 1 up
@@ -135,4 +135,4 @@ Entry entryOf(decltype(CzmiGetSolutionVarRec) get, void* instance, int number);
 // columns count as fixed at their levels, which must be whole.
 void expectOptimal(const Model& model, void* instance);
 
-}  // namespace kittest
+}  // namespace zdb::test::kit
