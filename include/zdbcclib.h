@@ -819,6 +819,10 @@ ZDBCCLIB_API int c__zdbinitfromdb(zdbHandle_t db, zdbHandle_t source);
  * c__zdbprintlog() writes to standard output; a load that needs another one that is null fails with
  * the message of that step. Callbacks and `user` must be valid as long as the database. Keys are
  * label numbers of this database, which are not checked.
+ *
+ * Callbacks may use this database, too, but not free it or give it another source. Until they have
+ * delivered a symbol, it cannot be read, written, renamed, removed or moved, and must not be
+ * cleared.
  */
 ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                                     zdbReadStartCallback_t readStart,
