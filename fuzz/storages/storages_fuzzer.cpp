@@ -234,7 +234,8 @@ class Run {
     if (adds) {
       const int count = 1 + below(2500);
       const int base = 2 + static_cast<int>(std::pow(count, 1.0 / dim)) + below(600);
-      while (t.labels.size() <= base) t.mergeLabel(labelOf(t.labels.size() + 4));
+      int next = static_cast<int>(t.labels.size()) + 4;  // some further ones may be there already
+      while (std::ssize(t.labels) <= base) t.mergeLabel(labelOf(next++));
       for (int i = 0; i < count; ++i) {
         Key& key = keys.emplace_back(dim);
         int rest = i;
