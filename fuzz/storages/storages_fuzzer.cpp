@@ -391,6 +391,7 @@ class Run {
     if (isUndone) return;
     if (mode == ZDBX_REPLACE) t.clear(n);
     std::vector<std::pair<std::size_t, Key>> inOrder;
+    inOrder.reserve(taken.size());
     for (const auto& [key, row] : taken) inOrder.emplace_back(row, key);
     std::ranges::sort(inOrder);
     std::int64_t added = 0;
@@ -428,7 +429,7 @@ class Run {
     std::vector<Record> read;
     for (zdbx_result result = {}; read.empty() || result.done > 0;) {
       Table piece;
-      const auto buffers = piece.view<zdbx_buffers>(dim, std::size_t(1 + below(9)));
+      const auto buffers = piece.view<zdbx_buffers>(dim, 1 + std::size_t(below(9)));
       result.size = sizeof result;
       same(zdbx_read_cursor(t.db, cursor, &buffers, &result), 1, "read a cursor");
       for (int i = 0; i < result.done; ++i) read.push_back(piece.record(dim, std::size_t(i)));

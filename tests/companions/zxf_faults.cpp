@@ -23,7 +23,6 @@ namespace {
 
 using namespace zdb::test;
 using namespace zdb::test::zxf;
-using zdb::zxfile::errorText;
 namespace fs = std::filesystem;
 
 void require(bool good, const char* what) {

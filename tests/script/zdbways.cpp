@@ -24,9 +24,9 @@ zdbHandle_t renewed(Run& run, zdbHandle_t old, bool throughFile) {
   if (throughFile && c__zdbwritezxf(old, file.c_str(), 1) != 1) throw ScriptError(lastError(old));
   auto* const fresh = static_cast<zdbHandle_t>(run.host.create(run.way));
   if ((throughFile ? c__zdbinitfromzxf(fresh, file.c_str()) : c__zdbinitfromdb(fresh, old)) != 1) {
-    const ScriptError error(lastError(fresh));
+    const std::string error = lastError(fresh);
     run.host.destroy(fresh);
-    throw error;
+    throw ScriptError(error);
   }
   std::filesystem::remove(file);  // the new database has it open
   double special[ZDB_SV_COUNT];
