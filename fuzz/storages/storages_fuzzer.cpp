@@ -276,7 +276,7 @@ class Run {
       const std::size_t size = dim * sizeof(int) + sizeof(Row);
       bytes.resize(count * size + 1);
       for (std::size_t i = 0; i < keys.size(); ++i) {
-        std::memcpy(bytes.data() + i * size, keys[i].data(), dim * sizeof(int));
+        if (dim > 0) std::memcpy(bytes.data() + i * size, keys[i].data(), dim * sizeof(int));
         if (rows.empty()) continue;
         std::memcpy(bytes.data() + i * size + dim * sizeof(int), &rows[i], sizeof(Row));
       }

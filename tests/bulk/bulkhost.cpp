@@ -110,7 +110,8 @@ class Texts {
   Texts(int count, const char* const* texts) : memory_(bytesOf(count, texts)) {
     given_ = {};
     given_.size = sizeof given_;
-    const bool usesPointers = texts == nullptr || layout == kRows || hasNull(count, texts);
+    const bool usesPointers =
+        texts == nullptr || count < 0 || layout == kRows || hasNull(count, texts);
     if (usesPointers) {
       given_.pointers = texts;
       return;

@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -35,8 +36,11 @@ Owner ownerOf(const void* address) {
   if (!known || dladdr(address, &info) == 0) return Owner::Other;
   const std::string_view name(info.dli_fname);
   if (info.dli_fbase == self.dli_fbase || name.ends_with("64.so")) return Owner::Us;
-  const bool isStandard = name.find("/libstdc++.") != name.npos || name.find("/libc.") != name.npos;
-  return isStandard ? Owner::Standard : Owner::Other;
+  // The sanitizers' libraries stand in the way of calls of the standard ones.
+  for (const char* library : {"stdc++", "c", "gcc_s", "asan", "ubsan", "tsan"}) {
+    if (name.find("/lib" + std::string(library) + '.') != name.npos) return Owner::Standard;
+  }
+  return Owner::Other;
 }
 
 /// Whether nobody but the project and the standard library takes part in a call.

@@ -155,7 +155,7 @@ int TableImport::decideType() {
     if (csv_.size() <= column || csv_.field(column).empty()) continue;
     double value = 0;
     const char* problem = numbers_.read(csv_.field(column), value);
-    if (problem != NumberReader::kNotANumber) break;
+    if (problem == nullptr || problem != std::string_view(NumberReader::kNotANumber)) break;
     type = ZDB_SET;
     report_.typeReason = ", with texts, as \"" + std::string(csv_.field(column).substr(0, 100)) +
                          "\" is not a number";
