@@ -121,12 +121,10 @@ class Replay {
     while ((batches.emplace_back(nextOf(from))).release != nullptr) continue;
     batches.pop_back();
     release(from);
-    ownSchema_ = schema;
-    ownBatches_ = batches;
   }
   ~Replay() {
-    release(ownSchema_);
-    for (ArrowArray& batch : ownBatches_) release(batch);
+    release(schema);
+    for (ArrowArray& batch : batches) release(batch);
   }
 
   ArrowArrayStream stream() { return {getSchema, getNext, getError, releaseIt, this}; }
@@ -140,16 +138,12 @@ class Replay {
   std::function<void()> before = [] {};  ///< a batch is given
 
  private:
-  ArrowSchema ownSchema_;  // as they came: tests change the others
-  std::vector<ArrowArray> ownBatches_;
-
   static Replay& of(ArrowArrayStream* stream) {
     return *static_cast<Replay*>(stream->private_data);
   }
   static int getSchema(ArrowArrayStream* stream, ArrowSchema* out) {
     Replay& self = of(stream);
-    *out = std::exchange(self.schema, {});
-    if (out->release != nullptr) self.ownSchema_.release = nullptr;  // it is theirs now
+    if (self.schemaCode == 0) *out = std::exchange(self.schema, {});
     return self.schemaCode;
   }
   static int getNext(ArrowArrayStream* stream, ArrowArray* out) {
@@ -157,9 +151,7 @@ class Replay {
     self.before();
     *out = {};
     if (self.next_ == self.batches.size()) return self.endCode;
-    *out = std::exchange(self.batches[self.next_], {});
-    if (out->release != nullptr) self.ownBatches_[self.next_].release = nullptr;
-    ++self.next_;
+    *out = std::exchange(self.batches[self.next_++], {});
     return 0;
   }
   static const char* getError(ArrowArrayStream* stream) { return of(stream).text; }
