@@ -296,7 +296,7 @@ class Run {
     Record record(std::size_t dim, std::size_t i) const {
       Record read{Key(dim), Row{}};
       const char* at = bytes.data() + i * (dim * sizeof(int) + sizeof(Row));
-      std::memcpy(read.first.data(), at, dim * sizeof(int));
+      if (dim > 0) std::memcpy(read.first.data(), at, dim * sizeof(int));
       std::memcpy(&read.second, at + dim * sizeof(int), sizeof(Row));
       return read;
     }
