@@ -10,6 +10,7 @@
 #include "dataset.h"
 #include "dmap/dmap.h"
 #include "sqlitedb.h"
+#include "timeload.h"
 
 namespace {
 
@@ -50,35 +51,26 @@ void loadSqlite(SqliteDb& db, bool asTexts) {
 
 // ---- merge, sorted, without handles
 
-/// Times `load` of a new object, without making and destroying it.
 template <typename Fresh, typename Load>
-void timeLoad(benchmark::State& state, Fresh fresh, Load load) {
+void timeLoadOfAll(benchmark::State& state, Fresh fresh, Load load) {
   dataset();
-  for (auto _ : state) {
-    state.PauseTiming();
-    auto object = fresh();
-    state.ResumeTiming();
-    load(*object);
-    state.PauseTiming();
-    object.reset();
-    state.ResumeTiming();
-  }
+  ::timeLoad(state, fresh, load);
   countRecords(state);
 }
 
 void MergeSorted_Interface(benchmark::State& state) {
-  timeLoad(
+  timeLoadOfAll(
       state, [] { return std::make_unique<Database>(); }, [](Database& db) { db.load(); });
 }
 void MergeSorted_Container(benchmark::State& state) {
-  timeLoad(
+  timeLoadOfAll(
       state, [] { return std::make_unique<zdb::dmap::DMap>(3, 1); }, loadContainer);
 }
 void MergeSorted_SqliteNumbers(benchmark::State& state) {
-  timeLoad(state, std::make_unique<SqliteDb>, [](SqliteDb& db) { loadSqlite(db, false); });
+  timeLoadOfAll(state, std::make_unique<SqliteDb>, [](SqliteDb& db) { loadSqlite(db, false); });
 }
 void MergeSorted_SqliteTexts(benchmark::State& state) {
-  timeLoad(state, std::make_unique<SqliteDb>, [](SqliteDb& db) { loadSqlite(db, true); });
+  timeLoadOfAll(state, std::make_unique<SqliteDb>, [](SqliteDb& db) { loadSqlite(db, true); });
 }
 
 // ---- find by texts, in random order

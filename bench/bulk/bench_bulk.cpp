@@ -16,6 +16,7 @@
 #include "dmap/dmap.h"
 #include "dmap/dmaputree.h"
 #include "dmap/dmapvector.h"
+#include "timeload.h"
 
 namespace {
 
@@ -30,18 +31,9 @@ void count(benchmark::State& state, std::size_t items) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(items));
 }
 
-/// Times `load` of a new object, without making and destroying it.
 template <typename Fresh, typename Load>
 void timeLoad(benchmark::State& state, std::size_t items, Fresh fresh, Load load) {
-  for (auto _ : state) {
-    state.PauseTiming();
-    auto object = fresh();
-    state.ResumeTiming();
-    load(*object);
-    state.PauseTiming();
-    object.reset();
-    state.ResumeTiming();
-  }
+  ::timeLoad(state, fresh, load);
   count(state, items);
 }
 

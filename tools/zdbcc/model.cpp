@@ -44,8 +44,7 @@ Model::Model(const ModelSource& source) : file_(source.file) {
     throw ToolError(message);
   }
   try {
-    db_.check(c__zdbinitfromdict(db_.handle(), instance_));
-    db_.check(c__zdbinitupdate(db_.handle(), instance_));
+    db_.readModel(instance_);
   } catch (...) {
     zkitFreeInstance(&instance_);
     throw;
@@ -91,21 +90,18 @@ void Model::set(const zdbcc::Symbol& parameter, const std::vector<std::string>& 
 }
 
 int Model::update(const zdbcc::Symbol& parameter, int missing) {
-  int unmatched = 0;
   try {
-    db_.check(c__zdbupdatemodelsymbol(db_.handle(), parameter.handle(), ZDB_UPDATE_FIX,
-                                      parameter.handle(), missing, &unmatched));
+    return parameter.updateModel(missing);
   } catch (const zdbcc::Error& failure) {
     throw ToolError(parameter.name() + ": " + failure.what());
   }
-  return unmatched;
 }
 
 void Model::solve(const std::string& solver) {
   const std::string usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
   const std::string& name = solver.empty() ? usual : solver;
   try {
-    db_.check(c__zdbcallsolver(db_.handle(), name.c_str()));
+    db_.solve(name);
   } catch (const zdbcc::Error& failure) {
     const std::string reason = zkitSolveMessage(instance_);
     if (reason.empty()) throw;

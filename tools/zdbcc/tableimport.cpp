@@ -154,8 +154,7 @@ int TableImport::decideType() {
   for (int i = 0; i < kRowsToLookAt && csv_.next(); ++i) {
     if (csv_.size() <= column || csv_.field(column).empty()) continue;
     double value = 0;
-    const char* problem = numbers_.read(csv_.field(column), value);
-    if (problem == nullptr || problem != std::string_view(NumberReader::kNotANumber)) break;
+    if (numbers_.read(csv_.field(column), value) != NumberReader::Outcome::NotANumber) break;
     type = ZDB_SET;
     report_.typeReason = ", with texts, as \"" + std::string(csv_.field(column).substr(0, 100)) +
                          "\" is not a number";
@@ -283,9 +282,10 @@ std::optional<double> TableImport::number(std::size_t column) {
   const std::string_view text = csv_.field(column);
   double value = 0;
   if (!text.empty()) {
-    const char* problem = numbers_.read(text, value);
-    if (problem == nullptr) return value;
-    throw ToolError(where(column) + ": \"" + std::string(text.substr(0, 100)) + "\" " + problem +
+    const NumberReader::Outcome outcome = numbers_.read(text, value);
+    if (outcome == NumberReader::Outcome::Number) return value;
+    throw ToolError(where(column) + ": \"" + std::string(text.substr(0, 100)) + "\" " +
+                    NumberReader::text(outcome) +
                     (isWide_ ? "; name the columns of values, such as FIRST..LAST" : ""));
   }
   ++report_.emptyFields;

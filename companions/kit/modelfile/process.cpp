@@ -14,6 +14,7 @@
 #include <cstring>
 #include <vector>
 
+#include "contract/descriptor.h"
 #include "kit/environment.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/protocol.h"
@@ -22,28 +23,15 @@ namespace zdb::kit::modelfile {
 
 namespace {
 
-// Owns a descriptor. Its number is above those that are fixed for the program, so that moving one
-// descriptor to its fixed number cannot overwrite another.
-class Descriptor {
- public:
-  explicit Descriptor(int number) : number_(number) {
-    if (number < 0 || number > kDataDescriptor) return;
-    number_ = fcntl(number, F_DUPFD_CLOEXEC, kDataDescriptor + 1);
-    ::close(number);
-  }
-  ~Descriptor() { close(); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
+using contract::Descriptor;
 
-  int number() const { return number_; }
-  void close() {
-    if (number_ >= 0) ::close(number_);
-    number_ = -1;
-  }
-
- private:
-  int number_;
-};
+// A descriptor whose number is above those that are fixed for the program, so that moving one to
+// its fixed number cannot overwrite another.
+Descriptor aboveFixed(int number) {
+  Descriptor given(number);
+  if (number < 0 || number > kDataDescriptor) return given;
+  return Descriptor(fcntl(number, F_DUPFD_CLOEXEC, kDataDescriptor + 1));
+}
 
 void writeAll(int descriptor, const std::string& bytes) {
   std::size_t done = 0;
@@ -59,12 +47,12 @@ void writeAll(int descriptor, const std::string& bytes) {
 class MemoryFile {
  public:
   explicit MemoryFile(const std::string& content)
-      : descriptor_(memfd_create("model", MFD_CLOEXEC)) {
+      : descriptor_(aboveFixed(memfd_create("model", MFD_CLOEXEC))) {
     if (number() < 0) throw ReadError("cannot make a file in memory");
     writeAll(number(), content);
   }
 
-  int number() const { return descriptor_.number(); }
+  int number() const { return descriptor_.get(); }
 
  private:
   Descriptor descriptor_;
@@ -76,9 +64,9 @@ class Pipe {
     if (reading() < 0 || writing() < 0) throw ReadError("cannot make a pipe to a new process");
   }
 
-  int reading() const { return reading_.number(); }
-  int writing() const { return writing_.number(); }
-  void closeWriting() { writing_.close(); }
+  int reading() const { return reading_.get(); }
+  int writing() const { return writing_.get(); }
+  void closeWriting() { writing_ = Descriptor(); }
 
  private:
   using Ends = std::array<int, 2>;
@@ -87,7 +75,7 @@ class Pipe {
     Ends ends = {-1, -1};
     return pipe2(ends.data(), O_CLOEXEC) == 0 ? ends : Ends{-1, -1};
   }
-  explicit Pipe(const Ends& ends) : reading_(ends[0]), writing_(ends[1]) {}
+  explicit Pipe(const Ends& ends) : reading_(aboveFixed(ends[0])), writing_(aboveFixed(ends[1])) {}
 
   Descriptor reading_;
   Descriptor writing_;
