@@ -323,7 +323,8 @@ rows of CSV as in `zdbcc dump`:
 
 Both files are read once, side by side, and memory does not grow with the records: it is that of
 their labels. Only if the labels of a symbol stand in another order in B than in A, so that its
-records do, too, the records of this symbol are read twice from B and held in memory.)";
+records do, too, are the records of this symbol read twice from B and sorted: in 32 MiB of memory,
+with a temporary file in the folder that `TMPDIR` names, or `/tmp`, for those that do not fit.)";
 
 }  // namespace
 

@@ -375,7 +375,9 @@ that it has, or at the end. A label that differs in the case of letters is the s
 
 If anything is wrong, nothing is written, and an earlier file stays as it was. Memory does not grow
 with the records. Only if the labels of a symbol stand in another order than in the files before, so
-that its records do, too, are the records of this symbol read twice and held in memory.)",
+that its records do, too, are the records of this symbol read twice and sorted: in
+32 MiB of memory for each file, with temporary files in the folder that `TMPDIR` names, or `/tmp`,
+for those that do not fit.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange files to read, two or more",
