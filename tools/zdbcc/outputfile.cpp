@@ -1,10 +1,13 @@
 // Refuses outputs that would be written over by mistake.
 #include "outputfile.h"
 
+#include <array>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include "console.h"
-#include "exchangefile.h"
+#include "zxf/format.h"
 
 namespace zdb::tool {
 
@@ -12,13 +15,12 @@ namespace {
 
 constexpr const char* kForce = "; use --force to write over it";
 
+/// Also a damaged one; its records and labels are not looked at.
 bool isDataFile(const std::string& file) {
-  try {
-    const ExchangeFile readable(file);
-    return true;
-  } catch (const ToolError&) {
-    return false;
-  }
+  using zdb::zxfile::kMagic;
+  std::array<char, kMagic.size()> start{};
+  std::ifstream(file, std::ios::binary).read(start.data(), start.size());
+  return std::memcmp(start.data(), kMagic.data(), start.size()) == 0;
 }
 
 }  // namespace
