@@ -1,10 +1,12 @@
 #!/bin/sh
 # Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a
-# virtual environment, and DuckDB's library, which an npm package carries: peers.sh BUILD_FOLDER
+# virtual environment, and DuckDB's library, which an npm package carries; with bench, also h5py for
+# that environment, with which a benchmark compares: peers.sh BUILD_FOLDER [bench]
 # What cannot be had (no network, no npm) is left out with a note; its tests are skipped.
 set -u
 
 pyarrow=26.0.1
+h5py=3.16.0
 duckdb=@duckdb/node-bindings-linux-x64@1.5.6-r.1
 
 # needs JOB COMMAND: installs what the job needs unless the command works. Whether that succeeds
@@ -46,5 +48,11 @@ fetch_duckdb() {
     tar xzf "$archive" --strip-components=1 package/libduckdb.so && rm "$archive"
 }
 
+fetch_h5py() {
+  pyarrow/bin/pip install -q --disable-pip-version-check --retries 0 --only-binary=:all: \
+    --target h5py "h5py==$h5py"
+}
+
 once pyarrow "$pyarrow" fetch_pyarrow
 once duckdb "$duckdb" fetch_duckdb
+if [ "${2-}" = bench ]; then once h5py "$h5py" fetch_h5py; fi
