@@ -2,6 +2,7 @@
 #include "outputfile.h"
 
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -15,11 +16,14 @@ namespace {
 
 constexpr const char* kForce = "; use --force to write over it";
 
-/// Also a damaged one; its records and labels are not looked at.
+/// Also of a damaged one; records and labels are not looked at.
 bool isDataFile(const std::string& file) {
   using zdb::zxfile::kMagic;
+  std::ifstream input(file, std::ios::binary);
+  if (!input)
+    throw ToolError(file + " exists and cannot be read: " + std::strerror(errno) + kForce);
   std::array<char, kMagic.size()> start{};
-  std::ifstream(file, std::ios::binary).read(start.data(), start.size());
+  input.read(start.data(), start.size());
   return std::memcmp(start.data(), kMagic.data(), start.size()) == 0;
 }
 
