@@ -195,8 +195,8 @@ class Diff {
 
   /// Both come in the common order of labels, so that a walk over both finds what belongs together.
   void walk(const FileSymbol& a, const FileSymbol& b, RecordCounts& counts) {
-    OrderedRecords recordsA(a_, a, labels_.numbers(0));
-    OrderedRecords recordsB(b_, b, labels_.numbers(1));
+    OrderedRecords recordsA(a_, a, labels_.numbers(0), progress_, total_);
+    OrderedRecords recordsB(b_, b, labels_.numbers(1), progress_, total_);
     const auto dim = static_cast<std::size_t>(a.dim);
     bool hasA = recordsA.next();
     bool hasB = recordsB.next();

@@ -191,8 +191,8 @@ class Merge {
     std::deque<OrderedRecords> records;
     std::vector<OrderedRecords*> left;  // those that have a record at hand
     for (const Source& source : symbol.sources) {
-      OrderedRecords& each =
-          records.emplace_back(files_[source.file], source.symbol, labels_.numbers(source.file));
+      OrderedRecords& each = records.emplace_back(files_[source.file], source.symbol,
+                                                  labels_.numbers(source.file), progress_, total_);
       if (each.next()) left.push_back(&each);
     }
     const auto dim = static_cast<std::size_t>(symbol.first().dim);

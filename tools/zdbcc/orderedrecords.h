@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "labelorder.h"
+#include "progress.h"
 #include "recordsorter.h"
 
 namespace zdb::tool {
@@ -17,8 +18,10 @@ namespace zdb::tool {
 /// One at a time for each file. Throws ToolError if the file cannot be read.
 class OrderedRecords {
  public:
-  /// `numbers` must last as long and have a number for each label of the records.
-  OrderedRecords(ExchangeFile& file, const FileSymbol& symbol, const LabelNumbers& numbers);
+  /// `numbers` must last as long and have a number for each label of the records. What is read here
+  /// already is counted as work that is done, and added to the `total` of work.
+  OrderedRecords(ExchangeFile& file, const FileSymbol& symbol, const LabelNumbers& numbers,
+                 Progress& progress, std::uint64_t& total);
 
   /// Goes to the next record; the first call to the first. False after the last one.
   bool next() { return sorter_ ? nextOfSorted() : nextOfStream(); }
@@ -40,8 +43,8 @@ class OrderedRecords {
       keys_[d] = numbers_.byOwn[static_cast<std::size_t>(stream_->keys()[d])];
     }
   }
-  bool comeInOrder(const FileSymbol& symbol);
-  void sort(const FileSymbol& symbol);
+  bool comeInOrder(const FileSymbol& symbol, Progress& progress, std::uint64_t& total);
+  void sort(const FileSymbol& symbol, Progress& progress, std::uint64_t& total);
 
   ExchangeFile& file_;
   const LabelNumbers& numbers_;

@@ -173,7 +173,7 @@ class Repack {
     for (const FileSymbol& symbol : symbols_) {
       output.startSymbol(symbol);
       if (!symbol.isAlias()) {
-        for (OrderedRecords records(file_, symbol, numbers_); records.next();
+        for (OrderedRecords records(file_, symbol, numbers_, progress_, total_); records.next();
              progress_.step(total_)) {
           output.add(records);
         }
