@@ -85,6 +85,7 @@ void Table::print(Console& console) const {
   const std::vector<std::size_t> widths =
       terminal.hasOutput ? fittingWidths(static_cast<std::size_t>(terminal.width)) : widths_;
   std::vector<std::string> rule;
+  rule.reserve(widths.size());
   for (const std::size_t columnWidth : widths) rule.emplace_back(columnWidth, '-');
   console.write(line(rows_.front(), widths));
   console.write(line(rule, widths));
