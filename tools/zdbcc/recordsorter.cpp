@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t kMemory = std::size_t{32} << 20;
 /// Less would be read at a time too slowly; reached with thousands of pieces.
 constexpr std::size_t kLeastBuffer = std::size_t{4} << 10;
+/// More at a time would be no faster.
+constexpr std::size_t kMostBuffer = std::size_t{256} << 10;
 constexpr unsigned kWordBits = 64;
 
 }  // namespace
@@ -81,7 +83,7 @@ void RecordSorter::sort() {
 }
 
 void RecordSorter::startMerge() {
-  const std::size_t bytes = std::max(kMemory / pieces_.size(), kLeastBuffer);
+  const std::size_t bytes = std::clamp(kMemory / pieces_.size(), kLeastBuffer, kMostBuffer);
   bufferRows_ = std::max<std::size_t>(1, bytes / (rowWords_ * sizeof(std::uint64_t)));
   for (Piece& piece : pieces_) {
     if (fill(piece)) heap_.push_back(&piece);
