@@ -37,7 +37,7 @@ bench: ## measure the library and its peers
 	@script/packages.sh build bench
 	@$(CONFIGURE) --preset release -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build --preset release --target bench/all zxfcclib64
-	@script/peers.sh build
+	@script/peers.sh build bench
 	@script/bench.sh build/bench-results build/bin/bench_*
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers

@@ -119,7 +119,8 @@ typedef struct zdbx_result {
   int64_t added;    /**< labels or records that were not there before */
   int64_t skipped;  /**< entries left out with ZDBX_SKIP, or not found */
   int64_t row;      /**< the first entry not taken or not found, from 0; -1: none */
-  int32_t position; /**< the position of its key or column that was at fault; -1: none */
+  int32_t position; /**< the position of its key that was at fault, from 0; the symbol's dimension:
+                         its element text; -1: none of them, such as a key that exists */
   int32_t kind;     /**< ZDBX_...: why it was not taken, or the call failed; else ZDBX_NONE */
   char text[ZDB_TEXT_SIZE]; /**< the same as a message; empty for ZDBX_NONE */
 } zdbx_result;

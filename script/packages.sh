@@ -7,7 +7,7 @@ packages_for() {
   case $1 in
     build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3" ;;
     lint) echo "clang-format clang-tidy" ;;
-    bench) echo "libbenchmark-dev libabsl-dev" ;;
+    bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;
     fuzz) echo "clang libclang-rt-dev" ;;
     python) echo "python3 python3-venv" ;;
     npm) echo "npm" ;;

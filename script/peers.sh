@@ -1,10 +1,13 @@
 #!/bin/sh
 # Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a
-# virtual environment, and DuckDB's library, which an npm package carries: peers.sh BUILD_FOLDER
+# virtual environment, pandas, polars and duckdb for it, and DuckDB's library, which an npm package
+# carries; with bench, also h5py, with which a benchmark compares: peers.sh BUILD_FOLDER [bench]
 # What cannot be had (no network, no npm) is left out with a note; its tests are skipped.
 set -u
 
 pyarrow=26.0.1
+frames="pandas==3.1.1 polars==2.1.0 duckdb==2.0.1"
+h5py=3.16.0
 duckdb=@duckdb/node-bindings-linux-x64@1.5.6-r.1
 
 # needs JOB COMMAND: installs what the job needs unless the command works. Whether that succeeds
@@ -46,5 +49,18 @@ fetch_duckdb() {
     tar xzf "$archive" --strip-components=1 package/libduckdb.so && rm "$archive"
 }
 
+# fetch_packages FOLDER PACKAGE...: into a folder for PYTHONPATH.
+fetch_packages() {
+  to=$1
+  shift
+  pyarrow/bin/pip install -q --disable-pip-version-check --retries 0 --only-binary=:all: \
+    --target "$to" "$@"
+}
+# shellcheck disable=SC2086 # a list of packages
+fetch_frames() { fetch_packages frames $frames; }
+fetch_h5py() { fetch_packages h5py "h5py==$h5py"; }
+
 once pyarrow "$pyarrow" fetch_pyarrow
+once frames "$frames" fetch_frames
 once duckdb "$duckdb" fetch_duckdb
+if [ "${2-}" = bench ]; then once h5py "$h5py" fetch_h5py; fi

@@ -1,9 +1,11 @@
 #include "zxf/names.h"
 
+#include <sys/mman.h>
 #include <sys/random.h>
 #include <xxhash.h>
 
 #include <algorithm>
+#include <array>
 
 #include "contract/names.h"
 #include "zxf/format.h"
@@ -21,6 +23,16 @@ std::uint64_t hashSeed() {
     return value;
   }();
   return seed;
+}
+
+/// Each search in a large table needs another page; huge ones are found in half the time. To be
+/// called before the memory is written to.
+void useHugePages(void* memory, std::size_t bytes) {
+  constexpr std::size_t kHugePage = std::size_t{2} << 20;
+  const auto begin = reinterpret_cast<std::uintptr_t>(memory);
+  const std::uintptr_t first = (begin + kHugePage - 1) & ~(kHugePage - 1);
+  if (first + kHugePage > begin + bytes) return;
+  madvise(reinterpret_cast<void*>(first), begin + bytes - first, MADV_HUGEPAGE);
 }
 
 }  // namespace
@@ -92,7 +104,10 @@ void NameIndex::put(const TextList& list, std::size_t at, Slot slot) {
 }
 
 void NameIndex::grow(const TextList& list, std::size_t capacity) {
-  std::vector<Slot> old(capacity);
+  std::vector<Slot> old;
+  old.reserve(capacity);
+  useHugePages(old.data(), capacity * sizeof(Slot));
+  old.resize(capacity);
   old.swap(slots_);
   for (const Slot& slot : old) {
     if (slot.number == 0) continue;
@@ -100,36 +115,55 @@ void NameIndex::grow(const TextList& list, std::size_t capacity) {
   }
 }
 
-bool NameIndex::add(const TextList& list, std::uint32_t number) {
-  if (2 * (std::size_t{used_} + 1) > slots_.size())
-    grow(list, std::max<std::size_t>(16, 2 * slots_.size()));
-  const std::string_view name = list.at(number);
+void NameIndex::reserve(const TextList& list, std::size_t count) {
+  std::size_t capacity = std::max<std::size_t>(16, slots_.size());
+  while (capacity < 2 * count) capacity *= 2;
+  if (capacity > slots_.size()) grow(list, capacity);
+}
+
+bool NameIndex::isTaken(std::size_t at, std::string_view name) const {
+  return (at != kNoSlot && slots_[at].number != 0) || findCrowded(name) != 0;
+}
+
+bool NameIndex::add(TextList& list, std::string_view name) {
+  reserve(list, std::size_t{used_} + 1);
   const std::uint32_t hash = hashOf(name);
   const std::size_t at = slotOf(list, name, hash);
-  if (at != kNoSlot && slots_[at].number != 0) return false;
-  if (findCrowded(name) != 0) return false;
-  put(list, at, {hash, number});
+  if (isTaken(at, name)) return false;
+  list.add(name);
+  put(list, at, {hash, list.size()});
   ++used_;
   return true;
 }
 
 std::uint32_t NameIndex::build(const TextList& list) {
-  std::size_t capacity = 16;
-  while (capacity < 2 * (std::size_t{list.size()} + 1)) capacity *= 2;
-  slots_.assign(capacity, {});
+  // As many searches under way at a time as a processor has room for.
+  constexpr std::uint32_t kAhead = 16;
+  slots_.clear();
   crowded_.clear();
   used_ = 0;
+  reserve(list, std::size_t{list.size()} + 1);
+  std::array<std::uint32_t, kAhead> hashes{};
+  const auto prepare = [&](std::uint32_t number) {
+    if (number > list.size()) return;
+    const std::uint32_t hash = hashes[number % kAhead] = hashOf(list.at(number));
+    __builtin_prefetch(&slots_[hash & (slots_.size() - 1)], 1);
+  };
+  for (std::uint32_t number = 1; number <= kAhead; ++number) prepare(number);
   for (std::uint32_t number = 1; number <= list.size(); ++number) {
-    if (!add(list, number)) return number;
+    const std::uint32_t hash = hashes[number % kAhead];
+    const std::string_view name = list.at(number);
+    const std::size_t at = slotOf(list, name, hash);
+    if (isTaken(at, name)) return number;
+    put(list, at, {hash, number});
+    ++used_;
+    prepare(number + kAhead);
   }
   return 0;
 }
 
 std::uint32_t NameList::add(std::string_view name) {
-  if (index_.find(list_, name) != 0) return 0;
-  list_.add(name);
-  index_.add(list_, list_.size());
-  return list_.size();
+  return index_.add(list_, name) ? list_.size() : 0;
 }
 
 void NameList::adopt(Bytes&& stored, std::uint32_t count, Errc onDamage) {

@@ -49,8 +49,8 @@ class NameIndex {
   /// The number of `name` in `list`, or 0.
   std::uint32_t find(const TextList& list, std::string_view name) const;
 
-  /// Adds text `number` of `list`; false if an equal one has been added before.
-  bool add(const TextList& list, std::uint32_t number);
+  /// Appends a name to `list` and adds it; false if an equal one is there already.
+  bool add(TextList& list, std::string_view name);
 
   /// Adds all texts of `list`; returns the number of the first that repeats another, or 0.
   std::uint32_t build(const TextList& list);
@@ -72,6 +72,9 @@ class NameIndex {
   /// The slot that holds `name`, or the free one where it belongs, or kNoSlot.
   std::size_t slotOf(const TextList& list, std::string_view name, std::uint32_t hash) const;
   std::uint32_t findCrowded(std::string_view name) const;
+  /// Whether the name is there already; `at` is its slot.
+  bool isTaken(std::size_t at, std::string_view name) const;
+  void reserve(const TextList& list, std::size_t count);
   void put(const TextList& list, std::size_t at, Slot slot);
   void grow(const TextList& list, std::size_t capacity);
 

@@ -31,6 +31,7 @@ int Reader::start(int number, const SpecialValues& delivered) {
 void Reader::stop() {
   next_.symbol = nullptr;
   landmarks_.clear();
+  kept_.reset(0);
   block_.count = 0;
   at_ = 0;
 }
@@ -49,6 +50,7 @@ bool Reader::nextBlock(const SpecialValues& delivered) {
 // The damage is reported once; further calls are after the last record.
 void Reader::giveUp() {
   landmarks_.clear();
+  kept_.clear();
   block_.count = 0;
   at_ = 0;
   next_.firstRecord = next_.symbol->recordCount;
@@ -154,14 +156,24 @@ void Reader::findBlocks() {
   }
 }
 
+void Reader::keepBlocks(std::size_t bytes) {
+  const std::size_t record = rowSize_ * sizeof(int) + width_ * sizeof(double) + 1;
+  kept_.reset(bytes / (record * kMaxBlockRecords));
+}
+
 void Reader::jumpTo(std::size_t n, const SpecialValues& delivered) {
   Landmark& there = landmarks_[n];
   const bool isAtHand = block_.count > 0 && next_.firstRecord - block_.count == there.firstRecord;
   if (!isAtHand) {
+    if (block_.count > 0) kept_.put(next_.firstRecord - block_.count, next_.offset, block_);
     next_.offset = there.offset;
     next_.firstRecord = there.firstRecord;
-    block_.count = 0;
-    readBlock(delivered);
+    if (kept_.take(there.firstRecord, next_.offset, block_)) {
+      next_.firstRecord += block_.count;
+    } else {
+      block_.count = 0;
+      readBlock(delivered);
+    }
   }
   at_ = 0;
   there.firstKey.assign(block_.rows.begin(), block_.rows.begin() + rowSize_);

@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "zxf/block.h"
+#include "zxf/blockcache.h"
 #include "zxf/directory.h"
 
 namespace zdb::zxfile {
@@ -63,6 +63,11 @@ class Reader {
   /// REQUIRES: started(); at most dim() labels.
   void seek(std::span<const int> leading, const SpecialValues& delivered);
 
+  /// From now on keeps blocks that seek() comes from in so many bytes, to find them unpacked. Ends
+  /// with the symbol. All calls must want the same special values then.
+  /// REQUIRES started().
+  void keepBlocks(std::size_t bytes);
+
   /// Makes sure that a record is at hand: false after the last one. Fails with DamagedRecords,
   /// TruncatedFile or ReadFailed; after that there are no more records.
   bool ready(const SpecialValues& delivered) { return at_ < block_.count || nextBlock(delivered); }
@@ -103,6 +108,7 @@ class Reader {
   BlockReader blocks_;
   BlockPlace next_;                  ///< without a symbol when none is started
   std::vector<Landmark> landmarks_;  ///< empty before the first seek()
+  BlockCache kept_;
   int rowSize_ = 0;
   int width_ = 1;
   Block block_;

@@ -18,12 +18,15 @@ namespace {
 using zdb::AbstractZDBSymbol;
 using zdb::BulkCall;
 
-/// The symbol to read, with its records: of an alias, its set. Null and a message on failure.
+/// The symbol to read: of an alias, its set. Null and a message on failure.
 AbstractZDBSymbol* readable(const BulkCall& call, AbstractZDBSymbol* symbol) {
-  if (!symbolGiven(call.frame(), symbol)) return nullptr;
-  symbol = symbol->aliasTarget;
-  if (symbol->isUniverse() || call.db.ensureLoaded(symbol)) return symbol;
-  return nullptr;
+  return symbolGiven(call.frame(), symbol) ? symbol->aliasTarget : nullptr;
+}
+
+/// Makes sure that its records are there. Comes after all arguments have been checked, as it may
+/// take long and lasts.
+bool loaded(const BulkCall& call, AbstractZDBSymbol& symbol) {
+  return symbol.isUniverse() || call.db.ensureLoaded(&symbol);
 }
 
 bool keyColumnsGiven(const BulkCall& call, const AbstractZDBSymbol& symbol,
@@ -130,7 +133,7 @@ int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* rec
 int zdbx_count_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice, int64_t* count) {
   return zdb::bulk(__func__, zdb::inside(db), nullptr, [&](const BulkCall& call) {
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
-    if (read == nullptr || !call.given(count, "count")) return false;
+    if (read == nullptr || !call.given(count, "count") || !loaded(call, *read)) return false;
     *count = countRecords(call.db, *read, slice);
     return true;
   });
@@ -141,7 +144,9 @@ int zdbx_get_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
   return zdb::bulk(__func__, zdb::inside(db), result, [&](const BulkCall& call) {
     zdb::RecordBuffers columns;
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
-    if (read == nullptr || !buffersGiven(call, buffers, columns)) return false;
+    if (read == nullptr || !buffersGiven(call, buffers, columns) || !loaded(call, *read)) {
+      return false;
+    }
     const std::int64_t count = countRecords(call.db, *read, slice);
     if (count > columns.rows) {
       return call.refuse("%s: there are %lld records, and room for %lld",
@@ -158,7 +163,7 @@ int zdbx_open_cursor(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
     if (!call.given(cursor, "cursor")) return false;
     *cursor = nullptr;
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
-    if (read == nullptr) return false;
+    if (read == nullptr || !loaded(call, *read)) return false;
     *cursor = std::make_unique<zdbxCursor>(*read, slice).release();
     return true;
   });
@@ -201,6 +206,7 @@ int zdbx_find_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* ke
                            static_cast<long long>(buffers.rows));
       }
     }
+    if (!loaded(call, *read)) return false;
     findRecords(call.db, *read, columns, buffers, found, call.outcome);
     return true;
   });
@@ -212,6 +218,7 @@ int zdbx_find_record(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* keys, zd
     *record = nullptr;
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
     if (read == nullptr || !(read->dim == 0 || call.given(keys, "keys"))) return false;
+    if (!loaded(call, *read)) return false;
     if (read->isUniverse() && !call.db.isLabel(keys[0])) {
       return failWith(call.db, call.outcome, zdb::ErrorNotFound, "Cannot find UEL %d in Universe",
                       keys[0]);
@@ -226,7 +233,7 @@ int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice, in
     if (!call.given(record, "record")) return false;
     *record = nullptr;
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
-    if (read == nullptr) return false;
+    if (read == nullptr || !loaded(call, *read)) return false;
     return zdb::handOut(sliceHandle(call, *read, slice, last != 0), zdb::inside(record));
   });
 }

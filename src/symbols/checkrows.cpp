@@ -110,14 +110,14 @@ bool RowCheck::textFits(std::int64_t row, BulkOutcome& why) const {
   const std::string_view text = texts.at(row);
   const char* name = symbol_.name.c_str();
   if (text.data() == nullptr) {
-    why.note(ErrorArgument, row, -1);
+    why.note(ErrorArgument, row, symbol_.dim);
     writeMessage(why.text, "The offsets of an element text for symbol %s do not ascend", name);
   } else if (text.size() > std::size_t{kMaxTextLength}) {
-    why.note(ErrorLabel, row, -1);
+    why.note(ErrorLabel, row, symbol_.dim);
     writeMessage(why.text, "An element text for symbol %s has %zu bytes, and %d are the most", name,
                  text.size(), kMaxTextLength);
   } else if (text.find('\0') != text.npos) {
-    why.note(ErrorLabel, row, -1);
+    why.note(ErrorLabel, row, symbol_.dim);
     writeMessage(why.text, "An element text for symbol %s has a zero byte", name);
   } else {
     return true;

@@ -220,11 +220,15 @@ class DuckDB(unittest.TestCase):
 
 @unittest.skipUnless("ZDBCC" in os.environ, "the tool is not built")
 class ParquetOfTheTool(unittest.TestCase):
-    def export(self, *options: str) -> str:
-        command = [os.environ["ZDBCC"], "export", os.environ["SAMPLE"], *options]
-        result = subprocess.run(command, capture_output=True, text=True, check=False)
+    def run_tool(self, *words: str) -> str:
+        result = subprocess.run(
+            [os.environ["ZDBCC"], *words], capture_output=True, text=True, check=False
+        )
         self.assertEqual(result.returncode, 1 if result.stderr else 0)
         return result.stderr
+
+    def export(self, *options: str) -> str:
+        return self.run_tool("export", os.environ["SAMPLE"], *options)
 
     def test_Export_HasRecordsNullsAndInfinities(self) -> None:
         expected = {
@@ -249,6 +253,28 @@ class ParquetOfTheTool(unittest.TestCase):
             self.assertEqual(len(os.listdir(folder)), 9)  # a file a symbol, none of aliases
             self.assertIn("exists; use --force", self.export(*to))
             self.assertEqual(self.export(*to, "--force"), "")
+
+    def test_ExportInBatches_KeepsAllAndTheirOrder(self) -> None:
+        duck = Connection()
+        self.addCleanup(duck.close)
+        with tempfile.TemporaryDirectory() as folder:
+            table, file = os.path.join(folder, "t.csv"), os.path.join(folder, "t.zxf")
+            with open(table, "w", encoding="utf-8") as rows:
+                rows.write("i,j,v\n")
+                rows.writelines(f"i{n // 700},j{n % 700},{n}\n" for n in range(350_000))
+            command = [os.environ["ZDBCC"], "import", file, f"p={table}:i,j->v"]
+            subprocess.run(command, check=True, capture_output=True)
+            to = ("--to", folder, "--format", "parquet", "--duckdb", DUCKDB._name)
+            self.assertEqual(self.run_tool("export", file, *to), "")
+            rows_in_place = f"""SELECT count(*) FROM (SELECT *, row_number() OVER () - 1 n
+                FROM read_parquet('{folder}/p.parquet'))
+                WHERE value = n AND label = 'i' || (n // 700) AND label_2 = 'j' || (n % 700)"""
+            self.assertEqual(duck.rows(rows_in_place), [("350000",)])
+            with open(file, "r+b") as damaged:
+                damaged.seek(os.path.getsize(file) // 2)
+                damaged.write(b"damage")
+            self.assertIn("damaged", self.run_tool("export", file, *to, "--force"))
+            self.assertEqual(sorted(os.listdir(folder)), ["p.parquet", "t.csv", "t.zxf"])
 
 
 unittest.main()

@@ -21,12 +21,22 @@ def run(*words: str, code: int = 0) -> str:
     return done.stdout
 
 
-def on_terminal(words: list[str], until: str = "", **environment: str) -> tuple[int, str, str]:
-    """Exit code, output and errors, of which the latter go to a terminal; Ctrl-C after a text."""
+def on_terminal(
+    words: list[str], until: str = "", shows_output: bool = False, **environment: str
+) -> tuple[int, str, str]:
+    """Exit code, output and errors, of which the latter go to a terminal; Ctrl-C after a text.
+
+    The terminal may also show the output, with the errors.
+    """
     ours, theirs = pty.openpty()
     environment = {"TERM": "xterm", "COLUMNS": "60"} | environment
     with tempfile.TemporaryFile() as output:
-        process = subprocess.Popen([TOOL, *words], stdout=output, stderr=theirs, env=environment)
+        process = subprocess.Popen(
+            [TOOL, *words],
+            stdout=theirs if shows_output else output,
+            stderr=theirs,
+            env=environment,
+        )
         os.close(theirs)
         errors = ""
         try:
@@ -102,6 +112,21 @@ class Terminal(unittest.TestCase):
         ):
             code, _, errors = on_terminal(["info", "/none", *words], **environment)
             self.assertEqual((code, "\033[" in errors), (1, has_colours), (words, environment))
+
+    def test_tables_are_as_narrow_as_the_terminal_while_texts_can_be_cut(self) -> None:
+        whole = run("info", SAMPLE, "--color=never").splitlines()
+        for columns, widest in (("200", 98), ("98", 98), ("75", 75), ("40", 73)):
+            info = ["info", SAMPLE, "--color=never"]
+            _, _, shown = on_terminal(info, shows_output=True, COLUMNS=columns)
+            lines = shown.replace("\r", "").splitlines()
+            self.assertEqual(len(lines), len(whole))
+            table = lines[2:15]
+            self.assertEqual(max(map(len, table)), widest, columns)
+            for line, full in zip(table, whole[2:15]):
+                numbers = [word for word in full.split()[:-2] if word.replace(".", "").isdigit()]
+                self.assertEqual([word for word in numbers if word not in line], [])
+        self.assertIn("'Level'…", table[-2])
+        self.assertTrue(table[-2].endswith("tab?her…"))
 
     def test_ctrl_c_after_a_second_shows_a_bar_and_keeps_whole_rows(self) -> None:
         with tempfile.TemporaryDirectory() as folder:

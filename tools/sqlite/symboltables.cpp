@@ -22,6 +22,8 @@ namespace {
 
 /// Name of the table of all labels, which no symbol that the database has made can have.
 constexpr const char* kLabels = "_labels";
+/// For blocks that a query comes back to: 12 million records of three labels and a double.
+constexpr std::size_t kKeptBlocks = std::size_t{256} << 20;
 
 /// A table; the base is what SQLite knows of it.
 struct SymbolTable : sqlite3_vtab {
@@ -65,7 +67,9 @@ bool SymbolTable::hasSortedLabels() {
 /// A walk through a table.
 struct Cursor : sqlite3_vtab_cursor {
   explicit Cursor(const SymbolTable& of)
-      : sqlite3_vtab_cursor(), table(of), slice{of.symbol}, records(*of.file, slice) {}
+      : sqlite3_vtab_cursor(), table(of), slice{of.symbol}, records(*of.file, slice) {
+    records.keepBlocks(kKeptBlocks);
+  }
 
   const SymbolTable& table;
   Slice slice;
@@ -208,6 +212,7 @@ Positions takeEqualities(const SymbolTable& table, sqlite3_index_info& info) {
 void estimate(const SymbolTable& table, Positions fixed, sqlite3_index_info& info) {
   constexpr double kBlock = 16384;
   constexpr double kUnpacking = 0.2;
+  constexpr double kFinding = 10;
   double rows = table.symbol.recordCount;
   double read = rows;
   bool isLeading = true;
@@ -222,9 +227,12 @@ void estimate(const SymbolTable& table, Positions fixed, sqlite3_index_info& inf
     info.idxFlags = SQLITE_INDEX_SCAN_UNIQUE;
     rows = std::min(rows, 1.0);
   }
-  // A seek within the block at hand is a few comparisons, another one unpacks a block.
+  // A seek among the blocks that are kept is some comparisons, another one unpacks a block.
+  const double record = 4.0 * table.symbol.dim + 8.0 * table.symbol.valueCount() + 1;
   double seek = 0;
-  if (isIn(fixed, 0)) seek = table.symbol.recordCount > kBlock ? kUnpacking * kBlock : 1;
+  if (isIn(fixed, 0)) {
+    seek = table.symbol.recordCount * record > kKeptBlocks ? kUnpacking * kBlock : kFinding;
+  }
   info.estimatedRows = static_cast<sqlite3_int64>(std::ceil(rows));
   info.estimatedCost = 1 + rows + seek + kUnpacking * read;
 }

@@ -195,8 +195,8 @@ class Diff {
 
   /// Both come in the common order of labels, so that a walk over both finds what belongs together.
   void walk(const FileSymbol& a, const FileSymbol& b, RecordCounts& counts) {
-    OrderedRecords recordsA(a_, a, labels_.numbers(0));
-    OrderedRecords recordsB(b_, b, labels_.numbers(1));
+    OrderedRecords recordsA(a_, a, labels_.numbers(0), progress_, total_);
+    OrderedRecords recordsB(b_, b, labels_.numbers(1), progress_, total_);
     const auto dim = static_cast<std::size_t>(a.dim);
     bool hasA = recordsA.next();
     bool hasB = recordsB.next();
@@ -323,7 +323,8 @@ rows of CSV as in `zdbcc dump`:
 
 Both files are read once, side by side, and memory does not grow with the records: it is that of
 their labels. Only if the labels of a symbol stand in another order in B than in A, so that its
-records do, too, the records of this symbol are read twice from B and held in memory.)";
+records do, too, are the records of this symbol read twice from B and sorted: in 32 MiB of memory,
+with a temporary file in the folder that `TMPDIR` names, or `/tmp`, for those that do not fit.)";
 
 }  // namespace
 

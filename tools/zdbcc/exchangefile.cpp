@@ -19,7 +19,9 @@ auto reading(const std::string& file, Work work) {
   try {
     return work();
   } catch (const ZxfError& failure) {
-    throw ToolError("cannot read " + file + ": " + describe(failure, file));
+    const bool isInput = file == "-" && failure.code() == Errc::CannotOpenFile;
+    throw ToolError(isInput ? "an exchange file cannot be read from standard input; give its name"
+                            : "cannot read " + file + ": " + describe(failure, file));
   }
 }
 

@@ -84,6 +84,10 @@ class FileRecords {
   /// forwards or backwards, past blocks that are neither read nor checked; near a damaged one,
   /// perhaps before an earlier one.
   void seek(std::span<const int> leading);
+  /// For many calls of seek(), in any order: keeps blocks that have been read in so many bytes.
+  void keepBlocks(std::size_t bytes) {
+    if (reader_.started()) reader_.keepBlocks(bytes);
+  }
   /// Label numbers of the record; valid until next().
   const int* keys() const { return keys_.data(); }
   /// Its values: 1, or 5 for variables and equations. Special values are those of specials().

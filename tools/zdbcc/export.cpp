@@ -97,22 +97,24 @@ std::unique_ptr<Exporter> makeExporter(const ExportJob& job, const ExportOptions
 void runExport(const ExportOptions& options, Console& console) {
   constexpr std::uint64_t kSeldom = 4096;
   ExchangeFile file(options.file);
-  const ExportJob job{file, chosenSymbols(file, options), options.target, options.force};
-  const std::unique_ptr<Exporter> exporter = makeExporter(job, options, console);
-  if (options.target != "-" && formOf(options) == ExportForm::Csv) {
-    noteLostDomains(job.symbols, console);
-  }
+  const std::vector<FileSymbol> symbols = chosenSymbols(file, options);
   std::uint64_t total = 0;
-  for (const FileSymbol& symbol : job.symbols) total += symbol.recordCount;
+  for (const FileSymbol& symbol : symbols) total += symbol.recordCount;
   Progress progress(console, "records");
   std::uint64_t done = 0;
-  for (const FileSymbol& symbol : job.symbols) {
+  const auto count = [&](std::uint64_t records) { progress.update(done += records, total); };
+  const ExportJob job{file, symbols, options.target, options.force, count};
+  const std::unique_ptr<Exporter> exporter = makeExporter(job, options, console);
+  if (options.target != "-" && formOf(options) == ExportForm::Csv) {
+    noteLostDomains(symbols, console);
+  }
+  for (const FileSymbol& symbol : symbols) {
     exporter->begin(symbol);
     if (!symbol.isAlias() && exporter->takesRecords()) {
       FileRecords records(file, symbol);
       while (records.next()) {
         exporter->record(records);
-        if (++done % kSeldom == 0 && options.target != "-") progress.update(done, total);
+        if (records.done() % kSeldom == 0 && options.target != "-") count(kSeldom);
       }
     }
     exporter->end();
@@ -141,7 +143,7 @@ alias. `_symbols` describes them, and `_labels` has all labels in their order. I
 infinities, `Eps` is 0, and `Undef` and `NA` are `NULL`. The database appears when it is complete.
 
 Parquet files are written by DuckDB's library, if there is one, with the same values; aliases have
-none. This takes memory for all records.)",
+none.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange file to read",

@@ -20,7 +20,7 @@ class Exporter {
   /// For each symbol, aliases included, in the order of the file: begin(), record() for each of its
   /// records in key order, and end().
   virtual void begin(const FileSymbol& symbol) = 0;
-  /// False if begin() writes a symbol as a whole and needs no record().
+  /// False if begin() writes a symbol as a whole, with job.isRead(), and needs no record().
   virtual bool takesRecords() const { return true; }
   virtual void record(const FileRecords& record) = 0;
   virtual void end() = 0;
@@ -34,6 +34,8 @@ struct ExportJob {
   std::vector<FileSymbol> symbols;
   std::string target;
   bool isForced = false;  ///< may write over what is there
+  /// Called by exporters that read records themselves, with how many it were; throws after Ctrl-C.
+  std::function<void(std::uint64_t)> isRead;
 };
 
 /// A folder with a CSV file for each symbol and a file of specs, from which `import` makes the same
@@ -43,7 +45,6 @@ std::unique_ptr<Exporter> jsonLinesFolderExporter(const ExportJob& job);
 /// A SQLite database: a table for each symbol, a view for each alias.
 std::unique_ptr<Exporter> sqliteExporter(const ExportJob& job);
 /// A folder with a Parquet file for each symbol that has records, by DuckDB's library (see DuckDb).
-/// Takes memory for all records of a file.
 std::unique_ptr<Exporter> parquetFolderExporter(const ExportJob& job, const std::string& library);
 
 }  // namespace zdb::tool

@@ -79,6 +79,7 @@ std::vector<ImportSpec> specsOf(const ImportOptions& options) {
   for (const std::string& word : options.specs) addSpecs(word, specs);
   int fromInput = 0;
   for (const ImportSpec& spec : specs) fromInput += !spec.isAlias() && spec.file == "-" ? 1 : 0;
+  for (const std::string& word : options.specs) fromInput += word == "@-" ? 1 : 0;
   if (fromInput > 1) throw WrongUseError("only one SPEC can read standard input");
   return specs;
 }
@@ -166,8 +167,8 @@ for their subtype and have columns for their fields: `variable(5) x=x.csv:i->lev
 An empty field, and one without a column, has the default of the subtype. `alias city2=city` has
 no file.
 - The name `*` stands for labels only: `*=airports.csv:iata` in front gives their order and spelling.
-- A SPEC may also be a folder that `zdbcc export` wrote, or `@FILE`, a file with a SPEC a line;
-lines that begin with # are comments.
+- A SPEC may also be a folder that `zdbcc export` wrote, or `@FILE`, a file with a SPEC a line, `@-`
+for standard input; lines that begin with # are comments.
 
 Numbers may have blanks around them. `NA` or `NaN`, `Undef`, `Inf`, `-Inf` and `Eps` (an explicit
 zero) are special values, in any case. What cannot be read as CSV or as a number, and a row with

@@ -1,13 +1,12 @@
 #include "importspec.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
+#include <sstream>
 
+#include "bytesource.h"
 #include "console.h"
 #include "contract/names.h"
 #include "values.h"
@@ -225,7 +224,8 @@ class SpecParser {
           "\" cannot name a symbol: write NAME=FILE, with a letter first, then letters, "
           "digits and _, at most 63");
     }
-    if (!spec_.hasValues && text_.back() == '-') {
+    const bool isInput = spec_.file == "-" && !spec_.hasColumns;
+    if (!spec_.hasValues && text_.back() == '-' && !isInput) {
       throw SpecError("the arrow -> has no >, which the shell took; put quotes around the SPEC");
     }
     if (spec_.hasValues && !spec_.hasColumns) {
@@ -292,6 +292,19 @@ bool takeSpec(std::istream& in, std::string& text, std::size_t& line) {
   return !text.empty();
 }
 
+/// Of a file with specs. Devices and pipes may never end.
+std::string contentOf(const std::string& file) {
+  constexpr std::size_t kMost = std::size_t{16} << 20;
+  ByteSource source(file);
+  std::string content;
+  std::string piece(std::size_t{1} << 16, '\0');
+  while (const std::size_t count = source.read(piece.data(), piece.size())) {
+    content.append(piece, 0, count);
+    if (content.size() > kMost) throw ToolError(file + " has more than 16 MiB of SPECs");
+  }
+  return content;
+}
+
 }  // namespace
 
 bool ImportSpec::isWide() const {
@@ -308,8 +321,7 @@ ImportSpec parseSpec(const std::string& text) {
 }
 
 std::vector<ImportSpec> readSpecs(const std::string& file) {
-  std::ifstream in(file, std::ios::binary);
-  if (!in) throw ToolError("cannot read " + file + ": " + std::strerror(errno));
+  std::istringstream in(contentOf(file));
   std::vector<ImportSpec> specs;
   std::string text;
   std::size_t line = 0;
@@ -323,7 +335,6 @@ std::vector<ImportSpec> readSpecs(const std::string& file) {
       throw ToolError(file + ':' + std::to_string(line) + ": " + failure.what());
     }
   }
-  if (in.bad()) throw ToolError("cannot read " + file + ": " + std::strerror(errno));
   return specs;
 }
 

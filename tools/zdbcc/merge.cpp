@@ -191,8 +191,8 @@ class Merge {
     std::deque<OrderedRecords> records;
     std::vector<OrderedRecords*> left;  // those that have a record at hand
     for (const Source& source : symbol.sources) {
-      OrderedRecords& each =
-          records.emplace_back(files_[source.file], source.symbol, labels_.numbers(source.file));
+      OrderedRecords& each = records.emplace_back(files_[source.file], source.symbol,
+                                                  labels_.numbers(source.file), progress_, total_);
       if (each.next()) left.push_back(&each);
     }
     const auto dim = static_cast<std::size_t>(symbol.first().dim);
@@ -375,7 +375,9 @@ that it has, or at the end. A label that differs in the case of letters is the s
 
 If anything is wrong, nothing is written, and an earlier file stays as it was. Memory does not grow
 with the records. Only if the labels of a symbol stand in another order than in the files before, so
-that its records do, too, are the records of this symbol read twice and held in memory.)",
+that its records do, too, are the records of this symbol read twice and sorted: in
+32 MiB of memory for each file, with temporary files in the folder that `TMPDIR` names, or `/tmp`,
+for those that do not fit.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange files to read, two or more",

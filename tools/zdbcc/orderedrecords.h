@@ -4,24 +4,27 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
-#include <vector>
 
 #include "labelorder.h"
+#include "progress.h"
+#include "recordsorter.h"
 
 namespace zdb::tool {
 
 /// The records of a symbol with new label numbers, in the order of these. They are streamed where
-/// they come in that order; otherwise, as a first pass finds out, all of them are loaded and
-/// sorted: 4 bytes for each label, 8 for each value and 4 more.
+/// they come in that order; otherwise, as a first pass finds out, all of them are sorted first, in
+/// memory that does not grow with them (see RecordSorter).
 ///
 /// One at a time for each file. Throws ToolError if the file cannot be read.
 class OrderedRecords {
  public:
-  /// `numbers` must last as long and have a number for each label of the records.
-  OrderedRecords(ExchangeFile& file, const FileSymbol& symbol, const LabelNumbers& numbers);
+  /// `numbers` must last as long and have a number for each label of the records. What is read here
+  /// already is counted as work that is done, and added to the `total` of work.
+  OrderedRecords(ExchangeFile& file, const FileSymbol& symbol, const LabelNumbers& numbers,
+                 Progress& progress, std::uint64_t& total);
 
   /// Goes to the next record; the first call to the first. False after the last one.
-  bool next() { return stream_ ? nextOfStream() : nextOfLoaded(); }
+  bool next() { return sorter_ ? nextOfSorted() : nextOfStream(); }
   const ExchangeFile& file() const { return file_; }
   const int* keys() const { return keys_.data(); }
   /// As in FileRecords.
@@ -34,14 +37,14 @@ class OrderedRecords {
     renumber();
     return true;
   }
-  bool nextOfLoaded();
+  bool nextOfSorted();
   void renumber() {
     for (std::size_t d = 0; d < dim_; ++d) {
       keys_[d] = numbers_.byOwn[static_cast<std::size_t>(stream_->keys()[d])];
     }
   }
-  bool comeInOrder(const FileSymbol& symbol);
-  void load(const FileSymbol& symbol);
+  bool comeInOrder(const FileSymbol& symbol, Progress& progress, std::uint64_t& total);
+  void sort(const FileSymbol& symbol, Progress& progress, std::uint64_t& total);
 
   ExchangeFile& file_;
   const LabelNumbers& numbers_;
@@ -50,11 +53,7 @@ class OrderedRecords {
   std::optional<FileRecords> stream_;
   std::array<int, ZDB_MAX_DIM> keys_{};
   const double* values_ = nullptr;
-
-  std::vector<int> loadedKeys_;
-  std::vector<double> loadedValues_;
-  std::vector<std::uint32_t> order_;
-  std::size_t at_ = 0;
+  std::optional<RecordSorter> sorter_;  ///< of records that do not come in order
 };
 
 }  // namespace zdb::tool

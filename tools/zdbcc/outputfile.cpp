@@ -1,10 +1,14 @@
 // Refuses outputs that would be written over by mistake.
 #include "outputfile.h"
 
+#include <array>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 
 #include "console.h"
-#include "exchangefile.h"
+#include "zxf/format.h"
 
 namespace zdb::tool {
 
@@ -12,13 +16,15 @@ namespace {
 
 constexpr const char* kForce = "; use --force to write over it";
 
+/// Also of a damaged one; records and labels are not looked at.
 bool isDataFile(const std::string& file) {
-  try {
-    const ExchangeFile readable(file);
-    return true;
-  } catch (const ToolError&) {
-    return false;
-  }
+  using zdb::zxfile::kMagic;
+  std::ifstream input(file, std::ios::binary);
+  if (!input)
+    throw ToolError(file + " exists and cannot be read: " + std::strerror(errno) + kForce);
+  std::array<char, kMagic.size()> start{};
+  input.read(start.data(), start.size());
+  return std::memcmp(start.data(), kMagic.data(), start.size()) == 0;
 }
 
 }  // namespace

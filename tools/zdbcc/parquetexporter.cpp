@@ -1,12 +1,11 @@
 // A folder with a Parquet file for each symbol, which DuckDB's library writes.
-#include <cmath>
 #include <filesystem>
-#include <limits>
 
 #include "columns.h"
 #include "console.h"
 #include "duckdb.h"
 #include "exporter.h"
+#include "recordstream.h"
 #include "symboltables.h"
 #include "values.h"
 #include "zdbcc.hpp"
@@ -17,24 +16,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// The records of a symbol for others to read.
-class Stream {
- public:
-  explicit Stream(const zdbcc::Symbol& symbol) {
-    symbol.check(zdbx_export_stream(symbol.database(), symbol.handle(), nullptr, 0, &stream_));
-  }
-  ~Stream() {
-    if (stream_.release != nullptr) stream_.release(&stream_);
-  }
-  Stream(const Stream&) = delete;
-  Stream& operator=(const Stream&) = delete;
-
-  ArrowArrayStream& content() { return stream_; }
-
- private:
-  ArrowArrayStream stream_{};
-};
-
 class ParquetExporter : public Exporter {
  public:
   ParquetExporter(const ExportJob& job, const std::string& library)
@@ -43,14 +24,15 @@ class ParquetExporter : public Exporter {
     std::error_code failed;
     fs::create_directories(folder_, failed);
     if (failed) throw ToolError("cannot make the folder " + job.target + ": " + failed.message());
-    useNumbers();
+    // With several, it holds all records to keep their order.
+    duckDb_.run("SET threads=1");
   }
 
   bool takesRecords() const override { return false; }
 
   void begin(const FileSymbol& symbol) override {
     if (symbol.isAlias()) return;
-    Stream records(db_.symbol(symbol.name));
+    RecordStream records(job_.file, symbol, db_, job_.isRead);
     duckDb_.scan("records", records.content());
     const std::string part = fileOf(symbol).string() + ".part";
     std::error_code failed;
@@ -60,6 +42,7 @@ class ParquetExporter : public Exporter {
       duckDb_.run("DROP VIEW records");
     } catch (...) {
       fs::remove(part, failed);
+      records.rethrow();
       throw;
     }
     fs::rename(part, fileOf(symbol), failed);
@@ -81,13 +64,6 @@ class ParquetExporter : public Exporter {
 
   fs::path fileOf(const FileSymbol& symbol) const { return folder_ / (symbol.name + ".parquet"); }
 
-  void useNumbers() const {
-    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    const double values[ZDB_SV_COUNT] = {kNaN, -kNaN, kInfinity, -kInfinity, 0};
-    db_.check(c__zdbsetspecialvalues(db_.handle(), values));
-  }
-
   /// What is not a number is NULL.
   static std::string withNulls(const FileSymbol& symbol) {
     if (symbol.type == ZDB_SET) return "";
@@ -104,7 +80,7 @@ class ParquetExporter : public Exporter {
   ExportJob job_;
   fs::path folder_;
   DuckDb duckDb_;
-  zdbcc::Database db_;
+  zdbcc::Database db_;  ///< for its labels
 };
 
 }  // namespace

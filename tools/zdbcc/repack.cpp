@@ -173,7 +173,7 @@ class Repack {
     for (const FileSymbol& symbol : symbols_) {
       output.startSymbol(symbol);
       if (!symbol.isAlias()) {
-        for (OrderedRecords records(file_, symbol, numbers_); records.next();
+        for (OrderedRecords records(file_, symbol, numbers_, progress_, total_); records.next();
              progress_.step(total_)) {
           output.add(records);
         }
@@ -255,8 +255,9 @@ the set.
 checks them any more. The symbols are named on standard error.
 - Domains and aliases follow a set that is renamed.
 
-Memory does not grow with the records. Only if labels are sorted, and the records of a symbol come
-in another order by it, are the records of this symbol held in memory.)",
+Memory does not grow with the records. If labels are sorted, and the records of a symbol come in
+another order by it, they are sorted in 32 MiB of memory, with a temporary file in the folder that
+`TMPDIR` names, or `/tmp`, for those that do not fit.)",
       .operands = {{.name = "FILE",
                     .kind = Kind::ExchangeFile,
                     .text = "Exchange file to read",

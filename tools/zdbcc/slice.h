@@ -29,6 +29,8 @@ class SliceRecords {
   bool next();
   /// Goes before the first record again, by the labels that the slice has now.
   void restart();
+  /// As FileRecords::keepBlocks(), for many restarts.
+  void keepBlocks(std::size_t bytes) { records_.keepBlocks(bytes); }
   const FileRecords& record() const { return records_; }
 
  private:

@@ -267,8 +267,8 @@ Verb sqlVerb() {
           R"(Each symbol is a table of SQLite, with the columns that `zdbcc dump` writes: the
 labels, which are the primary key, then the values. An alias is a table with the records of its set,
 and `_labels` has all labels of the file. Nothing is copied into a database: records are read from
-the file as the query asks for them, and memory does not grow with them, except for what SQLite
-itself keeps, such as groups.
+the file as the query asks for them. Memory does not grow with them, except for what a join comes
+back to, at most 256 MB for each of its tables, and for what SQLite itself keeps, such as groups.
 
 - Labels are texts that compare without regard to case. A query for one or more leading labels, as
 in `WHERE origin = 'ATL'`, goes straight to these records; other labels are compared while reading.

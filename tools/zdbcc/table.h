@@ -8,8 +8,8 @@
 namespace zdb::tool {
 
 /// A table with an underlined heading; columns are as wide as their longest entry and separated by
-/// two blanks. Entries are UTF-8; each character counts as one column. Control characters are shown
-/// as '?'.
+/// two blanks; on a terminal that is narrower, texts are cut. Entries are UTF-8; each character
+/// counts as one column. Control characters are shown as '?'.
 class Table {
  public:
   struct Column {
@@ -23,7 +23,9 @@ class Table {
   void print(Console& console) const;
 
  private:
-  std::string line(const std::vector<std::string>& row) const;
+  std::vector<std::size_t> fittingWidths(std::size_t most) const;
+  std::string line(const std::vector<std::string>& row,
+                   const std::vector<std::size_t>& widths) const;
 
   std::vector<Column> columns_;
   std::vector<std::size_t> widths_;
