@@ -1,6 +1,7 @@
 // Solving a prepared model instance again.
 #include <algorithm>
 
+#include "core/delivery.h"
 #include "io/modeldictionary.h"
 #include "io/modelsource.h"
 #include "io/solverfailure.h"
@@ -151,6 +152,7 @@ void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
 }
 
 bool callSolver(ZDB& db, ModelLink& link, const char* solverName, double* time) {
+  if (!isAtRest(db)) return false;
   if (!link.isPrepared()) {
     return db.setLastError(ErrorState, "No model instance is prepared: call zdbInitUpdate first");
   }
