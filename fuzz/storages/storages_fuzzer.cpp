@@ -211,11 +211,12 @@ class Run {
   /// Some steps on one symbol, so that they meet.
   void useRecords(Twin& t, int n) {
     for (int more = below(20); more >= 0; --more) {
-      const int what = below(60);
+      const int what = below(66);
+      if (what >= 60) useCursor(t, n);
       if (what < 30) store(t, n, anyKey(t, n));
       if (what >= 30 && what < 34) walkSlices(t, n);
       if (what == 34) clear(t, n);
-      if (what < 35 || t.held.empty()) continue;
+      if (what < 35 || what >= 60 || t.held.empty()) continue;
       Held& one = pick(t.held);
       if (what < 45) moveHandle(t, one);
       if (what >= 45 && what < 50) setValue(t, one);
