@@ -22,7 +22,7 @@ test: all ## build everything and run all tests
 soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak
 	@build/bin/script_test --soak tests/script/*.scr
-	@build/bin/bulk_script_test --soak $(filter-out %/sources.scr,$(wildcard tests/bulk/*.scr))
+	@build/bin/bulk_script_test --soak tests/bulk/*.scr
 	@build/bin/model_script_test --soak tests/io/*.scr
 
 SECONDS = 60
