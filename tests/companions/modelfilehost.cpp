@@ -132,7 +132,7 @@ int main(int argc, char** argv) {
   once.name = "once";
   zdb::script::SweepRules rules;
   rules.picture = [](void*) { return ""; };
-  rules.failures = {{"zkitReadModelX?", "0 .*Out of memory.*"}};
+  rules.failures = {{"zkitReadModelX?", "0 null \"not enough memory to read the model file\""}};
   const int result = zdb::script::runProgram(argc, argv, {host, {once}, rules});
   std::filesystem::current_path("/");
   return result;
