@@ -1060,9 +1060,10 @@ ZDBCCLIB_API int c__zdbdensearraytosymbol(zdbHandle_t db, const double* array,
 
 /**
  * The same for a slice of the symbol: slices[dim] is a one-dimensional set with one record where
- * a position is fixed, null where it is free. Only the records of the slice are replaced. `dims`
- * has an entry for each free position, and may be null if there is none; `domains` has one for
- * every position.
+ * a position is fixed, null where it is free. Only the records of the slice are replaced, one after
+ * the other, so that the time does not depend on the others: if memory runs out, some are the old
+ * ones. `dims` has an entry for each free position, and may be null if there is none; `domains` has
+ * one for every position.
  */
 ZDBCCLIB_API int c__zdbdensearrayslicestosymbol(zdbHandle_t db, const double* array,
                                                 const zdbSymbol_t* domains,
