@@ -22,8 +22,9 @@ test: all ## build everything and run all tests
 soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak
 	@build/bin/script_test --soak tests/script/*.scr
-	@build/bin/bulk_script_test --soak $(filter-out %/sources.scr,$(wildcard tests/bulk/*.scr))
+	@build/bin/bulk_script_test --soak tests/bulk/*.scr
 	@build/bin/model_script_test --soak tests/io/*.scr
+	@build/bin/modelfile_script_test --soak $(CURDIR)/tests/companions/modelfile_memory.scr
 
 SECONDS = 60
 fuzz: ## search for inputs that break something, SECONDS for each of five fuzzers

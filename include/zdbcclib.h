@@ -529,8 +529,8 @@ ZDBCCLIB_API int c__zdbclearsymbol(zdbHandle_t db, zdbSymbol_t symbol);
  * is the one that receives the message of a failure. Both have the same dim and type, or the target
  * is a set, which then receives the keys (and, from a set, the element texts). Labels are matched
  * by text and added if they are new. If the source is the universe, all labels are copied; if the
- * target is the universe, labels are added. Takes time in the records of both; a failure leaves
- * what was copied so far.
+ * target is the universe, labels are added. An alias as the source stands for its set, and cannot
+ * be the target. Takes time in the records of both; a failure leaves what was copied so far.
  */
 ZDBCCLIB_API int c__zdbcopysymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_t source);
 
@@ -787,7 +787,9 @@ ZDBCCLIB_API int c__zdbinitfromzxf(zdbHandle_t db, const char* fileName);
 
 /**
  * Closes the file. If `loadRemain` is true, first loads all symbols that have not been loaded yet;
- * if not, these remain empty. Fails, leaving the file open, if a symbol cannot be loaded.
+ * if not, these have no records any more: calls that need them fail until the symbol is cleared or
+ * copied into, and writing the database leaves them out. Fails, leaving the file open, if a symbol
+ * cannot be loaded.
  */
 ZDBCCLIB_API int c__zdbclosezxf(zdbHandle_t db, int loadRemain);
 
@@ -820,9 +822,9 @@ ZDBCCLIB_API int c__zdbinitfromdb(zdbHandle_t db, zdbHandle_t source);
  * the message of that step. Callbacks and `user` must be valid as long as the database. Keys are
  * label numbers of this database, which are not checked.
  *
- * Callbacks may use this database, too, but not free it or give it another source. Until they have
- * delivered a symbol, it cannot be read, written, renamed, removed or moved, and must not be
- * cleared.
+ * Callbacks may use this database, too, but not free it. Until they have delivered a symbol, it
+ * cannot be read, written, renamed, cleared or copied into, and the database refuses to remove any
+ * symbol or move it to another storage, to solve a model and to take another source.
  */
 ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                                     zdbReadStartCallback_t readStart,
@@ -1058,9 +1060,10 @@ ZDBCCLIB_API int c__zdbdensearraytosymbol(zdbHandle_t db, const double* array,
 
 /**
  * The same for a slice of the symbol: slices[dim] is a one-dimensional set with one record where
- * a position is fixed, null where it is free. Only the records of the slice are replaced. `dims`
- * has an entry for each free position, and may be null if there is none; `domains` has one for
- * every position.
+ * a position is fixed, null where it is free. Only the records of the slice are replaced, one after
+ * the other, so that the time does not depend on the others: if memory runs out, some are the old
+ * ones. `dims` has an entry for each free position, and may be null if there is none; `domains` has
+ * one for every position.
  */
 ZDBCCLIB_API int c__zdbdensearrayslicestosymbol(zdbHandle_t db, const double* array,
                                                 const zdbSymbol_t* domains,

@@ -278,7 +278,10 @@ ZKIT_API int zkitColumnName(void* instance, int column, char* name, int size);
 /** Receives messages of solvers and the database library about a solve, one line at a time. */
 typedef void (*zkitLogCallback_t)(const char* text, void* user);
 
-/** Sets the callback for log lines; null, the default, drops them. `user` is passed to it. */
+/**
+ * Sets the callback for log lines; null, the default, drops them. `user` is passed to it. During a
+ * solve it must not free, change or solve the instance; a database that is tied to it refuses that.
+ */
 ZKIT_API int zkitSetLog(void* instance, zkitLogCallback_t log, void* user);
 
 /**

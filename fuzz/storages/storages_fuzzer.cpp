@@ -45,10 +45,11 @@ class Run {
   Run& operator=(const Run&) = delete;
 
   void step(std::uint16_t number) {
-    static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,      &Run::switchStorage,
-                                      &Run::copySymbol, &Run::throughFile,  &Run::copyDatabase,
-                                      &Run::startAnew,  &Run::putMany,      &Run::readMany,
-                                      &Run::addLabels,  &Run::throughStream};
+    static constexpr Step kSteps[] = {&Run::useRecords, &Run::useMany,       &Run::switchStorage,
+                                      &Run::copySymbol, &Run::throughFile,   &Run::copyDatabase,
+                                      &Run::startAnew,  &Run::putMany,       &Run::readMany,
+                                      &Run::addLabels,  &Run::throughStream, &Run::useCursor,
+                                      &Run::editSymbols};
     random_.seed(number);
     Twin& t = *pick(twins_);
     const Step function = kSteps[oneIn(3) ? below(std::ssize(kSteps)) : 0];
@@ -210,11 +211,12 @@ class Run {
   /// Some steps on one symbol, so that they meet.
   void useRecords(Twin& t, int n) {
     for (int more = below(20); more >= 0; --more) {
-      const int what = below(60);
+      const int what = below(66);
+      if (what >= 60) useCursor(t, n);
       if (what < 30) store(t, n, anyKey(t, n));
       if (what >= 30 && what < 34) walkSlices(t, n);
       if (what == 34) clear(t, n);
-      if (what < 35 || t.held.empty()) continue;
+      if (what < 35 || what >= 60 || t.held.empty()) continue;
       Held& one = pick(t.held);
       if (what < 45) moveHandle(t, one);
       if (what >= 45 && what < 50) setValue(t, one);
@@ -442,9 +444,43 @@ class Run {
       same(read[i].second, expected[i].second, "values read");
     }
   }
-  /// Takes over a slice of the same symbol, of either database.
+  /// Reads on with an open cursor, or opens one.
+  void useCursor(Twin& t, int n) {
+    constexpr std::size_t kMostOpen = 4;
+    if (t.cursors.size() < kMostOpen && oneIn(2) && t.symbol(n).dim > 0) {
+      Cursor& one = t.cursors.emplace_back(Cursor{nullptr, n, anyKey(t, n)});
+      for (int& label : one.slice) label = oneIn(2) ? 0 : label;
+      same(zdbx_open_cursor(t.db, t.symbol(n).handle, one.slice.data(), &one.handle), 1, "open");
+      return;
+    }
+    if (t.cursors.empty()) return;
+    Cursor& one = pick(t.cursors);
+    const auto dim = one.slice.size();
+    Table piece;
+    const std::size_t room = 1 + std::size_t(below(9));
+    const auto buffers = piece.view<zdbx_buffers>(dim, room);
+    zdbx_result result = {};
+    result.size = sizeof result;
+    same(zdbx_read_cursor(t.db, one.handle, &buffers, &result), !one.hasEnded, "read on");
+    if (one.hasEnded || oneIn(9)) {
+      zdbx_close_cursor(t.db, &one.handle);
+      std::swap(one, t.cursors.back());
+      return t.cursors.pop_back();
+    }
+    const Records& records = t.symbol(one.symbol).records;
+    auto at = one.last ? records.upper_bound(*one.last) : records.begin();
+    for (std::size_t i = 0; i < room; ++i, ++at) {
+      while (at != records.end() && !Twin::matches(one.slice, at->first)) ++at;
+      same(result.done > std::int64_t(i), at != records.end(), "has another record");
+      if (at == records.end()) return;
+      same(piece.record(dim, i).first, at->first, "key of a cursor");
+      one.last = at->first;
+    }
+  }
+  /// Takes over a slice of a symbol with the same number, of either database.
   void throughStream(Twin& t, int n) {
     const Twin& from = *pick(twins_);
+    if (from.symbol(n).type != t.symbol(n).type || from.symbol(n).dim != t.symbol(n).dim) return;
     Key slice = anyKey(from, n);
     for (int& label : slice) label = oneIn(2) ? 0 : label;
     std::vector<Record> rows;
@@ -483,9 +519,24 @@ class Run {
     const int storage = anyStorage();
     same(c__zdbselectrecordstorage(t.db, &t.symbol(n).handle, storage), 1, "switch storage");
     if (std::exchange(t.symbol(n).storage, storage) == storage) return;
-    std::erase_if(t.held, [&](const Held& one) {
-      return one.symbol == n && c__zdbfreesymboliterator(t.db, one.handle) == 1;
-    });
+    t.freeHeld(n);
+  }
+  /// Gives it a new name, or removes it and adds one like it. What is open on others stays open.
+  void editSymbols(Twin& t, int n) {
+    Symbol& s = t.symbol(n);
+    if (oneIn(2)) {
+      const std::string name = t.newName();
+      zdbSymbol_t found = nullptr;
+      same(zdbx_rename_symbol(t.db, s.handle, name.c_str()), 1, "rename");
+      same(c__zdbfindsymbol(t.db, name.c_str(), &found), 1, "find under the new name");
+      same(found == s.handle, true, "is what has the name");
+      return;
+    }
+    Symbol like = s;
+    like.records.clear();
+    same(zdbx_remove_symbol(t.db, &s.handle), 1, "remove");
+    t.removeSymbol(n);
+    t.addSymbol(std::move(like));
   }
   /// From a symbol that fits, of either database; a set takes the keys of any.
   void copySymbol(Twin& t, int n) {
@@ -516,10 +567,18 @@ class Run {
     if (!t.hasFiles) return;
     dropUnknownLabels(t, 1);
     const std::string file = folder_ / (show(++files_) + ".zxf");
-    same(c__zdbwritezxf(t.db, file.c_str(), 0), 1, "write a file");
+    const bool isInMemory = oneIn(3);
+    void* bytes = nullptr;
+    std::size_t size = 0;
+    same(isInMemory ? zdbx_write_memory(t.db, 0, &bytes, &size)
+                    : c__zdbwritezxf(t.db, file.c_str(), 0),
+         1, "write a file");
     Twin& to = *(other(t) = std::make_unique<Twin>(anyStorage()));
     for (int label = below(6); label > 3; --label) to.mergeLabel(labelOf(label));
-    same(c__zdbinitfromzxf(to.db, file.c_str()), 1, "read a file");
+    same(isInMemory ? zdbx_init_from_memory(to.db, bytes, size)
+                    : c__zdbinitfromzxf(to.db, file.c_str()),
+         1, "read a file");
+    zdbx_free_bytes(bytes);
     to.takeOver(t);
     for (int uses = below(6); uses > 0; --uses) {
       static constexpr Step steps[] = {&Run::useRecords, &Run::switchStorage, &Run::copySymbol};

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <limits>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -96,6 +97,15 @@ struct Held {
   bool hasEnded = false;  ///< the record has gone: whatever is done with the handle is refused
 };
 
+/// A cursor that is kept while records come and go on both sides of its place.
+struct Cursor {
+  zdbxCursor_t handle;
+  int symbol;
+  Key slice;
+  std::optional<Key> last{};  ///< what was read last
+  bool hasEnded = false;      ///< all records went at once
+};
+
 /// A database, and beside it what it should hold.
 struct Twin {
   zdbHandle_t db = nullptr;
@@ -104,7 +114,9 @@ struct Twin {
   Pool texts{""};
   std::vector<Symbol> symbols{};
   std::vector<Held> held{};
+  std::vector<Cursor> cursors{};
   bool hasFiles;
+  int named = 0;  ///< names that symbols have had
   std::size_t notCompared = 0;
 
   explicit Twin(int recordStorage) : storage(recordStorage) {
@@ -115,6 +127,7 @@ struct Twin {
   }
   ~Twin() {
     for (const Held& one : held) c__zdbfreesymboliterator(db, one.handle);
+    for (Cursor& one : cursors) zdbx_close_cursor(db, &one.handle);
     zdbfree(&db);
   }
   Twin(const Twin&) = delete;
@@ -148,8 +161,9 @@ struct Twin {
     c__zdbmergeuel(db, label.c_str(), &number);
     same(number, labels.merge(label), "number of a label");
   }
+  std::string newName() { return "s" + show(named++); }
   void addSymbol(Symbol symbol) {
-    const std::string name = "s" + show(symbols.size());
+    const std::string name = newName();
     c__zdbaddsymbol(db, name.c_str(), symbol.dim, symbol.type, symbol.subtype, "", &symbol.handle);
     symbol.storage = storage;
     symbols.push_back(std::move(symbol));
@@ -158,6 +172,24 @@ struct Twin {
   void clear(int number) {
     symbol(number).records.clear();
     for (Held& one : held) one.hasEnded |= one.symbol == number;
+    endCursors(number);
+  }
+  void endCursors(int number) {
+    for (Cursor& one : cursors) one.hasEnded |= one.symbol == number;
+  }
+  /// The handles on a symbol that has gone can only be freed.
+  void freeHeld(int number) {
+    std::erase_if(held, [&](const Held& one) {
+      return one.symbol == number && c__zdbfreesymboliterator(db, one.handle) == 1;
+    });
+    endCursors(number);
+  }
+  /// Those after it move up.
+  void removeSymbol(int number) {
+    freeHeld(number);
+    symbols.erase(symbols.begin() + number);
+    for (Held& one : held) one.symbol -= one.symbol > number ? 1 : 0;
+    for (Cursor& one : cursors) one.symbol -= one.symbol > number ? 1 : 0;
   }
   /// Replaces the records; false at the first one that cannot be copied.
   bool copyRecords(int number, const Twin& from, const Symbol& source) {
@@ -180,6 +212,7 @@ struct Twin {
     for (const std::string& text : from.texts.texts) texts.merge(text);
     for (const std::string& label : from.labels.texts) labels.merge(label);
     symbols = from.symbols;
+    named = from.named;
     for (int n = 0; n < std::ssize(symbols); ++n) {
       copyRecords(n, from, from.symbol(n));
       symbol(n).storage = storage;

@@ -30,8 +30,7 @@ int zdbInitFromDMRF(zdbHandle_t db, zdbFindSymbolCallback_t findSymbol,
                     zdbReadDoneCallback_t readDone, zdbElemTextCallback_t elemText,
                     zdbPrintCallback_t print, void* user) {
   return guarded(__func__, db, [&](Call) {
-    db->InitFromDMRF({findSymbol, readStart, readRecord, readDone, elemText, print, user});
-    return true;
+    return db->InitFromDMRF({findSymbol, readStart, readRecord, readDone, elemText, print, user});
   });
 }
 
@@ -43,8 +42,7 @@ int zdbSetDataCallbacks(zdbHandle_t db, int clear, zdbFindSymbolCallback_t findS
     if (!call.given(specialValues, "specialValues")) return false;
     const DataCallbacks callbacks = {findSymbol, readStart, readRecord, readDone,
                                      elemText,   print,     user};
-    db->SetDataCallbacks(clear != 0, callbacks, specialValues);
-    return true;
+    return db->SetDataCallbacks(clear != 0, callbacks, specialValues);
   });
 }
 

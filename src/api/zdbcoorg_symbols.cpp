@@ -123,6 +123,7 @@ int zdbGetSymbolByNumber(zdbHandle_t db, int number, zdbSymbol_t* symbol) {
 int zdbClearSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
   return guarded(__func__, db, [&](Call call) {
     if (!userSymbolGiven(call, symbol, "Cannot clear the Universe")) return false;
+    if (!isAtRest(*db, symbol)) return false;
     if (symbol->isLoaded) symbol->clear();
     symbol->isLoaded = true;
     db->markWritten(symbol);
@@ -133,6 +134,7 @@ int zdbClearSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
 int zdbResetSymbol(zdbHandle_t db, zdbSymbol_t symbol) {
   return guarded(__func__, db, [&](Call call) {
     if (!userSymbolGiven(call, symbol, "Cannot reset the Universe")) return false;
+    if (!isAtRest(*db, symbol)) return false;
     symbol->clear();
     symbol->isWritten = false;
     symbol->isLoaded = false;
@@ -166,7 +168,7 @@ int zdbSelectRecordStorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType)
       db->setDefaultStorage(storageType);  // which symbols that are added later may refuse
       return true;
     }
-    if (!symbolGiven(call, *symbol) || !isAtRest(*db, **symbol)) return false;
+    if (!symbolGiven(call, *symbol) || !isAtRest(*db)) return false;
     zdbSymbol_t switched = db->switchSymbolStorage(*symbol, storageType);
     if (switched == nullptr) return refuseStorage(call, storageType);
     *symbol = switched;

@@ -19,10 +19,11 @@ Delivery::~Delivery() {
   innermost = outer_;
 }
 
-bool isAtRest(ZDB& db, const AbstractZDBSymbol& symbol) {
+bool isAtRest(ZDB& db, const AbstractZDBSymbol* symbol) {
   for (const Delivery* one = innermost; one != nullptr; one = one->outer_) {
-    if (&one->symbol_ == &symbol) {
-      return db.setLastError(ErrorState, "Symbol %s is being loaded", symbol.name.c_str());
+    const AbstractZDBSymbol& delivered = one->symbol_;
+    if (symbol != nullptr ? symbol == &delivered : delivered.database == &db) {
+      return db.setLastError(ErrorState, "Symbol %s is being loaded", delivered.name.c_str());
     }
   }
   return true;

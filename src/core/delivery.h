@@ -15,13 +15,14 @@ class Delivery {
   Delivery& operator=(const Delivery&) = delete;
 
  private:
-  friend bool isAtRest(ZDB& db, const AbstractZDBSymbol& symbol);
+  friend bool isAtRest(ZDB& db, const AbstractZDBSymbol* symbol);
 
   const AbstractZDBSymbol& symbol_;
   Delivery* const outer_;  ///< callbacks may use another symbol, which is loaded for them
 };
 
-/// Whether a symbol may be removed, renamed or moved. If not, reports that.
-bool isAtRest(ZDB& db, const AbstractZDBSymbol& symbol);
+/// Whether nothing of the database is being delivered to it or to its file, or, given a symbol, not
+/// that one: what would take away what the delivery needs is refused. Reports what is delivered.
+bool isAtRest(ZDB& db, const AbstractZDBSymbol* symbol = nullptr);
 
 }  // namespace zdb

@@ -64,7 +64,8 @@ void lowerNumbers(ZDB& db, int from) {
 }  // namespace
 
 bool removeSymbol(ZDB& db, AbstractZDBSymbol* symbol) {
-  if (!isAtRest(db, *symbol)) return false;
+  // Not even another symbol: what loads may be on its way through the table.
+  if (!isAtRest(db)) return false;
   if (isInUse(db, *symbol)) {
     return db.setLastError(ErrorState, "Symbol %s is a domain of another symbol or has an alias",
                            symbol->name.c_str());
@@ -78,7 +79,7 @@ bool removeSymbol(ZDB& db, AbstractZDBSymbol* symbol) {
 }
 
 bool renameSymbol(ZDB& db, AbstractZDBSymbol* symbol, const char* name) {
-  if (!isAtRest(db, *symbol)) return false;
+  if (!isAtRest(db, symbol)) return false;
   if (db.symbols().contains(name) && db.symbols()[name] != symbol) {
     return db.setLastError(ErrorExists, "Symbol %s exists already", name);
   }

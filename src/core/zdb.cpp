@@ -154,14 +154,15 @@ bool ZDB::LoadSymbol(AbstractZDBSymbol* symbol) {
   const char* name = symbol->name.c_str();
   if (symbol->isLoaded) return setLastError(ErrorState, "Symbol %s already loaded", name);
   DataSource* from = source(initFrom_);
-  if (from == nullptr) {
-    symbol->isLoaded = true;
-    return setLastError(ErrorState, "Symbol %s not initialized from ZXF or ZMI: %d", name,
-                        initFrom_);
-  }
   // Made now, while a lack of memory leaves the symbol as it was.
   const unsigned before = lastError_.count;
   auto failure = std::make_unique<LastError>();
+  if (from == nullptr) {
+    failure->set(ErrorState, "Symbol %s not initialized from ZXF or ZMI: %d", name, initFrom_);
+    symbol->isLoaded = true;
+    symbol->loadFailure = std::move(failure);
+    return setLastError(*symbol->loadFailure);
+  }
   failure->set(ErrorNoMemory, "Symbol %s could not be read to its end", name);
   // Callbacks may ask for the symbol that they are delivering: the part that is there by then is
   // not the symbol either.

@@ -237,9 +237,9 @@ class ZDB {
   /// Fills this empty database with copies of the source's labels, texts, symbols and records.
   bool InitFromDB(ZDB* source);
   /// Symbols that are added from now on are read through the callbacks on first use.
-  void InitFromDMRF(const DataCallbacks& callbacks);
+  bool InitFromDMRF(const DataCallbacks& callbacks);
   /// Sets the callbacks and the special values that their data uses; `clear` empties the symbols.
-  void SetDataCallbacks(bool clear, const DataCallbacks& callbacks, const double* specialValues);
+  bool SetDataCallbacks(bool clear, const DataCallbacks& callbacks, const double* specialValues);
 
   // Model instances. The instance belongs to the caller and outlives the database.
   // include/zdbcclib.h has the details.

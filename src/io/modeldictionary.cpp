@@ -22,6 +22,10 @@ DictionarySymbol::DictionarySymbol(zlxRec* dictionary, int number) : index(numbe
 DictionarySymbol::DictionarySymbol(zlxRec* dictionary, const char* name)
     : DictionarySymbol(dictionary, zlxSymIndex(dictionary, name)) {}
 
+bool isIdle(ZDB& db, const ModelLink& link) {
+  return !link.isSolving || db.setLastError(ErrorState, "The model instance is being solved");
+}
+
 bool agrees(ZDB& db, const DictionarySymbol& found, const AbstractZDBSymbol& symbol) {
   const char* name = symbol.name.c_str();
   if (symbol.dim != found.dim)
@@ -49,6 +53,7 @@ bool readModelLabels(ZDB& db, ModelLink& link) {
 namespace {
 
 bool registerInstance(ZDB& db, ModelLink& link, zmiRec* instance) {
+  if (!isIdle(db, link)) return false;
   char message[234] = "";
   const auto makeReady = [&](auto getReady, auto getReadyD) {
     return db.directory().empty() ? getReady(message, sizeof message)

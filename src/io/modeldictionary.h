@@ -65,6 +65,9 @@ class RowColWalk {
   int current_ = -1;
 };
 
+/// Whether no solve is under way, whose log may call a host that uses the database; reports it.
+bool isIdle(ZDB& db, const ModelLink& link);
+
 /// Whether a symbol is the same in the dictionary and the database; reports a difference.
 bool agrees(ZDB& db, const DictionarySymbol& found, const AbstractZDBSymbol& symbol);
 

@@ -52,7 +52,8 @@ struct ModelLink {
   std::vector<double> rowLevels;
   std::vector<double> rowMarginals;
 
-  std::vector<double> constantTerms;    ///< per row, of the nonlinear update; kept to be reused
+  std::vector<double> constantTerms;  ///< per row, of the nonlinear update; kept to be reused
+  bool isSolving = false;             ///< as the host's code may ask that gets the lines of the log
   bool alternativeBoundsInUse = false;  ///< the last update was of columns
   int lastSolver = 0;                   ///< its number; 0: none
   bool lastSolverModifies = false;      ///< it keeps the problem between solves

@@ -1,6 +1,7 @@
 // Solving a prepared model instance again.
 #include <algorithm>
 
+#include "core/delivery.h"
 #include "io/modeldictionary.h"
 #include "io/modelsource.h"
 #include "io/solverfailure.h"
@@ -42,6 +43,18 @@ class SolverForm {
 
  private:
   zmiRec* instance_;
+};
+
+/// Notes a solve in the link, as long as it lives.
+class Solving {
+ public:
+  explicit Solving(ModelLink& link) : link_(link) { link_.isSolving = true; }
+  Solving(const Solving&) = delete;
+  Solving& operator=(const Solving&) = delete;
+  ~Solving() { link_.isSolving = false; }
+
+ private:
+  ModelLink& link_;
 };
 
 /// Restores the instance's view, which a solver that works in place changes.
@@ -151,6 +164,7 @@ void unloadModelSymbols(ZDB& db, zlxRec* dictionary) {
 }
 
 bool callSolver(ZDB& db, ModelLink& link, const char* solverName, double* time) {
+  if (!isAtRest(db) || !isIdle(db, link)) return false;
   if (!link.isPrepared()) {
     return db.setLastError(ErrorState, "No model instance is prepared: call zdbInitUpdate first");
   }
@@ -165,6 +179,7 @@ bool callSolver(ZDB& db, ModelLink& link, const char* solverName, double* time) 
   if (solver < 1) return db.setLastError(ErrorArgument, "Invalid solver name: %s", solverName);
   if (link.alternativeBoundsInUse) zmiAltBoundsSet(link.instance, 1);
   {
+    const Solving solving(link);
     const SolverForm form(link);
     if (!Solve(db, link, solver).run(solverName)) return false;
     if (time != nullptr) *time = 0.0;

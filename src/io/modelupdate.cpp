@@ -200,7 +200,7 @@ bool updateSymbol(ZDB& db, ModelLink& link, const AbstractZDBSymbol& modelSymbol
     return db.setLastError(ErrorState,
                            "No model instance is registered: call zdbRegisterZMI first");
   }
-  if (!db.ensureLoaded(&data)) return false;
+  if (!isIdle(db, link) || !db.ensureLoaded(&data)) return false;
   std::string name = modelSymbol.name;
   if (modelSymbol.type == TypeParameter) name += kParameterSuffix;
   link.alternativeBoundsInUse = modelSymbol.type != TypeEquation;

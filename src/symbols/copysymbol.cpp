@@ -1,5 +1,7 @@
 #include "symbols/copysymbol.h"
 
+#include "core/delivery.h"
+
 namespace zdb {
 
 namespace {
@@ -73,13 +75,15 @@ class SymbolCopy {
 }  // namespace
 
 bool copySymbol(ZDB& db, AbstractZDBSymbol* target, AbstractZDBSymbol* source) {
+  source = source->aliasTarget;  // whose records an alias stands for: it has none of its own
   if (source->dim != target->dim)
     return db.setLastError(ErrorArgument, "Inconsistent symbol dimensions");
   if (source->type != target->type && target->type != TypeSet) {
     return db.setLastError(ErrorArgument, "Inconsistent symbol types");
   }
   // Clearing the target would lose the records.
-  if (source == target || source->aliasTarget == target) return true;
+  if (source == target) return true;
+  if (!isAtRest(db, target)) return false;
   // First of all: without records to copy, the target keeps its own.
   ZDB& from = *source->database;
   if (!source->isUniverse() && !from.ensureLoaded(source)) return db.setLastError(from.error());

@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "core/addedentries.h"
+#include "core/delivery.h"
 #include "symbols/bulk.h"
 #include "symbols/checkrows.h"
 #include "symbols/columnreader.h"
@@ -405,7 +406,11 @@ bool failWith(ZDB& db, BulkOutcome& outcome, ErrorKind kind, const char* format,
 
 bool putRecords(ZDB& db, AbstractZDBSymbol& symbol, const RecordColumns& records, PutMode mode,
                 OnFailure onFailure, BulkOutcome& outcome) {
-  if (mode != PutReplace && !db.ensureLoaded(&symbol)) return false;
+  if (!isAtRest(db, &symbol) || (mode != PutReplace && !db.ensureLoaded(&symbol))) {
+    outcome.kind = db.error().kind;
+    writeMessage(outcome.text, "%s", db.lastError());
+    return false;
+  }
   const bool isDone = withRecords(
       symbol, [&](auto& typed) { return Put(db, typed, records, mode, onFailure, outcome).run(); });
   return isDone || db.setLastError(outcome.kind, "%s", outcome.text);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "core/delivery.h"
 #include "symbols/densearrays.h"
 #include "symbols/denseaxes.h"
 
@@ -28,7 +29,7 @@ bool areFreeSets(ZDB& db, const AbstractZDBSymbol* symbol, AbstractZDBSymbol* co
   for (int d = 0; d < symbol->dim; ++d) {
     const AbstractZDBSymbol* set = squeezed[d]->aliasTarget;
     const std::string& name = squeezed[d]->name;
-    if (!isOwnSet(db, *set, name)) return false;
+    if (!isOwnSet(db, *set, name) || !isAtRest(db, set)) return false;
     const auto isSame = [&](const AbstractZDBSymbol* other) {
       return other != nullptr && other->aliasTarget == set;
     };

@@ -39,9 +39,14 @@ TEST(Callbacks, UseOfTheSymbolThatTheyDeliver_IsRefused) {
       Source source;
       c__zdbselectrecordstorage(db, nullptr, storage);
       for (int i = 1; i <= 50; ++i) db.label(("l" + std::to_string(i)).c_str());
-      c__zdbinitfromdmrf(db, Source::find, Source::start, Source::read, Source::done, nullptr,
-                         Source::print, &source);
+      const auto attach = [&] {
+        return c__zdbinitfromdmrf(db, Source::find, Source::start, Source::read, Source::done,
+                                  nullptr, Source::print, &source);
+      };
+      EXPECT_EQ(db.said(attach()), "");
       zdbSymbol_t symbol = db.add("p", 1);
+      zdbSymbol_t another = db.add("q", 1);
+      db.said(c__zdbclearsymbol(db, another));
       const int other = (storage + 1) % 3;
       std::int64_t count = 0;
       const auto write = [&] {
@@ -54,8 +59,23 @@ TEST(Callbacks, UseOfTheSymbolThatTheyDeliver_IsRefused) {
       source.inTheMiddle = [&] {
         const std::string expected = "Symbol p is being loaded";
         EXPECT_EQ(db.said(zdbx_remove_symbol(db, &symbol)), expected);
-        EXPECT_EQ(db.said(zdbx_rename_symbol(db, symbol, "q")), expected);
+        EXPECT_EQ(db.said(zdbx_rename_symbol(db, symbol, "r")), expected);
         EXPECT_EQ(db.said(c__zdbselectrecordstorage(db, &symbol, other)), expected);
+        EXPECT_EQ(db.said(zdbx_remove_symbol(db, &another)), expected);
+        EXPECT_EQ(db.said(c__zdbselectrecordstorage(db, &another, other)), expected);
+        EXPECT_EQ(db.said(c__zdbclearsymbol(db, symbol)), expected);
+        EXPECT_EQ(db.said(c__zdbcopysymbol(db, symbol, another)), expected);
+        zdbx_columns none = {};
+        none.size = sizeof none;
+        const auto replace = [&] {
+          return zdbx_put_records(db, symbol, &none, ZDBX_REPLACE, ZDBX_UNDO, nullptr);
+        };
+        EXPECT_EQ(db.said(replace()), expected);
+        ArrowArrayStream stream;
+        EXPECT_EQ(db.said(zdbx_export_stream(db, another, nullptr, 0, &stream)), "");
+        EXPECT_EQ(db.said(zdbx_import_stream(db, symbol, &stream, ZDBX_REPLACE, 0, nullptr)),
+                  expected);
+        EXPECT_EQ(db.said(attach()), expected);
         if (isWritten) return;  // and not loaded, so it may be loaded meanwhile
         EXPECT_EQ(db.said(zdbx_count_records(db, symbol, nullptr, &count)), expected);
         EXPECT_EQ(db.said(write()), "Problems writing symbol p to ZXF");

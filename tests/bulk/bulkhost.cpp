@@ -394,8 +394,7 @@ std::vector<Way> makeWays() {
 int main(int argc, char** argv) {
   mallopt(M_PERTURB, 0xA5);
   zdb::script::BulkHost host;
-  zdb::script::SweepRules rules;
-  rules.picture = &zdb::script::ZdbHost::picture;
+  zdb::script::SweepRules rules = zdb::script::ZdbHost::memoryRules();
   rules.nullAnswers = {
       {"zdbx_(put|find)_records.keys", "0.*argument keys.0. must not be null\""},
       {".*_labels.labels", "0.*argument labels must have pointers, or bytes with one kind of .*"},

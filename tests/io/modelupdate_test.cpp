@@ -78,4 +78,37 @@ TEST(ModelUpdate, MemoryThatRunsOut_FailsTheCall) {
   EXPECT_GT(failed, 2);
 }
 
+/// What a host does with the database when a solver has a line for it.
+TEST(ModelSolve, LogThatUsesTheModel_IsRefused) {
+  const zdb::test::kit::Model model("int x 0 9 ; min z -inf inf ; cost: z - x = 0 ; c: x >= 1");
+  const zdb::test::kit::Instance instance(model);
+  const Database db;
+  struct Host {
+    const Database& db;
+    void* instance;
+    std::string said{};
+    zdbSymbol_t x, p;
+  } host{db, instance, "", db.add("x", 0, ZDB_VARIABLE), db.add("p", 0)};
+  db.put(host.p, {}, 1);
+  EXPECT_EQ(db.said(c__zdbinitupdate(db, instance)), "");
+  zkitSetLog(
+      instance,
+      [](const char*, void* user) {
+        Host& self = *static_cast<Host*>(user);
+        const Database& its = self.db;
+        int noMatch = 0;
+        for (const int result :
+             {c__zdbregisterzmi(its, self.instance), c__zdbcallsolver(its, "glpk"),
+              c__zdbupdatemodelsymbol(its, self.x, 4, self.p, 0, &noMatch)}) {
+          self.said += its.said(result) + "|";
+        }
+      },
+      &host);
+  EXPECT_NE(db.said(c__zdbcallsolver(db, "clp")), "");  // which solves no integer models
+  const std::string refused = "The model instance is being solved|";
+  EXPECT_EQ(host.said, refused + refused + refused);
+  zkitSetLog(instance, nullptr, nullptr);
+  EXPECT_EQ(db.said(c__zdbcallsolver(db, "glpk")), "");
+}
+
 }  // namespace

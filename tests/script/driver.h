@@ -144,6 +144,10 @@ struct SweepRules {
   std::function<std::string(void* object)> picture;  ///< all that an object holds, as a text
   /// Saves what an object holds and reads it back; what is wrong then, or nothing.
   std::function<std::string(Run& run, void* object)> check = {};
+  /// The files that statements work on, with their bytes, and whether one can be read to its end: a
+  /// failure leaves each as it was, or a new one that is whole, and nothing beside them.
+  std::function<std::map<std::string, std::string>()> files = {};
+  std::function<bool(const std::string& name)> isWholeFile = {};
   /// Functions without faults, and those that may have done a part when one fails; with reasons.
   std::map<std::string, std::string> spared = {}, leavePart = {};
   /// What else a failure for lack of memory may give, and then the call when it is tried again.

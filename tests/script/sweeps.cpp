@@ -52,7 +52,7 @@ struct Fault {
 };
 using test::Call, test::Event;
 constexpr test::Calls kFileWork = {Call::Open,   Call::Read, Call::Write, Call::Sync,
-                                   Call::Rename, Call::Link, Call::Close};
+                                   Call::Rename, Call::Link, Call::Close, Call::Memory};
 constexpr test::SystemFault kBroken = {Event::Error, kFileWork, EIO};
 constexpr test::SystemFault kFull = {Event::Error, kFileWork, ENOSPC};
 constexpr test::SystemFault kInterrupted = {
@@ -124,11 +124,25 @@ class Starved {
            isListed(rules_.failures, name, actual);
   }
 
+  void checkFiles(const std::map<std::string, std::string>& before) {
+    const std::map<std::string, std::string> now = rules_.files();
+    for (const auto& [name, bytes] : before) {
+      if (!now.contains(name)) complain("lost a file", name);
+    }
+    for (const auto& [name, bytes] : now) {
+      const auto old = before.find(name);
+      if (old != before.end() && old->second == bytes) continue;
+      if (!rules_.isWholeFile(name)) complain("left a part of a file", name);
+    }
+  }
+
   bool tryOnce(test::Allocations& watch, std::uint64_t number, const Fault& fault) {
     Run run(program_.host, way_);
     for (std::size_t i = 0; i < position_; ++i) run.execute(script_.statements[i]);
     run.object(statement_.object);
     const std::string before = pictures(run);
+    std::map<std::string, std::string> files;
+    if (rules_.files) files = rules_.files();
     bool hasFailed = false;
     const bool isMemory = fault.kind == nullptr;
     std::optional<test::SystemFaults> faults;
@@ -153,6 +167,7 @@ class Starved {
         complain("changed something", pictures(run));
       }
     }
+    if (hasFailed && !isDone && rules_.files) checkFiles(files);
     if (!isDone) check(run);
     goOn(run, isDone ? position_ + 1 : position_);
     check(run);

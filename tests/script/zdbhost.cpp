@@ -1,12 +1,43 @@
 #include "script/zdbhost.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
+#include <cstring>
 
 #include "zdbx.h"
 
 namespace zdb::script {
 
 namespace {
+
+/// Over all that the file has.
+int writeDescriptor(zdbHandle_t db, int fd, int noDomainCheck) {
+  if (ftruncate(fd, 0) == 0) lseek(fd, 0, SEEK_SET);
+  return zdbx_write_fd(db, fd, noDomainCheck);
+}
+
+/// A file in memory, of one database for the next.
+struct {
+  char bytes[1 << 16];
+  std::size_t size;
+} kept;
+
+int writeMemory(zdbHandle_t db, int noDomainCheck) {
+  void* bytes = nullptr;
+  std::size_t size = 0;
+  const int isDone = zdbx_write_memory(db, noDomainCheck, &bytes, &size);
+  if (isDone == 1) {
+    if (size > sizeof kept.bytes) std::abort();
+    std::memcpy(kept.bytes, bytes, kept.size = size);
+  }
+  zdbx_free_bytes(bytes);
+  return isDone;
+}
+
+int initFromMemory(zdbHandle_t db) {
+  return zdbx_init_from_memory(db, kept.bytes, kept.size);
+}
 
 FunctionTable withExports(FunctionTable table) {
 #define ZDB_PLAIN(name, lower, result, parameters, arguments, ...) \
@@ -24,7 +55,9 @@ FunctionTable withExports(FunctionTable table) {
   add("zdbx_rename_symbol", &zdbx_rename_symbol,
       "(zdbHandle_t db, zdbSymbol_t symbol, const char* name)");
   add("zdbx_init_from_fd", &zdbx_init_from_fd, "(zdbHandle_t db, int fd)");
-  add("zdbx_write_fd", &zdbx_write_fd, "(zdbHandle_t db, int fd, int noDomainCheck)");
+  add("zdbx_write_fd", &writeDescriptor, "(zdbHandle_t db, int fd, int noDomainCheck)");
+  add("zdbx_write_memory", &writeMemory, "(zdbHandle_t db, int noDomainCheck)");
+  add("zdbx_init_from_memory", &initFromMemory, "(zdbHandle_t db)");
   table.at("zdbGetKeys").flat = formOf(&n__zdbgetkeys);
   table.at("zdbGetDomain").flat = formOf(&n__zdbgetdomain);
   for (auto& [name, function] : table) {
@@ -197,24 +230,26 @@ std::string ZdbHost::picture(void* object) {
 }
 
 SweepRules ZdbHost::memoryRules() {
+  static const char* const kWrites = "zdbWriteZXF|zdbx_write_(fd|memory)";
+  static const char* const kReads = "zdbInitFromZXF|zdbx_init_from_(fd|memory)";
   return {
       .picture = &ZdbHost::picture,
       .leavePart = {{"zdbCopySymbol|zdbDenseArraySlicesToSymbol", "they go record by record"},
                     {"zdbSparseSymbolToSqzdArray", "it fills sets of labels on its way"},
-                    {"zdbInitFrom.*", "the source is attached, and labels stay"},
-                    {"zdb(Close|Write)ZXF", "what has been read from a file that is closed stays"}},
+                    {"zdbInitFrom.*|zdbx_init_from_.*", "the source is attached, and labels stay"},
+                    {"zdb(Close|Write)ZXF|zdbx_write_.*",
+                     "what has been read from a file that is closed stays"}},
       .failures =
           {{"(zdbx?|x)created?",
             R"re((0|1|done) \(?(null|object).*Out of memory in zdbCreateD?(\\n)?")re"},
-           {"zdbWriteZXF",
+           {kWrites,
             R"re(0 "(ZXF create did not succeed: |Out of memory: |\d+ ZXF Error.s.. First Error: ).*)re"},
-           {"zdbWriteZXF", R"re(0 "(Error|Problems) writing (symbol|alias) .* to ZXF".*)re"},
-           {"zdbInitFromZXF", R"re(0 "Error opening ZXF file: Out of memory".*)re"},
+           {kWrites, R"re(0 "(Error|Problems) writing (symbol|alias) .* to ZXF".*)re"},
+           {kReads, R"re(0 "Error opening ZXF file: Out of memory".*)re"},
            {".*", R"re(0.*"Error reading symbol .* from ZXF file .*: Out of memory".*)re"}},
-      .refusals = {{"zdbInitFromZXF",
-                    "0 \"Database has been initialized, cannot initialize from .*"},
+      .refusals = {{kReads, "0 \"Database has been initialized, cannot initialize from .*"},
                    {"zdbInitFrom(DB|Dict)", "0 \"(Uels|Symbols) present. .*"},
-                   {"zdbWriteZXF", "0 \"Problems writing symbol .*"},
+                   {kWrites, "0 \"Problems writing symbol .*"},
                    {".*",
                     ".*(Out of memory|could not be read to its end|Error reading symbol ).*"}},
       .blamed = {{"zdbAddRecordRaw", "zdbMerge(Set)?RecordInt"},

@@ -1,6 +1,7 @@
 // Scripts over the library's exported interface: the ways to run them, and the rules of sweeps.
 
 #include <malloc.h>
+#include <sys/mman.h>
 
 #include "script/zdbhost.h"
 #include "support/files.h"
@@ -9,12 +10,39 @@ namespace zdb::script {
 
 namespace {
 
-/// A file that goes at the end. Files are synchronised with the disk, which takes no time where
-/// there is none.
-std::string pathOf(const std::string& name) {
+/// Where files are, which go at the end. Files are synchronised with the disk, which takes no time
+/// where there is none.
+const zdb::test::TemporaryFolder& folder() {
   static const char* const memory = "/dev/shm";
-  static const zdb::test::TemporaryFolder folder(std::filesystem::exists(memory) ? memory : "");
-  return folder.path(name);
+  static const zdb::test::TemporaryFolder made(std::filesystem::exists(memory) ? memory : "");
+  return made;
+}
+
+std::string pathOf(const std::string& name) {
+  return folder().path(name);
+}
+
+std::map<std::string, std::string> allFiles() {
+  std::map<std::string, std::string> files;
+  for (const auto& entry : std::filesystem::directory_iterator(folder().path())) {
+    files[entry.path().filename()] = zdb::test::readFile(entry.path());
+  }
+  return files;
+}
+
+bool isWholeFile(const std::string& name) {
+  zdbHandle_t db = nullptr;
+  zdbcreate(&db, nullptr, 0);
+  const bool isWhole =
+      c__zdbinitfromzxf(db, pathOf(name).c_str()) == 1 && c__zdbclosezxf(db, 1) == 1;
+  zdbfree(&db);
+  return isWhole && name[0] != '.';  // as temporary files are called
+}
+
+/// A descriptor of a file in memory, for all statements.
+int memoryFile() {
+  static const int made = memfd_create("script", MFD_CLOEXEC);
+  return made;
 }
 
 /// A new database with what is in another one, by way of a file or by copying.
@@ -102,6 +130,7 @@ std::vector<Way> makeWays() {
                         {"file", pathOf("script.zxf")},
                         {"upper", pathOf("SCRIPT.ZXF")},
                         {"other", pathOf("other.zxf")},
+                        {"fd", std::to_string(memoryFile())},
                         {"kept", way.usesShortStrings ? "\"\"" : "-"}};
         if (harsh.empty()) continue;
         const bool throughFile = harsh == " reopened";
@@ -117,7 +146,11 @@ std::vector<Way> makeWays() {
 SweepRules makeRules() {
   SweepRules rules = ZdbHost::memoryRules();
   rules.check = &checkSaved;
-  rules.fileWork = "zdb(Write|Close|InitFrom)ZXF|zdbInitFromDB|zdbCheckSymbolDV";
+  rules.files = &allFiles;
+  rules.isWholeFile = &isWholeFile;
+  rules.fileWork =
+      "zdb(Write|Close|InitFrom)ZXF|zdbx_(write|init_from)_(fd|memory)|zdbInitFromDB|"
+      "zdbCheckSymbolDV";
   rules.nullAnswers = {
       {".*",
        "0.*\"(No [\\w ]+ handle specified|No iterator to be freed defined|(Symbol name|Name of "

@@ -189,6 +189,7 @@ ZDB_CALL(Call::Status, int, -1, fstatat,
 ZDB_CALL(Call::Unlink, int, -1, unlinkat, (int folder, const char* name, int flags),
          (folder, name, flags))
 ZDB_CALL(Call::Mode, int, -1, fchown, (int fd, uid_t owner, gid_t group), (fd, owner, group))
+ZDB_CALL(Call::Memory, int, -1, memfd_create, (const char* name, unsigned flags), (name, flags))
 ZDB_CALL(Call::Lock, int, -1, flock, (int fd, int operation), (fd, operation))
 ZDB_CALL(Call::Pack, size_t, -size_t{ZSTD_error_memory_allocation}, ZSTD_compressCCtx,
          (void* context, void* to, size_t room, const void* from, size_t size, int level),
@@ -252,6 +253,11 @@ ZDB_WRAP(ssize_t, pread, (int fd, void* bytes, size_t size, off_t offset),
            size = countMet(Call::Read, size);
            return size == 0 ? -1 : real(fd, bytes, size, offset);
          })
+
+ZDB_WRAP(ssize_t, write, (int fd, const void* bytes, size_t size), (fd, bytes, size), {
+  size = countMet(Call::Write, size);
+  return size == 0 ? -1 : real(fd, bytes, size);
+})
 
 ZDB_WRAP(ssize_t, pwrite, (int fd, const void* bytes, size_t size, off_t offset),
          (fd, bytes, size, offset), {

@@ -6,7 +6,21 @@
 
 namespace zdb::test {
 
-enum class Call { Open, Read, Write, Sync, Rename, Link, Unlink, Close, Status, Mode, Lock, Pack };
+enum class Call {
+  Open,
+  Read,
+  Write,
+  Sync,
+  Rename,
+  Link,
+  Unlink,
+  Close,
+  Status,
+  Mode,
+  Lock,
+  Pack,
+  Memory
+};
 
 /// Some of them.
 class Calls {
