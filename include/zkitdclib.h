@@ -161,6 +161,34 @@ ZKIT_API int zkitSetColumnInteger(zkitModel_t model, int column, int isInteger);
 ZKIT_API int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int type,
                         double rhs, int* row);
 
+/**
+ * Adds `count` columns of one symbol in one call: all of them, or none if anything is wrong, with
+ * the place in the array in the message. labels[count * dim] holds the labels of the first column,
+ * then those of the second, and so on. lower, upper and level[count] may each be null: at least 0,
+ * without an upper bound, level 0.
+ *
+ * The columns may bring coefficients, compressed: those of column k are rows[i] and values[i] with
+ * starts[k] <= i < starts[k + 1], in any order of rows; starts[count + 1] never falls, and null
+ * means none. Repeated rows are added up, as by zkitAddCoefficient(). *first receives the number of
+ * the first column; the others follow. O(size of the arrays).
+ */
+ZKIT_API int zkitAddColumns(zkitModel_t model, int symbol, int count, const char* const* labels,
+                            const double* lower, const double* upper, const double* level,
+                            const int* starts, const int* rows, const double* values, int* first);
+
+/**
+ * The same for rows, without coefficients. types and rhs[count] may each be null: ZKIT_EQUAL, 0.
+ */
+ZKIT_API int zkitAddRows(zkitModel_t model, int symbol, int count, const char* const* labels,
+                         const int* types, const double* rhs, int* first);
+
+/**
+ * Adds values[k] to the coefficient of columns[k] in rows[k], for 0 <= k < count, as
+ * zkitAddCoefficient() does: all of them, or none if anything is wrong.
+ */
+ZKIT_API int zkitAddCoefficients(zkitModel_t model, int count, const int* rows, const int* columns,
+                                 const double* values);
+
 /** Adds to a coefficient, which is initially 0. `value` must be finite. */
 ZKIT_API int zkitAddCoefficient(zkitModel_t model, int row, int column, double value);
 
