@@ -295,7 +295,8 @@ ZKIT_API double zkitBound(void* instance);
 ZKIT_API double zkitGap(void* instance);
 
 /**
- * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc" or "glpk" (all types).
+ * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc", "glpk" or "highs" (all
+ * types; highs where its library is found).
  * Updatable parameters have their current levels. Returns 1 even if the model has no solution,
  * which the statuses show; returns 0 if the solver cannot be used or fails, with the reason in
  * `message` (`size` bytes, may be null). If a solve ends without levels, levels and marginals
@@ -329,8 +330,9 @@ ZKIT_API void zkitTerminate(void* instance);
 
 /**
  * Sets limits for later solves: seconds and iterations, 0 or less for none. Iterations are those
- * of all simplex runs of a solve. Solvers look at limits between iterations, glpk in a search for
- * integer levels between nodes and rounds of cuts; presolve and scaling always run to their end.
+ * of all simplex runs of a solve. Solvers look at limits between iterations, glpk and highs in a
+ * search for integer levels between nodes and rounds of cuts; presolve and scaling always run to
+ * their end.
  */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
 
@@ -357,9 +359,10 @@ enum { ZKIT_LOWER_SIDE = 1, ZKIT_UPPER_SIDE = 2 };
  * Finds rows and bounds of columns that exclude each other, in the instance as it is now, with
  * alternative bounds and right-hand sides while they are on and with parameters at their levels.
  * Integer columns count as continuous ones between whole bounds. Returns ZKIT_IRREDUCIBLE;
- * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when it
- * ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size` bytes, may be null), also if the
- * model is feasible. *rowCount and *columnCount receive the sizes of the set.
+ * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when
+ * it ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size`
+ * bytes, may be null), also if the model is feasible. *rowCount and *columnCount receive the sizes
+ * of the set.
  *
  * Takes about two solves from scratch, one of them with up to two more columns for each row, and
  * then one solve from the last basis for each side of the first set found, which usually has few.

@@ -42,8 +42,10 @@ Option solverOption(std::string Options::*solver) {
   return {.name = "solver",
           .value = "NAME",
           .kind = Kind::Text,
-          .text = "Solver: `clp`, `cbc` or `glpk`",
-          .details = "Default: `clp`, or `cbc` if the model has integer columns.",
+          .text = "Solver: `clp`, `cbc`, `glpk` or `highs`",
+          .details =
+              "Default: `clp`, or if the model has integer columns `highs`, or `cbc` where "
+              "that is not installed.",
           .target = into(solver)};
 }
 
