@@ -50,6 +50,26 @@ struct View {
   bool isForcedLinear = false;
 };
 
+/// Columns whose bounds were set, for whoever has seen the bounds before: entries from the place
+/// where it stopped reading, if the log is still the same one.
+class BoundLog {
+ public:
+  void note(int column, std::size_t columns) {
+    if (entries_.size() >= columns) restart();
+    entries_.push_back(column);
+  }
+  void restart() {
+    entries_.clear();
+    ++number_;
+  }
+  const std::vector<int>& entries() const { return entries_; }
+  int number() const { return number_; }
+
+ private:
+  std::vector<int> entries_;  ///< at most as many as there are columns
+  int number_ = 0;
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -103,6 +123,7 @@ class Instance {
 
   View view;
   std::optional<View> storedView;
+  BoundLog boundLog;  ///< of alternative bounds; the others never change
 
   int modelStatus = kNotSolved.model;
   int solveStatus = kNotSolved.solve;
