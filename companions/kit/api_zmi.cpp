@@ -57,11 +57,11 @@ double asStored(double bound) {
   return bound <= -largest ? -std::numeric_limits<double>::infinity() : bound;
 }
 
-int setAltBound(zmiHandle instance, int column, double ColumnState::*field, double value) {
+int setAltBound(zmiHandle instance, int column, double ColumnBounds::*field, double value) {
   return guardedOn<Instance>(instance, 0, [=](Instance& own) {
     if (!own.hasColumn(column)) return 0;
     own.boundLog.note(column, own.columns.size());
-    own.columns[column].*field = asStored(value);
+    own.bounds[column].*field = asStored(value);
     return 1;
   });
 }
@@ -222,11 +222,11 @@ int CzmiSetVarLOne(zmiHandle instance, int column, double value) {
 }
 
 int CzmiSetAltVarLowerOne(zmiHandle instance, int column, double value) {
-  return setAltBound(instance, column, &ColumnState::altLower, value);
+  return setAltBound(instance, column, &ColumnBounds::altLower, value);
 }
 
 int CzmiSetAltVarUpperOne(zmiHandle instance, int column, double value) {
-  return setAltBound(instance, column, &ColumnState::altUpper, value);
+  return setAltBound(instance, column, &ColumnBounds::altUpper, value);
 }
 
 int CzmiSetEquLOne(zmiHandle instance, int row, double value) {

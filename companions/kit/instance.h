@@ -18,15 +18,19 @@ enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
 
 inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
+/// Apart from the bounds, so that storing a solution touches less memory.
 struct ColumnState {
   double level = 0.0;
   double marginal = 0.0;
+  int status = EntryOk;
+  int basis = AtLower;
+};
+
+struct ColumnBounds {
   double lower = 0.0;  ///< infinite bounds are infinities, here and below
   double upper = 0.0;
   double altLower = 0.0;
   double altUpper = 0.0;
-  int status = EntryOk;
-  int basis = AtLower;
 };
 
 struct RowState {
@@ -85,10 +89,10 @@ class Instance {
 
   /// What a solve uses.
   double lower(int column) const {
-    return view.usesAltBounds ? columns[column].altLower : columns[column].lower;
+    return view.usesAltBounds ? bounds[column].altLower : bounds[column].lower;
   }
   double upper(int column) const {
-    return view.usesAltBounds ? columns[column].altUpper : columns[column].upper;
+    return view.usesAltBounds ? bounds[column].altUpper : bounds[column].upper;
   }
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
@@ -108,6 +112,7 @@ class Instance {
   Dictionary dictionary;
   Environment environment;
   std::vector<ColumnState> columns;
+  std::vector<ColumnBounds> bounds;  ///< of each column
   std::vector<RowState> rows;
   std::vector<char> isInteger;
   std::vector<char> isParameter;

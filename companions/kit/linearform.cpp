@@ -210,13 +210,19 @@ void LinearForm::store(const Solution& solution, bool isOptimal, Instance& insta
   storeParameters(instance);
 }
 
-void LinearForm::storeObjective(const Solution& solution, Instance& instance) const {
-  double level = objectiveRhs_;
-  for (const Source& source : costs_) {
-    level -= instance.matrix.values[source.place] * solution.level[source.target];
+// In four sums, which do not wait for each other.
+double LinearForm::costOf(const Solution& solution) const {
+  double sums[4] = {};
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    sums[k % 4] += model_.cost[k] * solution.level[k];
   }
+  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+}
+
+void LinearForm::storeObjective(const Solution& solution, Instance& instance) const {
+  const double level = instance.direction * (costOf(solution) + model_.offset);
   ColumnState& objective = instance.columns[instance.objective];
-  objective.level = level / objectiveFactor_;
+  objective.level = level;
   objective.marginal = 0.0;
   objective.status = EntryOk;
   objective.basis = Basic;

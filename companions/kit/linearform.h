@@ -44,6 +44,7 @@ class LinearForm {
   void refreshBounds(const Instance& instance, Changes& changes);
   void refreshColumn(const Instance& instance, int number, Changes& changes);
   double offset(const Instance& instance) const;
+  double costOf(const Solution& solution) const;
   void storeObjective(const Solution& solution, Instance& instance) const;
   void storeParameters(Instance& instance) const;
 
