@@ -103,6 +103,9 @@ class Problem {
     set("threads", 1);
     set("parallel", "off");
     set("small_matrix_value", 1e-12);  // the least that it takes
+    set("infinite_bound", kInfinity);  // it takes 1e20 for infinite, the other solvers do not
+    set("infinite_cost", kInfinity);
+    set("large_matrix_value", kInfinity);
   }
   ~Problem() { api().destroy(highs_); }
   Problem(const Problem&) = delete;
