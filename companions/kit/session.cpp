@@ -114,13 +114,12 @@ void Session::storeBound(Outcome outcome, const StopToken& stop, Instance& insta
   instance.setBound(isOptimal || isStopped ? bound : kUnknown, solution_.hasLevels);
 }
 
-// What has changed since the solver was told, and whether the numbers are usable. What was not is
-// looked for everywhere the next time.
+// What has changed since the solver was told, and whether the numbers are usable: those that are
+// not are never told, and so are looked at again.
 void Session::refresh(const Instance& instance, bool subtractsConstants) {
-  const bool isKnown = std::exchange(isChecked_, false);
   form_->refresh(instance, subtractsConstants, changes_);
   const LinearModel& model = form_->model();
-  if (isKnown) {
+  if (isChecked_) {
     checkNumbers(model, changes_);
     if (areBoundsExcluding_ || hasExcludingBounds(model, changes_)) {
       areBoundsExcluding_ = hasExcludingBounds(model);

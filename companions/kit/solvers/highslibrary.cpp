@@ -77,7 +77,10 @@ std::string takeFrom(void* library, HighsLibrary& api) {
   if (!hasVersion) return "is not HiGHS: it has no Highs_version";
   const int minor = api.versionMinor();
   if (api.versionMajor() != kMajor || minor < kFirstMinor || minor > kLastMinor) {
-    return "is version " + std::string(api.version()) + ", and this kit knows " + kVersions;
+    return std::string("is version ")
+        .append(api.version())
+        .append(", and this kit knows ")
+        .append(kVersions);
   }
   const std::string lacking = takeAll(library, api);
   if (!lacking.empty()) return "has no function " + lacking;
