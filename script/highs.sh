@@ -3,8 +3,8 @@
 # highs.sh LIBRARY_FOLDER
 #
 # From the package highsbox of PyPI, in one version whose files are known by their hashes. Whoever has
-# no network or no pip, or another machine, builds and tests without it, which is said in one line; a
-# library that is there already is left alone.
+# no network or neither pip nor venv, or another machine, builds and tests without it, which is said
+# in one line. A library that somebody else has put there is left alone.
 set -eu
 
 version=1.15.1
@@ -13,7 +13,9 @@ aarch64=d1a3c1742d6fae36a3a18e0c7500530e46de5faa1a42dee65677bf0ae80acda3
 
 [ $# -eq 1 ] || { echo "usage: highs.sh LIBRARY_FOLDER" >&2; exit 2; }
 folder=$1/zkit-highs
-[ ! -e "$folder/libhighs.so" ] || exit 0
+if [ -e "$folder/libhighs.so" ]; then
+  [ "$(cat "$folder/version" 2>/dev/null || echo $version)" != $version ] || exit 0
+fi
 
 without() {
   echo "note: without the solver highs: $1" >&2
@@ -21,11 +23,15 @@ without() {
 }
 
 command -v python3 >/dev/null || without "there is no python3"
-python3 -m pip --version >/dev/null 2>&1 || without "python3 has no pip"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+python=python3
+if ! python3 -m pip --version >/dev/null 2>&1; then
+  python3 -m venv "$work/venv" >/dev/null 2>&1 || without "python3 has neither pip nor venv"
+  python=$work/venv/bin/python
+fi
 echo "highsbox==$version --hash=sha256:$x86_64 --hash=sha256:$aarch64" >"$work/wanted"
-python3 -m pip download --quiet --disable-pip-version-check --no-deps --only-binary :all: \
+"$python" -m pip download --quiet --disable-pip-version-check --no-deps --only-binary :all: \
   --require-hashes --retries 1 --timeout 10 --dest "$work" --requirement "$work/wanted" \
   >"$work/log" 2>&1 || without "pip cannot fetch highsbox $version: $(tail -n 1 "$work/log")"
 
@@ -45,3 +51,4 @@ mkdir -p "$folder"
 cp "$work/LICENSE.txt" "$folder/LICENSE.txt"
 cp "$work/libhighs.so" "$folder/libhighs.so.new"
 mv "$folder/libhighs.so.new" "$folder/libhighs.so"  # whole or not at all
+echo $version >"$folder/version"
