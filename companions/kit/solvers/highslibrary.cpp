@@ -106,8 +106,9 @@ struct Search {
         continue;
       }
       const std::string wrong = takeFrom(library, api);
-      reason = wrong.empty() ? "" : place + " " + wrong;
+      reason = wrong;
       if (wrong.empty()) return;
+      reason.insert(0, place + " ");
       dlclose(library);
     }
   }
