@@ -90,7 +90,7 @@ enum {
   ZKIT_INFEASIBLE = 4,           /**< no levels satisfy all rows and bounds */
   ZKIT_INTERMEDIATE = 6,         /**< stopped before anything was known, with the last levels */
   ZKIT_FEASIBLE = 7,             /**< stopped at levels that satisfy all rows and bounds */
-  ZKIT_INTEGER_SOLUTION = 8,     /**< optimal levels of a model with integer columns */
+  ZKIT_INTEGER_SOLUTION = 8,     /**< optimal, within the gap, in a model with integer columns */
   ZKIT_INTEGER_INFEASIBLE = 10,  /**< no integer levels satisfy all rows and bounds */
   ZKIT_ERROR_NO_SOLUTION = 13,   /**< the solver failed */
   ZKIT_NO_SOLUTION = 14,         /**< not solved yet */
@@ -160,6 +160,34 @@ ZKIT_API int zkitSetColumnInteger(zkitModel_t model, int column, int isInteger);
  */
 ZKIT_API int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int type,
                         double rhs, int* row);
+
+/**
+ * Adds `count` columns of one symbol in one call: all of them, or none if anything is wrong, with
+ * the place in the array in the message. labels[count * dim] holds the labels of the first column,
+ * then those of the second, and so on. lower, upper and level[count] may each be null: at least 0,
+ * without an upper bound, level 0.
+ *
+ * The columns may bring coefficients, compressed: those of column k are rows[i] and values[i] with
+ * starts[k] <= i < starts[k + 1], in any order of rows; starts[count + 1] never falls, and null
+ * means none. Repeated rows are added up, as by zkitAddCoefficient(). *first receives the number of
+ * the first column; the others follow. O(size of the arrays).
+ */
+ZKIT_API int zkitAddColumns(zkitModel_t model, int symbol, int count, const char* const* labels,
+                            const double* lower, const double* upper, const double* level,
+                            const int* starts, const int* rows, const double* values, int* first);
+
+/**
+ * The same for rows, without coefficients. types and rhs[count] may each be null: ZKIT_EQUAL, 0.
+ */
+ZKIT_API int zkitAddRows(zkitModel_t model, int symbol, int count, const char* const* labels,
+                         const int* types, const double* rhs, int* first);
+
+/**
+ * Adds values[k] to the coefficient of columns[k] in rows[k], for 0 <= k < count, as
+ * zkitAddCoefficient() does: all of them, or none if anything is wrong.
+ */
+ZKIT_API int zkitAddCoefficients(zkitModel_t model, int count, const int* rows, const int* columns,
+                                 const double* values);
 
 /** Adds to a coefficient, which is initially 0. `value` must be finite. */
 ZKIT_API int zkitAddCoefficient(zkitModel_t model, int row, int column, double value);
@@ -255,8 +283,20 @@ ZKIT_API int zkitObjectiveColumn(void* instance);
 ZKIT_API double zkitObjective(void* instance);
 ZKIT_API int zkitDirection(void* instance);
 
+/** Sets the direction: 1 to minimise, -1 to maximise. Later solves may go on from the last one. */
+ZKIT_API int zkitSetDirection(void* instance, int direction);
+
 /**
- * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc" or "glpk" (all types).
+ * What the objective cannot get better than, as far as the last solve has proven it, and how far
+ * its level is from that: |objective - bound| / |objective|, 0 if they are equal. NaN where they
+ * are not known: without an objective or levels, and if a linear model was not solved to its end.
+ */
+ZKIT_API double zkitBound(void* instance);
+ZKIT_API double zkitGap(void* instance);
+
+/**
+ * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc", "glpk" or "highs" (all
+ * types; highs where its library is found).
  * Updatable parameters have their current levels. Returns 1 even if the model has no solution,
  * which the statuses show; returns 0 if the solver cannot be used or fails, with the reason in
  * `message` (`size` bytes, may be null). If a solve ends without levels, levels and marginals
@@ -293,10 +333,80 @@ ZKIT_API void zkitTerminate(void* instance);
 
 /**
  * Sets limits for later solves: seconds and iterations, 0 or less for none. Iterations are those
- * of all simplex runs of a solve. Solvers look at limits between iterations, glpk in a search for
- * integer levels between nodes and rounds of cuts; presolve and scaling always run to their end.
+ * of all simplex runs of a solve. Solvers look at limits between iterations, glpk and highs in a
+ * search for integer levels between nodes and rounds of cuts; presolve and scaling always run to
+ * their end.
  */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
+
+/**
+ * Sets how close later searches for integer levels must come: they may end when the objective is
+ * within `relative` times its own size, or within `absolute`, of the bound, and then count as
+ * completed with an integer solution. 0, the default of both: the best levels, proven to be so.
+ * Fails for negative gaps and NaN.
+ */
+ZKIT_API int zkitSetGap(void* instance, double relative, double absolute);
+
+/* ---- Why a model is infeasible --------------------------------------------------------------- */
+
+/** Results of zkitInfeasibleSet(). */
+enum {
+  ZKIT_IRREDUCIBLE = 1, /**< without any one of its sides, the rest can be satisfied */
+  ZKIT_REDUCIBLE = 2    /**< infeasible, but some of it may not be needed */
+};
+
+/** Sides of a row or column in an infeasible set, added up: what it must at least or at most be. */
+enum { ZKIT_LOWER_SIDE = 1, ZKIT_UPPER_SIDE = 2 };
+
+/**
+ * Finds rows and bounds of columns that exclude each other, in the instance as it is now, with
+ * alternative bounds and right-hand sides while they are on and with parameters at their levels.
+ * Integer columns count as continuous ones between whole bounds. Returns ZKIT_IRREDUCIBLE;
+ * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when
+ * it ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size`
+ * bytes, may be null), also if the model is feasible. *rowCount and *columnCount receive the sizes
+ * of the set.
+ *
+ * Takes about two solves from scratch, one of them with up to two more columns for each row, and
+ * then one solve from the last basis for each side of the first set found, which usually has few.
+ * Uses the first solver that works in place. Levels, marginals and statuses are unchanged.
+ */
+ZKIT_API int zkitInfeasibleSet(void* instance, double seconds, int* rowCount, int* columnCount,
+                               char* message, int size);
+
+/**
+ * The rows and columns of the last set found, ascending, each with its sides: arrays of rowCount
+ * and columnCount elements. Sets are kept with the instance until the next is looked for.
+ */
+ZKIT_API int zkitInfeasibleRows(void* instance, int* rows, int* sides);
+ZKIT_API int zkitInfeasibleColumns(void* instance, int* columns, int* sides);
+
+/* ---- Solvers --------------------------------------------------------------------------------- */
+
+/** What a solver solves, added up. */
+enum { ZKIT_SOLVES_LP = 1, ZKIT_SOLVES_MIP = 2, ZKIT_SOLVES_RMIP = 4 };
+
+/** The number of solvers that this kit knows, whether or not they can be used here. */
+ZKIT_API int zkitSolverCount(void);
+
+/**
+ * Tells of solver 0 .. zkitSolverCount() - 1: the name of its type, its version ("" if it cannot be
+ * used), the types of models that it solves, whether it works in place (1 or 0), and why it cannot
+ * be used here ("" if it can). Outputs may be null; texts are never freed. Returns 0 for other
+ * numbers.
+ */
+ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version, int* modelTypes,
+                            int* worksInPlace, const char** whyNot);
+
+/**
+ * The name of the solver to use if nobody asks for another: of those that can be used here and that
+ * the configuration of the instance has for models of its type, the one that is usually fastest,
+ * see doc/model-kit.md. Reads the configuration file. `name` (`size` bytes, ZKIT_MAX_NAME + 1 are
+ * enough) receives it. Returns 0 if there is none, with the reason in `message` (`messageSize`
+ * bytes, may be null).
+ */
+ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
+                               int messageSize);
 
 #ifdef __cplusplus
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <exception>
 
 #include "kit/subtypes.h"
@@ -30,8 +31,10 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
     dictionary.setUserInfo(i, subtypeOf(model, dictionary.symbol(i)));
   }
   columns.reserve(model.columns.size());
+  bounds.reserve(model.columns.size());
   for (const ColumnData& column : model.columns) {
-    columns.push_back({column.level, 0.0, column.lower, column.upper, column.lower, column.upper});
+    columns.push_back({column.level});
+    bounds.push_back({column.lower, column.upper, column.lower, column.upper});
     isInteger.push_back(column.isInteger ? 1 : 0);
     isParameter.push_back(column.isParameter ? 1 : 0);
   }
@@ -45,10 +48,22 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
   updateLinear();
 }
 
+void Instance::setBound(double newBound, bool hasLevels) {
+  gap = kUnknown;
+  bound = objective < 0 ? kUnknown : newBound;
+  if (!hasLevels || std::isnan(bound)) return;
+  const double level = columns[objective].level;
+  // No level is better than the bound, but both have the solver's tolerances.
+  if (direction * (level - bound) < 0.0) bound = level;
+  const double distance = std::abs(level - bound);
+  gap = distance == 0.0 ? 0.0 : distance / std::abs(level);
+}
+
 void Instance::refuse(Outcome outcome, const char* why) noexcept {
   const Statuses statuses = statusesOf(outcome, false, isSolvedAsInteger());
   modelStatus = statuses.model;
   solveStatus = statuses.solve;
+  bound = gap = kUnknown;
   try {
     message = why;
   } catch (const std::exception&) {

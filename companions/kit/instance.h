@@ -8,6 +8,7 @@
 
 #include "kit/dictionary.h"
 #include "kit/environment.h"
+#include "kit/infeasibleset.h"
 #include "kit/parameterterms.h"
 #include "kit/statuses.h"
 
@@ -15,15 +16,21 @@ namespace zdb::kit {
 
 enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
 
+inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
+
+/// Apart from the bounds, so that storing a solution touches less memory.
 struct ColumnState {
   double level = 0.0;
   double marginal = 0.0;
+  int status = EntryOk;
+  int basis = AtLower;
+};
+
+struct ColumnBounds {
   double lower = 0.0;  ///< infinite bounds are infinities, here and below
   double upper = 0.0;
   double altLower = 0.0;
   double altUpper = 0.0;
-  int status = EntryOk;
-  int basis = AtLower;
 };
 
 struct RowState {
@@ -47,6 +54,26 @@ struct View {
   bool isForcedLinear = false;
 };
 
+/// Columns whose bounds were set, for whoever has seen the bounds before: entries from the place
+/// where it stopped reading, if the log is still the same one.
+class BoundLog {
+ public:
+  void note(int column, std::size_t columns) {
+    if (entries_.size() >= columns) restart();
+    entries_.push_back(column);
+  }
+  void restart() {
+    entries_.clear();
+    ++number_;
+  }
+  const std::vector<int>& entries() const { return entries_; }
+  int number() const { return number_; }
+
+ private:
+  std::vector<int> entries_;  ///< at most as many as there are columns
+  int number_ = 0;
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -62,13 +89,16 @@ class Instance {
 
   /// What a solve uses.
   double lower(int column) const {
-    return view.usesAltBounds ? columns[column].altLower : columns[column].lower;
+    return view.usesAltBounds ? bounds[column].altLower : bounds[column].lower;
   }
   double upper(int column) const {
-    return view.usesAltBounds ? columns[column].altUpper : columns[column].upper;
+    return view.usesAltBounds ? bounds[column].altUpper : bounds[column].upper;
   }
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
+
+  /// What the last solve tells of the objective. `bound` is what it cannot get better than.
+  void setBound(double newBound, bool hasLevels);
 
   /// Records why a solve failed and sets the statuses. Levels and marginals are unchanged.
   void refuse(Outcome outcome, const char* why) noexcept;
@@ -82,6 +112,7 @@ class Instance {
   Dictionary dictionary;
   Environment environment;
   std::vector<ColumnState> columns;
+  std::vector<ColumnBounds> bounds;  ///< of each column
   std::vector<RowState> rows;
   std::vector<char> isInteger;
   std::vector<char> isParameter;
@@ -97,11 +128,15 @@ class Instance {
 
   View view;
   std::optional<View> storedView;
+  BoundLog boundLog;  ///< of alternative bounds; the others never change
 
   int modelStatus = kNotSolved.model;
   int solveStatus = kNotSolved.solve;
   int iterations = 0;
   double seconds = 0.0;
+  double bound = kUnknown;  ///< of the objective, by the last solve
+  double gap = kUnknown;    ///< of its levels
+  InfeasibleSet infeasibleSet;
   std::string message;  ///< why the last solve failed
 };
 

@@ -19,14 +19,19 @@ class LinearForm {
   /// and the objective, if it was left out, still has no bounds.
   bool fits(const Instance& instance) const;
 
-  /// Copies everything that may change while the form fits. If asked to, subtracts the `constants`
-  /// of the rows from their right-hand sides.
-  void refresh(const Instance& instance, bool subtractsConstants);
+  /// Takes over everything that may have changed while the form fits, and adds to the changes what
+  /// has, in any order. If asked to, subtracts the `constants` of the rows from their right-hand
+  /// sides. Takes time in the number of rows, of coefficients that parameters change and of bounds
+  /// that were set since the last time; the first time, in the size of the model.
+  void refresh(const Instance& instance, bool subtractsConstants, Changes& changes);
 
   /// Writes levels and marginals into the instance.
   void store(const Solution& solution, bool isOptimal, Instance& instance) const;
 
   const LinearModel& model() const { return model_; }
+  /// The row or column of the instance that is row or column k of the model.
+  int instanceRow(int k) const { return rows_[static_cast<std::size_t>(k)]; }
+  int instanceColumn(int k) const { return columns_[static_cast<std::size_t>(k)]; }
   /// Places of coefficients that can change, and their columns.
   const std::vector<int>& changingPlaces() const { return changingPlaces_; }
   const std::vector<int>& changingColumns() const { return changingColumns_; }
@@ -35,6 +40,11 @@ class LinearForm {
   void findObjectiveRow(const Instance& instance);
   void takeColumn(const Instance& instance, int column, const std::vector<int>& rowNumbers,
                   const std::vector<char>& isChanging);
+  void refreshCosts(const Instance& instance, Changes& changes);
+  void refreshBounds(const Instance& instance, Changes& changes);
+  void refreshColumn(const Instance& instance, int number, Changes& changes);
+  double offset(const Instance& instance) const;
+  double costOf(const Solution& solution) const;
   void storeObjective(const Solution& solution, Instance& instance) const;
   void storeParameters(Instance& instance) const;
 
@@ -48,14 +58,23 @@ class LinearForm {
   int objectiveRow_ = -1;       ///< in the instance; -1: the objective is an ordinary column
   double objectiveFactor_ = 1;  ///< of the objective in its row
   double objectiveRhs_ = 0;     ///< of that row, constants subtracted
+  int objectiveColumn_ = -1;    ///< in model_, if the objective is one of its columns
   std::vector<int> columns_;    ///< numbers in the instance, here and below
   std::vector<int> parameters_;
   std::vector<int> rows_;
+  std::vector<int> numbers_;  ///< the other way round: of columns, -1 for those that are not here
   std::vector<Source> costs_;
+  std::vector<Source> changingCosts_;  ///< those of them that parameters change
   std::vector<Source> changing_;
   std::vector<int> changingPlaces_;
   std::vector<int> changingColumns_;
   LinearModel model_;
+  // What the last refresh has seen.
+  bool isFresh_ = false;
+  bool usedAltBounds_ = false;
+  int direction_ = 0;
+  int logNumber_ = -1;
+  std::size_t logPlace_ = 0;
 };
 
 }  // namespace zdb::kit

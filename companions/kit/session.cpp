@@ -1,8 +1,9 @@
 #include "kit/session.h"
 
 #include <algorithm>
-#include <cmath>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "kit/directsolve.h"
 #include "kit/error.h"
@@ -12,18 +13,20 @@ namespace zdb::kit {
 
 namespace {
 
-void compare(const std::vector<double>& a, const std::vector<double>& b, std::vector<int>& list) {
-  for (std::size_t k = 0; k < a.size(); ++k) {
-    if (a[k] != b[k]) list.push_back(static_cast<int>(k));
-  }
+// Puts numbers in order, without duplicates. Those of one solve are in order as a rule.
+void order(std::vector<int>& list) {
+  if (std::adjacent_find(list.begin(), list.end(), std::greater_equal<>()) == list.end()) return;
+  std::sort(list.begin(), list.end());
+  list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
-void compareBounds(const std::vector<double>& lowerA, const std::vector<double>& lowerB,
-                   const std::vector<double>& upperA, const std::vector<double>& upperB,
-                   std::vector<int>& list) {
-  for (std::size_t k = 0; k < lowerA.size(); ++k) {
-    if (lowerA[k] != lowerB[k] || upperA[k] != upperB[k]) list.push_back(static_cast<int>(k));
+std::string mipSolvers() {
+  std::string names;
+  for (const Engine& engine : engines()) {
+    if (!engine.solvesMip || !engine.isUsable()) continue;
+    names.append(names.empty() ? "" : " or ").append(engine.name);
   }
+  return names.empty() ? "a kit that has one for it" : names;
 }
 
 }  // namespace
@@ -31,13 +34,15 @@ void compareBounds(const std::vector<double>& lowerA, const std::vector<double>&
 void Session::load(Instance& instance) {
   if (instance.isSolvedAsInteger() && !engine_.solvesMip) {
     throw KitError(std::string("Solver ") + engine_.name +
-                   " solves LP and RMIP only, and the model is MIP: use cbc or glpk");
+                   " solves LP and RMIP only, and the model is MIP: use " + mipSolvers());
   }
   makeForm(instance);
 }
 
 void Session::makeForm(const Instance& instance) {
   form_.emplace(instance);
+  changes_.clear();
+  isChecked_ = false;
   isLoaded_ = false;
   hasBasis_ = false;
 }
@@ -73,64 +78,87 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   const bool isByItself = !instance.view.isForcedLinear;
   if (isByItself) instance.updateLinear();
   if (!form_.has_value() || !form_->fits(instance)) load(instance);
-  form_->refresh(instance, isByItself);
+  refresh(instance, isByItself);
   const LinearModel& model = form_->model();
-  checkNumbers(model);
-  solution_.resize(model.columnCount(), model.rowCount());
+  const bool isSameSize = solution_.level.size() == model.lower.size() &&
+                          solution_.rowLevel.size() == model.rowLower.size();
+  // Of a linear model, a solve sets all of it.
+  if (!isSameSize || !model.isInteger.empty()) {
+    solution_.resize(model.columnCount(), model.rowCount());
+  }
   solution_.hasLevels = false;
   solution_.iterations = 0;
-  const std::optional<Outcome> known = solveDirectly(model, solution_);
+  solution_.bound = kUnknown;
+  const std::optional<Outcome> known = solveDirectly(model, areBoundsExcluding_, solution_);
   const Outcome outcome = known.has_value() ? *known : callSolver(stop);
   const Statuses statuses = statusesOf(outcome, solution_.hasLevels, instance.isSolvedAsInteger());
   instance.modelStatus = statuses.model;
   instance.solveStatus = statuses.solve;
   instance.iterations = solution_.iterations;
   if (solution_.hasLevels) form_->store(solution_, outcome == Outcome::Optimal, instance);
+  storeBound(outcome, stop, instance);
   if (isFailure(outcome)) instance.message = std::string("Solver ") + engine_.name + " failed";
   return outcome;
+}
+
+// Levels that are proven to be the best are their own bound. A model without a solution has none.
+void Session::storeBound(Outcome outcome, const StopToken& stop, Instance& instance) const {
+  const bool isOptimal = outcome == Outcome::Optimal;
+  const bool mayDiffer = instance.isSolvedAsInteger() && stop.hasGap();
+  double bound = instance.direction * solution_.bound;
+  if (isOptimal && !mayDiffer && instance.objective >= 0) {
+    bound = instance.columns[instance.objective].level;
+  }
+  const bool isStopped = outcome == Outcome::IterationLimit || outcome == Outcome::TimeLimit ||
+                         outcome == Outcome::Interrupted || outcome == Outcome::Stopped;
+  instance.setBound(isOptimal || isStopped ? bound : kUnknown, solution_.hasLevels);
+}
+
+// What has changed since the solver was told, and whether the numbers are usable: those that are
+// not are never told, and so are looked at again.
+void Session::refresh(const Instance& instance, bool subtractsConstants) {
+  form_->refresh(instance, subtractsConstants, changes_);
+  const LinearModel& model = form_->model();
+  if (isChecked_) {
+    checkNumbers(model, changes_);
+    if (areBoundsExcluding_ || hasExcludingBounds(model, changes_)) {
+      areBoundsExcluding_ = hasExcludingBounds(model);
+    }
+  } else {
+    checkNumbers(model);
+    areBoundsExcluding_ = hasExcludingBounds(model);
+  }
+  isChecked_ = true;
 }
 
 Outcome Session::callSolver(const StopToken& stop) {
   const LinearModel& model = form_->model();
   const bool isHot = isLoaded_;
-  changes_.clear();
+  orderChanges();
   if (isHot) {
-    findChanges();
     solver_->change(model, changes_);
   } else {
     solver_->load(model);
   }
-  remember();
+  isLoaded_ = engine_.worksInPlace;
   const Outcome outcome = solver_->solve(isHot && hasBasis_ ? &changes_ : nullptr, stop, solution_);
+  changes_.clear();
   hasBasis_ = !isFailure(outcome) && outcome != Outcome::Stopped;
   return outcome;
 }
 
-void Session::findChanges() {
-  const LinearModel& model = form_->model();
-  compare(model.cost, told_.cost, changes_.costs);
-  compareBounds(model.lower, told_.lower, model.upper, told_.upper, changes_.columns);
-  compareBounds(model.rowLower, told_.rowLower, model.rowUpper, told_.rowUpper, changes_.rows);
-  const std::vector<int>& places = form_->changingPlaces();
-  for (std::size_t k = 0; k < places.size(); ++k) {
-    if (model.values[places[k]] == told_.values[places[k]]) continue;
-    changes_.places.push_back(places[k]);
-    changes_.placeColumns.push_back(form_->changingColumns()[k]);
+// Changes of several solves add up if those before did not need the solver.
+void Session::orderChanges() {
+  for (std::vector<int>* list : {&changes_.costs, &changes_.columns, &changes_.rows}) order(*list);
+  std::vector<int>& places = changes_.places;
+  if (std::is_sorted(places.begin(), places.end(), std::less_equal<>())) return;
+  order(places);
+  const std::vector<int>& all = form_->changingPlaces();
+  changes_.placeColumns.clear();
+  for (const int place : places) {
+    const auto found = std::lower_bound(all.begin(), all.end(), place) - all.begin();
+    changes_.placeColumns.push_back(form_->changingColumns()[static_cast<std::size_t>(found)]);
   }
-}
-
-// Only what may differ the next time: the pattern of the coefficients never changes.
-void Session::remember() {
-  if (!engine_.worksInPlace) return;
-  const LinearModel& model = form_->model();
-  told_.cost = model.cost;
-  told_.lower = model.lower;
-  told_.upper = model.upper;
-  told_.rowLower = model.rowLower;
-  told_.rowUpper = model.rowUpper;
-  if (!isLoaded_) told_.values = model.values;
-  for (const int place : changes_.places) told_.values[place] = model.values[place];
-  isLoaded_ = true;
 }
 
 }  // namespace zdb::kit

@@ -60,13 +60,16 @@ FunctionTable makeTable() {
   add("zlxXCreateD", &CzlxXCreateD);
   ADD(zkitModelCreate), ADD(zkitModelFree), ADD(zkitLastError), ADD(zkitAddSymbol);
   ADD(zkitAddColumn), ADD(zkitSetColumnInteger), ADD(zkitAddRow), ADD(zkitAddCoefficient);
+  ADD(zkitAddColumns), ADD(zkitAddRows), ADD(zkitAddCoefficients);
   ADD(zkitAddProduct), ADD(zkitAddConstant), ADD(zkitSetObjective), ADD(zkitModelFinish);
   ADD(zkitFreeInstance), ADD(zkitColumns), ADD(zkitRows), ADD(zkitNonZeros);
   ADD(zkitIntegerColumns), ADD(zkitSetModelType), ADD(zkitModelStatus), ADD(zkitSolveStatus);
   ADD(zkitModelStatusText), ADD(zkitSolveStatusText), ADD(zkitObjectiveColumn);
   ADD(zkitObjective), ADD(zkitDirection), ADD(zkitSolve), ADD(zkitSolveMessage);
   ADD(zkitIterations), ADD(zkitSeconds), ADD(zkitRowName), ADD(zkitColumnName), ADD(zkitSetLog);
-  ADD(zkitTerminate), ADD(zkitSetLimits);
+  ADD(zkitTerminate), ADD(zkitSetLimits), ADD(zkitSetGap), ADD(zkitBound), ADD(zkitGap);
+  ADD(zkitSetDirection), ADD(zkitInfeasibleSet), ADD(zkitInfeasibleRows);
+  ADD(zkitInfeasibleColumns), ADD(zkitSolverCount), ADD(zkitDefaultSolver);
   return table;
 }
 
@@ -232,7 +235,7 @@ class KitHost : public Host {
 int main(int argc, char** argv) {
   zdb::script::KitHost host;
   std::vector<zdb::script::Way> ways;
-  for (const char* solver : zdb::test::kit::kSolvers) {
+  for (const char* solver : zdb::test::kit::solvers()) {
     ways.emplace_back().name = solver;
     ways.back().settings = {{"configuration", KIT_DIRECTORY "/zrncmpun.txt"},
                             {"directory", KIT_DIRECTORY},
