@@ -83,6 +83,13 @@ bool Model::hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::stri
   return db_.symbol(parameter.name() + kSuffix).find(labels).has_value();
 }
 
+void Model::requireEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels) {
+  requireLabelCount(parameter, labels);
+  if (hasEntry(parameter, labels)) return;
+  requireLabels(db_, labels);
+  throw ToolError("the model has no entry " + entryText({parameter.name(), labels}));
+}
+
 void Model::set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels,
                 double value) {
   requireLabelCount(parameter, labels);

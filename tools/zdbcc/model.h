@@ -66,6 +66,8 @@ class Model {
   zdbcc::Symbol parameter(const std::string& name);
   /// Whether the model has the entry of a parameter with these labels.
   bool hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
+  /// Throws, with a guess, unless the model has it.
+  void requireEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
   /// Sets the value of an entry of a parameter, by its labels.
   void set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels, double value);
   /// Writes the records of a parameter to the model; `missing` (ZDB_MISSING_...) says what entries
