@@ -76,6 +76,8 @@ class Model {
 
   /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
+  /// The solver for this type of model, found out once.
+  const std::string& defaultSolver();
   bool isSolved() const;
   /// The solution's level of a variable or equation.
   double level(const Entry& entry);
@@ -83,6 +85,7 @@ class Model {
  private:
   std::string file_;
   void* instance_ = nullptr;
+  std::string defaultSolver_;
   zdbcc::Database db_;
 };
 
