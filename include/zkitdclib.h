@@ -374,6 +374,22 @@ ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version,
 ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
                                int messageSize);
 
+/** Where a solve of the database library starts that goes on with a solver. */
+enum {
+  ZKIT_START_LAST = 0, /**< where the last solve ended; the default */
+  ZKIT_START_FIRST = 1 /**< where the first solve ended */
+};
+
+/**
+ * Chooses where later solves start. With ZKIT_START_FIRST, each starts where the first one ended
+ * after the solver had got the model: what a model with the same changes gives then does not depend
+ * on what was solved in between, also where several levels are optimal. To be called before that
+ * first solve. Going back takes about as long as changing the model. A solver that always starts
+ * from scratch is not concerned; one that cannot go back, or whose first solve found no basis,
+ * starts from scratch then. Fails for another number.
+ */
+ZKIT_API int zkitSetStart(void* instance, int start);
+
 #ifdef __cplusplus
 }
 #endif
