@@ -74,7 +74,10 @@ class Model {
 
   /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
+  /// Whether the solution is proven to be the best.
   bool isSolved() const;
+  /// Whether there is a solution: that, or the best one until a solve was stopped.
+  bool hasSolution() const;
   /// The solution's level of a variable or equation.
   double level(const Entry& entry);
 
