@@ -74,6 +74,8 @@ class Model {
 
   /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
+  /// The solver for this type of model, found out once.
+  const std::string& defaultSolver();
   /// Whether the solution is proven to be the best.
   bool isSolved() const;
   /// Whether there is a solution: that, or the best one until a solve was stopped.
@@ -84,6 +86,7 @@ class Model {
  private:
   std::string file_;
   void* instance_ = nullptr;
+  std::string defaultSolver_;
   zdbcc::Database db_;
 };
 
