@@ -204,7 +204,10 @@ ZKIT_API int zkitReadModel(const char* file, const char* data, const char* syste
 
 /** Flags of zkitReadModelX() and zkitReadModelWith(). */
 enum {
-  ZKIT_ALLOW_FILES = 1 /**< statements of the model may use files and load database drivers */
+  ZKIT_ALLOW_FILES = 1, /**< statements of the model may use files and load database drivers */
+  ZKIT_FORMAT_MPS = 2,  /**< whatever its name is, the model is in this format; at most one */
+  ZKIT_FORMAT_LP = 4,
+  ZKIT_FORMAT_MATHPROG = 8
 };
 
 /** The same with flags. Only a model that you trust may have ZKIT_ALLOW_FILES. */

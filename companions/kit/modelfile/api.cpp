@@ -19,6 +19,15 @@ namespace {
 /// The size of the options in the first release that had them.
 constexpr int kFirstSize = offsetof(zkitReadOptions, systemDirectory) + sizeof(const char*);
 
+constexpr int kFormats = ZKIT_FORMAT_MPS | ZKIT_FORMAT_LP | ZKIT_FORMAT_MATHPROG;
+
+/// How the names of files in a format end that is asked for; "" where none is.
+std::string_view endingOf(int flags) {
+  if ((flags & ZKIT_FORMAT_MPS) != 0) return ".mps";
+  if ((flags & ZKIT_FORMAT_LP) != 0) return ".lp";
+  return (flags & ZKIT_FORMAT_MATHPROG) != 0 ? ".mod" : "";
+}
+
 void tell(const std::exception& error, const char* file, char* message, int size) {
   const auto* unnamed = dynamic_cast<const ReadError*>(&error);
   if (unnamed != nullptr) {
@@ -46,7 +55,8 @@ void checkOptions(const zkitReadOptions& options) {
                     std::to_string(options.size));
   }
   if (options.file == nullptr && options.text == nullptr) throw FileError("no model file given");
-  if ((options.flags & ~ZKIT_ALLOW_FILES) != 0) {
+  const int format = options.flags & kFormats;
+  if ((options.flags & ~(ZKIT_ALLOW_FILES | kFormats)) != 0 || (format & (format - 1)) != 0) {
     throw FileError("unknown flags for reading a model file");
   }
 }
@@ -90,7 +100,8 @@ int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* mes
     checkOptions(own);
     FileLimits limits;
     limits.files = (own.flags & ZKIT_ALLOW_FILES) != 0;
-    const FileSource model = sourceOf(own.file, own.text, own.textSize, "model");
+    FileSource model = sourceOf(own.file, own.text, own.textSize, "model");
+    model.ending = endingOf(own.flags);
     const FileSource data = sourceOf(own.data, own.dataText, own.dataTextSize, "data");
     const bool hasData = own.data != nullptr || own.dataText != nullptr;
     return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory);
