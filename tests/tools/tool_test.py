@@ -80,7 +80,7 @@ class Table(unittest.TestCase):
             f"dump|{SAMPLE}|distance('Ulm, Donau',u": ["distance('Ulm, Donau',\"Ulm, Donau\")"],
             "dump|/none|x": [],
             "solve|x|--solver|g": ["glpk"],
-            "sweep|x|--solver=cb": ["cbc"],
+            "sweep|x|--solver=cb": ["--solver=cbc"],
         }.items():
             answer = run("--complete", *words.split("|"))
             self.assertEqual([line.split("\t")[0] for line in answer.splitlines()], expected)

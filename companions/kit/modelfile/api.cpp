@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "kit/modelfile/build.h"
 #include "kit/modelfile/errors.h"
@@ -61,6 +62,16 @@ void checkOptions(const zkitReadOptions& options) {
   }
 }
 
+std::vector<std::string> changesOf(const zkitReadOptions& options) {
+  std::vector<std::string> changes;
+  for (int i = 0; i < options.changeCount; ++i) {
+    const char* name = options.changes == nullptr ? nullptr : options.changes[i];
+    if (name == nullptr) throw FileError("change " + std::to_string(i) + " has no name");
+    changes.emplace_back(name);
+  }
+  return changes;
+}
+
 FileSource sourceOf(const char* name, const char* text, long long size, const char* otherwise) {
   FileSource source{name == nullptr ? otherwise : name};
   if (text != nullptr) {
@@ -104,7 +115,8 @@ int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* mes
     model.ending = endingOf(own.flags);
     const FileSource data = sourceOf(own.data, own.dataText, own.dataTextSize, "data");
     const bool hasData = own.data != nullptr || own.dataText != nullptr;
-    return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory);
+    return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory,
+                         changesOf(own));
   };
   const char* name = own.file == nullptr ? "model" : own.file;
   *instance = guarded(static_cast<void*>(nullptr), read,
