@@ -111,6 +111,10 @@ int zkitSetDirection(void* instance, int direction) {
   return guardedOn<Instance>(instance, 0, [=](Instance& own) {
     if (direction != 1 && direction != -1) return 0;
     own.direction = direction;
+    return 1;
+  });
+}
+
 int zkitGetChange(void* instance, int change, char* symbol, int size, int* action, int* dim,
                   int* open, int* entries) {
   copyText("", symbol, size);
@@ -135,6 +139,8 @@ double zkitBound(void* instance) {
 
 double zkitGap(void* instance) {
   return guardedOn<Instance>(instance, kUnknown, &Instance::gap);
+}
+
 int zkitHasEntry(void* instance, int change, const char* const* labels, int count) {
   return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
     return hasChanged(own, change, listOf(labels, count)) ? 1 : 0;

@@ -14,6 +14,7 @@ namespace {
 class Clp : public Solver {
  public:
   Clp() {
+    simplex_.passInMessageHandler(&messages_);
     simplex_.setLogLevel(0);
     // Keeps the memory of factorizations, some 1.3 MB at least, which clp otherwise takes from the
     // system and gives back for each: ten times the work of a small solve.
@@ -45,6 +46,7 @@ class Clp : public Solver {
   Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
     ClpLimits limits(stop);
     const ClpWatch watch(simplex_, limits);
+    messages_.setLog(stop.log());
     simplex_.setNumberIterations(0);
     if (changes == nullptr) {
       solveFromScratch(simplex_);
@@ -60,6 +62,7 @@ class Clp : public Solver {
   }
 
  private:
+  LogHandler messages_;  // of the simplex and of the copies that clp makes of it
   ClpSimplex simplex_;
 };
 
