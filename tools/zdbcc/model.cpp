@@ -34,15 +34,73 @@ void requireLabels(const zdbcc::Database& db, const std::vector<std::string>& la
   }
 }
 
+constexpr std::size_t kMessageSize = 1024;
+
+std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<const char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return pointers;
+}
+
+/// Params as the kit takes them.
+class GivenParams {
+ public:
+  explicit GivenParams(const ParamValues& params)
+      : names_(pointersTo(params.names)), values_(params.values.data()) {}
+
+  zkitParams get() const { return {static_cast<int>(names_.size()), names_.data(), values_}; }
+
+ private:
+  std::vector<const char*> names_;
+  const double* values_;
+};
+
+/// The source must outlive the result.
+zkitReadOptions optionsOf(const ModelSource& source) {
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.flags = source.allowFiles ? ZKIT_ALLOW_FILES : 0;
+  options.file = source.file.c_str();
+  options.data = source.data.empty() ? nullptr : source.data.c_str();
+  if (source.text.has_value()) {
+    options.text = source.text->data();
+    options.textSize = static_cast<long long>(source.text->size());
+  }
+  if (source.dataText.has_value()) {
+    options.dataText = source.dataText->data();
+    options.dataTextSize = static_cast<long long>(source.dataText->size());
+  }
+  return options;
+}
+
 }  // namespace
 
-Model::Model(const ModelSource& source) : file_(source.file) {
-  char message[1024] = "";
-  const char* data = source.data.empty() ? nullptr : source.data.c_str();
-  const int flags = source.allowFiles ? ZKIT_ALLOW_FILES : 0;
-  if (!zkitReadModelX(file_.c_str(), data, nullptr, flags, &instance_, message, sizeof message)) {
-    throw ToolError(message);
-  }
+std::vector<std::string> paramsOf(const ModelSource& source) {
+  const zkitReadOptions options = optionsOf(source);
+  std::vector<std::string> names;
+  char message[kMessageSize] = "";
+  const auto add = [](const char* name, void* list) {
+    static_cast<std::vector<std::string>*>(list)->emplace_back(name);
+  };
+  if (!zkitListParams(&options, add, &names, message, sizeof message)) throw ToolError(message);
+  return names;
+}
+
+Model::Model(const ModelSource& source, const ModelChanges& changes) : file_(source.file) {
+  zkitReadOptions options = optionsOf(source);
+  const std::vector<const char*> names = pointersTo(changes.names);
+  options.changes = names.data();
+  options.changeCount = static_cast<int>(names.size());
+  const GivenParams params(changes.params);
+  const std::vector<GivenParams> givenVariants(changes.variants.begin(), changes.variants.end());
+  std::vector<zkitParams> variants;
+  for (const GivenParams& given : givenVariants) variants.push_back(given.get());
+  const zkitParams own = params.get();
+  options.params = &own;
+  options.variants = variants.data();
+  options.variantCount = static_cast<int>(variants.size());
+  char message[kMessageSize] = "";
+  if (!zkitReadModelWith(&options, &instance_, message, sizeof message)) throw ToolError(message);
   try {
     db_.readModel(instance_);
   } catch (...) {
