@@ -7,6 +7,7 @@ import sys
 import tempfile
 import unittest
 from pathlib import Path
+from xml.etree import ElementTree
 
 TOOL = str(Path(sys.argv.pop(1)).absolute())
 
@@ -27,6 +28,17 @@ CHANGES = {
     + ["cap[1].coef[ship,1,2]"],
     ASSIGNMENT: ["cap.rhs", "ship[2].up", "ship[3].cost"],
 }
+
+
+def box_of(text: ElementTree.Element) -> tuple[float, float, float, float, str]:
+    """Left, top, right and bottom of a text as wide as letters usually are, and the text."""
+    words = text.text or ""
+    size = float(text.get("font-size", "13"))
+    width = 0.55 * size * len(words)
+    left = float(text.get("x", "0")) - {"start": 0, "middle": 0.5, "end": 1}[
+        text.get("text-anchor", "start")] * width
+    bottom = float(text.get("y", "0"))
+    return left, bottom - 0.75 * size, left + width, bottom, words
 
 
 def row_of(name: str, values: list[str]) -> str:
@@ -94,7 +106,8 @@ class Sweep(unittest.TestCase):
             # A scenario's records are written before its row, perhaps not all of them.
             done = rows[:cut].count("\n") - 1
             ends = [i + 1 for i, c in enumerate(records) if c == "\n"]
-            least = max((end for end in ends if self.scenario_before(records, end) < done), default=0)
+            whole = [end for end in ends if self.scenario_before(records, end) < done]
+            least = max(whole, default=0)
             (self.folder / "l.csv").write_text(records[: self.random.randint(least, len(records))])
             again = self.run_tool(self.command(lines, "--resume", "r.csv", "--long", "l.csv"))
             self.assertEqual(again.returncode, 0, again.stderr)
@@ -104,6 +117,32 @@ class Sweep(unittest.TestCase):
     def scenario_before(records: str, end: int) -> int:
         line = records[:end].splitlines()[-1]
         return int(line[2 : line.index(",")]) if line.startswith('"s') else -1
+
+    def test_words_of_a_picture_meet_nowhere(self) -> None:
+        (self.folder / "one.mod").write_text("var x; minimize z: x; s.t. d: x >= 10; end;")
+        for objectives in (
+            ["10"],
+            ["10", "10", "10"],
+            ["10", "9.99", "5"],
+            ["1e9", "3e9", "2.5e9"],
+            ["-1000000", "-1000001", "-1000002.5"],
+            ["10", "11", "50", "12"],
+            ["0", "1e-7", "123456.789"],
+            [str(self.random.gauss(1e5, 10)) for _ in range(300)],
+        ):
+            rows = [f"scenario <{i}> & some words more,{v}\n" for i, v in enumerate(objectives)]
+            (self.folder / "s.csv").write_text("s,d.rhs\n" + "".join(rows))
+            words = ["sweep", "one.mod", "--scenarios", "s.csv", "--plot", "p.svg", "--force"]
+            self.assertEqual(self.run_tool([TOOL, *words]).returncode, 0)
+            picture = ElementTree.parse(self.folder / "p.svg").getroot()
+            boxes = [box_of(text) for text in picture.iter("{http://www.w3.org/2000/svg}text")
+                     if "transform" not in text.attrib]
+            for i, (x, y, right, bottom, text) in enumerate(boxes):
+                self.assertTrue(0 <= x and right <= 900 and 0 <= y and bottom <= 670, text)
+                for other in boxes[:i]:
+                    is_apart = (x >= other[2] or right <= other[0] or y >= other[3]
+                                or bottom <= other[1])
+                    self.assertTrue(is_apart, (objectives[:5], text, other[4]))
 
     def test_killed_sweeps_go_on(self) -> None:
         lines = self.scenarios(TRANSPORT, 2000)
