@@ -21,7 +21,7 @@ namespace {
 std::optional<Entry> plainEntry(const std::string& name) {
   using namespace zdb::contract;
   const std::string_view text = withoutEndingBlanks(withoutLeadingBlanks(name));
-  const EntryName entry = readEntryName(text, PlainLabels::Anything);
+  const EntryName entry = readEntryName(text, PlainLabels::NoBracketsAndQuotes);
   const bool isPlain = entry.fault.empty() && isSymbolName(entry.symbol);
   if (!isPlain) return {};
   return Entry{std::string(entry.symbol), entry.labels};
@@ -48,13 +48,18 @@ double asNumber(double value) {
 
 ChangingModel::ChangingModel(const ModelSource& source, const std::vector<std::string>& names,
                              std::vector<ChangeScenario> scenarios, UnknownEntries unknown,
-                             Prepare prepare)
+                             Prepare prepare, bool isOnlyScenario)
     : source_(source),
       scenarios_(std::move(scenarios)),
       unknown_(unknown),
       prepare_(std::move(prepare)) {
   classify(names);
   collectVariants();
+  if (isOnlyScenario && !variants_.empty()) {
+    params_ = std::move(variants_.front());
+    variants_.clear();
+    variantOf_ = {-1};
+  }
   open();
   check();
 }
@@ -109,7 +114,7 @@ void ChangingModel::collectVariants() {
 }
 
 void ChangingModel::open() {
-  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, {}, variants_});
+  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, params_, variants_});
   for (Change& change : changes_) {
     const std::optional<Entry> entry = plainEntry(change.name);
     if (change.number < 0 || !entry) continue;
@@ -155,15 +160,20 @@ Model& ChangingModel::apply(std::size_t scenario) {
 }
 
 void ChangingModel::setAll(Model& model, const ChangeScenario& scenario, bool isChecking) {
+  const bool hasOthers = scenarios_.size() > 1;
   for (const Change& change : changes_) {
-    if (!isChecking && !change.parameter.empty()) model.parameter(change.parameter).clear();
-  }
-  try {
-    for (const ChangedValue& value : scenario.values) {
-      setOne(model, changes_[value.change], value, isChecking);
+    if (hasOthers && !isChecking && !change.parameter.empty()) {
+      model.parameter(change.parameter).clear();
     }
-  } catch (const std::runtime_error& failure) {
-    throw ToolError(scenario.place + failure.what());
+  }
+  for (std::size_t i = 0; i < scenario.values.size(); ++i) {
+    const ChangedValue& value = scenario.values[i];
+    try {
+      setOne(model, changes_[value.change], value, isChecking);
+    } catch (const std::runtime_error& failure) {
+      const std::string place = scenario.placeOf ? scenario.placeOf(i) : "";
+      throw ToolError(scenario.place + place + failure.what());
+    }
   }
 }
 

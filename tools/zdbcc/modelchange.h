@@ -31,6 +31,8 @@ struct ChangedValue {
 struct ChangeScenario {
   std::string place;  ///< begins messages about it: "prices.csv: row 3: "
   std::vector<ChangedValue> values;
+  /// The same for each of the values, if they have places of their own.
+  std::function<std::string(std::size_t value)> placeOf = {};
 };
 
 /// What becomes of values for entries that the model does not have. A param of a MathProg model
@@ -45,11 +47,12 @@ class ChangingModel {
   using Prepare = std::function<void(Model&)>;
 
   /// Reads the model and checks every name, label and value. For values of a MathProg `param`, the
-  /// model is translated once for each set of them, so scenarios must be known here. Throws
-  /// ToolError.
+  /// model is translated once for each set of them, so scenarios must be known here; once in all if
+  /// there is one scenario and the model is not wanted without it. Throws ToolError.
   ChangingModel(const ModelSource& source, const std::vector<std::string>& names,
                 std::vector<ChangeScenario> scenarios,
-                UnknownEntries unknown = UnknownEntries::Refuse, Prepare prepare = {});
+                UnknownEntries unknown = UnknownEntries::Refuse, Prepare prepare = {},
+                bool isOnlyScenario = false);
 
   std::size_t scenarioCount() const { return scenarios_.size(); }
 
@@ -105,6 +108,7 @@ class ChangingModel {
   UnknownEntries unknown_;
   Prepare prepare_;
   std::vector<std::string> attributes_;  // names that the instance is asked for
+  ParamValues params_;                   // that the model is read with
   std::vector<ParamValues> variants_;
   std::vector<int> variantOf_;  // by scenario; -1: none
   std::unique_ptr<Model> model_;
