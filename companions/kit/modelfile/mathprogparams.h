@@ -42,11 +42,11 @@ struct ChangedTexts {
 ///
 ///   param p{i in I}, CHECKS := if (i & '') in CHANGES then NEW[i & ''] else OLD[i];
 ///
-/// so that all its checks count for the new values. The labels are compared as texts, since those
-/// of a model may be numbers. CHANGES and NEW are declared before it, and that CHANGES lies in the
-/// domain of p; a note (FileModel::notes) tells how many entries that has: "entries p 12".
-/// Throws a ReadError about a param that is not there, not numeric, or has another number of
-/// labels.
+/// so that all its checks count for the new values. A default that refers to other entries moves to
+/// the new param. The labels are compared as texts, since those of a model may be numbers. CHANGES
+/// and NEW are declared before it, and that CHANGES lies in the domain of p; a note
+/// (FileModel::notes) tells how many entries that has: "entries p 12". Throws a ReadError about a
+/// param that is not there, not numeric, or has another number of labels.
 ChangedTexts changeParams(const std::string& model, const std::string& data,
                           const std::vector<ParamValue>& values);
 
