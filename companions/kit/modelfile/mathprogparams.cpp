@@ -531,7 +531,7 @@ std::string inUsersTerms(std::string message, const ChangedTexts& texts) {
     const std::size_t end = message.find(" which not within");
     if (at != message.npos && end != message.npos) {
       const std::size_t from = at + contains.size();
-      return message.substr(0, at) + "param " + param.name + " has no entry " +
+      return message.substr(0, at) + "param " + param.name + kHasNoEntry +
              message.substr(from, end - from);
     }
     if (!param.old.empty()) replaceAll(message, param.old, param.name);

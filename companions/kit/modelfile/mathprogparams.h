@@ -15,6 +15,9 @@ struct ParamValue {
   double value = 0.0;
 };
 
+/// Stands in messages about an entry of a param that the model does not have.
+inline constexpr const char* kHasNoEntry = " has no entry ";
+
 /// Parses the name of an entry, price[bread]. Throws a ReadError.
 ParamValue paramValue(const std::string& name, double value);
 
