@@ -48,18 +48,13 @@ double asNumber(double value) {
 
 ChangingModel::ChangingModel(const ModelSource& source, const std::vector<std::string>& names,
                              std::vector<ChangeScenario> scenarios, UnknownEntries unknown,
-                             Prepare prepare, bool isOnlyScenario)
+                             Prepare prepare)
     : source_(source),
       scenarios_(std::move(scenarios)),
       unknown_(unknown),
       prepare_(std::move(prepare)) {
   classify(names);
   collectVariants();
-  if (isOnlyScenario && !variants_.empty()) {
-    params_ = std::move(variants_.front());
-    variants_.clear();
-    variantOf_ = {-1};
-  }
   open();
   check();
 }
@@ -104,6 +99,11 @@ void ChangingModel::collectVariants() {
       params.names.push_back(name);
       params.values.push_back(value);
     }
+    if (scenarios_.size() == 1) {
+      onlyParams_ = std::move(params);
+      variantOf_.push_back(-1);
+      return;
+    }
     const auto next = static_cast<int>(variants_.size());
     const auto [place, isNew] =
         params.names.empty() ? std::pair(known.end(), false)
@@ -114,7 +114,7 @@ void ChangingModel::collectVariants() {
 }
 
 void ChangingModel::open() {
-  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, params_, variants_});
+  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, onlyParams_, variants_});
   for (Change& change : changes_) {
     const std::optional<Entry> entry = plainEntry(change.name);
     if (change.number < 0 || !entry) continue;
@@ -216,7 +216,8 @@ ChangingModel::Coverage ChangingModel::coverage(std::size_t number) const {
   const Change& change = changes_[number];
   Coverage coverage{static_cast<int>(change.changed.size()), 0};
   if (change.number < 0) {
-    coverage.entries = zkitParamEntries(model_->instance(), change.param.c_str());
+    const int entries = zkitParamEntries(model_->instance(), change.param.c_str());
+    coverage.entries = change.labels.empty() ? entries : 1;
   } else {
     zkitGetChange(model_->instance(), change.number, nullptr, 0, nullptr, nullptr, nullptr,
                   &coverage.entries);

@@ -47,16 +47,16 @@ class ChangingModel {
   using Prepare = std::function<void(Model&)>;
 
   /// Reads the model and checks every name, label and value. For values of a MathProg `param`, the
-  /// model is translated once for each set of them, so scenarios must be known here; once in all if
-  /// there is one scenario and the model is not wanted without it. Throws ToolError.
+  /// model is translated once for each set of them, so scenarios must be known here. Throws
+  /// ToolError.
   ChangingModel(const ModelSource& source, const std::vector<std::string>& names,
                 std::vector<ChangeScenario> scenarios,
-                UnknownEntries unknown = UnknownEntries::Refuse, Prepare prepare = {},
-                bool isOnlyScenario = false);
+                UnknownEntries unknown = UnknownEntries::Refuse, Prepare prepare = {});
 
   std::size_t scenarioCount() const { return scenarios_.size(); }
 
-  /// The model with the values of its file, or of the last scenario that fits() it.
+  /// The model with the values of its file, or of the last scenario that fits() it. With a single
+  /// scenario, params have its values from the beginning, which saves a translation.
   Model& model() { return *model_; }
 
   /// Gives the model the values of a scenario, in place, and returns it. Of a scenario that does
@@ -108,11 +108,11 @@ class ChangingModel {
   UnknownEntries unknown_;
   Prepare prepare_;
   std::vector<std::string> attributes_;  // names that the instance is asked for
-  ParamValues params_;                   // that the model is read with
   std::vector<ParamValues> variants_;
+  ParamValues onlyParams_;      // of the scenario, if there is only one
   std::vector<int> variantOf_;  // by scenario; -1: none
   std::unique_ptr<Model> model_;
-  std::unique_ptr<Model> own_;  // of a scenario that does not fit
+  std::unique_ptr<Model> own_;  // of the last scenario, if it does not fit
 };
 
 }  // namespace zdb::tool

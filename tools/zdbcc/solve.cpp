@@ -103,9 +103,8 @@ class SolveRun {
       : options_(options),
         console_(console),
         changes_(options.sets),
-        changing_(
-            withTexts(options.model), changes_.names(), {changes_.scenario()},
-            UnknownEntries::Count, [this](Model& model) { prepare(model); }, true),
+        changing_(withTexts(options.model), changes_.names(), {changes_.scenario()},
+                  UnknownEntries::Count, [this](Model& model) { prepare(model); }),
         model_(changing_.apply(0)) {}
 
   ExitCode run() {

@@ -8,7 +8,10 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <set>
 
+#include "contract/entryname.h"
+#include "contract/guess.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/format.h"
 #include "kit/modelfile/mps.h"
@@ -108,6 +111,33 @@ FileFormat format(const FileSource& source, const SourceText& text) {
   return formatOf(source.ending.empty() ? text.name : std::string(source.ending), text.content);
 }
 
+// Labels of rows and columns, which for the most part are those of params as well.
+std::set<std::string> labelsIn(const FileModel& model) {
+  std::set<std::string> labels;
+  const auto take = [&labels](const std::string& name) {
+    const contract::EntryName entry =
+        contract::readEntryName(name, contract::PlainLabels::Anything);
+    labels.insert(entry.labels.begin(), entry.labels.end());
+  };
+  for (const FileColumn& column : model.columns) take(column.name);
+  for (const FileRow& row : model.rows) take(row.name);
+  return labels;
+}
+
+// What may have been meant by the label that the model does not have.
+std::string guessFor(const std::vector<ParamValue>& params, const FileModel& model) {
+  const std::set<std::string> labels = labelsIn(model);
+  for (const ParamValue& value : params) {
+    for (const std::string& label : value.labels) {
+      if (labels.contains(label)) continue;
+      contract::NearestWord nearest(label);
+      for (const std::string& known : labels) nearest.consider(known);
+      if (!nearest.best().empty()) return "; did you mean " + nearest.best() + "?";
+    }
+  }
+  return "";
+}
+
 class Reader {
  public:
   explicit Reader(const ReadRequest& request)
@@ -128,7 +158,7 @@ class Reader {
 
   ReadModel read() {
     ReadModel result;
-    result.model = readWith(request_.params);
+    result.model = readOwn();
     FileModel& model = result.model;
     if (model.name.empty()) {
       model.name = std::filesystem::path(texts_.model.name).stem().string();
@@ -141,6 +171,19 @@ class Reader {
   }
 
  private:
+  FileModel readOwn() const {
+    try {
+      return readWith(request_.params);
+    } catch (const FileError& error) {
+      if (!isUnknownEntry(error)) throw;
+      throw FileError(error.what() + guessFor(request_.params, readWith({})));
+    }
+  }
+
+  static bool isUnknownEntry(const FileError& error) {
+    return std::string(error.what()).find(kHasNoEntry) != std::string::npos;
+  }
+
   FileModel readWith(const std::vector<ParamValue>& params) const {
     try {
       return readTexts(format_, texts_, params, request_.limits);
@@ -159,8 +202,9 @@ class Reader {
       const FileModel model = readWith(params);
       takeNotes(model, result.paramEntries);
       variant.difference = compareModels(result.model, model);
-    } catch (const std::runtime_error& error) {
+    } catch (const FileError& error) {
       variant.failure = error.what();
+      if (isUnknownEntry(error)) variant.failure += guessFor(own, result.model);
     }
     result.variants.push_back(std::move(variant));
   }
