@@ -424,7 +424,10 @@ ZKIT_API double zkitSeconds(void* instance);
 ZKIT_API int zkitRowName(void* instance, int row, char* name, int size);
 ZKIT_API int zkitColumnName(void* instance, int column, char* name, int size);
 
-/** Receives messages of solvers and the database library about a solve, one line at a time. */
+/**
+ * Receives messages of solvers and the database library about a solve, one line at a time. A solver
+ * may call it from a thread of its own, while zkitSolve() or the database library waits for it.
+ */
 typedef void (*zkitLogCallback_t)(const char* text, void* user);
 
 /** Sets the callback for log lines; null, the default, drops them. `user` is passed to it. */

@@ -118,8 +118,7 @@ class SolveRun {
     finish();
     if (Interrupt::isRequested()) throw InterruptedError();
     if (model_.isSolved()) return ExitCode::Done;
-    throw ToolError("no optimal solution: " +
-                    std::string(zkitModelStatusText(zkitModelStatus(model_.instance()))));
+    failUnsolved();
   }
 
  private:
@@ -137,6 +136,15 @@ class SolveRun {
       throw ToolError(options_.model.file + " has no objective, which --min and --max need");
     }
     zkitSetDirection(instance, direction);
+  }
+
+  [[noreturn]] void failUnsolved() const {
+    void* instance = model_.instance();
+    std::string text = "no optimal solution: ";
+    text += zkitModelStatusText(zkitModelStatus(instance));
+    const int end = zkitSolveStatus(instance);
+    if (end != ZKIT_COMPLETED) text.append(" (").append(zkitSolveStatusText(end)).append(")");
+    throw ToolError(text);
   }
 
   void explain() {
