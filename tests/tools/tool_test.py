@@ -17,6 +17,9 @@ from pathlib import Path
 from typing import Any
 
 TOOL, SAMPLE = sys.argv.pop(1), sys.argv.pop(1)
+# Sanitizers take more memory than there is.
+IS_SANITIZED = b"__asan_init" in Path(TOOL).read_bytes() or b"__tsan_init" in Path(TOOL).read_bytes()
+MEMORY_LIMIT = [] if IS_SANITIZED else ["--memory-limit", "1000"]
 CITIES = ["*", "Bonn", "Köln", '"Ulm, Donau"']
 
 
@@ -130,7 +133,7 @@ class Document(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             Path(folder, "diet.mod").write_text(model)
             Path(folder, "prices.csv").write_text("food;price\nbread;3\n")
-            environment = os.environ | {"PATH": f"{Path(TOOL).parent}:{os.environ['PATH']}"}
+            environment = os.environ | {"PATH": f"{Path(TOOL).resolve().parent}:{os.environ['PATH']}"}
 
             def shell(command: str, errors: int) -> tuple[int, str]:
                 done = subprocess.run(
@@ -174,7 +177,7 @@ class Interruption(unittest.TestCase):
         return subprocess.Popen([TOOL, *words], text=True, **streams)
 
     def test_first_ctrl_c_keeps_the_best_solution(self) -> None:
-        for options in ([], ["--memory-limit", "1000"]):
+        for options in ([], MEMORY_LIMIT):
             words = ["-o", str(self.table), "--json", *options]
             process = self.start(*words, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             assert process.stderr is not None
@@ -206,6 +209,32 @@ class Interruption(unittest.TestCase):
         self.assertFalse(self.table.exists())
         os.close(ours)
         os.close(theirs)
+
+    @unittest.skipIf(IS_SANITIZED, "there is no memory limit")
+    def test_process_with_memory_limit_leaves_none_behind(self) -> None:
+        for how in (signal.SIGTERM, signal.SIGKILL):
+            process = self.start(*MEMORY_LIMIT, "-o", str(self.table), stderr=subprocess.PIPE)
+            assert process.stderr is not None
+            process.stderr.readline()  # from the one that solves
+            children = Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()
+            self.assertEqual(len(children), 1)
+            process.send_signal(how)
+            self.assertEqual(process.wait(), -how)
+            process.stderr.read()  # up to the end, which the other process would put off
+            process.stderr.close()
+            self.assertFalse(self.table.exists())
+
+    def test_limits_end_a_search_with_what_it_has(self) -> None:
+        for options, code, end in (
+            (["--gap", "1"], 0, "Normal completion"),
+            (["--time-limit", "0.5"], 1, "Time limit"),
+        ):
+            process = self.start("--json", *options, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            output, errors = process.communicate()
+            report = json.loads(output)
+            self.assertEqual((process.returncode, report["solve"]), (code, end), errors)
+            self.assertEqual("(Time limit)" in errors, code == 1)
+            self.assertLessEqual(report["gap"], 1)
 
     @staticmethod
     def handles_ctrl_c(process: int) -> bool:

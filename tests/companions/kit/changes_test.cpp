@@ -256,7 +256,7 @@ TEST(KitChanges, IntegerColumns_SolveAsChangedFiles) {
                       {{"enough.rhs", {"protein"}, 15.5, "protein 13.3", "protein 15.5"},
                        {"buy.up", {"milk"}, 1.5, "size := 4", "size := 1.5"},
                        {"buy.cost", {"milk"}, 0.5, "milk 3.07", "milk 0.5"}},
-                      kMipSolvers);
+                      mipSolvers());
 }
 
 // Beside values in the data, which stand in tables of several forms, params have defaults,
