@@ -97,8 +97,12 @@ FileModel readTexts(FileFormat format, const Texts& texts, const std::vector<Par
   return model;
 }
 
-// Notes of entries: "entries NAME COUNT CHANGED".
-void takeNotes(const FileModel& model, kit::NumberByName& entries) {
+// A param without labels has one entry; of the others, the model has noted "entries NAME COUNT".
+void takeEntries(const FileModel& model, const std::vector<ParamValue>& params,
+                 kit::NumberByName& entries) {
+  for (const ParamValue& value : params) {
+    if (value.labels.empty()) entries[value.param] = 1;
+  }
   for (const std::string& note : model.notes) {
     std::string_view rest = note;
     if (takeWord(rest) != "entries") continue;
@@ -160,8 +164,7 @@ class Reader {
       model.name = std::filesystem::path(texts_.model.name).stem().string();
     }
     if (format_ == FileFormat::MathProg) result.params = changeableParams(texts_.model.content);
-    for (const ParamValue& value : request_.params) result.paramEntries[value.param] = 1;
-    takeNotes(model, result.paramEntries);
+    takeEntries(model, request_.params, result.paramEntries);
     for (const auto& params : request_.variants) readVariant(params, result);
     return result;
   }
@@ -192,11 +195,10 @@ class Reader {
   void readVariant(const std::vector<ParamValue>& own, ReadModel& result) const {
     std::vector<ParamValue> params = request_.params;
     params.insert(params.end(), own.begin(), own.end());
-    for (const ParamValue& value : own) result.paramEntries.try_emplace(value.param, 1);
     VariantModel variant;
     try {
       const FileModel model = readWith(params);
-      takeNotes(model, result.paramEntries);
+      takeEntries(model, own, result.paramEntries);
       variant.difference = compareModels(result.model, model);
     } catch (const FileError& error) {
       variant.failure = error.what();
