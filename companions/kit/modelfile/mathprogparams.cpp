@@ -210,11 +210,10 @@ class Domain {
     }
     for (std::size_t e = 0; e < entries_.size(); ++e) {
       const bool isUnnamed = std::find(unnamed.begin(), unnamed.end(), e) != unnamed.end();
+      std::string names = joined(found[e]);
+      if (found[e].size() != 1) names.insert(0, "(").append(")");
       const std::string set = joined(entries_[e]);
-      const std::string names = joined(found[e]);
-      texts_.push_back(!isUnnamed             ? set
-                       : found[e].size() == 1 ? names + " in " + set
-                                              : "(" + names + ") in " + set);
+      texts_.push_back(isUnnamed ? names.append(" in ").append(set) : set);
     }
   }
 
