@@ -29,6 +29,7 @@ std::optional<Entry> plainEntry(const std::string& name) {
 
 std::vector<const char*> pointersTo(const std::vector<std::string>& labels) {
   std::vector<const char*> pointers;
+  pointers.reserve(labels.size());
   for (const std::string& label : labels) pointers.push_back(label.c_str());
   return pointers;
 }
@@ -212,14 +213,14 @@ bool ChangingModel::hasEntry(std::size_t change, const std::vector<std::string>&
                       static_cast<int>(pointers.size())) == 1;
 }
 
-ChangingModel::Coverage ChangingModel::coverage(std::size_t number) const {
-  const Change& change = changes_[number];
-  Coverage coverage{static_cast<int>(change.changed.size()), 0};
-  if (change.number < 0) {
-    const int entries = zkitParamEntries(model_->instance(), change.param.c_str());
-    coverage.entries = change.labels.empty() ? entries : 1;
+ChangingModel::Coverage ChangingModel::coverage(std::size_t change) const {
+  const Change& asked = changes_[change];
+  Coverage coverage{static_cast<int>(asked.changed.size()), 0};
+  if (asked.number < 0) {
+    const int entries = zkitParamEntries(model_->instance(), asked.param.c_str());
+    coverage.entries = asked.labels.empty() ? entries : 1;
   } else {
-    zkitGetChange(model_->instance(), change.number, nullptr, 0, nullptr, nullptr, nullptr,
+    zkitGetChange(model_->instance(), asked.number, nullptr, 0, nullptr, nullptr, nullptr,
                   &coverage.entries);
   }
   return coverage;

@@ -210,11 +210,10 @@ class Domain {
     }
     for (std::size_t e = 0; e < entries_.size(); ++e) {
       const bool isUnnamed = std::find(unnamed.begin(), unnamed.end(), e) != unnamed.end();
+      std::string names = joined(found[e]);
+      if (found[e].size() != 1) names.insert(0, "(").append(")");
       const std::string set = joined(entries_[e]);
-      const std::string names = joined(found[e]);
-      texts_.push_back(!isUnnamed             ? set
-                       : found[e].size() == 1 ? names + " in " + set
-                                              : "(" + names + ") in " + set);
+      texts_.push_back(isUnnamed ? names.append(" in ").append(set) : set);
     }
   }
 
@@ -531,11 +530,15 @@ std::string inUsersTerms(std::string message, const ChangedTexts& texts) {
     const std::size_t end = message.find(" which not within");
     if (at != message.npos && end != message.npos) {
       const std::size_t from = at + contains.size();
-      return message.substr(0, at) + "param " + param.name + kHasNoEntry +
-             message.substr(from, end - from);
+      std::string labels = message.substr(from, end - from);
+      std::erase(labels, '\'');  // around labels that are numbers as well
+      return message.substr(0, at) + "param " + param.name + kHasNoEntry + labels;
     }
     if (!param.old.empty()) replaceAll(message, param.old, param.name);
   }
+  const std::size_t at = message.find_first_of("0123456789", message.rfind(": ") + 2);
+  const bool isAboutLabels = message.find(" specified for set of dimension ") != message.npos;
+  if (isAboutLabels && at != message.npos) message.insert(at, "in a changed param, ");
   return message;
 }
 

@@ -2,13 +2,18 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <new>
 #include <set>
+#include <thread>
 
 #include "contract/entryname.h"
 #include "contract/guess.h"
@@ -97,8 +102,12 @@ FileModel readTexts(FileFormat format, const Texts& texts, const std::vector<Par
   return model;
 }
 
-// Notes of entries: "entries NAME COUNT CHANGED".
-void takeNotes(const FileModel& model, kit::NumberByName& entries) {
+// A param without labels has one entry; of the others, the model has noted "entries NAME COUNT".
+void takeEntries(const FileModel& model, const std::vector<ParamValue>& params,
+                 std::map<std::string, int>& entries) {
+  for (const ParamValue& value : params) {
+    if (value.labels.empty()) entries[value.param] = 1;
+  }
   for (const std::string& note : model.notes) {
     std::string_view rest = note;
     if (takeWord(rest) != "entries") continue;
@@ -138,6 +147,28 @@ std::string guessFor(const std::vector<ParamValue>& params, const FileModel& mod
   return "";
 }
 
+// Each may take half of the memory.
+constexpr std::size_t kMostAtATime = 4;
+
+// Runs work() in this thread and, to make `count`, in others, which leave signals to the program.
+// Where no thread can be started, there are fewer.
+template <typename Work>
+void runAtATime(std::size_t count, const Work& work) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  std::vector<std::thread> others;
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  try {
+    while (others.size() + 1 < count) others.emplace_back(work);
+  } catch (const std::exception&) {
+    // then with those that there are
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  work();
+  for (std::thread& other : others) other.join();
+}
+
 class Reader {
  public:
   explicit Reader(const ReadRequest& request)
@@ -164,9 +195,8 @@ class Reader {
       model.name = std::filesystem::path(texts_.model.name).stem().string();
     }
     if (format_ == FileFormat::MathProg) result.params = changeableParams(texts_.model.content);
-    for (const ParamValue& value : request_.params) result.paramEntries[value.param] = 1;
-    takeNotes(model, result.paramEntries);
-    for (const auto& params : request_.variants) readVariant(params, result);
+    takeEntries(model, request_.params, result.paramEntries);
+    readVariants(result);
     return result;
   }
 
@@ -192,21 +222,45 @@ class Reader {
     }
   }
 
+  // Some at a time, each in a process and waited for by a thread.
+  void readVariants(ReadModel& result) const {
+    const std::size_t count = request_.variants.size();
+    result.variants.resize(count);
+    std::vector<std::map<std::string, int>> entries(count);
+    std::atomic<std::size_t> next = 0;
+    std::atomic<bool> isOutOfMemory = false;
+    const auto readNext = [&] {
+      for (std::size_t v = next++; v < count; v = next++) {
+        try {
+          result.variants[v] = readVariant(request_.variants[v], result.model, entries[v]);
+        } catch (const std::exception&) {
+          isOutOfMemory = true;
+        }
+      }
+    };
+    runAtATime(std::min<std::size_t>({count, std::thread::hardware_concurrency(), kMostAtATime}),
+               readNext);
+    if (isOutOfMemory) throw std::bad_alloc();
+    for (const std::map<std::string, int>& counted : entries) {
+      result.paramEntries.insert(counted.begin(), counted.end());
+    }
+  }
+
   // A value of the variant replaces that of the model for the same entry.
-  void readVariant(const std::vector<ParamValue>& own, ReadModel& result) const {
+  VariantModel readVariant(const std::vector<ParamValue>& own, const FileModel& base,
+                           std::map<std::string, int>& entries) const {
     std::vector<ParamValue> params = request_.params;
     params.insert(params.end(), own.begin(), own.end());
-    for (const ParamValue& value : own) result.paramEntries.try_emplace(value.param, 1);
     VariantModel variant;
     try {
       const FileModel model = readWith(params);
-      takeNotes(model, result.paramEntries);
-      variant.difference = compareModels(result.model, model);
+      takeEntries(model, own, entries);
+      variant.difference = compareModels(base, model);
     } catch (const FileError& error) {
       variant.failure = error.what();
-      if (isUnknownEntry(error)) variant.failure += guessFor(own, result.model);
+      if (isUnknownEntry(error)) variant.failure += guessFor(own, base);
     }
-    result.variants.push_back(std::move(variant));
+    return variant;
   }
 
   const ReadRequest& request_;

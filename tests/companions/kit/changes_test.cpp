@@ -91,6 +91,7 @@ struct Reading {
   std::vector<const char*> changes = {};
   std::vector<std::pair<const char*, double>> params = {};
   std::vector<std::vector<std::pair<const char*, double>>> variants = {};
+  const char* data = nullptr;  // of a file beside the model
 };
 
 class GivenParams {
@@ -127,6 +128,8 @@ void* read(const std::string& name, const std::string& text, const Reading& read
   options.params = &params;
   options.variants = variants.data();
   options.variantCount = static_cast<int>(variants.size());
+  options.dataText = reading.data;
+  options.dataTextSize = -1;
   void* instance = nullptr;
   char message[1000] = "";
   EXPECT_EQ(zkitReadModelWith(&options, &instance, message, sizeof message), 1) << message;
@@ -304,6 +307,85 @@ TEST(KitChanges, ParamsOfMathProgFiles_SolveAsChangedFiles) {
     EXPECT_EQ(hot.solve(instance), 0);
     expectSameSolution(instance, plain);
   }
+}
+
+// Declarations and data in all their forms; what depends on a value follows.
+TEST(KitChanges, ParamsDeclaredInAnyWay_SolveAsChangedFiles) {
+  const std::string blocks = R"(set S := {'param','data','end'};
+for {s in S} { printf "%s;", s; for {t in S: t = 'end'} display t; }
+param w 'alias' {S}, default 1; check {s in S}: w[s] > 0;
+var x{s in S} >= w[s];
+minimize z: sum{s in S} x[s] * (if s = 'end' then 2 else 1);
+solve;
+data;
+param w := 'param' 4
+ data 5;
+end;)";
+  const std::string tables =
+      R"(set A; set B; param c{A,B}; param cc{a in A, B}; param e{A,B,A} default 0;
+var x{A,B} >= 1; minimize z: sum{a in A, b in B} x[a,b] * (c[a,b] + cc[a,b] + sum{k in A} e[a,b,k]);
+data; set A := c cc; set B := u v;
+param c (tr) : c cc := u 1 2 v 3 4;
+param default 5 : cc := c u 6 cc v 7;
+param e := [c,*,*] : c cc := u 5 6 v 7 8 [*,u,c] cc 8;
+end;)";
+  const std::string tuples =
+      R"(set L dimen 2 := {('a','b'),('b','c'),('a','c')}; set N := {'a','b','c'};
+param f{L} := 2; param g{i in N, (i,j) in L: j <> 'b'}, integer := 3;
+param h{('a',j) in L, N} default 1;
+var x >= sum{(i,j) in L} f[i,j] + sum{i in N, (i,j) in L: j <> 'b'} g[i,j]
+  + sum{('a',j) in L, m in N} h[j,m];
+minimize z: x; end;)";
+  const std::string own = R"(param T := 6; param p{t in 1..T} := if t = 1 then 1 else 2 * p[t-1];
+param q{t in 1..T}, default if t = 1 then 1 else q[t-1] + 1, <= 99;
+param b binary := 0; param bb := 2; param b_ := b * 3;  # so many
+var x >= p[T] + q[T] + 2 ** bb + b_ + b; minimize z: x;  # the end)";
+  const struct {
+    const std::string& text;
+    std::vector<std::pair<const char*, double>> params;
+    const char* before;
+    const char* after;
+  } cases[] = {
+      {blocks, {{"w[data]", 2}, {"w[end]", 3}}, "data 5;", "data 2 'end' 3;"},
+      {tables, {{"c[cc,v]", 40}, {"c[c,u]", 0}}, "u 1 2 v 3 4", "u 0 2 v 3 40"},
+      {tables, {{"cc[c,u]", 60}, {"cc[c,v]", 1}}, "c u 6", "c u 60 c v 1"},
+      {tables, {{"e[c,u,cc]", 20}}, "u 5 6", "u 5 20"},
+      {tuples, {{"f[a,c]", 7}}, "f{L} := 2", "f{(i,j) in L} := if i & j = 'ac' then 7 else 2"},
+      {tuples, {{"g[b,c]", 7}}, ":= 3", ":= if i = 'b' then 7 else 3"},
+      {tuples,
+       {{"h[c,a]", 7}},
+       "L, N} default 1",
+       "L, m in N} := if j = 'c' and m = 'a' then 7 else 1"},
+      {own, {{"p[3]", 10}}, "if t = 1", "if t = 3 then 10 else if t = 1"},
+      {own, {{"q[4]", 0.5}}, "default if t = 1", "default if t = 4 then .5 else if t = 1"},
+      {own, {{"b", 1}}, "binary := 0", "binary := 1"},
+      {own, {{"T", 5}}, "T := 6", "T := 5"}};
+  for (const auto& [text, params, before, after] : cases) {
+    SCOPED_TRACE(params.front().first);
+    const std::string edited = replaced(text, before, after);
+    const Instance variant(read("a.mod", text, {{}, {}, {params}}));
+    EXPECT_EQ(zkitUseVariant(variant, 0), 1);
+    const Instance fresh(read("a.mod", edited));
+    const Instance given(read("a.mod", text, {{}, params}));
+    EXPECT_EQ(variant.solve("glpk") + fresh.solve("glpk") + given.solve("glpk"), "");
+    expectSameSolution(variant, fresh);
+    expectSameSolution(given, fresh);
+  }
+}
+
+TEST(KitChanges, ParamsWithDataApart_SolveAsChangedFiles) {
+  const char* text = R"(set I; param c{I} >= 0; var x{I} >= 1; minimize z: sum{i in I} c[i] * x[i];
+data; set I := q; param c := q 1; end;)";
+  const std::string data = "data;\nset I := a 'b c' 7;\nparam c := a 1 'b c' 2\n 7 3;\n# end\nend;";
+  const std::vector<std::pair<const char*, double>> params = {{"c['b c']", 5}, {"c[7]", 1}};
+  const std::string edited = replaced(replaced(data, "'b c' 2", "'b c' 5"), "7 3", "7 1");
+  const Instance variant(read("a.mod", text, {{}, {}, {params}, data.c_str()}));
+  const Instance given(read("a.mod", text, {{}, params, {}, data.c_str()}));
+  const Instance fresh(read("a.mod", text, {{}, {}, {}, edited.c_str()}));
+  EXPECT_EQ(zkitUseVariant(variant, 0), 1);
+  EXPECT_EQ(variant.solve("clp") + given.solve("clp") + fresh.solve("clp"), "");
+  expectSameSolution(variant, fresh);
+  expectSameSolution(given, fresh);
 }
 
 // A change stands above the variant, which stands above the file.
