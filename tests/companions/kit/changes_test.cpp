@@ -116,6 +116,7 @@ void* read(const std::string& name, const std::string& text, const Reading& read
   const std::vector<GivenParams> given(reading.variants.begin(), reading.variants.end());
   const zkitParams params = own.get();
   std::vector<zkitParams> variants;
+  variants.reserve(given.size());
   for (const GivenParams& each : given) variants.push_back(each.get());
   zkitReadOptions options = {};
   options.size = sizeof options;
