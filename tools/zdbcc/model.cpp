@@ -22,6 +22,7 @@ constexpr std::size_t kMessageSize = 1024;
 
 std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
   std::vector<const char*> pointers;
+  pointers.reserve(texts.size());
   for (const std::string& text : texts) pointers.push_back(text.c_str());
   return pointers;
 }
@@ -78,6 +79,7 @@ Model::Model(const ModelSource& source, const ModelChanges& changes) : file_(sou
   const GivenParams params(changes.params);
   const std::vector<GivenParams> givenVariants(changes.variants.begin(), changes.variants.end());
   std::vector<zkitParams> variants;
+  variants.reserve(givenVariants.size());
   for (const GivenParams& given : givenVariants) variants.push_back(given.get());
   const zkitParams own = params.get();
   options.params = &own;
