@@ -302,8 +302,7 @@ ZKIT_API int zkitReadModelWith(const zkitReadOptions* options, void** instance, 
 ZKIT_API int zkitGetChange(void* instance, int change, char* symbol, int size, int* action,
                            int* dim, int* open, int* entries);
 
-/** Whether a change stands for an entry; `labels` are the `count` labels that its name leaves open.
- */
+/** Whether a change stands for an entry, by the `count` labels that its name leaves open. */
 ZKIT_API int zkitHasEntry(void* instance, int change, const char* const* labels, int count);
 
 /**

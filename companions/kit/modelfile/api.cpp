@@ -84,7 +84,9 @@ FileSource sourceOf(const char* name, const char* text, long long size, const ch
 std::vector<ParamValue> valuesOf(const zkitParams* params) {
   std::vector<ParamValue> values;
   for (int i = 0; params != nullptr && i < params->count; ++i) {
-    if (params->names[i] == nullptr) throw FileError("a param has no name");
+    if (params->names == nullptr || params->names[i] == nullptr || params->values == nullptr) {
+      throw FileError("param " + std::to_string(i) + " has no name or no value");
+    }
     values.push_back(paramValue(params->names[i], params->values[i]));
   }
   return values;

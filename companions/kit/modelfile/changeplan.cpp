@@ -141,6 +141,7 @@ class ChangePlanner {
 
  private:
   using Place = ChangeColumn::Place;
+  static constexpr const char* kCoefficient = "_coef_";
 
   void planOne(const ChangeName& name) {
     switch (name.attribute) {
@@ -258,16 +259,28 @@ class ChangePlanner {
   void planCoefficients(const ChangeName& name) {
     const std::vector<int> rows = rowsOf(name);
     const std::vector<int> columns = columns_.of(name, name.column);
-    const int symbol = symbolFor(name, "_coef_", rows.front(), columns.front());
-    const bool isOne = isEntry(name.target, plan_.rows[rows.front() - 1]) &&
-                       isEntry(name.column, plan_.columns[columns.front() - 1]);
+    const Placement& row = plan_.rows[rows.front() - 1];
+    const Placement& column = plan_.columns[columns.front() - 1];
+    const bool isOne = isEntry(name.target, row) && isEntry(name.column, column);
+    if (isOne && row.labels.size() + column.labels.size() > kMaxDim) {
+      return planWithoutLabels(name, rows.front(), columns.front());
+    }
+    const int symbol = symbolFor(name, kCoefficient, rows.front(), columns.front());
     const auto count = isOne ? addCoefficient(name, symbol, rows.front(), columns.front())
                              : addNonZeros(name, symbol, rows, columns);
     if (count == 0) fail(name, "the model has no such coefficient that is not 0");
     std::vector<std::string> labels = name.target.labels;
-    labels.resize(plan_.rows[rows.front() - 1].labels.size());
+    labels.resize(row.labels.size());
     labels.insert(labels.end(), name.column.labels.begin(), name.column.labels.end());
     made(name, symbol, std::move(labels), count);
+  }
+
+  // A single coefficient with too many labels for a symbol has one of its own.
+  void planWithoutLabels(const ChangeName& name, int row, int column) {
+    const std::string base = name.target.symbol + kCoefficient + name.column.symbol;
+    const int symbol = plan_.columnSymbols.addOwn(unusedName(base), 0);
+    add(name, {{symbol, {}}, Place::Coefficient, row, column, 0.0});
+    made(name, symbol, {}, 1);
   }
 
   static bool isEntry(const SymbolicName& name, const Placement& at) {

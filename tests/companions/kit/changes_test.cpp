@@ -1,6 +1,7 @@
 // Numbers of model files changed by name, in place and with the solver's last basis, beside files
 // with the number changed and solved from scratch.
-#include <memory>
+#include <cmath>
+#include <set>
 
 #include "companions/kit/testing.h"
 
@@ -116,6 +117,7 @@ void* read(const std::string& name, const std::string& text, const Reading& read
   const std::vector<GivenParams> given(reading.variants.begin(), reading.variants.end());
   const zkitParams params = own.get();
   std::vector<zkitParams> variants;
+  variants.reserve(given.size());
   for (const GivenParams& each : given) variants.push_back(each.get());
   zkitReadOptions options = {};
   options.size = sizeof options;
@@ -386,6 +388,116 @@ data; set I := q; param c := q 1; end;)";
   EXPECT_EQ(variant.solve("clp") + given.solve("clp") + fresh.solve("clp"), "");
   expectSameSolution(variant, fresh);
   expectSameSolution(given, fresh);
+}
+
+// Ranges, constants, updatable parameters and coefficients of all kinds depend on a param here.
+constexpr const char* kDependent = R"(param a := 2; param b := 1; param c := 6; param d := 3;
+set K := 1..2; param e{K} default 1;
+var x{K} >= b / 2, <= 4 * c; var p_var, >= d; var free_var;
+maximize z: 3 * x[1] + a * x[2] - e[1] + 7 * b;
+s.t. range: b <= x[1] + e[1] * x[2] <= 2 * c;
+s.t. limit{k in K}: (k + a) * x[k] - p_var <= 10 * c;
+s.t. floor: x[1] - x[2] >= -d * e[2];
+end;)";
+
+// In any order, and with none in between, nothing of a variant is left to the next.
+TEST(KitChanges, VariantsInAnyOrder_SolveAsModelsOfTheirOwn) {
+  std::mt19937 random(4);
+  Reading reading;
+  for (int v = 0; v < 12; ++v) {
+    auto& variant = reading.variants.emplace_back();
+    for (const char* name : {"a", "b", "c", "d", "e[1]", "e[2]"}) {
+      if (random() % 3 == 0)
+        variant.emplace_back(name, static_cast<double>(1 + random() % 90) / 10 + 0.03);
+    }
+  }
+  for (const char* solver : kLpSolvers) {
+    const Instance instance(read("a.mod", kDependent, reading));
+    const Hot hot(solver);
+    std::set<double> objectives;
+    for (int step = 0; step < 40; ++step) {
+      const int v = static_cast<int>(random() % 13) - 1;
+      SCOPED_TRACE(std::string(solver) + ", variant " + std::to_string(v));
+      char message[ZKIT_TEXT_SIZE] = "";
+      if (v >= 0) zkitVariantState(instance, v, message, sizeof message);
+      ASSERT_EQ(zkitUseVariant(instance, v), 1) << message;
+      ASSERT_EQ(hot.solve(instance), 0);
+      const Instance fresh(
+          read("a.mod", kDependent, {{}, v < 0 ? Reading().params : reading.variants[v]}));
+      ASSERT_EQ(fresh.solve(solver), "");
+      expectSameSolution(instance, fresh);
+      objectives.insert(zkitObjective(instance));
+    }
+    EXPECT_GT(objectives.size(), 5U);
+  }
+}
+
+// What cannot be changed in place is told apart from what is wrong; the instance stays as it is.
+TEST(KitChanges, VariantsOfAnotherStructure_AreToldAndNotUsed) {
+  const struct {
+    const char* text;
+    const char* reason;
+  } cases[] = {
+      {"var x{1..n} >= 1; minimize z: sum{i in 1..n} x[i];", "it has 1 rows and 3 columns, not "},
+      {"var x >= 1; minimize z: x; s.t. c{i in n..n}: x >= i;",
+       "it has a row c[3] in place of c[2]"},
+      {"var x{n..n} >= 1; minimize z: x[n];", "it has a column x[3] in place of x[2]"},
+      {"var x >= 1; minimize z: x; s.t. c: 2 <= x <= n;", "its row c is of another type"},
+      {"var p_var >= 1; var x; minimize z: x; s.t. c: x >= n * p_var;",
+       "it has other coefficients of updatable parameters"},
+  };
+  for (const auto& [text, reason] : cases) {
+    SCOPED_TRACE(text);
+    const std::string model = std::string("param n := 2; ") + text;
+    const Instance instance(read("a.mod", model, {{}, {}, {{{"n", 3}}, {{"n", 2}}}}));
+    char message[ZKIT_TEXT_SIZE] = "";
+    EXPECT_EQ(zkitVariantState(instance, 0, message, sizeof message), ZKIT_VARIANT_DIFFERS);
+    EXPECT_TRUE(std::string(message).starts_with(reason)) << message;
+    EXPECT_EQ(zkitVariantState(instance, 1, message, sizeof message), ZKIT_VARIANT_FITS);
+    EXPECT_EQ(zkitUseVariant(instance, 1), 1);
+    EXPECT_EQ(zkitUseVariant(instance, 0), 0);
+    EXPECT_EQ(zkitUseVariant(instance, 2), 0);
+    EXPECT_EQ(zkitUseVariant(instance, -2), 0);
+    EXPECT_EQ(instance.solve("clp"), "");
+    const Instance fresh(read("a.mod", model));
+    EXPECT_EQ(fresh.solve("clp"), "");
+    expectSameSolution(instance, fresh);
+  }
+}
+
+TEST(KitChanges, ValuesThatCannotBe_LeaveTheModelAsItIs) {
+  const Instance instance(
+      read("food.lp", kLp, {{"need.rhs", "buy.lo", "buy.up", "buy[milk].fx", "buy.cost"}}));
+  const struct {
+    int change;
+    std::vector<const char*> labels;
+    double value;
+    const char* message;
+  } cases[] = {{0, {"energy"}, kInf, "need.rhs cannot be inf"},
+               {1, {"milk"}, kInf, "buy.lo cannot be inf"},
+               {2, {"milk"}, -1e300, "buy.up cannot be -1e+300"},
+               {3, {}, NAN, "buy[milk].fx cannot be nan"},
+               {4, {"mlik"}, 1, "buy.cost: the model has nothing for mlik; did you mean milk?"},
+               {4, {"tea"}, 1, "buy.cost: the model has nothing for tea"},
+               {4, {"energy"}, 1, "buy.cost: the model has nothing for energy"},
+               {4, {}, 1, "buy.cost needs 1 label, not 0"},
+               {4, {nullptr}, 1, "buy.cost: a label is null"},
+               {3, {"milk"}, 1, "buy[milk].fx needs 0 labels, not 1"},
+               {5, {}, 1, "There is no change 5"},
+               {-1, {}, 1, "There is no change -1"}};
+  for (const auto& [change, labels, value, expected] : cases) {
+    char message[ZKIT_TEXT_SIZE] = "";
+    const auto count = static_cast<int>(labels.size());
+    EXPECT_EQ(zkitSetChange(instance, change, labels.data(), count, value, message, sizeof message),
+              0);
+    EXPECT_STREQ(message, expected);
+    const bool isEntry = std::string(expected).find("cannot be") != std::string::npos;
+    EXPECT_EQ(zkitHasEntry(instance, change, labels.data(), count), isEntry ? 1 : 0);
+  }
+  EXPECT_EQ(instance.solve("clp"), "");
+  const Instance plain(read("food.lp", kLp));
+  EXPECT_EQ(plain.solve("clp"), "");
+  expectSameSolution(instance, plain);
 }
 
 // A change stands above the variant, which stands above the file.
