@@ -198,17 +198,25 @@ class Interruption(unittest.TestCase):
         self.model, self.table = Path(folder.name, "hard.mod"), Path(folder.name, "out.csv")
         self.model.write_text(HARD)
 
-    def start(self, *options: str, **streams: Any) -> subprocess.Popen[str]:
-        words = ["solve", str(self.model), "--solver", "glpk", "--log", *options]
+    def start(
+        self, *options: str, solver: str = "glpk", **streams: Any
+    ) -> subprocess.Popen[str]:
+        words = ["solve", str(self.model), "--solver", solver, "--log", *options]
         return subprocess.Popen([TOOL, *words], text=True, **streams)
 
     def test_first_ctrl_c_keeps_the_best_solution(self) -> None:
-        for options in ([], MEMORY_LIMIT):
+        for solver, found, options in (  # and what it says when it has a solution
+            ("glpk", ">>>>>", []),
+            ("glpk", ">>>>>", MEMORY_LIMIT),
+            ("cbc", "Solution found of", []),
+        ):
             words = ["-o", str(self.table), "--json", *options]
-            process = self.start(*words, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            process = self.start(
+                *words, solver=solver, stdout=subprocess.PIPE, stderr=subprocess.PIPE
+            )
             assert process.stderr is not None
-            while ">>>>>" not in process.stderr.readline():  # how glpk marks a solution
-                pass
+            while found not in process.stderr.readline():
+                self.assertIsNone(process.poll())
             process.send_signal(signal.SIGINT)
             output, errors = process.communicate()
             report = json.loads(output)

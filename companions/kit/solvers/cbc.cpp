@@ -25,7 +25,10 @@ class NodeHandler : public CbcEventHandler {
  public:
   explicit NodeHandler(ClpLimits& limits) : limits_(&limits) {}
   CbcEventHandler* clone() const override { return new NodeHandler(*this); }
-  CbcAction event(CbcEvent /*which*/) override { return limits_->endsNow() ? stop : noAction; }
+  CbcAction event(CbcEvent which) override {
+    if (which == endSearch) limits_->endSearch();
+    return limits_->endsNow() ? stop : noAction;
+  }
 
  private:
   ClpLimits* limits_;

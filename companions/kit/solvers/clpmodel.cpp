@@ -20,7 +20,7 @@ class LimitsHandler : public ClpEventHandler {
   }
   int event(Event event) override {
     const bool ends = event == endOfIteration       ? limits_->endsWithIteration()
-                      : event == endOfFactorization ? limits_->endsNow()
+                      : event == endOfFactorization ? limits_->endsWithFactorization()
                                                     : false;
     return ends ? kStopped : -1;
   }
