@@ -4,7 +4,7 @@
 #include <bit>
 
 #include "exitcode.h"
-#include "progress.h"
+#include "interrupt.h"
 
 namespace zdb::tool {
 
