@@ -230,14 +230,122 @@ ZKIT_API int zkitModelFinish(zkitModel_t model, const char* systemDirectory, voi
 ZKIT_API int zkitReadModel(const char* file, const char* data, const char* systemDirectory,
                            void** instance, char* message, int size);
 
-/** Flags of zkitReadModelX(). */
+/** Flags of zkitReadModelX() and zkitReadModelWith(). */
 enum {
-  ZKIT_ALLOW_FILES = 1 /**< statements of the model may use files and load database drivers */
+  ZKIT_ALLOW_FILES = 1, /**< statements of the model may use files and load database drivers */
+  ZKIT_FORMAT_MPS = 2,  /**< whatever its name is, the model is in this format; at most one */
+  ZKIT_FORMAT_LP = 4,
+  ZKIT_FORMAT_MATHPROG = 8
 };
 
 /** The same with flags. Only a model that you trust may have ZKIT_ALLOW_FILES. */
 ZKIT_API int zkitReadModelX(const char* file, const char* data, const char* systemDirectory,
                             int flags, void** instance, char* message, int size);
+
+/**
+ * Values of numeric params of a MathProg model: names[i], such as "price[bread]", gets values[i],
+ * whether the model or its data give it a value, a default or an expression.
+ */
+typedef struct zkitParams {
+  int count;
+  const char* const* names;
+  const double* values;
+} zkitParams;
+
+/**
+ * How a model is read. Set everything to 0 first, then `size` and what you need: 0 and null are the
+ * defaults. Nothing of it is used after the call.
+ */
+typedef struct zkitReadOptions {
+  int size;         /**< sizeof(zkitReadOptions), which tells the fields that the caller knows */
+  int flags;        /**< such as ZKIT_ALLOW_FILES */
+  const char* file; /**< the model file; with `text`, only its name: for messages and the format */
+  const char* text; /**< the model itself, for example from a pipe, or null to read the file */
+  long long textSize;     /**< bytes of `text`, or negative if it ends with a zero */
+  const char* data;       /**< data file of a MathProg model, or null; with `dataText` its name */
+  const char* dataText;   /**< the data itself, or null to read the file */
+  long long dataTextSize; /**< bytes of `dataText`, or negative if it ends with a zero */
+  const char* systemDirectory; /**< as of zkitModelFinish() */
+  const char* const* changes;  /**< names of what will be changed, see zkitGetChange() */
+  int changeCount;
+  const zkitParams* params;   /**< what the model is read with, or null */
+  const zkitParams* variants; /**< what it will be solved with, see zkitUseVariant() */
+  int variantCount;
+} zkitReadOptions;
+
+/**
+ * The same with options. A model without `file` is called "model" in messages, and its format is
+ * told by its first words.
+ */
+ZKIT_API int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* message,
+                               int size);
+
+/**
+ * What became of the entry `change` of zkitReadOptions.changes. Each of these names stands for one
+ * number of the model, or without labels for those of all rows or columns of the symbol:
+ *
+ *     need[ABE].rhs                 right-hand side of a row; the constant, of the objective
+ *     buy[bread].lo .up .fx         lower bound, upper bound, both bounds of a column, or of a row
+ *                                   that has two
+ *     buy[bread].cost               coefficient in the objective
+ *     food[iron].coef[buy,bread]    coefficient in a row; without labels, those that are not 0
+ *     price[bread]                  the value of an updatable parameter, if there is price_var[bread]
+ *
+ * `symbol` (`size` bytes, ZKIT_MAX_NAME + 1 suffice) receives the variable whose entries these
+ * are, and `action` what becomes of them. A database changes them by c__zdbupdatemodelsymbol() with
+ * this action and a parameter of the same labels. For right-hand sides, costs and coefficients, the
+ * variable is an updatable parameter that was added, NAME_rhs_var, NAME_cost_var or
+ * NAME_coef_COLUMN_var, with the value in the file and the labels of the row, then of the column.
+ * `dim` receives the number of labels, `open` how many of them the name leaves open, `entries` for
+ * how many numbers it stands. All outputs may be null. Returns 0 if there is no such change.
+ */
+ZKIT_API int zkitGetChange(void* instance, int change, char* symbol, int size, int* action,
+                           int* dim, int* open, int* entries);
+
+/** Whether a change stands for an entry, by the `count` labels that its name leaves open. */
+ZKIT_API int zkitHasEntry(void* instance, int change, const char* const* labels, int count);
+
+/**
+ * Gives a number of the model, by its change and the `count` labels that the name leaves open, a
+ * value, without a database: the next solve, of a database or by zkitSolve(), uses it, and where
+ * the solver can, starts from the last basis. Lower bounds may be -ZKIT_INFINITY, upper ones
+ * ZKIT_INFINITY. zkitUseVariant() takes it back. `message` (`size` bytes, may be null) receives why
+ * it failed. Takes O(log n).
+ */
+ZKIT_API int zkitSetChange(void* instance, int change, const char* const* labels, int count,
+                           double value, char* message, int size);
+
+/** Receives the name of a param. */
+typedef void (*zkitNameCallback_t)(const char* name, void* user);
+
+/**
+ * Tells which params a model has that can be changed: numeric ones, unless there is an updatable
+ * parameter of the name, a variable NAME_var. Looks at the text alone; models in other formats have
+ * none. `message` (`size` bytes, may be null) receives why the file cannot be read.
+ */
+ZKIT_API int zkitListParams(const zkitReadOptions* options, zkitNameCallback_t receive, void* user,
+                            char* message, int size);
+
+/** How many entries a param has for which the instance was read with values; else -1. */
+ZKIT_API int zkitParamEntries(void* instance, const char* param);
+
+/** What is known of a variant. */
+enum {
+  ZKIT_VARIANT_FAILED = 0, /**< there is no such model, for example because a check failed */
+  ZKIT_VARIANT_FITS = 1,   /**< it has the rows and columns of the instance */
+  ZKIT_VARIANT_DIFFERS = 2 /**< it has others; read it as `params` of an instance of its own */
+};
+
+/** The state of zkitReadOptions.variants[variant]; `message` (`size` bytes) receives why. */
+ZKIT_API int zkitVariantState(void* instance, int variant, char* message, int size);
+
+/**
+ * Makes the numbers of the instance those of a variant that fits, or with -1 those of the model
+ * that was read, and takes back what zkitSetChange() has changed. The model is translated once for
+ * each variant, when the instance is read; this call takes O(1) for each number in which any of the
+ * variants differs from the model.
+ */
+ZKIT_API int zkitUseVariant(void* instance, int variant);
 
 /** How far this system keeps a model, while it is read without ZKIT_ALLOW_FILES, from the rest. */
 enum {
@@ -315,7 +423,10 @@ ZKIT_API double zkitSeconds(void* instance);
 ZKIT_API int zkitRowName(void* instance, int row, char* name, int size);
 ZKIT_API int zkitColumnName(void* instance, int column, char* name, int size);
 
-/** Receives messages of solvers and the database library about a solve, one line at a time. */
+/**
+ * Receives messages of solvers and the database library about a solve, one line at a time. A solver
+ * may call it from a thread of its own, while zkitSolve() or the database library waits for it.
+ */
 typedef void (*zkitLogCallback_t)(const char* text, void* user);
 
 /**
@@ -407,6 +518,22 @@ ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version,
  */
 ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
                                int messageSize);
+
+/** Where a solve of the database library starts that goes on with a solver. */
+enum {
+  ZKIT_START_LAST = 0, /**< where the last solve ended; the default */
+  ZKIT_START_FIRST = 1 /**< where the first solve ended */
+};
+
+/**
+ * Chooses where later solves start. With ZKIT_START_FIRST, each starts where the first one ended
+ * after the solver had got the model: what a model with the same changes gives then does not depend
+ * on what was solved in between, also where several levels are optimal. To be called before that
+ * first solve. Going back takes about as long as changing the model. A solver that always starts
+ * from scratch is not concerned; one that cannot go back, or whose first solve found no basis,
+ * starts from scratch then. Fails for another number.
+ */
+ZKIT_API int zkitSetStart(void* instance, int start);
 
 #ifdef __cplusplus
 }

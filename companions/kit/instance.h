@@ -2,8 +2,10 @@
 #pragma once
 
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "kit/dictionary.h"
@@ -33,6 +35,12 @@ struct ColumnBounds {
   double altUpper = 0.0;
 };
 
+/// What a column was before a host changed it.
+struct ChangedColumn {
+  double level;
+  ColumnBounds bounds;
+};
+
 struct RowState {
   double level = 0.0;  ///< of the whole left-hand side, constants included
   double marginal = 0.0;
@@ -52,6 +60,45 @@ struct View {
   /// A solve uses the coefficients of the last update and the right-hand sides as they are, from
   /// which the host has subtracted the constants; otherwise the solve does both itself.
   bool isForcedLinear = false;
+};
+
+/// The actions with which the database library changes columns.
+enum ChangeAction : int { SetValue = 0, SetUpper = 1, SetLower = 2, SetBounds = 3 };
+
+/// How what a host asked to change in a model file is changed: by an action of the database
+/// library on a variable.
+struct ChangeInfo {
+  std::string name;    ///< as the host wrote it
+  std::string symbol;  ///< of columns
+  int action = SetValue;
+  int entries = 0;                  ///< that the name stands for
+  std::vector<std::string> labels;  ///< that the name gives; empty ones are left open
+};
+
+/// Numbers of an instance: what a variant of its model changes.
+struct Patch {
+  struct Bounds {
+    int column;
+    double lower;
+    double upper;
+  };
+  struct Number {
+    int at;
+    double value;
+  };
+  std::vector<Bounds> columns;
+  std::vector<Number> levels;     ///< of parameters, by column
+  std::vector<Number> rhs;        ///< by row
+  std::vector<Number> constants;  ///< by row
+  std::vector<Coefficient> coefficients;
+};
+
+/// A variant of the model that an instance was made from: with other values of some params.
+struct Variant {
+  enum State : int { Failed = 0, Fits = 1, Differs = 2 };
+  State state = Failed;
+  std::string message;  ///< why it does not fit
+  Patch patch;          ///< of one that fits
 };
 
 /// Columns whose bounds were set, for whoever has seen the bounds before: entries from the place
@@ -103,7 +150,8 @@ class Instance {
   /// Records why a solve failed and sets the statuses. Levels and marginals are unchanged.
   void refuse(Outcome outcome, const char* why) noexcept;
 
-  /// Updates the matrix, and the constants of all rows, with the levels of the parameters.
+  /// Updates the matrix, the constants of all rows, and right-hand sides that are linked, with the
+  /// levels of the parameters.
   void updateLinear();
 
   /// Unique in the process, so that a session recognises the instance that it has loaded.
@@ -118,7 +166,14 @@ class Instance {
   std::vector<char> isParameter;
   Matrix matrix;
   ParameterTerms terms;
-  std::vector<double> ownConstants;  ///< of each row, without parameters
+  std::vector<RhsLink> rhsLinks;
+  std::vector<ChangeInfo> changes;
+  std::vector<Variant> variants;
+  Patch base;                               ///< the model's own values of all that variants change
+  int variant = -1;                         ///< in use; -1: none
+  std::map<std::string, int> paramEntries;  ///< how many entries params have that were given values
+  std::unordered_map<int, ChangedColumn> changedColumns;  ///< as they were, see changes.h
+  std::vector<double> ownConstants;                       ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update
 
   int objective = -1;
@@ -126,9 +181,11 @@ class Instance {
   int type = LpModel;
   int integerCount = 0;
 
+  bool startsAtFirst = false;  ///< solves start where the first one of their session ended
+
   View view;
   std::optional<View> storedView;
-  BoundLog boundLog;  ///< of alternative bounds; the others never change
+  BoundLog boundLog;
 
   int modelStatus = kNotSolved.model;
   int solveStatus = kNotSolved.solve;

@@ -152,7 +152,7 @@ void LinearForm::refreshBounds(const Instance& instance, Changes& changes) {
   if (!isSeen) {
     const int count = static_cast<int>(columns_.size());
     for (int k = 0; k < count; ++k) refreshColumn(instance, k, changes);
-  } else if (usesAlt) {
+  } else {
     for (std::size_t place = logPlace_; place < log.entries().size(); ++place) {
       const int number = numbers_[log.entries()[place]];
       if (number >= 0) refreshColumn(instance, number, changes);
@@ -240,6 +240,8 @@ void LinearForm::storeParameters(Instance& instance) const {
   std::vector<double> sums(instance.columns.size(), 0.0);
   instance.terms.addDerivatives([&](int column) { return instance.columns[column].level; },
                                 [&](int row) { return instance.rows[row].marginal; }, sums);
+  for (const RhsLink& link : instance.rhsLinks)
+    sums[link.column] -= instance.rows[link.row].marginal;
   for (const int j : parameters_) {
     ColumnState& column = instance.columns[j];
     column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums[j];

@@ -20,6 +20,20 @@ void order(std::vector<int>& list) {
   list.erase(std::unique(list.begin(), list.end()), list.end());
 }
 
+void compare(const std::vector<double>& a, const std::vector<double>& b, std::vector<int>& list) {
+  for (std::size_t k = 0; k < a.size(); ++k) {
+    if (a[k] != b[k]) list.push_back(static_cast<int>(k));
+  }
+}
+
+void compareBounds(const std::vector<double>& lowerA, const std::vector<double>& lowerB,
+                   const std::vector<double>& upperA, const std::vector<double>& upperB,
+                   std::vector<int>& list) {
+  for (std::size_t k = 0; k < lowerA.size(); ++k) {
+    if (lowerA[k] != lowerB[k] || upperA[k] != upperB[k]) list.push_back(static_cast<int>(k));
+  }
+}
+
 std::string mipSolvers() {
   std::string names;
   for (const Engine& engine : engines()) {
@@ -45,6 +59,8 @@ void Session::makeForm(const Instance& instance) {
   isChecked_ = false;
   isLoaded_ = false;
   hasBasis_ = false;
+  isFirst_ = true;
+  start_.reset();
 }
 
 Outcome Session::solve(Instance& instance) {
@@ -89,8 +105,10 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   solution_.hasLevels = false;
   solution_.iterations = 0;
   solution_.bound = kUnknown;
+  startsAtFirst_ = instance.startsAtFirst;
   const std::optional<Outcome> known = solveDirectly(model, areBoundsExcluding_, solution_);
   const Outcome outcome = known.has_value() ? *known : callSolver(stop);
+  isFirst_ = false;
   const Statuses statuses = statusesOf(outcome, solution_.hasLevels, instance.isSolvedAsInteger());
   instance.modelStatus = statuses.model;
   instance.solveStatus = statuses.solve;
@@ -133,6 +151,7 @@ void Session::refresh(const Instance& instance, bool subtractsConstants) {
 
 Outcome Session::callSolver(const StopToken& stop) {
   const LinearModel& model = form_->model();
+  if (startsAtFirst_ && !isFirst_) goBack();
   const bool isHot = isLoaded_;
   orderChanges();
   if (isHot) {
@@ -144,7 +163,42 @@ Outcome Session::callSolver(const StopToken& stop) {
   const Outcome outcome = solver_->solve(isHot && hasBasis_ ? &changes_ : nullptr, stop, solution_);
   changes_.clear();
   hasBasis_ = !isFailure(outcome) && outcome != Outcome::Stopped;
+  if (startsAtFirst_ && isFirst_) keepStart(outcome);
   return outcome;
+}
+
+// Without a start that was kept, each solve is the first one of a new solver.
+void Session::goBack() {
+  if (!start_.has_value()) {
+    solver_ = engine_.make();
+    isLoaded_ = false;
+    return;
+  }
+  solver_->goBack(*start_);
+  findChanges(*start_);
+  hasBasis_ = true;
+}
+
+void Session::keepStart(Outcome outcome) {
+  const bool hasEnded = outcome == Outcome::Optimal || outcome == Outcome::Infeasible ||
+                        outcome == Outcome::Unbounded || outcome == Outcome::IntegerInfeasible ||
+                        outcome == Outcome::InfeasibleOrUnbounded;
+  if (engine_.worksInPlace && hasEnded && solver_->keepStart()) start_ = form_->model();
+}
+
+// What leads from an earlier model to this one.
+void Session::findChanges(const LinearModel& earlier) {
+  const LinearModel& model = form_->model();
+  changes_.clear();
+  compare(model.cost, earlier.cost, changes_.costs);
+  compareBounds(model.lower, earlier.lower, model.upper, earlier.upper, changes_.columns);
+  compareBounds(model.rowLower, earlier.rowLower, model.rowUpper, earlier.rowUpper, changes_.rows);
+  const std::vector<int>& places = form_->changingPlaces();
+  for (std::size_t k = 0; k < places.size(); ++k) {
+    if (model.values[places[k]] == earlier.values[places[k]]) continue;
+    changes_.places.push_back(places[k]);
+    changes_.placeColumns.push_back(form_->changingColumns()[k]);
+  }
 }
 
 // Changes of several solves add up if those before did not need the solver.

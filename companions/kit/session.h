@@ -34,6 +34,9 @@ class Session {
   void makeForm(const Instance& instance);
   void refresh(const Instance& instance, bool subtractsConstants);
   void orderChanges();
+  void goBack();
+  void keepStart(Outcome outcome);
+  void findChanges(const LinearModel& earlier);
 
   const Engine& engine_;
   std::unique_ptr<Solver> solver_;
@@ -43,6 +46,10 @@ class Session {
   bool areBoundsExcluding_ = false;  ///< those of some column
   bool isLoaded_ = false;
   bool hasBasis_ = false;
+  /// Of an instance whose solves start at the first one.
+  bool startsAtFirst_ = false;
+  bool isFirst_ = true;               ///< of the solves of this form
+  std::optional<LinearModel> start_;  ///< what the solver had been told when it kept it
   Solution solution_;
 };
 

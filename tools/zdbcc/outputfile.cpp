@@ -16,7 +16,9 @@ namespace {
 
 constexpr const char* kForce = "; use --force to write over it";
 
-/// Also of a damaged one; records and labels are not looked at.
+}  // namespace
+
+// Also of a damaged one; records and labels are not looked at.
 bool isDataFile(const std::string& file) {
   using zdb::zxfile::kMagic;
   std::ifstream input(file, std::ios::binary);
@@ -27,9 +29,8 @@ bool isDataFile(const std::string& file) {
   return std::memcmp(start.data(), kMagic.data(), start.size()) == 0;
 }
 
-}  // namespace
-
-void checkOutput(const std::string& output, const std::vector<std::string>& inputs) {
+void checkOutput(const std::string& output, const std::vector<std::string>& inputs,
+                 const Replaceable& replaceable) {
   std::error_code missing;
   for (const std::string& input : inputs) {
     if (std::filesystem::equivalent(output, input, missing)) {
@@ -38,8 +39,10 @@ void checkOutput(const std::string& output, const std::vector<std::string>& inpu
       throw ToolError(problem);
     }
   }
-  if (!std::filesystem::is_regular_file(output, missing) || isDataFile(output)) return;
-  throw ToolError(output + " exists and is not a data file" + kForce);
+  if (!std::filesystem::is_regular_file(output, missing) || replaceable.isOne(output)) {
+    return;
+  }
+  throw ToolError(output + " exists and is not " + replaceable.what + kForce);
 }
 
 }  // namespace zdb::tool

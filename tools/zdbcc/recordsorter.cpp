@@ -4,7 +4,7 @@
 #include <bit>
 
 #include "exitcode.h"
-#include "progress.h"
+#include "interrupt.h"
 
 namespace zdb::tool {
 
@@ -57,7 +57,7 @@ void RecordSorter::sortRows() {
 /// Moves what is in memory to the file.
 void RecordSorter::spill() {
   constexpr std::size_t kBufferWords = std::size_t{1} << 13;
-  if (Progress::isInterrupted()) throw InterruptedError();
+  if (Interrupt::isRequested()) throw InterruptedError();
   if (!file_) file_.emplace();
   sortRows();
   pieces_.push_back({file_->size(), order_.size(), {}});

@@ -3,6 +3,7 @@
 
 #include <ClpFactorization.hpp>
 #include <ClpSimplex.hpp>
+#include <memory>
 
 #include "kit/solvers/clpmodel.h"
 #include "kit/solvers/solver.h"
@@ -14,6 +15,7 @@ namespace {
 class Clp : public Solver {
  public:
   Clp() {
+    simplex_.passInMessageHandler(&messages_);
     simplex_.setLogLevel(0);
     // Keeps the memory of factorizations, some 1.3 MB at least, which clp otherwise takes from the
     // system and gives back for each: ten times the work of a small solve.
@@ -45,6 +47,7 @@ class Clp : public Solver {
   Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
     ClpLimits limits(stop);
     const ClpWatch watch(simplex_, limits);
+    messages_.setLog(stop.log());
     simplex_.setNumberIterations(0);
     if (changes == nullptr) {
       solveFromScratch(simplex_);
@@ -59,8 +62,18 @@ class Clp : public Solver {
     return outcome;
   }
 
+  // All of it: a simplex goes by more than its basis, such as the order in which coefficients stand
+  // after some have been 0, or what an infeasible model has left.
+  bool keepStart() override {
+    start_ = std::make_unique<ClpSimplex>(simplex_);
+    return true;
+  }
+  void goBack(const LinearModel& /*model*/) override { simplex_ = *start_; }
+
  private:
+  LogHandler messages_;  // of the simplex and of the copies that clp makes of it
   ClpSimplex simplex_;
+  std::unique_ptr<ClpSimplex> start_;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -45,6 +46,7 @@ class Watch {
     return left > 0.0 ? left : kInfinity;
   }
   int iterations() const { return iterations_; }
+  const Log& log() const { return stop_.log(); }
   bool isStopped() const { return isStopped_; }
   Outcome reason() const {
     return stop_.isStopRequested() ? stop_.reason() : Outcome::IterationLimit;
@@ -66,9 +68,15 @@ int iterationsSoFar(int type, const void* dataOut) {
                   : *static_cast<const int*>(item);
 }
 
-void lookAtLimits(int type, const char* /*message*/, const void* dataOut, void* dataIn,
-                  void* watch) {
+// Messages are whole lines.
+void tell(const Log& log, const char* message) {
+  std::istringstream lines(message == nullptr ? "" : message);
+  for (std::string line; std::getline(lines, line);) log.lineFromSolver(line.c_str());
+}
+
+void lookAtLimits(int type, const char* message, const void* dataOut, void* dataIn, void* watch) {
   auto& own = *static_cast<Watch*>(watch);
+  if (type == highs::Logging) return tell(own.log(), message);
   if (dataIn == nullptr || !own.ends(iterationsSoFar(type, dataOut))) return;
   static_cast<highs::CallbackDataIn*>(dataIn)->userInterrupt = 1;
 }
@@ -94,12 +102,19 @@ std::vector<double> picked(const std::vector<double>& values, const std::vector<
   return some;
 }
 
+/// As HiGHS has it.
+struct Basis {
+  std::vector<int> columns;
+  std::vector<int> rows;
+};
+
 // A problem that HiGHS holds.
 class Problem {
  public:
   Problem() : highs_(api().create()) {
     if (highs_ == nullptr) throw std::bad_alloc();
     set("output_flag", false);
+    set("log_to_console", false);
     set("threads", 1);
     set("parallel", "off");
     set("small_matrix_value", 1e-12);  // the least that it takes
@@ -176,6 +191,8 @@ class Problem {
     api().setCallback(highs_, lookAtLimits, &watch);
     api().startCallback(highs_, highs::SimplexInterrupt);
     api().startCallback(highs_, highs::MipInterrupt);
+    set("output_flag", watch.log().isOn());
+    if (watch.log().isOn()) api().startCallback(highs_, highs::Logging);
     api().zeroAllClocks(highs_);  // which run on from the runs before
     set("time_limit", watch.secondsLeft());
     set("simplex_iteration_limit", watch.left());
@@ -209,6 +226,16 @@ class Problem {
       std::transform(statuses->begin(), statuses->end(), statuses->begin(), basisOf);
     }
     solution.hasLevels = true;
+  }
+
+  Basis basis(int columns, int rows) const {
+    Basis basis = {std::vector<int>(static_cast<std::size_t>(columns)),
+                   std::vector<int>(static_cast<std::size_t>(rows))};
+    api().getBasis(highs_, basis.columns.data(), basis.rows.data());
+    return basis;
+  }
+  void setBasis(const Basis& basis) {
+    require(api().setBasis(highs_, basis.columns.data(), basis.rows.data()), "take its basis");
   }
 
  private:
@@ -265,6 +292,8 @@ class Highs : public Solver {
     }
     linear_.load(model, nullptr);
     isInteger_ = !types.empty();
+    columns_ = model.columnCount();
+    rows_ = model.rowCount();
     best_.clear();
     if (isInteger_) integer_.load(model, &types);
     keepBounds(model);
@@ -283,6 +312,18 @@ class Highs : public Solver {
         isInteger_ ? search(changes, stop, watch, solution) : solveLinear(changes, watch, solution);
     solution.iterations = watch.iterations();
     return outcome;
+  }
+
+  // Basis and best levels are all that a solve goes by; the problem is loaded again, as others.
+  bool keepStart() override {
+    start_ = linear_.basis(columns_, rows_);
+    startingBest_ = best_;
+    return true;
+  }
+  void goBack(const LinearModel& model) override {
+    load(model);
+    linear_.setBasis(start_);
+    best_ = startingBest_;
   }
 
  private:
@@ -342,6 +383,10 @@ class Highs : public Solver {
   std::vector<double> integerLower_;
   std::vector<double> integerUpper_;
   std::vector<double> best_;  // levels of the last search, if it found any
+  int columns_ = 0;
+  int rows_ = 0;
+  Basis start_;  // that was kept
+  std::vector<double> startingBest_;
 };
 
 }  // namespace

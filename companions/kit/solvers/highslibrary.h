@@ -51,6 +51,7 @@ struct HighsLibrary {
   int (*getSolution)(const void* highs, double* level, double* marginal, double* rowLevel,
                      double* rowMarginal);
   int (*getBasis)(const void* highs, int* columnStatus, int* rowStatus);
+  int (*setBasis)(void* highs, const int* columnStatus, const int* rowStatus);
 
   int (*setCallback)(void* highs, Callback callback, void* user);
   int (*startCallback)(void* highs, int type);
@@ -75,7 +76,7 @@ enum ModelStatus {
 };
 enum SolutionStatus { FeasibleSolution = 2 };
 enum BasisStatus { BasisLower = 0, BasisBasic = 1, BasisUpper = 2, BasisZero = 3 };
-enum CallbackType { SimplexInterrupt = 1, MipInterrupt = 6 };
+enum CallbackType { Logging = 0, SimplexInterrupt = 1, MipInterrupt = 6 };
 enum SimplexStrategy { DualSimplex = 1, PrimalSimplex = 4 };
 
 /// Where a callback says that the run has to end: the first member of what HiGHS passes.
