@@ -85,16 +85,16 @@ bool CallbackSource::translateText(double& value) {
 void ZDB::SetDataCallbacks(bool clear, const DataCallbacks& callbacks,
                            const double* specialValues) {
   attachSource(std::make_unique<CallbackSource>(*this, callbacks, specialValues));
-  initFrom_ = FROM_DATACALLBACKS;
-  log_ = {callbacks.print, callbacks.user};
-  if (clear) symbols_.clearAndUnload();
+  setInitFrom(FROM_DATACALLBACKS);
+  log_.setCallback({callbacks.print, callbacks.user});
+  if (clear) symbols().clearAndUnload();
 }
 
 void ZDB::InitFromDMRF(const DataCallbacks& callbacks) {
   static constexpr double specialValues[] = {1.0E300, 2.0E300, 3.0E300, 4.0E300, 5.0E300};
   SetDataCallbacks(false, callbacks, specialValues);
-  initFrom_ = FROM_DMRF;  // first, so that what is unloaded can be loaded whatever happens
-  symbols_.clearAndUnload();
+  setInitFrom(FROM_DMRF);  // first, so that what is unloaded can be loaded whatever happens
+  symbols().clearAndUnload();
 }
 
 bool ZDB::LoadSymbolFromCallbacks(AbstractZDBSymbol* symbol, RecordSink sink) const {
