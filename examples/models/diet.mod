@@ -8,14 +8,14 @@ set NUTRIENTS;
 param price1939{FOODS} > 0;                        # cents a unit
 param price{food in FOODS} >= 0, default price1939[food];  # cents a unit
 param content{FOODS, NUTRIENTS} >= 0;              # in one dollar's worth at the price of 1939
-param need{NUTRIENTS} >= 0;                        # a day
+param daily{NUTRIENTS} >= 0;                       # a day
 
 var buy{FOODS} >= 0;                               # units a day
 
 minimize cost: sum{food in FOODS} price[food] / 100 * buy[food];  # dollars a day
 
-s.t. enough{n in NUTRIENTS}:
-  sum{food in FOODS} content[food, n] * price1939[food] / 100 * buy[food] >= need[n];
+s.t. need{n in NUTRIENTS}:
+  sum{food in FOODS} content[food, n] * price1939[food] / 100 * buy[food] >= daily[n];
 
 data;
 
@@ -36,7 +36,7 @@ param: FOODS: price1939 :=
 ;
 
 # Calories in thousand kcal, protein and calcium in g, vitamin A in thousand IU, the others in mg.
-param: NUTRIENTS: need :=
+param: NUTRIENTS: daily :=
   calories  3
   protein   70
   calcium   0.8
