@@ -90,7 +90,7 @@ enum {
   ZKIT_INFEASIBLE = 4,           /**< no levels satisfy all rows and bounds */
   ZKIT_INTERMEDIATE = 6,         /**< stopped before anything was known, with the last levels */
   ZKIT_FEASIBLE = 7,             /**< stopped at levels that satisfy all rows and bounds */
-  ZKIT_INTEGER_SOLUTION = 8,     /**< optimal levels of a model with integer columns */
+  ZKIT_INTEGER_SOLUTION = 8,     /**< optimal, within the gap, in a model with integer columns */
   ZKIT_INTEGER_INFEASIBLE = 10,  /**< no integer levels satisfy all rows and bounds */
   ZKIT_ERROR_NO_SOLUTION = 13,   /**< the solver failed */
   ZKIT_NO_SOLUTION = 14,         /**< not solved yet */
@@ -202,14 +202,123 @@ ZKIT_API int zkitModelFinish(zkitModel_t model, const char* systemDirectory, voi
 ZKIT_API int zkitReadModel(const char* file, const char* data, const char* systemDirectory,
                            void** instance, char* message, int size);
 
-/** Flags of zkitReadModelX(). */
+/** Flags of zkitReadModelX() and zkitReadModelWith(). */
 enum {
-  ZKIT_ALLOW_FILES = 1 /**< statements of the model may use files and load database drivers */
+  ZKIT_ALLOW_FILES = 1, /**< statements of the model may use files and load database drivers */
+  ZKIT_FORMAT_MPS = 2,  /**< whatever its name is, the model is in this format; at most one */
+  ZKIT_FORMAT_LP = 4,
+  ZKIT_FORMAT_MATHPROG = 8
 };
 
 /** The same with flags. Only a model that you trust may have ZKIT_ALLOW_FILES. */
 ZKIT_API int zkitReadModelX(const char* file, const char* data, const char* systemDirectory,
                             int flags, void** instance, char* message, int size);
+
+/**
+ * Values of numeric params of a MathProg model: names[i], such as "price[bread]", gets values[i],
+ * whether the model or its data give it a value, a default or an expression.
+ */
+typedef struct zkitParams {
+  int count;
+  const char* const* names;
+  const double* values;
+} zkitParams;
+
+/**
+ * How a model is read. Set everything to 0 first, then `size` and what you need: 0 and null are the
+ * defaults. Nothing of it is used after the call.
+ */
+typedef struct zkitReadOptions {
+  int size;         /**< sizeof(zkitReadOptions), which tells the fields that the caller knows */
+  int flags;        /**< such as ZKIT_ALLOW_FILES */
+  const char* file; /**< the model file; with `text`, only its name: for messages and the format */
+  const char* text; /**< the model itself, for example from a pipe, or null to read the file */
+  long long textSize;     /**< bytes of `text`, or negative if it ends with a zero */
+  const char* data;       /**< data file of a MathProg model, or null; with `dataText` its name */
+  const char* dataText;   /**< the data itself, or null to read the file */
+  long long dataTextSize; /**< bytes of `dataText`, or negative if it ends with a zero */
+  const char* systemDirectory; /**< as of zkitModelFinish() */
+  const char* const* changes;  /**< names of what will be changed, see zkitGetChange() */
+  int changeCount;
+  const zkitParams* params;   /**< what the model is read with, or null */
+  const zkitParams* variants; /**< what it will be solved with, see zkitUseVariant() */
+  int variantCount;
+} zkitReadOptions;
+
+/**
+ * The same with options. A model without `file` is called "model" in messages, and its format is
+ * told by its first words.
+ */
+ZKIT_API int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* message,
+                               int size);
+
+/**
+ * What became of the entry `change` of zkitReadOptions.changes. Each of these names stands for one
+ * number of the model, or without labels for those of all rows or columns of the symbol:
+ *
+ *     need[ABE].rhs                 right-hand side of a row; the constant, of the objective
+ *     buy[bread].lo .up .fx         lower bound, upper bound, both bounds of a column, or of a row
+ *                                   that has two
+ *     buy[bread].cost               coefficient in the objective
+ *     food[iron].coef[buy,bread]    coefficient in a row; without labels, those that are not 0
+ *     price[bread]                  the value of an updatable parameter, if there is price_var[bread]
+ *
+ * `symbol` (`size` bytes, ZKIT_MAX_NAME + 1 suffice) receives the variable whose entries these
+ * are, and `action` what becomes of them. A database changes them by c__zdbupdatemodelsymbol() with
+ * this action and a parameter of the same labels. For right-hand sides, costs and coefficients, the
+ * variable is an updatable parameter that was added, NAME_rhs_var, NAME_cost_var or
+ * NAME_coef_COLUMN_var, with the value in the file and the labels of the row, then of the column.
+ * `dim` receives the number of labels, `open` how many of them the name leaves open, `entries` for
+ * how many numbers it stands. All outputs may be null. Returns 0 if there is no such change.
+ */
+ZKIT_API int zkitGetChange(void* instance, int change, char* symbol, int size, int* action,
+                           int* dim, int* open, int* entries);
+
+/** Whether a change stands for an entry; `labels` are the `count` labels that its name leaves open.
+ */
+ZKIT_API int zkitHasEntry(void* instance, int change, const char* const* labels, int count);
+
+/**
+ * Gives a number of the model, by its change and the `count` labels that the name leaves open, a
+ * value, without a database: the next solve, of a database or by zkitSolve(), uses it, and where
+ * the solver can, starts from the last basis. Lower bounds may be -ZKIT_INFINITY, upper ones
+ * ZKIT_INFINITY. zkitUseVariant() takes it back. `message` (`size` bytes, may be null) receives why
+ * it failed. Takes O(log n).
+ */
+ZKIT_API int zkitSetChange(void* instance, int change, const char* const* labels, int count,
+                           double value, char* message, int size);
+
+/** Receives the name of a param. */
+typedef void (*zkitNameCallback_t)(const char* name, void* user);
+
+/**
+ * Tells which params a model has that can be changed: numeric ones, unless there is an updatable
+ * parameter of the name, a variable NAME_var. Looks at the text alone; models in other formats have
+ * none. `message` (`size` bytes, may be null) receives why the file cannot be read.
+ */
+ZKIT_API int zkitListParams(const zkitReadOptions* options, zkitNameCallback_t receive, void* user,
+                            char* message, int size);
+
+/** How many entries a param has for which the instance was read with values; else -1. */
+ZKIT_API int zkitParamEntries(void* instance, const char* param);
+
+/** What is known of a variant. */
+enum {
+  ZKIT_VARIANT_FAILED = 0, /**< there is no such model, for example because a check failed */
+  ZKIT_VARIANT_FITS = 1,   /**< it has the rows and columns of the instance */
+  ZKIT_VARIANT_DIFFERS = 2 /**< it has others; read it as `params` of an instance of its own */
+};
+
+/** The state of zkitReadOptions.variants[variant]; `message` (`size` bytes) receives why. */
+ZKIT_API int zkitVariantState(void* instance, int variant, char* message, int size);
+
+/**
+ * Makes the numbers of the instance those of a variant that fits, or with -1 those of the model
+ * that was read, and takes back what zkitSetChange() has changed. The model is translated once for
+ * each variant, when the instance is read; this call takes O(1) for each number in which any of the
+ * variants differs from the model.
+ */
+ZKIT_API int zkitUseVariant(void* instance, int variant);
 
 /** How far this system keeps a model, while it is read without ZKIT_ALLOW_FILES, from the rest. */
 enum {
@@ -255,6 +364,17 @@ ZKIT_API int zkitObjectiveColumn(void* instance);
 ZKIT_API double zkitObjective(void* instance);
 ZKIT_API int zkitDirection(void* instance);
 
+/** Sets the direction: 1 to minimise, -1 to maximise. Later solves may go on from the last one. */
+ZKIT_API int zkitSetDirection(void* instance, int direction);
+
+/**
+ * What the objective cannot get better than, as far as the last solve has proven it, and how far
+ * its level is from that: |objective - bound| / |objective|, 0 if they are equal. NaN where they
+ * are not known: without an objective or levels, and if a linear model was not solved to its end.
+ */
+ZKIT_API double zkitBound(void* instance);
+ZKIT_API double zkitGap(void* instance);
+
 /**
  * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc" or "glpk" (all types).
  * Updatable parameters have their current levels. Returns 1 even if the model has no solution,
@@ -294,6 +414,90 @@ ZKIT_API void zkitTerminate(void* instance);
  * integer levels between nodes and rounds of cuts; presolve and scaling always run to their end.
  */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
+
+/**
+ * Sets how close later searches for integer levels must come: they may end when the objective is
+ * within `relative` times its own size, or within `absolute`, of the bound, and then count as
+ * completed with an integer solution. 0, the default of both: the best levels, proven to be so.
+ * Fails for negative gaps and NaN.
+ */
+ZKIT_API int zkitSetGap(void* instance, double relative, double absolute);
+
+/* ---- Why a model is infeasible --------------------------------------------------------------- */
+
+/** Results of zkitInfeasibleSet(). */
+enum {
+  ZKIT_IRREDUCIBLE = 1, /**< without any one of its sides, the rest can be satisfied */
+  ZKIT_REDUCIBLE = 2    /**< infeasible, but some of it may not be needed */
+};
+
+/** Sides of a row or column in an infeasible set, added up: what it must at least or at most be. */
+enum { ZKIT_LOWER_SIDE = 1, ZKIT_UPPER_SIDE = 2 };
+
+/**
+ * Finds rows and bounds of columns that exclude each other, in the instance as it is now, with
+ * alternative bounds and right-hand sides while they are on and with parameters at their levels.
+ * Integer columns count as continuous ones between whole bounds. Returns ZKIT_IRREDUCIBLE;
+ * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when it
+ * ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size` bytes, may be null), also if the
+ * model is feasible. *rowCount and *columnCount receive the sizes of the set.
+ *
+ * Takes about two solves from scratch, one of them with up to two more columns for each row, and
+ * then one solve from the last basis for each side of the first set found, which usually has few.
+ * Uses the first solver that works in place. Levels, marginals and statuses are unchanged.
+ */
+ZKIT_API int zkitInfeasibleSet(void* instance, double seconds, int* rowCount, int* columnCount,
+                               char* message, int size);
+
+/**
+ * The rows and columns of the last set found, ascending, each with its sides: arrays of rowCount
+ * and columnCount elements. Sets are kept with the instance until the next is looked for.
+ */
+ZKIT_API int zkitInfeasibleRows(void* instance, int* rows, int* sides);
+ZKIT_API int zkitInfeasibleColumns(void* instance, int* columns, int* sides);
+
+/* ---- Solvers --------------------------------------------------------------------------------- */
+
+/** What a solver solves, added up. */
+enum { ZKIT_SOLVES_LP = 1, ZKIT_SOLVES_MIP = 2, ZKIT_SOLVES_RMIP = 4 };
+
+/** The number of solvers that this kit knows, whether or not they can be used here. */
+ZKIT_API int zkitSolverCount(void);
+
+/**
+ * Tells of solver 0 .. zkitSolverCount() - 1: the name of its type, its version ("" if it cannot be
+ * used), the types of models that it solves, whether it works in place (1 or 0), and why it cannot
+ * be used here ("" if it can). Outputs may be null; texts are never freed. Returns 0 for other
+ * numbers.
+ */
+ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version, int* modelTypes,
+                            int* worksInPlace, const char** whyNot);
+
+/**
+ * The name of the solver to use if nobody asks for another: of those that can be used here and that
+ * the configuration of the instance has for models of its type, the one that is usually fastest,
+ * see doc/model-kit.md. Reads the configuration file. `name` (`size` bytes, ZKIT_MAX_NAME + 1 are
+ * enough) receives it. Returns 0 if there is none, with the reason in `message` (`messageSize`
+ * bytes, may be null).
+ */
+ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
+                               int messageSize);
+
+/** Where a solve of the database library starts that goes on with a solver. */
+enum {
+  ZKIT_START_LAST = 0, /**< where the last solve ended; the default */
+  ZKIT_START_FIRST = 1 /**< where the first solve ended */
+};
+
+/**
+ * Chooses where later solves start. With ZKIT_START_FIRST, each starts where the first one ended
+ * after the solver had got the model: what a model with the same changes gives then does not depend
+ * on what was solved in between, also where several levels are optimal. To be called before that
+ * first solve. Going back takes about as long as changing the model. A solver that always starts
+ * from scratch is not concerned; one that cannot go back, or whose first solve found no basis,
+ * starts from scratch then. Fails for another number.
+ */
+ZKIT_API int zkitSetStart(void* instance, int start);
 
 #ifdef __cplusplus
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <exception>
 
 #include "kit/subtypes.h"
@@ -22,6 +23,7 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
       dictionary(model.dictionary),
       environment(systemDirectory),
       terms(model, matrix),
+      rhsLinks(model.rhsLinks),
       objective(model.objective),
       direction(model.direction) {
   dictionary.sort();
@@ -45,10 +47,22 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
   updateLinear();
 }
 
+void Instance::setBound(double newBound, bool hasLevels) {
+  gap = kUnknown;
+  bound = objective < 0 ? kUnknown : newBound;
+  if (!hasLevels || std::isnan(bound)) return;
+  const double level = columns[objective].level;
+  // No level is better than the bound, but both have the solver's tolerances.
+  if (direction * (level - bound) < 0.0) bound = level;
+  const double distance = std::abs(level - bound);
+  gap = distance == 0.0 ? 0.0 : distance / std::abs(level);
+}
+
 void Instance::refuse(Outcome outcome, const char* why) noexcept {
   const Statuses statuses = statusesOf(outcome, false, isSolvedAsInteger());
   modelStatus = statuses.model;
   solveStatus = statuses.solve;
+  bound = gap = kUnknown;
   try {
     message = why;
   } catch (const std::exception&) {
@@ -60,6 +74,7 @@ void Instance::updateLinear() {
   constants = ownConstants;
   terms.evaluate([this](int column) { return columns[column].level; }, matrix.values,
                  constants.data());
+  for (const RhsLink& link : rhsLinks) rows[link.row].rhs = columns[link.column].level;
 }
 
 }  // namespace zdb::kit

@@ -4,16 +4,20 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "kit/dictionary.h"
 #include "kit/environment.h"
+#include "kit/infeasibleset.h"
 #include "kit/parameterterms.h"
 #include "kit/statuses.h"
 
 namespace zdb::kit {
 
 enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
+
+inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 struct ColumnState {
   double level = 0.0;
@@ -47,6 +51,45 @@ struct View {
   bool isForcedLinear = false;
 };
 
+/// The actions with which the database library changes columns.
+enum ChangeAction : int { SetValue = 0, SetUpper = 1, SetLower = 2, SetBounds = 3 };
+
+/// How what a host asked to change in a model file is changed: by an action of the database
+/// library on a variable.
+struct ChangeInfo {
+  std::string name;    ///< as the host wrote it
+  std::string symbol;  ///< of columns
+  int action = SetValue;
+  int entries = 0;                  ///< that the name stands for
+  std::vector<std::string> labels;  ///< that the name gives; empty ones are left open
+};
+
+/// Numbers of an instance: what a variant of its model changes.
+struct Patch {
+  struct Bounds {
+    int column;
+    double lower;
+    double upper;
+  };
+  struct Number {
+    int at;
+    double value;
+  };
+  std::vector<Bounds> columns;
+  std::vector<Number> levels;     ///< of parameters, by column
+  std::vector<Number> rhs;        ///< by row
+  std::vector<Number> constants;  ///< by row
+  std::vector<Coefficient> coefficients;
+};
+
+/// A variant of the model that an instance was made from: with other values of some params.
+struct Variant {
+  enum State : int { Failed = 0, Fits = 1, Differs = 2 };
+  State state = Failed;
+  std::string message;  ///< why it does not fit
+  Patch patch;          ///< of one that fits
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -70,10 +113,14 @@ class Instance {
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
 
+  /// What the last solve tells of the objective. `bound` is what it cannot get better than.
+  void setBound(double newBound, bool hasLevels);
+
   /// Records why a solve failed and sets the statuses. Levels and marginals are unchanged.
   void refuse(Outcome outcome, const char* why) noexcept;
 
-  /// Updates the matrix, and the constants of all rows, with the levels of the parameters.
+  /// Updates the matrix, the constants of all rows, and right-hand sides that are linked, with the
+  /// levels of the parameters.
   void updateLinear();
 
   /// Unique in the process, so that a session recognises the instance that it has loaded.
@@ -87,13 +134,22 @@ class Instance {
   std::vector<char> isParameter;
   Matrix matrix;
   ParameterTerms terms;
-  std::vector<double> ownConstants;  ///< of each row, without parameters
+  std::vector<RhsLink> rhsLinks;
+  std::vector<ChangeInfo> changes;
+  std::vector<Variant> variants;
+  Patch base;                 ///< the model's own values of all that variants change
+  int variant = -1;           ///< in use; -1: none
+  NumberByName paramEntries;  ///< how many entries params have that were given values
+  std::unordered_map<int, ColumnState> changedColumns;  ///< as they were, see changes.h
+  std::vector<double> ownConstants;                     ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update
 
   int objective = -1;
   int direction = 1;
   int type = LpModel;
   int integerCount = 0;
+
+  bool startsAtFirst = false;  ///< solves start where the first one of their session ended
 
   View view;
   std::optional<View> storedView;
@@ -102,6 +158,9 @@ class Instance {
   int solveStatus = kNotSolved.solve;
   int iterations = 0;
   double seconds = 0.0;
+  double bound = kUnknown;  ///< of the objective, by the last solve
+  double gap = kUnknown;    ///< of its levels
+  InfeasibleSet infeasibleSet;
   std::string message;  ///< why the last solve failed
 };
 

@@ -93,7 +93,8 @@ void LinearForm::takeColumn(const Instance& instance, int column,
     model_.values.push_back(matrix.values[place]);
   }
   model_.starts.push_back(static_cast<int>(model_.rows.size()));
-  model_.cost.push_back(column == instance.objective ? instance.direction : 0.0);
+  model_.cost.push_back(0.0);
+  if (column == instance.objective) objectiveColumn_ = number;
   model_.lower.push_back(0.0);
   model_.upper.push_back(0.0);
   if (isInteger_) model_.isInteger.push_back(instance.isInteger[column]);
@@ -109,6 +110,7 @@ void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
     model_.cost[source.target] =
         -instance.direction * instance.matrix.values[source.place] / objectiveFactor_;
   }
+  if (objectiveColumn_ >= 0) model_.cost[objectiveColumn_] = instance.direction;
   for (const Source& source : changing_) {
     model_.values[source.target] = instance.matrix.values[source.place];
   }
@@ -127,18 +129,27 @@ void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
     model_.rowUpper[k] = type == EqualRow || type == LessRow ? value : kInfinity;
   }
   if (objectiveRow_ >= 0) objectiveRhs_ = rhs(objectiveRow_);
+  model_.offset = offset(instance);
+}
+
+// What of the objective no column of the model accounts for.
+double LinearForm::offset(const Instance& instance) const {
+  if (objectiveRow_ >= 0) return instance.direction * objectiveRhs_ / objectiveFactor_;
+  const bool isConstant = instance.objective >= 0 && instance.isParameter[instance.objective] != 0;
+  return isConstant ? instance.direction * instance.columns[instance.objective].level : 0.0;
 }
 
 void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) const {
   const int status = isOptimal ? EntryOk : EntryNotOptimal;
   const double sign = instance.direction;
-  // Marginals of basic rows and columns are 0, but solvers return rounding errors.
+  // Marginals of basic rows and columns are 0, but solvers return rounding errors. Adding 0 leaves
+  // no -0.
   const auto marginal = [sign](double found, int basis) {
-    return basis == Basic ? 0.0 : sign * found;
+    return basis == Basic ? 0.0 : sign * found + 0.0;
   };
   for (std::size_t k = 0; k < columns_.size(); ++k) {
     ColumnState& column = instance.columns[columns_[k]];
-    column.level = solution.level[k];
+    column.level = solution.level[k] + 0.0;
     column.marginal = marginal(solution.marginal[k], solution.basis[k]);
     column.status = status;
     column.basis = solution.basis[k];
@@ -178,6 +189,8 @@ void LinearForm::storeParameters(Instance& instance) const {
   std::vector<double> sums(instance.columns.size(), 0.0);
   instance.terms.addDerivatives([&](int column) { return instance.columns[column].level; },
                                 [&](int row) { return instance.rows[row].marginal; }, sums);
+  for (const RhsLink& link : instance.rhsLinks)
+    sums[link.column] -= instance.rows[link.row].marginal;
   for (const int j : parameters_) {
     ColumnState& column = instance.columns[j];
     column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums[j];

@@ -38,6 +38,18 @@ struct Product {
   double value;
 };
 
+/// The right-hand side of a row that is the level of a parameter.
+struct RhsLink {
+  int row;
+  int column;
+};
+
+/// A coefficient that a host may set by its place, whatever it is at first.
+struct OpenPlace {
+  int row;
+  int column;
+};
+
 struct ModelData {
   std::string name;
   Dictionary dictionary;
@@ -46,6 +58,8 @@ struct ModelData {
   std::vector<Coefficient>
       coefficients;               ///< in any order; those of the same row and column are added up
   std::vector<Product> products;  ///< likewise, of the same row and columns
+  std::vector<OpenPlace> openPlaces;  ///< of columns that are no parameters
+  std::vector<RhsLink> rhsLinks;      ///< at most one of a row
   int objective = -1;
   int direction = 1;
 };

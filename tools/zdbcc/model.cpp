@@ -2,6 +2,8 @@
 
 #include "console.h"
 #include "guess.h"
+#include "lookup.h"
+#include "solverinfo.h"
 #include "zkitdclib.h"
 
 namespace zdb::tool {
@@ -11,38 +13,78 @@ namespace {
 /// What marks a variable as an updatable parameter.
 constexpr const char* kSuffix = "_var";
 
-void requireLabelCount(const zdbcc::Symbol& symbol, const std::vector<std::string>& labels) {
-  if (labels.size() == static_cast<std::size_t>(symbol.dim())) return;
-  throw ToolError("labels given for " + symbol.name() + ": " + std::to_string(labels.size()) +
-                  ", needed: " + std::to_string(symbol.dim()));
+int flagsOf(const ModelSource& source) {
+  constexpr int kFormats[] = {0, ZKIT_FORMAT_MPS, ZKIT_FORMAT_LP, ZKIT_FORMAT_MATHPROG};
+  return kFormats[static_cast<int>(source.format)] | (source.allowFiles ? ZKIT_ALLOW_FILES : 0);
 }
 
-/// A name or label that is not there is answered with a guess.
-zdbcc::Symbol requireSymbol(const zdbcc::Database& db, const std::string& name) {
-  if (const auto symbol = db.findSymbol(name)) return *symbol;
-  Guess guess(name);
-  for (const zdbcc::Symbol& symbol : db.symbols()) guess.consider(symbol.name());
-  throw ToolError("there is no symbol " + name + guess.text());
+constexpr std::size_t kMessageSize = 1024;
+
+std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<const char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return pointers;
 }
 
-void requireLabels(const zdbcc::Database& db, const std::vector<std::string>& labels) {
-  for (const std::string& label : labels) {
-    if (db.findLabel(label)) continue;
-    Guess guess(label);
-    for (int i = 1; i <= db.labelCount(); ++i) guess.consider(db.label(i));
-    throw ToolError("there is no label " + label + guess.text());
+/// Params as the kit takes them.
+class GivenParams {
+ public:
+  explicit GivenParams(const ParamValues& params)
+      : names_(pointersTo(params.names)), values_(params.values.data()) {}
+
+  zkitParams get() const { return {static_cast<int>(names_.size()), names_.data(), values_}; }
+
+ private:
+  std::vector<const char*> names_;
+  const double* values_;
+};
+
+/// The source must outlive the result.
+zkitReadOptions optionsOf(const ModelSource& source) {
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.flags = flagsOf(source);
+  options.file = source.file.c_str();
+  options.data = source.data.empty() ? nullptr : source.data.c_str();
+  if (source.text.has_value()) {
+    options.text = source.text->data();
+    options.textSize = static_cast<long long>(source.text->size());
   }
+  if (source.dataText.has_value()) {
+    options.dataText = source.dataText->data();
+    options.dataTextSize = static_cast<long long>(source.dataText->size());
+  }
+  return options;
 }
 
 }  // namespace
 
-Model::Model(const ModelSource& source) : file_(source.file) {
-  char message[1024] = "";
-  const char* data = source.data.empty() ? nullptr : source.data.c_str();
-  const int flags = source.allowFiles ? ZKIT_ALLOW_FILES : 0;
-  if (!zkitReadModelX(file_.c_str(), data, nullptr, flags, &instance_, message, sizeof message)) {
-    throw ToolError(message);
-  }
+std::vector<std::string> paramsOf(const ModelSource& source) {
+  const zkitReadOptions options = optionsOf(source);
+  std::vector<std::string> names;
+  char message[kMessageSize] = "";
+  const auto add = [](const char* name, void* list) {
+    static_cast<std::vector<std::string>*>(list)->emplace_back(name);
+  };
+  if (!zkitListParams(&options, add, &names, message, sizeof message)) throw ToolError(message);
+  return names;
+}
+
+Model::Model(const ModelSource& source, const ModelChanges& changes) : file_(source.file) {
+  zkitReadOptions options = optionsOf(source);
+  const std::vector<const char*> names = pointersTo(changes.names);
+  options.changes = names.data();
+  options.changeCount = static_cast<int>(names.size());
+  const GivenParams params(changes.params);
+  const std::vector<GivenParams> givenVariants(changes.variants.begin(), changes.variants.end());
+  std::vector<zkitParams> variants;
+  for (const GivenParams& given : givenVariants) variants.push_back(given.get());
+  const zkitParams own = params.get();
+  options.params = &own;
+  options.variants = variants.data();
+  options.variantCount = static_cast<int>(variants.size());
+  char message[kMessageSize] = "";
+  if (!zkitReadModelWith(&options, &instance_, message, sizeof message)) throw ToolError(message);
   try {
     db_.readModel(instance_);
   } catch (...) {
@@ -83,6 +125,13 @@ bool Model::hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::stri
   return db_.symbol(parameter.name() + kSuffix).find(labels).has_value();
 }
 
+void Model::requireEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels) {
+  requireLabelCount(parameter, labels);
+  if (hasEntry(parameter, labels)) return;
+  requireLabels(db_, labels);
+  throw ToolError("the model has no entry " + entryText({parameter.name(), labels}));
+}
+
 void Model::set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels,
                 double value) {
   requireLabelCount(parameter, labels);
@@ -97,12 +146,22 @@ int Model::update(const zdbcc::Symbol& parameter, int missing) {
   }
 }
 
+const std::string& Model::defaultSolver() {
+  if (!defaultSolver_.empty()) return defaultSolver_;
+  char name[ZKIT_MAX_NAME + 1];
+  char message[1024];
+  if (!zkitDefaultSolver(instance_, name, sizeof name, message, sizeof message)) {
+    throw ToolError(message);
+  }
+  return defaultSolver_ = name;
+}
+
 void Model::solve(const std::string& solver) {
-  const std::string usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
-  const std::string& name = solver.empty() ? usual : solver;
+  const std::string& name = solverFor(solver);
   try {
     db_.solve(name);
   } catch (const zdbcc::Error& failure) {
+    if (failure.kind() == ZDBX_ARGUMENT) failUnknownSolver(name);
     const std::string reason = zkitSolveMessage(instance_);
     if (reason.empty()) throw;
     throw ToolError(std::string(failure.what()) + ": " + reason);
@@ -112,6 +171,10 @@ void Model::solve(const std::string& solver) {
 bool Model::isSolved() const {
   const int status = zkitModelStatus(instance_);
   return status == ZKIT_OPTIMAL || status == ZKIT_INTEGER_SOLUTION;
+}
+
+bool Model::hasSolution() const {
+  return isSolved() || zkitModelStatus(instance_) == ZKIT_FEASIBLE;
 }
 
 double Model::level(const Entry& entry) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -9,27 +10,55 @@
 
 namespace zdb::tool {
 
+enum class ModelFormat { Auto, Mps, Lp, MathProg };
+
 /// What a model is read from.
 struct ModelSource {
   std::string file;
   std::string data;         ///< data file of a MathProg model, or empty
   bool allowFiles = false;  ///< whether statements of the model may use files
+  ModelFormat format = ModelFormat::Auto;
+  std::optional<std::string> text = {};      ///< the model itself, if it is not read from the file
+  std::optional<std::string> dataText = {};  ///< the data, likewise
 };
+
+/// Values of params of a MathProg model.
+struct ParamValues {
+  std::vector<std::string> names = {};  ///< such as price[bread]
+  std::vector<double> values = {};
+};
+
+/// What of a model will be changed by name, see zkitdclib.h.
+struct ModelChanges {
+  std::vector<std::string> names = {};     ///< changes
+  ParamValues params = {};                 ///< that the model is read with
+  std::vector<ParamValues> variants = {};  ///< that it will be solved with
+};
+
+/// The params of a MathProg model that can be changed.
+std::vector<std::string> paramsOf(const ModelSource& source);
 
 /// The operand and the options of a verb that reads a model.
 template <typename Options>
 Operand modelOperand(ModelSource Options::*source) {
   return {.name = "MODEL",
           .kind = Kind::ModelFile,
-          .text = "Model: MPS, CPLEX LP or GNU MathProg",
+          .text = "Model, or `-`: MPS, CPLEX LP or GNU MathProg, also packed by gzip",
           .target = into(source, &ModelSource::file)};
 }
 template <typename Options>
 std::vector<Option> withModelOptions(ModelSource Options::*source, std::vector<Option> options) {
+  options.push_back({.name = "format",
+                     .value = "FORMAT",
+                     .kind = Kind::Choice,
+                     .text = "Format of the model",
+                     .details = "`auto` goes by the name, or by the first words if that does not "
+                                "end in `.mps`, `.lp` or `.mod`, perhaps before `.gz`.",
+                     .target = into(source, &ModelSource::format, {"auto", "mps", "lp", "mod"})});
   options.push_back({.name = "model-data",
                      .value = "FILE",
                      .kind = Kind::File,
-                     .text = "Data file of a MathProg model",
+                     .text = "Data file of a MathProg model, or `-`",
                      .target = into(source, &ModelSource::data)});
   options.push_back({.name = "allow-files",
                      .text = "Let a MathProg model read and write files and databases",
@@ -41,9 +70,9 @@ template <typename Options>
 Option solverOption(std::string Options::*solver) {
   return {.name = "solver",
           .value = "NAME",
-          .kind = Kind::Text,
-          .text = "Solver: `clp`, `cbc` or `glpk`",
-          .details = "Default: `clp`, or `cbc` if the model has integer columns.",
+          .kind = Kind::Solver,
+          .text = "Solver, as `zdbcc solvers` lists them",
+          .details = "Default: the one of them that is usually fastest for this type of model.",
           .target = into(solver)};
 }
 
@@ -52,7 +81,7 @@ Option solverOption(std::string Options::*solver) {
 /// says what is wrong.
 class Model {
  public:
-  explicit Model(const ModelSource& source);
+  explicit Model(const ModelSource& source, const ModelChanges& changes = {});
   ~Model();
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;
@@ -66,6 +95,8 @@ class Model {
   zdbcc::Symbol parameter(const std::string& name);
   /// Whether the model has the entry of a parameter with these labels.
   bool hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
+  /// Throws, with a guess, unless the model has it.
+  void requireEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
   /// Sets the value of an entry of a parameter, by its labels.
   void set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels, double value);
   /// Writes the records of a parameter to the model; `missing` (ZDB_MISSING_...) says what entries
@@ -74,13 +105,23 @@ class Model {
 
   /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
+  /// The solver for this type of model, found out once.
+  const std::string& defaultSolver();
+  /// The name of the solver that solve() takes.
+  const std::string& solverFor(const std::string& asked) {
+    return asked.empty() ? defaultSolver() : asked;
+  }
+  /// Whether the solution is proven to be the best.
   bool isSolved() const;
+  /// Whether there is a solution: that, or the best one until a solve was stopped.
+  bool hasSolution() const;
   /// The solution's level of a variable or equation.
   double level(const Entry& entry);
 
  private:
   std::string file_;
   void* instance_ = nullptr;
+  std::string defaultSolver_;
   zdbcc::Database db_;
 };
 

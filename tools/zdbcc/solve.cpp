@@ -1,10 +1,16 @@
-// zdbcc solve: solves a model file, with changed data if given, and writes the solution to a
-// data file.
-#include "csvreader.h"
-#include "json.h"
+// zdbcc solve: solves a model file, with changed data if given, and writes the solution.
+#include <algorithm>
+
+#include "changes.h"
+#include "infeasible.h"
+#include "interrupt.h"
+#include "limitedprocess.h"
 #include "model.h"
+#include "modeltext.h"
 #include "outputfile.h"
-#include "values.h"
+#include "solution.h"
+#include "solvelimits.h"
+#include "solvereport.h"
 #include "verbs.h"
 #include "zkitdclib.h"
 
@@ -16,139 +22,222 @@ struct SolveOptions {
   ModelSource model;
   std::string dataFile;
   std::vector<std::string> sets;
+  std::vector<std::string> shown;
   std::string solver;
+  SolveLimits limits;
+  bool minimizes = false;
+  bool maximizes = false;
+  bool relaxes = false;
+  bool explains = true;
+  bool logs = false;
   std::string output;
   bool force = false;
   bool json = false;
+
+  bool writesToOutput() const { return output == "-"; }
+  bool writesTable() const { return writesToOutput() || output.ends_with(".csv"); }
 };
 
-void noteUnmatched(Console& console, const std::string& name, int unmatched) {
-  if (unmatched == 0) return;
-  console.note(name + ": " + std::to_string(unmatched) +
-               (unmatched == 1 ? " record is" : " records are") + " not in the model");
-}
+/// Why a model is infeasible is a question of seconds.
+constexpr double kLongestExplanation = 10;
 
-zdbcc::Database read(const std::string& file) {
-  try {
-    return zdbcc::Database(file);
-  } catch (const zdbcc::Error& failure) {
-    throw ToolError("cannot read " + file + ": " + failure.what());
-  }
-}
-
-/// Takes every parameter of a data file that is updatable in the model.
-void takeDataFile(Model& model, const std::string& file, Console& console) {
-  const zdbcc::Database data = read(file);
-  int taken = 0;
-  for (const zdbcc::Symbol& source : data.symbols()) {
-    const std::string name = source.name();
-    if (source.type() != ZDB_PARAMETER || !model.hasParameter(name)) continue;
-    const zdbcc::Symbol target = model.parameter(name);
-    target.copyFrom(source);
-    std::string place = file;
-    place.append(": ").append(name);
-    noteUnmatched(console, place, model.update(target, ZDB_MISSING_KEEP));
-    ++taken;
-  }
-  if (taken == 0) throw ToolError(file + " has no parameter that is updatable in the model");
-}
-
-/// Whether a first row that does not end in a number is a misspelt value, not a heading. For a
-/// scalar, which has no labels, a heading is a row that is followed by another.
-bool isMeantForAnEntry(Model& model, const zdbcc::Symbol& target, const CsvRow& row,
-                       std::size_t rows) {
-  return target.dim() == 0 ? rows == 1 : model.hasEntry(target, row.fields);
-}
-
-/// Takes the values of a parameter: labels and a value in each row, with or without a heading.
-void takeCsv(Model& model, const std::string& option, Console& console) {
-  const auto equals = option.find('=');
-  if (equals == std::string::npos)
-    throw WrongUseError("--set needs SYMBOL=FILE, not " + printable(option));
-  const std::string file = option.substr(equals + 1);
-  const zdbcc::Symbol target = model.parameter(option.substr(0, equals));
-  const ValueFormat format(model.database().specialValues());
-  std::vector<CsvRow> rows = readCsv(file);
-  bool isFirst = true;
-  for (CsvRow& row : rows) {
-    const std::string place = file + ": row " + std::to_string(row.number) + ": ";
-    const std::string text = row.fields.back();
-    const auto value = format.parse(text);
-    row.fields.pop_back();
-    const bool isHeading = isFirst && !value && !isMeantForAnEntry(model, target, row, rows.size());
-    isFirst = false;
-    if (isHeading) continue;
-    if (!value) throw ToolError(place + '"' + printable(text) + "\" is not a number");
-    try {
-      model.set(target, row.fields, *value);
-    } catch (const std::runtime_error& failure) {
-      throw ToolError(place + failure.what());
-    }
-  }
-  noteUnmatched(console, file, model.update(target, ZDB_MISSING_KEEP));
-}
-
-std::string line(const char* name, const std::string& value) {
-  return std::string(name) + std::string(12 - std::string(name).size(), ' ') + value + '\n';
-}
-
-std::string sizeText(void* instance) {
-  std::string text = std::to_string(zkitRows(instance)) + " rows, " +
-                     std::to_string(zkitColumns(instance)) + " columns, " +
-                     std::to_string(zkitNonZeros(instance)) + " non-zeros";
-  const int integers = zkitIntegerColumns(instance);
-  return integers == 0 ? text : text + ", " + std::to_string(integers) + " integer columns";
-}
-
-bool hasObjective(const Model& model) {
-  return model.isSolved() && zkitObjectiveColumn(model.instance()) >= 0;
-}
-
-void printResult(Model& model, Console& console) {
-  void* instance = model.instance();
-  ValueFormat format(model.database().specialValues());
-  console.write(line("model", sizeText(instance)));
-  console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
-  console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
-  if (hasObjective(model)) {
-    console.write(line("objective", std::string(format(zkitObjective(instance)))));
-  }
-  console.write(line("iterations", std::to_string(zkitIterations(instance))));
-}
-
-void writeResult(const Model& model, Console& console) {
-  void* instance = model.instance();
-  JsonWriter json(console);
-  json.beginObject().field("rows", zkitRows(instance)).field("columns", zkitColumns(instance));
-  json.field("nonZeros", zkitNonZeros(instance));
-  json.field("integerColumns", zkitIntegerColumns(instance));
-  json.field("status", zkitModelStatusText(zkitModelStatus(instance)));
-  json.field("solve", zkitSolveStatusText(zkitSolveStatus(instance)));
-  if (hasObjective(model)) json.field("objective", zkitObjective(instance));
-  json.field("iterations", zkitIterations(instance)).end();
-}
-
-void checkOutputOf(const SolveOptions& options) {
-  if (options.output.empty() || options.force) return;
+std::vector<std::string> inputsOf(const SolveOptions& options) {
   std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
   for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
-  checkOutput(options.output, inputs);
+  return inputs;
 }
 
-void runSolve(const SolveOptions& options, Console& console) {
-  checkOutputOf(options);
-  Model model(options.model);
-  if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
-  for (const std::string& set : options.sets) takeCsv(model, set, console);
-  model.solve(options.solver);
-  options.json ? writeResult(model, console) : printResult(model, console);
-  if (!model.isSolved()) {
-    console.flush();
-    throw ToolError("no optimal solution: " +
-                    std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
+void check(const SolveOptions& options) {
+  options.limits.check();
+  const std::vector<std::string> inputs = inputsOf(options);
+  if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+    throw WrongUseError("standard input, -, can be read once only");
   }
-  if (options.output.empty()) return;
-  model.database().write(options.output, false);
+  if (options.minimizes && options.maximizes) {
+    throw WrongUseError("--min and --max exclude each other");
+  }
+  if (!options.writesToOutput()) return;
+  const char* other = options.json ? "--json" : options.shown.empty() ? nullptr : "--show";
+  if (other == nullptr) return;
+  throw WrongUseError(std::string(other) + " and --output - both write to standard output");
+}
+
+/// Refuses to write over what was not meant, and finds out whether the file can be written at all.
+void checkOutputOf(const SolveOptions& options) {
+  if (options.output.empty() || options.writesToOutput()) return;
+  if (!options.force) {
+    const Replaceable table = {"a table of a solution", isSolutionTable};
+    checkOutput(options.output, inputsOf(options), options.writesTable() ? table : Replaceable());
+  }
+  const NewFileOutput neverPublished(options.output);
+}
+
+void writeOutput(const Model& model, const SolveOptions& options, Console& console) {
+  if (options.writesToOutput()) return writeSolutionTable(model.database(), console);
+  if (!options.writesTable()) return model.database().write(options.output, false);
+  NewFileOutput table(options.output);
+  writeSolutionTable(model.database(), table);
+  table.publish();
+}
+
+/// What a solver says goes to standard error, as it says it.
+void logLine(const char* text, void* console) {
+  static_cast<Console*>(console)->log(text);
+}
+
+ModelSource withTexts(ModelSource source) {
+  readTexts(source);
+  return source;
+}
+
+bool isInfeasible(const Model& model) {
+  const int status = zkitModelStatus(model.instance());
+  return status == ZKIT_INFEASIBLE || status == ZKIT_INTEGER_INFEASIBLE ||
+         status == ZKIT_NO_SOLUTION_RETURNED;
+}
+
+/// A model that has been read, from its changes to its solution.
+class SolveRun {
+ public:
+  SolveRun(const SolveOptions& options, Console& console)
+      : options_(options), console_(console), model_(withTexts(options.model)) {}
+
+  ExitCode run() {
+    prepare();
+    const Interrupt interrupt(model_.instance());
+    model_.solve(options_.solver);
+    if (options_.explains && isInfeasible(model_)) explain();
+    finish();
+    if (Interrupt::isRequested()) throw InterruptedError();
+    if (model_.isSolved()) return ExitCode::Done;
+    throw ToolError("no optimal solution: " +
+                    std::string(zkitModelStatusText(zkitModelStatus(model_.instance()))));
+  }
+
+ private:
+  void prepare() {
+    void* instance = model_.instance();
+    if (options_.relaxes) zkitSetModelType(instance, ZKIT_RMIP);
+    if (options_.minimizes || options_.maximizes) turn(options_.minimizes ? 1 : -1);
+    if (options_.logs) zkitSetLog(instance, logLine, &console_);
+    options_.limits.apply(instance);
+    if (!options_.dataFile.empty()) takeDataFile(model_, options_.dataFile, console_);
+    for (const std::string& set : options_.sets) takeCsv(model_, set, console_);
+    for (const std::string& text : options_.shown) {
+      shown_.push_back(readShown(model_.database(), text));
+    }
+  }
+
+  void turn(int direction) {
+    if (zkitObjectiveColumn(model_.instance()) < 0) {
+      throw ToolError(options_.model.file + " has no objective, which --min and --max need");
+    }
+    zkitSetDirection(model_.instance(), direction);
+  }
+
+  void explain() {
+    const double seconds = options_.limits.seconds.value_or(kLongestExplanation);
+    infeasible_.emplace(model_, std::min(seconds, kLongestExplanation));
+  }
+
+  /// What cannot be written is told after what can.
+  void finish() {
+    std::exception_ptr failure;
+    try {
+      if (model_.hasSolution() && !options_.output.empty()) writeOutput(model_, options_, console_);
+    } catch (const std::runtime_error&) {
+      failure = std::current_exception();
+    }
+    report();
+    console_.flush();
+    if (failure != nullptr) std::rethrow_exception(failure);
+  }
+
+  void report() {
+    const SolveReport report(model_, model_.solverFor(options_.solver), infeasible_);
+    if (options_.writesToOutput()) return report.note(console_);
+    if (options_.json) return report.writeJson(shown_, console_);
+    report.print(console_);
+    if (!model_.hasSolution()) return;
+    for (const Shown& each : shown_) {
+      console_.write("\n");
+      printShown(each, model_.database(), console_);
+    }
+  }
+
+  const SolveOptions& options_;
+  Console& console_;
+  Model model_;
+  std::vector<Shown> shown_;
+  std::optional<InfeasibleSet> infeasible_;
+};
+
+ExitCode runSolve(const SolveOptions& options, Console& console) {
+  check(options);
+  checkOutputOf(options);
+  return withMemoryLimit(options.limits.megabytes,
+                         [&] { return SolveRun(options, console).run(); });
+}
+
+std::vector<Option> solveOptions() {
+  std::vector<Option> options = {
+      {.name = "data",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "Exchange file with values of updatable parameters",
+       .target = into(&SolveOptions::dataFile)},
+      {.name = "set",
+       .value = "SYMBOL=FILE",
+       .text = "CSV file, or `-`, with values of an updatable parameter",
+       .details = "Each row has the labels, then the value. A first row that does not end in a "
+                  "number and is not an entry of the model is a heading (for a scalar, a "
+                  "first row that is followed by another), so the output of `zdbcc dump` can "
+                  "be read. Entries without a row keep their values; the number of records "
+                  "without an entry in the model is printed on standard error.",
+       .target = into(&SolveOptions::sets)},
+      {.name = "show",
+       .value = "SYMBOL",
+       .text = "Variable or equation, or some of its entries, to be shown",
+       .details = "With labels, level and marginal; entries as in `buy[bread]` or "
+                  "`ship['New York',*]`.",
+       .target = into(&SolveOptions::shown)},
+      solverOption(&SolveOptions::solver)};
+  for (Option& option : limitOptions(&SolveOptions::limits)) options.push_back(std::move(option));
+  options.insert(
+      options.end(),
+      {{.name = "min",
+        .text = "Minimise, whatever the model says",
+        .target = into(&SolveOptions::minimizes)},
+       {.name = "max",
+        .text = "Maximise, whatever the model says",
+        .target = into(&SolveOptions::maximizes)},
+       {.name = "relax",
+        .text = "Treat integer columns as continuous",
+        .target = into(&SolveOptions::relaxes)},
+       {.name = "log",
+        .text = "Write what the solver says to standard error",
+        .target = into(&SolveOptions::logs)},
+       {.name = "explain",
+        .text = "Do not look for rows and bounds that make a model infeasible",
+        .details = "That takes 10 seconds at most.",
+        .target = into(&SolveOptions::explains),
+        .isNegation = true},
+       {.name = "output",
+        .letter = 'o',
+        .value = "FILE",
+        .kind = Kind::File,
+        .text = "Exchange file or CSV file to write the solution to, or `-`",
+        .details = "An exchange file has variables and equations with level, marginal and "
+                   "bounds, and the parameters that were changed. A name that ends in `.csv`, "
+                   "or `-` for standard output, gets one table of all variables and equations: "
+                   "symbol, label1, label2 and so on, level, marginal, lower and upper. Without "
+                   "a solution, nothing is written.",
+        .target = into(&SolveOptions::output)},
+       {.name = "force",
+        .text = "Write over an input, or over a file that is not such a file",
+        .target = into(&SolveOptions::force)},
+       jsonOption(&SolveOptions::json)});
+  return withModelOptions(&SolveOptions::model, std::move(options));
 }
 
 }  // namespace
@@ -156,48 +245,31 @@ void runSolve(const SolveOptions& options, Console& console) {
 Verb solveVerb() {
   return {.name = "solve",
           .summary = "Solves a model file, with changed data if given",
-          .details = R"(Prints the size of the model, the status, the objective and the number of
-iterations.
+          .details = R"(Prints the size of the model, the solver, the status, the objective and the
+number of iterations, of a model with integer columns also the bound of the objective and the gap
+between them; with ten digits, in JSON and files with all. If the model is infeasible, it names rows
+and bounds that exclude each other.
 
-A parameter `p` is updatable if the model has a variable `p_var`.)",
+A parameter `p` is updatable if the model has a variable `p_var`.
+
+Ctrl-C stops the search; the best solution that was found is printed and written. A second one ends
+the program at once.)",
           .operands = {modelOperand(&SolveOptions::model)},
-          .options = withModelOptions(
-              &SolveOptions::model,
-              {{.name = "data",
-                .value = "FILE",
-                .kind = Kind::File,
-                .text = "Exchange file with values of updatable parameters",
-                .target = into(&SolveOptions::dataFile)},
-               {.name = "set",
-                .value = "SYMBOL=FILE",
-                .text = "CSV file, or `-`, with values of an updatable parameter",
-                .details =
-                    "Each row has the labels, then the value. A first row that does not end in a "
-                    "number and is not an entry of the model is a heading (for a scalar, a "
-                    "first row that is followed by another), so the output of `zdbcc dump` can "
-                    "be read. Entries without a row keep their values; the number of records "
-                    "without an entry in the model is printed on standard error.",
-                .target = into(&SolveOptions::sets)},
-               solverOption(&SolveOptions::solver),
-               {.name = "output",
-                .letter = 'o',
-                .value = "FILE",
-                .kind = Kind::File,
-                .text = "Exchange file to write the solution to",
-                .details = "Variables and equations with level, marginal and bounds, and the "
-                           "parameters that were changed.",
-                .target = into(&SolveOptions::output)},
-               {.name = "force",
-                .text = "Write over an input, or over a file that is not an exchange file",
-                .target = into(&SolveOptions::force)},
-               jsonOption(&SolveOptions::json)}),
+          .options = solveOptions(),
           .examples = {{"zdbcc solve diet.mod --set price=prices.csv -o solution.zxf",
                         "With new prices, into a file"},
-                       {"zdbcc solve plan.mps --solver glpk", "With another solver"}},
+                       {"zdbcc solve diet.mod --show buy --show 'energy'",
+                        "With what is bought, and what energy costs"},
+                       {"zdbcc solve plan.mps --solver glpk --time-limit 60 --gap 0.01 -o plan.csv",
+                        "With another solver, for a minute at most"}},
           .exitCodes = {{ExitCode::Done,
                          "The solution is optimal, even if there were records without an entry."},
-                        {ExitCode::Failed, "There is no optimal solution, or something failed."},
-                        {ExitCode::WrongUse, "The command line is wrong; nothing was done."}},
+                        {ExitCode::Failed,
+                         "There is no solution that is known to be optimal, or something failed. "
+                         "What was found within the limits is printed and written."},
+                        {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
+                        {ExitCode::Interrupted,
+                         "Stopped by Ctrl-C. What was found is printed and written."}},
           .action = runs(runSolve)};
 }
 

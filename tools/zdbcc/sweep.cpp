@@ -1,156 +1,171 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
-#include <map>
-
-#include "csvreader.h"
-#include "model.h"
+#include "interrupt.h"
+#include "limitedprocess.h"
 #include "progress.h"
-#include "rowwriter.h"
-#include "values.h"
+#include "scenariosolver.h"
+#include "sweepchart.h"
+#include "sweepoptions.h"
+#include "sweepwriter.h"
 #include "verbs.h"
-#include "zkitdclib.h"
 
 namespace zdb::tool {
 
 namespace {
 
-struct SweepOptions {
-  ModelSource model;
-  std::string scenarios;
-  std::vector<std::string> shown;
-  std::string solver;
-  bool json = false;
-};
-
-/// A column of the scenario file: an entry of an updatable parameter.
-struct Column {
-  Entry entry;
-  std::string name;
-};
-
-/// The scenarios: the first column has their names, each other column the values of an entry. An
-/// empty field means the model's own value.
-class Scenarios {
- public:
-  Scenarios(Model& model, const std::string& file)
-      : model_(model),
-        format_(model.database().specialValues()),
-        file_(file),
-        rows_(readCsv(file)) {
-    if (rows_.size() < 2)
-      throw ToolError(file + " has no scenarios: write a heading and at least one row");
-    for (std::size_t c = 1; c < rows_[0].fields.size(); ++c) addColumn(rows_[0].fields[c]);
-    for (const CsvRow& row : rows_) {
-      if (row.fields.size() != columns_.size() + 1) {
-        throw ToolError(place(row) + std::to_string(row.fields.size()) +
-                        " fields, but the heading has " + std::to_string(columns_.size() + 1));
-      }
-    }
+void solveRest(ScenarioSolver& solver, SweepWriter& writer, const SweepOptions& options,
+               Console& console) {
+  const std::size_t count = solver.scenarios().count();
+  Progress progress(console, "scenarios");
+  while (writer.count() < count) {
+    const ScenarioResult result = solver.solve(writer.count());
+    if (!result.failure.empty() && !options.keepsGoing)
+      throw ToolError(solver.scenarios().place(writer.count()) + result.failure);
+    writer.write(result);
+    progress.update(writer.count(), count);
   }
+}
 
-  std::size_t count() const { return rows_.size() - 1; }
-  const std::string& name(std::size_t scenario) const { return rows_[scenario + 1].fields[0]; }
+/// What would be done.
+void printPlan(ScenarioSolver& solver, const SweepOptions& options, Console& console) {
+  const auto line = [&](const char* name, const std::string& text) {
+    console.write(name + std::string(12 - std::string_view(name).size(), ' ') + text + '\n');
+  };
+  line("model", options.model.file);
+  line("scenarios", options.scenarios + ": " + std::to_string(solver.scenarios().count()));
+  for (const std::string& change : solver.changes()) line("changes", change);
+  line("solver", solver.solver());
+  line("start", options.start == SweepStart::Base ? "base" : "last");
+  std::string columns;
+  for (const std::string& column : solver.columns())
+    columns += (columns.empty() ? "" : ", ") + column;
+  line("columns", columns);
+  line("results", options.target().empty() ? "standard output" : options.target());
+}
 
-  /// "file: row number: ", for messages.
-  std::string place(std::size_t scenario) const { return place(rows_[scenario + 1]); }
+/// How many of how many values change, which shows a column that is not what was meant.
+void noteChanges(ScenarioSolver& solver, Console& console) {
+  for (const std::string& change : solver.changes()) console.note(change);
+}
 
-  /// Writes the values of a scenario to the model, and the model's own values to all other entries.
-  void apply(std::size_t scenario) {
-    const CsvRow& row = rows_[scenario + 1];
-    for (const auto& [name, parameter] : parameters_) parameter.clear();
-    for (std::size_t c = 0; c < columns_.size(); ++c) {
-      const std::string& text = row.fields[c + 1];
-      if (text.empty()) continue;
-      const auto value = format_.parse(text);
-      if (!value) throw ToolError('"' + printable(text) + "\" is not a number");
-      model_.set(parameters_.at(columns_[c].entry.symbol), columns_[c].entry.labels, *value);
-    }
-    for (const auto& [name, parameter] : parameters_) {
-      if (model_.update(parameter, ZDB_MISSING_BASE) == 0) continue;
-      throw ToolError(name + " has a value for labels that are not in the model");
-    }
+void plot(ScenarioSolver& solver, const SweepWriter& writer, const SweepOptions& options) {
+  SweepChart chart;
+  chart.title = options.model.file + ": " + options.scenarios;
+  for (std::size_t i = 0; i < writer.count(); ++i) {
+    const std::optional<double> objective = writer.objectives()[i];
+    if (objective) chart.points.push_back({solver.scenarios().name(i), *objective});
   }
+  chart.without = writer.count() - chart.points.size();
+  chart.base = solver.solveBase().objective;
+  if (chart.points.empty()) throw ToolError("nothing to plot: no scenario has a solution");
+  NewFileOutput file(options.plot);
+  drawSweepChart(chart, file);
+  file.publish();
+}
 
- private:
-  void addColumn(const std::string& name) {
-    for (const Column& column : columns_) {
-      if (column.name == name) throw ToolError(name + " occurs twice in the heading of " + file_);
-    }
-    columns_.push_back({parseEntry(name), name});
-    const std::string& symbol = columns_.back().entry.symbol;
-    parameters_.emplace(symbol, model_.parameter(symbol));
+ExitCode sweep(const SweepOptions& options, Console& console) {
+  ScenarioSolver solver(options);
+  if (options.isDryRun) {
+    printPlan(solver, options, console);
+    return ExitCode::Done;
   }
-
-  std::string place(const CsvRow& row) const {
-    return file_ + ": row " + std::to_string(row.number) + ": ";
+  noteChanges(solver, console);
+  if (!options.plot.empty()) {
+    const NewFileOutput neverPublished(options.plot);
   }
-
-  Model& model_;
-  ValueFormat format_;
-  std::string file_;
-  std::vector<CsvRow> rows_;
-  std::vector<Column> columns_;
-  std::map<std::string, zdbcc::Symbol> parameters_;
-};
-
-/// Solves the scenarios and writes a row for each.
-class Sweep {
- public:
-  Sweep(const SweepOptions& options, Console& console)
-      : options_(options),
-        console_(console),
-        model_(options.model),
-        scenarios_(model_, options.scenarios),
-        format_(model_.database().specialValues()),
-        rows_(console, options.json) {
-    for (const std::string& text : options.shown) shown_.push_back(parseEntry(text));
+  SweepWriter writer(options, solver, console);
+  try {
+    solveRest(solver, writer, options, console);
+  } catch (const ClosedPipeError&) {
+    throw;
+  } catch (...) {
+    writer.finish();
+    throw;
   }
+  writer.finish();
+  if (!options.plot.empty()) plot(solver, writer, options);
+  if (writer.failed() == 0) return ExitCode::Done;
+  console.note(std::to_string(writer.failed()) + " of " + counted(writer.count(), "scenario") +
+               " failed");
+  return ExitCode::SomeFailed;
+}
 
-  void run() {
-    std::vector<std::string> names = {"scenario", "status", "objective", "iterations"};
-    names.insert(names.end(), options_.shown.begin(), options_.shown.end());
-    rows_.table(names, [&] {
-      Progress progress(console_, "scenarios");
-      for (std::size_t i = 0; i < scenarios_.count(); ++i) {
-        solve(i);
-        writeRow(i);
-        progress.update(i + 1, scenarios_.count());
-      }
-    });
-  }
+ExitCode runSweep(const SweepOptions& options, Console& console) {
+  options.limits.check();
+  checkOutputsOf(options);
+  return withMemoryLimit(options.limits.megabytes, [&] { return sweep(options, console); });
+}
 
- private:
-  void solve(std::size_t scenario) {
-    try {
-      scenarios_.apply(scenario);
-      model_.solve(options_.solver);
-    } catch (const std::runtime_error& failure) {
-      throw ToolError(scenarios_.place(scenario) + failure.what());
-    }
-  }
-
-  void writeRow(std::size_t scenario) {
-    const bool isSolved = model_.isSolved();
-    rows_.text(scenarios_.name(scenario));
-    rows_.text(zkitModelStatusText(zkitModelStatus(model_.instance())));
-    isSolved ? rows_.number(zkitObjective(model_.instance()), format_) : rows_.nothing();
-    rows_.integer(zkitIterations(model_.instance()));
-    for (const Entry& entry : shown_) {
-      isSolved ? rows_.number(model_.level(entry), format_) : rows_.nothing();
-    }
-    rows_.endRow();
-  }
-
-  const SweepOptions& options_;
-  Console& console_;
-  Model model_;
-  Scenarios scenarios_;
-  std::vector<Entry> shown_;
-  ValueFormat format_;
-  RowWriter rows_;
-};
-
-void runSweep(const SweepOptions& options, Console& console) {
-  Sweep(options, console).run();
+std::vector<Option> sweepOptions() {
+  std::vector<Option> options = {
+      {.name = "scenarios",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "CSV file, or `-`, with the scenarios",
+       .target = into(&SweepOptions::scenarios),
+       .isRequired = true},
+      {.name = "show",
+       .value = "ENTRY",
+       .text = "Variable or equation entry whose level becomes a column, or a whole symbol",
+       .details = "`buy[bread]` is a column. `buy` and `ship[*,Boston]` are many entries, which go "
+                  "to the file of `--long`. An exchange file gets all of them as symbols.",
+       .target = into(&SweepOptions::shown)},
+      {.name = "long",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "CSV file for whole symbols: a row for each scenario and record",
+       .details = "Its columns: scenario, symbol, label1, label2 and so on, level, marginal, lower "
+                  "and upper.",
+       .target = into(&SweepOptions::records)},
+      {.name = "output",
+       .letter = 'o',
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "File for the results: CSV, or an exchange file if its name ends in `.zxf`",
+       .details = "An exchange file has the set `scenario` with statuses as texts, `objective` and "
+                  "`iterations`, and the shown symbols with the scenario as first label.",
+       .target = into(&SweepOptions::output)},
+      {.name = "plot",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "Picture of the objectives, as SVG: duration curve and histogram",
+       .details = "The duration curve has the largest objective first, over the share of scenarios "
+                  "that reach it. Objectives of the model itself and of both extremes are marked.",
+       .target = into(&SweepOptions::plot)},
+      {.name = "resume",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "Results to go on with, or to begin if they are not there",
+       .details = "Rows that are there are kept, also if the sweep was killed. Refused if model, "
+                  "data, scenarios, options or version are not those with which they were begun, "
+                  "which `FILE.sweep` tells.",
+       .target = into(&SweepOptions::resumed)},
+      {.name = "force",
+       .text = "Write over files that are there",
+       .target = into(&SweepOptions::force)},
+      {.name = "keep-going",
+       .text = "Go on after a scenario that cannot be solved",
+       .details = "It has the status `Failed`, and why in the column `reason`. Without this, the "
+                  "sweep ends there, and keeps the rows before it.",
+       .target = into(&SweepOptions::keepsGoing)},
+      {.name = "dry-run",
+       .text = "Check everything and print what would be done",
+       .target = into(&SweepOptions::isDryRun)},
+      {.name = "start",
+       .value = "WHERE",
+       .kind = Kind::Choice,
+       .text = "Where the solve of a scenario starts",
+       .details = "`base`: at the basis of the model itself, so that no result depends on the "
+                  "other scenarios or their order. `last`: at that of the scenario before, "
+                  "which may be faster; where several solutions are optimal, another order "
+                  "may give another one of them.",
+       .target = into(&SweepOptions::start, {"base", "last"})},
+      solverOption(&SweepOptions::solver)};
+  for (Option& option : limitOptions(&SweepOptions::limits)) options.push_back(std::move(option));
+  options.insert(options.end(), {{.name = "relax",
+                                  .text = "Treat integer columns as continuous",
+                                  .target = into(&SweepOptions::relaxes)},
+                                 jsonOption(&SweepOptions::json)});
+  return withModelOptions(&SweepOptions::model, std::move(options));
 }
 
 }  // namespace
@@ -159,33 +174,34 @@ Verb sweepVerb() {
   return {
       .name = "sweep",
       .summary = "Solves a model once for each scenario of a table",
-      .details = R"(Each solve starts where the last one ended. The results go to standard output as
-CSV: name of the scenario, status, objective and number of iterations. The first column of the table
-has the names of the scenarios, the heading of every other column is an entry of an updatable
-parameter, and an empty field means the model's own value:
+      .details = R"(The first column of the table has the names of the scenarios, the heading of
+every other column is an entry of an updatable parameter, and an empty field means the model's own
+value:
 
     scenario,price[bread],price[milk]
     dear bread,3.5,
     dear milk,,2.2
 
-A scenario without an optimal solution has its status and empty fields; one that cannot be solved at
-all, for example because a price is infinite, ends the results with a message that names its row.)",
+Commas, semicolons and tabs separate fields, as the heading shows. All is checked before the first
+solve, and nothing is written if something is wrong.
+
+The results are CSV: name of the scenario, status, objective, number of iterations, and what is
+shown. Each row is written when it is known. A scenario without a solution has its status and empty
+fields; one that cannot be solved at all, for example because the solver fails, ends the results
+with a message that names its row.)",
       .operands = {modelOperand(&SweepOptions::model)},
-      .options = withModelOptions(
-          &SweepOptions::model, {{.name = "scenarios",
-                                  .value = "FILE",
-                                  .kind = Kind::File,
-                                  .text = "CSV file, or `-`, with the scenarios",
-                                  .target = into(&SweepOptions::scenarios),
-                                  .isRequired = true},
-                                 {.name = "show",
-                                  .value = "ENTRY",
-                                  .text = "Variable or equation entry whose level becomes a column",
-                                  .target = into(&SweepOptions::shown)},
-                                 solverOption(&SweepOptions::solver),
-                                 jsonOption(&SweepOptions::json)}),
+      .options = sweepOptions(),
       .examples = {{"zdbcc sweep diet.mod --scenarios prices.csv --show 'buy[bread]' > results.csv",
-                    "Costs and an amount for each row of prices"}},
+                    "Costs and an amount for each row of prices"},
+                   {"zdbcc sweep plan.mps --scenarios s.csv --resume results.csv --keep-going",
+                    "Many scenarios, also after a break"},
+                   {"zdbcc sweep plan.mps --scenarios s.csv --show ship -o results.zxf",
+                    "All of a variable, with the scenario as first label"}},
+      .exitCodes = {{ExitCode::Done, "All scenarios were solved, or found to have no solution."},
+                    {ExitCode::Failed, "Something is wrong or failed; rows before it are kept."},
+                    {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
+                    {ExitCode::SomeFailed, "All were tried, and some failed (`--keep-going`)."},
+                    {ExitCode::Interrupted, "Ctrl-C; rows of solved scenarios are kept."}},
       .action = runs(runSweep)};
 }
 

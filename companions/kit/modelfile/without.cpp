@@ -24,6 +24,17 @@ int zkitReadModelX(const char* /*file*/, const char* /*data*/, const char* /*sys
   return refuse(message, size);
 }
 
+int zkitReadModelWith(const zkitReadOptions* /*options*/, void** instance, char* message,
+                      int size) {
+  if (instance != nullptr) *instance = nullptr;
+  return refuse(message, size);
+}
+
+int zkitListParams(const zkitReadOptions* /*options*/, zkitNameCallback_t /*receive*/,
+                   void* /*user*/, char* message, int size) {
+  return refuse(message, size);
+}
+
 int zkitConfinement(char* message, int size) {
   refuse(message, size);
   return ZKIT_UNCONFINED;

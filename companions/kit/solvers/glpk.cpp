@@ -10,6 +10,8 @@
 #include <cmath>
 #include <csetjmp>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "kit/solvers/solver.h"
@@ -50,20 +52,28 @@ class Problem {
   void change(const LinearModel& model, const Changes& changes);
   void solve(const Changes* changes, const StopToken& stop, Solution& solution);
 
+  void keepStart();
+  void goBack(const LinearModel& model);
+
   Outcome outcome = Outcome::SolverFailed;
 
  private:
   void setColumn(const LinearModel& model, int column);
   void setBounds(const LinearModel& model, int column);
   void setRow(const LinearModel& model, int row);
+  void keepBounds(const LinearModel& model);
   int simplex(int method, const StopToken& stop);
   Outcome relaxationOutcome(int code, const StopToken& stop) const;
   Outcome branch(int iterationsBefore, const StopToken& stop, Solution& solution);
   void fixIntegers(const StopToken& stop, Solution& solution);
+  int messageLevel(const StopToken& stop) const {
+    return stop.log().isOn() ? GLP_MSG_ALL : GLP_MSG_OFF;
+  }
   bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
   void fetch(Solution& solution) const;
 
   glp_prob* problem_ = nullptr;
+  glp_prob* start_ = nullptr;  // a copy
   std::vector<char> integer_;
   std::vector<double> lower_;  // of columns, to be put back when integer ones were fixed
   std::vector<double> upper_;
@@ -81,6 +91,7 @@ void Problem::load(const LinearModel& model) {
   values_.resize(indices_.size());
   glp_add_rows(problem_, model.rowCount());
   glp_add_cols(problem_, model.columnCount());
+  glp_set_obj_coef(problem_, 0, model.offset);
   for (int i = 0; i < model.rowCount(); ++i) setRow(model, i);
   for (int j = 0; j < model.columnCount(); ++j) {
     setBounds(model, j);
@@ -112,6 +123,7 @@ void Problem::setColumn(const LinearModel& model, int column) {
 }
 
 void Problem::change(const LinearModel& model, const Changes& changes) {
+  glp_set_obj_coef(problem_, 0, model.offset);
   for (const int j : changes.columns) setBounds(model, j);
   for (const int i : changes.rows) setRow(model, i);
   for (const int j : changes.costs) glp_set_obj_coef(problem_, j + 1, model.cost[j]);
@@ -120,10 +132,24 @@ void Problem::change(const LinearModel& model, const Changes& changes) {
     if (column != previous) setColumn(model, column);
     previous = column;
   }
-  if (!integer_.empty()) {
-    lower_ = model.lower;
-    upper_ = model.upper;
-  }
+  keepBounds(model);
+}
+
+void Problem::keepBounds(const LinearModel& model) {
+  if (integer_.empty()) return;
+  lower_ = model.lower;
+  upper_ = model.upper;
+}
+
+// A copy of the whole: changes of coefficients leave them in another order, which sums depend on.
+void Problem::keepStart() {
+  start_ = glp_create_prob();
+  glp_copy_prob(start_, problem_, GLP_OFF);
+}
+
+void Problem::goBack(const LinearModel& model) {
+  glp_copy_prob(problem_, start_, GLP_OFF);
+  keepBounds(model);
 }
 
 void Problem::solve(const Changes* changes, const StopToken& stop, Solution& solution) {
@@ -156,7 +182,7 @@ bool isUndecided(glp_prob* problem) {
 int Problem::simplex(int method, const StopToken& stop) {
   glp_smcp how;
   glp_init_smcp(&how);
-  how.msg_lev = GLP_MSG_OFF;
+  how.msg_lev = messageLevel(stop);
   how.meth = method;
   bool isNewBasis = false;
   const int first = glp_get_it_cnt(problem_);
@@ -197,35 +223,45 @@ Outcome Problem::relaxationOutcome(int code, const StopToken& stop) const {
   }
 }
 
-// What a search keeps to.
-struct SearchLimits {
+// What a search keeps to, and how far it has come.
+struct Search {
   const StopToken& stop;
   int before;  // iterations, of which GLPK counts all that the problem ever took
+  double bound;
+  bool isCloseEnough = false;
   bool isSpent(int iterations) const {
     return stop.iterationLimit() > 0 && iterations - before >= stop.iterationLimit();
   }
 };
 
+// GLPK has no absolute gap, and the tree is gone when the search returns.
 void lookAtLimits(glp_tree* tree, void* limits) {
-  const auto* search = static_cast<const SearchLimits*>(limits);
-  const bool isSpent = search->isSpent(glp_get_it_cnt(glp_ios_get_prob(tree)));
-  if (isSpent || search->stop.isStopRequested()) glp_ios_terminate(tree);
+  auto* search = static_cast<Search*>(limits);
+  glp_prob* problem = glp_ios_get_prob(tree);
+  const int best = glp_ios_best_node(tree);
+  if (best != 0) search->bound = std::max(search->bound, glp_ios_node_bound(tree, best));
+  search->isCloseEnough = search->stop.hasGap() && glp_mip_status(problem) == GLP_FEAS &&
+                          search->stop.isCloseEnough(glp_mip_obj_val(problem), search->bound);
+  const bool isSpent = search->isSpent(glp_get_it_cnt(problem));
+  if (isSpent || search->isCloseEnough || search->stop.isStopRequested()) glp_ios_terminate(tree);
 }
 
 Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& solution) {
   glp_iocp how;
   glp_init_iocp(&how);
-  how.msg_lev = GLP_MSG_OFF;
+  how.msg_lev = messageLevel(stop);
   how.gmi_cuts = GLP_ON;
   how.mir_cuts = GLP_ON;
-  SearchLimits limits = {stop, iterationsBefore};
+  Search search = {stop, iterationsBefore, glp_get_obj_val(problem_)};
   how.cb_func = lookAtLimits;
-  how.cb_info = &limits;
+  how.cb_info = &search;
   const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
   if (left > 0) how.tm_lim = left;
   const int code = glp_intopt(problem_, &how);
   const int status = glp_mip_status(problem_);
   if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(stop, solution);
+  solution.bound = status == GLP_OPT ? glp_mip_obj_val(problem_) : search.bound;
+  if (code == GLP_ESTOP && search.isCloseEnough) return Outcome::Optimal;
   if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isStopRequested())) return stop.reason();
   if (code == GLP_ESTOP) return Outcome::IterationLimit;
   if (code == GLP_EFAIL) return Outcome::Stopped;
@@ -244,7 +280,7 @@ void Problem::fixIntegers(const StopToken& stop, Solution& solution) {
   }
   glp_smcp how;
   glp_init_smcp(&how);
-  how.msg_lev = GLP_MSG_OFF;
+  how.msg_lev = messageLevel(stop);
   how.meth = GLP_DUALP;
   const bool isSolved = !stop.isStopRequested() && glp_simplex(problem_, &how) == 0;
   if (isSolved && glp_get_status(problem_) == GLP_OPT) {
@@ -278,10 +314,37 @@ void Problem::fetch(Solution& solution) const {
   solution.hasLevels = true;
 }
 
-// GLPK turns its output on to tell of its errors.
-int printNothing(void* /*user*/, const char* /*text*/) {
-  return 1;
-}
+// Takes what GLPK says, in pieces, and passes it on line by line. GLPK turns its output on by
+// itself to tell of its errors.
+class Terminal {
+ public:
+  void setLog(const Log& log) {
+    log_ = log;
+    line_.clear();
+    glp_term_out(log.isOn() ? GLP_ON : GLP_OFF);
+    glp_term_hook(take, this);
+  }
+
+ private:
+  static int take(void* terminal, const char* text) {
+    auto& own = *static_cast<Terminal*>(terminal);
+    boundary::guarded(false, [&] { return own.add(text); });
+    return 1;
+  }
+  bool add(std::string_view text) {
+    if (!log_.isOn()) return true;
+    for (const char c : text) {
+      if (c != '\n') line_ += c;
+      if (c != '\n') continue;
+      log_.lineFromSolver(line_.c_str());
+      line_.clear();
+    }
+    return true;
+  }
+
+  Log log_;
+  std::string line_;
+};
 
 void jumpOut(void* place) {
   std::longjmp(*static_cast<std::jmp_buf*>(place), 1);
@@ -295,27 +358,35 @@ class Glpk : public Solver {
   }
 
   void load(const LinearModel& model) override {
-    run([&] { problem_.load(model); });
+    run({}, [&] { problem_.load(model); });
   }
   void change(const LinearModel& model, const Changes& changes) override {
-    run([&] { problem_.change(model, changes); });
+    run({}, [&] { problem_.change(model, changes); });
   }
   Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
-    run([&] { problem_.solve(changes, stop, solution); });
+    run(stop.log(), [&] { problem_.solve(changes, stop, solution); });
     return problem_.outcome;
+  }
+
+  bool keepStart() override {
+    run({}, [&] { problem_.keepStart(); });
+    return true;
+  }
+  void goBack(const LinearModel& model, const Changes& /*changes*/) override {
+    run({}, [&] { problem_.goBack(model); });
   }
 
  private:
   template <typename Task>
-  void run(Task task) {
+  void run(const Log& log, Task task) {
     bool isDone = false;
-    worker_.run([&] { isDone = boundary::guarded(false, [&] { return finishes(task); }); });
+    worker_.run([&] { isDone = boundary::guarded(false, [&] { return finishes(log, task); }); });
     if (!isDone) throw std::runtime_error("glpk failed: out of memory or an internal error");
   }
 
   // After a jump the problem is gone with all memory that GLPK had.
   template <typename Task>
-  static bool finishes(Task& task) {
+  bool finishes(const Log& log, Task& task) {
     constexpr int wasThere = 1;
     if (glp_init_env() > wasThere) return false;  // where all others would end the process
     std::jmp_buf place;
@@ -324,8 +395,7 @@ class Glpk : public Solver {
       glp_free_env();
       return false;
     }
-    glp_term_out(GLP_OFF);
-    glp_term_hook(printNothing, nullptr);
+    terminal_.setLog(log);
     glp_error_hook(jumpOut, &place);
     task();
     glp_error_hook(nullptr, nullptr);
@@ -333,10 +403,15 @@ class Glpk : public Solver {
   }
 
   Problem problem_;
+  Terminal terminal_;
   Worker worker_;
 };
 
 }  // namespace
+
+const char* glpkVersion() {
+  return glp_version();
+}
 
 std::unique_ptr<Solver> makeGlpk() {
   return std::make_unique<Glpk>();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string_view>
 
 #include "kit/linearmodel.h"
@@ -26,6 +27,13 @@ class Solver {
   /// there are levels.
   virtual Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) = 0;
 
+  /// Keeps problem and basis as they are after a solve, for goBack(); false if the solver cannot.
+  virtual bool keepStart() { return false; }
+  /// Returns to the problem and the basis that were kept, so that a solve after that goes as if
+  /// there had been none in between. `changes` are those that lead from the problem as it is now
+  /// to `model`, the one that was kept.
+  virtual void goBack(const LinearModel& /*model*/, const Changes& /*changes*/) {}
+
  protected:
   Solver() = default;
 };
@@ -36,14 +44,29 @@ struct Engine {
   bool solvesMip;  ///< in addition to LP and RMIP
   bool worksInPlace;
   std::unique_ptr<Solver> (*make)();  ///< null: the kit was built without this solver
+  const char* (*version)();           ///< "" if it cannot be used here; null as above
+  const char* (*reason)();            ///< why it cannot be used here, or ""; null: always can
+
+  /// Why it cannot be used, or "". Never freed.
+  const char* whyNot() const;
+  bool isUsable() const { return *whyNot() == '\0'; }
 };
+
+/// In the order in which they are numbered, from 0.
+std::span<const Engine> engines();
 
 /// Null for an unknown name. Case does not matter.
 const Engine* findEngine(std::string_view name);
 
-/// Each is in a separate source file, the only one that includes the solver's headers.
+/// Each is in a separate source file, the only one that includes the solver's headers. HiGHS has
+/// none: it is found at run time.
 std::unique_ptr<Solver> makeClp();
 std::unique_ptr<Solver> makeCbc();
 std::unique_ptr<Solver> makeGlpk();
+std::unique_ptr<Solver> makeHighs();
+const char* clpVersion();
+const char* cbcVersion();
+const char* glpkVersion();
+const char* highsVersion();
 
 }  // namespace zdb::kit

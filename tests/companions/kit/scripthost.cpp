@@ -66,7 +66,9 @@ FunctionTable makeTable() {
   ADD(zkitModelStatusText), ADD(zkitSolveStatusText), ADD(zkitObjectiveColumn);
   ADD(zkitObjective), ADD(zkitDirection), ADD(zkitSolve), ADD(zkitSolveMessage);
   ADD(zkitIterations), ADD(zkitSeconds), ADD(zkitRowName), ADD(zkitColumnName), ADD(zkitSetLog);
-  ADD(zkitTerminate), ADD(zkitSetLimits);
+  ADD(zkitTerminate), ADD(zkitSetLimits), ADD(zkitSetGap), ADD(zkitBound), ADD(zkitGap);
+  ADD(zkitSetDirection), ADD(zkitInfeasibleSet), ADD(zkitInfeasibleRows);
+  ADD(zkitInfeasibleColumns), ADD(zkitSolverCount), ADD(zkitDefaultSolver), ADD(zkitSetStart);
   return table;
 }
 
@@ -232,7 +234,7 @@ class KitHost : public Host {
 int main(int argc, char** argv) {
   zdb::script::KitHost host;
   std::vector<zdb::script::Way> ways;
-  for (const char* solver : zdb::test::kit::kSolvers) {
+  for (const char* solver : zdb::test::kit::solvers()) {
     ways.emplace_back().name = solver;
     ways.back().settings = {{"configuration", KIT_DIRECTORY "/zrncmpun.txt"},
                             {"directory", KIT_DIRECTORY},

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "model.h"
+#include "solvelimits.h"
+
+namespace zdb::tool {
+
+/// Where the solve of a scenario starts: at the basis of the model itself, or at that of whichever
+/// scenario was solved last.
+enum class SweepStart { Base, Last };
+
+/// What `zdbcc sweep` is told, and each of its workers.
+struct SweepOptions {
+  ModelSource model;
+  std::string scenarios;
+  std::vector<std::string> shown;
+  std::string solver;
+  SolveLimits limits;
+  bool relaxes = false;
+  SweepStart start = SweepStart::Base;
+  std::string output;   ///< empty: standard output
+  std::string records;  ///< of whole symbols, in long form
+  std::string resumed;  ///< an output that was begun earlier
+  std::string plot;
+  bool keepsGoing = false;
+  bool isDryRun = false;
+  bool force = false;
+  bool json = false;
+
+  /// The output, or "".
+  const std::string& target() const { return resumed.empty() ? output : resumed; }
+  bool writesExchangeFile() const { return target().ends_with(".zxf"); }
+};
+
+}  // namespace zdb::tool
