@@ -140,7 +140,7 @@ SweepWriter::SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Co
     const std::string changes = fingerprint.changesSince(readText(file));
     if (!changes.empty()) {
       throw ToolError(options_.resumed +
-                      " cannot be resumed: other than when it was begun: " + changes);
+                      " cannot be resumed: changed since it was begun: " + changes);
     }
   }
   isOld ? resume(text) : begin(text);
