@@ -2,12 +2,14 @@
 # Runs in the folder of documents_test.py, at first and before each command.
 case ${1-first} in
   *"--to tables") rm -r tables && exit ;; # which are read before they are written
+  *"--resume results.csv"*) rm -f results.csv && exit ;; # which another sweep began
   first) ;;
   *) exit 0 ;;
 esac
 cp build/demo/diet.zxf build/demo/diet-changed.zxf .
 cp transport.mps plan.mps
 cp transport-scenarios.csv s.csv
+cp diet-scenarios.csv days.csv
 mkdir -p .config/fish/completions
 
 # import OUT SPEC...: as zdbcc import, without its report
