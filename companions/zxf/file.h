@@ -1,7 +1,6 @@
 // Files: positioned reading, and writing that takes the target's place in one step.
 #pragma once
 
-#include <cerrno>
 #include <cstdint>
 #include <string>
 
@@ -10,15 +9,8 @@
 
 namespace zdb::zxfile {
 
-/// Makes a system call again as long as a signal interrupts it.
-template <typename Call>
-auto uninterrupted(Call call) {
-  auto result = call();
-  while (result < 0 && errno == EINTR) result = call();
-  return result;
-}
-
 using contract::Descriptor;
+using contract::uninterrupted;
 
 /// A regular file that is read by position. Not mapped: a mapped file that another process shortens
 /// would end this one with a signal instead of an error.

@@ -18,8 +18,8 @@ inline constexpr bool kIsHandleOut =
     std::is_same_v<Parameter, zdbSymbol_t*> || std::is_same_v<Parameter, zdbRecord_t*> ||
     std::is_same_v<Parameter, zdbDV_t*>;
 
-/// The twin of a plain function: it has the same parameters except the handle, and the status at
-/// the end.
+/// The twin of a plain function: it has the same parameters and the status at the end. It has the
+/// handle, by value, only if the plain function takes one in its place.
 template <typename Plain>
 struct Twin;
 
@@ -36,25 +36,27 @@ struct Twin<int (*)(Parameters...)> {
 
   template <typename... Arguments>
   Handle operator()(ZDB* db, Arguments... arguments) const {
+    constexpr bool kTakesHandle = sizeof...(Arguments) == sizeof...(Parameters);
     const auto given = std::make_tuple(db, arguments...);
     int* status = std::get<sizeof...(Arguments)>(given);
     return pyTwin<std::remove_pointer_t<Handle>>(function, db, status, [&](Out out) {
-      return call(given, out, std::index_sequence_for<Parameters...>());
+      if constexpr (kTakesHandle) *out = std::get<kPlace>(given);
+      return call<kTakesHandle>(given, out, std::index_sequence_for<Parameters...>());
     });
   }
 
  private:
-  template <typename Given, std::size_t... I>
+  template <bool TakesHandle, typename Given, std::size_t... I>
   int call(const Given& given, Out out, std::index_sequence<I...> /*positions*/) const {
-    return plain(pick<I>(given, out)...);
+    return plain(pick<I, TakesHandle>(given, out)...);
   }
 
-  template <std::size_t I, typename Given>
+  template <std::size_t I, bool TakesHandle, typename Given>
   static auto pick(const Given& given, Out out) {
     if constexpr (I == kPlace) {
       return out;
     } else {
-      return std::get<(I < kPlace ? I : I - 1)>(given);
+      return std::get<(I < kPlace || TakesHandle ? I : I - 1)>(given);
     }
   }
 };

@@ -176,12 +176,4 @@ int zdbSelectRecordStorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType)
   });
 }
 
-zdbSymbol_t zdbSelectRecordStoragePy(zdbHandle_t db, zdbSymbol_t symbol, int storageType,
-                                     int* status) {
-  return pyTwin<AbstractZDBSymbol>(__func__, db, status, [&](zdbSymbol_t* out) {
-    *out = symbol;
-    return zdbSelectRecordStorage(db, out, storageType);
-  });
-}
-
 }  // namespace zdb

@@ -176,6 +176,10 @@ class AbstractZDBSymbol {
     aliasTarget->isDomain = true;
   }
 
+  /// Makes a new symbol a copy of another one but for the storage: flags, domains and records.
+  /// REQUIRES both have the same name, dimension and type.
+  void assign(AbstractZDBSymbol& other);
+
   bool isAlias() const { return type == TypeAlias; }
   bool isUniverse() const { return number == -1; }
 };

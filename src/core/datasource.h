@@ -1,6 +1,10 @@
 #pragma once
 
+#include <memory>
+#include <vector>
+
 #include "core/functionref.h"
+#include "core/lasterror.h"
 
 namespace zdb {
 
@@ -39,6 +43,26 @@ class DataSource {
   virtual bool read(const AbstractZDBSymbol& symbol, RecordSink sink) = 0;
   /// Whether records are delivered in the database's key order.
   virtual bool isInKeyOrder() const = 0;
+};
+
+/// The data sources of a database, at most one of each kind, and which of them symbols that are not
+/// loaded yet come from.
+class DataSources {
+ public:
+  InitSource current() const { return current_; }
+  void setCurrent(InitSource state) { current_ = state; }
+  /// Null if none of this kind is attached.
+  DataSource* find(int kind) const;
+  /// Replaces a source of the same kind that was attached before.
+  DataSource& attach(std::unique_ptr<DataSource> source);
+  void drop(InitSource kind);
+  /// Reads a symbol's records from the current source. The symbol counts as loaded even if that
+  /// fails, and remembers why it did. `error` is the database's last one.
+  bool load(AbstractZDBSymbol& symbol, LastError& error) const;
+
+ private:
+  InitSource current_ = FROM_NOSOURCE;
+  std::vector<std::unique_ptr<DataSource>> sources_;
 };
 
 }  // namespace zdb

@@ -159,6 +159,37 @@ int UELList::mergeMany(const std::string_view* texts, int count, int* numbers, L
   return good;
 }
 
+bool UELList::areNumbers(const int* numbers, int count, const std::string& symbol) const {
+  const int highest = size() - 1;
+  for (int i = 0; i < count; ++i) {
+    if (numbers[i] < 1) {
+      return error_.set(
+          ErrorNotFound,
+          "Error when adding record to symbol %s: UEL needs to be greater than zero but is %d",
+          symbol.c_str(), numbers[i]);
+    }
+    if (numbers[i] > highest) {
+      return error_.set(
+          ErrorNotFound,
+          "Error when adding record to symbol %s: UEL %d is unknown. Largest known UEL is %d",
+          symbol.c_str(), numbers[i], highest);
+    }
+  }
+  return true;
+}
+
+bool UELList::findAll(const char* const* texts, int count, const std::string& symbol,
+                      int* numbers) {
+  for (int i = 0; i < count; ++i) {
+    if (!find(texts[i], numbers[i])) return false;
+    if (numbers[i] < 0) {
+      return error_.set(ErrorNotFound, "Cannot find element %s (on position %d) in Symbol %s",
+                        texts[i], i + 1, symbol.c_str());
+    }
+  }
+  return true;
+}
+
 bool UnorderedMapUELList::makeKey(const char* text, std::string& key) const {
   if (std::strchr(text, '\'') != nullptr && std::strchr(text, '"') != nullptr) {
     return error_.set(ErrorLabel, kMixedQuotes, text);

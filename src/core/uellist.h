@@ -88,6 +88,10 @@ class UELList final : public IUELList {
   /// Adds labels or finds them, up to the first text that is not valid, for which `check` says why.
   /// Returns how many have their number. Throws std::bad_alloc; what was added before stays.
   int mergeMany(const std::string_view* texts, int count, int* numbers, LabelCheck& check);
+  /// Whether all labels of a record's key exist; reports the first that does not for `symbol`.
+  bool areNumbers(const int* numbers, int count, const std::string& symbol) const;
+  /// Looks up the labels of a record's key; reports the first that is unknown or not valid.
+  bool findAll(const char* const* texts, int count, const std::string& symbol, int* numbers);
   /// Removes the labels from this number on.
   void truncate(int size) noexcept { list_.truncate(size); }
 

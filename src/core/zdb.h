@@ -3,14 +3,14 @@
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "core/abstractzdbsymbol.h"
 #include "core/datasource.h"
 #include "core/lasterror.h"
+#include "core/log.h"
+#include "core/ownedsymbols.h"
 #include "core/specialvalues.h"
 #include "core/strpool.h"
-#include "core/symtable.h"
 #include "core/uellist.h"
 #include "core/zxfhandle.h"
 
@@ -45,12 +45,6 @@ bool isDomainName(ZDB& db, const char* name);
 /// whether that storage is unknown, which is reported.
 bool isStorageUnknown(ZDB& db, const std::string& symbolName);
 
-/// Receives the log lines of a database as short strings, with the caller's user pointer.
-struct LogCallback {
-  int (*print)(const char* text, void* user) = nullptr;
-  void* user = nullptr;
-};
-
 /// One database: labels, element texts, symbols, special values, data sources and the last error.
 ///
 /// It owns these; what works on them is in the layers symbols (records, domain checks, arrays,
@@ -70,7 +64,6 @@ class ZDB {
   /// Loads the companion from `directory`. If that fails, there is a message in the last-error
   /// text, and the database works except for files.
   ZDB(SymbolFactory makeSymbol, const std::string& directory);
-  ~ZDB();
   ZDB(const ZDB&) = delete;
   ZDB& operator=(const ZDB&) = delete;
 
@@ -92,8 +85,8 @@ class ZDB {
   void clearError() { lastError_.clear(); }
 
   /// Writes a line to the log callback, or to standard output if there is none.
-  void PrintLog(const char* text) const;
-  void setLogCallback(LogCallback log) { log_ = log; }
+  void PrintLog(const char* text) const { log_.print(text); }
+  void setLogCallback(LogCallback callback) { log_.setCallback(callback); }
 
   // Special values, labels and texts.
 
@@ -123,18 +116,22 @@ class ZDB {
   bool GetElemText(int number, char* out) const;
 
   /// Whether all label numbers of the key exist; reports the first that does not.
-  bool uelsInRange(const AbstractZDBSymbol* symbol, const int* keys);
+  bool uelsInRange(const AbstractZDBSymbol* symbol, const int* keys) {
+    return labels_.areNumbers(keys, symbol->dim, symbol->name);
+  }
   /// Looks up the labels of a key without adding any; reports the first that is unknown or invalid.
-  bool strKeysToUelIndices(const AbstractZDBSymbol* symbol, const char* const* texts, int* keys);
+  bool strKeysToUelIndices(const AbstractZDBSymbol* symbol, const char* const* texts, int* keys) {
+    return labels_.findAll(texts, symbol->dim, symbol->name, keys);
+  }
   /// The key as in messages: ("i1","j2").
   static std::string joinKeys(const char* const* texts, int count);
   std::string joinKeys(const int* numbers, int count) const;
 
   // Symbols.
 
-  AbstractZDBSymbol* universe() const { return universe_.get(); }
-  symtable::TSymbolTable& symbols() { return symbols_; }
-  const symtable::TSymbolTable& symbols() const { return symbols_; }
+  AbstractZDBSymbol* universe() const { return symbols_.universe(); }
+  symtable::TSymbolTable& symbols() { return symbols_.table(); }
+  const symtable::TSymbolTable& symbols() const { return symbols_.table(); }
   /// Whether the symbol belongs to this database; if not, reports it as `name`.
   bool owns(const AbstractZDBSymbol& symbol, const char* name) {
     return symbol.database == this ||
@@ -154,7 +151,9 @@ class ZDB {
   std::unique_ptr<AbstractZDBSymbol> symbolFactory(int storageType, AbstractZDBSymbol* from);
   /// Takes ownership and adds the symbol to the table.
   /// REQUIRES no symbol has this name.
-  AbstractZDBSymbol* insertSymbol(std::unique_ptr<AbstractZDBSymbol> symbol);
+  AbstractZDBSymbol* insertSymbol(std::unique_ptr<AbstractZDBSymbol> symbol) {
+    return symbols_.add(std::move(symbol));
+  }
   /// Moves the records of a symbol, which may be the universe, to another storage. The returned
   /// symbol replaces the given one, whose handle becomes invalid; null (and no change) for an
   /// unknown storage.
@@ -173,7 +172,7 @@ class ZDB {
   bool StopWriteRecording();
   /// Marks the symbol as changed if write recording is active.
   void markWritten(AbstractZDBSymbol* symbol) const {
-    if (writeRecording_) symbol->isWritten = true;
+    if (symbols_.isRecording()) symbol->isWritten = true;
   }
 
   /// Whether a check of all symbols is in progress, during which the look-ups of domains are kept.
@@ -203,13 +202,15 @@ class ZDB {
 
   // Data sources.
 
-  int GetInitFrom() const { return initFrom_; }
-  void setInitFrom(InitSource state) { initFrom_ = state; }
+  int GetInitFrom() const { return sources_.current(); }
+  void setInitFrom(InitSource state) { sources_.setCurrent(state); }
   /// The source of a kind, whatever the state of the database; null if none is attached.
-  DataSource* source(int kind) const;
+  DataSource* source(int kind) const { return sources_.find(kind); }
   /// Takes ownership. Replaces a source of the same kind that was attached before.
-  DataSource& attachSource(std::unique_ptr<DataSource> source);
-  void dropSource(InitSource kind);
+  DataSource& attachSource(std::unique_ptr<DataSource> source) {
+    return sources_.attach(std::move(source));
+  }
+  void dropSource(InitSource kind) { sources_.drop(kind); }
 
   /// Where the companions are loaded from; empty for the default search.
   const std::string& directory() const { return directory_; }
@@ -224,7 +225,7 @@ class ZDB {
   }
   /// Reads a symbol's records from the source on first use. The symbol counts as loaded even if
   /// that fails, and remembers why it did.
-  bool LoadSymbol(AbstractZDBSymbol* symbol);
+  bool LoadSymbol(AbstractZDBSymbol* symbol) { return sources_.load(*symbol, lastError_); }
   /// These three read a symbol's records from the source of their kind.
   /// REQUIRES that source is attached.
   bool LoadSymbolFromZXF(AbstractZDBSymbol* symbol, RecordSink sink) const;
@@ -264,22 +265,14 @@ class ZDB {
   SymbolFactory makeSymbol_;
   std::string directory_;
   ZXFHandle zxf_;
-  LogCallback log_;
+  Log log_;
   int defaultStorage_ = static_cast<int>(dmap::StorageTypes::Map);
-  bool writeRecording_ = false;
   bool domainCheckInProgress_ = false;
   SpecialValueMap specialValues_;
   uellist::UELList labels_{lastError_};
   strpool::TStrHashPool texts_;
-  symtable::TSymbolTable symbols_;
-  std::uint64_t lastSerial_ = 0;  ///< of a symbol in the table, which may have been removed
-  std::unique_ptr<AbstractZDBSymbol> universe_;
-  InitSource initFrom_ = FROM_NOSOURCE;
-  std::vector<std::unique_ptr<DataSource>> sources_;  ///< at most one of each kind
+  DataSources sources_;
+  OwnedSymbols symbols_;
 };
-
-/// Writes a trace line to standard output and flushes it; each level beyond 1 is indented by two
-/// blanks. The caller tests ZDB::debugLevel.
-void debug_out(const char* text, int depth);
 
 }  // namespace zdb

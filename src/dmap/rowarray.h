@@ -1,4 +1,12 @@
 // A growable array of rows of numbers that does not touch rows before they are used.
+//
+// How many numbers a row has is known at run time only, so a std::vector of structs would have to
+// take the widest; two of these, for keys and values, make a `DMapVector`. For a million records of
+// three labels and a double that takes 20 bytes each and 2.4 ns to load, or 1.3 if their number is
+// known before; a std::vector of pairs, which alignment makes 24 bytes long, takes 2.5 and 1.1
+// (`make bench`, load_sorted). A std::vector of numbers zeroes a length that it is given, in a pass
+// over all its memory; here that is done when a row is read that was never written. Whatever makes
+// the array longer may move the rows, so that pointers to them become invalid.
 #pragma once
 
 #include <algorithm>

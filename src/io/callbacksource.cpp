@@ -86,17 +86,17 @@ bool ZDB::SetDataCallbacks(bool clear, const DataCallbacks& callbacks,
                            const double* specialValues) {
   if (!isAtRest(*this)) return false;  // by the source that would be replaced
   attachSource(std::make_unique<CallbackSource>(*this, callbacks, specialValues));
-  initFrom_ = FROM_DATACALLBACKS;
-  log_ = {callbacks.print, callbacks.user};
-  if (clear) symbols_.clearAndUnload();
+  setInitFrom(FROM_DATACALLBACKS);
+  log_.setCallback({callbacks.print, callbacks.user});
+  if (clear) symbols().clearAndUnload();
   return true;
 }
 
 bool ZDB::InitFromDMRF(const DataCallbacks& callbacks) {
   static constexpr double specialValues[] = {1.0E300, 2.0E300, 3.0E300, 4.0E300, 5.0E300};
   if (!SetDataCallbacks(false, callbacks, specialValues)) return false;
-  initFrom_ = FROM_DMRF;  // first, so that what is unloaded can be loaded whatever happens
-  symbols_.clearAndUnload();
+  setInitFrom(FROM_DMRF);  // first, so that what is unloaded can be loaded whatever happens
+  symbols().clearAndUnload();
   return true;
 }
 

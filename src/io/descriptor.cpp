@@ -1,8 +1,6 @@
 #include "io/descriptor.h"
 
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -48,8 +46,8 @@ bool isOpenFor(ZDB& db, int fd, int wrongMode, const char* use) {
 
 /// A file without a name, in memory.
 bool makeMemoryFile(ZDB& db, Descriptor& file) {
-  file = Descriptor(::memfd_create("zxf", MFD_CLOEXEC));
-  return file.get() >= 0 || failSystem(db, "Cannot make a file in memory");
+  file = contract::makeMemoryFile("zxf");
+  return file.valid() || failSystem(db, "Cannot make a file in memory");
 }
 
 /// Keeps the signal of a pipe that nobody reads, which would end the process, from this thread.
@@ -86,26 +84,13 @@ class PipeSignalHeldBack {
 /// False, with errno set, if not all could be written.
 bool writeAll(int fd, const char* bytes, std::size_t count) {
   const PipeSignalHeldBack heldBack;
-  while (count > 0) {
-    const ssize_t put = ::write(fd, bytes, count);
-    if (put >= 0) {
-      bytes += put;
-      count -= static_cast<std::size_t>(put);
-    } else if (errno == EAGAIN) {  // one that does not wait by itself
-      pollfd ready{fd, POLLOUT, 0};
-      ::poll(&ready, 1, -1);
-    } else if (errno != EINTR) {
-      return false;
-    }
-  }
-  return true;
+  return contract::writeAll(fd, {bytes, count});
 }
 
 /// False, with errno set, if there are fewer bytes. Also for files that others may shorten.
 bool readAll(int fd, off_t place, char* bytes, std::size_t count) {
   while (count > 0) {
-    const ssize_t got = ::pread(fd, bytes, count, place);
-    if (got < 0 && errno == EINTR) continue;
+    const ssize_t got = contract::uninterrupted([&] { return ::pread(fd, bytes, count, place); });
     if (got == 0) errno = EIO;
     if (got <= 0) return false;
     bytes += got;

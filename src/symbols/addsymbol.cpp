@@ -60,6 +60,7 @@ bool appendDomains(ZDB& db, AbstractZDBSymbol& symbol, AbstractZDBSymbol* const*
 /// Makes the new symbol, which is not in the table yet; null and a message if it cannot be added.
 std::unique_ptr<AbstractZDBSymbol> newSymbol(ZDB& db, const std::string& name, int dim, int type,
                                              int userInfo, const std::string& explText) {
+  if (db.GetInitFrom() == FROM_NOSOURCE) db.setInitFrom(FROM_MEMORY);
   if (db.symbols().contains(name.c_str())) {
     db.setLastError(ErrorExists, "Symbol %s exists already", name.c_str());
     return nullptr;
@@ -87,7 +88,6 @@ AbstractZDBSymbol* enter(ZDB& db, std::unique_ptr<AbstractZDBSymbol> symbol) {
 AbstractZDBSymbol* ZDB::AddSymbol(const std::string& name, int dim, int type, int userInfo,
                                   const std::string& explText, AbstractZDBSymbol* const* domains,
                                   const char* const* domainNames) {
-  if (initFrom_ == FROM_NOSOURCE) initFrom_ = FROM_MEMORY;
   auto symbol = newSymbol(*this, name, dim, type, userInfo, explText);
   const bool isComplete = symbol != nullptr && appendDomains(*this, *symbol, domains, domainNames);
   return isComplete ? enter(*this, std::move(symbol)) : nullptr;

@@ -13,13 +13,6 @@ using MapSymbol = ZDBSymbol<dmap::DMap, dmap::DMapIterator>;
 using VectorSymbol = ZDBSymbol<dmap::DMapVector, dmap::VectorIterator>;
 using TreeSymbol = ZDBSymbol<dmap::DMapUTree, dmap::TreeIterator>;
 
-template <class It>
-std::unique_ptr<AbstractZDBSymbolIterator> copyOf(AbstractZDBSymbolIterator* from) {
-  auto copy = std::make_unique<ZDBSymbolIterator<It>>(from->symbol, It());
-  copy->assignIterator(from);
-  return copy;
-}
-
 }  // namespace
 
 std::unique_ptr<AbstractZDBSymbol> makeSymbol(ZDB& owner, int storageType, const std::string& name,
@@ -42,16 +35,7 @@ AbstractZDBSymbolIterator* ZDB::symbolIteratorFactory(AbstractZDBSymbol* univers
 }
 
 AbstractZDBSymbolIterator* ZDB::symbolIteratorFactory(AbstractZDBSymbolIterator* from) {
-  if (from->mode == ModeUniverse) return symbolIteratorFactory(from->symbol, from->uelNr);
-  switch (from->symbol->getStorageType()) {
-    case dmap::StorageTypes::Map:
-      return copyOf<dmap::DMapIterator>(from).release();
-    case dmap::StorageTypes::Vector:
-      return copyOf<dmap::VectorIterator>(from).release();
-    case dmap::StorageTypes::Tree:
-      return copyOf<dmap::TreeIterator>(from).release();
-  }
-  return nullptr;
+  return from->copy().release();
 }
 
 }  // namespace zdb

@@ -213,6 +213,14 @@ void ZDBSymbolIterator<It>::assignIterator(AbstractZDBSymbolIterator* other) {
   std::copy_n(from->sliceKeys.get(), symbol->dim, sliceKeys.get());
 }
 
+template <class It>
+std::unique_ptr<AbstractZDBSymbolIterator> ZDBSymbolIterator<It>::copy() {
+  if (mode == ModeUniverse) return std::make_unique<ZDBSymbolIterator>(symbol, uelNr);
+  auto made = std::make_unique<ZDBSymbolIterator>(symbol, It());
+  made->assignIterator(this);
+  return made;
+}
+
 template class ZDBSymbolIterator<dmap::DMapIterator>;
 template class ZDBSymbolIterator<dmap::VectorIterator>;
 template class ZDBSymbolIterator<dmap::TreeIterator>;

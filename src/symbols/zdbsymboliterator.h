@@ -58,6 +58,8 @@ class AbstractZDBSymbolIterator {
   /// Learns what has become of the record since the last use: to be called before the handle is
   /// used again, unless `notes` are up to date or it has ended.
   virtual void catchUp() const = 0;
+  /// A new handle of the same kind with the same position.
+  virtual std::unique_ptr<AbstractZDBSymbolIterator> copy() = 0;
 
   /// Text of the last failed move; empty if none has failed.
   const char* lastMessage() const { return message ? message.get() : ""; }

@@ -43,6 +43,7 @@ class ZDBSymbolIterator final : public AbstractZDBSymbolIterator {
   bool getRecordRaw(int* keys, double* values) override;
   const int* getKeys() const override;
   void assignIterator(AbstractZDBSymbolIterator* other) override;
+  std::unique_ptr<AbstractZDBSymbolIterator> copy() override;
   void catchUp() const override { readNotes(); }
 
   const It& position() const {

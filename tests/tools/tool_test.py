@@ -4,13 +4,11 @@ import contextlib
 import json
 import os
 import pty
-import re
 import shlex
 import signal
 import subprocess
 import sys
 import tempfile
-import textwrap
 import time
 import unittest
 from pathlib import Path
@@ -148,39 +146,6 @@ class Terminal(unittest.TestCase):
         self.assertRegex(errors, r"\[#* *\] +\d+ %, [\d.]+[kM]? scenarios/s, .* left\x1b\[K")
         self.assertEqual((code, errors.count("interrupted")), (130, 1))
         self.assertRegex(output, r"\n\d+,Optimal,1,0\n$")
-
-
-class Document(unittest.TestCase):
-    def test_page_shows_what_the_tool_prints(self) -> None:
-        page = Path(__file__).parents[2].joinpath("doc", "tool.md").read_text()
-        section = page.split("## Solving a model\n")[1].split("<!--")[0]
-        blocks = re.findall(r"(?:^    .*\n(?:\n(?=    ))?)+", section, re.MULTILINE)
-        model, *others = [textwrap.dedent(block) for block in blocks]
-        with tempfile.TemporaryDirectory() as folder:
-            Path(folder, "diet.mod").write_text(model)
-            Path(folder, "prices.csv").write_text("food;price\nbread;3\n")
-            environment = os.environ | {"PATH": f"{Path(TOOL).resolve().parent}:{os.environ['PATH']}"}
-
-            def shell(command: str, errors: int) -> tuple[int, str]:
-                done = subprocess.run(
-                    command, shell=True, cwd=folder, env=environment, text=True,
-                    stdout=subprocess.PIPE, stderr=errors,
-                )
-                return done.returncode, done.stdout
-
-            shown, tables = 0, []
-            for block in others:
-                first, _, rest = block.partition("\n")
-                if first.startswith("$ "):
-                    self.assertEqual(shell(first[2:], subprocess.STDOUT)[1], rest)
-                    shown += 1
-                elif first.startswith("zdbcc "):
-                    for command in block.splitlines():
-                        self.assertEqual(shell(command, subprocess.PIPE)[0], 0, command)
-                else:
-                    tables.append(block)
-            table = shell("zdbcc solve diet.mod --solver clp -o -", subprocess.PIPE)[1]
-        self.assertEqual((shown, tables), (2, [table]))
 
 
 # It has solutions at once and keeps every solver busy for longer than anybody waits.

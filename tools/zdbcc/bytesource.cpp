@@ -9,6 +9,7 @@
 #include <cstring>
 #include <vector>
 
+#include "contract/descriptor.h"
 #include "exitcode.h"
 
 namespace zdb::tool {
@@ -109,10 +110,7 @@ std::size_t ByteSource::readOn(char* bytes, std::size_t size) {
 }
 
 std::size_t ByteSource::readFile(char* bytes, std::size_t size) {
-  ssize_t count = 0;
-  do {
-    count = ::read(descriptor_, bytes, size);
-  } while (count < 0 && errno == EINTR);
+  const ssize_t count = contract::uninterrupted([&] { return ::read(descriptor_, bytes, size); });
   if (count < 0) fail(errno == EISDIR ? "it is a folder" : std::strerror(errno));
   done_ += static_cast<std::uint64_t>(count);
   return static_cast<std::size_t>(count);

@@ -279,8 +279,8 @@ the program at once.)";
       .examples =
           {{"zdbcc solve diet.mod --set price=prices.csv --set 'need[iron].rhs=12' -o solution.zxf",
             "With new prices and another need, into a file"},
-           {"zdbcc solve diet.mod --show buy --show 'energy'",
-            "With what is bought, and what energy costs"},
+           {"zdbcc solve diet.mod --show buy --show 'need[calories]'",
+            "With what is bought, and what calories cost"},
            {"zdbcc solve plan.mps --solver glpk --time-limit 60 --gap 0.01 -o plan.csv",
             "With another solver, for a minute at most"}},
       .exitCodes = {{ExitCode::Done,

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -27,29 +26,20 @@ using contract::Descriptor;
 
 // A descriptor whose number is above those that are fixed for the program, so that moving one to
 // its fixed number cannot overwrite another.
-Descriptor aboveFixed(int number) {
-  Descriptor given(number);
-  if (number < 0 || number > kDataDescriptor) return given;
-  return Descriptor(fcntl(number, F_DUPFD_CLOEXEC, kDataDescriptor + 1));
-}
-
-void writeAll(int descriptor, const std::string& bytes) {
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t written = write(descriptor, bytes.data() + done, bytes.size() - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) throw ReadError("not enough memory for the contents of the file");
-    done += static_cast<std::size_t>(written);
-  }
+Descriptor aboveFixed(Descriptor given) {
+  if (!given.valid() || given.get() > kDataDescriptor) return given;
+  return Descriptor(fcntl(given.get(), F_DUPFD_CLOEXEC, kDataDescriptor + 1));
 }
 
 // A file without a name, in memory.
 class MemoryFile {
  public:
   explicit MemoryFile(const std::string& content)
-      : descriptor_(aboveFixed(memfd_create("model", MFD_CLOEXEC))) {
+      : descriptor_(aboveFixed(contract::makeMemoryFile("model"))) {
     if (number() < 0) throw ReadError("cannot make a file in memory");
-    writeAll(number(), content);
+    if (!contract::writeAll(number(), content)) {
+      throw ReadError("not enough memory for the contents of the file");
+    }
   }
 
   int number() const { return descriptor_.get(); }
@@ -75,7 +65,8 @@ class Pipe {
     Ends ends = {-1, -1};
     return pipe2(ends.data(), O_CLOEXEC) == 0 ? ends : Ends{-1, -1};
   }
-  explicit Pipe(const Ends& ends) : reading_(aboveFixed(ends[0])), writing_(aboveFixed(ends[1])) {}
+  explicit Pipe(const Ends& ends)
+      : reading_(aboveFixed(Descriptor(ends[0]))), writing_(aboveFixed(Descriptor(ends[1]))) {}
 
   Descriptor reading_;
   Descriptor writing_;
@@ -147,13 +138,9 @@ class Child {
   // The exit status, or 0 if the calling program waits for its children elsewhere.
   int wait() {
     int status = 0;
-    while (waitpid(id_, &status, 0) < 0) {
-      if (errno == EINTR) continue;
-      status = 0;
-      break;
-    }
+    const pid_t ended = contract::uninterrupted([&] { return waitpid(id_, &status, 0); });
     id_ = 0;
-    return status;
+    return ended < 0 ? 0 : status;
   }
 
  private:
@@ -172,8 +159,8 @@ bool readAll(int descriptor, int seconds, std::string& bytes) {
     const int ready = left <= 0 ? 0 : poll(&waiting, 1, static_cast<int>(left));
     if (ready == 0) return false;
     if (ready < 0 && errno == EINTR) continue;
-    const ssize_t count = read(descriptor, buffer.data(), buffer.size());
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count =
+        contract::uninterrupted([&] { return read(descriptor, buffer.data(), buffer.size()); });
     if (count <= 0) return true;
     bytes.append(buffer.data(), static_cast<std::size_t>(count));
   }

@@ -2,27 +2,16 @@
 
 #include <unistd.h>
 
-#include <cerrno>
-
+#include "contract/descriptor.h"
 #include "kit/modelfile/protocol.h"
 
 namespace zdb::kit::modelfile {
 
 namespace {
 
-void send(const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(kReplyDescriptor, data, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return;
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
-}
-
+// What the kit cannot be told, it finds missing.
 [[noreturn]] void end(char kind, const std::string& text) {
-  send(text.data(), text.size());
-  send(&kind, 1);
+  if (contract::writeAll(kReplyDescriptor, text)) contract::writeAll(kReplyDescriptor, {&kind, 1});
   _exit(0);
 }
 

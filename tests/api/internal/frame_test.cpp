@@ -75,6 +75,7 @@ struct LargeRecord : AbstractZDBSymbolIterator {
   int getDim() const override { return 0; }
   const int* getKeys() const override { return nullptr; }
   void assignIterator(AbstractZDBSymbolIterator*) override {}
+  std::unique_ptr<AbstractZDBSymbolIterator> copy() override { return nullptr; }
   void catchUp() const override {}
 };
 
