@@ -25,7 +25,7 @@ for fuzzer in "$@"; do
   log=$build/fuzz-$name.log
   mkdir -p "$build/corpus/$name" "$build/found/$name"
   "$build/bin/${name}_fuzzer" "$build/corpus/$name" "${fuzzer#*:}" -max_total_time="$seconds" \
-    -timeout=30 -artifact_prefix="$build/found/$name/" -print_final_stats=1 >"$log" 2>&1 ||
+    -timeout=30 -report_slow_units=30 -artifact_prefix="$build/found/$name/" -print_final_stats=1 >"$log" 2>&1 ||
     { tail -n 40 "$log"; failed=1; }
   tried=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
   kept=$(find "$build/corpus/$name" -type f | wc -l)
