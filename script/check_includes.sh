@@ -27,7 +27,8 @@ check() {
       allowed["kit"] = "kit shared contract zkitdclib.h"
       allowed["zxf"] = "zxf shared contract"
       allowed["shared"] = "shared contract"
-      allowed["zdbcc"] = "contract zxf zdbcclib.h zkitdclib.h"
+      allowed["sweep"] = "sweep contract"
+      allowed["zdbcc"] = "sweep contract zxf zdbcclib.h zkitdclib.h"
       allowed["sqlite"] = "contract"
     }
     {
@@ -51,7 +52,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared zdbcc sqlite; do mkdir "$tree/$layer"; done
+  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared sweep zdbcc sqlite; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -86,6 +87,7 @@ kit loaders/zmi.h
 kit zxf/file.h
 zxf core/textutils.h
 shared kit/model.h
+sweep zdbcclib.h
 zdbcc core/zdb.h
 sqlite zxf/file.h
 CASES
