@@ -36,13 +36,13 @@ class FakeCrew : public Crew {
 
   std::size_t size() const override { return places_.size(); }
 
-  bool fill(std::size_t worker) override {
-    if (fills == 0) return false;
+  std::string fill(std::size_t worker) override {
+    if (fills == 0) return "no room";
     --fills;
     places_[worker].tasks.clear();
     places_[worker].isAlive = true;
     places_[worker].isDying = false;
-    return true;
+    return {};
   }
 
   void send(std::size_t worker, std::span<const Task> tasks) override {

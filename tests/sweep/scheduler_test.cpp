@@ -179,7 +179,7 @@ TEST(Scheduler, TaskFails_OutcomesEndWithTheFirstFailure) {
     const Swept run = runAll(crew, 30);
     EXPECT_EQ(run.delivered, upTo(12)) << seed;
     EXPECT_EQ(run.ending, Ending::Failed) << seed;
-    EXPECT_EQ(run.lastFailure, "its worker ended with signal 9, also when it was tried alone");
+    EXPECT_EQ(run.lastFailure, "its worker ended, also when it was tried alone: signal 9");
   }
 }
 
@@ -203,7 +203,7 @@ TEST(Scheduler, NoWorkerLeft_SaysWhyAfterWhatIsDone) {
     scheduler.run(kNever);
     FAIL() << "it ended";
   } catch (const CrewError& failure) {
-    EXPECT_STREQ(failure.what(), "no worker is left: signal 9");
+    EXPECT_STREQ(failure.what(), "no worker is left: no room");
   }
   EXPECT_EQ(delivered, upTo(2));
 }

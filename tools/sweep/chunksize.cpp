@@ -15,6 +15,10 @@ constexpr double kFading = 0.99;
 /// be unusually short.
 constexpr std::size_t kGrowth = 4;
 
+/// A message with the numbers of so many tasks fits into any socket's buffer, so that sending it
+/// does not wait for its worker.
+constexpr std::size_t kMost = 8192;
+
 }  // namespace
 
 void ChunkSize::learn(double seconds) {
@@ -25,7 +29,7 @@ void ChunkSize::learn(double seconds) {
 std::size_t ChunkSize::next(std::size_t left) {
   std::size_t size = 1;
   if (tasks_ > 0) {
-    size = last_ * kGrowth;
+    size = std::min(last_ * kGrowth, kMost);
     const double wanted = target_ * tasks_;  // over seconds_, which may be 0
     if (wanted < seconds_ * static_cast<double>(size)) {
       size = static_cast<std::size_t>(wanted / seconds_);

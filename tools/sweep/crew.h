@@ -43,9 +43,9 @@ class Crew {
   Crew& operator=(const Crew&) = delete;
 
   virtual std::size_t size() const = 0;
-  /// Puts a new worker in a place, whose earlier worker, if any, is ended. False if none can be
-  /// had; the place then stays vacant for good.
-  virtual bool fill(std::size_t worker) = 0;
+  /// Puts a new worker in a place, whose earlier worker, if any, is ended, and returns an empty
+  /// text; or says why none can be had, and the place then stays vacant for good.
+  virtual std::string fill(std::size_t worker) = 0;
   /// REQUIRES that the worker has nothing to do. If it died in the meantime, wait() will tell.
   virtual void send(std::size_t worker, std::span<const Task> tasks) = 0;
   /// Waits until something happens, but not for ever: now and then it returns Nothing.

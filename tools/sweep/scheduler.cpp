@@ -45,7 +45,9 @@ bool Scheduler::handOut(std::size_t worker) {
   if (!chunk) return false;
   // A task that may be blamed gets a worker that has done nothing before.
   const bool needsNew = !place.isFilled || chunk->stage == Chunk::Try::Alone;
-  if (needsNew && !crew_.fill(worker)) {
+  const std::string refusal = needsNew ? crew_.fill(worker) : std::string();
+  if (!refusal.empty()) {
+    lastDeath_ = refusal;
     place.isLost = true;
     again_.push_front(*chunk);
     return false;
@@ -109,7 +111,7 @@ void Scheduler::lose(std::size_t worker, const std::string& how) {
   if (lost->stage != Chunk::Try::Alone) return redo(*lost);
   finish(lost->first, {.task = tasks_[lost->first],
                        .isFailed = true,
-                       .content = "its worker ended with " + how + ", also when it was tried alone",
+                       .content = "its worker ended, also when it was tried alone: " + how,
                        .worker = worker,
                        .tries = lost->tries});
 }
