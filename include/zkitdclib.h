@@ -90,7 +90,7 @@ enum {
   ZKIT_INFEASIBLE = 4,           /**< no levels satisfy all rows and bounds */
   ZKIT_INTERMEDIATE = 6,         /**< stopped before anything was known, with the last levels */
   ZKIT_FEASIBLE = 7,             /**< stopped at levels that satisfy all rows and bounds */
-  ZKIT_INTEGER_SOLUTION = 8,     /**< optimal levels of a model with integer columns */
+  ZKIT_INTEGER_SOLUTION = 8,     /**< optimal, within the gap, in a model with integer columns */
   ZKIT_INTEGER_INFEASIBLE = 10,  /**< no integer levels satisfy all rows and bounds */
   ZKIT_ERROR_NO_SOLUTION = 13,   /**< the solver failed */
   ZKIT_NO_SOLUTION = 14,         /**< not solved yet */
@@ -255,6 +255,17 @@ ZKIT_API int zkitObjectiveColumn(void* instance);
 ZKIT_API double zkitObjective(void* instance);
 ZKIT_API int zkitDirection(void* instance);
 
+/** Sets the direction: 1 to minimise, -1 to maximise. Later solves may go on from the last one. */
+ZKIT_API int zkitSetDirection(void* instance, int direction);
+
+/**
+ * What the objective cannot get better than, as far as the last solve has proven it, and how far
+ * its level is from that: |objective - bound| / |objective|, 0 if they are equal. NaN where they
+ * are not known: without an objective or levels, and if a linear model was not solved to its end.
+ */
+ZKIT_API double zkitBound(void* instance);
+ZKIT_API double zkitGap(void* instance);
+
 /**
  * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc" or "glpk" (all types).
  * Updatable parameters have their current levels. Returns 1 even if the model has no solution,
@@ -294,6 +305,74 @@ ZKIT_API void zkitTerminate(void* instance);
  * integer levels between nodes and rounds of cuts; presolve and scaling always run to their end.
  */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
+
+/**
+ * Sets how close later searches for integer levels must come: they may end when the objective is
+ * within `relative` times its own size, or within `absolute`, of the bound, and then count as
+ * completed with an integer solution. 0, the default of both: the best levels, proven to be so.
+ * Fails for negative gaps and NaN.
+ */
+ZKIT_API int zkitSetGap(void* instance, double relative, double absolute);
+
+/* ---- Why a model is infeasible --------------------------------------------------------------- */
+
+/** Results of zkitInfeasibleSet(). */
+enum {
+  ZKIT_IRREDUCIBLE = 1, /**< without any one of its sides, the rest can be satisfied */
+  ZKIT_REDUCIBLE = 2    /**< infeasible, but some of it may not be needed */
+};
+
+/** Sides of a row or column in an infeasible set, added up: what it must at least or at most be. */
+enum { ZKIT_LOWER_SIDE = 1, ZKIT_UPPER_SIDE = 2 };
+
+/**
+ * Finds rows and bounds of columns that exclude each other, in the instance as it is now, with
+ * alternative bounds and right-hand sides while they are on and with parameters at their levels.
+ * Integer columns count as continuous ones between whole bounds. Returns ZKIT_IRREDUCIBLE;
+ * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when it
+ * ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size` bytes, may be null), also if the
+ * model is feasible. *rowCount and *columnCount receive the sizes of the set.
+ *
+ * Takes about two solves from scratch, one of them with up to two more columns for each row, and
+ * then one solve from the last basis for each side of the first set found, which usually has few.
+ * Uses the first solver that works in place. Levels, marginals and statuses are unchanged.
+ */
+ZKIT_API int zkitInfeasibleSet(void* instance, double seconds, int* rowCount, int* columnCount,
+                               char* message, int size);
+
+/**
+ * The rows and columns of the last set found, ascending, each with its sides: arrays of rowCount
+ * and columnCount elements. Sets are kept with the instance until the next is looked for.
+ */
+ZKIT_API int zkitInfeasibleRows(void* instance, int* rows, int* sides);
+ZKIT_API int zkitInfeasibleColumns(void* instance, int* columns, int* sides);
+
+/* ---- Solvers --------------------------------------------------------------------------------- */
+
+/** What a solver solves, added up. */
+enum { ZKIT_SOLVES_LP = 1, ZKIT_SOLVES_MIP = 2, ZKIT_SOLVES_RMIP = 4 };
+
+/** The number of solvers that this kit knows, whether or not they can be used here. */
+ZKIT_API int zkitSolverCount(void);
+
+/**
+ * Tells of solver 0 .. zkitSolverCount() - 1: the name of its type, its version ("" if it cannot be
+ * used), the types of models that it solves, whether it works in place (1 or 0), and why it cannot
+ * be used here ("" if it can). Outputs may be null; texts are never freed. Returns 0 for other
+ * numbers.
+ */
+ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version, int* modelTypes,
+                            int* worksInPlace, const char** whyNot);
+
+/**
+ * The name of the solver to use if nobody asks for another: of those that can be used here and that
+ * the configuration of the instance has for models of its type, the one that is usually fastest,
+ * see doc/model-kit.md. Reads the configuration file. `name` (`size` bytes, ZKIT_MAX_NAME + 1 are
+ * enough) receives it. Returns 0 if there is none, with the reason in `message` (`messageSize`
+ * bytes, may be null).
+ */
+ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
+                               int messageSize);
 
 #ifdef __cplusplus
 }

@@ -1,10 +1,14 @@
 // The host's functions for instances.
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "kit/api.h"
+#include "kit/defaultsolver.h"
+#include "kit/error.h"
 #include "kit/instance.h"
 #include "kit/plainsolve.h"
+#include "kit/solvers/solver.h"
 #include "shared/boundary.h"
 #include "zkitdclib.h"
 
@@ -12,6 +16,15 @@ using namespace zdb::kit;
 using namespace zdb::boundary;
 
 namespace {
+
+int copySides(const std::vector<Conflicting>& from, int* numbers, int* sides) {
+  if (numbers == nullptr || sides == nullptr) return 0;
+  for (std::size_t k = 0; k < from.size(); ++k) {
+    numbers[k] = from[k].number;
+    sides[k] = from[k].sides;
+  }
+  return 1;
+}
 
 // make(Instance&) returns the name, or nothing if the instance has no such row or column.
 template <typename Make>
@@ -86,6 +99,22 @@ int zkitDirection(void* instance) {
   return guardedOn<Instance>(instance, 1, &Instance::direction);
 }
 
+int zkitSetDirection(void* instance, int direction) {
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    if (direction != 1 && direction != -1) return 0;
+    own.direction = direction;
+    return 1;
+  });
+}
+
+double zkitBound(void* instance) {
+  return guardedOn<Instance>(instance, kUnknown, &Instance::bound);
+}
+
+double zkitGap(void* instance) {
+  return guardedOn<Instance>(instance, kUnknown, &Instance::gap);
+}
+
 int zkitIterations(void* instance) {
   return guardedOn<Instance>(instance, 0, &Instance::iterations);
 }
@@ -123,7 +152,18 @@ void zkitTerminate(void* instance) {
 
 int zkitSetLimits(void* instance, double seconds, int iterations) {
   return guardedOn<Instance>(instance, 0, [=](Instance& own) {
-    own.environment.limits = {seconds, iterations};
+    own.environment.limits.seconds = seconds;
+    own.environment.limits.iterations = iterations;
+    return 1;
+  });
+}
+
+int zkitSetGap(void* instance, double relative, double absolute) {
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    const bool areGaps = relative >= 0.0 && absolute >= 0.0;  // false for NaN
+    if (!areGaps) return 0;
+    own.environment.limits.relativeGap = relative;
+    own.environment.limits.absoluteGap = absolute;
     return 1;
   });
 }
@@ -138,4 +178,69 @@ int zkitSolve(void* instance, const char* solver, char* message, int size) {
   const int isSolved = callPlain(own, solver, message, size);
   own.environment.terminate = false;  // a request stops one solve, and this was it
   return isSolved;
+}
+
+int zkitInfeasibleSet(void* instance, double seconds, int* rowCount, int* columnCount,
+                      char* message, int size) {
+  copyText("", message, size);
+  const auto find = [=](Instance& own) {
+    if (rowCount == nullptr || columnCount == nullptr) {
+      throw KitError("The outputs for the counts must not be null");
+    }
+    *rowCount = *columnCount = 0;
+    own.infeasibleSet = {};
+    own.infeasibleSet = findInfeasibleSet(own, seconds);
+    *rowCount = static_cast<int>(own.infeasibleSet.rows.size());
+    *columnCount = static_cast<int>(own.infeasibleSet.columns.size());
+    return own.infeasibleSet.isIrreducible ? ZKIT_IRREDUCIBLE : ZKIT_REDUCIBLE;
+  };
+  const int result =
+      guardedOn<Instance>(instance, 0, find, [=](const Instance& own, const std::exception& error) {
+        copyText(reasonOf(error), message, size);
+        own.environment.log(reasonOf(error));
+      });
+  guardedOn<Instance>(instance, 0, [](Instance& own) { return own.environment.terminate = false; });
+  return result;
+}
+
+int zkitInfeasibleRows(void* instance, int* rows, int* sides) {
+  return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
+    return copySides(own.infeasibleSet.rows, rows, sides);
+  });
+}
+
+int zkitInfeasibleColumns(void* instance, int* columns, int* sides) {
+  return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
+    return copySides(own.infeasibleSet.columns, columns, sides);
+  });
+}
+
+int zkitSolverCount(void) {
+  return static_cast<int>(engines().size());
+}
+
+int zkitSolverInfo(int solver, const char** name, const char** version, int* modelTypes,
+                   int* worksInPlace, const char** whyNot) {
+  if (solver < 0 || solver >= zkitSolverCount()) return 0;
+  const Engine& engine = engines()[static_cast<std::size_t>(solver)];
+  if (name != nullptr) *name = engine.name;
+  if (version != nullptr) *version = engine.version == nullptr ? "" : engine.version();
+  const int linear = ZKIT_SOLVES_LP | ZKIT_SOLVES_RMIP;
+  if (modelTypes != nullptr) *modelTypes = engine.solvesMip ? linear | ZKIT_SOLVES_MIP : linear;
+  if (worksInPlace != nullptr) *worksInPlace = engine.worksInPlace ? 1 : 0;
+  if (whyNot != nullptr) *whyNot = engine.whyNot();
+  return 1;
+}
+
+int zkitDefaultSolver(void* instance, char* name, int size, char* message, int messageSize) {
+  copyText("", name, size);
+  copyText("", message, messageSize);
+  const auto choose = [=](const Instance& own) {
+    copyText(defaultSolver(own), name, size);
+    return 1;
+  };
+  return guardedOn<Instance>(instance, 0, choose,
+                             [=](const Instance& /*own*/, const std::exception& error) {
+                               copyText(reasonOf(error), message, messageSize);
+                             });
 }

@@ -39,7 +39,9 @@ std::vector<std::string_view> wordsOf(std::string_view line) {
 const Engine& solverTypeOf(std::string_view word) {
   const Engine* engine = findEngine(word);
   if (engine != nullptr) return *engine;
-  throw KitError("unknown solver type " + quoted(word) + ": use clp, cbc or glpk");
+  std::string known;
+  for (const Engine& each : engines()) known.append(known.empty() ? "" : ", ").append(each.name);
+  throw KitError("unknown solver type " + quoted(word) + ": use one of " + known);
 }
 
 ModelType typeOf(std::string_view word, const Engine& engine) {
@@ -58,13 +60,17 @@ ModelType typeOf(std::string_view word, const Engine& engine) {
 }  // namespace
 
 void ConfiguredSolver::checkBuilt() const {
-  if (engine->make != nullptr) return;
+  if (engine->isUsable()) return;
   throw KitError("Solver " + name + " needs " + engine->name +
-                 ", which this kit was built without");
+                 ", which cannot be used: " + engine->whyNot());
+}
+
+bool ConfiguredSolver::allows(int modelType) const {
+  return std::find(modelTypes.begin(), modelTypes.end(), modelType) != modelTypes.end();
 }
 
 void ConfiguredSolver::checkType(int modelType) const {
-  if (std::find(modelTypes.begin(), modelTypes.end(), modelType) != modelTypes.end()) return;
+  if (allows(modelType)) return;
   const auto* type =
       std::find_if(std::begin(kModelTypes), std::end(kModelTypes),
                    [modelType](const NamedType& known) { return known.type == modelType; });

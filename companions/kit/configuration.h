@@ -18,10 +18,11 @@ struct ConfiguredSolver {
   const Engine* engine = nullptr;     ///< its solver type; this kit may have been built without it
   std::vector<ModelType> modelTypes;  ///< that it is configured for
 
-  /// Throws a KitError if this kit was built without the solver, or if it is not configured for
+  /// Throws a KitError if the solver cannot be used here, or if it is not configured for
   /// such models.
   void checkBuilt() const;
   void checkType(int modelType) const;
+  bool allows(int modelType) const;
 };
 
 /// The solvers of a file, numbered from 1 in its order. The file that comes with the kit describes

@@ -6,10 +6,13 @@
 
 namespace zdb::kit {
 
-/// Limits of a solve; 0 or less means no limit.
+/// Limits of a solve; 0 or less means no limit. A search for integer levels may end when either gap
+/// is reached; 0 means that the best levels are proven to be the best.
 struct Limits {
   double seconds = 0.0;
   int iterations = 0;
+  double relativeGap = 0.0;
+  double absoluteGap = 0.0;
 };
 
 /// The absolute directory of the library or program that contains this code; ends in '/'.

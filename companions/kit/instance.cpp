@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <exception>
 
 #include "kit/subtypes.h"
@@ -45,10 +46,22 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
   updateLinear();
 }
 
+void Instance::setBound(double newBound, bool hasLevels) {
+  gap = kUnknown;
+  bound = objective < 0 ? kUnknown : newBound;
+  if (!hasLevels || std::isnan(bound)) return;
+  const double level = columns[objective].level;
+  // No level is better than the bound, but both have the solver's tolerances.
+  if (direction * (level - bound) < 0.0) bound = level;
+  const double distance = std::abs(level - bound);
+  gap = distance == 0.0 ? 0.0 : distance / std::abs(level);
+}
+
 void Instance::refuse(Outcome outcome, const char* why) noexcept {
   const Statuses statuses = statusesOf(outcome, false, isSolvedAsInteger());
   modelStatus = statuses.model;
   solveStatus = statuses.solve;
+  bound = gap = kUnknown;
   try {
     message = why;
   } catch (const std::exception&) {

@@ -8,12 +8,15 @@
 
 #include "kit/dictionary.h"
 #include "kit/environment.h"
+#include "kit/infeasibleset.h"
 #include "kit/parameterterms.h"
 #include "kit/statuses.h"
 
 namespace zdb::kit {
 
 enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
+
+inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
 struct ColumnState {
   double level = 0.0;
@@ -70,6 +73,9 @@ class Instance {
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
 
+  /// What the last solve tells of the objective. `bound` is what it cannot get better than.
+  void setBound(double newBound, bool hasLevels);
+
   /// Records why a solve failed and sets the statuses. Levels and marginals are unchanged.
   void refuse(Outcome outcome, const char* why) noexcept;
 
@@ -102,6 +108,9 @@ class Instance {
   int solveStatus = kNotSolved.solve;
   int iterations = 0;
   double seconds = 0.0;
+  double bound = kUnknown;  ///< of the objective, by the last solve
+  double gap = kUnknown;    ///< of its levels
+  InfeasibleSet infeasibleSet;
   std::string message;  ///< why the last solve failed
 };
 

@@ -93,7 +93,8 @@ void LinearForm::takeColumn(const Instance& instance, int column,
     model_.values.push_back(matrix.values[place]);
   }
   model_.starts.push_back(static_cast<int>(model_.rows.size()));
-  model_.cost.push_back(column == instance.objective ? instance.direction : 0.0);
+  model_.cost.push_back(0.0);
+  if (column == instance.objective) objectiveColumn_ = number;
   model_.lower.push_back(0.0);
   model_.upper.push_back(0.0);
   if (isInteger_) model_.isInteger.push_back(instance.isInteger[column]);
@@ -109,6 +110,7 @@ void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
     model_.cost[source.target] =
         -instance.direction * instance.matrix.values[source.place] / objectiveFactor_;
   }
+  if (objectiveColumn_ >= 0) model_.cost[objectiveColumn_] = instance.direction;
   for (const Source& source : changing_) {
     model_.values[source.target] = instance.matrix.values[source.place];
   }
@@ -127,6 +129,14 @@ void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
     model_.rowUpper[k] = type == EqualRow || type == LessRow ? value : kInfinity;
   }
   if (objectiveRow_ >= 0) objectiveRhs_ = rhs(objectiveRow_);
+  model_.offset = offset(instance);
+}
+
+// What of the objective no column of the model accounts for.
+double LinearForm::offset(const Instance& instance) const {
+  if (objectiveRow_ >= 0) return instance.direction * objectiveRhs_ / objectiveFactor_;
+  const bool isConstant = instance.objective >= 0 && instance.isParameter[instance.objective] != 0;
+  return isConstant ? instance.direction * instance.columns[instance.objective].level : 0.0;
 }
 
 void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) const {

@@ -27,6 +27,9 @@ class LinearForm {
   void store(const Solution& solution, bool isOptimal, Instance& instance) const;
 
   const LinearModel& model() const { return model_; }
+  /// The row or column of the instance that is row or column k of the model.
+  int instanceRow(int k) const { return rows_[static_cast<std::size_t>(k)]; }
+  int instanceColumn(int k) const { return columns_[static_cast<std::size_t>(k)]; }
   /// Places of coefficients that can change, and their columns.
   const std::vector<int>& changingPlaces() const { return changingPlaces_; }
   const std::vector<int>& changingColumns() const { return changingColumns_; }
@@ -35,6 +38,7 @@ class LinearForm {
   void findObjectiveRow(const Instance& instance);
   void takeColumn(const Instance& instance, int column, const std::vector<int>& rowNumbers,
                   const std::vector<char>& isChanging);
+  double offset(const Instance& instance) const;
   void storeObjective(const Solution& solution, Instance& instance) const;
   void storeParameters(Instance& instance) const;
 
@@ -48,6 +52,7 @@ class LinearForm {
   int objectiveRow_ = -1;       ///< in the instance; -1: the objective is an ordinary column
   double objectiveFactor_ = 1;  ///< of the objective in its row
   double objectiveRhs_ = 0;     ///< of that row, constants subtracted
+  int objectiveColumn_ = -1;    ///< in model_, if the objective is one of its columns
   std::vector<int> columns_;    ///< numbers in the instance, here and below
   std::vector<int> parameters_;
   std::vector<int> rows_;

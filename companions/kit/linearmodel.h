@@ -1,8 +1,11 @@
 // A linear model as solvers get it, changes to it, and what they find.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
+#include <limits>
 #include <vector>
 
 #include "kit/environment.h"
@@ -10,13 +13,14 @@
 
 namespace zdb::kit {
 
-/// Minimise cost * x, with bounds for columns x and rows. Coefficients are stored by column as in
-/// Matrix; values may be 0. Absent bounds are infinite.
+/// Minimise cost * x + offset, with bounds for columns x and rows. Coefficients are stored by
+/// column as in Matrix; values may be 0. Absent bounds are infinite.
 struct LinearModel {
   std::vector<int> starts = {0};
   std::vector<int> rows;
   std::vector<double> values;
   std::vector<double> cost;
+  double offset = 0.0;
   std::vector<double> lower;
   std::vector<double> upper;
   std::vector<double> rowLower;
@@ -53,6 +57,8 @@ struct Solution {
   bool hasLevels =
       false;  ///< levels that satisfy all rows and bounds; if false, all else is undefined
   int iterations = 0;
+  /// What the objective, offset included, cannot go below, if a search for integer levels tells.
+  double bound = std::numeric_limits<double>::quiet_NaN();
 
   void resize(int columns, int rows) {
     level.assign(static_cast<std::size_t>(columns), 0.0);
@@ -87,6 +93,15 @@ class StopToken {
   }
   /// 0 or less means no limit.
   int iterationLimit() const { return limits_.iterations; }
+
+  /// How far an objective may be from the bound where a search may end.
+  bool hasGap() const { return limits_.relativeGap > 0.0 || limits_.absoluteGap > 0.0; }
+  double relativeGap() const { return limits_.relativeGap; }
+  double absoluteGap() const { return limits_.absoluteGap; }
+  bool isCloseEnough(double objective, double bound) const {
+    const double gap = std::abs(objective - bound);
+    return gap <= std::max(limits_.absoluteGap, limits_.relativeGap * std::abs(objective));
+  }
 
  private:
   using Clock = std::chrono::steady_clock;

@@ -79,6 +79,7 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   solution_.resize(model.columnCount(), model.rowCount());
   solution_.hasLevels = false;
   solution_.iterations = 0;
+  solution_.bound = kUnknown;
   const std::optional<Outcome> known = solveDirectly(model, solution_);
   const Outcome outcome = known.has_value() ? *known : callSolver(stop);
   const Statuses statuses = statusesOf(outcome, solution_.hasLevels, instance.isSolvedAsInteger());
@@ -86,8 +87,18 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   instance.solveStatus = statuses.solve;
   instance.iterations = solution_.iterations;
   if (solution_.hasLevels) form_->store(solution_, outcome == Outcome::Optimal, instance);
+  storeBound(outcome, stop, instance);
   if (isFailure(outcome)) instance.message = std::string("Solver ") + engine_.name + " failed";
   return outcome;
+}
+
+// Levels that are proven to be the best are their own bound.
+void Session::storeBound(Outcome outcome, const StopToken& stop, Instance& instance) const {
+  const bool mayDiffer = instance.isSolvedAsInteger() && stop.hasGap();
+  const bool isOwn = outcome == Outcome::Optimal && !mayDiffer && instance.objective >= 0;
+  instance.setBound(
+      isOwn ? instance.columns[instance.objective].level : instance.direction * solution_.bound,
+      solution_.hasLevels);
 }
 
 Outcome Session::callSolver(const StopToken& stop) {

@@ -29,6 +29,7 @@ class Session {
  private:
   Outcome solveChecked(Instance& instance, const StopToken& stop);
   Outcome failWith(Instance& instance, const char* why);
+  void storeBound(Outcome outcome, const StopToken& stop, Instance& instance) const;
   Outcome callSolver(const StopToken& stop);
   void makeForm(const Instance& instance);
   void findChanges();

@@ -106,12 +106,13 @@ class Terminal(unittest.TestCase):
     def test_ctrl_c_after_a_second_shows_a_bar_and_keeps_whole_rows(self) -> None:
         with tempfile.TemporaryDirectory() as folder:
             Path(folder, "m.mod").write_text("var p_var, = 1; minimize z: p_var;")
-            Path(folder, "s.csv").write_text("name,p\n" + "a,1\n" * 3_000_000)
+            rows = "".join(f"{i},1\n" for i in range(1_000_000))
+            Path(folder, "s.csv").write_text("name,p\n" + rows)
             sweep = ["sweep", f"{folder}/m.mod", "--scenarios", f"{folder}/s.csv"]
             code, output, errors = on_terminal(sweep, until=" left")
         self.assertRegex(errors, r"\[#* *\] +\d+ %, [\d.]+[kM]? scenarios/s, .* left\x1b\[K")
         self.assertEqual((code, errors.count("interrupted")), (130, 1))
-        self.assertTrue(output.endswith("\na,Optimal,1,0\n"))
+        self.assertRegex(output, r"\n\d+,Optimal,1,0\n$")
 
 
 unittest.main()

@@ -83,6 +83,13 @@ bool Model::hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::stri
   return db_.symbol(parameter.name() + kSuffix).find(labels).has_value();
 }
 
+void Model::requireEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels) {
+  requireLabelCount(parameter, labels);
+  if (hasEntry(parameter, labels)) return;
+  requireLabels(db_, labels);
+  throw ToolError("the model has no entry " + entryText({parameter.name(), labels}));
+}
+
 void Model::set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels,
                 double value) {
   requireLabelCount(parameter, labels);
@@ -97,9 +104,18 @@ int Model::update(const zdbcc::Symbol& parameter, int missing) {
   }
 }
 
+const std::string& Model::defaultSolver() {
+  if (!defaultSolver_.empty()) return defaultSolver_;
+  char name[ZKIT_MAX_NAME + 1];
+  char message[1024];
+  if (!zkitDefaultSolver(instance_, name, sizeof name, message, sizeof message)) {
+    throw ToolError(message);
+  }
+  return defaultSolver_ = name;
+}
+
 void Model::solve(const std::string& solver) {
-  const std::string usual = zkitIntegerColumns(instance_) > 0 ? "cbc" : "clp";
-  const std::string& name = solver.empty() ? usual : solver;
+  const std::string& name = solver.empty() ? defaultSolver() : solver;
   try {
     db_.solve(name);
   } catch (const zdbcc::Error& failure) {

@@ -66,6 +66,8 @@ class Model {
   zdbcc::Symbol parameter(const std::string& name);
   /// Whether the model has the entry of a parameter with these labels.
   bool hasEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
+  /// Throws, with a guess, unless the model has it.
+  void requireEntry(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels);
   /// Sets the value of an entry of a parameter, by its labels.
   void set(const zdbcc::Symbol& parameter, const std::vector<std::string>& labels, double value);
   /// Writes the records of a parameter to the model; `missing` (ZDB_MISSING_...) says what entries
@@ -74,6 +76,8 @@ class Model {
 
   /// Solves with the named solver, or the default one for the type of model if the name is empty.
   void solve(const std::string& solver);
+  /// The solver for this type of model, found out once.
+  const std::string& defaultSolver();
   bool isSolved() const;
   /// The solution's level of a variable or equation.
   double level(const Entry& entry);
@@ -81,6 +85,7 @@ class Model {
  private:
   std::string file_;
   void* instance_ = nullptr;
+  std::string defaultSolver_;
   zdbcc::Database db_;
 };
 

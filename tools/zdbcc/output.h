@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zdb::tool {
 
@@ -16,6 +17,17 @@ class Output {
 
   /// Throws OutputError if that fails, perhaps with an earlier part.
   virtual void write(std::string_view text) = 0;
+};
+
+/// A text in memory.
+class TextOutput : public Output {
+ public:
+  void write(std::string_view text) override { text_ += text; }
+  /// What was written since the last call.
+  std::string take() { return std::exchange(text_, {}); }
+
+ private:
+  std::string text_;
 };
 
 /// A new file, or an existing one that is written over.

@@ -4,18 +4,17 @@
 #include <string_view>
 #include <vector>
 
-#include "console.h"
 #include "csvwriter.h"
 #include "json.h"
+#include "output.h"
 #include "values.h"
 
 namespace zdb::tool {
 
-/// Writes tables cell by cell to standard output: as CSV, or as JSON arrays with an object
-/// for each row.
+/// Writes tables cell by cell: as CSV, or as JSON arrays with an object for each row.
 class RowWriter {
  public:
-  RowWriter(Console& console, bool json) : csv_(console), json_(console), isJson_(json) {}
+  RowWriter(Output& output, bool json) : csv_(output), json_(output), isJson_(json) {}
 
   /// A table, whose rows the function writes. It is ended properly even if that fails.
   template <typename Rows>
@@ -29,6 +28,10 @@ class RowWriter {
     }
     end();
   }
+
+  /// For rows that go elsewhere one by one: the names of their cells, without a heading. In JSON,
+  /// each is an object on a line of its own.
+  void singleRows(const std::vector<std::string>& names) { names_ = names; }
 
   void text(std::string_view content);
   void number(double value, ValueFormat& format);

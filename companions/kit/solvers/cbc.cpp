@@ -1,9 +1,12 @@
 // The solver cbc: integer models, from scratch.
+#include <CbcConfig.h>
+
 #include <CbcEventHandler.hpp>
 #include <CbcModel.hpp>
 #include <CbcSolver.hpp>
 #include <OsiClpSolverInterface.hpp>
 #include <algorithm>
+#include <charconv>
 #include <chrono>
 #include <cmath>
 #include <mutex>
@@ -49,6 +52,19 @@ class SilentHandler : public CoinMessageHandler {
   CoinMessageHandler* clone() const override { return new SilentHandler(*this); }
 };
 
+// cbc takes a gap relative to the larger of objective and bound; this is never more than the given
+// one relative to the objective.
+double ratioOf(double relativeGap) {
+  return relativeGap / (1.0 + relativeGap);
+}
+
+// With a point, in every locale.
+std::string written(double value) {
+  char text[32];
+  const auto end = std::to_chars(text, text + sizeof text, value).ptr;
+  return {text, end};
+}
+
 class Cbc : public Solver {
  public:
   Cbc() {
@@ -67,6 +83,7 @@ class Cbc : public Solver {
                         model.rows.data(), model.values.data(), clamped(model.lower).data(),
                         clamped(model.upper).data(), model.cost.data(),
                         clamped(model.rowLower).data(), clamped(model.rowUpper).data());
+    solver_.setDblParam(OsiObjOffset, -model.offset);
     isInteger_ = model.isInteger;
     for (std::size_t j = 0; j < isInteger_.size(); ++j) {
       if (isInteger_[j] != 0) solver_.setInteger(static_cast<int>(j));
@@ -110,8 +127,11 @@ class Cbc : public Solver {
     const std::string limit = std::to_string(std::lround(std::min(seconds, kLongest) + 1.0));
     // Option 1 of the 1057 that are usual makes relaxations smaller, and fails an assertion, which
     // ends the process, in a few models of two rows.
-    std::vector<const char*> words = {"kit",           "-logLevel", "0",           "-ratioGap", "0",
-                                      "-allowableGap", "0",         "-mipOptions", "1056"};
+    const std::string relative = written(ratioOf(stop.relativeGap()));
+    const std::string absolute = written(stop.absoluteGap());
+    std::vector<const char*> words = {
+        "kit",           "-logLevel",      "0",           "-ratioGap", relative.c_str(),
+        "-allowableGap", absolute.c_str(), "-mipOptions", "1056"};
     if (seconds > 0.0) {
       words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
     }
@@ -121,11 +141,13 @@ class Cbc : public Solver {
     if (isMixed) words.insert(words.end(), {"-preprocess", "off"});
     words.insert(words.end(), {"-solve", "-quit"});
     CbcMain1(static_cast<int>(words.size()), words.data(), tree, ignoreStage, state);
-    return concludedSearch(tree, limits, solution);
+    return concludedSearch(tree, stop, limits, solution);
   }
 
-  Outcome concludedSearch(const CbcModel& tree, ClpLimits& limits, Solution& solution) {
-    const Outcome outcome = outcomeOf(tree, limits);
+  Outcome concludedSearch(const CbcModel& tree, const StopToken& stop, ClpLimits& limits,
+                          Solution& solution) {
+    const Outcome outcome = outcomeOf(tree, stop, limits);
+    solution.bound = tree.getBestPossibleObjValue();
     if (tree.bestSolution() == nullptr) return outcome;
     if (outcome == Outcome::Optimal) {  // what is left is not a search and has no limits
       const ClpEventHandler none;
@@ -135,10 +157,12 @@ class Cbc : public Solver {
     return outcome;
   }
 
-  static Outcome outcomeOf(const CbcModel& tree, ClpLimits& limits) {
+  static Outcome outcomeOf(const CbcModel& tree, const StopToken& stop, ClpLimits& limits) {
     if (limits.isStopped()) return limits.reason();
-    const double gap = tree.getObjValue() - tree.getBestPossibleObjValue();
-    const bool isBest = gap <= kGap * std::max(1.0, std::abs(tree.getObjValue()));
+    const double found = tree.getObjValue();
+    const double bound = tree.getBestPossibleObjValue();
+    const bool isBest =
+        found - bound <= kGap * std::max(1.0, std::abs(found)) || stop.isCloseEnough(found, bound);
     if (tree.isProvenOptimal() && isBest) return Outcome::Optimal;
     if (limits.endsNow()) return limits.reason();
     return tree.isProvenInfeasible() ? Outcome::IntegerInfeasible : Outcome::Stopped;
@@ -169,6 +193,10 @@ class Cbc : public Solver {
 };
 
 }  // namespace
+
+const char* cbcVersion() {
+  return CBC_VERSION;
+}
 
 std::unique_ptr<Solver> makeCbc() {
   return std::make_unique<Cbc>();

@@ -1,4 +1,6 @@
 // The solver clp: linear models, in place.
+#include <ClpConfig.h>
+
 #include <ClpFactorization.hpp>
 #include <ClpSimplex.hpp>
 
@@ -62,6 +64,10 @@ class Clp : public Solver {
 };
 
 }  // namespace
+
+const char* clpVersion() {
+  return CLP_VERSION;
+}
 
 std::unique_ptr<Solver> makeClp() {
   return std::make_unique<Clp>();

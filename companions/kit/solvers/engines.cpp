@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iterator>
 
 #include "kit/names.h"
 #include "kit/solvers/solver.h"
@@ -9,35 +8,41 @@ namespace zdb::kit {
 namespace {
 
 // The build defines a macro for each solver that it finds.
+constexpr Engine kEngines[] = {
 #ifdef ZKIT_WITH_CLP
-constexpr auto kMakeClp = makeClp;
+    {"clp", false, true, makeClp, clpVersion, nullptr},
 #else
-constexpr std::unique_ptr<Solver> (*kMakeClp)() = nullptr;
+    {"clp", false, true, nullptr, nullptr, nullptr},
 #endif
 #ifdef ZKIT_WITH_CBC
-constexpr auto kMakeCbc = makeCbc;
+    {"cbc", true, false, makeCbc, cbcVersion, nullptr},
 #else
-constexpr std::unique_ptr<Solver> (*kMakeCbc)() = nullptr;
+    {"cbc", true, false, nullptr, nullptr, nullptr},
 #endif
 #ifdef ZKIT_WITH_GLPK
-constexpr auto kMakeGlpk = makeGlpk;
+    {"glpk", true, true, makeGlpk, glpkVersion, nullptr},
 #else
-constexpr std::unique_ptr<Solver> (*kMakeGlpk)() = nullptr;
+    {"glpk", true, true, nullptr, nullptr, nullptr},
 #endif
-
-constexpr Engine kEngines[] = {
-    {"clp", false, true, kMakeClp},
-    {"cbc", true, false, kMakeCbc},
-    {"glpk", true, true, kMakeGlpk},
 };
 
 }  // namespace
 
+const char* Engine::whyNot() const {
+  if (make == nullptr) return "this kit was built without it";
+  return reason == nullptr ? "" : reason();
+}
+
+std::span<const Engine> engines() {
+  return kEngines;
+}
+
 const Engine* findEngine(std::string_view name) {
-  const auto* found =
-      std::find_if(std::begin(kEngines), std::end(kEngines),
-                   [name](const Engine& engine) { return isSameText(engine.name, name); });
-  return found == std::end(kEngines) ? nullptr : found;
+  const auto all = engines();
+  const auto found = std::find_if(all.begin(), all.end(), [name](const Engine& engine) {
+    return isSameText(engine.name, name);
+  });
+  return found == all.end() ? nullptr : &*found;
 }
 
 }  // namespace zdb::kit

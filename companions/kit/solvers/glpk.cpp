@@ -81,6 +81,7 @@ void Problem::load(const LinearModel& model) {
   values_.resize(indices_.size());
   glp_add_rows(problem_, model.rowCount());
   glp_add_cols(problem_, model.columnCount());
+  glp_set_obj_coef(problem_, 0, model.offset);
   for (int i = 0; i < model.rowCount(); ++i) setRow(model, i);
   for (int j = 0; j < model.columnCount(); ++j) {
     setBounds(model, j);
@@ -112,6 +113,7 @@ void Problem::setColumn(const LinearModel& model, int column) {
 }
 
 void Problem::change(const LinearModel& model, const Changes& changes) {
+  glp_set_obj_coef(problem_, 0, model.offset);
   for (const int j : changes.columns) setBounds(model, j);
   for (const int i : changes.rows) setRow(model, i);
   for (const int j : changes.costs) glp_set_obj_coef(problem_, j + 1, model.cost[j]);
@@ -197,19 +199,27 @@ Outcome Problem::relaxationOutcome(int code, const StopToken& stop) const {
   }
 }
 
-// What a search keeps to.
-struct SearchLimits {
+// What a search keeps to, and how far it has come.
+struct Search {
   const StopToken& stop;
   int before;  // iterations, of which GLPK counts all that the problem ever took
+  double bound;
+  bool isCloseEnough = false;
   bool isSpent(int iterations) const {
     return stop.iterationLimit() > 0 && iterations - before >= stop.iterationLimit();
   }
 };
 
+// GLPK has no absolute gap, and the tree is gone when the search returns.
 void lookAtLimits(glp_tree* tree, void* limits) {
-  const auto* search = static_cast<const SearchLimits*>(limits);
-  const bool isSpent = search->isSpent(glp_get_it_cnt(glp_ios_get_prob(tree)));
-  if (isSpent || search->stop.isStopRequested()) glp_ios_terminate(tree);
+  auto* search = static_cast<Search*>(limits);
+  glp_prob* problem = glp_ios_get_prob(tree);
+  const int best = glp_ios_best_node(tree);
+  if (best != 0) search->bound = std::max(search->bound, glp_ios_node_bound(tree, best));
+  search->isCloseEnough = search->stop.hasGap() && glp_mip_status(problem) == GLP_FEAS &&
+                          search->stop.isCloseEnough(glp_mip_obj_val(problem), search->bound);
+  const bool isSpent = search->isSpent(glp_get_it_cnt(problem));
+  if (isSpent || search->isCloseEnough || search->stop.isStopRequested()) glp_ios_terminate(tree);
 }
 
 Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& solution) {
@@ -218,14 +228,16 @@ Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& s
   how.msg_lev = GLP_MSG_OFF;
   how.gmi_cuts = GLP_ON;
   how.mir_cuts = GLP_ON;
-  SearchLimits limits = {stop, iterationsBefore};
+  Search search = {stop, iterationsBefore, glp_get_obj_val(problem_)};
   how.cb_func = lookAtLimits;
-  how.cb_info = &limits;
+  how.cb_info = &search;
   const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
   if (left > 0) how.tm_lim = left;
   const int code = glp_intopt(problem_, &how);
   const int status = glp_mip_status(problem_);
   if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(stop, solution);
+  solution.bound = status == GLP_OPT ? glp_mip_obj_val(problem_) : search.bound;
+  if (code == GLP_ESTOP && search.isCloseEnough) return Outcome::Optimal;
   if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isStopRequested())) return stop.reason();
   if (code == GLP_ESTOP) return Outcome::IterationLimit;
   if (code == GLP_EFAIL) return Outcome::Stopped;
@@ -337,6 +349,10 @@ class Glpk : public Solver {
 };
 
 }  // namespace
+
+const char* glpkVersion() {
+  return glp_version();
+}
 
 std::unique_ptr<Solver> makeGlpk() {
   return std::make_unique<Glpk>();

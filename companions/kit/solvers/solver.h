@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string_view>
 
 #include "kit/linearmodel.h"
@@ -36,7 +37,16 @@ struct Engine {
   bool solvesMip;  ///< in addition to LP and RMIP
   bool worksInPlace;
   std::unique_ptr<Solver> (*make)();  ///< null: the kit was built without this solver
+  const char* (*version)();           ///< "" if it cannot be used here; null as above
+  const char* (*reason)();            ///< why it cannot be used here, or ""; null: always can
+
+  /// Why it cannot be used, or "". Never freed.
+  const char* whyNot() const;
+  bool isUsable() const { return *whyNot() == '\0'; }
 };
+
+/// In the order in which they are numbered, from 0.
+std::span<const Engine> engines();
 
 /// Null for an unknown name. Case does not matter.
 const Engine* findEngine(std::string_view name);
@@ -45,5 +55,8 @@ const Engine* findEngine(std::string_view name);
 std::unique_ptr<Solver> makeClp();
 std::unique_ptr<Solver> makeCbc();
 std::unique_ptr<Solver> makeGlpk();
+const char* clpVersion();
+const char* cbcVersion();
+const char* glpkVersion();
 
 }  // namespace zdb::kit

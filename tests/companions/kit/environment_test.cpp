@@ -36,7 +36,8 @@ TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {
   EXPECT_STREQ(message.data(), "this kit was built without GLPK, which reads model files");
   create(&instance, KIT_DIRECTORY);
   EXPECT_EQ(solve(instance, "cbc", message.data(), 256), 0);
-  EXPECT_STREQ(message.data(), "Solver cbc needs cbc, which this kit was built without");
+  EXPECT_STREQ(message.data(),
+               "Solver cbc needs cbc, which cannot be used: this kit was built without it");
   free(&instance);
   dlclose(library);
 }

@@ -165,6 +165,49 @@ TEST(KitLimits, Searches_Stop) {
   }
 }
 
+// Searches that would take very long end when they are close enough, and tell how close.
+TEST(KitLimits, Searches_EndWithinTheirGap) {
+  const Silence silence;
+  const Model model(wholeCover());
+  const Model positive(
+      "max z -inf inf ; cost: 1000 - 10 x - 14 y - z = 0 ; int x 0 9 ; int y 0 9 ; "
+      "e: 5 x + 8 y >= 31");
+  for (const char* solver : kMipSolvers) {
+    SCOPED_TRACE(solver);
+    const Instance instance(model);
+    const Hot hot(solver);
+    EXPECT_EQ(zkitSetLimits(instance, 20, 0), 1);
+    for (const double relative : {0.2, 0.0}) {
+      const double absolute = relative > 0 ? 0 : 0.2 * zkitObjective(instance);
+      EXPECT_EQ(zkitSetGap(instance, relative, absolute), 1);
+      EXPECT_EQ(hot.solve(instance), 0);
+      EXPECT_EQ(zkitSolveStatus(instance), ZKIT_COMPLETED);
+      EXPECT_EQ(zkitModelStatus(instance), ZKIT_INTEGER_SOLUTION);
+      expectFeasible(model, instance);
+      EXPECT_GT(zkitGap(instance), 0);
+      EXPECT_LE(zkitGap(instance), 0.2);
+      EXPECT_NEAR(zkitBound(instance), zkitObjective(instance) * (1 - zkitGap(instance)), 1e-6);
+    }
+    EXPECT_EQ(zkitSetGap(instance, 1e-9, 0), 1);
+    EXPECT_EQ(instance.solve(solver, 0.3), "");
+    expectStopped(instance, ZKIT_TIME_LIMIT);
+    EXPECT_GT(zkitBound(instance), 0);
+    EXPECT_EQ(zkitModelStatus(instance) == ZKIT_FEASIBLE, zkitGap(instance) > 0);
+    // Of what is proven to be best, and relative to an objective with its constant.
+    const Instance other(positive);
+    EXPECT_EQ(other.solve(solver), "");
+    EXPECT_EQ(zkitObjective(other), 944);
+    EXPECT_EQ(zkitBound(other), 944);
+    EXPECT_EQ(zkitGap(other), 0);
+    EXPECT_EQ(zkitSetGap(other, 0.1, 0), 1);
+    EXPECT_EQ(other.solve(solver), "");
+    EXPECT_EQ(zkitModelStatus(other), ZKIT_INTEGER_SOLUTION);
+    EXPECT_GE(zkitBound(other), 944);
+    EXPECT_LE(zkitBound(other), 1000);
+    EXPECT_LE(zkitObjective(other), 944);
+  }
+}
+
 // cbc runs one search at a time; a solve that waits for it respects its limit and stop requests.
 TEST(KitLimits, SearchesThatWaitForAnother_StopByThemselves) {
   const Model model(sums());

@@ -66,7 +66,9 @@ FunctionTable makeTable() {
   ADD(zkitModelStatusText), ADD(zkitSolveStatusText), ADD(zkitObjectiveColumn);
   ADD(zkitObjective), ADD(zkitDirection), ADD(zkitSolve), ADD(zkitSolveMessage);
   ADD(zkitIterations), ADD(zkitSeconds), ADD(zkitRowName), ADD(zkitColumnName), ADD(zkitSetLog);
-  ADD(zkitTerminate), ADD(zkitSetLimits);
+  ADD(zkitTerminate), ADD(zkitSetLimits), ADD(zkitSetGap), ADD(zkitBound), ADD(zkitGap);
+  ADD(zkitSetDirection), ADD(zkitInfeasibleSet), ADD(zkitInfeasibleRows);
+  ADD(zkitInfeasibleColumns), ADD(zkitSolverCount), ADD(zkitDefaultSolver);
   return table;
 }
 

@@ -1,0 +1,67 @@
+// Solves scenarios of a model, in any order.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "output.h"
+#include "rowwriter.h"
+#include "scenarios.h"
+#include "sweepoptions.h"
+#include "values.h"
+
+namespace zdb::tool {
+
+/// What is known of a scenario that was tried. Its texts go to the results as they are, wherever
+/// they were made.
+struct ScenarioResult {
+  std::string row;  ///< a line of CSV or a JSON object, with its line feed
+  std::optional<double> objective;
+  std::string failure;  ///< why the scenario could not be solved at all; empty if it was
+};
+
+/// A model with its scenarios, opened once in each process that solves some of them. The same
+/// options and files give the same results everywhere.
+class ScenarioSolver {
+ public:
+  /// Reads model and scenarios, and finds everything that they name. Throws ToolError for what is
+  /// not there, so that nothing is solved before all is known to be right.
+  explicit ScenarioSolver(const SweepOptions& options);
+
+  const Scenarios& scenarios() const { return scenarios_; }
+  /// The names of the cells of a row.
+  const std::vector<std::string>& columns() const { return columns_; }
+
+  /// Solves a scenario, from the basis of the last one. Throws InterruptedError after Ctrl-C; what
+  /// else goes wrong is the result's failure.
+  ScenarioResult solve(std::size_t scenario);
+
+ private:
+  /// What a column of the scenarios changes: an entry of an updatable parameter.
+  struct Target {
+    std::string symbol;
+    std::vector<std::string> labels;
+  };
+
+  void bindTargets();
+  void bindTarget(const Entry& entry);
+  void requireOneColumnEach() const;
+  void requireFiniteValues() const;
+  void apply(std::size_t scenario);
+  std::string rowOf(std::size_t scenario);
+
+  const SweepOptions options_;
+  Model model_;
+  Scenarios scenarios_;
+  std::vector<Target> targets_;
+  std::map<std::string, zdbcc::Symbol> parameters_;
+  std::vector<Entry> shown_;
+  std::vector<std::string> columns_;
+  ValueFormat format_;
+  TextOutput text_;
+  RowWriter row_;
+};
+
+}  // namespace zdb::tool
