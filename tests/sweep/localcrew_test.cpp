@@ -2,7 +2,6 @@
 #include "sweep/localcrew.h"
 
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -12,46 +11,14 @@
 #include <atomic>
 #include <csignal>
 #include <new>
-#include <numeric>
 #include <stdexcept>
 #include <thread>
 
 #include "contract/packing.h"
-#include "sweep/scheduler.h"
+#include "support.h"
 
 namespace zdb::sweep {
 namespace {
-
-/// A counter that processes share with their copies.
-class SharedCounter {
- public:
-  SharedCounter()
-      : count_(new (mmap(nullptr, sizeof(std::atomic<int>), PROT_READ | PROT_WRITE,
-                         MAP_SHARED | MAP_ANONYMOUS, -1, 0)) std::atomic<int>(0)) {}
-  ~SharedCounter() { munmap(count_, sizeof *count_); }
-  SharedCounter(const SharedCounter&) = delete;
-  SharedCounter& operator=(const SharedCounter&) = delete;
-
-  int next() { return (*count_)++; }
-
- private:
-  std::atomic<int>* count_;
-};
-
-std::vector<Outcome> runAll(Crew& crew, std::size_t count,
-                            const std::function<void(const Outcome&)>& also = nullptr) {
-  std::vector<Task> tasks(count);
-  std::iota(tasks.begin(), tasks.end(), 0);
-  std::vector<Outcome> outcomes;
-  Scheduler scheduler(tasks, crew,
-                      [&](const Outcome& outcome) {
-                        outcomes.push_back(outcome);
-                        if (also) also(outcome);
-                      },
-                      {.keepsGoing = true});
-  scheduler.run([] { return false; });
-  return outcomes;
-}
 
 /// What a worker sends apart from its results: its only socket is the way to the scheduler.
 void sendRaw(std::string_view bytes) {
@@ -80,7 +47,7 @@ const struct {
      },
      "exit code 0"},
     {[] { sendRaw(std::string(100, '\xff')); }, "bytes that are not a message"},
-    {[] { sendRaw(packed({.kind = Message::Kind::Work})); }, "bytes that are not a message"},
+    {[] { sendRaw(packed({.kind = Message::Kind::Tasks})); }, "bytes that are not a message"},
     {[] { sendRaw(packed({.kind = Message::Kind::Result, .tasks = {99}})); },
      "a result that nobody asked for"},
 };

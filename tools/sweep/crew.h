@@ -43,6 +43,8 @@ class Crew {
   Crew& operator=(const Crew&) = delete;
 
   virtual std::size_t size() const = 0;
+  /// A name for people.
+  virtual std::string name(std::size_t worker) const { return std::to_string(worker + 1); }
   /// Puts a new worker in a place, whose earlier worker, if any, is ended, and returns an empty
   /// text; or says why none can be had, and the place then stays vacant for good.
   virtual std::string fill(std::size_t worker) = 0;

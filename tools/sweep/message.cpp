@@ -22,6 +22,7 @@ template <class Wire, class Sent>
 void visit(Wire& wire, Sent& message) {
   wire.number(message.kind);
   wire.number(message.worker);
+  wire.number(message.generation);
   wire.list(message.tasks, [](Wire& w, auto& task) { w.number(task); });
   wire.number(message.seconds);
   wire.text(message.text);
@@ -29,11 +30,14 @@ void visit(Wire& wire, Sent& message) {
 
 bool isKind(Message::Kind kind) {
   switch (kind) {
-    case Message::Kind::Work:
+    case Message::Kind::Tasks:
+    case Message::Kind::Start:
     case Message::Kind::Fill:
     case Message::Kind::Result:
     case Message::Kind::Failure:
     case Message::Kind::Death:
+    case Message::Kind::Ready:
+    case Message::Kind::Broken:
       return true;
   }
   return false;

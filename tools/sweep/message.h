@@ -15,17 +15,21 @@ namespace zdb::sweep {
 
 struct Message {
   enum class Kind : char {
-    // To a worker, or to who looks after it.
-    Work = 'w',  ///< tasks to do, in this order
-    Fill = 'n',  ///< replace the worker by a new one
+    // To a worker, or to the supervisor of some.
+    Tasks = 'w',  ///< tasks to do, in this order
+    Start = 's',  ///< prepare for work, and say Ready
+    Fill = 'n',   ///< replace a worker by a new one
     // From it.
     Result = 'r',
     Failure = 'f',  ///< no result; the text says why
     Death = 'd',    ///< the last one of a worker: it gives up, or was seen to end
+    Ready = 'y',    ///< the text names the machine
+    Broken = 'b',   ///< the last one of a supervisor; the text says why
   };
 
-  Kind kind = Kind::Work;
+  Kind kind = Kind::Tasks;
   std::uint32_t worker = 0;
+  std::uint32_t generation = 0;  ///< how many workers were in its place before
   std::vector<Task> tasks = {};
   double seconds = 0;
   std::string text = {};
