@@ -202,7 +202,7 @@ ZKIT_API int zkitModelFinish(zkitModel_t model, const char* systemDirectory, voi
 ZKIT_API int zkitReadModel(const char* file, const char* data, const char* systemDirectory,
                            void** instance, char* message, int size);
 
-/** Flags of zkitReadModelX(). */
+/** Flags of zkitReadModelX() and zkitReadModelWith(). */
 enum {
   ZKIT_ALLOW_FILES = 1 /**< statements of the model may use files and load database drivers */
 };
@@ -210,6 +210,29 @@ enum {
 /** The same with flags. Only a model that you trust may have ZKIT_ALLOW_FILES. */
 ZKIT_API int zkitReadModelX(const char* file, const char* data, const char* systemDirectory,
                             int flags, void** instance, char* message, int size);
+
+/**
+ * How a model is read. Set everything to 0 first, then `size` and what you need: 0 and null are the
+ * defaults. Nothing of it is used after the call.
+ */
+typedef struct zkitReadOptions {
+  int size;         /**< sizeof(zkitReadOptions), which tells the fields that the caller knows */
+  int flags;        /**< such as ZKIT_ALLOW_FILES */
+  const char* file; /**< the model file; with `text`, only its name: for messages and the format */
+  const char* text; /**< the model itself, for example from a pipe, or null to read the file */
+  long long textSize;     /**< bytes of `text`, or negative if it ends with a zero */
+  const char* data;       /**< data file of a MathProg model, or null; with `dataText` its name */
+  const char* dataText;   /**< the data itself, or null to read the file */
+  long long dataTextSize; /**< bytes of `dataText`, or negative if it ends with a zero */
+  const char* systemDirectory; /**< as of zkitModelFinish() */
+} zkitReadOptions;
+
+/**
+ * The same with options. A model without `file` is called "model" in messages, and its format is
+ * told by its first words.
+ */
+ZKIT_API int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* message,
+                               int size);
 
 /** How far this system keeps a model, while it is read without ZKIT_ALLOW_FILES, from the rest. */
 enum {
@@ -373,6 +396,22 @@ ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version,
  */
 ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
                                int messageSize);
+
+/** Where a solve of the database library starts that goes on with a solver. */
+enum {
+  ZKIT_START_LAST = 0, /**< where the last solve ended; the default */
+  ZKIT_START_FIRST = 1 /**< where the first solve ended */
+};
+
+/**
+ * Chooses where later solves start. With ZKIT_START_FIRST, each starts where the first one ended
+ * after the solver had got the model: what a model with the same changes gives then does not depend
+ * on what was solved in between, also where several levels are optimal. To be called before that
+ * first solve. Going back takes about as long as changing the model. A solver that always starts
+ * from scratch is not concerned; one that cannot go back, or whose first solve found no basis,
+ * starts from scratch then. Fails for another number.
+ */
+ZKIT_API int zkitSetStart(void* instance, int start);
 
 #ifdef __cplusplus
 }

@@ -168,6 +168,14 @@ int zkitSetGap(void* instance, double relative, double absolute) {
   });
 }
 
+int zkitSetStart(void* instance, int start) {
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    if (start != ZKIT_START_LAST && start != ZKIT_START_FIRST) return 0;
+    own.startsAtFirst = start == ZKIT_START_FIRST;
+    return 1;
+  });
+}
+
 int zkitSolve(void* instance, const char* solver, char* message, int size) {
   copyText("", message, size);
   if (instance == nullptr || solver == nullptr) {

@@ -101,6 +101,8 @@ class Instance {
   int type = LpModel;
   int integerCount = 0;
 
+  bool startsAtFirst = false;  ///< solves start where the first one of their session ended
+
   View view;
   std::optional<View> storedView;
 

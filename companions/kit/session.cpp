@@ -40,6 +40,8 @@ void Session::makeForm(const Instance& instance) {
   form_.emplace(instance);
   isLoaded_ = false;
   hasBasis_ = false;
+  isFirst_ = true;
+  start_.reset();
 }
 
 Outcome Session::solve(Instance& instance) {
@@ -80,8 +82,10 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   solution_.hasLevels = false;
   solution_.iterations = 0;
   solution_.bound = kUnknown;
+  startsAtFirst_ = instance.startsAtFirst;
   const std::optional<Outcome> known = solveDirectly(model, solution_);
   const Outcome outcome = known.has_value() ? *known : callSolver(stop);
+  isFirst_ = false;
   const Statuses statuses = statusesOf(outcome, solution_.hasLevels, instance.isSolvedAsInteger());
   instance.modelStatus = statuses.model;
   instance.solveStatus = statuses.solve;
@@ -103,22 +107,43 @@ void Session::storeBound(Outcome outcome, const StopToken& stop, Instance& insta
 
 Outcome Session::callSolver(const StopToken& stop) {
   const LinearModel& model = form_->model();
+  if (startsAtFirst_ && !isFirst_) goBack();
   const bool isHot = isLoaded_;
-  changes_.clear();
   if (isHot) {
-    findChanges();
+    findChanges(model);
     solver_->change(model, changes_);
   } else {
+    changes_.clear();
     solver_->load(model);
   }
-  remember();
+  remember(model);
   const Outcome outcome = solver_->solve(isHot && hasBasis_ ? &changes_ : nullptr, stop, solution_);
   hasBasis_ = !isFailure(outcome) && outcome != Outcome::Stopped;
+  if (startsAtFirst_ && isFirst_) keepStart(outcome);
   return outcome;
 }
 
-void Session::findChanges() {
-  const LinearModel& model = form_->model();
+// Without a start that was kept, each solve is the first one of a new solver.
+void Session::goBack() {
+  if (!start_.has_value()) {
+    solver_ = engine_.make();
+    isLoaded_ = false;
+    return;
+  }
+  findChanges(*start_);
+  solver_->goBack(*start_, changes_);
+  remember(*start_);
+  hasBasis_ = true;
+}
+
+void Session::keepStart(Outcome outcome) {
+  const bool hasEnded = outcome == Outcome::Optimal || outcome == Outcome::Infeasible ||
+                        outcome == Outcome::Unbounded || outcome == Outcome::IntegerInfeasible;
+  if (engine_.worksInPlace && hasEnded && solver_->keepStart()) start_ = told_;
+}
+
+void Session::findChanges(const LinearModel& model) {
+  changes_.clear();
   compare(model.cost, told_.cost, changes_.costs);
   compareBounds(model.lower, told_.lower, model.upper, told_.upper, changes_.columns);
   compareBounds(model.rowLower, told_.rowLower, model.rowUpper, told_.rowUpper, changes_.rows);
@@ -131,16 +156,27 @@ void Session::findChanges() {
 }
 
 // Only what may differ the next time: the pattern of the coefficients never changes.
-void Session::remember() {
+void Session::remember(const LinearModel& model) {
   if (!engine_.worksInPlace) return;
-  const LinearModel& model = form_->model();
+  if (isLoaded_) {
+    for (const int j : changes_.costs) told_.cost[j] = model.cost[j];
+    for (const int j : changes_.columns) {
+      told_.lower[j] = model.lower[j];
+      told_.upper[j] = model.upper[j];
+    }
+    for (const int i : changes_.rows) {
+      told_.rowLower[i] = model.rowLower[i];
+      told_.rowUpper[i] = model.rowUpper[i];
+    }
+    for (const int place : changes_.places) told_.values[place] = model.values[place];
+    return;
+  }
   told_.cost = model.cost;
   told_.lower = model.lower;
   told_.upper = model.upper;
   told_.rowLower = model.rowLower;
   told_.rowUpper = model.rowUpper;
-  if (!isLoaded_) told_.values = model.values;
-  for (const int place : changes_.places) told_.values[place] = model.values[place];
+  told_.values = model.values;
   isLoaded_ = true;
 }
 

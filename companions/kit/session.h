@@ -32,8 +32,10 @@ class Session {
   void storeBound(Outcome outcome, const StopToken& stop, Instance& instance) const;
   Outcome callSolver(const StopToken& stop);
   void makeForm(const Instance& instance);
-  void findChanges();
-  void remember();
+  void goBack();
+  void keepStart(Outcome outcome);
+  void findChanges(const LinearModel& model);
+  void remember(const LinearModel& model);
 
   const Engine& engine_;
   std::unique_ptr<Solver> solver_;
@@ -43,6 +45,10 @@ class Session {
   Changes changes_;
   bool isLoaded_ = false;
   bool hasBasis_ = false;
+  /// Of an instance whose solves start at the first one.
+  bool startsAtFirst_ = false;
+  bool isFirst_ = true;               ///< of the solves of this form
+  std::optional<LinearModel> start_;  ///< what the solver had been told when it kept its start
   Solution solution_;
 };
 

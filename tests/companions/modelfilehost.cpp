@@ -67,6 +67,25 @@ std::string read(Run& run, const Statement& statement) {
   return done == 1 ? keep(run, instance) : "? " + shown(message);
 }
 
+// given NAME|null SIZE PIECE...: reads a text in memory, with SIZE as the size of the options, or
+// 0 for what it is.
+std::string given(Run& run, const Statement& statement) {
+  const Token& name = statement.arguments.at(0);
+  Statement rest = statement;
+  rest.arguments.erase(rest.arguments.begin());
+  const std::string text = textOf(rest);
+  zkitReadOptions options = {};
+  const int size = std::stoi(rest.arguments.at(0).text);
+  options.size = size == 0 ? static_cast<int>(sizeof options) : size;
+  if (name.text != "null") options.file = name.text.c_str();
+  options.text = text.c_str();
+  options.textSize = -1;
+  void* instance = nullptr;
+  char message[1000] = "";
+  const int done = zkitReadModelWith(&options, &instance, message, sizeof message);
+  return done == 1 ? keep(run, instance) : "? " + shown(message);
+}
+
 // solve FILE PIECE...: reads a file and solves it; the objective.
 std::string solve(Run& run, const Statement& statement) {
   const std::string names = read(run, statement);
@@ -111,8 +130,8 @@ zdb::script::FunctionTable makeTable() {
 class ModelFileHost : public zdb::script::Host {
  public:
   ModelFileHost() : Host(makeTable()) {
-    words = {
-        {"text", nameText}, {"write", write}, {"read", read}, {"solve", solve}, {"names", names}};
+    words = {{"text", nameText}, {"write", write}, {"read", read},
+             {"given", given},   {"solve", solve}, {"names", names}};
   }
   void* create(const zdb::script::Way& /*way*/) override { return nullptr; }
   void destroy(void* /*object*/) override {}

@@ -54,6 +54,11 @@ void Console::note(std::string_view fact) {
   printLine(fact, false);
 }
 
+void Console::log(std::string_view line) {
+  clearBar();
+  std::fprintf(stderr, "%s\n", printable(line).c_str());
+}
+
 void Console::printLine(std::string_view text, bool isProblem) {
   push();  // a failed write is remembered, and reported by the next flush
   clearBar();

@@ -32,6 +32,8 @@ class Console : public Output {
   void report(std::string_view problem);
   /// The same for information that is not a problem: the program may still exit with 0.
   void note(std::string_view fact);
+  /// A line of another program's log on standard error.
+  void log(std::string_view line);
   bool hasProblems() const { return hasProblems_; }
 
   /// A line on standard error that the next one replaces, and the next output clears.

@@ -2,6 +2,7 @@
 
 #include "console.h"
 #include "guess.h"
+#include "lookup.h"
 #include "zkitdclib.h"
 
 namespace zdb::tool {
@@ -10,29 +11,6 @@ namespace {
 
 /// What marks a variable as an updatable parameter.
 constexpr const char* kSuffix = "_var";
-
-void requireLabelCount(const zdbcc::Symbol& symbol, const std::vector<std::string>& labels) {
-  if (labels.size() == static_cast<std::size_t>(symbol.dim())) return;
-  throw ToolError("labels given for " + symbol.name() + ": " + std::to_string(labels.size()) +
-                  ", needed: " + std::to_string(symbol.dim()));
-}
-
-/// A name or label that is not there is answered with a guess.
-zdbcc::Symbol requireSymbol(const zdbcc::Database& db, const std::string& name) {
-  if (const auto symbol = db.findSymbol(name)) return *symbol;
-  Guess guess(name);
-  for (const zdbcc::Symbol& symbol : db.symbols()) guess.consider(symbol.name());
-  throw ToolError("there is no symbol " + name + guess.text());
-}
-
-void requireLabels(const zdbcc::Database& db, const std::vector<std::string>& labels) {
-  for (const std::string& label : labels) {
-    if (db.findLabel(label)) continue;
-    Guess guess(label);
-    for (int i = 1; i <= db.labelCount(); ++i) guess.consider(db.label(i));
-    throw ToolError("there is no label " + label + guess.text());
-  }
-}
 
 }  // namespace
 
@@ -128,6 +106,10 @@ void Model::solve(const std::string& solver) {
 bool Model::isSolved() const {
   const int status = zkitModelStatus(instance_);
   return status == ZKIT_OPTIMAL || status == ZKIT_INTEGER_SOLUTION;
+}
+
+bool Model::hasSolution() const {
+  return isSolved() || zkitModelStatus(instance_) == ZKIT_FEASIBLE;
 }
 
 double Model::level(const Entry& entry) {

@@ -78,7 +78,10 @@ class Model {
   void solve(const std::string& solver);
   /// The solver for this type of model, found out once.
   const std::string& defaultSolver();
+  /// Whether the solution is proven to be the best.
   bool isSolved() const;
+  /// Whether there is a solution: that, or the best one until a solve was stopped.
+  bool hasSolution() const;
   /// The solution's level of a variable or equation.
   double level(const Entry& entry);
 

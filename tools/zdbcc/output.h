@@ -1,9 +1,14 @@
 #pragma once
 
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
+
+namespace zdb::zxfile {
+class OutputFile;
+}
 
 namespace zdb::tool {
 
@@ -45,6 +50,21 @@ class FileOutput : public Output {
 
   std::string name_;
   std::FILE* file_;
+};
+
+/// A file that nobody sees until publish(), when it takes the place of its target in one step.
+class NewFileOutput : public Output {
+ public:
+  explicit NewFileOutput(const std::string& name);
+  ~NewFileOutput() override;
+
+  void write(std::string_view text) override;
+  /// Throws as write(); then the target is as it was.
+  void publish();
+
+ private:
+  std::string name_;
+  std::unique_ptr<zdb::zxfile::OutputFile> file_;
 };
 
 }  // namespace zdb::tool

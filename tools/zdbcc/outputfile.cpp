@@ -12,6 +12,8 @@ namespace {
 
 constexpr const char* kForce = "; use --force to write over it";
 
+}  // namespace
+
 bool isDataFile(const std::string& file) {
   try {
     const ExchangeFile readable(file);
@@ -21,9 +23,8 @@ bool isDataFile(const std::string& file) {
   }
 }
 
-}  // namespace
-
-void checkOutput(const std::string& output, const std::vector<std::string>& inputs) {
+void checkOutput(const std::string& output, const std::vector<std::string>& inputs,
+                 const Replaceable& replaceable) {
   std::error_code missing;
   for (const std::string& input : inputs) {
     if (std::filesystem::equivalent(output, input, missing)) {
@@ -32,8 +33,10 @@ void checkOutput(const std::string& output, const std::vector<std::string>& inpu
       throw ToolError(problem);
     }
   }
-  if (!std::filesystem::is_regular_file(output, missing) || isDataFile(output)) return;
-  throw ToolError(output + " exists and is not a data file" + kForce);
+  if (!std::filesystem::is_regular_file(output, missing) || replaceable.isOne(output)) {
+    return;
+  }
+  throw ToolError(output + " exists and is not " + replaceable.what + kForce);
 }
 
 }  // namespace zdb::tool

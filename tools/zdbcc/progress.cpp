@@ -1,7 +1,6 @@
 #include "progress.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 
 namespace zdb::tool {
@@ -10,12 +9,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kQuietTime(1000);
 constexpr std::chrono::milliseconds kDrawingTime(100);
-
-volatile std::sig_atomic_t hasInterrupt = 0;
-
-extern "C" void rememberInterrupt(int /*signal*/) {
-  hasInterrupt = 1;
-}
 
 std::string shortTime(double seconds) {
   char text[32];
@@ -44,24 +37,14 @@ std::string shortNumber(double number) {
 }  // namespace
 
 Progress::Progress(Console& console, std::string unit)
-    : console_(console), unit_(std::move(unit)), nextDrawing_(start_ + kQuietTime) {
-  struct sigaction action {};
-  action.sa_handler = rememberInterrupt;
-  action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
-}
+    : console_(console), unit_(std::move(unit)), nextDrawing_(start_ + kQuietTime) {}
 
 Progress::~Progress() {
   console_.clearBar();
-  std::signal(SIGINT, SIG_DFL);
-}
-
-bool Progress::isInterrupted() {
-  return hasInterrupt != 0;
 }
 
 void Progress::update(std::uint64_t done, std::uint64_t total) {
-  if (isInterrupted()) throw InterruptedError();
+  if (Interrupt::isRequested()) throw InterruptedError();
   if (!console_.terminal().showsProgress) return;
   const Clock::time_point now = Clock::now();
   if (now < nextDrawing_) return;

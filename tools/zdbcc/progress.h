@@ -5,6 +5,7 @@
 #include <string>
 
 #include "console.h"
+#include "interrupt.h"
 
 namespace zdb::tool {
 
@@ -23,8 +24,6 @@ class Progress {
   /// Costs some 30 ns when there is nothing to draw.
   /// REQUIRES done <= total.
   void update(std::uint64_t done, std::uint64_t total);
-  /// Only asks for Ctrl-C, where nobody knows how far it is.
-  static bool isInterrupted();
 
   /// For work in many small steps: counts one, and now and then updates.
   void step(std::uint64_t total) {
@@ -36,6 +35,7 @@ class Progress {
   using Clock = std::chrono::steady_clock;
 
   Console& console_;
+  Interrupt interrupt_;
   std::string unit_;
   std::uint64_t steps_ = 0;
   Clock::time_point start_ = Clock::now();

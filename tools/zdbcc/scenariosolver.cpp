@@ -9,23 +9,32 @@ namespace zdb::tool {
 
 ScenarioSolver::ScenarioSolver(const SweepOptions& options)
     : options_(options),
-      model_(options.model),
+      model_(std::make_unique<Model>(options.model)),
       scenarios_(options.scenarios),
       columns_({"scenario", "status", "objective", "iterations"}),
-      format_(model_.database().specialValues()),
+      format_(model_->database().specialValues()),
       row_(text_, options.json) {
-  bindTargets();
+  bind();
   requireOneColumnEach();
   requireFiniteValues();
   for (const std::string& text : options.shown) {
     shown_.push_back(parseEntry(text));
-    model_.level(shown_.back());  // throws if it is not there
+    model_->level(shown_.back());  // throws if it is not there
   }
   columns_.insert(columns_.end(), options.shown.begin(), options.shown.end());
   row_.singleRows(columns_);
 }
 
-void ScenarioSolver::bindTargets() {
+void ScenarioSolver::open() {
+  base_.reset();
+  targets_.clear();
+  parameters_.clear();
+  model_ = std::make_unique<Model>(options_.model);
+  bind();
+}
+
+void ScenarioSolver::bind() {
+  if (options_.start == SweepStart::Base) zkitSetStart(model_->instance(), ZKIT_START_FIRST);
   for (const std::string& heading : scenarios_.headings()) {
     try {
       bindTarget(parseEntry(heading));
@@ -36,8 +45,8 @@ void ScenarioSolver::bindTargets() {
 }
 
 void ScenarioSolver::bindTarget(const Entry& entry) {
-  const zdbcc::Symbol parameter = model_.parameter(entry.symbol);
-  model_.requireEntry(parameter, entry.labels);
+  const zdbcc::Symbol parameter = model_->parameter(entry.symbol);
+  model_->requireEntry(parameter, entry.labels);
   targets_.push_back({parameter.name(), entry.labels});
   parameters_.emplace(parameter.name(), parameter);
 }
@@ -59,7 +68,7 @@ void ScenarioSolver::requireOneColumnEach() const {
   for (std::size_t c = 0; c < targets_.size(); ++c) {
     std::string key = targets_[c].symbol;
     for (const std::string& label : targets_[c].labels) {
-      key.append(",").append(std::to_string(*model_.database().findLabel(label)));
+      key.append(",").append(std::to_string(*model_->database().findLabel(label)));
     }
     const auto [first, isNew] = known.emplace(key, c);
     if (isNew) continue;
@@ -71,37 +80,50 @@ void ScenarioSolver::requireOneColumnEach() const {
 }
 
 ScenarioResult ScenarioSolver::solve(std::size_t scenario) {
+  if (options_.start == SweepStart::Base) solveBase();
+  ScenarioResult result = trySolving(scenario);
+  if (result.failure.empty()) result.row = rowOf(scenario);
+  // The solver is gone, and with it the basis that others would have started from.
+  if (zkitSolveStatus(model_->instance()) == ZKIT_SOLVER_FAILED) open();
+  return result;
+}
+
+// Also a base without a solution leaves a basis.
+const ScenarioResult& ScenarioSolver::solveBase() {
+  if (!base_) base_ = trySolving(std::nullopt);
+  return *base_;
+}
+
+ScenarioResult ScenarioSolver::trySolving(std::optional<std::size_t> scenario) {
   ScenarioResult result;
   try {
     apply(scenario);
-    model_.solve(options_.solver);
+    model_->solve(options_.solver);
+    if (model_->isSolved()) result.objective = zkitObjective(model_->instance());
   } catch (const std::runtime_error& failure) {
     result.failure = failure.what();
-    return result;
   }
-  if (model_.isSolved()) result.objective = zkitObjective(model_.instance());
-  result.row = rowOf(scenario);
   return result;
 }
 
 // All entries without a value get the model's own.
-void ScenarioSolver::apply(std::size_t scenario) {
+void ScenarioSolver::apply(std::optional<std::size_t> scenario) {
   for (const auto& [name, parameter] : parameters_) parameter.clear();
-  for (std::size_t c = 0; c < targets_.size(); ++c) {
-    const std::optional<double> value = scenarios_.value(scenario, c);
-    if (value) model_.set(parameters_.at(targets_[c].symbol), targets_[c].labels, *value);
+  for (std::size_t c = 0; scenario && c < targets_.size(); ++c) {
+    const std::optional<double> value = scenarios_.value(*scenario, c);
+    if (value) model_->set(parameters_.at(targets_[c].symbol), targets_[c].labels, *value);
   }
-  for (const auto& [name, parameter] : parameters_) model_.update(parameter, ZDB_MISSING_BASE);
+  for (const auto& [name, parameter] : parameters_) model_->update(parameter, ZDB_MISSING_BASE);
 }
 
 std::string ScenarioSolver::rowOf(std::size_t scenario) {
-  const bool isSolved = model_.isSolved();
+  const bool isSolved = model_->isSolved();
   row_.text(scenarios_.name(scenario));
-  row_.text(zkitModelStatusText(zkitModelStatus(model_.instance())));
-  isSolved ? row_.number(zkitObjective(model_.instance()), format_) : row_.nothing();
-  row_.integer(zkitIterations(model_.instance()));
+  row_.text(zkitModelStatusText(zkitModelStatus(model_->instance())));
+  isSolved ? row_.number(zkitObjective(model_->instance()), format_) : row_.nothing();
+  row_.integer(zkitIterations(model_->instance()));
   for (const Entry& entry : shown_) {
-    isSolved ? row_.number(model_.level(entry), format_) : row_.nothing();
+    isSolved ? row_.number(model_->level(entry), format_) : row_.nothing();
   }
   row_.endRow();
   return text_.take();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -34,9 +35,12 @@ class ScenarioSolver {
   /// The names of the cells of a row.
   const std::vector<std::string>& columns() const { return columns_; }
 
-  /// Solves a scenario, from the basis of the last one. Throws InterruptedError after Ctrl-C; what
-  /// else goes wrong is the result's failure.
+  /// Solves a scenario. If solves start at the model's own basis, the result depends on nothing but
+  /// the scenario. Throws InterruptedError after Ctrl-C; what else goes wrong is the result's
+  /// failure.
   ScenarioResult solve(std::size_t scenario);
+  /// Solves the model as it is; its result has no row.
+  const ScenarioResult& solveBase();
 
  private:
   /// What a column of the scenarios changes: an entry of an updatable parameter.
@@ -45,19 +49,22 @@ class ScenarioSolver {
     std::vector<std::string> labels;
   };
 
-  void bindTargets();
+  void open();
+  void bind();
   void bindTarget(const Entry& entry);
   void requireOneColumnEach() const;
   void requireFiniteValues() const;
-  void apply(std::size_t scenario);
+  void apply(std::optional<std::size_t> scenario);
+  ScenarioResult trySolving(std::optional<std::size_t> scenario);
   std::string rowOf(std::size_t scenario);
 
   const SweepOptions options_;
-  Model model_;
+  std::unique_ptr<Model> model_;
   Scenarios scenarios_;
   std::vector<Target> targets_;
   std::map<std::string, zdbcc::Symbol> parameters_;
   std::vector<Entry> shown_;
+  std::optional<ScenarioResult> base_;  ///< once it was solved
   std::vector<std::string> columns_;
   ValueFormat format_;
   TextOutput text_;

@@ -1,10 +1,12 @@
-// zdbcc solve: solves a model file, with changed data if given, and writes the solution to a
-// data file.
-#include "csvreader.h"
-#include "json.h"
+// zdbcc solve: solves a model file, with changed data if given, and writes the solution.
+#include "changes.h"
+#include "interrupt.h"
+#include "limitedprocess.h"
 #include "model.h"
 #include "outputfile.h"
-#include "values.h"
+#include "solution.h"
+#include "solvelimits.h"
+#include "solvereport.h"
 #include "verbs.h"
 #include "zkitdclib.h"
 
@@ -16,139 +18,138 @@ struct SolveOptions {
   ModelSource model;
   std::string dataFile;
   std::vector<std::string> sets;
+  std::vector<std::string> shown;
   std::string solver;
+  SolveLimits limits;
+  bool relaxes = false;
+  bool logs = false;
   std::string output;
   bool force = false;
   bool json = false;
+
+  bool writesToOutput() const { return output == "-"; }
+  bool writesTable() const { return writesToOutput() || output.ends_with(".csv"); }
 };
 
-void noteUnmatched(Console& console, const std::string& name, int unmatched) {
-  if (unmatched == 0) return;
-  console.note(name + ": " + std::to_string(unmatched) +
-               (unmatched == 1 ? " record is" : " records are") + " not in the model");
+void check(const SolveOptions& options) {
+  options.limits.check();
+  if (!options.writesToOutput()) return;
+  const char* other = options.json ? "--json" : options.shown.empty() ? nullptr : "--show";
+  if (other == nullptr) return;
+  throw WrongUseError(std::string(other) + " and --output - both write to standard output");
 }
 
-zdbcc::Database read(const std::string& file) {
-  try {
-    return zdbcc::Database(file);
-  } catch (const zdbcc::Error& failure) {
-    throw ToolError("cannot read " + file + ": " + failure.what());
-  }
-}
-
-/// Takes every parameter of a data file that is updatable in the model.
-void takeDataFile(Model& model, const std::string& file, Console& console) {
-  const zdbcc::Database data = read(file);
-  int taken = 0;
-  for (const zdbcc::Symbol& source : data.symbols()) {
-    const std::string name = source.name();
-    if (source.type() != ZDB_PARAMETER || !model.hasParameter(name)) continue;
-    const zdbcc::Symbol target = model.parameter(name);
-    target.copyFrom(source);
-    std::string place = file;
-    place.append(": ").append(name);
-    noteUnmatched(console, place, model.update(target, ZDB_MISSING_KEEP));
-    ++taken;
-  }
-  if (taken == 0) throw ToolError(file + " has no parameter that is updatable in the model");
-}
-
-/// Whether a first row that does not end in a number is a misspelt value, not a heading. For a
-/// scalar, which has no labels, a heading is a row that is followed by another.
-bool isMeantForAnEntry(Model& model, const zdbcc::Symbol& target, const CsvRow& row,
-                       std::size_t rows) {
-  return target.dim() == 0 ? rows == 1 : model.hasEntry(target, row.fields);
-}
-
-/// Takes the values of a parameter: labels and a value in each row, with or without a heading.
-void takeCsv(Model& model, const std::string& option, Console& console) {
-  const auto equals = option.find('=');
-  if (equals == std::string::npos)
-    throw WrongUseError("--set needs SYMBOL=FILE, not " + printable(option));
-  const std::string file = option.substr(equals + 1);
-  const zdbcc::Symbol target = model.parameter(option.substr(0, equals));
-  const ValueFormat format(model.database().specialValues());
-  std::vector<CsvRow> rows = readCsv(file);
-  bool isFirst = true;
-  for (CsvRow& row : rows) {
-    const std::string place = file + ": row " + std::to_string(row.number) + ": ";
-    const std::string text = row.fields.back();
-    const auto value = format.parse(text);
-    row.fields.pop_back();
-    const bool isHeading = isFirst && !value && !isMeantForAnEntry(model, target, row, rows.size());
-    isFirst = false;
-    if (isHeading) continue;
-    if (!value) throw ToolError(place + '"' + printable(text) + "\" is not a number");
-    try {
-      model.set(target, row.fields, *value);
-    } catch (const std::runtime_error& failure) {
-      throw ToolError(place + failure.what());
-    }
-  }
-  noteUnmatched(console, file, model.update(target, ZDB_MISSING_KEEP));
-}
-
-std::string line(const char* name, const std::string& value) {
-  return std::string(name) + std::string(12 - std::string(name).size(), ' ') + value + '\n';
-}
-
-std::string sizeText(void* instance) {
-  std::string text = std::to_string(zkitRows(instance)) + " rows, " +
-                     std::to_string(zkitColumns(instance)) + " columns, " +
-                     std::to_string(zkitNonZeros(instance)) + " non-zeros";
-  const int integers = zkitIntegerColumns(instance);
-  return integers == 0 ? text : text + ", " + std::to_string(integers) + " integer columns";
-}
-
-bool hasObjective(const Model& model) {
-  return model.isSolved() && zkitObjectiveColumn(model.instance()) >= 0;
-}
-
-void printResult(Model& model, Console& console) {
-  void* instance = model.instance();
-  ValueFormat format(model.database().specialValues());
-  console.write(line("model", sizeText(instance)));
-  console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
-  console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
-  if (hasObjective(model)) {
-    console.write(line("objective", std::string(format(zkitObjective(instance)))));
-  }
-  console.write(line("iterations", std::to_string(zkitIterations(instance))));
-}
-
-void writeResult(const Model& model, Console& console) {
-  void* instance = model.instance();
-  JsonWriter json(console);
-  json.beginObject().field("rows", zkitRows(instance)).field("columns", zkitColumns(instance));
-  json.field("nonZeros", zkitNonZeros(instance));
-  json.field("integerColumns", zkitIntegerColumns(instance));
-  json.field("status", zkitModelStatusText(zkitModelStatus(instance)));
-  json.field("solve", zkitSolveStatusText(zkitSolveStatus(instance)));
-  if (hasObjective(model)) json.field("objective", zkitObjective(instance));
-  json.field("iterations", zkitIterations(instance)).end();
-}
-
+/// Refuses to write over what was not meant, and finds out whether the file can be written at all.
 void checkOutputOf(const SolveOptions& options) {
-  if (options.output.empty() || options.force) return;
-  std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
-  for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
-  checkOutput(options.output, inputs);
+  if (options.output.empty() || options.writesToOutput()) return;
+  if (!options.force) {
+    std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
+    for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
+    const Replaceable table = {"a table of a solution", isSolutionTable};
+    checkOutput(options.output, inputs, options.writesTable() ? table : Replaceable());
+  }
+  const NewFileOutput neverPublished(options.output);
 }
 
-void runSolve(const SolveOptions& options, Console& console) {
-  checkOutputOf(options);
+void writeOutput(const Model& model, const SolveOptions& options, Console& console) {
+  if (options.writesToOutput()) return writeSolutionTable(model.database(), console);
+  if (!options.writesTable()) return model.database().write(options.output, false);
+  NewFileOutput table(options.output);
+  writeSolutionTable(model.database(), table);
+  table.publish();
+}
+
+/// What a solver says goes to standard error, as it says it.
+void logLine(const char* text, void* console) {
+  static_cast<Console*>(console)->log(text);
+}
+
+void report(const Model& model, const std::vector<Shown>& shown, const SolveOptions& options,
+            Console& console) {
+  const SolveReport report(model);
+  if (options.writesToOutput()) return console.note(report.summary());
+  if (options.json) return report.writeJson(shown, console);
+  report.print(console);
+  for (const Shown& each : shown) {
+    console.write("\n");
+    printShown(each, model.database(), console);
+  }
+}
+
+ExitCode solve(const SolveOptions& options, Console& console) {
   Model model(options.model);
+  if (options.relaxes) zkitSetModelType(model.instance(), ZKIT_RMIP);
+  if (options.logs) zkitSetLog(model.instance(), logLine, &console);
+  options.limits.apply(model.instance());
   if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
   for (const std::string& set : options.sets) takeCsv(model, set, console);
+  std::vector<Shown> shown;
+  for (const std::string& text : options.shown) shown.push_back(readShown(model.database(), text));
+  const Interrupt interrupt(model.instance());
   model.solve(options.solver);
-  options.json ? writeResult(model, console) : printResult(model, console);
-  if (!model.isSolved()) {
-    console.flush();
-    throw ToolError("no optimal solution: " +
-                    std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
-  }
-  if (options.output.empty()) return;
-  model.database().write(options.output, false);
+  report(model, shown, options, console);
+  if (model.hasSolution() && !options.output.empty()) writeOutput(model, options, console);
+  console.flush();
+  if (Interrupt::isRequested()) throw InterruptedError();
+  if (model.isSolved()) return ExitCode::Done;
+  throw ToolError("no optimal solution: " +
+                  std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
+}
+
+ExitCode runSolve(const SolveOptions& options, Console& console) {
+  check(options);
+  checkOutputOf(options);
+  return withMemoryLimit(options.limits.megabytes, [&] { return solve(options, console); });
+}
+
+std::vector<Option> solveOptions() {
+  std::vector<Option> options = {
+      {.name = "data",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "Exchange file with values of updatable parameters",
+       .target = into(&SolveOptions::dataFile)},
+      {.name = "set",
+       .value = "SYMBOL=FILE",
+       .text = "CSV file, or `-`, with values of an updatable parameter",
+       .details = "Each row has the labels, then the value. A first row that does not end in a "
+                  "number and is not an entry of the model is a heading (for a scalar, a "
+                  "first row that is followed by another), so the output of `zdbcc dump` can "
+                  "be read. Entries without a row keep their values; the number of records "
+                  "without an entry in the model is printed on standard error.",
+       .target = into(&SolveOptions::sets)},
+      {.name = "show",
+       .value = "SYMBOL",
+       .text = "Variable or equation, or some of its entries, to be shown",
+       .details = "With labels, level and marginal; entries as in `buy[bread]` or "
+                  "`ship['New York',*]`.",
+       .target = into(&SolveOptions::shown)},
+      solverOption(&SolveOptions::solver)};
+  for (Option& option : limitOptions(&SolveOptions::limits)) options.push_back(std::move(option));
+  options.insert(
+      options.end(),
+      {{.name = "relax",
+        .text = "Treat integer columns as continuous",
+        .target = into(&SolveOptions::relaxes)},
+       {.name = "log",
+        .text = "Write what the solver says to standard error",
+        .target = into(&SolveOptions::logs)},
+       {.name = "output",
+        .letter = 'o',
+        .value = "FILE",
+        .kind = Kind::File,
+        .text = "Exchange file or CSV file to write the solution to, or `-`",
+        .details = "An exchange file has variables and equations with level, marginal and "
+                   "bounds, and the parameters that were changed. A name that ends in `.csv`, "
+                   "or `-` for standard output, gets one table of all variables and equations: "
+                   "symbol, label1, label2 and so on, level, marginal, lower and upper. Without "
+                   "a solution, nothing is written.",
+        .target = into(&SolveOptions::output)},
+       {.name = "force",
+        .text = "Write over an input, or over a file that is not such a file",
+        .target = into(&SolveOptions::force)},
+       jsonOption(&SolveOptions::json)});
+  return withModelOptions(&SolveOptions::model, std::move(options));
 }
 
 }  // namespace
@@ -159,45 +160,26 @@ Verb solveVerb() {
           .details = R"(Prints the size of the model, the status, the objective and the number of
 iterations.
 
-A parameter `p` is updatable if the model has a variable `p_var`.)",
+A parameter `p` is updatable if the model has a variable `p_var`.
+
+Ctrl-C stops the search; the best solution that was found is printed and written. A second one ends
+the program at once.)",
           .operands = {modelOperand(&SolveOptions::model)},
-          .options = withModelOptions(
-              &SolveOptions::model,
-              {{.name = "data",
-                .value = "FILE",
-                .kind = Kind::File,
-                .text = "Exchange file with values of updatable parameters",
-                .target = into(&SolveOptions::dataFile)},
-               {.name = "set",
-                .value = "SYMBOL=FILE",
-                .text = "CSV file, or `-`, with values of an updatable parameter",
-                .details =
-                    "Each row has the labels, then the value. A first row that does not end in a "
-                    "number and is not an entry of the model is a heading (for a scalar, a "
-                    "first row that is followed by another), so the output of `zdbcc dump` can "
-                    "be read. Entries without a row keep their values; the number of records "
-                    "without an entry in the model is printed on standard error.",
-                .target = into(&SolveOptions::sets)},
-               solverOption(&SolveOptions::solver),
-               {.name = "output",
-                .letter = 'o',
-                .value = "FILE",
-                .kind = Kind::File,
-                .text = "Exchange file to write the solution to",
-                .details = "Variables and equations with level, marginal and bounds, and the "
-                           "parameters that were changed.",
-                .target = into(&SolveOptions::output)},
-               {.name = "force",
-                .text = "Write over an input, or over a file that is not an exchange file",
-                .target = into(&SolveOptions::force)},
-               jsonOption(&SolveOptions::json)}),
+          .options = solveOptions(),
           .examples = {{"zdbcc solve diet.mod --set price=prices.csv -o solution.zxf",
                         "With new prices, into a file"},
-                       {"zdbcc solve plan.mps --solver glpk", "With another solver"}},
+                       {"zdbcc solve diet.mod --show buy --show 'energy'",
+                        "With what is bought, and what energy costs"},
+                       {"zdbcc solve plan.mps --solver glpk --time-limit 60 --gap 0.01 -o plan.csv",
+                        "With another solver, for a minute at most"}},
           .exitCodes = {{ExitCode::Done,
                          "The solution is optimal, even if there were records without an entry."},
-                        {ExitCode::Failed, "There is no optimal solution, or something failed."},
-                        {ExitCode::WrongUse, "The command line is wrong; nothing was done."}},
+                        {ExitCode::Failed,
+                         "There is no solution that is known to be optimal, or something failed. "
+                         "What was found within the limits is printed and written."},
+                        {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
+                        {ExitCode::Interrupted,
+                         "Stopped by Ctrl-C. What was found is printed and written."}},
           .action = runs(runSolve)};
 }
 

@@ -9,7 +9,7 @@
 #include "contract/columnnames.h"
 #include "exchangefile.h"
 #include "guess.h"
-#include "progress.h"
+#include "interrupt.h"
 #include "rowwriter.h"
 #include "symboltables.h"
 #include "table.h"
@@ -136,7 +136,7 @@ class Session {
     sqlite3_set_authorizer(db_, decide, this);
     constexpr int kOperations = 10000;  // about 0.1 ms
     sqlite3_progress_handler(
-        db_, kOperations, [](void*) { return Progress::isInterrupted() ? 1 : 0; }, nullptr);
+        db_, kOperations, [](void*) { return Interrupt::isRequested() ? 1 : 0; }, nullptr);
   }
 
   static int decide(void* session, int action, const char* name, const char* /*detail*/,
@@ -253,7 +253,7 @@ void runSql(const SqlOptions& options, Console& console) {
   }
   std::string sql = options.sql;
   if (sql == "-") sql.assign(std::istreambuf_iterator<char>(std::cin), {});
-  const Progress interruptible(console, "records");
+  const Interrupt interruptible;
   session.run(sql);
 }
 

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 
 #include "number.h"
@@ -69,6 +70,13 @@ std::string_view ValueFormat::operator()(double value) {
   }
   const auto result = std::to_chars(text_, text_ + sizeof text_, value);
   return {text_, static_cast<std::size_t>(result.ptr - text_)};
+}
+
+std::string ValueFormat::tenDigits(double value) {
+  if (special(value) < specials_.size()) return std::string((*this)(value));
+  char text[32];
+  std::snprintf(text, sizeof text, "%.10g", value == 0 ? 0.0 : value);  // without a sign
+  return text;
 }
 
 std::optional<double> ValueFormat::number(double value) const {

@@ -28,6 +28,8 @@ class ValueFormat {
   /// Shortest text that reads back as the same double; for a special value its name: Undef, NA,
   /// +Inf, -Inf, and Eps for an explicit zero, or what else its form is. Valid until the next call.
   std::string_view operator()(double value);
+  /// The same for people: ten significant digits.
+  std::string tenDigits(double value);
   /// The value as a number; none if it has a name or is left empty.
   std::optional<double> number(double value) const;
   /// The double for such a text; none for any other text.

@@ -1,4 +1,8 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <new>
+#include <string>
 
 #include "kit/modelfile/build.h"
 #include "kit/modelfile/errors.h"
@@ -12,6 +16,9 @@ using namespace zdb::boundary;
 
 namespace {
 
+/// The size of the options in the first release that had them.
+constexpr int kFirstSize = offsetof(zkitReadOptions, systemDirectory) + sizeof(const char*);
+
 void tell(const std::exception& error, const char* file, char* message, int size) {
   const auto* unnamed = dynamic_cast<const ReadError*>(&error);
   if (unnamed != nullptr) {
@@ -23,6 +30,36 @@ void tell(const std::exception& error, const char* file, char* message, int size
   }
 }
 
+// What the caller has set: the fields that this library does not know are left out, those that the
+// caller does not know are 0.
+zkitReadOptions knownOptions(const zkitReadOptions* options) {
+  zkitReadOptions known = {};
+  if (options == nullptr || options->size <= 0) return known;
+  std::memcpy(&known, options,
+              std::min(static_cast<std::size_t>(options->size), sizeof(zkitReadOptions)));
+  return known;
+}
+
+void checkOptions(const zkitReadOptions& options) {
+  if (options.size < kFirstSize) {
+    throw FileError("the size of the options must be sizeof(zkitReadOptions), not " +
+                    std::to_string(options.size));
+  }
+  if (options.file == nullptr && options.text == nullptr) throw FileError("no model file given");
+  if ((options.flags & ~ZKIT_ALLOW_FILES) != 0) {
+    throw FileError("unknown flags for reading a model file");
+  }
+}
+
+FileSource sourceOf(const char* name, const char* text, long long size, const char* otherwise) {
+  FileSource source{name == nullptr ? otherwise : name};
+  if (text != nullptr) {
+    source.content =
+        size < 0 ? std::string_view(text) : std::string_view(text, static_cast<std::size_t>(size));
+  }
+  return source;
+}
+
 }  // namespace
 
 int zkitReadModel(const char* file, const char* data, const char* systemDirectory, void** instance,
@@ -32,21 +69,35 @@ int zkitReadModel(const char* file, const char* data, const char* systemDirector
 
 int zkitReadModelX(const char* file, const char* data, const char* systemDirectory, int flags,
                    void** instance, char* message, int size) {
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.flags = flags;
+  options.file = file;
+  options.data = data;
+  options.systemDirectory = systemDirectory;
+  return zkitReadModelWith(&options, instance, message, size);
+}
+
+int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* message, int size) {
   copyText("", message, size);
   if (instance == nullptr) {
     copyText("the output for the instance must not be null", message, size);
     return 0;
   }
   *instance = nullptr;
-  const auto read = [=]() -> void* {
-    if (file == nullptr) throw FileError("no model file given");
-    if ((flags & ~ZKIT_ALLOW_FILES) != 0) throw FileError("unknown flags for reading a model file");
+  const zkitReadOptions own = knownOptions(options);
+  const auto read = [&own]() -> void* {
+    checkOptions(own);
     FileLimits limits;
-    limits.files = (flags & ZKIT_ALLOW_FILES) != 0;
-    return buildInstance(readModelFile(file, data, limits), systemDirectory);
+    limits.files = (own.flags & ZKIT_ALLOW_FILES) != 0;
+    const FileSource model = sourceOf(own.file, own.text, own.textSize, "model");
+    const FileSource data = sourceOf(own.data, own.dataText, own.dataTextSize, "data");
+    const bool hasData = own.data != nullptr || own.dataText != nullptr;
+    return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory);
   };
+  const char* name = own.file == nullptr ? "model" : own.file;
   *instance = guarded(static_cast<void*>(nullptr), read,
-                      [=](const std::exception& error) { tell(error, file, message, size); });
+                      [=](const std::exception& error) { tell(error, name, message, size); });
   return *instance == nullptr ? 0 : 1;
 }
 

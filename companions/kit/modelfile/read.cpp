@@ -19,7 +19,7 @@ namespace zdb::kit::modelfile {
 namespace {
 
 // Pipes and devices are refused: they may never end.
-std::string contentOf(const std::string& path) {
+std::string contentOfFile(const std::string& path) {
   struct stat status = {};
   if (stat(path.c_str(), &status) != 0) throw FileError(path + ": " + std::strerror(errno));
   if (!S_ISREG(status.st_mode)) throw FileError(path + ": is not a regular file");
@@ -27,8 +27,16 @@ std::string contentOf(const std::string& path) {
   std::string content(static_cast<std::size_t>(status.st_size), '\0');
   in.read(content.data(), static_cast<std::streamsize>(content.size()));
   if (!in) throw FileError(path + ": cannot be read: " + std::strerror(errno));
-  if (content.starts_with("\x1f\x8b")) throw FileError(path + ": is compressed: unpack it first");
   return content;
+}
+
+SourceText textOf(const FileSource& source) {
+  std::string content =
+      source.content.has_value() ? std::string(*source.content) : contentOfFile(source.name);
+  if (content.starts_with("\x1f\x8b")) {
+    throw FileError(source.name + ": is compressed: unpack it first");
+  }
+  return {source.name, std::move(content)};
 }
 
 struct Texts {
@@ -73,23 +81,28 @@ FileModel readTexts(FileFormat format, const Texts& texts, const FileLimits& lim
 
 }  // namespace
 
-FileModel readModelFile(const char* path, const char* data, const FileLimits& limits) {
-  Texts texts{{path, contentOf(path)}, {}};
-  const FileFormat format = formatOf(path, texts.model.content);
+FileModel readModel(const FileSource& source, const FileSource* data, const FileLimits& limits) {
+  Texts texts{textOf(source), {}};
+  const std::string& name = texts.model.name;
+  const FileFormat format = formatOf(name, texts.model.content);
   if (data != nullptr && format != FileFormat::MathProg) {
-    throw FileError(std::string(data) + ": only a MathProg model can have a data file, and " +
-                    path + " is not one");
+    throw FileError(data->name + ": only a MathProg model can have a data file, and " + name +
+                    " is not one");
   }
-  if (data != nullptr) {
-    texts.data = {data, contentOf(data)};
-  }
+  if (data != nullptr) texts.data = textOf(*data);
   try {
     FileModel model = readTexts(format, texts, limits);
-    if (model.name.empty()) model.name = std::filesystem::path(path).stem().string();
+    if (model.name.empty()) model.name = std::filesystem::path(name).stem().string();
     return model;
   } catch (const ReadError& error) {
-    throw error.of(path);
+    throw error.of(name);
   }
+}
+
+FileModel readModelFile(const char* path, const char* data, const FileLimits& limits) {
+  if (data == nullptr) return readModel({path}, nullptr, limits);
+  const FileSource dataSource{data};
+  return readModel({path}, &dataSource, limits);
 }
 
 }  // namespace zdb::kit::modelfile

@@ -24,6 +24,12 @@ int zkitReadModelX(const char* /*file*/, const char* /*data*/, const char* /*sys
   return refuse(message, size);
 }
 
+int zkitReadModelWith(const zkitReadOptions* /*options*/, void** instance, char* message,
+                      int size) {
+  if (instance != nullptr) *instance = nullptr;
+  return refuse(message, size);
+}
+
 int zkitConfinement(char* message, int size) {
   refuse(message, size);
   return ZKIT_UNCONFINED;

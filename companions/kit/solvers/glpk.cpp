@@ -50,12 +50,16 @@ class Problem {
   void change(const LinearModel& model, const Changes& changes);
   void solve(const Changes* changes, const StopToken& stop, Solution& solution);
 
+  void keepStart();
+  void goBack(const LinearModel& model);
+
   Outcome outcome = Outcome::SolverFailed;
 
  private:
   void setColumn(const LinearModel& model, int column);
   void setBounds(const LinearModel& model, int column);
   void setRow(const LinearModel& model, int row);
+  void keepBounds(const LinearModel& model);
   int simplex(int method, const StopToken& stop);
   Outcome relaxationOutcome(int code, const StopToken& stop) const;
   Outcome branch(int iterationsBefore, const StopToken& stop, Solution& solution);
@@ -64,6 +68,7 @@ class Problem {
   void fetch(Solution& solution) const;
 
   glp_prob* problem_ = nullptr;
+  glp_prob* start_ = nullptr;  // a copy
   std::vector<char> integer_;
   std::vector<double> lower_;  // of columns, to be put back when integer ones were fixed
   std::vector<double> upper_;
@@ -122,10 +127,24 @@ void Problem::change(const LinearModel& model, const Changes& changes) {
     if (column != previous) setColumn(model, column);
     previous = column;
   }
-  if (!integer_.empty()) {
-    lower_ = model.lower;
-    upper_ = model.upper;
-  }
+  keepBounds(model);
+}
+
+void Problem::keepBounds(const LinearModel& model) {
+  if (integer_.empty()) return;
+  lower_ = model.lower;
+  upper_ = model.upper;
+}
+
+// A copy of the whole: changes of coefficients leave them in another order, which sums depend on.
+void Problem::keepStart() {
+  start_ = glp_create_prob();
+  glp_copy_prob(start_, problem_, GLP_OFF);
+}
+
+void Problem::goBack(const LinearModel& model) {
+  glp_copy_prob(problem_, start_, GLP_OFF);
+  keepBounds(model);
 }
 
 void Problem::solve(const Changes* changes, const StopToken& stop, Solution& solution) {
@@ -315,6 +334,14 @@ class Glpk : public Solver {
   Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
     run([&] { problem_.solve(changes, stop, solution); });
     return problem_.outcome;
+  }
+
+  bool keepStart() override {
+    run([&] { problem_.keepStart(); });
+    return true;
+  }
+  void goBack(const LinearModel& model, const Changes& /*changes*/) override {
+    run([&] { problem_.goBack(model); });
   }
 
  private:

@@ -68,7 +68,7 @@ FunctionTable makeTable() {
   ADD(zkitIterations), ADD(zkitSeconds), ADD(zkitRowName), ADD(zkitColumnName), ADD(zkitSetLog);
   ADD(zkitTerminate), ADD(zkitSetLimits), ADD(zkitSetGap), ADD(zkitBound), ADD(zkitGap);
   ADD(zkitSetDirection), ADD(zkitInfeasibleSet), ADD(zkitInfeasibleRows);
-  ADD(zkitInfeasibleColumns), ADD(zkitSolverCount), ADD(zkitDefaultSolver);
+  ADD(zkitInfeasibleColumns), ADD(zkitSolverCount), ADD(zkitDefaultSolver), ADD(zkitSetStart);
   return table;
 }
 
