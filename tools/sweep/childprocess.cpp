@@ -47,7 +47,10 @@ ChildProcess::ChildProcess(const std::function<int(int socket)>& body) {
   if (id_ > 0) return;
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(1);  // which ended before
-  std::signal(SIGINT, SIG_IGN);
+  sigset_t interrupt;  // blocked rather than ignored, whatever handlers the body installs
+  sigemptyset(&interrupt);
+  sigaddset(&interrupt, SIGINT);
+  sigprocmask(SIG_BLOCK, &interrupt, nullptr);
   release();
   _exit(body(theirs.get()));
 }

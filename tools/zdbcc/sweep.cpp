@@ -1,6 +1,10 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
+#include <numeric>
+
 #include "progress.h"
 #include "scenariosolver.h"
+#include "sweep/scheduler.h"
+#include "sweepwork.h"
 #include "sweepwriter.h"
 #include "verbs.h"
 
@@ -8,22 +12,41 @@ namespace zdb::tool {
 
 namespace {
 
-void solveAll(ScenarioSolver& solver, SweepWriter& writer, Console& console) {
-  const std::size_t count = solver.scenarios().count();
-  Progress progress(console, "scenarios");
-  for (std::size_t i = 0; i < count; ++i) {
-    const ScenarioResult result = solver.solve(i);
-    if (!result.failure.empty()) throw ToolError(solver.scenarios().place(i) + result.failure);
-    writer.write(result);
-    progress.update(i + 1, count);
+/// True from the first Ctrl-C on.
+bool isInterrupted(Progress& progress, std::size_t done, std::size_t total) {
+  try {
+    progress.update(done, total);
+    return false;
+  } catch (const InterruptedError&) {
+    return true;
   }
+}
+
+void solveAll(const SweepOptions& options, ScenarioSolver& solver, SweepWriter& writer,
+              Console& console) {
+  std::vector<sweep::Task> tasks(solver.scenarios().count());
+  std::iota(tasks.begin(), tasks.end(), 0);
+  const auto workers = hireWorkers(options.jobs, sweepWork(solver));
+  Progress progress(console, "scenarios");
+  std::size_t done = 0;
+  const auto take = [&](const sweep::Outcome& outcome) {
+    const ScenarioResult result = resultOf(outcome);
+    if (!result.failure.empty()) {
+      throw ToolError(solver.scenarios().place(outcome.task) + result.failure);
+    }
+    writer.write(result);
+    ++done;
+  };
+  sweep::Scheduler scheduler(tasks, *workers, take, {});
+  const auto stops = [&] { return isInterrupted(progress, done, tasks.size()); };
+  if (scheduler.run(stops) == sweep::Ending::Interrupted) throw InterruptedError();
 }
 
 void runSweep(const SweepOptions& options, Console& console) {
   ScenarioSolver solver(options);
   SweepWriter writer(options, solver.columns(), console);
   try {
-    solveAll(solver, writer, console);
+    solveAll(options, solver, writer, console);
   } catch (const ClosedPipeError&) {
     throw;
   } catch (...) {
@@ -73,6 +96,16 @@ all, for example because a price is infinite, ends the results with a message th
                        "which may be faster; where several solutions are optimal, another order "
                        "may give another one of them.",
             .target = into(&SweepOptions::start, {"base", "last"})},
+           {.name = "jobs",
+            .letter = 'j',
+            .value = "N",
+            .kind = Kind::Number,
+            .text = "Number of worker processes; 0 for one a core",
+            .details = "The rows stand in the order of the scenarios, and with `--start base` they "
+                       "are the same, byte for byte, with any number. Scenarios whose worker ends "
+                       "are solved again by another one, then singly; one that ends its worker "
+                       "also then has failed.",
+            .target = into(&SweepOptions::jobs)},
            jsonOption(&SweepOptions::json)}),
       .examples = {{"zdbcc sweep diet.mod --scenarios prices.csv --show 'buy[bread]' > results.csv",
                     "Costs and an amount for each row of prices"}},

@@ -18,6 +18,7 @@ struct SweepOptions {
   std::vector<std::string> shown;
   std::string solver;
   SweepStart start = SweepStart::Base;
+  unsigned jobs = 1;
   bool json = false;
 };
 

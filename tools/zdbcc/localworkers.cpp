@@ -1,0 +1,13 @@
+// The workers of a sweep in zdbcc: this process, or processes of this machine.
+#include "sweep/localcrew.h"
+#include "sweepwork.h"
+
+namespace zdb::tool {
+
+std::unique_ptr<sweep::Crew> hireWorkers(unsigned jobs, sweep::Work work) {
+  const unsigned count = workerCount(jobs);
+  if (count == 1) return std::make_unique<sweep::SoloCrew>(std::move(work));
+  return std::make_unique<sweep::LocalCrew>(count, std::move(work));
+}
+
+}  // namespace zdb::tool
