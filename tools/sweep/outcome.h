@@ -13,10 +13,11 @@ using Task = std::uint64_t;
 struct Outcome {
   Task task = 0;
   bool isFailed = false;
-  std::string content;     ///< the result, or in words why there is none
-  double seconds = 0;      ///< that the task took its worker; 0 if it ended the worker
-  std::size_t worker = 0;  ///< that had it last
-  int tries = 1;           ///< how often it was handed out
+  bool endedWorker = false;  ///< which is why it failed
+  std::string content;       ///< the result, or in words why there is none
+  double seconds = 0;        ///< that the task took its worker
+  std::size_t worker = 0;    ///< that had it last
+  int tries = 1;             ///< how often it was handed out
 };
 
 }  // namespace zdb::sweep

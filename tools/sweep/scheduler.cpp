@@ -111,6 +111,7 @@ void Scheduler::lose(std::size_t worker, const std::string& how) {
   if (lost->stage != Chunk::Try::Alone) return redo(*lost);
   finish(lost->first, {.task = tasks_[lost->first],
                        .isFailed = true,
+                       .endedWorker = true,
                        .content = "its worker ended, also when it was tried alone: " + how,
                        .worker = worker,
                        .tries = lost->tries});

@@ -32,7 +32,9 @@ void solveAll(const SweepOptions& options, ScenarioSolver& solver, SweepWriter& 
   const auto take = [&](const sweep::Outcome& outcome) {
     const ScenarioResult result = resultOf(outcome);
     if (!result.failure.empty()) {
-      throw ToolError(solver.scenarios().place(outcome.task) + result.failure);
+      const std::string who =
+          outcome.endedWorker ? solver.scenarios().name(outcome.task) + ": " : std::string();
+      throw ToolError(solver.scenarios().place(outcome.task) + who + result.failure);
     }
     writer.write(result);
     ++done;
