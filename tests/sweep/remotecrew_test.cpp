@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -19,12 +20,11 @@ namespace {
 /// Lines to supervisors that are processes of this machine.
 class SocketLines : public Lines {
  public:
-  SocketLines(std::size_t lines, std::size_t workers,
-              const std::function<Work(std::size_t)>& make) {
+  SocketLines(std::size_t lines, const std::function<Work(std::size_t)>& make) {
     for (std::size_t i = 0; i < lines; ++i) {
       supervisors_.emplace_back([&, i](int socket) {
         for (ChildProcess& other : supervisors_) other.release();
-        supervise(socket, workers, [&] { return make(i); });
+        supervise(socket, [&] { return make(i); });
         return 0;
       });
     }
@@ -32,7 +32,7 @@ class SocketLines : public Lines {
 
   std::size_t size() const override { return supervisors_.size(); }
   void send(std::size_t line, const std::string& bytes) override {
-    EXPECT_GT(write(supervisors_[line].socket(), bytes.data(), bytes.size()), 0);
+    ::send(supervisors_[line].socket(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
   }
   std::optional<Piece> receive() override {
     std::vector<pollfd> sockets;
@@ -56,7 +56,7 @@ TEST(RemoteCrew, WorkersDie_SupervisorsReplaceThemAndAllTasksAreDone) {
   for (const std::size_t lines : {1, 3}) {
     for (const std::size_t each : {1, 2}) {
       SharedCounter deaths;
-      SocketLines sockets(lines, each, [&](std::size_t) -> Work {
+      SocketLines sockets(lines, [&](std::size_t) -> Work {
         return [&](Task task) -> Answer {
           if (task % 10 == 3 && deaths.next() < 6) raise(SIGKILL);
           if (task == 21) _exit(9);
@@ -79,7 +79,7 @@ TEST(RemoteCrew, WorkersDie_SupervisorsReplaceThemAndAllTasksAreDone) {
 
 TEST(RemoteCrew, SupervisorCannotGoOn_IsNamed) {
   const auto run = [](const std::function<Work(std::size_t)>& make) -> std::string {
-    SocketLines lines(3, 1, make);
+    SocketLines lines(3, make);
     RemoteCrew crew(lines, 1, "rank");
     try {
       runAll(crew, 1000);
@@ -94,8 +94,8 @@ TEST(RemoteCrew, SupervisorCannotGoOn_IsNamed) {
             }),
             "rank 2: cannot read plan.mps");
   const std::string text = run([](std::size_t line) -> Work {
-    return [line](Task task) -> Answer {
-      if (line == 1 && task > 100) kill(getppid(), SIGKILL);
+    return [line, supervisor = getpid()](Task task) -> Answer {
+      if (line == 1 && task > 100) kill(supervisor, SIGKILL);
       usleep(100);
       return {};
     };

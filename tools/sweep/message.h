@@ -17,7 +17,7 @@ struct Message {
   enum class Kind : char {
     // To a worker, or to the supervisor of some.
     Tasks = 'w',  ///< tasks to do, in this order
-    Start = 's',  ///< prepare for work, and say Ready
+    Start = 's',  ///< prepare for work by `worker` workers, and say Ready
     Fill = 'n',   ///< replace a worker by a new one
     // From it.
     Result = 'r',

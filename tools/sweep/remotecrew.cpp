@@ -12,7 +12,8 @@ RemoteCrew::RemoteCrew(Lines& lines, std::size_t workersEach, std::string lineNa
       lineName_(std::move(lineName)),
       supervisors_(lines.size()),
       workers_(lines.size() * workersEach) {
-  const std::string start = packed({.kind = Message::Kind::Start});
+  const std::string start =
+      packed({.kind = Message::Kind::Start, .worker = static_cast<std::uint32_t>(workersEach)});
   for (std::size_t line = 0; line < lines_.size(); ++line) lines_.send(line, start);
 }
 

@@ -19,7 +19,7 @@ std::string machineName() {
 
 class Supervisor {
  public:
-  Supervisor(int socket, std::size_t workers) : socket_(socket), generations_(workers) {}
+  explicit Supervisor(int socket) : socket_(socket) {}
 
   void run(const std::function<Work()>& prepare) {
     for (;;) {
@@ -37,8 +37,10 @@ class Supervisor {
  private:
   void obey(const Message& message, const std::function<Work()>& prepare) {
     if (message.kind == Message::Kind::Start && !crew_) {
-      crew_.emplace(generations_.size(), prepare());
+      crew_.emplace(message.worker, prepare());
+      generations_.resize(message.worker);
       sendMessage(socket_, {.kind = Message::Kind::Ready, .text = machineName()});
+      return;
     }
     if (!crew_ || message.worker >= generations_.size()) throw CrewError("a senseless message");
     if (message.kind == Message::Kind::Tasks) crew_->send(message.worker, message.tasks);
@@ -62,10 +64,10 @@ class Supervisor {
 
 }  // namespace
 
-void supervise(int socket, std::size_t workers, const std::function<Work()>& prepare) {
+void supervise(int socket, const std::function<Work()>& prepare) {
   const char* problem = nullptr;
   try {
-    return Supervisor(socket, workers).run(prepare);
+    return Supervisor(socket).run(prepare);
   } catch (const std::bad_alloc&) {
     problem = "not enough memory";
   } catch (const std::exception& failure) {

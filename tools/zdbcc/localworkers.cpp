@@ -4,8 +4,8 @@
 
 namespace zdb::tool {
 
-std::unique_ptr<sweep::Crew> hireWorkers(unsigned jobs, sweep::Work work) {
-  const unsigned count = workerCount(jobs);
+std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work work) {
+  const unsigned count = workerCount(options);
   if (count == 1) return std::make_unique<sweep::SoloCrew>(std::move(work));
   return std::make_unique<sweep::LocalCrew>(count, std::move(work));
 }

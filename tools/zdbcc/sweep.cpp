@@ -26,7 +26,7 @@ void solveAll(const SweepOptions& options, ScenarioSolver& solver, SweepWriter& 
               Console& console) {
   std::vector<sweep::Task> tasks(solver.scenarios().count());
   std::iota(tasks.begin(), tasks.end(), 0);
-  const auto workers = hireWorkers(options.jobs, sweepWork(solver));
+  const auto workers = hireWorkers(options, sweepWork(solver));
   Progress progress(console, "scenarios");
   std::size_t done = 0;
   const auto take = [&](const sweep::Outcome& outcome) {

@@ -49,8 +49,8 @@ ScenarioResult resultOf(const sweep::Outcome& outcome) {
   return result;
 }
 
-unsigned workerCount(unsigned jobs) {
-  if (jobs > 0) return jobs;
+unsigned workerCount(const SweepOptions& options) {
+  if (options.jobs > 0) return options.jobs;
   cpu_set_t cores;
   if (sched_getaffinity(0, sizeof cores, &cores) != 0) return 1;
   return static_cast<unsigned>(std::max(1, CPU_COUNT(&cores)));

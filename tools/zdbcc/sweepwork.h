@@ -14,11 +14,10 @@ sweep::Work sweepWork(ScenarioSolver& solver);
 /// What the work found out, on whichever machine.
 ScenarioResult resultOf(const sweep::Outcome& outcome);
 
-/// The workers of a sweep, which depend on the program: see localworkers.cpp. `jobs` is what the
-/// user wants, 0 for as many as there are cores.
-std::unique_ptr<sweep::Crew> hireWorkers(unsigned jobs, sweep::Work work);
+/// The workers of a sweep, which depend on the program: see localworkers.cpp.
+std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work work);
 
-/// `jobs`, or the number of cores that this process may use.
-unsigned workerCount(unsigned jobs);
+/// As many as the options say, which for 0 is the number of cores that this process may use.
+unsigned workerCount(const SweepOptions& options);
 
 }  // namespace zdb::tool
