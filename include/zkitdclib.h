@@ -204,7 +204,10 @@ ZKIT_API int zkitReadModel(const char* file, const char* data, const char* syste
 
 /** Flags of zkitReadModelX() and zkitReadModelWith(). */
 enum {
-  ZKIT_ALLOW_FILES = 1 /**< statements of the model may use files and load database drivers */
+  ZKIT_ALLOW_FILES = 1, /**< statements of the model may use files and load database drivers */
+  ZKIT_FORMAT_MPS = 2,  /**< whatever its name is, the model is in this format; at most one */
+  ZKIT_FORMAT_LP = 4,
+  ZKIT_FORMAT_MATHPROG = 8
 };
 
 /** The same with flags. Only a model that you trust may have ZKIT_ALLOW_FILES. */
@@ -225,6 +228,8 @@ typedef struct zkitReadOptions {
   const char* dataText;   /**< the data itself, or null to read the file */
   long long dataTextSize; /**< bytes of `dataText`, or negative if it ends with a zero */
   const char* systemDirectory; /**< as of zkitModelFinish() */
+  const char* const* changes;  /**< names of what will be changed, see zkitGetChange() */
+  int changeCount;
 } zkitReadOptions;
 
 /**
@@ -233,6 +238,44 @@ typedef struct zkitReadOptions {
  */
 ZKIT_API int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* message,
                                int size);
+
+/**
+ * What became of the entry `change` of zkitReadOptions.changes. Each of these names stands for one
+ * number of the model, or without labels for those of all rows or columns of the symbol:
+ *
+ *     need[ABE].rhs                 right-hand side of a row; the constant, of the objective
+ *     buy[bread].lo .up .fx         lower bound, upper bound, both bounds of a column, or of a row
+ *                                   that has two
+ *     buy[bread].cost               coefficient in the objective
+ *     food[iron].coef[buy,bread]    coefficient in a row; without labels, those that are not 0
+ *     price[bread]                  the value of an updatable parameter, if there is price_var[bread]
+ *
+ * `symbol` (`size` bytes, ZKIT_MAX_NAME + 1 suffice) receives the variable whose entries these
+ * are, and `action` what becomes of them. A database changes them by c__zdbupdatemodelsymbol() with
+ * this action and a parameter of the same labels. For right-hand sides, costs and coefficients, the
+ * variable is an updatable parameter that was added, NAME_rhs_var, NAME_cost_var or
+ * NAME_coef_COLUMN_var, with the value in the file and the labels of the row, then of the column.
+ * `dim` receives the number of labels, `open` how many of them the name leaves open, `entries` for
+ * how many numbers it stands. All outputs may be null. Returns 0 if there is no such change.
+ */
+ZKIT_API int zkitGetChange(void* instance, int change, char* symbol, int size, int* action,
+                           int* dim, int* open, int* entries);
+
+/** Whether a change stands for an entry; `labels` are the `count` labels that its name leaves open.
+ */
+ZKIT_API int zkitHasEntry(void* instance, int change, const char* const* labels, int count);
+
+/**
+ * Gives a number of the model, by its change and the `count` labels that the name leaves open, a
+ * value, without a database: the next solve, of a database or by zkitSolve(), uses it, and where
+ * the solver can, starts from the last basis. Lower bounds may be -ZKIT_INFINITY, upper ones
+ * ZKIT_INFINITY. `message` (`size` bytes, may be null) receives why it failed. Takes O(log n).
+ */
+ZKIT_API int zkitSetChange(void* instance, int change, const char* const* labels, int count,
+                           double value, char* message, int size);
+
+/** Gives all numbers that zkitSetChange() has changed the values of the file again. */
+ZKIT_API int zkitResetChanges(void* instance);
 
 /** How far this system keeps a model, while it is read without ZKIT_ALLOW_FILES, from the rest. */
 enum {

@@ -1,9 +1,12 @@
 // The host's functions for instances.
+#include <algorithm>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "kit/api.h"
+#include "kit/changes.h"
 #include "kit/defaultsolver.h"
 #include "kit/error.h"
 #include "kit/instance.h"
@@ -35,6 +38,11 @@ int copyName(void* instance, char* name, int size, Make make) {
     copyText(made.value_or(""), name, size);
     return made.has_value() ? 1 : 0;
   });
+}
+
+std::span<const char* const> listOf(const char* const* labels, int count) {
+  if (labels == nullptr || count <= 0) return {};
+  return {labels, static_cast<std::size_t>(count)};
 }
 
 }  // namespace
@@ -107,12 +115,57 @@ int zkitSetDirection(void* instance, int direction) {
   });
 }
 
+int zkitGetChange(void* instance, int change, char* symbol, int size, int* action, int* dim,
+                  int* open, int* entries) {
+  copyText("", symbol, size);
+  return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
+    if (change < 0 || change >= static_cast<int>(own.changes.size())) return 0;
+    const ChangeInfo& info = own.changes[static_cast<std::size_t>(change)];
+    copyText(info.symbol, symbol, size);
+    const auto give = [](int* output, auto value) {
+      if (output != nullptr) *output = static_cast<int>(value);
+    };
+    give(action, info.action);
+    give(dim, info.labels.size());
+    give(open, std::count(info.labels.begin(), info.labels.end(), ""));
+    give(entries, info.entries);
+    return 1;
+  });
+}
+
 double zkitBound(void* instance) {
   return guardedOn<Instance>(instance, kUnknown, &Instance::bound);
 }
 
 double zkitGap(void* instance) {
   return guardedOn<Instance>(instance, kUnknown, &Instance::gap);
+}
+
+int zkitHasEntry(void* instance, int change, const char* const* labels, int count) {
+  return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
+    return hasChanged(own, change, listOf(labels, count)) ? 1 : 0;
+  });
+}
+
+int zkitSetChange(void* instance, int change, const char* const* labels, int count, double value,
+                  char* message, int size) {
+  copyText("", message, size);
+  return guardedOn<Instance>(
+      instance, 0,
+      [=](Instance& own) {
+        setChanged(own, change, listOf(labels, count), value);
+        return 1;
+      },
+      [=](const Instance& /*own*/, const std::exception& error) {
+        copyText(reasonOf(error), message, size);
+      });
+}
+
+int zkitResetChanges(void* instance) {
+  return guardedOn<Instance>(instance, 0, [](Instance& own) {
+    restoreChanged(own);
+    return 1;
+  });
 }
 
 int zkitIterations(void* instance) {

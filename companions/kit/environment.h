@@ -23,23 +23,42 @@ const std::string& ownDirectory();
 void noteFailure(const char* why) noexcept;
 const char* lastFailure() noexcept;
 
+/// Where lines of a log go: a function of the host, or nowhere. Copies go to the same place.
+class Log {
+ public:
+  using Callback = void (*)(const char* text, void* user);
+
+  Log() = default;
+  Log(Callback callback, void* user) : callback_(callback), user_(user) {}
+  bool isOn() const { return callback_ != nullptr; }
+  /// Throws what the host's function throws.
+  void line(const char* text) const {
+    if (callback_ != nullptr) callback_(text, user_);
+  }
+  /// The same for callers that can do nothing about that.
+  void lineFromSolver(const char* text) const noexcept {
+    try {
+      line(text);
+    } catch (...) {  // NOLINT(bugprone-empty-catch): a log must not end a solve
+    }
+  }
+
+ private:
+  Callback callback_ = nullptr;
+  void* user_ = nullptr;
+};
+
 class Environment {
  public:
-  using LogCallback = void (*)(const char* text, void* user);
-
   /// A null directory means that of this library. Throws a KitError if the name is too long for the
   /// buffers of zrtGetStrOpt.
   explicit Environment(const char* systemDirectory = nullptr);
 
   /// Ends in '/'.
   const std::string& systemDirectory() const { return systemDirectory_; }
-  void setLog(LogCallback callback, void* user) {
-    log_ = callback;
-    user_ = user;
-  }
-  void log(const char* text) const {
-    if (log_ != nullptr) log_(text, user_);
-  }
+  void setLog(Log::Callback callback, void* user) { log_ = Log(callback, user); }
+  void log(const char* text) const { log_.line(text); }
+  const Log& logTarget() const { return log_; }
 
   /// Set by any thread or a signal handler; a running solve polls it.
   std::atomic<bool> terminate{false};
@@ -47,8 +66,7 @@ class Environment {
 
  private:
   std::string systemDirectory_;
-  LogCallback log_ = nullptr;
-  void* user_ = nullptr;
+  Log log_;
 };
 
 }  // namespace zdb::kit

@@ -23,6 +23,7 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
       dictionary(model.dictionary),
       environment(systemDirectory),
       terms(model, matrix),
+      rhsLinks(model.rhsLinks),
       objective(model.objective),
       direction(model.direction) {
   dictionary.sort();
@@ -73,6 +74,7 @@ void Instance::updateLinear() {
   constants = ownConstants;
   terms.evaluate([this](int column) { return columns[column].level; }, matrix.values,
                  constants.data());
+  for (const RhsLink& link : rhsLinks) rows[link.row].rhs = columns[link.column].level;
 }
 
 }  // namespace zdb::kit

@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "kit/dictionary.h"
@@ -50,6 +51,19 @@ struct View {
   bool isForcedLinear = false;
 };
 
+/// The actions with which the database library changes columns.
+enum ChangeAction : int { SetValue = 0, SetUpper = 1, SetLower = 2, SetBounds = 3 };
+
+/// How what a host asked to change in a model file is changed: by an action of the database
+/// library on a variable.
+struct ChangeInfo {
+  std::string name;    ///< as the host wrote it
+  std::string symbol;  ///< of columns
+  int action = SetValue;
+  int entries = 0;                  ///< that the name stands for
+  std::vector<std::string> labels;  ///< that the name gives; empty ones are left open
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -79,7 +93,8 @@ class Instance {
   /// Records why a solve failed and sets the statuses. Levels and marginals are unchanged.
   void refuse(Outcome outcome, const char* why) noexcept;
 
-  /// Updates the matrix, and the constants of all rows, with the levels of the parameters.
+  /// Updates the matrix, the constants of all rows, and right-hand sides that are linked, with the
+  /// levels of the parameters.
   void updateLinear();
 
   /// Unique in the process, so that a session recognises the instance that it has loaded.
@@ -93,7 +108,10 @@ class Instance {
   std::vector<char> isParameter;
   Matrix matrix;
   ParameterTerms terms;
-  std::vector<double> ownConstants;  ///< of each row, without parameters
+  std::vector<RhsLink> rhsLinks;
+  std::vector<ChangeInfo> changes;
+  std::unordered_map<int, ColumnState> changedColumns;  ///< as they were, see changes.h
+  std::vector<double> ownConstants;                     ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update
 
   int objective = -1;

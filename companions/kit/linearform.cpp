@@ -188,6 +188,8 @@ void LinearForm::storeParameters(Instance& instance) const {
   std::vector<double> sums(instance.columns.size(), 0.0);
   instance.terms.addDerivatives([&](int column) { return instance.columns[column].level; },
                                 [&](int row) { return instance.rows[row].marginal; }, sums);
+  for (const RhsLink& link : instance.rhsLinks)
+    sums[link.column] -= instance.rows[link.row].marginal;
   for (const int j : parameters_) {
     ColumnState& column = instance.columns[j];
     column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums[j];

@@ -70,11 +70,14 @@ struct Solution {
   }
 };
 
-/// Tells a running solve when to stop: on request, or when its time is up.
+/// What a running solve has to keep to: when to stop (on request, or when its time is up), how good
+/// its result must be, and where what it says goes.
 class StopToken {
  public:
   explicit StopToken(const Environment& environment)
-      : StopToken(environment.terminate, environment.limits) {}
+      : StopToken(environment.terminate, environment.limits) {
+    log_ = environment.logTarget();
+  }
   StopToken(const std::atomic<bool>& terminate, const Limits& limits)
       : terminate_(terminate), limits_(limits), start_(Clock::now()) {}
 
@@ -94,6 +97,8 @@ class StopToken {
   /// 0 or less means no limit.
   int iterationLimit() const { return limits_.iterations; }
 
+  const Log& log() const { return log_; }
+
   /// How far an objective may be from the bound where a search may end.
   bool hasGap() const { return limits_.relativeGap > 0.0 || limits_.absoluteGap > 0.0; }
   double relativeGap() const { return limits_.relativeGap; }
@@ -107,6 +112,7 @@ class StopToken {
   using Clock = std::chrono::steady_clock;
   const std::atomic<bool>& terminate_;
   Limits limits_;
+  Log log_;
   Clock::time_point start_;
 };
 

@@ -37,6 +37,10 @@ class ModelBuilder {
   void addCoefficient(int row, int column, double value);
   void addProduct(int row, int column1, int column2, double value);
   void addConstant(int row, double value);
+  /// Makes the right-hand side of a row the level of a parameter. Unlike a term of the parameter,
+  /// it does not count for the level of the row.
+  /// REQUIRES that the column is a parameter and the row has no such link.
+  void linkRhs(int row, int column) { data_.rhsLinks.push_back({row, column}); }
   void setObjective(int column, int direction);
 
   const ModelData& data() const { return data_; }

@@ -38,6 +38,12 @@ struct Product {
   double value;
 };
 
+/// The right-hand side of a row that is the level of a parameter.
+struct RhsLink {
+  int row;
+  int column;
+};
+
 struct ModelData {
   std::string name;
   Dictionary dictionary;
@@ -46,6 +52,7 @@ struct ModelData {
   std::vector<Coefficient>
       coefficients;               ///< in any order; those of the same row and column are added up
   std::vector<Product> products;  ///< likewise, of the same row and columns
+  std::vector<RhsLink> rhsLinks;  ///< at most one of a row
   int objective = -1;
   int direction = 1;
 };

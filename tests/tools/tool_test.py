@@ -79,6 +79,8 @@ class Table(unittest.TestCase):
             f"dump|{SAMPLE}|road[Bonn,k": ["road[Bonn,Köln]"],
             f"dump|{SAMPLE}|distance('Ulm, Donau',u": ["distance('Ulm, Donau',\"Ulm, Donau\")"],
             "dump|/none|x": [],
+            "solve|x|--solver|g": ["glpk"],
+            "sweep|x|--solver=cb": ["--solver=cbc"],
         }.items():
             answer = run("--complete", *words.split("|"))
             self.assertEqual([line.split("\t")[0] for line in answer.splitlines()], expected)

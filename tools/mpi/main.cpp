@@ -23,13 +23,6 @@ namespace {
 
 mpi::MpiLines* allRanks = nullptr;  ///< in rank 0
 
-void refuseStandardInput(const SweepOptions& options) {
-  for (const std::string& file : {options.scenarios, options.model.file, options.model.data}) {
-    if (file != "-") continue;
-    throw WrongUseError("standard input does not reach all ranks: give the name of a file");
-  }
-}
-
 /// What a supervisor prepares: the same model and scenarios as rank 0.
 sweep::Work prepareWork(const std::vector<std::string>& words) {
   const Command command = parse(words);
@@ -59,8 +52,17 @@ int beRank(int rank, const std::vector<std::string>& words, int supervisor) {
 
 }  // namespace
 
+void checkForWorkers(const SweepOptions& options) {
+  for (const std::string& file : {options.scenarios, options.model.file, options.model.data}) {
+    if (file != "-") continue;
+    throw WrongUseError("standard input does not reach all ranks: give the name of a file");
+  }
+  if (options.limits.megabytes) {
+    throw WrongUseError("--memory-limit is for one machine: use what the batch system has");
+  }
+}
+
 std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work /*work*/) {
-  refuseStandardInput(options);
   return std::make_unique<sweep::RemoteCrew>(*allRanks, workerCount(options), "rank");
 }
 

@@ -7,6 +7,7 @@
 #include "contract/names.h"
 #include "exchangefile.h"
 #include "parse.h"
+#include "solverinfo.h"
 
 namespace zdb::tool {
 
@@ -151,6 +152,12 @@ class Completer {
     for (const Verb& verb : verbs()) offer(verb.name, verb.summary);
   }
 
+  void offerSolvers() {
+    for (const SolverInfo& solver : solverInfos()) {
+      if (solver.isUsable()) offer(solver.name, solver.typesText());
+    }
+  }
+
   void offerOptions() {
     if (verb_ != nullptr) {
       for (const Option& option : verb_->options) offer(spelling(option), option.text);
@@ -171,6 +178,8 @@ class Completer {
         return;
       case Kind::Verb:
         return offerVerbs();
+      case Kind::Solver:
+        return offerSolvers();
       case Kind::Symbol:
         return offerSymbols();
       case Kind::Slice:

@@ -5,8 +5,9 @@
 namespace zdb::tool {
 
 /// What the tool tells its caller. A verb that answers a question (check, diff) uses Failed for the
-/// answer "no", and WrongUse for everything that kept it from answering.
-enum class ExitCode { Done = 0, Failed = 1, WrongUse = 2, Interrupted = 130 };
+/// answer "no", and WrongUse for everything that kept it from answering. One that was told to keep
+/// going uses SomeFailed if a part of its work could not be done.
+enum class ExitCode { Done = 0, Failed = 1, WrongUse = 2, SomeFailed = 3, Interrupted = 130 };
 
 /// Ends a verb that cannot continue; the text goes to standard error.
 class ToolError : public std::runtime_error {

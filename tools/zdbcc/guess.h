@@ -2,27 +2,22 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
+
+#include "contract/guess.h"
 
 namespace zdb::tool {
 
-/// Finds what somebody may have meant who wrote a word that is not there. Costs some hundred
-/// nanoseconds for a candidate of about the same length, next to nothing for another.
+/// Finds what somebody may have meant who wrote a word that is not there.
 class Guess {
  public:
-  explicit Guess(std::string_view word);
+  explicit Guess(std::string_view word) : nearest_(word) {}
 
-  void consider(std::string_view candidate);
+  void consider(std::string_view candidate) { nearest_.consider(candidate); }
   /// "; did you mean CANDIDATE?", or nothing if all candidates are too different.
   std::string text() const;
 
  private:
-  std::size_t distanceTo(std::string_view candidate);
-
-  std::string word_;  ///< in lower case
-  std::string best_;
-  std::size_t bestDistance_;          ///< of the best one; before it, one more than is allowed
-  std::vector<std::size_t> rows_[3];  ///< of the table of distances
+  zdb::contract::NearestWord nearest_;
 };
 
 /// The same for a list at hand.

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <string_view>
 
 namespace zdb::tool {
 
@@ -32,6 +33,11 @@ void limitMemory(unsigned megabytes) {
   throw ToolError(std::string("cannot limit the memory: ") + std::strerror(errno));
 }
 
+/// Whether the library, the kit or a solver ran out of it; glpk names its allocator's file.
+bool tellsOfMemory(std::string_view text) {
+  return text.find("emory") != text.npos || text.find("alloc.c") != text.npos;
+}
+
 ExitCode doLimited(unsigned megabytes, const std::function<ExitCode()>& work) {
   const rlimit noCore = {0, 0};
   setrlimit(RLIMIT_CORE, &noCore);
@@ -40,10 +46,9 @@ ExitCode doLimited(unsigned megabytes, const std::function<ExitCode()>& work) {
     return work();
   } catch (const std::bad_alloc&) {
     throw ToolError(tooLittle(megabytes));
-  } catch (const std::runtime_error& failure) {  // by the library, the kit or a solver
-    const std::string text = failure.what();
-    if (text.find("emory") == std::string::npos) throw;
-    throw ToolError(text + "; --memory-limit is " + std::to_string(megabytes) + " MiB");
+  } catch (const std::runtime_error& failure) {
+    if (!tellsOfMemory(failure.what())) throw;
+    throw ToolError(tooLittle(megabytes) + " (" + failure.what() + ")");
   }
 }
 

@@ -4,6 +4,8 @@
 
 namespace zdb::tool {
 
+void checkForWorkers(const SweepOptions& /*options*/) {}
+
 std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work work) {
   const unsigned count = workerCount(options);
   if (count == 1) return std::make_unique<sweep::SoloCrew>(std::move(work));

@@ -3,6 +3,8 @@
 #include "console.h"
 #include "guess.h"
 #include "lookup.h"
+#include "modeltext.h"
+#include "solverinfo.h"
 #include "zkitdclib.h"
 
 namespace zdb::tool {
@@ -12,15 +14,32 @@ namespace {
 /// What marks a variable as an updatable parameter.
 constexpr const char* kSuffix = "_var";
 
+int flagsOf(const ModelSource& source) {
+  constexpr int kFormats[] = {0, ZKIT_FORMAT_MPS, ZKIT_FORMAT_LP, ZKIT_FORMAT_MATHPROG};
+  return kFormats[static_cast<int>(source.format)] | (source.allowFiles ? ZKIT_ALLOW_FILES : 0);
+}
+
+void put(const ModelText& source, const char*& name, const char*& text, long long& size) {
+  name = source.name.c_str();
+  if (!source.text) return;
+  text = source.text->data();
+  size = static_cast<long long>(source.text->size());
+}
+
 }  // namespace
 
 Model::Model(const ModelSource& source) : file_(source.file) {
   char message[1024] = "";
-  const char* data = source.data.empty() ? nullptr : source.data.c_str();
-  const int flags = source.allowFiles ? ZKIT_ALLOW_FILES : 0;
-  if (!zkitReadModelX(file_.c_str(), data, nullptr, flags, &instance_, message, sizeof message)) {
-    throw ToolError(message);
-  }
+  const ModelText model = readModelText(source.file);
+  std::optional<ModelText> data;
+  if (!source.data.empty()) data = readModelText(source.data);
+  file_ = model.name;
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.flags = flagsOf(source);
+  put(model, options.file, options.text, options.textSize);
+  if (data) put(*data, options.data, options.dataText, options.dataTextSize);
+  if (!zkitReadModelWith(&options, &instance_, message, sizeof message)) throw ToolError(message);
   try {
     db_.readModel(instance_);
   } catch (...) {
@@ -93,10 +112,11 @@ const std::string& Model::defaultSolver() {
 }
 
 void Model::solve(const std::string& solver) {
-  const std::string& name = solver.empty() ? defaultSolver() : solver;
+  const std::string& name = solverFor(solver);
   try {
     db_.solve(name);
   } catch (const zdbcc::Error& failure) {
+    if (failure.kind() == ZDBX_ARGUMENT) failUnknownSolver(name);
     const std::string reason = zkitSolveMessage(instance_);
     if (reason.empty()) throw;
     throw ToolError(std::string(failure.what()) + ": " + reason);

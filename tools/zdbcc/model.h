@@ -9,11 +9,14 @@
 
 namespace zdb::tool {
 
+enum class ModelFormat { Auto, Mps, Lp, MathProg };
+
 /// What a model is read from.
 struct ModelSource {
   std::string file;
   std::string data;         ///< data file of a MathProg model, or empty
   bool allowFiles = false;  ///< whether statements of the model may use files
+  ModelFormat format = ModelFormat::Auto;
 };
 
 /// The operand and the options of a verb that reads a model.
@@ -21,15 +24,22 @@ template <typename Options>
 Operand modelOperand(ModelSource Options::*source) {
   return {.name = "MODEL",
           .kind = Kind::ModelFile,
-          .text = "Model: MPS, CPLEX LP or GNU MathProg",
+          .text = "Model, or `-`: MPS, CPLEX LP or GNU MathProg, also packed by gzip",
           .target = into(source, &ModelSource::file)};
 }
 template <typename Options>
 std::vector<Option> withModelOptions(ModelSource Options::*source, std::vector<Option> options) {
+  options.push_back({.name = "format",
+                     .value = "FORMAT",
+                     .kind = Kind::Choice,
+                     .text = "Format of the model",
+                     .details = "`auto` goes by the name, or by the first words if that does not "
+                                "end in `.mps`, `.lp` or `.mod`, perhaps before `.gz`.",
+                     .target = into(source, &ModelSource::format, {"auto", "mps", "lp", "mod"})});
   options.push_back({.name = "model-data",
                      .value = "FILE",
                      .kind = Kind::File,
-                     .text = "Data file of a MathProg model",
+                     .text = "Data file of a MathProg model, or `-`",
                      .target = into(source, &ModelSource::data)});
   options.push_back({.name = "allow-files",
                      .text = "Let a MathProg model read and write files and databases",
@@ -41,9 +51,9 @@ template <typename Options>
 Option solverOption(std::string Options::*solver) {
   return {.name = "solver",
           .value = "NAME",
-          .kind = Kind::Text,
-          .text = "Solver: `clp`, `cbc` or `glpk`",
-          .details = "Default: `clp`, or `cbc` if the model has integer columns.",
+          .kind = Kind::Solver,
+          .text = "Solver, as `zdbcc solvers` lists them",
+          .details = "Default: the one of them that is usually fastest for this type of model.",
           .target = into(solver)};
 }
 
@@ -78,6 +88,10 @@ class Model {
   void solve(const std::string& solver);
   /// The solver for this type of model, found out once.
   const std::string& defaultSolver();
+  /// The name of the solver that solve() takes.
+  const std::string& solverFor(const std::string& asked) {
+    return asked.empty() ? defaultSolver() : asked;
+  }
   /// Whether the solution is proven to be the best.
   bool isSolved() const;
   /// Whether there is a solution: that, or the best one until a solve was stopped.

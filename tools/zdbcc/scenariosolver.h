@@ -10,15 +10,20 @@
 #include "output.h"
 #include "rowwriter.h"
 #include "scenarios.h"
+#include "solution.h"
 #include "sweepoptions.h"
 #include "values.h"
 
 namespace zdb::tool {
 
+/// The status in the results of a scenario that could not be solved at all.
+inline constexpr const char* kFailedStatus = "Failed";
+
 /// What is known of a scenario that was tried. Its texts go to the results as they are, wherever
 /// they were made.
 struct ScenarioResult {
-  std::string row;  ///< a line of CSV or a JSON object, with its line feed
+  std::string row;      ///< a line of CSV or a JSON object, with its line feed
+  std::string records;  ///< lines of CSV, of the table in long form
   std::optional<double> objective;
   std::string failure;  ///< why the scenario could not be solved at all; empty if it was
 };
@@ -34,11 +39,21 @@ class ScenarioSolver {
   const Scenarios& scenarios() const { return scenarios_; }
   /// The names of the cells of a row.
   const std::vector<std::string>& columns() const { return columns_; }
+  /// Those of the table in long form; none if nothing is shown in it.
+  const std::vector<std::string>& recordColumns() const { return recordColumns_; }
+  /// What that shows.
+  const std::vector<Shown>& shownSymbols() const { return shownSymbols_; }
+  /// The name of the solver that is used.
+  std::string solver();
+  /// What each column of the scenarios changes, for people: "need: 1 of 2 entries".
+  std::vector<std::string> changes();
 
   /// Solves a scenario. If solves start at the model's own basis, the result depends on nothing but
   /// the scenario. Throws InterruptedError after Ctrl-C; what else goes wrong is the result's
   /// failure.
   ScenarioResult solve(std::size_t scenario);
+  /// The result of a scenario that could not be tried to the end.
+  ScenarioResult failedResult(std::size_t scenario, const std::string& why);
   /// Solves the model as it is; its result has no row.
   const ScenarioResult& solveBase();
 
@@ -52,21 +67,26 @@ class ScenarioSolver {
   void open();
   void bind();
   void bindTarget(const Entry& entry);
+  void bindShown(const std::string& text);
+  void nameColumns();
   void requireOneColumnEach() const;
   void requireFiniteValues() const;
   void apply(std::optional<std::size_t> scenario);
   ScenarioResult trySolving(std::optional<std::size_t> scenario);
-  std::string rowOf(std::size_t scenario);
+  std::string rowOf(std::size_t scenario, const ScenarioResult& result);
+  std::string recordsOf(std::size_t scenario);
 
   const SweepOptions options_;
-  std::unique_ptr<Model> model_;
   Scenarios scenarios_;
+  std::unique_ptr<Model> model_;
   std::vector<Target> targets_;
   std::map<std::string, zdbcc::Symbol> parameters_;
-  std::vector<Entry> shown_;
-  std::optional<ScenarioResult> base_;  ///< once it was solved
+  std::vector<std::pair<std::string, Entry>> shownEntries_;  ///< as written; a column each
+  std::vector<Shown> shownSymbols_;                          ///< in long form
+  int width_ = 0;                                            ///< most labels of these
+  std::optional<ScenarioResult> base_;                       ///< once it was solved
   std::vector<std::string> columns_;
-  ValueFormat format_;
+  std::vector<std::string> recordColumns_;
   TextOutput text_;
   RowWriter row_;
 };

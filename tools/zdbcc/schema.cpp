@@ -9,8 +9,9 @@ namespace zdb::tool {
 namespace {
 
 const char* kindName(Kind kind) {
-  constexpr const char* kNames[] = {"text", "number", "choice", "exchange file", "model file",
-                                    "file", "folder", "symbol", "slice",         "verb"};
+  constexpr const char* kNames[] = {"text",       "number", "choice", "exchange file",
+                                    "model file", "file",   "folder", "symbol",
+                                    "slice",      "verb",   "solver"};
   return kNames[static_cast<int>(kind)];
 }
 

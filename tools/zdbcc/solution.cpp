@@ -106,6 +106,28 @@ void writeShown(const std::vector<Shown>& shown, const zdbcc::Database& db, Json
   json.end();
 }
 
+std::vector<std::string> solutionColumns(int width) {
+  std::vector<std::string> columns = {"symbol"};
+  for (int d = 1; d <= width; ++d) columns.push_back("label" + std::to_string(d));
+  for (const Field& field : kFields) columns.emplace_back(field.name);
+  return columns;
+}
+
+void writeSolutionRows(const Shown& shown, const std::string* scenario, int width,
+                       ValueFormat& format, CsvWriter& csv) {
+  const std::string name = shown.symbol.name();
+  const int dim = shown.symbol.dim();
+  for (const Record& record : recordsOf(shown)) {
+    if (scenario != nullptr) csv.field(*scenario);
+    csv.field(name);
+    for (int d = 0; d < width; ++d) csv.field(d < dim ? record.label(d) : "");
+    for (const Field& field : kFields) {
+      csv.field(field.which < shown.symbol.valueCount() ? format(record.value(field.which)) : "");
+    }
+    csv.endRow();
+  }
+}
+
 void writeSolutionTable(const zdbcc::Database& db, Output& output) {
   ValueFormat format(db.specialValues());
   CsvWriter csv(output);
@@ -113,20 +135,10 @@ void writeSolutionTable(const zdbcc::Database& db, Output& output) {
   for (const zdbcc::Symbol& symbol : db.symbols()) {
     if (isOfSolution(symbol)) width = std::max(width, symbol.dim());
   }
-  csv.field("symbol");
-  for (int d = 1; d <= width; ++d) csv.field("label" + std::to_string(d));
-  for (const Field& field : kFields) csv.field(field.name);
+  for (const std::string& column : solutionColumns(width)) csv.field(column);
   csv.endRow();
   for (const zdbcc::Symbol& symbol : db.symbols()) {
-    if (!isOfSolution(symbol)) continue;
-    const std::string name = symbol.name();
-    const int dim = symbol.dim();
-    for (const Record& record : symbol.records()) {
-      csv.field(name);
-      for (int d = 0; d < width; ++d) csv.field(d < dim ? record.label(d) : "");
-      for (const Field& field : kFields) csv.field(format(record.value(field.which)));
-      csv.endRow();
-    }
+    if (isOfSolution(symbol)) writeSolutionRows({symbol, {}}, nullptr, width, format, csv);
   }
 }
 

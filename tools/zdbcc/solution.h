@@ -4,7 +4,9 @@
 #include <vector>
 
 #include "console.h"
+#include "csvwriter.h"
 #include "json.h"
+#include "values.h"
 #include "zdbcc.hpp"
 
 namespace zdb::tool {
@@ -25,9 +27,14 @@ void printShown(const Shown& shown, const zdbcc::Database& db, Console& console)
 /// Writes an object for each record: symbol, labels, level, marginal, and bounds.
 void writeShown(const std::vector<Shown>& shown, const zdbcc::Database& db, JsonWriter& json);
 
-/// Writes all variables and equations as one table in long form, which isSolutionTable() knows
-/// again: symbol, label1, label2 and so on, level, marginal, lower and upper. A symbol with fewer
-/// labels than others leaves columns empty.
+/// The columns of a table in long form: symbol, label1, label2 and so on up to `width`, level,
+/// marginal, lower and upper. A symbol with fewer labels leaves columns empty.
+std::vector<std::string> solutionColumns(int width);
+/// Writes a row of these for each record, after a cell with the scenario if there is one.
+void writeSolutionRows(const Shown& shown, const std::string* scenario, int width,
+                       ValueFormat& format, CsvWriter& csv);
+
+/// Writes all variables and equations as one such table, which isSolutionTable() knows again.
 void writeSolutionTable(const zdbcc::Database& db, Output& output);
 /// Whether a file begins as such a table does.
 bool isSolutionTable(const std::string& file);

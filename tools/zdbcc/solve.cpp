@@ -1,5 +1,8 @@
 // zdbcc solve: solves a model file, with changed data if given, and writes the solution.
+#include <algorithm>
+
 #include "changes.h"
+#include "infeasible.h"
 #include "interrupt.h"
 #include "limitedprocess.h"
 #include "model.h"
@@ -21,7 +24,10 @@ struct SolveOptions {
   std::vector<std::string> shown;
   std::string solver;
   SolveLimits limits;
+  bool minimizes = false;
+  bool maximizes = false;
   bool relaxes = false;
+  bool explains = true;
   bool logs = false;
   std::string output;
   bool force = false;
@@ -31,8 +37,24 @@ struct SolveOptions {
   bool writesTable() const { return writesToOutput() || output.ends_with(".csv"); }
 };
 
+/// Why a model is infeasible is a question of seconds.
+constexpr double kLongestExplanation = 10;
+
+std::vector<std::string> inputsOf(const SolveOptions& options) {
+  std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
+  for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
+  return inputs;
+}
+
 void check(const SolveOptions& options) {
   options.limits.check();
+  const std::vector<std::string> inputs = inputsOf(options);
+  if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+    throw WrongUseError("standard input, -, can be read once only");
+  }
+  if (options.minimizes && options.maximizes) {
+    throw WrongUseError("--min and --max exclude each other");
+  }
   if (!options.writesToOutput()) return;
   const char* other = options.json ? "--json" : options.shown.empty() ? nullptr : "--show";
   if (other == nullptr) return;
@@ -43,10 +65,8 @@ void check(const SolveOptions& options) {
 void checkOutputOf(const SolveOptions& options) {
   if (options.output.empty() || options.writesToOutput()) return;
   if (!options.force) {
-    std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
-    for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
     const Replaceable table = {"a table of a solution", isSolutionTable};
-    checkOutput(options.output, inputs, options.writesTable() ? table : Replaceable());
+    checkOutput(options.output, inputsOf(options), options.writesTable() ? table : Replaceable());
   }
   const NewFileOutput neverPublished(options.output);
 }
@@ -64,42 +84,93 @@ void logLine(const char* text, void* console) {
   static_cast<Console*>(console)->log(text);
 }
 
-void report(const Model& model, const std::vector<Shown>& shown, const SolveOptions& options,
-            Console& console) {
-  const SolveReport report(model);
-  if (options.writesToOutput()) return console.note(report.summary());
-  if (options.json) return report.writeJson(shown, console);
-  report.print(console);
-  for (const Shown& each : shown) {
-    console.write("\n");
-    printShown(each, model.database(), console);
-  }
+bool isInfeasible(const Model& model) {
+  const int status = zkitModelStatus(model.instance());
+  return status == ZKIT_INFEASIBLE || status == ZKIT_INTEGER_INFEASIBLE ||
+         status == ZKIT_NO_SOLUTION_RETURNED;
 }
 
-ExitCode solve(const SolveOptions& options, Console& console) {
-  Model model(options.model);
-  if (options.relaxes) zkitSetModelType(model.instance(), ZKIT_RMIP);
-  if (options.logs) zkitSetLog(model.instance(), logLine, &console);
-  options.limits.apply(model.instance());
-  if (!options.dataFile.empty()) takeDataFile(model, options.dataFile, console);
-  for (const std::string& set : options.sets) takeCsv(model, set, console);
-  std::vector<Shown> shown;
-  for (const std::string& text : options.shown) shown.push_back(readShown(model.database(), text));
-  const Interrupt interrupt(model.instance());
-  model.solve(options.solver);
-  report(model, shown, options, console);
-  if (model.hasSolution() && !options.output.empty()) writeOutput(model, options, console);
-  console.flush();
-  if (Interrupt::isRequested()) throw InterruptedError();
-  if (model.isSolved()) return ExitCode::Done;
-  throw ToolError("no optimal solution: " +
-                  std::string(zkitModelStatusText(zkitModelStatus(model.instance()))));
-}
+/// A model that has been read, from its changes to its solution.
+class SolveRun {
+ public:
+  SolveRun(const SolveOptions& options, Console& console)
+      : options_(options), console_(console), model_(options.model) {}
+
+  ExitCode run() {
+    prepare();
+    const Interrupt interrupt(model_.instance());
+    model_.solve(options_.solver);
+    if (options_.explains && isInfeasible(model_)) explain();
+    finish();
+    if (Interrupt::isRequested()) throw InterruptedError();
+    if (model_.isSolved()) return ExitCode::Done;
+    throw ToolError("no optimal solution: " +
+                    std::string(zkitModelStatusText(zkitModelStatus(model_.instance()))));
+  }
+
+ private:
+  void prepare() {
+    void* instance = model_.instance();
+    if (options_.relaxes) zkitSetModelType(instance, ZKIT_RMIP);
+    if (options_.minimizes || options_.maximizes) turn(options_.minimizes ? 1 : -1);
+    if (options_.logs) zkitSetLog(instance, logLine, &console_);
+    options_.limits.apply(instance);
+    if (!options_.dataFile.empty()) takeDataFile(model_, options_.dataFile, console_);
+    for (const std::string& set : options_.sets) takeCsv(model_, set, console_);
+    for (const std::string& text : options_.shown) {
+      shown_.push_back(readShown(model_.database(), text));
+    }
+  }
+
+  void turn(int direction) {
+    if (zkitObjectiveColumn(model_.instance()) < 0) {
+      throw ToolError(options_.model.file + " has no objective, which --min and --max need");
+    }
+    zkitSetDirection(model_.instance(), direction);
+  }
+
+  void explain() {
+    const double seconds = options_.limits.seconds.value_or(kLongestExplanation);
+    infeasible_.emplace(model_, std::min(seconds, kLongestExplanation));
+  }
+
+  /// What cannot be written is told after what can.
+  void finish() {
+    std::exception_ptr failure;
+    try {
+      if (model_.hasSolution() && !options_.output.empty()) writeOutput(model_, options_, console_);
+    } catch (const std::runtime_error&) {
+      failure = std::current_exception();
+    }
+    report();
+    console_.flush();
+    if (failure != nullptr) std::rethrow_exception(failure);
+  }
+
+  void report() {
+    const SolveReport report(model_, model_.solverFor(options_.solver), infeasible_);
+    if (options_.writesToOutput()) return report.note(console_);
+    if (options_.json) return report.writeJson(shown_, console_);
+    report.print(console_);
+    if (!model_.hasSolution()) return;
+    for (const Shown& each : shown_) {
+      console_.write("\n");
+      printShown(each, model_.database(), console_);
+    }
+  }
+
+  const SolveOptions& options_;
+  Console& console_;
+  Model model_;
+  std::vector<Shown> shown_;
+  std::optional<InfeasibleSet> infeasible_;
+};
 
 ExitCode runSolve(const SolveOptions& options, Console& console) {
   check(options);
   checkOutputOf(options);
-  return withMemoryLimit(options.limits.megabytes, [&] { return solve(options, console); });
+  return withMemoryLimit(options.limits.megabytes,
+                         [&] { return SolveRun(options, console).run(); });
 }
 
 std::vector<Option> solveOptions() {
@@ -128,12 +199,23 @@ std::vector<Option> solveOptions() {
   for (Option& option : limitOptions(&SolveOptions::limits)) options.push_back(std::move(option));
   options.insert(
       options.end(),
-      {{.name = "relax",
+      {{.name = "min",
+        .text = "Minimise, whatever the model says",
+        .target = into(&SolveOptions::minimizes)},
+       {.name = "max",
+        .text = "Maximise, whatever the model says",
+        .target = into(&SolveOptions::maximizes)},
+       {.name = "relax",
         .text = "Treat integer columns as continuous",
         .target = into(&SolveOptions::relaxes)},
        {.name = "log",
         .text = "Write what the solver says to standard error",
         .target = into(&SolveOptions::logs)},
+       {.name = "explain",
+        .text = "Do not look for rows and bounds that make a model infeasible",
+        .details = "That takes 10 seconds at most.",
+        .target = into(&SolveOptions::explains),
+        .isNegation = true},
        {.name = "output",
         .letter = 'o',
         .value = "FILE",
@@ -157,8 +239,10 @@ std::vector<Option> solveOptions() {
 Verb solveVerb() {
   return {.name = "solve",
           .summary = "Solves a model file, with changed data if given",
-          .details = R"(Prints the size of the model, the status, the objective and the number of
-iterations.
+          .details = R"(Prints the size of the model, the solver, the status, the objective and the
+number of iterations, of a model with integer columns also the bound of the objective and the gap
+between them; with ten digits, in JSON and files with all. If the model is infeasible, it names rows
+and bounds that exclude each other.
 
 A parameter `p` is updatable if the model has a variable `p_var`.
 

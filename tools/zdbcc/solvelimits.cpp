@@ -9,7 +9,7 @@ namespace zdb::tool {
 
 void SolveLimits::check() const {
   if (seconds && !(std::isfinite(*seconds) && *seconds > 0)) {
-    throw WrongUseError("--time-limit must be more than 0 seconds");
+    throw WrongUseError("--time-limit must be a number of seconds above 0");
   }
   if (gap && !(std::isfinite(*gap) && *gap >= 0)) {
     throw WrongUseError("--gap must be a ratio from 0 on, such as 0.01 for one percent");
@@ -19,6 +19,7 @@ void SolveLimits::check() const {
 
 void SolveLimits::apply(void* instance) const {
   zkitSetLimits(instance, seconds.value_or(0), 0);
+  zkitSetGap(instance, gap.value_or(0), 0);
 }
 
 }  // namespace zdb::tool

@@ -1,5 +1,8 @@
 #include "solvereport.h"
 
+#include <cmath>
+#include <cstdio>
+
 #include "values.h"
 #include "zkitdclib.h"
 
@@ -19,28 +22,54 @@ std::string sizeText(void* instance) {
   return integers == 0 ? text : text + ", " + std::to_string(integers) + " integer columns";
 }
 
+std::string percent(double ratio) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.4g %%", 100 * ratio);
+  return text;
+}
+
 }  // namespace
 
 bool SolveReport::hasObjective() const {
   return model_.hasSolution() && zkitObjectiveColumn(model_.instance()) >= 0;
 }
 
+bool SolveReport::hasBound() const {
+  void* instance = model_.instance();
+  const int status = zkitModelStatus(instance);
+  const bool isSearch =
+      status == ZKIT_INTEGER_SOLUTION || status == ZKIT_FEASIBLE || status == ZKIT_INTERMEDIATE;
+  return isSearch && zkitIntegerColumns(instance) > 0 && !std::isnan(zkitBound(instance));
+}
+
 void SolveReport::print(Console& console) const {
   void* instance = model_.instance();
   ValueFormat format(model_.database().specialValues());
   console.write(line("model", sizeText(instance)));
+  console.write(line("solver", solver_));
   console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
   console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
   if (hasObjective()) console.write(line("objective", format.tenDigits(zkitObjective(instance))));
+  if (hasBound()) console.write(line("bound", format.tenDigits(zkitBound(instance))));
+  if (hasBound() && hasObjective()) console.write(line("gap", percent(zkitGap(instance))));
   console.write(line("iterations", std::to_string(zkitIterations(instance))));
+  if (!infeasible_) return;
+  const char* name = "infeasible";
+  for (const std::string& each : infeasible_->lines()) {
+    console.write(line(name, printable(each)));
+    name = "";
+  }
 }
 
-std::string SolveReport::summary() const {
+void SolveReport::note(Console& console) const {
   void* instance = model_.instance();
   ValueFormat format(model_.database().specialValues());
   std::string text = zkitModelStatusText(zkitModelStatus(instance));
   if (hasObjective()) text += ", objective " + format.tenDigits(zkitObjective(instance));
-  return text;
+  if (hasBound() && hasObjective()) text += ", gap " + percent(zkitGap(instance));
+  console.note(text);
+  if (!infeasible_) return;
+  for (const std::string& each : infeasible_->lines()) console.note(each);
 }
 
 void SolveReport::writeJson(const std::vector<Shown>& shown, Console& console) const {
@@ -49,10 +78,17 @@ void SolveReport::writeJson(const std::vector<Shown>& shown, Console& console) c
   json.beginObject().field("rows", zkitRows(instance)).field("columns", zkitColumns(instance));
   json.field("nonZeros", zkitNonZeros(instance));
   json.field("integerColumns", zkitIntegerColumns(instance));
+  json.field("solver", solver_);
   json.field("status", zkitModelStatusText(zkitModelStatus(instance)));
   json.field("solve", zkitSolveStatusText(zkitSolveStatus(instance)));
   if (hasObjective()) json.field("objective", zkitObjective(instance));
+  if (hasBound()) json.field("bound", zkitBound(instance));
+  if (hasBound() && hasObjective()) json.field("gap", zkitGap(instance));
   json.field("iterations", zkitIterations(instance));
+  if (infeasible_) {
+    json.key("infeasible");
+    infeasible_->writeJson(json);
+  }
   if (model_.hasSolution() && !shown.empty()) {
     json.key("shown");
     writeShown(shown, model_.database(), json);

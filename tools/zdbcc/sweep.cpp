@@ -1,9 +1,11 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
 #include <numeric>
 
+#include "limitedprocess.h"
 #include "progress.h"
 #include "scenariosolver.h"
 #include "sweep/scheduler.h"
+#include "sweepoptions.h"
 #include "sweepwork.h"
 #include "sweepwriter.h"
 #include "verbs.h"
@@ -13,42 +15,76 @@ namespace zdb::tool {
 namespace {
 
 /// True from the first Ctrl-C on.
-bool isInterrupted(Progress& progress, std::size_t done, std::size_t total) {
+bool isInterrupted(Progress& progress, const SweepWriter& writer, std::size_t total) {
   try {
-    progress.update(done, total);
+    progress.update(writer.count(), total);
     return false;
   } catch (const InterruptedError&) {
     return true;
   }
 }
 
-void solveAll(const SweepOptions& options, ScenarioSolver& solver, SweepWriter& writer,
-              Console& console) {
-  std::vector<sweep::Task> tasks(solver.scenarios().count());
-  std::iota(tasks.begin(), tasks.end(), 0);
-  const auto workers = hireWorkers(options, sweepWork(solver));
-  Progress progress(console, "scenarios");
-  std::size_t done = 0;
-  const auto take = [&](const sweep::Outcome& outcome) {
-    const ScenarioResult result = resultOf(outcome);
-    if (!result.failure.empty()) {
-      const std::string who =
-          outcome.endedWorker ? solver.scenarios().name(outcome.task) + ": " : std::string();
-      throw ToolError(solver.scenarios().place(outcome.task) + who + result.failure);
-    }
-    writer.write(result);
-    ++done;
-  };
-  sweep::Scheduler scheduler(tasks, *workers, take, {});
-  const auto stops = [&] { return isInterrupted(progress, done, tasks.size()); };
-  if (scheduler.run(stops) == sweep::Ending::Interrupted) throw InterruptedError();
+/// Rows that are ahead of an earlier one are not kept: results are those of the first scenarios.
+void take(const sweep::Outcome& outcome, ScenarioSolver& solver, SweepWriter& writer,
+          const SweepOptions& options) {
+  if (outcome.task != writer.count()) return;
+  const ScenarioResult result = resultOf(outcome, solver);
+  if (!result.failure.empty() && !options.keepsGoing) {
+    const Scenarios& scenarios = solver.scenarios();
+    throw ToolError(scenarios.place(outcome.task) +
+                    (outcome.endedWorker ? scenarios.name(outcome.task) + ": " : "") +
+                    result.failure);
+  }
+  writer.write(result);
 }
 
-void runSweep(const SweepOptions& options, Console& console) {
+void solveRest(ScenarioSolver& solver, SweepWriter& writer, const SweepOptions& options,
+               Console& console) {
+  const std::size_t total = solver.scenarios().count();
+  std::vector<sweep::Task> tasks(total - writer.count());
+  std::iota(tasks.begin(), tasks.end(), writer.count());
+  const auto workers = hireWorkers(options, sweepWork(solver));
+  Progress progress(console, "scenarios");
+  sweep::Scheduler scheduler(
+      std::move(tasks), *workers,
+      [&](const sweep::Outcome& outcome) { take(outcome, solver, writer, options); },
+      {.keepsGoing = options.keepsGoing});
+  const auto ending = scheduler.run([&] { return isInterrupted(progress, writer, total); });
+  if (ending == sweep::Ending::Interrupted) throw InterruptedError();
+}
+
+/// What would be done.
+void printPlan(ScenarioSolver& solver, const SweepOptions& options, Console& console) {
+  const auto line = [&](const char* name, const std::string& text) {
+    console.write(name + std::string(12 - std::string_view(name).size(), ' ') + text + '\n');
+  };
+  line("model", options.model.file);
+  line("scenarios", options.scenarios + ": " + std::to_string(solver.scenarios().count()));
+  for (const std::string& change : solver.changes()) line("changes", change);
+  line("solver", solver.solver());
+  line("start", options.start == SweepStart::Base ? "base" : "last");
+  std::string columns;
+  for (const std::string& column : solver.columns())
+    columns += (columns.empty() ? "" : ", ") + column;
+  line("columns", columns);
+  line("results", options.target().empty() ? "standard output" : options.target());
+}
+
+/// How many of how many entries change, which shows a column that is not what was meant.
+void noteChanges(ScenarioSolver& solver, Console& console) {
+  for (const std::string& change : solver.changes()) console.note(change + " change");
+}
+
+ExitCode sweep(const SweepOptions& options, Console& console) {
   ScenarioSolver solver(options);
-  SweepWriter writer(options, solver.columns(), console);
+  if (options.isDryRun) {
+    printPlan(solver, options, console);
+    return ExitCode::Done;
+  }
+  noteChanges(solver, console);
+  SweepWriter writer(options, solver, console);
   try {
-    solveAll(options, solver, writer, console);
+    solveRest(solver, writer, options, console);
   } catch (const ClosedPipeError&) {
     throw;
   } catch (...) {
@@ -56,6 +92,93 @@ void runSweep(const SweepOptions& options, Console& console) {
     throw;
   }
   writer.finish();
+  if (writer.failed() == 0) return ExitCode::Done;
+  console.note(std::to_string(writer.failed()) + " of " + counted(writer.count(), "scenario") +
+               " failed");
+  return ExitCode::SomeFailed;
+}
+
+ExitCode runSweep(const SweepOptions& options, Console& console) {
+  options.limits.check();
+  checkOutputsOf(options);
+  checkForWorkers(options);
+  return withMemoryLimit(options.limits.megabytes, [&] { return sweep(options, console); });
+}
+
+std::vector<Option> sweepOptions() {
+  std::vector<Option> options = {
+      {.name = "scenarios",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "CSV file, or `-`, with the scenarios",
+       .target = into(&SweepOptions::scenarios),
+       .isRequired = true},
+      {.name = "show",
+       .value = "ENTRY",
+       .text = "Variable or equation entry whose level becomes a column, or a whole symbol",
+       .details = "`buy[bread]` is a column. `buy` and `ship[*,Boston]` are many entries, which go "
+                  "to the file of `--long`. An exchange file gets all of them as symbols.",
+       .target = into(&SweepOptions::shown)},
+      {.name = "long",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "CSV file for whole symbols: a row for each scenario and record",
+       .details = "Its columns: scenario, symbol, label1, label2 and so on, level, marginal, lower "
+                  "and upper.",
+       .target = into(&SweepOptions::records)},
+      {.name = "output",
+       .letter = 'o',
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "File for the results: CSV, or an exchange file if its name ends in `.zxf`",
+       .details = "An exchange file has the set `scenario` with statuses as texts, `objective` and "
+                  "`iterations`, and the shown symbols with the scenario as first label.",
+       .target = into(&SweepOptions::output)},
+      {.name = "resume",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "Results to go on with, or to begin if they are not there",
+       .details = "Rows that are there are kept, also if the sweep was killed. Refused if model, "
+                  "data, scenarios, options or version are not those with which they were begun, "
+                  "which `FILE.sweep` tells.",
+       .target = into(&SweepOptions::resumed)},
+      {.name = "force",
+       .text = "Write over files that are there",
+       .target = into(&SweepOptions::force)},
+      {.name = "keep-going",
+       .text = "Go on after a scenario that cannot be solved",
+       .details = "It has the status `Failed`, and why in the column `reason`. Without this, the "
+                  "sweep ends there, and keeps the rows before it.",
+       .target = into(&SweepOptions::keepsGoing)},
+      {.name = "dry-run",
+       .text = "Check everything and print what would be done",
+       .target = into(&SweepOptions::isDryRun)},
+      {.name = "start",
+       .value = "WHERE",
+       .kind = Kind::Choice,
+       .text = "Where the solve of a scenario starts",
+       .details = "`base`: at the basis of the model itself, so that no result depends on the "
+                  "other scenarios or their order. `last`: at that of the scenario before, "
+                  "which may be faster; where several solutions are optimal, another order "
+                  "may give another one of them.",
+       .target = into(&SweepOptions::start, {"base", "last"})},
+      {.name = "jobs",
+       .letter = 'j',
+       .value = "N",
+       .kind = Kind::Number,
+       .text = "Number of worker processes; 0 for one a core",
+       .details = "The rows stand in the order of the scenarios, and with `--start base` they are "
+                  "the same, byte for byte, with any number. Scenarios whose worker ends are "
+                  "solved again by another one, then singly; one that ends its worker also then "
+                  "has failed.",
+       .target = into(&SweepOptions::jobs)},
+      solverOption(&SweepOptions::solver)};
+  for (Option& option : limitOptions(&SweepOptions::limits)) options.push_back(std::move(option));
+  options.insert(options.end(), {{.name = "relax",
+                                  .text = "Treat integer columns as continuous",
+                                  .target = into(&SweepOptions::relaxes)},
+                                 jsonOption(&SweepOptions::json)});
+  return withModelOptions(&SweepOptions::model, std::move(options));
 }
 
 }  // namespace
@@ -64,53 +187,34 @@ Verb sweepVerb() {
   return {
       .name = "sweep",
       .summary = "Solves a model once for each scenario of a table",
-      .details = R"(Each solve starts where the last one ended. The results go to standard output as
-CSV: name of the scenario, status, objective and number of iterations. The first column of the table
-has the names of the scenarios, the heading of every other column is an entry of an updatable
-parameter, and an empty field means the model's own value:
+      .details = R"(The first column of the table has the names of the scenarios, the heading of
+every other column is an entry of an updatable parameter, and an empty field means the model's own
+value:
 
     scenario,price[bread],price[milk]
     dear bread,3.5,
     dear milk,,2.2
 
-A scenario without an optimal solution has its status and empty fields; one that cannot be solved at
-all, for example because a price is infinite, ends the results with a message that names its row.)",
+Commas, semicolons and tabs separate fields, as the heading shows. All is checked before the first
+solve, and nothing is written if something is wrong.
+
+The results are CSV: name of the scenario, status, objective, number of iterations, and what is
+shown. Each row is written when it is known. A scenario without a solution has its status and empty
+fields; one that cannot be solved at all, for example because the solver fails, ends the results
+with a message that names its row.)",
       .operands = {modelOperand(&SweepOptions::model)},
-      .options = withModelOptions(
-          &SweepOptions::model,
-          {{.name = "scenarios",
-            .value = "FILE",
-            .kind = Kind::File,
-            .text = "CSV file, or `-`, with the scenarios",
-            .target = into(&SweepOptions::scenarios),
-            .isRequired = true},
-           {.name = "show",
-            .value = "ENTRY",
-            .text = "Variable or equation entry whose level becomes a column",
-            .target = into(&SweepOptions::shown)},
-           solverOption(&SweepOptions::solver),
-           {.name = "start",
-            .value = "WHERE",
-            .kind = Kind::Choice,
-            .text = "Where the solve of a scenario starts",
-            .details = "`base`: at the basis of the model itself, so that no result depends on the "
-                       "other scenarios or their order. `last`: at that of the scenario before, "
-                       "which may be faster; where several solutions are optimal, another order "
-                       "may give another one of them.",
-            .target = into(&SweepOptions::start, {"base", "last"})},
-           {.name = "jobs",
-            .letter = 'j',
-            .value = "N",
-            .kind = Kind::Number,
-            .text = "Number of worker processes; 0 for one a core",
-            .details = "The rows stand in the order of the scenarios, and with `--start base` they "
-                       "are the same, byte for byte, with any number. Scenarios whose worker ends "
-                       "are solved again by another one, then singly; one that ends its worker "
-                       "also then has failed.",
-            .target = into(&SweepOptions::jobs)},
-           jsonOption(&SweepOptions::json)}),
+      .options = sweepOptions(),
       .examples = {{"zdbcc sweep diet.mod --scenarios prices.csv --show 'buy[bread]' > results.csv",
-                    "Costs and an amount for each row of prices"}},
+                    "Costs and an amount for each row of prices"},
+                   {"zdbcc sweep plan.mps --scenarios s.csv --resume results.csv --keep-going",
+                    "Many scenarios, also after a break"},
+                   {"zdbcc sweep plan.mps --scenarios s.csv --show ship -o results.zxf",
+                    "All of a variable, with the scenario as first label"}},
+      .exitCodes = {{ExitCode::Done, "All scenarios were solved, or found to have no solution."},
+                    {ExitCode::Failed, "Something is wrong or failed; rows before it are kept."},
+                    {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
+                    {ExitCode::SomeFailed, "All were tried, and some failed (`--keep-going`)."},
+                    {ExitCode::Interrupted, "Ctrl-C; rows of solved scenarios are kept."}},
       .action = runs(runSweep)};
 }
 

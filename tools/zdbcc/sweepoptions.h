@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "model.h"
+#include "solvelimits.h"
 
 namespace zdb::tool {
 
@@ -17,9 +18,22 @@ struct SweepOptions {
   std::string scenarios;
   std::vector<std::string> shown;
   std::string solver;
+  SolveLimits limits;
+  bool relaxes = false;
   SweepStart start = SweepStart::Base;
-  unsigned jobs = 1;
+  unsigned jobs = 1;    ///< 0: as many as there are cores
+  std::string output;   ///< empty: standard output
+  std::string records;  ///< of whole symbols, in long form
+  std::string resumed;  ///< an output that was begun earlier
+  std::string plot;
+  bool keepsGoing = false;
+  bool isDryRun = false;
+  bool force = false;
   bool json = false;
+
+  /// The output, or "".
+  const std::string& target() const { return resumed.empty() ? output : resumed; }
+  bool writesExchangeFile() const { return target().ends_with(".zxf"); }
 };
 
 }  // namespace zdb::tool

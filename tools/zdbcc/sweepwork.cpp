@@ -11,17 +11,19 @@ namespace zdb::tool {
 namespace {
 
 template <class Wire, class Result>
-void visit(Wire& wire, Result& result, double& objective, bool& isSolved) {
+void visit(Wire& wire, Result& result, double& objective, bool& hasObjective) {
   wire.text(result.row);
-  wire.number(isSolved);
+  wire.text(result.records);
+  wire.text(result.failure);
+  wire.number(hasObjective);
   wire.number(objective);
 }
 
 std::string packed(const ScenarioResult& result) {
   contract::Packer wire;
   double objective = result.objective.value_or(0);
-  bool isSolved = result.objective.has_value();
-  visit(wire, result, objective, isSolved);
+  bool hasObjective = result.objective.has_value();
+  visit(wire, result, objective, hasObjective);
   return wire.take();
 }
 
@@ -29,23 +31,19 @@ std::string packed(const ScenarioResult& result) {
 
 sweep::Work sweepWork(ScenarioSolver& solver) {
   return [&solver](sweep::Task scenario) -> sweep::Answer {
-    ScenarioResult result = solver.solve(scenario);
-    if (!result.failure.empty()) return {.isFailed = true, .content = std::move(result.failure)};
-    return {.content = packed(result)};
+    const ScenarioResult result = solver.solve(scenario);
+    return {.isFailed = !result.failure.empty(), .content = packed(result)};
   };
 }
 
-ScenarioResult resultOf(const sweep::Outcome& outcome) {
-  ScenarioResult result;
-  if (outcome.isFailed) {
-    result.failure = outcome.content;
-    return result;
-  }
+ScenarioResult resultOf(const sweep::Outcome& outcome, ScenarioSolver& solver) {
+  if (outcome.endedWorker) return solver.failedResult(outcome.task, outcome.content);
   contract::Unpacker wire(outcome.content);
+  ScenarioResult result;
   double objective = 0;
-  bool isSolved = false;
-  visit(wire, result, objective, isSolved);
-  if (isSolved) result.objective = objective;
+  bool hasObjective = false;
+  visit(wire, result, objective, hasObjective);
+  if (hasObjective) result.objective = objective;
   return result;
 }
 

@@ -12,7 +12,10 @@ namespace zdb::tool {
 sweep::Work sweepWork(ScenarioSolver& solver);
 
 /// What the work found out, on whichever machine.
-ScenarioResult resultOf(const sweep::Outcome& outcome);
+ScenarioResult resultOf(const sweep::Outcome& outcome, ScenarioSolver& solver);
+
+/// Throws WrongUseError for what the workers of this program cannot do.
+void checkForWorkers(const SweepOptions& options);
 
 /// The workers of a sweep, which depend on the program: see localworkers.cpp.
 std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work work);

@@ -1,40 +1,205 @@
 #include "sweepwriter.h"
 
+#include <algorithm>
+#include <bit>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
 #include "csvwriter.h"
+#include "earlierresults.h"
+#include "fingerprint.h"
+#include "outputfile.h"
 
 namespace zdb::tool {
 
-SweepWriter::SweepWriter(const SweepOptions& options, const std::vector<std::string>& columns,
-                         Console& console)
-    : isJson_(options.json), console_(console) {
-  if (isJson_) {
-    emit("[");
-    return;
-  }
+namespace {
+
+/// What tells what results were made of, beside them, so that any reader of CSV reads these.
+std::string fingerprintFile(const SweepOptions& options) {
+  return options.target() + ".sweep";
+}
+
+/// Of a data file, which is made of them when all are there.
+std::string rowFile(const SweepOptions& options) {
+  return options.target() + (options.writesExchangeFile() ? ".rows.csv" : "");
+}
+
+std::string recordFile(const SweepOptions& options) {
+  return options.writesExchangeFile() ? options.target() + ".records.csv" : options.records;
+}
+
+std::string headingOf(const std::vector<std::string>& columns) {
   TextOutput text;
   CsvWriter heading(text);
   for (const std::string& column : columns) heading.field(column);
   heading.endRow();
-  emit(text.take());
+  return text.take();
 }
 
-// An array of JSON has its commas between the objects.
+std::uint64_t hashOf(const Scenarios& scenarios) {
+  std::uint64_t hash = hashed(kEmptyHash, headingOf(scenarios.headings()));
+  for (std::size_t i = 0; i < scenarios.count(); ++i) {
+    hash = hashed(hash, scenarios.name(i) + '\n');
+    for (std::size_t c = 0; c < scenarios.headings().size(); ++c) {
+      const std::optional<double> value = scenarios.value(i, c);
+      hash = hashed(hash, value ? std::to_string(std::bit_cast<std::uint64_t>(*value)) : "-");
+    }
+  }
+  return hash;
+}
+
+std::string textOf(const std::optional<double>& limit) {
+  return limit ? std::to_string(*limit) : "none";
+}
+
+std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
+                          Fingerprint& fingerprint) {
+  fingerprint.add("version", ZDBCCLIB_VERSION);
+  fingerprint.addFile("model", options.model.file);
+  if (!options.model.data.empty()) fingerprint.addFile("model data", options.model.data);
+  fingerprint.addHash("scenarios", hashOf(solver.scenarios()));
+  fingerprint.add("--solver", solver.solver());
+  fingerprint.add("--start", options.start == SweepStart::Base ? "base" : "last");
+  std::string shown = headingOf(options.shown);
+  shown.pop_back();
+  fingerprint.add("--show", shown);
+  fingerprint.add("--long", recordFile(options).empty() ? "no" : "yes");
+  fingerprint.add("--keep-going", options.keepsGoing ? "yes" : "no");
+  fingerprint.add("--relax", options.relaxes ? "yes" : "no");
+  fingerprint.add("--time-limit", textOf(options.limits.seconds));
+  fingerprint.add("--gap", textOf(options.limits.gap));
+  return fingerprint.text();
+}
+
+std::string readText(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+bool isThere(const std::string& file) {
+  std::error_code unknown;
+  return std::filesystem::is_regular_file(file, unknown);
+}
+
+void requireNew(const std::string& file, const std::string& advice) {
+  if (isThere(file)) throw ToolError(file + " exists" + advice);
+}
+
+}  // namespace
+
+void checkOutputsOf(const SweepOptions& options) {
+  const std::string& target = options.target();
+  if (!options.output.empty() && !options.resumed.empty())
+    throw WrongUseError("--output and --resume both name the results: --resume is enough");
+  if (options.json && !options.resumed.empty())
+    throw WrongUseError("--resume goes on with CSV or an exchange file, not with JSON");
+  if (options.json && options.writesExchangeFile())
+    throw WrongUseError("--json and an exchange file do not go together");
+  if (!options.records.empty() && options.writesExchangeFile())
+    throw WrongUseError("--long is not needed: an exchange file has whole symbols");
+  if (!options.resumed.empty() || options.force) return;
+  const std::vector<std::string> inputs = {options.model.file, options.model.data,
+                                           options.scenarios};
+  const Replaceable anything = {"", [](const std::string&) { return true; }};
+  for (const std::string& output : {target, options.records, options.plot}) {
+    if (!output.empty()) checkOutput(output, inputs, anything);
+  }
+  if (isThere(fingerprintFile(options)) && isThere(rowFile(options))) {
+    requireNew(rowFile(options), ": --resume " + target + " goes on with it, --force begins anew");
+  }
+  if (!target.empty()) requireNew(target, "; use --force to write over it");
+  if (!options.records.empty()) requireNew(options.records, "; use --force to write over it");
+}
+
+SweepWriter::SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Console& console)
+    : options_(options),
+      scenarios_(solver.scenarios()),
+      console_(console),
+      heading_(headingOf(solver.columns())),
+      recordHeading_(headingOf(solver.recordColumns())) {
+  if (options_.writesExchangeFile()) {
+    for (const Shown& shown : solver.shownSymbols()) symbols_.emplace_back(shown.symbol);
+    checkForExchangeFile(scenarios_, symbols_);
+    const NewFileOutput neverPublished(options_.target());
+  }
+  if (isToConsole()) {
+    emit(options_.json ? "[" : heading_);
+    if (recordFile(options_).empty()) return;
+  }
+  Fingerprint fingerprint;
+  const std::string text = isToConsole() ? "" : fingerprintOf(options_, solver, fingerprint);
+  const bool isOld = !options_.resumed.empty() && isThere(rowFile(options_));
+  if (isOld) {
+    const std::string file = fingerprintFile(options_);
+    if (!isThere(file)) {
+      throw ToolError(options_.resumed + " cannot be resumed: there is no " + file +
+                      ", which tells what it was made of");
+    }
+    const std::string changes = fingerprint.changesSince(readText(file));
+    if (!changes.empty()) {
+      throw ToolError(options_.resumed +
+                      " cannot be resumed: other than when it was begun: " + changes);
+    }
+  }
+  isOld ? resume(text) : begin(text);
+}
+
+void SweepWriter::begin(const std::string& fingerprint) {
+  if (!recordFile(options_).empty()) {
+    records_ = std::make_unique<AppendFile>(recordFile(options_));
+    records_->write(recordHeading_);
+  }
+  if (isToConsole()) return;
+  rows_ = std::make_unique<AppendFile>(rowFile(options_));
+  if (isThere(rowFile(options_))) {
+    NewFileOutput file(fingerprintFile(options_));
+    file.write(fingerprint);
+    file.publish();
+  }
+  emit(options_.json ? "[" : heading_);
+}
+
+void SweepWriter::resume(const std::string& fingerprint) {
+  EarlierResults earlier = readEarlierResults(rowFile(options_), heading_, scenarios_);
+  if (earlier.size == 0) return begin(fingerprint);
+  objectives_ = std::move(earlier.objectives);
+  failed_ = earlier.failed;
+  rows_ = std::make_unique<AppendFile>(rowFile(options_), earlier.size);
+  const std::string records = recordFile(options_);
+  if (records.empty()) return;
+  const std::uint64_t size = sizeOfRecords(records, recordHeading_, scenarios_, count());
+  records_ = std::make_unique<AppendFile>(records, size);
+  if (size == 0) records_->write(recordHeading_);
+}
+
+// Records come first: a scenario that has a row has all of its records, too.
 void SweepWriter::write(const ScenarioResult& result) {
-  if (isJson_) {
-    std::string_view object = result.row;
-    object.remove_suffix(1);
-    emit((count_ == 0 ? "\n  " : ",\n  ") + std::string(object));
+  if (records_ != nullptr && !result.records.empty()) records_->write(result.records);
+  if (options_.json) {  // with the commas between the objects of an array
+    const std::string_view object(result.row.data(), result.row.size() - 1);
+    emit((count() == 0 ? "\n  " : ",\n  ") + std::string(object));
   } else {
     emit(result.row);
   }
-  ++count_;
+  objectives_.push_back(result.objective);
+  if (!result.failure.empty()) ++failed_;
 }
 
 void SweepWriter::finish() {
-  if (isJson_) emit(count_ == 0 ? "]\n" : "\n]\n");
+  if (options_.json) emit(count() == 0 ? "]\n" : "\n]\n");
+  if (!options_.writesExchangeFile() || count() == 0) return;
+  writeSweepExchangeFile(options_.target(), rowFile(options_), recordFile(options_), symbols_);
+  if (count() < scenarios_.count()) return;
+  for (const std::string& file :
+       {rowFile(options_), recordFile(options_), fingerprintFile(options_)}) {
+    std::error_code unknown;
+    std::filesystem::remove(file, unknown);
+  }
 }
 
 void SweepWriter::emit(std::string_view text) {
+  if (rows_ != nullptr) return rows_->write(text);
   console_.write(text);
   console_.flush();
 }

@@ -1,11 +1,15 @@
 // Where the results of a sweep go.
 #pragma once
 
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "appendfile.h"
 #include "console.h"
 #include "scenariosolver.h"
+#include "sweepexchange.h"
 #include "sweepoptions.h"
 
 namespace zdb::tool {
@@ -14,20 +18,42 @@ namespace zdb::tool {
 /// whatever happens to the next.
 class SweepWriter {
  public:
-  /// Writes the heading.
-  SweepWriter(const SweepOptions& options, const std::vector<std::string>& columns,
-              Console& console);
+  /// Opens what the options name and writes headings, or finds where an earlier sweep ended. Throws
+  /// ToolError, before anything is overwritten, for files that are there, that cannot be written,
+  /// or whose sweep was another one.
+  SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Console& console);
 
+  /// How many scenarios are done, those of an earlier sweep included: number of the next one.
+  std::size_t count() const { return objectives_.size(); }
+  /// Of all of these.
+  const std::vector<std::optional<double>>& objectives() const { return objectives_; }
+  std::size_t failed() const { return failed_; }
+
+  /// The next result.
   void write(const ScenarioResult& result);
   /// What follows the last result, also if not all scenarios were solved.
   void finish();
 
  private:
+  bool isToConsole() const { return options_.target().empty(); }
+  void resume(const std::string& fingerprint);
+  void begin(const std::string& fingerprint);
   void emit(std::string_view text);
 
-  bool isJson_;
+  const SweepOptions options_;
+  const Scenarios& scenarios_;
   Console& console_;
-  std::size_t count_ = 0;
+  std::string heading_;
+  std::string recordHeading_;
+  std::vector<SweptSymbol> symbols_;  ///< of an exchange file
+  std::unique_ptr<AppendFile> rows_;  ///< null: to the console
+  std::unique_ptr<AppendFile> records_;
+  std::vector<std::optional<double>> objectives_;
+  std::size_t failed_ = 0;
 };
+
+/// Refuses, with ToolError or WrongUseError, outputs that do not go together or would be written
+/// over by mistake. To be called before anything is computed.
+void checkOutputsOf(const SweepOptions& options);
 
 }  // namespace zdb::tool

@@ -30,6 +30,7 @@ enum class Kind {
   Symbol,  ///< of the exchange file on the line
   Slice,   ///< the same, with labels in parentheses
   Verb,
+  Solver,
 };
 
 /// Where a word goes: to a member of the struct of options that a verb's function gets. How often
@@ -164,21 +165,40 @@ Target into(Member Options::*first, Rest... rest) {
   return target;
 }
 
-/// The target for a member of an enum type, with a word for each of its values from 0 on.
-template <typename Options, typename Enum>
-Target into(Enum Options::*place, std::initializer_list<const char*> words) {
+/// The target for a choice by its number, with a word for each from 0 on. `put(options, number)`
+/// stores it.
+template <typename Put>
+Target choiceTarget(std::initializer_list<const char*> words, std::size_t initial, Put put) {
   Target target;
   target.choices.assign(words.begin(), words.end());
-  target.initial = target.choices.at(static_cast<std::size_t>(Options{}.*place));
-  target.take = [place, choices = target.choices](std::any& options, const std::string& word) {
+  target.initial = target.choices.at(initial);
+  target.take = [put, choices = target.choices](std::any& options, const std::string& word) {
     for (std::size_t i = 0; i < choices.size(); ++i) {
       if (choices[i] != word) continue;
-      std::any_cast<Options>(&options)->*place = static_cast<Enum>(i);
+      put(options, i);
       return true;
     }
     return false;
   };
   return target;
+}
+
+/// The target for a member of an enum type, with a word for each of its values from 0 on.
+template <typename Options, typename Enum>
+Target into(Enum Options::*place, std::initializer_list<const char*> words) {
+  const auto initial = static_cast<std::size_t>(Options{}.*place);
+  return choiceTarget(words, initial, [place](std::any& options, std::size_t number) {
+    std::any_cast<Options>(&options)->*place = static_cast<Enum>(number);
+  });
+}
+
+/// The same for a member of a struct within.
+template <typename Options, typename Part, typename Enum>
+Target into(Part Options::*part, Enum Part::*place, std::initializer_list<const char*> words) {
+  const auto initial = static_cast<std::size_t>(Options{}.*part.*place);
+  return choiceTarget(words, initial, [part, place](std::any& options, std::size_t number) {
+    std::any_cast<Options>(&options)->*part.*place = static_cast<Enum>(number);
+  });
 }
 
 /// The action of a function `void run(const Options&, Console&)`, or one that returns an ExitCode.

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "kit/modelfile/build.h"
 #include "kit/modelfile/errors.h"
@@ -18,6 +19,15 @@ namespace {
 
 /// The size of the options in the first release that had them.
 constexpr int kFirstSize = offsetof(zkitReadOptions, systemDirectory) + sizeof(const char*);
+
+constexpr int kFormats = ZKIT_FORMAT_MPS | ZKIT_FORMAT_LP | ZKIT_FORMAT_MATHPROG;
+
+/// How the names of files in a format end that is asked for; "" where none is.
+std::string_view endingOf(int flags) {
+  if ((flags & ZKIT_FORMAT_MPS) != 0) return ".mps";
+  if ((flags & ZKIT_FORMAT_LP) != 0) return ".lp";
+  return (flags & ZKIT_FORMAT_MATHPROG) != 0 ? ".mod" : "";
+}
 
 void tell(const std::exception& error, const char* file, char* message, int size) {
   const auto* unnamed = dynamic_cast<const ReadError*>(&error);
@@ -46,9 +56,20 @@ void checkOptions(const zkitReadOptions& options) {
                     std::to_string(options.size));
   }
   if (options.file == nullptr && options.text == nullptr) throw FileError("no model file given");
-  if ((options.flags & ~ZKIT_ALLOW_FILES) != 0) {
+  const int format = options.flags & kFormats;
+  if ((options.flags & ~(ZKIT_ALLOW_FILES | kFormats)) != 0 || (format & (format - 1)) != 0) {
     throw FileError("unknown flags for reading a model file");
   }
+}
+
+std::vector<std::string> changesOf(const zkitReadOptions& options) {
+  std::vector<std::string> changes;
+  for (int i = 0; i < options.changeCount; ++i) {
+    const char* name = options.changes == nullptr ? nullptr : options.changes[i];
+    if (name == nullptr) throw FileError("change " + std::to_string(i) + " has no name");
+    changes.emplace_back(name);
+  }
+  return changes;
 }
 
 FileSource sourceOf(const char* name, const char* text, long long size, const char* otherwise) {
@@ -90,10 +111,12 @@ int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* mes
     checkOptions(own);
     FileLimits limits;
     limits.files = (own.flags & ZKIT_ALLOW_FILES) != 0;
-    const FileSource model = sourceOf(own.file, own.text, own.textSize, "model");
+    FileSource model = sourceOf(own.file, own.text, own.textSize, "model");
+    model.ending = endingOf(own.flags);
     const FileSource data = sourceOf(own.data, own.dataText, own.dataTextSize, "data");
     const bool hasData = own.data != nullptr || own.dataText != nullptr;
-    return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory);
+    return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory,
+                         changesOf(own));
   };
   const char* name = own.file == nullptr ? "model" : own.file;
   *instance = guarded(static_cast<void*>(nullptr), read,

@@ -3,10 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
+#include <memory>
+#include <unordered_set>
 
 #include "kit/error.h"
 #include "kit/instance.h"
 #include "kit/modelbuilder.h"
+#include "kit/modelfile/changeplan.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/plan.h"
 
@@ -45,8 +49,11 @@ class Labels {
 // Rows and columns count from 1 here and from 0 in the kit.
 class Builder {
  public:
-  explicit Builder(const FileModel& file)
-      : file_(file), plan_(planModel(file)), model_(file.name) {}
+  Builder(const FileModel& file, const std::vector<std::string>& changes)
+      : file_(file),
+        plan_(planModel(file)),
+        changes_(planChanges(file, plan_, changes)),
+        model_(file.name) {}
 
   Instance* build(const char* systemDirectory) {
     addSymbols(plan_.columnSymbols, VariableSymbol, columnSymbols_);
@@ -54,10 +61,13 @@ class Builder {
     for (std::size_t j = 1; j <= plan_.columns.size(); ++j) addColumn(static_cast<int>(j));
     for (std::size_t i = 1; i <= plan_.rows.size(); ++i) addRow(static_cast<int>(i));
     return unnamed([&] {
+      addChanges();
       addTerms();
       addSlacks();
       if (plan_.objectiveColumn > 0) addObjective();
-      return new Instance(model_.data(), systemDirectory);
+      auto instance = std::make_unique<Instance>(model_.data(), systemDirectory);
+      instance->changes = changes_.made;
+      return instance.release();
     });
   }
 
@@ -112,7 +122,41 @@ class Builder {
   }
 
   void coefficient(int row, int column, double value) {
+    if (isReplaced(row, column)) return;
     model_.addCoefficient(row - 1, column - 1, value);
+  }
+
+  // Values that can be changed are levels of parameters.
+  void addChanges() {
+    for (const ChangeColumn& change : changes_.columns) {
+      const int parameter =
+          model_.addColumn(columnSymbols_[change.at.symbol], Labels(change.at).data(), change.value,
+                           change.value, change.value);
+      switch (change.place) {
+        case ChangeColumn::Place::Rhs:
+          model_.linkRhs(change.row - 1, parameter);
+          break;
+        case ChangeColumn::Place::Constant:
+          isConstantChanged_ = true;
+          model_.addCoefficient(change.row - 1, parameter, -1.0);
+          break;
+        case ChangeColumn::Place::Coefficient:
+          replaced_.insert(placeOf(change.row, change.column));
+          model_.addProduct(change.row - 1, parameter, change.column - 1, signOf(change.row));
+          break;
+      }
+    }
+  }
+
+  // The objective's terms stand on the left-hand side of its row.
+  double signOf(int row) const { return row == plan_.objectiveRow ? -1.0 : 1.0; }
+
+  static std::int64_t placeOf(int row, int column) {
+    return (static_cast<std::int64_t>(row) << 32) + column;
+  }
+
+  bool isReplaced(int row, int column) const {
+    return !replaced_.empty() && replaced_.contains(placeOf(row, column));
   }
 
   // The terms of the objective are on the left-hand side of its row, with the sign opposite to that
@@ -137,21 +181,25 @@ class Builder {
 
   void addObjective() {
     coefficient(plan_.objectiveRow, plan_.objectiveColumn, 1.0);
-    model_.addConstant(plan_.objectiveRow - 1, -file_.objectiveConstant);
+    if (!isConstantChanged_) model_.addConstant(plan_.objectiveRow - 1, -file_.objectiveConstant);
     model_.setObjective(plan_.objectiveColumn - 1, file_.maximize ? -1 : 1);
   }
 
   const FileModel& file_;
   ModelPlan plan_;
+  ChangePlan changes_;
   ModelBuilder model_;
   std::vector<int> columnSymbols_;  // numbers in the model, by planned symbol
   std::vector<int> rowSymbols_;
+  std::unordered_set<std::int64_t> replaced_;  // coefficients for which parameters stand
+  bool isConstantChanged_ = false;
 };
 
 }  // namespace
 
-Instance* buildInstance(const FileModel& file, const char* systemDirectory) {
-  return Builder(file).build(systemDirectory);
+Instance* buildInstance(const FileModel& file, const char* systemDirectory,
+                        const std::vector<std::string>& changes) {
+  return Builder(file, changes).build(systemDirectory);
 }
 
 }  // namespace zdb::kit::modelfile

@@ -1,6 +1,9 @@
 // Makes a model instance from the content of a model file.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "kit/modelfile/filemodel.h"
 
 namespace zdb::kit {
@@ -24,7 +27,11 @@ namespace zdb::kit::modelfile {
 /// also exists, a number is added to it. The initial level of a column is the value within its
 /// bounds that is nearest to 0.
 ///
+/// - for the `changes`, names of what shall be changed (changename.h), updatable parameters for
+///   right-hand sides, costs and other coefficients, see changeplan.h.
+///
 /// The caller frees the instance. A null directory means that of this library. Throws a ReadError.
-Instance* buildInstance(const FileModel& file, const char* systemDirectory);
+Instance* buildInstance(const FileModel& file, const char* systemDirectory,
+                        const std::vector<std::string>& changes = {});
 
 }  // namespace zdb::kit::modelfile

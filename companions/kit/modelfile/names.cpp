@@ -17,6 +17,8 @@ constexpr std::string_view kReplaced = " .-+/:&$%#@!~|?;=<>*^`";
   throw ReadError("name \"" + name + "\" cannot become a symbol with labels: " + why);
 }
 
+}  // namespace
+
 std::string symbolOf(std::string_view written) {
   std::string symbol(written);
   for (char& c : symbol) {
@@ -24,8 +26,6 @@ std::string symbolOf(std::string_view written) {
   }
   return symbol;
 }
-
-}  // namespace
 
 SymbolicName parseName(const std::string& name) {
   if (name.empty()) throw ReadError("a row or column has no name");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zdb::kit::modelfile {
@@ -13,6 +14,9 @@ struct SymbolicName {
   std::string written;              ///< the same part as in the file
   std::vector<std::string> labels;  ///< none: a scalar
 };
+
+/// The symbol that the part before the index becomes, valid or not.
+std::string symbolOf(std::string_view written);
 
 /// Parses a name. The index is in brackets or parentheses at the end; labels are separated by
 /// commas and may be in quotes of either kind; a quote inside is doubled. In the part before the

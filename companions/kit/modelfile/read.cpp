@@ -84,7 +84,8 @@ FileModel readTexts(FileFormat format, const Texts& texts, const FileLimits& lim
 FileModel readModel(const FileSource& source, const FileSource* data, const FileLimits& limits) {
   Texts texts{textOf(source), {}};
   const std::string& name = texts.model.name;
-  const FileFormat format = formatOf(name, texts.model.content);
+  const FileFormat format =
+      formatOf(source.ending.empty() ? name : std::string(source.ending), texts.model.content);
   if (data != nullptr && format != FileFormat::MathProg) {
     throw FileError(data->name + ": only a MathProg model can have a data file, and " + name +
                     " is not one");

@@ -16,6 +16,7 @@ namespace zdb::kit::modelfile {
 struct FileSource {
   std::string name;
   std::optional<std::string_view> content = {};
+  std::string_view ending = {};  ///< tells the format of a model; empty: that of its name does
 };
 
 /// Reads a model; `data` is the data of a MathProg model, or null. The name of the model picks its

@@ -45,13 +45,6 @@ std::unique_lock<std::timed_mutex> waitForTurn(const StopToken& stop) {
   return turn;
 }
 
-// Prints nothing, whatever level cbc sets.
-class SilentHandler : public CoinMessageHandler {
- public:
-  int print() override { return 0; }
-  CoinMessageHandler* clone() const override { return new SilentHandler(*this); }
-};
-
 // cbc takes a gap relative to the larger of objective and bound; this is never more than the given
 // one relative to the objective.
 double ratioOf(double relativeGap) {
@@ -69,7 +62,7 @@ class Cbc : public Solver {
  public:
   Cbc() {
     solver_.setHintParam(OsiDoReducePrint, true, OsiHintDo);
-    solver_.passInMessageHandler(&silence_);
+    solver_.passInMessageHandler(&messages_);
     solver_.getModelPtr()->setLogLevel(0);
   }
 
@@ -96,6 +89,8 @@ class Cbc : public Solver {
     ClpSimplex& simplex = *solver_.getModelPtr();
     ClpLimits limits(stop);
     const ClpWatch watch(simplex, limits);
+    messages_.setLog(stop.log());
+    simplex.setLogLevel(messages_.level());
     solveFromScratch(simplex);
     Outcome outcome = concludedOutcome(simplex, limits);
     if (outcome == Outcome::Optimal && !isInteger_.empty()) {
@@ -119,7 +114,8 @@ class Cbc : public Solver {
     state.noPrinting_ = true;
     state.useSignalHandler_ = false;
     CbcMain0(tree, state);
-    tree.setLogLevel(0);
+    tree.passInMessageHandler(&messages_);
+    tree.setLogLevel(messages_.level());
     const NodeHandler handler(limits);
     tree.passInEventHandler(&handler);
     // In whole seconds, which are written alike everywhere; the handlers are more exact.
@@ -129,8 +125,9 @@ class Cbc : public Solver {
     // ends the process, in a few models of two rows.
     const std::string relative = written(ratioOf(stop.relativeGap()));
     const std::string absolute = written(stop.absoluteGap());
+    const std::string level = std::to_string(messages_.level());
     std::vector<const char*> words = {
-        "kit",           "-logLevel",      "0",           "-ratioGap", relative.c_str(),
+        "kit",           "-logLevel",      level.c_str(), "-ratioGap", relative.c_str(),
         "-allowableGap", absolute.c_str(), "-mipOptions", "1056"};
     if (seconds > 0.0) {
       words.insert(words.end(), {"-timeMode", "elapsed", "-seconds", limit.c_str()});
@@ -187,7 +184,7 @@ class Cbc : public Solver {
   static constexpr double kLongest = 1.0e9;  // seconds
   static constexpr double kGap = 1.0e-6;     // relative
 
-  SilentHandler silence_;  // of the solver and of the copies that cbc makes of it
+  LogHandler messages_;  // of the solver and of the copies that cbc makes of it
   OsiClpSolverInterface solver_;
   std::vector<char> isInteger_;
 };

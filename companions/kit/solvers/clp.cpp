@@ -73,6 +73,7 @@ class Start {
 class Clp : public Solver {
  public:
   Clp() {
+    simplex_.passInMessageHandler(&messages_);
     simplex_.setLogLevel(0);
     // Keeps the memory of factorizations, some 1.3 MB at least, which clp otherwise takes from the
     // system and gives back for each: ten times the work of a small solve.
@@ -104,6 +105,7 @@ class Clp : public Solver {
   Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
     ClpLimits limits(stop);
     const ClpWatch watch(simplex_, limits);
+    messages_.setLog(stop.log());
     simplex_.setNumberIterations(0);
     if (changes == nullptr) {
       solveFromScratch(simplex_);
@@ -129,6 +131,7 @@ class Clp : public Solver {
   }
 
  private:
+  LogHandler messages_;  // of the simplex and of the copies that clp makes of it
   ClpSimplex simplex_;
   std::optional<Start> start_;
 };

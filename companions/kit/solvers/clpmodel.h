@@ -34,6 +34,25 @@ class ClpLimits {
   bool isStopped_ = false;
 };
 
+/// Passes what clp and cbc say on to a log; prints nothing, whatever level they set.
+class LogHandler : public CoinMessageHandler {
+ public:
+  CoinMessageHandler* clone() const override { return new LogHandler(*this); }
+  /// For the next solve.
+  void setLog(const Log& log) {
+    log_ = log;
+    setLogLevel(level());
+  }
+  int level() const { return log_.isOn() ? 1 : 0; }
+  int print() override {
+    log_.lineFromSolver(messageBuffer());
+    return 0;
+  }
+
+ private:
+  Log log_;
+};
+
 /// Makes a simplex, and the copies that solvers make of it, keep to limits while it lives.
 class ClpWatch {
  public:

@@ -10,6 +10,8 @@
 #include <cmath>
 #include <csetjmp>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "kit/solvers/solver.h"
@@ -64,6 +66,9 @@ class Problem {
   Outcome relaxationOutcome(int code, const StopToken& stop) const;
   Outcome branch(int iterationsBefore, const StopToken& stop, Solution& solution);
   void fixIntegers(const StopToken& stop, Solution& solution);
+  int messageLevel(const StopToken& stop) const {
+    return stop.log().isOn() ? GLP_MSG_ALL : GLP_MSG_OFF;
+  }
   bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
   void fetch(Solution& solution) const;
 
@@ -177,7 +182,7 @@ bool isUndecided(glp_prob* problem) {
 int Problem::simplex(int method, const StopToken& stop) {
   glp_smcp how;
   glp_init_smcp(&how);
-  how.msg_lev = GLP_MSG_OFF;
+  how.msg_lev = messageLevel(stop);
   how.meth = method;
   bool isNewBasis = false;
   const int first = glp_get_it_cnt(problem_);
@@ -244,7 +249,7 @@ void lookAtLimits(glp_tree* tree, void* limits) {
 Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& solution) {
   glp_iocp how;
   glp_init_iocp(&how);
-  how.msg_lev = GLP_MSG_OFF;
+  how.msg_lev = messageLevel(stop);
   how.gmi_cuts = GLP_ON;
   how.mir_cuts = GLP_ON;
   Search search = {stop, iterationsBefore, glp_get_obj_val(problem_)};
@@ -275,7 +280,7 @@ void Problem::fixIntegers(const StopToken& stop, Solution& solution) {
   }
   glp_smcp how;
   glp_init_smcp(&how);
-  how.msg_lev = GLP_MSG_OFF;
+  how.msg_lev = messageLevel(stop);
   how.meth = GLP_DUALP;
   const bool isSolved = !stop.isStopRequested() && glp_simplex(problem_, &how) == 0;
   if (isSolved && glp_get_status(problem_) == GLP_OPT) {
@@ -309,10 +314,37 @@ void Problem::fetch(Solution& solution) const {
   solution.hasLevels = true;
 }
 
-// GLPK turns its output on to tell of its errors.
-int printNothing(void* /*user*/, const char* /*text*/) {
-  return 1;
-}
+// Takes what GLPK says, in pieces, and passes it on line by line. GLPK turns its output on by
+// itself to tell of its errors.
+class Terminal {
+ public:
+  void setLog(const Log& log) {
+    log_ = log;
+    line_.clear();
+    glp_term_out(log.isOn() ? GLP_ON : GLP_OFF);
+    glp_term_hook(take, this);
+  }
+
+ private:
+  static int take(void* terminal, const char* text) {
+    auto& own = *static_cast<Terminal*>(terminal);
+    boundary::guarded(false, [&] { return own.add(text); });
+    return 1;
+  }
+  bool add(std::string_view text) {
+    if (!log_.isOn()) return true;
+    for (const char c : text) {
+      if (c != '\n') line_ += c;
+      if (c != '\n') continue;
+      log_.lineFromSolver(line_.c_str());
+      line_.clear();
+    }
+    return true;
+  }
+
+  Log log_;
+  std::string line_;
+};
 
 void jumpOut(void* place) {
   std::longjmp(*static_cast<std::jmp_buf*>(place), 1);
@@ -326,13 +358,13 @@ class Glpk : public Solver {
   }
 
   void load(const LinearModel& model) override {
-    run([&] { problem_.load(model); });
+    run({}, [&] { problem_.load(model); });
   }
   void change(const LinearModel& model, const Changes& changes) override {
-    run([&] { problem_.change(model, changes); });
+    run({}, [&] { problem_.change(model, changes); });
   }
   Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) override {
-    run([&] { problem_.solve(changes, stop, solution); });
+    run(stop.log(), [&] { problem_.solve(changes, stop, solution); });
     return problem_.outcome;
   }
 
@@ -346,15 +378,15 @@ class Glpk : public Solver {
 
  private:
   template <typename Task>
-  void run(Task task) {
+  void run(const Log& log, Task task) {
     bool isDone = false;
-    worker_.run([&] { isDone = boundary::guarded(false, [&] { return finishes(task); }); });
+    worker_.run([&] { isDone = boundary::guarded(false, [&] { return finishes(log, task); }); });
     if (!isDone) throw std::runtime_error("glpk failed: out of memory or an internal error");
   }
 
   // After a jump the problem is gone with all memory that GLPK had.
   template <typename Task>
-  static bool finishes(Task& task) {
+  bool finishes(const Log& log, Task& task) {
     constexpr int wasThere = 1;
     if (glp_init_env() > wasThere) return false;  // where all others would end the process
     std::jmp_buf place;
@@ -363,8 +395,7 @@ class Glpk : public Solver {
       glp_free_env();
       return false;
     }
-    glp_term_out(GLP_OFF);
-    glp_term_hook(printNothing, nullptr);
+    terminal_.setLog(log);
     glp_error_hook(jumpOut, &place);
     task();
     glp_error_hook(nullptr, nullptr);
@@ -372,6 +403,7 @@ class Glpk : public Solver {
   }
 
   Problem problem_;
+  Terminal terminal_;
   Worker worker_;
 };
 

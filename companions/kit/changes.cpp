@@ -1,0 +1,135 @@
+#include "kit/changes.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "contract/guess.h"
+#include "kit/error.h"
+
+namespace zdb::kit {
+
+namespace {
+
+constexpr double kLargest = 1.0E300;
+
+const ChangeInfo& infoOf(const Instance& instance, int change) {
+  if (change < 0 || change >= static_cast<int>(instance.changes.size())) {
+    throw KitError("There is no change " + std::to_string(change));
+  }
+  return instance.changes[static_cast<std::size_t>(change)];
+}
+
+// The labels of the name, and those given where it leaves them open.
+std::array<std::string_view, kMaxDim> labelsOf(const ChangeInfo& info,
+                                               std::span<const char* const> given) {
+  const auto open = std::count(info.labels.begin(), info.labels.end(), "");
+  if (given.size() != static_cast<std::size_t>(open)) {
+    throw KitError(info.name + " needs " + std::to_string(open) +
+                   (open == 1 ? " label, not " : " labels, not ") + std::to_string(given.size()));
+  }
+  std::array<std::string_view, kMaxDim> labels;
+  std::size_t next = 0;
+  for (std::size_t d = 0; d < info.labels.size(); ++d) {
+    const bool isOpen = info.labels[d].empty();
+    if (isOpen && given[next] == nullptr) throw KitError(info.name + ": a label is null");
+    labels[d] = isOpen ? std::string_view(given[next++]) : std::string_view(info.labels[d]);
+  }
+  return labels;
+}
+
+// The column, or -1.
+int columnOf(const Instance& instance, const ChangeInfo& info,
+             const std::array<std::string_view, kMaxDim>& labels) {
+  const Dictionary& dictionary = instance.dictionary;
+  std::array<int, kMaxDim> key{};
+  for (std::size_t d = 0; d < info.labels.size(); ++d) {
+    key[d] = dictionary.findLabel(labels[d]);
+    if (key[d] == 0) return -1;
+  }
+  return EntryWalk(dictionary, dictionary.findSymbol(info.symbol), key.data()).next();
+}
+
+std::string listed(const ChangeInfo& info, const std::array<std::string_view, kMaxDim>& labels) {
+  std::string list;
+  for (std::size_t d = 0; d < info.labels.size(); ++d) {
+    list.append(d == 0 ? "" : ",").append(labels[d]);
+  }
+  return list;
+}
+
+// Says which label no entry has at its position, if it is a label's fault, with a guess.
+[[noreturn]] void failUnknown(const Instance& instance, const ChangeInfo& info,
+                              const std::array<std::string_view, kMaxDim>& labels) {
+  const Dictionary& dictionary = instance.dictionary;
+  const std::string where = info.name + ": the model has nothing for ";
+  for (std::size_t d = 0; d < info.labels.size(); ++d) {
+    contract::NearestWord nearest(labels[d]);
+    bool isKnown = false;
+    EntryWalk walk(dictionary, dictionary.findSymbol(info.symbol), nullptr);
+    for (int column = walk.next(); column >= 0; column = walk.next()) {
+      const std::string& label = dictionary.label(dictionary.columns().key(column)[d]);
+      isKnown = isKnown || isSameText(label, labels[d]);
+      nearest.consider(label);
+    }
+    if (isKnown) continue;
+    throw KitError(where + std::string(labels[d]) +
+                   (nearest.best().empty() ? "" : "; did you mean " + nearest.best() + "?"));
+  }
+  throw KitError(where + listed(info, labels));
+}
+
+void checkValue(const ChangeInfo& info, double value) {
+  const bool isLower = info.action == SetLower;
+  const bool isUpper = info.action == SetUpper;
+  if (std::abs(value) < kLargest || (isLower && value <= -kLargest) ||
+      (isUpper && value >= kLargest)) {
+    return;
+  }
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", value);
+  throw KitError(info.name + " cannot be " + text);
+}
+
+void set(ColumnState& column, int action, double value) {
+  if (action != SetUpper) column.lower = column.altLower = value;
+  if (action != SetLower) column.upper = column.altUpper = value;
+  if (action == SetValue) column.level = value;
+}
+
+double asBound(double value) {
+  return std::abs(value) < kLargest ? value : std::copysign(INFINITY, value);
+}
+
+}  // namespace
+
+bool hasChanged(const Instance& instance, int change, std::span<const char* const> labels) {
+  const ChangeInfo& info = infoOf(instance, change);
+  return columnOf(instance, info, labelsOf(info, labels)) >= 0;
+}
+
+void setChanged(Instance& instance, int change, std::span<const char* const> labels, double value) {
+  const ChangeInfo& info = infoOf(instance, change);
+  const auto all = labelsOf(info, labels);
+  const int number = columnOf(instance, info, all);
+  if (number < 0) failUnknown(instance, info, all);
+  checkValue(info, value);
+  ColumnState& column = instance.columns[static_cast<std::size_t>(number)];
+  instance.changedColumns.try_emplace(number, column);
+  set(column, info.action, asBound(value));
+}
+
+void restoreChanged(Instance& instance) {
+  for (const auto& [number, before] : instance.changedColumns) {
+    ColumnState& column = instance.columns[static_cast<std::size_t>(number)];
+    column.lower = before.lower;
+    column.upper = before.upper;
+    column.altLower = before.altLower;
+    column.altUpper = before.altUpper;
+    if (instance.isParameter[static_cast<std::size_t>(number)] != 0) column.level = before.level;
+  }
+  instance.changedColumns.clear();
+}
+
+}  // namespace zdb::kit

@@ -1,0 +1,21 @@
+// Changes, by name, of numbers of an instance that was read from a file.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "kit/instance.h"
+
+namespace zdb::kit {
+
+/// Whether a change stands for an entry. Its labels are those that the name leaves open.
+bool hasChanged(const Instance& instance, int change, std::span<const char* const> labels);
+
+/// Sets the number for which a change stands, in place. Throws a KitError if there is no such
+/// change or entry, or if the number cannot be used there.
+void setChanged(Instance& instance, int change, std::span<const char* const> labels, double value);
+
+/// Gives all numbers that setChanged() has set the values that they had before.
+void restoreChanged(Instance& instance);
+
+}  // namespace zdb::kit

@@ -1,0 +1,52 @@
+#include "modeltext.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include "bytesource.h"
+#include "exitcode.h"
+
+namespace zdb::tool {
+
+namespace {
+
+/// Pipes may never end, and a small file may unpack to anything.
+constexpr std::size_t kMostBytes = std::size_t{1} << 30;
+constexpr std::size_t kPiece = std::size_t{1} << 18;
+constexpr std::string_view kPackedEnding = ".gz";
+
+bool isPacked(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return stream.get() == 0x1f && stream.get() == 0x8b;
+}
+
+std::string readAll(const std::string& file) {
+  ByteSource source(file);
+  std::string text;
+  for (;;) {
+    const std::size_t size = text.size();
+    text.resize(size + kPiece);
+    const std::size_t count = source.read(text.data() + size, kPiece);
+    text.resize(size + count);
+    if (count == 0) return text;
+    if (text.size() > kMostBytes) {
+      throw ToolError(source.name() + " has more than 1 GiB, which is too much");
+    }
+  }
+}
+
+}  // namespace
+
+ModelText readModelText(const std::string& file) {
+  if (file == "-") return {"standard input", readAll(file)};
+  std::error_code missing;
+  const bool isPipe = std::filesystem::is_fifo(file, missing);
+  if (!isPipe && !(std::filesystem::is_regular_file(file, missing) && isPacked(file))) {
+    return {file};
+  }
+  ModelText text = {file, readAll(file)};
+  if (file.ends_with(kPackedEnding)) text.name.resize(file.size() - kPackedEnding.size());
+  return text;
+}
+
+}  // namespace zdb::tool

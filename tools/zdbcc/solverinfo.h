@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zdb::tool {
+
+/// A solver that the kit knows.
+struct SolverInfo {
+  std::string name;
+  std::string version;             ///< empty if it cannot be used
+  std::vector<std::string> types;  ///< of models: LP, MIP, RMIP
+  bool worksInPlace = false;
+  std::string whyNot;  ///< why it cannot be used; empty if it can
+
+  bool isUsable() const { return whyNot.empty(); }
+  /// "LP, MIP, RMIP, in place".
+  std::string typesText() const;
+};
+
+std::vector<SolverInfo> solverInfos();
+
+/// Throws ToolError with the solvers there are, and a guess at what was meant.
+[[noreturn]] void failUnknownSolver(std::string_view name);
+
+}  // namespace zdb::tool
