@@ -9,6 +9,7 @@ CONFIGURE = cmake $$(command -v ccache >/dev/null && \
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
+	@script/highs.sh build/lib
 
 demo: build/build.ninja ## run the main job on real data
 	@cmake --build --preset release --target diet_demo zdbcc
@@ -44,6 +45,7 @@ asan: ## run all tests under the address and undefined-behaviour sanitizers
 	@script/packages.sh build
 	@$(CONFIGURE) --preset asan >/dev/null
 	@cmake --build --preset asan
+	@script/highs.sh build-asan/lib
 	@ctest --preset asan -j $(JOBS)
 
 tsan: ## run the tests of several threads under the thread sanitizer

@@ -215,6 +215,16 @@ ZKIT_API int zkitReadModelX(const char* file, const char* data, const char* syst
                             int flags, void** instance, char* message, int size);
 
 /**
+ * Values of numeric params of a MathProg model: names[i], such as "price[bread]", gets values[i],
+ * whether the model or its data give it a value, a default or an expression.
+ */
+typedef struct zkitParams {
+  int count;
+  const char* const* names;
+  const double* values;
+} zkitParams;
+
+/**
  * How a model is read. Set everything to 0 first, then `size` and what you need: 0 and null are the
  * defaults. Nothing of it is used after the call.
  */
@@ -230,6 +240,9 @@ typedef struct zkitReadOptions {
   const char* systemDirectory; /**< as of zkitModelFinish() */
   const char* const* changes;  /**< names of what will be changed, see zkitGetChange() */
   int changeCount;
+  const zkitParams* params;   /**< what the model is read with, or null */
+  const zkitParams* variants; /**< what it will be solved with, see zkitUseVariant() */
+  int variantCount;
 } zkitReadOptions;
 
 /**
@@ -269,13 +282,43 @@ ZKIT_API int zkitHasEntry(void* instance, int change, const char* const* labels,
  * Gives a number of the model, by its change and the `count` labels that the name leaves open, a
  * value, without a database: the next solve, of a database or by zkitSolve(), uses it, and where
  * the solver can, starts from the last basis. Lower bounds may be -ZKIT_INFINITY, upper ones
- * ZKIT_INFINITY. `message` (`size` bytes, may be null) receives why it failed. Takes O(log n).
+ * ZKIT_INFINITY. zkitUseVariant() takes it back. `message` (`size` bytes, may be null) receives why
+ * it failed. Takes O(log n).
  */
 ZKIT_API int zkitSetChange(void* instance, int change, const char* const* labels, int count,
                            double value, char* message, int size);
 
-/** Gives all numbers that zkitSetChange() has changed the values of the file again. */
-ZKIT_API int zkitResetChanges(void* instance);
+/** Receives the name of a param. */
+typedef void (*zkitNameCallback_t)(const char* name, void* user);
+
+/**
+ * Tells which params a model has that can be changed: numeric ones, unless there is an updatable
+ * parameter of the name, a variable NAME_var. Looks at the text alone; models in other formats have
+ * none. `message` (`size` bytes, may be null) receives why the file cannot be read.
+ */
+ZKIT_API int zkitListParams(const zkitReadOptions* options, zkitNameCallback_t receive, void* user,
+                            char* message, int size);
+
+/** How many entries a param has for which the instance was read with values; else -1. */
+ZKIT_API int zkitParamEntries(void* instance, const char* param);
+
+/** What is known of a variant. */
+enum {
+  ZKIT_VARIANT_FAILED = 0, /**< there is no such model, for example because a check failed */
+  ZKIT_VARIANT_FITS = 1,   /**< it has the rows and columns of the instance */
+  ZKIT_VARIANT_DIFFERS = 2 /**< it has others; read it as `params` of an instance of its own */
+};
+
+/** The state of zkitReadOptions.variants[variant]; `message` (`size` bytes) receives why. */
+ZKIT_API int zkitVariantState(void* instance, int variant, char* message, int size);
+
+/**
+ * Makes the numbers of the instance those of a variant that fits, or with -1 those of the model
+ * that was read, and takes back what zkitSetChange() has changed. The model is translated once for
+ * each variant, when the instance is read; this call takes O(1) for each number in which any of the
+ * variants differs from the model.
+ */
+ZKIT_API int zkitUseVariant(void* instance, int variant);
 
 /** How far this system keeps a model, while it is read without ZKIT_ALLOW_FILES, from the rest. */
 enum {

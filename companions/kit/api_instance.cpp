@@ -161,9 +161,30 @@ int zkitSetChange(void* instance, int change, const char* const* labels, int cou
       });
 }
 
-int zkitResetChanges(void* instance) {
-  return guardedOn<Instance>(instance, 0, [](Instance& own) {
-    restoreChanged(own);
+int zkitParamEntries(void* instance, const char* param) {
+  return guardedOn<Instance>(instance, -1, [=](const Instance& own) {
+    const auto found = own.paramEntries.find(param == nullptr ? "" : param);
+    return found == own.paramEntries.end() ? -1 : found->second;
+  });
+}
+
+int zkitVariantState(void* instance, int variant, char* message, int size) {
+  copyText("", message, size);
+  return guardedOn<Instance>(
+      instance, static_cast<int>(ZKIT_VARIANT_FAILED), [=](const Instance& own) -> int {
+        if (variant < 0 || variant >= static_cast<int>(own.variants.size())) {
+          copyText("There is no such variant", message, size);
+          return ZKIT_VARIANT_FAILED;
+        }
+        const Variant& asked = own.variants[static_cast<std::size_t>(variant)];
+        copyText(asked.message, message, size);
+        return asked.state;
+      });
+}
+
+int zkitUseVariant(void* instance, int variant) {
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    useVariant(own, variant);
     return 1;
   });
 }

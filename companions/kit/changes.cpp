@@ -102,6 +102,24 @@ double asBound(double value) {
   return std::abs(value) < kLargest ? value : std::copysign(INFINITY, value);
 }
 
+void apply(Instance& instance, const Patch& patch) {
+  for (const auto& [column, lower, upper] : patch.columns) {
+    ColumnState& state = instance.columns[static_cast<std::size_t>(column)];
+    state.lower = state.altLower = lower;
+    state.upper = state.altUpper = upper;
+  }
+  for (const auto& [column, level] : patch.levels) {
+    set(instance.columns[static_cast<std::size_t>(column)], SetValue, level);
+  }
+  for (const auto& [row, rhs] : patch.rhs) instance.rows[static_cast<std::size_t>(row)].rhs = rhs;
+  for (const auto& [row, constant] : patch.constants) {
+    instance.ownConstants[static_cast<std::size_t>(row)] = constant;
+  }
+  for (const auto& [row, column, value] : patch.coefficients) {
+    instance.terms.setBase(instance.matrix, row, column, value);
+  }
+}
+
 }  // namespace
 
 bool hasChanged(const Instance& instance, int change, std::span<const char* const> labels) {
@@ -118,6 +136,20 @@ void setChanged(Instance& instance, int change, std::span<const char* const> lab
   ColumnState& column = instance.columns[static_cast<std::size_t>(number)];
   instance.changedColumns.try_emplace(number, column);
   set(column, info.action, asBound(value));
+}
+
+void useVariant(Instance& instance, int variant) {
+  const auto count = static_cast<int>(instance.variants.size());
+  if (variant < -1 || variant >= count) {
+    throw KitError("There is no variant " + std::to_string(variant));
+  }
+  const Variant* wanted =
+      variant < 0 ? nullptr : &instance.variants[static_cast<std::size_t>(variant)];
+  if (wanted != nullptr && wanted->state != Variant::Fits) throw KitError(wanted->message);
+  restoreChanged(instance);
+  if (instance.variant >= 0) apply(instance, instance.base);
+  instance.variant = variant;
+  if (wanted != nullptr) apply(instance, wanted->patch);
 }
 
 void restoreChanged(Instance& instance) {

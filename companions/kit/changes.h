@@ -15,6 +15,10 @@ bool hasChanged(const Instance& instance, int change, std::span<const char* cons
 /// change or entry, or if the number cannot be used there.
 void setChanged(Instance& instance, int change, std::span<const char* const> labels, double value);
 
+/// Makes the numbers of the instance those of a variant, or with -1 its own, and takes changes
+/// back. Throws a KitError if there is no such variant or it does not fit.
+void useVariant(Instance& instance, int variant);
+
 /// Gives all numbers that setChanged() has set the values that they had before.
 void restoreChanged(Instance& instance);
 

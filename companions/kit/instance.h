@@ -64,6 +64,32 @@ struct ChangeInfo {
   std::vector<std::string> labels;  ///< that the name gives; empty ones are left open
 };
 
+/// Numbers of an instance: what a variant of its model changes.
+struct Patch {
+  struct Bounds {
+    int column;
+    double lower;
+    double upper;
+  };
+  struct Number {
+    int at;
+    double value;
+  };
+  std::vector<Bounds> columns;
+  std::vector<Number> levels;     ///< of parameters, by column
+  std::vector<Number> rhs;        ///< by row
+  std::vector<Number> constants;  ///< by row
+  std::vector<Coefficient> coefficients;
+};
+
+/// A variant of the model that an instance was made from: with other values of some params.
+struct Variant {
+  enum State : int { Failed = 0, Fits = 1, Differs = 2 };
+  State state = Failed;
+  std::string message;  ///< why it does not fit
+  Patch patch;          ///< of one that fits
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -110,6 +136,10 @@ class Instance {
   ParameterTerms terms;
   std::vector<RhsLink> rhsLinks;
   std::vector<ChangeInfo> changes;
+  std::vector<Variant> variants;
+  Patch base;                 ///< the model's own values of all that variants change
+  int variant = -1;           ///< in use; -1: none
+  NumberByName paramEntries;  ///< how many entries params have that were given values
   std::unordered_map<int, ColumnState> changedColumns;  ///< as they were, see changes.h
   std::vector<double> ownConstants;                     ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update

@@ -142,13 +142,14 @@ double LinearForm::offset(const Instance& instance) const {
 void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) const {
   const int status = isOptimal ? EntryOk : EntryNotOptimal;
   const double sign = instance.direction;
-  // Marginals of basic rows and columns are 0, but solvers return rounding errors.
+  // Marginals of basic rows and columns are 0, but solvers return rounding errors. Adding 0 leaves
+  // no -0.
   const auto marginal = [sign](double found, int basis) {
-    return basis == Basic ? 0.0 : sign * found;
+    return basis == Basic ? 0.0 : sign * found + 0.0;
   };
   for (std::size_t k = 0; k < columns_.size(); ++k) {
     ColumnState& column = instance.columns[columns_[k]];
-    column.level = solution.level[k];
+    column.level = solution.level[k] + 0.0;
     column.marginal = marginal(solution.marginal[k], solution.basis[k]);
     column.status = status;
     column.basis = solution.basis[k];

@@ -41,6 +41,9 @@ class ModelBuilder {
   /// it does not count for the level of the row.
   /// REQUIRES that the column is a parameter and the row has no such link.
   void linkRhs(int row, int column) { data_.rhsLinks.push_back({row, column}); }
+  /// Makes a coefficient one that can be set in the instance.
+  /// REQUIRES that the column is no parameter.
+  void openPlace(int row, int column) { data_.openPlaces.push_back({row, column}); }
   void setObjective(int column, int direction);
 
   const ModelData& data() const { return data_; }

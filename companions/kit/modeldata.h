@@ -44,6 +44,12 @@ struct RhsLink {
   int column;
 };
 
+/// A coefficient that a host may set by its place, whatever it is at first.
+struct OpenPlace {
+  int row;
+  int column;
+};
+
 struct ModelData {
   std::string name;
   Dictionary dictionary;
@@ -52,7 +58,8 @@ struct ModelData {
   std::vector<Coefficient>
       coefficients;               ///< in any order; those of the same row and column are added up
   std::vector<Product> products;  ///< likewise, of the same row and columns
-  std::vector<RhsLink> rhsLinks;  ///< at most one of a row
+  std::vector<OpenPlace> openPlaces;  ///< of columns that are no parameters
+  std::vector<RhsLink> rhsLinks;      ///< at most one of a row
   int objective = -1;
   int direction = 1;
 };

@@ -63,9 +63,10 @@ ParameterTerms::ParameterTerms(const ModelData& model, Matrix& matrix) {
   std::vector<Coefficient> linear;
   takeCoefficients(model, linear);
   takeProducts(model, linear);
+  for (const OpenPlace& open : model.openPlaces) linear.push_back({open.row, open.column, 0.0});
   merge(linear);
   fill(matrix, linear, model.columns.size());
-  makeUpdates(matrix);
+  makeUpdates(model, matrix);
 }
 
 void ParameterTerms::takeCoefficients(const ModelData& model, std::vector<Coefficient>& linear) {
@@ -102,7 +103,7 @@ void ParameterTerms::takeProducts(const ModelData& model, std::vector<Coefficien
   }
 }
 
-void ParameterTerms::makeUpdates(const Matrix& matrix) {
+void ParameterTerms::makeUpdates(const ModelData& model, const Matrix& matrix) {
   const int count = static_cast<int>(factors_.size());
   for (int k = 0; k < count; ++k) {
     const int place = placeIn(matrix, factors_[k].row, factors_[k].column);
@@ -111,6 +112,26 @@ void ParameterTerms::makeUpdates(const Matrix& matrix) {
     }
     updates_.back().last = k + 1;
   }
+  for (const OpenPlace& open : model.openPlaces) {
+    const int place = placeIn(matrix, open.row, open.column);
+    updates_.push_back({place, 0, 0, matrix.values[place]});
+  }
+  if (model.openPlaces.empty()) return;
+  // Of two at the same place, the first is the one with factors.
+  std::stable_sort(updates_.begin(), updates_.end(),
+                   [](const Update& a, const Update& b) { return a.place < b.place; });
+  const auto isSame = [](const Update& a, const Update& b) { return a.place == b.place; };
+  updates_.erase(std::unique(updates_.begin(), updates_.end(), isSame), updates_.end());
+}
+
+bool ParameterTerms::setBase(const Matrix& matrix, int row, int column, double value) {
+  const int place = placeIn(matrix, row, column);
+  const auto update =
+      std::lower_bound(updates_.begin(), updates_.end(), place,
+                       [](const Update& item, int wanted) { return item.place < wanted; });
+  if (update == updates_.end() || update->place != place) return false;
+  update->base = value;
+  return true;
 }
 
 std::vector<int> ParameterTerms::places() const {

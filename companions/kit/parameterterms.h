@@ -53,8 +53,11 @@ class ParameterTerms {
     }
   }
 
-  /// The places of the matrix whose values parameters change, ascending.
+  /// The places of the matrix whose values parameters or hosts change, ascending.
   std::vector<int> places() const;
+  /// Sets the coefficient of an open place, without the parameters' terms. Returns false if the
+  /// place is not open.
+  bool setBase(const Matrix& matrix, int row, int column, double value);
   /// The number of nonzero coefficients, those of parameters included, and products.
   int termCount() const { return termCount_; }
 
@@ -80,7 +83,7 @@ class ParameterTerms {
 
   void takeCoefficients(const ModelData& model, std::vector<Coefficient>& linear);
   void takeProducts(const ModelData& model, std::vector<Coefficient>& linear);
-  void makeUpdates(const Matrix& matrix);
+  void makeUpdates(const ModelData& model, const Matrix& matrix);
 
   std::vector<Term> constants_;
   std::vector<Factor> factors_;  ///< by column, then row

@@ -26,12 +26,21 @@ void compareBounds(const std::vector<double>& lowerA, const std::vector<double>&
   }
 }
 
+std::string mipSolvers() {
+  std::string names;
+  for (const Engine& engine : engines()) {
+    if (!engine.solvesMip || !engine.isUsable()) continue;
+    names.append(names.empty() ? "" : " or ").append(engine.name);
+  }
+  return names.empty() ? "a kit that has one for it" : names;
+}
+
 }  // namespace
 
 void Session::load(Instance& instance) {
   if (instance.isSolvedAsInteger() && !engine_.solvesMip) {
     throw KitError(std::string("Solver ") + engine_.name +
-                   " solves LP and RMIP only, and the model is MIP: use cbc or glpk");
+                   " solves LP and RMIP only, and the model is MIP: use " + mipSolvers());
   }
   makeForm(instance);
 }
@@ -96,13 +105,17 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   return outcome;
 }
 
-// Levels that are proven to be the best are their own bound.
+// Levels that are proven to be the best are their own bound. A model without a solution has none.
 void Session::storeBound(Outcome outcome, const StopToken& stop, Instance& instance) const {
+  const bool isOptimal = outcome == Outcome::Optimal;
   const bool mayDiffer = instance.isSolvedAsInteger() && stop.hasGap();
-  const bool isOwn = outcome == Outcome::Optimal && !mayDiffer && instance.objective >= 0;
-  instance.setBound(
-      isOwn ? instance.columns[instance.objective].level : instance.direction * solution_.bound,
-      solution_.hasLevels);
+  double bound = instance.direction * solution_.bound;
+  if (isOptimal && !mayDiffer && instance.objective >= 0) {
+    bound = instance.columns[instance.objective].level;
+  }
+  const bool isStopped = outcome == Outcome::IterationLimit || outcome == Outcome::TimeLimit ||
+                         outcome == Outcome::Interrupted || outcome == Outcome::Stopped;
+  instance.setBound(isOptimal || isStopped ? bound : kUnknown, solution_.hasLevels);
 }
 
 Outcome Session::callSolver(const StopToken& stop) {

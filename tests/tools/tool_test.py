@@ -1,5 +1,6 @@
 """Compares what the tool says of itself with its table of verbs, and tries it on a terminal."""
 
+import contextlib
 import json
 import os
 import pty
@@ -8,8 +9,10 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 from pathlib import Path
+from typing import Any
 
 TOOL, SAMPLE = sys.argv.pop(1), sys.argv.pop(1)
 CITIES = ["*", "Bonn", "Köln", '"Ulm, Donau"']
@@ -115,6 +118,66 @@ class Terminal(unittest.TestCase):
         self.assertRegex(errors, r"\[#* *\] +\d+ %, [\d.]+[kM]? scenarios/s, .* left\x1b\[K")
         self.assertEqual((code, errors.count("interrupted")), (130, 1))
         self.assertRegex(output, r"\n\d+,Optimal,1,0\n$")
+
+
+# It has solutions at once and keeps every solver busy for longer than anybody waits.
+HARD = """var x{1..50}, binary; var over{1..6}, >= 0; var under{1..6}, >= 0;
+minimize off: sum{i in 1..6} (over[i] + under[i]);
+s.t. row{i in 1..6}: over[i] - under[i] + 12345 + i =
+  sum{j in 1..50} ((i * 7919 + j * 104729 + i * j * j * 31) mod 1000) * x[j];
+end;"""
+
+
+class Interruption(unittest.TestCase):
+    def setUp(self) -> None:
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.model, self.table = Path(folder.name, "hard.mod"), Path(folder.name, "out.csv")
+        self.model.write_text(HARD)
+
+    def start(self, *options: str, **streams: Any) -> subprocess.Popen[str]:
+        words = ["solve", str(self.model), "--solver", "glpk", "--log", *options]
+        return subprocess.Popen([TOOL, *words], text=True, **streams)
+
+    def test_first_ctrl_c_keeps_the_best_solution(self) -> None:
+        for options in ([], ["--memory-limit", "1000"]):
+            words = ["-o", str(self.table), "--json", *options]
+            process = self.start(*words, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            assert process.stderr is not None
+            while ">>>>>" not in process.stderr.readline():  # how glpk marks a solution
+                pass
+            process.send_signal(signal.SIGINT)
+            output, errors = process.communicate()
+            report = json.loads(output)
+            self.assertEqual((process.returncode, report["solve"]), (130, "Interrupted"))
+            self.assertTrue(errors.endswith("zdbcc: interrupted\n"), errors)
+            self.assertGreater(report["objective"], report["bound"])
+            rows = [line.split(",") for line in self.table.read_text().splitlines()]
+            self.assertEqual([float(r[2]) for r in rows if r[0] == "off"], [report["objective"]])
+            self.table.unlink()
+
+    def test_second_ctrl_c_ends_at_once_and_writes_nothing(self) -> None:
+        ours, theirs = os.pipe()
+        os.set_blocking(theirs, False)
+        with contextlib.suppress(BlockingIOError):
+            while True:
+                os.write(theirs, b"-" * 512)
+        os.set_blocking(theirs, True)  # and full: the first line of the log waits for ever
+        process = self.start("-o", str(self.table), stderr=theirs)
+        for handles in (True, False):
+            while self.handles_ctrl_c(process.pid) != handles:
+                time.sleep(0.01)
+            process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(), -signal.SIGINT)
+        self.assertFalse(self.table.exists())
+        os.close(ours)
+        os.close(theirs)
+
+    @staticmethod
+    def handles_ctrl_c(process: int) -> bool:
+        status = Path(f"/proc/{process}/status").read_text()
+        mask = next(line for line in status.splitlines() if line.startswith("SigCgt"))
+        return bool(int(mask.split()[1], 16) >> (signal.SIGINT - 1) & 1)
 
 
 unittest.main()

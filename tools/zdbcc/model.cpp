@@ -3,7 +3,6 @@
 #include "console.h"
 #include "guess.h"
 #include "lookup.h"
-#include "modeltext.h"
 #include "solverinfo.h"
 #include "zkitdclib.h"
 
@@ -19,26 +18,72 @@ int flagsOf(const ModelSource& source) {
   return kFormats[static_cast<int>(source.format)] | (source.allowFiles ? ZKIT_ALLOW_FILES : 0);
 }
 
-void put(const ModelText& source, const char*& name, const char*& text, long long& size) {
-  name = source.name.c_str();
-  if (!source.text) return;
-  text = source.text->data();
-  size = static_cast<long long>(source.text->size());
+constexpr std::size_t kMessageSize = 1024;
+
+std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<const char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(text.c_str());
+  return pointers;
+}
+
+/// Params as the kit takes them.
+class GivenParams {
+ public:
+  explicit GivenParams(const ParamValues& params)
+      : names_(pointersTo(params.names)), values_(params.values.data()) {}
+
+  zkitParams get() const { return {static_cast<int>(names_.size()), names_.data(), values_}; }
+
+ private:
+  std::vector<const char*> names_;
+  const double* values_;
+};
+
+/// The source must outlive the result.
+zkitReadOptions optionsOf(const ModelSource& source) {
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.flags = flagsOf(source);
+  options.file = source.file.c_str();
+  options.data = source.data.empty() ? nullptr : source.data.c_str();
+  if (source.text.has_value()) {
+    options.text = source.text->data();
+    options.textSize = static_cast<long long>(source.text->size());
+  }
+  if (source.dataText.has_value()) {
+    options.dataText = source.dataText->data();
+    options.dataTextSize = static_cast<long long>(source.dataText->size());
+  }
+  return options;
 }
 
 }  // namespace
 
-Model::Model(const ModelSource& source) : file_(source.file) {
-  char message[1024] = "";
-  const ModelText model = readModelText(source.file);
-  std::optional<ModelText> data;
-  if (!source.data.empty()) data = readModelText(source.data);
-  file_ = model.name;
-  zkitReadOptions options = {};
-  options.size = sizeof options;
-  options.flags = flagsOf(source);
-  put(model, options.file, options.text, options.textSize);
-  if (data) put(*data, options.data, options.dataText, options.dataTextSize);
+std::vector<std::string> paramsOf(const ModelSource& source) {
+  const zkitReadOptions options = optionsOf(source);
+  std::vector<std::string> names;
+  char message[kMessageSize] = "";
+  const auto add = [](const char* name, void* list) {
+    static_cast<std::vector<std::string>*>(list)->emplace_back(name);
+  };
+  if (!zkitListParams(&options, add, &names, message, sizeof message)) throw ToolError(message);
+  return names;
+}
+
+Model::Model(const ModelSource& source, const ModelChanges& changes) : file_(source.file) {
+  zkitReadOptions options = optionsOf(source);
+  const std::vector<const char*> names = pointersTo(changes.names);
+  options.changes = names.data();
+  options.changeCount = static_cast<int>(names.size());
+  const GivenParams params(changes.params);
+  const std::vector<GivenParams> givenVariants(changes.variants.begin(), changes.variants.end());
+  std::vector<zkitParams> variants;
+  for (const GivenParams& given : givenVariants) variants.push_back(given.get());
+  const zkitParams own = params.get();
+  options.params = &own;
+  options.variants = variants.data();
+  options.variantCount = static_cast<int>(variants.size());
+  char message[kMessageSize] = "";
   if (!zkitReadModelWith(&options, &instance_, message, sizeof message)) throw ToolError(message);
   try {
     db_.readModel(instance_);

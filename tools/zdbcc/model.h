@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,25 @@ struct ModelSource {
   std::string data;         ///< data file of a MathProg model, or empty
   bool allowFiles = false;  ///< whether statements of the model may use files
   ModelFormat format = ModelFormat::Auto;
+  std::optional<std::string> text = {};      ///< the model itself, if it is not read from the file
+  std::optional<std::string> dataText = {};  ///< the data, likewise
 };
+
+/// Values of params of a MathProg model.
+struct ParamValues {
+  std::vector<std::string> names = {};  ///< such as price[bread]
+  std::vector<double> values = {};
+};
+
+/// What of a model will be changed by name, see zkitdclib.h.
+struct ModelChanges {
+  std::vector<std::string> names = {};     ///< changes
+  ParamValues params = {};                 ///< that the model is read with
+  std::vector<ParamValues> variants = {};  ///< that it will be solved with
+};
+
+/// The params of a MathProg model that can be changed.
+std::vector<std::string> paramsOf(const ModelSource& source);
 
 /// The operand and the options of a verb that reads a model.
 template <typename Options>
@@ -62,7 +81,7 @@ Option solverOption(std::string Options::*solver) {
 /// says what is wrong.
 class Model {
  public:
-  explicit Model(const ModelSource& source);
+  explicit Model(const ModelSource& source, const ModelChanges& changes = {});
   ~Model();
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;

@@ -35,18 +35,22 @@ std::string readAll(const std::string& file) {
   }
 }
 
+void readText(std::string& file, std::optional<std::string>& text) {
+  std::error_code missing;
+  const bool isRegular = std::filesystem::is_regular_file(file, missing);
+  const bool isOurs =
+      file == "-" || std::filesystem::is_fifo(file, missing) || (isRegular && isPacked(file));
+  if (!isOurs) return;
+  text = readAll(file);
+  if (file == "-") file = "standard input";
+  if (isRegular && file.ends_with(kPackedEnding)) file.resize(file.size() - kPackedEnding.size());
+}
+
 }  // namespace
 
-ModelText readModelText(const std::string& file) {
-  if (file == "-") return {"standard input", readAll(file)};
-  std::error_code missing;
-  const bool isPipe = std::filesystem::is_fifo(file, missing);
-  if (!isPipe && !(std::filesystem::is_regular_file(file, missing) && isPacked(file))) {
-    return {file};
-  }
-  ModelText text = {file, readAll(file)};
-  if (file.ends_with(kPackedEnding)) text.name.resize(file.size() - kPackedEnding.size());
-  return text;
+void readTexts(ModelSource& source) {
+  readText(source.file, source.text);
+  readText(source.data, source.dataText);
 }
 
 }  // namespace zdb::tool

@@ -1,18 +1,11 @@
 #pragma once
 
-#include <optional>
-#include <string>
+#include "model.h"
 
 namespace zdb::tool {
 
-/// A file of a model, or of its data, as the kit is to get it.
-struct ModelText {
-  std::string name;  ///< for messages, and for the format by its ending
-  /// What the kit cannot read by itself: standard input, a pipe, what gzip packed.
-  std::optional<std::string> text = {};
-};
-
-/// Reads a file, or standard input for "-", if the kit cannot. Throws ToolError.
-ModelText readModelText(const std::string& file);
+/// Reads what the kit cannot read by itself, and keeps it with the source: standard input ("-"),
+/// pipes, and what gzip packed, whose name then lacks ".gz". Throws ToolError.
+void readTexts(ModelSource& source);
 
 }  // namespace zdb::tool

@@ -6,6 +6,7 @@
 #include "interrupt.h"
 #include "limitedprocess.h"
 #include "model.h"
+#include "modeltext.h"
 #include "outputfile.h"
 #include "solution.h"
 #include "solvelimits.h"
@@ -84,6 +85,11 @@ void logLine(const char* text, void* console) {
   static_cast<Console*>(console)->log(text);
 }
 
+ModelSource withTexts(ModelSource source) {
+  readTexts(source);
+  return source;
+}
+
 bool isInfeasible(const Model& model) {
   const int status = zkitModelStatus(model.instance());
   return status == ZKIT_INFEASIBLE || status == ZKIT_INTEGER_INFEASIBLE ||
@@ -94,7 +100,7 @@ bool isInfeasible(const Model& model) {
 class SolveRun {
  public:
   SolveRun(const SolveOptions& options, Console& console)
-      : options_(options), console_(console), model_(options.model) {}
+      : options_(options), console_(console), model_(withTexts(options.model)) {}
 
   ExitCode run() {
     prepare();

@@ -5,6 +5,7 @@
 #include "progress.h"
 #include "scenariosolver.h"
 #include "sweep/scheduler.h"
+#include "sweepchart.h"
 #include "sweepoptions.h"
 #include "sweepwork.h"
 #include "sweepwriter.h"
@@ -75,6 +76,21 @@ void noteChanges(ScenarioSolver& solver, Console& console) {
   for (const std::string& change : solver.changes()) console.note(change + " change");
 }
 
+void plot(ScenarioSolver& solver, const SweepWriter& writer, const SweepOptions& options) {
+  SweepChart chart;
+  chart.title = options.model.file + ": " + options.scenarios;
+  for (std::size_t i = 0; i < writer.count(); ++i) {
+    const std::optional<double> objective = writer.objectives()[i];
+    if (objective) chart.points.push_back({solver.scenarios().name(i), *objective});
+  }
+  chart.without = writer.count() - chart.points.size();
+  chart.base = solver.solveBase().objective;
+  if (chart.points.empty()) throw ToolError("nothing to plot: no scenario has a solution");
+  NewFileOutput file(options.plot);
+  drawSweepChart(chart, file);
+  file.publish();
+}
+
 ExitCode sweep(const SweepOptions& options, Console& console) {
   ScenarioSolver solver(options);
   if (options.isDryRun) {
@@ -82,6 +98,9 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
     return ExitCode::Done;
   }
   noteChanges(solver, console);
+  if (!options.plot.empty()) {
+    const NewFileOutput neverPublished(options.plot);
+  }
   SweepWriter writer(options, solver, console);
   try {
     solveRest(solver, writer, options, console);
@@ -92,6 +111,7 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
     throw;
   }
   writer.finish();
+  if (!options.plot.empty()) plot(solver, writer, options);
   if (writer.failed() == 0) return ExitCode::Done;
   console.note(std::to_string(writer.failed()) + " of " + counted(writer.count(), "scenario") +
                " failed");
@@ -134,6 +154,13 @@ std::vector<Option> sweepOptions() {
        .details = "An exchange file has the set `scenario` with statuses as texts, `objective` and "
                   "`iterations`, and the shown symbols with the scenario as first label.",
        .target = into(&SweepOptions::output)},
+      {.name = "plot",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "Picture of the objectives, as SVG: duration curve and histogram",
+       .details = "The duration curve has the largest objective first, over the share of scenarios "
+                  "that reach it. Objectives of the model itself and of both extremes are marked.",
+       .target = into(&SweepOptions::plot)},
       {.name = "resume",
        .value = "FILE",
        .kind = Kind::File,

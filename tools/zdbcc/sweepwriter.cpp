@@ -109,6 +109,7 @@ void checkOutputsOf(const SweepOptions& options) {
     requireNew(rowFile(options), ": --resume " + target + " goes on with it, --force begins anew");
   }
   if (!target.empty()) requireNew(target, "; use --force to write over it");
+  if (!options.plot.empty()) requireNew(options.plot, "; use --force to write over it");
   if (!options.records.empty()) requireNew(options.records, "; use --force to write over it");
 }
 

@@ -81,6 +81,34 @@ FileSource sourceOf(const char* name, const char* text, long long size, const ch
   return source;
 }
 
+std::vector<ParamValue> valuesOf(const zkitParams* params) {
+  std::vector<ParamValue> values;
+  for (int i = 0; params != nullptr && i < params->count; ++i) {
+    if (params->names[i] == nullptr) throw FileError("a param has no name");
+    values.push_back(paramValue(params->names[i], params->values[i]));
+  }
+  return values;
+}
+
+FileSource modelOf(const zkitReadOptions& options) {
+  FileSource model = sourceOf(options.file, options.text, options.textSize, "model");
+  model.ending = endingOf(options.flags);
+  return model;
+}
+
+ReadRequest requestOf(const zkitReadOptions& options) {
+  ReadRequest request{modelOf(options)};
+  if (options.data != nullptr || options.dataText != nullptr) {
+    request.data = sourceOf(options.data, options.dataText, options.dataTextSize, "data");
+  }
+  request.limits.files = (options.flags & ZKIT_ALLOW_FILES) != 0;
+  request.params = valuesOf(options.params);
+  for (int i = 0; options.variants != nullptr && i < options.variantCount; ++i) {
+    request.variants.push_back(valuesOf(&options.variants[i]));
+  }
+  return request;
+}
+
 }  // namespace
 
 int zkitReadModel(const char* file, const char* data, const char* systemDirectory, void** instance,
@@ -109,19 +137,27 @@ int zkitReadModelWith(const zkitReadOptions* options, void** instance, char* mes
   const zkitReadOptions own = knownOptions(options);
   const auto read = [&own]() -> void* {
     checkOptions(own);
-    FileLimits limits;
-    limits.files = (own.flags & ZKIT_ALLOW_FILES) != 0;
-    FileSource model = sourceOf(own.file, own.text, own.textSize, "model");
-    model.ending = endingOf(own.flags);
-    const FileSource data = sourceOf(own.data, own.dataText, own.dataTextSize, "data");
-    const bool hasData = own.data != nullptr || own.dataText != nullptr;
-    return buildInstance(readModel(model, hasData ? &data : nullptr, limits), own.systemDirectory,
-                         changesOf(own));
+    return buildInstance(readModel(requestOf(own)), own.systemDirectory, changesOf(own));
   };
   const char* name = own.file == nullptr ? "model" : own.file;
   *instance = guarded(static_cast<void*>(nullptr), read,
                       [=](const std::exception& error) { tell(error, name, message, size); });
   return *instance == nullptr ? 0 : 1;
+}
+
+int zkitListParams(const zkitReadOptions* options, zkitNameCallback_t receive, void* user,
+                   char* message, int size) {
+  copyText("", message, size);
+  const zkitReadOptions own = knownOptions(options);
+  const char* name = own.file == nullptr ? "model" : own.file;
+  const auto list = [&own, receive, user] {
+    checkOptions(own);
+    for (const std::string& param : readParams(modelOf(own))) {
+      if (receive != nullptr) receive(param.c_str(), user);
+    }
+    return 1;
+  };
+  return guarded(0, list, [=](const std::exception& error) { tell(error, name, message, size); });
 }
 
 int zkitConfinement(char* message, int size) {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "kit/modelfile/filemodel.h"
+#include "kit/modelfile/read.h"
 
 namespace zdb::kit {
 class Instance;
@@ -31,7 +31,11 @@ namespace zdb::kit::modelfile {
 ///   right-hand sides, costs and other coefficients, see changeplan.h.
 ///
 /// The caller frees the instance. A null directory means that of this library. Throws a ReadError.
-Instance* buildInstance(const FileModel& file, const char* systemDirectory,
+Instance* buildInstance(const FileModel& file, const char* systemDirectory);
+
+/// The same for a model with variants, of which those that have its structure can be used in the
+/// instance.
+Instance* buildInstance(const ReadModel& read, const char* systemDirectory,
                         const std::vector<std::string>& changes = {});
 
 }  // namespace zdb::kit::modelfile

@@ -1,5 +1,6 @@
 #include "kit/modelfile/changeplan.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <map>
@@ -17,6 +18,10 @@ namespace {
 
 [[noreturn]] void fail(const ChangeName& name, const std::string& why) {
   throw ReadError("\"" + name.written + "\": " + why);
+}
+
+std::string guessed(const std::string& best) {
+  return best.empty() ? "" : "; did you mean " + best + "?";
 }
 
 std::string keyOf(const std::vector<std::string>& labels) {
@@ -63,8 +68,13 @@ class Entries {
     return {entry->second};
   }
 
-  void offer(contract::NearestWord& nearest) const {
-    for (const auto& [name, symbol] : names_) nearest.consider(name);
+  // The names of updatable parameters.
+  void offerParameters(contract::NearestWord& nearest) const {
+    for (const auto& [name, symbol] : names_) {
+      if (isParameterName(name)) {
+        nearest.consider(name.substr(0, name.size() - kParameterSuffix.size()));
+      }
+    }
   }
 
  private:
@@ -82,7 +92,7 @@ class Entries {
 
   [[noreturn]] void failUnknown(const ChangeName& change, const SymbolicName& name) const {
     contract::NearestWord nearest(name.symbol);
-    offer(nearest);
+    for (const auto& [known, symbol] : names_) nearest.consider(known);
     fail(change,
          std::string("the model has no ") + what_ + " " + name.written + guessed(nearest.best()));
   }
@@ -105,10 +115,6 @@ class Entries {
     fail(change, std::string("the model has no such ") + what_);
   }
 
-  static std::string guessed(const std::string& best) {
-    return best.empty() ? "" : "; did you mean " + best + "?";
-  }
-
   const std::vector<Placement>& placements_;
   const char* what_;
   std::vector<std::vector<int>> bySymbol_;
@@ -118,9 +124,10 @@ class Entries {
 
 class ChangePlanner {
  public:
-  ChangePlanner(const FileModel& file, ModelPlan& plan)
+  ChangePlanner(const FileModel& file, ModelPlan& plan, const std::vector<std::string>& params)
       : file_(file),
         plan_(plan),
+        params_(params),
         rows_(plan.rowSymbols, plan.rows, file.rows.size(), "row"),
         columns_(plan.columnSymbols, plan.columns, file.columns.size(), "column") {
     if (!file.objectiveName.empty()) objective_ = parseName(file.objectiveName);
@@ -166,15 +173,27 @@ class ChangePlanner {
   void planValue(const ChangeName& name) {
     SymbolicName variable = name.target;
     variable.symbol += kParameterSuffix;
-    if (!columns_.has(variable)) {
-      fail(name, "the model has no updatable parameter " + name.target.symbol + ", a variable " +
-                     variable.symbol +
-                     "; of rows and columns, .rhs, .lo, .up, .fx, .cost or "
-                     ".coef[COLUMN] can be changed");
-    }
+    if (!columns_.has(variable)) failValue(name);
     const std::vector<int> entries = columns_.of(name, variable);
     const Placement& at = plan_.columns[entries.front() - 1];
     made(name, symbolName(at), SetValue, name.target.labels, at.labels.size(), entries.size());
+  }
+
+  [[noreturn]] void failValue(const ChangeName& name) const {
+    const std::string& symbol = name.target.symbol;
+    if (columns_.has(name.target)) {
+      fail(name, symbol + " is a variable: change its .lo, .up, .fx or .cost");
+    }
+    if (rows_.has(name.target) || isObjective(name.target)) {
+      fail(name, symbol + " is an equation: change its .rhs or .coef[COLUMN]");
+    }
+    if (std::find(params_.begin(), params_.end(), symbol) != params_.end()) {
+      fail(name, symbol + " is a param, whose values are given with a variant of the model");
+    }
+    contract::NearestWord nearest(symbol);
+    for (const std::string& param : params_) nearest.consider(param);
+    columns_.offerParameters(nearest);
+    fail(name, "the model has no updatable parameter or param " + symbol + guessed(nearest.best()));
   }
 
   bool isObjective(const SymbolicName& name) const {
@@ -380,6 +399,7 @@ class ChangePlanner {
 
   const FileModel& file_;
   ModelPlan& plan_;
+  const std::vector<std::string>& params_;
   Entries rows_;
   Entries columns_;
   SymbolicName objective_;
@@ -391,9 +411,10 @@ class ChangePlanner {
 }  // namespace
 
 ChangePlan planChanges(const FileModel& file, ModelPlan& plan,
-                       const std::vector<std::string>& changes) {
+                       const std::vector<std::string>& changes,
+                       const std::vector<std::string>& params) {
   if (changes.empty()) return {};
-  return ChangePlanner(file, plan).planAll(changes);
+  return ChangePlanner(file, plan, params).planAll(changes);
 }
 
 }  // namespace zdb::kit::modelfile

@@ -28,9 +28,10 @@ struct ChangePlan {
 
 /// Adds the symbols of such columns to the plan, NAME_rhs_var, NAME_cost_var and
 /// NAME_coef_COLUMN_var, with a number before "_var" if a symbol of the model is in the way of the
-/// parameter or the variable. Bounds need none: they belong to symbols that are there. Throws a
-/// ReadError about a name that stands for nothing in the model.
+/// parameter or the variable. Bounds need none: they belong to symbols that are there. The
+/// params are for guesses. Throws a ReadError about a name that stands for nothing in the model.
 ChangePlan planChanges(const FileModel& file, ModelPlan& plan,
-                       const std::vector<std::string>& changes);
+                       const std::vector<std::string>& changes,
+                       const std::vector<std::string>& params);
 
 }  // namespace zdb::kit::modelfile

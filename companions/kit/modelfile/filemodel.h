@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zdb::kit::modelfile {
@@ -38,6 +39,9 @@ struct FileProduct {
 /// The content of a model file. The objective is not one of the rows, unless the file lists it as
 /// one (objectiveRow): then that is a free row that repeats the coefficients of row 0.
 struct FileModel {
+  /// Begins a line that a statement prints for the kit.
+  static constexpr std::string_view kNote = "@zkit@ ";
+
   std::string name;
   std::vector<FileRow> rows;
   std::vector<FileColumn> columns;
@@ -46,7 +50,8 @@ struct FileModel {
   std::string objectiveName;  ///< empty: the file has no objective
   double objectiveConstant = 0.0;
   bool maximize = false;
-  int objectiveRow = 0;  ///< 0: none
+  int objectiveRow = 0;            ///< 0: none
+  std::vector<std::string> notes;  ///< lines after kNote that statements of the model printed
 };
 
 }  // namespace zdb::kit::modelfile

@@ -6,9 +6,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "kit/modelfile/difference.h"
 #include "kit/modelfile/filemodel.h"
 #include "kit/modelfile/limits.h"
+#include "kit/modelfile/mathprogparams.h"
+#include "kit/names.h"
 
 namespace zdb::kit::modelfile {
 
@@ -19,9 +23,27 @@ struct FileSource {
   std::string_view ending = {};  ///< tells the format of a model; empty: that of its name does
 };
 
-/// Reads a model; `data` is the data of a MathProg model, or null. The name of the model picks its
-/// format. Throws a FileError.
-FileModel readModel(const FileSource& model, const FileSource* data, const FileLimits& limits = {});
+/// What is to be read. The name of the model picks its format.
+struct ReadRequest {
+  FileSource model;
+  std::optional<FileSource> data = {};  ///< of a MathProg model
+  FileLimits limits = {};
+  std::vector<ParamValue> params = {};                 ///< other values of its params
+  std::vector<std::vector<ParamValue>> variants = {};  ///< and again others, beside these
+};
+
+struct ReadModel {
+  FileModel model;
+  std::vector<VariantModel> variants;
+  std::vector<std::string> params;      ///< of a MathProg model, that can be given values
+  kit::NumberByName paramEntries = {};  ///< how many entries those have that were given values
+};
+
+/// Reads a model and its variants. Throws a FileError, but not for a variant.
+ReadModel readModel(const ReadRequest& request);
+
+/// The params of a model that can be given values. Throws a FileError.
+std::vector<std::string> readParams(const FileSource& model);
 
 /// Reads a model file; `data` is the path of a MathProg data file, or null. Throws a FileError.
 FileModel readModelFile(const char* path, const char* data, const FileLimits& limits = {});

@@ -30,6 +30,7 @@ void visit(Wire& wire, Model& model) {
   wire.number(model.objectiveConstant);
   wire.number(model.maximize);
   wire.number(model.objectiveRow);
+  wire.list(model.notes, [](Wire& w, auto& note) { w.text(note); });
 }
 
 [[noreturn]] void failCut() {

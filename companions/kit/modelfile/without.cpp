@@ -30,6 +30,11 @@ int zkitReadModelWith(const zkitReadOptions* /*options*/, void** instance, char*
   return refuse(message, size);
 }
 
+int zkitListParams(const zkitReadOptions* /*options*/, zkitNameCallback_t /*receive*/,
+                   void* /*user*/, char* message, int size) {
+  return refuse(message, size);
+}
+
 int zkitConfinement(char* message, int size) {
   refuse(message, size);
   return ZKIT_UNCONFINED;

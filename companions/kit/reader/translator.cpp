@@ -24,6 +24,7 @@ constexpr const char* kAllowingFiles = "ZKIT_ALLOW_FILES (zdbcc: --allow-files)"
 class Terminal {
  public:
   void add(const char* text) {
+    takeNotes(text);
     text_ += text;
     if (text_.size() > 2 * kMaxKept) text_.erase(0, kMaxKept);
   }
@@ -45,13 +46,28 @@ class Terminal {
     return found.empty() ? model.name + ": " + (last.empty() ? "cannot be read" : last) : found;
   }
 
+  const std::vector<std::string>& notes() const { return notes_; }
+
  private:
+  void takeNotes(std::string_view text) {
+    line_ += text;
+    for (std::size_t end = line_.find('\n'); end != std::string::npos; end = line_.find('\n')) {
+      if (line_.starts_with(FileModel::kNote)) {
+        notes_.push_back(line_.substr(FileModel::kNote.size(), end - FileModel::kNote.size()));
+      }
+      line_.erase(0, end + 1);
+    }
+    if (line_.size() > kMaxKept) line_.clear();
+  }
+
   static bool isError(std::string_view line, const GlpkSource& source) {
     return !source.path.empty() && line.starts_with(source.path + ":") &&
            line.find(": warning: ") == std::string_view::npos;
   }
 
   std::string text_;
+  std::string line_;  ///< that has not ended
+  std::vector<std::string> notes_;
 };
 
 // The current translation, which GLPK passes to the hooks as a pointer.
@@ -181,7 +197,9 @@ void translateWithGlpk(const Translation& task) {
   glp_mem_limit(task.megabytes);
   glp_prob* problem = glp_create_prob();
   if (readProblem(task, problem) != 0) progress.fail();
-  succeed(packModel(takeModel(problem)));
+  FileModel model = takeModel(problem);
+  model.notes = progress.terminal.notes();
+  succeed(packModel(model));
 }
 
 }  // namespace zdb::kit::modelfile

@@ -93,6 +93,7 @@ class Cbc : public Solver {
     simplex.setLogLevel(messages_.level());
     solveFromScratch(simplex);
     Outcome outcome = concludedOutcome(simplex, limits);
+    relaxed_ = solver_.getObjValue();
     if (outcome == Outcome::Optimal && !isInteger_.empty()) {
       outcome = branch(stop, limits, solution);
     } else if (isInteger_.empty() && isUsable(simplex, outcome)) {
@@ -144,7 +145,10 @@ class Cbc : public Solver {
   Outcome concludedSearch(const CbcModel& tree, const StopToken& stop, ClpLimits& limits,
                           Solution& solution) {
     const Outcome outcome = outcomeOf(tree, stop, limits);
-    solution.bound = tree.getBestPossibleObjValue();
+    // Stopped, cbc may have nothing better to tell than the objective that it has found.
+    const double bound = tree.getBestPossibleObjValue();
+    const bool isKnown = outcome == Outcome::Optimal || bound < tree.getObjValue();
+    solution.bound = isKnown ? std::max(bound, relaxed_) : relaxed_;
     if (tree.bestSolution() == nullptr) return outcome;
     if (outcome == Outcome::Optimal) {  // what is left is not a search and has no limits
       const ClpEventHandler none;
@@ -187,6 +191,7 @@ class Cbc : public Solver {
   LogHandler messages_;  // of the solver and of the copies that cbc makes of it
   OsiClpSolverInterface solver_;
   std::vector<char> isInteger_;
+  double relaxed_ = 0.0;  // objective of the relaxation
 };
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <ClpSolve.hpp>
 #include <algorithm>
+#include <sstream>
+#include <string>
 #include <utility>
 
 namespace zdb::kit {
@@ -55,6 +57,14 @@ void lookAgain(ClpSimplex& simplex) {
 }
 
 }  // namespace
+
+// A message may be several lines.
+int LogHandler::print() {
+  if (!log_.isOn()) return 0;
+  std::istringstream lines(messageBuffer());
+  for (std::string line; std::getline(lines, line);) log_.lineFromSolver(line.c_str());
+  return 0;
+}
 
 ClpWatch::ClpWatch(ClpSimplex& simplex, ClpLimits& limits) : simplex_(simplex) {
   // Made before, since clp has deleted its old handler when it asks for the clone.

@@ -44,10 +44,7 @@ class LogHandler : public CoinMessageHandler {
     setLogLevel(level());
   }
   int level() const { return log_.isOn() ? 1 : 0; }
-  int print() override {
-    log_.lineFromSolver(messageBuffer());
-    return 0;
-  }
+  int print() override;
 
  private:
   Log log_;

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "kit/names.h"
+#include "kit/solvers/highslibrary.h"
 #include "kit/solvers/solver.h"
 
 namespace zdb::kit {
@@ -23,6 +24,11 @@ constexpr Engine kEngines[] = {
     {"glpk", true, true, makeGlpk, glpkVersion, nullptr},
 #else
     {"glpk", true, true, nullptr, nullptr, nullptr},
+#endif
+#ifdef ZKIT_WITH_HIGHS
+    {"highs", true, true, makeHighs, highsVersion, highsReason},
+#else
+    {"highs", true, true, nullptr, nullptr, nullptr},
 #endif
 };
 

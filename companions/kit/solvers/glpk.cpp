@@ -369,11 +369,11 @@ class Glpk : public Solver {
   }
 
   bool keepStart() override {
-    run([&] { problem_.keepStart(); });
+    run({}, [&] { problem_.keepStart(); });
     return true;
   }
   void goBack(const LinearModel& model, const Changes& /*changes*/) override {
-    run([&] { problem_.goBack(model); });
+    run({}, [&] { problem_.goBack(model); });
   }
 
  private:

@@ -58,12 +58,15 @@ std::span<const Engine> engines();
 /// Null for an unknown name. Case does not matter.
 const Engine* findEngine(std::string_view name);
 
-/// Each is in a separate source file, the only one that includes the solver's headers.
+/// Each is in a separate source file, the only one that includes the solver's headers. HiGHS has
+/// none: it is found at run time.
 std::unique_ptr<Solver> makeClp();
 std::unique_ptr<Solver> makeCbc();
 std::unique_ptr<Solver> makeGlpk();
+std::unique_ptr<Solver> makeHighs();
 const char* clpVersion();
 const char* cbcVersion();
 const char* glpkVersion();
+const char* highsVersion();
 
 }  // namespace zdb::kit

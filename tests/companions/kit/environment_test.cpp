@@ -2,6 +2,8 @@
 #include <dlfcn.h>
 
 #include <array>
+#include <cstdlib>
+#include <filesystem>
 
 #include "companions/kit/testing.h"
 #include "support/files.h"
@@ -40,6 +42,71 @@ TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {
                "Solver cbc needs cbc, which cannot be used: this kit was built without it");
   free(&instance);
   dlclose(library);
+}
+
+// What a fresh copy of a kit, in a folder of its own, says of HiGHS. `chosen` is the value of the
+// variable that names the library; null: none.
+std::string reasonAgainstHighs(const std::string& folder, const char* chosen) {
+  static int copies = 0;  // names of their own, since not all that is closed is unloaded
+  const std::string copy = folder + "kit" + std::to_string(++copies) + ".so";
+  std::filesystem::copy_file(KIT_WITH_HIGHS, copy);
+  if (chosen != nullptr) {
+    setenv("ZKIT_HIGHS", chosen, 1);
+  } else {
+    unsetenv("ZKIT_HIGHS");
+  }
+  void* library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
+  EXPECT_NE(library, nullptr) << dlerror();
+  const auto info = reinterpret_cast<decltype(&zkitSolverInfo)>(dlsym(library, "zkitSolverInfo"));
+  const char* name = nullptr;
+  const char* version = nullptr;
+  const char* whyNot = nullptr;
+  EXPECT_EQ(info(3, &name, &version, nullptr, nullptr, &whyNot), 1);
+  EXPECT_STREQ(name, "highs");
+  EXPECT_EQ(*version == '\0', *whyNot != '\0');
+  std::string reason = whyNot;
+  dlclose(library);
+  const std::size_t place = reason.find(folder);
+  return place == std::string::npos ? reason : reason.replace(place, folder.size(), "FOLDER");
+}
+
+TEST(KitHighs, LibrariesThatItMustNotUse_AreNamedWithTheReason) {
+  const zdb::test::TemporaryFolder folder;
+  const char* set = getenv("ZKIT_HIGHS");
+  const std::string before = set == nullptr ? "" : set;
+  const std::string known = ", and this kit knows 1.11 to 1.15";
+  const struct {
+    const char* fake;
+    std::string reason;
+  } cases[] = {
+      {"other", " is not HiGHS: it has no Highs_version"},
+      {"old", " is version of a test" + known},
+      {"next", " is version of a test" + known},
+      {"major", " is version of a test" + known},
+      {"poor", " has no function Highs_destroy"},
+  };
+  for (const auto& [fake, reason] : cases) {
+    const std::string library = FAKE_HIGHS + std::string(fake) + ".so";
+    EXPECT_EQ(reasonAgainstHighs(folder.path(), library.c_str()), library + reason);
+    std::filesystem::create_directories(folder.path("zkit-highs"));
+    std::filesystem::copy_file(library, folder.path("zkit-highs/libhighs.so"),
+                               std::filesystem::copy_options::overwrite_existing);
+    const std::string found = reasonAgainstHighs(folder.path(), nullptr);
+    EXPECT_TRUE(found.empty() || found == "FOLDERzkit-highs/libhighs.so" + reason) << found;
+  }
+  EXPECT_EQ(reasonAgainstHighs(folder.path(), "/nowhere/libhighs.so"),
+            "ZKIT_HIGHS: /nowhere/libhighs.so: cannot open shared object file: No such file or "
+            "directory");
+  set == nullptr ? unsetenv("ZKIT_HIGHS") : setenv("ZKIT_HIGHS", before.c_str(), 1);
+}
+
+// Nothing else needs it, and the tests of the solvers leave it out.
+TEST(KitHighs, IsThere) {
+  const char* whyNot = nullptr;
+  const char* version = nullptr;
+  EXPECT_EQ(zkitSolverInfo(3, nullptr, &version, nullptr, nullptr, &whyNot), 1);
+  if (*whyNot != '\0') GTEST_SKIP() << "highs is not tested: " << whyNot;
+  EXPECT_EQ(std::string(version).substr(0, 2), "1.");
 }
 
 }  // namespace

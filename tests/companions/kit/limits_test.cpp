@@ -73,7 +73,7 @@ void expectFeasible(const Model& model, const Instance& instance) {
 TEST(KitLimits, Linear_StopAndGoOnFromThere) {
   const Silence silence;
   const Model model(cover(60));
-  for (const char* solver : kSolvers) {
+  for (const char* solver : solvers()) {
     SCOPED_TRACE(solver);
     const Instance instance(model);
     const Hot hot(solver);
@@ -118,7 +118,7 @@ TEST(KitLimits, OfOneCall_CountWhereTheyAreTighter) {
       {1e4, 1e-9, 0, 0, ZKIT_TIME_LIMIT},
       {-1, -1, -1, -1, ZKIT_COMPLETED},
   };
-  for (const char* solver : kSolvers) {
+  for (const char* solver : solvers()) {
     const Instance instance(model);
     for (const auto& each : limits) {
       EXPECT_EQ(zkitSetLimits(instance, each.seconds, each.iterations), 1);
@@ -146,14 +146,15 @@ TEST(KitLimits, Searches_Stop) {
   const Silence silence;
   for (const std::string& text : {sums(), wholeCover()}) {
     const Model model(text);
-    for (const char* solver : kMipSolvers) {
+    for (const char* solver : mipSolvers()) {
       const Instance instance(model);
       for (const int limit : {1, 500}) {
         SCOPED_TRACE(testing::Message() << solver << ", " << limit << " iterations");
         EXPECT_EQ(instance.solve(solver, 0, limit), "");
         expectStopped(instance, ZKIT_ITERATION_LIMIT);
         EXPECT_GE(zkitIterations(instance), limit);
-        EXPECT_LE(zkitIterations(instance), limit + 100);
+        const bool isCoarse = solver == std::string("highs");  // and looks after rounds of many
+        EXPECT_LE(zkitIterations(instance), limit + (isCoarse ? 1000 : 100));
       }
       for (const double limit : {0.01, 0.1}) {
         SCOPED_TRACE(testing::Message() << solver << ", " << limit << " seconds");
@@ -172,7 +173,7 @@ TEST(KitLimits, Searches_EndWithinTheirGap) {
   const Model positive(
       "max z -inf inf ; cost: 1000 - 10 x - 14 y - z = 0 ; int x 0 9 ; int y 0 9 ; "
       "e: 5 x + 8 y >= 31");
-  for (const char* solver : kMipSolvers) {
+  for (const char* solver : mipSolvers()) {
     SCOPED_TRACE(solver);
     const Instance instance(model);
     const Hot hot(solver);
@@ -211,7 +212,7 @@ TEST(KitLimits, Searches_EndWithinTheirGap) {
 // cbc runs one search at a time; a solve that waits for it respects its limit and stop requests.
 TEST(KitLimits, SearchesThatWaitForAnother_StopByThemselves) {
   const Model model(sums());
-  for (const char* solver : kMipSolvers) {
+  for (const char* solver : mipSolvers()) {
     SCOPED_TRACE(solver);
     const Instance first(model);
     const Instance second(model);

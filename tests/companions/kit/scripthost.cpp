@@ -234,7 +234,7 @@ class KitHost : public Host {
 int main(int argc, char** argv) {
   zdb::script::KitHost host;
   std::vector<zdb::script::Way> ways;
-  for (const char* solver : zdb::test::kit::kSolvers) {
+  for (const char* solver : zdb::test::kit::solvers()) {
     ways.emplace_back().name = solver;
     ways.back().settings = {{"configuration", KIT_DIRECTORY "/zrncmpun.txt"},
                             {"directory", KIT_DIRECTORY},

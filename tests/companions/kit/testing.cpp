@@ -14,6 +14,34 @@ extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reser
 
 namespace zdb::test::kit {
 
+namespace {
+
+std::vector<const char*> solversOf(int type) {
+  std::vector<const char*> names;
+  for (int k = 0; k < zkitSolverCount(); ++k) {
+    const char* name = nullptr;
+    const char* whyNot = nullptr;
+    int types = 0;
+    zkitSolverInfo(k, &name, nullptr, &types, nullptr, &whyNot);
+    const bool isUsable = *whyNot == '\0';
+    if (!isUsable && std::string(name) != "highs") ADD_FAILURE() << name << ": " << whyNot;
+    if (isUsable && (types & type) != 0) names.push_back(name);
+  }
+  return names;
+}
+
+}  // namespace
+
+const std::vector<const char*>& solvers() {
+  static const std::vector<const char*> all = solversOf(ZKIT_SOLVES_LP);
+  return all;
+}
+
+const std::vector<const char*>& mipSolvers() {
+  static const std::vector<const char*> all = solversOf(ZKIT_SOLVES_MIP);
+  return all;
+}
+
 double activity(const std::vector<Term>& terms, const std::vector<double>& levels) {
   double sum = 0;
   for (const auto& [value, column1, column2] : terms) {

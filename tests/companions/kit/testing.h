@@ -18,8 +18,10 @@ namespace zdb::test::kit {
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kTolerance = 1e-6;  // relative from 1 up
 
-inline const std::vector<const char*> kSolvers = {"clp", "cbc", "glpk"};
-inline const std::vector<const char*> kMipSolvers = {"cbc", "glpk"};
+// Those that can be used here, as the kit and the configuration that comes with it number them: all
+// but HiGHS, the last one, must be.
+const std::vector<const char*>& solvers();
+const std::vector<const char*>& mipSolvers();
 
 struct Term {
   double value;
