@@ -152,7 +152,7 @@ void Session::goBack() {
 void Session::keepStart(Outcome outcome) {
   const bool hasEnded = outcome == Outcome::Optimal || outcome == Outcome::Infeasible ||
                         outcome == Outcome::Unbounded || outcome == Outcome::IntegerInfeasible;
-  if (engine_.worksInPlace && hasEnded && solver_->keepStart()) start_ = told_;
+  if (engine_.worksInPlace && hasEnded && solver_->keepStart()) start_ = form_->model();
 }
 
 void Session::findChanges(const LinearModel& model) {

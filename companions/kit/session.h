@@ -48,7 +48,7 @@ class Session {
   /// Of an instance whose solves start at the first one.
   bool startsAtFirst_ = false;
   bool isFirst_ = true;               ///< of the solves of this form
-  std::optional<LinearModel> start_;  ///< what the solver had been told when it kept its start
+  std::optional<LinearModel> start_;  ///< what the solver had been told when it kept it
   Solution solution_;
 };
 

@@ -22,7 +22,10 @@ std::optional<Entry> plainEntry(const std::string& name) {
   using namespace zdb::contract;
   const std::string_view text = withoutEndingBlanks(withoutLeadingBlanks(name));
   const EntryName entry = readEntryName(text, PlainLabels::Anything);
-  const bool isPlain = entry.fault.empty() && isSymbolName(entry.symbol);
+  const std::string lower = lowerCase(name);  // food[iron].coef[buy] ends as a label does, too
+  const bool isCoefficient =
+      lower.find(".coef[") != lower.npos || lower.find(".coef(") != lower.npos;
+  const bool isPlain = !isCoefficient && entry.fault.empty() && isSymbolName(entry.symbol);
   if (!isPlain) return {};
   return Entry{std::string(entry.symbol), entry.labels};
 }

@@ -1,12 +1,12 @@
 // Solves scenarios of a model, in any order.
 #pragma once
 
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "modelchange.h"
 #include "output.h"
 #include "rowwriter.h"
 #include "scenarios.h"
@@ -45,8 +45,8 @@ class ScenarioSolver {
   const std::vector<Shown>& shownSymbols() const { return shownSymbols_; }
   /// The name of the solver that is used.
   std::string solver();
-  /// What each column of the scenarios changes, for people: "need: 1 of 2 entries".
-  std::vector<std::string> changes();
+  /// What each column of the scenarios changes, for people.
+  std::vector<std::string> changes() const;
 
   /// Solves a scenario. If solves start at the model's own basis, the result depends on nothing but
   /// the scenario. Throws InterruptedError after Ctrl-C; what else goes wrong is the result's
@@ -58,33 +58,34 @@ class ScenarioSolver {
   const ScenarioResult& solveBase();
 
  private:
-  /// What a column of the scenarios changes: an entry of an updatable parameter.
-  struct Target {
-    std::string symbol;
-    std::vector<std::string> labels;
+  /// An entry that is a column of its own.
+  struct ShownEntry {
+    std::string text;  ///< as it was written
+    Entry entry;
   };
 
-  void open();
-  void bind();
-  void bindTarget(const Entry& entry);
-  void bindShown(const std::string& text);
-  void nameColumns();
   void requireOneColumnEach() const;
-  void requireFiniteValues() const;
-  void apply(std::optional<std::size_t> scenario);
-  ScenarioResult trySolving(std::optional<std::size_t> scenario);
+  void open();
+  void bindShown();
+  void nameColumns();
+  ScenarioResult trySolving(std::size_t scenario);
+  /// Whether the last scenario has other rows or columns, and so a model of its own.
+  bool isOwn() const { return model_ != &changing_->model(); }
+  std::optional<double> levelOf(const Entry& entry);
+  std::vector<Shown> shownOfOwn() const;
   std::string rowOf(std::size_t scenario, const ScenarioResult& result);
   std::string recordsOf(std::size_t scenario);
+  /// Number of the scenario in which nothing changes.
+  std::size_t base() const { return scenarios_.count(); }
 
   const SweepOptions options_;
   Scenarios scenarios_;
-  std::unique_ptr<Model> model_;
-  std::vector<Target> targets_;
-  std::map<std::string, zdbcc::Symbol> parameters_;
-  std::vector<std::pair<std::string, Entry>> shownEntries_;  ///< as written; a column each
-  std::vector<Shown> shownSymbols_;                          ///< in long form
-  int width_ = 0;                                            ///< most labels of these
-  std::optional<ScenarioResult> base_;                       ///< once it was solved
+  std::unique_ptr<ChangingModel> changing_;
+  Model* model_ = nullptr;  ///< with the values of the last scenario
+  std::vector<ShownEntry> shownEntries_;
+  std::vector<Shown> shownSymbols_;     ///< in long form
+  int width_ = 0;                       ///< most labels of these
+  std::optional<ScenarioResult> base_;  ///< once it was solved
   std::vector<std::string> columns_;
   std::vector<std::string> recordColumns_;
   TextOutput text_;

@@ -71,9 +71,9 @@ void printPlan(ScenarioSolver& solver, const SweepOptions& options, Console& con
   line("results", options.target().empty() ? "standard output" : options.target());
 }
 
-/// How many of how many entries change, which shows a column that is not what was meant.
+/// How many of how many values change, which shows a column that is not what was meant.
 void noteChanges(ScenarioSolver& solver, Console& console) {
-  for (const std::string& change : solver.changes()) console.note(change + " change");
+  for (const std::string& change : solver.changes()) console.note(change);
 }
 
 void plot(ScenarioSolver& solver, const SweepWriter& writer, const SweepOptions& options) {
