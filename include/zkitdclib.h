@@ -161,6 +161,34 @@ ZKIT_API int zkitSetColumnInteger(zkitModel_t model, int column, int isInteger);
 ZKIT_API int zkitAddRow(zkitModel_t model, int symbol, const char* const* labels, int type,
                         double rhs, int* row);
 
+/**
+ * Adds `count` columns of one symbol in one call: all of them, or none if anything is wrong, with
+ * the place in the array in the message. labels[count * dim] holds the labels of the first column,
+ * then those of the second, and so on. lower, upper and level[count] may each be null: at least 0,
+ * without an upper bound, level 0.
+ *
+ * The columns may bring coefficients, compressed: those of column k are rows[i] and values[i] with
+ * starts[k] <= i < starts[k + 1], in any order of rows; starts[count + 1] never falls, and null
+ * means none. Repeated rows are added up, as by zkitAddCoefficient(). *first receives the number of
+ * the first column; the others follow. O(size of the arrays).
+ */
+ZKIT_API int zkitAddColumns(zkitModel_t model, int symbol, int count, const char* const* labels,
+                            const double* lower, const double* upper, const double* level,
+                            const int* starts, const int* rows, const double* values, int* first);
+
+/**
+ * The same for rows, without coefficients. types and rhs[count] may each be null: ZKIT_EQUAL, 0.
+ */
+ZKIT_API int zkitAddRows(zkitModel_t model, int symbol, int count, const char* const* labels,
+                         const int* types, const double* rhs, int* first);
+
+/**
+ * Adds values[k] to the coefficient of columns[k] in rows[k], for 0 <= k < count, as
+ * zkitAddCoefficient() does: all of them, or none if anything is wrong.
+ */
+ZKIT_API int zkitAddCoefficients(zkitModel_t model, int count, const int* rows, const int* columns,
+                                 const double* values);
+
 /** Adds to a coefficient, which is initially 0. `value` must be finite. */
 ZKIT_API int zkitAddCoefficient(zkitModel_t model, int row, int column, double value);
 
@@ -376,7 +404,8 @@ ZKIT_API double zkitBound(void* instance);
 ZKIT_API double zkitGap(void* instance);
 
 /**
- * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc" or "glpk" (all types).
+ * Solves from scratch, without a database, with "clp" (LP, RMIP), "cbc", "glpk" or "highs" (all
+ * types; highs where its library is found).
  * Updatable parameters have their current levels. Returns 1 even if the model has no solution,
  * which the statuses show; returns 0 if the solver cannot be used or fails, with the reason in
  * `message` (`size` bytes, may be null). If a solve ends without levels, levels and marginals
@@ -395,7 +424,10 @@ ZKIT_API double zkitSeconds(void* instance);
 ZKIT_API int zkitRowName(void* instance, int row, char* name, int size);
 ZKIT_API int zkitColumnName(void* instance, int column, char* name, int size);
 
-/** Receives messages of solvers and the database library about a solve, one line at a time. */
+/**
+ * Receives messages of solvers and the database library about a solve, one line at a time. A solver
+ * may call it from a thread of its own, while zkitSolve() or the database library waits for it.
+ */
 typedef void (*zkitLogCallback_t)(const char* text, void* user);
 
 /** Sets the callback for log lines; null, the default, drops them. `user` is passed to it. */
@@ -410,8 +442,9 @@ ZKIT_API void zkitTerminate(void* instance);
 
 /**
  * Sets limits for later solves: seconds and iterations, 0 or less for none. Iterations are those
- * of all simplex runs of a solve. Solvers look at limits between iterations, glpk in a search for
- * integer levels between nodes and rounds of cuts; presolve and scaling always run to their end.
+ * of all simplex runs of a solve. Solvers look at limits between iterations, glpk and highs in a
+ * search for integer levels between nodes and rounds of cuts; presolve and scaling always run to
+ * their end.
  */
 ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
 
@@ -438,9 +471,10 @@ enum { ZKIT_LOWER_SIDE = 1, ZKIT_UPPER_SIDE = 2 };
  * Finds rows and bounds of columns that exclude each other, in the instance as it is now, with
  * alternative bounds and right-hand sides while they are on and with parameters at their levels.
  * Integer columns count as continuous ones between whole bounds. Returns ZKIT_IRREDUCIBLE;
- * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when it
- * ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size` bytes, may be null), also if the
- * model is feasible. *rowCount and *columnCount receive the sizes of the set.
+ * ZKIT_REDUCIBLE if `seconds` (0: no limit) were over, after zkitTerminate(), which it forgets when
+ * it ends, or if the solver could not decide a step; or 0 with the reason in `message` (`size`
+ * bytes, may be null), also if the model is feasible. *rowCount and *columnCount receive the sizes
+ * of the set.
  *
  * Takes about two solves from scratch, one of them with up to two more columns for each row, and
  * then one solve from the last basis for each side of the first set found, which usually has few.

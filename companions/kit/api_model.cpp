@@ -83,6 +83,27 @@ int zkitAddColumn(zkitModel_t model, int symbol, const char* const* labels, doub
   });
 }
 
+int zkitAddColumns(zkitModel_t model, int symbol, int count, const char* const* labels,
+                   const double* lower, const double* upper, const double* level, const int* starts,
+                   const int* rows, const double* values, int* first) {
+  return numbered(model, first, [&](ModelBuilder& builder) {
+    return builder.addColumns(symbol, {count, labels, lower, upper, level, starts, rows, values});
+  });
+}
+
+int zkitAddRows(zkitModel_t model, int symbol, int count, const char* const* labels,
+                const int* types, const double* rhs, int* first) {
+  return numbered(model, first, [&](ModelBuilder& builder) {
+    return builder.addRows(symbol, {count, labels, types, rhs});
+  });
+}
+
+int zkitAddCoefficients(zkitModel_t model, int count, const int* rows, const int* columns,
+                        const double* values) {
+  return guarded(
+      model, [&](ModelBuilder& builder) { builder.addCoefficients(count, rows, columns, values); });
+}
+
 int zkitSetColumnInteger(zkitModel_t model, int column, int isInteger) {
   return guarded(model, [=](ModelBuilder& builder) { builder.setInteger(column, isInteger != 0); });
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <limits>
+#include <map>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -137,9 +138,9 @@ class Instance {
   std::vector<RhsLink> rhsLinks;
   std::vector<ChangeInfo> changes;
   std::vector<Variant> variants;
-  Patch base;                 ///< the model's own values of all that variants change
-  int variant = -1;           ///< in use; -1: none
-  NumberByName paramEntries;  ///< how many entries params have that were given values
+  Patch base;                               ///< the model's own values of all that variants change
+  int variant = -1;                         ///< in use; -1: none
+  std::map<std::string, int> paramEntries;  ///< how many entries params have that were given values
   std::unordered_map<int, ColumnState> changedColumns;  ///< as they were, see changes.h
   std::vector<double> ownConstants;                     ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update

@@ -86,6 +86,77 @@ std::string given(Run& run, const Statement& statement) {
   return done == 1 ? keep(run, instance) : "? " + shown(message);
 }
 
+// changed TEXT NAME...: reads a text with names of changes, and shows these.
+std::string changed(Run& run, const Statement& statement) {
+  const std::string& text = texts.at(statement.arguments.at(0).text);
+  std::vector<const char*> names;
+  for (std::size_t i = 1; i < statement.arguments.size(); ++i) {
+    names.push_back(statement.arguments[i].text.c_str());
+  }
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.text = text.c_str();
+  options.textSize = -1;
+  options.changes = names.data();
+  options.changeCount = static_cast<int>(names.size());
+  void* instance = nullptr;
+  char message[1000] = "";
+  if (zkitReadModelWith(&options, &instance, message, sizeof message) == 0) {
+    return "? " + shown(message);
+  }
+  keep(run, instance);
+  std::string all;
+  char symbol[ZKIT_TEXT_SIZE];
+  for (int i = 0, action = 0, dim = 0, open = 0, entries = 0;
+       zkitGetChange(instance, i, symbol, sizeof symbol, &action, &dim, &open, &entries) == 1;
+       ++i) {
+    all.append(i == 0 ? "" : ", ").append(symbol);
+    for (const int number : {action, dim, open, entries}) all += " " + std::to_string(number);
+  }
+  return all;
+}
+
+// variant TEXT NAME VALUE: what is known of a variant of the text in which a param has the value.
+std::string variant(Run& run, const Statement& statement) {
+  const std::vector<Token>& what = statement.arguments;
+  const char* name = what.at(1).text.c_str();
+  const double value = std::stod(what.at(2).text);
+  const zkitParams params = {1, &name, &value};
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.text = texts.at(what.at(0).text).c_str();
+  options.textSize = -1;
+  options.variants = &params;
+  options.variantCount = 1;
+  void* instance = nullptr;
+  char message[1000] = "";
+  if (zkitReadModelWith(&options, &instance, message, sizeof message) == 0) {
+    return "? " + shown(message);
+  }
+  keep(run, instance);
+  const std::string param = what[1].text.substr(0, what[1].text.find('['));
+  const int state = zkitVariantState(instance, 0, message, sizeof message);
+  std::string all =
+      std::to_string(state) + " of " + std::to_string(zkitParamEntries(instance, param.c_str()));
+  return *message == '\0' ? all : all + " " + shown(message);
+}
+
+// params TEXT: the params of a text that can be changed.
+std::string params(Run& /*run*/, const Statement& statement) {
+  zkitReadOptions options = {};
+  options.size = sizeof options;
+  options.text = texts.at(statement.arguments.at(0).text).c_str();
+  options.textSize = -1;
+  std::string all;
+  const auto add = [](const char* name, void* list) {
+    static_cast<std::string*>(list)->append(name).append(" ");
+  };
+  char message[1000] = "";
+  if (zkitListParams(&options, add, &all, message, sizeof message) == 0)
+    return "? " + shown(message);
+  return all.empty() ? "none" : all.substr(0, all.size() - 1);
+}
+
 // solve FILE PIECE...: reads a file and solves it; the objective.
 std::string solve(Run& run, const Statement& statement) {
   const std::string names = read(run, statement);
@@ -130,8 +201,9 @@ zdb::script::FunctionTable makeTable() {
 class ModelFileHost : public zdb::script::Host {
  public:
   ModelFileHost() : Host(makeTable()) {
-    words = {{"text", nameText}, {"write", write}, {"read", read},
-             {"given", given},   {"solve", solve}, {"names", names}};
+    words = {{"text", nameText}, {"write", write},     {"read", read},
+             {"given", given},   {"changed", changed}, {"variant", variant},
+             {"params", params}, {"solve", solve},     {"names", names}};
   }
   void* create(const zdb::script::Way& /*way*/) override { return nullptr; }
   void destroy(void* /*object*/) override {}

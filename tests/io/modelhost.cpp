@@ -62,6 +62,25 @@ class ModelHost : public ZdbHost {
       run.variables[statement.arguments[0].text] = {"model", models_.back()->instance, nullptr};
       return std::string("made");
     };
+    // file $model TEXT CHANGE...: a model file with names of what is to change.
+    words["file"] = [this](Run& run, const Statement& statement) {
+      std::vector<const char*> changes;
+      for (std::size_t i = 2; i < statement.arguments.size(); ++i) {
+        changes.push_back(statement.arguments[i].text.c_str());
+      }
+      zkitReadOptions options = {};
+      options.size = sizeof options;
+      options.text = statement.arguments.at(1).text.c_str();
+      options.textSize = -1;
+      options.changes = changes.data();
+      options.changeCount = static_cast<int>(changes.size());
+      void* instance = nullptr;
+      char message[1000] = "read";
+      zkitReadModelWith(&options, &instance, message, sizeof message);
+      files_.push_back(std::make_unique<zdb::test::kit::Instance>(instance));
+      run.variables[statement.arguments[0].text] = {"model", instance, nullptr};
+      return instance == nullptr ? zdb::script::shown(message) : "read";
+    };
     words["answer"] = [this](Run&, const Statement& statement) { return answer(statement); };
     words["calls"] = [this](Run& run, const Statement& statement) {
       return spy_.taken(run.resolved(statement.arguments.at(0)));
@@ -98,6 +117,7 @@ class ModelHost : public ZdbHost {
     if (--databases_ > 0) return;
     loaders::zxfLibraryUnload();
     models_.clear();
+    files_.clear();
     isBalanced &= spy_.isBalanced();
     spy_.answers.clear();
     spy_.counts.clear();
@@ -157,6 +177,7 @@ class ModelHost : public ZdbHost {
 
   Spy spy_;
   std::vector<std::unique_ptr<ModelInstance>> models_;
+  std::vector<std::unique_ptr<zdb::test::kit::Instance>> files_;
   int databases_ = 0;
 };
 

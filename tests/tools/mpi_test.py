@@ -46,7 +46,8 @@ class Ranks(SweepFolder):
         output = "".join(process.stdout.readline() for _ in range(3))
         everybody = self.processes(process.pid)
         for each in everybody if part == 2 else everybody[1:2]:
-            os.kill(each[2][0] if part == 2 else each[part], signal.SIGKILL)
+            for one in each[2] if part == 2 else [each[part]]:  # a late rank has no worker yet
+                os.kill(one, signal.SIGKILL)
         code, rest, errors = finish(process)
         self.wait_until_gone({all_of for rank in everybody for all_of in (*rank[:2], *rank[2])})
         return code, output + rest, problems(errors)

@@ -4,17 +4,22 @@ import contextlib
 import json
 import os
 import pty
+import re
 import shlex
 import signal
 import subprocess
 import sys
 import tempfile
+import textwrap
 import time
 import unittest
 from pathlib import Path
 from typing import Any
 
 TOOL, SAMPLE = sys.argv.pop(1), sys.argv.pop(1)
+# Sanitizers take more memory than there is.
+IS_SANITIZED = b"__asan_init" in Path(TOOL).read_bytes() or b"__tsan_init" in Path(TOOL).read_bytes()
+MEMORY_LIMIT = [] if IS_SANITIZED else ["--memory-limit", "1000"]
 CITIES = ["*", "Bonn", "Köln", '"Ulm, Donau"']
 
 
@@ -120,6 +125,39 @@ class Terminal(unittest.TestCase):
         self.assertRegex(output, r"\n\d+,Optimal,1,0\n$")
 
 
+class Document(unittest.TestCase):
+    def test_page_shows_what_the_tool_prints(self) -> None:
+        page = Path(__file__).parents[2].joinpath("doc", "tool.md").read_text()
+        section = page.split("## Solving a model\n")[1].split("<!--")[0]
+        blocks = re.findall(r"(?:^    .*\n(?:\n(?=    ))?)+", section, re.MULTILINE)
+        model, *others = [textwrap.dedent(block) for block in blocks]
+        with tempfile.TemporaryDirectory() as folder:
+            Path(folder, "diet.mod").write_text(model)
+            Path(folder, "prices.csv").write_text("food;price\nbread;3\n")
+            environment = os.environ | {"PATH": f"{Path(TOOL).resolve().parent}:{os.environ['PATH']}"}
+
+            def shell(command: str, errors: int) -> tuple[int, str]:
+                done = subprocess.run(
+                    command, shell=True, cwd=folder, env=environment, text=True,
+                    stdout=subprocess.PIPE, stderr=errors,
+                )
+                return done.returncode, done.stdout
+
+            shown, tables = 0, []
+            for block in others:
+                first, _, rest = block.partition("\n")
+                if first.startswith("$ "):
+                    self.assertEqual(shell(first[2:], subprocess.STDOUT)[1], rest)
+                    shown += 1
+                elif first.startswith("zdbcc "):
+                    for command in block.splitlines():
+                        self.assertEqual(shell(command, subprocess.PIPE)[0], 0, command)
+                else:
+                    tables.append(block)
+            table = shell("zdbcc solve diet.mod --solver clp -o -", subprocess.PIPE)[1]
+        self.assertEqual((shown, tables), (2, [table]))
+
+
 # It has solutions at once and keeps every solver busy for longer than anybody waits.
 HARD = """var x{1..50}, binary; var over{1..6}, >= 0; var under{1..6}, >= 0;
 minimize off: sum{i in 1..6} (over[i] + under[i]);
@@ -140,7 +178,7 @@ class Interruption(unittest.TestCase):
         return subprocess.Popen([TOOL, *words], text=True, **streams)
 
     def test_first_ctrl_c_keeps_the_best_solution(self) -> None:
-        for options in ([], ["--memory-limit", "1000"]):
+        for options in ([], MEMORY_LIMIT):
             words = ["-o", str(self.table), "--json", *options]
             process = self.start(*words, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
             assert process.stderr is not None
@@ -172,6 +210,32 @@ class Interruption(unittest.TestCase):
         self.assertFalse(self.table.exists())
         os.close(ours)
         os.close(theirs)
+
+    @unittest.skipIf(IS_SANITIZED, "there is no memory limit")
+    def test_process_with_memory_limit_leaves_none_behind(self) -> None:
+        for how in (signal.SIGTERM, signal.SIGKILL):
+            process = self.start(*MEMORY_LIMIT, "-o", str(self.table), stderr=subprocess.PIPE)
+            assert process.stderr is not None
+            process.stderr.readline()  # from the one that solves
+            children = Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()
+            self.assertEqual(len(children), 1)
+            process.send_signal(how)
+            self.assertEqual(process.wait(), -how)
+            process.stderr.read()  # up to the end, which the other process would put off
+            process.stderr.close()
+            self.assertFalse(self.table.exists())
+
+    def test_limits_end_a_search_with_what_it_has(self) -> None:
+        for options, code, end in (
+            (["--gap", "1"], 0, "Normal completion"),
+            (["--time-limit", "0.5"], 1, "Time limit"),
+        ):
+            process = self.start("--json", *options, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            output, errors = process.communicate()
+            report = json.loads(output)
+            self.assertEqual((process.returncode, report["solve"]), (code, end), errors)
+            self.assertEqual("(Time limit)" in errors, code == 1)
+            self.assertLessEqual(report["gap"], 1)
 
     @staticmethod
     def handles_ctrl_c(process: int) -> bool:

@@ -1,5 +1,11 @@
 #include "changes.h"
 
+#include <cmath>
+#include <filesystem>
+#include <limits>
+#include <optional>
+
+#include "contract/names.h"
 #include "csvreader.h"
 #include "values.h"
 
@@ -21,11 +27,42 @@ zdbcc::Database read(const std::string& file) {
   }
 }
 
-/// Whether a first row that does not end in a number is a misspelt value, not a heading. For a
-/// scalar, which has no labels, a heading is a row that is followed by another.
-bool isMeantForAnEntry(Model& model, const zdbcc::Symbol& target, const CsvRow& row,
-                       std::size_t rows) {
-  return target.dim() == 0 ? rows == 1 : model.hasEntry(target, row.fields);
+/// Where the name ends: a label in brackets or quotes may contain an equals sign.
+std::size_t endOfName(std::string_view option) {
+  int depth = 0;
+  char quote = 0;
+  for (std::size_t i = 0; i < option.size(); ++i) {
+    const char c = option[i];
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+    } else if (depth > 0 && (c == '\'' || c == '"')) {
+      quote = c;
+    } else if (c == '[' || c == '(') {
+      ++depth;
+    } else if (c == ']' || c == ')') {
+      --depth;
+    } else if (c == '=' && depth <= 0) {
+      return i;
+    }
+  }
+  return option.npos;
+}
+
+std::string trimmed(std::string_view text) {
+  return std::string(zdb::contract::withoutEndingBlanks(zdb::contract::withoutLeadingBlanks(text)));
+}
+
+/// The number for a text, where infinities are bounds; none for any other text.
+std::optional<double> valueOf(std::string_view text) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+  static const ValueFormat format({kNone, kNone, kInfinity, -kInfinity, 0});
+  const std::optional<double> value = format.parse(text);
+  return value && std::isnan(*value) ? std::nullopt : value;
+}
+
+[[noreturn]] void failValue(const std::string& place, std::string_view text) {
+  throw ToolError(place + '"' + printable(text) + "\" is not a number");
 }
 
 }  // namespace
@@ -46,31 +83,100 @@ void takeDataFile(Model& model, const std::string& file, Console& console) {
   if (taken == 0) throw ToolError(file + " has no parameter that is updatable in the model");
 }
 
-void takeCsv(Model& model, const std::string& option, Console& console) {
-  const auto equals = option.find('=');
-  if (equals == std::string::npos)
-    throw WrongUseError("--set needs SYMBOL=FILE, not " + printable(option));
-  const std::string file = option.substr(equals + 1);
-  const zdbcc::Symbol target = model.parameter(option.substr(0, equals));
-  const ValueFormat format(model.database().specialValues());
-  std::vector<CsvRow> rows = readCsv(file);
-  bool isFirst = true;
-  for (CsvRow& row : rows) {
-    const std::string place = file + ": row " + std::to_string(row.number) + ": ";
-    const std::string text = row.fields.back();
-    const auto value = format.parse(text);
-    row.fields.pop_back();
-    const bool isHeading = isFirst && !value && !isMeantForAnEntry(model, target, row, rows.size());
-    isFirst = false;
-    if (isHeading) continue;
-    if (!value) throw ToolError(place + '"' + printable(text) + "\" is not a number");
-    try {
-      model.set(target, row.fields, *value);
-    } catch (const std::runtime_error& failure) {
-      throw ToolError(place + failure.what());
+std::string fileOfChange(const std::string& option) {
+  const std::size_t end = endOfName(option);
+  if (end == option.npos) return "";
+  std::string content = trimmed(option.substr(end + 1));
+  return valueOf(content) ? "" : content;
+}
+
+NamedChanges::NamedChanges(const std::vector<std::string>& options) {
+  for (const std::string& option : options) take(option);
+}
+
+void NamedChanges::take(const std::string& option) {
+  const std::size_t end = endOfName(option);
+  const std::string name = trimmed(option.substr(0, end));
+  const std::string content = end == option.npos ? "" : trimmed(option.substr(end + 1));
+  if (name.empty() || content.empty()) {
+    throw WrongUseError("--set needs NAME=FILE or NAME=VALUE, not " + printable(option));
+  }
+  for (const std::string& other : names_) {
+    if (zdb::contract::isSameText(name, other)) {
+      throw WrongUseError("--set " + printable(name) + " is given twice");
     }
   }
-  noteUnmatched(console, file, model.update(target, ZDB_MISSING_KEEP));
+  names_.push_back(name);
+  sources_.push_back({"", values_.size(), {}});
+  if (const std::optional<double> value = valueOf(content)) {
+    values_.push_back({names_.size() - 1, {}, *value});
+  } else {
+    takeFile(content);
+  }
+}
+
+void NamedChanges::takeFile(const std::string& file) {
+  Source& source = sources_.back();
+  source.file = file;
+  std::error_code failed;
+  if (file != "-" && !std::filesystem::exists(file, failed)) {
+    throw ToolError("--set " + names_.back() + ": \"" + printable(file) +
+                    "\" is neither a number nor a file");
+  }
+  const std::vector<CsvRow> rows = readCsv(file);
+  for (const CsvRow& row : rows) {
+    const std::string place = file + ": row " + std::to_string(row.number) + ": ";
+    std::vector<std::string> labels = row.fields;
+    const std::string text = std::move(labels.back());
+    labels.pop_back();
+    const std::optional<double> value = valueOf(text);
+    // Alone, the row of a symbol without labels is its value.
+    const bool mayBeHeading = &row == &rows.front() && (!labels.empty() || rows.size() > 1);
+    if (!value && !mayBeHeading) failValue(place, text);
+    if (!value) {
+      source.heading = std::move(labels);
+      source.headingValue = text;
+      continue;
+    }
+    values_.push_back({names_.size() - 1, std::move(labels), *value});
+    source.rows.push_back(row.number);
+  }
+}
+
+std::string NamedChanges::placeOf(std::size_t value) const {
+  const Source& source = sources_[values_[value].change];
+  if (source.file.empty()) return "--set " + names_[values_[value].change] + ": ";
+  return source.file + ": row " + std::to_string(source.rows[value - source.firstValue]) + ": ";
+}
+
+ChangeScenario NamedChanges::scenario() const {
+  return {"", values_, [this](std::size_t value) { return placeOf(value); }};
+}
+
+/// A first row with the labels of an entry has a misspelt value.
+void NamedChanges::checkHeading(std::size_t change, ChangingModel& model) const {
+  const Source& source = sources_[change];
+  const zdbcc::Database& db = model.model().database();
+  if (source.heading.empty() || !model.hasEntry(change, source.heading)) return;
+  for (const std::string& label : source.heading) {
+    if (label.empty() || !db.findLabel(label)) return;
+  }
+  failValue(source.file + ": row 1: ", source.headingValue);
+}
+
+void NamedChanges::check(ChangingModel& model, Console& console) const {
+  for (std::size_t change = 0; change < names_.size(); ++change) {
+    checkHeading(change, model);
+    const Source& source = sources_[change];
+    const std::string& origin = source.file.empty() ? names_[change] : source.file;
+    if (model.coverage(change).changed == 0) {
+      throw ToolError(origin + " changes nothing: " +
+                      (source.rows.empty() ? "it has no values"
+                                           : "none of its rows is an entry of " + names_[change]));
+    }
+    noteUnmatched(console, origin, model.unknownValues(change));
+    console.note(model.coverageText(change));
+  }
 }
 
 }  // namespace zdb::tool

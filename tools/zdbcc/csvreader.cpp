@@ -14,7 +14,6 @@ constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 30;
 
 std::vector<CsvRow> readCsv(const std::string& file) {
   CsvFormat format;
-  format.separator = ',';
   format.trimsBlanks = true;
   CsvScanner csv(file, format);
   std::vector<CsvRow> rows;

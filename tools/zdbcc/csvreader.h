@@ -11,8 +11,8 @@ struct CsvRow {
   std::vector<std::string> fields;
 };
 
-/// Reads all rows of a CSV file with commas into memory, without blanks around fields. Throws
-/// ToolError for a file that cannot be read or is not CSV.
+/// Reads all rows of a CSV file, with commas, semicolons or tabs, into memory, without blanks
+/// around fields. Throws ToolError for a file that cannot be read or is not CSV.
 std::vector<CsvRow> readCsv(const std::string& file);
 
 }  // namespace zdb::tool

@@ -68,8 +68,9 @@ std::vector<std::string> InfeasibleSet::lines() const {
   const auto rows =
       std::count_if(members_.begin(), members_.end(), [](const Member& m) { return m.isRow; });
   const auto columns = members_.size() - static_cast<std::size_t>(rows);
-  std::string first = counted(static_cast<std::size_t>(rows), "row");
-  if (columns > 0) first += " and bounds of " + counted(columns, "column");
+  std::string first = rows == 0 ? "" : counted(static_cast<std::size_t>(rows), "row");
+  if (columns > 0)
+    first += (rows == 0 ? "bounds of " : " and bounds of ") + counted(columns, "column");
   std::vector<std::string> lines = {first + (isIrreducible_
                                                  ? ": without any one of them there is a solution"
                                                  : ": not all of them may be needed")};

@@ -82,8 +82,8 @@ class Join {
     for (const PartFile& file : files_) copy(file, output);
     NewFileOutput fingerprint(fingerprintFile(options_.output));
     fingerprint.write(files_.front().fingerprint);
-    fingerprint.write(std::string(kCountLine) + ": " + std::to_string(files_[0].scenarios) + '\n');
     fingerprint.write(std::string(kPartLine) + ": " + Part().text() + '\n');
+    fingerprint.write(std::string(kCountLine) + ": " + std::to_string(files_[0].scenarios) + '\n');
     output.publish();
     fingerprint.publish();
   }

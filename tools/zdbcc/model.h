@@ -72,7 +72,9 @@ Option solverOption(std::string Options::*solver) {
           .value = "NAME",
           .kind = Kind::Solver,
           .text = "Solver, as `zdbcc solvers` lists them",
-          .details = "Default: the one of them that is usually fastest for this type of model.",
+          .details =
+              "Default: `clp`, or if the model has integer columns `highs`, or `cbc` where "
+              "that is not installed.",
           .target = into(solver)};
 }
 

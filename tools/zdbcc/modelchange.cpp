@@ -21,17 +21,15 @@ namespace {
 std::optional<Entry> plainEntry(const std::string& name) {
   using namespace zdb::contract;
   const std::string_view text = withoutEndingBlanks(withoutLeadingBlanks(name));
-  const EntryName entry = readEntryName(text, PlainLabels::Anything);
-  const std::string lower = lowerCase(name);  // food[iron].coef[buy] ends as a label does, too
-  const bool isCoefficient =
-      lower.find(".coef[") != lower.npos || lower.find(".coef(") != lower.npos;
-  const bool isPlain = !isCoefficient && entry.fault.empty() && isSymbolName(entry.symbol);
+  const EntryName entry = readEntryName(text, PlainLabels::NoBracketsAndQuotes);
+  const bool isPlain = entry.fault.empty() && isSymbolName(entry.symbol);
   if (!isPlain) return {};
   return Entry{std::string(entry.symbol), entry.labels};
 }
 
 std::vector<const char*> pointersTo(const std::vector<std::string>& labels) {
   std::vector<const char*> pointers;
+  pointers.reserve(labels.size());
   for (const std::string& label : labels) pointers.push_back(label.c_str());
   return pointers;
 }
@@ -102,6 +100,11 @@ void ChangingModel::collectVariants() {
       params.names.push_back(name);
       params.values.push_back(value);
     }
+    if (scenarios_.size() == 1) {
+      onlyParams_ = std::move(params);
+      variantOf_.push_back(-1);
+      return;
+    }
     const auto next = static_cast<int>(variants_.size());
     const auto [place, isNew] =
         params.names.empty() ? std::pair(known.end(), false)
@@ -112,7 +115,7 @@ void ChangingModel::collectVariants() {
 }
 
 void ChangingModel::open() {
-  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, {}, variants_});
+  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, onlyParams_, variants_});
   for (Change& change : changes_) {
     const std::optional<Entry> entry = plainEntry(change.name);
     if (change.number < 0 || !entry) continue;
@@ -158,15 +161,20 @@ Model& ChangingModel::apply(std::size_t scenario) {
 }
 
 void ChangingModel::setAll(Model& model, const ChangeScenario& scenario, bool isChecking) {
+  const bool hasOthers = scenarios_.size() > 1;
   for (const Change& change : changes_) {
-    if (!isChecking && !change.parameter.empty()) model.parameter(change.parameter).clear();
-  }
-  try {
-    for (const ChangedValue& value : scenario.values) {
-      setOne(model, changes_[value.change], value, isChecking);
+    if (hasOthers && !isChecking && !change.parameter.empty()) {
+      model.parameter(change.parameter).clear();
     }
-  } catch (const std::runtime_error& failure) {
-    throw ToolError(scenario.place + failure.what());
+  }
+  for (std::size_t i = 0; i < scenario.values.size(); ++i) {
+    const ChangedValue& value = scenario.values[i];
+    try {
+      setOne(model, changes_[value.change], value, isChecking);
+    } catch (const std::runtime_error& failure) {
+      const std::string place = scenario.placeOf ? scenario.placeOf(i) : "";
+      throw ToolError(scenario.place + place + failure.what());
+    }
   }
 }
 
@@ -205,13 +213,14 @@ bool ChangingModel::hasEntry(std::size_t change, const std::vector<std::string>&
                       static_cast<int>(pointers.size())) == 1;
 }
 
-ChangingModel::Coverage ChangingModel::coverage(std::size_t number) const {
-  const Change& change = changes_[number];
-  Coverage coverage{static_cast<int>(change.changed.size()), 0};
-  if (change.number < 0) {
-    coverage.entries = zkitParamEntries(model_->instance(), change.param.c_str());
+ChangingModel::Coverage ChangingModel::coverage(std::size_t change) const {
+  const Change& asked = changes_[change];
+  Coverage coverage{static_cast<int>(asked.changed.size()), 0};
+  if (asked.number < 0) {
+    const int entries = zkitParamEntries(model_->instance(), asked.param.c_str());
+    coverage.entries = asked.labels.empty() ? entries : 1;
   } else {
-    zkitGetChange(model_->instance(), change.number, nullptr, 0, nullptr, nullptr, nullptr,
+    zkitGetChange(model_->instance(), asked.number, nullptr, 0, nullptr, nullptr, nullptr,
                   &coverage.entries);
   }
   return coverage;

@@ -31,6 +31,8 @@ struct ChangedValue {
 struct ChangeScenario {
   std::string place;  ///< begins messages about it: "prices.csv: row 3: "
   std::vector<ChangedValue> values;
+  /// The same for each of the values, if they have places of their own.
+  std::function<std::string(std::size_t value)> placeOf = {};
 };
 
 /// What becomes of values for entries that the model does not have. A param of a MathProg model
@@ -53,7 +55,8 @@ class ChangingModel {
 
   std::size_t scenarioCount() const { return scenarios_.size(); }
 
-  /// The model with the values of its file, or of the last scenario that fits() it.
+  /// The model with the values of its file, or of the last scenario that fits() it. With a single
+  /// scenario, params have its values from the beginning, which saves a translation.
   Model& model() { return *model_; }
 
   /// Gives the model the values of a scenario, in place, and returns it. Of a scenario that does
@@ -106,9 +109,10 @@ class ChangingModel {
   Prepare prepare_;
   std::vector<std::string> attributes_;  // names that the instance is asked for
   std::vector<ParamValues> variants_;
+  ParamValues onlyParams_;      // of the scenario, if there is only one
   std::vector<int> variantOf_;  // by scenario; -1: none
   std::unique_ptr<Model> model_;
-  std::unique_ptr<Model> own_;  // of a scenario that does not fit
+  std::unique_ptr<Model> own_;  // of the last scenario, if it does not fit
 };
 
 }  // namespace zdb::tool

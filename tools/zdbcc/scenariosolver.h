@@ -66,6 +66,7 @@ class ScenarioSolver {
 
   void requireOneColumnEach() const;
   void open();
+  void requireSolver() const;
   void bindShown();
   void nameColumns();
   ScenarioResult trySolving(std::size_t scenario);

@@ -88,6 +88,7 @@ void printShown(const Shown& shown, const zdbcc::Database& db, Console& console)
   Table table(columns);
   for (const Record& record : recordsOf(shown)) {
     std::vector<std::string> row;
+    row.reserve(columns.size());
     for (int d = 0; d < dim; ++d) row.emplace_back(record.label(d));
     if (dim == 0) row.emplace_back();
     row.push_back(format.tenDigits(record.value(ZDB_LEVEL)));

@@ -43,7 +43,7 @@ constexpr double kLongestExplanation = 10;
 
 std::vector<std::string> inputsOf(const SolveOptions& options) {
   std::vector<std::string> inputs = {options.model.file, options.model.data, options.dataFile};
-  for (const std::string& set : options.sets) inputs.push_back(set.substr(set.find('=') + 1));
+  for (const std::string& set : options.sets) inputs.push_back(fileOfChange(set));
   return inputs;
 }
 
@@ -96,43 +96,55 @@ bool isInfeasible(const Model& model) {
          status == ZKIT_NO_SOLUTION_RETURNED;
 }
 
-/// A model that has been read, from its changes to its solution.
+/// A solve, from the changes of the model to its solution.
 class SolveRun {
  public:
   SolveRun(const SolveOptions& options, Console& console)
-      : options_(options), console_(console), model_(withTexts(options.model)) {}
+      : options_(options),
+        console_(console),
+        changes_(options.sets),
+        changing_(withTexts(options.model), changes_.names(), {changes_.scenario()},
+                  UnknownEntries::Count, [this](Model& model) { prepare(model); }),
+        model_(changing_.apply(0)) {}
 
   ExitCode run() {
-    prepare();
+    changes_.check(changing_, console_);
+    for (const std::string& text : options_.shown) {
+      shown_.push_back(readShown(model_.database(), text));
+    }
     const Interrupt interrupt(model_.instance());
     model_.solve(options_.solver);
     if (options_.explains && isInfeasible(model_)) explain();
     finish();
     if (Interrupt::isRequested()) throw InterruptedError();
     if (model_.isSolved()) return ExitCode::Done;
-    throw ToolError("no optimal solution: " +
-                    std::string(zkitModelStatusText(zkitModelStatus(model_.instance()))));
+    failUnsolved();
   }
 
  private:
-  void prepare() {
-    void* instance = model_.instance();
+  void prepare(Model& model) {
+    void* instance = model.instance();
     if (options_.relaxes) zkitSetModelType(instance, ZKIT_RMIP);
-    if (options_.minimizes || options_.maximizes) turn(options_.minimizes ? 1 : -1);
+    if (options_.minimizes || options_.maximizes) turn(instance, options_.minimizes ? 1 : -1);
     if (options_.logs) zkitSetLog(instance, logLine, &console_);
     options_.limits.apply(instance);
-    if (!options_.dataFile.empty()) takeDataFile(model_, options_.dataFile, console_);
-    for (const std::string& set : options_.sets) takeCsv(model_, set, console_);
-    for (const std::string& text : options_.shown) {
-      shown_.push_back(readShown(model_.database(), text));
-    }
+    if (!options_.dataFile.empty()) takeDataFile(model, options_.dataFile, console_);
   }
 
-  void turn(int direction) {
-    if (zkitObjectiveColumn(model_.instance()) < 0) {
+  void turn(void* instance, int direction) {
+    if (zkitObjectiveColumn(instance) < 0) {
       throw ToolError(options_.model.file + " has no objective, which --min and --max need");
     }
-    zkitSetDirection(model_.instance(), direction);
+    zkitSetDirection(instance, direction);
+  }
+
+  [[noreturn]] void failUnsolved() const {
+    void* instance = model_.instance();
+    std::string text = "no optimal solution: ";
+    text += zkitModelStatusText(zkitModelStatus(instance));
+    const int end = zkitSolveStatus(instance);
+    if (end != ZKIT_COMPLETED) text.append(" (").append(zkitSolveStatusText(end)).append(")");
+    throw ToolError(text);
   }
 
   void explain() {
@@ -167,7 +179,9 @@ class SolveRun {
 
   const SolveOptions& options_;
   Console& console_;
-  Model model_;
+  NamedChanges changes_;
+  ChangingModel changing_;
+  Model& model_;
   std::vector<Shown> shown_;
   std::optional<InfeasibleSet> infeasible_;
 };
@@ -187,13 +201,15 @@ std::vector<Option> solveOptions() {
        .text = "Exchange file with values of updatable parameters",
        .target = into(&SolveOptions::dataFile)},
       {.name = "set",
-       .value = "SYMBOL=FILE",
-       .text = "CSV file, or `-`, with values of an updatable parameter",
-       .details = "Each row has the labels, then the value. A first row that does not end in a "
-                  "number and is not an entry of the model is a heading (for a scalar, a "
-                  "first row that is followed by another), so the output of `zdbcc dump` can "
-                  "be read. Entries without a row keep their values; the number of records "
-                  "without an entry in the model is printed on standard error.",
+       .value = "NAME=VALUE",
+       .text = "What to change, and its value, or a CSV file or `-` with values",
+       .details =
+           "Each row of a file has the labels that NAME leaves open, then the value. A first "
+           "row that does not end in a number and is not an entry of the model is a heading "
+           "(without labels, a first row that is followed by another), so the output of "
+           "`zdbcc dump` can be read. Entries without a row keep their values. How many "
+           "of how many entries change is told on standard error, with the number of rows "
+           "that are not in the model.",
        .target = into(&SolveOptions::sets)},
       {.name = "show",
        .value = "SYMBOL",
@@ -243,34 +259,39 @@ std::vector<Option> solveOptions() {
 }  // namespace
 
 Verb solveVerb() {
-  return {.name = "solve",
-          .summary = "Solves a model file, with changed data if given",
-          .details = R"(Prints the size of the model, the solver, the status, the objective and the
+  static const std::string details =
+      R"(Prints the size of the model, the solver, the status, the objective and the
 number of iterations, of a model with integer columns also the bound of the objective and the gap
 between them; with ten digits, in JSON and files with all. If the model is infeasible, it names rows
 and bounds that exclude each other.
 
-A parameter `p` is updatable if the model has a variable `p_var`.
+)" + std::string(kChangeNames) +
+      R"(
 
 Ctrl-C stops the search; the best solution that was found is printed and written. A second one ends
-the program at once.)",
-          .operands = {modelOperand(&SolveOptions::model)},
-          .options = solveOptions(),
-          .examples = {{"zdbcc solve diet.mod --set price=prices.csv -o solution.zxf",
-                        "With new prices, into a file"},
-                       {"zdbcc solve diet.mod --show buy --show 'energy'",
-                        "With what is bought, and what energy costs"},
-                       {"zdbcc solve plan.mps --solver glpk --time-limit 60 --gap 0.01 -o plan.csv",
-                        "With another solver, for a minute at most"}},
-          .exitCodes = {{ExitCode::Done,
-                         "The solution is optimal, even if there were records without an entry."},
-                        {ExitCode::Failed,
-                         "There is no solution that is known to be optimal, or something failed. "
-                         "What was found within the limits is printed and written."},
-                        {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
-                        {ExitCode::Interrupted,
-                         "Stopped by Ctrl-C. What was found is printed and written."}},
-          .action = runs(runSolve)};
+the program at once.)";
+  return {
+      .name = "solve",
+      .summary = "Solves a model file, with changed data if given",
+      .details = details.c_str(),
+      .operands = {modelOperand(&SolveOptions::model)},
+      .options = solveOptions(),
+      .examples =
+          {{"zdbcc solve diet.mod --set price=prices.csv --set 'need[iron].rhs=12' -o solution.zxf",
+            "With new prices and another need, into a file"},
+           {"zdbcc solve diet.mod --show buy --show 'energy'",
+            "With what is bought, and what energy costs"},
+           {"zdbcc solve plan.mps --solver glpk --time-limit 60 --gap 0.01 -o plan.csv",
+            "With another solver, for a minute at most"}},
+      .exitCodes = {{ExitCode::Done,
+                     "The solution is optimal, even if there were records without an entry."},
+                    {ExitCode::Failed,
+                     "There is no solution that is known to be optimal, or something failed. "
+                     "What was found within the limits is printed and written."},
+                    {ExitCode::WrongUse, "The command line is wrong; nothing was done."},
+                    {ExitCode::Interrupted,
+                     "Stopped by Ctrl-C. What was found is printed and written."}},
+      .action = runs(runSolve)};
 }
 
 }  // namespace zdb::tool

@@ -13,11 +13,15 @@ struct SolversOptions {
 };
 
 void print(const std::vector<SolverInfo>& solvers, Console& console) {
-  Table table({{"solver"}, {"version"}, {"solves"}, {"cannot be used"}});
+  Table table({{"solver"}, {"version"}, {"solves"}});
   for (const SolverInfo& solver : solvers) {
-    table.add({solver.name, solver.version, solver.typesText(), solver.whyNot});
+    table.add({solver.name, solver.version, solver.typesText()});
   }
   table.print(console);
+  for (const SolverInfo& solver : solvers) {
+    if (solver.isUsable()) continue;
+    console.write('\n' + solver.name + " cannot be used: " + printable(solver.whyNot) + '\n');
+  }
 }
 
 void writeJson(const std::vector<SolverInfo>& solvers, Console& console) {

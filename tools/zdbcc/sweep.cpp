@@ -119,11 +119,11 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
     printPlan(solver, options, console);
     return ExitCode::Done;
   }
-  noteChanges(solver, console);
   if (!options.plot.empty()) {
     const NewFileOutput neverPublished(options.plot);
   }
   SweepWriter writer(options, solver, console);
+  noteChanges(solver, console);
   try {
     Solving(solver, writer, options, console).run();
   } catch (const ClosedPipeError&) {

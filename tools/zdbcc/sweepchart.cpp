@@ -60,6 +60,7 @@ Axis axisFor(double least, double most, int intervals) {
 std::string tickText(double value, double step) {
   char text[64];
   const double size = std::max(std::abs(value), step);
+  if (std::abs(value) < step / 2) return "0";
   if (size >= 1e9 || size < 1e-4) {
     const int digits =
         static_cast<int>(std::floor(std::log10(size)) - std::floor(std::log10(step)));
@@ -67,13 +68,13 @@ std::string tickText(double value, double step) {
     return text;
   }
   const int decimals = std::max(0, static_cast<int>(-std::floor(std::log10(step) + 1e-9)));
-  std::snprintf(text, sizeof text, "%.*f", decimals, std::abs(value) < step / 2 ? 0.0 : value);
+  std::snprintf(text, sizeof text, "%.*f", decimals, value);
   return text;
 }
 
 std::string valueText(double value) {
   char text[32];
-  std::snprintf(text, sizeof text, "%.6g", value);
+  std::snprintf(text, sizeof text, "%.10g", value);
   return text;
 }
 
@@ -116,6 +117,8 @@ class Drawing {
     const double most = points_.front().objective;
     const double base = chart.base.value_or(least);
     values_ = axisFor(std::min(least, base), std::max(most, base), 5);
+    // Room for words below the lowest line, which the numbers of the other axis would meet.
+    if (values_.part(std::min(least, base)) < 0.12) values_.low -= values_.step;
   }
 
   void draw() {

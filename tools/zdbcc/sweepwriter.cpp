@@ -63,9 +63,9 @@ std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
   fingerprint.add("--relax", options.relaxes ? "yes" : "no");
   fingerprint.add("--time-limit", textOf(options.limits.seconds));
   fingerprint.add("--gap", textOf(options.limits.gap));
-  fingerprint.add(kCountLine, std::to_string(solver.scenarios().count()));
   fingerprint.add(kPartLine, readPart(options.part).text());
-  return fingerprint.text();
+  // For who joins parts; when something is continued, the hash of the scenarios says as much.
+  return fingerprint.text() + kCountLine + ": " + std::to_string(solver.scenarios().count()) + '\n';
 }
 
 bool isThere(const std::string& file) {
@@ -133,7 +133,7 @@ SweepWriter::SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Co
     const std::string changes = fingerprint.changesSince(readFingerprint(options_.target()));
     if (!changes.empty()) {
       throw ToolError(options_.resumed +
-                      " cannot be resumed: other than when it was begun: " + changes);
+                      " cannot be resumed: changed since it was begun: " + changes);
     }
   }
   isOld ? resume(text) : begin(text);

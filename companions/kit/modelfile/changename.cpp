@@ -14,6 +14,7 @@ namespace zdb::kit::modelfile {
 namespace {
 
 constexpr std::string_view kCoefficient = ".coef";
+constexpr const char* kIndexNeeded = "write .coef[COLUMN] or .coef[COLUMN,LABEL,...]";
 constexpr const char* kAttributes = ".rhs, .lo, .up, .fx, .cost or .coef[COLUMN]";
 
 constexpr std::array<std::pair<std::string_view, Attribute>, 5> kWords = {
@@ -46,7 +47,7 @@ SymbolicName columnOf(std::string_view index, const std::string& written) {
   const std::string_view inside = index.substr(1, index.size() - 2);
   const contract::EntryName entry = contract::readEntryName(index, contract::PlainLabels::Anything);
   if (!entry.fault.empty()) fail(written, entry.fault);
-  if (entry.labels.empty()) fail(written, "write .coef[COLUMN] or .coef[COLUMN,LABEL,...]");
+  if (entry.labels.empty() || entry.labels[0].empty()) fail(written, kIndexNeeded);
   const bool isNested = inside.front() != '\'' && inside.front() != '"' &&
                         entry.labels[0].find_first_of("[(") != std::string::npos;
   if (isNested) return parseName(std::string(inside));
@@ -60,6 +61,7 @@ Attribute attributeOf(std::string_view word, const std::string& written) {
     return isSameText(known.first, word);
   });
   if (found != kWords.end()) return found->second;
+  if (isSameText(word, kCoefficient.substr(1))) fail(written, kIndexNeeded);
   fail(written, "there is no attribute \"." + std::string(word) + "\": use " + kAttributes);
 }
 
@@ -69,6 +71,7 @@ ChangeName parseChange(const std::string& written) {
   const std::string_view text =
       contract::withoutEndingBlanks(contract::withoutLeadingBlanks(written));
   ChangeName name{written, Attribute::Value, {}, {}};
+  if (text.empty() || text.front() == '.') fail(written, "the name of a row or column is missing");
   const std::size_t coefficient = findCoefficient(text);
   if (coefficient != text.npos) {
     name.attribute = Attribute::Coefficient;

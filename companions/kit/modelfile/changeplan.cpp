@@ -366,7 +366,7 @@ class ChangePlanner {
     for (int next = 2;; number = std::to_string(next++)) {
       const std::size_t most = kMaxName - kParameterSuffix.size() - number.size();
       const std::string name = base.substr(0, most) + number;
-      const std::string variable = name + std::string(kParameterSuffix);
+      std::string variable = name + std::string(kParameterSuffix);
       if (!isTaken(name) && !isTaken(variable)) return variable;
     }
   }

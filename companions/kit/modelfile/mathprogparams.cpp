@@ -23,6 +23,9 @@ namespace {
 
 using Tokens = std::span<const Token>;
 
+// Stands for a value that is not there. No model means this number.
+constexpr const char* kNone = "-1.2345e300";
+
 bool isOneOf(const Token& token, std::initializer_list<std::string_view> words) {
   return std::find(words.begin(), words.end(), token.text) != words.end();
 }
@@ -102,6 +105,18 @@ struct Declaration {
 
   bool hasAssignment() const { return assignment < tokens.size(); }
   std::size_t expressionEnd() const { return findOutside(tokens, assignment, {","}); }
+
+  // The default, if it refers to other entries of the param, else nothing.
+  Tokens recursiveDefault() const {
+    for (const Tokens& part : splitAtCommas(tokens.subspan(attributes))) {
+      const Tokens value = part.subspan(findOutside(part, 0, {"default"}));
+      const bool isRecursive = std::any_of(value.begin(), value.end(), [this](const Token& token) {
+        return token.is(tokens[1].text);
+      });
+      if (isRecursive) return value.subspan(1);
+    }
+    return {};
+  }
 
   // All attributes but the default.
   std::string checks() const {
@@ -195,11 +210,10 @@ class Domain {
     }
     for (std::size_t e = 0; e < entries_.size(); ++e) {
       const bool isUnnamed = std::find(unnamed.begin(), unnamed.end(), e) != unnamed.end();
+      std::string names = joined(found[e]);
+      if (found[e].size() != 1) names.insert(0, "(").append(")");
       const std::string set = joined(entries_[e]);
-      const std::string names = joined(found[e]);
-      texts_.push_back(!isUnnamed             ? set
-                       : found[e].size() == 1 ? names + " in " + set
-                                              : "(" + names + ") in " + set);
+      texts_.push_back(isUnnamed ? names.append(" in ").append(set) : set);
     }
   }
 
@@ -389,21 +403,35 @@ class Changer {
       return;
     }
     modelEdits_.replace(declaration.tokens[1], made.old);
+    const Tokens otherwise = declaration.recursiveDefault();
+    const std::string old = made.old + index;
+    const std::string kept = otherwise.empty() ? old
+                                               : "if " + old + " <> " + kNone + " then " + old +
+                                                     " else (" + joined(otherwise) + ")";
+    if (!otherwise.empty()) {
+      replaceText(declaration.tokens[declaration.attributes], declaration.tokens.back(),
+                  std::string(", default ") + kNone);
+    }
     const std::string checks = declaration.checks();
     modelEdits_.insert(declaration.end, " param " + made.name + domain + " " + checks +
-                                            (checks.empty() ? "" : ",") + " :=" + choice +
-                                            made.old + index + ";");
+                                            (checks.empty() ? "" : ",") + " :=" + choice + kept +
+                                            ";");
     renameData(modelText_, modelEdits_, made);
     renameData(dataText_, dataEdits_, made);
   }
 
-  // All indices need names. Lines that the domain went over are added after it.
+  // All indices need names.
   void replaceDomain(const Declaration& declaration, const std::string& domain) {
-    const Token& first = declaration.domain.front();
-    const Token& last = declaration.domain.back();
-    const std::string_view text(model_.data() + first.at, last.end() - first.at);
-    const std::string lines(std::count(text.begin(), text.end(), '\n'), '\n');
-    modelEdits_.replace({text, first.at}, domain.substr(1, domain.size() - 2) + lines);
+    replaceText(declaration.domain.front(), declaration.domain.back(),
+                domain.substr(1, domain.size() - 2));
+  }
+
+  // Keeps the number of lines.
+  void replaceText(const Token& first, const Token& last, const std::string& what) {
+    const std::string_view text = std::string_view(model_).substr(first.at, last.end() - first.at);
+    const auto lines = std::count(text.begin(), text.end(), '\n');
+    modelEdits_.replace({text, first.at},
+                        what + std::string(static_cast<std::size_t>(lines), '\n'));
   }
 
   static void renameData(const MathProgText& text, Edits& edits, const ChangedTexts::Param& made) {
@@ -502,11 +530,15 @@ std::string inUsersTerms(std::string message, const ChangedTexts& texts) {
     const std::size_t end = message.find(" which not within");
     if (at != message.npos && end != message.npos) {
       const std::size_t from = at + contains.size();
-      return message.substr(0, at) + "param " + param.name + " has no entry " +
-             message.substr(from, end - from);
+      std::string labels = message.substr(from, end - from);
+      std::erase(labels, '\'');  // around labels that are numbers as well
+      return message.substr(0, at) + "param " + param.name + kHasNoEntry + labels;
     }
     if (!param.old.empty()) replaceAll(message, param.old, param.name);
   }
+  const std::size_t at = message.find_first_of("0123456789", message.rfind(": ") + 2);
+  const bool isAboutLabels = message.find(" specified for set of dimension ") != message.npos;
+  if (isAboutLabels && at != message.npos) message.insert(at, "in a changed param, ");
   return message;
 }
 

@@ -15,6 +15,9 @@ struct ParamValue {
   double value = 0.0;
 };
 
+/// Stands in messages about an entry of a param that the model does not have.
+inline constexpr const char* kHasNoEntry = " has no entry ";
+
 /// Parses the name of an entry, price[bread]. Throws a ReadError.
 ParamValue paramValue(const std::string& name, double value);
 
@@ -42,11 +45,11 @@ struct ChangedTexts {
 ///
 ///   param p{i in I}, CHECKS := if (i & '') in CHANGES then NEW[i & ''] else OLD[i];
 ///
-/// so that all its checks count for the new values. The labels are compared as texts, since those
-/// of a model may be numbers. CHANGES and NEW are declared before it, and that CHANGES lies in the
-/// domain of p; a note (FileModel::notes) tells how many entries that has: "entries p 12".
-/// Throws a ReadError about a param that is not there, not numeric, or has another number of
-/// labels.
+/// so that all its checks count for the new values. A default that refers to other entries moves to
+/// the new param. The labels are compared as texts, since those of a model may be numbers. CHANGES
+/// and NEW are declared before it, and that CHANGES lies in the domain of p; a note
+/// (FileModel::notes) tells how many entries that has: "entries p 12". Throws a ReadError about a
+/// param that is not there, not numeric, or has another number of labels.
 ChangedTexts changeParams(const std::string& model, const std::string& data,
                           const std::vector<ParamValue>& values);
 

@@ -2,13 +2,21 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <new>
+#include <set>
+#include <thread>
 
+#include "contract/entryname.h"
+#include "contract/guess.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/format.h"
 #include "kit/modelfile/mps.h"
@@ -94,8 +102,12 @@ FileModel readTexts(FileFormat format, const Texts& texts, const std::vector<Par
   return model;
 }
 
-// Notes of entries: "entries NAME COUNT CHANGED".
-void takeNotes(const FileModel& model, kit::NumberByName& entries) {
+// A param without labels has one entry; of the others, the model has noted "entries NAME COUNT".
+void takeEntries(const FileModel& model, const std::vector<ParamValue>& params,
+                 std::map<std::string, int>& entries) {
+  for (const ParamValue& value : params) {
+    if (value.labels.empty()) entries[value.param] = 1;
+  }
   for (const std::string& note : model.notes) {
     std::string_view rest = note;
     if (takeWord(rest) != "entries") continue;
@@ -106,6 +118,55 @@ void takeNotes(const FileModel& model, kit::NumberByName& entries) {
 
 FileFormat format(const FileSource& source, const SourceText& text) {
   return formatOf(source.ending.empty() ? text.name : std::string(source.ending), text.content);
+}
+
+// Labels of rows and columns, which for the most part are those of params as well.
+std::set<std::string> labelsIn(const FileModel& model) {
+  std::set<std::string> labels;
+  const auto take = [&labels](const std::string& name) {
+    const contract::EntryName entry =
+        contract::readEntryName(name, contract::PlainLabels::Anything);
+    labels.insert(entry.labels.begin(), entry.labels.end());
+  };
+  for (const FileColumn& column : model.columns) take(column.name);
+  for (const FileRow& row : model.rows) take(row.name);
+  return labels;
+}
+
+// What may have been meant by the label that the model does not have.
+std::string guessFor(const std::vector<ParamValue>& params, const FileModel& model) {
+  const std::set<std::string> labels = labelsIn(model);
+  for (const ParamValue& value : params) {
+    for (const std::string& label : value.labels) {
+      if (labels.contains(label)) continue;
+      contract::NearestWord nearest(label);
+      for (const std::string& known : labels) nearest.consider(known);
+      if (!nearest.best().empty()) return "; did you mean " + nearest.best() + "?";
+    }
+  }
+  return "";
+}
+
+// Each may take half of the memory.
+constexpr std::size_t kMostAtATime = 4;
+
+// Runs work() in this thread and, to make `count`, in others, which leave signals to the program.
+// Where no thread can be started, there are fewer.
+template <typename Work>
+void runAtATime(std::size_t count, const Work& work) {
+  sigset_t all;
+  sigset_t before;
+  sigfillset(&all);
+  std::vector<std::thread> others;
+  pthread_sigmask(SIG_SETMASK, &all, &before);
+  try {
+    while (others.size() + 1 < count) others.emplace_back(work);
+  } catch (const std::exception&) {
+    // then with those that there are
+  }
+  pthread_sigmask(SIG_SETMASK, &before, nullptr);
+  work();
+  for (std::thread& other : others) other.join();
 }
 
 class Reader {
@@ -128,19 +189,31 @@ class Reader {
 
   ReadModel read() {
     ReadModel result;
-    result.model = readWith(request_.params);
+    result.model = readOwn();
     FileModel& model = result.model;
     if (model.name.empty()) {
       model.name = std::filesystem::path(texts_.model.name).stem().string();
     }
     if (format_ == FileFormat::MathProg) result.params = changeableParams(texts_.model.content);
-    for (const ParamValue& value : request_.params) result.paramEntries[value.param] = 1;
-    takeNotes(model, result.paramEntries);
-    for (const auto& params : request_.variants) readVariant(params, result);
+    takeEntries(model, request_.params, result.paramEntries);
+    readVariants(result);
     return result;
   }
 
  private:
+  FileModel readOwn() const {
+    try {
+      return readWith(request_.params);
+    } catch (const FileError& error) {
+      if (!isUnknownEntry(error)) throw;
+      throw FileError(error.what() + guessFor(request_.params, readWith({})));
+    }
+  }
+
+  static bool isUnknownEntry(const FileError& error) {
+    return std::string(error.what()).find(kHasNoEntry) != std::string::npos;
+  }
+
   FileModel readWith(const std::vector<ParamValue>& params) const {
     try {
       return readTexts(format_, texts_, params, request_.limits);
@@ -149,20 +222,45 @@ class Reader {
     }
   }
 
+  // Some at a time, each in a process and waited for by a thread.
+  void readVariants(ReadModel& result) const {
+    const std::size_t count = request_.variants.size();
+    result.variants.resize(count);
+    std::vector<std::map<std::string, int>> entries(count);
+    std::atomic<std::size_t> next = 0;
+    std::atomic<bool> isOutOfMemory = false;
+    const auto readNext = [&] {
+      for (std::size_t v = next++; v < count; v = next++) {
+        try {
+          result.variants[v] = readVariant(request_.variants[v], result.model, entries[v]);
+        } catch (const std::exception&) {
+          isOutOfMemory = true;
+        }
+      }
+    };
+    runAtATime(std::min<std::size_t>({count, std::thread::hardware_concurrency(), kMostAtATime}),
+               readNext);
+    if (isOutOfMemory) throw std::bad_alloc();
+    for (const std::map<std::string, int>& counted : entries) {
+      result.paramEntries.insert(counted.begin(), counted.end());
+    }
+  }
+
   // A value of the variant replaces that of the model for the same entry.
-  void readVariant(const std::vector<ParamValue>& own, ReadModel& result) const {
+  VariantModel readVariant(const std::vector<ParamValue>& own, const FileModel& base,
+                           std::map<std::string, int>& entries) const {
     std::vector<ParamValue> params = request_.params;
     params.insert(params.end(), own.begin(), own.end());
-    for (const ParamValue& value : own) result.paramEntries.try_emplace(value.param, 1);
     VariantModel variant;
     try {
       const FileModel model = readWith(params);
-      takeNotes(model, result.paramEntries);
-      variant.difference = compareModels(result.model, model);
-    } catch (const std::runtime_error& error) {
+      takeEntries(model, own, entries);
+      variant.difference = compareModels(base, model);
+    } catch (const FileError& error) {
       variant.failure = error.what();
+      if (isUnknownEntry(error)) variant.failure += guessFor(own, base);
     }
-    result.variants.push_back(std::move(variant));
+    return variant;
   }
 
   const ReadRequest& request_;

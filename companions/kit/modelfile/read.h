@@ -3,6 +3,7 @@
 // and the instance is built (build.h). doc/model-files.md describes formats and rules.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -12,7 +13,6 @@
 #include "kit/modelfile/filemodel.h"
 #include "kit/modelfile/limits.h"
 #include "kit/modelfile/mathprogparams.h"
-#include "kit/names.h"
 
 namespace zdb::kit::modelfile {
 
@@ -35,8 +35,9 @@ struct ReadRequest {
 struct ReadModel {
   FileModel model;
   std::vector<VariantModel> variants;
-  std::vector<std::string> params;      ///< of a MathProg model, that can be given values
-  kit::NumberByName paramEntries = {};  ///< how many entries those have that were given values
+  std::vector<std::string> params;  ///< of a MathProg model, that can be given values
+  std::map<std::string, int> paramEntries =
+      {};  ///< how many entries those have that were given values
 };
 
 /// Reads a model and its variants. Throws a FileError, but not for a variant.

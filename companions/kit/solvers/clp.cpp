@@ -3,9 +3,7 @@
 
 #include <ClpFactorization.hpp>
 #include <ClpSimplex.hpp>
-#include <algorithm>
-#include <optional>
-#include <vector>
+#include <memory>
 
 #include "kit/solvers/clpmodel.h"
 #include "kit/solvers/solver.h"
@@ -13,62 +11,6 @@
 namespace zdb::kit {
 
 namespace {
-
-/// All that a simplex goes by when it starts, but for the problem itself.
-class Start {
- public:
-  explicit Start(ClpSimplex& simplex)
-      : status_(simplex.statusArray(), simplex.statusArray() + sizeOf(simplex)),
-        random_(*simplex.randomNumberGenerator()),
-        specialOptions_(simplex.specialOptions()),
-        moreSpecialOptions_(simplex.moreSpecialOptions()),
-        perturbation_(simplex.perturbation()),
-        dualBound_(simplex.dualBound()),
-        infeasibilityCost_(simplex.infeasibilityCost()),
-        frequency_(simplex.factorizationFrequency()) {
-    const auto keep = [](std::vector<double>& kept, const double* values, int count) {
-      kept.assign(values, values + count);
-    };
-    keep(level_, simplex.primalColumnSolution(), simplex.numberColumns());
-    keep(marginal_, simplex.dualColumnSolution(), simplex.numberColumns());
-    keep(rowLevel_, simplex.primalRowSolution(), simplex.numberRows());
-    keep(rowMarginal_, simplex.dualRowSolution(), simplex.numberRows());
-  }
-
-  void restore(ClpSimplex& simplex) const {
-    std::copy(status_.begin(), status_.end(), simplex.statusArray());
-    std::copy(level_.begin(), level_.end(), simplex.primalColumnSolution());
-    std::copy(marginal_.begin(), marginal_.end(), simplex.dualColumnSolution());
-    std::copy(rowLevel_.begin(), rowLevel_.end(), simplex.primalRowSolution());
-    std::copy(rowMarginal_.begin(), rowMarginal_.end(), simplex.dualRowSolution());
-    *simplex.randomNumberGenerator() = random_;
-    simplex.setSpecialOptions(specialOptions_);
-    simplex.setMoreSpecialOptions(moreSpecialOptions_);
-    simplex.setPerturbation(perturbation_);
-    simplex.setDualBound(dualBound_);
-    simplex.setInfeasibilityCost(infeasibilityCost_);
-    simplex.setFactorizationFrequency(frequency_);
-  }
-
- private:
-  static std::size_t sizeOf(const ClpSimplex& simplex) {
-    return static_cast<std::size_t>(simplex.numberColumns()) +
-           static_cast<std::size_t>(simplex.numberRows());
-  }
-
-  std::vector<unsigned char> status_;
-  std::vector<double> level_;
-  std::vector<double> marginal_;
-  std::vector<double> rowLevel_;
-  std::vector<double> rowMarginal_;
-  CoinThreadRandom random_;
-  unsigned int specialOptions_;
-  int moreSpecialOptions_;
-  int perturbation_;
-  double dualBound_;
-  double infeasibilityCost_;
-  int frequency_;
-};
 
 class Clp : public Solver {
  public:
@@ -120,20 +62,20 @@ class Clp : public Solver {
     return outcome;
   }
 
+  // All of it: a simplex goes by more than its basis, such as the order in which coefficients stand
+  // after some have been 0, or what an infeasible model has left.
   bool keepStart() override {
-    start_.emplace(simplex_);
+    start_ = std::make_unique<ClpSimplex>(simplex_);
     return true;
   }
-
-  void goBack(const LinearModel& model, const Changes& changes) override {
-    change(model, changes);
-    start_->restore(simplex_);
+  void goBack(const LinearModel& /*model*/, const Changes& /*changes*/) override {
+    simplex_ = *start_;
   }
 
  private:
   LogHandler messages_;  // of the simplex and of the copies that clp makes of it
   ClpSimplex simplex_;
-  std::optional<Start> start_;
+  std::unique_ptr<ClpSimplex> start_;
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -45,6 +46,7 @@ class Watch {
     return left > 0.0 ? left : kInfinity;
   }
   int iterations() const { return iterations_; }
+  const Log& log() const { return stop_.log(); }
   bool isStopped() const { return isStopped_; }
   Outcome reason() const {
     return stop_.isStopRequested() ? stop_.reason() : Outcome::IterationLimit;
@@ -66,9 +68,15 @@ int iterationsSoFar(int type, const void* dataOut) {
                   : *static_cast<const int*>(item);
 }
 
-void lookAtLimits(int type, const char* /*message*/, const void* dataOut, void* dataIn,
-                  void* watch) {
+// Messages are whole lines.
+void tell(const Log& log, const char* message) {
+  std::istringstream lines(message == nullptr ? "" : message);
+  for (std::string line; std::getline(lines, line);) log.lineFromSolver(line.c_str());
+}
+
+void lookAtLimits(int type, const char* message, const void* dataOut, void* dataIn, void* watch) {
   auto& own = *static_cast<Watch*>(watch);
+  if (type == highs::Logging) return tell(own.log(), message);
   if (dataIn == nullptr || !own.ends(iterationsSoFar(type, dataOut))) return;
   static_cast<highs::CallbackDataIn*>(dataIn)->userInterrupt = 1;
 }
@@ -100,6 +108,7 @@ class Problem {
   Problem() : highs_(api().create()) {
     if (highs_ == nullptr) throw std::bad_alloc();
     set("output_flag", false);
+    set("log_to_console", false);
     set("threads", 1);
     set("parallel", "off");
     set("small_matrix_value", 1e-12);  // the least that it takes
@@ -173,6 +182,8 @@ class Problem {
     api().setCallback(highs_, lookAtLimits, &watch);
     api().startCallback(highs_, highs::SimplexInterrupt);
     api().startCallback(highs_, highs::MipInterrupt);
+    set("output_flag", watch.log().isOn());
+    if (watch.log().isOn()) api().startCallback(highs_, highs::Logging);
     api().zeroAllClocks(highs_);  // which run on from the runs before
     set("time_limit", watch.secondsLeft());
     set("simplex_iteration_limit", watch.left());

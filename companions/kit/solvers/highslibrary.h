@@ -75,7 +75,7 @@ enum ModelStatus {
 };
 enum SolutionStatus { FeasibleSolution = 2 };
 enum BasisStatus { BasisLower = 0, BasisBasic = 1, BasisUpper = 2, BasisZero = 3 };
-enum CallbackType { SimplexInterrupt = 1, MipInterrupt = 6 };
+enum CallbackType { Logging = 0, SimplexInterrupt = 1, MipInterrupt = 6 };
 enum SimplexStrategy { DualSimplex = 1, PrimalSimplex = 4 };
 
 /// Where a callback says that the run has to end: the first member of what HiGHS passes.

@@ -1,6 +1,7 @@
 // Solves that must end early.
 #include <atomic>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 #include "companions/kit/testing.h"
@@ -98,6 +99,40 @@ TEST(KitLimits, Linear_StopAndGoOnFromThere) {
     for (const int status : {ZKIT_INTERRUPTED, ZKIT_COMPLETED}) {  // which it forgets by itself
       EXPECT_EQ(zkitSolve(instance, solver, nullptr, 0), 1);
       EXPECT_EQ(zkitSolveStatus(instance), status);
+    }
+  }
+}
+
+// What a host does with a line, even if that fails, is nothing to a solve.
+TEST(KitLimits, WhatSolversSay_GoesToTheLogLineByLine) {
+  const Silence silence;
+  using Lines = std::vector<std::string>;
+  const auto keep = [](const char* line, void* lines) {
+    static_cast<Lines*>(lines)->emplace_back(line);
+  };
+  const auto fail = [](const char* line, void* /*user*/) { throw std::runtime_error(line); };
+  for (const bool isWhole : {false, true}) {
+    const Model model(isWhole ? "int x 0 9 ; int y 0 9 ; e: 3 x + 7 y >= 12 ; z -inf inf ; min z ; "
+                                "c: z - 2 x - 5 y = 0"
+                              : cover(20));
+    for (const char* solver : isWhole ? mipSolvers() : solvers()) {
+      SCOPED_TRACE(solver);
+      const Instance instance(model);
+      const Hot hot(solver);
+      Lines lines;
+      zkitSetLog(instance, keep, &lines);
+      EXPECT_EQ(hot.solve(instance), 0);
+      EXPECT_GT(lines.size(), 2U);
+      for (const std::string& line : lines) EXPECT_EQ(line.find('\n'), line.npos) << line;
+      const double objective = zkitObjective(instance);
+      lines.clear();
+      for (const zkitLogCallback_t log : {zkitLogCallback_t(nullptr), zkitLogCallback_t(fail)}) {
+        const Instance other(model);
+        zkitSetLog(other, log, &lines);
+        EXPECT_EQ(Hot(solver).solve(other), 0);
+        EXPECT_NEAR(zkitObjective(other), objective, 1e-6);
+        EXPECT_TRUE(lines.empty());
+      }
     }
   }
 }

@@ -60,6 +60,7 @@ FunctionTable makeTable() {
   add("zlxXCreateD", &CzlxXCreateD);
   ADD(zkitModelCreate), ADD(zkitModelFree), ADD(zkitLastError), ADD(zkitAddSymbol);
   ADD(zkitAddColumn), ADD(zkitSetColumnInteger), ADD(zkitAddRow), ADD(zkitAddCoefficient);
+  ADD(zkitAddColumns), ADD(zkitAddRows), ADD(zkitAddCoefficients);
   ADD(zkitAddProduct), ADD(zkitAddConstant), ADD(zkitSetObjective), ADD(zkitModelFinish);
   ADD(zkitFreeInstance), ADD(zkitColumns), ADD(zkitRows), ADD(zkitNonZeros);
   ADD(zkitIntegerColumns), ADD(zkitSetModelType), ADD(zkitModelStatus), ADD(zkitSolveStatus);

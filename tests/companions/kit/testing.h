@@ -87,6 +87,8 @@ class Instance {
   explicit Instance(const Model& model, const char* systemDirectory = nullptr) {
     EXPECT_EQ(zkitModelFinish(model, systemDirectory, &handle_), 1) << zkitLastError(model);
   }
+  // Of a model file, made by the test.
+  explicit Instance(void* handle) : handle_(handle) {}
   ~Instance() { zkitFreeInstance(&handle_); }
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
