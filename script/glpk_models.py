@@ -45,13 +45,14 @@ def models(folder: Path) -> list[tuple[Path, Path | None]]:
         if file.suffix in (".mps", ".lp"):
             found.append((file, None))
         elif file.suffix == ".mod":
-            data = sorted(file.parent.glob("*.dat")) if needs_data(file) else [None]
-            found += [(file, one) for one in data]
+            found += [(file, data) for data in data_files(file)]
     return found
 
 
-def needs_data(file: Path) -> bool:
-    return file.parent.name == "pbn" or file.stem == "misp"
+def data_files(file: Path) -> list[Path | None]:
+    """What a MathProg model is solved with: two of them have no data of their own."""
+    pattern = {"pbn": "*.dat", "misp": "misp*.dat"}.get(file.stem)
+    return [None] if pattern is None else [*sorted(file.parent.glob(pattern))]
 
 
 def solve(zdbcc: str, model: Path, data: Path | None, solver: str, limit: float) -> Result:

@@ -167,6 +167,25 @@ void* makeWide(int columns) {
   return model.finish();
 }
 
+void* makeBroad(int columns) {
+  constexpr int kLimits = 50;
+  std::mt19937 random(5);
+  Builder model;
+  const int cost = model.objective();
+  const int limit = model.symbol("limit", ZKIT_EQUATION, 1);
+  for (int i = 1; i <= kLimits; ++i) model.row(limit, {i}, ZKIT_LESS, columns / 100.0);
+  const int x = model.symbol("x", ZKIT_VARIABLE, 1);
+  const int fee = model.column(model.symbol("fee_var", ZKIT_VARIABLE, 1), {1}, 0, kInfinite, 1);
+  for (int k = 1; k <= columns; ++k) {
+    const int column = model.column(x, {k}, 0, 1, 0);
+    k == 1 ? model.product(cost, fee, column, 1) : model.set(cost, column, -uniform(random, 1, 2));
+    for (int n = 0; n < 2; ++n) {
+      model.set(1 + static_cast<int>(random() % kLimits), column, uniform(random, 0.5, 1));
+    }
+  }
+  return model.finish();
+}
+
 namespace {
 
 std::vector<double> changed(const std::vector<double>& base, double spread, int number,

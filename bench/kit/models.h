@@ -40,6 +40,9 @@ std::vector<double> baseNeeds();
 /// One row over `columns` columns, each with a coefficient that is the parameter weight(column).
 void* makeWide(int columns);
 
+/// 50 limits over `columns` columns, each in two of them, the first with the cost fee(1).
+void* makeBroad(int columns);
+
 /// Values up to `spread` more or less than the base values, different in each scenario.
 std::vector<double> scenario(const std::vector<double>& base, double spread, int number);
 /// The same for one in ten of the values; the others are the base values.

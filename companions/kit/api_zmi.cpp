@@ -57,6 +57,15 @@ double asStored(double bound) {
   return bound <= -largest ? -std::numeric_limits<double>::infinity() : bound;
 }
 
+int setAltBound(zmiHandle instance, int column, double ColumnBounds::*field, double value) {
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
+    if (!own.hasColumn(column)) return 0;
+    own.boundLog.note(column, own.columns.size());
+    own.bounds[column].*field = asStored(value);
+    return 1;
+  });
+}
+
 double asShown(const Instance& instance, double bound) {
   if (bound == std::numeric_limits<double>::infinity()) return instance.view.plusInfinity;
   return bound == -std::numeric_limits<double>::infinity() ? instance.view.minusInfinity : bound;
@@ -213,11 +222,11 @@ int CzmiSetVarLOne(zmiHandle instance, int column, double value) {
 }
 
 int CzmiSetAltVarLowerOne(zmiHandle instance, int column, double value) {
-  return set(columnAt(instance, column), &ColumnState::altLower, asStored(value));
+  return setAltBound(instance, column, &ColumnBounds::altLower, value);
 }
 
 int CzmiSetAltVarUpperOne(zmiHandle instance, int column, double value) {
-  return set(columnAt(instance, column), &ColumnState::altUpper, asStored(value));
+  return setAltBound(instance, column, &ColumnBounds::altUpper, value);
 }
 
 int CzmiSetEquLOne(zmiHandle instance, int row, double value) {

@@ -92,10 +92,17 @@ void checkValue(const ChangeInfo& info, double value) {
   throw KitError(info.name + " cannot be " + text);
 }
 
-void set(ColumnState& column, int action, double value) {
-  if (action != SetUpper) column.lower = column.altLower = value;
-  if (action != SetLower) column.upper = column.altUpper = value;
-  if (action == SetValue) column.level = value;
+/// To be changed.
+ColumnBounds& boundsOf(Instance& instance, int column) {
+  instance.boundLog.note(column, instance.columns.size());
+  return instance.bounds[static_cast<std::size_t>(column)];
+}
+
+void set(Instance& instance, int column, int action, double value) {
+  ColumnBounds& bounds = boundsOf(instance, column);
+  if (action != SetUpper) bounds.lower = bounds.altLower = value;
+  if (action != SetLower) bounds.upper = bounds.altUpper = value;
+  if (action == SetValue) instance.columns[static_cast<std::size_t>(column)].level = value;
 }
 
 double asBound(double value) {
@@ -104,12 +111,12 @@ double asBound(double value) {
 
 void apply(Instance& instance, const Patch& patch) {
   for (const auto& [column, lower, upper] : patch.columns) {
-    ColumnState& state = instance.columns[static_cast<std::size_t>(column)];
-    state.lower = state.altLower = lower;
-    state.upper = state.altUpper = upper;
+    ColumnBounds& bounds = boundsOf(instance, column);
+    bounds.lower = bounds.altLower = lower;
+    bounds.upper = bounds.altUpper = upper;
   }
   for (const auto& [column, level] : patch.levels) {
-    set(instance.columns[static_cast<std::size_t>(column)], SetValue, level);
+    set(instance, column, SetValue, level);
   }
   for (const auto& [row, rhs] : patch.rhs) instance.rows[static_cast<std::size_t>(row)].rhs = rhs;
   for (const auto& [row, constant] : patch.constants) {
@@ -133,9 +140,10 @@ void setChanged(Instance& instance, int change, std::span<const char* const> lab
   const int number = columnOf(instance, info, all);
   if (number < 0) failUnknown(instance, info, all);
   checkValue(info, value);
-  ColumnState& column = instance.columns[static_cast<std::size_t>(number)];
-  instance.changedColumns.try_emplace(number, column);
-  set(column, info.action, asBound(value));
+  const auto column = static_cast<std::size_t>(number);
+  instance.changedColumns.try_emplace(
+      number, ChangedColumn{instance.columns[column].level, instance.bounds[column]});
+  set(instance, number, info.action, asBound(value));
 }
 
 void useVariant(Instance& instance, int variant) {
@@ -154,12 +162,9 @@ void useVariant(Instance& instance, int variant) {
 
 void restoreChanged(Instance& instance) {
   for (const auto& [number, before] : instance.changedColumns) {
-    ColumnState& column = instance.columns[static_cast<std::size_t>(number)];
-    column.lower = before.lower;
-    column.upper = before.upper;
-    column.altLower = before.altLower;
-    column.altUpper = before.altUpper;
-    if (instance.isParameter[static_cast<std::size_t>(number)] != 0) column.level = before.level;
+    boundsOf(instance, number) = before.bounds;
+    const auto column = static_cast<std::size_t>(number);
+    if (instance.isParameter[column] != 0) instance.columns[column].level = before.level;
   }
   instance.changedColumns.clear();
 }

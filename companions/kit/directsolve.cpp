@@ -16,12 +16,31 @@ bool areFinite(const std::vector<double>& values) {
   return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
+bool areFinite(const std::vector<double>& values, const std::vector<int>& places) {
+  return std::all_of(places.begin(), places.end(), [&](int k) { return std::isfinite(values[k]); });
+}
+
 // An infinite bound is one on its own side only; NaN is none.
+bool areBounds(double lower, double upper) {
+  return lower < INFINITY && upper > -INFINITY;
+}
+
 bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper) {
   for (std::size_t k = 0; k < lower.size(); ++k) {
-    if (!(lower[k] < INFINITY) || !(upper[k] > -INFINITY)) return false;
+    if (!areBounds(lower[k], upper[k])) return false;
   }
   return true;
+}
+
+bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper,
+               const std::vector<int>& places) {
+  return std::all_of(places.begin(), places.end(),
+                     [&](int k) { return areBounds(lower[k], upper[k]); });
+}
+
+void require(bool areUsable) {
+  if (areUsable) return;
+  throw KitError("A parameter or bound is infinite or not a number: the model cannot be solved");
 }
 
 bool isBetween(double value, double lower, double upper) {
@@ -29,7 +48,7 @@ bool isBetween(double value, double lower, double upper) {
   return value >= lower - slack && value <= upper + slack;
 }
 
-// Bounds that exclude each other; those of integer columns may do so only as integers.
+// Of bounds that exclude each other; those of integer columns may do so only as integers.
 std::optional<Outcome> checkBounds(const LinearModel& model) {
   std::optional<Outcome> outcome;
   for (std::size_t k = 0; k < model.lower.size(); ++k) {
@@ -72,18 +91,32 @@ Outcome solveColumns(const LinearModel& model, Solution& solution) {
 }  // namespace
 
 void checkNumbers(const LinearModel& model) {
-  if (areFinite(model.cost) && areFinite(model.values) && areBounds(model.lower, model.upper) &&
-      areBounds(model.rowLower, model.rowUpper)) {
-    return;
-  }
-  throw KitError("A parameter or bound is infinite or not a number: the model cannot be solved");
+  require(areFinite(model.cost) && areFinite(model.values) && areBounds(model.lower, model.upper) &&
+          areBounds(model.rowLower, model.rowUpper));
 }
 
-std::optional<Outcome> solveDirectly(const LinearModel& model, Solution& solution) {
-  if (const std::optional<Outcome> excluded = checkBounds(model)) return excluded;
+void checkNumbers(const LinearModel& model, const Changes& changes) {
+  require(areFinite(model.cost, changes.costs) && areFinite(model.values, changes.places) &&
+          areBounds(model.lower, model.upper, changes.columns) &&
+          areBounds(model.rowLower, model.rowUpper, changes.rows));
+}
+
+bool hasExcludingBounds(const LinearModel& model) {
+  return checkBounds(model).has_value();
+}
+
+bool hasExcludingBounds(const LinearModel& model, const Changes& changes) {
+  return std::any_of(changes.columns.begin(), changes.columns.end(),
+                     [&](int j) { return model.lower[j] > model.upper[j]; });
+}
+
+std::optional<Outcome> solveDirectly(const LinearModel& model, bool areBoundsExcluding,
+                                     Solution& solution) {
+  if (areBoundsExcluding) return checkBounds(model);
   const bool isEmpty = std::all_of(model.values.begin(), model.values.end(),
                                    [](double value) { return value == 0.0; });
   if (!isEmpty) return {};
+  solution.resize(model.columnCount(), model.rowCount());
   return areRowsFeasible(model) ? solveColumns(model, solution) : Outcome::Infeasible;
 }
 

@@ -258,7 +258,8 @@ InfeasibleSet findInfeasibleSet(Instance& instance, double seconds) {
   const bool isByItself = !instance.view.isForcedLinear;
   if (isByItself) instance.updateLinear();
   LinearForm form(instance);
-  form.refresh(instance, isByItself);
+  Changes changes;
+  form.refresh(instance, isByItself, changes);
   LinearModel model = form.model();
   checkNumbers(model);
   model.isInteger.clear();

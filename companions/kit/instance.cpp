@@ -32,8 +32,10 @@ Instance::Instance(const ModelData& model, const char* systemDirectory)
     dictionary.setUserInfo(i, subtypeOf(model, dictionary.symbol(i)));
   }
   columns.reserve(model.columns.size());
+  bounds.reserve(model.columns.size());
   for (const ColumnData& column : model.columns) {
-    columns.push_back({column.level, 0.0, column.lower, column.upper, column.lower, column.upper});
+    columns.push_back({column.level});
+    bounds.push_back({column.lower, column.upper, column.lower, column.upper});
     isInteger.push_back(column.isInteger ? 1 : 0);
     isParameter.push_back(column.isParameter ? 1 : 0);
   }

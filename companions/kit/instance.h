@@ -20,15 +20,25 @@ enum ModelType : int { LpModel = 1, MipModel = 2, RmipModel = 3 };
 
 inline constexpr double kUnknown = std::numeric_limits<double>::quiet_NaN();
 
+/// Apart from the bounds, so that storing a solution touches less memory.
 struct ColumnState {
   double level = 0.0;
   double marginal = 0.0;
+  int status = EntryOk;
+  int basis = AtLower;
+};
+
+struct ColumnBounds {
   double lower = 0.0;  ///< infinite bounds are infinities, here and below
   double upper = 0.0;
   double altLower = 0.0;
   double altUpper = 0.0;
-  int status = EntryOk;
-  int basis = AtLower;
+};
+
+/// What a column was before a host changed it.
+struct ChangedColumn {
+  double level;
+  ColumnBounds bounds;
 };
 
 struct RowState {
@@ -91,6 +101,26 @@ struct Variant {
   Patch patch;          ///< of one that fits
 };
 
+/// Columns whose bounds were set, for whoever has seen the bounds before: entries from the place
+/// where it stopped reading, if the log is still the same one.
+class BoundLog {
+ public:
+  void note(int column, std::size_t columns) {
+    if (entries_.size() >= columns) restart();
+    entries_.push_back(column);
+  }
+  void restart() {
+    entries_.clear();
+    ++number_;
+  }
+  const std::vector<int>& entries() const { return entries_; }
+  int number() const { return number_; }
+
+ private:
+  std::vector<int> entries_;  ///< at most as many as there are columns
+  int number_ = 0;
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -106,10 +136,10 @@ class Instance {
 
   /// What a solve uses.
   double lower(int column) const {
-    return view.usesAltBounds ? columns[column].altLower : columns[column].lower;
+    return view.usesAltBounds ? bounds[column].altLower : bounds[column].lower;
   }
   double upper(int column) const {
-    return view.usesAltBounds ? columns[column].altUpper : columns[column].upper;
+    return view.usesAltBounds ? bounds[column].altUpper : bounds[column].upper;
   }
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
@@ -130,6 +160,7 @@ class Instance {
   Dictionary dictionary;
   Environment environment;
   std::vector<ColumnState> columns;
+  std::vector<ColumnBounds> bounds;  ///< of each column
   std::vector<RowState> rows;
   std::vector<char> isInteger;
   std::vector<char> isParameter;
@@ -141,8 +172,8 @@ class Instance {
   Patch base;                               ///< the model's own values of all that variants change
   int variant = -1;                         ///< in use; -1: none
   std::map<std::string, int> paramEntries;  ///< how many entries params have that were given values
-  std::unordered_map<int, ColumnState> changedColumns;  ///< as they were, see changes.h
-  std::vector<double> ownConstants;                     ///< of each row, without parameters
+  std::unordered_map<int, ChangedColumn> changedColumns;  ///< as they were, see changes.h
+  std::vector<double> ownConstants;                       ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update
 
   int objective = -1;
@@ -154,6 +185,7 @@ class Instance {
 
   View view;
   std::optional<View> storedView;
+  BoundLog boundLog;
 
   int modelStatus = kNotSolved.model;
   int solveStatus = kNotSolved.solve;

@@ -19,14 +19,11 @@ std::vector<char> changingFlags(const Instance& instance) {
   return flags;
 }
 
-// Some solvers reject fractional bounds of integer columns.
-void roundBounds(LinearModel& model) {
-  constexpr double tolerance = 1e-9;
-  for (std::size_t k = 0; k < model.lower.size(); ++k) {
-    if (model.isInteger[k] == 0) continue;
-    model.lower[k] = std::ceil(model.lower[k] - tolerance);
-    model.upper[k] = std::floor(model.upper[k] + tolerance);
-  }
+// Whether it was another value, which it is set to.
+bool update(double& value, double newValue) {
+  const bool isOther = value != newValue;  // true for NaN
+  value = newValue;
+  return isOther;
 }
 
 }  // namespace
@@ -40,6 +37,7 @@ LinearForm::LinearForm(const Instance& instance)
     rowNumbers[i] = static_cast<int>(rows_.size());
     rows_.push_back(i);
   }
+  numbers_.assign(instance.columns.size(), -1);
   const std::vector<char> isChanging = changingFlags(instance);
   model_.rows.reserve(instance.matrix.rows.size());
   model_.values.reserve(instance.matrix.rows.size());
@@ -77,10 +75,12 @@ void LinearForm::takeColumn(const Instance& instance, int column,
   const Matrix& matrix = instance.matrix;
   const int number = static_cast<int>(columns_.size());
   columns_.push_back(column);
+  numbers_[column] = number;
   for (int place = matrix.starts[column]; place < matrix.starts[column + 1]; ++place) {
     const int row = matrix.rows[place];
     if (row == objectiveRow_) {
       costs_.push_back({number, place});
+      if (isChanging[place] != 0) changingCosts_.push_back(costs_.back());
       continue;
     }
     const int target = static_cast<int>(model_.rows.size());
@@ -105,31 +105,76 @@ bool LinearForm::fits(const Instance& instance) const {
          (objectiveRow_ < 0 || isFree(instance, instance.objective));
 }
 
-void LinearForm::refresh(const Instance& instance, bool subtractsConstants) {
-  for (const Source& source : costs_) {
-    model_.cost[source.target] =
-        -instance.direction * instance.matrix.values[source.place] / objectiveFactor_;
+void LinearForm::refresh(const Instance& instance, bool subtractsConstants, Changes& changes) {
+  refreshCosts(instance, changes);
+  for (std::size_t k = 0; k < changing_.size(); ++k) {
+    const Source& source = changing_[k];
+    if (!update(model_.values[source.target], instance.matrix.values[source.place])) continue;
+    changes.places.push_back(source.target);
+    changes.placeColumns.push_back(changingColumns_[k]);
   }
-  if (objectiveColumn_ >= 0) model_.cost[objectiveColumn_] = instance.direction;
-  for (const Source& source : changing_) {
-    model_.values[source.target] = instance.matrix.values[source.place];
-  }
-  for (std::size_t k = 0; k < columns_.size(); ++k) {
-    model_.lower[k] = instance.lower(columns_[k]);
-    model_.upper[k] = instance.upper(columns_[k]);
-  }
-  if (isInteger_) roundBounds(model_);
+  refreshBounds(instance, changes);
   const auto rhs = [&](int row) {
     return subtractsConstants ? instance.rhs(row) - instance.constants[row] : instance.rhs(row);
   };
   for (std::size_t k = 0; k < rows_.size(); ++k) {
     const int type = instance.rows[rows_[k]].type;
     const double value = rhs(rows_[k]);
-    model_.rowLower[k] = type == EqualRow || type == GreaterRow ? value : -kInfinity;
-    model_.rowUpper[k] = type == EqualRow || type == LessRow ? value : kInfinity;
+    const bool hasLower = type == EqualRow || type == GreaterRow;
+    const bool hasUpper = type == EqualRow || type == LessRow;
+    const bool isOtherLower = update(model_.rowLower[k], hasLower ? value : -kInfinity);
+    const bool isOtherUpper = update(model_.rowUpper[k], hasUpper ? value : kInfinity);
+    if (isOtherLower || isOtherUpper) changes.rows.push_back(static_cast<int>(k));
   }
   if (objectiveRow_ >= 0) objectiveRhs_ = rhs(objectiveRow_);
   model_.offset = offset(instance);
+  isFresh_ = true;
+}
+
+void LinearForm::refreshCosts(const Instance& instance, Changes& changes) {
+  const int direction = instance.direction;
+  const bool isAll = direction != direction_;
+  for (const Source& source : isAll ? costs_ : changingCosts_) {
+    const double cost = -direction * instance.matrix.values[source.place] / objectiveFactor_;
+    if (update(model_.cost[source.target], cost)) changes.costs.push_back(source.target);
+  }
+  const bool isOwn = isAll && objectiveColumn_ >= 0;
+  if (isOwn && update(model_.cost[objectiveColumn_], direction)) {
+    changes.costs.push_back(objectiveColumn_);
+  }
+  direction_ = direction;
+}
+
+void LinearForm::refreshBounds(const Instance& instance, Changes& changes) {
+  const BoundLog& log = instance.boundLog;
+  const bool usesAlt = instance.view.usesAltBounds;
+  const bool isSeen = isFresh_ && usesAlt == usedAltBounds_ && log.number() == logNumber_;
+  if (!isSeen) {
+    const int count = static_cast<int>(columns_.size());
+    for (int k = 0; k < count; ++k) refreshColumn(instance, k, changes);
+  } else {
+    for (std::size_t place = logPlace_; place < log.entries().size(); ++place) {
+      const int number = numbers_[log.entries()[place]];
+      if (number >= 0) refreshColumn(instance, number, changes);
+    }
+  }
+  usedAltBounds_ = usesAlt;
+  logNumber_ = log.number();
+  logPlace_ = log.entries().size();
+}
+
+// Some solvers reject fractional bounds of integer columns.
+void LinearForm::refreshColumn(const Instance& instance, int number, Changes& changes) {
+  constexpr double tolerance = 1e-9;
+  double lower = instance.lower(columns_[number]);
+  double upper = instance.upper(columns_[number]);
+  if (isInteger_ && model_.isInteger[number] != 0) {
+    lower = std::ceil(lower - tolerance);
+    upper = std::floor(upper + tolerance);
+  }
+  const bool isOtherLower = update(model_.lower[number], lower);
+  const bool isOtherUpper = update(model_.upper[number], upper);
+  if (isOtherLower || isOtherUpper) changes.columns.push_back(number);
 }
 
 // What of the objective no column of the model accounts for.
@@ -165,13 +210,19 @@ void LinearForm::store(const Solution& solution, bool isOptimal, Instance& insta
   storeParameters(instance);
 }
 
-void LinearForm::storeObjective(const Solution& solution, Instance& instance) const {
-  double level = objectiveRhs_;
-  for (const Source& source : costs_) {
-    level -= instance.matrix.values[source.place] * solution.level[source.target];
+// In four sums, which do not wait for each other.
+double LinearForm::costOf(const Solution& solution) const {
+  double sums[4] = {};
+  for (std::size_t k = 0; k < columns_.size(); ++k) {
+    sums[k % 4] += model_.cost[k] * solution.level[k];
   }
+  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
+}
+
+void LinearForm::storeObjective(const Solution& solution, Instance& instance) const {
+  const double level = instance.direction * (costOf(solution) + model_.offset);
   ColumnState& objective = instance.columns[instance.objective];
-  objective.level = level / objectiveFactor_;
+  objective.level = level;
   objective.marginal = 0.0;
   objective.status = EntryOk;
   objective.basis = Basic;

@@ -19,9 +19,11 @@ class LinearForm {
   /// and the objective, if it was left out, still has no bounds.
   bool fits(const Instance& instance) const;
 
-  /// Copies everything that may change while the form fits. If asked to, subtracts the `constants`
-  /// of the rows from their right-hand sides.
-  void refresh(const Instance& instance, bool subtractsConstants);
+  /// Takes over everything that may have changed while the form fits, and adds to the changes what
+  /// has, in any order. If asked to, subtracts the `constants` of the rows from their right-hand
+  /// sides. Takes time in the number of rows, of coefficients that parameters change and of bounds
+  /// that were set since the last time; the first time, in the size of the model.
+  void refresh(const Instance& instance, bool subtractsConstants, Changes& changes);
 
   /// Writes levels and marginals into the instance.
   void store(const Solution& solution, bool isOptimal, Instance& instance) const;
@@ -38,7 +40,11 @@ class LinearForm {
   void findObjectiveRow(const Instance& instance);
   void takeColumn(const Instance& instance, int column, const std::vector<int>& rowNumbers,
                   const std::vector<char>& isChanging);
+  void refreshCosts(const Instance& instance, Changes& changes);
+  void refreshBounds(const Instance& instance, Changes& changes);
+  void refreshColumn(const Instance& instance, int number, Changes& changes);
   double offset(const Instance& instance) const;
+  double costOf(const Solution& solution) const;
   void storeObjective(const Solution& solution, Instance& instance) const;
   void storeParameters(Instance& instance) const;
 
@@ -56,11 +62,19 @@ class LinearForm {
   std::vector<int> columns_;    ///< numbers in the instance, here and below
   std::vector<int> parameters_;
   std::vector<int> rows_;
+  std::vector<int> numbers_;  ///< the other way round: of columns, -1 for those that are not here
   std::vector<Source> costs_;
+  std::vector<Source> changingCosts_;  ///< those of them that parameters change
   std::vector<Source> changing_;
   std::vector<int> changingPlaces_;
   std::vector<int> changingColumns_;
   LinearModel model_;
+  // What the last refresh has seen.
+  bool isFresh_ = false;
+  bool usedAltBounds_ = false;
+  int direction_ = 0;
+  int logNumber_ = -1;
+  std::size_t logPlace_ = 0;
 };
 
 }  // namespace zdb::kit

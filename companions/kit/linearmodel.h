@@ -31,7 +31,8 @@ struct LinearModel {
   int rowCount() const { return static_cast<int>(rowLower.size()); }
 };
 
-/// How a model differs from the one that a solver has loaded. Lists are in ascending order.
+/// How a model differs from the one that a solver has loaded. For solvers, lists are in ascending
+/// order and without duplicates.
 struct Changes {
   std::vector<int> costs;         ///< columns
   std::vector<int> columns;       ///< whose bounds changed
@@ -39,6 +40,9 @@ struct Changes {
   std::vector<int> places;        ///< of coefficients
   std::vector<int> placeColumns;  ///< the column of each of these
 
+  bool isEmpty() const {
+    return costs.empty() && columns.empty() && rows.empty() && places.empty();
+  }
   bool needsDualStart() const { return !columns.empty() || !rows.empty(); }
   void clear() {
     for (std::vector<int>* list : {&costs, &columns, &rows, &places, &placeColumns}) list->clear();

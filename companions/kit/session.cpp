@@ -1,8 +1,9 @@
 #include "kit/session.h"
 
 #include <algorithm>
-#include <cmath>
+#include <functional>
 #include <string>
+#include <utility>
 
 #include "kit/directsolve.h"
 #include "kit/error.h"
@@ -11,6 +12,13 @@
 namespace zdb::kit {
 
 namespace {
+
+// Puts numbers in order, without duplicates. Those of one solve are in order as a rule.
+void order(std::vector<int>& list) {
+  if (std::adjacent_find(list.begin(), list.end(), std::greater_equal<>()) == list.end()) return;
+  std::sort(list.begin(), list.end());
+  list.erase(std::unique(list.begin(), list.end()), list.end());
+}
 
 void compare(const std::vector<double>& a, const std::vector<double>& b, std::vector<int>& list) {
   for (std::size_t k = 0; k < a.size(); ++k) {
@@ -47,6 +55,8 @@ void Session::load(Instance& instance) {
 
 void Session::makeForm(const Instance& instance) {
   form_.emplace(instance);
+  changes_.clear();
+  isChecked_ = false;
   isLoaded_ = false;
   hasBasis_ = false;
   isFirst_ = true;
@@ -84,15 +94,19 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   const bool isByItself = !instance.view.isForcedLinear;
   if (isByItself) instance.updateLinear();
   if (!form_.has_value() || !form_->fits(instance)) load(instance);
-  form_->refresh(instance, isByItself);
+  refresh(instance, isByItself);
   const LinearModel& model = form_->model();
-  checkNumbers(model);
-  solution_.resize(model.columnCount(), model.rowCount());
+  const bool isSameSize = solution_.level.size() == model.lower.size() &&
+                          solution_.rowLevel.size() == model.rowLower.size();
+  // Of a linear model, a solve sets all of it.
+  if (!isSameSize || !model.isInteger.empty()) {
+    solution_.resize(model.columnCount(), model.rowCount());
+  }
   solution_.hasLevels = false;
   solution_.iterations = 0;
   solution_.bound = kUnknown;
   startsAtFirst_ = instance.startsAtFirst;
-  const std::optional<Outcome> known = solveDirectly(model, solution_);
+  const std::optional<Outcome> known = solveDirectly(model, areBoundsExcluding_, solution_);
   const Outcome outcome = known.has_value() ? *known : callSolver(stop);
   isFirst_ = false;
   const Statuses statuses = statusesOf(outcome, solution_.hasLevels, instance.isSolvedAsInteger());
@@ -118,19 +132,37 @@ void Session::storeBound(Outcome outcome, const StopToken& stop, Instance& insta
   instance.setBound(isOptimal || isStopped ? bound : kUnknown, solution_.hasLevels);
 }
 
+// What has changed since the solver was told, and whether the numbers are usable. What was not is
+// looked for everywhere the next time.
+void Session::refresh(const Instance& instance, bool subtractsConstants) {
+  const bool isKnown = std::exchange(isChecked_, false);
+  form_->refresh(instance, subtractsConstants, changes_);
+  const LinearModel& model = form_->model();
+  if (isKnown) {
+    checkNumbers(model, changes_);
+    if (areBoundsExcluding_ || hasExcludingBounds(model, changes_)) {
+      areBoundsExcluding_ = hasExcludingBounds(model);
+    }
+  } else {
+    checkNumbers(model);
+    areBoundsExcluding_ = hasExcludingBounds(model);
+  }
+  isChecked_ = true;
+}
+
 Outcome Session::callSolver(const StopToken& stop) {
   const LinearModel& model = form_->model();
   if (startsAtFirst_ && !isFirst_) goBack();
   const bool isHot = isLoaded_;
+  orderChanges();
   if (isHot) {
-    findChanges(model);
     solver_->change(model, changes_);
   } else {
-    changes_.clear();
     solver_->load(model);
   }
-  remember(model);
+  isLoaded_ = engine_.worksInPlace;
   const Outcome outcome = solver_->solve(isHot && hasBasis_ ? &changes_ : nullptr, stop, solution_);
+  changes_.clear();
   hasBasis_ = !isFailure(outcome) && outcome != Outcome::Stopped;
   if (startsAtFirst_ && isFirst_) keepStart(outcome);
   return outcome;
@@ -143,54 +175,45 @@ void Session::goBack() {
     isLoaded_ = false;
     return;
   }
+  solver_->goBack(*start_);
   findChanges(*start_);
-  solver_->goBack(*start_, changes_);
-  remember(*start_);
   hasBasis_ = true;
 }
 
 void Session::keepStart(Outcome outcome) {
   const bool hasEnded = outcome == Outcome::Optimal || outcome == Outcome::Infeasible ||
-                        outcome == Outcome::Unbounded || outcome == Outcome::IntegerInfeasible;
+                        outcome == Outcome::Unbounded || outcome == Outcome::IntegerInfeasible ||
+                        outcome == Outcome::InfeasibleOrUnbounded;
   if (engine_.worksInPlace && hasEnded && solver_->keepStart()) start_ = form_->model();
 }
 
-void Session::findChanges(const LinearModel& model) {
+// What leads from an earlier model to this one.
+void Session::findChanges(const LinearModel& earlier) {
+  const LinearModel& model = form_->model();
   changes_.clear();
-  compare(model.cost, told_.cost, changes_.costs);
-  compareBounds(model.lower, told_.lower, model.upper, told_.upper, changes_.columns);
-  compareBounds(model.rowLower, told_.rowLower, model.rowUpper, told_.rowUpper, changes_.rows);
+  compare(model.cost, earlier.cost, changes_.costs);
+  compareBounds(model.lower, earlier.lower, model.upper, earlier.upper, changes_.columns);
+  compareBounds(model.rowLower, earlier.rowLower, model.rowUpper, earlier.rowUpper, changes_.rows);
   const std::vector<int>& places = form_->changingPlaces();
   for (std::size_t k = 0; k < places.size(); ++k) {
-    if (model.values[places[k]] == told_.values[places[k]]) continue;
+    if (model.values[places[k]] == earlier.values[places[k]]) continue;
     changes_.places.push_back(places[k]);
     changes_.placeColumns.push_back(form_->changingColumns()[k]);
   }
 }
 
-// Only what may differ the next time: the pattern of the coefficients never changes.
-void Session::remember(const LinearModel& model) {
-  if (!engine_.worksInPlace) return;
-  if (isLoaded_) {
-    for (const int j : changes_.costs) told_.cost[j] = model.cost[j];
-    for (const int j : changes_.columns) {
-      told_.lower[j] = model.lower[j];
-      told_.upper[j] = model.upper[j];
-    }
-    for (const int i : changes_.rows) {
-      told_.rowLower[i] = model.rowLower[i];
-      told_.rowUpper[i] = model.rowUpper[i];
-    }
-    for (const int place : changes_.places) told_.values[place] = model.values[place];
-    return;
+// Changes of several solves add up if those before did not need the solver.
+void Session::orderChanges() {
+  for (std::vector<int>* list : {&changes_.costs, &changes_.columns, &changes_.rows}) order(*list);
+  std::vector<int>& places = changes_.places;
+  if (std::is_sorted(places.begin(), places.end(), std::less_equal<>())) return;
+  order(places);
+  const std::vector<int>& all = form_->changingPlaces();
+  changes_.placeColumns.clear();
+  for (const int place : places) {
+    const auto found = std::lower_bound(all.begin(), all.end(), place) - all.begin();
+    changes_.placeColumns.push_back(form_->changingColumns()[static_cast<std::size_t>(found)]);
   }
-  told_.cost = model.cost;
-  told_.lower = model.lower;
-  told_.upper = model.upper;
-  told_.rowLower = model.rowLower;
-  told_.rowUpper = model.rowUpper;
-  told_.values = model.values;
-  isLoaded_ = true;
 }
 
 }  // namespace zdb::kit

@@ -32,17 +32,18 @@ class Session {
   void storeBound(Outcome outcome, const StopToken& stop, Instance& instance) const;
   Outcome callSolver(const StopToken& stop);
   void makeForm(const Instance& instance);
+  void refresh(const Instance& instance, bool subtractsConstants);
+  void orderChanges();
   void goBack();
   void keepStart(Outcome outcome);
-  void findChanges(const LinearModel& model);
-  void remember(const LinearModel& model);
+  void findChanges(const LinearModel& earlier);
 
   const Engine& engine_;
   std::unique_ptr<Solver> solver_;
   std::optional<LinearForm> form_;
-  /// What the solver has been told; incomplete unless isLoaded_.
-  LinearModel told_;
-  Changes changes_;
+  Changes changes_;                  ///< that the solver has not been told
+  bool isChecked_ = false;           ///< whether all numbers are usable, but for new changes
+  bool areBoundsExcluding_ = false;  ///< those of some column
   bool isLoaded_ = false;
   bool hasBasis_ = false;
   /// Of an instance whose solves start at the first one.

@@ -68,9 +68,7 @@ class Clp : public Solver {
     start_ = std::make_unique<ClpSimplex>(simplex_);
     return true;
   }
-  void goBack(const LinearModel& /*model*/, const Changes& /*changes*/) override {
-    simplex_ = *start_;
-  }
+  void goBack(const LinearModel& /*model*/) override { simplex_ = *start_; }
 
  private:
   LogHandler messages_;  // of the simplex and of the copies that clp makes of it

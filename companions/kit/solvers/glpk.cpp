@@ -372,7 +372,7 @@ class Glpk : public Solver {
     run({}, [&] { problem_.keepStart(); });
     return true;
   }
-  void goBack(const LinearModel& model, const Changes& /*changes*/) override {
+  void goBack(const LinearModel& model) override {
     run({}, [&] { problem_.goBack(model); });
   }
 

@@ -102,6 +102,12 @@ std::vector<double> picked(const std::vector<double>& values, const std::vector<
   return some;
 }
 
+/// As HiGHS has it.
+struct Basis {
+  std::vector<int> columns;
+  std::vector<int> rows;
+};
+
 // A problem that HiGHS holds.
 class Problem {
  public:
@@ -112,6 +118,9 @@ class Problem {
     set("threads", 1);
     set("parallel", "off");
     set("small_matrix_value", 1e-12);  // the least that it takes
+    set("infinite_bound", kInfinity);  // it takes 1e20 for infinite, the other solvers do not
+    set("infinite_cost", kInfinity);
+    set("large_matrix_value", kInfinity);
   }
   ~Problem() { api().destroy(highs_); }
   Problem(const Problem&) = delete;
@@ -219,6 +228,16 @@ class Problem {
     solution.hasLevels = true;
   }
 
+  Basis basis(int columns, int rows) const {
+    Basis basis = {std::vector<int>(static_cast<std::size_t>(columns)),
+                   std::vector<int>(static_cast<std::size_t>(rows))};
+    api().getBasis(highs_, basis.columns.data(), basis.rows.data());
+    return basis;
+  }
+  void setBasis(const Basis& basis) {
+    require(api().setBasis(highs_, basis.columns.data(), basis.rows.data()), "take its basis");
+  }
+
  private:
   static int sizeOf(const std::vector<int>& set) { return static_cast<int>(set.size()); }
 
@@ -273,6 +292,8 @@ class Highs : public Solver {
     }
     linear_.load(model, nullptr);
     isInteger_ = !types.empty();
+    columns_ = model.columnCount();
+    rows_ = model.rowCount();
     best_.clear();
     if (isInteger_) integer_.load(model, &types);
     keepBounds(model);
@@ -291,6 +312,18 @@ class Highs : public Solver {
         isInteger_ ? search(changes, stop, watch, solution) : solveLinear(changes, watch, solution);
     solution.iterations = watch.iterations();
     return outcome;
+  }
+
+  // Basis and best levels are all that a solve goes by; the problem is loaded again, as others.
+  bool keepStart() override {
+    start_ = linear_.basis(columns_, rows_);
+    startingBest_ = best_;
+    return true;
+  }
+  void goBack(const LinearModel& model) override {
+    load(model);
+    linear_.setBasis(start_);
+    best_ = startingBest_;
   }
 
  private:
@@ -350,6 +383,10 @@ class Highs : public Solver {
   std::vector<double> integerLower_;
   std::vector<double> integerUpper_;
   std::vector<double> best_;  // levels of the last search, if it found any
+  int columns_ = 0;
+  int rows_ = 0;
+  Basis start_;  // that was kept
+  std::vector<double> startingBest_;
 };
 
 }  // namespace

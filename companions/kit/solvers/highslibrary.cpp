@@ -55,6 +55,7 @@ std::string takeAll(void* library, HighsLibrary& api) {
   TAKE(getDoubleInfoValue);
   TAKE(getSolution);
   TAKE(getBasis);
+  TAKE(setBasis);
   TAKE(setCallback);
   TAKE(startCallback);
   TAKE(getCallbackDataOutItem);

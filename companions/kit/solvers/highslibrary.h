@@ -51,6 +51,7 @@ struct HighsLibrary {
   int (*getSolution)(const void* highs, double* level, double* marginal, double* rowLevel,
                      double* rowMarginal);
   int (*getBasis)(const void* highs, int* columnStatus, int* rowStatus);
+  int (*setBasis)(void* highs, const int* columnStatus, const int* rowStatus);
 
   int (*setCallback)(void* highs, Callback callback, void* user);
   int (*startCallback)(void* highs, int type);

@@ -30,9 +30,8 @@ class Solver {
   /// Keeps problem and basis as they are after a solve, for goBack(); false if the solver cannot.
   virtual bool keepStart() { return false; }
   /// Returns to the problem and the basis that were kept, so that a solve after that goes as if
-  /// there had been none in between. `changes` are those that lead from the problem as it is now
-  /// to `model`, the one that was kept.
-  virtual void goBack(const LinearModel& /*model*/, const Changes& /*changes*/) {}
+  /// there had been none in between. `model` is the one that was kept.
+  virtual void goBack(const LinearModel& /*model*/) {}
 
  protected:
   Solver() = default;
