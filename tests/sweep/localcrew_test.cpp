@@ -53,11 +53,12 @@ const struct {
 };
 
 TEST(LocalCrew, WorkerEnds_CostsATryOrTheTaskThatAlwaysDoesIt) {
-  for (const auto& [end, text] : kEnds) {
+  for (const auto& ending : kEnds) {
+    const char* text = ending.text;
     for (const bool always : {false, true}) {
       SharedCounter deaths;
       LocalCrew crew(2, [&](Task task) -> Answer {
-        if (task == 7 && (always || deaths.next() == 0)) end();
+        if (task == 7 && (always || deaths.next() == 0)) ending.end();
         return {.isFailed = task == 9, .content = "r" + std::to_string(task)};
       });
       const std::vector<Outcome> outcomes = runAll(crew, 20);

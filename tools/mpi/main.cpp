@@ -62,7 +62,7 @@ void checkForWorkers(const SweepOptions& options) {
   }
 }
 
-std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work /*work*/) {
+std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, const sweep::Work& /*work*/) {
   return std::make_unique<sweep::RemoteCrew>(*allRanks, workerCount(options), "rank");
 }
 

@@ -32,7 +32,7 @@ std::string takeLine(std::string& text, const std::string& name) {
   const auto from = text.starts_with(begin) ? 0 : text.find('\n' + begin) + 1;
   const auto to = text.find('\n', from);
   if (from == 0 && !text.starts_with(begin)) return "";
-  const std::string value = text.substr(from + begin.size(), to - from - begin.size());
+  std::string value = text.substr(from + begin.size(), to - from - begin.size());
   text.erase(from, to - from + 1);
   return value;
 }

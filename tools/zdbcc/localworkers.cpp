@@ -6,10 +6,10 @@ namespace zdb::tool {
 
 void checkForWorkers(const SweepOptions& /*options*/) {}
 
-std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work work) {
+std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, const sweep::Work& work) {
   const unsigned count = workerCount(options);
-  if (count == 1) return std::make_unique<sweep::SoloCrew>(std::move(work));
-  return std::make_unique<sweep::LocalCrew>(count, std::move(work));
+  if (count == 1) return std::make_unique<sweep::SoloCrew>(work);
+  return std::make_unique<sweep::LocalCrew>(count, work);
 }
 
 }  // namespace zdb::tool

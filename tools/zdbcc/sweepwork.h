@@ -18,7 +18,7 @@ ScenarioResult resultOf(const sweep::Outcome& outcome, ScenarioSolver& solver);
 void checkForWorkers(const SweepOptions& options);
 
 /// The workers of a sweep, which depend on the program: see localworkers.cpp.
-std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, sweep::Work work);
+std::unique_ptr<sweep::Crew> hireWorkers(const SweepOptions& options, const sweep::Work& work);
 
 /// As many as the options say, which for 0 is the number of cores that this process may use.
 unsigned workerCount(const SweepOptions& options);
