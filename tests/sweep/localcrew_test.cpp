@@ -145,6 +145,9 @@ TEST(MessageStream, ByteIsWrong_ErrorOrAnotherMessageButNeverMore) {
       stream.add(bytes);
       try {
         const auto message = stream.next();
+        // The kind stands at both ends, and both must agree.
+        EXPECT_NE(place, sizeof(std::uint64_t));
+        EXPECT_NE(place, kWhole.size() - 1);
         const bool isLength = place < sizeof(std::uint64_t);
         EXPECT_EQ(message.has_value(), !isLength) << place;
       } catch (const contract::CutError&) {

@@ -192,6 +192,17 @@ TEST(Scheduler, Interrupted_DeliversWhatIsDoneWithItsGaps) {
   EXPECT_EQ(run.ending, Ending::Interrupted);
 }
 
+// A failure that is not yet delivered would be one if all before it were done.
+TEST(Scheduler, InterruptedAfterAFailure_DeliversNothingFromItOn) {
+  FakeCrew crew(2);
+  crew.slowness = {1, 20};
+  crew.fates = {{17, {Fail}}};
+  int asked = 0;
+  const Swept run = runAll(crew, 100, {}, [&] { return ++asked == 12; });
+  EXPECT_EQ(run.delivered, (std::vector<Task>{0, 1, 2, 3, 4, 5, 15, 16}));
+  EXPECT_EQ(run.ending, Ending::Interrupted);
+}
+
 TEST(Scheduler, NoWorkerLeft_SaysWhyAfterWhatIsDone) {
   FakeCrew crew(2);
   crew.fills = 3;
