@@ -41,11 +41,13 @@ std::string Fingerprint::text() const {
 }
 
 std::string Fingerprint::changesSince(const std::string& earlier) const {
+  const std::string lines = '\n' + earlier;
   std::string changes;
   for (const auto& [name, value] : parts_) {
-    const std::string line = '\n' + name + ": " + value + '\n';
-    if (('\n' + earlier).find(line) != std::string::npos) continue;
-    changes.append(changes.empty() ? "" : ", ").append(name);
+    std::string line = "\n";
+    line.append(name).append(": ").append(value) += '\n';
+    if (lines.find(line) == std::string::npos)
+      changes.append(changes.empty() ? "" : ", ").append(name);
   }
   return changes;
 }
