@@ -35,6 +35,9 @@ endif()
 
 if(ZDB_BUILD_TOOLS)
   install(TARGETS zdbcc RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  if(TARGET zdbcc-mpi)
+    install(TARGETS zdbcc-mpi RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
   set(ZDB_PAGES ${PROJECT_BINARY_DIR}/share)
   install(DIRECTORY ${ZDB_PAGES}/man/man1 DESTINATION ${CMAKE_INSTALL_MANDIR})
   install(FILES ${ZDB_PAGES}/completion/zdbcc

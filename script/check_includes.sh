@@ -27,7 +27,9 @@ check() {
       allowed["kit"] = "kit shared contract zkitdclib.h"
       allowed["zxf"] = "zxf shared contract"
       allowed["shared"] = "shared contract"
-      allowed["zdbcc"] = "contract zxf zdbcclib.h zkitdclib.h"
+      allowed["sweep"] = "sweep contract"
+      allowed["mpi"] = "sweep"
+      allowed["zdbcc"] = "sweep contract zxf zdbcclib.h zkitdclib.h"
       allowed["sqlite"] = "contract"
     }
     {
@@ -37,8 +39,8 @@ check() {
       sub("/.*", "", folder)
       layer = substr($0, length(root) + 1)
       sub("/.*", "", layer)
-      # The tool and the tables for SQLite have headers of their own, and of each other.
-      if (layer ~ /^(zdbcc|sqlite)$/ && name !~ "/" && name !~ "lib.h") next
+      # The tools and the tables for SQLite have headers of their own, and of each other.
+      if (layer ~ /^(mpi|zdbcc|sqlite)$/ && name !~ "/" && name !~ "lib.h") next
       if (index(" " allowed[layer] " ", " " name " ") || index(" " allowed[layer] " ", " " folder " ")) next
       split($0, place, ":")
       printf "%s:%s: %s must not include \"%s\"\n", place[1], place[2], layer, name
@@ -51,7 +53,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared zdbcc sqlite; do mkdir "$tree/$layer"; done
+  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared sweep mpi zdbcc sqlite; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -86,6 +88,8 @@ kit loaders/zmi.h
 kit zxf/file.h
 zxf core/textutils.h
 shared kit/model.h
+sweep zdbcclib.h
+mpi zdbcclib.h
 zdbcc core/zdb.h
 sqlite zxf/file.h
 CASES

@@ -1,17 +1,18 @@
 #!/bin/sh
 # Installs the Debian packages that a job needs if any are missing: packages.sh JOB...
-# The jobs are build, lint, bench, fuzz, python and npm. Prints nothing if all are installed.
+# The jobs are build, mpi, lint, bench, fuzz, python and npm. Prints nothing if all are installed.
 set -eu
 
 packages_for() {
   case $1 in
     build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3" ;;
+    mpi) echo "libopenmpi-dev openmpi-bin" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;
     fuzz) echo "clang libclang-rt-dev" ;;
     python) echo "python3 python3-venv" ;;
     npm) echo "npm" ;;
-    *) echo "packages.sh: unknown job '$1', the jobs are build, lint, bench, fuzz, python and npm" >&2; exit 2 ;;
+    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, fuzz, python and npm" >&2; exit 2 ;;
   esac
 }
 

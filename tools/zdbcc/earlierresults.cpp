@@ -6,17 +6,11 @@
 #include "csvwriter.h"
 #include "number.h"
 #include "scenariosolver.h"
+#include "sweepfiles.h"
 
 namespace zdb::tool {
 
 namespace {
-
-/// Reads the next line with its line feed; false at the end, and for a line that has none.
-bool readLine(std::ifstream& stream, std::string& line) {
-  if (!std::getline(stream, line) || stream.eof()) return false;
-  line += '\n';
-  return true;
-}
 
 /// What a row of a scenario begins with.
 std::string beginOf(const std::string& scenario) {
@@ -43,7 +37,7 @@ void take(EarlierResults& results, std::string_view row) {
 
 bool readHeading(std::ifstream& stream, std::string& line, const std::string& file,
                  const std::string& heading) {
-  if (!readLine(stream, line)) return false;
+  if (!readWholeLine(stream, line)) return false;
   if (line == heading) return true;
   throw ToolError(file + " cannot be resumed: its first line is not the heading of these results");
 }
@@ -51,15 +45,15 @@ bool readHeading(std::ifstream& stream, std::string& line, const std::string& fi
 }  // namespace
 
 EarlierResults readEarlierResults(const std::string& file, const std::string& heading,
-                                  const Scenarios& scenarios) {
+                                  const Scenarios& scenarios, std::size_t first) {
   EarlierResults results;
   std::ifstream stream(file, std::ios::binary);
   std::string line;
   if (!readHeading(stream, line, file, heading)) return results;
   results.size = line.size();
-  while (readLine(stream, line)) {
-    const std::string begin =
-        results.rows < scenarios.count() ? beginOf(scenarios.name(results.rows)) : "";
+  while (readWholeLine(stream, line)) {
+    const std::size_t scenario = first + results.rows;
+    const std::string begin = scenario < scenarios.count() ? beginOf(scenarios.name(scenario)) : "";
     if (begin.empty() || !line.starts_with(begin)) {
       throw ToolError(file + " cannot be resumed: row " + std::to_string(results.rows + 2) +
                       " is not that of a scenario in its turn");
@@ -77,7 +71,7 @@ std::uint64_t sizeOfRecords(const std::string& file, const std::string& heading,
   if (!readHeading(stream, line, file, heading)) return 0;
   std::uint64_t size = line.size();
   std::size_t scenario = 0;
-  while (readLine(stream, line)) {
+  while (readWholeLine(stream, line)) {
     while (scenario < count && !line.starts_with(beginOf(scenarios.name(scenario)))) ++scenario;
     if (scenario == count) break;
     size += line.size();

@@ -18,10 +18,10 @@ struct EarlierResults {
   std::vector<std::optional<double>> objectives = {};
 };
 
-/// Reads results whose rows are those of the first scenarios; nothing of a file that is not there.
-/// Throws ToolError if it is something else.
+/// Reads results whose rows are those of the scenarios from a first one on; nothing of a file that
+/// is not there. Throws ToolError if it is something else.
 EarlierResults readEarlierResults(const std::string& file, const std::string& heading,
-                                  const Scenarios& scenarios);
+                                  const Scenarios& scenarios, std::size_t first);
 
 /// How many bytes of a table in long form the heading and the first scenarios have.
 std::uint64_t sizeOfRecords(const std::string& file, const std::string& heading,

@@ -45,4 +45,11 @@ void checkOutput(const std::string& output, const std::vector<std::string>& inpu
   throw ToolError(output + " exists and is not " + replaceable.what + kForce);
 }
 
+void checkNewOutput(const std::string& output, const std::vector<std::string>& inputs) {
+  checkOutput(output, inputs, {"", [](const std::string&) { return true; }});
+  std::error_code missing;
+  if (std::filesystem::is_regular_file(output, missing))
+    throw ToolError(output + " exists" + kForce);
+}
+
 }  // namespace zdb::tool

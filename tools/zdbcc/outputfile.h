@@ -19,4 +19,7 @@ struct Replaceable {
 void checkOutput(const std::string& output, const std::vector<std::string>& inputs,
                  const Replaceable& replaceable = {});
 
+/// The same, where nothing that exists may be replaced.
+void checkNewOutput(const std::string& output, const std::vector<std::string>& inputs);
+
 }  // namespace zdb::tool

@@ -158,6 +158,13 @@ ScenarioResult ScenarioSolver::solve(std::size_t scenario) {
   return result;
 }
 
+ScenarioResult ScenarioSolver::failedResult(std::size_t scenario, const std::string& why) {
+  ScenarioResult result;
+  result.failure = why;
+  result.row = rowOf(scenario, result);
+  return result;
+}
+
 // Also a base without a solution leaves a basis.
 const ScenarioResult& ScenarioSolver::solveBase() {
   if (!base_) base_ = trySolving(base());

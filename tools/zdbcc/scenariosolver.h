@@ -52,6 +52,8 @@ class ScenarioSolver {
   /// the scenario. Throws InterruptedError after Ctrl-C; what else goes wrong is the result's
   /// failure.
   ScenarioResult solve(std::size_t scenario);
+  /// The result of a scenario that could not be tried to the end.
+  ScenarioResult failedResult(std::size_t scenario, const std::string& why);
   /// Solves the model as it is; its result has no row.
   const ScenarioResult& solveBase();
 

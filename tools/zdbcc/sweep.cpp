@@ -1,29 +1,76 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
-#include "interrupt.h"
+#include <numeric>
+
 #include "limitedprocess.h"
 #include "progress.h"
 #include "scenariosolver.h"
+#include "sweep/scheduler.h"
 #include "sweepchart.h"
 #include "sweepoptions.h"
+#include "sweepwork.h"
 #include "sweepwriter.h"
+#include "timinglog.h"
 #include "verbs.h"
 
 namespace zdb::tool {
 
 namespace {
 
-void solveRest(ScenarioSolver& solver, SweepWriter& writer, const SweepOptions& options,
-               Console& console) {
-  const std::size_t count = solver.scenarios().count();
-  Progress progress(console, "scenarios");
-  while (writer.count() < count) {
-    const ScenarioResult result = solver.solve(writer.count());
-    if (!result.failure.empty() && !options.keepsGoing)
-      throw ToolError(solver.scenarios().place(writer.count()) + result.failure);
-    writer.write(result);
-    progress.update(writer.count(), count);
+/// Has the scenarios solved and their results written.
+class Solving {
+ public:
+  Solving(ScenarioSolver& solver, SweepWriter& writer, const SweepOptions& options,
+          Console& console)
+      : solver_(solver),
+        writer_(writer),
+        options_(options),
+        workers_(hireWorkers(options, sweepWork(solver))),
+        progress_(console, "scenarios") {
+    if (!options.timing.empty()) timing_.emplace(options.timing, !options.resumed.empty());
   }
-}
+
+  void run() {
+    std::vector<sweep::Task> tasks(writer_.end() - writer_.next());
+    std::iota(tasks.begin(), tasks.end(), writer_.next());
+    sweep::Scheduler scheduler(std::move(tasks), *workers_,
+                               [&](const sweep::Outcome& outcome) { take(outcome); },
+                               {.keepsGoing = options_.keepsGoing});
+    const auto ending = scheduler.run([&] { return isInterrupted(); });
+    if (ending == sweep::Ending::Interrupted) throw InterruptedError();
+  }
+
+ private:
+  /// True from the first Ctrl-C on.
+  bool isInterrupted() {
+    try {
+      progress_.update(writer_.count(), writer_.end() - writer_.first());
+      return false;
+    } catch (const InterruptedError&) {
+      return true;
+    }
+  }
+
+  /// Rows that are ahead of an earlier one are not kept: results are those of the first scenarios.
+  void take(const sweep::Outcome& outcome) {
+    if (outcome.task != writer_.next()) return;
+    const Scenarios& scenarios = solver_.scenarios();
+    const std::string& name = scenarios.name(outcome.task);
+    const ScenarioResult result = resultOf(outcome, solver_);
+    if (!result.failure.empty() && !options_.keepsGoing) {
+      throw ToolError(scenarios.place(outcome.task) + (outcome.endedWorker ? name + ": " : "") +
+                      result.failure);
+    }
+    writer_.write(result);
+    if (timing_) timing_->write(name, workers_->name(outcome.worker), outcome);
+  }
+
+  ScenarioSolver& solver_;
+  SweepWriter& writer_;
+  const SweepOptions& options_;
+  std::unique_ptr<sweep::Crew> workers_;
+  Progress progress_;
+  std::optional<TimingLog> timing_;
+};
 
 /// What would be done.
 void printPlan(ScenarioSolver& solver, const SweepOptions& options, Console& console) {
@@ -31,7 +78,10 @@ void printPlan(ScenarioSolver& solver, const SweepOptions& options, Console& con
     console.write(name + std::string(12 - std::string_view(name).size(), ' ') + text + '\n');
   };
   line("model", options.model.file);
-  line("scenarios", options.scenarios + ": " + std::to_string(solver.scenarios().count()));
+  const std::size_t count = solver.scenarios().count();
+  const Part part = readPart(options.part);
+  line("scenarios", options.scenarios + ": " + std::to_string(part.end(count) - part.begin(count)) +
+                        (part.count == 1 ? "" : " of " + std::to_string(count)));
   for (const std::string& change : solver.changes()) line("changes", change);
   line("solver", solver.solver());
   line("start", options.start == SweepStart::Base ? "base" : "last");
@@ -52,7 +102,8 @@ void plot(ScenarioSolver& solver, const SweepWriter& writer, const SweepOptions&
   chart.title = options.model.file + ": " + options.scenarios;
   for (std::size_t i = 0; i < writer.count(); ++i) {
     const std::optional<double> objective = writer.objectives()[i];
-    if (objective) chart.points.push_back({solver.scenarios().name(i), *objective});
+    const std::string& name = solver.scenarios().name(writer.first() + i);
+    if (objective) chart.points.push_back({name, *objective});
   }
   chart.without = writer.count() - chart.points.size();
   chart.base = solver.solveBase().objective;
@@ -74,7 +125,7 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
   SweepWriter writer(options, solver, console);
   noteChanges(solver, console);
   try {
-    solveRest(solver, writer, options, console);
+    Solving(solver, writer, options, console).run();
   } catch (const ClosedPipeError&) {
     throw;
   } catch (...) {
@@ -91,7 +142,9 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
 
 ExitCode runSweep(const SweepOptions& options, Console& console) {
   options.limits.check();
+  readPart(options.part);
   checkOutputsOf(options);
+  checkForWorkers(options);
   return withMemoryLimit(options.limits.megabytes, [&] { return sweep(options, console); });
 }
 
@@ -159,6 +212,28 @@ std::vector<Option> sweepOptions() {
                   "which may be faster; where several solutions are optimal, another order "
                   "may give another one of them.",
        .target = into(&SweepOptions::start, {"base", "last"})},
+      {.name = "jobs",
+       .letter = 'j',
+       .value = "N",
+       .kind = Kind::Number,
+       .text = "Number of worker processes; 0 for one a core",
+       .details = "The rows stand in the order of the scenarios, and with `--start base` they are "
+                  "the same, byte for byte, with any number. Scenarios whose worker ends are "
+                  "solved again by another one, then singly; one that ends its worker also then "
+                  "has failed.",
+       .target = into(&SweepOptions::jobs)},
+      {.name = "part",
+       .value = "K/N",
+       .text = "Solve only part K of N of the scenarios, such as 3/16",
+       .details = "`zdbcc join` puts the results of all parts together: for batch systems.",
+       .target = into(&SweepOptions::part)},
+      {.name = "timing",
+       .value = "FILE",
+       .kind = Kind::File,
+       .text = "CSV file that tells who solved each scenario, and how long it took",
+       .details = "Its columns: scenario, worker, seconds, and tries, which are more than 1 after "
+                  "a worker has ended.",
+       .target = into(&SweepOptions::timing)},
       solverOption(&SweepOptions::solver)};
   for (Option& option : limitOptions(&SweepOptions::limits)) options.push_back(std::move(option));
   options.insert(options.end(), {{.name = "relax",

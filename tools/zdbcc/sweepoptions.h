@@ -21,10 +21,13 @@ struct SweepOptions {
   SolveLimits limits;
   bool relaxes = false;
   SweepStart start = SweepStart::Base;
+  unsigned jobs = 1;    ///< 0: as many as there are cores
   std::string output;   ///< empty: standard output
   std::string records;  ///< of whole symbols, in long form
   std::string resumed;  ///< an output that was begun earlier
   std::string plot;
+  std::string timing;   ///< of the log that tells who solved what
+  std::string part;     ///< "3/16"; empty: all scenarios
   bool keepsGoing = false;
   bool isDryRun = false;
   bool force = false;

@@ -3,22 +3,16 @@
 #include <algorithm>
 #include <bit>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "csvwriter.h"
 #include "earlierresults.h"
 #include "fingerprint.h"
 #include "outputfile.h"
+#include "sweepfiles.h"
 
 namespace zdb::tool {
 
 namespace {
-
-/// What tells what results were made of, beside them, so that any reader of CSV reads these.
-std::string fingerprintFile(const SweepOptions& options) {
-  return options.target() + ".sweep";
-}
 
 /// Of a data file, which is made of them when all are there.
 std::string rowFile(const SweepOptions& options) {
@@ -69,12 +63,9 @@ std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
   fingerprint.add("--relax", options.relaxes ? "yes" : "no");
   fingerprint.add("--time-limit", textOf(options.limits.seconds));
   fingerprint.add("--gap", textOf(options.limits.gap));
-  return fingerprint.text();
-}
-
-std::string readText(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), {}};
+  fingerprint.add(kPartLine, readPart(options.part).text());
+  // For who joins parts; when something is continued, the hash of the scenarios says as much.
+  return fingerprint.text() + kCountLine + ": " + std::to_string(solver.scenarios().count()) + '\n';
 }
 
 bool isThere(const std::string& file) {
@@ -102,20 +93,22 @@ void checkOutputsOf(const SweepOptions& options) {
   const std::vector<std::string> inputs = {options.model.file, options.model.data,
                                            options.scenarios};
   const Replaceable anything = {"", [](const std::string&) { return true; }};
-  for (const std::string& output : {target, options.records, options.plot}) {
+  for (const std::string& output : {target, options.records, options.plot, options.timing}) {
     if (!output.empty()) checkOutput(output, inputs, anything);
   }
-  if (isThere(fingerprintFile(options)) && isThere(rowFile(options))) {
+  if (isThere(fingerprintFile(options.target())) && isThere(rowFile(options))) {
     requireNew(rowFile(options), ": --resume " + target + " goes on with it, --force begins anew");
   }
   if (!target.empty()) requireNew(target, "; use --force to write over it");
-  if (!options.plot.empty()) requireNew(options.plot, "; use --force to write over it");
-  if (!options.records.empty()) requireNew(options.records, "; use --force to write over it");
+  for (const std::string& output : {options.plot, options.records, options.timing}) {
+    if (!output.empty()) requireNew(output, "; use --force to write over it");
+  }
 }
 
 SweepWriter::SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Console& console)
     : options_(options),
       scenarios_(solver.scenarios()),
+      part_(readPart(options.part)),
       console_(console),
       heading_(headingOf(solver.columns())),
       recordHeading_(headingOf(solver.recordColumns())) {
@@ -132,12 +125,12 @@ SweepWriter::SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Co
   const std::string text = isToConsole() ? "" : fingerprintOf(options_, solver, fingerprint);
   const bool isOld = !options_.resumed.empty() && isThere(rowFile(options_));
   if (isOld) {
-    const std::string file = fingerprintFile(options_);
+    const std::string file = fingerprintFile(options_.target());
     if (!isThere(file)) {
       throw ToolError(options_.resumed + " cannot be resumed: there is no " + file +
                       ", which tells what it was made of");
     }
-    const std::string changes = fingerprint.changesSince(readText(file));
+    const std::string changes = fingerprint.changesSince(readFingerprint(options_.target()));
     if (!changes.empty()) {
       throw ToolError(options_.resumed +
                       " cannot be resumed: changed since it was begun: " + changes);
@@ -154,7 +147,7 @@ void SweepWriter::begin(const std::string& fingerprint) {
   if (isToConsole()) return;
   rows_ = std::make_unique<AppendFile>(rowFile(options_));
   if (isThere(rowFile(options_))) {
-    NewFileOutput file(fingerprintFile(options_));
+    NewFileOutput file(fingerprintFile(options_.target()));
     file.write(fingerprint);
     file.publish();
   }
@@ -162,14 +155,14 @@ void SweepWriter::begin(const std::string& fingerprint) {
 }
 
 void SweepWriter::resume(const std::string& fingerprint) {
-  EarlierResults earlier = readEarlierResults(rowFile(options_), heading_, scenarios_);
+  EarlierResults earlier = readEarlierResults(rowFile(options_), heading_, scenarios_, first());
   if (earlier.size == 0) return begin(fingerprint);
   objectives_ = std::move(earlier.objectives);
   failed_ = earlier.failed;
   rows_ = std::make_unique<AppendFile>(rowFile(options_), earlier.size);
   const std::string records = recordFile(options_);
   if (records.empty()) return;
-  const std::uint64_t size = sizeOfRecords(records, recordHeading_, scenarios_, count());
+  const std::uint64_t size = sizeOfRecords(records, recordHeading_, scenarios_, next());
   records_ = std::make_unique<AppendFile>(records, size);
   if (size == 0) records_->write(recordHeading_);
 }
@@ -191,9 +184,9 @@ void SweepWriter::finish() {
   if (options_.json) emit(count() == 0 ? "]\n" : "\n]\n");
   if (!options_.writesExchangeFile() || count() == 0) return;
   writeSweepExchangeFile(options_.target(), rowFile(options_), recordFile(options_), symbols_);
-  if (count() < scenarios_.count()) return;
+  if (next() < end()) return;
   for (const std::string& file :
-       {rowFile(options_), recordFile(options_), fingerprintFile(options_)}) {
+       {rowFile(options_), recordFile(options_), fingerprintFile(options_.target())}) {
     std::error_code unknown;
     std::filesystem::remove(file, unknown);
   }

@@ -8,6 +8,7 @@
 
 #include "appendfile.h"
 #include "console.h"
+#include "part.h"
 #include "scenariosolver.h"
 #include "sweepexchange.h"
 #include "sweepoptions.h"
@@ -23,9 +24,13 @@ class SweepWriter {
   /// or whose sweep was another one.
   SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Console& console);
 
-  /// How many scenarios are done, those of an earlier sweep included: number of the next one.
+  /// How many scenarios are done, those of an earlier sweep included.
   std::size_t count() const { return objectives_.size(); }
-  /// Of all of these.
+  /// The first scenario, the next one, and the one after the last: all, or those of a part.
+  std::size_t first() const { return part_.begin(scenarios_.count()); }
+  std::size_t next() const { return first() + count(); }
+  std::size_t end() const { return part_.end(scenarios_.count()); }
+  /// Of all that are done.
   const std::vector<std::optional<double>>& objectives() const { return objectives_; }
   std::size_t failed() const { return failed_; }
 
@@ -42,6 +47,7 @@ class SweepWriter {
 
   const SweepOptions options_;
   const Scenarios& scenarios_;
+  Part part_;
   Console& console_;
   std::string heading_;
   std::string recordHeading_;

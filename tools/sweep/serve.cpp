@@ -1,0 +1,64 @@
+#include "sweep/serve.h"
+
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <new>
+
+namespace zdb::sweep {
+
+namespace {
+
+void doTasks(int socket, const Work& work) {
+  MessageStream stream;
+  while (receiveInto(stream, socket, true)) {
+    while (const auto message = stream.next()) {
+      for (const Task task : message->tasks) {
+        if (!sendMessage(socket, messageOf(perform(work, 0, task)))) return;
+      }
+    }
+  }
+}
+
+}  // namespace
+
+bool serve(int socket, const Work& work) {
+  const char* problem = nullptr;
+  try {
+    doTasks(socket, work);
+    return true;
+  } catch (const std::bad_alloc&) {
+    problem = "not enough memory";
+  } catch (const std::exception& failure) {
+    problem = failure.what();
+  }
+  sendMessage(socket, {.kind = Message::Kind::Death, .text = problem});
+  return false;
+}
+
+bool sendMessage(int socket, const Message& message) {
+  const std::string bytes = packed(message);
+  std::size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t sent = ::send(socket, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+    if (sent < 0 && errno == EINTR) continue;
+    if (sent <= 0) return false;
+    done += static_cast<std::size_t>(sent);
+  }
+  return true;
+}
+
+bool receiveInto(MessageStream& stream, int socket, bool waits) {
+  std::array<char, 1 << 16> buffer;
+  for (;;) {
+    const ssize_t count = recv(socket, buffer.data(), buffer.size(), waits ? 0 : MSG_DONTWAIT);
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0 && errno == EAGAIN) return true;
+    if (count <= 0) return false;
+    stream.add({buffer.data(), static_cast<std::size_t>(count)});
+    return true;
+  }
+}
+
+}  // namespace zdb::sweep

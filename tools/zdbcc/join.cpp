@@ -1,0 +1,178 @@
+// zdbcc join: puts the results of the parts of a sweep together.
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+
+#include "output.h"
+#include "outputfile.h"
+#include "part.h"
+#include "sweepfiles.h"
+#include "verbs.h"
+
+namespace zdb::tool {
+
+namespace {
+
+struct JoinOptions {
+  std::vector<std::string> files;
+  std::string output;
+  bool force = false;
+};
+
+/// The results of a part.
+struct PartFile {
+  std::string name;
+  std::string fingerprint;  ///< without what differs between parts
+  Part part = {};
+  std::size_t scenarios = 0;  ///< of the whole sweep
+};
+
+std::string takeLine(std::string& text, const std::string& name) {
+  const std::string begin = name + ": ";
+  const auto from = text.starts_with(begin) ? 0 : text.find('\n' + begin) + 1;
+  const auto to = text.find('\n', from);
+  if (from == 0 && !text.starts_with(begin)) return "";
+  std::string value = text.substr(from + begin.size(), to - from - begin.size());
+  text.erase(from, to - from + 1);
+  return value;
+}
+
+PartFile readPartFile(const std::string& name) {
+  PartFile file{.name = name, .fingerprint = readFingerprint(name)};
+  if (file.fingerprint.empty()) {
+    throw ToolError(name + " cannot be joined: there is no " + fingerprintFile(name) +
+                    ", which tells what it was made of");
+  }
+  std::string rest = file.fingerprint;
+  try {
+    file.part = readPart(takeLine(rest, kPartLine));
+  } catch (const WrongUseError&) {
+    throw ToolError(fingerprintFile(name) + " is damaged");
+  }
+  file.scenarios = std::strtoull(takeLine(rest, kCountLine).c_str(), nullptr, 10);
+  file.fingerprint = rest;
+  return file;
+}
+
+/// The names of the lines that differ.
+std::string differences(std::string_view one, std::string_view other) {
+  std::string names;
+  while (!one.empty()) {
+    const std::string_view line = one.substr(0, one.find('\n') + 1);
+    one.remove_prefix(line.size());
+    if (other.find(line) != std::string_view::npos) continue;
+    names.append(names.empty() ? "" : ", ").append(line.substr(0, line.find(": ")));
+  }
+  return names;
+}
+
+class Join {
+ public:
+  explicit Join(const JoinOptions& options) : options_(options) {
+    for (const std::string& name : options.files) files_.push_back(readPartFile(name));
+    std::stable_sort(files_.begin(), files_.end(), [](const PartFile& a, const PartFile& b) {
+      return a.part.number < b.part.number;
+    });
+  }
+
+  void run() {
+    for (const PartFile& file : files_) requireSame(file);
+    requireAll();
+    NewFileOutput output(options_.output);
+    for (const PartFile& file : files_) copy(file, output);
+    NewFileOutput fingerprint(fingerprintFile(options_.output));
+    fingerprint.write(files_.front().fingerprint);
+    fingerprint.write(std::string(kPartLine) + ": " + Part().text() + '\n');
+    fingerprint.write(std::string(kCountLine) + ": " + std::to_string(files_[0].scenarios) + '\n');
+    output.publish();
+    fingerprint.publish();
+  }
+
+ private:
+  void requireSame(const PartFile& file) const {
+    const PartFile& first = files_.front();
+    std::string what = differences(file.fingerprint, first.fingerprint);
+    if (what.empty() && file.part.count != first.part.count) what = "number of parts";
+    if (what.empty()) return;
+    throw ToolError(first.name + " and " + file.name +
+                    " are not parts of one sweep: they differ in " + what);
+  }
+
+  void requireAll() const {
+    const std::size_t count = files_.front().part.count;
+    for (std::size_t i = 0; i < std::max(count, files_.size()); ++i) {
+      const Part expected{i + 1, count};
+      if (i < files_.size() && files_[i].part.number == i + 1) continue;
+      if (i > 0 && i < files_.size() && files_[i].part.number == i) {
+        throw ToolError(files_[i - 1].name + " and " + files_[i].name + " are both part " +
+                        files_[i].part.text());
+      }
+      throw ToolError("part " + expected.text() + " is missing");
+    }
+  }
+
+  void copy(const PartFile& file, Output& output) {
+    std::ifstream stream(file.name, std::ios::binary);
+    std::string line;
+    std::size_t rows = 0;
+    if (!readWholeLine(stream, line)) failUnfinished(file, rows);
+    if (heading_.empty()) {
+      heading_ = line;
+      output.write(line);
+    }
+    if (line != heading_) throw ToolError(file.name + " has another heading");
+    for (; readWholeLine(stream, line); ++rows) output.write(line);
+    const Part& part = file.part;
+    if (rows != part.end(file.scenarios) - part.begin(file.scenarios)) failUnfinished(file, rows);
+  }
+
+  [[noreturn]] static void failUnfinished(const PartFile& file, std::size_t rows) {
+    const std::size_t wanted = file.part.end(file.scenarios) - file.part.begin(file.scenarios);
+    throw ToolError(file.name + " has " + std::to_string(rows) + " of " +
+                    counted(wanted, "scenario") + ": zdbcc sweep --part " + file.part.text() +
+                    " --resume " + file.name + " goes on with it");
+  }
+
+  const JoinOptions& options_;
+  std::vector<PartFile> files_;
+  std::string heading_;
+};
+
+void runJoin(const JoinOptions& options, Console& /*console*/) {
+  if (!options.force) checkNewOutput(options.output, options.files);
+  Join(options).run();
+}
+
+}  // namespace
+
+Verb joinVerb() {
+  return {
+      .name = "join",
+      .summary = "Puts the results of the parts of a sweep together",
+      .details = R"(The parts were made by `zdbcc sweep --part`, in any order and on any machine.
+What comes out is what the whole sweep would have written, also the file `OUT.sweep` beside it.
+
+Nothing is written if a part is missing, there twice, or not finished, or if the parts were not made
+of the same model, data and scenarios with the same options, which the file `FILE.sweep` beside each
+of them tells.
+
+Exchange files of parts are put together by `zdbcc merge`.)",
+      .operands = {{.name = "FILE",
+                    .kind = Kind::File,
+                    .text = "CSV files of all parts, in any order",
+                    .target = into(&JoinOptions::files)}},
+      .options = {{.name = "output",
+                   .letter = 'o',
+                   .value = "OUT",
+                   .kind = Kind::File,
+                   .text = "CSV file to write",
+                   .target = into(&JoinOptions::output),
+                   .isRequired = true},
+                  {.name = "force",
+                   .text = "Write over a file that is there",
+                   .target = into(&JoinOptions::force)}},
+      .examples = {{"zdbcc join part-*.csv -o results.csv", "All parts of a sweep"}},
+      .action = runs(runJoin)};
+}
+
+}  // namespace zdb::tool
