@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <map>
+#include <new>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -105,9 +106,13 @@ struct Variant {
 /// where it stopped reading, if the log is still the same one.
 class BoundLog {
  public:
-  void note(int column, std::size_t columns) {
+  void note(int column, std::size_t columns) noexcept {
     if (entries_.size() >= columns) restart();
-    entries_.push_back(column);
+    try {
+      entries_.push_back(column);
+    } catch (const std::bad_alloc&) {
+      restart();  // then all are looked at
+    }
   }
   void restart() {
     entries_.clear();
