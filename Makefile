@@ -43,14 +43,14 @@ bench: ## measure the library and its peers
 	@script/bench.sh build/bench-results build/bin/bench_*
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers
-	@script/packages.sh build
+	@script/packages.sh build mpi
 	@$(CONFIGURE) --preset asan >/dev/null
 	@cmake --build --preset asan
 	@script/highs.sh build-asan/lib
 	@ctest --preset asan -j $(JOBS)
 
 tsan: ## run the tests of several threads under the thread sanitizer
-	@script/packages.sh build
+	@script/packages.sh build mpi
 	@$(CONFIGURE) --preset tsan >/dev/null
 	@cmake --build --preset tsan
 	@ctest --preset tsan
@@ -60,7 +60,7 @@ format: ## format all C and C++ files
 	@script/sources.sh | xargs clang-format -i
 
 lint: ## check layout, common faults, include directions, the manual, run paths, that every test is built
-	@script/packages.sh build lint bench
+	@script/packages.sh build mpi lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build build-lint --target zdbcc diet_demo >/dev/null
 	@script/lint.sh build-lint
@@ -79,5 +79,5 @@ help: ## list the jobs
 
 # Once build.ninja exists, the build itself configures again if needed.
 build/build.ninja:
-	@script/packages.sh build
+	@script/packages.sh build mpi
 	@$(CONFIGURE) --preset release >/dev/null
