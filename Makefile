@@ -56,10 +56,11 @@ format: ## format all C and C++ files
 	@script/packages.sh lint
 	@script/sources.sh | xargs clang-format -i
 
-lint: ## check layout, common faults, include directions, the manual, run paths, that every test is built
+lint: ## check layout, common faults, include directions, the manual, run paths, the Python package, that every test is built
 	@script/packages.sh build lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build build-lint --target zdbcc diet_demo >/dev/null
+	@script/peers.sh build-lint lint
 	@script/lint.sh build-lint
 
 reference: all ## write the reference of the tool's verbs into doc/tool.md

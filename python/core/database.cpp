@@ -1,7 +1,5 @@
 #include "database.h"
 
-#include <cstring>
-
 namespace py = pybind11;
 
 namespace zdbpy {
@@ -70,9 +68,9 @@ std::string textOf(const py::str& text) {
       PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
   if (!bytes) throw py::error_already_set();
   std::string result = bytes;
-  if (std::strlen(result.c_str()) != result.size()) {
-    raise(Failure::argument("a text has the character NUL in it: \"" + std::string(result.c_str()) +
-                            "\\0...\""));
+  if (result.find('\0') != std::string::npos) {
+    raise(Failure::argument("a text has the character NUL in it: \"" +
+                            result.substr(0, result.find('\0')) + "\\0...\""));
   }
   return result;
 }

@@ -16,9 +16,10 @@ class Texts {
   std::int64_t count() const { return static_cast<std::int64_t>(pointers_.size()); }
   const std::vector<const char*>& pointers() const { return pointers_; }
   zdbx_texts list() const {
+    static const char* const none = nullptr;  // the library takes no null, also for no texts
     zdbx_texts texts = {};
     texts.size = sizeof texts;
-    texts.pointers = pointers_.data();
+    texts.pointers = pointers_.empty() ? &none : pointers_.data();
     return texts;
   }
 

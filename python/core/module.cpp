@@ -9,5 +9,5 @@ PYBIND11_MODULE(_core, module) {
   zdbpy::bindLabels(module);
   zdbpy::bindColumns(module);
   zdbpy::bindStreams(module);
-  module.attr("VERSION") = zdbx_version_text();
+  module.attr("__version__") = zdbx_version_text();
 }

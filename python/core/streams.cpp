@@ -42,10 +42,10 @@ struct Exported {
   }
 
   static int getSchema(ArrowArrayStream* stream, ArrowSchema* out) {
-    return of(stream).call([&](ArrowArrayStream* inner) { return inner->get_schema(inner, out); });
+    return of(stream).call([&](ArrowArrayStream* in) { return in->get_schema(in, out); });
   }
   static int getNext(ArrowArrayStream* stream, ArrowArray* out) {
-    return of(stream).call([&](ArrowArrayStream* inner) { return inner->get_next(inner, out); });
+    return of(stream).call([&](ArrowArrayStream* in) { return in->get_next(in, out); });
   }
   static const char* getLastError(ArrowArrayStream* stream) {
     const std::string& text = of(stream).error;
@@ -53,8 +53,8 @@ struct Exported {
   }
   static void release(ArrowArrayStream* stream) {
     const std::unique_ptr<Exported> self(&of(stream));
-    self->call([&](ArrowArrayStream* inner) {
-      if (inner->release != nullptr) inner->release(inner);
+    self->call([](ArrowArrayStream* in) {
+      if (in->release != nullptr) in->release(in);
       return 0;
     });
     *stream = {};

@@ -55,6 +55,7 @@ std::vector<std::pair<py::str, bool>> domains(Symbol& self) {
     return check(db, c__zdbgetdomain(db, symbol, dim, sets, names));
   });
   std::vector<std::pair<py::str, bool>> result;
+  result.reserve(static_cast<std::size_t>(dim));
   for (int i = 0; i < dim; ++i) {
     result.emplace_back(strOf(texts[i], std::char_traits<char>::length(texts[i])),
                         sets[i] != nullptr);
@@ -113,6 +114,7 @@ std::shared_ptr<Symbol> add(Database& self, const py::str& name, int type,
   const std::string nameBytes = textOf(name);
   const std::string explanationBytes = textOf(explanation);
   std::vector<std::string> domainBytes;
+  domainBytes.reserve(domainNames.size());
   for (const py::str& domain : domainNames) domainBytes.push_back(textOf(domain));
   if (domainBytes.size() > ZDB_MAX_DIM) {
     raise(Failure::argument("symbol " + nameBytes + " would have " +

@@ -8,7 +8,7 @@
 <Parameter p(i, i): 1 record, "cost of a step">
 """
 
-from zdbcc._core import VERSION as __version__
+from zdbcc._core import __version__
 from zdbcc._database import Database, Violation, open
 from zdbcc._errors import (
     ArgumentError,

@@ -4,23 +4,21 @@ from __future__ import annotations
 
 import sys
 from collections.abc import Iterable, Mapping, Sequence
-from dataclasses import dataclass
-from typing import Any, TypeAlias
+from typing import TYPE_CHECKING, Any, NamedTuple, TypeAlias
 
 import numpy as np
-from numpy.typing import NDArray
 
 from zdbcc._errors import ArgumentError, LabelError
 from zdbcc._values import doubles
 
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
 #: Places in a list of labels, the labels themselves, or values.
-Column: TypeAlias = (
-    tuple[NDArray[np.int32], list[str]] | list[str] | NDArray[np.float64]
-)
+Column: TypeAlias = "tuple[NDArray[np.int32], list[str]] | list[str] | NDArray[np.float64]"
 
 
-@dataclass(frozen=True)
-class Shape:
+class Shape(NamedTuple):
     """How the records of a symbol look: index positions, values (0, 1 or 5), element texts."""
 
     name: str
@@ -38,8 +36,7 @@ class Shape:
         return f"{self.dim} label{'' if self.dim == 1 else 's'} {rest}"
 
 
-@dataclass
-class Columns:
+class Columns(NamedTuple):
     """Records by the column."""
 
     rows: int
@@ -49,9 +46,7 @@ class Columns:
 def _is(data: Any, module: str, *names: str) -> bool:
     """Whether an object is of a class of a package, which need not be imported for that."""
     package = sys.modules.get(module)
-    return package is not None and isinstance(
-        data, tuple(getattr(package, name) for name in names)
-    )
+    return package is not None and isinstance(data, tuple(getattr(package, name) for name in names))
 
 
 def columns_of(data: Any, shape: Shape) -> Columns:
@@ -91,14 +86,20 @@ def _from_rows(rows: list[Any], shape: Shape) -> Columns:
     """Rows such as ("a", "b", 2.0); of a set with one position also labels alone."""
     if shape.has_texts and shape.dim == 1 and all(isinstance(row, str) for row in rows):
         return _join([rows], [], len(rows), shape)
-    lengths = {len(row) if isinstance(row, Sequence) and not isinstance(row, str) else 0
-               for row in rows}
+    lengths = {
+        len(row) if isinstance(row, Sequence) and not isinstance(row, str) else 0 for row in rows
+    }
     most = shape.dim + (1 if shape.has_texts else shape.values)
     least = shape.dim + (0 if shape.has_texts else 1)
     if lengths and not (len(lengths) == 1 and least <= min(lengths) <= most):
-        bad = next(i for i, row in enumerate(rows)
-                   if isinstance(row, str) or not isinstance(row, Sequence)
-                   or not least <= len(row) <= most or len(lengths) > 1)
+        bad = next(
+            i
+            for i, row in enumerate(rows)
+            if isinstance(row, str)
+            or not isinstance(row, Sequence)
+            or not least <= len(row) <= most
+            or len(lengths) > 1
+        )
         raise ArgumentError(
             f"row {bad} of the records of {shape.name} is {rows[bad]!r}; each row has "
             f"{shape.describe()}, all rows the same number"
@@ -108,8 +109,10 @@ def _from_rows(rows: list[Any], shape: Shape) -> Columns:
     values: list[Column] = (
         [_texts(part) for part in parts[shape.dim :]]
         if shape.has_texts
-        else [doubles(list(part), f"a column of values of {shape.name}")
-              for part in parts[shape.dim :]]
+        else [
+            doubles(list(part), f"a column of values of {shape.name}")
+            for part in parts[shape.dim :]
+        ]
     )
     return _join(labels, values, len(rows), shape)
 
@@ -182,29 +185,31 @@ def _index_labels(index: Any) -> list[Column]:
 
 
 def _from_frame(frame: Any, shape: Shape) -> Columns:
-    """Labels in the first columns, or in an index that is not just row numbers."""
-    pandas = sys.modules["pandas"]
-    uses_index = shape.dim > 0 and not isinstance(frame.index, pandas.RangeIndex)
-    if uses_index:
-        labels = _index_labels(frame.index)
-        rest = 0
-    else:
-        labels = [_labels_of(frame.iloc[:, i]) for i in range(min(shape.dim, frame.shape[1]))]
-        rest = shape.dim
-    count = frame.shape[1] - rest
+    """Labels in the first columns, or in an index that has as many levels."""
     most = 1 if shape.has_texts else shape.values
     least = 0 if shape.has_texts else 1
-    if len(labels) != shape.dim or not least <= count <= most:
+    index = frame.index
+    uses_index = (
+        index.nlevels == shape.dim > 0
+        and least <= frame.shape[1] <= most
+        and (index.nlevels > 1 or index.dtype.kind not in "iu")
+    )
+    rest = 0 if uses_index else shape.dim
+    if not least <= frame.shape[1] - rest <= most:
         raise ArgumentError(
-            f"the frame has {len(labels)} label and {max(count, 0)} value columns, but "
-            f"{shape.name} needs {shape.describe()}; columns are taken by place"
-            + (", labels from the index" if uses_index else "")
+            f"the frame has {frame.shape[1]} columns and an index of {index.nlevels} levels, but "
+            f"{shape.name} needs {shape.describe()}, in columns by place, or with all labels in "
+            "the index"
         )
+    labels = (
+        _index_labels(index) if uses_index else [_labels_of(frame.iloc[:, i]) for i in range(rest)]
+    )
     values: list[Column] = []
     for i in range(rest, frame.shape[1]):
         column = frame.iloc[:, i]
         values.append(
-            _texts(column) if shape.has_texts
+            _texts(column)
+            if shape.has_texts
             else _numbers_of(column, f"column {frame.columns[i]!r} of the frame")
         )
     return _join(labels, values, len(frame), shape)

@@ -4,7 +4,7 @@ import numpy as np
 from numpy.typing import NDArray
 from typing_extensions import Buffer
 
-VERSION: str
+__version__: str
 
 class Database:
     def __init__(self) -> None: ...
@@ -65,9 +65,7 @@ class Symbol:
     def put_labelled(
         self,
         rows: int,
-        columns: Sequence[
-            tuple[NDArray[np.int32], list[str]] | list[str] | NDArray[np.float64]
-        ],
+        columns: Sequence[tuple[NDArray[np.int32], list[str]] | list[str] | NDArray[np.float64]],
         mode: int,
     ) -> tuple[int, int]: ...
 

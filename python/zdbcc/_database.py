@@ -4,11 +4,9 @@ from __future__ import annotations
 
 import os
 from collections.abc import Iterable, Iterator, Mapping, Sequence
-from types import TracebackType
-from typing import Any, NamedTuple, TypeAlias
+from typing import TYPE_CHECKING, Any, NamedTuple, TypeAlias
 
 import numpy as np
-from numpy.typing import NDArray
 
 from zdbcc import _core
 from zdbcc._errors import ArgumentError, ClosedError, DomainError, NotFoundError
@@ -23,6 +21,11 @@ from zdbcc._symbols import (
     Symbol,
     Variable,
 )
+
+if TYPE_CHECKING:
+    from types import TracebackType
+
+    from numpy.typing import NDArray
 
 #: Domains of a symbol: sets or their names, "*" for any label; a name that no set has is only
 #: a name.
@@ -313,7 +316,7 @@ class Database(Mapping[str, Symbol]):
         Examples
         --------
         >>> db = zdbcc.Database()
-        >>> i = db.add_set("i", ["a"])
+        >>> i, k = db.add_set("i", ["a"]), db.add_set("k", ["b"])
         >>> list(db.add_alias("j", i))
         ['a']
         """
@@ -324,7 +327,7 @@ class Database(Mapping[str, Symbol]):
             raise ArgumentError(f"an alias stands for a set of its database, not for {of!r}")
         core = target._core
         names = [domain for domain, _ in core.domains]
-        symbol = self._wrap(self._core.add(name, 4, names, core.number + 1, text))
+        symbol = self._wrap(self._core.add(name, 4, names, core.number, text))
         assert isinstance(symbol, Alias)
         return symbol
 

@@ -2,12 +2,10 @@
 
 from __future__ import annotations
 
-import html
 from collections.abc import Iterator
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
-from numpy.typing import NDArray
 
 from zdbcc import _core
 from zdbcc._errors import ArgumentError
@@ -16,6 +14,7 @@ from zdbcc._values import FIELDS, Values
 if TYPE_CHECKING:
     import pandas as pd
     import xarray as xr
+    from numpy.typing import NDArray
 
     from zdbcc._database import Database
 
@@ -323,6 +322,8 @@ class Records:
     # ---- Notebooks ----
 
     def _repr_html_(self) -> str:
+        import html  # only notebooks need it
+
         summary = html.escape(repr(self))
         rows = list(self._first(_SHOWN))
         if not rows:

@@ -5,16 +5,17 @@ from __future__ import annotations
 from typing import TYPE_CHECKING, Any, Literal, TypeAlias
 
 import numpy as np
-from numpy.typing import ArrayLike
 
 from zdbcc import _core
 from zdbcc._columns import Shape, columns_of
-from zdbcc._errors import ArgumentError, ClosedError, NotFoundError
+from zdbcc._errors import ArgumentError, ClosedError, Error, NotFoundError
 from zdbcc._records import Records, quoted
 from zdbcc._values import Values, doubles
 
 if TYPE_CHECKING:
     from collections.abc import Sequence
+
+    from numpy.typing import ArrayLike
 
     from zdbcc._database import Database
 
@@ -215,8 +216,10 @@ class Symbol(Records):
         number = mode_number(mode)
         try:
             return self._core.put_labelled(rows, columns, number)
-        except Exception:
+        except Exception as error:
             self._db._forget_labels()  # those that the call had added are gone
+            if isinstance(error, Error):  # the stream is ours, and the user knows records
+                error.args = (str(error).replace(" of the stream", " of the records"),)
             raise
 
     def update(self, records: Any, *, mode: Mode = "merge") -> None:
@@ -227,8 +230,8 @@ class Symbol(Records):
         records
             One of these, columns being taken by place and not by name:
 
-            - a pandas frame: labels in the first columns, or in the index if that is not just row
-              numbers; then a value, up to five of a variable or equation, or a set's text
+            - a pandas frame: labels in the first columns, or in the index if that has all of them
+              and not numbers; then a value, up to five of a variable or equation, or a set's text
             - a pandas series with the labels as its index
             - a dict of keys with values; a key is a str, or a tuple for several positions
             - a sequence of rows such as ``("a", "b", 2.0)``, or of labels for a set
@@ -381,8 +384,10 @@ class Slice(Records):
             labels = self._db._labels_at(np.array(self._slice, np.int32))
         except ClosedError:
             return "<Slice of a closed database, or of a removed symbol>"
-        parts = (quoted(label) if number else ":"
-                 for number, label in zip(self._slice or [], labels, strict=True))
+        parts = (
+            quoted(label) if number else ":"
+            for number, label in zip(self._slice or [], labels, strict=True)
+        )
         return f"<Slice {name}({', '.join(parts)}): {count} record{'' if count == 1 else 's'}>"
 
     def __getitem__(self, key: Any) -> Any:

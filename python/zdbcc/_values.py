@@ -2,12 +2,14 @@
 
 from __future__ import annotations
 
-from typing import Any, Final, NamedTuple
+from typing import TYPE_CHECKING, Any, Final, NamedTuple
 
 import numpy as np
-from numpy.typing import NDArray
 
 from zdbcc._errors import ArgumentError
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 #: Not available; it is the same as ``float("nan")``, which numpy and pandas take for missing.
 NA: Final = float("nan")
