@@ -4,13 +4,19 @@
 set(ZDB_PYTHON "" CACHE FILEPATH "Python interpreter for the package zdbcc; empty: the first that has what is needed")
 
 set(ZDB_PYTHON_FOUND FALSE)
+set(ZDB_PYTHON_USED "" CACHE INTERNAL "The interpreter that was chosen")
 # A plain interpreter cannot load a library with sanitizers.
 if(ZDB_SANITIZE OR ZDB_SANITIZE_THREADS)
   set(ZDB_PYTHON_MISSING "a Python interpreter cannot load libraries with sanitizers")
   return()
 endif()
 
-if(ZDB_PYTHON)
+# pip names the interpreter for which it builds; numpy need not be there for that.
+set(needed "import os, sys, sysconfig, numpy")
+if(SKBUILD)
+  set(candidates ${Python_EXECUTABLE})
+  set(needed "import os, sys, sysconfig")
+elseif(ZDB_PYTHON)
   set(candidates ${ZDB_PYTHON})
 else()
   string(REPLACE ":" ";" folders "$ENV{PATH}")
@@ -24,7 +30,7 @@ else()
 endif()
 set(ZDB_PYTHON_MISSING "no python3 is found that is 3.11 or newer and has its headers and numpy")
 foreach(candidate IN LISTS candidates)
-  execute_process(COMMAND ${candidate} -c "import os, sys, sysconfig, numpy
+  execute_process(COMMAND ${candidate} -c "${needed}
 assert sys.version_info >= (3, 11)
 assert os.path.exists(sysconfig.get_path('include') + '/Python.h')"
     RESULT_VARIABLE failed OUTPUT_QUIET ERROR_QUIET)
@@ -37,10 +43,11 @@ assert os.path.exists(sysconfig.get_path('include') + '/Python.h')"
   if(pybind11_own)
     set(pybind11_ROOT ${pybind11_own})
   endif()
-  find_package(Python 3.11 QUIET COMPONENTS Interpreter Development.Module NumPy)
+  find_package(Python 3.11 QUIET COMPONENTS Interpreter Development.Module)
   find_package(pybind11 2.10 QUIET CONFIG)
   if(Python_FOUND AND pybind11_FOUND)
     set(ZDB_PYTHON_FOUND TRUE)
+    set(ZDB_PYTHON_USED ${Python_EXECUTABLE} CACHE INTERNAL "The interpreter that was chosen")
   else()
     set(ZDB_PYTHON_MISSING "pybind11 is not found (Debian: pybind11-dev)")
   endif()

@@ -37,8 +37,8 @@ python_types() {
 }
 
 python_style() {
-  "$checkers/ruff" check --no-cache --config python/ruff.toml python tests/python &&
-    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python tests/python
+  "$checkers/ruff" check --no-cache --config python/ruff.toml python tests/python bench/python &&
+    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python tests/python bench/python
 }
 
 step "layout" layout

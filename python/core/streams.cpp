@@ -85,7 +85,7 @@ py::object exportStream(Symbol& self, const std::optional<std::vector<std::int32
   stream->get_last_error = Exported::getLastError;
   stream->release = Exported::release;
   stream->private_data = exported.release();
-  const auto capsule =
+  auto capsule =
       py::reinterpret_steal<py::object>(PyCapsule_New(stream.get(), CAPSULE_NAME, destroyCapsule));
   if (!capsule) {
     stream->release(stream.get());
