@@ -156,9 +156,11 @@ def _split(array: NDArray[np.float64], shape: Shape) -> list[Column]:
     return [np.ascontiguousarray(array[:, i]) for i in range(array.shape[1])]
 
 
-def _texts(column: Iterable[Any]) -> list[str]:
+def _texts(column: Any) -> list[str]:
     """Element texts, of which missing ones are empty."""
-    return ["" if text is None or text != text else text for text in column]
+    if hasattr(column, "isna"):
+        column = np.where(column.isna(), "", np.asarray(column, dtype=object))
+    return ["" if text is None else text for text in column]
 
 
 def _labels_of(column: Any) -> Column:

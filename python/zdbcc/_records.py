@@ -204,8 +204,8 @@ class Records:
         Examples
         --------
         >>> db = zdbcc.Database()
-        >>> db.add_parameter("p", "food", {"tea": 2.5}).to_series()["tea"]
-        2.5
+        >>> db.add_parameter("p", "food", {"tea": 2.5}).to_series().to_dict()
+        {'tea': 2.5}
         """
         import pandas as pd
 
@@ -300,6 +300,7 @@ class Records:
     def __arrow_c_stream__(self, requested_schema: object = None) -> object:
         """The records as a stream of Arrow's C data interface; a requested schema is not used.
 
+        It has a column for each position of the symbol, that of a slice for the fixed ones, too.
         The stream reads the symbol while it is consumed, and fails if that has been cleared or
         removed meanwhile, or the database closed.
         """
@@ -317,7 +318,8 @@ class Records:
         """
         import pyarrow as pa
 
-        return pa.RecordBatchReader.from_stream(self).read_all()
+        table = pa.RecordBatchReader.from_stream(self).read_all()
+        return table.select([*self._open, *range(self._core.dim, table.num_columns)])
 
     # ---- Notebooks ----
 

@@ -28,7 +28,7 @@ def objects() -> dict[str, Any]:
     }
 
 
-@pytest.mark.parametrize("order", itertools.permutations(OBJECTS))
+@pytest.mark.parametrize("order", list(itertools.permutations(OBJECTS)))
 def test_Objects_DieInAnyOrder(order: tuple[str, ...]) -> None:
     alive = objects()
     for name in order:
