@@ -33,6 +33,9 @@ def test_Values_OfEveryTypeOfNumberAreTaken() -> None:
         for frame in labels_in_text(pd.DataFrame({"k": ["x", "NA", "y"], "v": values})):
             p = zdbcc.Database().add_parameter("p", "*", frame)
             assert p.to_dict() == {"x": 1.0, "NA": 2.0, "y": 3.0}
+    odd = np.array([0xFFF8000000000000, 0x7FF0000000000001], np.uint64).view(float)
+    p = zdbcc.Database().add_parameter("p", "*", pd.DataFrame({"k": ["x", "y"], "v": odd}))
+    assert p.to_numpy().view(np.uint64).tolist() == [0x7FF8000000000000] * 2
     missing = pd.DataFrame({"k": ["x", "y"], "v": pd.array([None, True], "boolean")})
     p = zdbcc.Database().add_parameter("p", "*", missing.astype({"v": "Float64"}))
     assert np.isnan(p["x"]) and p["y"] == 1.0
