@@ -77,7 +77,7 @@ def _join(labels: list[Column], values: list[Column], rows: int, shape: Shape) -
                 f"row {row} of the records of {shape.name} has no label (a missing value); "
                 "fill it or leave the row out"
             )
-            error.kind, error.row = "label", row
+            error.row = row
             raise error
     return Columns(rows, labels + values)
 
@@ -98,7 +98,7 @@ def _from_rows(rows: list[Any], shape: Shape) -> Columns:
             if isinstance(row, str)
             or not isinstance(row, Sequence)
             or not least <= len(row) <= most
-            or len(lengths) > 1
+            or len(row) != len(rows[0])
         )
         raise ArgumentError(
             f"row {bad} of the records of {shape.name} is {rows[bad]!r}; each row has "

@@ -139,9 +139,7 @@ class Database(Mapping[str, Symbol]):
     def __getitem__(self, name: str) -> Symbol:
         core = self._core.find(name) if isinstance(name, str) else None
         if core is None:
-            error = NotFoundError(f"there is no symbol {name!r} in the database")
-            error.kind = "not found"
-            raise error
+            raise NotFoundError(f"there is no symbol {name!r} in the database")
         return self._wrap(core)
 
     def __iter__(self) -> Iterator[str]:
@@ -389,7 +387,7 @@ class Database(Mapping[str, Symbol]):
             f"{first.key!r} of {first.symbol}, position {first.position + 1}, which is not in "
             f"{first.domain}; extend the set, or pass check_domains=False"
         )
-        error.kind, error.position = "domain", first.position
+        error.position = first.position
         raise error
 
 

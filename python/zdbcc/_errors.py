@@ -43,6 +43,8 @@ class Error(Exception):
 class FileError(Error, OSError):
     """A file that cannot be read or written: not there, not permitted, disk full."""
 
+    kind = "system"
+
 
 class MissingFileError(FileError, FileNotFoundError):
     """A file that is not there."""
@@ -51,41 +53,61 @@ class MissingFileError(FileError, FileNotFoundError):
 class DamagedError(Error, ValueError):
     """A file whose content is damaged, not of the format, or of a newer version."""
 
+    kind = "damaged"
+
 
 class ArgumentError(Error, ValueError):
     """An argument that is out of range, of another type or shape, or does not fit the symbol."""
+
+    kind = "argument"
 
 
 class LabelError(ArgumentError):
     """A text that is not a valid label, name or element text."""
 
+    kind = "label"
+
 
 class ExistsError(ArgumentError):
     """A symbol or record that is there already."""
+
+    kind = "exists"
 
 
 class DomainError(ArgumentError):
     """A record outside a domain, or a domain that does not fit."""
 
+    kind = "domain"
+
 
 class NotFoundError(Error, KeyError):
     """A symbol, label or record that is not there."""
+
+    kind = "not found"
 
 
 class ClosedError(Error, ValueError):
     """A database that has been closed, or a symbol that has been removed."""
 
+    kind = "handle"
+
 
 class StateError(Error, RuntimeError):
     """A call that does not fit the state of the database."""
+
+    kind = "state"
 
 
 class OutOfMemoryError(Error, MemoryError):
     """Memory is exhausted; the call has changed nothing."""
 
+    kind = "no memory"
+
 
 class StreamError(Error, RuntimeError):
     """A stream of another program that failed; the message has that program's words."""
+
+    kind = "callback"
 
 
 # The kinds of zdbx.h by number.

@@ -138,7 +138,7 @@ class Symbol(Records):
                 error = NotFoundError(
                     f"there is no label {part!r} (position {position + 1}) in the database"
                 )
-                error.kind, error.position = "not found", position
+                error.position = position
                 raise error
             numbers.append(number)
         return numbers
