@@ -95,6 +95,67 @@ py::object exportStream(Symbol& self, const std::optional<std::vector<std::int32
   return capsule;
 }
 
+/// What a stream has, read before the database is locked: its producer may be slow, or need the
+/// lock of another database, whose thread may be waiting for ours.
+class Drained {
+ public:
+  explicit Drained(ArrowArrayStream& source) {
+    const py::gil_scoped_release release;
+    schemaCode_ = source.get_schema(&source, &schema_);
+    code_ = schemaCode_;
+    while (code_ == 0) {
+      ArrowArray array = {};
+      code_ = source.get_next(&source, &array);
+      if (code_ != 0 || array.release == nullptr) break;
+      arrays_.push_back(array);
+    }
+    if (code_ != 0) {
+      const char* text = source.get_last_error(&source);
+      if (text != nullptr) error_ = text;
+    }
+    stream_.get_schema = [](ArrowArrayStream* stream, ArrowSchema* out) {
+      Drained& self = of(stream);
+      if (self.schemaCode_ == 0) *out = std::exchange(self.schema_, {});
+      return self.schemaCode_;
+    };
+    stream_.get_next = [](ArrowArrayStream* stream, ArrowArray* out) {
+      Drained& self = of(stream);
+      *out = {};
+      if (self.next_ == self.arrays_.size()) return self.code_;
+      *out = std::exchange(self.arrays_[self.next_++], {});
+      return 0;
+    };
+    stream_.get_last_error = [](ArrowArrayStream* stream) -> const char* {
+      return of(stream).error_.empty() ? nullptr : of(stream).error_.c_str();
+    };
+    stream_.release = [](ArrowArrayStream* stream) { stream->release = nullptr; };
+    stream_.private_data = this;
+  }
+  ~Drained() {
+    if (schema_.release != nullptr) schema_.release(&schema_);
+    for (ArrowArray& array : arrays_) {
+      if (array.release != nullptr) array.release(&array);
+    }
+  }
+  Drained(const Drained&) = delete;
+  Drained& operator=(const Drained&) = delete;
+
+  ArrowArrayStream& stream() { return stream_; }
+
+ private:
+  static Drained& of(ArrowArrayStream* stream) {
+    return *static_cast<Drained*>(stream->private_data);
+  }
+
+  ArrowSchema schema_ = {};
+  std::vector<ArrowArray> arrays_;
+  std::size_t next_ = 0;
+  int schemaCode_ = 0;
+  int code_ = 0;
+  std::string error_;
+  ArrowArrayStream stream_ = {};
+};
+
 py::tuple import(Symbol& self, ArrowArrayStream& stream, int mode) {
   zdbx_result result = {};
   result.size = sizeof result;
@@ -117,7 +178,8 @@ py::tuple importCapsule(Symbol& self, const py::object& capsule, int mode) {
     if (s->release != nullptr) s->release(s);
   };
   const std::unique_ptr<ArrowArrayStream, decltype(release)> owner(&stream, release);
-  return import(self, stream, mode);
+  Drained drained(stream);
+  return import(self, drained.stream(), mode);
 }
 
 using Codes = py::array_t<std::int32_t, py::array::c_style>;

@@ -131,11 +131,11 @@ def run(*functions: Any) -> list[BaseException]:
         except BaseException as error:
             raised.append(error)
 
-    threads = [threading.Thread(target=guarded, args=(f,)) for f in functions]
+    threads = [threading.Thread(target=guarded, args=(f,), daemon=True) for f in functions]
     for thread in threads:
         thread.start()
     for thread in threads:
-        thread.join(60)
+        thread.join(20)
     assert not any(thread.is_alive() for thread in threads)
     return raised
 
@@ -168,3 +168,17 @@ def test_Close_WhileOthersReadRaisesThere() -> None:
 
         raised = run(read, read, db.close)
         assert [type(error) for error in raised] == [zdbcc.ClosedError] * 2
+
+
+def test_Databases_TakeFromEachOtherWithoutWaitingForever() -> None:
+    one, other = (
+        zdbcc.Database().add_parameter("p", "*", {f"k{i}": float(i) for i in range(2000)})
+        for _ in range(2)
+    )
+
+    def take(target: zdbcc.Parameter, source: zdbcc.Parameter) -> None:
+        for _ in range(200):
+            target.update(source)
+
+    assert run(lambda: take(one, other), lambda: take(other, one)) == []
+    assert one.to_dict() == other.to_dict()
