@@ -29,26 +29,13 @@ std::shared_ptr<Symbol> Database::symbolOf(zdbSymbol_t handle) {
 }
 
 void Database::close() {
-  bool isInUse = false;
-  {
-    const py::gil_scoped_release release;
-    const Use use(*this);
-    isInUse = depth_ > 1;
-    if (!isInUse) {
-      for (auto& [handle, known] : symbols_) {
-        if (const auto symbol = known.lock()) symbol->handle = nullptr;
-      }
-      symbols_.clear();
-      zdbfree(&handle_);
-    }
+  const py::gil_scoped_release release;
+  const std::scoped_lock lock(mutex_);
+  for (auto& [handle, known] : symbols_) {
+    if (const auto symbol = known.lock()) symbol->handle = nullptr;
   }
-  if (isInUse) {
-    raise({ZDBX_STATE,
-           "the database is in use by the call that reads this stream; close it later",
-           {},
-           -1,
-           -1});
-  }
+  symbols_.clear();
+  zdbfree(&handle_);
 }
 
 void Database::remove(Symbol& symbol) {

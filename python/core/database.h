@@ -37,7 +37,7 @@ class Database : public std::enable_shared_from_this<Database> {
     std::optional<Failure> failure;
     {
       const pybind11::gil_scoped_release release;
-      const Use use(*this);
+      const std::scoped_lock lock(mutex_);
       if (handle_ == nullptr) {
         failure = closed();
       } else {
@@ -60,7 +60,7 @@ class Database : public std::enable_shared_from_this<Database> {
   /// Needs no GIL.
   template <typename Function>
   auto callFromOutside(Function&& function) {
-    const Use use(*this);
+    const std::scoped_lock lock(mutex_);
     return function(handle_);
   }
 
@@ -73,22 +73,11 @@ class Database : public std::enable_shared_from_this<Database> {
   void remove(Symbol& symbol);
 
  private:
-  /// A use of the handle by one thread. Streams that a call reads may come back to the database.
-  struct Use {
-    explicit Use(Database& db) : lock(db.mutex_), depth(db.depth_) { ++depth; }
-    ~Use() { --depth; }
-    Use(const Use&) = delete;
-    Use& operator=(const Use&) = delete;
-    std::scoped_lock<std::recursive_mutex> lock;
-    int& depth;
-  };
-
   static Failure closed();
   static Failure removed();
 
   zdbHandle_t handle_ = nullptr;
-  std::recursive_mutex mutex_;
-  int depth_ = 0;  ///< calls under way, all of one thread
+  std::mutex mutex_;  ///< nothing of another program is called while it is held
   std::map<zdbSymbol_t, std::weak_ptr<Symbol>> symbols_;
 };
 
