@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test soak fuzz bench asan tsan format lint reference install clean help
+.PHONY: all demo test soak fuzz bench bench-python asan tsan format lint reference install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -42,6 +42,12 @@ bench: ## measure the library and its peers
 	@script/peers.sh build bench
 	@script/bench.sh build/bench-results build/bin/bench_*
 
+bench-python: ## measure the Python package and its peers
+	@script/packages.sh build
+	@$(CONFIGURE) --preset release >/dev/null
+	@cmake --build --preset release --target _core >/dev/null
+	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so
+
 asan: ## run all tests under the address and undefined-behaviour sanitizers
 	@script/packages.sh build mpi
 	@$(CONFIGURE) --preset asan >/dev/null
@@ -59,10 +65,11 @@ format: ## format all C and C++ files
 	@script/packages.sh lint
 	@script/sources.sh | xargs clang-format -i
 
-lint: ## check layout, common faults, include directions, the manual, run paths, that every test is built
+lint: ## check layout, common faults, include directions, the manual, run paths, the Python package, that every test is built
 	@script/packages.sh build mpi lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
 	@cmake --build build-lint --target zdbcc diet_demo >/dev/null
+	@script/peers.sh build-lint lint
 	@script/lint.sh build-lint
 
 reference: all ## write the reference of the tool's verbs into doc/tool.md
@@ -75,7 +82,7 @@ clean: ## remove everything that was built
 	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz
 
 help: ## list the jobs
-	@sed -n 's/^\([a-z]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 10
+	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 14
 
 # Once build.ninja exists, the build itself configures again if needed.
 build/build.ninja:

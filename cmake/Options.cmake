@@ -1,6 +1,7 @@
 # Everything except the library itself is off if the project is part of another one.
 option(ZDB_BUILD_COMPANIONS "Build the companion libraries" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_TOOLS "Build the command-line tool and the examples" ${PROJECT_IS_TOP_LEVEL})
+option(ZDB_BUILD_PYTHON "Build the Python package zdbcc if Python, numpy and pybind11 are found" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_TESTS "Build tests and fuzzers" ${PROJECT_IS_TOP_LEVEL})
 option(ZDB_BUILD_BENCH "Build the benchmarks" OFF)
 option(ZDB_INSTALL "Make install rules" ${PROJECT_IS_TOP_LEVEL})

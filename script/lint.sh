@@ -1,8 +1,9 @@
 #!/bin/sh
 # Checks formatting, include directions, that the manual says who frees every handle, that every
 # test is built, that the faults to plant still match their lines, the run paths of programs and
-# libraries, and clang-tidy's checks on every .cpp and .c file: lint.sh BUILD_FOLDER, which must be
-# configured with everything switched on and hold the tool and the demo.
+# libraries, types and style of the Python package where script/peers.sh could fetch mypy and ruff,
+# and clang-tidy's checks on every .cpp and .c file: lint.sh BUILD_FOLDER, which must be configured
+# with everything switched on and hold the tool and the demo.
 # shellcheck disable=SC2317 # functions are called through step
 set -u
 cd "$(dirname "$0")/.." || exit
@@ -31,6 +32,15 @@ tidy() {
   return 1
 }
 
+python_types() {
+  (cd python && "$checkers/mypy" --config-file mypy.ini --cache-dir "$checkers/../cache" zdbcc)
+}
+
+python_style() {
+  "$checkers/ruff" check --no-cache --config python/ruff.toml python tests/python bench/python &&
+    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python tests/python bench/python
+}
+
 step "layout" layout
 step "include directions" script/check_includes.sh
 step "include directions, self-test" script/check_includes.sh --self-test
@@ -40,5 +50,12 @@ step "tests are built" script/check_tests.sh "$build"
 step "lines of faults to plant" script/mutants.sh --list
 step "run paths" script/check_runpaths.sh "$build"
 step "run paths, self-test" script/check_runpaths.sh "$build" --self-test
+checkers=$(realpath "$build")/peers/lint/bin
+if [ -e "$build/peers/lint.version" ]; then
+  step "types of the Python package" python_types
+  step "style of the Python package" python_style
+else
+  echo "types and style of the Python package: skipped, mypy and ruff could not be fetched"
+fi
 step "clang-tidy" tidy
 exit "$failed"

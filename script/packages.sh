@@ -5,7 +5,7 @@ set -eu
 
 packages_for() {
   case $1 in
-    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3" ;;
+    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-xarray python3-scipy python3-hypothesis python3-pytest" ;;
     mpi) echo "libopenmpi-dev openmpi-bin" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;

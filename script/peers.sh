@@ -2,12 +2,14 @@
 # Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a
 # virtual environment, pandas, polars and duckdb for it, and DuckDB's library, which an npm package
 # carries; with bench, also h5py, with which a benchmark compares: peers.sh BUILD_FOLDER [bench]
+# With lint, fetches only mypy and ruff, with which the Python package is checked.
 # What cannot be had (no network, no npm) is left out with a note; its tests are skipped.
 set -u
 
 pyarrow=26.0.1
 frames="pandas==3.1.1 polars==2.1.0 duckdb==2.0.1"
 h5py=3.16.0
+lint="mypy==2.4.1 ruff==0.17.6 numpy==2.4.6"
 duckdb=@duckdb/node-bindings-linux-x64@1.5.6-r.1
 
 # needs JOB COMMAND: installs what the job needs unless the command works. Whether that succeeds
@@ -31,7 +33,7 @@ once() {
     echo "$2" >"$1.version"
   else
     rm -rf "$1"
-    echo "note: tests with $1 are skipped, it cannot be fetched: $(echo "$output" | grep -im1 error)" >&2
+    echo "note: what needs $1 is skipped, it cannot be fetched: $(echo "$output" | grep -im1 error)" >&2
   fi
 }
 
@@ -60,6 +62,17 @@ fetch_packages() {
 fetch_frames() { fetch_packages frames $frames; }
 fetch_h5py() { fetch_packages h5py "h5py==$h5py"; }
 
+fetch_lint() {
+  needs python python3 -c "import ensurepip"
+  # shellcheck disable=SC2086 # a list of packages
+  python3 -m venv lint &&
+    lint/bin/pip install -q --disable-pip-version-check --retries 0 --only-binary=:all: $lint
+}
+
+if [ "${2-}" = lint ]; then
+  once lint "$lint" fetch_lint
+  exit
+fi
 once pyarrow "$pyarrow" fetch_pyarrow
 once frames "$frames" fetch_frames
 once duckdb "$duckdb" fetch_duckdb

@@ -5,5 +5,5 @@ cd "$(dirname "$0")/.."
 if [ $# -eq 0 ]; then set -- '*.c' '*.h' '*.cpp'; fi
 set -f
 for pattern in "$@"; do
-  find src include companions tools examples tests bench fuzz -name "$pattern" -type f
+  find src include companions python tools examples tests bench fuzz -name "$pattern" -type f
 done | sort

@@ -1,0 +1,188 @@
+"""A million records of three labels and a double: frames and arrays in and out of a database,
+beside the bulk calls in C, and files beside those of others. Prints a table: records.py LIBRARY
+
+Each row is the least of five runs, in milliseconds; databases are made and freed outside the clock.
+Peers that cannot be imported are left out.
+"""
+
+from __future__ import annotations
+
+import ctypes
+import importlib.util
+import sqlite3
+import sys
+import tempfile
+import time
+from collections.abc import Callable
+from pathlib import Path
+from typing import Any
+
+import numpy as np
+import pandas as pd
+import zdbcc
+
+SIDE = 100
+COUNT = SIDE**3
+RUNS = 5
+
+
+def least(work: Callable[[Any], object], setup: Callable[[], Any] = lambda: None) -> float:
+    """The least time of a few runs in milliseconds; each gets what its setup returns."""
+    times = []
+    for _ in range(RUNS):
+        argument = setup()
+        start = time.perf_counter()
+        result = work(argument)
+        times.append(time.perf_counter() - start)
+        del result, argument
+    return min(times) * 1e3
+
+
+def sample(order: np.ndarray) -> pd.DataFrame:
+    """Records in an order, with categorical labels."""
+    codes = np.unravel_index(order, (SIDE, SIDE, SIDE))
+    values = np.random.default_rng(1).random(COUNT)
+    labels = {
+        name: pd.Categorical.from_codes(code, [f"{name}{n}" for n in range(SIDE)])
+        for name, code in zip("ijk", codes, strict=True)
+    }
+    return pd.DataFrame({**labels, "value": values})
+
+
+def empty() -> zdbcc.Parameter:
+    """An empty parameter in a database that has the labels."""
+    db = zdbcc.Database()
+    db.add_labels([f"{name}{n}" for name in "ijk" for n in range(SIDE)])
+    return db.add_parameter("p", ["*", "*", "*"])
+
+
+class Column(ctypes.Structure):
+    """zdbx_column and zdbx_buffer."""
+
+    _fields_ = (("data", ctypes.c_void_p), ("stride", ctypes.c_int64))
+
+
+class Columns(ctypes.Structure):
+    """zdbx_columns."""
+
+    _fields_ = (
+        ("size", ctypes.c_size_t),
+        ("rows", ctypes.c_int64),
+        ("keys", Column * 20),
+        ("values", Column * 5),
+        ("texts", ctypes.c_void_p),
+    )
+
+
+class Buffers(ctypes.Structure):
+    """zdbx_buffers."""
+
+    _fields_ = (
+        ("size", ctypes.c_size_t),
+        ("rows", ctypes.c_int64),
+        ("keys", Column * 20),
+        ("labels", Column * 20),
+        ("values", Column * 5),
+        ("texts", Column),
+    )
+
+
+class Bulk:
+    """The bulk calls themselves."""
+
+    def __init__(self, library: str, keys: list[np.ndarray], values: np.ndarray) -> None:
+        self.library, self.keys, self.values = ctypes.CDLL(library), keys, values
+
+    def fill(self, struct: Any) -> Any:
+        struct.size, struct.rows = ctypes.sizeof(struct), COUNT
+        for place, key in enumerate(self.keys):
+            struct.keys[place].data = key.ctypes.data
+        struct.values[0].data = self.values.ctypes.data
+        return struct
+
+    def symbol(self) -> tuple[ctypes.c_void_p, ctypes.c_void_p]:
+        db, symbol = ctypes.c_void_p(), ctypes.c_void_p()
+        assert self.library.zdbcreate(ctypes.byref(db), None, 0)
+        for name in "ijk":
+            for n in range(SIDE):
+                number = ctypes.c_int()
+                label = f"{name}{n}".encode()
+                assert self.library.c__zdbmergeuel(db, label, ctypes.byref(number))
+        assert self.library.c__zdbaddsymbol(db, b"p", 3, 1, 0, b"", ctypes.byref(symbol))
+        return db, symbol
+
+    def put(self, target: tuple[ctypes.c_void_p, ctypes.c_void_p]) -> None:
+        columns = self.fill(Columns())
+        assert self.library.zdbx_put_records(*target, ctypes.byref(columns), 0, 0, None)
+
+    def get(self, target: tuple[ctypes.c_void_p, ctypes.c_void_p]) -> None:
+        buffers = self.fill(Buffers())
+        assert self.library.zdbx_get_records(*target, None, ctypes.byref(buffers), None)
+
+
+def memory_rows(frame: pd.DataFrame, library: str) -> dict[str, float]:
+    shuffled = sample(np.random.default_rng(2).permutation(COUNT))
+    full = empty()
+    full.update(frame)
+    keys, (values,) = full.to_arrays()
+    bulk = Bulk(library, keys, values)
+    target = bulk.symbol()
+    bulk.put(target)
+    return {
+        "frame in": least(lambda p: p.update(frame), empty),
+        "frame in, shuffled": least(lambda p: p.update(shuffled), empty),
+        "frame out": least(lambda _: full.to_frame()),
+        "arrays in": least(lambda p: p.update_arrays(keys, values), empty),
+        "arrays in, the C call": least(bulk.put, bulk.symbol),
+        "arrays out": least(lambda _: full.to_arrays()),
+        "arrays out, the C call": least(lambda _: bulk.get(target)),
+    }
+
+
+def file_rows(frame: pd.DataFrame, folder: Path) -> dict[str, float]:
+    full = empty()
+    full.update(frame)
+    zxf, csv, parquet, sqlite = (folder / f"p.{end}" for end in ("zxf", "csv", "parquet", "db"))
+
+    def read_zxf(_: object) -> pd.DataFrame:
+        with zdbcc.open(zxf) as db:
+            return db["p"].to_frame()
+
+    def write_zxf(p: zdbcc.Parameter) -> None:
+        p.update(frame)
+        p.database.write(zxf)
+
+    rows = {
+        "frame to file": least(write_zxf, empty),
+        "frame from file": least(read_zxf),
+    }
+    if importlib.util.find_spec("pyarrow"):
+        rows["frame to file, Parquet"] = least(lambda _: frame.to_parquet(parquet))
+        rows["frame from file, Parquet"] = least(lambda _: pd.read_parquet(parquet))
+    rows["frame to file, CSV"] = least(lambda _: frame.to_csv(csv, index=False))
+    rows["frame from file, CSV"] = least(
+        lambda _: pd.read_csv(csv, dtype=dict.fromkeys("ijk", "category"))
+    )
+    plain = frame.astype(dict.fromkeys("ijk", str))
+    with sqlite3.connect(sqlite) as connection:
+        rows["frame to file, sqlite3"] = least(
+            lambda _: plain.to_sql("p", connection, index=False, if_exists="replace")
+        )
+        rows["frame from file, sqlite3"] = least(
+            lambda _: pd.read_sql("SELECT * FROM p", connection)
+        )
+    for path in (zxf, parquet, csv, sqlite):
+        if path.exists():
+            rows[f"MB of the file, {path.suffix[1:]}"] = path.stat().st_size / 1e6
+    return rows
+
+
+def main() -> None:
+    frame = sample(np.arange(COUNT))
+    with tempfile.TemporaryDirectory() as folder:
+        rows = memory_rows(frame, sys.argv[1]) | file_rows(frame, Path(folder))
+    for name, milliseconds in rows.items():
+        print(f"{name:28} {milliseconds:9.1f}")
+
+
+main()

@@ -1,0 +1,70 @@
+"""The examples of the docstrings and of the page about the package, its stubs and its imports."""
+
+from __future__ import annotations
+
+import ast
+import contextlib
+import doctest
+import importlib
+import io
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+import zdbcc
+
+PAGE = Path(__file__).parents[2] / "doc" / "python.md"
+
+
+@pytest.mark.parametrize(
+    "module", ["", "._database", "._errors", "._records", "._symbols", "._values"]
+)
+def test_Docstrings_PrintWhatTheySay(module: str) -> None:
+    result = doctest.testmod(importlib.import_module("zdbcc" + module), extraglobs={"zdbcc": zdbcc})
+    assert result.attempted > 0
+    assert result.failed == 0
+
+
+def names(module: object) -> set[str]:
+    """Names of a module and of the members of its classes, without those that all have."""
+    found = set()
+    for name, value in vars(module).items():
+        if isinstance(value, type):
+            found |= {f"{name}.{member}" for member in vars(value) if member[:1] != "_"}
+        elif name[:2] != "__":
+            found.add(name)
+    return found
+
+
+def test_Stubs_HaveTheNamesOfTheModule() -> None:
+    stub = Path(zdbcc.__file__).with_name("_core.pyi").read_text(encoding="utf-8")
+    found = set()
+    for node in ast.parse(stub).body:
+        if isinstance(node, ast.ClassDef):
+            found |= {f"{node.name}.{part.name}" for part in node.body if part.name[:1] != "_"}
+        elif isinstance(node, ast.FunctionDef):
+            found.add(node.name)
+    assert found == names(zdbcc._core)
+
+
+def test_Page_PrintsWhatItSays(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    text = PAGE.read_text(encoding="utf-8")
+    blocks = re.findall(r"^```python\n(.*?)^```\n(?:\n```text\n(.*?)^```$)?", text, re.M | re.S)
+    assert len(blocks) == text.count("```python") > 0
+    assert sum(bool(output) for _, output in blocks) == text.count("```text")
+    monkeypatch.chdir(tmp_path)
+    session: dict[str, object] = {}
+    for code, expected in blocks:
+        with contextlib.redirect_stdout(io.StringIO()) as out:
+            exec(compile(code, str(PAGE), "exec"), session)
+        assert out.getvalue() == expected
+
+
+def test_Import_LoadsNumpyOnly() -> None:
+    code = "import sys, zdbcc; print(sorted({'pandas', 'xarray', 'scipy'} & set(sys.modules)))"
+    result = subprocess.run(
+        [sys.executable, "-c", code], capture_output=True, text=True, check=True
+    )
+    assert result.stdout == "[]\n"

@@ -1,0 +1,103 @@
+"""Forms of records that other packages give and take."""
+
+from __future__ import annotations
+
+import html
+from typing import Any
+
+import numpy as np
+import pandas as pd
+import pytest
+import zdbcc
+
+
+def labels_in_text(frame: pd.DataFrame) -> list[pd.DataFrame]:
+    """A frame of one label and one other column, with the types that pandas has for labels."""
+    return [
+        frame,
+        frame.astype({"k": "string"}),
+        frame.astype({"k": "category"}),
+        frame.set_index("k"),
+        frame.astype({"k": "category"}).set_index("k"),
+        frame.iloc[::-1],
+        frame.set_index(pd.Index([7, 3, 5])),
+    ]
+
+
+def test_Values_OfEveryTypeOfNumberAreTaken() -> None:
+    for values in (
+        [1, 2, 3], np.array([1, 2, 3], np.uint8), np.array([1, 2, 3], np.float32),
+        np.array([1, 2, 3], ">f8"), np.array([1, 2.0, np.int8(3)], object),
+        pd.array([1, 2, 3], "Int64"), pd.array([1, 2, 3], "Float32"), np.arange(6.0)[::2] / 2 + 1,
+    ):  # fmt: skip
+        for frame in labels_in_text(pd.DataFrame({"k": ["x", "NA", "y"], "v": values})):
+            p = zdbcc.Database().add_parameter("p", "*", frame)
+            assert p.to_dict() == {"x": 1.0, "NA": 2.0, "y": 3.0}
+    odd = np.array([0xFFF8000000000000, 0x7FF0000000000001], np.uint64).view(float)
+    p = zdbcc.Database().add_parameter("p", "*", pd.DataFrame({"k": ["x", "y"], "v": odd}))
+    assert p.to_numpy().view(np.uint64).tolist() == [0x7FF8000000000000] * 2
+    missing = pd.DataFrame({"k": ["x", "y"], "v": pd.array([None, True], "boolean")})
+    p = zdbcc.Database().add_parameter("p", "*", missing.astype({"v": "Float64"}))
+    assert np.isnan(p["x"]) and p["y"] == 1.0
+
+
+@pytest.mark.parametrize("dtype", [object, "string", "category"])
+def test_MissingTexts_AreEmpty(dtype: str) -> None:
+    frame = pd.DataFrame({"k": ["x", "NA", "y"], "t": ["NA", None, "b"]}).astype({"t": dtype})
+    for each in labels_in_text(frame):
+        s = zdbcc.Database().add_set("s", each)
+        assert s.to_dict() == {"x": "NA", "NA": "", "y": "b"}
+    assert zdbcc.Database().add_set("s", pd.Series({"x": None, "y": "b"}))["x"] == ""
+
+
+def test_EmptyForms_GiveEmptySymbolsAndBack() -> None:
+    for empty in ([], {}, pd.DataFrame({"a": [], "b": [], "v": []}), np.zeros((0, 3))):
+        db = zdbcc.Database()
+        p = db.add_parameter("p", ["i", "j"], empty)
+        assert (len(p), list(p), p.to_dict(), db.labels) == (0, [], {}, [])
+        assert list(p.to_frame().columns) == ["i", "j", "value"]
+        assert (p.to_frame().shape, p.to_xarray().shape, len(p.to_series())) == ((0, 3), (0, 0), 0)
+        p.update({("a", "b"): 1.0})
+        p.update(empty, mode="replace")
+        assert len(p) == 0
+
+
+def test_Level_IsSetAndOtherValuesStay() -> None:
+    x = zdbcc.Database().add_variable("x", "*", {"a": (1, 2, 3, 4, 5)}, kind="positive")
+    x["a"] = 7
+    assert x["a"] == (7, 2, 3, 4, 5)
+    x["new"] = 7, 1
+    assert x["new"] == (7, 1, 0, zdbcc.INF, 1)
+    x["a"] = zdbcc.Values()
+    assert x["a"] == (0, 0, -zdbcc.INF, zdbcc.INF, 1)
+
+
+def test_UnusedCategories_AddNoLabels() -> None:
+    db = zdbcc.Database()
+    values = pd.Categorical(["b"], categories=["a", "b", "c"])
+    db.add_parameter("p", "*", pd.DataFrame({"k": values, "v": [1.0]}))
+    assert db.labels == ["b"]
+
+
+def test_Html_IsEscapedAndShort(db: zdbcc.Database) -> None:
+    db["food"]["<b>"] = "<script>"
+    text = db["food"]._repr_html_()
+    assert "&lt;b&gt;" in text and "<script>" not in text and "<b>" not in text
+    assert html.escape(repr(db["price"])) in db["price"]._repr_html_()
+    many: dict[Any, Any] = {f"{'x' * 50}{i}": float(i) for i in range(5000)}
+    assert len(db.add_parameter("many", "*", many)._repr_html_()) < 10_000
+
+
+def test_Repr_IsOneLine(sample: Any) -> None:
+    with zdbcc.open(sample) as db:
+        for symbol in db.values():
+            assert "\n" not in repr(symbol)
+    long = zdbcc.Database().add_set("s", text="word " * 50)
+    assert len(repr(long)) < 90
+
+
+def test_Names_AreFoundInAnyCase(db: zdbcc.Database) -> None:
+    assert db["PRICE"].name == "price" and "Price" in db and 5 not in db
+    db.rename("price", "cost")
+    assert list(db) == ["food", "cost", "flow", "ship"]
+    assert dict(db)["cost"]["TEA"] == 2.5

@@ -1,0 +1,218 @@
+"""Bad input of each method raises the right class, says what to do, and changes nothing."""
+
+from __future__ import annotations
+
+import pathlib
+from collections.abc import Callable
+from typing import Any
+
+import numpy as np
+import pandas as pd
+import pytest
+import zdbcc
+
+NAN = float("nan")
+SLICES = slice(None)
+
+
+class Stream:
+    """An object whose stream is not one."""
+
+    def __arrow_c_stream__(self, requested_schema: object = None) -> object:
+        return object()
+
+
+def cat(*labels: Any) -> pd.Categorical:
+    return pd.Categorical(list(labels))
+
+
+def frame(*columns: Any) -> pd.DataFrame:
+    return pd.DataFrame({f"c{i}": column for i, column in enumerate(columns)})
+
+
+Do = Callable[[zdbcc.Database], object]
+
+# What is done, the class that it raises, and a part of its message.
+BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
+    # Wrong dimension.
+    (lambda db: db["price"]["tea", "x"], zdbcc.ArgumentError, "has 1 positions, but the key"),
+    (lambda db: db["flow"]["tea"], zdbcc.ArgumentError, "has 2 positions, but the key 'tea' has 1"),
+    (lambda db: db["flow"][:, "x"]["tea", "y"], zdbcc.ArgumentError, "1 open positions"),
+    (lambda db: db["price"].update([("new", "new", 1.0)]), zdbcc.ArgumentError, "has 1 label and"),
+    (lambda db: db["flow"].update([("a", "b", 1), ("a", 1)]), zdbcc.ArgumentError, "row 1 of the"),
+    (lambda db: db["price"].update(frame(["new"])), zdbcc.ArgumentError, "columns by place"),
+    (lambda db: db["price"].update(frame(["n"], [1.0], [2.0])), zdbcc.ArgumentError, "has 3 colum"),
+    (lambda db: db["price"].update({("new", "x"): 1.0}), zdbcc.ArgumentError, "is not a label"),
+    (lambda db: db["flow"].update({"new": 1.0}), zdbcc.ArgumentError, "not a tuple of 2 labels"),
+    (lambda db: db["flow"].update(pd.Series({"new": 1.0})), zdbcc.ArgumentError, "1 index levels"),
+    (lambda db: db["flow"].update(db["price"]), zdbcc.ArgumentError, "column"),
+    (lambda db: db["price"].update_arrays([[1], [1]], [1.0]), zdbcc.ArgumentError, "not 2 and 1"),
+    (lambda db: db["price"].update_arrays([[1]], [1.0], [2.0]), zdbcc.ArgumentError, "not 1 and 2"),
+    (lambda db: db["price"].update_arrays([[1, 2]], [1.0]), zdbcc.ArgumentError, "with 2 entries"),
+    (lambda db: db["ship"].update({"new": (1,) * 6}), zdbcc.ArgumentError, "at most 5"),
+    (lambda db: db["ship"].update({"new": (1, 2), "b": 1}), zdbcc.ArgumentError, "same number"),
+    (lambda db: db.add_parameter("new", ["*"] * 21), zdbcc.ArgumentError, "at most 20"),
+    (lambda db: db["price"].to_scipy(), zdbcc.ArgumentError, "fix others in a slice"),
+    # Labels and records that are not there.
+    (lambda db: db["nothing"], zdbcc.NotFoundError, "no symbol 'nothing'"),
+    (lambda db: db.remove("nothing"), zdbcc.NotFoundError, "no symbol 'nothing'"),
+    (lambda db: db.rename("nothing", "new"), zdbcc.NotFoundError, "no symbol 'nothing'"),
+    (lambda db: db["price"]["cake"], zdbcc.NotFoundError, "cake"),
+    (lambda db: db["price"]["NA"], zdbcc.NotFoundError, "price"),
+    (lambda db: db["flow"][:, "cake"], zdbcc.NotFoundError, "no label 'cake' (position 2)"),
+    (lambda db: db["flow"][:, " "], zdbcc.NotFoundError, "no label ' '"),
+    (lambda db: db["price"].__delitem__("cake"), zdbcc.NotFoundError, "cake"),
+    (lambda db: db["flow"].__delitem__(("NA", SLICES)), zdbcc.NotFoundError, "no records in the"),
+    (lambda db: db["price"].update_arrays([[99]], [1.0]), zdbcc.NotFoundError, "99"),
+    # Keys that come twice, or are there.
+    (lambda db: db.add_set("new", ["q", "Q"]), zdbcc.ExistsError, "xist"),
+    (lambda db: db.add_parameter("new", "*", frame(["q", "q"], [1, 2])), zdbcc.ExistsError, "xist"),
+    (lambda db: db["price"].update({"q": 1, "TEA": 2}, mode="add"), zdbcc.ExistsError, "xist"),
+    (lambda db: db["price"].update_arrays([[1]], [1], mode="add"), zdbcc.ExistsError, "xist"),
+    (lambda db: db.add_set("PRICE"), zdbcc.ArgumentError, "PRICE"),
+    (lambda db: db.rename("flow", "price"), zdbcc.ExistsError, "price"),
+    # Types of labels and values.
+    (lambda db: db["price"][1], zdbcc.ArgumentError, "int, not a str; labels are str"),
+    (lambda db: db["price"].update([("q", 1.0), (2020, 1.0)]), zdbcc.LabelError, "2020 (int), not"),
+    (lambda db: db["price"].update([("q", 1.0), (NAN, 1.0)]), zdbcc.LabelError, "row 1 is nan"),
+    (lambda db: db["price"].update(frame(["q", None], [1, 2])), zdbcc.LabelError, "row 1 is "),
+    (lambda db: db["price"].update(frame(cat("q", None), [1, 2])), zdbcc.LabelError, "row 1 of th"),
+    (lambda db: db["price"].update(frame(cat(1, 2), [1, 2])), zdbcc.LabelError, "not a str"),
+    (lambda db: db["price"].update({"q": 1, "a\nb": 2}), zdbcc.LabelError, "control"),
+    (lambda db: db["price"].update({"q": 1, "a\0b": 2}), zdbcc.LabelError, "NUL"),
+    (lambda db: db["price"].update({"q": 1, "x" * 64: 2}), zdbcc.LabelError, "xxx"),
+    (lambda db: db["price"].update({"q": 1, "'\"": 2}), zdbcc.LabelError, "row 1 of the records"),
+    (lambda db: db.add_labels(["q", "x" * 64]), zdbcc.LabelError, "xxx"),
+    (lambda db: db.add_labels(["q", 5]), zdbcc.LabelError, "label 1 is 5 (int)"),
+    (lambda db: db["price"].update({"q": "1.5"}), zdbcc.ArgumentError, "convert it to float64"),
+    (lambda db: db["price"].update(frame(["q"], ["1"])), zdbcc.ArgumentError, "'1' (str), not a n"),
+    (lambda db: db["price"].update({"q": None}), zdbcc.ArgumentError, "None (NoneType), not a num"),
+    (lambda db: db["price"].update(frame(["q"], [1j])), zdbcc.ArgumentError, "complex128"),
+    (lambda db: db["price"].__setitem__("q", "1"), zdbcc.ArgumentError, "not numbers"),
+    (lambda db: db["price"].__setitem__("q", (1, 2)), zdbcc.ArgumentError, "has 1 values, not 2"),
+    (lambda db: db["price"].__setitem__(SLICES, 1), zdbcc.ArgumentError, "use update()"),
+    (lambda db: db["price"].__contains__(SLICES), zdbcc.ArgumentError, "is not a key"),
+    (lambda db: db["price"][1:2], zdbcc.ArgumentError, "only : is possible"),
+    (lambda db: db["food"].__setitem__("q", 1), zdbcc.ArgumentError, "text is a str, not a int"),
+    (lambda db: db["food"].update({"q": "x" * 256}), zdbcc.LabelError, "text"),
+    (lambda db: db["food"].update({"q": 5}), zdbcc.LabelError, "5 (int)"),
+    (lambda db: db["price"].update(5), zdbcc.ArgumentError, "pass a DataFrame"),
+    (lambda db: db["price"].update("tea"), zdbcc.ArgumentError, "pass a DataFrame"),
+    (lambda db: db["price"].update_arrays([[1.5]], [1.0]), zdbcc.ArgumentError, "from add_labels("),
+    # Choices.
+    (lambda db: db["price"].update({"q": 1}, mode="both"), zdbcc.ArgumentError, "merge, replace a"),
+    (lambda db: db["ship"].to_series("price"), zdbcc.ArgumentError, "one of level, marginal"),
+    (lambda db: db.add_variable("new", kind="odd"), zdbcc.ArgumentError, "one of unknown, binary"),
+    (lambda db: db.add_set("1st"), zdbcc.LabelError, "1st"),
+    (lambda db: db.add_set(5), zdbcc.ArgumentError, "is a str, not 5"),
+    (lambda db: db.add_set("new", domain=[5]), zdbcc.ArgumentError, "or the name of one, not 5"),
+    (lambda db: db.add_alias("new", "price"), zdbcc.ArgumentError, "stands for a set"),
+    (lambda db: db.remove("food"), zdbcc.StateError, "food"),
+    # Files.
+    (lambda db: zdbcc.open("no/such.zxf"), zdbcc.MissingFileError, "no/such.zxf"),
+    (lambda db: zdbcc.open("/dev"), (zdbcc.FileError, zdbcc.DamagedError), "/dev"),
+    (lambda db: db.write("no/such/out.zxf"), zdbcc.FileError, "no/such/out.zxf"),
+    (lambda db: zdbcc.Database.from_bytes(b"nonsense"), zdbcc.DamagedError, ""),
+]  # fmt: skip
+
+
+def state(db: zdbcc.Database) -> tuple[Any, ...]:
+    return db.labels, [(repr(s), repr(s.to_dict())) for s in db.values()]
+
+
+@pytest.mark.parametrize("number", range(len(BAD)))
+def test_BadInput_RaisesAndChangesNothing(db: zdbcc.Database, number: int) -> None:
+    do, cls, message = BAD[number]
+    before = state(db)
+    with pytest.raises(cls) as caught:
+        do(db)
+    assert message in str(caught.value)
+    assert str(caught.value) == caught.value.args[0]  # not the repr of a KeyError
+    assert caught.value.kind != "other"
+    assert state(db) == before
+    db["price"]["after"] = 1.0  # and the database is still good
+    assert db["price"]["after"] == 1.0
+
+
+def test_Classes_AreAlsoPythons() -> None:
+    for cls, base in [
+        (zdbcc.FileError, OSError),
+        (zdbcc.MissingFileError, FileNotFoundError),
+        (zdbcc.NotFoundError, KeyError),
+        (zdbcc.ArgumentError, ValueError),
+        (zdbcc.LabelError, ValueError),
+        (zdbcc.DamagedError, ValueError),
+        (zdbcc.OutOfMemoryError, MemoryError),
+    ]:
+        assert issubclass(cls, base) and issubclass(cls, zdbcc.Error)
+
+
+def test_Rows_AreToldInErrors(db: zdbcc.Database) -> None:
+    with pytest.raises(zdbcc.LabelError) as caught:
+        db["flow"].update([("a", "b", 1), ("a", "x" * 64, 1)])
+    assert (caught.value.kind, caught.value.row, caught.value.position) == ("label", 1, 1)
+    with pytest.raises(zdbcc.ExistsError) as exists:
+        db["flow"].update([("a", "b", 1), ("tea", "x", 1)], mode="add")
+    assert (exists.value.kind, exists.value.row, exists.value.position) == ("exists", 1, None)
+
+
+def test_WrongStreams_AreRefused(db: zdbcc.Database) -> None:
+    before = state(db)
+    with pytest.raises((ValueError, TypeError)):
+        db["price"].update(Stream())
+    capsule = db["price"].__arrow_c_stream__()
+
+    class Twice:
+        def __arrow_c_stream__(self, requested_schema: object = None) -> object:
+            return capsule
+
+    db["price"].update(Twice())
+    with pytest.raises(zdbcc.ArgumentError, match="read already"):
+        db["price"].update(Twice())
+    assert state(db) == before
+
+
+def test_DomainViolations_AreToldBeforeWriting(db: zdbcc.Database, tmp_path: pathlib.Path) -> None:
+    path = tmp_path / "out.zxf"
+    db["price"]["cake"] = 1.0
+    with pytest.raises(zdbcc.DomainError, match="'cake' of price, position 1, .* not in food"):
+        db.write(path)
+    assert not path.exists()
+    assert db.check_domains() == [("price", "cake", 0, "food")]
+    db.write(path, check_domains=False)
+    assert zdbcc.open(path)["price"]["cake"] == 1.0
+    db["food"]["CAKE"] = ""
+    assert db.check_domains() == []
+
+
+def test_DamagedFiles_AreRefusedWhereTheyAreDamaged(db: zdbcc.Database) -> None:
+    db["price"].update({f"k{i}": i / 7 for i in range(500)})
+    whole = db.to_bytes(check_domains=False)
+    refused = 0
+    for place in range(0, len(whole), 7):
+        damaged = bytearray(whole)
+        damaged[place] ^= 0x55
+        try:
+            back = zdbcc.Database.from_bytes(damaged)
+            for symbol in back.values():
+                symbol.to_dict()
+        except zdbcc.Error:
+            refused += 1
+        else:
+            assert state(back) == state(db)
+    assert refused > len(whole) // 7 * 0.9
+    for size in range(0, len(whole), 31):
+        with pytest.raises(zdbcc.DamagedError):
+            zdbcc.Database.from_bytes(whole[:size])
+
+
+def test_SymbolThatCannotBeRead_RaisesWhenUsed(
+    sample: pathlib.Path, tmp_path: pathlib.Path
+) -> None:
+    path = tmp_path / "gone.zxf"
+    path.write_bytes(sample.read_bytes())
+    with zdbcc.open(path) as db:
+        path.write_bytes(b"")
+        with pytest.raises(zdbcc.Error):
+            db["distance"].to_frame()
+    assert np.isnan(zdbcc.open(sample)["odd"]["na"])
