@@ -26,8 +26,8 @@ struct SweepOptions {
   std::string records;  ///< of whole symbols, in long form
   std::string resumed;  ///< an output that was begun earlier
   std::string plot;
-  std::string timing;   ///< of the log that tells who solved what
-  std::string part;     ///< "3/16"; empty: all scenarios
+  std::string timing;  ///< of the log that tells who solved what
+  std::string part;    ///< "3/16"; empty: all scenarios
   bool keepsGoing = false;
   bool isDryRun = false;
   bool force = false;
