@@ -3,6 +3,12 @@
 case ${1-first} in
   *"--to tables") rm -r tables && exit ;; # which are read before they are written
   *"--resume results.csv"*) rm -f results.csv && exit ;; # which another sweep began
+  *" join part-"*) # of a sweep in two parts
+    rm -f results.csv* part-*
+    for k in 1 2; do
+      zdbcc sweep plan.mps --scenarios s.csv --part $k/2 -o part-$k.csv 2>/dev/null
+    done
+    exit ;;
   first) ;;
   *) exit 0 ;;
 esac
