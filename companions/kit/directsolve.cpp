@@ -20,8 +20,21 @@ bool areFinite(const std::vector<double>& values, const std::vector<int>& places
   return std::all_of(places.begin(), places.end(), [&](int k) { return std::isfinite(values[k]); });
 }
 
+constexpr double kLimitOfBounds = 1e100;  // clp aborts the process for finite bounds from here on
+
+bool isTooLarge(double bound) {
+  return std::isfinite(bound) && std::abs(bound) >= kLimitOfBounds;
+}
+
+void refuseLarge(double lower, double upper) {
+  if (!isTooLarge(lower) && !isTooLarge(upper)) return;
+  throw KitError("A bound or right-hand side is " + shown(isTooLarge(lower) ? lower : upper) +
+                 ": finite ones must be less than 1e100 in magnitude");
+}
+
 // An infinite bound is one on its own side only; NaN is none.
 bool areBounds(double lower, double upper) {
+  refuseLarge(lower, upper);
   return lower < INFINITY && upper > -INFINITY;
 }
 

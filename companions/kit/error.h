@@ -1,6 +1,7 @@
-// The error class of the kit, and how its messages quote texts.
+// The error class of the kit, and how its messages show texts and numbers.
 #pragma once
 
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -15,6 +16,13 @@ struct KitError : std::runtime_error {
 /// A text as messages of the kit show it.
 inline std::string quoted(std::string_view text) {
   return ">" + std::string(text) + "<";
+}
+
+/// A number as messages of the kit show it, in six digits.
+inline std::string shown(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%g", value);
+  return text;
 }
 
 }  // namespace zdb::kit

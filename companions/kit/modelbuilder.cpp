@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 #include "kit/error.h"
@@ -14,12 +13,6 @@ namespace {
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kLargest = 1.0E300;  // bounds of this size are infinite
 
-std::string printed(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%g", value);
-  return text;
-}
-
 double asBound(double value) {
   if (value >= kLargest) return kInfinity;
   return value <= -kLargest ? -kInfinity : value;
@@ -27,7 +20,7 @@ double asBound(double value) {
 
 void checkFinite(double value, const char* what) {
   if (std::abs(value) < kLargest) return;
-  throw KitError(std::string(what) + " must be a finite number, not " + printed(value));
+  throw KitError(std::string(what) + " must be a finite number, not " + shown(value));
 }
 
 void checkLabels(const Symbol& symbol, const char* const* labels) {
@@ -45,7 +38,7 @@ void checkLabels(const Symbol& symbol, const char* const* labels) {
 void checkBounds(double lower, double upper) {
   const bool isUsable = lower < kInfinity && upper > -kInfinity;  // false for NaN
   if (isUsable) return;
-  throw KitError("A column cannot have the bounds " + printed(lower) + " and " + printed(upper));
+  throw KitError("A column cannot have the bounds " + shown(lower) + " and " + shown(upper));
 }
 
 constexpr int kMost = std::numeric_limits<int>::max();
