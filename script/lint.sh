@@ -1,7 +1,7 @@
 #!/bin/sh
 # Checks formatting, include directions, that the manual says who frees every handle, that every
 # test is built, that the faults to plant still match their lines, the run paths of programs and
-# libraries, types and style of the Python package where script/peers.sh could fetch mypy and ruff,
+# libraries, types and style of Python where script/peers.sh could fetch mypy and ruff,
 # and clang-tidy's checks on every .cpp and .c file: lint.sh BUILD_FOLDER, which must be configured
 # with everything switched on and hold the tool and the demo.
 # shellcheck disable=SC2317 # functions are called through step
@@ -33,12 +33,15 @@ tidy() {
 }
 
 python_types() {
-  (cd python && "$checkers/mypy" --config-file mypy.ini --cache-dir "$checkers/../cache" zdbcc)
+  (cd python && "$checkers/mypy" --config-file mypy.ini --cache-dir "$checkers/../cache" zdbcc) &&
+    "$checkers/mypy" --strict --cache-dir "$checkers/../cache" script/*.py
 }
 
 python_style() {
   "$checkers/ruff" check --no-cache --config python/ruff.toml python tests/python bench/python &&
-    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python tests/python bench/python
+    "$checkers/ruff" check --no-cache --config python/ruff.toml --select B,E,F,I,UP,W --ignore B905 \
+      script tests bench &&
+    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python script tests bench
 }
 
 step "layout" layout
@@ -52,10 +55,10 @@ step "run paths" script/check_runpaths.sh "$build"
 step "run paths, self-test" script/check_runpaths.sh "$build" --self-test
 checkers=$(realpath "$build")/peers/lint/bin
 if [ -e "$build/peers/lint.version" ]; then
-  step "types of the Python package" python_types
-  step "style of the Python package" python_style
+  step "types of Python" python_types
+  step "style of Python" python_style
 else
-  echo "types and style of the Python package: skipped, mypy and ruff could not be fetched"
+  echo "types and style of Python: skipped, mypy and ruff could not be fetched"
 fi
 step "clang-tidy" tidy
 exit "$failed"

@@ -11,10 +11,10 @@ import ctypes
 import random
 import sys
 import time
-from typing import Callable
+from collections.abc import Callable
+from functools import partial
 
 import pyarrow as pa
-
 import zdb
 
 RECORDS, LABELS, REPETITIONS = 1_000_000, 400, 7
@@ -79,18 +79,20 @@ def main() -> None:
     for number, storage in enumerate(STORAGES):
         symbol = db.symbol(f"p{number}", zdb.PARAMETER, ["*", "*", "*"])
         db.switch(symbol, number)
-        report(f"ArrowIn/zdb_dictionaries_{storage}", lambda: take(db, symbol, encoded))
-        report(f"ArrowIn/zdb_texts_{storage}", lambda: take(db, symbol, texts))
-        report(f"ArrowOut/zdb_{storage}", lambda: export(db, symbol))
+        report(f"ArrowIn/zdb_dictionaries_{storage}", partial(take, db, symbol, encoded))
+        report(f"ArrowIn/zdb_texts_{storage}", partial(take, db, symbol, texts))
+        report(f"ArrowOut/zdb_{storage}", partial(export, db, symbol))
     report(
         "ArrowIn/pyarrow_encode", lambda: len([c.dictionary_encode() for c in texts.columns[:3]][0])
     )
     report("ArrowOut/pyarrow_copy", lambda: copied(encoded))
     report(
         "ArrowOut/pyarrow_encode",
-        lambda: pa.table(
-            [*(c.dictionary_encode() for c in texts.columns[:3]), texts.column(3)], names="abcv"
-        ).num_rows,
+        lambda: (
+            pa.table(
+                [*(c.dictionary_encode() for c in texts.columns[:3]), texts.column(3)], names="abcv"
+            ).num_rows
+        ),
     )
 
 

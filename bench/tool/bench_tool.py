@@ -58,7 +58,6 @@ def write_cubes(folder: Path, library: str, records: int) -> None:
     import h5py
     import numpy as np
     import pyarrow as pa
-
     import zdb
 
     source = np.random.default_rng(20261126)

@@ -166,7 +166,10 @@ class DuckDB(unittest.TestCase):
         )
         self.duck.read("food", self.db.export(food))
         self.duck.read("x", self.db.export(x))
-        joined = "SELECT label, text, level, marginal, lower, upper, scale FROM food JOIN x ON label = food"
+        joined = (
+            "SELECT label, text, level, marginal, lower, upper, scale FROM food "
+            "JOIN x ON label = food"
+        )
         self.assertEqual(
             self.duck.rows(joined), [("tea", "in cups", "1.0", "2.0", "3.5", "4.0", "5.0")]
         )
@@ -232,10 +235,20 @@ class ParquetOfTheTool(unittest.TestCase):
 
     def test_Export_HasRecordsNullsAndInfinities(self) -> None:
         expected = {
-            "city": [("Bonn", "on the Rhine"), ("Köln", "two\nlines"), ("Ulm, Donau", 'says "hello"')],
+            "city": [
+                ("Bonn", "on the Rhine"),
+                ("Köln", "two\nlines"),
+                ("Ulm, Donau", 'says "hello"'),
+            ],
             "distance": [("Bonn", "Köln", "29.5"), ("Bonn", "Ulm, Donau", "0.3333333333333333")],
             "odd": [
-                *(("undef", None), ("na", None), ("#plus", "inf"), ("minus", "-inf"), ("eps", "0.0"))
+                *(
+                    ("undef", None),
+                    ("na", None),
+                    ("#plus", "inf"),
+                    ("minus", "-inf"),
+                    ("eps", "0.0"),
+                )
             ],
             "nothing": [],
             "limit": [("-1e-07",)],

@@ -23,7 +23,10 @@ class Guide(unittest.TestCase):
         session: dict[str, object] = {"__name__": "__main__"}
         for code, expected in blocks:
             code = code.replace("libzdbcclib64.so", LIBRARY)
-            with self.subTest(code.splitlines()[-1]), contextlib.redirect_stdout(io.StringIO()) as out:
+            with (
+                self.subTest(code.splitlines()[-1]),
+                contextlib.redirect_stdout(io.StringIO()) as out,
+            ):
                 exec(compile(code, PAGE, "exec"), session)
             self.assertEqual(out.getvalue(), expected)
 

@@ -7,10 +7,10 @@ import decimal
 import itertools
 import sys
 import unittest
-from typing import Any, Iterator
+from collections.abc import Iterator
+from typing import Any
 
 import pyarrow as pa
-
 import zdb
 from zdb import ARGUMENT, LABEL
 

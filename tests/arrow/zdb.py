@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import ctypes
 import os
-from typing import Any, Sequence
+from collections.abc import Sequence
+from typing import Any
 
 SET, PARAMETER, VARIABLE, EQUATION, ALIAS = range(5)
 MERGE, REPLACE, ADD = range(3)

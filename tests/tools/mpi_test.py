@@ -27,7 +27,8 @@ class Ranks(SweepFolder):
             text=True,
             pipesize=4096,
             # On this machine alone, whatever its interfaces are.
-            env=os.environ | {"OMPI_MCA_btl": "self,vader", "OMPI_MCA_btl_vader_single_copy_mechanism": "none"},
+            env=os.environ
+            | {"OMPI_MCA_btl": "self,vader", "OMPI_MCA_btl_vader_single_copy_mechanism": "none"},
         )
 
     def processes(self, mpirun: int) -> list[tuple[int, int, list[int]]]:
@@ -64,7 +65,10 @@ class Ranks(SweepFolder):
         self.assertEqual((code, output, errors), (0, self.whole(TOOL), ""))
 
     def test_killed_rank_or_supervisor_ends_all_and_is_named(self) -> None:
-        for part, text in ((0, "process rank 1 .*signal 9"), (1, r"rank 1 \(.*\): its supervisor has ended\n")):
+        for part, text in (
+            (0, "process rank 1 .*signal 9"),
+            (1, r"rank 1 \(.*\): its supervisor has ended\n"),
+        ):
             code, output, errors = self.kill_after_two_rows(3, part)
             self.assertNotEqual(code, 0)
             self.assertRegex(errors, text)

@@ -35,8 +35,10 @@ def box_of(text: ElementTree.Element) -> tuple[float, float, float, float, str]:
     words = text.text or ""
     size = float(text.get("font-size", "13"))
     width = 0.55 * size * len(words)
-    left = float(text.get("x", "0")) - {"start": 0, "middle": 0.5, "end": 1}[
-        text.get("text-anchor", "start")] * width
+    left = (
+        float(text.get("x", "0"))
+        - {"start": 0, "middle": 0.5, "end": 1}[text.get("text-anchor", "start")] * width
+    )
     bottom = float(text.get("y", "0"))
     return left, bottom - 0.75 * size, left + width, bottom, words
 
@@ -56,8 +58,10 @@ class Sweep(unittest.TestCase):
         """The heading, and rows of which some have no solution."""
         (self.folder / "m.mod").write_text(model)
         values = ["", "", "0", "1", "4", "7", "90"]
-        rows = [[f's{i}, "{i}"', *self.random.choices(values, k=len(CHANGES[model]))]
-                for i in range(count)]
+        rows = [
+            [f's{i}, "{i}"', *self.random.choices(values, k=len(CHANGES[model]))]
+            for i in range(count)
+        ]
         for row, column in zip(rows, range(1, len(rows[0]))):
             row[column] = "3"
         quoted = [[row[0].replace('"', '""'), *row[1:]] for row in rows]
@@ -85,9 +89,19 @@ class Sweep(unittest.TestCase):
         ):
             heading, *rows = self.scenarios(model, 60)
             seen = set()
-            for order in range(4):
-                done = self.run_tool(self.command([heading, *rows], "--solver", solver, "--force",
-                                                  "-o", "r.csv", "--long", "l.csv"))
+            for _ in range(4):
+                done = self.run_tool(
+                    self.command(
+                        [heading, *rows],
+                        "--solver",
+                        solver,
+                        "--force",
+                        "-o",
+                        "r.csv",
+                        "--long",
+                        "l.csv",
+                    )
+                )
                 self.assertEqual(done.returncode, 0, done.stderr)
                 texts = self.results("r.csv", "l.csv")
                 seen.add(tuple("".join(sorted(text.splitlines())) for text in texts))
@@ -135,13 +149,17 @@ class Sweep(unittest.TestCase):
             words = ["sweep", "one.mod", "--scenarios", "s.csv", "--plot", "p.svg", "--force"]
             self.assertEqual(self.run_tool([TOOL, *words]).returncode, 0)
             picture = ElementTree.parse(self.folder / "p.svg").getroot()
-            boxes = [box_of(text) for text in picture.iter("{http://www.w3.org/2000/svg}text")
-                     if "transform" not in text.attrib]
+            boxes = [
+                box_of(text)
+                for text in picture.iter("{http://www.w3.org/2000/svg}text")
+                if "transform" not in text.attrib
+            ]
             for i, (x, y, right, bottom, text) in enumerate(boxes):
                 self.assertTrue(0 <= x and right <= 900 and 0 <= y and bottom <= 670, text)
                 for other in boxes[:i]:
-                    is_apart = (x >= other[2] or right <= other[0] or y >= other[3]
-                                or bottom <= other[1])
+                    is_apart = (
+                        x >= other[2] or right <= other[0] or y >= other[3] or bottom <= other[1]
+                    )
                     self.assertTrue(is_apart, (objectives[:5], text, other[4]))
 
     def test_killed_sweeps_go_on(self) -> None:
@@ -155,8 +173,11 @@ class Sweep(unittest.TestCase):
             for how in (signal.SIGKILL, signal.SIGINT, signal.SIGKILL, signal.SIGTERM, None):
                 size = rows.stat().st_size if rows.exists() else 0
                 until = size + self.random.randrange(1, len(whole[0]) // 6)
-                process = subprocess.Popen(self.command(lines, "--resume", target, *extra),
-                                           cwd=self.folder, stderr=subprocess.DEVNULL)
+                process = subprocess.Popen(
+                    self.command(lines, "--resume", target, *extra),
+                    cwd=self.folder,
+                    stderr=subprocess.DEVNULL,
+                )
                 while how and process.poll() is None:
                     if rows.exists() and rows.stat().st_size >= until:
                         process.send_signal(how)

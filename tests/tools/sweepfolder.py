@@ -26,7 +26,10 @@ def name(scenario: int) -> str:
 
 def children(process: int) -> list[int]:
     try:
-        return [int(each) for each in Path(f"/proc/{process}/task/{process}/children").read_text().split()]
+        return [
+            int(each)
+            for each in Path(f"/proc/{process}/task/{process}/children").read_text().split()
+        ]
     except FileNotFoundError:
         return []
 
@@ -56,7 +59,12 @@ class SweepFolder(unittest.TestCase):
         self.addCleanup(self.folder.cleanup)
         self.path("plan.mod").write_text(MODEL)
         self.write_scenarios(SCENARIOS)
-        self.arguments = ["sweep", str(self.path("plan.mod")), "--scenarios", str(self.path("needs.csv"))]
+        self.arguments = [
+            "sweep",
+            str(self.path("plan.mod")),
+            "--scenarios",
+            str(self.path("needs.csv")),
+        ]
 
     def write_scenarios(self, count: int) -> None:
         rows = (

@@ -16,13 +16,17 @@ from typing import Any
 
 TOOL, SAMPLE = sys.argv.pop(1), sys.argv.pop(1)
 # Sanitizers take more memory than there is.
-IS_SANITIZED = b"__asan_init" in Path(TOOL).read_bytes() or b"__tsan_init" in Path(TOOL).read_bytes()
+IS_SANITIZED = (
+    b"__asan_init" in Path(TOOL).read_bytes() or b"__tsan_init" in Path(TOOL).read_bytes()
+)
 MEMORY_LIMIT = [] if IS_SANITIZED else ["--memory-limit", "1000"]
 CITIES = ["*", "Bonn", "Köln", '"Ulm, Donau"']
 
 
 def run(*words: str, code: int = 0) -> str:
-    done = subprocess.run([TOOL, *words], stdout=subprocess.PIPE, text=True, errors="surrogateescape")
+    done = subprocess.run(
+        [TOOL, *words], stdout=subprocess.PIPE, text=True, errors="surrogateescape"
+    )
     assert done.returncode == code, words
     return done.stdout
 
@@ -163,9 +167,7 @@ class Interruption(unittest.TestCase):
         self.model, self.table = Path(folder.name, "hard.mod"), Path(folder.name, "out.csv")
         self.model.write_text(HARD)
 
-    def start(
-        self, *options: str, solver: str = "glpk", **streams: Any
-    ) -> subprocess.Popen[str]:
+    def start(self, *options: str, solver: str = "glpk", **streams: Any) -> subprocess.Popen[str]:
         words = ["solve", str(self.model), "--solver", solver, "--log", *options]
         return subprocess.Popen([TOOL, *words], text=True, **streams)
 

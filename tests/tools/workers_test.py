@@ -24,7 +24,9 @@ class Workers(SweepFolder):
             start_new_session=True,
         )
 
-    def sweep(self, jobs: int, on_row: Callable[[int, int], None]) -> tuple[int, str, str, set[int]]:
+    def sweep(
+        self, jobs: int, on_row: Callable[[int, int], None]
+    ) -> tuple[int, str, str, set[int]]:
         """Calls a function with the process and the number of rows so far, after each row. Returns
         exit code, output and errors, and all workers there were."""
         process = self.start(jobs)
@@ -76,7 +78,7 @@ class Workers(SweepFolder):
     def test_ctrl_c_and_kill_leave_whole_rows_and_no_worker(self) -> None:
         for number, code in ((signal.SIGINT, 130), (signal.SIGTERM, -15), (signal.SIGKILL, -9)):
 
-            def stop(process: int, count: int) -> None:
+            def stop(process: int, count: int, number: int = number) -> None:
                 if count == 10:  # a terminal sends Ctrl-C to all
                     (os.killpg if number == signal.SIGINT else os.kill)(process, number)
 
