@@ -1,7 +1,6 @@
 // Header, library and signature table against the table of the exported surface.
 
 #include <cstdio>
-#include <regex>
 #include <set>
 #include <string>
 #include <type_traits>
@@ -46,11 +45,14 @@ std::set<std::string> exportedNames() {
 
 // Those of zdbx.h, which has no table.
 std::set<std::string> namesInHeader() {
-  static const std::regex declaration("ZDBCCLIB_API [a-z *]*(zdbx_[a-z_]+)\\(");
+  const std::string mark = "ZDBCCLIB_API ";
   const std::string header = zdb::test::readFile(ZDBX_HEADER);
   std::set<std::string> names;
-  for (std::sregex_iterator it(header.begin(), header.end(), declaration), end; it != end; ++it) {
-    names.insert((*it)[1]);
+  for (std::size_t at = header.find(mark); at != std::string::npos;
+       at = header.find(mark, at + 1)) {
+    const std::size_t end = header.find('(', at);
+    const std::size_t first = header.find_last_of(" *", end) + 1;
+    names.insert(header.substr(first, end - first));
   }
   return names;
 }

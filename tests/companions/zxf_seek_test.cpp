@@ -53,7 +53,8 @@ TEST(ZxfSeek, AnyOrderAndAnyRoomForBlocks_FindsTheRecordsThatFollow) {
         int changed = 0;
         reader.take(key, values, &changed);
         ASSERT_EQ(std::pair(key[0], key[1]), std::pair(keys[row], keys[row + 1])) << room;
-        ASSERT_EQ(values[0], static_cast<double>(row / 2));
+        const std::size_t number = row / 2;
+        ASSERT_EQ(values[0], static_cast<double>(number));
       }
       ASSERT_EQ(row, end);
     }
