@@ -24,16 +24,14 @@ void doTasks(int socket, const Work& work) {
 }  // namespace
 
 bool serve(int socket, const Work& work) {
-  const char* problem = nullptr;
   try {
     doTasks(socket, work);
     return true;
   } catch (const std::bad_alloc&) {
-    problem = "not enough memory";
+    sendMessage(socket, {.kind = Message::Kind::Death, .text = "not enough memory"});
   } catch (const std::exception& failure) {
-    problem = failure.what();
+    sendMessage(socket, {.kind = Message::Kind::Death, .text = failure.what()});
   }
-  sendMessage(socket, {.kind = Message::Kind::Death, .text = problem});
   return false;
 }
 

@@ -65,15 +65,13 @@ class Supervisor {
 }  // namespace
 
 void supervise(int socket, const std::function<Work()>& prepare) {
-  const char* problem = nullptr;
   try {
-    return Supervisor(socket).run(prepare);
+    Supervisor(socket).run(prepare);
   } catch (const std::bad_alloc&) {
-    problem = "not enough memory";
+    sendMessage(socket, {.kind = Message::Kind::Broken, .text = "not enough memory"});
   } catch (const std::exception& failure) {
-    problem = failure.what();
+    sendMessage(socket, {.kind = Message::Kind::Broken, .text = failure.what()});
   }
-  sendMessage(socket, {.kind = Message::Kind::Broken, .text = problem});
 }
 
 }  // namespace zdb::sweep
