@@ -1,10 +1,15 @@
 """What tests of sweeps with several workers share: a model with scenarios, and its processes."""
 
+import os
 import subprocess
 import tempfile
 import time
 import unittest
 from pathlib import Path
+
+# At its end, the address sanitizer looks for leaks with a process of its own, and waits for ever if
+# that is killed like a worker.
+os.environ["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks=0"
 
 SCENARIOS = 120
 
