@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "kit/api.h"
+#include "kit/bounds.h"
 #include "kit/instance.h"
 #include "shared/boundary.h"
 
@@ -50,18 +51,11 @@ int copyAll(zmiHandle instance, std::vector<State> Instance::*states, double Sta
   });
 }
 
-// Bounds from 1.0E300 on are infinite.
-double asStored(double bound) {
-  constexpr double largest = 1.0E300;
-  if (bound >= largest) return std::numeric_limits<double>::infinity();
-  return bound <= -largest ? -std::numeric_limits<double>::infinity() : bound;
-}
-
 int setAltBound(zmiHandle instance, int column, double ColumnBounds::*field, double value) {
   return guardedOn<Instance>(instance, 0, [=](Instance& own) {
     if (!own.hasColumn(column)) return 0;
     own.boundLog.note(column, own.columns.size());
-    own.bounds[column].*field = asStored(value);
+    own.bounds[column].*field = asBound(value);
     return 1;
   });
 }

@@ -3,16 +3,14 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdio>
 
 #include "contract/guess.h"
+#include "kit/bounds.h"
 #include "kit/error.h"
 
 namespace zdb::kit {
 
 namespace {
-
-constexpr double kLargest = 1.0E300;
 
 const ChangeInfo& infoOf(const Instance& instance, int change) {
   if (change < 0 || change >= static_cast<int>(instance.changes.size())) {
@@ -74,8 +72,7 @@ std::string listed(const ChangeInfo& info, const std::array<std::string_view, kM
       nearest.consider(label);
     }
     if (isKnown) continue;
-    throw KitError(where + std::string(labels[d]) +
-                   (nearest.best().empty() ? "" : "; did you mean " + nearest.best() + "?"));
+    throw KitError(where + std::string(labels[d]) + nearest.question());
   }
   throw KitError(where + listed(info, labels));
 }
@@ -83,13 +80,11 @@ std::string listed(const ChangeInfo& info, const std::array<std::string_view, kM
 void checkValue(const ChangeInfo& info, double value) {
   const bool isLower = info.action == SetLower;
   const bool isUpper = info.action == SetUpper;
-  if (std::abs(value) < kLargest || (isLower && value <= -kLargest) ||
-      (isUpper && value >= kLargest)) {
+  if (std::abs(value) < kInfiniteBound || (isLower && value <= -kInfiniteBound) ||
+      (isUpper && value >= kInfiniteBound)) {
     return;
   }
-  char text[32];
-  std::snprintf(text, sizeof text, "%g", value);
-  throw KitError(info.name + " cannot be " + text);
+  throw KitError(info.name + " cannot be " + shown(value));
 }
 
 /// To be changed.
@@ -103,10 +98,6 @@ void set(Instance& instance, int column, int action, double value) {
   if (action != SetUpper) bounds.lower = bounds.altLower = value;
   if (action != SetLower) bounds.upper = bounds.altUpper = value;
   if (action == SetValue) instance.columns[static_cast<std::size_t>(column)].level = value;
-}
-
-double asBound(double value) {
-  return std::abs(value) < kLargest ? value : std::copysign(INFINITY, value);
 }
 
 void apply(Instance& instance, const Patch& patch) {

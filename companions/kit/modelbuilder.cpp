@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "kit/bounds.h"
 #include "kit/error.h"
 
 namespace zdb::kit {
@@ -11,15 +12,9 @@ namespace zdb::kit {
 namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kLargest = 1.0E300;  // bounds of this size are infinite
-
-double asBound(double value) {
-  if (value >= kLargest) return kInfinity;
-  return value <= -kLargest ? -kInfinity : value;
-}
 
 void checkFinite(double value, const char* what) {
-  if (std::abs(value) < kLargest) return;
+  if (std::abs(value) < kInfiniteBound) return;
   throw KitError(std::string(what) + " must be a finite number, not " + shown(value));
 }
 

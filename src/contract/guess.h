@@ -30,6 +30,8 @@ class NearestWord {
 
   /// The nearest one, or nothing if all candidates are too different.
   const std::string& best() const { return best_; }
+  /// "; did you mean BEST?" for the end of a message, or nothing if there is none.
+  std::string question() const { return best_.empty() ? "" : "; did you mean " + best_ + '?'; }
 
  private:
   /// Two slips in a word, one in a short one: farther away, a guess is noise.

@@ -167,7 +167,7 @@ class Database:
         return symbol
 
     def alias(self, name: str, number: int) -> Handle:
-        """Adds an alias of the set with a number, counted from 1."""
+        """Adds an alias of the set with a number."""
         alias = Handle()
         add = self.library.c__zdbaddsymbol
         self.require(add(self.handle, name.encode(), 1, ALIAS, number, b"", ctypes.byref(alias)))

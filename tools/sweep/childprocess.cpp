@@ -68,8 +68,7 @@ int ChildProcess::end() {
   int status = 0;
   if (exists()) {
     kill(id_, SIGKILL);
-    while (waitpid(id_, &status, 0) < 0 && errno == EINTR) {
-    }
+    contract::uninterrupted([&] { return waitpid(id_, &status, 0); });
   }
   release();
   return status;

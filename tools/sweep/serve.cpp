@@ -5,6 +5,9 @@
 #include <array>
 #include <cerrno>
 #include <new>
+#include <string_view>
+
+#include "contract/descriptor.h"
 
 namespace zdb::sweep {
 
@@ -37,26 +40,24 @@ bool serve(int socket, const Work& work) {
 
 bool sendMessage(int socket, const Message& message) {
   const std::string bytes = packed(message);
-  std::size_t done = 0;
-  while (done < bytes.size()) {
-    const ssize_t sent = ::send(socket, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
-    if (sent < 0 && errno == EINTR) continue;
+  std::string_view rest = bytes;
+  while (!rest.empty()) {
+    const ssize_t sent = contract::uninterrupted(
+        [&] { return ::send(socket, rest.data(), rest.size(), MSG_NOSIGNAL); });
     if (sent <= 0) return false;
-    done += static_cast<std::size_t>(sent);
+    rest.remove_prefix(static_cast<std::size_t>(sent));
   }
   return true;
 }
 
 bool receiveInto(MessageStream& stream, int socket, bool waits) {
   std::array<char, 1 << 16> buffer;
-  for (;;) {
-    const ssize_t count = recv(socket, buffer.data(), buffer.size(), waits ? 0 : MSG_DONTWAIT);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0 && errno == EAGAIN) return true;
-    if (count <= 0) return false;
-    stream.add({buffer.data(), static_cast<std::size_t>(count)});
-    return true;
-  }
+  const ssize_t count = contract::uninterrupted(
+      [&] { return recv(socket, buffer.data(), buffer.size(), waits ? 0 : MSG_DONTWAIT); });
+  if (count < 0 && errno == EAGAIN) return true;
+  if (count <= 0) return false;
+  stream.add({buffer.data(), static_cast<std::size_t>(count)});
+  return true;
 }
 
 }  // namespace zdb::sweep

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "contract/descriptor.h"
 #include "output.h"
 
 namespace zdb::tool {
@@ -14,7 +15,6 @@ class AppendFile : public Output {
   /// Makes the file, or keeps the first `size` bytes of one that is there. Throws OutputError, also
   /// if another program is appending to it.
   explicit AppendFile(const std::string& name, std::uint64_t size = 0);
-  ~AppendFile() override;
 
   void write(std::string_view text) override;
 
@@ -23,7 +23,7 @@ class AppendFile : public Output {
   [[noreturn]] void fail(int reason) const;
 
   std::string name_;
-  int descriptor_;
+  zdb::contract::Descriptor descriptor_;
   std::uint64_t size_ = 0;
 };
 

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <limits>
 #include <optional>
 
 #include "contract/names.h"
@@ -52,12 +51,9 @@ std::string trimmed(std::string_view text) {
   return std::string(zdb::contract::withoutEndingBlanks(zdb::contract::withoutLeadingBlanks(text)));
 }
 
-/// The number for a text, where infinities are bounds; none for any other text.
+/// The number for a text; none for any text that is not one.
 std::optional<double> valueOf(std::string_view text) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
-  static const ValueFormat format({kNone, kNone, kInfinity, -kInfinity, 0});
-  const std::optional<double> value = format.parse(text);
+  const std::optional<double> value = readModelValue(text);
   return value && std::isnan(*value) ? std::nullopt : value;
 }
 

@@ -97,6 +97,13 @@ std::string printable(std::string_view text) {
   return result;
 }
 
+std::string reportLine(std::string_view name, std::string_view text) {
+  constexpr std::size_t kWidth = 12;
+  std::string line(name);
+  line.resize(kWidth, ' ');
+  return line.append(text) += '\n';
+}
+
 std::string counted(unsigned long long count, std::string_view what) {
   std::string result = std::to_string(count) + ' ';
   return result.append(what).append(count == 1 ? "" : "s");

@@ -56,6 +56,9 @@ class Console : public Output {
 /// or control a terminal.
 std::string printable(std::string_view text);
 
+/// A line of a report: a name of up to ten letters, what it stands for beside it.
+std::string reportLine(std::string_view name, std::string_view text);
+
 /// "1 record", "2 records".
 std::string counted(unsigned long long count, std::string_view what);
 

@@ -41,15 +41,19 @@ std::string Fingerprint::text() const {
 }
 
 std::string Fingerprint::changesSince(const std::string& earlier) const {
-  const std::string lines = '\n' + earlier;
-  std::string changes;
-  for (const auto& [name, value] : parts_) {
-    std::string line = "\n";
-    line.append(name).append(": ").append(value) += '\n';
-    if (lines.find(line) == std::string::npos)
-      changes.append(changes.empty() ? "" : ", ").append(name);
+  return differingNames(text(), earlier);
+}
+
+std::string differingNames(std::string_view text, std::string_view other) {
+  const std::string lines = '\n' + std::string(other);
+  std::string names;
+  while (!text.empty()) {
+    const std::string line(text.substr(0, text.find('\n') + 1));
+    text.remove_prefix(line.size());
+    if (lines.find('\n' + line) != std::string::npos) continue;
+    names.append(names.empty() ? "" : ", ").append(line.substr(0, line.find(": ")));
   }
-  return changes;
+  return names;
 }
 
 }  // namespace zdb::tool

@@ -28,6 +28,9 @@ class Fingerprint {
   std::vector<std::pair<std::string, std::string>> parts_;
 };
 
+/// The names of lines of one text of a fingerprint that another does not have, with commas.
+std::string differingNames(std::string_view text, std::string_view other);
+
 constexpr std::uint64_t kEmptyHash = 0xcbf29ce484222325;
 /// The hash (64-bit FNV-1a) of what was hashed before, followed by some bytes.
 std::uint64_t hashed(std::uint64_t before, std::string_view bytes);

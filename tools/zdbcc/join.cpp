@@ -3,6 +3,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "fingerprint.h"
 #include "output.h"
 #include "outputfile.h"
 #include "part.h"
@@ -54,18 +55,6 @@ PartFile readPartFile(const std::string& name) {
   return file;
 }
 
-/// The names of the lines that differ.
-std::string differences(std::string_view one, std::string_view other) {
-  std::string names;
-  while (!one.empty()) {
-    const std::string_view line = one.substr(0, one.find('\n') + 1);
-    one.remove_prefix(line.size());
-    if (other.find(line) != std::string_view::npos) continue;
-    names.append(names.empty() ? "" : ", ").append(line.substr(0, line.find(": ")));
-  }
-  return names;
-}
-
 class Join {
  public:
   explicit Join(const JoinOptions& options) : options_(options) {
@@ -91,7 +80,7 @@ class Join {
  private:
   void requireSame(const PartFile& file) const {
     const PartFile& first = files_.front();
-    std::string what = differences(file.fingerprint, first.fingerprint);
+    std::string what = differingNames(file.fingerprint, first.fingerprint);
     if (what.empty() && file.part.count != first.part.count) what = "number of parts";
     if (what.empty()) return;
     throw ToolError(first.name + " and " + file.name +

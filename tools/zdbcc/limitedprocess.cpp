@@ -13,6 +13,8 @@
 #include <string>
 #include <string_view>
 
+#include "contract/descriptor.h"
+
 namespace zdb::tool {
 
 namespace {
@@ -113,8 +115,7 @@ pid_t begin() {
 
 int waitForWorker() {
   int status = 0;
-  while (waitpid(worker, &status, 0) < 0 && errno == EINTR) {
-  }
+  zdb::contract::uninterrupted([&] { return waitpid(worker, &status, 0); });
   return status;
 }
 

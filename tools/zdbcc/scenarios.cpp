@@ -15,7 +15,6 @@ namespace zdb::tool {
 namespace {
 
 constexpr double kEmpty = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 /// Devices and pipes may never end.
 constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 30;
 constexpr int kHeadingRow = 1;
@@ -83,8 +82,7 @@ void Scenarios::takeRow(const std::vector<std::string_view>& fields, int row) {
 
 double Scenarios::valueOf(std::string_view text) const {
   if (text.empty()) return kEmpty;
-  static const ValueFormat format({kEmpty, kEmpty, kInfinity, -kInfinity, 0});
-  const std::optional<double> value = format.parse(text);
+  const std::optional<double> value = readModelValue(text);
   if (value && !std::isnan(*value)) return *value;
   if (value) throw ToolError(std::string(text) + " is not a value that a model can have");
   const bool hasDecimalComma = separator_ != ',' &&

@@ -10,10 +10,6 @@ namespace zdb::tool {
 
 namespace {
 
-std::string line(const char* name, const std::string& value) {
-  return std::string(name) + std::string(12 - std::string(name).size(), ' ') + value + '\n';
-}
-
 std::string sizeText(void* instance) {
   std::string text = std::to_string(zkitRows(instance)) + " rows, " +
                      std::to_string(zkitColumns(instance)) + " columns, " +
@@ -45,18 +41,19 @@ bool SolveReport::hasBound() const {
 void SolveReport::print(Console& console) const {
   void* instance = model_.instance();
   ValueFormat format(model_.database().specialValues());
-  console.write(line("model", sizeText(instance)));
-  console.write(line("solver", solver_));
-  console.write(line("status", zkitModelStatusText(zkitModelStatus(instance))));
-  console.write(line("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
-  if (hasObjective()) console.write(line("objective", format.tenDigits(zkitObjective(instance))));
-  if (hasBound()) console.write(line("bound", format.tenDigits(zkitBound(instance))));
-  if (hasBound() && hasObjective()) console.write(line("gap", percent(zkitGap(instance))));
-  console.write(line("iterations", std::to_string(zkitIterations(instance))));
+  console.write(reportLine("model", sizeText(instance)));
+  console.write(reportLine("solver", solver_));
+  console.write(reportLine("status", zkitModelStatusText(zkitModelStatus(instance))));
+  console.write(reportLine("solve", zkitSolveStatusText(zkitSolveStatus(instance))));
+  if (hasObjective())
+    console.write(reportLine("objective", format.tenDigits(zkitObjective(instance))));
+  if (hasBound()) console.write(reportLine("bound", format.tenDigits(zkitBound(instance))));
+  if (hasBound() && hasObjective()) console.write(reportLine("gap", percent(zkitGap(instance))));
+  console.write(reportLine("iterations", std::to_string(zkitIterations(instance))));
   if (!infeasible_) return;
   const char* name = "infeasible";
   for (const std::string& each : infeasible_->lines()) {
-    console.write(line(name, printable(each)));
+    console.write(reportLine(name, printable(each)));
     name = "";
   }
 }

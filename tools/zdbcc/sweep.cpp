@@ -75,7 +75,7 @@ class Solving {
 /// What would be done.
 void printPlan(ScenarioSolver& solver, const SweepOptions& options, Console& console) {
   const auto line = [&](const char* name, const std::string& text) {
-    console.write(name + std::string(12 - std::string_view(name).size(), ' ') + text + '\n');
+    console.write(reportLine(name, text));
   };
   line("model", options.model.file);
   const std::size_t count = solver.scenarios().count();

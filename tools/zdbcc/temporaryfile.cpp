@@ -31,19 +31,15 @@ TemporaryFile::TemporaryFile() : folder_(temporaryFolder()) {
 }
 
 void TemporaryFile::append(std::span<const std::byte> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(file_.get(), bytes.data(), bytes.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) fail("write", folder_, errno);
-    size_ += static_cast<std::uint64_t>(count);
-    bytes = bytes.subspan(static_cast<std::size_t>(count));
-  }
+  const std::string_view all(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  if (!zdb::contract::writeAll(file_.get(), all)) fail("write", folder_, errno);
+  size_ += bytes.size();
 }
 
 void TemporaryFile::read(std::uint64_t place, std::span<std::byte> to) const {
   while (!to.empty()) {
-    const ssize_t count = ::pread(file_.get(), to.data(), to.size(), static_cast<off_t>(place));
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = zdb::contract::uninterrupted(
+        [&] { return ::pread(file_.get(), to.data(), to.size(), static_cast<off_t>(place)); });
     if (count <= 0) fail("read", folder_, count < 0 ? errno : EIO);
     place += static_cast<std::uint64_t>(count);
     to = to.subspan(static_cast<std::size_t>(count));

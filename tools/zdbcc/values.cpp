@@ -94,4 +94,9 @@ std::optional<double> ValueFormat::parse(std::string_view text) const {
   return readNumber(text, value) && std::isfinite(value) ? std::optional(value) : std::nullopt;
 }
 
+std::optional<double> readModelValue(std::string_view text) {
+  static const ValueFormat format({kNaN, kNaN, kInfinity, -kInfinity, 0});
+  return format.parse(text);
+}
+
 }  // namespace zdb::tool

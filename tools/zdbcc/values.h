@@ -44,4 +44,8 @@ class ValueFormat {
   char text_[32];
 };
 
+/// A number that a user writes for a model, where infinities are bounds; NaN for NA and Undef,
+/// which no model can have; none for any other text.
+std::optional<double> readModelValue(std::string_view text);
+
 }  // namespace zdb::tool

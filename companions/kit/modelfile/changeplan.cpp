@@ -20,10 +20,6 @@ namespace {
   throw ReadError("\"" + name.written + "\": " + why);
 }
 
-std::string guessed(const std::string& best) {
-  return best.empty() ? "" : "; did you mean " + best + "?";
-}
-
 std::string keyOf(const std::vector<std::string>& labels) {
   std::string key;
   for (const std::string& label : labels) key.append(contract::lowerCase(label)).append(1, '\0');
@@ -94,7 +90,7 @@ class Entries {
     contract::NearestWord nearest(name.symbol);
     for (const auto& [known, symbol] : names_) nearest.consider(known);
     fail(change,
-         std::string("the model has no ") + what_ + " " + name.written + guessed(nearest.best()));
+         std::string("the model has no ") + what_ + " " + name.written + nearest.question());
   }
 
   // The first label that no entry has is the wrong one, if there is one.
@@ -110,7 +106,7 @@ class Entries {
       }
       if (isKnown) continue;
       fail(change, std::string("no ") + what_ + " of " + name.written + " has the label " +
-                       name.labels[d] + guessed(nearest.best()));
+                       name.labels[d] + nearest.question());
     }
     fail(change, std::string("the model has no such ") + what_);
   }
@@ -194,7 +190,7 @@ class ChangePlanner {
     contract::NearestWord nearest(symbol);
     for (const std::string& param : params_) nearest.consider(param);
     columns_.offerParameters(nearest);
-    fail(name, "the model has no updatable parameter or param " + symbol + guessed(nearest.best()));
+    fail(name, "the model has no updatable parameter or param " + symbol + nearest.question());
   }
 
   bool isObjective(const SymbolicName& name) const {

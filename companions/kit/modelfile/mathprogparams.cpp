@@ -340,7 +340,7 @@ class Changer {
       throw ReadError("\"" + value.written + "\": the values of param " + param + " are texts");
     }
     throw ReadError("\"" + value.written + "\": the model has no param " + param +
-                    (nearest.best().empty() ? "" : "; did you mean " + nearest.best() + "?"));
+                    nearest.question());
   }
 
   void changeParam(const std::string& param, const Values& values) {

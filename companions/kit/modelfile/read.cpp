@@ -141,7 +141,7 @@ std::string guessFor(const std::vector<ParamValue>& params, const FileModel& mod
       if (labels.contains(label)) continue;
       contract::NearestWord nearest(label);
       for (const std::string& known : labels) nearest.consider(known);
-      if (!nearest.best().empty()) return "; did you mean " + nearest.best() + "?";
+      if (!nearest.best().empty()) return nearest.question();
     }
   }
   return "";
