@@ -281,7 +281,7 @@ class ParquetOfTheTool(unittest.TestCase):
             self.assertEqual(self.run_tool("export", file, *to), "")
             rows_in_place = f"""SELECT count(*) FROM (SELECT *, row_number() OVER () - 1 n
                 FROM read_parquet('{folder}/p.parquet'))
-                WHERE value = n AND label = 'i' || (n // 700) AND label_2 = 'j' || (n % 700)"""
+                WHERE value = n AND i = 'i' || (n // 700) AND j = 'j' || (n % 700)"""
             self.assertEqual(duck.rows(rows_in_place), [("350000",)])
             with open(file, "r+b") as damaged:
                 damaged.seek(os.path.getsize(file) // 2)

@@ -39,14 +39,14 @@ class SpecWriter {
       if (i > 0 && i != dim) spec += ',';
       if (i == dim) spec += "->";
       spec += specName(names[i]);
-      if (i < dim) spec += domain(symbol.domains[i]);
+      if (i < dim) spec += domain(symbol, symbol.domains[i]);
     }
     return spec;
   }
 
  private:
-  std::string domain(const Domain& domain) const {
-    if (domain.name == "*") return "";
+  std::string domain(const FileSymbol& owner, const Domain& domain) const {
+    if (domain.name == "*") return owner.type == ZDB_SET && owner.dim == 1 ? "" : "(*)";
     const bool isThere = std::any_of(exported_.begin(), exported_.end(), [&](const auto& symbol) {
       return symbol.name == domain.name;
     });

@@ -159,7 +159,8 @@ columns, whichever its first line has most of.
 letters, digits, blanks, `_` and `.` is put in quotes: `'Price (USD)'`.
 - A label column may have a domain: `origin(airport)` allows the elements of the set `airport` only,
 which must be imported before; `origin(airport+)` adds the labels to the set, and makes it if need
-be; `origin('airport')` is only a name.
+be; `origin('airport')` is only a name. Without a domain, the heading is kept as such a name, but
+for the elements of sets with one position, or if a symbol has this name; `origin(*)` keeps nothing.
 - COLUMNS are several, such as `a,b`, a range `jan..dec`, or `*` for all that are not labels. Their
 headings become the labels of a last position, which may have a domain: `jan..dec(month+)`.
 - TYPE is `set`, `parameter`, `variable`, `equation` or `alias`. Variables and equations take a number

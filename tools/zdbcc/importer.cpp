@@ -59,9 +59,14 @@ void Importer::addAlias(const ImportSpec& spec) {
   db_.add(spec.name, set.dim(), ZDB_ALIAS, spec.text, {}, number);
 }
 
-std::vector<DomainName> Importer::domainsOf(const ImportSpec& spec, bool isWide) {
+std::vector<DomainName> Importer::domainsOf(const ImportSpec& spec, bool isWide,
+                                            const std::vector<std::string>& headings) {
   std::vector<DomainName> domains;
   for (const KeyColumn& key : spec.keys) domains.push_back(key.domain);
+  for (std::size_t i = 0; i < headings.size(); ++i) {
+    if (domains[i].isGiven || !zdb::contract::isSymbolName(headings[i])) continue;
+    if (!isTaken(headings[i])) domains[i] = {.name = headings[i], .isRelaxed = true};
+  }
   if (isWide) domains.push_back(spec.lastDomain);
   for (const DomainName& domain : domains) {
     if (!domain.isRelaxed && domain.name != "*") requireDomain(domain, spec.name);
@@ -138,6 +143,17 @@ bool Importer::isToCome(const std::string& name) const {
 bool Importer::isKnown(const std::string& name) const {
   zdbSymbol_t symbol = nullptr;
   return c__zdbfindsymbolwithalias(db_.handle(), name.c_str(), &symbol) != 0;
+}
+
+bool Importer::isTaken(const std::string& name) const {
+  const auto isIt = [&](const std::string& other) {
+    return zdb::contract::isSameText(other, name);
+  };
+  return isKnown(name) || std::any_of(specs_.begin(), specs_.end(), [&](const ImportSpec& spec) {
+           return isIt(spec.name) || isIt(spec.lastDomain.name) ||
+                  std::any_of(spec.keys.begin(), spec.keys.end(),
+                              [&](const KeyColumn& key) { return isIt(key.domain.name); });
+         });
 }
 
 /// The elements that sets got as domains.

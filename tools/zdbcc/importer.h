@@ -40,13 +40,16 @@ class Importer {
 
   void addAlias(const ImportSpec& spec);
   /// The domains of a spec's positions as the database knows them; sets that grow and do not exist
-  /// are added.
-  std::vector<DomainName> domainsOf(const ImportSpec& spec, bool isWide);
+  /// are added. A position without a domain gets the heading as a mere name, if one is given.
+  std::vector<DomainName> domainsOf(const ImportSpec& spec, bool isWide,
+                                    const std::vector<std::string>& headings);
   zdbcc::Symbol addSymbol(const ImportSpec& spec, int type, const std::vector<DomainName>& domains);
   /// Null where every label is allowed.
   Members* membersOf(const DomainName& domain);
   bool isToCome(const std::string& name) const;
   bool isKnown(const std::string& name) const;
+  /// Whether a symbol of this import has the name, already or later.
+  bool isTaken(const std::string& name) const;
   void requireDomain(const DomainName& domain, const std::string& symbol);
   void addGrown();
 

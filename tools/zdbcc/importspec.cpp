@@ -176,7 +176,7 @@ class SpecParser {
 
   DomainName domain() {
     const Word name = word(")+");
-    DomainName result{name.text, name.quote != 0};
+    DomainName result{.name = name.text, .isGiven = true, .isRelaxed = name.quote != 0};
     result.grows = took("+");
     if (!took(")")) throw SpecError("a closing parenthesis is missing");
     if (name.text.empty()) throw SpecError("the name of a domain is missing");

@@ -21,6 +21,7 @@ struct ColumnName {
 /// The domain of a position.
 struct DomainName {
   std::string name = "*";
+  bool isGiven = false;    ///< written in the spec
   bool isRelaxed = false;  ///< only a name
   bool grows = false;      ///< the labels that occur become elements of the set
 };

@@ -167,7 +167,7 @@ int TableImport::decideType() {
 void TableImport::addSymbol() {
   ImportSpec spec = spec_;
   spec.keys.resize(keys_.size());
-  const std::vector<DomainName> domains = importer_.domainsOf(spec, isWide_);
+  const std::vector<DomainName> domains = importer_.domainsOf(spec, isWide_, keyHeadings());
   const zdbcc::Symbol symbol = importer_.addSymbol(spec, type_, domains);
   report_.type = type_;
   report_.dim = static_cast<int>(domains.size());
@@ -182,6 +182,14 @@ void TableImport::addSymbol() {
   for (const DomainName& domain : domains) members.push_back(importer_.membersOf(domain));
   records_ = std::make_unique<RecordIntake>(symbol, std::move(members), rules_.onDuplicate,
                                             importer_.labels_, importer_.texts_, report_);
+}
+
+std::vector<std::string> TableImport::keyHeadings() const {
+  std::vector<std::string> headings;
+  const bool isDomain = type_ == ZDB_SET && keys_.size() == 1 && !isWide_;
+  if (!rules_.hasHeading || isDomain) return headings;
+  for (const std::size_t key : keys_) headings.push_back(headings_[key]);
+  return headings;
 }
 
 void TableImport::labelColumns() {

@@ -34,6 +34,7 @@ class TableImport {
   void chooseColumns();
   int decideType();
   void addSymbol();
+  std::vector<std::string> keyHeadings() const;
   void labelColumns();
 
   void takeRow();
