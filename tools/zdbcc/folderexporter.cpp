@@ -73,21 +73,21 @@ class FolderExporter : public Exporter {
     const std::string name = fileOf(symbol);
     specs_ += SpecWriter(job_.symbols)(symbol, name) + '\n';
     if (symbol.isAlias()) return;
-    output_ = std::make_unique<FileOutput>(folder_ / name);
+    output_ = std::make_unique<NewFileOutput>(folder_ / name);
     text_ = recordText(form_, job_.file, symbol, *output_);
     text_->heading();
   }
   void record(const FileRecords& record) override { text_->record(record); }
   void end() override {
-    if (output_ != nullptr) output_->close();
+    if (output_ != nullptr) output_->publish();
     output_ = nullptr;
   }
   void finish() override {
     if (form_ != TextForm::Csv) return;
-    FileOutput specs(folder_ / kSpecFile);
+    NewFileOutput specs(folder_ / kSpecFile);
     specs.write("# zdbcc import OUT.zxf FOLDER reads this.\n");
     specs.write(std::string("*=") + kLabelFile + ":label\n" + specs_);
-    specs.close();
+    specs.publish();
   }
 
  private:
@@ -109,19 +109,19 @@ class FolderExporter : public Exporter {
 
   /// Their order is that of records.
   void writeLabels() const {
-    FileOutput output(folder_ / kLabelFile);
+    NewFileOutput output(folder_ / kLabelFile);
     const FileSymbol universe = job_.file.symbol("*");
     const auto text = recordText(form_, job_.file, universe, output);
     text->heading();
     FileRecords labels(job_.file, universe);
     while (labels.next()) text->record(labels);
-    output.close();
+    output.publish();
   }
 
   ExportJob job_;
   TextForm form_;
   fs::path folder_;
-  std::unique_ptr<FileOutput> output_;
+  std::unique_ptr<NewFileOutput> output_;
   std::unique_ptr<RecordText> text_;
   std::string specs_;
 };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -33,23 +32,6 @@ class TextOutput : public Output {
 
  private:
   std::string text_;
-};
-
-/// A new file, or an existing one that is written over.
-class FileOutput : public Output {
- public:
-  explicit FileOutput(const std::string& name);
-  ~FileOutput() override;
-
-  void write(std::string_view text) override;
-  /// All is written when this returns. Throws as write().
-  void close();
-
- private:
-  [[noreturn]] void fail() const;
-
-  std::string name_;
-  std::FILE* file_;
 };
 
 /// A file that nobody sees until publish(), when it takes the place of its target in one step.
