@@ -232,12 +232,16 @@ class Document:
             self.leave(block.line, self.lacks, block.name)
             return
         code = "\n" * (block.line - 1) + "\n".join(block.lines)
+        wrong = ""
         with contextlib.redirect_stdout(io.StringIO()) as out:
             try:
                 exec(compile(code, self.document, "exec"), self.session)
             except Exception:
-                self.fail(block.line, block.name, traceback.format_exc(limit=-1))
-        self.compare(block, out.getvalue())
+                wrong = traceback.format_exc(limit=-1)
+        if wrong:
+            self.fail(block.line, block.name, wrong)
+        else:
+            self.compare(block, out.getvalue())
 
     def run_c(self, block: Block) -> None:
         self.count += 1
