@@ -20,7 +20,7 @@ extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napole
 
 highlight_language = "console"
 pygments_style = "friendly"
-pygments_dark_style = "monokai"
+pygments_dark_style = "native"
 myst_heading_anchors = 3
 myst_enable_extensions = ["colon_fence"]
 
@@ -46,12 +46,19 @@ html_copy_source = False
 html_show_sphinx = False
 
 
+def fenced(text: str) -> str:
+    """Markdown whose indented blocks, which are C in the headers, say so."""
+    block = re.compile(r"(?<=\n\n)((?:    .*\n|\n(?=    ))+)")
+    return block.sub(lambda m: "```c\n" + re.sub(r"^    ", "", m[1], flags=re.M) + "```\n", text)
+
+
 def manual(header: str) -> str:
     """The comment at the top of a header as Markdown."""
     text = (SOURCE / "include" / header).read_text(encoding="utf-8")
     comment = text[text.index("/*") + 2 : text.index("*/")]
     lines = [re.sub(r"^ \* ?", "", line) for line in comment.split("\n")]
-    return re.sub(r"^([A-Z]{4}[A-Z ]+)\b", lambda m: m[1].capitalize(), "\n".join(lines), flags=re.M)
+    text = re.sub(r"^([A-Z]{4}[A-Z ]+)\b", lambda m: m[1].capitalize(), "\n".join(lines), flags=re.M)
+    return fenced(text)
 
 
 def about(group: str) -> str:
@@ -60,7 +67,7 @@ def about(group: str) -> str:
         text = (SOURCE / "include" / header).read_text(encoding="utf-8")
         found = re.search(rf"@defgroup {group} [^\n]*\n(.*?) \* @\{{\n", text, re.S)
         if found:
-            return re.sub(r"^ \* ?", "", found[1], flags=re.M)
+            return fenced(re.sub(r"^ \* ?", "", found[1], flags=re.M))
     raise ValueError(f"no header has the group {group}")
 
 
@@ -69,6 +76,8 @@ def adapt(app: object, name: str, source: list[str]) -> None:
     text = re.sub(r"<!-- manual of (\S+) -->", lambda m: manual(m[1]), source[0])
     text = re.sub(r"^```\{doxygengroup\} (\w+)$", lambda m: f"{about(m[1])}\n{m[0]}", text, flags=re.M)
     outside = "../" * (name.count("/") + 1)
+    if name.startswith("reference/c/"):
+        text = re.sub(r"\n", "\n\n```{highlight} c\n```\n", text, count=1)  # below the title
     source[0] = re.sub(rf"\[([^\]]*)\]\({re.escape(outside)}[^)]*\)", r"\1", text)
 
 

@@ -216,7 +216,7 @@ class Document:
             self.fail(block.line, block.name, "is neither run nor listed in not_run.tsv")
         for step in steps:
             self.count += 1
-            reason = "as it says" if NOT_RUN.search(step.command) else missing(step)
+            reason = "as it says" if NOT_RUN.search(step.command) else missing(step) or self.lacks
             if reason:
                 self.leave(step.line, reason, step.command)
                 continue
@@ -246,7 +246,8 @@ class Document:
     def run_c(self, block: Block) -> None:
         self.count += 1
         Path("block.c").write_text("\n".join(block.lines) + "\n", encoding="utf-8")
-        words = "cc -std=c99 -Wall -Wextra -Werror block.c -o block -Lbuild/lib -lzdbcclib64"
+        flags = os.environ.get("DOCUMENT_FLAGS", "")
+        words = f"cc {flags} -std=c99 -Wall -Wextra -Werror block.c -o block -Lbuild/lib -lzdbcclib64"
         done = subprocess.run(
             [*words.split(), f"-I{self.source}/include", f"-Wl,-rpath,{Path('build/lib').resolve()}"],
             stderr=subprocess.STDOUT,
