@@ -47,9 +47,14 @@ html_show_sphinx = False
 
 
 def fenced(text: str) -> str:
-    """Markdown whose indented blocks, which are C in the headers, say so."""
+    """Markdown whose indented blocks say what they are: C if they have statements."""
+
+    def fence(found: re.Match[str]) -> str:
+        code = re.sub(r"^    ", "", found[1], flags=re.M)
+        return f"```{'c' if ';' in code else 'text'}\n{code}```\n"
+
     block = re.compile(r"(?<=\n\n)((?:    .*\n|\n(?=    ))+)")
-    return block.sub(lambda m: "```c\n" + re.sub(r"^    ", "", m[1], flags=re.M) + "```\n", text)
+    return block.sub(fence, text)
 
 
 def manual(header: str) -> str:

@@ -7,4 +7,5 @@ XML_FOLDER=$(realpath -m "$site-work")
 export XML_FOLDER
 mkdir -p "$XML_FOLDER"
 doxygen doc/Doxyfile
-sphinx-build -q -W --keep-going -b html -d "$XML_FOLDER/trees" doc "$site"
+# Without what was read before (-E), since pages have texts of headers in them.
+sphinx-build -q -E -W --keep-going -b html -d "$XML_FOLDER/trees" doc "$site"
