@@ -62,7 +62,9 @@ def manual(header: str) -> str:
     text = (SOURCE / "include" / header).read_text(encoding="utf-8")
     comment = text[text.index("/*") + 2 : text.index("*/")]
     lines = [re.sub(r"^ \* ?", "", line) for line in comment.split("\n")]
-    text = re.sub(r"^([A-Z]{4}[A-Z ]+)\b", lambda m: m[1].capitalize(), "\n".join(lines), flags=re.M)
+    text = re.sub(
+        r"^([A-Z]{4}[A-Z ]+)\b", lambda m: m[1].capitalize(), "\n".join(lines), flags=re.M
+    )
     return fenced(text)
 
 
@@ -79,7 +81,9 @@ def about(group: str) -> str:
 def adapt(app: object, name: str, source: list[str]) -> None:
     """Pages are read in the source tree as well, where they link to files that the site lacks."""
     text = re.sub(r"<!-- manual of (\S+) -->", lambda m: manual(m[1]), source[0])
-    text = re.sub(r"^```\{doxygengroup\} (\w+)$", lambda m: f"{about(m[1])}\n{m[0]}", text, flags=re.M)
+    text = re.sub(
+        r"^```\{doxygengroup\} (\w+)$", lambda m: f"{about(m[1])}\n{m[0]}", text, flags=re.M
+    )
     outside = "../" * (name.count("/") + 1)
     if name.startswith("reference/c/"):
         text = re.sub(r"\n", "\n\n```{highlight} c\n```\n", text, count=1)  # below the title

@@ -247,9 +247,15 @@ class Document:
         self.count += 1
         Path("block.c").write_text("\n".join(block.lines) + "\n", encoding="utf-8")
         flags = os.environ.get("DOCUMENT_FLAGS", "")
-        words = f"cc {flags} -std=c99 -Wall -Wextra -Werror block.c -o block -Lbuild/lib -lzdbcclib64"
+        words = (
+            f"cc {flags} -std=c99 -Wall -Wextra -Werror block.c -o block -Lbuild/lib -lzdbcclib64"
+        )
         done = subprocess.run(
-            [*words.split(), f"-I{self.source}/include", f"-Wl,-rpath,{Path('build/lib').resolve()}"],
+            [
+                *words.split(),
+                f"-I{self.source}/include",
+                f"-Wl,-rpath,{Path('build/lib').resolve()}",
+            ],
             stderr=subprocess.STDOUT,
             stdout=subprocess.PIPE,
             text=True,

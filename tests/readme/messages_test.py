@@ -19,7 +19,8 @@ SILENT = re.compile(r"(traceStep|static_assert|zrtLog)\([^;]*|names\[\] = \{[^;]
 # Parts of messages that are put together elsewhere, and what is thrown within the library only.
 PARTS = re.compile(
     r"^( |symbol $|an alias$|the universe$|column |text: |a number: |dictionary of |unknown type$"
-    r"|the record$|has no format$|%s: %s$|label $|no symbol named |too many records$|\), not $|, but the stream has $)"
+    r"|the record$|has no format$|%s: %s$|label $|no symbol named |too many records$"
+    r"|\), not $|, but the stream has $)"
 )
 PLACE = re.compile(r"%[-.*0-9]*(?:ll|l|z)?[a-z]")
 
