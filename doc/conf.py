@@ -46,12 +46,12 @@ html_copy_source = False
 html_show_sphinx = False
 
 
-def fenced(text: str) -> str:
-    """Markdown whose indented blocks say what they are: C if they have statements."""
+def fenced(text: str, language: str = "c") -> str:
+    """Markdown whose indented blocks say what they are: a program if they have statements."""
 
     def fence(found: re.Match[str]) -> str:
         code = re.sub(r"^    ", "", found[1], flags=re.M)
-        return f"```{'c' if ';' in code else 'text'}\n{code}```\n"
+        return f"```{language if ';' in code else 'text'}\n{code}```\n"
 
     block = re.compile(r"(?<=\n\n)((?:    .*\n|\n(?=    ))+)")
     return block.sub(fence, text)
@@ -60,8 +60,12 @@ def fenced(text: str) -> str:
 def manual(header: str) -> str:
     """The comment at the top of a header as Markdown."""
     text = (SOURCE / "include" / header).read_text(encoding="utf-8")
+    if text.startswith("//"):
+        lines = text[: text.index("#ifndef")].split("\n")
+        return fenced("\n".join(re.sub(r"^// ?", "", line) for line in lines), "cpp")
     comment = text[text.index("/*") + 2 : text.index("*/")]
     lines = [re.sub(r"^ \* ?", "", line) for line in comment.split("\n")]
+    # The names of parts, which stand in capitals.
     text = re.sub(
         r"^([A-Z]{4}[A-Z ]+)\b", lambda m: m[1].capitalize(), "\n".join(lines), flags=re.M
     )

@@ -9,7 +9,7 @@ fenced has
   any lines; below sqlite3, lines that begin with `sqlite> ` are what it is told;
 - or lines that begin with the name of a program of ours, which must succeed;
 - or Python, if it is fenced and says so: the blocks of a page are one session;
-- or a program in C, likewise, which is compiled with warnings as errors and run;
+- or a program in C or C++, likewise, which is compiled with warnings as errors and run;
 - or a file of examples/, which a directive includes: the build has made a program of it, which the
   page or another test runs.
 
@@ -41,6 +41,7 @@ OURS = ("zdbcc ", "build/bin/")
 NOT_RUN = re.compile(r"\s+# not run: \S")
 ANSWERS = re.compile(r"^\S*zdbcc (diff|check) ")  # 1 is an answer
 PROSE = re.compile(r"^\{(toctree|doxygengroup|eval-rst|figure|image|note|warning)\}")
+COMPILERS = {"c": "cc -std=c99", "cpp": "c++ -std=c++20"}
 PACKAGES = ("zdbcc", "pandas", "xarray", "pyarrow", "scipy", "matplotlib")
 
 
@@ -102,7 +103,9 @@ def paired(blocks: Iterator[Block]) -> list[Block]:
                 continue
         program = result[-1] if result else None
         if block.language == "text" and program is not None and program.printed is None:
-            if program.language in ("python", "c") or program.language.startswith("{literal"):
+            if program.language in ("python", "c", "cpp") or program.language.startswith(
+                "{literal"
+            ):
                 program.printed = block.lines
                 continue
         result.append(block)
@@ -203,7 +206,7 @@ class Document:
             self.listed.remove(block.name)
         elif block.language == "python":
             self.run_python(block)
-        elif block.language == "c":
+        elif block.language in COMPILERS:
             self.run_c(block)
         elif block.language.startswith("{literalinclude}"):
             self.run_file(block)
@@ -245,11 +248,10 @@ class Document:
 
     def run_c(self, block: Block) -> None:
         self.count += 1
-        Path("block.c").write_text("\n".join(block.lines) + "\n", encoding="utf-8")
-        flags = os.environ.get("DOCUMENT_FLAGS", "")
-        words = (
-            f"cc {flags} -std=c99 -Wall -Wextra -Werror block.c -o block -Lbuild/lib -lzdbcclib64"
-        )
+        file = Path(f"block.{block.language}")
+        file.write_text("\n".join(block.lines) + "\n", encoding="utf-8")
+        flags = f"-Wall -Wextra -Werror {os.environ.get('DOCUMENT_FLAGS', '')}"
+        words = f"{COMPILERS[block.language]} {flags} {file} -o block -Lbuild/lib -lzdbcclib64"
         done = subprocess.run(
             [
                 *words.split(),
