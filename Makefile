@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test soak fuzz bench bench-python asan tsan format lint reference install clean help
+.PHONY: all demo test soak fuzz bench bench-python asan tsan format lint reference docs install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -72,8 +72,12 @@ lint: ## check layout, common faults, include directions, the manual, run paths,
 	@script/peers.sh build-lint lint
 	@script/lint.sh build-lint
 
-reference: all ## write the reference of the tool's verbs into doc/tool.md
+reference: all ## write the reference of the tool's verbs into doc/reference/tool.md
 	@script/reference.sh build/bin/zdbcc
+
+docs: ## build the site into build/docs
+	@script/packages.sh docs
+	@script/docs.sh build/docs
 
 install: all ## install under PREFIX, /usr/local if it is not given
 	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))

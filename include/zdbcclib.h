@@ -125,6 +125,11 @@ extern "C" {
 
 /* ---- Types and constants --------------------------------------------------------------------- */
 
+/**
+ * @defgroup zdb_types Types and constants
+ * @{
+ */
+
 typedef struct zdbDatabase* zdbHandle_t; /**< a database */
 typedef struct zdbSymbol* zdbSymbol_t;   /**< a symbol, owned by its database */
 typedef struct zdbRecord* zdbRecord_t;   /**< a position at a record, owned by the caller */
@@ -266,15 +271,21 @@ typedef int (*zdbElemTextCallback_t)(int textNumber, char* text, int capacity, v
 /** Receives a line that c__zdbprintlog() writes. */
 typedef int (*zdbPrintCallback_t)(const char* text, void* user);
 
+/** @} */
+
 /* ---- Creating and freeing databases ---------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_create Creating and freeing databases
+ *
  * `db` is the address of the caller's handle variable; a null address is a failure. Set the
  * variable to NULL first: if the creation fails, the message is written to the database in the
  * variable, or to standard output if there is none. Failures are exhausted memory and a null
  * directory. The companion library for data exchange files is searched for next to this library and
  * on the system's search path, or in `directory`. If it cannot be loaded, the database is created
  * all the same, and its last-error text says why.
+ *
+ * @{
  */
 
 /**
@@ -294,10 +305,18 @@ ZDBCCLIB_API int zdbcreate(zdbHandle_t* db, char* message, int messageSize);
  */
 ZDBCCLIB_API int zdbcreated(zdbHandle_t* db, const char* directory, char* message, int messageSize);
 
-/** The same without a result: look at *db. Freed by zdbfree(). */
+/** zdbcreate() without message and result: look at *db. Freed by zdbfree(). */
 ZDBCCLIB_API void xcreate(zdbHandle_t* db);
+
+/**
+ * xcreate() under a name that the functions of a host are not likely to have. Freed by zdbfree().
+ */
 ZDBCCLIB_API void zdbxcreate(zdbHandle_t* db);
+
+/** zdbcreated() without message and result. Freed by zdbfree(). */
 ZDBCCLIB_API void xcreated(zdbHandle_t* db, const char* directory);
+
+/** xcreated() under such a name. Freed by zdbfree(). */
 ZDBCCLIB_API void zdbxcreated(zdbHandle_t* db, const char* directory);
 
 /**
@@ -306,11 +325,20 @@ ZDBCCLIB_API void zdbxcreated(zdbHandle_t* db, const char* directory);
  */
 ZDBCCLIB_API int zdbfree(zdbHandle_t* db);
 
-/** The same without a result. */
+/** zdbfree() without a result. */
 ZDBCCLIB_API void xfree(zdbHandle_t* db);
+
+/** xfree() under a name that the functions of a host are not likely to have. */
 ZDBCCLIB_API void zdbxfree(zdbHandle_t* db);
 
+/** @} */
+
 /* ---- Checking that client and library agree -------------------------------------------------- */
+
+/**
+ * @defgroup zdb_agree Checking that client and library agree
+ * @{
+ */
 
 /**
  * Compares the API version that the client was written for with the library's. Writes the result to
@@ -336,7 +364,14 @@ ZDBCCLIB_API int c__xapiversion(int apiVersion, char* message, int* status);
  */
 ZDBCCLIB_API int c__xcheck(const char* name, int count, const int* codes, char* message);
 
+/** @} */
+
 /* ---- Messages and trace ---------------------------------------------------------------------- */
+
+/**
+ * @defgroup zdb_messages Messages and trace
+ * @{
+ */
 
 /**
  * Copies the message of the last failure to `text` [ZDB_TEXT_SIZE]. Returns 1 if there is one, 0 if
@@ -356,14 +391,20 @@ ZDBCCLIB_API int c__zdbsetdebug(zdbHandle_t db, int level);
  */
 ZDBCCLIB_API int c__zdbprintlog(zdbHandle_t db, const char* text);
 
+/** @} */
+
 /* ---- Special values -------------------------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_special Special values
+ *
  * Records can hold values that are not ordinary numbers. The caller may choose which doubles
  * represent them; these are translated on the way in and out. The library's own, which are the
  * default, cost one test per value: 1.0E300 (undefined), the quiet NaN 0x7FF8000000000000 (not
  * available), plus and minus infinity, and the smallest positive subnormal (epsilon). Values are
  * compared bit by bit. All arrays are `values` [ZDB_SV_COUNT] in the order of ZDB_SV_....
+ *
+ * @{
  */
 
 /**
@@ -386,7 +427,14 @@ ZDBCCLIB_API int c__zdbgetspecialvalues(zdbHandle_t db, double* values);
 /** Gets the special values that were last set, by default the library's own. */
 ZDBCCLIB_API int c__zdbgetuserspecialvalues(zdbHandle_t db, double* values);
 
+/** @} */
+
 /* ---- Information and labels ------------------------------------------------------------------ */
+
+/**
+ * @defgroup zdb_labels Information and labels
+ * @{
+ */
 
 /**
  * Gets information about the database: `key` is a ZDB_INFO_..., the answer is written to *integer.
@@ -423,7 +471,14 @@ ZDBCCLIB_API int c__zdbgetuelbyindex(zdbHandle_t db, int number, char* label);
 ZDBCCLIB_API int c__zdbgetsymbolsuels(zdbHandle_t db, const zdbSymbol_t* symbols, int count,
                                       int* counters, int length);
 
+/** @} */
+
 /* ---- Symbols --------------------------------------------------------------------------------- */
+
+/**
+ * @defgroup zdb_symbols Symbols
+ * @{
+ */
 
 /**
  * Adds an empty symbol whose domains are all the universe. `name`, which must be new, and
@@ -440,6 +495,8 @@ ZDBCCLIB_API int c__zdbgetsymbolsuels(zdbHandle_t db, const zdbSymbol_t* symbols
  */
 ZDBCCLIB_API int c__zdbaddsymbol(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                                  const char* explText, zdbSymbol_t* symbol);
+
+/** Adds a symbol and returns it. Freed by zdbfree(). */
 ZDBCCLIB_API zdbSymbol_t c__zdbaddsymbolpy(zdbHandle_t db, const char* name, int dim, int type,
                                            int userInfo, const char* explText, int* status);
 
@@ -458,6 +515,11 @@ ZDBCCLIB_API zdbSymbol_t c__zdbaddsymbolpy(zdbHandle_t db, const char* name, int
 ZDBCCLIB_API int c__zdbaddsymbolx(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                                   const char* explText, const zdbSymbol_t* domains,
                                   const char* const* domainNames, zdbSymbol_t* symbol);
+
+/**
+ * Adds a symbol with domains and returns it, or null, which alone tells that it was not added.
+ * Freed by zdbfree().
+ */
 ZDBCCLIB_API zdbSymbol_t c__zdbaddsymbolxpy(zdbHandle_t db, const char* name, int dim, int type,
                                             int userInfo, const char* explText,
                                             const zdbSymbol_t* domains,
@@ -468,10 +530,14 @@ ZDBCCLIB_API zdbSymbol_t c__zdbaddsymbolxpy(zdbHandle_t db, const char* name, in
  * (or the universe) that it stands for. Freed by zdbfree().
  */
 ZDBCCLIB_API int c__zdbfindsymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol);
+
+/** Returns the symbol of a name, the set if that is an alias. Freed by zdbfree(). */
 ZDBCCLIB_API zdbSymbol_t c__zdbfindsymbolpy(zdbHandle_t db, const char* name, int* status);
 
 /** The same, but for an alias, gets the alias itself. Freed by zdbfree(). */
 ZDBCCLIB_API int c__zdbfindsymbolwithalias(zdbHandle_t db, const char* name, zdbSymbol_t* symbol);
+
+/** Returns the symbol or alias of a name. Freed by zdbfree(). */
 ZDBCCLIB_API zdbSymbol_t c__zdbfindsymbolwithaliaspy(zdbHandle_t db, const char* name, int* status);
 
 /**
@@ -479,10 +545,14 @@ ZDBCCLIB_API zdbSymbol_t c__zdbfindsymbolwithaliaspy(zdbHandle_t db, const char*
  * added; for -1, the universe. Freed by zdbfree().
  */
 ZDBCCLIB_API int c__zdbgetsymbolbyindex(zdbHandle_t db, int index, zdbSymbol_t* symbol);
+
+/** Returns the symbol at an index. Freed by zdbfree(). */
 ZDBCCLIB_API zdbSymbol_t c__zdbgetsymbolbyindexpy(zdbHandle_t db, int index, int* status);
 
 /** Gets the symbol with a number (convention 8), which may be an alias. Freed by zdbfree(). */
 ZDBCCLIB_API int c__zdbgetsymbolbynumber(zdbHandle_t db, int number, zdbSymbol_t* symbol);
+
+/** Returns the symbol or alias with a number. Freed by zdbfree(). */
 ZDBCCLIB_API zdbSymbol_t c__zdbgetsymbolbynumberpy(zdbHandle_t db, int number, int* status);
 
 /**
@@ -560,11 +630,17 @@ ZDBCCLIB_API int c__zdbstartwriterecording(zdbHandle_t db);
 /** Stops write recording; the marks remain. Fails if it is not active. */
 ZDBCCLIB_API int c__zdbstopwriterecording(zdbHandle_t db);
 
+/** @} */
+
 /* ---- Records: adding, finding, deleting ------------------------------------------------------ */
 
-/*
+/**
+ * @defgroup zdb_records Records: adding, finding, deleting
+ *
  * `symbol` is a symbol of this database; it must not be the universe, except for finding. `record`
  * receives a new handle.
+ *
+ * @{
  */
 
 /**
@@ -579,6 +655,8 @@ ZDBCCLIB_API int c__zdbstopwriterecording(zdbHandle_t db);
  */
 ZDBCCLIB_API int c__zdbaddrecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                                  zdbRecord_t* record);
+
+/** Adds a record and returns a handle at it. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbaddrecordpy(zdbHandle_t db, zdbSymbol_t symbol,
                                            const char* const* keys, int* status);
 
@@ -588,6 +666,8 @@ ZDBCCLIB_API zdbRecord_t c__zdbaddrecordpy(zdbHandle_t db, zdbSymbol_t symbol,
  */
 ZDBCCLIB_API int c__zdbmergerecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                                    zdbRecord_t* record);
+
+/** Finds or adds a record and returns a handle at it. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbmergerecordpy(zdbHandle_t db, zdbSymbol_t symbol,
                                              const char* const* keys, int* status);
 
@@ -618,6 +698,11 @@ ZDBCCLIB_API zdbRecord_t c__zdbmergerecordintpy(zdbHandle_t db, zdbSymbol_t symb
 ZDBCCLIB_API int c__zdbmergesetrecordint(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
                                          int checkLabels, int makeHandle, zdbRecord_t* record,
                                          const char* text);
+
+/**
+ * Finds or adds an element, stores its text, and returns a handle at it; without makeHandle, null
+ * with the status 1. Freed by c__zdbfreesymboliterator().
+ */
 ZDBCCLIB_API zdbRecord_t c__zdbmergesetrecordintpy(zdbHandle_t db, zdbSymbol_t symbol,
                                                    const int* keys, int checkLabels, int makeHandle,
                                                    const char* text, int* status);
@@ -642,6 +727,8 @@ ZDBCCLIB_API int c__zdbaddrecordraw(zdbHandle_t db, zdbSymbol_t symbol, const in
  */
 ZDBCCLIB_API int c__zdbfindrecord(zdbHandle_t db, zdbSymbol_t symbol, const char* const* keys,
                                   zdbRecord_t* record);
+
+/** Returns a handle at the record of a key, or at a label. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbfindrecordpy(zdbHandle_t db, zdbSymbol_t symbol,
                                             const char* const* keys, int* status);
 
@@ -656,13 +743,21 @@ ZDBCCLIB_API int c__zdbfreesymboliterator(zdbHandle_t db, zdbRecord_t record);
 
 /** Copies a handle with its position and slice. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API int c__zdbcopysymboliterator(zdbHandle_t db, zdbRecord_t source, zdbRecord_t* record);
+
+/** Returns a copy of a handle. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbcopysymboliteratorpy(zdbHandle_t db, zdbRecord_t source,
                                                     int* status);
 
+/** @} */
+
 /* ---- Records: keys, texts, values ------------------------------------------------------------ */
 
-/*
+/**
+ * @defgroup zdb_values Records: keys, texts, values
+ *
  * `record` is a handle at a record or, where the description says so, at a label of the universe.
+ *
+ * @{
  */
 
 /**
@@ -696,26 +791,47 @@ ZDBCCLIB_API int c__zdbgetelemtext(zdbHandle_t db, zdbRecord_t record, char* tex
 /** Sets the element text of a set record, "" for none. Fails on the universe. */
 ZDBCCLIB_API int c__zdbsetelemtext(zdbHandle_t db, zdbRecord_t record, const char* text);
 
-/**
- * Gets one of the values; sets and parameters have the level only. Fails on the universe.
- */
+/** Gets the level; of an element of a set, the number of its text. Fails on the universe. */
 ZDBCCLIB_API int c__zdbgetlevel(zdbHandle_t db, zdbRecord_t record, double* value);
+
+/** Gets the marginal of a record of a variable or equation; others have none. */
 ZDBCCLIB_API int c__zdbgetmarginal(zdbHandle_t db, zdbRecord_t record, double* value);
+
+/** Gets the lower bound, likewise. */
 ZDBCCLIB_API int c__zdbgetlower(zdbHandle_t db, zdbRecord_t record, double* value);
+
+/** Gets the upper bound, likewise. */
 ZDBCCLIB_API int c__zdbgetupper(zdbHandle_t db, zdbRecord_t record, double* value);
+
+/** Gets the scale, likewise. */
 ZDBCCLIB_API int c__zdbgetscale(zdbHandle_t db, zdbRecord_t record, double* value);
 
-/** Sets one of the values, under the same conditions. */
+/** Sets the level. Fails on the universe. */
 ZDBCCLIB_API int c__zdbsetlevel(zdbHandle_t db, zdbRecord_t record, double value);
+
+/** Sets the marginal of a record of a variable or equation; others have none. */
 ZDBCCLIB_API int c__zdbsetmarginal(zdbHandle_t db, zdbRecord_t record, double value);
+
+/** Sets the lower bound, likewise. That it is below the upper one is not checked. */
 ZDBCCLIB_API int c__zdbsetlower(zdbHandle_t db, zdbRecord_t record, double value);
+
+/** Sets the upper bound, likewise. */
 ZDBCCLIB_API int c__zdbsetupper(zdbHandle_t db, zdbRecord_t record, double value);
+
+/** Sets the scale, likewise. */
 ZDBCCLIB_API int c__zdbsetscale(zdbHandle_t db, zdbRecord_t record, double value);
+
+/** @} */
 
 /* ---- Walking records ------------------------------------------------------------------------- */
 
 /**
- * Makes a handle at the first (last) record of a symbol, on the universe at the first (last) label.
+ * @defgroup zdb_walks Walking records
+ * @{
+ */
+
+/**
+ * Makes a handle at the first record of a symbol, on the universe at the first label.
  * Fails if there is none. Freed by c__zdbfreesymboliterator().
  *
  *     if (c__zdbfindfirstrecord(db, symbol, &record)) {
@@ -727,12 +843,21 @@ ZDBCCLIB_API int c__zdbsetscale(zdbHandle_t db, zdbRecord_t record, double value
  *     }
  */
 ZDBCCLIB_API int c__zdbfindfirstrecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record);
+
+/** Returns a handle at the first record, or label. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbfindfirstrecordpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);
+
+/**
+ * Makes a handle at the last record, from which c__zdbrecordmoveprev() walks back. Freed by
+ * c__zdbfreesymboliterator().
+ */
 ZDBCCLIB_API int c__zdbfindlastrecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRecord_t* record);
+
+/** Returns a handle at the last record, or label. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbfindlastrecordpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);
 
 /**
- * Makes a handle at the first (last) record of a slice; the handle walks this slice only. A slice
+ * Makes a handle at the first record of a slice; the handle walks this slice only. A slice
  * is the records that have the labels keys[dim], where ZDB_ANY_LABEL (one blank) stands for any
  * label. Fails if there is no such record, or a label is unknown. Takes time in the records that
  * share the labels before the first of these. Freed by c__zdbfreesymboliterator().
@@ -742,25 +867,38 @@ ZDBCCLIB_API zdbRecord_t c__zdbfindlastrecordpy(zdbHandle_t db, zdbSymbol_t symb
  */
 ZDBCCLIB_API int c__zdbfindfirstrecordslice(zdbHandle_t db, zdbSymbol_t symbol,
                                             const char* const* keys, zdbRecord_t* record);
+
+/** Returns a handle at the first record of a slice. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbfindfirstrecordslicepy(zdbHandle_t db, zdbSymbol_t symbol,
                                                       const char* const* keys, int* status);
+
+/**
+ * Makes a handle at the last record of a slice, which walks this slice only. Freed by
+ * c__zdbfreesymboliterator().
+ */
 ZDBCCLIB_API int c__zdbfindlastrecordslice(zdbHandle_t db, zdbSymbol_t symbol,
                                            const char* const* keys, zdbRecord_t* record);
+
+/** Returns a handle at the last record of a slice. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbfindlastrecordslicepy(zdbHandle_t db, zdbSymbol_t symbol,
                                                      const char* const* keys, int* status);
 
 /**
- * Moves a handle to the next (previous) record of its walk. At the end of the walk the handle does
+ * Moves a handle to the next record of its walk. At the end of the walk the handle does
  * not move, and the function fails with a message that says so.
  */
 ZDBCCLIB_API int c__zdbrecordmovenext(zdbHandle_t db, zdbRecord_t record);
+
+/** Moves a handle to the previous record of its walk, or fails at the first one. */
 ZDBCCLIB_API int c__zdbrecordmoveprev(zdbHandle_t db, zdbRecord_t record);
 
 /**
- * Returns whether a move would succeed, 1 or 0, without moving; for a null handle, 0 with
- * a message.
+ * Returns whether a move to the next record would succeed, 1 or 0, without moving; for a null
+ * handle, 0 with a message.
  */
 ZDBCCLIB_API int c__zdbrecordhasnext(zdbHandle_t db, zdbRecord_t record);
+
+/** Returns whether a move back would succeed, in the same way. */
 ZDBCCLIB_API int c__zdbrecordhasprev(zdbHandle_t db, zdbRecord_t record);
 
 /**
@@ -769,10 +907,16 @@ ZDBCCLIB_API int c__zdbrecordhasprev(zdbHandle_t db, zdbRecord_t record);
  */
 ZDBCCLIB_API int c__zdbsamerecord(zdbHandle_t db, zdbRecord_t first, zdbRecord_t second);
 
+/** @} */
+
 /* ---- Data exchange files and other sources --------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_sources Data exchange files and other sources
+ *
  * A database can be filled from one source, before any symbol is added.
+ *
+ * @{
  */
 
 /**
@@ -832,9 +976,13 @@ ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t find
                                     zdbReadDoneCallback_t readDone, zdbElemTextCallback_t elemText,
                                     zdbPrintCallback_t print, void* user);
 
+/** @} */
+
 /* ---- Domain violations ----------------------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_violations Domain violations
+ *
  * A record violates a domain if its label at some position is not in the set that is the domain of
  * that position. Positions whose domain is the universe or known by name only are not checked; for
  * an alias, its set is checked. A handle is at one violating record; it is spent once a walk finds
@@ -850,10 +998,14 @@ ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t find
  *     }
  *     if (violation != NULL) c__zdbfreedvhandle(db, violation);
  *     c__zdbdomaincheckdone(db);
+ *
+ * @{
  */
 
-/** Sets *hasViolation to 1 if any record (of the symbol) violates a domain, else to 0. */
+/** Sets *hasViolation to 1 if any record of the database violates a domain, else to 0. */
 ZDBCCLIB_API int c__zdbcheckdbdv(zdbHandle_t db, int* hasViolation);
+
+/** Sets *hasViolation to 1 if a record of the symbol violates a domain, else to 0. */
 ZDBCCLIB_API int c__zdbchecksymboldv(zdbHandle_t db, zdbSymbol_t symbol, int* hasViolation);
 
 /**
@@ -862,6 +1014,10 @@ ZDBCCLIB_API int c__zdbchecksymboldv(zdbHandle_t db, zdbSymbol_t symbol, int* ha
  * by c__zdbfreedvhandle().
  */
 ZDBCCLIB_API int c__zdbgetfirstdbdv(zdbHandle_t db, zdbDV_t* violation);
+
+/**
+ * Returns a handle at the first violating record of the database. Freed by c__zdbfreedvhandle().
+ */
 ZDBCCLIB_API zdbDV_t c__zdbgetfirstdbdvpy(zdbHandle_t db, int* status);
 
 /**
@@ -869,6 +1025,8 @@ ZDBCCLIB_API zdbDV_t c__zdbgetfirstdbdvpy(zdbHandle_t db, int* status);
  * by c__zdbfreedvhandle().
  */
 ZDBCCLIB_API int c__zdbgetfirstdvinsymbol(zdbHandle_t db, zdbSymbol_t symbol, zdbDV_t* violation);
+
+/** Returns a handle at the first violating record of a symbol. Freed by c__zdbfreedvhandle(). */
 ZDBCCLIB_API zdbDV_t c__zdbgetfirstdvinsymbolpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);
 
 /** Moves to the first violating record of a later symbol; *found is 0 if there is none. */
@@ -885,18 +1043,26 @@ ZDBCCLIB_API int c__zdbfreedvhandle(zdbHandle_t db, zdbDV_t violation);
 
 /** Gets the symbol of a violating record. Fails for a spent handle. Freed by zdbfree(). */
 ZDBCCLIB_API int c__zdbgetdvsymbol(zdbHandle_t db, zdbDV_t violation, zdbSymbol_t* symbol);
+
+/** Returns the symbol of a violating record. Freed by zdbfree(). */
 ZDBCCLIB_API zdbSymbol_t c__zdbgetdvsymbolpy(zdbHandle_t db, zdbDV_t violation, int* status);
 
 /** Makes a record handle at the violating record. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API int c__zdbgetdvsymbolrecord(zdbHandle_t db, zdbDV_t violation, zdbRecord_t* record);
+
+/** Returns a record handle at the violating record. Freed by c__zdbfreesymboliterator(). */
 ZDBCCLIB_API zdbRecord_t c__zdbgetdvsymbolrecordpy(zdbHandle_t db, zdbDV_t violation, int* status);
 
 /** Sets indicator[dim] to 1 at each position that violates its domain, to 0 elsewhere. */
 ZDBCCLIB_API int c__zdbgetdvindicator(zdbHandle_t db, zdbDV_t violation, int* indicator);
 
+/** @} */
+
 /* ---- Model instances ------------------------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_models Model instances
+ *
  * A database can be tied to a model instance of the companion library `zmi`; it then changes the
  * data of the instance and has it solved again, in place if the solver can do that. `model` is the
  * handle of the instance; instance, dictionary and environment belong to the caller and must
@@ -914,6 +1080,8 @@ ZDBCCLIB_API int c__zdbgetdvindicator(zdbHandle_t db, zdbDV_t violation, int* in
  *     if (!c__zdbupdatemodelsymbol(db, price, ZDB_UPDATE_FIX, price, ZDB_MISSING_BASE, &noMatch) ||
  *         !c__zdbcallsolver(db, "clp")) ...
  *     c__zdbfindsymbol(db, "cost", &cost);   records are the solution
+ *
+ * @{
  */
 
 /** What c__zdbupdatemodelsymbol() sets. The first four are for variables and parameters only. */
@@ -1003,9 +1171,13 @@ ZDBCCLIB_API int c__zdbcallsolver(zdbHandle_t db, const char* solver);
  */
 ZDBCCLIB_API int c__zdbcallsolvertimed(zdbHandle_t db, const char* solver, double* seconds);
 
+/** @} */
+
 /* ---- Dense arrays ---------------------------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_dense Dense arrays
+ *
  * Copies between symbols and arrays of doubles in row-major order: the last position varies
  * fastest. A label's index along a dimension is its rank, from 0 and in key order, among the
  * records of the set that is the domain; for the universe, a null handle and a domain known by name
@@ -1022,6 +1194,8 @@ ZDBCCLIB_API int c__zdbcallsolvertimed(zdbHandle_t db, const char* solver, doubl
  *     double cost[2 * 3];
  *     const int dims[] = {2, 3};
  *     c__zdbdensesymboltodensearray(db, cost, dims, symbol, ZDB_LEVEL);
+ *
+ * @{
  */
 
 /** Copies a symbol over its own domains. Fails if a record is outside them; the message names it.
@@ -1070,98 +1244,201 @@ ZDBCCLIB_API int c__zdbdensearrayslicestosymbol(zdbHandle_t db, const double* ar
                                                 const zdbSymbol_t* slices, zdbSymbol_t symbol,
                                                 const int* dims);
 
+/** @} */
+
 /* ---- The same functions for clients with short strings --------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_short The same functions for clients with short strings
+ *
  * A short string is a length byte (0 to 255) followed by the characters, without terminator, in a
  * buffer of 256 bytes; text outputs write one even if the function fails. An array of texts is a
  * matrix of 20 rows of 256 bytes, one short string each. Only as many rows are read or written as
  * the symbol has positions (records), or as the argument `dim` says (domain names, d__zdbgetkeys,
  * d__zdbgetdomain). `message` of d__zdbcreated is a C string. Everything else is as in the c__
  * form, including which function frees a handle.
+ *
+ * @{
  */
 
+/** xcreated() with the directory as a short string. */
 ZDBCCLIB_API void d__xcreated(zdbHandle_t* db, const char* directory);
+
+/** zdbxcreated(), likewise. */
 ZDBCCLIB_API void d__zdbxcreated(zdbHandle_t* db, const char* directory);
+
+/** zdbcreated(), likewise; `message` is a C string. */
 ZDBCCLIB_API int d__zdbcreated(zdbHandle_t* db, const char* directory, char* message,
                                int messageSize);
+
+/** c__xapiversion() that writes a short string. */
 ZDBCCLIB_API int d__xapiversion(int apiVersion, char* message, int* status);
+
+/** d__xapiversion() under a name with the library's prefix. */
 ZDBCCLIB_API int d__zdbxapiversion(int apiVersion, char* message, int* status);
+
+/** c__xcheck() with name and message as short strings. */
 ZDBCCLIB_API int d__xcheck(const char* name, int count, const int* codes, char* message);
+
+/** d__xcheck() under a name with the library's prefix. */
 ZDBCCLIB_API int d__zdbxcheck(const char* name, int count, const int* codes, char* message);
 
+/** c__zdbinitfromzxf() with a file name of at most 255 bytes. */
 ZDBCCLIB_API int d__zdbinitfromzxf(zdbHandle_t db, const char* fileName);
+
+/** c__zdbwritezxf(), likewise. */
 ZDBCCLIB_API int d__zdbwritezxf(zdbHandle_t db, const char* fileName, int noDomainCheck);
+
+/** c__zdbgetlasterror() that writes a short string. */
 ZDBCCLIB_API int d__zdbgetlasterror(zdbHandle_t db, char* text);
+
+/** c__zdbprintlog() with a line of at most 255 bytes. */
 ZDBCCLIB_API int d__zdbprintlog(zdbHandle_t db, const char* text);
+
+/** c__zdbinfo(); `text` becomes an empty short string. */
 ZDBCCLIB_API int d__zdbinfo(zdbHandle_t db, int key, int* integer, double* real, char* text);
+
+/** c__zdbmergeuel() with the label as a short string. */
 ZDBCCLIB_API int d__zdbmergeuel(zdbHandle_t db, const char* label, int* number);
+
+/** c__zdbfinduel(), likewise. */
 ZDBCCLIB_API int d__zdbfinduel(zdbHandle_t db, const char* label, int* number);
+
+/** c__zdbgetuelbyindex() that writes a short string. */
 ZDBCCLIB_API int d__zdbgetuelbyindex(zdbHandle_t db, int number, char* label);
+
+/** c__zdbaddsymbol() with name and text as short strings. */
 ZDBCCLIB_API int d__zdbaddsymbol(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                                  const char* explText, zdbSymbol_t* symbol);
+
+/** c__zdbaddsymbolpy(), likewise. */
 ZDBCCLIB_API zdbSymbol_t d__zdbaddsymbolpy(zdbHandle_t db, const char* name, int dim, int type,
                                            int userInfo, const char* explText, int* status);
+
+/** c__zdbaddsymbolx() with a matrix of the names of domains. */
 ZDBCCLIB_API int d__zdbaddsymbolx(zdbHandle_t db, const char* name, int dim, int type, int userInfo,
                                   const char* explText, const zdbSymbol_t* domains,
                                   const char* domainNames, zdbSymbol_t* symbol);
+
+/** c__zdbaddsymbolxpy(), likewise. */
 ZDBCCLIB_API zdbSymbol_t d__zdbaddsymbolxpy(zdbHandle_t db, const char* name, int dim, int type,
                                             int userInfo, const char* explText,
                                             const zdbSymbol_t* domains, const char* domainNames,
                                             int* status);
+
+/** c__zdbfindsymbol() with the name as a short string. */
 ZDBCCLIB_API int d__zdbfindsymbol(zdbHandle_t db, const char* name, zdbSymbol_t* symbol);
+
+/** c__zdbfindsymbolpy(), likewise. */
 ZDBCCLIB_API zdbSymbol_t d__zdbfindsymbolpy(zdbHandle_t db, const char* name, int* status);
+
+/** c__zdbfindsymbolwithalias(), likewise. */
 ZDBCCLIB_API int d__zdbfindsymbolwithalias(zdbHandle_t db, const char* name, zdbSymbol_t* symbol);
+
+/** c__zdbfindsymbolwithaliaspy(), likewise. */
 ZDBCCLIB_API zdbSymbol_t d__zdbfindsymbolwithaliaspy(zdbHandle_t db, const char* name, int* status);
+
+/** c__zdbsymbolinfo() that writes a short string. */
 ZDBCCLIB_API int d__zdbsymbolinfo(zdbHandle_t db, zdbSymbol_t symbol, int key, int* integer,
                                   double* real, char* text);
+
+/** c__zdbgetdomain() that writes the names to a matrix, `dim` rows of it. */
 ZDBCCLIB_API int d__zdbgetdomain(zdbHandle_t db, zdbSymbol_t symbol, int dim, zdbSymbol_t* domains,
                                  char* names);
+
+/** c__zdbaddrecord() with a matrix of the labels. */
 ZDBCCLIB_API int d__zdbaddrecord(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                  zdbRecord_t* record);
+
+/** c__zdbaddrecordpy(), likewise. */
 ZDBCCLIB_API zdbRecord_t d__zdbaddrecordpy(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                            int* status);
+
+/** c__zdbmergerecord(), likewise. */
 ZDBCCLIB_API int d__zdbmergerecord(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                    zdbRecord_t* record);
+
+/** c__zdbmergerecordpy(), likewise. */
 ZDBCCLIB_API zdbRecord_t d__zdbmergerecordpy(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                              int* status);
+
+/** c__zdbmergesetrecordint() with the text as a short string. */
 ZDBCCLIB_API int d__zdbmergesetrecordint(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
                                          int checkLabels, int makeHandle, zdbRecord_t* record,
                                          const char* text);
+
+/** c__zdbmergesetrecordintpy(), likewise. */
 ZDBCCLIB_API zdbRecord_t d__zdbmergesetrecordintpy(zdbHandle_t db, zdbSymbol_t symbol,
                                                    const int* keys, int checkLabels, int makeHandle,
                                                    const char* text, int* status);
+
+/** c__zdbaddrecordraw(), likewise. */
 ZDBCCLIB_API int d__zdbaddrecordraw(zdbHandle_t db, zdbSymbol_t symbol, const int* keys,
                                     const double* values, const char* text);
+
+/** c__zdbfindrecord() with a matrix of the labels. */
 ZDBCCLIB_API int d__zdbfindrecord(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                   zdbRecord_t* record);
+
+/** c__zdbfindrecordpy(), likewise. */
 ZDBCCLIB_API zdbRecord_t d__zdbfindrecordpy(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                             int* status);
+
+/** c__zdbfindfirstrecordslice() with a matrix, in which a blank stands for any label. */
 ZDBCCLIB_API int d__zdbfindfirstrecordslice(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                             zdbRecord_t* record);
+
+/** c__zdbfindfirstrecordslicepy(), likewise. */
 ZDBCCLIB_API zdbRecord_t d__zdbfindfirstrecordslicepy(zdbHandle_t db, zdbSymbol_t symbol,
                                                       const char* keys, int* status);
+
+/** c__zdbfindlastrecordslice(), likewise. */
 ZDBCCLIB_API int d__zdbfindlastrecordslice(zdbHandle_t db, zdbSymbol_t symbol, const char* keys,
                                            zdbRecord_t* record);
+
+/** c__zdbfindlastrecordslicepy(), likewise. */
 ZDBCCLIB_API zdbRecord_t d__zdbfindlastrecordslicepy(zdbHandle_t db, zdbSymbol_t symbol,
                                                      const char* keys, int* status);
+
+/** c__zdbgetkeys() that writes the labels to a matrix, `dim` rows of it. */
 ZDBCCLIB_API int d__zdbgetkeys(zdbHandle_t db, zdbRecord_t record, int dim, char* keys);
+
+/** c__zdbgetkey() that writes a short string. */
 ZDBCCLIB_API int d__zdbgetkey(zdbHandle_t db, zdbRecord_t record, int position, char* key);
+
+/** c__zdbgetelemtext() that writes a short string. */
 ZDBCCLIB_API int d__zdbgetelemtext(zdbHandle_t db, zdbRecord_t record, char* text);
+
+/** c__zdbsetelemtext() with the text as a short string. */
 ZDBCCLIB_API int d__zdbsetelemtext(zdbHandle_t db, zdbRecord_t record, const char* text);
+
+/** c__zdbcallsolver() with the solver's name as a short string. */
 ZDBCCLIB_API int d__zdbcallsolver(zdbHandle_t db, const char* solver);
+
+/** c__zdbcallsolvertimed(), likewise. */
 ZDBCCLIB_API int d__zdbcallsolvertimed(zdbHandle_t db, const char* solver, double* seconds);
+
+/** @} */
 
 /* ---- The same functions for clients with flat matrices --------------------------------------- */
 
-/*
+/**
+ * @defgroup zdb_flat The same functions for clients with flat matrices
+ *
  * Texts are written to a matrix of 20 rows of 256 bytes, one C string each. Everything else is as
  * in the c__ form.
+ *
+ * @{
  */
 
+/** c__zdbgetkeys() that writes the labels to a matrix. */
 ZDBCCLIB_API int n__zdbgetkeys(zdbHandle_t db, zdbRecord_t record, int dim, char* keys);
+
+/** c__zdbgetdomain() that writes the names of the domains to a matrix. */
 ZDBCCLIB_API int n__zdbgetdomain(zdbHandle_t db, zdbSymbol_t symbol, int dim, zdbSymbol_t* domains,
                                  char* names);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -78,6 +78,11 @@ extern "C" {
 
 /* ---- Types and constants --------------------------------------------------------------------- */
 
+/**
+ * @defgroup zdbx_types Types and constants
+ * @{
+ */
+
 /** Kinds of errors. They do not change; later versions may add more. */
 enum {
   ZDBX_NONE = 0,       /**< no error */
@@ -169,7 +174,14 @@ typedef struct zdbx_buffers {
 /** A position in the records of a symbol or slice, owned by the caller. */
 typedef struct zdbxCursor* zdbxCursor_t;
 
+/** @} */
+
 /* ---- Version and errors ---------------------------------------------------------------------- */
+
+/**
+ * @defgroup zdbx_errors Version and errors
+ * @{
+ */
 
 /** The version of the interface in this library: 1000 * major + minor. */
 ZDBCCLIB_API int zdbx_version(void);
@@ -204,7 +216,14 @@ ZDBCCLIB_API void zdbx_clear_error(zdbHandle_t db);
 /** The name of an error kind, such as "not found"; static. "other" for an unknown kind. */
 ZDBCCLIB_API const char* zdbx_kind_name(int kind);
 
+/** @} */
+
 /* ---- Labels ---------------------------------------------------------------------------------- */
+
+/**
+ * @defgroup zdbx_labels Labels
+ * @{
+ */
 
 /**
  * Adds `count` labels, or finds those that are there, and writes their numbers to `numbers`
@@ -234,12 +253,18 @@ ZDBCCLIB_API int zdbx_find_labels(zdbHandle_t db, const zdbx_texts* labels, int6
 ZDBCCLIB_API int zdbx_get_labels(zdbHandle_t db, int32_t first, int64_t count, char* bytes,
                                  int64_t capacity, int64_t* offsets, int64_t* needed);
 
+/** @} */
+
 /* ---- Records --------------------------------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdbx_records Records
+ *
  * Symbols that are read may be the universe, whose records are its labels, and aliases, for which
  * their sets are read. slice[dim] are label numbers, ZDB_ANY where any label will do; null is the
  * whole symbol. A number that is not that of a label matches nothing.
+ *
+ * @{
  */
 
 /**
@@ -325,7 +350,14 @@ ZDBCCLIB_API int zdbx_find_record(zdbHandle_t db, zdbSymbol_t symbol, const int3
 ZDBCCLIB_API int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice, int last,
                                  zdbRecord_t* record);
 
+/** @} */
+
 /* ---- Symbols --------------------------------------------------------------------------------- */
+
+/**
+ * @defgroup zdbx_symbols Symbols
+ * @{
+ */
 
 /**
  * Removes a symbol with its records and sets *symbol to null; any other copy of the handle must not
@@ -346,11 +378,16 @@ ZDBCCLIB_API int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol);
  */
 ZDBCCLIB_API int zdbx_rename_symbol(zdbHandle_t db, zdbSymbol_t symbol, const char* name);
 
-/* ---- Data exchange files in memory and through descriptors ------------------------------------
- */
+/** @} */
 
-/*
+/* ---- Data exchange files in memory and through descriptors ----------------------------------- */
+
+/**
+ * @defgroup zdbx_files Data exchange files in memory and through descriptors
+ *
  * These need a system with /proc; those that make a file in memory also need memfd_create().
+ *
+ * @{
  */
 
 /**
@@ -382,11 +419,17 @@ ZDBCCLIB_API int zdbx_write_memory(zdbHandle_t db, int noDomainCheck, void** byt
 /** Frees what zdbx_write_memory() returned; null is allowed. */
 ZDBCCLIB_API void zdbx_free_bytes(void* bytes);
 
+/** @} */
+
 /* ---- Arrow ----------------------------------------------------------------------------------- */
 
-/*
+/**
+ * @defgroup zdbx_arrow Arrow
+ *
  * A symbol as a stream of Arrow's C data interface, and records from such a stream, so that
  * programs which speak it take symbols over without copying code. The structs are in zdbarrow.h.
+ *
+ * @{
  */
 
 /**
@@ -442,6 +485,8 @@ ZDBCCLIB_API int zdbx_export_stream(zdbHandle_t db, zdbSymbol_t symbol, const in
 ZDBCCLIB_API int zdbx_import_stream(zdbHandle_t db, zdbSymbol_t symbol,
                                     struct ArrowArrayStream* stream, int mode, int onFailure,
                                     zdbx_result* result);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -65,6 +65,13 @@
 extern "C" {
 #endif
 
+/* ---- Types and constants --------------------------------------------------------------------- */
+
+/**
+ * @defgroup zkit_types Types and constants
+ * @{
+ */
+
 enum {
   ZKIT_MAX_DIM = 20,   /**< index positions of a symbol */
   ZKIT_MAX_NAME = 63,  /**< bytes of a name or label */
@@ -117,7 +124,14 @@ enum { ZKIT_LEVEL_OK = 0, ZKIT_LEVEL_NOT_OPTIMAL = 1 };
 /** A model under construction. */
 typedef struct zkitModel* zkitModel_t;
 
+/** @} */
+
 /* ---- Building a model ------------------------------------------------------------------------ */
+
+/**
+ * @defgroup zkit_build Building a model
+ * @{
+ */
 
 /**
  * Makes an empty model. `name` is any text, is not checked and may be null. Freed
@@ -215,14 +229,21 @@ ZKIT_API int zkitSetObjective(zkitModel_t model, int column, int direction);
  */
 ZKIT_API int zkitModelFinish(zkitModel_t model, const char* systemDirectory, void** instance);
 
+/** @} */
+
 /* ---- Reading a model file -------------------------------------------------------------------- */
+
+/**
+ * @defgroup zkit_read Reading a model file
+ * @{
+ */
 
 /**
  * Makes an instance from a model file: free or fixed MPS, CPLEX LP, or GNU MathProg with its data
  * in the model itself or in the file `data`, which may be null. Names such as
- * ship[seattle,chicago] or ship(seattle,chicago) become entries of symbols, as doc/model-files.md
- * describes. On failure `message` (`size` bytes) names the file, the line if it is known, and what
- * is wrong. Freed by zkitFreeInstance().
+ * ship[seattle,chicago] or ship(seattle,chicago) become entries of symbols, as
+ * doc/reference/model-files.md describes. On failure `message` (`size` bytes) names the file, the
+ * line if it is known, and what is wrong. Freed by zkitFreeInstance().
  *
  * A model may come from anywhere: the program that translates it uses no other files, no network
  * and no other programs. A MathProg statement that would (table, printf with ">") fails the call.
@@ -247,9 +268,9 @@ ZKIT_API int zkitReadModelX(const char* file, const char* data, const char* syst
  * whether the model or its data give it a value, a default or an expression.
  */
 typedef struct zkitParams {
-  int count;
-  const char* const* names;
-  const double* values;
+  int count;                /**< number of names and values */
+  const char* const* names; /**< a param with its labels each */
+  const double* values;     /**< its value each */
 } zkitParams;
 
 /**
@@ -267,10 +288,10 @@ typedef struct zkitReadOptions {
   long long dataTextSize; /**< bytes of `dataText`, or negative if it ends with a zero */
   const char* systemDirectory; /**< as of zkitModelFinish() */
   const char* const* changes;  /**< names of what will be changed, see zkitGetChange() */
-  int changeCount;
-  const zkitParams* params;   /**< what the model is read with, or null */
-  const zkitParams* variants; /**< what it will be solved with, see zkitUseVariant() */
-  int variantCount;
+  int changeCount;             /**< number of names in `changes` */
+  const zkitParams* params;    /**< what the model is read with, or null */
+  const zkitParams* variants;  /**< what it will be solved with, see zkitUseVariant() */
+  int variantCount;            /**< number of `variants` */
 } zkitReadOptions;
 
 /**
@@ -360,7 +381,14 @@ enum {
  */
 ZKIT_API int zkitConfinement(char* message, int size);
 
+/** @} */
+
 /* ---- Instances ------------------------------------------------------------------------------- */
+
+/**
+ * @defgroup zkit_instances Instances
+ * @{
+ */
 
 /**
  * Frees an instance with its dictionary and environment, and sets *instance to null. A database
@@ -368,10 +396,16 @@ ZKIT_API int zkitConfinement(char* message, int size);
  */
 ZKIT_API void zkitFreeInstance(void** instance);
 
-/** The number of columns, of rows, of coefficients and products, and of integer columns. */
+/** The number of columns, parameters included. */
 ZKIT_API int zkitColumns(void* instance);
+
+/** The number of rows, free ones included. */
 ZKIT_API int zkitRows(void* instance);
+
+/** The number of coefficients and products. */
 ZKIT_API int zkitNonZeros(void* instance);
+
+/** The number of integer columns. */
 ZKIT_API int zkitIntegerColumns(void* instance);
 
 /**
@@ -380,26 +414,40 @@ ZKIT_API int zkitIntegerColumns(void* instance);
  */
 ZKIT_API int zkitSetModelType(void* instance, int type);
 
-/** What is known about the solution, how the last solve ended, and a name for each status. */
+/** What is known about the solution: ZKIT_OPTIMAL and so on. */
 ZKIT_API int zkitModelStatus(void* instance);
-ZKIT_API int zkitSolveStatus(void* instance); /* 0 before the first solve */
+
+/** How the last solve ended: ZKIT_COMPLETED and so on; 0 before the first solve. */
+ZKIT_API int zkitSolveStatus(void* instance);
+
+/** The name of a model status, such as "Optimal"; static. */
 ZKIT_API const char* zkitModelStatusText(int status);
+
+/** The name of a solve status, such as "Normal completion"; static. */
 ZKIT_API const char* zkitSolveStatusText(int status);
 
-/** The objective column (-1 for none), its level, and its direction (1 or -1). */
+/** The number of the objective column, -1 for none. */
 ZKIT_API int zkitObjectiveColumn(void* instance);
+
+/** The level of the objective column. */
 ZKIT_API double zkitObjective(void* instance);
+
+/** 1 if the objective is minimised, -1 if it is maximised. */
 ZKIT_API int zkitDirection(void* instance);
 
 /** Sets the direction: 1 to minimise, -1 to maximise. Later solves may go on from the last one. */
 ZKIT_API int zkitSetDirection(void* instance, int direction);
 
 /**
- * What the objective cannot get better than, as far as the last solve has proven it, and how far
- * its level is from that: |objective - bound| / |objective|, 0 if they are equal. NaN where they
- * are not known: without an objective or levels, and if a linear model was not solved to its end.
+ * What the objective cannot get better than, as far as the last solve has proven it. NaN where that
+ * is not known: without an objective or levels, and if a linear model was not solved to its end.
  */
 ZKIT_API double zkitBound(void* instance);
+
+/**
+ * How far the objective is from its bound: |objective - bound| / |objective|, 0 if they are equal,
+ * NaN where zkitBound() is.
+ */
 ZKIT_API double zkitGap(void* instance);
 
 /**
@@ -415,12 +463,16 @@ ZKIT_API int zkitSolve(void* instance, const char* solver, char* message, int si
 /** Why the last solve failed, or "". Valid until the next solve. */
 ZKIT_API const char* zkitSolveMessage(void* instance);
 
-/** Simplex iterations and seconds of the last solve. */
+/** Simplex iterations of the last solve, of all its runs together. */
 ZKIT_API int zkitIterations(void* instance);
+
+/** Seconds that the last solve took. */
 ZKIT_API double zkitSeconds(void* instance);
 
-/** The name of a row or column as "symbol(label,label)", at most `size` - 1 bytes of it. */
+/** The name of a row as "symbol(label,label)", at most `size` - 1 bytes of it. */
 ZKIT_API int zkitRowName(void* instance, int row, char* name, int size);
+
+/** The name of a column, likewise. */
 ZKIT_API int zkitColumnName(void* instance, int column, char* name, int size);
 
 /**
@@ -458,7 +510,14 @@ ZKIT_API int zkitSetLimits(void* instance, double seconds, int iterations);
  */
 ZKIT_API int zkitSetGap(void* instance, double relative, double absolute);
 
+/** @} */
+
 /* ---- Why a model is infeasible --------------------------------------------------------------- */
+
+/**
+ * @defgroup zkit_infeasible Why a model is infeasible
+ * @{
+ */
 
 /** Results of zkitInfeasibleSet(). */
 enum {
@@ -486,13 +545,22 @@ ZKIT_API int zkitInfeasibleSet(void* instance, double seconds, int* rowCount, in
                                char* message, int size);
 
 /**
- * The rows and columns of the last set found, ascending, each with its sides: arrays of rowCount
- * and columnCount elements. Sets are kept with the instance until the next is looked for.
+ * The rows of the last set found, ascending, each with its sides: arrays of rowCount elements. A
+ * set is kept with the instance until the next is looked for.
  */
 ZKIT_API int zkitInfeasibleRows(void* instance, int* rows, int* sides);
+
+/** The columns of the last set found, likewise, in arrays of columnCount elements. */
 ZKIT_API int zkitInfeasibleColumns(void* instance, int* columns, int* sides);
 
+/** @} */
+
 /* ---- Solvers --------------------------------------------------------------------------------- */
+
+/**
+ * @defgroup zkit_solvers Solvers
+ * @{
+ */
 
 /** What a solver solves, added up. */
 enum { ZKIT_SOLVES_LP = 1, ZKIT_SOLVES_MIP = 2, ZKIT_SOLVES_RMIP = 4 };
@@ -512,9 +580,9 @@ ZKIT_API int zkitSolverInfo(int solver, const char** name, const char** version,
 /**
  * The name of the solver to use if nobody asks for another: of those that can be used here and that
  * the configuration of the instance has for models of its type, the one that is usually fastest,
- * see doc/model-kit.md. Reads the configuration file. `name` (`size` bytes, ZKIT_MAX_NAME + 1 are
- * enough) receives it. Returns 0 if there is none, with the reason in `message` (`messageSize`
- * bytes, may be null).
+ * see doc/reference/model-kit.md. Reads the configuration file. `name` (`size` bytes,
+ * ZKIT_MAX_NAME + 1 are enough) receives it. Returns 0 if there is none, with the reason in
+ * `message` (`messageSize` bytes, may be null).
  */
 ZKIT_API int zkitDefaultSolver(void* instance, char* name, int size, char* message,
                                int messageSize);
@@ -534,6 +602,8 @@ enum {
  * starts from scratch then. Fails for another number.
  */
 ZKIT_API int zkitSetStart(void* instance, int start);
+
+/** @} */
 
 #ifdef __cplusplus
 }

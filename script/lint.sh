@@ -40,8 +40,8 @@ python_types() {
 python_style() {
   "$checkers/ruff" check --no-cache --config python/ruff.toml python tests/python bench/python &&
     "$checkers/ruff" check --no-cache --config python/ruff.toml --select B,E,F,I,UP,W --ignore B905 \
-      script tests bench &&
-    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python script tests bench
+      script tests bench doc &&
+    "$checkers/ruff" format --no-cache --check --config python/ruff.toml python script tests bench doc
 }
 
 step "layout" layout

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that a job needs if any are missing: packages.sh JOB...
-# The jobs are build, mpi, lint, bench, fuzz, python and npm. Prints nothing if all are installed.
+# The jobs are build, mpi, lint, bench, docs, fuzz, python and npm. Prints nothing if all are installed.
 set -eu
 
 packages_for() {
@@ -9,10 +9,11 @@ packages_for() {
     mpi) echo "libopenmpi-dev openmpi-bin" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;
+    docs) echo "doxygen python3-sphinx python3-myst-parser furo python3-breathe python3-numpy" ;;
     fuzz) echo "clang libclang-rt-dev" ;;
     python) echo "python3 python3-venv" ;;
     npm) echo "npm" ;;
-    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, fuzz, python and npm" >&2; exit 2 ;;
+    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, docs, fuzz, python and npm" >&2; exit 2 ;;
   esac
 }
 

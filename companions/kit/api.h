@@ -1,5 +1,5 @@
 // The exported functions that the database's loader looks up. Names, prototypes and type codes come
-// from the lists that the loader uses; doc/model-kit.md describes the functions.
+// from the lists that the loader uses; doc/reference/model-kit.md describes the functions.
 //
 // Conventions: results are nonzero on success unless a list states otherwise; a call with a null
 // handle or a number out of range returns 0 and changes nothing. Text buffers hold 256 bytes unless

@@ -1,5 +1,5 @@
 // The exported functions. Their names, prototypes and type codes come from the one list that the
-// database's loader uses as well; doc/exchange-file.md tells what each does.
+// database's loader uses as well; doc/reference/exchange-file.md tells what each does.
 //
 // Conventions: `zxf` is a handle from XCreate, used by one thread at a time. Results are nonzero on
 // success; a failure returns 0, adds an error to the handle and, unless stated otherwise, changes

@@ -1,5 +1,5 @@
 // Numbers of the exchange file format. Append only: these numbers are in files that users keep, so
-// none may change its value or meaning. doc/exchange-file.md describes the layout.
+// none may change its value or meaning. doc/reference/exchange-file.md describes the layout.
 #pragma once
 
 #include <array>

@@ -1,5 +1,5 @@
 # Bread and milk for lunch: at least 12 units of energy and one glass of milk, at the lowest price.
-# Small enough to be solved by hand; doc/tool.md shows what zdbcc does with it.
+# Small enough to be solved by hand; doc/howto/solve.md shows what zdbcc does with it.
 set FOOD;
 param price{FOOD};
 param need;

@@ -13,7 +13,7 @@ case $peer in
   pyarrow) exec "$peers/pyarrow/bin/python" -B "$tests/pyarrow_test.py" "$library" ;;
   frames)
     PYTHONPATH=$peers/frames exec "$peers/pyarrow/bin/python" -B "$tests/guide_test.py" \
-      "$tests/../../doc/arrow.md" "$library"
+      "$tests/../../doc/howto/arrow.md" "$library"
     ;;
   duckdb) exec python3 -B "$tests/duckdb_test.py" "$peers/duckdb/libduckdb.so" "$library" ;;
 esac

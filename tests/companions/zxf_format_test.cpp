@@ -22,7 +22,7 @@ const std::string kTiny = ZXF_SOURCE_DIR "/tests/companions/data/zxf_version1_ti
 const std::string kPacked = ZXF_SOURCE_DIR "/tests/companions/data/zxf_version1_packed.bin";
 
 std::vector<std::string> documentLines() {
-  std::ifstream in(ZXF_SOURCE_DIR "/doc/exchange-file.md");
+  std::ifstream in(ZXF_SOURCE_DIR "/doc/reference/exchange-file.md");
   std::vector<std::string> lines;
   for (std::string line; std::getline(in, line);) lines.push_back(line);
   return lines;

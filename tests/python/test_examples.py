@@ -15,7 +15,7 @@ from pathlib import Path
 import pytest
 import zdbcc
 
-PAGE = Path(__file__).parents[2] / "doc" / "python.md"
+PAGE = Path(__file__).parents[2] / "doc" / "howto" / "python.md"
 
 
 @pytest.mark.parametrize(

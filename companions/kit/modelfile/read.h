@@ -1,6 +1,6 @@
 // Reads model files: MPS, CPLEX LP and GNU MathProg. The content of a file becomes a FileModel (by
 // GLPK's readers, which run in a separate program, see process.h), its names are parsed (names.h),
-// and the instance is built (build.h). doc/model-files.md describes formats and rules.
+// and the instance is built (build.h). doc/reference/model-files.md describes formats and rules.
 #pragma once
 
 #include <map>

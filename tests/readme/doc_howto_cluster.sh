@@ -1,4 +1,4 @@
-# Makes the model, the table and the parts that doc/cluster.md names; runs in the folder of
+# Makes the model, the table and the parts that doc/howto/cluster.md names; runs in the folder of
 # documents_test.py.
 case ${1-first} in
   *" join part-"*) rm results.csv && exit ;; # of the sweep before

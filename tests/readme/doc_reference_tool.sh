@@ -1,4 +1,5 @@
-# Makes the files that the examples in doc/tool.md name: doc_tool.sh [COMMAND]
+# Makes the files that the examples in doc/reference/tool.md name:
+# doc_reference_tool.sh [COMMAND]
 # Runs in the folder of documents_test.py, at first and before each command.
 case ${1-first} in
   *"--to tables") rm -r tables && exit ;; # which are read before they are written

@@ -1,0 +1,98 @@
+"""How Sphinx builds the site: `make docs`, which has Doxygen read the headers first."""
+
+from __future__ import annotations
+
+import os
+import re
+import sys
+from pathlib import Path
+
+SOURCE = Path(__file__).parents[1]
+HEADER = (SOURCE / "include/zdbcclib.h").read_text(encoding="utf-8")
+VERSION = re.search(r'#define ZDBCCLIB_VERSION "(.*)"', HEADER)
+assert VERSION
+
+project = "zdbcclib"
+author = "the authors of zdbcclib"
+copyright = author  # noqa: A001
+version = release = VERSION[1]
+extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
+
+highlight_language = "console"
+pygments_style = "friendly"
+pygments_dark_style = "native"
+myst_heading_anchors = 3
+myst_enable_extensions = ["colon_fence"]
+
+breathe_projects = {"zdbcclib": os.environ.get("XML_FOLDER", "../build/docs-work") + "/xml"}
+breathe_default_project = "zdbcclib"
+breathe_domain_by_extension = {"h": "c"}
+c_id_attributes = ["ZDBCCLIB_API", "ZKIT_API"]
+
+# The docstrings are read without the compiled module.
+sys.path.insert(0, str(SOURCE / "python"))
+sys.dont_write_bytecode = True
+autodoc_mock_imports = ["zdbcc._core"]
+autodoc_member_order = "bysource"
+autodoc_typehints = "signature"
+napoleon_google_docstring = False
+napoleon_use_rtype = False
+
+html_theme = "furo"
+html_title = f"zdbcclib {version}"
+html_static_path = ["static"]
+html_css_files = ["site.css"]
+html_copy_source = False
+html_show_sphinx = False
+
+
+def fenced(text: str, language: str = "c") -> str:
+    """Markdown whose indented blocks say what they are: a program if they have statements."""
+
+    def fence(found: re.Match[str]) -> str:
+        code = re.sub(r"^    ", "", found[1], flags=re.M)
+        return f"```{language if ';' in code else 'text'}\n{code}```\n"
+
+    block = re.compile(r"(?<=\n\n)((?:    .*\n|\n(?=    ))+)")
+    return block.sub(fence, text)
+
+
+def manual(header: str) -> str:
+    """The comment at the top of a header as Markdown."""
+    text = (SOURCE / "include" / header).read_text(encoding="utf-8")
+    if text.startswith("//"):
+        lines = text[: text.index("#ifndef")].split("\n")
+        return fenced("\n".join(re.sub(r"^// ?", "", line) for line in lines), "cpp")
+    comment = text[text.index("/*") + 2 : text.index("*/")]
+    lines = [re.sub(r"^ \* ?", "", line) for line in comment.split("\n")]
+    # The names of parts, which stand in capitals.
+    text = re.sub(
+        r"^([A-Z]{4}[A-Z ]+)\b", lambda m: m[1].capitalize(), "\n".join(lines), flags=re.M
+    )
+    return fenced(text)
+
+
+def about(group: str) -> str:
+    """The text of a group of functions, which breathe leaves out with the group's name."""
+    for header in ("zdbcclib.h", "zdbx.h", "zkitdclib.h"):
+        text = (SOURCE / "include" / header).read_text(encoding="utf-8")
+        found = re.search(rf"@defgroup {group} [^\n]*\n(.*?) \* @\{{\n", text, re.S)
+        if found:
+            return fenced(re.sub(r"^ \* ?", "", found[1], flags=re.M))
+    raise ValueError(f"no header has the group {group}")
+
+
+def adapt(app: object, name: str, source: list[str]) -> None:
+    """Pages are read in the source tree as well, where they link to files that the site lacks."""
+    text = re.sub(r"<!-- manual of (\S+) -->", lambda m: manual(m[1]), source[0])
+    text = re.sub(
+        r"^```\{doxygengroup\} (\w+)$", lambda m: f"{about(m[1])}\n{m[0]}", text, flags=re.M
+    )
+    outside = "../" * (name.count("/") + 1)
+    if name.startswith("reference/c/"):
+        text = re.sub(r"\n", "\n\n```{highlight} c\n```\n", text, count=1)  # below the title
+    source[0] = re.sub(rf"\[([^\]]*)\]\({re.escape(outside)}[^)]*\)", r"\1", text)
+
+
+def setup(app: object) -> None:
+    app.connect("source-read", adapt)  # type: ignore[attr-defined]
