@@ -16,6 +16,7 @@ A line that cannot be run everywhere ends with `# not run: ` and a reason. Lines
 
 from __future__ import annotations
 
+import importlib.util
 import os
 import re
 import shutil
@@ -103,8 +104,11 @@ def missing(step: Step) -> str:
     needs_library = "./libduckdb.so" in step.command and not Path("libduckdb.so").exists()
     if needs_library:
         return "libduckdb.so"
+    is_python = step.command.startswith(sys.executable)
+    if is_python and "import zdbcc" in step.told and importlib.util.find_spec("zdbcc") is None:
+        return "the package zdbcc"
     can_load = hasattr(sqlite3.Connection, "enable_load_extension")
-    is_loading = step.command.startswith(sys.executable) and "load_extension" in "".join(step.told)
+    is_loading = is_python and "load_extension" in "".join(step.told)
     return "a Python that loads extensions of SQLite" if is_loading and not can_load else ""
 
 
