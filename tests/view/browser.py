@@ -116,6 +116,11 @@ class Browser:
         )
         return found
 
+    def hidden_text(self, selector: str) -> str:
+        """Of the first such element, which may be for readers of screens."""
+        text: str = self.run("return document.querySelector(arguments[0]).textContent", selector)
+        return text
+
     def focused(self) -> str:
         """The element that has the focus, in words, with a cross if that cannot be seen."""
         words: str = self.run(

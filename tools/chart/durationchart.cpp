@@ -42,10 +42,6 @@ std::string textColor(const Color& color) {
   return format(" textcolor rgb '#%06x'", color.light);
 }
 
-std::string valueText(double value) {
-  return format("%.10g", value);
-}
-
 /// A name that leaves room for other things.
 std::string shortened(const std::string& name, std::size_t longest) {
   const std::string text = plainText(name);
@@ -106,7 +102,14 @@ class Script {
   const Point& most() const { return sorted_.back(); }
   const Point& median() const { return sorted_[sorted_.size() / 2]; }
 
-  static std::string mark(const std::string& title, const Point& point) {
+  /// With two digits more than the steps of the axis have.
+  std::string valueText(double value) const {
+    const double size = std::max(std::abs(axis_.low), std::abs(axis_.high));
+    const int digits = static_cast<int>(std::ceil(std::log10(size / axis_.step))) + 2;
+    return format("%.*g", std::clamp(digits, 3, 15), value);
+  }
+
+  std::string mark(const std::string& title, const Point& point) const {
     return title + " " + valueText(point.value) + ": " + shortened(point.name, 28);
   }
   std::string baseText() const { return chart_.baseTitle + " " + valueText(*chart_.base); }
@@ -165,7 +168,7 @@ class Script {
     block("most", 0, most());
     block("median", 50, median());
     block("least", 100, least());
-    std::string plot = "plot $curve with steps linewidth 2 notitle" + lineColor(kCurve);
+    std::string plot = "plot $curve with steps linewidth 2" + lineColor(kCurve) + " notitle";
     if (chart_.base) {
       plot += format(", %.17g with lines dashtype 2 linewidth 1.5", *chart_.base) +
               lineColor(kBase) + " title " + gnuplotText(baseText());
@@ -190,11 +193,12 @@ class Script {
     line("set tmargin at screen 0.34");
     line("set bmargin at screen 0.09");
     range('x');
-    line("set yrange [0:*]");
     line(format("set xtics %.17g", axis_.step));
     titles(chart_.valueTitle, chart_.unitTitle);
     line("set style fill solid noborder");
-    bins();
+    const int highest = bins();
+    line("set yrange [0:*]");
+    line(format("set ytics %g", std::max(1.0, plainStep(highest / 4.0))));
     if (chart_.base) {
       const char* form = "set arrow 1 from %.17g,graph 0 to %.17g,graph 1 nohead front dashtype 2";
       line(format(form, *chart_.base, *chart_.base) + " linewidth 1.5" + lineColor(kBase));
@@ -202,8 +206,9 @@ class Script {
     line("plot $bins with boxes" + lineColor(kBars));
   }
 
-  // Their width divides the steps of the axis: more where there are more points.
-  void bins() {
+  /// The count of the highest. Their width divides the steps of the axis: more where there are more
+  /// points.
+  int bins() {
     const double each = sorted_.size() >= 200 ? 5 : sorted_.size() >= 30 ? 2 : 1;
     const double width = axis_.step / each;
     const auto last =
@@ -219,6 +224,7 @@ class Script {
       if (counts[i] > 0) line(format("%.17g %d %.17g", middle, counts[i], 0.94 * width));
     }
     line("end");
+    return *std::ranges::max_element(counts);
   }
 
   const DurationChart& chart_;

@@ -76,7 +76,7 @@ function words(x, y, anchor, text, kind = null) {
 
 /** As much of a name as so many pixels hold. */
 function shortened(name, pixels) {
-  const letters = Math.max(3, Math.floor(pixels / 7));
+  const letters = Math.max(3, Math.floor(pixels / 7.8));
   const all = Array.from(name);
   return all.length <= letters ? name : all.slice(0, letters - 1).join("") + "…";
 }
@@ -279,7 +279,7 @@ function drawHeatMap(title, points, width) {
     16 + 6 * Math.max(...columns.map((column) => data.dictionary[column].length)),
   );
   const cellWidth = (width - left - 8) / columns.length;
-  const cellHeight = rows.length > 40 ? 12 : 20;
+  const cellHeight = rows.length > 40 ? 15 : 20;
   const [xs, ys] = [columns, rows].map((list) => new Map(list.map((place, i) => [place, i])));
   const parts = points
     .filter((point) => ys.has(point.row) && xs.has(point.column))
@@ -294,7 +294,7 @@ function drawHeatMap(title, points, width) {
           width: Math.max(cellWidth - 1, 0.5),
           height: cellHeight - 1,
           class: isNumber ? (value < 0 ? "mark below" : "mark") : "odd",
-          "fill-opacity": isNumber ? 0.06 + 0.94 * (Math.abs(value) / size) : null,
+          "fill-opacity": isNumber ? 0.06 + 0.94 * Math.sqrt(Math.abs(value) / size) : null,
         },
         draw("title", {}, `${point.name}: ${shown(point.value)}`),
       );
