@@ -110,7 +110,7 @@ class Script {
   }
 
   std::string mark(const std::string& title, const Point& point) const {
-    return title + " " + valueText(point.value) + ": " + shortened(point.name, 28);
+    return title + " " + valueText(point.value) + ": " + shortened(point.name, 24);
   }
   std::string baseText() const { return chart_.baseTitle + " " + valueText(*chart_.base); }
 
@@ -125,7 +125,7 @@ class Script {
     line("set grid ytics linetype 1" + lineColor(kRule));
     line("set format '%.10g'");
     line("set lmargin at screen 0.14");
-    line("set rmargin at screen 0.97");
+    line("set rmargin at screen 0.95");
     words(1, chart_.title, 0.965, 18, kInk);
     words(2, chart_.subtitle, 0.925, 14, kSoft);
   }
@@ -155,7 +155,7 @@ class Script {
     line(format("100 %.17g\nend", least().value));
     line("set tmargin at screen 0.80");
     line("set bmargin at screen 0.44");
-    line("set key at screen 0.02,0.90 left top Left reverse maxrows 2 samplen 2 width 2" +
+    line("set key at screen 0.02,0.90 left top Left reverse maxrows 2 samplen 2 width 0" +
          textColor(kInk));
     line("set xrange [0:100]");
     range('y');
