@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test soak fuzz bench bench-python asan tsan format lint reference docs install deb deb-test clean help
+.PHONY: all demo test test-view pictures soak fuzz bench bench-python asan tsan format lint reference docs install deb deb-test clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -19,6 +19,15 @@ demo: build/build.ninja ## run the main job on real data
 test: all ## build everything and run all tests
 	@script/peers.sh build
 	@ctest --preset release -j $(JOBS)
+
+test-view: build/build.ninja ## try the pages of `zdbcc view` in a browser, and leave pictures of them in build/view
+	@script/packages.sh build view
+	@cmake --build --preset release --target zdbcc diet_demo
+	@script/python.sh build tests/view/view_test.py build/bin/zdbcc build/bin/diet_demo examples build/view
+
+pictures: ## draw the pictures of the documents again
+	@script/packages.sh build
+	@script/pictures.sh
 
 soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak

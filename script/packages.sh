@@ -1,11 +1,11 @@
 #!/bin/sh
 # Installs the Debian packages that a job needs if any are missing: packages.sh JOB...
-# The jobs are build, mpi, lint, bench, docs, fuzz, deb, debtest, python and npm. Prints nothing if all are installed.
+# The jobs are build, mpi, lint, bench, docs, fuzz, deb, debtest, python, npm and view. Prints nothing if all are installed.
 set -eu
 
 packages_for() {
   case $1 in
-    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-xarray python3-scipy python3-hypothesis python3-pytest" ;;
+    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev gnuplot-nox zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-xarray python3-scipy python3-hypothesis python3-pytest" ;;
     mpi) echo "libopenmpi-dev openmpi-bin" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;
@@ -15,7 +15,8 @@ packages_for() {
     debtest) echo "mmdebstrap" ;;
     python) echo "python3 python3-venv" ;;
     npm) echo "npm" ;;
-    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, docs, fuzz, deb, debtest, python and npm" >&2; exit 2 ;;
+    view) echo "chromium chromium-driver python3-selenium" ;;
+    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, docs, fuzz, deb, debtest, python, npm and view" >&2; exit 2 ;;
   esac
 }
 

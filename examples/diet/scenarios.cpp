@@ -3,12 +3,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
 #include <stdexcept>
 
-#include "chart.h"
+#include "chart/durationchart.h"
 #include "dietmodel.h"
 
 namespace {
@@ -103,15 +106,31 @@ std::vector<Day> solveDays(Kitchen& kitchen) {
   return days;
 }
 
+void write(const std::string& text, const std::string& file) {
+  std::ofstream output(file, std::ios::binary);
+  if (output << text && output.flush()) return;
+  throw std::runtime_error("cannot write " + file + ": " + std::strerror(errno));
+}
+
+/// Says why if there can be no picture, since gnuplot is missing: the days are solved all the same.
 void drawDays(const std::vector<Day>& days, double base, const std::string& file) {
-  Chart chart = {.title = "The cheapest diet when prices and needs change",
-                 .xTitle = "day",
-                 .yTitle = "dollars a day",
-                 .values = {},
-                 .base = base,
-                 .baseText = "prices and needs of the data"};
-  for (const Day& day : days) chart.values.push_back(day.cost);
-  writeChart(chart, file);
+  zdb::chart::DurationChart chart;
+  chart.title = "The cheapest diet when prices and needs change";
+  chart.subtitle = std::to_string(days.size()) + " days";
+  chart.valueTitle = "dollars a day";
+  chart.unitTitle = "days";
+  chart.leastTitle = "cheapest";
+  chart.mostTitle = "dearest";
+  chart.base = base;
+  for (const Day& day : days) {
+    chart.points.push_back({"day " + std::to_string(day.number), day.cost});
+  }
+  try {
+    write(drawDurationChart(chart), file);
+    std::printf("   Chart: %s\n", file.c_str());
+  } catch (const zdb::chart::ChartError& failure) {
+    std::printf("   No chart: %s\n", failure.what());
+  }
 }
 
 void printDay(const char* which, const Day& day) {
@@ -135,11 +154,10 @@ void runScenarios(const std::string& file, const std::string& chart) {
   std::printf(
       "   %d days with prices up to 30%% and needs up to 10%% off, solved in %.2f seconds\n", kDays,
       seconds.count());
-  drawDays(days, base.cost, chart);
   std::ranges::sort(days, {}, &Day::cost);
   std::printf("   %-9s %5s  %8s  %s\n", "", "day", "dollars", "foods");
   printDay("cheapest", days.front());
   printDay("median", days[days.size() / 2]);
   printDay("dearest", days.back());
-  std::printf("   Chart: %s\n", chart.c_str());
+  drawDays(days, base.cost, chart);
 }

@@ -1,6 +1,7 @@
 """Kills sweeps at random moments and goes on with them; gives scenarios in other orders."""
 
 import random
+import re
 import signal
 import subprocess
 import sys
@@ -30,16 +31,13 @@ CHANGES = {
 }
 
 
-def box_of(text: ElementTree.Element) -> tuple[float, float, float, float, str]:
+def box_of(group: ElementTree.Element) -> tuple[float, float, float, float, str]:
     """Left, top, right and bottom of a text as wide as letters usually are, and the text."""
-    words = text.text or ""
-    size = float(text.get("font-size", "13"))
+    words = (group[0].text or "").strip()
+    size = float(group.get("font-size", ""))
     width = 0.55 * size * len(words)
-    left = (
-        float(text.get("x", "0"))
-        - {"start": 0, "middle": 0.5, "end": 1}[text.get("text-anchor", "start")] * width
-    )
-    bottom = float(text.get("y", "0"))
+    x, bottom = map(float, re.findall(r"[\d.]+", group.get("transform", ""))[:2])
+    left = x - {"start": 0, "middle": 0.5, "end": 1}[group.get("text-anchor", "")] * width
     return left, bottom - 0.75 * size, left + width, bottom, words
 
 
@@ -144,23 +142,30 @@ class Sweep(unittest.TestCase):
             ["0", "1e-7", "123456.789"],
             [str(self.random.gauss(1e5, 10)) for _ in range(300)],
         ):
-            rows = [f"scenario <{i}> & some words more,{v}\n" for i, v in enumerate(objectives)]
+            names = [f"<{i}> & `touch x` 'no' \\n {{/*2 w}}" for i in range(len(objectives))]
+            rows = [f"{name},{v}\n" for name, v in zip(names, objectives)]
+            least = min(zip(map(float, objectives), names), key=lambda each: each[0])[1]
             (self.folder / "s.csv").write_text("s,d.rhs\n" + "".join(rows))
             words = ["sweep", "one.mod", "--scenarios", "s.csv", "--plot", "p.svg", "--force"]
             self.assertEqual(self.run_tool([TOOL, *words]).returncode, 0)
             picture = ElementTree.parse(self.folder / "p.svg").getroot()
             boxes = [
-                box_of(text)
-                for text in picture.iter("{http://www.w3.org/2000/svg}text")
-                if "transform" not in text.attrib
+                box_of(group)
+                for group in picture.iter("{http://www.w3.org/2000/svg}g")
+                if "text-anchor" in group.attrib and "rotate" not in group.get("transform", "")
             ]
+            named = [words for *_, words in boxes if words.startswith("least")]
+            self.assertEqual([words.split(": ")[1][:22] for words in named], [least[:22]])
+            self.assertIn(named[0], picture.findtext("{http://www.w3.org/2000/svg}desc", ""))
             for i, (x, y, right, bottom, text) in enumerate(boxes):
-                self.assertTrue(0 <= x and right <= 900 and 0 <= y and bottom <= 670, text)
+                self.assertTrue(0 <= x and right <= 900 and 0 <= y and bottom <= 720, text)
                 for other in boxes[:i]:
                     is_apart = (
                         x >= other[2] or right <= other[0] or y >= other[3] or bottom <= other[1]
                     )
                     self.assertTrue(is_apart, (objectives[:5], text, other[4]))
+
+        self.assertFalse((self.folder / "x").exists())
 
     def test_killed_sweeps_go_on(self) -> None:
         lines = self.scenarios(TRANSPORT, 2000)

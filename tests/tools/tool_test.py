@@ -1,9 +1,12 @@
 """Compares what the tool says of itself with its table of verbs, and tries it on a terminal."""
 
+import base64
 import contextlib
+import hashlib
 import json
 import os
 import pty
+import re
 import shlex
 import signal
 import subprocess
@@ -111,6 +114,66 @@ class Table(unittest.TestCase):
             os.symlink(os.path.abspath(SAMPLE), name)
             answer = run("info", "--json", os.fsdecode(name))
         self.assertTrue(json.loads(answer)["file"].endswith("\ufffd\ufffd(\ufffd\ufffd\ufffd\x01"))
+
+
+def view(*words: str) -> tuple[str, dict[str, Any]]:
+    """A page and the data in it."""
+    page = run("view", *words, "-o", "-")
+    found = re.search(r'<script type="application/json" id="data">(.*?)</script>', page, re.S)
+    assert found
+    return page, json.loads(found[1])
+
+
+class View(unittest.TestCase):
+    def test_page_has_the_records_that_dump_writes(self) -> None:
+        symbols = view(SAMPLE)[1]
+        dumped = json.loads(run("dump", SAMPLE, "--json"))
+        self.assertEqual([symbol["id"] for symbol in symbols["symbols"]], list(dumped))
+        labels = symbols["dictionary"]
+        for symbol in symbols["symbols"]:
+            records = dumped[symbol["id"]]
+            if "aliasOf" in symbol:
+                self.assertEqual(records, {"aliasOf": symbol["aliasOf"]})
+                continue
+            columns = [[labels[place] for place in column] for column in symbol["keys"]]
+            rows = [list(row) for row in zip(*columns, *symbol["values"])]
+            self.assertEqual(rows, [list(record.values()) for record in records])
+            self.assertEqual([symbol["shown"], symbol["isCut"]], [len(records), False])
+            self.assertTrue(all(symbol["columns"] == list(record) for record in records))
+
+    def test_page_allows_its_own_script_and_style_and_texts_end_neither(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            file, table = f"{folder}/<b>&.zxf", f"{folder}/t.csv"
+            evil = ["</script><b>", "<!--<script>", "]]>", "\\u003c"]
+            Path(table).write_text("a,v\n" + "".join(f"{each},1\n" for each in evil))
+            run("import", file, f"t={table}:a->v")
+            page, data = view(file)
+        self.assertEqual(data["dictionary"], evil)
+        self.assertEqual(page.count("<b>"), 0)
+        for part in ("script", "style"):
+            blocks = re.findall(rf"<{part}>(.*?)</{part}>", page, re.S)
+            self.assertEqual(len(blocks), 1)
+            digest = base64.b64encode(hashlib.sha256(blocks[0].encode()).digest()).decode()
+            self.assertIn(f"{part}-src 'sha256-{digest}'", page)
+
+    def test_page_of_many_records_stays_small(self) -> None:
+        with tempfile.TemporaryDirectory() as folder:
+            rows = "".join(f"x{i},{i % 7}\n" for i in range(700_000))
+            Path(folder, "t.csv").write_text("a,v\n" + rows)
+            file = f"{folder}/t.zxf"
+            run("import", file, f"t={folder}/t.csv:a->v", f"u={folder}/t.csv:a->v")
+            for words, shown in (
+                ([], [5000, 5000]),
+                (["--rows", "3"], [3, 3]),
+                (["--rows", "900000"], [500_000, 500_000]),  # two million fields
+                (["u(x3)", "t", "--rows", "900000"], [1, 500_000]),
+            ):
+                page, data = view(file, *words)
+                self.assertEqual([symbol["shown"] for symbol in data["symbols"]], shown)
+                cut = [symbol["records"] > symbol["shown"] for symbol in data["symbols"]]
+                cut[0] = cut[0] and "u(x3)" not in words
+                self.assertEqual([symbol["isCut"] for symbol in data["symbols"]], cut)
+                self.assertLess(len(page), 20_000_000)
 
 
 class Terminal(unittest.TestCase):

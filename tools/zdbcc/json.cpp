@@ -102,7 +102,7 @@ void JsonWriter::separate() {
   if (!isFirst) output_.write(",");
   if (container.layout == Layout::Lines) {
     newLine();
-  } else if (!isFirst) {
+  } else if (!isFirst && container.layout == Layout::OneLine) {
     output_.write(" ");
   }
 }

@@ -15,9 +15,9 @@ class JsonWriter {
  public:
   explicit JsonWriter(Output& output) : output_(output) {}
 
-  enum class Layout { Lines, OneLine };
+  enum class Layout { Lines, OneLine, Dense };
 
-  /// A container has each of its parts on a line of its own, or all on one.
+  /// A container has each of its parts on a line of its own, or all on one, dense without blanks.
   JsonWriter& beginObject(Layout layout = Layout::Lines) { return begin('{', layout); }
   JsonWriter& beginArray(Layout layout = Layout::Lines) { return begin('[', layout); }
   /// Ends the container that was begun last; after the outermost one, the line ends.

@@ -1,11 +1,11 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
 #include <numeric>
 
+#include "chart/durationchart.h"
 #include "limitedprocess.h"
 #include "progress.h"
 #include "scenariosolver.h"
 #include "sweep/scheduler.h"
-#include "sweepchart.h"
 #include "sweepoptions.h"
 #include "sweepwork.h"
 #include "sweepwriter.h"
@@ -97,19 +97,37 @@ void noteChanges(ScenarioSolver& solver, Console& console) {
   for (const std::string& change : solver.changes()) console.note(change);
 }
 
+template <typename Work>
+auto charting(Work work) {
+  try {
+    return work();
+  } catch (const zdb::chart::ChartError& failure) {
+    throw ToolError(std::string("--plot: ") + failure.what());
+  }
+}
+
+/// Refuses, before any work, a picture that could not be drawn or written.
+void checkPlot(const SweepOptions& options) {
+  if (options.plot.empty()) return;
+  charting(zdb::chart::requireGnuplot);
+  const NewFileOutput neverPublished(options.plot);
+}
+
 void plot(ScenarioSolver& solver, const SweepWriter& writer, const SweepOptions& options) {
-  SweepChart chart;
+  zdb::chart::DurationChart chart;
   chart.title = options.model.file + ": " + options.scenarios;
   for (std::size_t i = 0; i < writer.count(); ++i) {
     const std::optional<double> objective = writer.objectives()[i];
     const std::string& name = solver.scenarios().name(writer.first() + i);
     if (objective) chart.points.push_back({name, *objective});
   }
-  chart.without = writer.count() - chart.points.size();
-  chart.base = solver.solveBase().objective;
   if (chart.points.empty()) throw ToolError("nothing to plot: no scenario has a solution");
+  chart.subtitle = counted(chart.points.size(), "scenario");
+  const std::size_t without = writer.count() - chart.points.size();
+  if (without > 0) chart.subtitle += ", and " + std::to_string(without) + " without a solution";
+  chart.base = solver.solveBase().objective;
   NewFileOutput file(options.plot);
-  drawSweepChart(chart, file);
+  file.write(charting([&] { return drawDurationChart(chart); }));
   file.publish();
 }
 
@@ -119,9 +137,7 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
     printPlan(solver, options, console);
     return ExitCode::Done;
   }
-  if (!options.plot.empty()) {
-    const NewFileOutput neverPublished(options.plot);
-  }
+  checkPlot(options);
   SweepWriter writer(options, solver, console);
   noteChanges(solver, console);
   try {
@@ -181,8 +197,10 @@ std::vector<Option> sweepOptions() {
        .value = "FILE",
        .kind = Kind::File,
        .text = "Picture of the objectives, as SVG: duration curve and histogram",
-       .details = "The duration curve has the largest objective first, over the share of scenarios "
-                  "that reach it. Objectives of the model itself and of both extremes are marked.",
+       .details =
+           "The duration curve has the largest objective first, over the share of scenarios "
+           "that reach it. Objectives of the model itself, of both extremes and of the median "
+           "are marked. Drawn by gnuplot, which must be installed.",
        .target = into(&SweepOptions::plot)},
       {.name = "resume",
        .value = "FILE",
