@@ -358,7 +358,12 @@ def main() -> int:
     parser = argparse.ArgumentParser(description=(__doc__ or "").splitlines()[0])
     parser.add_argument("--only", help="models with this in their names")
     parser.add_argument("--solvers", default="clp,cbc,glpk,highs")
-    parser.add_argument("--limit", type=float, default=20.0, help="for glpsol with all scenarios, and for each solver")
+    parser.add_argument(
+        "--limit",
+        type=float,
+        default=20.0,
+        help="for glpsol with all scenarios, and for each solver",
+    )
     parser.add_argument("--page", type=Path, help="write this page, and run nothing")
     parser.add_argument("zdbcc", nargs="?")
     parser.add_argument("results", type=Path)
