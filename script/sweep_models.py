@@ -127,8 +127,9 @@ class Library:
         base, described = self.folder / "base.mps", self.folder / "base.glp"
         command = ["glpsol", FORMATS[self.model.suffix], str(self.model), "--check"]
         command += ["--wfreemps", str(base), "--wglp", str(described)]
-        run(command + (["-d", str(self.data)] if self.data else []), self.place, self.limit)
-        if not base.exists():
+        data = ["-d", str(self.data)] if self.data else []
+        self.translation = run(command + data, self.place, self.limit)
+        if self.translation.is_late or not described.exists():
             return None
         self.about = Description(described)
         return self.about, MpsText(base, self.about)
@@ -297,8 +298,7 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
     try:
         translated = library.translate()
         if translated is None:
-            told = run(library.zdbcc("solve"), library.place, library.limit).errors
-            line.note = "neither glpsol nor zdbcc can translate it" if told else "only zdbcc can"
+            line.note = untranslated(library)
             return [line]
         about, mps = translated
         line.kind, line.rows, line.columns = about.kind, about.row_count, about.column_count
@@ -321,6 +321,13 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
         return lines
     finally:
         library.close()
+
+
+def untranslated(library: Library) -> str:
+    if library.translation.is_late:
+        return "glpsol takes longer than the limit to translate it"
+    ended = run(library.zdbcc("solve"), library.place, library.limit)
+    return "neither glpsol nor zdbcc can translate it" if ended.code else "only zdbcc can"
 
 
 def levels_of(solution: str, about: Description) -> dict[str, float]:
