@@ -1,233 +1,387 @@
 #!/usr/bin/env python3
 """Sweeps the models of Debian's glpk-utils, and compares with changed files solved by glpsol.
 
-    sweep_models.py [--solvers NAME,NAME] [--limit SECONDS] [--total SECONDS] ZDBCC [FOLDER]
+    sweep_models.py [--only NAME] [--solvers NAME,NAME] [--limit SECONDS] ZDBCC RESULTS.tsv [FOLDER]
+    sweep_models.py --page doc/model-library.md RESULTS.tsv
 
-For each model, smallest first, some right-hand sides and costs are changed one at a time: once in
-a sweep of the model by the names of rows and columns, once in the text of the MPS file that glpsol
-makes of the model, which glpsol then solves from scratch. Prints objectives that differ and times.
-Exits with 1 if any objective differs.
+Each model is solved with each solver. Then up to 100 numbers are changed, one at a time:
+right-hand sides, bounds and costs by the names of rows and columns, params by theirs. glpsol
+solves a changed file for each, from scratch: the MPS file that it makes of the model, or the
+MathProg text, edited. zdbcc sweeps the model itself. What glpsol does not solve within the limit
+is left out of the sweep; what a sweep does not solve within it is counted. A model with an integer
+column gets the same limit, so those that are hard have fewer scenarios.
+
+Results are appended to the file model by model, and models that are in it are passed over, so the
+run can be broken off and taken up again. The second form makes the page of the results. Times are
+those of the processor, of the process and all that it started; limits are in time that passes. Exits with 1 if an objective
+differs.
 """
 
 from __future__ import annotations
 
 import argparse
 import csv
+import datetime
+import json
+import os
 import re
+import resource
+import shutil
+import signal
 import subprocess
 import sys
 import tempfile
 import time
-from dataclasses import dataclass
+from collections.abc import Iterator
+from dataclasses import asdict, dataclass
+from itertools import zip_longest
 from pathlib import Path
 
+from changed_mps import Change, Description, MpsText, near
 from glpk_models import TOLERANCE, models
+from mathprog_data import Number, changed, numbers
+from sweep_results import Line, append, known_lines, write_page
 
-QUICK = 0.05  # seconds of a solve from scratch up to which a model gets all scenarios
-OPTIMAL = re.compile(r"^Status:\s+(?:INTEGER )?OPTIMAL", re.MULTILINE)
-OBJECTIVE = re.compile(r"^Objective:.*= (\S+)", re.MULTILINE)
+MOST = 100  # scenarios of a model
+KINDS = ("rhs", "bound", "cost", "param")
 FORMATS = {".mps": "--mps", ".lp": "--lp", ".mod": "--math"}
+SOLVED = re.compile(r"^s bas \d+ \d+ f f (\S+)|^s mip \d+ \d+ o (\S+)", re.MULTILINE)
+LEVEL = re.compile(r"^j (\d+) (?:[blufs] )?(\S+)", re.MULTILINE)
 
 
 @dataclass(frozen=True)
-class Change:
-    heading: str  # of the column of scenarios
+class Ended:
+    """A command that has ended by itself, or was ended after the limit."""
+
+    seconds: float  # of the processor
+    is_late: bool
+    code: int
+    errors: str
+
+
+def run(command: list[str], folder: Path, limit: float, output: Path | None = None) -> Ended:
+    before = resource.getrusage(resource.RUSAGE_CHILDREN)
+    with open(output or os.devnull, "wb") as out, tempfile.TemporaryFile() as errors:
+        process = subprocess.Popen(command, stdout=out, stderr=errors, cwd=folder)
+        is_late = False
+        try:
+            process.wait(timeout=max(limit, 0.1))
+        except subprocess.TimeoutExpired:
+            is_late = True
+            process.send_signal(signal.SIGINT)
+            try:
+                process.wait(timeout=5)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+        errors.seek(0)
+        text = errors.read().decode(errors="replace").strip()
+    after = resource.getrusage(resource.RUSAGE_CHILDREN)
+    seconds = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+    return Ended(seconds, is_late, process.returncode, text)
+
+
+@dataclass(frozen=True)
+class Answer:
+    """Of glpsol: "" is no optimum, None none within the limit, or a text that it refuses."""
+
+    objective: str | None
+    seconds: float
+    is_refused: bool = False
+    text: str = ""  # of the solution
+
+
+@dataclass(frozen=True)
+class Scenario:
+    kind: str
+    heading: str
     value: float
-    line: int  # of the MPS file, whose last field becomes the value
+    objective: str  # of glpsol
 
 
-def run(command: list[str], folder: Path, limit: float) -> str | None:
-    """Both outputs, or None if it took too long."""
-    try:
-        done = subprocess.run(
-            command,
-            stdout=subprocess.PIPE,
-            stderr=subprocess.STDOUT,
-            text=True,
-            timeout=limit,
-            cwd=folder,
-            check=False,
-        )
-    except subprocess.TimeoutExpired:
-        return None
-    return done.stdout
+class Library:
+    """A model of the folder, copied to where it may write what it likes."""
+
+    def __init__(self, given: argparse.Namespace, model: Path, data: Path | None) -> None:
+        self.given = given
+        self.limit: float = given.limit
+        self.name = model.name if data is None else f"{model.name} {data.name}"
+        self.folder = Path(tempfile.mkdtemp(prefix="zdbcc-sweep-"))
+        shutil.copytree(model.parent, self.folder / "m", ignore=shutil.ignore_patterns("*.c"))
+        self.place = self.folder / "m"
+        self.model = self.place / model.name
+        self.data = None if data is None else self.place / data.name
+
+    def glpsol(self, words: list[str], limit: float) -> Answer:
+        solution = self.folder / "solution.txt"
+        solution.unlink(missing_ok=True)
+        ended = run(["glpsol", *words, "--write", str(solution)], self.place, limit)
+        if ended.is_late:
+            return Answer(None, ended.seconds)
+        text = solution.read_text() if solution.exists() else ""
+        found = SOLVED.search(text)
+        objective = (found[1] or found[2]) if found else ""
+        return Answer(objective, ended.seconds, not text, text)
+
+    def translate(self) -> tuple[Description, MpsText] | None:
+        base, described = self.folder / "base.mps", self.folder / "base.glp"
+        command = ["glpsol", FORMATS[self.model.suffix], str(self.model), "--check"]
+        command += ["--wfreemps", str(base), "--wglp", str(described)]
+        data = ["-d", str(self.data)] if self.data else []
+        self.translation = run(command + data, self.place, self.limit)
+        if self.translation.is_late or not described.exists():
+            return None
+        self.about = Description(described)
+        return self.about, MpsText(base, self.about)
+
+    def solve_mps(self, text: str, limit: float) -> Answer:
+        (self.folder / "changed.mps").write_text(text)
+        words = ["--freemps", str(self.folder / "changed.mps"), "--" + self.about.direction]
+        return self.glpsol(words, limit)
+
+    def params(self) -> list[Number]:
+        """Those of the model and of its data, which are told apart by is_in_data."""
+        if self.model.suffix != ".mod":
+            return []
+        data = None if self.data is None else self.data.read_text(errors="replace")
+        own, others = numbers(self.model.read_text(errors="replace"), data)
+        self.in_data = set(others)
+        return own + others
+
+    def solve_param(self, param: Number, value: float, limit: float) -> Answer:
+        model, data = self.model, self.data
+        if param in self.in_data and data is not None:
+            data = self.place / "changed.dat"
+            data.write_text(changed((self.data or data).read_text(errors="replace"), param, value))
+        else:
+            model = self.place / "changed.mod"
+            model.write_text(changed(self.model.read_text(errors="replace"), param, value))
+        words = ["--math", str(model)] + (["-d", str(data)] if data else [])
+        return self.glpsol(words, limit)
+
+    def zdbcc(self, verb: str, *words: str) -> list[str]:
+        command = [self.given.zdbcc, verb, str(self.model), "--allow-files", *words]
+        return command + (["--model-data", str(self.data)] if self.data else [])
+
+    def close(self) -> None:
+        shutil.rmtree(self.folder)
 
 
-def changes(lines: list[str], count: int) -> list[Change]:
-    """Up to count changes of single values, by turns of right-hand sides and costs."""
-    section = objective = ""
-    ranged = {line.split()[1] for line in section_of(lines, "RANGES")}
-    found: dict[str, list[Change]] = {"RHS": [], "COLUMNS": []}
-    for number, line in enumerate(lines):
-        fields = line.split()
-        if not line.startswith((" ", "*")) and fields:
-            section = fields[0]
-        elif section == "ROWS" and fields[0] == "N" and not objective:
-            objective = fields[1]
-        elif section in found and len(fields) == 3 and "'MARKER'" not in fields:
-            is_cost = fields[1] == objective
-            if is_cost != (section == "COLUMNS") or fields[1] in ranged:
-                continue
-            heading = f"{fields[0]}.cost" if is_cost else f"{fields[1]}.rhs"
-            for factor in (1.02, 0.97, 1.1):
-                found[section].append(Change(heading, float(fields[2]) * factor, number))
-    half = count // 2
-    rows, costs = found["RHS"], found["COLUMNS"]
-    taken = max(half, count - len(costs))
-    return spread(rows, taken) + spread(costs, count - min(taken, len(rows)))
-
-
-def single(line: str) -> list[str]:
-    """A line of two values as two lines."""
-    fields = line.split()
-    if not line.startswith(" ") or len(fields) != 5:
-        return [line]
-    return [f" {fields[0]} {fields[i]} {fields[i + 1]}" for i in (1, 3)]
-
-
-def section_of(lines: list[str], name: str) -> list[str]:
-    """The lines of a section with fields."""
-    start = next((i for i, line in enumerate(lines) if line.split()[:1] == [name]), len(lines))
-    taken = []
-    for line in lines[start + 1 :]:
-        if not line.startswith(" "):
-            break
-        taken.append(line)
-    return taken
-
-
-def spread(all_of: list[Change], count: int) -> list[Change]:
+def spread(all_of: list[Change] | list[tuple[Number, float]], count: int) -> Iterator[object]:
     """At most count of them, at even distances."""
     step = max(1.0, len(all_of) / max(1, count))
-    return [all_of[int(i * step)] for i in range(min(count, len(all_of)))]
+    return (all_of[int(i * step)] for i in range(min(count, len(all_of))))
 
 
-def glpsol(folder: Path, mps: str, sense: str, limit: float) -> str | None:
-    """The optimal objective of an MPS file as printed, "" for none, None if it took too long."""
-    out = folder / "out.txt"
-    out.unlink(missing_ok=True)
-    if run(["glpsol", "--freemps", mps, sense, "-o", str(out)], folder, limit) is None:
-        return None
-    text = out.read_text() if out.exists() else ""
-    value = OBJECTIVE.search(text)
-    return value[1] if value and OPTIMAL.search(text) else ""
+def param_changes(params: list[Number], count: int) -> list[tuple[Number, float]]:
+    return [
+        (param, value) for param in params for value in near(param.value, count, param.is_integer)
+    ]
+
+
+def turns(kinds: dict[str, list[object]]) -> list[tuple[str, object]]:
+    """By turns one of each kind, as many as there are up to the most."""
+    rows = zip_longest(*([(kind, each) for each in all_of] for kind, all_of in kinds.items()))
+    return [each for row in rows for each in row if each is not None][:MOST]
+
+
+class ScratchRun:
+    """glpsol's answers to the changed files of a model, until the limit is over."""
+
+    def __init__(self, library: Library, line: Line) -> None:
+        self.library = library
+        self.line = line
+        self.scenarios: list[Scenario] = []
+
+    def run(self, mps: MpsText, levels: dict[str, float]) -> None:
+        params = self.library.params()
+        asked: list[tuple[str, object]] = []
+        for count in (2, 4, 6, 8):  # small models need many values for each of their numbers
+            found: dict[str, list[object]] = {}
+            for kind, changes in mps.changes(levels, count).items():
+                found[kind] = list(spread(changes, MOST))
+            found["param"] = list(spread(param_changes(params, count), MOST))
+            asked = turns(found)
+            if len(asked) == MOST:
+                break
+        end = time.monotonic() + self.library.limit
+        for kind, change in asked:
+            # Among easy scenarios there may be one that takes for ever.
+            left = min(end - time.monotonic(), self.library.limit / 5)
+            if left <= 0:
+                self.line.late += 1
+            elif isinstance(change, Change):
+                answer = self.library.solve_mps(mps.with_change(change), left)
+                self.take(kind, change.heading, change.value, answer)
+            elif isinstance(change, tuple):
+                answer = self.library.solve_param(change[0], change[1], left)
+                self.take(kind, change[0].heading(), change[1], answer)
+
+    def take(self, kind: str, heading: str, value: float, answer: Answer) -> None:
+        if answer.is_refused:
+            self.line.refused += 1
+        elif answer.objective is None:
+            self.line.late += 1
+        else:
+            self.line.scratch += answer.seconds
+            setattr(self.line, kind, getattr(self.line, kind) + 1)
+            self.scenarios.append(Scenario(kind, heading, value, answer.objective))
 
 
 def is_same(scratch: str, hot: str) -> bool:
     if not scratch or not hot:
         return scratch == hot
     left, right = float(scratch), float(hot)
-    # glpsol prints nine digits
     return abs(left - right) <= TOLERANCE * max(1.0, abs(left), abs(right))
 
 
-def sweep_model(given: argparse.Namespace, model: Path, data: Path | None, folder: Path) -> int:
-    """Prints a line for each solver; how many objectives differ."""
-    name = model.name if data is None else f"{model.name} {data.name}"
-    base = folder / "base.mps"
-    base.unlink(missing_ok=True)
-    described = folder / "base.glp"  # an MPS file does not tell the direction
-    command = ["glpsol", FORMATS[model.suffix], str(model), "--check", "--wfreemps", str(base)]
-    command += ["--wglp", str(described)]
-    run(command + (["-d", str(data)] if data else []), model.parent, given.limit)
-    if not base.exists():
-        print(f"{name:28} glpsol cannot translate it", flush=True)
-        return 0
-    lines = [each for line in base.read_text().splitlines() for each in single(line)]
-    kind, direction = problem_line(described)
-    sense = "--" + direction
-    start = time.monotonic()
-    if glpsol(folder, "base.mps", sense, given.limit) is None:
-        print(f"{name:28} takes glpsol over {given.limit:g} s", flush=True)
-        return 0
-    seconds = time.monotonic() - start
-    asked = changes(lines, 100 if seconds < QUICK else max(2, int(4 / seconds)))
-    if not asked:
-        print(f"{name:28} nothing to change", flush=True)
-        return 0
-    scratch: list[str | None] = []
-    start = time.monotonic()
-    for change in asked:
-        changed = list(lines)
-        changed[change.line] = re.sub(r"\S+\s*$", repr(change.value), changed[change.line])
-        (folder / "changed.mps").write_text("\n".join(changed) + "\n")
-        scratch.append(glpsol(folder, "changed.mps", sense, given.limit))
-    seconds = time.monotonic() - start
-    headings = list(dict.fromkeys(change.heading for change in asked))
-    with (folder / "scenarios.csv").open("w", newline="") as file:
-        writer = csv.writer(file)
+def write_scenarios(scenarios: list[Scenario], file: Path) -> None:
+    headings = list(dict.fromkeys(each.heading for each in scenarios))
+    with file.open("w", newline="") as stream:
+        writer = csv.writer(stream)
         writer.writerow(["scenario", *headings])
-        for number, change in enumerate(asked):
-            row = [repr(change.value) if each == change.heading else "" for each in headings]
+        for number, scenario in enumerate(scenarios):
+            value = repr(scenario.value)
+            row = [value if each == scenario.heading else "" for each in headings]
             writer.writerow([f"s{number}", *row])
-    return sum(
-        hot_sweep(given, solver, (name, model, data), folder, scratch, seconds)
-        for solver in given.solvers.split(",")
-        if (solver == "clp") <= (kind == "lp") and (solver == "cbc") <= (kind == "mip")
-    )
 
 
-def problem_line(file: Path) -> tuple[str, str]:
-    """lp or mip, and min or max."""
-    for line in file.read_text().splitlines():
-        if line.startswith("p "):
-            return line.split()[1], line.split()[2]
-    raise ValueError(f"{file} has no problem line")
+def solve(library: Library, solver: str, scratch: Answer) -> str:
+    """What a solve of the model itself gives, beside glpsol's."""
+    output = library.folder / "solve.json"
+    command = library.zdbcc("solve", "--solver", solver, "--json", "--no-explain")
+    ended = run(command, library.place, library.limit, output)
+    if ended.is_late:
+        return "late"
+    try:
+        told = json.loads(output.read_text())
+    except json.JSONDecodeError:
+        return ended.errors[-150:]
+    has_optimum = told["status"] in {"Optimal", "Integer solution"}
+    objective = repr(told.get("objective", 0.0)) if has_optimum else ""
+    if scratch.objective is None:
+        return f"{told['status']} {objective}".strip()
+    return "same" if is_same(scratch.objective, objective) else f"{told['status']} {objective}"
 
 
-def hot_sweep(
-    given: argparse.Namespace,
-    solver: str,
-    what: tuple[str, Path, Path | None],
-    folder: Path,
-    scratch: list[str | None],
-    seconds: float,
-) -> int:
-    name, model, data = what
-    command = [given.zdbcc, "sweep", str(model), "--scenarios", str(folder / "scenarios.csv")]
-    command += ["--solver", solver, "--allow-files", "-o", str(folder / "results.csv"), "--force"]
-    (folder / "results.csv").unlink(missing_ok=True)
-    start = time.monotonic()
-    told = run(command + (["--model-data", str(data)] if data else []), model.parent, given.limit)
-    took = time.monotonic() - start
-    head = f"{name:28} {solver:6} {len(scratch):4}"
-    if told is None:
-        print(f"{head}  over {given.limit:g} s", flush=True)
-        return 0
-    results = folder / "results.csv"
+def sweep(library: Library, scenarios: list[Scenario], line: Line) -> None:
+    results = library.folder / f"{line.solver}.csv"
+    command = library.zdbcc("sweep", "--scenarios", str(library.folder / "scenarios.csv"))
+    command += ["--solver", line.solver, "-o", str(results)]
+    ended = run(command, library.place, library.limit)
+    line.hot = ended.seconds
     rows = list(csv.DictReader(results.open())) if results.exists() else []
-    if len(rows) < len(scratch):
-        reason = (told.strip().splitlines() or ["no answer"])[-1][:150]
-        print(f"{head}  FAILED: {reason}", flush=True)
-        return 1
-    known = [(a, b["objective"]) for a, b in zip(scratch, rows) if a is not None]
-    wrong = [pair for pair in known if not is_same(*pair)]
-    example = f"  DIFFERENT {len(wrong)}, as {wrong[0]}" if wrong else ""
-    print(f"{head} {seconds:8.2f} s {took:8.2f} s{example}", flush=True)
-    return len(wrong)
+    line.solved = len(rows)
+    wrong = [
+        f"{a.heading}={a.value!r}: glpsol {a.objective or 'none'}, {b['objective'] or b['status']}"
+        for a, b in zip(scenarios, rows)
+        if not is_same(a.objective, b["objective"])
+    ]
+    line.different = len(wrong)
+    if wrong:
+        line.note = wrong[0]
+    elif not ended.is_late and len(rows) < len(scenarios):
+        line.note = "FAILED: " + (ended.errors.splitlines() or ["no answer"])[-1][-200:]
+
+
+def solvers_of(given: argparse.Namespace) -> dict[str, list[str]]:
+    """Those that are there, and the kinds of models that they solve."""
+    told = subprocess.run([given.zdbcc, "solvers", "--json"], capture_output=True, text=True)
+    known = {each["name"]: each for each in json.loads(told.stdout)}
+    return {name: known[name]["solves"] for name in given.solvers.split(",") if name in known}
+
+
+def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list[Line]:
+    library = Library(given, model, data)
+    line = Line(library.name, limit=library.limit)
+    line.date = datetime.date.today().isoformat()
+    try:
+        translated = library.translate()
+        if translated is None:
+            line.note = untranslated(library)
+            return [line]
+        about, mps = translated
+        line.kind, line.rows, line.columns = about.kind, about.row_count, about.column_count
+        base = library.solve_mps(mps.written(), library.limit)
+        line.objective = "late" if base.objective is None else base.objective
+        scratch = ScratchRun(library, line)
+        if base.objective is not None:
+            scratch.run(mps, levels_of(base.text, about))
+        write_scenarios(scratch.scenarios, library.folder / "scenarios.csv")
+        lines = []
+        for solver, kinds in solvers_of(given).items():
+            if line.kind == "mip" and "MIP" not in kinds:
+                continue
+            each = Line(**(asdict(line) | {"solver": solver}))
+            each.solve = solve(library, solver, base)
+            if scratch.scenarios:
+                sweep(library, scratch.scenarios, each)
+            each.load = round(os.getloadavg()[0], 1)
+            lines.append(each)
+        return lines
+    finally:
+        library.close()
+
+
+def untranslated(library: Library) -> str:
+    if library.translation.is_late:
+        return "glpsol takes longer than the limit to translate it"
+    ended = run(library.zdbcc("solve"), library.place, library.limit)
+    return "neither glpsol nor zdbcc can translate it" if ended.code else "only zdbcc can"
+
+
+def levels_of(solution: str, about: Description) -> dict[str, float]:
+    levels = {}
+    for index, level in LEVEL.findall(solution):
+        levels[about.columns[int(index) - 1]] = float(level)
+    return levels
+
+
+def told(line: Line) -> str:
+    head = f"{line.model:24} {line.solver:6} {line.count():3} scenarios, {line.late} late"
+    text = f"{head}, {line.scratch:6.2f} s, hot {line.hot:6.2f} s, {line.solved} solved"
+    return f"{text}; solve: {line.solve}; {line.different} differ {line.note}"
+
+
+def run_all(given: argparse.Namespace) -> int:
+    known = known_lines(given.results)
+    done = {each.model for each in known}
+    found = sorted(models(Path(given.folder)), key=lambda each: each[0].stat().st_size)
+    for model, data in found:
+        name = model.name if data is None else f"{model.name} {data.name}"
+        if name in done or (given.only and given.only not in name):
+            continue
+        lines = run_model(given, model.resolve(), data)
+        append(lines, given.results)
+        for line in lines:
+            print(told(line), flush=True)
+        known += lines
+    different = sum(each.different for each in known)
+    print(f"{len({each.model for each in known})} of {len(found)} models, {different} differences")
+    return 1 if different else 0
 
 
 def main() -> int:
-    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    parser.add_argument("--solvers", default="glpk,clp,cbc", help="clp: linear, cbc: integer")
-    parser.add_argument("--limit", type=float, default=20.0, help="seconds for each command")
-    parser.add_argument("--total", type=float, default=900.0, help="seconds to begin models in")
-    parser.add_argument("zdbcc")
+    parser = argparse.ArgumentParser(description=(__doc__ or "").splitlines()[0])
+    parser.add_argument("--only", help="models with this in their names")
+    parser.add_argument("--solvers", default="clp,cbc,glpk,highs")
+    parser.add_argument(
+        "--limit",
+        type=float,
+        default=20.0,
+        help="for glpsol with all scenarios, and for each solver",
+    )
+    parser.add_argument("--page", type=Path, help="write this page, and run nothing")
+    parser.add_argument("zdbcc", nargs="?")
+    parser.add_argument("results", type=Path)
     parser.add_argument("folder", nargs="?", default="/usr/share/doc/glpk-utils/examples")
     given = parser.parse_args()
+    if given.page is not None:
+        write_page(given.page, known_lines(given.results))
+        return 0
     given.zdbcc = str(Path(given.zdbcc).resolve())
-    begin = time.monotonic()
-    different = left = 0
-    print(f"{'model':28} {'solver':6} many  scratch        hot")
-    found = sorted(models(Path(given.folder)), key=lambda each: each[0].stat().st_size)
-    with tempfile.TemporaryDirectory() as folder:
-        for model, data in found:
-            if time.monotonic() - begin > given.total:
-                left += 1
-                continue
-            different += sweep_model(given, model.resolve(), data, Path(folder))
-    print(f"{len(found)} models, {left} left out, {different} differences")
-    return 1 if different else 0
+    given.results = given.results.resolve()
+    return run_all(given)
 
 
 if __name__ == "__main__":

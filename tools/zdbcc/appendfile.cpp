@@ -16,6 +16,16 @@ namespace {
 
 constexpr mode_t kUsualMode = 0666;  // without what umask takes away
 
+[[noreturn]] void failWriting(const std::string& name, int reason) {
+  throw OutputError("cannot write " + name + ": " + std::strerror(reason));
+}
+
+void lock(int descriptor, const std::string& name) {
+  if (flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    throw OutputError("another program is writing " + name);
+  }
+}
+
 bool isRegular(int descriptor) {
   struct stat status {};
   return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
@@ -31,9 +41,7 @@ AppendFile::AppendFile(const std::string& name, std::uint64_t size)
 }
 
 void AppendFile::keep(std::uint64_t size) {
-  if (flock(descriptor_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-    throw OutputError("another program is writing " + name_);
-  }
+  lock(descriptor_.get(), name_);
   if (ftruncate(descriptor_.get(), static_cast<off_t>(size)) != 0) fail(errno);
   size_ = size;
 }
@@ -50,7 +58,18 @@ void AppendFile::write(std::string_view text) {
 }
 
 void AppendFile::fail(int reason) const {
-  throw OutputError("cannot write " + name_ + ": " + std::strerror(reason));
+  failWriting(name_, reason);
+}
+
+void requireAppendable(const std::string& name) {
+  constexpr int kAsLater = O_WRONLY | O_APPEND | O_CLOEXEC;
+  struct stat status {};
+  const bool isThere = stat(name.c_str(), &status) == 0;
+  if (isThere && !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode)) return;  // as a pipe
+  const int flags = isThere ? kAsLater : kAsLater | O_CREAT | O_EXCL;
+  const zdb::contract::Descriptor descriptor(open(name.c_str(), flags, kUsualMode));
+  if (!descriptor.valid()) failWriting(name, errno);
+  isThere ? lock(descriptor.get(), name) : static_cast<void>(unlink(name.c_str()));
 }
 
 }  // namespace zdb::tool

@@ -27,4 +27,8 @@ class AppendFile : public Output {
   std::uint64_t size_ = 0;
 };
 
+/// Throws OutputError if a file cannot be appended to; to be called before another output changes.
+/// A file that is there stays as it is, and one that is not is not made.
+void requireAppendable(const std::string& name);
+
 }  // namespace zdb::tool

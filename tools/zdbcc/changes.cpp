@@ -98,7 +98,7 @@ void NamedChanges::take(const std::string& option) {
     throw WrongUseError("--set needs NAME=FILE or NAME=VALUE, not " + printable(option));
   }
   for (const std::string& other : names_) {
-    if (zdb::contract::isSameText(name, other)) {
+    if (name == other) {
       throw WrongUseError("--set " + printable(name) + " is given twice");
     }
   }

@@ -45,6 +45,29 @@ double asNumber(double value) {
   return std::abs(value) < DBL_MIN ? 0.0 : value;
 }
 
+std::string secondValue(const std::string& name, const std::vector<std::string>& labels) {
+  return entryText({name, labels}) + " has a value already";
+}
+
+/// The same for all ways to write the name of an attribute: brackets, quotes, blanks, and case.
+std::string plainForm(const std::string& name) {
+  const auto isMark = [](char c) {
+    return std::string_view("[],").find(c) != std::string_view::npos;
+  };
+  std::string plain;
+  bool hasBlank = false;
+  for (const char given : name) {
+    if (given == '\'' || given == '"') continue;
+    const char c = given == '(' ? '[' : given == ')' ? ']' : zdb::contract::lowerCase(given);
+    if (c != ' ') {
+      const bool isWithin = hasBlank && !plain.empty() && !isMark(plain.back()) && !isMark(c);
+      plain.append(isWithin ? " " : "").push_back(c);
+    }
+    hasBlank = c == ' ';
+  }
+  return plain;
+}
+
 }  // namespace
 
 ChangingModel::ChangingModel(const ModelSource& source, const std::vector<std::string>& names,
@@ -55,6 +78,7 @@ ChangingModel::ChangingModel(const ModelSource& source, const std::vector<std::s
       unknown_(unknown),
       prepare_(std::move(prepare)) {
   classify(names);
+  requireDifferentNames();
   collectVariants();
   open();
   check();
@@ -76,10 +100,25 @@ void ChangingModel::classify(const std::vector<std::string>& names) {
       change.labels = entry->labels;
     } else {
       if (entry) change.labels = entry->labels;
-      change.number = static_cast<int>(attributes_.size());
-      attributes_.push_back(name);
+      change.number = static_cast<int>(names_.size());
+      names_.push_back(name);
     }
     changes_.push_back(std::move(change));
+  }
+}
+
+// In MathProg, t and T are different params.
+void ChangingModel::requireDifferentNames() const {
+  std::map<std::string, std::string> known;
+  for (const Change& change : changes_) {
+    const std::string form = change.param.empty()
+                                 ? plainForm(change.name)
+                                 : "param " + entryText({change.param, change.labels});
+    const auto [first, isNew] = known.emplace(form, change.name);
+    if (isNew) continue;
+    throw ToolError(change.name == first->second
+                        ? change.name + " is named twice"
+                        : change.name + " and " + first->second + " are the same: name it once");
   }
 }
 
@@ -88,12 +127,15 @@ void ChangingModel::collectVariants() {
   std::map<std::pair<std::vector<std::string>, std::vector<double>>, int> known;
   for (const ChangeScenario& scenario : scenarios_) {
     std::map<std::string, double> values;
-    for (const ChangedValue& value : scenario.values) {
+    for (std::size_t i = 0; i < scenario.values.size(); ++i) {
+      const ChangedValue& value = scenario.values[i];
       Change& change = changes_[value.change];
       if (change.param.empty()) continue;
       const std::vector<std::string> labels = joined(change.labels, value.labels);
       values[entryText({change.param, labels})] = asNumber(value.value);
-      change.changed.insert(labels);
+      if (!noteChanged(change, value.labels)) {
+        throw ToolError(scenario.placeText(i) + secondValue(change.name, value.labels));
+      }
     }
     ParamValues params;
     for (const auto& [name, value] : values) {
@@ -114,8 +156,16 @@ void ChangingModel::collectVariants() {
   }
 }
 
+/// False if an entry has two values in the same scenario.
+bool ChangingModel::noteChanged(Change& change, std::vector<std::string> labels) {
+  if (change.param.empty()) {
+    for (std::string& label : labels) label = zdb::contract::lowerCase(label);
+  }
+  return change.changed.insert(std::move(labels)).second || scenarios_.size() > 1;
+}
+
 void ChangingModel::open() {
-  model_ = std::make_unique<Model>(source_, ModelChanges{attributes_, onlyParams_, variants_});
+  model_ = std::make_unique<Model>(source_, ModelChanges{names_, onlyParams_, variants_});
   for (Change& change : changes_) {
     const std::optional<Entry> entry = plainEntry(change.name);
     if (change.number < 0 || !entry) continue;
@@ -128,14 +178,16 @@ void ChangingModel::open() {
 /// Tries all values, so that what cannot be set is known before the first solve.
 void ChangingModel::check() {
   for (std::size_t i = 0; i < scenarios_.size(); ++i) {
+    own_.reset();
     char message[1024] = "";
     const int variant = variantOf_[i];
     if (variant >= 0 && zkitVariantState(model_->instance(), variant, message, sizeof message) ==
                             ZKIT_VARIANT_FAILED) {
       throw ToolError(scenarios_[i].place + message);
     }
-    setAll(*model_, scenarios_[i], true);
+    setAll(hasOwnAttributes(i) ? openOwn(i) : *model_, scenarios_[i], true);
   }
+  own_.reset();
   zkitUseVariant(model_->instance(), -1);
 }
 
@@ -145,23 +197,45 @@ bool ChangingModel::fits(std::size_t scenario) const {
          zkitVariantState(model_->instance(), variant, nullptr, 0) == ZKIT_VARIANT_FITS;
 }
 
+/// Whether there is more to be checked than that the params can be translated, which they have
+/// been.
+bool ChangingModel::hasOwnAttributes(std::size_t scenario) const {
+  const std::vector<ChangedValue>& values = scenarios_[scenario].values;
+  return !fits(scenario) &&
+         std::any_of(values.begin(), values.end(), [&](const ChangedValue& value) {
+           return changes_[value.change].param.empty();
+         });
+}
+
+// What other scenarios change may not be there in the model of this one.
+Model& ChangingModel::openOwn(std::size_t scenario) {
+  std::vector<std::string> names;
+  numbersInOwn_.assign(changes_.size(), -1);
+  for (const ChangedValue& value : scenarios_[scenario].values) {
+    if (!changes_[value.change].param.empty() || numbersInOwn_[value.change] >= 0) continue;
+    numbersInOwn_[value.change] = static_cast<int>(names.size());
+    names.push_back(changes_[value.change].name);
+  }
+  const ParamValues& params = variants_[static_cast<std::size_t>(variantOf_[scenario])];
+  try {
+    own_ = std::make_unique<Model>(source_, ModelChanges{names, params, {}});
+  } catch (const ToolError& failure) {
+    throw ToolError(scenarios_[scenario].place + "with its params, " + failure.what());
+  }
+  if (prepare_) prepare_(*own_);
+  return *own_;
+}
+
 Model& ChangingModel::apply(std::size_t scenario) {
   own_.reset();
-  const int variant = variantOf_[scenario];
-  if (!fits(scenario)) {
-    const ParamValues& params = variants_[static_cast<std::size_t>(variant)];
-    own_ = std::make_unique<Model>(source_, ModelChanges{attributes_, params, {}});
-    if (prepare_) prepare_(*own_);
-  } else {
-    zkitUseVariant(model_->instance(), variant);
-  }
-  Model& model = own_ ? *own_ : *model_;
+  if (fits(scenario)) zkitUseVariant(model_->instance(), variantOf_[scenario]);
+  Model& model = fits(scenario) ? *model_ : openOwn(scenario);
   setAll(model, scenarios_[scenario], false);
   return model;
 }
 
 void ChangingModel::setAll(Model& model, const ChangeScenario& scenario, bool isChecking) {
-  const bool hasOthers = scenarios_.size() > 1;
+  const bool hasOthers = scenarios_.size() > 1 && own_ == nullptr;
   for (const Change& change : changes_) {
     if (hasOthers && !isChecking && !change.parameter.empty()) {
       model.parameter(change.parameter).clear();
@@ -170,32 +244,33 @@ void ChangingModel::setAll(Model& model, const ChangeScenario& scenario, bool is
   for (std::size_t i = 0; i < scenario.values.size(); ++i) {
     const ChangedValue& value = scenario.values[i];
     try {
-      setOne(model, changes_[value.change], value, isChecking);
+      setOne(model, value, isChecking);
     } catch (const std::runtime_error& failure) {
-      const std::string place = scenario.placeOf ? scenario.placeOf(i) : "";
-      throw ToolError(scenario.place + place + failure.what());
+      throw ToolError(scenario.placeText(i) + failure.what());
     }
   }
 }
 
-void ChangingModel::setOne(Model& model, Change& change, const ChangedValue& value,
-                           bool isChecking) {
+void ChangingModel::setOne(Model& model, const ChangedValue& value, bool isChecking) {
+  Change& change = changes_[value.change];
   if (change.number < 0) return;  // a param is part of the variant
+  const int number = own_ == nullptr ? change.number : numbersInOwn_[value.change];
   const std::vector<const char*> labels = pointersTo(value.labels);
   const auto count = static_cast<int>(labels.size());
   void* instance = model.instance();
   if (unknown_ == UnknownEntries::Count &&
-      zkitHasEntry(instance, change.number, labels.data(), count) == 0 &&
-      count == openLabels(change)) {
+      zkitHasEntry(instance, number, labels.data(), count) == 0 && count == openLabels(change)) {
     change.unknown += isChecking ? 1 : 0;
     return;
   }
   char message[1024] = "";
-  if (!zkitSetChange(instance, change.number, labels.data(), count, asNumber(value.value), message,
+  if (!zkitSetChange(instance, number, labels.data(), count, asNumber(value.value), message,
                      sizeof message)) {
     throw ToolError(message);
   }
-  if (isChecking) change.changed.insert(value.labels);
+  if (isChecking && !noteChanged(change, value.labels)) {
+    throw ToolError(secondValue(change.name, value.labels));
+  }
   if (isChecking || change.parameter.empty()) return;
   model.set(model.parameter(change.parameter), joined(change.labels, value.labels), value.value);
 }

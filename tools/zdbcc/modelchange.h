@@ -33,6 +33,10 @@ struct ChangeScenario {
   std::vector<ChangedValue> values;
   /// The same for each of the values, if they have places of their own.
   std::function<std::string(std::size_t value)> placeOf = {};
+
+  std::string placeText(std::size_t value) const {
+    return place + (placeOf ? placeOf(value) : std::string());
+  }
 };
 
 /// What becomes of values for entries that the model does not have. A param of a MathProg model
@@ -95,24 +99,29 @@ class ChangingModel {
   };
 
   void classify(const std::vector<std::string>& names);
+  void requireDifferentNames() const;
   void collectVariants();
+  bool noteChanged(Change& change, std::vector<std::string> labels);
   void open();
   void check();
   void setAll(Model& model, const ChangeScenario& scenario, bool isChecking);
   int openLabels(const Change& change) const;
-  void setOne(Model& model, Change& change, const ChangedValue& value, bool isChecking);
+  void setOne(Model& model, const ChangedValue& value, bool isChecking);
+  bool hasOwnAttributes(std::size_t scenario) const;
+  Model& openOwn(std::size_t scenario);
 
   ModelSource source_;
   std::vector<Change> changes_;
   std::vector<ChangeScenario> scenarios_;
   UnknownEntries unknown_;
   Prepare prepare_;
-  std::vector<std::string> attributes_;  // names that the instance is asked for
+  std::vector<std::string> names_;  // that the instance is asked for
   std::vector<ParamValues> variants_;
   ParamValues onlyParams_;      // of the scenario, if there is only one
   std::vector<int> variantOf_;  // by scenario; -1: none
   std::unique_ptr<Model> model_;
-  std::unique_ptr<Model> own_;  // of the last scenario, if it does not fit
+  std::unique_ptr<Model> own_;     // of the last scenario, if it does not fit
+  std::vector<int> numbersInOwn_;  // of changes, as Change::number; -1: not one of the scenario
 };
 
 }  // namespace zdb::tool

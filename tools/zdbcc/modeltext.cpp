@@ -1,5 +1,6 @@
 #include "modeltext.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -48,9 +49,15 @@ void readText(std::string& file, std::optional<std::string>& text) {
 
 }  // namespace
 
-void readTexts(ModelSource& source) {
+ModelSource withTexts(ModelSource source) {
   readText(source.file, source.text);
   readText(source.data, source.dataText);
+  return source;
+}
+
+void requireOneStandardInput(const std::vector<std::string>& inputs) {
+  if (std::count(inputs.begin(), inputs.end(), "-") <= 1) return;
+  throw WrongUseError("standard input, -, can be read once only");
 }
 
 }  // namespace zdb::tool

@@ -53,7 +53,12 @@ Scenarios::Scenarios(const std::string& file) : file_(file) {
 
 void Scenarios::takeHeading(const std::vector<std::string_view>& fields) {
   headings_.assign(fields.begin() + 1, fields.end());
-  for (const std::string& heading : headings_) {
+  for (std::size_t i = 0; i < headings_.size(); ++i) {
+    const std::string& heading = headings_[i];
+    if (heading.empty()) {
+      throw ToolError(file_ + ": row 1: column " + std::to_string(i + 2) +
+                      " has no heading: name what changes, or take the column out");
+    }
     if (separator_ != ',' || !isCutOff(heading)) continue;
     throw ToolError(file_ + ": row 1: " + quoted(heading) +
                     " is a part of a name: put names with commas in double quotes");

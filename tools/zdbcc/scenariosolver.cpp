@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 #include "console.h"
 #include "contract/names.h"
 #include "interrupt.h"
+#include "modeltext.h"
 #include "solverinfo.h"
 #include "zkitdclib.h"
 
@@ -26,14 +28,9 @@ std::vector<ChangeScenario> changesOf(const Scenarios& scenarios) {
   return all;
 }
 
-/// The same for all ways to write a name: brackets, quotes, blanks, and case.
-std::string plainForm(const std::string& name) {
-  std::string plain;
-  for (const char c : name) {
-    const bool isDropped = c == '\'' || c == '"' || c == ' ';
-    if (!isDropped) plain += c == '(' ? '[' : c == ')' ? ']' : zdb::contract::lowerCase(c);
-  }
-  return plain;
+SweepOptions withTexts(SweepOptions options) {
+  options.model = withTexts(std::move(options.model));
+  return options;
 }
 
 bool isOneEntry(const Shown& shown) {
@@ -45,21 +42,10 @@ bool isOneEntry(const Shown& shown) {
 }  // namespace
 
 ScenarioSolver::ScenarioSolver(const SweepOptions& options)
-    : options_(options), scenarios_(options.scenarios), row_(text_, options.json) {
-  requireOneColumnEach();
+    : options_(withTexts(options)), scenarios_(options.scenarios), row_(text_, options.json) {
   open();
   nameColumns();
   row_.singleRows(columns_);
-}
-
-void ScenarioSolver::requireOneColumnEach() const {
-  std::map<std::string, std::string> known;
-  for (const std::string& heading : scenarios_.headings()) {
-    const auto [first, isNew] = known.emplace(plainForm(heading), heading);
-    if (isNew) continue;
-    throw ToolError(scenarios_.file() + ": row 1: " + heading + " occurs twice" +
-                    (heading == first->second ? "" : ", first as " + first->second));
-  }
 }
 
 void ScenarioSolver::open() {

@@ -37,6 +37,8 @@ class ScenarioSolver {
   explicit ScenarioSolver(const SweepOptions& options);
 
   const Scenarios& scenarios() const { return scenarios_; }
+  /// The model, with what was read from where it can be read once only.
+  const ModelSource& source() const { return options_.model; }
   /// The names of the cells of a row.
   const std::vector<std::string>& columns() const { return columns_; }
   /// Those of the table in long form; none if nothing is shown in it.
@@ -64,7 +66,6 @@ class ScenarioSolver {
     Entry entry;
   };
 
-  void requireOneColumnEach() const;
   void open();
   void requireSolver() const;
   void bindShown();

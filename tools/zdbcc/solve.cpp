@@ -49,10 +49,7 @@ std::vector<std::string> inputsOf(const SolveOptions& options) {
 
 void check(const SolveOptions& options) {
   options.limits.check();
-  const std::vector<std::string> inputs = inputsOf(options);
-  if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
-    throw WrongUseError("standard input, -, can be read once only");
-  }
+  requireOneStandardInput(inputsOf(options));
   if (options.minimizes && options.maximizes) {
     throw WrongUseError("--min and --max exclude each other");
   }
@@ -83,11 +80,6 @@ void writeOutput(const Model& model, const SolveOptions& options, Console& conso
 /// What a solver says goes to standard error, as it says it.
 void logLine(const char* text, void* console) {
   static_cast<Console*>(console)->log(text);
-}
-
-ModelSource withTexts(ModelSource source) {
-  readTexts(source);
-  return source;
 }
 
 bool isInfeasible(const Model& model) {

@@ -3,6 +3,7 @@
 
 #include "chart/durationchart.h"
 #include "limitedprocess.h"
+#include "modeltext.h"
 #include "progress.h"
 #include "scenariosolver.h"
 #include "sweep/scheduler.h"
@@ -158,6 +159,7 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
 
 ExitCode runSweep(const SweepOptions& options, Console& console) {
   options.limits.check();
+  requireOneStandardInput({options.scenarios, options.model.file, options.model.data});
   readPart(options.part);
   checkOutputsOf(options);
   checkForWorkers(options);
@@ -264,16 +266,16 @@ std::vector<Option> sweepOptions() {
 }  // namespace
 
 Verb sweepVerb() {
-  return {
-      .name = "sweep",
-      .summary = "Solves a model once for each scenario of a table",
-      .details = R"(The first column of the table has the names of the scenarios, the heading of
-every other column is an entry of an updatable parameter, and an empty field means the model's own
-value:
+  static const std::string details =
+      R"(The first column of the table has the names of the scenarios, the heading of every other
+column names what changes, and an empty field means the model's own value:
 
-    scenario,price[bread],price[milk]
-    dear bread,3.5,
-    dear milk,,2.2
+    scenario,price[bread],price[milk],need[iron].rhs
+    dear bread,3.5,,
+    dear milk,,2.2,12
+
+)" + std::string(kChangeNames) +
+      R"( In a table, each column is one entry.
 
 Commas, semicolons and tabs separate fields, as the heading shows. All is checked before the first
 solve, and nothing is written if something is wrong.
@@ -281,7 +283,11 @@ solve, and nothing is written if something is wrong.
 The results are CSV: name of the scenario, status, objective, number of iterations, and what is
 shown. Each row is written when it is known. A scenario without a solution has its status and empty
 fields; one that cannot be solved at all, for example because the solver fails, ends the results
-with a message that names its row.)",
+with a message that names its row.)";
+  return {
+      .name = "sweep",
+      .summary = "Solves a model once for each scenario of a table",
+      .details = details.c_str(),
       .operands = {modelOperand(&SweepOptions::model)},
       .options = sweepOptions(),
       .examples = {{"zdbcc sweep diet.mod --scenarios days.csv --show 'buy[bread]' > results.csv",

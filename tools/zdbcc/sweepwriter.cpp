@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <filesystem>
+#include <fstream>
+#include <map>
+#include <utility>
 
 #include "csvwriter.h"
 #include "earlierresults.h"
@@ -47,11 +50,17 @@ std::string textOf(const std::optional<double>& limit) {
   return limit ? std::to_string(*limit) : "none";
 }
 
+void addText(Fingerprint& fingerprint, const char* name, const std::string& file,
+             const std::optional<std::string>& text) {
+  text ? fingerprint.addHash(name, hashed(kEmptyHash, *text)) : fingerprint.addFile(name, file);
+}
+
 std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
                           Fingerprint& fingerprint) {
   fingerprint.add("version", ZDBCCLIB_VERSION);
-  fingerprint.addFile("model", options.model.file);
-  if (!options.model.data.empty()) fingerprint.addFile("model data", options.model.data);
+  const ModelSource& source = solver.source();
+  addText(fingerprint, "model", source.file, source.text);
+  if (!source.data.empty()) addText(fingerprint, "model data", source.data, source.dataText);
   fingerprint.addHash("scenarios", hashOf(solver.scenarios()));
   fingerprint.add("--solver", solver.solver());
   fingerprint.add("--start", options.start == SweepStart::Base ? "base" : "last");
@@ -73,14 +82,65 @@ bool isThere(const std::string& file) {
   return std::filesystem::is_regular_file(file, unknown);
 }
 
-void requireNew(const std::string& file, const std::string& advice) {
-  if (isThere(file)) throw ToolError(file + " exists" + advice);
+/// Two outputs in one file would be neither.
+void requireDifferentFiles(const SweepOptions& options) {
+  const std::pair<const char*, std::string> outputs[] = {
+      {options.resumed.empty() ? "--output" : "--resume", options.target()},
+      {"--long", options.records},
+      {"--plot", options.plot},
+      {"--timing", options.timing}};
+  std::map<std::filesystem::path, const char*> known;
+  for (const auto& [option, file] : outputs) {
+    std::error_code unknown;
+    const bool isDevice = std::filesystem::is_other(file, unknown);
+    if (file.empty() || isDevice) continue;
+    std::filesystem::path path = std::filesystem::weakly_canonical(file, unknown);
+    if (path.empty()) path = file;
+    const auto [first, isNew] = known.emplace(path, option);
+    if (isNew) continue;
+    throw WrongUseError(std::string(first->second) + " and " + option + " both write to " + file);
+  }
+}
+
+/// The outputs beside the results; each with how one of an earlier part of the sweep begins.
+std::vector<std::pair<std::string, std::string_view>> otherOutputs(const SweepOptions& options) {
+  return {{options.plot, "<svg"},
+          {options.records, "scenario,symbol,"},
+          {options.timing, "scenario,worker,"}};
+}
+
+bool beginsWith(const std::string& file, std::string_view start) {
+  std::ifstream stream(file, std::ios::binary);
+  std::string begin(start.size(), '\0');
+  stream.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+  begin.resize(static_cast<std::size_t>(stream.gcount()));  // perhaps torn
+  return start.starts_with(begin);
+}
+
+/// Refuses to write over anything that is not of the sweep that goes on.
+void protectFiles(const SweepOptions& options) {
+  const std::string& target = options.target();
+  const std::vector<std::string> inputs = {options.model.file, options.model.data,
+                                           options.scenarios};
+  const bool goesOn = !options.resumed.empty() && isThere(rowFile(options));
+  if (!goesOn && !target.empty()) {
+    if (options.resumed.empty() && isThere(fingerprintFile(target)) && isThere(rowFile(options))) {
+      throw ToolError(rowFile(options) + " exists: --resume " + target +
+                      " goes on with it, --force begins anew");
+    }
+    checkNewOutput(target, inputs);
+  }
+  for (const auto& [output, start] : otherOutputs(options)) {
+    if (output.empty()) continue;
+    const auto isEarlier = [&](const std::string& file) { return beginsWith(file, start); };
+    goesOn ? checkOutput(output, inputs, {"an output of this sweep", isEarlier})
+           : checkNewOutput(output, inputs);
+  }
 }
 
 }  // namespace
 
 void checkOutputsOf(const SweepOptions& options) {
-  const std::string& target = options.target();
   if (!options.output.empty() && !options.resumed.empty())
     throw WrongUseError("--output and --resume both name the results: --resume is enough");
   if (options.json && !options.resumed.empty())
@@ -89,19 +149,10 @@ void checkOutputsOf(const SweepOptions& options) {
     throw WrongUseError("--json and an exchange file do not go together");
   if (!options.records.empty() && options.writesExchangeFile())
     throw WrongUseError("--long is not needed: an exchange file has whole symbols");
-  if (!options.resumed.empty() || options.force) return;
-  const std::vector<std::string> inputs = {options.model.file, options.model.data,
-                                           options.scenarios};
-  const Replaceable anything = {"", [](const std::string&) { return true; }};
-  for (const std::string& output : {target, options.records, options.plot, options.timing}) {
-    if (!output.empty()) checkOutput(output, inputs, anything);
-  }
-  if (isThere(fingerprintFile(options.target())) && isThere(rowFile(options))) {
-    requireNew(rowFile(options), ": --resume " + target + " goes on with it, --force begins anew");
-  }
-  if (!target.empty()) requireNew(target, "; use --force to write over it");
-  for (const std::string& output : {options.plot, options.records, options.timing}) {
-    if (!output.empty()) requireNew(output, "; use --force to write over it");
+  requireDifferentFiles(options);
+  if (!options.force) protectFiles(options);
+  for (const std::string& output : {rowFile(options), recordFile(options), options.timing}) {
+    if (!output.empty()) requireAppendable(output);
   }
 }
 

@@ -6,7 +6,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <limits>
+#include <utility>
 
+#include "contract/names.h"
 #include "number.h"
 
 namespace zdb::tool {
@@ -96,7 +98,12 @@ std::optional<double> ValueFormat::parse(std::string_view text) const {
 
 std::optional<double> readModelValue(std::string_view text) {
   static const ValueFormat format({kNaN, kNaN, kInfinity, -kInfinity, 0});
-  return format.parse(text);
+  for (const auto& [name, value] :
+       {std::pair("inf", kInfinity), {"+inf", kInfinity}, {"-inf", -kInfinity}}) {
+    if (zdb::contract::isSameText(text, name)) return value;
+  }
+  const bool hasSign = text.size() > 1 && text[0] == '+' && text[1] != '-' && text[1] != '+';
+  return format.parse(hasSign ? text.substr(1) : text);
 }
 
 }  // namespace zdb::tool

@@ -45,7 +45,7 @@ class ValueFormat {
 };
 
 /// A number that a user writes for a model, where infinities are bounds; NaN for NA and Undef,
-/// which no model can have; none for any other text.
+/// which no model can have; none for any other text. Infinities may be in any case.
 std::optional<double> readModelValue(std::string_view text);
 
 }  // namespace zdb::tool
