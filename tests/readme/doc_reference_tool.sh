@@ -17,6 +17,7 @@ cp build/demo/diet.zxf build/demo/diet-changed.zxf .
 cp transport.mps plan.mps
 cp transport-scenarios.csv s.csv
 cp diet-scenarios.csv days.csv
+zdbcc sweep diet.mod --scenarios days.csv -o days.zxf 2>sweep.txt
 mkdir -p .config/fish/completions
 
 # import OUT SPEC...: as zdbcc import, without its report

@@ -212,7 +212,7 @@ function drawHistogram(title, points, width) {
   const plain = plainOf(points);
   if (plain.length === 0) return null;
   const [least, most] = extremesOf(plain);
-  const wanted = Math.min(Math.max(Math.ceil(Math.sqrt(plain.length)), 5), Math.floor(width / 16));
+  const wanted = Math.min(Math.max(Math.ceil(2 * Math.sqrt(plain.length)), 5), Math.floor(width / 16));
   const bins = axisFor(least.value, most.value, wanted);
   const counts = new Array(Math.round((bins.high - bins.low) / bins.step)).fill(0);
   for (const { value } of plain) {
