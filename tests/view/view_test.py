@@ -240,6 +240,18 @@ class View(unittest.TestCase):
                     file = f"{width}-{scheme}-{name}-{place or 'all'}-{shown}.png"
                     page.picture(SCREENSHOTS / file)
 
+    def test_pictures_are_readable_on_both_grounds(self) -> None:
+        pictures = [Path("diet-days.svg"), *(EXAMPLES.parent / "doc/pictures").glob("*.svg")]
+        self.assertGreater(len(pictures), 1)
+        for picture in pictures:
+            for scheme in ("light", "dark"):
+                self.browser.ground(scheme)
+                page = self.page(str(picture))
+                self.assertGreater(len(page.texts("text")), 5)
+                self.assertEqual(page.poor_contrasts(), [], (picture, scheme))
+                self.assertEqual(page.nameless(), [])
+                page.picture(SCREENSHOTS / f"{picture.stem}-{scheme}.png")
+
     def test_print_has_what_is_seen_and_no_controls(self) -> None:
         page = self.page("diet.html", "#/need")
         page.tell("Emulation.setEmulatedMedia", media="print")
