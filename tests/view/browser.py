@@ -26,7 +26,8 @@ const groundOf = (element) => {
   }
   return "rgb(255, 255, 255)";
 };
-const walker = document.createTreeWalker(document.body ?? document.documentElement, NodeFilter.SHOW_TEXT);
+const root = document.body ?? document.documentElement;
+const walker = document.createTreeWalker(root, NodeFilter.SHOW_TEXT);
 const poor = [];
 while (walker.nextNode()) {
   const element = walker.currentNode.parentElement;

@@ -21,7 +21,13 @@ TOOL, DEMO, EXAMPLES, SCREENSHOTS = (Path(word).absolute() for word in sys.argv[
 del sys.argv[1:]
 
 # Labels that would do something in a page, in a script or in a regular expression.
-EVIL = ["</script><b>bold</b>", "<!--<script>", "<img src=x onerror=alert(1)>", "a&amp;b", "Ø 中文 🙂"]
+EVIL = [
+    "</script><b>bold</b>",
+    "<!--<script>",
+    "<img src=x onerror=alert(1)>",
+    "a&amp;b",
+    "Ø 中文 🙂",
+]
 EVIL += ["${1}", "__proto__", "x'y z", "\\u003c", "%2e[*]", "<svg onload=alert(1)>"]
 
 
@@ -131,7 +137,9 @@ class View(unittest.TestCase):
         self.show_picture()
         self.choose("label", EVIL[2])
         self.assertIn(f"to 2 ({EVIL[2]})", page.texts("figcaption")[0])
-        self.assertEqual(page.run("return document.querySelectorAll('b:not(nav b), img').length"), 0)
+        self.assertEqual(
+            page.run("return document.querySelectorAll('b:not(nav b), img').length"), 0
+        )
 
     def test_special_values_have_their_names_and_places(self) -> None:
         page = self.page("evil.html", "#/special")
@@ -202,7 +210,11 @@ class View(unittest.TestCase):
         self.assertLess(float(largest), float(page.texts("tbody td:last-child")[0]))
 
     def test_every_picture_is_drawn_with_its_words(self) -> None:
-        for place, kinds in (("diet.html#/price", 4), ("evil.html#/cube", 5), ("days.html#/buy", 5)):
+        for place, kinds in (
+            ("diet.html#/price", 4),
+            ("evil.html#/cube", 5),
+            ("days.html#/buy", 5),
+        ):
             page = self.page(*place.replace("#", " #").split())
             self.show_picture()
             names = page.run(
@@ -217,7 +229,9 @@ class View(unittest.TestCase):
                 self.choose("Picture", name)
                 self.assertEqual(page.hidden_text("svg[role=img] > title")[-len(name) :], name)
                 self.assertRegex(page.hidden_text("svg > desc"), r"^\d+ values, from ")
-                broken = "return /NaN|undefined|Infinity/.test(document.querySelector('svg').outerHTML)"
+                broken = (
+                    "return /NaN|undefined|Infinity/.test(document.querySelector('svg').outerHTML)"
+                )
                 self.assertFalse(page.run(broken), name)
                 self.assertEqual(page.poor_contrasts(), [])
                 file = f"{place[:4]}-{name.split()[0].lower()}.png"
@@ -227,7 +241,12 @@ class View(unittest.TestCase):
         for width, scheme in ((320, "light"), (320, "dark"), (1200, "dark"), (1200, "light")):
             self.browser.size(width, 720)
             self.browser.ground(scheme)
-            for name, place in (("diet", ""), ("diet", "content"), ("days", "buy"), ("evil", "evil")):
+            for name, place in (
+                ("diet", ""),
+                ("diet", "content"),
+                ("days", "buy"),
+                ("evil", "evil"),
+            ):
                 page = self.page(f"{name}.html", f"#/{place}")
                 for shown in ("table", "picture"):
                     if shown == "picture" and not page.texts("[role=tab]"):
