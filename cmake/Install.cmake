@@ -61,6 +61,8 @@ install_documents(${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELO
 install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
   PATTERN README.md EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/doc/pictures DESTINATION ${CMAKE_INSTALL_DOCDIR}/doc
+  FILES_MATCHING PATTERN *.svg)
 
 # What of the build is installed, without tests and examples.
 add_custom_target(installed DEPENDS zdbcclib zdbcclib64)

@@ -28,8 +28,9 @@ check() {
       allowed["zxf"] = "zxf shared contract"
       allowed["shared"] = "shared contract"
       allowed["sweep"] = "sweep contract"
+      allowed["chart"] = "chart contract"
       allowed["mpi"] = "sweep"
-      allowed["zdbcc"] = "sweep contract zxf zdbcclib.h zkitdclib.h"
+      allowed["zdbcc"] = "sweep chart contract zxf zdbcclib.h zkitdclib.h"
       allowed["sqlite"] = "contract"
     }
     {
@@ -53,7 +54,7 @@ check() {
 self_test() {
   tree=$(mktemp -d)
   trap 'rm -rf "$tree"' EXIT
-  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared sweep mpi zdbcc sqlite; do mkdir "$tree/$layer"; done
+  for layer in api arrow symbols io core dmap utree loaders contract memory kit zxf shared sweep chart mpi zdbcc sqlite; do mkdir "$tree/$layer"; done
   echo '#include "core/zdb.h"' >"$tree/io/good.cpp"
   echo '#include "zdbcclib.h"' >"$tree/api/good.cpp"
   echo '#include "dmap/idmap.h"' >"$tree/core/good.h"
@@ -89,6 +90,7 @@ kit zxf/file.h
 zxf core/textutils.h
 shared kit/model.h
 sweep zdbcclib.h
+chart zdbcclib.h
 mpi zdbcclib.h
 zdbcc core/zdb.h
 sqlite zxf/file.h

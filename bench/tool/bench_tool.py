@@ -2,9 +2,9 @@
 
 Data of three labels and a number: a million rows of CSV come in (ToolImport), and a million rows
 with a label each that no other row has (ToolLabels); a file of many records, 30 million unless
-RECORDS says otherwise, is described (ToolInfo), begun to be printed (ToolHead), and compared with
-another one of the same records (ToolDiff). Wants pyarrow and h5py; what Debian has in netcdf-bin
-and hdf5-tools is left out if it is not there.
+RECORDS says otherwise, is described, with its size (ToolInfo), shown as a page (ToolView), begun to
+be printed (ToolHead), and compared with another one of the same records (ToolDiff). Wants pyarrow
+and h5py; what Debian has in netcdf-bin and hdf5-tools is left out if it is not there.
 
 zdbcc, sqlite3 and h5py read labels as texts from the CSV. sqlite3_heap makes a table without a key,
 which takes no care of duplicates and finds nothing. NetCDF and HDF5 know no labels: ncgen gets
@@ -19,11 +19,13 @@ import ctypes
 import os
 import random
 import shutil
+import sqlite3
 import subprocess
 import sys
 import tempfile
 import time
 from pathlib import Path
+from typing import Any
 
 ROWS, LABELS = 1_000_000, 1000
 COLUMNS = "abc"
@@ -64,6 +66,7 @@ def write_cubes(folder: Path, library: str, records: int) -> None:
     keys = source.integers(1, 2 * LABELS**3 // records, records, dtype=np.int64).cumsum()
     values = source.integers(0, 1_000_000, records) / 100
     columns = [(keys // unit % LABELS).astype(np.int32) for unit in (LABELS**2, LABELS, 1)]
+    write_table(folder / "a.db", columns, values)
     for name in ("a.h5", "b.h5"):
         with h5py.File(folder / name, "w") as file:
             for title, column in zip((*COLUMNS, "value"), (*columns, values)):
@@ -85,6 +88,16 @@ def write_cubes(folder: Path, library: str, records: int) -> None:
             raise RuntimeError(result.message)
         db.require(db.library.c__zdbwritezxf(db.handle, os.fsencode(folder / name), 1))
         db.free()
+
+
+def write_table(file: Path, columns: list[Any], values: Any) -> None:
+    """A table of SQLite with the numbers of the labels as its key."""
+    with sqlite3.connect(file) as base:
+        base.executescript("PRAGMA journal_mode=OFF; PRAGMA synchronous=OFF")
+        base.execute("CREATE TABLE t(a, b, c, value, PRIMARY KEY(a, b, c)) WITHOUT ROWID")
+        for start in range(0, len(values), 1_000_000):
+            parts = [column[start : start + 1_000_000].tolist() for column in (*columns, values)]
+            base.executemany("INSERT INTO t VALUES(?, ?, ?, ?)", zip(*parts))
 
 
 def import_by_h5py(table: str, output: str) -> None:
@@ -111,7 +124,9 @@ class Contest:
     def __init__(self, folder: Path) -> None:
         self.folder = folder
 
-    def run(self, name: str, command: list[str], repetitions: int = 3, made: str = "") -> None:
+    def run(
+        self, name: str, command: list[str], repetitions: int = 3, made: str = "", of: str = ""
+    ) -> None:
         """The fastest repetition. This process is small, so the memory is that of the command."""
         if shutil.which(command[0]) is None:
             print(f"skipped: there is no {command[0]}", file=sys.stderr)
@@ -132,7 +147,8 @@ class Contest:
             real = min(real, time.monotonic() - start)
             best = min(best, usage.ru_utime + usage.ru_stime)
             peak = max(peak, usage.ru_maxrss)
-        size = f" file_MB={(self.folder / made).stat().st_size / 1e6:.1f}" if made else ""
+        file = self.folder / (made or of)
+        size = f" file_MB={file.stat().st_size / 1e6:.1f}" if file.is_file() else ""
         counters = f"real_ms={real * 1e3:.0f} peak_MB={peak / 1024:.0f}{size}"
         cpu = f"{best * 1e3:.1f} ms"
         print(f"{name} {cpu} {cpu} {repetitions} {counters}", flush=True)
@@ -156,8 +172,10 @@ def compete(contest: Contest, zdbcc: str, python: list[str]) -> None:
         contest.run(f"ToolLabels/sqlite3{name}", sqlite_import("labels.csv", table), made="rows.db")
     labels = [zdbcc, "import", "labels.zxf", "t=labels.csv:id->value"]
     contest.run("ToolLabels/zdbcc", labels, made="labels.zxf")
-    contest.run("ToolInfo/zdbcc", [zdbcc, "info", "a.zxf"])
-    contest.run("ToolInfo/ncdump", ["ncdump", "-h", "a.h5"])
+    contest.run("ToolView/zdbcc", [zdbcc, "view", "a.zxf", "-o", "a.html"], made="a.html")
+    contest.run("ToolInfo/zdbcc", [zdbcc, "info", "a.zxf"], of="a.zxf")
+    contest.run("ToolInfo/ncdump", ["ncdump", "-h", "a.h5"], of="a.h5")
+    contest.run("ToolInfo/sqlite3", ["sqlite3", "a.db", ".schema"], of="a.db")
     contest.run("ToolInfo/h5dump", ["h5dump", "-H", "a.h5"])
     contest.run("ToolHead/zdbcc", [zdbcc, "dump", "a.zxf", "cube", "--head", "10"])
     contest.run("ToolHead/h5dump", ["h5dump", "-d", "/value[0;;10]", "a.h5"])

@@ -26,12 +26,13 @@ const groundOf = (element) => {
   }
   return "rgb(255, 255, 255)";
 };
-const walker = document.createTreeWalker(document.body, NodeFilter.SHOW_TEXT);
+const root = document.body ?? document.documentElement;
+const walker = document.createTreeWalker(root, NodeFilter.SHOW_TEXT);
 const poor = [];
 while (walker.nextNode()) {
   const element = walker.currentNode.parentElement;
   if (!walker.currentNode.data.trim() || !element.checkVisibility() ||
-      ["SCRIPT", "TITLE", "DESC", "title", "desc"].includes(element.tagName)) continue;
+      ["SCRIPT", "title", "desc", "style"].includes(element.tagName)) continue;
   if (element.closest("button")?.disabled) continue;
   const style = getComputedStyle(element);
   const color = element.namespaceURI.endsWith("svg") ? style.fill : style.color;

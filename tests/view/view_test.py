@@ -21,7 +21,13 @@ TOOL, DEMO, EXAMPLES, SCREENSHOTS = (Path(word).absolute() for word in sys.argv[
 del sys.argv[1:]
 
 # Labels that would do something in a page, in a script or in a regular expression.
-EVIL = ["</script><b>bold</b>", "<!--<script>", "<img src=x onerror=alert(1)>", "a&amp;b", "Ø 中文 🙂"]
+EVIL = [
+    "</script><b>bold</b>",
+    "<!--<script>",
+    "<img src=x onerror=alert(1)>",
+    "a&amp;b",
+    "Ø 中文 🙂",
+]
 EVIL += ["${1}", "__proto__", "x'y z", "\\u003c", "%2e[*]", "<svg onload=alert(1)>"]
 
 
@@ -131,7 +137,9 @@ class View(unittest.TestCase):
         self.show_picture()
         self.choose("label", EVIL[2])
         self.assertIn(f"to 2 ({EVIL[2]})", page.texts("figcaption")[0])
-        self.assertEqual(page.run("return document.querySelectorAll('b:not(nav b), img').length"), 0)
+        self.assertEqual(
+            page.run("return document.querySelectorAll('b:not(nav b), img').length"), 0
+        )
 
     def test_special_values_have_their_names_and_places(self) -> None:
         page = self.page("evil.html", "#/special")
@@ -202,7 +210,11 @@ class View(unittest.TestCase):
         self.assertLess(float(largest), float(page.texts("tbody td:last-child")[0]))
 
     def test_every_picture_is_drawn_with_its_words(self) -> None:
-        for place, kinds in (("diet.html#/price", 4), ("evil.html#/cube", 5), ("days.html#/buy", 5)):
+        for place, kinds in (
+            ("diet.html#/price", 4),
+            ("evil.html#/cube", 5),
+            ("days.html#/buy", 5),
+        ):
             page = self.page(*place.replace("#", " #").split())
             self.show_picture()
             names = page.run(
@@ -217,7 +229,9 @@ class View(unittest.TestCase):
                 self.choose("Picture", name)
                 self.assertEqual(page.hidden_text("svg[role=img] > title")[-len(name) :], name)
                 self.assertRegex(page.hidden_text("svg > desc"), r"^\d+ values, from ")
-                broken = "return /NaN|undefined|Infinity/.test(document.querySelector('svg').outerHTML)"
+                broken = (
+                    "return /NaN|undefined|Infinity/.test(document.querySelector('svg').outerHTML)"
+                )
                 self.assertFalse(page.run(broken), name)
                 self.assertEqual(page.poor_contrasts(), [])
                 file = f"{place[:4]}-{name.split()[0].lower()}.png"
@@ -227,7 +241,12 @@ class View(unittest.TestCase):
         for width, scheme in ((320, "light"), (320, "dark"), (1200, "dark"), (1200, "light")):
             self.browser.size(width, 720)
             self.browser.ground(scheme)
-            for name, place in (("diet", ""), ("diet", "content"), ("days", "buy"), ("evil", "evil")):
+            for name, place in (
+                ("diet", ""),
+                ("diet", "content"),
+                ("days", "buy"),
+                ("evil", "evil"),
+            ):
                 page = self.page(f"{name}.html", f"#/{place}")
                 for shown in ("table", "picture"):
                     if shown == "picture" and not page.texts("[role=tab]"):
@@ -239,6 +258,18 @@ class View(unittest.TestCase):
                     self.assertEqual(page.nameless(), [])
                     file = f"{width}-{scheme}-{name}-{place or 'all'}-{shown}.png"
                     page.picture(SCREENSHOTS / file)
+
+    def test_pictures_are_readable_on_both_grounds(self) -> None:
+        pictures = [Path("diet-days.svg"), *(EXAMPLES.parent / "doc/pictures").glob("*.svg")]
+        self.assertGreater(len(pictures), 1)
+        for picture in pictures:
+            for scheme in ("light", "dark"):
+                self.browser.ground(scheme)
+                page = self.page(str(picture))
+                self.assertGreater(len(page.texts("text")), 5)
+                self.assertEqual(page.poor_contrasts(), [], (picture, scheme))
+                self.assertEqual(page.nameless(), [])
+                page.picture(SCREENSHOTS / f"{picture.stem}-{scheme}.png")
 
     def test_print_has_what_is_seen_and_no_controls(self) -> None:
         page = self.page("diet.html", "#/need")

@@ -44,7 +44,7 @@ std::string textColor(const Color& color) {
 
 /// A name that leaves room for other things.
 std::string shortened(const std::string& name, std::size_t longest) {
-  const std::string text = plainText(name);
+  std::string text = plainText(name);
   if (text.size() <= longest) return text;
   std::size_t end = longest;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;  // of UTF-8

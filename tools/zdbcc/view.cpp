@@ -72,9 +72,10 @@ small screens, on dark and on light ground, and is printed as it is seen. The re
 sweep -o RESULTS.zxf` are an exchange file, too.
 
 The page has the first records of each symbol, 5,000 if `--rows` says nothing else, and of all
-symbols together at most 2,000,000 labels and values, which make some 15 MB; it says where records
-are left out. What it takes in time and memory depends on what it shows and not on the size of the
-file, but for a slice whose first position is `*`. With SLICEs, it has these alone.
+symbols together at most 2,000,000 labels and values, which make some 10 MB, or more where labels
+and texts are long; it says where records are left out. What it takes in time and memory depends on
+what it shows and not on the size of the file, but for a slice whose first position is `*`. With
+SLICEs, it has these alone.
 
 A symbol that is damaged has the records before the damage, and says so; the exit code is 1.)",
       .operands = {{.name = "FILE",

@@ -17,7 +17,7 @@ struct ViewPart {
 };
 
 /// The most records of each part, `wanted` or fewer, with which all parts together have at most so
-/// many labels and values as a page can hold: 2,000,000, some 15 MB.
+/// many labels and values as a page can hold: 2,000,000, some 10 MB.
 std::uint64_t rowsThatFit(const std::vector<ViewPart>& parts, std::uint64_t wanted);
 
 /// Writes the parts with at most `rows` records each as one JSON object: columns of values, and of
