@@ -167,20 +167,30 @@ void* makeWide(int columns) {
   return model.finish();
 }
 
-void* makeBroad(int columns) {
-  constexpr int kLimits = 50;
+BroadModel::BroadModel(int columns) : limit(columns / 100.0), cost(1, 1.0), starts(1, 0) {
   std::mt19937 random(5);
+  while (static_cast<int>(cost.size()) < columns) cost.push_back(-uniform(random, 1, 2));
+  for (int k = 0; k < columns; ++k) {
+    const int row = static_cast<int>(random() % (kLimits - 1));
+    rows.insert(rows.end(), {row, row + 1 + static_cast<int>(random() % (kLimits - 1 - row))});
+    values.insert(values.end(), {uniform(random, 0.5, 1), uniform(random, 0.5, 1)});
+    starts.push_back(static_cast<int>(rows.size()));
+  }
+}
+
+void* makeBroad(const BroadModel& broad) {
   Builder model;
   const int cost = model.objective();
   const int limit = model.symbol("limit", ZKIT_EQUATION, 1);
-  for (int i = 1; i <= kLimits; ++i) model.row(limit, {i}, ZKIT_LESS, columns / 100.0);
+  for (int i = 1; i <= BroadModel::kLimits; ++i) model.row(limit, {i}, ZKIT_LESS, broad.limit);
   const int x = model.symbol("x", ZKIT_VARIABLE, 1);
   const int fee = model.column(model.symbol("fee_var", ZKIT_VARIABLE, 1), {1}, 0, kInfinite, 1);
-  for (int k = 1; k <= columns; ++k) {
-    const int column = model.column(x, {k}, 0, 1, 0);
-    k == 1 ? model.product(cost, fee, column, 1) : model.set(cost, column, -uniform(random, 1, 2));
-    for (int n = 0; n < 2; ++n) {
-      model.set(1 + static_cast<int>(random() % kLimits), column, uniform(random, 0.5, 1));
+  const int columns = static_cast<int>(broad.cost.size());
+  for (int k = 0; k < columns; ++k) {
+    const int column = model.column(x, {k + 1}, 0, 1, 0);
+    k == 0 ? model.product(cost, fee, column, 1) : model.set(cost, column, broad.cost[k]);
+    for (int place = broad.starts[k]; place < broad.starts[k + 1]; ++place) {
+      model.set(1 + broad.rows[place], column, broad.values[place]);
     }
   }
   return model.finish();

@@ -40,8 +40,19 @@ std::vector<double> baseNeeds();
 /// One row over `columns` columns, each with a coefficient that is the parameter weight(column).
 void* makeWide(int columns);
 
-/// 50 limits over `columns` columns, each in two of them, the first with the cost fee(1).
-void* makeBroad(int columns);
+/// 50 limits over columns between 0 and 1, each in two of them. By column.
+struct BroadModel {
+  static constexpr int kLimits = 50;
+  explicit BroadModel(int columns);
+
+  double limit;
+  std::vector<double> cost;  ///< of the first column 1
+  std::vector<int> starts;
+  std::vector<int> rows;
+  std::vector<double> values;
+};
+/// An instance of it, in which the cost of the first column is the parameter fee(1).
+void* makeBroad(const BroadModel& broad);
 
 /// Values up to `spread` more or less than the base values, different in each scenario.
 std::vector<double> scenario(const std::vector<double>& base, double spread, int number);

@@ -98,9 +98,8 @@ int zkitObjectiveColumn(void* instance) {
 }
 
 double zkitObjective(void* instance) {
-  return guardedOn<Instance>(instance, 0.0, [](const Instance& own) {
-    return own.objective < 0 ? 0.0 : own.columns[own.objective].level;
-  });
+  const int objective = zkitObjectiveColumn(instance);
+  return objective < 0 ? 0.0 : CzmiGetVarLOne(instance, objective);
 }
 
 int zkitDirection(void* instance) {
@@ -110,6 +109,7 @@ int zkitDirection(void* instance) {
 int zkitSetDirection(void* instance, int direction) {
   return guardedOn<Instance>(instance, 0, [=](Instance& own) {
     if (direction != 1 && direction != -1) return 0;
+    own.settle();
     own.direction = direction;
     return 1;
   });

@@ -12,9 +12,26 @@ using namespace zdb::boundary;
 
 namespace {
 
+bool hasColumn(zmiHandle instance, int column) {
+  return guardedOn<Instance>(instance, false,
+                             [=](const Instance& own) { return own.hasColumn(column); });
+}
+
+// With what the last solve has found for it.
 ColumnState* columnAt(zmiHandle instance, int column) {
   return guardedOn<Instance>(instance, static_cast<ColumnState*>(nullptr), [=](Instance& own) {
-    return own.hasColumn(column) ? &own.columns[column] : nullptr;
+    if (!own.hasColumn(column)) return static_cast<ColumnState*>(nullptr);
+    own.settleColumn(column);
+    return &own.columns[column];
+  });
+}
+
+// No solve changes those of parameters.
+double* levelAt(zmiHandle instance, int column) {
+  return guardedOn<Instance>(instance, static_cast<double*>(nullptr), [=](Instance& own) {
+    if (!own.hasColumn(column)) return static_cast<double*>(nullptr);
+    if (own.isParameter[column] == 0) own.settleColumn(column);
+    return &own.columns[column].level;
   });
 }
 
@@ -22,6 +39,12 @@ RowState* rowAt(zmiHandle instance, int row) {
   return guardedOn<Instance>(instance, static_cast<RowState*>(nullptr), [=](Instance& own) {
     return own.hasRow(row) ? &own.rows[row] : nullptr;
   });
+}
+
+// With what the last solve has found for it.
+RowState* solvedRowAt(zmiHandle instance, int row) {
+  if (instance != nullptr) static_cast<Instance*>(instance)->settle();
+  return rowAt(instance, row);
 }
 
 // The following helpers for rows and columns only read and write numbers, which cannot throw.
@@ -43,8 +66,9 @@ Value get(const State* state, Value State::*field) {
 template <typename State>
 int copyAll(zmiHandle instance, std::vector<State> Instance::*states, double State::*field,
             double* to) {
-  return guardedOn<Instance>(instance, 0, [=](const Instance& own) {
+  return guardedOn<Instance>(instance, 0, [=](Instance& own) {
     if (to == nullptr) return 0;
+    own.settle();
     std::transform((own.*states).begin(), (own.*states).end(), to,
                    [field](const State& state) { return state.*field; });
     return 1;
@@ -54,8 +78,7 @@ int copyAll(zmiHandle instance, std::vector<State> Instance::*states, double Sta
 int setAltBound(zmiHandle instance, int column, double ColumnBounds::*field, double value) {
   return guardedOn<Instance>(instance, 0, [=](Instance& own) {
     if (!own.hasColumn(column)) return 0;
-    own.boundLog.note(column, own.columns.size());
-    own.bounds[column].*field = asBound(value);
+    own.setColumnBound(column, field, asBound(value));
     return 1;
   });
 }
@@ -163,7 +186,8 @@ int CzmiGetEquM(zmiHandle instance, double* m) {
 }
 
 double CzmiGetVarLOne(zmiHandle instance, int column) {
-  return get(columnAt(instance, column), &ColumnState::level);
+  const double* level = levelAt(instance, column);
+  return level == nullptr ? 0.0 : *level;
 }
 
 double CzmiGetVarLowerOne(zmiHandle instance, int column) {
@@ -175,11 +199,11 @@ double CzmiGetVarUpperOne(zmiHandle instance, int column) {
 }
 
 double CzmiGetVarScaleOne(zmiHandle instance, int column) {
-  return columnAt(instance, column) == nullptr ? 0.0 : 1.0;
+  return hasColumn(instance, column) ? 1.0 : 0.0;
 }
 
 double CzmiGetEquLOne(zmiHandle instance, int row) {
-  return get(rowAt(instance, row), &RowState::level);
+  return get(solvedRowAt(instance, row), &RowState::level);
 }
 
 double CzmiGetRhsOne(zmiHandle instance, int row) {
@@ -204,15 +228,18 @@ int CzmiGetVarCStatOne(zmiHandle instance, int column) {
 }
 
 int CzmiGetEquStatOne(zmiHandle instance, int row) {
-  return get(rowAt(instance, row), &RowState::status);
+  return get(solvedRowAt(instance, row), &RowState::status);
 }
 
 int CzmiGetEquCStatOne(zmiHandle instance, int row) {
-  return get(rowAt(instance, row), &RowState::basis);
+  return get(solvedRowAt(instance, row), &RowState::basis);
 }
 
 int CzmiSetVarLOne(zmiHandle instance, int column, double value) {
-  return set(columnAt(instance, column), &ColumnState::level, value);
+  double* level = levelAt(instance, column);
+  if (level == nullptr) return 0;
+  *level = value;
+  return 1;
 }
 
 int CzmiSetAltVarLowerOne(zmiHandle instance, int column, double value) {
@@ -224,7 +251,7 @@ int CzmiSetAltVarUpperOne(zmiHandle instance, int column, double value) {
 }
 
 int CzmiSetEquLOne(zmiHandle instance, int row, double value) {
-  return set(rowAt(instance, row), &RowState::level, value);
+  return set(solvedRowAt(instance, row), &RowState::level, value);
 }
 
 int CzmiSetAltRHSOne(zmiHandle instance, int row, double value) {
@@ -238,7 +265,7 @@ int CzmiGetSolutionVarRec(zmiHandle instance, int column, double* level, double*
 
 int CzmiGetSolutionEquRec(zmiHandle instance, int row, double* level, double* marginal, int* status,
                           int* basisStatus) {
-  return getRecord(rowAt(instance, row), level, marginal, status, basisStatus);
+  return getRecord(solvedRowAt(instance, row), level, marginal, status, basisStatus);
 }
 
 int CzmiSetSolutionVarRec(zmiHandle instance, int column, double level, double marginal, int status,
@@ -248,7 +275,7 @@ int CzmiSetSolutionVarRec(zmiHandle instance, int column, double level, double m
 
 int CzmiSetSolutionEquRec(zmiHandle instance, int row, double level, double marginal, int status,
                           int basisStatus) {
-  return setRecord(rowAt(instance, row), level, marginal, status, basisStatus);
+  return setRecord(solvedRowAt(instance, row), level, marginal, status, basisStatus);
 }
 
 int CzmiAltBoundsSet(zmiHandle instance, int flag) {

@@ -97,7 +97,9 @@ void set(Instance& instance, int column, int action, double value) {
   ColumnBounds& bounds = boundsOf(instance, column);
   if (action != SetUpper) bounds.lower = bounds.altLower = value;
   if (action != SetLower) bounds.upper = bounds.altUpper = value;
-  if (action == SetValue) instance.columns[static_cast<std::size_t>(column)].level = value;
+  if (action != SetValue) return;
+  if (instance.isParameter[static_cast<std::size_t>(column)] == 0) instance.settleColumn(column);
+  instance.columns[static_cast<std::size_t>(column)].level = value;
 }
 
 void apply(Instance& instance, const Patch& patch) {

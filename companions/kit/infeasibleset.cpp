@@ -64,7 +64,10 @@ class Trial {
     return old;
   }
 
-  const Solution& solution() const { return solution_; }
+  const Solution& solution() {
+    if (solution_.isInSolver) solver_->fetch(solution_);
+    return solution_;
+  }
 
  private:
   LinearModel model_;

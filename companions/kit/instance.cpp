@@ -4,6 +4,8 @@
 #include <atomic>
 #include <cmath>
 #include <exception>
+#include <new>
+#include <utility>
 
 #include "kit/subtypes.h"
 
@@ -17,6 +19,15 @@ int nextId() {
 }
 
 }  // namespace
+
+void BoundLog::note(int column, std::size_t columns) noexcept {
+  if (entries_.size() >= columns) restart();
+  try {
+    entries_.push_back(column);
+  } catch (const std::bad_alloc&) {
+    restart();  // then all are looked at
+  }
+}
 
 Instance::Instance(const ModelData& model, const char* systemDirectory)
     : id(nextId()),
@@ -72,10 +83,21 @@ void Instance::refuse(Outcome outcome, const char* why) noexcept {
   }
 }
 
+void Instance::settleFrom(SolutionSource* source) noexcept {
+  if (source_ != nullptr && source_ != source) source_->drop();
+  source_ = source;
+}
+
+void Instance::settle() noexcept {
+  if (source_ != nullptr) std::exchange(source_, nullptr)->deliver(*this);
+}
+
 void Instance::updateLinear() {
-  constants = ownConstants;
+  newConstants_ = ownConstants;
   terms.evaluate([this](int column) { return columns[column].level; }, matrix.values,
-                 constants.data());
+                 newConstants_.data());
+  if (newConstants_ != constants) settle();  // levels of rows are those with the old ones
+  constants.swap(newConstants_);
   for (const RhsLink& link : rhsLinks) rows[link.row].rhs = columns[link.column].level;
 }
 

@@ -3,7 +3,6 @@
 
 #include <limits>
 #include <map>
-#include <new>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -106,14 +105,7 @@ struct Variant {
 /// where it stopped reading, if the log is still the same one.
 class BoundLog {
  public:
-  void note(int column, std::size_t columns) noexcept {
-    if (entries_.size() >= columns) restart();
-    try {
-      entries_.push_back(column);
-    } catch (const std::bad_alloc&) {
-      restart();  // then all are looked at
-    }
-  }
+  void note(int column, std::size_t columns) noexcept;
   void restart() {
     entries_.clear();
     ++number_;
@@ -126,6 +118,21 @@ class BoundLog {
   int number_ = 0;
 };
 
+class Instance;
+
+/// Has the levels, marginals and statuses of an instance's last solve.
+class SolutionSource {
+ public:
+  /// Writes them into the instance, which then no longer knows the source. A failure is in the
+  /// statuses and message of the instance.
+  virtual void deliver(Instance& instance) noexcept = 0;
+  /// Nobody will ask for them.
+  virtual void drop() noexcept = 0;
+
+ protected:
+  ~SolutionSource() = default;
+};
+
 class Instance {
  public:
   /// By default, an instance of an empty model. A null directory means that of this library; throws
@@ -133,8 +140,23 @@ class Instance {
   explicit Instance(const ModelData& model = {}, const char* systemDirectory = nullptr);
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
+  ~Instance() { settleFrom(nullptr); }
 
-  int columnCount() const { return static_cast<int>(columns.size()); }
+  /// The last solve has left its solution in a source, but for the level of the objective column.
+  /// Null: what is left somewhere is not wanted any more. The source outlives this, or delivers
+  /// before.
+  void settleFrom(SolutionSource* source) noexcept;
+  /// Gets what the last solve has left in a source: before levels, marginals or statuses are read
+  /// or set one by one, and before what they are computed from changes.
+  void settle() noexcept;
+  /// The same before those of one column are read or set.
+  void settleColumn(int column) noexcept {
+    if (column != objective || isParameter[column] != 0) settle();
+  }
+
+  /// By the list whose items are bytes: no division, in functions that the database calls for each
+  /// entry.
+  int columnCount() const { return static_cast<int>(isParameter.size()); }
   int rowCount() const { return static_cast<int>(rows.size()); }
   bool hasColumn(int column) const { return column >= 0 && column < columnCount(); }
   bool hasRow(int row) const { return row >= 0 && row < rowCount(); }
@@ -148,6 +170,13 @@ class Instance {
   }
   double rhs(int row) const { return view.usesAltRhs ? rows[row].altRhs : rows[row].rhs; }
   bool isSolvedAsInteger() const { return type == MipModel && integerCount > 0; }
+
+  /// Those of parameters concern no solve.
+  void setColumnBound(int column, double ColumnBounds::*field, double value) noexcept {
+    double& target = bounds[column].*field;
+    if (isParameter[column] == 0 && target != value) boundLog.note(column, bounds.size());
+    target = value;
+  }
 
   /// What the last solve tells of the objective. `bound` is what it cannot get better than.
   void setBound(double newBound, bool hasLevels);
@@ -200,6 +229,10 @@ class Instance {
   double gap = kUnknown;    ///< of its levels
   InfeasibleSet infeasibleSet;
   std::string message;  ///< why the last solve failed
+
+ private:
+  SolutionSource* source_ = nullptr;
+  std::vector<double> newConstants_;  ///< kept to be reused
 };
 
 }  // namespace zdb::kit

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace zdb::kit {
 
@@ -29,7 +30,9 @@ bool update(double& value, double newValue) {
 }  // namespace
 
 LinearForm::LinearForm(const Instance& instance)
-    : instanceId_(instance.id), isInteger_(instance.isSolvedAsInteger()) {
+    : instanceId_(instance.id),
+      isInteger_(instance.isSolvedAsInteger()),
+      hasParameterProducts_(instance.terms.hasParameterProducts()) {
   findObjectiveRow(instance);
   std::vector<int> rowNumbers(instance.rows.size(), -1);
   for (int i = 0; i < instance.rowCount(); ++i) {
@@ -51,6 +54,7 @@ LinearForm::LinearForm(const Instance& instance)
   }
   model_.rowLower.resize(rows_.size());
   model_.rowUpper.resize(rows_.size());
+  if (!parameters_.empty()) sums_.resize(instance.columns.size());
 }
 
 // The objective must occur in one row only, an equation, with a coefficient that does not change.
@@ -134,15 +138,27 @@ void LinearForm::refresh(const Instance& instance, bool subtractsConstants, Chan
 void LinearForm::refreshCosts(const Instance& instance, Changes& changes) {
   const int direction = instance.direction;
   const bool isAll = direction != direction_;
+  replacedCosts_.clear();
+  formerCosts_.clear();
+  const auto replace = [&](int column, double cost) {
+    const double former = model_.cost[column];
+    if (!update(model_.cost[column], cost)) return;
+    replacedCosts_.push_back(column);
+    formerCosts_.push_back(former);
+  };
   for (const Source& source : isAll ? costs_ : changingCosts_) {
-    const double cost = -direction * instance.matrix.values[source.place] / objectiveFactor_;
-    if (update(model_.cost[source.target], cost)) changes.costs.push_back(source.target);
+    replace(source.target, -direction * instance.matrix.values[source.place] / objectiveFactor_);
   }
-  const bool isOwn = isAll && objectiveColumn_ >= 0;
-  if (isOwn && update(model_.cost[objectiveColumn_], direction)) {
-    changes.costs.push_back(objectiveColumn_);
-  }
+  if (isAll && objectiveColumn_ >= 0) replace(objectiveColumn_, direction);
+  changes.costs.insert(changes.costs.end(), replacedCosts_.begin(), replacedCosts_.end());
   direction_ = direction;
+}
+
+const std::vector<int>& LinearForm::exchangeCosts() {
+  for (std::size_t k = 0; k < replacedCosts_.size(); ++k) {
+    std::swap(model_.cost[replacedCosts_[k]], formerCosts_[k]);
+  }
+  return replacedCosts_;
 }
 
 void LinearForm::refreshBounds(const Instance& instance, Changes& changes) {
@@ -184,7 +200,7 @@ double LinearForm::offset(const Instance& instance) const {
   return isConstant ? instance.direction * instance.columns[instance.objective].level : 0.0;
 }
 
-void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) const {
+void LinearForm::store(const Solution& solution, bool isOptimal, Instance& instance) {
   const int status = isOptimal ? EntryOk : EntryNotOptimal;
   const double sign = instance.direction;
   // Marginals of basic rows and columns are 0, but solvers return rounding errors. Adding 0 leaves
@@ -206,26 +222,16 @@ void LinearForm::store(const Solution& solution, bool isOptimal, Instance& insta
     row.status = status;
     row.basis = solution.rowBasis[k];
   }
-  if (objectiveRow_ >= 0) storeObjective(solution, instance);
   storeParameters(instance);
 }
 
-// In four sums, which do not wait for each other.
-double LinearForm::costOf(const Solution& solution) const {
-  double sums[4] = {};
-  for (std::size_t k = 0; k < columns_.size(); ++k) {
-    sums[k % 4] += model_.cost[k] * solution.level[k];
-  }
-  return (sums[0] + sums[1]) + (sums[2] + sums[3]);
-}
-
-void LinearForm::storeObjective(const Solution& solution, Instance& instance) const {
-  const double level = instance.direction * (costOf(solution) + model_.offset);
-  ColumnState& objective = instance.columns[instance.objective];
-  objective.level = level;
-  objective.marginal = 0.0;
-  objective.status = EntryOk;
-  objective.basis = Basic;
+void LinearForm::storeObjective(double objective, Instance& instance) const {
+  if (objectiveRow_ < 0) return;
+  ColumnState& column = instance.columns[instance.objective];
+  column.level = instance.direction * objective;
+  column.marginal = 0.0;
+  column.status = EntryOk;
+  column.basis = Basic;
   RowState& row = instance.rows[objectiveRow_];
   row.level = objectiveRhs_ + instance.constants[objectiveRow_];
   row.marginal = 1.0 / objectiveFactor_;
@@ -235,16 +241,17 @@ void LinearForm::storeObjective(const Solution& solution, Instance& instance) co
 
 // A parameter is a fixed column. Its marginal is the change of the objective per unit of its level,
 // which follows from the marginals of the rows and their derivatives by the parameter.
-void LinearForm::storeParameters(Instance& instance) const {
+void LinearForm::storeParameters(Instance& instance) {
   if (parameters_.empty()) return;
-  std::vector<double> sums(instance.columns.size(), 0.0);
+  std::fill(sums_.begin(), sums_.end(), 0.0);
   instance.terms.addDerivatives([&](int column) { return instance.columns[column].level; },
-                                [&](int row) { return instance.rows[row].marginal; }, sums);
-  for (const RhsLink& link : instance.rhsLinks)
-    sums[link.column] -= instance.rows[link.row].marginal;
+                                [&](int row) { return instance.rows[row].marginal; }, sums_);
+  for (const RhsLink& link : instance.rhsLinks) {
+    sums_[link.column] -= instance.rows[link.row].marginal;
+  }
   for (const int j : parameters_) {
     ColumnState& column = instance.columns[j];
-    column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums[j];
+    column.marginal = (j == instance.objective ? 1.0 : 0.0) - sums_[j];
     column.status = EntryOk;
     column.basis = AtLower;
   }

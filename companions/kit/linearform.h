@@ -25,8 +25,18 @@ class LinearForm {
   /// that were set since the last time; the first time, in the size of the model.
   void refresh(const Instance& instance, bool subtractsConstants, Changes& changes);
 
-  /// Writes levels and marginals into the instance.
-  void store(const Solution& solution, bool isOptimal, Instance& instance) const;
+  /// Exchanges the costs that the last refresh has replaced and those that it has put there;
+  /// returns which.
+  const std::vector<int>& exchangeCosts();
+
+  /// Writes the objective of a solution, as it is minimised, into the instance, if no column of the
+  /// model stands for it.
+  void storeObjective(double objective, Instance& instance) const;
+  /// Writes all other levels and marginals into the instance.
+  void store(const Solution& solution, bool isOptimal, Instance& instance);
+  /// Whether that gives the same at any time until constants of rows or the direction change, and
+  /// the objective is known without it.
+  bool canStoreLater() const { return objectiveColumn_ < 0 && !hasParameterProducts_; }
 
   const LinearModel& model() const { return model_; }
   /// The row or column of the instance that is row or column k of the model.
@@ -44,9 +54,7 @@ class LinearForm {
   void refreshBounds(const Instance& instance, Changes& changes);
   void refreshColumn(const Instance& instance, int number, Changes& changes);
   double offset(const Instance& instance) const;
-  double costOf(const Solution& solution) const;
-  void storeObjective(const Solution& solution, Instance& instance) const;
-  void storeParameters(Instance& instance) const;
+  void storeParameters(Instance& instance);
 
   struct Source {  // where a cost or coefficient comes from
     int target;    ///< column of the cost, or place of the coefficient, in model_
@@ -68,7 +76,11 @@ class LinearForm {
   std::vector<Source> changing_;
   std::vector<int> changingPlaces_;
   std::vector<int> changingColumns_;
+  bool hasParameterProducts_;  ///< the marginals of parameters depend on levels of others
+  std::vector<double> sums_;   ///< for the marginals of parameters; kept to be reused
   LinearModel model_;
+  std::vector<int> replacedCosts_;  ///< by the last refresh: columns, and what they were
+  std::vector<double> formerCosts_;
   // What the last refresh has seen.
   bool isFresh_ = false;
   bool usedAltBounds_ = false;

@@ -134,6 +134,11 @@ bool ParameterTerms::setBase(const Matrix& matrix, int row, int column, double v
   return true;
 }
 
+bool ParameterTerms::hasParameterProducts() const {
+  return std::any_of(constants_.begin(), constants_.end(),
+                     [](const Term& term) { return term.other >= 0; });
+}
+
 std::vector<int> ParameterTerms::places() const {
   std::vector<int> places;
   places.reserve(updates_.size());

@@ -53,6 +53,8 @@ class ParameterTerms {
     }
   }
 
+  /// Whether there is a product of two parameters.
+  bool hasParameterProducts() const;
   /// The places of the matrix whose values parameters or hosts change, ascending.
   std::vector<int> places() const;
   /// Sets the coefficient of an open place, without the parameters' terms. Returns false if the

@@ -53,7 +53,24 @@ void Session::load(Instance& instance) {
   makeForm(instance);
 }
 
+void Session::settle() noexcept {
+  if (unsettled_ != nullptr) unsettled_->settle();
+}
+
+void Session::deliver(Instance& instance) noexcept {
+  unsettled_ = nullptr;
+  const auto fetch = [&] {
+    solver_->fetch(solution_);
+    form_->store(solution_, true, instance);
+    return true;
+  };
+  zdb::boundary::guarded(false, fetch, [&](const std::exception& error) {
+    failWith(instance, zdb::boundary::reasonOf(error));
+  });
+}
+
 void Session::makeForm(const Instance& instance) {
+  settle();
   form_.emplace(instance);
   changes_.clear();
   isChecked_ = false;
@@ -67,6 +84,10 @@ Outcome Session::solve(Instance& instance) {
   const StopToken stop(instance.environment);
   instance.iterations = 0;
   instance.message.clear();
+  if (unsettled_ != &instance) {
+    settle();
+    instance.settle();
+  }
   Outcome outcome = Outcome::SetupFailed;
   try {
     outcome = solveChecked(instance, stop);
@@ -84,6 +105,8 @@ Outcome Session::solve(Instance& instance) {
 
 // The state of the solver is unknown, so it is freed.
 Outcome Session::failWith(Instance& instance, const char* why) {
+  if (!std::exchange(isBusy_, false)) settle();
+  if (unsettled_ != nullptr) unsettled_->settleFrom(nullptr);
   solver_.reset();
   instance.refuse(Outcome::SolverFailed, why);
   return Outcome::SolverFailed;
@@ -94,6 +117,7 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   const bool isByItself = !instance.view.isForcedLinear;
   if (isByItself) instance.updateLinear();
   if (!form_.has_value() || !form_->fits(instance)) load(instance);
+  if (!changes_.isEmpty()) settle();
   refresh(instance, isByItself);
   const LinearModel& model = form_->model();
   const bool isSameSize = solution_.level.size() == model.lower.size() &&
@@ -103,6 +127,7 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
     solution_.resize(model.columnCount(), model.rowCount());
   }
   solution_.hasLevels = false;
+  solution_.isInSolver = false;
   solution_.iterations = 0;
   solution_.bound = kUnknown;
   startsAtFirst_ = instance.startsAtFirst;
@@ -113,10 +138,42 @@ Outcome Session::solveChecked(Instance& instance, const StopToken& stop) {
   instance.modelStatus = statuses.model;
   instance.solveStatus = statuses.solve;
   instance.iterations = solution_.iterations;
-  if (solution_.hasLevels) form_->store(solution_, outcome == Outcome::Optimal, instance);
+  if (solution_.hasLevels) take(outcome, instance);
   storeBound(outcome, stop, instance);
+  if (!solution_.hasLevels && !known.has_value() && unsettled_ != nullptr) recover();
   if (isFailure(outcome)) instance.message = std::string("Solver ") + engine_.name + " failed";
   return outcome;
+}
+
+void Session::take(Outcome outcome, Instance& instance) {
+  const bool isOptimal = outcome == Outcome::Optimal;
+  const bool isLater = solution_.isInSolver && isOptimal && form_->canStoreLater();
+  const LinearModel& model = form_->model();
+  if (solution_.isInSolver && !isLater) solver_->fetch(solution_);
+  form_->storeObjective(
+      isLater ? solver_->objective(model) : costOf(model, solution_.level.data()) + model.offset,
+      instance);
+  instance.settleFrom(isLater ? this : nullptr);
+  unsettled_ = isLater ? &instance : nullptr;
+  if (!isLater) form_->store(solution_, isOptimal, instance);
+}
+
+// Without a solution at the new costs, the solver goes back to the costs before, for the solution
+// that it still had, and forth again. It was optimal, and its levels are feasible, so that is near.
+void Session::recover() {
+  static const std::atomic<bool> never{false};
+  Changes costs;
+  costs.costs = form_->exchangeCosts();
+  isBusy_ = true;
+  solver_->change(form_->model(), costs);
+  const Outcome outcome = solver_->solve(&costs, StopToken(never, Limits{}), solution_);
+  isBusy_ = false;
+  if (outcome == Outcome::Optimal) settle();
+  if (unsettled_ != nullptr) unsettled_->settleFrom(nullptr);
+  form_->exchangeCosts();
+  isBusy_ = true;
+  solver_->change(form_->model(), costs);
+  isBusy_ = false;
 }
 
 // Levels that are proven to be the best are their own bound. A model without a solution has none.
@@ -151,7 +208,12 @@ void Session::refresh(const Instance& instance, bool subtractsConstants) {
 
 Outcome Session::callSolver(const StopToken& stop) {
   const LinearModel& model = form_->model();
-  if (startsAtFirst_ && !isFirst_) goBack();
+  const bool goesBack = startsAtFirst_ && !isFirst_;
+  // Where only costs change, its levels stay feasible, and there are new ones unless the model is
+  // unbounded now.
+  if (goesBack || !isLoaded_ || !changes_.areOfCosts()) settle();
+  isBusy_ = true;
+  if (goesBack) goBack();
   const bool isHot = isLoaded_;
   orderChanges();
   if (isHot) {
@@ -164,6 +226,7 @@ Outcome Session::callSolver(const StopToken& stop) {
   changes_.clear();
   hasBasis_ = !isFailure(outcome) && outcome != Outcome::Stopped;
   if (startsAtFirst_ && isFirst_) keepStart(outcome);
+  isBusy_ = false;
   return outcome;
 }
 

@@ -43,6 +43,15 @@ def is_alive(process: int) -> bool:
     return Path(f"/proc/{process}").exists()
 
 
+def is_busy(process: int) -> bool:
+    """Whether it runs at one of several looks, and so does not wait for work."""
+    for _ in range(20):
+        if Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "S":
+            return True
+        time.sleep(0.005)
+    return False
+
+
 def problems(errors: str) -> str:
     """Without the note of what is changed."""
     return "".join(line for line in errors.splitlines(True) if " change" not in line)

@@ -5,10 +5,11 @@ import os
 import signal
 import subprocess
 import sys
+import time
 import unittest
 from collections.abc import Callable
 
-from sweepfolder import SCENARIOS, SweepFolder, children, finish, name, problems
+from sweepfolder import SCENARIOS, SweepFolder, children, finish, is_busy, name, problems
 
 TOOL = sys.argv.pop(1)
 
@@ -87,6 +88,29 @@ class Workers(SweepFolder):
             self.assertEqual(errors, "zdbcc: interrupted\n" if code == 130 else "")
             self.assertTrue(self.whole(TOOL).startswith(output))
             self.assertIn(output.count("\n"), range(11, SCENARIOS))
+
+    def test_results_ahead_of_a_missing_one_are_kept_at_ctrl_c(self) -> None:
+        results, timing = self.path("r.csv"), self.path("timing.csv")
+        self.arguments += ["--timing", str(timing), "--resume", str(results)]
+        process = self.start(3)
+        while not results.exists() or results.read_text().count("\n") < 2:
+            time.sleep(0.001)
+        stopped, *others = children(process.pid)
+        os.kill(stopped, signal.SIGSTOP)  # with scenarios that nobody else takes
+        while any(is_busy(each) for each in others):
+            time.sleep(0.01)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(finish(process)[0], 130)
+        kept = self.path("r.csv.ahead")
+        self.assertTrue(kept.exists())
+        self.assertLess(results.read_text().count("\n"), SCENARIOS)
+        done = timing.read_text().count("\n") - 1
+        self.assertGreater(done, SCENARIOS // 3)
+        self.assertEqual(finish(self.start(2))[0], 0)
+        self.assertEqual(timing.read_text().count("\n") - 1, SCENARIOS)
+        self.arguments = self.arguments[:4]
+        self.assertEqual(results.read_text(), self.whole(TOOL))
+        self.assertFalse(kept.exists())
 
     def test_timing_tells_who_solved_what(self) -> None:
         self.arguments += ["--timing", str(self.path("timing.csv"))]

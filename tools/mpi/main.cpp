@@ -58,7 +58,10 @@ void checkForWorkers(const SweepOptions& options) {
     throw WrongUseError("standard input does not reach all ranks: give the name of a file");
   }
   if (options.limits.megabytes) {
-    throw WrongUseError("--memory-limit is for one machine: use what the batch system has");
+    throw WrongUseError(
+        "--memory-limit is for one machine: limit each rank with the batch system, or with ulimit "
+        "-d "
+        "before mpirun");
   }
 }
 

@@ -1,11 +1,13 @@
 #include "changes.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <optional>
 
 #include "contract/names.h"
 #include "csvreader.h"
+#include "entry.h"
 #include "values.h"
 
 namespace zdb::tool {
@@ -63,20 +65,19 @@ std::optional<double> valueOf(std::string_view text) {
 
 }  // namespace
 
-void takeDataFile(Model& model, const std::string& file, Console& console) {
-  const zdbcc::Database data = read(file);
-  int taken = 0;
+void NamedChanges::takeUpdatable(Model& model, Console& console) const {
+  if (dataFile_.empty()) return;
+  const zdbcc::Database data = read(dataFile_);
+  std::size_t taken = paramCount_;
   for (const zdbcc::Symbol& source : data.symbols()) {
     const std::string name = source.name();
     if (source.type() != ZDB_PARAMETER || !model.hasParameter(name)) continue;
     const zdbcc::Symbol target = model.parameter(name);
     target.copyFrom(source);
-    std::string place = file;
-    place.append(": ").append(name);
-    noteUnmatched(console, place, model.update(target, ZDB_MISSING_KEEP));
+    noteUnmatched(console, dataFile_ + ": " + name, model.update(target, ZDB_MISSING_KEEP));
     ++taken;
   }
-  if (taken == 0) throw ToolError(file + " has no parameter that is updatable in the model");
+  if (taken == 0) throw ToolError(dataFile_ + " has no parameter that is updatable in the model");
 }
 
 std::string fileOfChange(const std::string& option) {
@@ -86,8 +87,32 @@ std::string fileOfChange(const std::string& option) {
   return valueOf(content) ? "" : content;
 }
 
-NamedChanges::NamedChanges(const std::vector<std::string>& options) {
+NamedChanges::NamedChanges(const std::vector<std::string>& options, const std::string& dataFile,
+                           const ModelSource& model)
+    : dataFile_(dataFile) {
+  if (!dataFile.empty()) takeParams(dataFile, paramsOf(model));
+  paramCount_ = names_.size();
   for (const std::string& option : options) take(option);
+}
+
+void NamedChanges::takeParams(const std::string& file, const std::vector<std::string>& params) {
+  if (params.empty()) return;
+  const zdbcc::Database data = read(file);
+  const double undefined = data.specialValues()[ZDB_SV_UNDEFINED];
+  for (const std::string& name : params) {
+    const std::optional<zdbcc::Symbol> symbol = data.findSymbol(name);
+    if (!symbol || symbol->type() != ZDB_PARAMETER || symbol->size() == 0) continue;
+    names_.push_back(name);
+    sources_.push_back({file, values_.size(), {}});
+    for (const auto& record : symbol->records()) {
+      std::vector<std::string> labels;
+      for (int d = 0; d < symbol->dim(); ++d) labels.emplace_back(record.label(d));
+      if (record.value() == undefined) {
+        throw ToolError(file + ": " + entryText({name, labels}) + " is undefined");
+      }
+      values_.push_back({names_.size() - 1, std::move(labels), record.value()});
+    }
+  }
 }
 
 void NamedChanges::take(const std::string& option) {
@@ -97,10 +122,9 @@ void NamedChanges::take(const std::string& option) {
   if (name.empty() || content.empty()) {
     throw WrongUseError("--set needs NAME=FILE or NAME=VALUE, not " + printable(option));
   }
-  for (const std::string& other : names_) {
-    if (name == other) {
-      throw WrongUseError("--set " + printable(name) + " is given twice");
-    }
+  if (std::find(names_.begin() + static_cast<std::ptrdiff_t>(paramCount_), names_.end(), name) !=
+      names_.end()) {
+    throw WrongUseError("--set " + printable(name) + " is given twice");
   }
   names_.push_back(name);
   sources_.push_back({"", values_.size(), {}});
@@ -142,6 +166,7 @@ void NamedChanges::takeFile(const std::string& file) {
 std::string NamedChanges::placeOf(std::size_t value) const {
   const Source& source = sources_[values_[value].change];
   if (source.file.empty()) return "--set " + names_[values_[value].change] + ": ";
+  if (source.rows.empty()) return source.file + ": ";
   return source.file + ": row " + std::to_string(source.rows[value - source.firstValue]) + ": ";
 }
 

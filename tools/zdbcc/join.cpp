@@ -1,5 +1,6 @@
 // zdbcc join: puts the results of the parts of a sweep together.
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -17,6 +18,7 @@ namespace {
 struct JoinOptions {
   std::vector<std::string> files;
   std::string output;
+  std::string records;
   bool force = false;
 };
 
@@ -26,6 +28,7 @@ struct PartFile {
   std::string fingerprint;  ///< without what differs between parts
   Part part = {};
   std::size_t scenarios = 0;  ///< of the whole sweep
+  std::string records = {};   ///< its table in long form, or empty
 };
 
 std::string takeLine(std::string& text, const std::string& name) {
@@ -51,9 +54,51 @@ PartFile readPartFile(const std::string& name) {
     throw ToolError(fingerprintFile(name) + " is damaged");
   }
   file.scenarios = std::strtoull(takeLine(rest, kCountLine).c_str(), nullptr, 10);
+  const std::string records = takeLine(rest, kRecordsLine);
+  if (!records.empty()) {
+    file.records = (std::filesystem::path(name).parent_path() / records).lexically_normal();
+  }
   file.fingerprint = rest;
   return file;
 }
+
+/// The name of the scenario that begins a row, as it is written there.
+std::string_view scenarioOf(std::string_view row) {
+  std::size_t end = 0;
+  for (bool isQuoted = false; end < row.size() && (isQuoted || row[end] != ','); ++end) {
+    if (row[end] == '"') isQuoted = !isQuoted;
+  }
+  return row.substr(0, end);
+}
+
+/// Tables of the same heading, one after the other.
+class JoinedTable {
+ public:
+  explicit JoinedTable(const std::string& name) : output_(name) {}
+
+  /// Appends the rows of a file and hands each to a function. False if there is not even a heading.
+  template <typename Take>
+  bool append(const std::string& name, Take take) {
+    std::ifstream stream(name, std::ios::binary);
+    std::string line;
+    if (!readWholeLine(stream, line)) return false;
+    if (heading_.empty()) {
+      heading_ = line;
+      output_.write(line);
+    }
+    if (line != heading_) throw ToolError(name + " has another heading");
+    while (readWholeLine(stream, line)) {
+      take(line);
+      output_.write(line);
+    }
+    return true;
+  }
+  void publish() { output_.publish(); }
+
+ private:
+  NewFileOutput output_;
+  std::string heading_;
+};
 
 class Join {
  public:
@@ -67,12 +112,17 @@ class Join {
   void run() {
     for (const PartFile& file : files_) requireSame(file);
     requireAll();
-    NewFileOutput output(options_.output);
-    for (const PartFile& file : files_) copy(file, output);
+    JoinedTable output(options_.output);
+    for (PartFile& file : files_) copy(file, output);
+    if (!options_.records.empty()) joinRecords();
     NewFileOutput fingerprint(fingerprintFile(options_.output));
     fingerprint.write(files_.front().fingerprint);
     fingerprint.write(std::string(kPartLine) + ": " + Part().text() + '\n');
     fingerprint.write(std::string(kCountLine) + ": " + std::to_string(files_[0].scenarios) + '\n');
+    if (!options_.records.empty()) {
+      const std::string records = besideResults(options_.records, options_.output);
+      fingerprint.write(std::string(kRecordsLine) + ": " + records + '\n');
+    }
     output.publish();
     fingerprint.publish();
   }
@@ -100,19 +150,31 @@ class Join {
     }
   }
 
-  void copy(const PartFile& file, Output& output) {
-    std::ifstream stream(file.name, std::ios::binary);
-    std::string line;
-    std::size_t rows = 0;
-    if (!readWholeLine(stream, line)) failUnfinished(file, rows);
-    if (heading_.empty()) {
-      heading_ = line;
-      output.write(line);
-    }
-    if (line != heading_) throw ToolError(file.name + " has another heading");
-    for (; readWholeLine(stream, line); ++rows) output.write(line);
+  void copy(PartFile& file, JoinedTable& output) {
+    std::vector<std::string>& names = names_.emplace_back();
+    output.append(file.name, [&](const std::string& row) { names.emplace_back(scenarioOf(row)); });
     const Part& part = file.part;
-    if (rows != part.end(file.scenarios) - part.begin(file.scenarios)) failUnfinished(file, rows);
+    if (names.size() == part.end(file.scenarios) - part.begin(file.scenarios)) return;
+    failUnfinished(file, names.size());
+  }
+
+  /// Scenarios have any number of records, in the order of their rows.
+  void joinRecords() const {
+    JoinedTable output(options_.records);
+    for (std::size_t k = 0; k < files_.size(); ++k) {
+      const std::string& name = files_[k].records;
+      if (name.empty()) throw ToolError(files_[k].name + " was made without --long");
+      auto next = names_[k].begin();
+      const auto take = [&](const std::string& row) {
+        next = std::find(next, names_[k].end(), scenarioOf(row));
+        if (next != names_[k].end()) return;
+        throw ToolError(name + ": the row of " + std::string(scenarioOf(row)) +
+                        " does not go with the rows of " + files_[k].name);
+      };
+      if (output.append(name, take)) continue;
+      throw ToolError(name + ", the long table of " + files_[k].name + ", cannot be read");
+    }
+    output.publish();
   }
 
   [[noreturn]] static void failUnfinished(const PartFile& file, std::size_t rows) {
@@ -124,11 +186,12 @@ class Join {
 
   const JoinOptions& options_;
   std::vector<PartFile> files_;
-  std::string heading_;
+  std::vector<std::vector<std::string>> names_;  ///< of the scenarios of each
 };
 
 void runJoin(const JoinOptions& options, Console& /*console*/) {
   if (!options.force) checkNewOutput(options.output, options.files);
+  if (!options.force && !options.records.empty()) checkNewOutput(options.records, options.files);
   Join(options).run();
 }
 
@@ -157,6 +220,13 @@ Exchange files of parts are put together by `zdbcc merge`.)",
                    .text = "CSV file to write",
                    .target = into(&JoinOptions::output),
                    .isRequired = true},
+                  {.name = "long",
+                   .value = "FILE",
+                   .kind = Kind::File,
+                   .text = "CSV file to write, of the parts' tables in long form",
+                   .details = "These are where they were when the parts were made, seen from the "
+                              "results of each.",
+                   .target = into(&JoinOptions::records)},
                   {.name = "force",
                    .text = "Write over a file that is there",
                    .target = into(&JoinOptions::force)}},

@@ -66,16 +66,10 @@ void ScenarioSolver::open() {
 // What the first solve would find out.
 void ScenarioSolver::requireSolver() const {
   if (options_.solver.empty()) return;
-  const std::vector<SolverInfo> all = solverInfos();
-  const auto found = std::find_if(all.begin(), all.end(), [&](const SolverInfo& solver) {
-    return zdb::contract::lowerCase(solver.name) == zdb::contract::lowerCase(options_.solver);
-  });
-  if (found == all.end()) failUnknownSolver(options_.solver);
-  if (!found->isUsable())
-    throw ToolError("the solver " + found->name + " cannot be used: " + found->whyNot);
+  const SolverInfo solver = usableSolver(options_.solver);
   const bool isInteger = !options_.relaxes && zkitIntegerColumns(model_->instance()) > 0;
-  if (!isInteger || std::count(found->types.begin(), found->types.end(), "MIP") > 0) return;
-  throw ToolError("the solver " + found->name +
+  if (!isInteger || std::count(solver.types.begin(), solver.types.end(), "MIP") > 0) return;
+  throw ToolError("the solver " + solver.name +
                   " does not solve models with integer columns: use another one, or --relax");
 }
 

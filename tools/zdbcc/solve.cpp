@@ -11,6 +11,7 @@
 #include "solution.h"
 #include "solvelimits.h"
 #include "solvereport.h"
+#include "solverinfo.h"
 #include "verbs.h"
 #include "zkitdclib.h"
 
@@ -94,9 +95,10 @@ class SolveRun {
   SolveRun(const SolveOptions& options, Console& console)
       : options_(options),
         console_(console),
-        changes_(options.sets),
-        changing_(withTexts(options.model), changes_.names(), {changes_.scenario()},
-                  UnknownEntries::Count, [this](Model& model) { prepare(model); }),
+        source_(withTexts(options.model)),
+        changes_(options.sets, options.dataFile, source_),
+        changing_(source_, changes_.names(), {changes_.scenario()}, UnknownEntries::Count,
+                  [this](Model& model) { prepare(model); }),
         model_(changing_.apply(0)) {}
 
   ExitCode run() {
@@ -120,7 +122,7 @@ class SolveRun {
     if (options_.minimizes || options_.maximizes) turn(instance, options_.minimizes ? 1 : -1);
     if (options_.logs) zkitSetLog(instance, logLine, &console_);
     options_.limits.apply(instance);
-    if (!options_.dataFile.empty()) takeDataFile(model, options_.dataFile, console_);
+    changes_.takeUpdatable(model, console_);
   }
 
   void turn(void* instance, int direction) {
@@ -171,6 +173,7 @@ class SolveRun {
 
   const SolveOptions& options_;
   Console& console_;
+  ModelSource source_;
   NamedChanges changes_;
   ChangingModel changing_;
   Model& model_;
@@ -180,6 +183,7 @@ class SolveRun {
 
 ExitCode runSolve(const SolveOptions& options, Console& console) {
   check(options);
+  if (!options.solver.empty()) usableSolver(options.solver);
   checkOutputOf(options);
   return withMemoryLimit(options.limits.megabytes,
                          [&] { return SolveRun(options, console).run(); });
@@ -190,7 +194,9 @@ std::vector<Option> solveOptions() {
       {.name = "data",
        .value = "FILE",
        .kind = Kind::File,
-       .text = "Exchange file with values of updatable parameters",
+       .text = "Exchange file with values of parameters",
+       .details = "Those that are updatable, and the params of a MathProg model; `--set` comes "
+                  "after them.",
        .target = into(&SolveOptions::dataFile)},
       {.name = "set",
        .value = "NAME=VALUE",

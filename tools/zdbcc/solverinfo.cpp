@@ -1,6 +1,7 @@
 #include "solverinfo.h"
 
 #include "console.h"
+#include "contract/names.h"
 #include "guess.h"
 #include "zkitdclib.h"
 
@@ -36,6 +37,15 @@ std::vector<SolverInfo> solverInfos() {
     infos.push_back({name, version, typesOf(types), worksInPlace != 0, whyNot});
   }
   return infos;
+}
+
+SolverInfo usableSolver(const std::string& name) {
+  for (const SolverInfo& solver : solverInfos()) {
+    if (!zdb::contract::isSameText(solver.name, name)) continue;
+    if (solver.isUsable()) return solver;
+    throw ToolError("the solver " + solver.name + " cannot be used: " + solver.whyNot);
+  }
+  failUnknownSolver(name);
 }
 
 void failUnknownSolver(std::string_view name) {

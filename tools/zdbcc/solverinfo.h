@@ -21,6 +21,10 @@ struct SolverInfo {
 
 std::vector<SolverInfo> solverInfos();
 
+/// The solver of a name, whatever its case. Throws ToolError if there is none, with those there are
+/// and a guess at what was meant, or if it cannot be used here.
+SolverInfo usableSolver(const std::string& name);
+
 /// Throws ToolError with the solvers there are, and a guess at what was meant.
 [[noreturn]] void failUnknownSolver(std::string_view name);
 

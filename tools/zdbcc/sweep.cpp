@@ -1,11 +1,10 @@
 // zdbcc sweep: solves many scenarios of a model, one after the other, into one table.
-#include <numeric>
-
 #include "chart/durationchart.h"
 #include "limitedprocess.h"
 #include "modeltext.h"
 #include "progress.h"
 #include "scenariosolver.h"
+#include "solverinfo.h"
 #include "sweep/scheduler.h"
 #include "sweepoptions.h"
 #include "sweepwork.h"
@@ -31,9 +30,8 @@ class Solving {
   }
 
   void run() {
-    std::vector<sweep::Task> tasks(writer_.end() - writer_.next());
-    std::iota(tasks.begin(), tasks.end(), writer_.next());
-    sweep::Scheduler scheduler(std::move(tasks), *workers_,
+    const std::vector<std::size_t> missing = writer_.missing();
+    sweep::Scheduler scheduler({missing.begin(), missing.end()}, *workers_,
                                [&](const sweep::Outcome& outcome) { take(outcome); },
                                {.keepsGoing = options_.keepsGoing});
     const auto ending = scheduler.run([&] { return isInterrupted(); });
@@ -51,9 +49,7 @@ class Solving {
     }
   }
 
-  /// Rows that are ahead of an earlier one are not kept: results are those of the first scenarios.
   void take(const sweep::Outcome& outcome) {
-    if (outcome.task != writer_.next()) return;
     const Scenarios& scenarios = solver_.scenarios();
     const std::string& name = scenarios.name(outcome.task);
     const ScenarioResult result = resultOf(outcome, solver_);
@@ -61,7 +57,7 @@ class Solving {
       throw ToolError(scenarios.place(outcome.task) + (outcome.endedWorker ? name + ": " : "") +
                       result.failure);
     }
-    writer_.write(result);
+    outcome.task == writer_.next() ? writer_.write(result) : writer_.keep(outcome.task, result);
     if (timing_) timing_->write(name, workers_->name(outcome.worker), outcome);
   }
 
@@ -160,6 +156,7 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
 ExitCode runSweep(const SweepOptions& options, Console& console) {
   options.limits.check();
   requireOneStandardInput({options.scenarios, options.model.file, options.model.data});
+  if (!options.solver.empty()) usableSolver(options.solver);
   readPart(options.part);
   checkOutputsOf(options);
   checkForWorkers(options);
@@ -208,7 +205,8 @@ std::vector<Option> sweepOptions() {
        .value = "FILE",
        .kind = Kind::File,
        .text = "Results to go on with, or to begin if they are not there",
-       .details = "Rows that are there are kept, also if the sweep was killed. Refused if model, "
+       .details = "Rows that are there are kept, also if the sweep was killed; so are results that "
+                  "Ctrl-C found ahead of a missing one, in `FILE.ahead`. Refused if model, "
                   "data, scenarios, options or version are not those with which they were begun, "
                   "which `FILE.sweep` tells.",
        .target = into(&SweepOptions::resumed)},

@@ -1,11 +1,23 @@
 #include "sweepfiles.h"
 
+#include <filesystem>
 #include <iterator>
+
+#include "console.h"
 
 namespace zdb::tool {
 
 std::string fingerprintFile(const std::string& results) {
   return results + ".sweep";
+}
+
+std::string aheadFile(const std::string& results) {
+  return results + ".ahead";
+}
+
+std::string besideResults(const std::string& file, const std::string& results) {
+  const auto folder = std::filesystem::path(results).parent_path();
+  return printable(std::filesystem::proximate(file, folder.empty() ? "." : folder).string());
 }
 
 std::string readFingerprint(const std::string& results) {

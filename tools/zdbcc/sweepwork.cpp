@@ -19,6 +19,8 @@ void visit(Wire& wire, Result& result, double& objective, bool& hasObjective) {
   wire.number(objective);
 }
 
+}  // namespace
+
 std::string packed(const ScenarioResult& result) {
   contract::Packer wire;
   double objective = result.objective.value_or(0);
@@ -27,7 +29,15 @@ std::string packed(const ScenarioResult& result) {
   return wire.take();
 }
 
-}  // namespace
+ScenarioResult unpackedResult(std::string_view bytes) {
+  contract::Unpacker wire(bytes);
+  ScenarioResult result;
+  double objective = 0;
+  bool hasObjective = false;
+  visit(wire, result, objective, hasObjective);
+  if (hasObjective) result.objective = objective;
+  return result;
+}
 
 sweep::Work sweepWork(ScenarioSolver& solver) {
   return [&solver](sweep::Task scenario) -> sweep::Answer {
@@ -38,13 +48,7 @@ sweep::Work sweepWork(ScenarioSolver& solver) {
 
 ScenarioResult resultOf(const sweep::Outcome& outcome, ScenarioSolver& solver) {
   if (outcome.endedWorker) return solver.failedResult(outcome.task, outcome.content);
-  contract::Unpacker wire(outcome.content);
-  ScenarioResult result;
-  double objective = 0;
-  bool hasObjective = false;
-  visit(wire, result, objective, hasObjective);
-  if (hasObjective) result.objective = objective;
-  return result;
+  return unpackedResult(outcome.content);
 }
 
 unsigned workerCount(const SweepOptions& options) {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include "scenariosolver.h"
 #include "sweep/work.h"
@@ -10,6 +12,11 @@ namespace zdb::tool {
 
 /// Solves the scenario that has the number of the task. The solver must last as long as this.
 sweep::Work sweepWork(ScenarioSolver& solver);
+
+/// A result as bytes, for this program elsewhere or later, and back. Throws contract::CutError for
+/// other bytes.
+std::string packed(const ScenarioResult& result);
+ScenarioResult unpackedResult(std::string_view bytes);
 
 /// What the work found out, on whichever machine.
 ScenarioResult resultOf(const sweep::Outcome& outcome, ScenarioSolver& solver);

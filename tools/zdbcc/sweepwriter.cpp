@@ -74,7 +74,11 @@ std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
   fingerprint.add("--gap", textOf(options.limits.gap));
   fingerprint.add(kPartLine, readPart(options.part).text());
   // For who joins parts; when something is continued, the hash of the scenarios says as much.
-  return fingerprint.text() + kCountLine + ": " + std::to_string(solver.scenarios().count()) + '\n';
+  std::string text = fingerprint.text();
+  text.append(kCountLine).append(": ").append(std::to_string(solver.scenarios().count())) += '\n';
+  if (options.records.empty()) return text;
+  const std::string records = besideResults(options.records, options.target());
+  return text.append(kRecordsLine).append(": ").append(records) + '\n';
 }
 
 bool isThere(const std::string& file) {
@@ -144,7 +148,8 @@ void checkOutputsOf(const SweepOptions& options) {
   if (!options.output.empty() && !options.resumed.empty())
     throw WrongUseError("--output and --resume both name the results: --resume is enough");
   if (options.json && !options.resumed.empty())
-    throw WrongUseError("--resume goes on with CSV or an exchange file, not with JSON");
+    throw WrongUseError(
+        "--resume goes on with CSV or an exchange file, not with JSON: leave --json out");
   if (options.json && options.writesExchangeFile())
     throw WrongUseError("--json and an exchange file do not go together");
   if (!options.records.empty() && options.writesExchangeFile())
@@ -187,7 +192,17 @@ SweepWriter::SweepWriter(const SweepOptions& options, ScenarioSolver& solver, Co
                       " cannot be resumed: changed since it was begun: " + changes);
     }
   }
+  const bool canBeResumed = !isToConsole() && !options_.json;
+  if (canBeResumed) ahead_ = AheadResults(aheadFile(options_.target()));
   isOld ? resume(text) : begin(text);
+}
+
+std::vector<std::size_t> SweepWriter::missing() const {
+  std::vector<std::size_t> scenarios;
+  for (std::size_t i = next(); i < end(); ++i) {
+    if (!ahead_.has(i)) scenarios.push_back(i);
+  }
+  return scenarios;
 }
 
 void SweepWriter::begin(const std::string& fingerprint) {
@@ -202,24 +217,45 @@ void SweepWriter::begin(const std::string& fingerprint) {
     file.write(fingerprint);
     file.publish();
   }
+  ahead_.save();  // that of another sweep is gone
   emit(options_.json ? "[" : heading_);
 }
 
 void SweepWriter::resume(const std::string& fingerprint) {
   EarlierResults earlier = readEarlierResults(rowFile(options_), heading_, scenarios_, first());
   if (earlier.size == 0) return begin(fingerprint);
+  const std::string records = recordFile(options_);
+  if (earlier.rows > 0 && !records.empty() && !isThere(records)) {
+    throw ToolError(options_.resumed + " cannot be resumed: " + records +
+                    ", which has the records of its rows, is not there");
+  }
   objectives_ = std::move(earlier.objectives);
   failed_ = earlier.failed;
   rows_ = std::make_unique<AppendFile>(rowFile(options_), earlier.size);
-  const std::string records = recordFile(options_);
-  if (records.empty()) return;
-  const std::uint64_t size = sizeOfRecords(records, recordHeading_, scenarios_, next());
-  records_ = std::make_unique<AppendFile>(records, size);
-  if (size == 0) records_->write(recordHeading_);
+  if (!records.empty()) {
+    const std::uint64_t size = sizeOfRecords(records, recordHeading_, scenarios_, next());
+    records_ = std::make_unique<AppendFile>(records, size);
+    if (size == 0) records_->write(recordHeading_);
+  }
+  ahead_.load();
+  writeAhead();
+}
+
+void SweepWriter::write(const ScenarioResult& result) {
+  writeRow(result);
+  writeAhead();
+}
+
+void SweepWriter::keep(std::size_t scenario, ScenarioResult result) {
+  ahead_.add(scenario, std::move(result));
+}
+
+void SweepWriter::writeAhead() {
+  while (const auto result = ahead_.take(next())) writeRow(*result);
 }
 
 // Records come first: a scenario that has a row has all of its records, too.
-void SweepWriter::write(const ScenarioResult& result) {
+void SweepWriter::writeRow(const ScenarioResult& result) {
   if (records_ != nullptr && !result.records.empty()) records_->write(result.records);
   if (options_.json) {  // with the commas between the objects of an array
     const std::string_view object(result.row.data(), result.row.size() - 1);
@@ -232,6 +268,7 @@ void SweepWriter::write(const ScenarioResult& result) {
 }
 
 void SweepWriter::finish() {
+  ahead_.save();
   if (options_.json) emit(count() == 0 ? "]\n" : "\n]\n");
   if (!options_.writesExchangeFile() || count() == 0) return;
   writeSweepExchangeFile(options_.target(), rowFile(options_), recordFile(options_), symbols_);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "aheadresults.h"
 #include "appendfile.h"
 #include "console.h"
 #include "part.h"
@@ -34,8 +35,14 @@ class SweepWriter {
   const std::vector<std::optional<double>>& objectives() const { return objectives_; }
   std::size_t failed() const { return failed_; }
 
-  /// The next result.
+  /// The scenarios that are still to be solved.
+  std::vector<std::size_t> missing() const;
+
+  /// The next result, and those ahead of it that it lets through.
   void write(const ScenarioResult& result);
+  /// One that is ahead of the next: kept until its turn, for which a sweep that is broken off has
+  /// a file.
+  void keep(std::size_t scenario, ScenarioResult result);
   /// What follows the last result, also if not all scenarios were solved.
   void finish();
 
@@ -43,6 +50,8 @@ class SweepWriter {
   bool isToConsole() const { return options_.target().empty(); }
   void resume(const std::string& fingerprint);
   void begin(const std::string& fingerprint);
+  void writeRow(const ScenarioResult& result);
+  void writeAhead();
   void emit(std::string_view text);
 
   const SweepOptions options_;
@@ -54,6 +63,7 @@ class SweepWriter {
   std::vector<SweptSymbol> symbols_;  ///< of an exchange file
   std::unique_ptr<AppendFile> rows_;  ///< null: to the console
   std::unique_ptr<AppendFile> records_;
+  AheadResults ahead_;
   std::vector<std::optional<double>> objectives_;
   std::size_t failed_ = 0;
 };

@@ -100,7 +100,8 @@ class Cbc : public Solver {
     if (outcome == Outcome::Optimal && !isInteger_.empty()) {
       outcome = branch(stop, limits, solution);
     } else if (isInteger_.empty() && isUsable(simplex, outcome)) {
-      fetch(simplex, solution);
+      kit::fetch(simplex, solution);
+      solution.hasLevels = true;
     }
     solution.iterations = limits.iterations();
     return outcome;
@@ -181,11 +182,11 @@ class Cbc : public Solver {
     }
     ClpSimplex& simplex = *solver_.getModelPtr();
     simplex.dual();
-    if (simplex.status() == 0) return fetch(simplex, solution);
+    solution.hasLevels = true;
+    if (simplex.status() == 0) return kit::fetch(simplex, solution);
     // Rounding made it infeasible: the levels as they were found.
     std::copy_n(best, isInteger_.size(), solution.level.begin());
     solver_.getMatrixByCol()->times(best, solution.rowLevel.data());
-    solution.hasLevels = true;
   }
 
   static constexpr double kLongest = 1.0e9;  // seconds

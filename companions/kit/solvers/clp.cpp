@@ -4,6 +4,7 @@
 #include <ClpFactorization.hpp>
 #include <ClpSimplex.hpp>
 #include <memory>
+#include <optional>
 
 #include "kit/solvers/clpmodel.h"
 #include "kit/solvers/solver.h"
@@ -49,17 +50,26 @@ class Clp : public Solver {
     const ClpWatch watch(simplex_, limits);
     messages_.setLog(stop.log());
     simplex_.setNumberIterations(0);
+    objective_.reset();
     if (changes == nullptr) {
       solveFromScratch(simplex_);
     } else if (changes->needsDualStart()) {
       simplex_.dual();
     } else {
       simplex_.primal();
+      const bool isSure = simplex_.status() == 0 && simplex_.secondaryStatus() == 0;
+      if (isSure) objective_ = simplex_.objectiveValue();
     }
     const Outcome outcome = concludedOutcome(simplex_, limits);
     solution.iterations = limits.iterations();
-    if (isUsable(simplex_, outcome)) fetch(simplex_, solution);
+    solution.hasLevels = solution.isInSolver = isUsable(simplex_, outcome);
     return outcome;
+  }
+
+  void fetch(Solution& solution) override { kit::fetch(simplex_, solution); }
+  double objective(const LinearModel& model) const override {
+    const double* levels = simplex_.getColSolution();
+    return (objective_ ? *objective_ : costOf(model, levels)) + model.offset;
   }
 
   // All of it: a simplex goes by more than its basis, such as the order in which coefficients stand
@@ -73,6 +83,7 @@ class Clp : public Solver {
  private:
   LogHandler messages_;  // of the simplex and of the copies that clp makes of it
   ClpSimplex simplex_;
+  std::optional<double> objective_;  // where clp is known to have added it up from the levels
   std::unique_ptr<ClpSimplex> start_;
 };
 

@@ -110,7 +110,6 @@ void fetch(const ClpSimplex& simplex, Solution& solution) {
   for (std::size_t i = 0; i < rows; ++i) {
     solution.rowBasis[i] = basisOf(simplex.getRowStatus(static_cast<int>(i)));
   }
-  solution.hasLevels = true;
 }
 
 }  // namespace zdb::kit

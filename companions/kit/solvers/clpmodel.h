@@ -76,6 +76,7 @@ Outcome concludedOutcome(ClpSimplex& simplex, const ClpLimits& limits);
 /// Whether its levels are worth fetching: those of a solve that ended too early may be.
 bool isUsable(const ClpSimplex& simplex, Outcome outcome);
 
+/// Sets the vectors of a solution.
 void fetch(const ClpSimplex& simplex, Solution& solution);
 
 }  // namespace zdb::kit

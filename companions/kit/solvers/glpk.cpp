@@ -53,6 +53,9 @@ class Problem {
   void change(const LinearModel& model, const Changes& changes);
   void solve(const Changes* changes, const StopToken& stop, Solution& solution);
 
+  void fetch(Solution& solution) const;
+  double objective() const { return glp_get_obj_val(problem_); }
+
   void keepStart();
   void goBack(const LinearModel& model);
 
@@ -71,7 +74,6 @@ class Problem {
     return stop.log().isOn() ? GLP_MSG_ALL : GLP_MSG_OFF;
   }
   bool isInteger(int column) const { return !integer_.empty() && integer_[column] != 0; }
-  void fetch(Solution& solution) const;
 
   glp_prob* problem_ = nullptr;
   glp_prob* start_ = nullptr;  // a copy
@@ -167,7 +169,7 @@ void Problem::solve(const Changes* changes, const StopToken& stop, Solution& sol
   } else if (outcome == Outcome::Optimal ||
              (integer_.empty() && glp_get_prim_stat(problem_) == GLP_FEAS &&
               outcome != Outcome::Unbounded && !isFailure(outcome))) {
-    fetch(solution);
+    solution.hasLevels = solution.isInSolver = true;
   }
   solution.iterations = glp_get_it_cnt(problem_) - before;
 }
@@ -284,13 +286,13 @@ void Problem::fixIntegers(const StopToken& stop, Solution& solution) {
   how.msg_lev = messageLevel(stop);
   how.meth = GLP_DUALP;
   const bool isSolved = !stop.isStopRequested() && glp_simplex(problem_, &how) == 0;
+  solution.hasLevels = true;
   if (isSolved && glp_get_status(problem_) == GLP_OPT) {
     fetch(solution);
   } else {  // no time, or rounding made it infeasible: the levels as they were found
     for (int j = 1; j <= columns; ++j) solution.level[j - 1] = glp_mip_col_val(problem_, j);
     const int rows = glp_get_num_rows(problem_);
     for (int i = 1; i <= rows; ++i) solution.rowLevel[i - 1] = glp_mip_row_val(problem_, i);
-    solution.hasLevels = true;
   }
   for (int j = 1; j <= columns; ++j) {
     if (!isInteger(j - 1)) continue;
@@ -312,7 +314,6 @@ void Problem::fetch(Solution& solution) const {
     solution.rowMarginal[i - 1] = glp_get_row_dual(problem_, i);
     solution.rowBasis[i - 1] = basisOf(glp_get_row_stat(problem_, i));
   }
-  solution.hasLevels = true;
 }
 
 // Takes what GLPK says, in pieces, and passes it on line by line. GLPK turns its output on by
@@ -368,6 +369,10 @@ class Glpk : public Solver {
     run(stop.log(), [&] { problem_.solve(changes, stop, solution); });
     return problem_.outcome;
   }
+  void fetch(Solution& solution) override {
+    run({}, [&] { problem_.fetch(solution); });
+  }
+  double objective(const LinearModel& /*model*/) const override { return problem_.objective(); }
 
   bool keepStart() override {
     run({}, [&] { problem_.keepStart(); });

@@ -225,7 +225,6 @@ class Problem {
     for (std::vector<int>* statuses : {&solution.basis, &solution.rowBasis}) {
       std::transform(statuses->begin(), statuses->end(), statuses->begin(), basisOf);
     }
-    solution.hasLevels = true;
   }
 
   Basis basis(int columns, int rows) const {
@@ -314,6 +313,11 @@ class Highs : public Solver {
     return outcome;
   }
 
+  void fetch(Solution& solution) override { linear_.fetch(solution); }
+  double objective(const LinearModel& /*model*/) const override {
+    return linear_.doubleInfo("objective_function_value");
+  }
+
   // Basis and best levels are all that a solve goes by; the problem is loaded again, as others.
   bool keepStart() override {
     start_ = linear_.basis(columns_, rows_);
@@ -332,7 +336,7 @@ class Highs : public Solver {
     const Outcome outcome = linear_.solve(isHot, !isHot || changes->needsDualStart(), watch);
     const bool isKnown = outcome == Outcome::Infeasible || outcome == Outcome::Unbounded ||
                          outcome == Outcome::InfeasibleOrUnbounded;
-    if (!isKnown && linear_.isFeasible()) linear_.fetch(solution);
+    solution.hasLevels = solution.isInSolver = !isKnown && linear_.isFeasible();
     return outcome;
   }
 

@@ -24,8 +24,14 @@ class Solver {
   virtual void change(const LinearModel& model, const Changes& changes) = 0;
   /// Solves from the basis of the last solve, after the given changes, or from scratch if they are
   /// null. The vectors of the solution have their sizes; all but the iterations are set only if
-  /// there are levels.
+  /// there are levels, and the vectors not even then if the solution says that they are here still.
   virtual Outcome solve(const Changes* changes, const StopToken& stop, Solution& solution) = 0;
+
+  /// Sets the vectors of a solution that is here still: until the next call that is not one of
+  /// these two.
+  virtual void fetch(Solution& /*solution*/) {}
+  /// The objective of such a solution, offset included. `model` is the one that was solved.
+  virtual double objective(const LinearModel& /*model*/) const { return 0.0; }
 
   /// Keeps problem and basis as they are after a solve, for goBack(); false if the solver cannot.
   virtual bool keepStart() { return false; }
