@@ -69,6 +69,7 @@ std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
   fingerprint.add("--show", shown);
   fingerprint.add("--long", recordFile(options).empty() ? "no" : "yes");
   fingerprint.add("--keep-going", options.keepsGoing ? "yes" : "no");
+  fingerprint.add("--min or --max", options.direction.text());
   fingerprint.add("--relax", options.relaxes ? "yes" : "no");
   fingerprint.add("--time-limit", textOf(options.limits.seconds));
   fingerprint.add("--gap", textOf(options.limits.gap));
