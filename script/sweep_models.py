@@ -13,8 +13,8 @@ column gets the same limit, so those that are hard have fewer scenarios.
 
 Results are appended to the file model by model, and models that are in it are passed over, so the
 run can be broken off and taken up again. The second form makes the page of the results. Times are
-those of the processor, of the process and all that it started; limits are in time that passes. Exits with 1 if an objective
-differs.
+those of the processor, of the process and all that it started; limits are in time that passes.
+Exits with 1 if an objective differs.
 """
 
 from __future__ import annotations
