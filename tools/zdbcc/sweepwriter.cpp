@@ -131,9 +131,10 @@ void protectFiles(const SweepOptions& options) {
     }
     checkNewOutput(target, inputs);
   }
-  for (const auto& [output, start] : otherOutputs(options)) {
+  for (const auto& each : otherOutputs(options)) {
+    const std::string& output = each.first;
     if (output.empty()) continue;
-    const auto isEarlier = [&](const std::string& file) { return beginsWith(file, start); };
+    const auto isEarlier = [&](const std::string& file) { return beginsWith(file, each.second); };
     goesOn ? checkOutput(output, inputs, {"an output of this sweep", isEarlier})
            : checkNewOutput(output, inputs);
   }
