@@ -13,8 +13,8 @@ column gets the same limit, so those that are hard have fewer scenarios.
 
 Results are appended to the file model by model, and models that are in it are passed over, so the
 run can be broken off and taken up again. The second form makes the page of the results. Times are
-those of the processor, of the process and all that it started; limits are in time that passes. Exits with 1 if an objective
-differs.
+those of the processor, of the process and all that it started; limits are in time that passes.
+Exits with 1 if an objective differs.
 """
 
 from __future__ import annotations
@@ -111,6 +111,7 @@ class Library:
         self.place = self.folder / "m"
         self.model = self.place / model.name
         self.data = None if data is None else self.place / data.name
+        self.turned: list[str] = []  # words for zdbcc
 
     def glpsol(self, words: list[str], limit: float) -> Answer:
         solution = self.folder / "solution.txt"
@@ -139,6 +140,11 @@ class Library:
         words = ["--freemps", str(self.folder / "changed.mps"), "--" + self.about.direction]
         return self.glpsol(words, limit)
 
+    def turn(self, mps: MpsText) -> Answer:
+        self.turned = ["--max"]
+        self.about.direction = "max"
+        return self.solve_mps(mps.written(), self.limit)
+
     def params(self) -> list[Number]:
         """Those of the model and of its data, which are told apart by is_in_data."""
         if self.model.suffix != ".mod":
@@ -160,7 +166,7 @@ class Library:
         return self.glpsol(words, limit)
 
     def zdbcc(self, verb: str, *words: str) -> list[str]:
-        command = [self.given.zdbcc, verb, str(self.model), "--allow-files", *words]
+        command = [self.given.zdbcc, verb, str(self.model), "--allow-files", *self.turned, *words]
         return command + (["--model-data", str(self.data)] if self.data else [])
 
     def close(self) -> None:
@@ -303,6 +309,8 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
         about, mps = translated
         line.kind, line.rows, line.columns = about.kind, about.row_count, about.column_count
         base = library.solve_mps(mps.written(), library.limit)
+        if base.objective == "" and model.suffix == ".mps":  # which may not tell the direction
+            base = library.turn(mps)
         line.objective = "late" if base.objective is None else base.objective
         scratch = ScratchRun(library, line)
         if base.objective is not None:

@@ -88,6 +88,8 @@ class Model {
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;
 
+  /// As it was named, for messages.
+  const std::string& file() const { return file_; }
   void* instance() const { return instance_; }
   const zdbcc::Database& database() const { return db_; }
 

@@ -51,6 +51,7 @@ ScenarioSolver::ScenarioSolver(const SweepOptions& options)
 void ScenarioSolver::open() {
   base_.reset();
   const auto prepare = [this](Model& model) {
+    options_.direction.apply(model);
     if (options_.relaxes) zkitSetModelType(model.instance(), ZKIT_RMIP);
     if (options_.start == SweepStart::Base) zkitSetStart(model.instance(), ZKIT_START_FIRST);
     options_.limits.apply(model.instance());

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "changes.h"
+#include "direction.h"
 #include "infeasible.h"
 #include "interrupt.h"
 #include "limitedprocess.h"
@@ -26,8 +27,7 @@ struct SolveOptions {
   std::vector<std::string> shown;
   std::string solver;
   SolveLimits limits;
-  bool minimizes = false;
-  bool maximizes = false;
+  Direction direction;
   bool relaxes = false;
   bool explains = true;
   bool logs = false;
@@ -51,9 +51,7 @@ std::vector<std::string> inputsOf(const SolveOptions& options) {
 void check(const SolveOptions& options) {
   options.limits.check();
   requireOneStandardInput(inputsOf(options));
-  if (options.minimizes && options.maximizes) {
-    throw WrongUseError("--min and --max exclude each other");
-  }
+  options.direction.check();
   if (!options.writesToOutput()) return;
   const char* other = options.json ? "--json" : options.shown.empty() ? nullptr : "--show";
   if (other == nullptr) return;
@@ -119,17 +117,10 @@ class SolveRun {
   void prepare(Model& model) {
     void* instance = model.instance();
     if (options_.relaxes) zkitSetModelType(instance, ZKIT_RMIP);
-    if (options_.minimizes || options_.maximizes) turn(instance, options_.minimizes ? 1 : -1);
+    options_.direction.apply(model);
     if (options_.logs) zkitSetLog(instance, logLine, &console_);
     options_.limits.apply(instance);
     changes_.takeUpdatable(model, console_);
-  }
-
-  void turn(void* instance, int direction) {
-    if (zkitObjectiveColumn(instance) < 0) {
-      throw ToolError(options_.model.file + " has no objective, which --min and --max need");
-    }
-    zkitSetDirection(instance, direction);
   }
 
   [[noreturn]] void failUnsolved() const {
@@ -217,15 +208,12 @@ std::vector<Option> solveOptions() {
        .target = into(&SolveOptions::shown)},
       solverOption(&SolveOptions::solver)};
   for (Option& option : limitOptions(&SolveOptions::limits)) options.push_back(std::move(option));
+  for (Option& option : directionOptions(&SolveOptions::direction)) {
+    options.push_back(std::move(option));
+  }
   options.insert(
       options.end(),
-      {{.name = "min",
-        .text = "Minimise, whatever the model says",
-        .target = into(&SolveOptions::minimizes)},
-       {.name = "max",
-        .text = "Maximise, whatever the model says",
-        .target = into(&SolveOptions::maximizes)},
-       {.name = "relax",
+      {{.name = "relax",
         .text = "Treat integer columns as continuous",
         .target = into(&SolveOptions::relaxes)},
        {.name = "log",

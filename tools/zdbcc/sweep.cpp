@@ -155,6 +155,7 @@ ExitCode sweep(const SweepOptions& options, Console& console) {
 
 ExitCode runSweep(const SweepOptions& options, Console& console) {
   options.limits.check();
+  options.direction.check();
   requireOneStandardInput({options.scenarios, options.model.file, options.model.data});
   if (!options.solver.empty()) usableSolver(options.solver);
   readPart(options.part);
@@ -254,6 +255,9 @@ std::vector<Option> sweepOptions() {
        .target = into(&SweepOptions::timing)},
       solverOption(&SweepOptions::solver)};
   for (Option& option : limitOptions(&SweepOptions::limits)) options.push_back(std::move(option));
+  for (Option& option : directionOptions(&SweepOptions::direction)) {
+    options.push_back(std::move(option));
+  }
   options.insert(options.end(), {{.name = "relax",
                                   .text = "Treat integer columns as continuous",
                                   .target = into(&SweepOptions::relaxes)},

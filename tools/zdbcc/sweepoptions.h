@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "direction.h"
 #include "model.h"
 #include "solvelimits.h"
 
@@ -19,6 +20,7 @@ struct SweepOptions {
   std::vector<std::string> shown;
   std::string solver;
   SolveLimits limits;
+  Direction direction;
   bool relaxes = false;
   SweepStart start = SweepStart::Base;
   unsigned jobs = 1;    ///< 0: as many as there are cores

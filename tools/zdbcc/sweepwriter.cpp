@@ -69,6 +69,7 @@ std::string fingerprintOf(const SweepOptions& options, ScenarioSolver& solver,
   fingerprint.add("--show", shown);
   fingerprint.add("--long", recordFile(options).empty() ? "no" : "yes");
   fingerprint.add("--keep-going", options.keepsGoing ? "yes" : "no");
+  fingerprint.add("--min or --max", options.direction.text());
   fingerprint.add("--relax", options.relaxes ? "yes" : "no");
   fingerprint.add("--time-limit", textOf(options.limits.seconds));
   fingerprint.add("--gap", textOf(options.limits.gap));
@@ -134,9 +135,10 @@ void protectFiles(const SweepOptions& options) {
     }
     checkNewOutput(target, inputs);
   }
-  for (const auto& [output, start] : otherOutputs(options)) {
+  for (const auto& each : otherOutputs(options)) {
+    const std::string& output = each.first;
     if (output.empty()) continue;
-    const auto isEarlier = [&](const std::string& file) { return beginsWith(file, start); };
+    const auto isEarlier = [&](const std::string& file) { return beginsWith(file, each.second); };
     goesOn ? checkOutput(output, inputs, {"an output of this sweep", isEarlier})
            : checkNewOutput(output, inputs);
   }
