@@ -17,6 +17,14 @@ constexpr std::string_view kReplaced = " .-+/:&$%#@!~|?;=<>*^`";
   throw ReadError("name \"" + name + "\" cannot become a symbol with labels: " + why);
 }
 
+/// The length of a name without the underscores after its index, with which Pyomo ends names of
+/// rows: c_e_need(milk)_.
+std::size_t lengthToIndex(std::string_view name) {
+  const std::size_t last = name.find_last_not_of('_');
+  const bool isIndexed = last != name.npos && (name[last] == ')' || name[last] == ']');
+  return isIndexed ? last + 1 : name.size();
+}
+
 }  // namespace
 
 std::string symbolOf(std::string_view written) {
@@ -29,9 +37,11 @@ std::string symbolOf(std::string_view written) {
 
 SymbolicName parseName(const std::string& name) {
   if (name.empty()) throw ReadError("a row or column has no name");
-  contract::EntryName entry =
-      contract::readEntryName(name, contract::PlainLabels::NoBracketsAndQuotes);
-  SymbolicName result{symbolOf(entry.symbol), std::string(entry.symbol), std::move(entry.labels)};
+  const std::size_t length = lengthToIndex(name);
+  contract::EntryName entry = contract::readEntryName(
+      std::string_view(name).substr(0, length), contract::PlainLabels::NoBracketsAndQuotes);
+  const std::string written = std::string(entry.symbol) + name.substr(length);
+  SymbolicName result{symbolOf(written), written, std::move(entry.labels)};
   if (!isSymbolName(result.symbol)) {
     fail(name, "a symbol is a letter, then letters, digits and underscores, at most 63 characters");
   }
