@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test soak fuzz bench bench-python asan tsan format lint reference install clean help
+.PHONY: all demo test test-python wheel soak fuzz bench bench-python asan tsan format lint reference install clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -19,6 +19,13 @@ demo: build/build.ninja ## run the main job on real data
 test: all ## build everything and run all tests
 	@script/peers.sh build
 	@ctest --preset release -j $(JOBS)
+
+test-python: build/build.ninja ## test the Python package with what only PyPI has, its types, stubs and style
+	@cmake --build --preset release --target _core >/dev/null
+	@script/test_python.sh build
+
+wheel: build/build.ninja ## make the Python package's sdist and a wheel that needs nothing else, for PYTHON if given
+	@script/wheel.sh build $(PYTHON)
 
 soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak
@@ -46,6 +53,7 @@ bench-python: ## measure the Python package and its peers
 	@script/packages.sh build
 	@$(CONFIGURE) --preset release >/dev/null
 	@cmake --build --preset release --target _core >/dev/null
+	@script/peers.sh build python
 	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers

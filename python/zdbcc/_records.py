@@ -78,15 +78,17 @@ class Records:
     # ---- Keys ----
 
     def _read(
-        self, keys: bool = True, values: bool = True, texts: bool = True
+        self, keys: bool = True, values: bool = True, texts: bool = True, most: int | None = None
     ) -> tuple[list[NDArray[np.int32]], list[NDArray[np.float64]], list[str] | None]:
-        columns, numbers, words = self._core.read(self._slice, keys, values, texts)
+        columns, numbers, words = self._core.read(self._slice, keys, values, texts, most)
         return [columns[i] for i in self._open] if keys else [], numbers, words
 
-    def _coded(self, numbers: NDArray[np.int32]) -> tuple[NDArray[np.int32], NDArray[np.object_]]:
+    def _coded(
+        self, numbers: NDArray[np.int32]
+    ) -> tuple[NDArray[np.signedinteger], NDArray[np.object_]]:
         """Label numbers as places in the labels that occur, in their order."""
-        used = _core.compact(numbers, self._db._label_count())
-        return numbers, self._db._labels_at(used)
+        codes, used = _core.compact(numbers, self._db._label_count())
+        return codes, self._db._labels_at(used)
 
     def _keys(self) -> list[Any]:
         columns, _, _ = self._read(values=False, texts=False)
@@ -344,14 +346,17 @@ class Records:
 
     def _first(self, count: int) -> Iterator[tuple[Any, ...]]:
         """The first records as rows of labels and values."""
-        columns, values, texts = self._read()
-        cells: list[list[Any]] = [
-            self._db._labels_at(column[:count]).tolist() for column in columns
-        ]
-        cells += [column[:count].tolist() for column in values]
+        columns, values, texts = self._read(most=count)
+        cells: list[list[Any]] = [self._db._labels_at(column).tolist() for column in columns]
+        cells += [column.tolist() for column in values]
         if texts is not None:
-            cells.append(texts[:count])
+            cells.append(texts)
         return zip(*cells, strict=True)
+
+
+def counted(count: int, what: str) -> str:
+    """Such as "1 record" or "2 records"."""
+    return f"{count} {what}" + ("" if count == 1 else "s")
 
 
 def quoted(text: str, most: int = 60) -> str:
