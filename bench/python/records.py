@@ -1,8 +1,8 @@
 """A million records of three labels and a double: frames and arrays in and out of a database,
 beside the bulk calls in C, and files beside those of others. Prints a table: records.py LIBRARY
 
-Each row is the least of five runs on one core, in milliseconds; databases are made and freed outside
-the clock. Peers that cannot be imported are left out.
+Each row is the least of five runs on one core, in milliseconds; databases are made and freed
+outside the clock. Peers that cannot be imported are left out.
 """
 
 from __future__ import annotations

@@ -149,16 +149,17 @@ py::tuple read(Symbol& self, const Slice& slice, bool keys, bool values, bool te
 /// For each label number, 0 for one that does not occur, else 1 more than its place among those
 /// that do; empty if a number is out of range.
 std::vector<std::int32_t> placesOf(const Numbers& numbers, std::int32_t labels) {
-  std::vector<std::int32_t> places(static_cast<std::size_t>(labels) + 1);
+  std::vector<std::uint8_t> occurs(static_cast<std::size_t>(labels) + 1);
   const auto most = static_cast<std::uint32_t>(labels);
   const std::int32_t* const begin = numbers.data();
   for (const std::int32_t* p = begin; p != begin + numbers.size(); ++p) {
     if (static_cast<std::uint32_t>(*p) > most) return {};
-    places[static_cast<std::size_t>(*p)] = 1;
+    occurs[static_cast<std::size_t>(*p)] = 1;
   }
+  std::vector<std::int32_t> places(occurs.size());
   std::int32_t used = 0;
-  for (std::int32_t& place : places) {
-    if (place != 0) place = ++used;
+  for (std::size_t number = 0; number < places.size(); ++number) {
+    if (occurs[number] != 0) places[number] = ++used;
   }
   return places;
 }
@@ -169,6 +170,15 @@ py::array codesOf(const Numbers& numbers, const std::vector<std::int32_t>& place
   Code* const out = codes.mutable_data();
   const std::int32_t* const in = numbers.data();
   const py::gil_scoped_release release;
+  const auto first =
+      std::find_if(places.begin(), places.end(), [](auto place) { return place > 0; });
+  const auto last = std::max_element(places.begin(), places.end());
+  if (first != places.end() && last - first == *last - 1) {
+    // Labels that stand together, such as those of a set, differ by the same from their places.
+    const auto before = static_cast<std::int32_t>(first - places.begin());
+    for (py::ssize_t i = 0; i < numbers.size(); ++i) out[i] = static_cast<Code>(in[i] - before);
+    return codes;
+  }
   for (py::ssize_t i = 0; i < numbers.size(); ++i) {
     out[i] = static_cast<Code>(places[static_cast<std::size_t>(in[i])] - 1);
   }
@@ -238,7 +248,8 @@ py::tuple put(Symbol& self, std::int64_t rows, const std::vector<py::array>& key
   }
   zdbx_result result = {};
   result.size = sizeof result;
-  self.db->call(self, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
+  const auto changed = mode == ZDBX_REPLACE ? kAllRecords : rows;
+  self.db->change(self, changed, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
     Shape shape;
     if (auto failure = readShape(db, symbol, shape)) return failure;
     if (static_cast<int>(keys.size()) != shape.dim ||
@@ -281,7 +292,7 @@ py::object lookup(Symbol& self, const py::sequence& labels) {
 /// Deletes the records of a slice and tells how many there were.
 std::int64_t removeSlice(Symbol& self, const std::vector<std::int32_t>& slice) {
   std::int64_t count = 0;
-  self.db->call(self, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
+  self.db->change(self, 0, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
     Shape shape;
     if (auto failure = readShape(db, symbol, shape)) return failure;
     if (static_cast<int>(slice.size()) != shape.dim) return Failure::argument("wrong dimension");

@@ -1,4 +1,5 @@
 from collections.abc import Sequence
+from typing import Any
 
 import numpy as np
 from numpy.typing import NDArray
@@ -76,4 +77,4 @@ class Symbol:
 
 def compact(
     numbers: NDArray[np.int32], labels: int
-) -> tuple[NDArray[np.signedinteger], NDArray[np.int32]]: ...
+) -> tuple[NDArray[np.signedinteger[Any]], NDArray[np.int32]]: ...

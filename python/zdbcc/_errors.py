@@ -81,7 +81,7 @@ class DomainError(ArgumentError):
 
 
 class TableError(ArgumentError):
-    """A CSV file that is not as it was said to be: a column, a number, a row with too few fields."""
+    """A CSV file that is not as it was said to be: its columns, numbers or rows."""
 
     kind = "table"
 

@@ -85,7 +85,7 @@ class Records:
 
     def _coded(
         self, numbers: NDArray[np.int32]
-    ) -> tuple[NDArray[np.signedinteger], NDArray[np.object_]]:
+    ) -> tuple[NDArray[np.signedinteger[Any]], NDArray[np.object_]]:
         """Label numbers as places in the labels that occur, in their order."""
         codes, used = _core.compact(numbers, self._db._label_count())
         return codes, self._db._labels_at(used)
@@ -192,7 +192,7 @@ class Records:
         data: dict[str, Any] = {}
         for name, numbers in zip(names, columns, strict=False):
             codes, labels = self._coded(numbers)
-            data[name] = pd.Categorical.from_codes(codes, pd.Index(labels, dtype=object))
+            data[name] = _categorical(codes, pd.Index(labels, dtype=object))
         rest = names[len(columns) :]
         data.update(zip(rest, values if texts is None else [texts], strict=False))
         rows = len(self) if not data else None
@@ -352,6 +352,15 @@ class Records:
         if texts is not None:
             cells.append(texts)
         return zip(*cells, strict=True)
+
+
+def _categorical(codes: NDArray[np.signedinteger[Any]], labels: Any) -> Any:
+    import pandas as pd
+
+    try:
+        return pd.Categorical.from_codes(codes, labels, validate=False)  # they are in range
+    except TypeError:  # before pandas 2.1
+        return pd.Categorical.from_codes(codes, labels)
 
 
 def counted(count: int, what: str) -> str:

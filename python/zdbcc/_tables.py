@@ -85,7 +85,7 @@ def read_csv(
     check_domains: bool = True,
     strict: bool = False,
 ) -> Database:
-    """A database made of CSV files, as the verb ``import`` of the command-line tool makes it.
+    r"""A database made of CSV files, as the verb ``import`` of the command-line tool makes it.
 
     Parameters
     ----------
@@ -140,7 +140,7 @@ def read_csv(
     >>> import pathlib, tempfile
     >>> with tempfile.TemporaryDirectory() as folder:
     ...     path = pathlib.Path(folder) / "price.csv"
-    ...     n = path.write_text("food;shop;price\\ntea;here;2,5\\nmilk;there;1\\n")
+    ...     n = path.write_text("food;shop;price\ntea;here;2,5\nmilk;there;1\n")
     ...     db = zdbcc.read_csv(f"{path}:food,shop->price", decimal=",")
     >>> db["price"].to_dict()
     {('tea', 'here'): 2.5, ('milk', 'there'): 1.0}

@@ -38,12 +38,6 @@ def databases() -> None:
     assert csv["price"].to_dict() == {"tea": 2.5}
     db.to_sqlite("out.db")
     assert len(sqlite3.connect("out.db").execute("SELECT * FROM p").fetchall()) == 2
-    try:
-        csv["price"].to_frame()
-    except ModuleNotFoundError as error:
-        assert "pandas" in str(error)
-    else:
-        raise AssertionError("pandas is not to be here")
 
 
 def libraries() -> None:
