@@ -188,7 +188,7 @@ def test_SymbolsOfAFile_StayThemselvesWhenTheyAreChanged(db: zdbcc.Database) -> 
     # Few changes move the records of a file to another storage, and the handle with them.
     keys = [f"k{i:04}" for i in range(2000)]
     db["food"].update(keys)
-    db["price"].update({key: 1.0 for key in keys})
+    db["price"].update(dict.fromkeys(keys, 1.0))
     db.add_alias("drink", "food")
     back = zdbcc.Database.from_bytes(db.to_bytes())
     food, price, part = back["food"], back["price"], back["flow"][:, "x"]
