@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test test-python wheel soak fuzz bench bench-python asan tsan format lint reference install clean help
+.PHONY: all demo test test-python wheel soak fuzz bench bench-python asan tsan format lint reference install deb deb-test clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -83,8 +83,18 @@ lint: ## check layout, common faults, include directions, the manual, run paths,
 reference: all ## write the reference of the tool's verbs into doc/tool.md
 	@script/reference.sh build/bin/zdbcc
 
-install: all ## install under PREFIX, /usr/local if it is not given
+install: build/build.ninja ## install library, companions and tool under PREFIX, /usr/local if it is not given
+	@cmake --build --preset release --target installed
+	@script/highs.sh build/lib
 	@cmake --install build $(if $(PREFIX),--prefix $(PREFIX))
+
+deb: ## build the Debian packages into build/deb and check them
+	@script/packages.sh deb
+	@script/deb.sh
+
+deb-test: ## install them into a bare Debian and try them there: needs root
+	@script/packages.sh debtest
+	@script/deb_test.sh
 
 clean: ## remove everything that was built
 	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz

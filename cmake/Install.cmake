@@ -1,5 +1,6 @@
-# Installs what a host needs: headers and library with their CMake package and pkg-config file, the
-# companions next to the library, the tool with its man pages and completion, and the documents.
+# Installs what a host needs: headers and library with their CMake package and pkg-config file, the tool
+# with its man pages and completion, and the documents. The companions have install rules of their
+# own, into the private folder below that of the library.
 if(NOT ZDB_INSTALL)
   return()
 endif()
@@ -8,13 +9,17 @@ include(CMakePackageConfigHelpers)
 set(ZDB_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/zdbcclib)
 
 install(TARGETS zdbcclib EXPORT zdbcclib-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS zdbcclib64 LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 install(EXPORT zdbcclib-targets NAMESPACE zdbcclib:: DESTINATION ${ZDB_PACKAGE_DIR})
+if(TARGET zkitdclib64)
+  install(EXPORT zdbcclib-kit-targets NAMESPACE zdbcclib:: DESTINATION ${ZDB_PACKAGE_DIR})
+endif()
 install(FILES ${PROJECT_SOURCE_DIR}/include/zdbcclib.h ${PROJECT_SOURCE_DIR}/include/zdbx.h
         ${PROJECT_SOURCE_DIR}/include/zdbarrow.h ${PROJECT_SOURCE_DIR}/include/zdbcc.hpp
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zdbcclib-config.cmake.in
-  ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake INSTALL_DESTINATION ${ZDB_PACKAGE_DIR})
+  ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake INSTALL_DESTINATION ${ZDB_PACKAGE_DIR} PATH_VARS ZDB_PRIVATE_LIBDIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zdbcclib-config-version.cmake
   COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/zdbcclib-config.cmake ${PROJECT_BINARY_DIR}/zdbcclib-config-version.cmake
@@ -48,7 +53,18 @@ if(ZDB_BUILD_TOOLS)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
 endif()
 
-file(GLOB ZDB_DOCUMENTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/doc/*.md)
-install(FILES ${ZDB_DOCUMENTS} ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
-  ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR})
+include(cmake/InstalledDocuments.cmake)
+file(GLOB ZDB_DOCUMENTS CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/doc/*.md ${PROJECT_SOURCE_DIR}/examples/*/README.md)
+install_documents(${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  ${PROJECT_SOURCE_DIR}/THIRD_PARTY_NOTICES.md ${ZDB_DOCUMENTS})
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  PATTERN README.md EXCLUDE PATTERN CMakeLists.txt EXCLUDE)
+
+# What of the build is installed, without tests and examples.
+add_custom_target(installed DEPENDS zdbcclib zdbcclib64)
+foreach(part zxfcclib64 zkitdclib64 zlxmdclib64 zkitglpk64 zkitreader64 zdbcc zdbcc-mpi zdbcc_pages zdbcc_sqlite)
+  if(TARGET ${part})
+    add_dependencies(installed ${part})
+  endif()
+endforeach()

@@ -1,5 +1,5 @@
 // zdbcc: the database of zdbcclib.h and zdbx.h for C++20 programs. A header only;
-// link with -lzdbcclib64.
+// link with -lzdbcclib.
 //
 // Handles free themselves, failures are exceptions, and records are ranges or columns. A complete
 // program, which prints "bread costs 1.7" and "milk costs 2.4":

@@ -6,7 +6,7 @@
  * one label per index position, and its values: one double in sets and parameters, five in
  * variables and equations.
  *
- * A complete program, to be linked with -lzdbcclib64; it prints 2.4:
+ * A complete program, to be linked with -lzdbcclib; it prints 2.4:
  *
  *     #include <stdio.h>
  *     #include "zdbcclib.h"

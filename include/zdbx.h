@@ -5,7 +5,7 @@
  * and languages that hold their data in arrays: a call takes or fills whole columns, where
  * zdbcclib.h has a call for each record. Conventions 2 to 14 of zdbcclib.h hold here too.
  *
- * A complete program, to be linked with -lzdbcclib64; it prints "2 records, the last 2.4":
+ * A complete program, to be linked with -lzdbcclib; it prints "2 records, the last 2.4":
  *
  *     #include <stdio.h>
  *     #include "zdbx.h"

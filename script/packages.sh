@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs the Debian packages that a job needs if any are missing: packages.sh JOB...
-# The jobs are build, mpi, lint, bench, fuzz, python and npm. Prints nothing if all are installed.
+# The jobs are build, mpi, lint, bench, fuzz, deb, debtest, python and npm. Prints nothing if all are installed.
 set -eu
 
 packages_for() {
@@ -10,9 +10,11 @@ packages_for() {
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;
     fuzz) echo "clang libclang-rt-dev" ;;
+    deb) echo "debhelper dh-python lintian g++ ccache cmake ninja-build pkg-config libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev coinor-libclp-dev coinor-libcbc-dev libglpk-dev python3-dev pybind11-dev python3-numpy" ;;
+    debtest) echo "mmdebstrap" ;;
     python) echo "python3 python3-venv" ;;
     npm) echo "npm" ;;
-    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, fuzz, python and npm" >&2; exit 2 ;;
+    *) echo "packages.sh: unknown job '$1', the jobs are build, mpi, lint, bench, fuzz, deb, debtest, python and npm" >&2; exit 2 ;;
   esac
 }
 

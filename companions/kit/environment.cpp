@@ -1,6 +1,7 @@
 #include "kit/environment.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <system_error>
@@ -48,6 +49,14 @@ const char* lastFailure() noexcept {
 
 const std::string& ownDirectory() {
   return kOwnDirectory;
+}
+
+std::string besideKit(const std::string& file) {
+  for (const char* folder : {"", "../lib/"}) {
+    std::string path = ownDirectory() + folder + file;
+    if (access(path.c_str(), F_OK) == 0) return path;
+  }
+  return "";
 }
 
 Environment::Environment(const char* systemDirectory)

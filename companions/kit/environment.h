@@ -18,6 +18,11 @@ struct Limits {
 /// The absolute directory of the library or program that contains this code; ends in '/'.
 const std::string& ownDirectory();
 
+/// The path of a file that belongs beside the kit's library, or "" if it is not there. Beside a
+/// program that the kit is linked into, it may be in the folder of the libraries next to that of
+/// the program.
+std::string besideKit(const std::string& file);
+
 /// Why a function for configurations failed last in this thread, whose results do not say it: cut
 /// to the size of a message, "" if none has failed.
 void noteFailure(const char* why) noexcept;

@@ -32,38 +32,30 @@ extern "C" {
 
 // Handles.
 
-void xcreate(zdbHandle_t* db) {
+void zdbxcreate(zdbHandle_t* db) {
   char discarded[zdb::kMessageSize];
   if (db != nullptr) zdb::zdbCreate(zdb::inside(db), discarded, sizeof discarded);
 }
 
-void zdbxcreate(zdbHandle_t* db) {
-  xcreate(db);
-}
-
 int zdbcreate(zdbHandle_t* db, char* message, int messageSize) {
   if (db != nullptr) *db = nullptr;
-  xcreate(db);
+  zdbxcreate(db);
   return copyMessage(message, messageSize, db != nullptr && *db != nullptr);
 }
 
-void xcreated(zdbHandle_t* db, const char* directory) {
+void zdbxcreated(zdbHandle_t* db, const char* directory) {
   char discarded[zdb::kMessageSize];
   if (db != nullptr) zdb::zdbCreateD(zdb::inside(db), directory, discarded, sizeof discarded);
 }
 
-void zdbxcreated(zdbHandle_t* db, const char* directory) {
-  xcreated(db, directory);
-}
-
 /// Tests the address, not the handle: callers rely on a failed creation showing in the handle only.
 int zdbcreated(zdbHandle_t* db, const char* directory, char* message, int messageSize) {
-  xcreated(db, directory);
+  zdbxcreated(db, directory);
   return copyMessage(message, messageSize, db != nullptr);
 }
 
 void d__xcreated(zdbHandle_t* db, const char* directory) {
-  xcreated(db, ShortIn(directory, 0).get());
+  zdbxcreated(db, ShortIn(directory, 0).get());
 }
 
 void d__zdbxcreated(zdbHandle_t* db, const char* directory) {
@@ -74,16 +66,12 @@ int d__zdbcreated(zdbHandle_t* db, const char* directory, char* message, int mes
   return zdbcreated(db, ShortIn(directory, 0).get(), message, messageSize);
 }
 
-void xfree(zdbHandle_t* db) {
+void zdbxfree(zdbHandle_t* db) {
   if (db != nullptr && *db != nullptr) zdb::zdbFree(zdb::inside(db));
 }
 
-void zdbxfree(zdbHandle_t* db) {
-  xfree(db);
-}
-
 int zdbfree(zdbHandle_t* db) {
-  xfree(db);
+  zdbxfree(db);
   return db == nullptr || *db == nullptr ? 1 : 0;
 }
 

@@ -92,7 +92,7 @@ TEST(ModelFileProcess, WorksInThreads_InOtherLocales_AndWithoutChildSignals) {
     threads.reserve(errors.size());
     for (std::string& error : errors) {
       threads.emplace_back([&error] {
-        for (int i = 0; i < 5; ++i) error += errorOf("a.mps", sample("fixed"));
+        for (int i = 0; i < 5; ++i) error += errorOf("a.lp", sample("lp"));
       });
     }
   }
@@ -159,7 +159,7 @@ TEST(ModelFileProcess, WorksWhateverDescriptorsAreFree) {
       kept.push_back(fcntl(stream, F_DUPFD_CLOEXEC, 100));
       close(stream);
     }
-    const std::string error = errorOf("a.mps", sample("fixed"));
+    const std::string error = errorOf("a.lp", sample("lp"));
     for (std::size_t k = 0; k < closed.size(); ++k) {
       dup2(kept[k], closed[k]);
       close(kept[k]);

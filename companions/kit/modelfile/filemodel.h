@@ -1,6 +1,8 @@
 // The content of a model file.
 #pragma once
 
+#include <cmath>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -35,6 +37,13 @@ struct FileProduct {
   int column2 = 0;
   double value = 0.0;
 };
+
+/// A bound as the kit has it: from 1.0E300 on, it is infinite.
+inline double boundOf(double value) {
+  constexpr double kInfinite = 1.0e300;
+  if (value > -kInfinite && value < kInfinite) return value;
+  return std::copysign(std::numeric_limits<double>::infinity(), value);
+}
 
 /// The content of a model file. The objective is not one of the rows, unless the file lists it as
 /// one (objectiveRow): then that is a free row that repeats the coefficients of row 0.

@@ -1,4 +1,4 @@
-// Sections of MPS files that GLPK does not know.
+// Sections that only some programs know of MPS files, beside those that all know (mpsreader.h).
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@
 
 namespace zdb::kit::modelfile {
 
-/// The sections of an MPS file that GLPK does not know. Matrix entries are kept as written, with
+/// What those sections hold. Matrix entries are kept as written, with
 /// their line numbers.
 ///
 ///   OBJSENSE    MAX or MIN, on the same line or the next

@@ -20,7 +20,16 @@ std::string_view part(std::string_view line, std::size_t begin, std::size_t end)
   return begin >= line.size() ? std::string_view{} : line.substr(begin, end - begin);
 }
 
+// In place of a name, a comment may begin with '$' instead.
+std::string_view withoutComment(std::string_view line) {
+  for (const std::size_t at : {kFields[2].begin, kFields[4].begin}) {
+    if (line.size() > at && line[at] == '$') return line.substr(0, at);
+  }
+  return line;
+}
+
 bool splitFixed(std::string_view line, MpsFields& fields) {
+  line = withoutComment(line);
   if (line.find('\t') != std::string_view::npos) return false;
   std::size_t gap = 0;
   for (std::size_t i = 0; i < fields.size(); ++i) {
@@ -33,8 +42,13 @@ bool splitFixed(std::string_view line, MpsFields& fields) {
 }
 
 bool splitFree(std::string_view line, bool hasType, MpsFields& fields) {
-  for (std::size_t i = hasType ? 0 : 1; i < fields.size(); ++i) fields[i] = takeWord(line);
-  return trimmed(line).empty();
+  for (std::size_t i = hasType ? 0 : 1; i < fields.size(); ++i) {
+    const std::string_view word = takeWord(line);
+    if (word.starts_with('$')) return true;
+    fields[i] = word;
+  }
+  line = trimmed(line);
+  return line.empty() || line.starts_with('$');
 }
 
 }  // namespace

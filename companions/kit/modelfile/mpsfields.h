@@ -15,7 +15,7 @@ using MpsFields = std::array<std::string, 6>;
 
 /// Splits a record. In the free format the first field is left empty unless `hasType`. Returns
 /// false if the record does not fit the format: text between the columns of the fixed format, or
-/// too many words.
+/// too many words. A `$` in place of a name begins a comment.
 bool splitRecord(std::string_view line, FileFormat format, bool hasType, MpsFields& fields);
 
 }  // namespace zdb::kit::modelfile

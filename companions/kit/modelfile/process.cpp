@@ -17,6 +17,7 @@
 #include "kit/environment.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/protocol.h"
+#include "kit/solvers/glpkplugin.h"
 
 namespace zdb::kit::modelfile {
 
@@ -72,14 +73,16 @@ class Pipe {
   Descriptor writing_;
 };
 
-// Next to the kit's library. A program that the kit is linked into may be in a folder next to that
-// of the libraries.
+// Next to the kit's library, where it is built and where a host may put it, or in the folder for
+// programs, where it is installed.
 std::string readerProgram() {
-  const std::string& folder = kit::ownDirectory();
-  std::string program = folder + kReaderProgram;
-  if (access(program.c_str(), X_OK) == 0) return program;
-  const std::string other = folder + "../lib/" + kReaderProgram;
-  return access(other.c_str(), X_OK) == 0 ? other : program;
+  const std::string program = kit::besideKit(kReaderProgram);
+  if (!program.empty()) return program;
+  const std::string installed = kit::ownDirectory() + ZKIT_READER_FOLDER + kReaderProgram;
+  if (access(installed.c_str(), F_OK) == 0) return installed;
+  throw ReadError(
+      "LP and MathProg files are read by GLPK, and that part of the kit is not there: " +
+      kit::ownDirectory() + kReaderProgram + " (Debian package " + kGlpkPackage + ")");
 }
 
 // How the program starts: with descriptors at their fixed numbers, standard streams on /dev/null
@@ -115,7 +118,7 @@ class Start {
         posix_spawn(&child, program.c_str(), &actions_, &attributes_, arguments, environ);
     if (error == 0) return child;
     throw ReadError(program + ", the program that translates model files, cannot be started (" +
-                    std::strerror(error) + "); it must be next to the kit's library");
+                    std::strerror(error) + ")");
   }
 
  private:

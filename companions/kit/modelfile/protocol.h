@@ -11,7 +11,7 @@
 namespace zdb::kit::modelfile {
 
 inline constexpr const char* kReaderProgram = "zkitreader64";
-inline constexpr const char* kReaderProtocol = "3";
+inline constexpr const char* kReaderProtocol = "4";
 inline constexpr int kReaderArguments = 8;
 inline constexpr const char* kTryConfinement = "confinement";
 inline constexpr const char* kFilesAllowed = "files";

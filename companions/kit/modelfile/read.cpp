@@ -20,6 +20,7 @@
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/format.h"
 #include "kit/modelfile/mps.h"
+#include "kit/modelfile/mpsreader.h"
 #include "kit/modelfile/process.h"
 #include "kit/modelfile/text.h"
 #include "kit/modelfile/wire.h"
@@ -58,23 +59,23 @@ FileModel translate(FileFormat format, const Texts& texts, const FileLimits& lim
   return unpackModel(translateApart(format, texts.model, texts.data, limits));
 }
 
-FileModel readMps(FileFormat format, Texts texts, const FileLimits& limits) {
-  const MpsExtras extras = takeMpsExtras(texts.model.content, format);
-  FileModel model = translate(format, texts, limits);
+FileModel readMps(FileFormat format, std::string text) {
+  const MpsExtras extras = takeMpsExtras(text, format);
+  FileModel model = readMpsText(text, format);
   addMpsExtras(model, extras);
   return model;
 }
 
 // Fixed and free files look alike where names are short: what cannot be read in one way may be
 // meant in the other. If neither works, the first error counts.
-FileModel readEitherMps(FileFormat format, const Texts& texts, const FileLimits& limits) {
+FileModel readEitherMps(FileFormat format, const std::string& text) {
   const bool isFixed = format == FileFormat::FixedMps;
   try {
-    return readMps(format, texts, limits);
+    return readMps(format, text);
   } catch (const std::runtime_error&) {
     const auto first = std::current_exception();
     try {
-      return readMps(isFixed ? FileFormat::FreeMps : FileFormat::FixedMps, texts, limits);
+      return readMps(isFixed ? FileFormat::FreeMps : FileFormat::FixedMps, text);
     } catch (const std::runtime_error&) {
       std::rethrow_exception(first);
     }
@@ -95,7 +96,7 @@ FileModel readMathProg(const Texts& texts, const std::vector<ParamValue>& params
 FileModel readTexts(FileFormat format, const Texts& texts, const std::vector<ParamValue>& params,
                     const FileLimits& limits) {
   const bool isMps = format == FileFormat::FixedMps || format == FileFormat::FreeMps;
-  if (isMps) return readEitherMps(format, texts, limits);
+  if (isMps) return readEitherMps(format, texts.model.content);
   FileModel model = format == FileFormat::MathProg ? readMathProg(texts, params, limits)
                                                    : translate(format, texts, limits);
   model.name.clear();  // GLPK names a MathProg model after the path that it was given

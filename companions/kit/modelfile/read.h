@@ -1,6 +1,7 @@
-// Reads model files: MPS, CPLEX LP and GNU MathProg. The content of a file becomes a FileModel (by
-// GLPK's readers, which run in a separate program, see process.h), its names are parsed (names.h),
-// and the instance is built (build.h). doc/model-files.md describes formats and rules.
+// Reads model files: MPS, CPLEX LP and GNU MathProg. The content of a file becomes a FileModel (MPS
+// by mpsreader.h, the others by GLPK's readers, which run in a separate program, see process.h),
+// its names are parsed (names.h), and the instance is built (build.h). doc/model-files.md describes
+// formats and rules.
 #pragma once
 
 #include <map>

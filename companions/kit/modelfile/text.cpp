@@ -29,7 +29,8 @@ std::string_view takeWord(std::string_view& rest) {
 }
 
 bool isNumber(const std::string& text, double& value) {
-  const char* first = text.data() + (!text.empty() && text.front() == '+' ? 1 : 0);
+  const bool hasPlus = text.starts_with('+') && !text.starts_with("+-");
+  const char* first = text.data() + (hasPlus ? 1 : 0);
   const char* last = text.data() + text.size();
   const auto [end, error] = std::from_chars(first, last, value);
   return error == std::errc() && end == last && std::isfinite(value);

@@ -89,11 +89,11 @@ int main(int count, char** arguments) {
   setrlimit(RLIMIT_CORE, &noCore);
   alarm(static_cast<unsigned>(numberOf(arguments[4]) + kGraceSeconds));
   if (std::strcmp(arguments[3], kTryConfinement) == 0) succeed(tryConfinement());
-  const int format = numberOf(arguments[3]);
-  if (format > static_cast<int>(FileFormat::MathProg)) refuse();
+  const auto format = static_cast<FileFormat>(numberOf(arguments[3]));
+  if (format != FileFormat::Lp && format != FileFormat::MathProg) refuse();
   const int megabytes = numberOf(arguments[5]);
   const std::string dataName = arguments[8];
-  Translation task{static_cast<FileFormat>(format),
+  Translation task{format,
                    {pathOf(kModelDescriptor), arguments[7]},
                    {dataName.empty() ? std::string() : pathOf(kDataDescriptor), dataName},
                    megabytes > 0 ? megabytes : halfOfMemory(),

@@ -2,9 +2,7 @@
 
 #include <glpk.h>
 
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <vector>
 
 #include "kit/modelfile/text.h"
@@ -104,13 +102,6 @@ std::string textOf(const char* text) {
   return text == nullptr ? std::string() : std::string(text);
 }
 
-// GLPK returns the largest double for an absent bound; for the kit, 1.0E300 is infinite.
-double boundOf(double value) {
-  constexpr double kInfinite = 1.0e300;
-  if (value > -kInfinite && value < kInfinite) return value;
-  return std::copysign(std::numeric_limits<double>::infinity(), value);
-}
-
 int readMathProg(const Translation& task, glp_prob* problem) {
   const bool hasData = !task.data.path.empty();
   glp_tran* translator = glp_mpl_alloc_wksp();
@@ -132,12 +123,7 @@ int readMathProg(const Translation& task, glp_prob* problem) {
 int readProblem(const Translation& task, glp_prob* problem) {
   const char* path = task.model.path.c_str();
   if (task.format == FileFormat::MathProg) return readMathProg(task, problem);
-  if (task.format == FileFormat::Lp) return glp_read_lp(problem, nullptr, path);
-  glp_mpscp control;
-  glp_init_mpscp(&control);
-  control.blank = '_';
-  const bool isFixed = task.format == FileFormat::FixedMps;
-  return glp_read_mps(problem, isFixed ? GLP_MPS_DECK : GLP_MPS_FILE, &control, path);
+  return glp_read_lp(problem, nullptr, path);
 }
 
 void takeCoefficients(glp_prob* problem, FileModel& model) {
@@ -164,6 +150,7 @@ void takeObjective(glp_prob* problem, FileModel& model) {
   }
 }
 
+// GLPK returns the largest double for an absent bound.
 FileModel takeModel(glp_prob* problem) {
   FileModel model;
   model.name = textOf(glp_get_prob_name(problem));

@@ -21,7 +21,7 @@ constexpr Engine kEngines[] = {
     {"cbc", true, false, nullptr, nullptr, nullptr},
 #endif
 #ifdef ZKIT_WITH_GLPK
-    {"glpk", true, true, makeGlpk, glpkVersion, nullptr},
+    {"glpk", true, true, makeGlpk, glpkVersion, glpkReason},
 #else
     {"glpk", true, true, nullptr, nullptr, nullptr},
 #endif

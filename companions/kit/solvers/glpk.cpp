@@ -1,4 +1,4 @@
-// The solver glpk: linear models in place, integer ones on top of that.
+// The plug-in with the solver glpk: linear models in place, integer ones on top of that.
 //
 // GLPK keeps its memory per thread, and where it meets an error of its own, it ends the process
 // unless it is left by a jump. So each solver has a thread, in which all of GLPK runs and whose
@@ -14,9 +14,10 @@
 #include <string_view>
 #include <vector>
 
-#include "kit/solvers/solver.h"
+#include "kit/solvers/glpkplugin.h"
 #include "kit/solvers/worker.h"
 #include "shared/boundary.h"
+#include "zdbcclib.h"
 
 namespace zdb::kit {
 
@@ -407,14 +408,14 @@ class Glpk : public Solver {
   Worker worker_;
 };
 
+constexpr GlpkPlugin kPlugin = {ZDBCCLIB_VERSION, glp_version, []() -> std::unique_ptr<Solver> {
+                                  return std::make_unique<Glpk>();
+                                }};
+
 }  // namespace
 
-const char* glpkVersion() {
-  return glp_version();
-}
-
-std::unique_ptr<Solver> makeGlpk() {
-  return std::make_unique<Glpk>();
-}
-
 }  // namespace zdb::kit
+
+extern "C" __attribute__((visibility("default"))) const zdb::kit::GlpkPlugin* zkitGlpk() {
+  return &zdb::kit::kPlugin;
+}

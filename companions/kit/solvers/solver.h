@@ -58,7 +58,7 @@ std::span<const Engine> engines();
 const Engine* findEngine(std::string_view name);
 
 /// Each is in a separate source file, the only one that includes the solver's headers. HiGHS has
-/// none: it is found at run time.
+/// none: it is found at run time, as is the plug-in that has GLPK.
 std::unique_ptr<Solver> makeClp();
 std::unique_ptr<Solver> makeCbc();
 std::unique_ptr<Solver> makeGlpk();
@@ -67,5 +67,7 @@ const char* clpVersion();
 const char* cbcVersion();
 const char* glpkVersion();
 const char* highsVersion();
+/// Why there is no plug-in that can be used, or "". Looks for it once in a process.
+const char* glpkReason();
 
 }  // namespace zdb::kit

@@ -7,6 +7,7 @@
 
 #include "companions/kit/testing.h"
 #include "support/files.h"
+#include "zdbcclib.h"
 
 namespace {
 
@@ -30,12 +31,9 @@ TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {
   ASSERT_NE(library, nullptr) << dlerror();
   const auto create = reinterpret_cast<decltype(&CzmiXCreateD)>(dlsym(library, "CzmiXCreateD"));
   const auto solve = reinterpret_cast<decltype(&zkitSolve)>(dlsym(library, "zkitSolve"));
-  const auto read = reinterpret_cast<decltype(&zkitReadModel)>(dlsym(library, "zkitReadModel"));
   const auto free = reinterpret_cast<decltype(&zmiXFree)>(dlsym(library, "zmiXFree"));
   void* instance = nullptr;
   std::array<char, 256> message{};
-  EXPECT_EQ(read("x.lp", nullptr, nullptr, &instance, message.data(), 256), 0);
-  EXPECT_STREQ(message.data(), "this kit was built without GLPK, which reads model files");
   create(&instance, KIT_DIRECTORY);
   EXPECT_EQ(solve(instance, "cbc", message.data(), 256), 0);
   EXPECT_STREQ(message.data(),
@@ -44,30 +42,55 @@ TEST(KitWithoutSolvers, EachThatIsAskedFor_IsSaidToBeMissing) {
   dlclose(library);
 }
 
-// What a fresh copy of a kit, in a folder of its own, says of HiGHS. `chosen` is the value of the
-// variable that names the library; null: none.
-std::string reasonAgainstHighs(const std::string& folder, const char* chosen) {
+// What a fresh copy of a kit, in a folder of its own, says of why it cannot use a solver.
+std::string reasonAgainst(int solver, const std::string& folder) {
   static int copies = 0;  // names of their own, since not all that is closed is unloaded
   const std::string copy = folder + "kit" + std::to_string(++copies) + ".so";
-  std::filesystem::copy_file(KIT_WITH_HIGHS, copy);
-  if (chosen != nullptr) {
-    setenv("ZKIT_HIGHS", chosen, 1);
-  } else {
-    unsetenv("ZKIT_HIGHS");
-  }
+  std::filesystem::copy_file(KIT_WITH_PLUGINS, copy);
   void* library = dlopen(copy.c_str(), RTLD_NOW | RTLD_LOCAL);
   EXPECT_NE(library, nullptr) << dlerror();
   const auto info = reinterpret_cast<decltype(&zkitSolverInfo)>(dlsym(library, "zkitSolverInfo"));
-  const char* name = nullptr;
   const char* version = nullptr;
   const char* whyNot = nullptr;
-  EXPECT_EQ(info(3, &name, &version, nullptr, nullptr, &whyNot), 1);
-  EXPECT_STREQ(name, "highs");
+  EXPECT_EQ(info(solver, nullptr, &version, nullptr, nullptr, &whyNot), 1);
   EXPECT_EQ(*version == '\0', *whyNot != '\0');
   std::string reason = whyNot;
   dlclose(library);
   const std::size_t place = reason.find(folder);
   return place == std::string::npos ? reason : reason.replace(place, folder.size(), "FOLDER");
+}
+
+TEST(KitGlpk, PluginsThatItMustNotUse_AreNamedWithTheReason) {
+  constexpr int kGlpk = 2;
+  const std::string plugin = "FOLDERlibzkitglpk64.so";
+  const struct {
+    const char* library;  // null: none, empty: not a library
+    std::string reason;
+  } cases[] = {
+      {nullptr, "its plug-in " + plugin + " is not there (Debian package zdbcclib-glpk)"},
+      {"", plugin + ": file too short"},
+      {FAKE_HIGHS "other.so", plugin + " has no function zkitGlpk"},
+      {FAKE_GLPK,
+       plugin + " is of version 0.9, and this kit of " ZDBCCLIB_VERSION ": install both again"},
+  };
+  for (const auto& [library, reason] : cases) {
+    const zdb::test::TemporaryFolder folder;
+    if (library != nullptr) {
+      folder.write("libzkitglpk64.so", *library == '\0' ? "" : zdb::test::readFile(library));
+    }
+    EXPECT_EQ(reasonAgainst(kGlpk, folder.path()), reason);
+  }
+}
+
+// The same for HiGHS. `chosen` is the value of the variable that names the library; null: none.
+std::string reasonAgainstHighs(const std::string& folder, const char* chosen) {
+  constexpr int kHighs = 3;
+  if (chosen != nullptr) {
+    setenv("ZKIT_HIGHS", chosen, 1);
+  } else {
+    unsetenv("ZKIT_HIGHS");
+  }
+  return reasonAgainst(kHighs, folder);
 }
 
 TEST(KitHighs, LibrariesThatItMustNotUse_AreNamedWithTheReason) {

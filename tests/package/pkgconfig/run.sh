@@ -1,17 +1,33 @@
 #!/bin/sh
-# Builds and runs the consumers without CMake: run.sh SOURCE_FOLDER COMPILER LIBDIR OUTPUT_FOLDER
+# Builds and runs the consumers without CMake:
+# run.sh SOURCE_FOLDER COMPILER LIBDIR LIBEXECDIR OUTPUT_FOLDER
 set -eu
-export PKG_CONFIG_PATH="$3/pkgconfig"
-flags=$(pkg-config --cflags --libs 'zdbcclib >= 1.0')
-# shellcheck disable=SC2086 # a list of flags
-"$2" "$1/consumer.c" -o "$4/pkgconfig-consumer" $flags
-LD_LIBRARY_PATH=$3 "$4/pkgconfig-consumer" "$4/pkgconfig.zxf"
+source=$1 compiler=$2 libdir=$3 libexec=$4 folder=$5
+export PKG_CONFIG_PATH="$libdir/pkgconfig"
+
+# There is no static library: what pkg-config says of one must not name one, and works.
+for kind in "" --static; do
+  # shellcheck disable=SC2046,SC2086 # lists of flags
+  "$compiler" "$source/consumer.c" -o "$folder/pkgconfig-consumer" \
+    $(pkg-config $kind --cflags --libs 'zdbcclib >= 1.0')
+  LD_LIBRARY_PATH=$libdir "$folder/pkgconfig-consumer" "$folder/pkgconfig.zxf"
+done
+
+# Programs depend on a version, and get no names that they may have themselves.
+readelf -d "$folder/pkgconfig-consumer" | grep -q 'NEEDED.*\[libzdbcclib\.so\.1\]'
+if readelf -d "$folder/pkgconfig-consumer" | grep -q zdbcclib64; then exit 1; fi
+
+# Hosts at run time find the companions by their folder, too.
+companions=$(pkg-config --variable=companiondir zdbcclib)
+[ -f "$companions/libzxfcclib64.so" ] && [ -f "$companions/zrncmpun.txt" ]
 
 # A host that makes models, where the kit is there: it reads a model file, and prints why not.
 pkg-config --exists zkitdclib || exit 0
-printf 'Minimize\n cost: x\nSubject To\n need: x >= 2\nEnd\n' >"$4/model.lp"
+printf 'Minimize\n cost: x\nSubject To\n need: x >= 2\nEnd\n' >"$folder/model.lp"
+printf 'NAME m\nROWS\n N cost\n G need\nCOLUMNS\n x cost 1 need 1\nRHS\n need 2\nENDATA\n' >"$folder/model.mps"
 # shellcheck disable=SC2046 # a list of flags
-"$2" "$1/kit_consumer.c" -o "$4/kit-consumer" $(pkg-config --cflags --libs zkitdclib)
+"$compiler" "$source/kit_consumer.c" -o "$folder/kit-consumer" $(pkg-config --cflags --libs zkitdclib)
+"$folder/kit-consumer" "$folder/model.mps"
 
 # refuses LIBDIR PATTERN: the model is not read with the kit there, and the message is like that.
 refuses() {
@@ -22,20 +38,20 @@ refuses() {
     exit 1
   fi
 }
-folder=$4
-if [ ! -x "$3/zkitreader64" ]; then
-  refuses "$3" 'built without'
-  exit 0
+if [ -x "$libexec/zkitreader64" ]; then
+  "$folder/kit-consumer" "$folder/model.lp"
+  # By a relative name, which no longer holds when the host reads from another working directory.
+  (cd "$companions" && LD_LIBRARY_PATH=. "$folder/kit-consumer" "$folder/model.lp")
 fi
-LD_LIBRARY_PATH=$3 "$4/kit-consumer" "$4/model.lp"
-# By a relative name, which no longer holds when the host reads from another working directory.
-(cd "$3" && LD_LIBRARY_PATH=. "$folder/kit-consumer" "$folder/model.lp")
 
-# The library without the program that belongs beside it, and with another one of that name.
-rm -rf "$4/alone"
-mkdir "$4/alone"
-cp "$3/libzkitdclib64.so" "$4/alone"
-refuses "$4/alone" 'model.lp: .*/alone/zkitreader64, .* cannot be started'
-printf '#!/bin/sh\nexit 3\n' >"$4/alone/zkitreader64"
-chmod +x "$4/alone/zkitreader64"
-refuses "$4/alone" 'model.lp: .*/alone/zkitreader64 does not belong to this kit'
+# The library without GLPK's part, and with another program in the reader's place.
+rm -rf "$folder/alone"
+mkdir "$folder/alone"
+cp "$companions/libzkitdclib64.so" "$folder/alone"
+refuses "$folder/alone" 'model.lp: .*/alone/zkitreader64 (Debian package zdbcclib-glpk)'
+LD_LIBRARY_PATH=$folder/alone "$folder/kit-consumer" "$folder/model.mps"
+touch "$folder/alone/zkitreader64"
+refuses "$folder/alone" 'model.lp: .*/alone/zkitreader64, .* cannot be started (Permission denied)'
+printf '#!/bin/sh\nexit 3\n' >"$folder/alone/zkitreader64"
+chmod +x "$folder/alone/zkitreader64"
+refuses "$folder/alone" 'model.lp: .*/alone/zkitreader64 does not belong to this kit'

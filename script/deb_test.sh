@@ -1,0 +1,59 @@
+#!/bin/sh
+# Installs the packages in build/deb into a bare root of the Debian that this is, and runs
+# debian/tests in it: deb_test.sh [TEST...]. Needs root and the network.
+#
+# The root has no more than apt, and each test gets a copy of its own with what it depends on.
+set -eu
+cd "$(dirname "$0")/.."
+folder=$PWD/build/deb
+[ "$(id -u)" -eq 0 ] || { echo "deb_test.sh: needs root, to change the root" >&2; exit 2; }
+ls "$folder"/*.deb >/dev/null || { echo "deb_test.sh: make deb comes first" >&2; exit 2; }
+[ $# -gt 0 ] || set -- tool python glpk hosts
+suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+bare=$folder/bare.tar
+[ -e "$bare" ] || mmdebstrap --quiet --variant=apt "$suite" "$bare" || { rm -f "$bare"; exit 1; }
+
+clean() {
+  umount "$root/proc" "$root/dev" 2>/dev/null || true
+  rm -rf --one-file-system "$root"
+}
+
+# The packages that a test depends on, ours by their files. All of ours need the library.
+needed() {
+  ls "$folder"/libzdbcclib1_*.deb | sed 's|.*/|/packages/|'
+  sed -n "/^Tests: $1\$/,/^\$/s/^Depends: //p" debian/tests/control | tr -d ' ' | tr ',' '\n' |
+    while read -r package; do
+      file=$(cd "$folder" && ls "${package}"_*.deb 2>/dev/null || true)
+      if [ -n "$file" ]; then echo "/packages/$file"; else echo "$package"; fi
+    done
+}
+
+in_root() {
+  chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
+    DEBIAN_FRONTEND=noninteractive "$@"
+}
+
+run() {
+  root=$(mktemp -d "$folder/root.XXXXXX")
+  trap clean EXIT
+  tar -x -f "$bare" -C "$root"
+  mount --bind /dev "$root/dev"
+  mount -t proc proc "$root/proc"
+  mkdir "$root/packages" "$root/tests"
+  cp "$folder"/*.deb "$root/packages"
+  cp debian/tests/* "$root/tests"
+  in_root apt-get update -qq
+  # shellcheck disable=SC2046 # a list of packages
+  in_root apt-get install -y -qq --no-install-recommends $(needed "$1")
+  in_root "/tests/$1"
+}
+
+for test in "$@"; do
+  if (run "$test") >"$folder/test-$test.log" 2>&1; then
+    echo "$test: ok"
+  else
+    tail -n 40 "$folder/test-$test.log"
+    echo "$test: FAILED"
+    exit 1
+  fi
+done
