@@ -97,7 +97,7 @@ deb-test: ## install them into a bare Debian and try them there: needs root
 	@script/deb_test.sh
 
 clean: ## remove everything that was built
-	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz
+	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz build-python
 
 help: ## list the jobs
 	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 14

@@ -6,5 +6,10 @@ build=$1
 shift
 python=$(sed -n 's/^ZDB_PYTHON_USED:INTERNAL=//p' "$build/CMakeCache.txt")
 [ -n "$python" ] || { echo "python.sh: $build has no Python package; configure says why" >&2; exit 1; }
-[ ! -e "$build/peers/python.version" ] || python=$build/peers/python/bin/python
-PYTHONPATH=$(realpath "$build")/python exec "$python" -B "$@"
+package=$(realpath "$build")/python
+if [ -e "$build/peers/python.version" ]; then
+  "$(dirname "$0")/build_python.sh" "$build" >/dev/null
+  python=$build/peers/python/bin/python
+  package=$(realpath "$build")-python/python
+fi
+PYTHONPATH=$package exec "$python" -B "$@"

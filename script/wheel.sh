@@ -39,19 +39,19 @@ rm -f "$folder"/dist/*.tar.gz "$folder"/dist/*-"$tag"-*.whl
 "$tools/bin/python" -m build -q --sdist --no-isolation --outdir "$folder/dist" "$folder/source"
 tar xzf "$folder"/dist/*.tar.gz -C "$folder/unpacked"
 
+# The folder of the build is below the sources, as elsewhere, so that ccache knows the files.
 if command -v ccache >/dev/null; then
   export CMAKE_C_COMPILER_LAUNCHER=ccache CMAKE_CXX_COMPILER_LAUNCHER=ccache
-  export CCACHE_BASEDIR="$folder/unpacked" CCACHE_NOHASHDIR=1
 fi
+unpacked=$(echo "$folder"/unpacked/*)
 "$tools/bin/pip" wheel -q --no-deps --no-build-isolation -w "$folder/raw-$tag" \
-  --config-settings=build-dir="$folder/build-$tag" "$folder"/unpacked/*
+  --config-settings=build-dir="$unpacked/build" "$unpacked"
 "$tools/bin/auditwheel" -q repair --plat auto -w "$folder/dist" "$folder/raw-$tag"/*.whl
 wheel=$(ls "$folder"/dist/*-"$tag"-*.whl)
 
 # A fresh environment elsewhere, without a variable that could lead to the build folder.
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
-cp "$root/tests/python/wheel.py" "$root"/examples/diet/data/*.csv "$place" 2>/dev/null || true
 cp "$root/tests/python/wheel.py" "$place"
 "$python" -m venv "$place/venv"
 "$place/venv/bin/pip" install -q --only-binary=:all: "$wheel" || exit 1

@@ -222,9 +222,11 @@ class Records:
             index = pd.Index(self._db._labels_at(columns[0]), name=names[0], dtype=object)
         else:
             coded = [self._coded(numbers) for numbers in columns]
+            levels: Any = [pd.Index(labels, dtype=object) for _, labels in coded]
+            codes: Any = [codes for codes, _ in coded]
             index = pd.MultiIndex(
-                levels=[pd.Index(labels, dtype=object) for _, labels in coded],
-                codes=[codes for codes, _ in coded],
+                levels=levels,
+                codes=codes,
                 names=names,
                 verify_integrity=False,
             )

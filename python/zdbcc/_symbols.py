@@ -99,7 +99,8 @@ class Symbol(Records):
                 f"the domain {domain} of symbol {self._core.name} is not a set, which an array "
                 "without labels needs; pass an xarray.DataArray, or arrays with update_arrays()"
             )
-        return self._db._labels_at(core.read(None, True, False, False)[0][0]).tolist()
+        elements: list[str] = self._db._labels_at(core.read(None, True, False, False)[0][0]).tolist()
+        return elements
 
     def __repr__(self) -> str:
         try:

@@ -17,7 +17,11 @@ import zdbcc
 from hypothesis import HealthCheck, given, settings
 
 settings.register_profile(
-    "package", max_examples=60, deadline=None, suppress_health_check=list(HealthCheck)
+    "package",
+    max_examples=60,
+    deadline=None,
+    database=None,
+    suppress_health_check=list(HealthCheck),
 )
 settings.load_profile("package")
 
