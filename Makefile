@@ -5,7 +5,7 @@ JOBS := $(shell nproc)
 CONFIGURE = cmake $$(command -v ccache >/dev/null && \
   echo -DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 
-.PHONY: all demo test test-view pictures soak fuzz bench bench-python asan tsan format lint reference docs install deb deb-test clean help
+.PHONY: all demo test test-view test-python wheel pictures soak fuzz bench bench-python asan tsan format lint reference docs install deb deb-test clean help
 
 all: build/build.ninja ## build everything into build/
 	@cmake --build --preset release
@@ -28,6 +28,13 @@ test-view: build/build.ninja ## try the pages of `zdbcc view` in a browser, and 
 pictures: ## draw the pictures of the documents again
 	@script/packages.sh build
 	@script/pictures.sh
+
+test-python: build/build.ninja ## test the Python package with what only PyPI has, its types, stubs and style
+	@cmake --build --preset release --target _core >/dev/null
+	@script/test_python.sh build
+
+wheel: build/build.ninja ## make the Python package's sdist and a wheel that needs nothing else, for PYTHON if given
+	@script/wheel.sh build $(PYTHON)
 
 soak: all ## try every fault of file work and of memory, and kill writers at random, for many minutes
 	@build/bin/zxf_faults --soak
@@ -55,6 +62,7 @@ bench-python: ## measure the Python package and its peers
 	@script/packages.sh build
 	@$(CONFIGURE) --preset release >/dev/null
 	@cmake --build --preset release --target _core >/dev/null
+	@script/peers.sh build python
 	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers
@@ -102,7 +110,7 @@ deb-test: ## install them into a bare Debian and try them there: needs root
 	@script/deb_test.sh
 
 clean: ## remove everything that was built
-	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz
+	@rm -rf build build-dev build-asan build-tsan build-lint build-fuzz build-python
 
 help: ## list the jobs
 	@sed -n 's/^\([a-z-]*\):.*## \(.*\)/\1\t\2/p' Makefile | expand -t 14

@@ -3,6 +3,10 @@
 # ZDB_PYTHON_MISSING to a line that says what is not there.
 set(ZDB_PYTHON "" CACHE FILEPATH "Python interpreter for the package zdbcc; empty: the first that has what is needed")
 
+if(NOT ZDB_PYTHON AND DEFINED CACHE{Python_EXECUTABLE} AND NOT SKBUILD)
+  set(ZDB_PYTHON ${Python_EXECUTABLE})  # CMake's own name for it
+endif()
+
 set(ZDB_PYTHON_FOUND FALSE)
 set(ZDB_PYTHON_USED "" CACHE INTERNAL "The interpreter that was chosen")
 # A plain interpreter cannot load a library with sanitizers.

@@ -2,7 +2,9 @@
 # Fetches what the tests of Arrow streams exchange data with, at fixed versions: pyarrow in a
 # virtual environment, pandas, polars and duckdb for it, and DuckDB's library, which an npm package
 # carries; with bench, also h5py, with which a benchmark compares: peers.sh BUILD_FOLDER [bench]
-# With lint, fetches only mypy and ruff, with which the Python package is checked.
+# With lint, fetches only mypy and ruff, with which the Python package is checked; with python, only
+# what its tests need that Debian does not have (requirements/python.txt, with hashes), for the
+# interpreter of the build folder.
 # What cannot be had (no network, no npm) is left out with a note; its tests are skipped.
 set -u
 
@@ -10,6 +12,7 @@ pyarrow=26.0.1
 frames="pandas==3.1.1 polars==2.1.0 duckdb==2.0.1"
 h5py=3.16.0
 lint="mypy==2.4.1 ruff==0.17.6 numpy==2.4.6"
+vega=vega-datasets@3.2.1
 duckdb=@duckdb/node-bindings-linux-x64@1.5.6-r.1
 
 # needs JOB COMMAND: installs what the job needs unless the command works. Whether that succeeds
@@ -21,6 +24,7 @@ needs() {
 }
 
 packages=$(dirname "$(realpath "$0")")/packages.sh
+requirements=$(dirname "$(realpath "$0")")/requirements/python.txt
 folder=$1/peers
 mkdir -p "$folder"
 cd "$folder" || exit 1
@@ -69,6 +73,29 @@ fetch_lint() {
     lint/bin/pip install -q --disable-pip-version-check --retries 0 --only-binary=:all: $lint
 }
 
+fetch_python() {
+  needs python "$interpreter" -c "import ensurepip"
+  "$interpreter" -m venv python &&
+    python/bin/pip install -q --disable-pip-version-check --retries 0 --only-binary=:all: \
+      --no-deps --require-hashes -r "$requirements"
+}
+
+# The data of a notebook.
+fetch_vega() {
+  needs npm npm --version
+  mkdir vega && cd vega || return
+  archive=$(npm pack --loglevel=error --fetch-retries=0 "$vega") &&
+    tar xzf "$archive" --strip-components=2 package/data/airports.csv package/data/flights-airport.csv &&
+    rm "$archive"
+}
+
+if [ "${2-}" = python ]; then
+  interpreter=$(sed -n 's/^ZDB_PYTHON_USED:INTERNAL=//p' ../CMakeCache.txt)
+  [ -n "$interpreter" ] || exit
+  once vega "$vega" fetch_vega
+  once python "$("$interpreter" --version) $(sha256sum <"$requirements")" fetch_python
+  exit
+fi
 if [ "${2-}" = lint ]; then
   once lint "$lint" fetch_lint
   exit

@@ -1,15 +1,17 @@
 """A million records of three labels and a double: frames and arrays in and out of a database,
 beside the bulk calls in C, and files beside those of others. Prints a table: records.py LIBRARY
 
-Each row is the least of five runs, in milliseconds; databases are made and freed outside the clock.
-Peers that cannot be imported are left out.
+Each row is the least of five runs on one core, in milliseconds; databases are made and freed
+outside the clock. Peers that cannot be imported are left out.
 """
 
 from __future__ import annotations
 
 import ctypes
 import importlib.util
+import os
 import sqlite3
+import subprocess
 import sys
 import tempfile
 import time
@@ -139,10 +141,54 @@ def memory_rows(frame: pd.DataFrame, library: str) -> dict[str, float]:
     }
 
 
+def h5py_rows(frame: pd.DataFrame, path: Path) -> dict[str, float]:
+    """Numbers of labels, the labels and the values as datasets that gzip packs."""
+    import h5py
+
+    def write(_: object) -> None:
+        with h5py.File(path, "w") as file:
+            for name in "ijk":
+                column = frame[name].array
+                file.create_dataset(name, data=column.codes, compression="gzip", shuffle=True)
+                file.create_dataset(f"{name} labels", data=list(column.categories))
+            file.create_dataset("value", data=frame["value"], compression="gzip", shuffle=True)
+
+    def read(_: object) -> pd.DataFrame:
+        with h5py.File(path) as file:
+            labels = {
+                name: pd.Categorical.from_codes(
+                    file[name][:], file[f"{name} labels"].asstr()[:].tolist()
+                )
+                for name in "ijk"
+            }
+            return pd.DataFrame({**labels, "value": file["value"][:]})
+
+    return {
+        "frame to file, h5py gzip": least(write),
+        "frame from file, h5py gzip": least(read),
+    }
+
+
+def duckdb_rows(frame: pd.DataFrame, path: Path) -> dict[str, float]:
+    import duckdb
+
+    def write(_: object) -> None:
+        path.unlink(missing_ok=True)
+        with duckdb.connect(str(path), config={"threads": 1}) as connection:
+            connection.execute("CREATE TABLE p AS SELECT * FROM frame")
+
+    def read(_: object) -> pd.DataFrame:
+        with duckdb.connect(str(path), read_only=True, config={"threads": 1}) as connection:
+            return connection.sql("FROM p").df()
+
+    return {"frame to file, duckdb": least(write), "frame from file, duckdb": least(read)}
+
+
 def file_rows(frame: pd.DataFrame, folder: Path) -> dict[str, float]:
     full = empty()
     full.update(frame)
-    zxf, csv, parquet, sqlite = (folder / f"p.{end}" for end in ("zxf", "csv", "parquet", "db"))
+    ends = ("zxf", "csv", "parquet", "sqlite", "h5", "duckdb")
+    zxf, csv, parquet, sqlite, hdf5, duckdb = (folder / f"p.{end}" for end in ends)
 
     def read_zxf(_: object) -> pd.DataFrame:
         with zdbcc.open(zxf) as db:
@@ -155,10 +201,15 @@ def file_rows(frame: pd.DataFrame, folder: Path) -> dict[str, float]:
     rows = {
         "frame to file": least(write_zxf, empty),
         "frame from file": least(read_zxf),
+        "arrays from file": least(lambda _: zdbcc.open(zxf)["p"].to_arrays()),
     }
     if importlib.util.find_spec("pyarrow"):
         rows["frame to file, Parquet"] = least(lambda _: frame.to_parquet(parquet))
         rows["frame from file, Parquet"] = least(lambda _: pd.read_parquet(parquet))
+    if importlib.util.find_spec("h5py"):
+        rows |= h5py_rows(frame, hdf5)
+    if importlib.util.find_spec("duckdb"):
+        rows |= duckdb_rows(frame, duckdb)
     rows["frame to file, CSV"] = least(lambda _: frame.to_csv(csv, index=False))
     rows["frame from file, CSV"] = least(
         lambda _: pd.read_csv(csv, dtype=dict.fromkeys("ijk", "category"))
@@ -171,16 +222,29 @@ def file_rows(frame: pd.DataFrame, folder: Path) -> dict[str, float]:
         rows["frame from file, sqlite3"] = least(
             lambda _: pd.read_sql("SELECT * FROM p", connection)
         )
-    for path in (zxf, parquet, csv, sqlite):
+    for path in (zxf, parquet, hdf5, duckdb, csv, sqlite):
         if path.exists():
             rows[f"MB of the file, {path.suffix[1:]}"] = path.stat().st_size / 1e6
     return rows
 
 
+def import_rows() -> dict[str, float]:
+    """A new interpreter that imports a package, less one that imports nothing."""
+
+    def start(code: str) -> float:
+        return least(lambda _: subprocess.run([sys.executable, "-c", code], check=True))
+
+    nothing = start("pass")
+    return {
+        f"import {name}": start(f"import {name}") - nothing for name in ("numpy", "zdbcc", "pandas")
+    }
+
+
 def main() -> None:
+    os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
     frame = sample(np.arange(COUNT))
     with tempfile.TemporaryDirectory() as folder:
-        rows = memory_rows(frame, sys.argv[1]) | file_rows(frame, Path(folder))
+        rows = memory_rows(frame, sys.argv[1]) | file_rows(frame, Path(folder)) | import_rows()
     for name, milliseconds in rows.items():
         print(f"{name:28} {milliseconds:9.1f}")
 

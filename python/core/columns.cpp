@@ -3,6 +3,7 @@
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <limits>
 
 #include "labels.h"
 
@@ -61,11 +62,12 @@ struct CopiedTexts {
 /// Columns of a symbol or slice while they are read.
 class Reading {
  public:
-  Reading(Symbol& symbol, const Slice& slice, bool withKeys, bool withValues, bool withTexts)
-      : symbol_(symbol), slice_(slice) {
+  Reading(Symbol& symbol, const Slice& slice, bool withKeys, bool withValues, bool withTexts,
+          std::optional<std::int64_t> most)
+      : symbol_(symbol), slice_(slice), most_(most) {
     symbol.db->call(symbol, [&](zdbHandle_t db, zdbSymbol_t handle) {
       if (auto failure = readShape(db, handle, shape_)) return failure;
-      return check(db, zdbx_count_records(db, handle, sliceNumbers(), &rows_));
+      return check(db, countRows(db, handle));
     });
     if (slice && static_cast<int>(slice->size()) != shape_.dim) {
       raise(Failure::argument("the slice has " + std::to_string(slice->size()) +
@@ -83,6 +85,23 @@ class Reading {
  private:
   const std::int32_t* sliceNumbers() const { return slice_ ? slice_->data() : nullptr; }
 
+  int countRows(zdbHandle_t db, zdbSymbol_t handle) {
+    const int done = zdbx_count_records(db, handle, sliceNumbers(), &rows_);
+    rows_ = std::min(rows_, most_.value_or(rows_));
+    return done;
+  }
+
+  int getRows(zdbHandle_t db, zdbSymbol_t handle, zdbx_buffers& buffers) const {
+    if (!most_) return zdbx_get_records(db, handle, sliceNumbers(), &buffers, nullptr);
+    zdbxCursor_t cursor = nullptr;
+    if (zdbx_open_cursor(db, handle, sliceNumbers(), &cursor) == 0) return 0;
+    zdbx_result result = {};
+    result.size = sizeof result;
+    const int done = zdbx_read_cursor(db, cursor, &buffers, &result);
+    zdbx_close_cursor(db, &cursor);
+    return done;
+  }
+
   /// Fails if another thread has changed the number of records.
   bool fill(bool withKeys, bool withValues) {
     zdbx_buffers buffers = {};
@@ -99,12 +118,12 @@ class Reading {
     bool isFilled = false;
     symbol_.db->call(symbol_, [&](zdbHandle_t db, zdbSymbol_t handle) {
       const std::int64_t room = rows_;
-      const int done = zdbx_count_records(db, handle, sliceNumbers(), &rows_);
+      const int done = countRows(db, handle);
       if (done == 0 || rows_ != room) return check(db, done);
       isFilled = true;
       std::vector<const char*> texts(withTexts_ ? static_cast<std::size_t>(room) : 0);
       if (withTexts_) buffers.texts.data = texts.data();
-      if (zdbx_get_records(db, handle, sliceNumbers(), &buffers, nullptr) == 0) return check(db, 0);
+      if (getRows(db, handle, buffers) == 0) return check(db, 0);
       texts_.take(texts);
       return std::optional<Failure>();
     });
@@ -113,6 +132,7 @@ class Reading {
 
   Symbol& symbol_;
   const Slice& slice_;
+  std::optional<std::int64_t> most_;  ///< records to read at most
   Shape shape_;
   bool withTexts_ = false;
   std::int64_t rows_ = 0;
@@ -121,37 +141,70 @@ class Reading {
   CopiedTexts texts_;
 };
 
-py::tuple read(Symbol& self, const Slice& slice, bool keys, bool values, bool texts) {
-  return Reading(self, slice, keys, values, texts).columns();
+py::tuple read(Symbol& self, const Slice& slice, bool keys, bool values, bool texts,
+               std::optional<std::int64_t> most) {
+  return Reading(self, slice, keys, values, texts, most).columns();
 }
 
-/// Numbers of labels become, in place, places in the ascending list of those that occur, which is
-/// returned.
-Numbers compact(Numbers numbers, std::int32_t labels) {
-  std::int32_t* const begin = numbers.mutable_data();
-  std::int32_t* const end = begin + numbers.size();
-  std::vector<std::int32_t> place;
+/// For each label number, 0 for one that does not occur, else 1 more than its place among those
+/// that do; empty if a number is out of range.
+std::vector<std::int32_t> placesOf(const Numbers& numbers, std::int32_t labels) {
+  std::vector<std::uint8_t> occurs(static_cast<std::size_t>(labels) + 1);
+  const auto most = static_cast<std::uint32_t>(labels);
+  const std::int32_t* const begin = numbers.data();
+  for (const std::int32_t* p = begin; p != begin + numbers.size(); ++p) {
+    if (static_cast<std::uint32_t>(*p) > most) return {};
+    occurs[static_cast<std::size_t>(*p)] = 1;
+  }
+  std::vector<std::int32_t> places(occurs.size());
   std::int32_t used = 0;
-  bool isInRange = true;
+  for (std::size_t number = 0; number < places.size(); ++number) {
+    if (occurs[number] != 0) places[number] = ++used;
+  }
+  return places;
+}
+
+template <typename Code>
+py::array codesOf(const Numbers& numbers, const std::vector<std::int32_t>& places) {
+  py::array_t<Code> codes(numbers.size());
+  Code* const out = codes.mutable_data();
+  const std::int32_t* const in = numbers.data();
+  const py::gil_scoped_release release;
+  const auto first =
+      std::find_if(places.begin(), places.end(), [](auto place) { return place > 0; });
+  const auto last = std::max_element(places.begin(), places.end());
+  if (first != places.end() && last - first == *last - 1) {
+    // Labels that stand together, such as those of a set, differ by the same from their places.
+    const auto before = static_cast<std::int32_t>(first - places.begin());
+    for (py::ssize_t i = 0; i < numbers.size(); ++i) out[i] = static_cast<Code>(in[i] - before);
+    return codes;
+  }
+  for (py::ssize_t i = 0; i < numbers.size(); ++i) {
+    out[i] = static_cast<Code>(places[static_cast<std::size_t>(in[i])] - 1);
+  }
+  return codes;
+}
+
+/// Numbers of labels as places in the ascending list of those that occur, in the smallest type that
+/// pandas uses for its categories, and this list.
+py::tuple compact(const Numbers& numbers, std::int32_t labels) {
+  std::vector<std::int32_t> places;
   {
     const py::gil_scoped_release release;
-    place.resize(static_cast<std::size_t>(labels) + 1);
-    isInRange = std::all_of(begin, end, [&](std::int32_t n) { return n >= 0 && n <= labels; });
-    for (const std::int32_t* p = begin; isInRange && p != end; ++p) {
-      place[static_cast<std::size_t>(*p)] = 1;
-    }
-    for (std::int32_t& p : place) p = p != 0 ? used++ : -1;
-    for (std::int32_t* p = begin; isInRange && p != end; ++p) {
-      *p = place[static_cast<std::size_t>(*p)];
-    }
+    places = placesOf(numbers, labels);
   }
-  if (!isInRange) raise(Failure::argument("a label number is out of range"));
+  if (places.empty()) raise(Failure::argument("a label number is out of range"));
+  const std::int32_t used = *std::max_element(places.begin(), places.end());
   Numbers occurring(used);
   std::int32_t* out = occurring.mutable_data();
-  for (std::size_t number = 0; number < place.size(); ++number) {
-    if (place[number] >= 0) out[place[number]] = static_cast<std::int32_t>(number);
+  for (std::size_t number = 0; number < places.size(); ++number) {
+    if (places[number] > 0) out[places[number] - 1] = static_cast<std::int32_t>(number);
   }
-  return occurring;
+  py::array codes =
+      used < std::numeric_limits<std::int8_t>::max()    ? codesOf<std::int8_t>(numbers, places)
+      : used < std::numeric_limits<std::int16_t>::max() ? codesOf<std::int16_t>(numbers, places)
+                                                        : codesOf<std::int32_t>(numbers, places);
+  return py::make_tuple(codes, occurring);
 }
 
 /// A one-dimensional array of a type as a column of the library; it may have gaps.
@@ -195,7 +248,8 @@ py::tuple put(Symbol& self, std::int64_t rows, const std::vector<py::array>& key
   }
   zdbx_result result = {};
   result.size = sizeof result;
-  self.db->call(self, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
+  const auto changed = mode == ZDBX_REPLACE ? kAllRecords : rows;
+  self.db->change(self, changed, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
     Shape shape;
     if (auto failure = readShape(db, symbol, shape)) return failure;
     if (static_cast<int>(keys.size()) != shape.dim ||
@@ -238,7 +292,7 @@ py::object lookup(Symbol& self, const py::sequence& labels) {
 /// Deletes the records of a slice and tells how many there were.
 std::int64_t removeSlice(Symbol& self, const std::vector<std::int32_t>& slice) {
   std::int64_t count = 0;
-  self.db->call(self, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
+  self.db->change(self, 0, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
     Shape shape;
     if (auto failure = readShape(db, symbol, shape)) return failure;
     if (static_cast<int>(slice.size()) != shape.dim) return Failure::argument("wrong dimension");
@@ -261,7 +315,9 @@ std::int64_t removeSlice(Symbol& self, const std::vector<std::int32_t>& slice) {
 void bindColumns(py::module_& module) {
   auto symbol =
       py::reinterpret_borrow<py::class_<Symbol, std::shared_ptr<Symbol>>>(module.attr("Symbol"));
-  symbol.def("read", &read, py::arg("slice"), py::arg("keys"), py::arg("values"), py::arg("texts"))
+  symbol
+      .def("read", &read, py::arg("slice"), py::arg("keys"), py::arg("values"), py::arg("texts"),
+           py::arg("most") = py::none())
       .def("put", &put, py::arg("rows"), py::arg("keys"), py::arg("values"), py::arg("texts"),
            py::arg("mode"))
       .def("lookup", &lookup, py::arg("labels"))

@@ -38,6 +38,26 @@ void Database::close() {
   zdbfree(&handle_);
 }
 
+std::optional<Failure> Database::prepareChange(zdbHandle_t db, Symbol& symbol,
+                                               std::int64_t records) {
+  constexpr std::int64_t kMany = 16;  // a part of the records for which an array is still fast
+  int storage = 0;
+  int type = 0;
+  c__zdbsymbolinfo(db, symbol.handle, ZDB_SYMBOL_STORAGE, &storage, nullptr, nullptr);
+  c__zdbsymboltype(db, symbol.handle, &type);
+  if (storage != ZDB_STORAGE_VECTOR || type == ZDB_ALIAS) return std::nullopt;
+  std::int64_t count = 0;
+  if (zdbx_count_records(db, symbol.handle, nullptr, &count) == 0) return check(db, 0);
+  if (records >= count / kMany) return std::nullopt;
+  zdbSymbol_t moved = symbol.handle;
+  if (c__zdbselectrecordstorage(db, &moved, ZDB_STORAGE_MAP) == 0) return check(db, 0);
+  auto known = symbols_.extract(symbol.handle);
+  known.key() = moved;
+  symbols_.insert(std::move(known));
+  symbol.handle = moved;
+  return std::nullopt;
+}
+
 void Database::remove(Symbol& symbol) {
   call(symbol, [&](zdbHandle_t db, zdbSymbol_t handle) {
     zdbSymbol_t left = handle;
@@ -85,10 +105,8 @@ void readMemory(Database& database, const py::buffer& buffer) {
   if (info.ndim != 1 || info.strides[0] != info.itemsize) {
     raise(Failure::argument("the bytes of a file must be in one piece; pass bytes(...) of them"));
   }
-  database.call([&](zdbHandle_t db) {
-    const auto size = static_cast<std::size_t>(info.size * info.itemsize);
-    return check(db, zdbx_init_from_memory(db, info.ptr, size));
-  });
+  const auto size = static_cast<std::size_t>(info.size * info.itemsize);
+  database.readFile([&](zdbHandle_t db) { return zdbx_init_from_memory(db, info.ptr, size); });
 }
 
 /// Whether any record is outside the domains of its symbol.
@@ -110,8 +128,7 @@ void bindDatabase(py::module_& module) {
           "read_file",
           [](Database& self, const py::str& path) {
             const std::string name = textOf(path);
-            self.call(
-                [&](zdbHandle_t db) { return check(db, c__zdbinitfromzxf(db, name.c_str())); });
+            self.readFile([&](zdbHandle_t db) { return c__zdbinitfromzxf(db, name.c_str()); });
           },
           py::arg("path"))
       .def(

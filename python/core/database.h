@@ -2,6 +2,8 @@
 
 #include <pybind11/pybind11.h>
 
+#include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,12 +16,20 @@ namespace zdbpy {
 
 class Database;
 
+/// The result of a call that leaves its failure in the database.
+inline std::optional<Failure> check(zdbHandle_t db, int done) {
+  return done != 0 ? std::nullopt : std::optional(Failure::of(db));
+}
+
 /// A symbol of a database, which it keeps. The handle is null once the symbol has been removed or
 /// the database has been closed; it is used within Database::call() only.
 struct Symbol {
   std::shared_ptr<Database> db;
   zdbSymbol_t handle;
 };
+
+/// As a number of records that change: all of them.
+inline constexpr std::int64_t kAllRecords = std::numeric_limits<std::int64_t>::max();
 
 /// A database handle that any thread may use: calls wait for each other. It frees itself.
 class Database : public std::enable_shared_from_this<Database> {
@@ -56,6 +66,27 @@ class Database : public std::enable_shared_from_this<Database> {
     });
   }
 
+  /// The same for a call that adds or deletes so many records, other than all.
+  template <typename Function>
+  void change(Symbol& symbol, std::int64_t records, Function&& function) {
+    call(symbol, [&](zdbHandle_t db, zdbSymbol_t) -> std::optional<Failure> {
+      if (auto failure = prepareChange(db, symbol, records)) return failure;
+      return function(db, symbol.handle);
+    });
+  }
+
+  /// Runs read(zdbHandle_t), which takes a file as the source, so that symbols have the storage
+  /// that is read fastest; see change().
+  template <typename Function>
+  void readFile(Function&& read) {
+    call([&](zdbHandle_t db) {
+      c__zdbselectrecordstorage(db, nullptr, ZDB_STORAGE_VECTOR);
+      const int done = read(db);
+      c__zdbselectrecordstorage(db, nullptr, ZDB_STORAGE_MAP);
+      return check(db, done);
+    });
+  }
+
   /// A call from another program's code, such as of a stream: function(zdbHandle_t or null).
   /// Needs no GIL.
   template <typename Function>
@@ -73,6 +104,10 @@ class Database : public std::enable_shared_from_this<Database> {
   void remove(Symbol& symbol);
 
  private:
+  /// Moves a symbol with the storage of files to that for changes, unless so many records change
+  /// that it does not matter.
+  std::optional<Failure> prepareChange(zdbHandle_t db, Symbol& symbol, std::int64_t records);
+
   static Failure closed();
   static Failure removed();
 
@@ -80,11 +115,6 @@ class Database : public std::enable_shared_from_this<Database> {
   std::mutex mutex_;  ///< nothing of another program is called while it is held
   std::map<zdbSymbol_t, std::weak_ptr<Symbol>> symbols_;
 };
-
-/// The result of a call that leaves its failure in the database.
-inline std::optional<Failure> check(zdbHandle_t db, int done) {
-  return done != 0 ? std::nullopt : std::optional(Failure::of(db));
-}
 
 /// A str as bytes: UTF-8, and bytes that came from the library and are not. Raises for a NUL.
 std::string textOf(const pybind11::str& text);

@@ -20,15 +20,16 @@ Failure Failure::of(zdbHandle_t db, const zdbx_result& result) {
   return failure;
 }
 
+py::object decoded(const std::string& text) {
+  return py::reinterpret_steal<py::object>(
+      PyUnicode_DecodeUTF8(text.data(), static_cast<Py_ssize_t>(text.size()), "backslashreplace"));
+}
+
 void raise(const Failure& failure) {
-  // Messages may repeat labels that are not UTF-8.
-  const auto decode = [](const std::string& text) {
-    return py::reinterpret_steal<py::object>(PyUnicode_DecodeUTF8(
-        text.data(), static_cast<Py_ssize_t>(text.size()), "backslashreplace"));
-  };
-  const py::object error = py::module_::import("zdbcc._errors")
-                               .attr("make")(failure.kind, decode(failure.text),
-                                             decode(failure.reason), failure.row, failure.position);
+  const py::object error =
+      py::module_::import("zdbcc._errors")
+          .attr("make")(failure.kind, decoded(failure.text), decoded(failure.reason), failure.row,
+                        failure.position);
   PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(error.ptr())), error.ptr());
   throw py::error_already_set();
 }

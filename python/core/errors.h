@@ -24,6 +24,9 @@ struct Failure {
   static Failure of(zdbHandle_t db, const zdbx_result& result);
 };
 
+/// A message as a str; it may repeat labels that are not UTF-8.
+pybind11::object decoded(const std::string& text);
+
 /// Raises the exception class of the failure's kind, which zdbcc._errors chooses.
 [[noreturn]] void raise(const Failure& failure);
 

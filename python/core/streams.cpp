@@ -141,6 +141,11 @@ class Drained {
   Drained& operator=(const Drained&) = delete;
 
   ArrowArrayStream& stream() { return stream_; }
+  std::int64_t rows() const {
+    std::int64_t count = 0;
+    for (const ArrowArray& array : arrays_) count += array.length;
+    return count;
+  }
 
  private:
   static Drained& of(ArrowArrayStream* stream) {
@@ -156,10 +161,11 @@ class Drained {
   ArrowArrayStream stream_ = {};
 };
 
-py::tuple import(Symbol& self, ArrowArrayStream& stream, int mode) {
+py::tuple import(Symbol& self, ArrowArrayStream& stream, std::int64_t rows, int mode) {
   zdbx_result result = {};
   result.size = sizeof result;
-  self.db->call(self, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
+  const auto changed = mode == ZDBX_REPLACE ? kAllRecords : rows;
+  self.db->change(self, changed, [&](zdbHandle_t db, zdbSymbol_t symbol) -> std::optional<Failure> {
     if (zdbx_import_stream(db, symbol, &stream, mode, ZDBX_UNDO, &result) != 0) return std::nullopt;
     return Failure::of(db, result);
   });
@@ -179,7 +185,7 @@ py::tuple importCapsule(Symbol& self, const py::object& capsule, int mode) {
   };
   const std::unique_ptr<ArrowArrayStream, decltype(release)> owner(&stream, release);
   Drained drained(stream);
-  return import(self, drained.stream(), mode);
+  return import(self, drained.stream(), drained.rows(), mode);
 }
 
 using Codes = py::array_t<std::int32_t, py::array::c_style>;
@@ -304,7 +310,7 @@ class Batch {
 py::tuple putLabelled(Symbol& self, std::int64_t rows, const std::vector<Column>& columns,
                       int mode) {
   Batch batch(rows, columns);
-  return import(self, batch.stream(), mode);
+  return import(self, batch.stream(), rows, mode);
 }
 
 }  // namespace

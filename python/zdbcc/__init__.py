@@ -24,8 +24,10 @@ from zdbcc._errors import (
     OutOfMemoryError,
     StateError,
     StreamError,
+    TableError,
 )
 from zdbcc._symbols import Alias, Equation, Parameter, Set, Slice, Symbol, Variable
+from zdbcc._tables import CsvWarning, Difference, Imported, SymbolDifference, diff, read_csv
 from zdbcc._values import EPS, INF, NA, UNDEF, Values
 
 __all__ = [
@@ -36,13 +38,16 @@ __all__ = [
     "Alias",
     "ArgumentError",
     "ClosedError",
+    "CsvWarning",
     "DamagedError",
     "Database",
+    "Difference",
     "DomainError",
     "Equation",
     "Error",
     "ExistsError",
     "FileError",
+    "Imported",
     "LabelError",
     "MissingFileError",
     "NotFoundError",
@@ -53,9 +58,13 @@ __all__ = [
     "StateError",
     "StreamError",
     "Symbol",
+    "SymbolDifference",
+    "TableError",
     "Values",
     "Variable",
     "Violation",
     "__version__",
+    "diff",
     "open",
+    "read_csv",
 ]

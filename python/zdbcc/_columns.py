@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import sys
-from collections.abc import Iterable, Mapping, Sequence
+from collections.abc import Callable, Iterable, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, NamedTuple, TypeAlias
 
 import numpy as np
@@ -24,6 +24,8 @@ class Shape(NamedTuple):
     name: str
     dim: int
     values: int
+    #: The elements of the set that is the domain of a position; raises if none is.
+    elements: Callable[[int], list[str]]
 
     @property
     def has_texts(self) -> bool:
@@ -55,6 +57,10 @@ def columns_of(data: Any, shape: Shape) -> Columns:
         return _from_frame(data, shape)
     if _is(data, "pandas", "Series"):
         return _from_series(data, shape)
+    if _is(data, "xarray", "DataArray"):
+        return _from_dense(data.values, _coordinates(data, shape), shape)
+    if _is_dense(data, shape):
+        return _from_dense(data, [shape.elements(i) for i in range(shape.dim)], shape)
     if isinstance(data, Mapping):
         keys = list(data)
         rows = list(data.values())
@@ -67,6 +73,55 @@ def columns_of(data: Any, shape: Shape) -> Columns:
             "DataFrame, a Series, a dict, rows or an Arrow stream"
         )
     return _from_rows(data.tolist() if isinstance(data, np.ndarray) else list(data), shape)
+
+
+def _is_dense(data: Any, shape: Shape) -> bool:
+    """Whether it is an array of values over the domains: rows would have labels."""
+    return (
+        isinstance(data, np.ndarray)
+        and data.dtype.kind in "biuf"
+        and data.ndim == shape.dim > 0
+        and data.size > 0
+    )
+
+
+def _coordinates(array: Any, shape: Shape) -> list[list[str]]:
+    if array.ndim != shape.dim:
+        raise ArgumentError(
+            f"the array has {array.ndim} dimensions, but {shape.name} has {shape.dim} positions"
+        )
+    for dim in array.dims:
+        if dim not in array.coords:
+            raise ArgumentError(
+                f"the array has no labels along {dim!r}; give it coordinates that are labels"
+            )
+    return [array.coords[dim].values.tolist() for dim in array.dims]
+
+
+def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> Columns:
+    """A record for each entry but nan; of a set, an element for each that is true."""
+    sizes = tuple(len(each) for each in labels)
+    if values.shape != sizes:
+        raise ArgumentError(
+            f"the array has the shape {values.shape}, but the domains of {shape.name} have "
+            f"{' x '.join(map(str, sizes))} elements"
+        )
+    if shape.has_texts:
+        if values.dtype.kind != "b":
+            raise ArgumentError(
+                f"the array has the type {values.dtype}; one for {shape.name}, a set, has bool: "
+                "true for each element"
+            )
+        chosen = np.nonzero(values)
+        numbers: list[Column] = []
+    else:
+        dense = doubles(values, f"the array for {shape.name}")
+        chosen = np.nonzero(~np.isnan(dense)) if shape.dim else ()
+        numbers = [dense[chosen] if shape.dim else dense.reshape(1)]
+    places: list[Column] = [
+        (place.astype(np.int32), each) for place, each in zip(chosen, labels, strict=True)
+    ]
+    return _join(places, numbers, len(chosen[0]) if shape.dim else 1, shape)
 
 
 def _join(labels: list[Column], values: list[Column], rows: int, shape: Shape) -> Columns:

@@ -1,4 +1,5 @@
 from collections.abc import Sequence
+from typing import Any
 
 import numpy as np
 from numpy.typing import NDArray
@@ -48,7 +49,12 @@ class Symbol:
     def rename(self, name: str) -> None: ...
     def clear(self) -> None: ...
     def read(
-        self, slice: Sequence[int] | None, keys: bool, values: bool, texts: bool
+        self,
+        slice: Sequence[int] | None,
+        keys: bool,
+        values: bool,
+        texts: bool,
+        most: int | None = None,
     ) -> tuple[list[NDArray[np.int32]], list[NDArray[np.float64]], list[str] | None]: ...
     def put(
         self,
@@ -69,4 +75,6 @@ class Symbol:
         mode: int,
     ) -> tuple[int, int]: ...
 
-def compact(numbers: NDArray[np.int32], labels: int) -> NDArray[np.int32]: ...
+def compact(
+    numbers: NDArray[np.int32], labels: int
+) -> tuple[NDArray[np.signedinteger[Any]], NDArray[np.int32]]: ...

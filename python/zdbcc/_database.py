@@ -9,7 +9,8 @@ from typing import TYPE_CHECKING, Any, NamedTuple, TypeAlias
 import numpy as np
 
 from zdbcc import _core
-from zdbcc._errors import ArgumentError, ClosedError, DomainError, NotFoundError
+from zdbcc._errors import ArgumentError, ClosedError, DomainError, ExistsError, NotFoundError
+from zdbcc._records import counted
 from zdbcc._symbols import (
     CLASSES,
     EQUATION_KINDS,
@@ -26,6 +27,8 @@ if TYPE_CHECKING:
     from types import TracebackType
 
     from numpy.typing import NDArray
+
+    from zdbcc._tables import Imported
 
 #: Domains of a symbol: sets or their names, "*" for any label; a name that no set has is only
 #: a name.
@@ -61,6 +64,8 @@ class Database(Mapping[str, Symbol]):
     def __init__(self) -> None:
         self._core = _core.Database()
         self._labels: NDArray[np.object_] = np.array([""], dtype=object)
+        #: What became of the rows of CSV files; empty if it is not of ``read_csv``.
+        self.imported: tuple[Imported, ...] = ()
 
     # ---- Files ----
 
@@ -106,6 +111,50 @@ class Database(Mapping[str, Symbol]):
         if check_domains:
             self._require_domains()
         self._core.write_file(name, False)
+
+    def to_sqlite(
+        self,
+        path: str | os.PathLike[str],
+        symbols: Sequence[str] = (),
+        *,
+        overwrite: bool = False,
+    ) -> None:
+        """Writes an SQLite database: a table for each symbol, a view for each alias.
+
+        The key of a table is all its labels. ``_symbols`` describes the symbols, and ``_labels``
+        has all labels in their order. Infinities are infinities, EPS is 0, and UNDEF and NA are
+        ``NULL``. The file appears when it is complete.
+
+        Parameters
+        ----------
+        path
+            Where to write it.
+        symbols : sequence of str
+            What to write; without them, all.
+        overwrite : bool
+            Whether a file that is there may be replaced; else ``ExistsError``.
+
+        Raises ``FileError`` if the system refuses, ``NotFoundError`` for a symbol that is not
+        there.
+
+        Examples
+        --------
+        >>> import pathlib, sqlite3, tempfile
+        >>> db = zdbcc.Database()
+        >>> p = db.add_parameter("p", "i", {"a": 1.5})
+        >>> with tempfile.TemporaryDirectory() as folder:
+        ...     path = pathlib.Path(folder) / "out.db"
+        ...     db.to_sqlite(path)
+        ...     sqlite3.connect(path).execute("SELECT * FROM p").fetchall()
+        [('a', 1.5)]
+        """
+        from zdbcc._tables import write_sqlite
+
+        target = os.fspath(path)
+        names = [self[name].name for name in ([symbols] if isinstance(symbols, str) else symbols)]
+        if not overwrite and os.path.exists(target):
+            raise ExistsError(f"{target} exists; pass overwrite=True to replace it")
+        write_sqlite(self, target, names, overwrite)
 
     def close(self) -> None:
         """Frees the database; its symbols can no longer be used. May be called again."""
@@ -160,10 +209,7 @@ class Database(Mapping[str, Symbol]):
         if self.closed:
             return "<Database (closed)>"
         symbols, labels = len(self), self._label_count()
-        return (
-            f"<Database: {symbols} symbol{'' if symbols == 1 else 's'}, "
-            f"{labels} label{'' if labels == 1 else 's'}>"
-        )
+        return f"<Database: {counted(symbols, 'symbol')}, {counted(labels, 'label')}>"
 
     # ---- Labels ----
 
@@ -383,7 +429,7 @@ class Database(Mapping[str, Symbol]):
             return
         first = found[0]
         error = DomainError(
-            f"{len(found)} record{'' if len(found) == 1 else 's'} outside a domain, first "
+            f"{counted(len(found), 'record')} outside a domain, first "
             f"{first.key!r} of {first.symbol}, position {first.position + 1}, which is not in "
             f"{first.domain}; extend the set, or pass check_domains=False"
         )

@@ -80,6 +80,12 @@ class DomainError(ArgumentError):
     kind = "domain"
 
 
+class TableError(ArgumentError):
+    """A CSV file that is not as it was said to be: its columns, numbers or rows."""
+
+    kind = "table"
+
+
 class NotFoundError(Error, KeyError):
     """A symbol, label or record that is not there."""
 
@@ -126,6 +132,7 @@ _KINDS: dict[int, tuple[str, type[Error]]] = {
     12: ("companion", Error),
     13: ("model", Error),
     14: ("callback", StreamError),
+    15: ("table", TableError),  # not of the library
 }
 
 

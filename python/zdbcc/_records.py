@@ -78,15 +78,17 @@ class Records:
     # ---- Keys ----
 
     def _read(
-        self, keys: bool = True, values: bool = True, texts: bool = True
+        self, keys: bool = True, values: bool = True, texts: bool = True, most: int | None = None
     ) -> tuple[list[NDArray[np.int32]], list[NDArray[np.float64]], list[str] | None]:
-        columns, numbers, words = self._core.read(self._slice, keys, values, texts)
+        columns, numbers, words = self._core.read(self._slice, keys, values, texts, most)
         return [columns[i] for i in self._open] if keys else [], numbers, words
 
-    def _coded(self, numbers: NDArray[np.int32]) -> tuple[NDArray[np.int32], NDArray[np.object_]]:
+    def _coded(
+        self, numbers: NDArray[np.int32]
+    ) -> tuple[NDArray[np.signedinteger[Any]], NDArray[np.object_]]:
         """Label numbers as places in the labels that occur, in their order."""
-        used = _core.compact(numbers, self._db._label_count())
-        return numbers, self._db._labels_at(used)
+        codes, used = _core.compact(numbers, self._db._label_count())
+        return codes, self._db._labels_at(used)
 
     def _keys(self) -> list[Any]:
         columns, _, _ = self._read(values=False, texts=False)
@@ -190,7 +192,7 @@ class Records:
         data: dict[str, Any] = {}
         for name, numbers in zip(names, columns, strict=False):
             codes, labels = self._coded(numbers)
-            data[name] = pd.Categorical.from_codes(codes, pd.Index(labels, dtype=object))
+            data[name] = _categorical(codes, pd.Index(labels, dtype=object))
         rest = names[len(columns) :]
         data.update(zip(rest, values if texts is None else [texts], strict=False))
         rows = len(self) if not data else None
@@ -220,9 +222,11 @@ class Records:
             index = pd.Index(self._db._labels_at(columns[0]), name=names[0], dtype=object)
         else:
             coded = [self._coded(numbers) for numbers in columns]
+            levels: Any = [pd.Index(labels, dtype=object) for _, labels in coded]
+            codes: Any = [codes for codes, _ in coded]
             index = pd.MultiIndex(
-                levels=[pd.Index(labels, dtype=object) for _, labels in coded],
-                codes=[codes for codes, _ in coded],
+                levels=levels,
+                codes=codes,
                 names=names,
                 verify_integrity=False,
             )
@@ -344,14 +348,26 @@ class Records:
 
     def _first(self, count: int) -> Iterator[tuple[Any, ...]]:
         """The first records as rows of labels and values."""
-        columns, values, texts = self._read()
-        cells: list[list[Any]] = [
-            self._db._labels_at(column[:count]).tolist() for column in columns
-        ]
-        cells += [column[:count].tolist() for column in values]
+        columns, values, texts = self._read(most=count)
+        cells: list[list[Any]] = [self._db._labels_at(column).tolist() for column in columns]
+        cells += [column.tolist() for column in values]
         if texts is not None:
-            cells.append(texts[:count])
+            cells.append(texts)
         return zip(*cells, strict=True)
+
+
+def _categorical(codes: NDArray[np.signedinteger[Any]], labels: Any) -> Any:
+    import pandas as pd
+
+    try:
+        return pd.Categorical.from_codes(codes, labels, validate=False)  # they are in range
+    except TypeError:  # before pandas 2.1
+        return pd.Categorical.from_codes(codes, labels)
+
+
+def counted(count: int, what: str) -> str:
+    """Such as "1 record" or "2 records"."""
+    return f"{count} {what}" + ("" if count == 1 else "s")
 
 
 def quoted(text: str, most: int = 60) -> str:

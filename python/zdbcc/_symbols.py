@@ -9,7 +9,7 @@ import numpy as np
 from zdbcc import _core
 from zdbcc._columns import Shape, columns_of
 from zdbcc._errors import ArgumentError, ClosedError, Error, NotFoundError
-from zdbcc._records import Records, quoted
+from zdbcc._records import Records, counted, quoted
 from zdbcc._values import Values, doubles
 
 if TYPE_CHECKING:
@@ -88,7 +88,19 @@ class Symbol(Records):
         return tuple(name for name, _ in self._core.domains)
 
     def _shape(self) -> Shape:
-        return Shape(f"symbol {self._core.name}", self._core.dim, len(self._fields))
+        name = f"symbol {self._core.name}"
+        return Shape(name, self._core.dim, len(self._fields), self._elements)
+
+    def _elements(self, position: int) -> list[str]:
+        domain, is_symbol = self._core.domains[position]
+        core = self._db._core.find(domain) if is_symbol and domain != "*" else None
+        if core is None:
+            raise ArgumentError(
+                f"the domain {domain} of symbol {self._core.name} is not a set, which an array "
+                "without labels needs; pass an xarray.DataArray, or arrays with update_arrays()"
+            )
+        elements: list[str] = self._db._labels_at(core.read(None, True, False, False)[0][0]).tolist()
+        return elements
 
     def __repr__(self) -> str:
         try:
@@ -101,7 +113,7 @@ class Symbol(Records):
         return (
             f"<{type(self).__name__} {name}"
             + (f"({', '.join(domain)})" if domain else "")
-            + f": {count} record{'' if count == 1 else 's'}"
+            + f": {counted(count, 'record')}"
             + (f", {quoted(text)}" if text else "")
             + ">"
         )
@@ -235,6 +247,8 @@ class Symbol(Records):
             - a pandas series with the labels as its index
             - a dict of keys with values; a key is a str, or a tuple for several positions
             - a sequence of rows such as ``("a", "b", 2.0)``, or of labels for a set
+            - an xarray array with labels as coordinates, or a numpy array of numbers with an entry
+              for each element of each domain, in their order; nan is no record. For a set, of bool
             - anything with ``__arrow_c_stream__``: a table of pyarrow, polars or duckdb, or another
               symbol
             - a number, for a symbol without positions
@@ -388,7 +402,7 @@ class Slice(Records):
             quoted(label) if number else ":"
             for number, label in zip(self._slice or [], labels, strict=True)
         )
-        return f"<Slice {name}({', '.join(parts)}): {count} record{'' if count == 1 else 's'}>"
+        return f"<Slice {name}({', '.join(parts)}): {counted(count, 'record')}>"
 
     def __getitem__(self, key: Any) -> Any:
         """The value of a key, or a smaller slice."""

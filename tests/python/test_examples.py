@@ -19,7 +19,7 @@ PAGE = Path(__file__).parents[2] / "doc" / "howto" / "python.md"
 
 
 @pytest.mark.parametrize(
-    "module", ["", "._database", "._errors", "._records", "._symbols", "._values"]
+    "module", ["", "._database", "._errors", "._records", "._symbols", "._tables", "._values"]
 )
 def test_Docstrings_PrintWhatTheySay(module: str) -> None:
     result = doctest.testmod(importlib.import_module("zdbcc" + module), extraglobs={"zdbcc": zdbcc})

@@ -84,8 +84,11 @@ def test_Html_IsEscapedAndShort(db: zdbcc.Database) -> None:
     text = db["food"]._repr_html_()
     assert "&lt;b&gt;" in text and "<script>" not in text and "<b>" not in text
     assert html.escape(repr(db["price"])) in db["price"]._repr_html_()
+    text = db["flow"][:, "x"]._repr_html_()
+    assert text.count("<tr>") == 3 and "more" not in text
     many: dict[Any, Any] = {f"{'x' * 50}{i}": float(i) for i in range(5000)}
-    assert len(db.add_parameter("many", "*", many)._repr_html_()) < 10_000
+    text = db.add_parameter("many", "*", many)._repr_html_()
+    assert len(text) < 10_000 and text.count("<tr>") == 11 and "and 4990 more" in text
 
 
 def test_Repr_IsOneLine(sample: Any) -> None:

@@ -182,3 +182,27 @@ def test_Databases_TakeFromEachOtherWithoutWaitingForever() -> None:
 
     assert run(lambda: take(one, other), lambda: take(other, one)) == []
     assert one.to_dict() == other.to_dict()
+
+
+def test_SymbolsOfAFile_StayThemselvesWhenTheyAreChanged(db: zdbcc.Database) -> None:
+    # Few changes move the records of a file to another storage, and the handle with them.
+    keys = [f"k{i:04}" for i in range(2000)]
+    db["food"].update(keys)
+    db["price"].update(dict.fromkeys(keys, 1.0))
+    db.add_alias("drink", "food")
+    back = zdbcc.Database.from_bytes(db.to_bytes())
+    food, price, part = back["food"], back["price"], back["flow"][:, "x"]
+    price["k1000"] = 2.0
+    del food["k1999"]
+    back["flow"]["k0000", "x"] = 5.0
+    assert price["k1000"] == back["price"]["k1000"] == 2.0 and len(price) == 2002
+    assert part.to_dict() == {"tea": 1.0, "milk": 2.0, "k0000": 5.0}
+    assert [v.key for v in back.check_domains()] == ["k1999"]
+    assert len(back["drink"]) == len(food) == 2002
+    price.update({"k1999": 3.0, "new": 4.0})
+    price.update(db["flow"][:, "x"].to_dict(), mode="replace")
+    assert list(price) == ["tea", "milk"] and "new" in back.labels
+    assert list(back) == ["food", "price", "flow", "ship", "drink"]
+    back.remove("price")
+    with pytest.raises(zdbcc.ClosedError):
+        len(price)

@@ -9,6 +9,7 @@ from typing import Any
 import numpy as np
 import pandas as pd
 import pytest
+import xarray as xr
 import zdbcc
 
 NAN = float("nan")
@@ -28,6 +29,21 @@ def cat(*labels: Any) -> pd.Categorical:
 
 def frame(*columns: Any) -> pd.DataFrame:
     return pd.DataFrame({f"c{i}": column for i, column in enumerate(columns)})
+
+
+def grid(*labels: Any) -> xr.DataArray:
+    return xr.DataArray(np.ones([len(each) for each in labels]), coords=list(labels_by(labels)))
+
+
+def labels_by(labels: Any) -> Any:
+    return ((f"d{i}", np.array(each, object)) for i, each in enumerate(labels))
+
+
+def newer(db: zdbcc.Database) -> bytes:
+    """The bytes of a file that a later version has written: the number is at place 8."""
+    data = bytearray(db.to_bytes())
+    data[8] += 1
+    return bytes(data)
 
 
 Do = Callable[[zdbcc.Database], object]
@@ -53,6 +69,15 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["ship"].update({"new": (1, 2), "b": 1}), zdbcc.ArgumentError, "same number"),
     (lambda db: db.add_parameter("new", ["*"] * 21), zdbcc.ArgumentError, "at most 20"),
     (lambda db: db["price"].to_scipy(), zdbcc.ArgumentError, "fix others in a slice"),
+    # Arrays over the domains.
+    (lambda db: db["price"].update(np.ones(2)), zdbcc.ArgumentError, "have 3 elements"),
+    (lambda db: db["flow"].update(np.ones((2, 2))), zdbcc.ArgumentError, "domain from of symbol"),
+    (lambda db: db["food"].update(np.ones(3)), zdbcc.ArgumentError, "domain * of symbol food"),
+    (lambda db: db["price"].update(xr.DataArray([1.0])), zdbcc.ArgumentError, "along 'dim_0'; giv"),
+    (lambda db: db["price"].update(grid(["q"], ["q"])), zdbcc.ArgumentError, "has 2 dimensions"),
+    (lambda db: db["price"].update(grid(["q", 5])), zdbcc.LabelError, "5 (int)"),
+    (lambda db: db["food"].update(grid(["q"])), zdbcc.ArgumentError, "has bool: true for each"),
+    (lambda db: db["price"].update(grid(["q"]).astype(str)), zdbcc.ArgumentError, "not numbers"),
     # Labels and records that are not there.
     (lambda db: db["nothing"], zdbcc.NotFoundError, "no symbol 'nothing'"),
     (lambda db: db.remove("nothing"), zdbcc.NotFoundError, "no symbol 'nothing'"),
@@ -113,6 +138,21 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: zdbcc.open("/dev"), (zdbcc.FileError, zdbcc.DamagedError), "/dev"),
     (lambda db: db.write("no/such/out.zxf"), zdbcc.FileError, "no/such/out.zxf"),
     (lambda db: zdbcc.Database.from_bytes(b"nonsense"), zdbcc.DamagedError, ""),
+    (lambda db: zdbcc.Database.from_bytes(newer(db)), zdbcc.DamagedError, "use a newer library"),
+    (lambda db: db.to_sqlite("no/such/out.db"), zdbcc.FileError, "no/such/out.db"),
+    (lambda db: db.to_sqlite("/dev/null"), zdbcc.ExistsError, "pass overwrite=True"),
+    (lambda db: db.to_sqlite("out.db", ["nothing"]), zdbcc.NotFoundError, "no symbol 'nothing'"),
+    (lambda db: zdbcc.diff(db, "no/such.zxf"), zdbcc.MissingFileError, "no/such.zxf"),
+    (lambda db: zdbcc.diff(db, db, ["pricy"]), zdbcc.NotFoundError, "did you mean price?"),
+    (lambda db: zdbcc.diff(db, db, tolerance=-1), zdbcc.ArgumentError, "needs numbers from 0 on"),
+    (lambda db: zdbcc.diff(db, db, limit=-1), zdbcc.ArgumentError, "a whole number from 0 on"),
+    (lambda db: zdbcc.read_csv(), zdbcc.ArgumentError, "there is nothing to read"),
+    (lambda db: zdbcc.read_csv("no/such.csv"), zdbcc.MissingFileError, "no/such.csv"),
+    (lambda db: zdbcc.read_csv("/"), zdbcc.ArgumentError, "/"),
+    (lambda db: zdbcc.read_csv("p=x.csv:a->b->c"), zdbcc.ArgumentError, "not understood: ->c"),
+    (lambda db: zdbcc.read_csv("x.csv", decimal=";"), zdbcc.ArgumentError, "one of point, comma"),
+    (lambda db: zdbcc.read_csv("x.csv", skip=-1), zdbcc.ArgumentError, "a whole number"),
+    (lambda db: zdbcc.read_csv("x.csv", separator="||"), zdbcc.ArgumentError, "is one character"),
 ]  # fmt: skip
 
 
@@ -170,6 +210,35 @@ def test_WrongStreams_AreRefused(db: zdbcc.Database) -> None:
     with pytest.raises(zdbcc.ArgumentError, match="read already"):
         db["price"].update(Twice())
     assert state(db) == before
+
+
+def test_LabelsOfARefusedCall_AreNotRemembered(db: zdbcc.Database) -> None:
+    # Their numbers go to other labels afterwards, and texts that were looked up must not stay.
+    class Failing:
+        def __init__(self, source: zdbcc.Symbol) -> None:
+            self.source = source
+
+        def __arrow_c_stream__(self, requested_schema: object = None) -> object:
+            return self.source.__arrow_c_stream__()
+
+    price, flow = db["price"], db["flow"]
+    other = zdbcc.Database()
+    wrong = other.add_parameter("wrong", "*", {"stream 1": 1.0, "stream 2": 2.0})
+    bad: list[Any] = [
+        lambda: price.update([("row", 1.0), ("x" * 64, 1.0)]),
+        lambda: price.update({"tea": 1.0, "new": 2.0}, mode="add"),
+        lambda: price.__setitem__("cell\n", 1.0),
+        lambda: flow.update(Failing(wrong)),
+        lambda: db.add_parameter("p", "*", [("added", 1.0), ("added", 2.0)]),
+        lambda: db.add_labels(["label", "x" * 64]),
+    ]
+    for number, do in enumerate(bad):
+        assert list(price)  # has the texts looked up
+        with pytest.raises(zdbcc.Error):
+            do()
+        price[f"after {number}"] = float(number)
+        assert list(price)[-1] == f"after {number}" == db.labels[-1]
+        assert price.to_frame()["food"].tolist()[-1] == f"after {number}"
 
 
 def test_DomainViolations_AreToldBeforeWriting(db: zdbcc.Database, tmp_path: pathlib.Path) -> None:

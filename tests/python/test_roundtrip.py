@@ -4,17 +4,24 @@ from __future__ import annotations
 
 import math
 import struct
+import tempfile
+from pathlib import Path
 from typing import Any
 
 import hypothesis.strategies as st
 import numpy as np
 import pandas as pd
 import pytest
+import xarray as xr
 import zdbcc
 from hypothesis import HealthCheck, given, settings
 
 settings.register_profile(
-    "package", max_examples=60, deadline=None, suppress_health_check=list(HealthCheck)
+    "package",
+    max_examples=60,
+    deadline=None,
+    database=None,
+    suppress_health_check=list(HealthCheck),
 )
 settings.load_profile("package")
 
@@ -55,7 +62,8 @@ def bits(value: Any) -> Any:
 def records(draw: st.DrawFn) -> tuple[str, int, dict[tuple[str, ...], tuple[Any, ...]]]:
     """A type, a dimension and records by key."""
     kind = draw(st.sampled_from(list(FIELDS)))
-    dim = draw(st.integers(1 if kind == "set" else 0, 4))
+    least = 1 if kind == "set" else 0
+    dim = draw(st.one_of(st.integers(least, 4), st.integers(5, 20)))
     # One spelling of each label, since the database keeps the first.
     pool = draw(st.lists(LABELS, min_size=1, max_size=6, unique_by=fold))
     key = st.tuples(*[st.sampled_from(pool)] * dim)
@@ -85,9 +93,24 @@ def rows_of(frame: pd.DataFrame, dim: int) -> dict[Any, Any]:
     }
 
 
-@given(records(), st.booleans(), st.sampled_from(["columns", "index", "arrow", "dict"]))
+def through(db: zdbcc.Database, medium: str) -> zdbcc.Database:
+    """The database once more, from the bytes of a file or from a file."""
+    if medium == "bytes":
+        return zdbcc.Database.from_bytes(db.to_bytes())
+    with tempfile.TemporaryDirectory() as folder:
+        path = Path(folder, "Köln 1.zxf")
+        db.write(path if medium == "path" else str(path))
+        return zdbcc.open(path if medium == "path" else str(path))
+
+
+@given(
+    records(),
+    st.booleans(),
+    st.sampled_from(["columns", "index", "arrow", "dict"]),
+    st.sampled_from(["bytes", "file", "path"]),
+)
 def test_Frames_ComeBackFromFiles(
-    given_records: tuple[str, int, dict[Any, Any]], categorical: bool, way: str
+    given_records: tuple[str, int, dict[Any, Any]], categorical: bool, way: str, medium: str
 ) -> None:
     kind, dim, found = given_records
     width = max(FIELDS[kind], 1)
@@ -107,7 +130,7 @@ def test_Frames_ComeBackFromFiles(
         other.update(symbol)
         db.remove("s")
         db.rename("t", "s")
-    back = zdbcc.Database.from_bytes(db.to_bytes())["s"]
+    back = through(db, medium)["s"]
     result = back.to_frame()
     expected = {k: tuple(map(bits, v)) for k, v in found.items()}
     assert rows_of(result, dim) == expected
@@ -183,3 +206,61 @@ def test_DenseAndSparse_HaveTheValuesAtTheirLabels(field: str) -> None:
     members = db.add_set("s", list(rows), domain=["*", "*"]).to_xarray()
     assert members.values.sum() == 3
     assert not members.sel(label="b", label_2="x")
+
+
+@st.composite
+def grids(draw: st.DrawFn) -> tuple[list[list[str]], np.ndarray]:
+    """Elements of up to three domains, and a value or nan for each combination."""
+    pools = draw(
+        st.lists(st.lists(LABELS, min_size=1, max_size=4, unique_by=fold), min_size=1, max_size=3)
+    )
+    spelling: dict[str, str] = {}
+    pools = [[spelling.setdefault(fold(label), label) for label in pool] for pool in pools]
+    shape = [len(pool) for pool in pools]
+    size = math.prod(shape)
+    values = draw(st.lists(st.one_of(VALUES, st.just(math.nan)), min_size=size, max_size=size))
+    return pools, np.array(values).reshape(shape)
+
+
+@given(grids(), st.sampled_from(["numpy", "xarray", "set"]))
+def test_DenseArrays_PutARecordForEachNumber(
+    grid: tuple[list[list[str]], np.ndarray], form: str
+) -> None:
+    pools, values = grid
+    db = zdbcc.Database()
+    names = [db.add_set(f"d{i}", pool).name for i, pool in enumerate(pools)]
+    # The elements of a set stand in the order of the labels of the database, which may be another.
+    elements = [list(db[name]) for name in names]
+    sorted_values = values
+    for axis, (pool, order) in enumerate(zip(pools, elements, strict=True)):
+        sorted_values = np.take(sorted_values, [pool.index(label) for label in order], axis)
+    if form == "set":
+        s = db.add_set("s", ~np.isnan(sorted_values), domain=names)
+        found = dict.fromkeys(s, 0.0)
+    else:
+        array = sorted_values
+        if form == "xarray":
+            coords = dict(zip(names, pools, strict=True))
+            array = xr.DataArray(values, dims=names, coords=coords)
+        found = db.add_parameter("p", names, array).to_dict()
+    expected = {
+        tuple(pool[i] for pool, i in zip(pools, place, strict=True)): value
+        for place, value in np.ndenumerate(values)
+        if not np.isnan(value)
+    }
+    if len(names) == 1:
+        expected = {k: v for (k,), v in expected.items()}
+    assert found.keys() == expected.keys()
+    if form != "set":
+        assert {k: bits(v) for k, v in found.items()} == {k: bits(v) for k, v in expected.items()}
+
+
+def test_Xarray_GoesBackAndForth() -> None:
+    db = zdbcc.Database()
+    p = db.add_parameter("p", ["i", "j"], {("a", "x"): 1.0, ("b", "y"): 0.0})
+    again = db.add_parameter("again", ["i", "j"], p.to_xarray())
+    assert again.to_dict() == p.to_dict() == {("a", "x"): 1.0, ("b", "y"): 0.0}
+    single = db.add_parameter("single", (), xr.DataArray(2.5))
+    assert single[()] == 2.5
+    x = db.add_variable("x", ["i", "j"], p.to_xarray(), kind="positive")
+    assert x["a", "x"] == (1.0, 0.0, 0.0, zdbcc.INF, 1.0)

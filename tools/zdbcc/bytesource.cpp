@@ -75,7 +75,7 @@ class ByteSource::Unpacker {
 
 ByteSource::ByteSource(const std::string& file) : name_(file == "-" ? "standard input" : file) {
   descriptor_ = file == "-" ? dup(STDIN_FILENO) : open(file.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor_ < 0) fail(std::strerror(errno));
+  if (descriptor_ < 0) throw InputError(problem(std::strerror(errno)));
   std::string begin(kGzipMagic.size(), '\0');
   std::size_t count = 0;
   std::size_t got = 0;
@@ -97,7 +97,7 @@ std::size_t ByteSource::read(char* bytes, std::size_t size) {
     return unpacker_->unpack(bytes, size,
                              [&](char* packed, std::size_t room) { return readOn(packed, room); });
   } catch (const PackedError& failure) {
-    fail(std::string("cannot unpack it: ") + failure.what());
+    throw ToolError(problem(std::string("cannot unpack it: ") + failure.what()));
   }
 }
 
@@ -111,13 +111,14 @@ std::size_t ByteSource::readOn(char* bytes, std::size_t size) {
 
 std::size_t ByteSource::readFile(char* bytes, std::size_t size) {
   const ssize_t count = contract::uninterrupted([&] { return ::read(descriptor_, bytes, size); });
-  if (count < 0) fail(errno == EISDIR ? "it is a folder" : std::strerror(errno));
+  if (count < 0)
+    throw InputError(problem(errno == EISDIR ? "it is a folder" : std::strerror(errno)));
   done_ += static_cast<std::uint64_t>(count);
   return static_cast<std::size_t>(count);
 }
 
-void ByteSource::fail(const std::string& reason) const {
-  throw ToolError("cannot read " + name_ + ": " + reason);
+std::string ByteSource::problem(const std::string& reason) const {
+  return "cannot read " + name_ + ": " + reason;
 }
 
 }  // namespace zdb::tool

@@ -28,7 +28,7 @@ class ByteSource {
   std::size_t readFile(char* bytes, std::size_t size);
   /// The same after the bytes that were looked at.
   std::size_t readOn(char* bytes, std::size_t size);
-  [[noreturn]] void fail(const std::string& reason) const;
+  std::string problem(const std::string& reason) const;
 
   std::string name_;
   int descriptor_ = -1;

@@ -15,6 +15,9 @@ namespace zdb::tool {
 ///
 /// The first console takes standard output for itself: whatever else the process prints there, such
 /// as a library that reports a lack of memory, goes to standard error and not into a table.
+///
+/// A host that has verbs as a part of it derives a console of its own, which leaves the streams and
+/// signals of the process alone.
 class Console : public Output {
  public:
   Console();
@@ -36,20 +39,30 @@ class Console : public Output {
   void log(std::string_view line);
   bool hasProblems() const { return hasProblems_; }
 
+  /// Whether Ctrl-C is the verb's to handle; else a host tells of it.
+  bool handlesInterrupts() const { return handlesInterrupts_; }
+  /// Whether a host wants the work to end. Long work asks now and then.
+  virtual bool isInterrupted() { return false; }
+
   /// A line on standard error that the next one replaces, and the next output clears.
   void showBar(std::string_view bar);
   void clearBar();
 
+ protected:
+  /// For a host, which overrides write() as well. REQUIRES the terminal is not written to.
+  explicit Console(const Terminal& terminal) : terminal_(terminal), handlesInterrupts_(false) {}
+  virtual void printLine(std::string_view text, bool isProblem);
+
  private:
   bool push();
-  void printLine(std::string_view text, bool isProblem);
 
-  std::FILE* output_;
+  std::FILE* output_ = nullptr;
   Terminal terminal_;
   std::string pending_;
   int outputError_ = 0;  ///< errno of the first failed write
   bool hasProblems_ = false;
   bool hasBar_ = false;
+  bool handlesInterrupts_ = true;
 };
 
 /// The text with a question mark for each control character: text from a file must not break a line

@@ -15,6 +15,12 @@ class ToolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// The system does not let a verb read a file.
+class InputError : public ToolError {
+ public:
+  using ToolError::ToolError;
+};
+
 /// What a verb writes cannot be written: none goes on after that.
 class OutputError : public ToolError {
  public:

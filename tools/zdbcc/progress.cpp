@@ -37,14 +37,16 @@ std::string shortNumber(double number) {
 }  // namespace
 
 Progress::Progress(Console& console, std::string unit)
-    : console_(console), unit_(std::move(unit)), nextDrawing_(start_ + kQuietTime) {}
+    : console_(console), unit_(std::move(unit)), nextDrawing_(start_ + kQuietTime) {
+  if (console.handlesInterrupts()) interrupt_.emplace();
+}
 
 Progress::~Progress() {
   console_.clearBar();
 }
 
 void Progress::update(std::uint64_t done, std::uint64_t total) {
-  if (Interrupt::isRequested()) throw InterruptedError();
+  if (interrupt_ ? Interrupt::isRequested() : console_.isInterrupted()) throw InterruptedError();
   if (!console_.terminal().showsProgress) return;
   const Clock::time_point now = Clock::now();
   if (now < nextDrawing_) return;

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "console.h"
@@ -35,7 +36,7 @@ class Progress {
   using Clock = std::chrono::steady_clock;
 
   Console& console_;
-  Interrupt interrupt_;
+  std::optional<Interrupt> interrupt_;  ///< none for a host's console
   std::string unit_;
   std::uint64_t steps_ = 0;
   Clock::time_point start_ = Clock::now();
