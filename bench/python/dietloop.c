@@ -8,11 +8,11 @@
 
 static double now(void) {
   struct timespec time;
-  clock_gettime(CLOCK_MONOTONIC, &time);
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
   return (double)time.tv_sec + 1e-9 * (double)time.tv_nsec;
 }
 
-/* Returns the seconds of the loop, or a negative number if something failed. The prices of the
+/* Returns the seconds of the processor that the loop took, or a negative number if something failed. The prices of the
    scenarios are one row after the other, in the order of `labels`. */
 double dietLoop(const char* model, const char* const* labels, int foods, const double* prices,
                 int scenarios, const char* solver, double* objectives) {

@@ -94,12 +94,12 @@ py::tuple read(Model& self, const py::str& name) {
   py::list keys;
   py::list values;
   for (int i = 0; i < dim; ++i) {
-    Numbers column(rows);
+    auto column = made<Numbers>(rows);
     buffers.keys[i].data = column.mutable_data();
     keys.append(column);
   }
   for (auto& value : buffers.values) {
-    Doubles column(rows);
+    auto column = made<Doubles>(rows);
     value.data = column.mutable_data();
     values.append(column);
   }

@@ -21,6 +21,13 @@ enum { kModelFile = 16 };
 
 using Numbers = pybind11::array_t<std::int32_t, pybind11::array::c_style>;
 using Doubles = pybind11::array_t<double, pybind11::array::c_style>;
+/// An array to be filled. Made from its shape: with a count alone, pybind11 before 2.12 takes the
+/// distance of items from a place where numpy 2 has something else.
+template <typename Array>
+Array made(std::int64_t count) {
+  return Array(pybind11::array::ShapeContainer{static_cast<pybind11::ssize_t>(count)});
+}
+
 using TextRows = std::vector<std::vector<pybind11::str>>;
 
 /// Values of params of a MathProg model, with which it is read.

@@ -6,7 +6,8 @@ from collections import deque
 from collections.abc import Callable
 from concurrent.futures import FIRST_COMPLETED, BrokenExecutor, Executor, Future, wait
 from concurrent.futures.process import ProcessPoolExecutor
-from typing import TYPE_CHECKING, Any, NamedTuple
+from dataclasses import dataclass
+from typing import TYPE_CHECKING, Any
 
 from zdbcc import _worker
 from zdbcc._errors import ArgumentError, Error
@@ -26,7 +27,8 @@ _WORKERS = 8
 _PATIENCE = 2.0
 
 
-class _Part(NamedTuple):
+@dataclass(frozen=True)
+class _Part:
     """Consecutive scenarios."""
 
     first: int
@@ -198,9 +200,7 @@ class _Run:
                 self._sweep.outcomes.take(part.first, future.result()[0])
 
 
-def run_on(
-    sweep: Sweep, executor: Any, chunk: int | None, show: Callable[[int], None]
-) -> None:
+def run_on(sweep: Sweep, executor: Any, chunk: int | None, show: Callable[[int], None]) -> None:
     """Has the scenarios of a sweep solved by the workers of an executor."""
     pool = _Pool(executor)
     run = _Run(sweep, pool, chunk, show)

@@ -15,7 +15,7 @@ from zdbcc._database import Database
 from zdbcc._errors import ArgumentError, ClosedError, Error, ModelError, NotFoundError
 from zdbcc._names import Name, entry, parse
 from zdbcc._numbers import Numbers, Rows, is_number, records_of
-from zdbcc._opened import Opened, Options, Params, Parts, SourceText, read_bytes, solver_of
+from zdbcc._opened import Opened, Options, Params, SourceText, read_bytes, solver_of
 from zdbcc._results import Result
 
 if TYPE_CHECKING:
@@ -251,9 +251,7 @@ class Model:
     def __reduce__(self) -> Any:
         with self._lock:
             self._require_open()
-            changed = [
-                (numbers._number, *numbers._changed()) for numbers in self._numbers.values()
-            ]
+            changed = [(numbers._number, *numbers._changed()) for numbers in self._numbers.values()]
             return _restored, (self._source, self._opened.names, self._params, changed)
 
     # ---- What can be changed ----
@@ -536,9 +534,7 @@ class Model:
         >>> model.solve("glpk", time_limit=60).status
         'Optimal'
         """
-        options = Options(
-            solver, time_limit, iteration_limit, gap, absolute_gap, relax, direction
-        )
+        options = Options(solver, time_limit, iteration_limit, gap, absolute_gap, relax, direction)
         options.check()
         with self._lock:
             self._require_open()
@@ -698,9 +694,7 @@ class Model:
         """
         from zdbcc._sweep import Sweep
 
-        options = Options(
-            solver, time_limit, iteration_limit, gap, absolute_gap, relax, direction
-        )
+        options = Options(solver, time_limit, iteration_limit, gap, absolute_gap, relax, direction)
         options.check()
         with self._lock:
             self._require_open()

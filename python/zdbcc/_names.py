@@ -1,4 +1,4 @@
-"""Names of what can be changed in a model or shown of it: ``need[ABE].rhs``, ``buy``, ``price[a]``."""
+"""Names of what can be changed in a model or shown of it: ``need[ABE].rhs``, ``buy``, ``p[a]``."""
 
 from __future__ import annotations
 

@@ -241,10 +241,10 @@ class Options(NamedTuple):
         """Raises for what is out of range."""
         limits = (("time_limit", self.time_limit), ("iteration_limit", self.iteration_limit))
         for what, limit in limits:
-            if limit is not None and not (0 < _finite(limit, what)):
+            if limit is not None and not (_finite(limit, what) > 0):
                 raise ArgumentError(f"{what} must be above 0, and not {limit!r}")
         for what, gap in (("gap", self.gap), ("absolute_gap", self.absolute_gap)):
-            if gap is not None and not (0 <= _finite(gap, what)):
+            if gap is not None and not (_finite(gap, what) >= 0):
                 raise ArgumentError(f"{what} must be a ratio from 0 on, and not {gap!r}")
         if self.direction not in (None, "min", "max"):
             raise ArgumentError(f"direction must be 'min' or 'max', and not {self.direction!r}")

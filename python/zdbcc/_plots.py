@@ -43,8 +43,9 @@ def plot(
     data : Symbol, Slice, table of a sweep, or numbers
         What is drawn.
     kind : "duration", "histogram", "heatmap" or "sparsity"
-        A duration curve (values from the largest to the least), a histogram, values by colour or records by dots of two positions. By default a
-        heat map of two positions, else a duration curve.
+        A duration curve (values from the largest to the least), a histogram, values by colour or
+        records by dots of two positions. By default a heat map of two positions, else a duration
+        curve.
     column : str
         Of a table: "objective", or what is shown.
     field : str

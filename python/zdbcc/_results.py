@@ -16,7 +16,8 @@ if TYPE_CHECKING:
     from numpy.typing import NDArray
 
     from zdbcc import _kit
-    from zdbcc._models import Model, Parts
+    from zdbcc._models import Model
+    from zdbcc._opened import Parts
 
 #: Numbers of statuses of models, as the kit has them.
 OPTIMAL: Final = 1
@@ -184,9 +185,7 @@ class Result(Mapping[str, Symbol]):
             if value != "nan"
         )
         summary = html.escape(repr(self))
-        return (
-            f"<details><summary><code>{summary}</code></summary><table>{body}</table></details>"
-        )
+        return f"<details><summary><code>{summary}</code></summary><table>{body}</table></details>"
 
     def plot(self, name: str, kind: str | None = None, **options: Any) -> Any:
         """Draws a symbol of the solution; see ``zdbcc.plot``. Needs matplotlib."""

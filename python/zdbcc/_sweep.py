@@ -6,6 +6,7 @@ import csv
 import hashlib
 import os
 import pickle
+import sys
 from collections.abc import Callable, Iterable, Mapping, Sequence
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple
@@ -13,8 +14,14 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from zdbcc import _kit
-from zdbcc._errors import ArgumentError, LabelError, MissingFileError, ModelError, NotFoundError
-from zdbcc._errors import SolveError
+from zdbcc._errors import (
+    ArgumentError,
+    LabelError,
+    MissingFileError,
+    ModelError,
+    NotFoundError,
+    SolveError,
+)
 from zdbcc._names import Name, entry, parse, parse_entry
 from zdbcc._numbers import Rows, check_values, is_number, records_of
 from zdbcc._opened import Opened, Options, solver_of
@@ -39,20 +46,36 @@ class Scenarios(NamedTuple):
     values: NDArray[np.float64]  #: scenarios x columns
 
 
+def _column(column: Sequence[Any], name: str) -> NDArray[np.float64]:
+    """A column of numbers, of which None and nan are missing."""
+    try:
+        array = np.asarray(column)
+    except ValueError:
+        array = np.empty(0, dtype=object)
+    if array.ndim == 1 and array.dtype.kind in "iufb":
+        return array.astype(np.float64)
+    values = np.full(len(column), np.nan)
+    for row, value in enumerate(column):
+        if value is None or value is getattr(sys.modules.get("pandas"), "NA", None):
+            continue
+        if not is_number(value):
+            raise ArgumentError(f"scenario {row}: {name} is {value!r}, which is not a number")
+        values[row] = value
+    return values
+
+
 def _matrix(columns: Mapping[str, Any], count: int) -> NDArray[np.float64]:
-    values = np.full((count, len(columns)), np.nan)
+    values = np.empty((count, len(columns)))
     for place, (name, column) in enumerate(columns.items()):
-        for row, value in enumerate(column):
-            if value is None or (is_number(value) and value != value):
-                continue
-            if not is_number(value):
-                raise ArgumentError(f"scenario {row}: {name} is {value!r}, which is not a number")
-            values[row, place] = value
+        values[:, place] = _column(column, name)
     return values
 
 
 def _from_columns(columns: Mapping[str, Any], labels: Sequence[Any] | None) -> Scenarios:
-    given = {name: list(column) for name, column in columns.items()}
+    given = {
+        name: column if isinstance(column, np.ndarray) else list(column)
+        for name, column in columns.items()
+    }
     for name in given:
         if not isinstance(name, str):
             raise ArgumentError(f"a column of the scenarios is {name!r}; names are str")
@@ -60,8 +83,8 @@ def _from_columns(columns: Mapping[str, Any], labels: Sequence[Any] | None) -> S
     if len(counts) > 1:
         raise ArgumentError(f"the columns of the scenarios have different lengths: {counts}")
     count = counts.pop() if counts else len(labels or ())
-    labels = given.pop("scenario", labels)
-    named = list(labels) if labels is not None else [str(i + 1) for i in range(count)]
+    own = given.pop("scenario", labels)
+    named = list(own) if own is not None else [str(i + 1) for i in range(count)]
     return Scenarios(named, list(given), _matrix(given, count))
 
 
@@ -72,29 +95,24 @@ def _from_frame(frame: Any) -> Scenarios:
     for place, name in enumerate(frame.columns):
         if name in columns:
             raise ArgumentError(f"the column {name!r} of the scenarios occurs twice")
-        column = frame.iloc[:, place]
-        numeric = column.dtype.kind in "iufb"
-        columns[name] = column.to_numpy(np.float64).tolist() if numeric else [
-            None if value is None or value is frame.__class__ or value != value else value
-            for value in column.tolist()
-        ]
+        columns[name] = frame.iloc[:, place].to_numpy()
     return _from_columns(columns, labels)
 
 
 def _from_rows(rows: Iterable[Any]) -> Scenarios:
     """Dicts; records of a name become columns of its entries."""
-    flat: list[dict[str, float]] = []
+    flat: list[dict[str, Any]] = []
     labels = []
     for number, row in enumerate(rows):
         if not isinstance(row, Mapping):
             raise ArgumentError(f"scenario {number} is {row!r}; each is a dict of names and values")
-        values: dict[str, float] = {}
+        values: dict[str, Any] = {}
         labels.append(row.get("scenario", str(number + 1)))
         for name, value in row.items():
             if name == "scenario" or value is None:
                 continue
             if is_number(value) or isinstance(value, str):
-                values[name] = value  # type: ignore[assignment]
+                values[name] = value
                 continue
             from zdbcc._models import _positions
 
@@ -178,7 +196,7 @@ class _Column(NamedTuple):
 
 
 class Sweep:
-    """A sweep of a model, from its scenarios to its table. Everything is checked when it is made."""
+    """A sweep of a model, from its scenarios to its table. It is checked when it is made."""
 
     def __init__(
         self,

@@ -2,11 +2,12 @@
 
 from __future__ import annotations
 
+import contextlib
 import os
 import pickle
 import threading
 from collections.abc import Callable, Sequence
-from typing import Any, Final, NamedTuple
+from typing import Final, NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
@@ -15,7 +16,7 @@ from zdbcc import _kit
 from zdbcc._errors import Error, SolveError
 from zdbcc._names import Name
 from zdbcc._numbers import Rows
-from zdbcc._opened import Opened, Options, Params, SourceText, given, targets
+from zdbcc._opened import Options, Params, SourceText, given, targets
 
 #: Models that a process keeps for the next chunk, at most.
 _MOST_KEPT: Final = 8
@@ -102,10 +103,8 @@ class Ready:
         """Solves the model itself, at whose basis solves start. It need not have a solution."""
         if self._has_base:
             return
-        try:
+        with contextlib.suppress(SolveError):
             self.core.solve(self._job.solver, None)
-        except SolveError:
-            pass
         self._has_base = True
 
     def run(

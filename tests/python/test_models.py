@@ -21,6 +21,7 @@ import pytest
 import zdbcc
 from conftest import LUNCH, MODELS
 
+NAN, INF = float("nan"), float("inf")
 TRANSPORT = MODELS / "transport.mps"
 
 
@@ -219,9 +220,9 @@ BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: m.__setitem__("ned.rhs", 1), zdbcc.NotFoundError, "ned"),
     (lambda m: m.__setitem__("need[enrgy].rhs", 1), zdbcc.NotFoundError, "energy"),
     (lambda m: m.__setitem__("need.rhs", {"milk": 2, "cake": 1}), zdbcc.NotFoundError, "cake"),
-    (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": np.nan}), zdbcc.ArgumentError, "nan"),
-    (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": np.inf}), zdbcc.ArgumentError, "inf"),
-    (lambda m: m.__setitem__("buy.lo", {"milk": 2, "bread": np.inf}), zdbcc.ArgumentError, "inf"),
+    (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": NAN}), zdbcc.ArgumentError, "nan"),
+    (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": INF}), zdbcc.ArgumentError, "inf"),
+    (lambda m: m.__setitem__("buy.lo", {"milk": 2, "bread": INF}), zdbcc.ArgumentError, "inf"),
     (lambda m: m.__setitem__("need.rhs", {"milk": "2"}), zdbcc.ArgumentError, "convert it"),
     (lambda m: m.__setitem__("need.rhs", {("milk", "a"): 2}), zdbcc.ArgumentError, "not a label"),
     (lambda m: m.__setitem__("need.rhs", [(5, 2.0)]), zdbcc.LabelError, "5 (int), not a str"),
@@ -232,7 +233,7 @@ BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: m.__setitem__("need['milk].rhs", 1), zdbcc.ArgumentError, "quote is missing"),
     (lambda m: m.__setitem__(5, 1), zdbcc.ArgumentError, "named by a str"),
     (lambda m: m["buy.fx"], zdbcc.ArgumentError, "read buy.lo and buy.up"),
-    (lambda m: m["need.rhs"].update({"milk": 2}, mode="add"), zdbcc.ArgumentError, "cannot be added"),
+    (lambda m: m["need.rhs"].update({"milk": 2}, mode="add"), zdbcc.ArgumentError, "be added"),
     (lambda m: m["need.rhs"].__setitem__("cake", 2), zdbcc.NotFoundError, "cake"),
     (lambda m: m["need.rhs"].__delitem__("cake"), zdbcc.NotFoundError, "cake"),
     (lambda m: m.solve("best"), zdbcc.ArgumentError, "there are clp, cbc"),
@@ -276,7 +277,9 @@ def test_Use_AfterCloseRaises() -> None:
             use()
 
 
-@pytest.mark.parametrize("order", list(itertools.permutations(["model", "numbers", "result", "buy"])))
+@pytest.mark.parametrize(
+    "order", list(itertools.permutations(["model", "numbers", "result", "buy"]))
+)
 def test_Objects_DieInAnyOrder(order: tuple[str, ...], small_heap: None) -> None:
     model = zdbcc.Model.from_text(LUNCH)
     alive: dict[str, Any] = {"model": model, "numbers": model["need.rhs"], "result": model.solve()}
@@ -366,8 +369,7 @@ def test_Interrupt_EndsASolveAndKeepsWhatIsThere(solver: str, ctrl_c: None) -> N
         assert len(partial["x"]) == 50
     assert signal.getsignal(signal.SIGINT) is handler
     with pytest.raises(KeyboardInterrupt):  # the handler of Python is back
-        os.kill(os.getpid(), signal.SIGINT)
-        time.sleep(1)
+        signal.raise_signal(signal.SIGINT)
     assert model.solve(solver, time_limit=0.2).solve_status == "Time limit"
 
 

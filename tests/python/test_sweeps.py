@@ -103,7 +103,11 @@ def test_Params_ChangeNumbersOrRows() -> None:
     var x{I} >= 0; minimize c: sum{i in I} p[i] * x[i]; s.t. r{i in I}: x[i] >= i; end;
     """
     with zdbcc.Model.from_text(text) as model:
-        scenarios = {"n": [NAN, 3, 2, NAN], "p[1]": [NAN, 2, 7, NAN], "r[1].rhs": [NAN, NAN, NAN, 2]}
+        scenarios = {
+            "n": [NAN, 3, 2, NAN],
+            "p[1]": [NAN, 2, 7, NAN],
+            "r[1].rhs": [NAN, NAN, NAN, 2],
+        }
         table = sweep(model, scenarios, show=["x"])
         assert table["objective"].tolist() == pytest.approx([5, 15, 11, 6])
         assert table["x[2]"].tolist() == pytest.approx([2, 2, 2, 2])
@@ -230,7 +234,9 @@ def test_LostScenario_IsBlamedAloneAfterHalving() -> None:
         assert len(caught.value.partial) == 11
 
 
-@pytest.mark.skipif(multiprocessing.get_start_method() != "fork", reason="it plants its fault by fork")
+@pytest.mark.skipif(
+    multiprocessing.get_start_method() != "fork", reason="it plants its fault by fork"
+)
 def test_KilledProcesses_AreReplacedAndTheirScenarioBlamed(monkeypatch: Any) -> None:
     real = _worker.Chunk.run
 
@@ -270,8 +276,12 @@ def test_Interrupt_KeepsTheRowsThatAreSolved(executor: Any, ctrl_c: None) -> Non
     assert model.last is partial
     assert 0 < len(partial) < 201
     assert partial.index[0] == "1"
-    assert set(partial["status"]) <= {"Feasible, stopped before optimal", "Optimal",
-                                      "Stopped without a feasible solution", "Integer solution"}
+    assert set(partial["status"]) <= {
+        "Feasible, stopped before optimal",
+        "Optimal",
+        "Stopped without a feasible solution",
+        "Integer solution",
+    }
 
 
 def test_WithoutPandas_TheTableIsADict(monkeypatch: Any) -> None:
