@@ -46,7 +46,9 @@ bench-python: ## measure the Python package and its peers
 	@script/packages.sh build
 	@$(CONFIGURE) --preset release >/dev/null
 	@cmake --build --preset release --target _core >/dev/null
+	@script/highs.sh build/lib
 	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so
+	@script/python.sh build bench/python/sweep.py build/lib
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers
 	@script/packages.sh build mpi

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "errors.h"
+#include "texts.h"
 
 namespace zdbpy {
 
@@ -85,11 +86,6 @@ class Database : public std::enable_shared_from_this<Database> {
 inline std::optional<Failure> check(zdbHandle_t db, int done) {
   return done != 0 ? std::nullopt : std::optional(Failure::of(db));
 }
-
-/// A str as bytes: UTF-8, and bytes that came from the library and are not. Raises for a NUL.
-std::string textOf(const pybind11::str& text);
-/// The inverse.
-pybind11::str strOf(const char* bytes, std::size_t size);
 
 void bindDatabase(pybind11::module_& module);
 void bindSymbols(pybind11::module_& module);
