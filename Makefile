@@ -63,7 +63,9 @@ bench-python: ## measure the Python package and its peers
 	@$(CONFIGURE) --preset release >/dev/null
 	@cmake --build --preset release --target _core >/dev/null
 	@script/peers.sh build python
+	@script/highs.sh build/lib
 	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so
+	@script/python.sh build bench/python/sweep.py build/lib
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers
 	@script/packages.sh build mpi

@@ -29,10 +29,10 @@ breathe_default_project = "zdbcclib"
 breathe_domain_by_extension = {"h": "c"}
 c_id_attributes = ["ZDBCCLIB_API", "ZKIT_API"]
 
-# The docstrings are read without the compiled module.
+# The docstrings are read without the compiled modules.
 sys.path.insert(0, str(SOURCE / "python"))
 sys.dont_write_bytecode = True
-autodoc_mock_imports = ["zdbcc._core"]
+autodoc_mock_imports = ["zdbcc._core", "zdbcc._kit"]
 autodoc_member_order = "bysource"
 autodoc_typehints = "signature"
 napoleon_google_docstring = False

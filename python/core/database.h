@@ -11,6 +11,7 @@
 #include <string>
 
 #include "errors.h"
+#include "texts.h"
 
 namespace zdbpy {
 
@@ -116,10 +117,10 @@ class Database : public std::enable_shared_from_this<Database> {
   std::map<zdbSymbol_t, std::weak_ptr<Symbol>> symbols_;
 };
 
-/// A str as bytes: UTF-8, and bytes that came from the library and are not. Raises for a NUL.
-std::string textOf(const pybind11::str& text);
-/// The inverse.
-pybind11::str strOf(const char* bytes, std::size_t size);
+/// The result of a call that leaves its failure in the database.
+inline std::optional<Failure> check(zdbHandle_t db, int done) {
+  return done != 0 ? std::nullopt : std::optional(Failure::of(db));
+}
 
 void bindDatabase(pybind11::module_& module);
 void bindSymbols(pybind11::module_& module);

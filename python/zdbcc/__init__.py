@@ -6,7 +6,11 @@
 >>> p = db.add_parameter("p", ["i", "i"], {("a", "b"): 1.5}, text="cost of a step")
 >>> p
 <Parameter p(i, i): 1 record, "cost of a step">
+
+Models and sweeps come with ``Model``, when it is first used.
 """
+
+from typing import TYPE_CHECKING as _TYPE_CHECKING
 
 from zdbcc._core import __version__
 from zdbcc._database import Database, Violation, open
@@ -20,8 +24,11 @@ from zdbcc._errors import (
     FileError,
     LabelError,
     MissingFileError,
+    MissingPackageError,
+    ModelError,
     NotFoundError,
     OutOfMemoryError,
+    SolveError,
     StateError,
     StreamError,
     TableError,
@@ -29,6 +36,13 @@ from zdbcc._errors import (
 from zdbcc._symbols import Alias, Equation, Parameter, Set, Slice, Symbol, Variable
 from zdbcc._tables import CsvWarning, Difference, Imported, SymbolDifference, diff, read_csv
 from zdbcc._values import EPS, INF, NA, UNDEF, Values
+
+if _TYPE_CHECKING:
+    from zdbcc._models import Conflict, Model, ModelSymbol
+    from zdbcc._numbers import Numbers
+    from zdbcc._opened import Solver, solvers
+    from zdbcc._plots import plot
+    from zdbcc._results import Result
 
 __all__ = [
     "EPS",
@@ -38,6 +52,7 @@ __all__ = [
     "Alias",
     "ArgumentError",
     "ClosedError",
+    "Conflict",
     "CsvWarning",
     "DamagedError",
     "Database",
@@ -50,11 +65,19 @@ __all__ = [
     "Imported",
     "LabelError",
     "MissingFileError",
+    "MissingPackageError",
+    "Model",
+    "ModelError",
+    "ModelSymbol",
     "NotFoundError",
+    "Numbers",
     "OutOfMemoryError",
     "Parameter",
+    "Result",
     "Set",
     "Slice",
+    "SolveError",
+    "Solver",
     "StateError",
     "StreamError",
     "Symbol",
@@ -66,5 +89,33 @@ __all__ = [
     "__version__",
     "diff",
     "open",
+    "plot",
     "read_csv",
+    "solvers",
 ]
+
+# What needs the solvers is loaded when it is first used.
+_LATE = {
+    "Conflict": "_models",
+    "Model": "_models",
+    "ModelSymbol": "_models",
+    "Numbers": "_numbers",
+    "Result": "_results",
+    "Solver": "_opened",
+    "plot": "_plots",
+    "solvers": "_opened",
+}
+
+
+def __getattr__(name: str) -> object:
+    if name not in _LATE:
+        raise AttributeError(f"module 'zdbcc' has no attribute {name!r}")
+    import importlib
+
+    value: object = getattr(importlib.import_module("zdbcc." + _LATE[name]), name)
+    globals()[name] = value
+    return value
+
+
+def __dir__() -> list[str]:
+    return sorted({*globals(), *__all__})

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import errno
 import os
+from typing import Any
 
 
 class Error(Exception):
@@ -116,7 +117,29 @@ class StreamError(Error, RuntimeError):
     kind = "callback"
 
 
-# The kinds of zdbx.h by number.
+class ModelError(Error, ValueError):
+    """A model file that cannot be used: the message has the file, the line and what is wrong."""
+
+    kind = "model file"
+
+
+class SolveError(Error, RuntimeError):
+    """A solver that cannot be used or has failed, or a solution that is not there.
+
+    Of a sweep, ``partial`` is the table of the scenarios before the one that failed.
+    """
+
+    kind = "model"
+    partial: Any = None
+
+
+class MissingPackageError(Error, ImportError):
+    """A package that is needed for this and not there; the message names it."""
+
+    kind = "missing package"
+
+
+# The kinds of zdbx.h by number, and those of the module for models.
 _KINDS: dict[int, tuple[str, type[Error]]] = {
     1: ("not found", NotFoundError),
     2: ("end", NotFoundError),
@@ -130,9 +153,10 @@ _KINDS: dict[int, tuple[str, type[Error]]] = {
     10: ("damaged", DamagedError),
     11: ("domain", DomainError),
     12: ("companion", Error),
-    13: ("model", Error),
+    13: ("model", SolveError),
     14: ("callback", StreamError),
     15: ("table", TableError),  # not of the library
+    16: ("model file", ModelError),
 }
 
 

@@ -327,6 +327,15 @@ class Records:
 
     # ---- Notebooks ----
 
+    def plot(self, kind: str | None = None, *, field: str = "level", ax: Any = None) -> Any:
+        """Draws the values: "duration", "histogram", "heatmap" or "sparsity"; see ``zdbcc.plot``.
+
+        Needs matplotlib.
+        """
+        from zdbcc._plots import plot
+
+        return plot(self, kind, field=field, ax=ax)
+
     def _repr_html_(self) -> str:
         import html  # only notebooks need it
 

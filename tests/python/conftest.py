@@ -3,10 +3,24 @@
 from __future__ import annotations
 
 import os
+import signal
+from collections.abc import Iterator
 from pathlib import Path
 
 import pytest
 import zdbcc
+
+#: Energy and a glass of milk at the lowest price: 5.5 of bread and 1 of milk for 14.
+LUNCH = """
+set FOOD := {'bread', 'milk'};
+set NEED := {'energy', 'milk'};
+var buy{FOOD} >= 0, <= 8;
+minimize cost: 2 * buy['bread'] + 3 * buy['milk'];
+s.t. need{n in NEED}: (if n = 'energy' then 2 * buy['bread'] + buy['milk'] else buy['milk'])
+  >= (if n = 'energy' then 12 else 1);
+end;
+"""
+MODELS = Path(__file__).parents[2] / "examples" / "models"
 
 
 @pytest.fixture
@@ -26,3 +40,11 @@ def db() -> zdbcc.Database:
 def sample() -> Path:
     """A data file with a symbol of each type."""
     return Path(os.environ["SAMPLE"])
+
+
+@pytest.fixture
+def ctrl_c() -> Iterator[None]:
+    """Ctrl-C raises KeyboardInterrupt, also where the tests are run with it ignored."""
+    outer = signal.signal(signal.SIGINT, signal.default_int_handler)
+    yield
+    signal.signal(signal.SIGINT, outer)

@@ -14,15 +14,22 @@ from pathlib import Path
 
 import pytest
 import zdbcc
+from conftest import LUNCH
 
 PAGE = Path(__file__).parents[2] / "doc" / "howto" / "python.md"
 
 
 @pytest.mark.parametrize(
-    "module", ["", "._database", "._errors", "._records", "._symbols", "._tables", "._values"]
-)
+    "module",
+    [
+        "", "._database", "._errors", "._models", "._numbers", "._opened", "._plots", "._records",
+        "._results", "._symbols", "._tables", "._values",
+    ],
+)  # fmt: skip
 def test_Docstrings_PrintWhatTheySay(module: str) -> None:
-    result = doctest.testmod(importlib.import_module("zdbcc" + module), extraglobs={"zdbcc": zdbcc})
+    result = doctest.testmod(
+        importlib.import_module("zdbcc" + module), extraglobs={"zdbcc": zdbcc, "LUNCH": LUNCH}
+    )
     assert result.attempted > 0
     assert result.failed == 0
 
@@ -38,15 +45,19 @@ def names(module: object) -> set[str]:
     return found
 
 
-def test_Stubs_HaveTheNamesOfTheModule() -> None:
-    stub = Path(zdbcc.__file__).with_name("_core.pyi").read_text(encoding="utf-8")
+@pytest.mark.parametrize("module", ["_core", "_kit"])
+def test_Stubs_HaveTheNamesOfTheModule(module: str) -> None:
+    compiled = importlib.import_module("zdbcc." + module)
+    stub = Path(zdbcc.__file__).with_name(module + ".pyi").read_text(encoding="utf-8")
     found = set()
     for node in ast.parse(stub).body:
-        if isinstance(node, ast.ClassDef):
+        if isinstance(node, ast.ClassDef) and hasattr(compiled, node.name):
             found |= {f"{node.name}.{part.name}" for part in node.body if part.name[:1] != "_"}
         elif isinstance(node, ast.FunctionDef):
             found.add(node.name)
-    assert found == names(zdbcc._core)
+        elif isinstance(node, ast.AnnAssign) and isinstance(node.target, ast.Name):
+            found.add(node.target.id)
+    assert found - {"__version__"} == names(compiled)
 
 
 def test_Page_PrintsWhatItSays(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
@@ -63,7 +74,10 @@ def test_Page_PrintsWhatItSays(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) 
 
 
 def test_Import_LoadsNumpyOnly() -> None:
-    code = "import sys, zdbcc; print(sorted({'pandas', 'xarray', 'scipy'} & set(sys.modules)))"
+    code = (
+        "import sys, zdbcc; "
+        "print(sorted({'pandas', 'xarray', 'scipy', 'zdbcc._kit'} & set(sys.modules)))"
+    )
     result = subprocess.run(
         [sys.executable, "-c", code], capture_output=True, text=True, check=True
     )

@@ -1,0 +1,135 @@
+"""Pictures of symbols, results and sweeps, with matplotlib."""
+
+from __future__ import annotations
+
+from collections.abc import Mapping
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from zdbcc._errors import ArgumentError, MissingPackageError
+from zdbcc._records import Records
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
+_KINDS = ("duration", "histogram", "heatmap", "sparsity")
+#: Labels that an axis shows at most.
+_MOST_TICKS = 40
+
+
+def _axes(ax: Any) -> Any:
+    try:
+        from matplotlib import pyplot
+    except ImportError:
+        raise MissingPackageError(
+            "pictures need the package matplotlib: pip install matplotlib"
+        ) from None
+    return ax if ax is not None else pyplot.subplots()[1]
+
+
+def plot(
+    data: Any,
+    kind: str | None = None,
+    *,
+    column: str = "objective",
+    field: str = "level",
+    ax: Any = None,
+) -> Any:
+    """Draws a symbol, a slice, or a column of the table of a sweep.
+
+    Parameters
+    ----------
+    data : Symbol, Slice, table of a sweep, or numbers
+        What is drawn.
+    kind : "duration", "histogram", "heatmap" or "sparsity"
+        A duration curve (values from the largest to the least), a histogram, values by colour or
+        records by dots of two positions. By default a heat map of two positions, else a duration
+        curve.
+    column : str
+        Of a table: "objective", or what is shown.
+    field : str
+        Of a variable or equation: "level", "marginal", "lower", "upper".
+    ax : matplotlib axes, optional
+        Where to draw; by default in a new figure.
+
+    Returns
+    -------
+    The axes.
+
+    Raises
+    ------
+    ArgumentError
+        A kind that does not exist, or does not fit the number of positions.
+    ImportError
+        matplotlib is not there.
+
+    Examples
+    --------
+    >>> db = zdbcc.Database()
+    >>> p = db.add_parameter("p", "i", {"a": 1.0, "b": 3.0})
+    >>> zdbcc.plot(p, "histogram").get_ylabel()  # doctest: +SKIP
+    'number of records'
+    """
+    if kind is not None and kind not in _KINDS:
+        raise ArgumentError(f"there is no kind {kind!r}; it is one of {', '.join(_KINDS)}")
+    is_symbol = isinstance(data, Records)
+    chosen = kind or ("heatmap" if is_symbol and data.dim == 2 else "duration")
+    if chosen in ("heatmap", "sparsity"):
+        if not is_symbol or data.dim != 2:
+            raise ArgumentError(f"a {chosen} needs two open positions; fix others in a slice")
+        return _matrix(data, chosen == "sparsity", field, _axes(ax))
+    values, what, name = _values(data, column, field)
+    values = values[~np.isnan(values)]
+    axes = _axes(ax)
+    axes.set_title(name)
+    if chosen == "histogram":
+        finite = values[np.isfinite(values)]
+        axes.hist(finite, bins=min(50, max(5, int(np.sqrt(len(finite))))))
+        axes.set_xlabel(name)
+        axes.set_ylabel(f"number of {what}")
+        return axes
+    ordered = np.sort(values)[::-1]
+    axes.step(np.arange(1, len(ordered) + 1), ordered, where="mid")
+    axes.set_xlabel(f"{what}, from the largest to the least")
+    axes.set_ylabel(name)
+    return axes
+
+
+def _values(data: Any, column: str, field: str) -> tuple[NDArray[np.float64], str, str]:
+    """Values, what they are of, and what they are."""
+    if isinstance(data, Records):
+        if not data._fields:
+            raise ArgumentError("a set has no values to draw")
+        name = f"{data._core.name} ({field})" if len(data._fields) > 1 else data._core.name
+        _, values, _ = data._read(keys=False, texts=False)
+        return values[data._field(field)], "records", name
+    if isinstance(data, Mapping) or hasattr(data, "columns"):
+        if column not in data:
+            raise ArgumentError(f"the table has no column {column!r}")
+        return np.asarray(data[column], np.float64), "scenarios", column
+    return np.asarray(data, np.float64).ravel(), "values", "value"
+
+
+def _matrix(data: Records, is_sparsity: bool, field: str, axes: Any) -> Any:
+    columns, values, _ = data._read(texts=False)
+    (i, rows), (j, others) = (data._coded(numbers) for numbers in columns)
+    if is_sparsity:
+        axes.plot(j, i, linestyle="none", marker="s", markersize=max(1.0, 100 / len(others)))
+        axes.set_xlim(-0.5, len(others) - 0.5)
+        axes.set_ylim(len(rows) - 0.5, -0.5)
+    else:
+        dense = np.full((len(rows), len(others)), np.nan)
+        dense[i, j] = values[data._field(field)] if values else 1.0
+        dense[~np.isfinite(dense)] = np.nan
+        picture = axes.imshow(dense, aspect="auto", interpolation="nearest")
+        axes.figure.colorbar(picture, ax=axes)
+    for labels, axis in ((others, axes.xaxis), (rows, axes.yaxis)):
+        if len(labels) <= _MOST_TICKS:
+            axis.set_ticks(range(len(labels)), labels)
+    axes.xaxis.set_tick_params(rotation=90 if len(others) > 8 else 0)
+    names = data.columns
+    axes.set_ylabel(names[0])
+    axes.set_xlabel(names[1])
+    axes.set_title(data._core.name)
+    return axes
