@@ -1,9 +1,9 @@
 // Records in and out as columns of label numbers and values.
-#include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
 #include <algorithm>
 
+#include "arrays.h"
 #include "labels.h"
 
 namespace py = pybind11;
@@ -11,8 +11,6 @@ namespace py = pybind11;
 namespace zdbpy {
 namespace {
 
-using Numbers = py::array_t<std::int32_t, py::array::c_style>;
-using Doubles = py::array_t<double, py::array::c_style>;
 using Slice = std::optional<std::vector<std::int32_t>>;
 
 /// How a symbol's records look.
@@ -91,10 +89,10 @@ class Reading {
     keys_.clear();
     values_.clear();
     for (int i = 0; withKeys && i < shape_.dim; ++i) {
-      buffers.keys[i].data = keys_.emplace_back(rows_).mutable_data();
+      buffers.keys[i].data = keys_.emplace_back(made<Numbers>(rows_)).mutable_data();
     }
     for (int i = 0; withValues && i < shape_.values; ++i) {
-      buffers.values[i].data = values_.emplace_back(rows_).mutable_data();
+      buffers.values[i].data = values_.emplace_back(made<Doubles>(rows_)).mutable_data();
     }
     bool isFilled = false;
     symbol_.db->call(symbol_, [&](zdbHandle_t db, zdbSymbol_t handle) {
@@ -146,7 +144,7 @@ Numbers compact(Numbers numbers, std::int32_t labels) {
     }
   }
   if (!isInRange) raise(Failure::argument("a label number is out of range"));
-  Numbers occurring(used);
+  auto occurring = made<Numbers>(used);
   std::int32_t* out = occurring.mutable_data();
   for (std::size_t number = 0; number < place.size(); ++number) {
     if (place[number] >= 0) out[place[number]] = static_cast<std::int32_t>(number);
