@@ -51,5 +51,8 @@ def test_Pictures_ShowTheValues(db: zdbcc.Database) -> None:
         table = model.sweep({"need[energy].rhs": [12, 16, 14, 99]}, progress=False)
         (curve,) = zdbcc.plot(table).lines
         assert curve.get_ydata().tolist() == pytest.approx([18, 16, 14])
+        (matrix,) = model.plot().lines
+        points = sorted(zip(matrix.get_xdata(), matrix.get_ydata(), strict=True))
+        assert [len(points), points[0][0], points[-1][0]] == [5, 0, 1]
         assert model.solve().plot("buy").get_ylabel() == "buy (level)"
     pytest.importorskip("matplotlib.pyplot").close("all")
