@@ -1,10 +1,10 @@
 // Records in and out as columns of label numbers and values.
-#include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
 #include <algorithm>
 #include <limits>
 
+#include "arrays.h"
 #include "labels.h"
 
 namespace py = pybind11;
@@ -12,8 +12,6 @@ namespace py = pybind11;
 namespace zdbpy {
 namespace {
 
-using Numbers = py::array_t<std::int32_t, py::array::c_style>;
-using Doubles = py::array_t<double, py::array::c_style>;
 using Slice = std::optional<std::vector<std::int32_t>>;
 
 /// How a symbol's records look.
@@ -110,10 +108,10 @@ class Reading {
     keys_.clear();
     values_.clear();
     for (int i = 0; withKeys && i < shape_.dim; ++i) {
-      buffers.keys[i].data = keys_.emplace_back(rows_).mutable_data();
+      buffers.keys[i].data = keys_.emplace_back(made<Numbers>(rows_)).mutable_data();
     }
     for (int i = 0; withValues && i < shape_.values; ++i) {
-      buffers.values[i].data = values_.emplace_back(rows_).mutable_data();
+      buffers.values[i].data = values_.emplace_back(made<Doubles>(rows_)).mutable_data();
     }
     bool isFilled = false;
     symbol_.db->call(symbol_, [&](zdbHandle_t db, zdbSymbol_t handle) {
@@ -166,7 +164,7 @@ std::vector<std::int32_t> placesOf(const Numbers& numbers, std::int32_t labels) 
 
 template <typename Code>
 py::array codesOf(const Numbers& numbers, const std::vector<std::int32_t>& places) {
-  py::array_t<Code> codes(numbers.size());
+  auto codes = made<py::array_t<Code>>(numbers.size());
   Code* const out = codes.mutable_data();
   const std::int32_t* const in = numbers.data();
   const py::gil_scoped_release release;
@@ -195,7 +193,7 @@ py::tuple compact(const Numbers& numbers, std::int32_t labels) {
   }
   if (places.empty()) raise(Failure::argument("a label number is out of range"));
   const std::int32_t used = *std::max_element(places.begin(), places.end());
-  Numbers occurring(used);
+  auto occurring = made<Numbers>(used);
   std::int32_t* out = occurring.mutable_data();
   for (std::size_t number = 0; number < places.size(); ++number) {
     if (places[number] > 0) out[places[number] - 1] = static_cast<std::int32_t>(number);

@@ -1,9 +1,9 @@
 // Texts in and out: labels of the database, and element texts.
 #include "labels.h"
 
-#include <pybind11/numpy.h>
-
 #include <cstring>
+
+#include "arrays.h"
 
 namespace py = pybind11;
 
@@ -48,11 +48,9 @@ void Texts::add(PyObject* item, std::int64_t row, const char* what) {
 
 namespace {
 
-using Numbers = py::array_t<std::int32_t, py::array::c_style>;
-
 Numbers addLabels(Database& self, const py::sequence& labels) {
   const Texts texts(labels, "label");
-  Numbers numbers(texts.count());
+  auto numbers = made<Numbers>(texts.count());
   std::int32_t* out = numbers.mutable_data();
   self.call([&](zdbHandle_t db) -> std::optional<Failure> {
     zdbx_result result = {};
@@ -66,7 +64,7 @@ Numbers addLabels(Database& self, const py::sequence& labels) {
 
 Numbers findLabels(Database& self, const py::sequence& labels) {
   const Texts texts(labels, "label");
-  Numbers numbers(texts.count());
+  auto numbers = made<Numbers>(texts.count());
   std::int32_t* out = numbers.mutable_data();
   self.call([&](zdbHandle_t db) {
     const zdbx_texts list = texts.list();

@@ -213,6 +213,16 @@ py::tuple size(Model& self) {
   return py::make_tuple(rows, columns, entries, integers);
 }
 
+/// The name of the objective column; "" if there is none.
+py::str objective(Model& self) {
+  char name[ZKIT_TEXT_SIZE] = "";
+  self.call([&](void* instance, zdbHandle_t /*db*/) {
+    zkitColumnName(instance, zkitObjectiveColumn(instance), name, sizeof name);
+    return std::optional<Failure>();
+  });
+  return strOf(name);
+}
+
 py::str defaultSolver(Model& self) {
   char name[ZKIT_MAX_NAME + 1] = "";
   self.call([&](void* instance, zdbHandle_t /*db*/) -> std::optional<Failure> {
@@ -364,6 +374,7 @@ void bindModel(py::module_& module) {
       .def("variant_state", &variantState, py::arg("variant"))
       .def("state", &state)
       .def("size", &size)
+      .def("objective", &objective)
       .def("default_solver", &defaultSolver)
       .def("configure", &configure, py::arg("seconds"), py::arg("iterations"),
            py::arg("relative_gap"), py::arg("absolute_gap"), py::arg("direction"),

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 #include <unistd.h>
 
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "core/arrays.h"
 #include "core/errors.h"
 #include "core/texts.h"
 #include "zkitdclib.h"
@@ -18,15 +18,6 @@ namespace zdbpy {
 
 /// Kinds of failures beside those of zdbx.h, as zdbcc._errors has them.
 enum { kModelFile = 16 };
-
-using Numbers = pybind11::array_t<std::int32_t, pybind11::array::c_style>;
-using Doubles = pybind11::array_t<double, pybind11::array::c_style>;
-/// An array to be filled. Made from its shape: with a count alone, pybind11 before 2.12 takes the
-/// distance of items from a place where numpy 2 has something else.
-template <typename Array>
-Array made(std::int64_t count) {
-  return Array(pybind11::array::ShapeContainer{static_cast<pybind11::ssize_t>(count)});
-}
 
 using TextRows = std::vector<std::vector<pybind11::str>>;
 

@@ -1,5 +1,5 @@
 from collections.abc import Callable, Sequence
-from typing import Final, TypedDict
+from typing import Final, TypedDict, type_check_only
 
 import numpy as np
 from numpy.typing import NDArray
@@ -9,6 +9,7 @@ SWEEP_TIME_SLICE: Final[int]
 SWEEP_STOPPED: Final[int]
 SWEEP_SOLVER_GONE: Final[int]
 
+@type_check_only
 class State(TypedDict):
     status: int
     solve_status: int
@@ -50,6 +51,7 @@ class Model:
     def variant_state(self, variant: int) -> tuple[int, str]: ...
     def state(self) -> State: ...
     def size(self) -> tuple[int, int, int, int]: ...
+    def objective(self) -> str: ...
     def default_solver(self) -> str: ...
     def configure(
         self,

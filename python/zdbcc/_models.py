@@ -260,15 +260,21 @@ class Model:
         """Names of what can be changed, each for all entries of its symbol."""
         self._require_open()
         yield from self._param_names()
-        for part in self._opened.parts.values():
-            if part.is_added:
+        parts = self._opened.parts
+        for part in parts.values():
+            name, of_row = part.name, part.name.lower().removesuffix("_range")
+            if part.is_added or name == self._opened.objective:
                 continue
-            if part.is_variable and part.name.lower().endswith("_var"):
-                yield part.name[: -len("_var")]
-            elif part.is_variable:
-                yield from (f"{part.name}.{attribute}" for attribute in ("lo", "up", "fx", "cost"))
-            else:
-                yield f"{part.name}.rhs"
+            if part.is_variable and name.lower().endswith("_var"):
+                yield name[: -len("_var")]
+            elif part.is_variable and (of_row == name.lower() or of_row not in parts):
+                yield from (f"{name}.{attribute}" for attribute in ("lo", "up", "fx", "cost"))
+            elif not part.is_variable:
+                has_two = f"{name.lower()}_range" in parts
+                row = self._opened.row_names[name]
+                yield from (
+                    f"{row}.{each}" for each in (("lo", "up", "fx") if has_two else ("rhs",))
+                )
 
     def keys(self) -> list[str]:
         """The same as a list."""
@@ -611,6 +617,26 @@ class Model:
             Conflict(_bracketed(name), "row" if is_row else "column", sides.get(side, "both"))
             for name, is_row, side in found
         ]
+
+    def plot(self, ax: Any = None) -> Any:
+        """Draws where the matrix of the model has coefficients: rows from above, then columns.
+
+        The last row is the objective. Reads the model once or, where pairs of symbols have no
+        coefficients, a few times more. Needs matplotlib.
+
+        Returns
+        -------
+        The axes.
+
+        Examples
+        --------
+        >>> zdbcc.Model.from_text(LUNCH).plot()  # doctest: +SKIP
+        """
+        from zdbcc._plots import plot_matrix
+
+        with self._lock:
+            self._require_open()
+            return plot_matrix(self._opened, self._params, self._source, ax)
 
     def sweep(
         self,

@@ -122,6 +122,23 @@ class Opened:
         }
 
     @functools.cached_property
+    def objective(self) -> str:
+        """The name of the variable that is the objective, "" if there is none."""
+        return self.core.objective()
+
+    @functools.cached_property
+    def row_names(self) -> dict[str, str]:
+        """The name that each equation has in changes: that of the objective is its own."""
+        own = self.objective.removesuffix("_obj")
+        names = {}
+        for part in self.parts.values():
+            before, ending, number = part.name.rpartition("_eqn")
+            is_objective = ending and before == own and (not number or number.isdigit())
+            if not part.is_variable:
+                names[part.name] = own if own and is_objective else part.name
+        return names
+
+    @functools.cached_property
     def labels(self) -> list[str]:
         """Label number n is at place n - 1."""
         return self.core.labels()

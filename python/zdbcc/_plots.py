@@ -2,16 +2,20 @@
 
 from __future__ import annotations
 
-from collections.abc import Mapping
+from collections.abc import Iterator, Mapping
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
-from zdbcc._errors import ArgumentError, MissingPackageError
+from zdbcc._errors import ArgumentError, MissingPackageError, ModelError
+from zdbcc._names import Name, parse
 from zdbcc._records import Records
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
+
+    from zdbcc._numbers import Rows
+    from zdbcc._opened import Opened, Params, SourceText
 
 _KINDS = ("duration", "histogram", "heatmap", "sparsity")
 #: Labels that an axis shows at most.
@@ -109,6 +113,59 @@ def _values(data: Any, column: str, field: str) -> tuple[NDArray[np.float64], st
             raise ArgumentError(f"the table has no column {column!r}")
         return np.asarray(data[column], np.float64), "scenarios", column
     return np.asarray(data, np.float64).ravel(), "values", "value"
+
+
+def plot_matrix(opened: Opened, params: Params, source: SourceText, ax: Any) -> Any:
+    """Draws where the matrix of a model has coefficients; see ``Model.plot``."""
+    axes = _axes(ax)
+    sides: tuple[dict[Any, int], dict[Any, int]] = ({}, {})  # places of rows and of columns
+    dims: dict[str, int] = {}
+    for part in opened.parts.values():
+        if part.is_added or part.name == opened.objective:
+            continue
+        side = sides[part.is_variable]
+        name = opened.row_names.get(part.name, part.name).lower()
+        if not part.is_variable:
+            dims[name] = part.dim
+        keys, values = opened.core.read(part.name)
+        columns = opened.texts(keys)
+        keyed = zip(*columns, strict=True) if columns else [()] * len(values[0])
+        for key in keyed:
+            side[name, *(label.lower() for label in key)] = len(side)
+    variables = dict.fromkeys(key[0] for key in sides[1])
+    names = [parse(f"{row}.coef[{column}]") for row in dims for column in variables]
+    points = []
+    for each, found in _coefficients(source, params, names):
+        row, column = each.symbol, each.column[1:-1]
+        for entry in found:
+            labels = [label.lower() for label in entry]
+            dim = dims[row]
+            points.append((sides[1][column, *labels[dim:]], sides[0][row, *labels[:dim]]))
+    size = opened.core.size()
+    xs, ys = zip(*points, strict=True) if points else ((), ())
+    axes.plot(xs, ys, linestyle="none", marker="s", markersize=max(1.0, 200 / max(size[:2])))
+    axes.set_xlabel("columns")
+    axes.set_ylabel("rows")
+    axes.invert_yaxis()
+    axes.set_title(source.name)
+    return axes
+
+
+def _coefficients(
+    source: SourceText, params: Params, names: list[Name]
+) -> Iterator[tuple[Name, Rows]]:
+    """The entries of names that have some; those that have none cannot be named."""
+    from zdbcc._opened import Opened
+
+    try:
+        opened = Opened(source, names, params)
+    except ModelError:
+        for name in names if len(names) > 1 else []:
+            yield from _coefficients(source, params, [name])
+        return
+    for number, name in enumerate(names):
+        yield name, opened.numbers(number)[0]
+    opened.core.close()
 
 
 def _matrix(data: Records, is_sparsity: bool, field: str, axes: Any) -> Any:

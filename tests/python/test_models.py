@@ -97,6 +97,20 @@ def test_Numbers_ShowWhatTheModelHas(lunch: zdbcc.Model) -> None:
     assert repr(need) == "<Numbers need.rhs: 2 of the model>"
 
 
+def test_NamesOfAModel_AllNameSomething() -> None:
+    text = "var x >= 0; minimize c: 2*x; s.t. two: 1 <= x <= 4; s.t. one: x >= 1; end;"
+    for model in (zdbcc.Model.from_text(text), zdbcc.Model.read(TRANSPORT)):
+        with zdbcc.Model.from_text(LUNCH) as other:
+            assert list(other) == [
+                "buy.lo", "buy.up", "buy.fx", "buy.cost", "cost.rhs", "need.rhs"
+            ]  # fmt: skip
+        for name in list(model):
+            assert name in model
+            if not name.endswith(".fx"):
+                assert len(model[name]) > 0
+    assert "cost.lo" not in model and 5 not in model
+
+
 def test_ManySingleNames_AreOneReadingAfterTheSecond(lunch: zdbcc.Model) -> None:
     lunch["buy[bread].up"] = 7
     lunch["buy[milk].up"] = 6
