@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "console.h"
-#include "contract/names.h"
 #include "interrupt.h"
 #include "modeltext.h"
 #include "solverinfo.h"
@@ -60,24 +59,8 @@ void ScenarioSolver::open() {
       std::make_unique<ChangingModel>(options_.model, scenarios_.headings(), changesOf(scenarios_),
                                       UnknownEntries::Refuse, prepare);
   model_ = &changing_->model();
-  requireSolver();
+  requireSolver(options_.solver, !options_.relaxes && zkitIntegerColumns(model_->instance()) > 0);
   bindShown();
-}
-
-// What the first solve would find out.
-void ScenarioSolver::requireSolver() const {
-  if (options_.solver.empty()) return;
-  const std::vector<SolverInfo> all = solverInfos();
-  const auto found = std::find_if(all.begin(), all.end(), [&](const SolverInfo& solver) {
-    return zdb::contract::lowerCase(solver.name) == zdb::contract::lowerCase(options_.solver);
-  });
-  if (found == all.end()) failUnknownSolver(options_.solver);
-  if (!found->isUsable())
-    throw ToolError("the solver " + found->name + " cannot be used: " + found->whyNot);
-  const bool isInteger = !options_.relaxes && zkitIntegerColumns(model_->instance()) > 0;
-  if (!isInteger || std::count(found->types.begin(), found->types.end(), "MIP") > 0) return;
-  throw ToolError("the solver " + found->name +
-                  " does not solve models with integer columns: use another one, or --relax");
 }
 
 // An entry is a column, all else goes to the table in long form, and everything to a data file.

@@ -12,6 +12,7 @@
 #include "solution.h"
 #include "solvelimits.h"
 #include "solvereport.h"
+#include "solverinfo.h"
 #include "verbs.h"
 #include "zkitdclib.h"
 
@@ -102,6 +103,7 @@ class SolveRun {
     for (const std::string& text : options_.shown) {
       shown_.push_back(readShown(model_.database(), text));
     }
+    requireSolver(options_.solver, !options_.relaxes && zkitIntegerColumns(model_.instance()) > 0);
     const Interrupt interrupt(model_.instance());
     model_.solve(options_.solver);
     if (options_.explains && isInfeasible(model_)) explain();

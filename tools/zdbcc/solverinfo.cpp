@@ -1,6 +1,9 @@
 #include "solverinfo.h"
 
+#include <algorithm>
+
 #include "console.h"
+#include "contract/names.h"
 #include "guess.h"
 #include "zkitdclib.h"
 
@@ -36,6 +39,21 @@ std::vector<SolverInfo> solverInfos() {
     infos.push_back({name, version, typesOf(types), worksInPlace != 0, whyNot});
   }
   return infos;
+}
+
+void requireSolver(const std::string& name, bool hasIntegers) {
+  if (name.empty()) return;
+  const std::vector<SolverInfo> all = solverInfos();
+  const auto found = std::find_if(all.begin(), all.end(), [&](const SolverInfo& solver) {
+    return zdb::contract::isSameText(solver.name, name);
+  });
+  if (found == all.end()) failUnknownSolver(name);
+  if (!found->isUsable()) {
+    throw ToolError("the solver " + found->name + " cannot be used: " + found->whyNot);
+  }
+  if (!hasIntegers || std::count(found->types.begin(), found->types.end(), "MIP") > 0) return;
+  throw ToolError("the solver " + found->name +
+                  " does not solve models with integer columns: use another one, or --relax");
 }
 
 void failUnknownSolver(std::string_view name) {

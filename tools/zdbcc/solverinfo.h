@@ -21,6 +21,10 @@ struct SolverInfo {
 
 std::vector<SolverInfo> solverInfos();
 
+/// What a solve would find out: throws ToolError unless a solver ("": the default one) is there and
+/// solves such a model.
+void requireSolver(const std::string& name, bool hasIntegers);
+
 /// Throws ToolError with the solvers there are, and a guess at what was meant.
 [[noreturn]] void failUnknownSolver(std::string_view name);
 
