@@ -12,7 +12,8 @@ is left out of the sweep; what a sweep does not solve within it is counted. A mo
 column gets the same limit, so those that are hard have fewer scenarios.
 
 Results are appended to the file model by model, and models that are in it are passed over, so the
-run can be broken off and taken up again. The second form makes the page of the results. Times are
+run can be broken off and taken up again; with --again, those for which the limit was too short get
+another, longer one. The second form makes the page of the results. Times are
 those of the processor, of the process and all that it started; limits are in time that passes.
 Exits with 1 if an objective differs.
 """
@@ -40,7 +41,7 @@ from pathlib import Path
 from changed_mps import Change, Description, MpsText, near
 from glpk_models import TOLERANCE, models
 from mathprog_data import Number, changed, numbers
-from sweep_results import Line, append, known_lines, write_page
+from sweep_results import Line, append, known_lines, newest, write_page
 
 MOST = 100  # scenarios of a model
 KINDS = ("rhs", "bound", "cost", "param")
@@ -353,17 +354,21 @@ def told(line: Line) -> str:
 
 def run_all(given: argparse.Namespace) -> int:
     known = known_lines(given.results)
-    done = {each.model for each in known}
+    known_names = {each.model for each in known}
+    hurried = {each.model for each in known if each.hurried() and each.limit < given.limit}
+    done = known_names - hurried if given.again else known_names
     found = sorted(models(Path(given.folder)), key=lambda each: each[0].stat().st_size)
     for model, data in found:
         name = model.name if data is None else f"{model.name} {data.name}"
         if name in done or (given.only and given.only not in name):
             continue
+        if given.again and name not in known_names:
+            continue
         lines = run_model(given, model.resolve(), data)
         append(lines, given.results)
         for line in lines:
             print(told(line), flush=True)
-        known += lines
+        known = newest(known + lines)
     different = sum(each.different for each in known)
     print(f"{len({each.model for each in known})} of {len(found)} models, {different} differences")
     return 1 if different else 0
@@ -378,6 +383,9 @@ def main() -> int:
         type=float,
         default=20.0,
         help="for glpsol with all scenarios, and for each solver",
+    )
+    parser.add_argument(
+        "--again", action="store_true", help="run only models for which the limit was too short"
     )
     parser.add_argument("--page", type=Path, help="write this page, and run nothing")
     parser.add_argument("zdbcc", nargs="?")

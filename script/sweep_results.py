@@ -41,6 +41,11 @@ class Line:
     def count(self) -> int:
         return self.rhs + self.bound + self.cost + self.param
 
+    def hurried(self) -> bool:
+        """Whether a longer limit might have given more."""
+        is_late = self.objective == "late" or self.solve == "late" or self.late > 0
+        return is_late or (self.solver != "" and self.solved < self.count())
+
 
 def known_lines(file: Path) -> list[Line]:
     """Those of models that are there as a whole."""
@@ -50,10 +55,19 @@ def known_lines(file: Path) -> list[Line]:
     rows = csv.DictReader(text[: text.rfind("\n\n") + 1].splitlines(), delimiter="\t")
     types = {each.name: each.type for each in fields(Line)}
     convert = {"int": int, "float": float, "str": str}
-    return [
+    lines = [
         Line(**{name: convert[str(types[name])](value) for name, value in row.items()})
         for row in rows
     ]
+    return newest(lines)
+
+
+def newest(lines: list[Line]) -> list[Line]:
+    """Of models that were run again with a longer limit, only what that gave."""
+    longest: dict[str, float] = {}
+    for line in lines:
+        longest[line.model] = max(line.limit, longest.get(line.model, 0))
+    return [line for line in lines if line.limit == longest[line.model]]
 
 
 def append(lines: list[Line], file: Path) -> None:
@@ -125,8 +139,8 @@ def write_page(page: Path, lines: list[Line]) -> None:
         "",
         *summary(by_model),
         f"- Date and machine: {' to '.join(dates(lines))}, {machine()}, load {min(loads):g} to "
-        f"{max(loads):g}, as others used it as well. Limit: {max(line.limit for line in lines):g} "
-        "seconds.",
+        f"{max(loads):g}, as others used it as well. Limit: {' to '.join(limits(lines))} seconds, "
+        "the longer ones for what needed them.",
         "",
         f"| {' | '.join(heads)} |",
         "| --- " * len(heads) + "|",
@@ -135,6 +149,11 @@ def write_page(page: Path, lines: list[Line]) -> None:
         *remarks(lines),
     ]
     page.write_text("\n".join(text).rstrip() + "\n")
+
+
+def limits(lines: list[Line]) -> list[str]:
+    all_of = {line.limit for line in lines}
+    return [f"{each:g}" for each in dict.fromkeys([min(all_of), max(all_of)])]
 
 
 def dates(lines: list[Line]) -> list[str]:

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "console.h"
-#include "contract/names.h"
 #include "interrupt.h"
 #include "modeltext.h"
 #include "solverinfo.h"
@@ -60,18 +59,8 @@ void ScenarioSolver::open() {
       std::make_unique<ChangingModel>(options_.model, scenarios_.headings(), changesOf(scenarios_),
                                       UnknownEntries::Refuse, prepare);
   model_ = &changing_->model();
-  requireSolver();
+  requireSolver(options_.solver, !options_.relaxes && zkitIntegerColumns(model_->instance()) > 0);
   bindShown();
-}
-
-// What the first solve would find out.
-void ScenarioSolver::requireSolver() const {
-  if (options_.solver.empty()) return;
-  const SolverInfo solver = usableSolver(options_.solver);
-  const bool isInteger = !options_.relaxes && zkitIntegerColumns(model_->instance()) > 0;
-  if (!isInteger || std::count(solver.types.begin(), solver.types.end(), "MIP") > 0) return;
-  throw ToolError("the solver " + solver.name +
-                  " does not solve models with integer columns: use another one, or --relax");
 }
 
 // An entry is a column, all else goes to the table in long form, and everything to a data file.

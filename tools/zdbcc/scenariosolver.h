@@ -67,7 +67,6 @@ class ScenarioSolver {
   };
 
   void open();
-  void requireSolver() const;
   void bindShown();
   void nameColumns();
   ScenarioResult trySolving(std::size_t scenario);

@@ -104,6 +104,7 @@ class SolveRun {
     for (const std::string& text : options_.shown) {
       shown_.push_back(readShown(model_.database(), text));
     }
+    requireSolver(options_.solver, !options_.relaxes && zkitIntegerColumns(model_.instance()) > 0);
     const Interrupt interrupt(model_.instance());
     model_.solve(options_.solver);
     if (options_.explains && isInfeasible(model_)) explain();
@@ -229,11 +230,14 @@ std::vector<Option> solveOptions() {
         .value = "FILE",
         .kind = Kind::File,
         .text = "Exchange file or CSV file to write the solution to, or `-`",
-        .details = "An exchange file has variables and equations with level, marginal and "
-                   "bounds, and the parameters that were changed. A name that ends in `.csv`, "
-                   "or `-` for standard output, gets one table of all variables and equations: "
-                   "symbol, label1, label2 and so on, level, marginal, lower and upper. Without "
-                   "a solution, nothing is written.",
+        .details =
+            "An exchange file has variables and equations with level, marginal and "
+            "bounds, and the updatable parameters that were changed; right-hand sides, costs "
+            "and coefficients that were are variables, as `need_rhs_var`. A name that ends in "
+            "`.csv`, "
+            "or `-` for standard output, gets one table of all variables and equations: "
+            "symbol, label1, label2 and so on, level, marginal, lower and upper. Without "
+            "a solution, nothing is written.",
         .target = into(&SolveOptions::output)},
        {.name = "force",
         .text = "Write over an input, or over a file that is not such a file",

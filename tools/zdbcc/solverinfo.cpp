@@ -1,5 +1,7 @@
 #include "solverinfo.h"
 
+#include <algorithm>
+
 #include "console.h"
 #include "contract/names.h"
 #include "guess.h"
@@ -46,6 +48,14 @@ SolverInfo usableSolver(const std::string& name) {
     throw ToolError("the solver " + solver.name + " cannot be used: " + solver.whyNot);
   }
   failUnknownSolver(name);
+}
+
+void requireSolver(const std::string& name, bool hasIntegers) {
+  if (name.empty()) return;
+  const SolverInfo solver = usableSolver(name);
+  if (!hasIntegers || std::count(solver.types.begin(), solver.types.end(), "MIP") > 0) return;
+  throw ToolError("the solver " + solver.name +
+                  " does not solve models with integer columns: use another one, or --relax");
 }
 
 void failUnknownSolver(std::string_view name) {

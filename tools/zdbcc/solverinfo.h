@@ -24,6 +24,9 @@ std::vector<SolverInfo> solverInfos();
 /// The solver of a name, whatever its case. Throws ToolError if there is none, with those there are
 /// and a guess at what was meant, or if it cannot be used here.
 SolverInfo usableSolver(const std::string& name);
+/// What a solve would find out: throws ToolError unless a solver ("": the default one) is there and
+/// solves such a model.
+void requireSolver(const std::string& name, bool hasIntegers);
 
 /// Throws ToolError with the solvers there are, and a guess at what was meant.
 [[noreturn]] void failUnknownSolver(std::string_view name);

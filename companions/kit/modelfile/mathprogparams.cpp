@@ -380,10 +380,11 @@ class Changer {
     before.append(all + dimen + " := setof" + domain.text() + " (" + key + "); ");
     before.append("set " + made.changes + dimen + ", within " + all + "; ");
     before.append("param " + fresh + "{" + made.changes + "}; ");
-    before.append("check: card(" + made.changes + ") > 0; ");  // computes and checks it
-    before.append("printf '" + std::string(FileModel::kNote) + "entries " + made.name +
-                  " %d\\n', card(" + all + "); ");
     modelEdits_.insert(declaration.tokens.front().at, before);
+    std::string asking = " check: card(" + made.changes + ") > 0; ";  // computes and checks it
+    asking.append("printf '" + std::string(FileModel::kNote) + "entries " + made.name +
+                  " %d\\n', card(" + all + "); ");
+    modelEdits_.insert(std::max(declaration.tokens.front().at, endOfTables()), asking);
     changeText(declaration, made, domain.text(), fresh + "[" + key + "]",
                "(" + key + ") in " + made.changes, "[" + joined(domain.names()) + "]");
     addValues(made.changes, fresh, values);
@@ -437,14 +438,41 @@ class Changer {
   static void renameData(const MathProgText& text, Edits& edits, const ChangedTexts::Param& made) {
     for (const MathProgStatement& statement : text.statements) {
       const std::vector<Token>& tokens = statement.tokens;
-      const bool isTable = tokens.front().is("table") && !statement.isData;
+      if (!statement.isData && isTableThatIsRead(tokens)) renameInTable(tokens, edits, made);
       const bool isData = tokens.front().is("param") && statement.isData && tokens.size() > 1;
-      if (!isTable && !isData) continue;
+      if (!isData) continue;
       const std::size_t colon = findOutside(tokens, 1, {":", ":="});
-      const bool isList = isTable || tokens[1].is(":") || tokens[1].is("default");
-      const std::size_t end = isTable ? tokens.size() : findOutside(tokens, colon, {":="});
+      const bool isList = tokens[1].is(":") || tokens[1].is("default");
+      const std::size_t end = findOutside(tokens, colon, {":="});
       for (std::size_t k = isList ? colon : 1; k < (isList ? end : 2); ++k) {
         if (tokens[k].is(made.name)) edits.replace(tokens[k], made.old);
+      }
+    }
+  }
+
+  // What is read from tables, as sets often are, has values from there on.
+  std::size_t endOfTables() const {
+    std::size_t end = 0;
+    for (const MathProgStatement& statement : modelText_.statements) {
+      if (!statement.isData && isTableThatIsRead(statement.tokens)) end = statement.end;
+    }
+    return end;
+  }
+
+  static bool isTableThatIsRead(Tokens tokens) {
+    const std::size_t colon = findOutside(tokens, 1, {":"});
+    return tokens.front().is("table") && findOutside(tokens.first(colon), 1, {"IN"}) < colon;
+  }
+
+  // Fields of a file may have the names of params: they stand in brackets, after "~", and where a
+  // param stands alone, which gets the field of its name. A table that is written has expressions.
+  static void renameInTable(Tokens tokens, Edits& edits, const ChangedTexts::Param& made) {
+    const std::size_t colon = findOutside(tokens, 1, {":"});
+    for (std::size_t k = findOutside(tokens, colon, {made.name}); k < tokens.size();
+         k = findOutside(tokens, k + 1, {made.name})) {
+      const bool hasField = k + 1 < tokens.size() && tokens[k + 1].is("~");
+      if (!tokens[k - 1].is("~")) {
+        edits.replace(tokens[k], hasField ? made.old : made.old + " ~ " + made.name);
       }
     }
   }
