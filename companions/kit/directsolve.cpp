@@ -26,29 +26,39 @@ bool isTooLarge(double bound) {
   return std::isfinite(bound) && std::abs(bound) >= kLimitOfBounds;
 }
 
-void refuseLarge(double lower, double upper) {
-  if (!isTooLarge(lower) && !isTooLarge(upper)) return;
-  throw KitError("A bound or right-hand side is " + shown(isTooLarge(lower) ? lower : upper) +
-                 ": finite ones must be less than 1e100 in magnitude");
+// Those that leave room only beyond what the solver takes for infinite are a limit earlier: models
+// often have large ones on the other side for none at all.
+void refuseLarge(double lower, double upper, const Engine& engine) {
+  if (isTooLarge(lower) || isTooLarge(upper)) {
+    throw KitError("A bound or right-hand side is " + shown(isTooLarge(lower) ? lower : upper) +
+                   ": finite ones must be less than 1e100 in magnitude");
+  }
+  const bool isLowerFar = std::isfinite(lower) && lower >= engine.farthestLevel;
+  const bool isUpperFar = std::isfinite(upper) && upper <= -engine.farthestLevel;
+  if (!isLowerFar && !isUpperFar) return;
+  throw KitError("A bound or right-hand side is " + shown(isLowerFar ? lower : upper) + ": for " +
+                 engine.name + ", levels must be less than " + shown(engine.farthestLevel) +
+                 " in magnitude");
 }
 
 // An infinite bound is one on its own side only; NaN is none.
-bool areBounds(double lower, double upper) {
-  refuseLarge(lower, upper);
+bool areBounds(double lower, double upper, const Engine& engine) {
+  refuseLarge(lower, upper, engine);
   return lower < INFINITY && upper > -INFINITY;
 }
 
-bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper) {
+bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper,
+               const Engine& engine) {
   for (std::size_t k = 0; k < lower.size(); ++k) {
-    if (!areBounds(lower[k], upper[k])) return false;
+    if (!areBounds(lower[k], upper[k], engine)) return false;
   }
   return true;
 }
 
 bool areBounds(const std::vector<double>& lower, const std::vector<double>& upper,
-               const std::vector<int>& places) {
+               const std::vector<int>& places, const Engine& engine) {
   return std::all_of(places.begin(), places.end(),
-                     [&](int k) { return areBounds(lower[k], upper[k]); });
+                     [&](int k) { return areBounds(lower[k], upper[k], engine); });
 }
 
 void require(bool areUsable) {
@@ -103,15 +113,16 @@ Outcome solveColumns(const LinearModel& model, Solution& solution) {
 
 }  // namespace
 
-void checkNumbers(const LinearModel& model) {
-  require(areFinite(model.cost) && areFinite(model.values) && areBounds(model.lower, model.upper) &&
-          areBounds(model.rowLower, model.rowUpper));
+void checkNumbers(const LinearModel& model, const Engine& engine) {
+  require(areFinite(model.cost) && areFinite(model.values) &&
+          areBounds(model.lower, model.upper, engine) &&
+          areBounds(model.rowLower, model.rowUpper, engine));
 }
 
-void checkNumbers(const LinearModel& model, const Changes& changes) {
+void checkNumbers(const LinearModel& model, const Changes& changes, const Engine& engine) {
   require(areFinite(model.cost, changes.costs) && areFinite(model.values, changes.places) &&
-          areBounds(model.lower, model.upper, changes.columns) &&
-          areBounds(model.rowLower, model.rowUpper, changes.rows));
+          areBounds(model.lower, model.upper, changes.columns, engine) &&
+          areBounds(model.rowLower, model.rowUpper, changes.rows, engine));
 }
 
 bool hasExcludingBounds(const LinearModel& model) {

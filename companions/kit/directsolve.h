@@ -4,13 +4,15 @@
 #include <optional>
 
 #include "kit/linearmodel.h"
+#include "kit/solvers/solver.h"
 
 namespace zdb::kit {
 
 /// Throws a KitError if a cost, coefficient or right-hand side is not a finite number, which levels
-/// of parameters can cause. The second looks at changes only.
-void checkNumbers(const LinearModel& model);
-void checkNumbers(const LinearModel& model, const Changes& changes);
+/// of parameters can cause, or if levels would have to be larger than the solver takes. The second
+/// looks at changes only.
+void checkNumbers(const LinearModel& model, const Engine& engine);
+void checkNumbers(const LinearModel& model, const Changes& changes, const Engine& engine);
 
 /// Whether bounds of a column exclude each other. The second looks at changes only.
 bool hasExcludingBounds(const LinearModel& model);

@@ -264,7 +264,7 @@ InfeasibleSet findInfeasibleSet(Instance& instance, double seconds) {
   Changes changes;
   form.refresh(instance, isByItself, changes);
   LinearModel model = form.model();
-  checkNumbers(model);
+  checkNumbers(model, engines().front());
   model.isInteger.clear();
   const ModelSet found = findIn(model, instance.isSolvedAsInteger(), stop);
   InfeasibleSet set;

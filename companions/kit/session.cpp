@@ -195,12 +195,12 @@ void Session::refresh(const Instance& instance, bool subtractsConstants) {
   form_->refresh(instance, subtractsConstants, changes_);
   const LinearModel& model = form_->model();
   if (isChecked_) {
-    checkNumbers(model, changes_);
+    checkNumbers(model, changes_, engine_);
     if (areBoundsExcluding_ || hasExcludingBounds(model, changes_)) {
       areBoundsExcluding_ = hasExcludingBounds(model);
     }
   } else {
-    checkNumbers(model);
+    checkNumbers(model, engine_);
     areBoundsExcluding_ = hasExcludingBounds(model);
   }
   isChecked_ = true;

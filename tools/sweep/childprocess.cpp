@@ -1,9 +1,6 @@
 #include "sweep/childprocess.h"
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -13,6 +10,7 @@
 #include <system_error>
 #include <utility>
 
+#include "contract/process.h"
 #include "sweep/crew.h"
 
 namespace zdb::sweep {
@@ -41,12 +39,9 @@ ChildProcess::ChildProcess(const std::function<int(int socket)>& body) {
   }
   socket_ = Descriptor(ends[0]);
   const Descriptor theirs(ends[1]);
-  const pid_t parent = getpid();
-  id_ = fork();
+  id_ = contract::forkForThis();
   if (id_ < 0) failBySystem("cannot start a process");
   if (id_ > 0) return;
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(1);  // which ended before
   sigset_t interrupt;  // blocked rather than ignored, whatever handlers the body installs
   sigemptyset(&interrupt);
   sigaddset(&interrupt, SIGINT);
@@ -68,7 +63,7 @@ int ChildProcess::end() {
   int status = 0;
   if (exists()) {
     kill(id_, SIGKILL);
-    contract::uninterrupted([&] { return waitpid(id_, &status, 0); });
+    status = contract::waitFor(id_);
   }
   release();
   return status;

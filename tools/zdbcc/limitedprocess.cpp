@@ -1,9 +1,6 @@
 #include "limitedprocess.h"
 
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
@@ -13,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "contract/descriptor.h"
+#include "contract/process.h"
 
 namespace zdb::tool {
 
@@ -101,24 +98,6 @@ class HeldSignals {
   sigset_t outer_{};
 };
 
-/// Begins the worker, where it returns 0, and sees to it that it does not outlive this process.
-pid_t begin() {
-  const pid_t parent = getpid();
-  const pid_t process = fork();
-  if (process < 0) throw ToolError(std::string("cannot start a process: ") + std::strerror(errno));
-  if (process == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    if (getppid() != parent) _exit(static_cast<int>(ExitCode::Failed));
-  }
-  return process;
-}
-
-int waitForWorker() {
-  int status = 0;
-  zdb::contract::uninterrupted([&] { return waitpid(worker, &status, 0); });
-  return status;
-}
-
 ExitCode resultOf(int status, unsigned megabytes) {
   if (WIFEXITED(status)) return static_cast<ExitCode>(WEXITSTATUS(status));
   const int signal = WTERMSIG(status);
@@ -132,7 +111,8 @@ ExitCode resultOf(int status, unsigned megabytes) {
 ExitCode withMemoryLimit(std::optional<unsigned> megabytes, const std::function<ExitCode()>& work) {
   if (!megabytes) return work();
   std::optional<HeldSignals> held(std::in_place);
-  worker = begin();
+  worker = zdb::contract::forkForThis();
+  if (worker < 0) throw ToolError(std::string("cannot start a process: ") + std::strerror(errno));
   if (worker == 0) {
     held.reset();
     return doLimited(*megabytes, work);
@@ -141,7 +121,7 @@ ExitCode withMemoryLimit(std::optional<unsigned> megabytes, const std::function<
   {
     const Forwarding forwarding;
     held.reset();
-    status = waitForWorker();
+    status = zdb::contract::waitFor(worker);
   }
   return resultOf(status, *megabytes);
 }

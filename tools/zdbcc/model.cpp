@@ -165,7 +165,7 @@ void Model::solve(const std::string& solver) {
   } catch (const zdbcc::Error& failure) {
     if (failure.kind() == ZDBX_ARGUMENT) failUnknownSolver(name);
     const std::string reason = zkitSolveMessage(instance_);
-    if (reason.empty()) throw;
+    if (reason.empty() || reason == failure.what()) throw;
     throw ToolError(std::string(failure.what()) + ": " + reason);
   }
 }

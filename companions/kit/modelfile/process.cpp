@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -11,9 +10,11 @@
 #include <chrono>
 #include <csignal>
 #include <cstring>
+#include <utility>
 #include <vector>
 
 #include "contract/descriptor.h"
+#include "contract/process.h"
 #include "kit/environment.h"
 #include "kit/modelfile/errors.h"
 #include "kit/modelfile/protocol.h"
@@ -139,12 +140,7 @@ class Child {
   Child& operator=(const Child&) = delete;
 
   // The exit status, or 0 if the calling program waits for its children elsewhere.
-  int wait() {
-    int status = 0;
-    const pid_t ended = contract::uninterrupted([&] { return waitpid(id_, &status, 0); });
-    id_ = 0;
-    return ended < 0 ? 0 : status;
-  }
+  int wait() { return contract::waitFor(std::exchange(id_, 0)); }
 
  private:
   pid_t id_;

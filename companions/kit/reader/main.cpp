@@ -1,7 +1,6 @@
 // The program that the kit starts to translate one model file, see modelfile/protocol.h.
 #include <fcntl.h>
 #include <pthread.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -14,6 +13,7 @@
 #include <new>
 #include <string_view>
 
+#include "contract/process.h"
 #include "kit/modelfile/protocol.h"
 #include "kit/reader/confinement.h"
 #include "kit/reader/reply.h"
@@ -42,13 +42,6 @@ int numberOf(std::string_view text) {
 
 std::string pathOf(int descriptor) {
   return "/proc/self/fd/" + std::to_string(descriptor);
-}
-
-// Ends with the program that waits for the answer, which may be killed at any time, before this
-// call too. The system counts the thread that waits as the parent.
-void endWith(pid_t parent) {
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(0);
 }
 
 int halfOfMemory() {
@@ -82,7 +75,8 @@ int main(int count, char** arguments) {
                       std::strcmp(arguments[1], kReaderProtocol) == 0 &&
                       fcntl(kDataDescriptor, F_GETFD) != -1;
   if (!isOurs) refuse();
-  endWith(numberOf(arguments[2]));
+  // With the program that waits for the answer: the system counts the waiting thread as parent.
+  if (!zdb::contract::endWith(numberOf(arguments[2]))) _exit(0);
   // Keeps only the descriptors above: the calling program's own may have been inherited.
   close_range(kDataDescriptor + 1, std::numeric_limits<unsigned>::max(), 0);
   const rlimit noCore = {0, 0};

@@ -51,6 +51,7 @@ struct Engine {
   std::unique_ptr<Solver> (*make)();  ///< null: the kit was built without this solver
   const char* (*version)();           ///< "" if it cannot be used here; null as above
   const char* (*reason)();            ///< why it cannot be used here, or ""; null: always can
+  double farthestLevel;               ///< from here on, it takes levels for infinite
 
   /// Why it cannot be used, or "". Never freed.
   const char* whyNot() const;
