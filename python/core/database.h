@@ -117,11 +117,6 @@ class Database : public std::enable_shared_from_this<Database> {
   std::map<zdbSymbol_t, std::weak_ptr<Symbol>> symbols_;
 };
 
-/// The result of a call that leaves its failure in the database.
-inline std::optional<Failure> check(zdbHandle_t db, int done) {
-  return done != 0 ? std::nullopt : std::optional(Failure::of(db));
-}
-
 void bindDatabase(pybind11::module_& module);
 void bindSymbols(pybind11::module_& module);
 void bindLabels(pybind11::module_& module);
