@@ -2,7 +2,7 @@
 """Sweeps the models of Debian's glpk-utils, and compares with changed files solved by glpsol.
 
     sweep_models.py [--only NAME] [--solvers NAME,NAME] [--limit SECONDS] ZDBCC RESULTS.tsv [FOLDER]
-    sweep_models.py --page doc/model-library.md RESULTS.tsv
+    sweep_models.py --page doc/why/model-library.md RESULTS.tsv
 
 Each model is solved with each solver. Then up to 100 numbers are changed, one at a time:
 right-hand sides, bounds and costs by the names of rows and columns, params by theirs. glpsol

@@ -96,7 +96,7 @@ def row_of(lines: list[Line]) -> str:
     kinds = ", ".join(str(getattr(line, kind)) for kind in ("rhs", "bound", "cost", "param"))
     scratch = f"{line.scratch:.2f}" + (f", {line.late} not in time" if line.late else "")
     if line.objective == "late":
-        scratch = f"over {line.limit:g} for the model itself"
+        scratch = "not in time, the model itself"
     by_solver = {each.solver: each for each in lines}
     cells = [cell(by_solver[each]) if each in by_solver else "" for each in SOLVERS]
     size = f"{line.rows} x {line.columns}"
@@ -105,7 +105,7 @@ def row_of(lines: list[Line]) -> str:
 
 def cell(line: Line) -> str:
     if line.count() == 0:
-        return line.solve
+        return {"late": "not in time"}.get(line.solve, f"solve: {line.solve}")
     if line.note.startswith("FAILED"):
         return "failed"
     text = f"{line.hot:.2f}"
