@@ -102,6 +102,11 @@ void disturb(const std::vector<Side*>& sides, const Model& model, const char* so
     if (kind == 5) side->hot = std::make_unique<Hot>(solver);
     if (kind == 6) side->instance.solve(solver);
     if (kind == 7) {
+      std::vector<double> constants(CzmiM(instance));
+      CzmiSetVarLOne(instance, model["size_var"], level);
+      CzmiEvalGradNLUpdate(instance, constants.data());
+    }
+    if (kind == 8) {
       const Instance other(model);
       EXPECT_EQ(side->hot->solve(other), 0);
       EXPECT_EQ(zkitModelStatus(other), ZKIT_OPTIMAL);
