@@ -29,7 +29,7 @@ std::string pricedModel(std::mt19937& random) {
     const std::string price = "p_var(" + std::to_string(j) + ")";
     columns += " ; " + x + " 0 " + (j < 4 ? text(uniform(random, 3, 9)) : "inf");
     columns += " ; " + price + " 1 1 " + text(uniform(random, 1, 5));
-    costs += " - " + price + "*" + x;
+    costs.append(" - ").append(price).append("*").append(x);
     for (int i = 0; i < (j < 4 ? 3 : 1); ++i) {
       rows[i] += " + " + text(uniform(random, 0.5, 3)) + " " + x;
     }
