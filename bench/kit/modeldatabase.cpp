@@ -11,10 +11,12 @@ ModelDatabase::ModelDatabase(void* instance, const char* parameter, int count) {
 }
 
 void ModelDatabase::set(const std::vector<double>& values) {
-  for (std::size_t k = 0; k < values.size(); ++k) {
-    c__zdbmergerecordint(db_.handle(), parameter_.handle(), &labels_[k], 0, 0, nullptr, 1,
-                         &values[k]);
-  }
+  zdbx_columns columns = {};
+  columns.size = sizeof columns;
+  columns.rows = static_cast<std::int64_t>(values.size());
+  columns.keys[0] = {labels_.data(), sizeof(std::int32_t)};
+  columns.values[0] = {values.data(), sizeof(double)};
+  parameter_.put(columns);
 }
 
 void ModelDatabase::update() {

@@ -10,7 +10,7 @@ class ModelDatabase {
   /// REQUIRES the labels of the parameter are "1" to `count`.
   ModelDatabase(void* instance, const char* parameter, int count);
 
-  /// Writes the parameter's records, and then their values to the instance.
+  /// Writes the parameter's records, in one call, and then their values to the instance.
   void set(const std::vector<double>& values);
   void update();
   void solve(const char* solver) { db_.solve(solver); }

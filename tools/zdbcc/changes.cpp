@@ -106,6 +106,7 @@ void NamedChanges::takeParams(const std::string& file, const std::vector<std::st
     sources_.push_back({file, values_.size(), {}});
     for (const auto& record : symbol->records()) {
       std::vector<std::string> labels;
+      labels.reserve(static_cast<std::size_t>(symbol->dim()));
       for (int d = 0; d < symbol->dim(); ++d) labels.emplace_back(record.label(d));
       if (record.value() == undefined) {
         throw ToolError(file + ": " + entryText({name, labels}) + " is undefined");

@@ -27,7 +27,7 @@ class NodeHandler : public CbcEventHandler {
   CbcEventHandler* clone() const override { return new NodeHandler(*this); }
   CbcAction event(CbcEvent which) override {
     if (which == endSearch) limits_->endSearch();
-    return limits_->endsNow() ? stop : noAction;
+    return limits_->ends() ? stop : noAction;
   }
 
  private:
@@ -169,7 +169,7 @@ class Cbc : public Solver {
     const bool isBest =
         found - bound <= kGap * std::max(1.0, std::abs(found)) || stop.isCloseEnough(found, bound);
     if (tree.isProvenOptimal() && isBest) return Outcome::Optimal;
-    if (limits.endsNow()) return limits.reason();
+    if (limits.ends()) return limits.reason();
     return tree.isProvenInfeasible() ? Outcome::IntegerInfeasible : Outcome::Stopped;
   }
 

@@ -5,38 +5,27 @@
 #include <ClpSimplex.hpp>
 
 #include "kit/solvers/solver.h"
+#include "kit/solvers/watch.h"
 
 namespace zdb::kit {
 
-/// What a solve keeps to, in whichever of the models that a solver makes of the one it was given.
-class ClpLimits {
+/// Is asked by clp and cbc, in each of their models.
+class ClpLimits : public Watch {
  public:
-  explicit ClpLimits(const StopToken& stop) : stop_(stop) {}
+  using Watch::Watch;
 
   /// Counts an iteration; whether it has to be the last. Looks at the clock now and then.
   bool endsWithIteration() {
-    const bool isTimeToLook = (++iterations_ & 63) == 0;
-    if (isOver_) return false;
-    if (stop_.iterationLimit() > 0 && iterations_ >= stop_.iterationLimit()) isStopped_ = true;
-    return isTimeToLook ? endsNow() : isStopped_;
+    count(1);
+    const bool isTimeToLook = (iterations() & 63) == 0 || left() == 0;
+    return !isOver_ && (isTimeToLook ? ends() : isStopped());
   }
-  bool endsWithFactorization() { return !isOver_ && endsNow(); }
-  bool endsNow() { return isStopped_ = isStopped_ || stop_.isStopRequested(); }
+  bool endsWithFactorization() { return !isOver_ && ends(); }
   /// A search that was stopped is over: the relaxation with which cbc confirms its best levels, and
   /// forgets them if it cannot, may go on to its end.
-  void endSearch() { isOver_ = isStopped_; }
-
-  int iterations() const { return iterations_; }
-  /// Whether a solver was told to stop: what it concludes after that is nothing to go by.
-  bool isStopped() const { return isStopped_; }
-  Outcome reason() const {
-    return stop_.isStopRequested() ? stop_.reason() : Outcome::IterationLimit;
-  }
+  void endSearch() { isOver_ = isStopped(); }
 
  private:
-  const StopToken& stop_;
-  int iterations_ = 0;
-  bool isStopped_ = false;
   bool isOver_ = false;
 };
 

@@ -6,7 +6,6 @@
 #include <glpk.h>
 
 #include <algorithm>
-#include <climits>
 #include <cmath>
 #include <csetjmp>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 #include <vector>
 
 #include "kit/solvers/glpkplugin.h"
+#include "kit/solvers/watch.h"
 #include "kit/solvers/worker.h"
 #include "shared/boundary.h"
 #include "zdbcclib.h"
@@ -66,10 +66,10 @@ class Problem {
   void setBounds(const LinearModel& model, int column);
   void setRow(const LinearModel& model, int row);
   void keepBounds(const LinearModel& model);
-  int simplex(int method, const StopToken& stop);
-  Outcome relaxationOutcome(int code, const StopToken& stop) const;
-  Outcome branch(int iterationsBefore, const StopToken& stop, Solution& solution);
-  void fixIntegers(const StopToken& stop, Solution& solution);
+  int simplex(int method, Watch& watch);
+  Outcome relaxationOutcome(int code, const Watch& watch) const;
+  Outcome branch(Watch& watch, Solution& solution);
+  void fixIntegers(Watch& watch, Solution& solution);
   int messageLevel(const StopToken& stop) const {
     return stop.log().isOn() ? GLP_MSG_ALL : GLP_MSG_OFF;
   }
@@ -156,22 +156,22 @@ void Problem::goBack(const LinearModel& model) {
 }
 
 void Problem::solve(const Changes* changes, const StopToken& stop, Solution& solution) {
-  const int before = glp_get_it_cnt(problem_);
+  Watch watch(stop);
   if (changes == nullptr) {
     if (!stop.isStopRequested()) glp_scale_prob(problem_, GLP_SF_AUTO);
     if (!stop.isStopRequested()) glp_adv_basis(problem_, 0);
   }
   const bool isDual = changes != nullptr && changes->needsDualStart();
-  const int code = simplex(isDual ? GLP_DUALP : GLP_PRIMAL, stop);
-  outcome = relaxationOutcome(code, stop);
+  const int code = simplex(isDual ? GLP_DUALP : GLP_PRIMAL, watch);
+  outcome = relaxationOutcome(code, watch);
   if (outcome == Outcome::Optimal && !integer_.empty()) {
-    outcome = branch(before, stop, solution);
+    outcome = branch(watch, solution);
   } else if (outcome == Outcome::Optimal ||
              (integer_.empty() && glp_get_prim_stat(problem_) == GLP_FEAS &&
               outcome != Outcome::Unbounded && !isFailure(outcome))) {
     solution.hasLevels = solution.isInSolver = true;
   }
-  solution.iterations = glp_get_it_cnt(problem_) - before;
+  solution.iterations = watch.iterations();
 }
 
 // Whether a simplex that has ended by itself leaves open how: the dual one does that to models that
@@ -182,21 +182,20 @@ bool isUndecided(glp_prob* problem) {
 }
 
 // A basis that cannot be factorized, after coefficients have changed, gives way to a new one.
-int Problem::simplex(int method, const StopToken& stop) {
+int Problem::simplex(int method, Watch& watch) {
   glp_smcp how;
   glp_init_smcp(&how);
-  how.msg_lev = messageLevel(stop);
+  how.msg_lev = messageLevel(watch.stop());
   how.meth = method;
   bool isNewBasis = false;
-  const int first = glp_get_it_cnt(problem_);
   for (;;) {
-    const int limit = stop.iterationLimit();
-    const int left = limit > 0 ? limit - (glp_get_it_cnt(problem_) - first) : INT_MAX;
-    if (left <= 0 || stop.isStopRequested()) return GLP_EITLIM;
-    how.it_lim = left;
-    const double timeLeft = stop.secondsLeft(0.001) * 1000.0;  // 0: no limit
+    if (watch.ends()) return GLP_EITLIM;
+    how.it_lim = watch.left();
+    const double timeLeft = watch.stop().secondsLeft(0.001) * 1000.0;  // 0: no limit
     how.tm_lim = static_cast<int>(timeLeft > 0.0 ? std::min(timeLeft, kSlice) : kSlice);
+    const int before = glp_get_it_cnt(problem_);
     const int code = glp_simplex(problem_, &how);
+    watch.count(glp_get_it_cnt(problem_) - before);
     if (code == GLP_EITLIM || code == GLP_ETMLIM) continue;
     if (code == 0 && how.meth == GLP_DUALP && isUndecided(problem_)) {
       how.meth = GLP_PRIMAL;
@@ -210,8 +209,8 @@ int Problem::simplex(int method, const StopToken& stop) {
   }
 }
 
-Outcome Problem::relaxationOutcome(int code, const StopToken& stop) const {
-  if (code == GLP_EITLIM) return stop.isStopRequested() ? stop.reason() : Outcome::IterationLimit;
+Outcome Problem::relaxationOutcome(int code, const Watch& watch) const {
+  if (code == GLP_EITLIM) return watch.reason();
   if (code == GLP_EFAIL) return Outcome::Stopped;
   if (code != 0) return Outcome::SolverFailed;
   switch (glp_get_status(problem_)) {
@@ -228,13 +227,10 @@ Outcome Problem::relaxationOutcome(int code, const StopToken& stop) const {
 
 // What a search keeps to, and how far it has come.
 struct Search {
-  const StopToken& stop;
+  Watch& watch;
   int before;  // iterations, of which GLPK counts all that the problem ever took
   double bound;
   bool isCloseEnough = false;
-  bool isSpent(int iterations) const {
-    return stop.iterationLimit() > 0 && iterations - before >= stop.iterationLimit();
-  }
 };
 
 // GLPK has no absolute gap, and the tree is gone when the search returns.
@@ -243,30 +239,33 @@ void lookAtLimits(glp_tree* tree, void* limits) {
   glp_prob* problem = glp_ios_get_prob(tree);
   const int best = glp_ios_best_node(tree);
   if (best != 0) search->bound = std::max(search->bound, glp_ios_node_bound(tree, best));
-  search->isCloseEnough = search->stop.hasGap() && glp_mip_status(problem) == GLP_FEAS &&
-                          search->stop.isCloseEnough(glp_mip_obj_val(problem), search->bound);
-  const bool isSpent = search->isSpent(glp_get_it_cnt(problem));
-  if (isSpent || search->isCloseEnough || search->stop.isStopRequested()) glp_ios_terminate(tree);
+  const StopToken& stop = search->watch.stop();
+  search->isCloseEnough = stop.hasGap() && glp_mip_status(problem) == GLP_FEAS &&
+                          stop.isCloseEnough(glp_mip_obj_val(problem), search->bound);
+  const bool ends = search->watch.ends(glp_get_it_cnt(problem) - search->before);
+  if (ends || search->isCloseEnough) glp_ios_terminate(tree);
 }
 
-Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& solution) {
+Outcome Problem::branch(Watch& watch, Solution& solution) {
+  const StopToken& stop = watch.stop();
   glp_iocp how;
   glp_init_iocp(&how);
   how.msg_lev = messageLevel(stop);
   how.gmi_cuts = GLP_ON;
   how.mir_cuts = GLP_ON;
-  Search search = {stop, iterationsBefore, glp_get_obj_val(problem_)};
+  Search search = {watch, glp_get_it_cnt(problem_), glp_get_obj_val(problem_)};
   how.cb_func = lookAtLimits;
   how.cb_info = &search;
   const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
   if (left > 0) how.tm_lim = left;
   const int code = glp_intopt(problem_, &how);
+  watch.count(glp_get_it_cnt(problem_) - search.before);
   const int status = glp_mip_status(problem_);
-  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(stop, solution);
+  if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(watch, solution);
   solution.bound = status == GLP_OPT ? glp_mip_obj_val(problem_) : search.bound;
   if (code == GLP_ESTOP && search.isCloseEnough) return Outcome::Optimal;
-  if (code == GLP_ETMLIM || (code == GLP_ESTOP && stop.isStopRequested())) return stop.reason();
-  if (code == GLP_ESTOP) return Outcome::IterationLimit;
+  if (code == GLP_ETMLIM) return stop.reason();
+  if (code == GLP_ESTOP) return watch.reason();
   if (code == GLP_EFAIL) return Outcome::Stopped;
   if (code != 0) return Outcome::SolverFailed;
   if (status == GLP_OPT) return Outcome::Optimal;
@@ -274,7 +273,7 @@ Outcome Problem::branch(int iterationsBefore, const StopToken& stop, Solution& s
 }
 
 // Marginals are those of the model with its integer columns fixed at their levels.
-void Problem::fixIntegers(const StopToken& stop, Solution& solution) {
+void Problem::fixIntegers(Watch& watch, Solution& solution) {
   const int columns = glp_get_num_cols(problem_);
   for (int j = 1; j <= columns; ++j) {
     if (!isInteger(j - 1)) continue;
@@ -283,9 +282,11 @@ void Problem::fixIntegers(const StopToken& stop, Solution& solution) {
   }
   glp_smcp how;
   glp_init_smcp(&how);
-  how.msg_lev = messageLevel(stop);
+  how.msg_lev = messageLevel(watch.stop());
   how.meth = GLP_DUALP;
-  const bool isSolved = !stop.isStopRequested() && glp_simplex(problem_, &how) == 0;
+  const int before = glp_get_it_cnt(problem_);
+  const bool isSolved = !watch.stop().isStopRequested() && glp_simplex(problem_, &how) == 0;
+  watch.count(glp_get_it_cnt(problem_) - before);
   solution.hasLevels = true;
   if (isSolved && glp_get_status(problem_) == GLP_OPT) {
     fetch(solution);

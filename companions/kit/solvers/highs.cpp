@@ -9,6 +9,7 @@
 
 #include "kit/solvers/highslibrary.h"
 #include "kit/solvers/solver.h"
+#include "kit/solvers/watch.h"
 
 namespace zdb::kit {
 
@@ -23,41 +24,6 @@ const HighsLibrary& api() {
 void require(int status, const char* what) {
   if (status == highs::Error) throw std::runtime_error(std::string("HiGHS failed to ") + what);
 }
-
-// What a solve keeps to, over all of its runs.
-class Watch {
- public:
-  explicit Watch(const StopToken& stop) : stop_(stop) {}
-
-  // Whether a run, which has taken some iterations itself, has to end.
-  bool ends(int iterations) {
-    isSpent_ = isSpent_ || iterations >= left();
-    isStopped_ = isStopped_ || isSpent_ || stop_.isStopRequested();
-    return isStopped_;
-  }
-  void count(int iterations) { iterations_ += iterations; }
-
-  int left() const {
-    const int limit = stop_.iterationLimit();
-    return limit > 0 ? std::max(limit - iterations_, 0) : std::numeric_limits<int>::max();
-  }
-  double secondsLeft() const {
-    const double left = stop_.secondsLeft(0.001);
-    return left > 0.0 ? left : kInfinity;
-  }
-  int iterations() const { return iterations_; }
-  const Log& log() const { return stop_.log(); }
-  bool isStopped() const { return isStopped_; }
-  Outcome reason() const {
-    return stop_.isStopRequested() ? stop_.reason() : Outcome::IterationLimit;
-  }
-
- private:
-  const StopToken& stop_;
-  int iterations_ = 0;  // of runs that have ended
-  bool isSpent_ = false;
-  bool isStopped_ = false;
-};
 
 int iterationsSoFar(int type, const void* dataOut) {
   const bool isSearch = type == highs::MipInterrupt;
@@ -76,7 +42,7 @@ void tell(const Log& log, const char* message) {
 
 void lookAtLimits(int type, const char* message, const void* dataOut, void* dataIn, void* watch) {
   auto& own = *static_cast<Watch*>(watch);
-  if (type == highs::Logging) return tell(own.log(), message);
+  if (type == highs::Logging) return tell(own.stop().log(), message);
   if (dataIn == nullptr || !own.ends(iterationsSoFar(type, dataOut))) return;
   static_cast<highs::CallbackDataIn*>(dataIn)->userInterrupt = 1;
 }
@@ -191,10 +157,12 @@ class Problem {
     api().setCallback(highs_, lookAtLimits, &watch);
     api().startCallback(highs_, highs::SimplexInterrupt);
     api().startCallback(highs_, highs::MipInterrupt);
-    set("output_flag", watch.log().isOn());
-    if (watch.log().isOn()) api().startCallback(highs_, highs::Logging);
+    const StopToken& stop = watch.stop();
+    set("output_flag", stop.log().isOn());
+    if (stop.log().isOn()) api().startCallback(highs_, highs::Logging);
     api().zeroAllClocks(highs_);  // which run on from the runs before
-    set("time_limit", watch.secondsLeft());
+    const double seconds = stop.secondsLeft(0.001);
+    set("time_limit", seconds > 0.0 ? seconds : kInfinity);
     set("simplex_iteration_limit", watch.left());
     const int status = api().run(highs_);
     watch.count(intInfo("simplex_iteration_count"));

@@ -29,7 +29,7 @@ std::string pricedModel(std::mt19937& random) {
     const std::string price = "p_var(" + std::to_string(j) + ")";
     columns += " ; " + x + " 0 " + (j < 4 ? text(uniform(random, 3, 9)) : "inf");
     columns += " ; " + price + " 1 1 " + text(uniform(random, 1, 5));
-    costs += " - " + price + "*" + x;
+    costs.append(" - ").append(price).append("*").append(x);
     for (int i = 0; i < (j < 4 ? 3 : 1); ++i) {
       rows[i] += " + " + text(uniform(random, 0.5, 3)) + " " + x;
     }
@@ -102,6 +102,11 @@ void disturb(const std::vector<Side*>& sides, const Model& model, const char* so
     if (kind == 5) side->hot = std::make_unique<Hot>(solver);
     if (kind == 6) side->instance.solve(solver);
     if (kind == 7) {
+      std::vector<double> constants(CzmiM(instance));
+      CzmiSetVarLOne(instance, model["size_var"], level);
+      CzmiEvalGradNLUpdate(instance, constants.data());
+    }
+    if (kind == 8) {
       const Instance other(model);
       EXPECT_EQ(side->hot->solve(other), 0);
       EXPECT_EQ(zkitModelStatus(other), ZKIT_OPTIMAL);
