@@ -345,15 +345,14 @@ class Sweep:
         constants: tuple[list[int], Rows, Any],
     ) -> None:
         """What the model has been given, also by other names: ``need.rhs`` and ``need[a].rhs``."""
-        by_key: dict[Any, float] = {}
-        for number, row, value in zip(*constants[:2], constants[2].tolist(), strict=True):
-            name = opened.names[number]
-            by_key[name.with_(name.labels if name.labels is not None else tuple(row)).key] = value
-        for number, labels in base:
-            name = opened.names[number]
-            key = name.with_(name.labels if name.labels is not None else labels).key
-            if key in by_key:
-                base[number, labels] = by_key[key]
+        changed = {
+            opened.entry(number, row): value
+            for number, row, value in zip(*constants[:2], constants[2].tolist(), strict=True)
+        }
+        for number, labels in base if changed else ():
+            entry_ = opened.entry(number, labels)
+            if entry_ in changed:
+                base[number, labels] = changed[entry_]
 
     # ---- What is shown ----
 
