@@ -61,7 +61,7 @@ class Table {
   const double* values(std::int64_t row) const { return values_ + at(row, targets_); }
   int variant(std::int64_t row) const { return variants_ == nullptr ? -1 : variants_[row]; }
   double* shown(std::int64_t row) const { return shown_ + at(row, entries_); }
-  void setOutcome(std::int64_t row, void* instance, bool hasLevels) const;
+  void setOutcome(std::int64_t row, void* instance, bool isSolved) const;
 
  private:
   static std::size_t at(std::int64_t row, std::size_t width) {
@@ -196,7 +196,7 @@ py::tuple sweep(Model& self, const py::str& solver, const Targets& targets, cons
                 const std::optional<Numbers>& variants,
                 const std::vector<std::tuple<py::str, Numbers, int>>& shown, std::int64_t first,
                 double seconds, bool keepsGoing, Numbers statuses, Numbers iterations,
-                Doubles outcomes, Doubles shownValues, py::dict failures) {
+                Doubles outcomes, Doubles shownValues, const py::dict& failures) {
   std::vector<Shown> columns;
   std::size_t entries = 0;
   for (const auto& [symbol, keys, field] : shown) {

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import html
 import os
+import re
 import threading
 import weakref
 from collections.abc import Callable, Iterable, Iterator, Mapping
@@ -12,7 +13,14 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from zdbcc._database import Database
-from zdbcc._errors import ArgumentError, ClosedError, Error, ModelError, NotFoundError
+from zdbcc._errors import (
+    ArgumentError,
+    ClosedError,
+    Error,
+    ModelError,
+    NotFoundError,
+    SolveError,
+)
 from zdbcc._names import Name, entry, parse
 from zdbcc._numbers import Numbers, Rows, is_number, records_of
 from zdbcc._opened import Opened, Options, Params, SourceText, read_bytes, solver_of
@@ -367,6 +375,31 @@ class Model:
             self._before_change()
             self._opened.set(numbers._number, rows, values)
             numbers._take(rows, values)
+            self._take_elsewhere(numbers, rows, values)
+
+    def _take_elsewhere(self, numbers: Numbers, rows: Rows, values: NDArray[np.float64]) -> None:
+        """Shows new values under other names of the same numbers, such as a part of a symbol."""
+        opened = self._opened
+        symbol = opened.changes[numbers._number][0]
+        others = [
+            other
+            for other in self._numbers.values()
+            if other is not numbers and opened.changes[other._number][0] == symbol
+        ]
+        if not others:
+            return
+        new = {
+            opened.entry(numbers._number, row): value
+            for row, value in zip(rows, values, strict=True)
+        }
+        for other in others:
+            found = [
+                (list(row), new[opened.entry(other._number, row)])
+                for row in other._rows()
+                if opened.entry(other._number, row) in new
+            ]
+            if found:
+                other._take([row for row, _ in found], np.array([value for _, value in found]))
 
     # ---- Names ----
 
@@ -374,20 +407,22 @@ class Model:
         """The numbers that have a name, and the labels with which; reads the model if needed."""
         known = self._numbers.get(key.key)
         if known is not None:
-            return known, None if key.labels is None else ()
+            return known, None if key.labels is None or known.dim > 0 else ()
         whole = key.with_(None)
         if key.labels is not None:
             found = self._numbers.get(whole.key)
-            if found is not None and key.labels in found:
+            if found is not None and found.dim == len(key.labels) and key.labels in found:
                 return found, key.labels
             alike = [n for n in self._numbers.values() if n._name.with_(None).key == whole.key]
             if found is None and alike and key.attribute != "coef":
                 # The second entry of a symbol: others will follow.
                 self._add(whole, [numbers._name for numbers in alike])
-                if key.labels in self._numbers[whole.key]:
-                    return self._numbers[whole.key], key.labels
+                found = self._numbers[whole.key]
+                if found.dim == len(key.labels) and key.labels in found:
+                    return found, key.labels
         self._add(key, [])
-        return self._numbers[key.key], None if key.labels is None else ()
+        made = self._numbers[key.key]
+        return made, None if key.labels is None or made.dim > 0 else ()
 
     def _add(self, name: Name, instead_of: list[Name]) -> None:
         names = [each for each in self._opened.names if each not in instead_of]
@@ -403,11 +438,12 @@ class Model:
         name = opened.names[number]
         numbers = self._numbers.get(name.key)
         if numbers is None:
+            plain = re.sub(r"\W+", "_", name.text).strip("_")[:50]
             place = len(self._database) // 2
             dim = opened.changes[number][3]
             made = [
-                self._database.add_parameter(f"{what}{place}", ["*"] * dim)
-                for what in ("numbers", "base")
+                self._database.add_parameter(f"{plain}_{what}{place}", ["*"] * dim)
+                for what in ("now", "file")
             ]
             numbers = Numbers(self._database, made[0]._core)
             numbers._model, numbers._name, numbers._base = self, name, made[1]
@@ -728,8 +764,9 @@ class Model:
         try:
             return sweep.run(executor, chunk, progress)
         except BaseException as error:
-            self._kept = sweep.table(partial=True)
-            error.partial = self._kept  # type: ignore[attr-defined]
+            if isinstance(error, SolveError) or not isinstance(error, Error):
+                self._kept = sweep.table(partial=True)
+                error.partial = self._kept  # type: ignore[attr-defined]
             raise
 
 

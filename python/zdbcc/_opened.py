@@ -185,6 +185,15 @@ class Opened:
             fixed.update({dim - len(rest) + i: label for i, label in enumerate(rest)})
         return fixed
 
+    def entry(self, change: int, labels: Sequence[str]) -> tuple[str, int, tuple[str, ...]]:
+        """The number that a change has for labels, the same for all names that it has."""
+        symbol, _, dim, open_, _ = self.changes[change]
+        name = self.names[change]
+        fixed = self._fixed(name, dim, open_) if open_ < dim else {}
+        rest = iter(labels)
+        full = tuple((fixed[i] if i in fixed else next(rest)).lower() for i in range(dim))
+        return symbol.lower(), ATTRIBUTES.get(name.attribute, 0), full
+
     def set(self, number: int, rows: Rows, values: NDArray[np.float64]) -> None:
         """Sets numbers of a change; all or none. ``NotFoundError`` for what is not there."""
         self.core.set(targets([number] * len(rows), rows), np.ascontiguousarray(values))

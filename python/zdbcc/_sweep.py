@@ -321,9 +321,7 @@ class Sweep:
             )
         numbers, rows, changed = constants
         opened.core.set(_targets(numbers, rows), np.ascontiguousarray(changed))
-        for number, row, value in zip(numbers, rows, changed.tolist(), strict=True):
-            base[number, tuple(row)] = value
-        self._take_alike(opened, base, constants)
+        self._take_changed(opened, base, constants)
         filled: dict[tuple[int, tuple[str, ...]], NDArray[np.float64]] = {}
         count = len(self.scenarios.labels)
         for group, place in zip(columns, places, strict=True):
@@ -340,22 +338,21 @@ class Sweep:
             return np.empty((count, 0))
         return np.ascontiguousarray(np.stack(list(filled.values()), axis=1))
 
-    def _take_alike(
+    def _take_changed(
         self,
         opened: Opened,
         base: dict[tuple[int, tuple[str, ...]], float],
         constants: tuple[list[int], Rows, Any],
     ) -> None:
-        """A number that is one of a change of the model and has a name of its own as well."""
-        by_key: dict[Any, float] = {}
-        for number, row, value in zip(*constants[:2], constants[2].tolist(), strict=True):
-            name = opened.names[number]
-            by_key[name.with_(name.labels if name.labels is not None else tuple(row)).key] = value
-        for number, labels in base:
-            name = opened.names[number]
-            key = name.with_(name.labels if name.labels is not None else labels).key
-            if key in by_key:
-                base[number, labels] = by_key[key]
+        """What the model has been given, also by other names: ``need.rhs`` and ``need[a].rhs``."""
+        changed = {
+            opened.entry(number, row): value
+            for number, row, value in zip(*constants[:2], constants[2].tolist(), strict=True)
+        }
+        for number, labels in base if changed else ():
+            entry_ = opened.entry(number, labels)
+            if entry_ in changed:
+                base[number, labels] = changed[entry_]
 
     # ---- What is shown ----
 

@@ -97,6 +97,20 @@ def test_Numbers_ShowWhatTheModelHas(lunch: zdbcc.Model) -> None:
     assert repr(need) == "<Numbers need.rhs: 2 of the model>"
 
 
+def test_Coefficients_OfPartsOfASymbolGoTogether(lunch: zdbcc.Model) -> None:
+    whole = lunch["need.coef[buy]"]
+    assert whole["energy", "bread"] == 2 and len(whole) == 3
+    lunch["need[energy].coef[buy]"] = {"bread": 4}
+    assert lunch["need[energy].coef[buy]"].to_dict() == {"milk": 1, "bread": 4}
+    assert whole.to_dict()["energy", "bread"] == 4
+    assert objective(lunch) == pytest.approx(8.5)
+    table = lunch.sweep({"need[energy].coef[buy,bread]": [None, 2]}, progress=False)
+    assert table["objective"].tolist() == pytest.approx([8.5, 14])
+    del lunch["need.coef[buy]"]
+    lunch["buy.up"] = 8  # reads the model again
+    assert lunch["need[energy].coef[buy]"].to_dict() == {"milk": 1, "bread": 2}
+
+
 def test_NamesOfAModel_AllNameSomething() -> None:
     text = "var x >= 0; minimize c: 2*x; s.t. two: 1 <= x <= 4; s.t. one: x >= 1; end;"
     for model in (zdbcc.Model.from_text(text), zdbcc.Model.read(TRANSPORT)):
@@ -233,6 +247,9 @@ Do = Callable[[zdbcc.Model], object]
 BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: m.__setitem__("ned.rhs", 1), zdbcc.NotFoundError, "ned"),
     (lambda m: m.__setitem__("need[enrgy].rhs", 1), zdbcc.NotFoundError, "energy"),
+    (lambda m: m.__setitem__("need[a,b].rhs", 1), zdbcc.NotFoundError, "need[a,b].rhs"),
+    (lambda m: m["need.rhs"]["a", "b"], zdbcc.ArgumentError, "need_rhs_now0 has 1 positions"),
+    (lambda m: m["need"], zdbcc.NotFoundError, "change its .rhs or .coef"),
     (lambda m: m.__setitem__("need.rhs", {"milk": 2, "cake": 1}), zdbcc.NotFoundError, "cake"),
     (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": NAN}), zdbcc.ArgumentError, "nan"),
     (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": INF}), zdbcc.ArgumentError, "inf"),

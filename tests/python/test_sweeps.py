@@ -234,6 +234,28 @@ def test_LostScenario_IsBlamedAloneAfterHalving() -> None:
         assert len(caught.value.partial) == 11
 
 
+def test_LostChunk_IsNotBlamedBeforeItWasAlone() -> None:
+    seen: set[float] = set()
+
+    def is_first_time(values: np.ndarray) -> bool:
+        is_new = values[0, 0] not in seen
+        seen.add(values[0, 0])
+        return is_new
+
+    with zdbcc.Model.from_text(LUNCH) as model:
+        scenarios = {"need[energy].rhs": [12, 14, 16]}
+        table = sweep(model, scenarios, executor=Backwards(is_first_time), chunk=1)
+    assert table["objective"].tolist() == pytest.approx([14, 16, 18])
+
+
+def test_Base_IsTheModelWithItsChanges() -> None:
+    with model_of("diet") as model:
+        model["buy[beans].cost"] = 9
+        table = sweep(model, {"need[calories].rhs": [NAN, 4]}, solver="clp")
+        assert table["objective"].iloc[0] == pytest.approx(model.solve("clp").objective)
+    assert table["iterations"].iloc[0] == 0  # it begins where it ends
+
+
 @pytest.mark.skipif(
     multiprocessing.get_start_method() != "fork", reason="it plants its fault by fork"
 )
@@ -262,14 +284,16 @@ def test_StartLast_FindsTheSameObjectives() -> None:
     assert last["iterations"].sum() <= base["iterations"].sum()
 
 
-@pytest.mark.parametrize("executor", [None, ThreadPoolExecutor(1), 1])
-def test_Interrupt_KeepsTheRowsThatAreSolved(executor: Any, ctrl_c: None) -> None:
+@pytest.mark.parametrize(("executor", "chunk"), [(None, None), (ThreadPoolExecutor(1), 50), (1, 1)])
+def test_Interrupt_KeepsTheRowsThatAreSolved(
+    executor: Any, chunk: int | None, ctrl_c: None
+) -> None:
     scenarios = {"split[1].rhs": [NAN] + [700.0 + i for i in range(200)]}
     model = zdbcc.Model.from_text(HARD)
     thread = press_after(1.5)
     start = time.monotonic()
     with pytest.raises(KeyboardInterrupt) as caught:
-        sweep(model, scenarios, executor=executor, chunk=1, time_limit=0.2, solver="glpk")
+        sweep(model, scenarios, executor=executor, chunk=chunk, time_limit=0.2, solver="glpk")
     thread.join()
     assert time.monotonic() - start < 10
     partial = caught.value.partial  # type: ignore[attr-defined]
