@@ -14,6 +14,7 @@ names() {
 }
 
 echo "libzdbcclib.so.1 libzdbcclib1 #MINVER#"
+echo "* Build-Depends-Package: libzdbcclib-dev"
 names | LC_ALL=C sort -u | sed "s/\$/@$node/" | while read -r name; do
   since=$(sed -n "s/^ $name //p" debian/libzdbcclib1.symbols 2>/dev/null || true)
   echo " $name ${since:-$version}"

@@ -15,7 +15,7 @@ export PATH
 export DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS-parallel=$(nproc)}"
 cd "$source"
 if ! dpkg-buildpackage --no-sign --build=binary >"$folder/build.log" 2>&1; then
-  tail -n 60 "$folder/build.log"
+  tail -n 40 "$folder/build.log" | cut -c 1-300
   exit 1
 fi
 cd "$folder"

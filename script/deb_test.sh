@@ -13,11 +13,6 @@ suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 bare=$folder/bare.tar
 [ -e "$bare" ] || mmdebstrap --quiet --variant=apt "$suite" "$bare" || { rm -f "$bare"; exit 1; }
 
-clean() {
-  umount "$root/proc" "$root/dev" 2>/dev/null || true
-  rm -rf --one-file-system "$root"
-}
-
 # The packages that a test depends on, ours by their files. All of ours need the library.
 needed() {
   ls "$folder"/libzdbcclib1_*.deb | sed 's|.*/|/packages/|'
@@ -28,17 +23,17 @@ needed() {
     done
 }
 
+# In namespaces of its own, whose mounts and processes end with the command; nothing of the machine but
+# its network is in the root, which has devices of its own.
 in_root() {
-  chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 \
-    DEBIAN_FRONTEND=noninteractive "$@"
+  unshare --mount --pid --fork --mount-proc="$root/proc" chroot "$root" env -i \
+    PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
 
 run() {
   root=$(mktemp -d "$folder/root.XXXXXX")
-  trap clean EXIT
+  trap 'rm -rf --one-file-system "$root"' EXIT
   tar -x -f "$bare" -C "$root"
-  mount --bind /dev "$root/dev"
-  mount -t proc proc "$root/proc"
   mkdir "$root/packages" "$root/tests"
   cp "$folder"/*.deb "$root/packages"
   cp debian/tests/* "$root/tests"
@@ -49,11 +44,14 @@ run() {
 }
 
 for test in "$@"; do
-  if (run "$test") >"$folder/test-$test.log" 2>&1; then
-    echo "$test: ok"
-  else
+  set +e
+  (set -e && run "$test") >"$folder/test-$test.log" 2>&1
+  status=$?
+  set -e
+  if [ $status -ne 0 ]; then
     tail -n 40 "$folder/test-$test.log"
     echo "$test: FAILED"
     exit 1
   fi
+  echo "$test: ok"
 done

@@ -17,7 +17,6 @@
 #include "kit/solvers/watch.h"
 #include "kit/solvers/worker.h"
 #include "shared/boundary.h"
-#include "zdbcclib.h"
 
 namespace zdb::kit {
 
@@ -414,7 +413,7 @@ class Glpk : public Solver {
   Worker worker_;
 };
 
-constexpr GlpkPlugin kPlugin = {ZDBCCLIB_VERSION, glp_version, []() -> std::unique_ptr<Solver> {
+constexpr GlpkPlugin kPlugin = {ZKIT_VERSION, glp_version, []() -> std::unique_ptr<Solver> {
                                   return std::make_unique<Glpk>();
                                 }};
 

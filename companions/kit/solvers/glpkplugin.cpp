@@ -7,7 +7,6 @@
 #include <string>
 
 #include "kit/environment.h"
-#include "zdbcclib.h"
 
 namespace zdb::kit {
 
@@ -39,9 +38,9 @@ struct Search {
     const auto entry = reinterpret_cast<GlpkEntry>(dlsym(library, kGlpkEntry));
     if (entry == nullptr) return std::string("has no function ") + kGlpkEntry;
     const GlpkPlugin* found = entry();
-    if (found->kitVersion != std::string(ZDBCCLIB_VERSION)) {
+    if (found->kitVersion != std::string(ZKIT_VERSION)) {
       return std::string("is of version ") + found->kitVersion + ", and this kit of " +
-             ZDBCCLIB_VERSION + ": install both again";
+             ZKIT_VERSION + ": install both again";
     }
     plugin = found;
     return "";

@@ -17,7 +17,7 @@ inline constexpr const char* kGlpkPackage = "zdbcclib-glpk";
 /// What the plug-in gives. Kit and plug-in share C++ classes, so both must be of one build: a
 /// change of this struct keeps the first member where it is.
 struct GlpkPlugin {
-  const char* kitVersion;  ///< ZDBCCLIB_VERSION
+  const char* kitVersion;  ///< ZKIT_VERSION, which the build defines
   const char* (*version)();
   std::unique_ptr<Solver> (*make)();
 };
