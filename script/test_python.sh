@@ -4,6 +4,7 @@
 # fails. The package is built with PyPI's pybind11, since numpy 2 is not for that of Debian 12.
 set -u
 cd "$(dirname "$0")/.." || exit
+root=$PWD
 build=$(realpath "$1")
 script/peers.sh "$build" python
 bin=$build/peers/python/bin
@@ -30,9 +31,10 @@ export PEERS="$build/peers"
 export SAMPLE="$PWD/tests/tools/golden/sample.zxf"
 
 stubs() {
-  # mypy takes the package for one of ours, which it is, and for one with types.
-  (cd python && MYPYPATH=. "$bin/python" -m mypy.stubtest --mypy-config-file mypy.ini \
-    --allowlist stubtest-allowlist.txt --ignore-unused-allowlist zdbcc._core zdbcc._tool)
+  # Not in the folder python, whose sources would be taken for the package.
+  (cd "$build" && MYPYPATH="$build-python/python" "$bin/python" -m mypy.stubtest \
+    --mypy-config-file "$root/python/mypy.ini" --allowlist "$root/python/stubtest-allowlist.txt" \
+    --ignore-unused-allowlist zdbcc._core zdbcc._tool)
 }
 types() {
   (cd python && "$bin/mypy" --config-file mypy.ini --cache-dir "$build/peers/mypy-cache" zdbcc)

@@ -99,7 +99,8 @@ class Symbol(Records):
                 f"the domain {domain} of symbol {self._core.name} is not a set, which an array "
                 "without labels needs; pass an xarray.DataArray, or arrays with update_arrays()"
             )
-        elements: list[str] = self._db._labels_at(core.read(None, True, False, False)[0][0]).tolist()
+        numbers = core.read(None, True, False, False)[0][0]
+        elements: list[str] = self._db._labels_at(numbers).tolist()
         return elements
 
     def __repr__(self) -> str:
@@ -278,8 +279,9 @@ class Symbol(Records):
         {('a', 'x'): 1.0, ('b', 'x'): 3.0}
         """
         number = mode_number(mode)
-        is_frame = type(records).__module__.partition(".")[0] == "pandas"
-        if hasattr(records, "__arrow_c_stream__") and not is_frame:
+        # As streams, those of pandas and xarray would lose what their indexes are.
+        is_known = type(records).__module__.partition(".")[0] in ("pandas", "xarray")
+        if hasattr(records, "__arrow_c_stream__") and not is_known:
             try:
                 self._core.import_stream(records.__arrow_c_stream__(), number)
             except Exception:

@@ -99,8 +99,12 @@ def test_BadTables_ChangeNothing(db: zdbcc.Database, p: zdbcc.Parameter) -> None
     before = db.labels, p.to_dict()
     label = pa.array(["new", None])
     for table, cls, message in [
-        ({"i": label, "j": ["n", "m"], "v": [1.0, 2.0]}, zdbcc.LabelError, "row 1"),
-        ({"i": label.dictionary_encode(), "j": ["n", "m"], "v": [1.0, 2.0]}, zdbcc.Error, "row 1"),
+        ({"i": label, "j": ["n", "m"], "v": [1.0, 2.0]}, zdbcc.ArgumentError, "row 1 .*null"),
+        (
+            {"i": label.dictionary_encode(), "j": ["n", "m"], "v": [1.0, 2.0]},
+            zdbcc.ArgumentError,
+            "row 1 .*null",
+        ),
         ({"i": [1, 2], "j": ["n", "m"], "v": [1.0, 2.0]}, zdbcc.ArgumentError, "i"),
         ({"i": ["n", "m"], "j": ["n", "m"], "v": ["a", "b"]}, zdbcc.ArgumentError, "v"),
         ({"i": ["n", "m"], "v": [1.0, 2.0]}, zdbcc.ArgumentError, "column"),
@@ -132,7 +136,7 @@ def test_Streams_AreReadWhileTheirSymbolIsThere(p: zdbcc.Parameter) -> None:
     reader = pa.RecordBatchReader.from_stream(many)
     first = reader.read_next_batch().num_rows
     many.database.close()
-    with pytest.raises(OSError, match="closed"):
+    with pytest.raises(pa.ArrowInvalid, match="the records of symbol many were removed"):
         reader.read_all()
     assert 0 < first < 100_000
 
