@@ -21,6 +21,7 @@ from zdbcc._errors import (
     NotFoundError,
     SolveError,
 )
+from zdbcc._given import bracketed, canonical, checked, positions, require_finite
 from zdbcc._names import Name, entry, parse
 from zdbcc._numbers import Numbers, Rows, is_number, records_of
 from zdbcc._opened import Opened, Options, Params, SourceText, read_bytes, solver_of
@@ -149,7 +150,7 @@ class Model:
         name, text = read_bytes(path)
         data_name, data_text = (None, b"") if data is None else read_bytes(data)
         source = SourceText.of(name, text, data_name, data_text, format, allow_files)
-        return cls(source, _canonical(changes), {})
+        return cls(source, canonical(changes), {})
 
     @classmethod
     def from_text(
@@ -176,7 +177,7 @@ class Model:
             raise ArgumentError("the text of a model is a str or bytes; read() takes a path")
         data_name = None if more is None else f"data of {name}"
         source = SourceText.of(name, given, data_name, more or b"", format, allow_files)
-        return cls(source, _canonical(changes), {})
+        return cls(source, canonical(changes), {})
 
     # ---- What it is ----
 
@@ -343,7 +344,7 @@ class Model:
                 elif not is_number(records):
                     raise ArgumentError(f"{name} is one number, and cannot be {records!r}")
                 else:
-                    numbers._model._set(numbers, [list(labels)], _checked(records, numbers._name))
+                    numbers._model._set(numbers, [list(labels)], checked(records, numbers._name))
 
     def __delitem__(self, name: str) -> None:
         """Brings back the numbers of the file."""
@@ -496,8 +497,8 @@ class Model:
                 raise ArgumentError(f"{key.text} is one number, and cannot be {records!r}")
             rows, values = [list(key.labels)], np.array([float(records)])
         else:
-            rows, values = records_of(records, key.symbol, _positions(records))
-        _require_finite(values, key)
+            rows, values = records_of(records, key.symbol, positions(records))
+        require_finite(values, key)
         texts = (entry(key.symbol, tuple(row)) for row in rows)
         params = {**self._params, **dict(zip(texts, values.tolist(), strict=True))}
         try:
@@ -650,7 +651,7 @@ class Model:
             self._require_open()
             _, found = self._opened.core.infeasible_set(time_limit)
         return [
-            Conflict(_bracketed(name), "row" if is_row else "column", sides.get(side, "both"))
+            Conflict(bracketed(name), "row" if is_row else "column", sides.get(side, "both"))
             for name, is_row, side in found
         ]
 
@@ -768,56 +769,6 @@ class Model:
                 self._kept = sweep.table(partial=True)
                 error.partial = self._kept  # type: ignore[attr-defined]
             raise
-
-
-def _canonical(names: Iterable[str]) -> list[Name]:
-    """Names of changes, each once; .fx is both bounds."""
-    if isinstance(names, str):
-        raise ArgumentError(f"changes is a list of names, not {names!r}")
-    found: dict[Any, Name] = {}
-    for text in names:
-        name = parse(text)
-        for part in ("lo", "up") if name.attribute == "fx" else (name.attribute,):
-            each = name.with_(name.labels, part)
-            found.setdefault(each.key, each)
-    return list(found.values())
-
-
-def _bracketed(name: str) -> str:
-    """The name that the kit gives a row or column, as changes have it."""
-    symbol, opening, inside = name.partition("(")
-    return f"{symbol}[{inside.removesuffix(')')}]" if opening else name
-
-
-def _checked(value: Any, name: Name) -> NDArray[np.float64]:
-    from zdbcc._numbers import check_values
-
-    values = np.array([float(value)])
-    check_values(values, name)
-    return values
-
-
-def _require_finite(values: NDArray[np.float64], name: Name) -> None:
-    if not np.isfinite(values).all():
-        raise ArgumentError(f"{name.text} cannot be {values[~np.isfinite(values)][0]}")
-
-
-def _positions(records: Any) -> int:
-    """How many labels the records of a param have, which only they tell."""
-    if is_number(records):
-        return 0
-    if isinstance(records, Mapping):
-        first = next(iter(records), "")
-        return len(first) if isinstance(first, tuple) else 1
-    index = getattr(records, "index", None)
-    if index is not None and hasattr(records, "shape") and hasattr(index, "nlevels"):
-        if len(records.shape) == 1:
-            return int(index.nlevels)
-        return int(records.shape[1]) - 1 or int(index.nlevels)
-    if hasattr(records, "dim"):
-        return int(records.dim)
-    rows = list(records)
-    return len(rows[0]) - 1 if rows and not isinstance(rows[0], str) else 0
 
 
 def _restored(

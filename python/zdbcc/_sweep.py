@@ -114,10 +114,10 @@ def _from_rows(rows: Iterable[Any]) -> Scenarios:
             if is_number(value) or isinstance(value, str):
                 values[name] = value
                 continue
-            from zdbcc._models import _positions
+            from zdbcc._given import positions
 
             key = parse(name)
-            keys, numbers = records_of(value, name, _positions(value))
+            keys, numbers = records_of(value, name, positions(value))
             for labels_of_entry, entry_value in zip(keys, numbers.tolist(), strict=True):
                 values[key.with_(tuple(labels_of_entry)).text] = entry_value
         flat.append(values)
