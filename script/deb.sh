@@ -10,8 +10,12 @@ mkdir -p "$source"
 find "$source" -mindepth 1 -delete
 rm -f "$folder"/*.deb "$folder"/*.changes "$folder"/*.buildinfo
 tar -c --exclude-vcs --exclude='./build*' --exclude=__pycache__ . | tar -x -C "$source"
-! command -v ccache >/dev/null || PATH=/usr/lib/ccache:$PATH
-export PATH
+# debhelper gives the build a home of its own, where the cache would end with it.
+if command -v ccache >/dev/null; then
+  CCACHE_DIR=$(ccache --get-config cache_dir)
+  PATH=/usr/lib/ccache:$PATH
+  export CCACHE_DIR PATH
+fi
 export DEB_BUILD_OPTIONS="${DEB_BUILD_OPTIONS-parallel=$(nproc)}"
 cd "$source"
 if ! dpkg-buildpackage --no-sign --build=binary >"$folder/build.log" 2>&1; then
