@@ -46,7 +46,7 @@ fi
 unpacked=$(echo "$folder"/unpacked/*)
 "$tools/bin/pip" wheel -q --no-deps --no-build-isolation -w "$folder/raw-$tag" \
   --config-settings=build-dir="$unpacked/build" "$unpacked"
-"$tools/bin/auditwheel" -q repair --plat auto -w "$folder/dist" "$folder/raw-$tag"/*.whl
+"$tools/bin/auditwheel" repair --plat auto -w "$folder/dist" "$folder/raw-$tag"/*.whl >/dev/null 2>&1
 wheel=$(ls "$folder"/dist/*-"$tag"-*.whl)
 
 # A fresh environment elsewhere, without a variable that could lead to the build folder.

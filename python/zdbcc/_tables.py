@@ -6,7 +6,6 @@ import contextlib
 import os
 import warnings
 from collections.abc import Iterator, Mapping, Sequence
-from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from zdbcc import _database
@@ -166,7 +165,8 @@ def read_csv(
     }
     with _temporary_file() as target:
         _, report, lines = _run("import", {**options, "OUT": target}, _TABLE)
-        db = Database.from_bytes(Path(target).read_bytes())
+        with open(target, "rb") as file:
+            db = Database.from_bytes(file.read())
     db.imported = tuple(_imported(symbol) for symbol in report["symbols"])
     for is_bad, line in lines:
         if is_bad or any(words in line for words in _NOT_ASKED_FOR):
