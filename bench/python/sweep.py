@@ -56,7 +56,7 @@ def c_loop(folder: Path, library: Path) -> ctypes.CDLL:
     subprocess.run(
         ["cc", "-O2", "-shared", "-fPIC", f"-I{ROOT / 'include'}",
          str(Path(__file__).with_name("dietloop.c")), "-o", str(built), f"-L{library}",
-         "-lzdbcclib64", "-lzkitdclib64", f"-Wl,-rpath,{library}"],
+         "-lzdbcclib", "-lzkitdclib64", f"-Wl,-rpath,{library}"],
         check=True,
     )  # fmt: skip
     loop = ctypes.CDLL(str(built))

@@ -53,6 +53,13 @@ def is_number(value: Any) -> bool:
     )
 
 
+def _elements_of_none(position: int) -> list[str]:
+    raise ArgumentError(
+        "an array without labels cannot be numbers of a model; pass a dict, a Series, a DataFrame or "
+        f"an xarray.DataArray with the labels of position {position + 1}"
+    )
+
+
 def records_of(records: Any, name: str, dim: int) -> tuple[Rows, NDArray[np.float64]]:
     """Records in any of the forms that ``Symbol.update`` takes, as rows of labels and values."""
     is_frame = type(records).__module__.partition(".")[0] == "pandas"
@@ -64,7 +71,7 @@ def records_of(records: Any, name: str, dim: int) -> tuple[Rows, NDArray[np.floa
         keys, (values,) = taken.to_arrays()
         columns = [taken.database._labels_at(key).tolist() for key in keys]
     else:
-        given = columns_of(records, Shape(name, dim, 1))
+        given = columns_of(records, Shape(name, dim, 1, _elements_of_none))
         columns = [labels_of(column) for column in given.columns[:dim]]
         values = np.asarray(given.columns[dim], np.float64)
     rows = [list(row) for row in zip(*columns, strict=True)] if dim else [[]] * len(values)

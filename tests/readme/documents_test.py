@@ -251,7 +251,7 @@ class Document:
         file = Path(f"block.{block.language}")
         file.write_text("\n".join(block.lines) + "\n", encoding="utf-8")
         flags = f"-Wall -Wextra -Werror {os.environ.get('DOCUMENT_FLAGS', '')}"
-        words = f"{COMPILERS[block.language]} {flags} {file} -o block -Lbuild/lib -lzdbcclib64"
+        words = f"{COMPILERS[block.language]} {flags} {file} -o block -Lbuild/lib -lzdbcclib"
         done = subprocess.run(
             [
                 *words.split(),

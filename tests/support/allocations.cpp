@@ -12,6 +12,8 @@
 #include <string_view>
 #include <utility>
 
+#include "support/ourlibraries.h"
+
 namespace {
 
 std::atomic<bool> isWatching = false;
@@ -35,7 +37,7 @@ Owner ownerOf(const void* address) {
   Dl_info info;
   if (!known || dladdr(address, &info) == 0) return Owner::Other;
   const std::string_view name(info.dli_fname);
-  if (info.dli_fbase == self.dli_fbase || name.ends_with("64.so")) return Owner::Us;
+  if (info.dli_fbase == self.dli_fbase || zdb::test::isOurLibrary(name)) return Owner::Us;
   // The sanitizers' libraries stand in the way of calls of the standard ones.
   for (const char* library : {"stdc++", "c", "gcc_s", "asan", "ubsan", "tsan"}) {
     if (name.find("/lib" + std::string(library) + '.') != name.npos) return Owner::Standard;

@@ -1,7 +1,7 @@
 // Watches the allocations of a test program, and lets some of them fail.
 //
 // A program that compiles allocations.cpp has its own operator new and delete. They serve what is
-// linked into it and also the shared libraries that it links or loads later, libzdbcclib64.so and
+// linked into it and also the shared libraries that it links or loads later, libzdbcclib.so.1 and
 // the companions among them, which look for the operators in the program first; under the address
 // sanitizer too. What takes memory from the C library itself is neither seen nor failed: malloc,
 // aligned_alloc (batchalloc, where label texts and symbols live), and solvers written in C. What

@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/ourlibraries.h"
+
 namespace zdb::test {
 
 namespace {
@@ -79,7 +81,7 @@ void losePowerNow() {
 
 bool isOfLibrary(void* caller) {
   Dl_info info;
-  return dladdr(caller, &info) != 0 && std::string_view(info.dli_fname).ends_with("64.so");
+  return dladdr(caller, &info) != 0 && zdb::test::isOurLibrary(info.dli_fname);
 }
 
 // Whether a call of this kind is to fail now, with errno set; or the process ends.
