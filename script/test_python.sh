@@ -34,7 +34,7 @@ stubs() {
   # Not in the folder python, whose sources would be taken for the package.
   (cd "$build" && MYPYPATH="$build-python/python" "$bin/python" -m mypy.stubtest \
     --mypy-config-file "$root/python/mypy.ini" --allowlist "$root/python/stubtest-allowlist.txt" \
-    --ignore-unused-allowlist zdbcc._core zdbcc._tool)
+    --ignore-unused-allowlist zdbcc._core zdbcc._kit zdbcc._tool)
 }
 types() {
   (cd python && "$bin/mypy" --config-file mypy.ini --cache-dir "$build/peers/mypy-cache" zdbcc)
