@@ -87,7 +87,7 @@ format: ## format all C and C++ files
 lint: ## check layout, common faults, include directions, the manual, run paths, the Python package, that every test is built
 	@script/packages.sh build mpi lint bench
 	@$(CONFIGURE) --preset release -B build-lint -DZDB_BUILD_BENCH=ON >/dev/null
-	@cmake --build build-lint --target zdbcc diet_demo >/dev/null
+	@cmake --build build-lint --target zdbcc zdbcclib64 diet_demo >/dev/null
 	@script/peers.sh build-lint lint
 	@script/lint.sh build-lint
 

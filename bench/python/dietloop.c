@@ -12,13 +12,13 @@ static double now(void) {
   return (double)time.tv_sec + 1e-9 * (double)time.tv_nsec;
 }
 
-/* Returns the seconds of the processor that the loop took, or a negative number if something failed. The prices of the
-   scenarios are one row after the other, in the order of `labels`. */
+/* Returns the seconds of the processor that the loop took, or a negative number if something
+   failed. The prices of the scenarios are one row after the other, in the order of `labels`. */
 double dietLoop(const char* model, const char* const* labels, int foods, const double* prices,
                 int scenarios, const char* solver, double* objectives) {
   const char* change = "buy.cost";
-  zkitReadOptions options = {.size = sizeof options, .file = model, .changes = &change,
-                             .changeCount = 1};
+  zkitReadOptions options = {
+      .size = sizeof options, .file = model, .changes = &change, .changeCount = 1};
   char message[1024] = "";
   void* instance = NULL;
   zdbHandle_t db = NULL;

@@ -38,8 +38,8 @@ std::string symbolOf(std::string_view written) {
 SymbolicName parseName(const std::string& name) {
   if (name.empty()) throw ReadError("a row or column has no name");
   const std::size_t length = lengthToIndex(name);
-  contract::EntryName entry = contract::readEntryName(
-      std::string_view(name).substr(0, length), contract::PlainLabels::NoBracketsAndQuotes);
+  contract::EntryName entry = contract::readEntryName(std::string_view(name).substr(0, length),
+                                                      contract::PlainLabels::NoBracketsAndQuotes);
   const std::string written = std::string(entry.symbol) + name.substr(length);
   SymbolicName result{symbolOf(written), written, std::move(entry.labels)};
   if (!isSymbolName(result.symbol)) {

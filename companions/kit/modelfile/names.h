@@ -20,9 +20,9 @@ std::string symbolOf(std::string_view written);
 
 /// Parses a name. The index is in brackets or parentheses at the end; labels are separated by
 /// commas and may be in quotes of either kind; a quote inside is doubled. In the part before the
-/// index, blanks and . - + / : & $ % # @ ! ~ | ? ; = < > * ^ ` become underscores; underscores after
-/// the index belong to it. Throws a ReadError that shows the name if symbol or labels are not valid,
-/// or with more than 20 labels.
+/// index, blanks and . - + / : & $ % # @ ! ~ | ? ; = < > * ^ ` become underscores;
+/// underscores after the index belong to it. Throws a ReadError that shows the name if symbol or
+/// labels are not valid, or with more than 20 labels.
 SymbolicName parseName(const std::string& name);
 
 }  // namespace zdb::kit::modelfile
