@@ -55,8 +55,8 @@ def is_number(value: Any) -> bool:
 
 def _elements_of_none(position: int) -> list[str]:
     raise ArgumentError(
-        "an array without labels cannot be numbers of a model; pass a dict, a Series, a DataFrame or "
-        f"an xarray.DataArray with the labels of position {position + 1}"
+        "an array without labels cannot be numbers of a model; pass a dict, a Series, a DataFrame "
+        f"or an xarray.DataArray with the labels of position {position + 1}"
     )
 
 
