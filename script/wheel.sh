@@ -52,8 +52,13 @@ wheel=$(ls "$folder"/dist/*-"$tag"-*.whl)
 # A fresh environment elsewhere, without a variable that could lead to the build folder.
 place=$(mktemp -d)
 trap 'rm -rf "$place"' EXIT
-cp "$root/tests/python/wheel.py" "$place"
 "$python" -m venv "$place/venv"
-"$place/venv/bin/pip" install -q --only-binary=:all: "$wheel" || exit 1
-(cd "$place" && env -i HOME="$place" PATH=/usr/bin:/bin "$place/venv/bin/python" -I wheel.py)
+for extra in "" highs; do # by itself, and with the solver that an extra brings
+  mkdir "$place/with$extra"
+  cp "$root/tests/python/wheel.py" "$root/examples/models/transport.mps" \
+    "$root/examples/models/diet.mod" "$place/with$extra"
+  "$place/venv/bin/pip" install -q --only-binary=:all: "$wheel${extra:+[$extra]}" || exit 1
+  (cd "$place/with$extra" && env -i HOME="$place" PATH=/usr/bin:/bin \
+    "$place/venv/bin/python" -I wheel.py ${extra:+"$extra"})
+done
 echo "$wheel"

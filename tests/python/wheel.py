@@ -1,7 +1,8 @@
-"""What the wheel must do in an environment that has nothing but it and numpy: wheel.py
+"""What the wheel must do in an environment that has little but it and numpy: wheel.py [SOLVER]
 
-Run by script/wheel.sh in a folder of its own. It fails if a library of the build folder, or one of
-the system but for those that every system has, is loaded.
+Run by script/wheel.sh in a folder of its own, with transport.mps and diet.mod. It fails if a
+library of the build folder, or one of the system but for those that every system has, is loaded.
+The solver is one that another package brings.
 """
 
 from __future__ import annotations
@@ -59,31 +60,31 @@ def libraries() -> None:
 def main() -> None:
     assert importlib.util.find_spec("pandas") is None
     databases()
-    if hasattr(zdbcc, "Model"):
-        models()
+    models()
     libraries()
-    print(f"the wheel works with Python {sys.version.split()[0]}, zdbcc {zdbcc.__version__}")
+    parts = [f"Python {sys.version.split()[0]}", *sys.argv[1:]]
+    print(f"the wheel of zdbcc {zdbcc.__version__} works with {' and '.join(parts)}")
 
 
 def models() -> None:
-    """The example of a model, with the solvers that the wheel carries."""
-    pathlib.Path("diet.mod").write_text(MODEL)
-    model = zdbcc.Model.read("diet.mod")
-    result = model.solve("clp")
-    assert abs(result.objective - 3.0) < 1e-9, result
+    """The example of a model of the folder: another number by name, one solve, and a sweep."""
+    usable = {solver.name for solver in zdbcc.solvers() if not solver.why_not}
+    assert usable == {"clp", "cbc", "glpk", *sys.argv[1:]}, zdbcc.solvers()
+    model = zdbcc.Model.read("transport.mps")
+    model["demand.rhs"] = {"brook": 95}
+    for solver in usable:
+        result = model.solve(solver, relax=True, time_limit=60)
+        assert result.status == "Optimal", (solver, result)
+        assert abs(result.objective - 1535) < 1e-6, (solver, result)
+        shipped = result["ship"].to_numpy()[:, 0].sum()
+        assert abs(shipped - 345) < 1e-6, (solver, shipped)
+    costs = {"ship[alm,cairn].cost": [4, 12]}
+    table = model.sweep(costs, show=["ship"], executor=2, progress=False)
+    assert [round(cost, 6) for cost in table["objective"]] == [1535, 1715], table
+    assert sum(name.startswith("ship[") for name in table) == 12, table
+    mathprog = zdbcc.Model.read("diet.mod")  # by the reader that the wheel carries
+    assert abs(mathprog.solve("glpk").objective - 0.1086622782) < 1e-9
 
 
-MODEL = """
-set F; param price{F}; param iron{F}; param need;
-var buy{F} >= 0;
-minimize cost: sum{f in F} price[f] * buy[f];
-subject to enough: sum{f in F} iron[f] * buy[f] >= need;
-data;
-set F := tea milk;
-param price := tea 1 milk 2;
-param iron := tea 1 milk 1;
-param need := 3;
-end;
-"""
-
-main()
+if __name__ == "__main__":  # processes of a sweep import this file
+    main()
