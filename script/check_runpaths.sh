@@ -41,13 +41,13 @@ if [ "${2-}" = --self-test ]; then
   exit 0
 fi
 build=$(cd "$1" && pwd)
-for file in bin/zdbcc lib/libzdbcclib64.so; do
+for file in bin/zdbcc lib/libzdbcclib.so.1 lib/libzdbcclib64.so; do
   readelf -d "$build/$file" >/dev/null || { echo "$build/$file must be built first"; exit 1; }
 done
 rules=$(find "$build" -name cmake_install.cmake)
 
 all_wrong() {
-  for file in "$build"/bin/* "$build"/lib/*; do
+  for file in "$build"/bin/* "$build"/lib/* "$build"/python/zdbcc/*.so; do
     section=$(readelf -d "$file" 2>/dev/null) || continue
     path=$(printf '%s\n' "$section" | sed -n 's/.*(R[UN]*PATH).*\[\(.*\)\]$/\1;/p')
     [ -n "$path" ] || continue
