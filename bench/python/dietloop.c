@@ -1,5 +1,9 @@
 /* A sweep in C with the database, as a host would write it: records of the costs, to the model, a
    hot solve, the objective. Built and called by sweep.py. */
+
+/* For the clock of a process. */
+#define _POSIX_C_SOURCE 200809L  // NOLINT(bugprone-reserved-identifier)
+
 #include <stdio.h>
 #include <time.h>
 
