@@ -11,6 +11,7 @@ import importlib.util
 import pathlib
 import sqlite3
 import sys
+import warnings
 
 import zdbcc
 
@@ -35,7 +36,9 @@ def databases() -> None:
         assert again["p"].to_numpy().tolist() == [3.0, 2.0]
         assert not zdbcc.diff(again, db)
     pathlib.Path("price.csv").write_text("food,price\ntea,2.5\nTea,3\n")
-    csv = zdbcc.read_csv("price.csv:food(food+)->price", duplicates="first")
+    with warnings.catch_warnings(record=True) as told:
+        csv = zdbcc.read_csv("price.csv:food(food+)->price", duplicates="first")
+    assert [warning.category for warning in told] == [zdbcc.CsvWarning], told
     assert csv["price"].to_dict() == {"tea": 2.5}
     db.to_sqlite("out.db")
     assert len(sqlite3.connect("out.db").execute("SELECT * FROM p").fetchall()) == 2
