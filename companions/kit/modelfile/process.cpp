@@ -77,9 +77,9 @@ class Pipe {
 // Next to the kit's library, where it is built and where a host may put it, or in the folder for
 // programs, where it is installed.
 std::string readerProgram() {
-  const std::string program = kit::besideKit(kReaderProgram);
+  std::string program = kit::besideKit(kReaderProgram);
   if (!program.empty()) return program;
-  const std::string installed = kit::ownDirectory() + ZKIT_READER_FOLDER + kReaderProgram;
+  std::string installed = kit::ownDirectory() + ZKIT_READER_FOLDER + kReaderProgram;
   if (access(installed.c_str(), F_OK) == 0) return installed;
   throw ReadError(
       "LP and MathProg files are read by GLPK, and that part of the kit is not there: " +
