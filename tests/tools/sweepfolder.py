@@ -14,10 +14,10 @@ os.environ["ASAN_OPTIONS"] = os.environ.get("ASAN_OPTIONS", "") + ":detect_leaks
 SCENARIOS = 120
 
 # Some milliseconds a scenario.
-MODEL = """set I := 1..30; set J := 1..60;
+MODEL = """set I := 1..150; set J := 1..60;
 var x{i in I, j in J} >= 0; var need_var{j in J}, = 10 + (j * 31 mod 17);
 minimize cost: sum{i in I, j in J} (((i * 7919 + j * 104729) mod 997) / 10 + 1) * x[i,j];
-s.t. capacity{i in I}: sum{j in J} x[i,j] <= 45;
+s.t. capacity{i in I}: sum{j in J} x[i,j] <= 9;
 s.t. demand{j in J}: sum{i in I} x[i,j] - need_var[j] >= 0;
 end;
 """
