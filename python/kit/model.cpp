@@ -10,30 +10,13 @@ namespace zdbpy {
 
 namespace {
 
+using zdb::tool::GivenParams;
+using zdb::tool::pointersTo;
+
 constexpr int kMessageSize = 1024;
 
 /// The model whose log this thread is writing.
 thread_local const Model* logging = nullptr;
-
-std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
-  std::vector<const char*> pointers;
-  pointers.reserve(texts.size());
-  for (const std::string& text : texts) pointers.push_back(text.c_str());
-  return pointers;
-}
-
-/// Params as the kit takes them; they must outlive it.
-class GivenParams {
- public:
-  explicit GivenParams(const ParamValues& params)
-      : names_(pointersTo(params.names)), values_(params.values.data()) {}
-
-  zkitParams get() const { return {static_cast<int>(names_.size()), names_.data(), values_}; }
-
- private:
-  std::vector<const char*> names_;
-  const double* values_;
-};
 
 }  // namespace
 

@@ -12,6 +12,7 @@
 #include "core/arrays.h"
 #include "core/errors.h"
 #include "core/texts.h"
+#include "zdbcc/paramvalues.h"
 #include "zkitdclib.h"
 
 namespace zdbpy {
@@ -21,11 +22,7 @@ enum { kModelFile = 16 };
 
 using TextRows = std::vector<std::vector<pybind11::str>>;
 
-/// Values of params of a MathProg model, with which it is read.
-struct ParamValues {
-  std::vector<std::string> names;
-  std::vector<double> values;
-};
+using zdb::tool::ParamValues;
 
 /// A model file in memory.
 struct Source {

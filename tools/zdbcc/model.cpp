@@ -20,26 +20,6 @@ int flagsOf(const ModelSource& source) {
 
 constexpr std::size_t kMessageSize = 1024;
 
-std::vector<const char*> pointersTo(const std::vector<std::string>& texts) {
-  std::vector<const char*> pointers;
-  pointers.reserve(texts.size());
-  for (const std::string& text : texts) pointers.push_back(text.c_str());
-  return pointers;
-}
-
-/// Params as the kit takes them.
-class GivenParams {
- public:
-  explicit GivenParams(const ParamValues& params)
-      : names_(pointersTo(params.names)), values_(params.values.data()) {}
-
-  zkitParams get() const { return {static_cast<int>(names_.size()), names_.data(), values_}; }
-
- private:
-  std::vector<const char*> names_;
-  const double* values_;
-};
-
 /// The source must outlive the result.
 zkitReadOptions optionsOf(const ModelSource& source) {
   zkitReadOptions options = {};

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "entry.h"
+#include "paramvalues.h"
 #include "verb.h"
 #include "zdbcc.hpp"
 
@@ -20,12 +21,6 @@ struct ModelSource {
   ModelFormat format = ModelFormat::Auto;
   std::optional<std::string> text = {};      ///< the model itself, if it is not read from the file
   std::optional<std::string> dataText = {};  ///< the data, likewise
-};
-
-/// Values of params of a MathProg model.
-struct ParamValues {
-  std::vector<std::string> names = {};  ///< such as price[bread]
-  std::vector<double> values = {};
 };
 
 /// What of a model will be changed by name, see zkitdclib.h.

@@ -27,13 +27,6 @@ std::optional<Entry> plainEntry(const std::string& name) {
   return Entry{std::string(entry.symbol), entry.labels};
 }
 
-std::vector<const char*> pointersTo(const std::vector<std::string>& labels) {
-  std::vector<const char*> pointers;
-  pointers.reserve(labels.size());
-  for (const std::string& label : labels) pointers.push_back(label.c_str());
-  return pointers;
-}
-
 std::vector<std::string> joined(std::vector<std::string> first,
                                 const std::vector<std::string>& second) {
   first.insert(first.end(), second.begin(), second.end());
