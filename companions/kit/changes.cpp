@@ -77,6 +77,25 @@ std::string listed(const ChangeInfo& info, const std::array<std::string_view, kM
   throw KitError(where + listed(info, labels));
 }
 
+int requireColumn(const Instance& instance, const ChangeInfo& info,
+                  std::span<const char* const> given) {
+  if (info.column >= 0 && given.empty()) return info.column;
+  const auto labels = labelsOf(info, given);
+  const int column = columnOf(instance, info, labels);
+  if (column < 0) failUnknown(instance, info, labels);
+  return column;
+}
+
+/// Keeps what a column was before it is changed for the first time.
+void noteChange(Instance& instance, int number) {
+  const auto column = static_cast<std::size_t>(number);
+  if (instance.hasChanged.size() <= column) instance.hasChanged.resize(instance.columns.size());
+  if (instance.hasChanged[column] != 0) return;
+  instance.changedColumns.push_back(
+      {number, instance.columns[column].level, instance.bounds[column]});
+  instance.hasChanged[column] = 1;
+}
+
 void checkValue(const ChangeInfo& info, double value) {
   const bool isLower = info.action == SetLower;
   const bool isUpper = info.action == SetUpper;
@@ -129,14 +148,17 @@ bool hasChanged(const Instance& instance, int change, std::span<const char* cons
 
 void setChanged(Instance& instance, int change, std::span<const char* const> labels, double value) {
   const ChangeInfo& info = infoOf(instance, change);
-  const auto all = labelsOf(info, labels);
-  const int number = columnOf(instance, info, all);
-  if (number < 0) failUnknown(instance, info, all);
+  const int column = requireColumn(instance, info, labels);
   checkValue(info, value);
-  const auto column = static_cast<std::size_t>(number);
-  instance.changedColumns.try_emplace(
-      number, ChangedColumn{instance.columns[column].level, instance.bounds[column]});
-  set(instance, number, info.action, asBound(value));
+  noteChange(instance, column);
+  set(instance, column, info.action, asBound(value));
+}
+
+void findNamedColumns(Instance& instance) {
+  for (ChangeInfo& info : instance.changes) {
+    const bool isEntry = std::find(info.labels.begin(), info.labels.end(), "") == info.labels.end();
+    if (isEntry) info.column = columnOf(instance, info, labelsOf(info, {}));
+  }
 }
 
 void useVariant(Instance& instance, int variant) {
@@ -154,10 +176,11 @@ void useVariant(Instance& instance, int variant) {
 }
 
 void restoreChanged(Instance& instance) {
-  for (const auto& [number, before] : instance.changedColumns) {
-    boundsOf(instance, number) = before.bounds;
+  for (const auto& [number, level, bounds] : instance.changedColumns) {
+    boundsOf(instance, number) = bounds;
     const auto column = static_cast<std::size_t>(number);
-    if (instance.isParameter[column] != 0) instance.columns[column].level = before.level;
+    if (instance.isParameter[column] != 0) instance.columns[column].level = level;
+    instance.hasChanged[column] = 0;
   }
   instance.changedColumns.clear();
 }

@@ -8,6 +8,10 @@
 
 namespace zdb::kit {
 
+/// Looks up the columns of changes whose names leave no label open, once, so that setting them does
+/// not.
+void findNamedColumns(Instance& instance);
+
 /// Whether a change stands for an entry. Its labels are those that the name leaves open.
 bool hasChanged(const Instance& instance, int change, std::span<const char* const> labels);
 

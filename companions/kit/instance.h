@@ -5,7 +5,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "kit/dictionary.h"
@@ -37,6 +36,7 @@ struct ColumnBounds {
 
 /// What a column was before a host changed it.
 struct ChangedColumn {
+  int column;
   double level;
   ColumnBounds bounds;
 };
@@ -73,6 +73,7 @@ struct ChangeInfo {
   int action = SetValue;
   int entries = 0;                  ///< that the name stands for
   std::vector<std::string> labels;  ///< that the name gives; empty ones are left open
+  int column = -1;                  ///< of a name that leaves nothing open; else -1
 };
 
 /// Numbers of an instance: what a variant of its model changes.
@@ -206,8 +207,9 @@ class Instance {
   Patch base;                               ///< the model's own values of all that variants change
   int variant = -1;                         ///< in use; -1: none
   std::map<std::string, int> paramEntries;  ///< how many entries params have that were given values
-  std::unordered_map<int, ChangedColumn> changedColumns;  ///< as they were, see changes.h
-  std::vector<double> ownConstants;                       ///< of each row, without parameters
+  std::vector<ChangedColumn> changedColumns;  ///< as they were, each once, see changes.h
+  std::vector<char> hasChanged;               ///< whether a column is among them; may be shorter
+  std::vector<double> ownConstants;           ///< of each row, without parameters
   std::vector<double> constants;  ///< of each row, with the parameters' terms as of the last update
 
   int objective = -1;

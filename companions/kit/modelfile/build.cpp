@@ -1,4 +1,5 @@
 #include "kit/modelfile/build.h"
+#include "kit/changes.h"
 
 #include <algorithm>
 #include <array>
@@ -70,6 +71,7 @@ class Builder {
       openPlaces();
       auto instance = std::make_unique<Instance>(model_.data(), systemDirectory);
       instance->changes = changes_.made;
+      findNamedColumns(*instance);
       instance->paramEntries = read_.paramEntries;
       addVariants(*instance);
       return instance.release();
