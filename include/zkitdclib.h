@@ -330,8 +330,9 @@ ZKIT_API int zkitHasEntry(void* instance, int change, const char* const* labels,
  * Gives a number of the model, by its change and the `count` labels that the name leaves open, a
  * value, without a database: the next solve, of a database or by zkitSolve(), uses it, and where
  * the solver can, starts from the last basis. Lower bounds may be -ZKIT_INFINITY, upper ones
- * ZKIT_INFINITY. zkitUseVariant() takes it back. `message` (`size` bytes, may be null) receives why
- * it failed. Takes O(log n).
+ * ZKIT_INFINITY; all else must be less than 1e100 in magnitude. zkitUseVariant() takes it back.
+ * `message` (`size` bytes, may be null) receives why it failed. Takes constant time for a name that
+ * leaves no label open, else O(log n).
  */
 ZKIT_API int zkitSetChange(void* instance, int change, const char* const* labels, int count,
                            double value, char* message, int size);
@@ -456,7 +457,8 @@ ZKIT_API double zkitGap(void* instance);
  * Updatable parameters have their current levels. Returns 1 even if the model has no solution,
  * which the statuses show; returns 0 if the solver cannot be used or fails, with the reason in
  * `message` (`size` bytes, may be null). If a solve ends without levels, levels and marginals
- * are unchanged.
+ * are unchanged. Those of a linear model may stay with the solver until they are first read: if it
+ * fails then, they are lost, which the statuses show.
  */
 ZKIT_API int zkitSolve(void* instance, const char* solver, char* message, int size);
 

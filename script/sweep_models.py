@@ -13,8 +13,8 @@ column gets the same limit, so those that are hard have fewer scenarios.
 
 Results are appended to the file model by model, and models that are in it are passed over, so the
 run can be broken off and taken up again; with --again, those for which the limit was too short get
-another, longer one. The second form makes the page of the results. Times are
-those of the processor, of the process and all that it started; limits are in time that passes.
+another, longer one. The second form makes the page of the results. Times and limits are of the
+processor, so that a machine that others use as well gives the same results.
 Exits with 1 if an objective differs.
 """
 
@@ -44,6 +44,7 @@ from mathprog_data import Number, changed, numbers
 from sweep_results import Line, append, known_lines, newest, write_page
 
 MOST = 100  # scenarios of a model
+PATIENCE = 20  # how many times as long a process may take as it may use the processor
 KINDS = ("rhs", "bound", "cost", "param")
 FORMATS = {".mps": "--mps", ".lp": "--lp", ".mod": "--math"}
 SOLVED = re.compile(r"^s bas \d+ \d+ f f (\S+)|^s mip \d+ \d+ o (\S+)", re.MULTILINE)
@@ -60,18 +61,36 @@ class Ended:
     errors: str
 
 
+def processor_time(process: int) -> float:
+    """Seconds that a running process has used, with those of its children that have ended."""
+    try:
+        words = Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()
+    except OSError:
+        return 0.0
+    return sum(int(each) for each in words[11:15]) / os.sysconf("SC_CLK_TCK")
+
+
+def is_late(process: subprocess.Popen[bytes], limit: float) -> bool:
+    """Waits for a process to end by itself."""
+    end = time.monotonic() + PATIENCE * limit
+    while time.monotonic() < end and processor_time(process.pid) < limit:
+        try:
+            process.wait(timeout=0.05)
+        except subprocess.TimeoutExpired:
+            continue
+        return False
+    return process.poll() is None
+
+
 def run(command: list[str], folder: Path, limit: float, output: Path | None = None) -> Ended:
     before = resource.getrusage(resource.RUSAGE_CHILDREN)
     with open(output or os.devnull, "wb") as out, tempfile.TemporaryFile() as errors:
         process = subprocess.Popen(command, stdout=out, stderr=errors, cwd=folder)
-        is_late = False
-        try:
-            process.wait(timeout=max(limit, 0.1))
-        except subprocess.TimeoutExpired:
-            is_late = True
+        ended_late = is_late(process, max(limit, 0.1))
+        if ended_late:
             process.send_signal(signal.SIGINT)
             try:
-                process.wait(timeout=5)
+                process.wait(timeout=PATIENCE * 5)
             except subprocess.TimeoutExpired:
                 process.kill()
                 process.wait()
@@ -79,7 +98,7 @@ def run(command: list[str], folder: Path, limit: float, output: Path | None = No
         text = errors.read().decode(errors="replace").strip()
     after = resource.getrusage(resource.RUSAGE_CHILDREN)
     seconds = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
-    return Ended(seconds, is_late, process.returncode, text)
+    return Ended(seconds, ended_late, process.returncode, text)
 
 
 @dataclass(frozen=True)
@@ -199,6 +218,7 @@ class ScratchRun:
         self.library = library
         self.line = line
         self.scenarios: list[Scenario] = []
+        self.spent = 0.0
 
     def run(self, mps: MpsText, levels: dict[str, float]) -> None:
         params = self.library.params()
@@ -211,10 +231,9 @@ class ScratchRun:
             asked = turns(found)
             if len(asked) == MOST:
                 break
-        end = time.monotonic() + self.library.limit
         for kind, change in asked:
             # Among easy scenarios there may be one that takes for ever.
-            left = min(end - time.monotonic(), self.library.limit / 5)
+            left = min(self.library.limit - self.spent, self.library.limit / 5)
             if left <= 0:
                 self.line.late += 1
             elif isinstance(change, Change):
@@ -225,6 +244,7 @@ class ScratchRun:
                 self.take(kind, change[0].heading(), change[1], answer)
 
     def take(self, kind: str, heading: str, value: float, answer: Answer) -> None:
+        self.spent += answer.seconds
         if answer.is_refused:
             self.line.refused += 1
         elif answer.objective is None:

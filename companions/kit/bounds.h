@@ -8,6 +8,10 @@ namespace zdb::kit {
 /// Bounds of this size or more are infinite, for hosts and model files alike.
 inline constexpr double kInfiniteBound = 1.0E300;
 
+/// Finite bounds, right-hand sides and levels must be smaller: from here on, clp aborts the
+/// process.
+inline constexpr double kLimitOfNumbers = 1.0E100;
+
 /// A bound as it is kept.
 inline double asBound(double value) {
   constexpr double infinity = std::numeric_limits<double>::infinity();

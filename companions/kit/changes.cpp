@@ -99,11 +99,13 @@ void noteChange(Instance& instance, int number) {
 void checkValue(const ChangeInfo& info, double value) {
   const bool isLower = info.action == SetLower;
   const bool isUpper = info.action == SetUpper;
-  if (std::abs(value) < kInfiniteBound || (isLower && value <= -kInfiniteBound) ||
+  if (std::abs(value) < kLimitOfNumbers || (isLower && value <= -kInfiniteBound) ||
       (isUpper && value >= kInfiniteBound)) {
     return;
   }
-  throw KitError(info.name + " cannot be " + shown(value));
+  const bool isFinite = std::abs(value) < kInfiniteBound;
+  throw KitError(info.name + " cannot be " + shown(value) +
+                 (isFinite ? ": numbers must be less than 1e100 in magnitude" : ""));
 }
 
 /// To be changed.

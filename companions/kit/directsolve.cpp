@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "kit/bounds.h"
 #include "kit/error.h"
 
 namespace zdb::kit {
@@ -20,10 +21,8 @@ bool areFinite(const std::vector<double>& values, const std::vector<int>& places
   return std::all_of(places.begin(), places.end(), [&](int k) { return std::isfinite(values[k]); });
 }
 
-constexpr double kLimitOfBounds = 1e100;  // clp aborts the process for finite bounds from here on
-
 bool isTooLarge(double bound) {
-  return std::isfinite(bound) && std::abs(bound) >= kLimitOfBounds;
+  return std::isfinite(bound) && std::abs(bound) >= kLimitOfNumbers;
 }
 
 // Those that leave room only beyond what the solver takes for infinite are a limit earlier: models

@@ -474,6 +474,10 @@ TEST(KitChanges, ValuesThatCannotBe_LeaveTheModelAsItIs) {
     double value;
     const char* message;
   } cases[] = {{0, {"energy"}, kInf, "need.rhs cannot be inf"},
+               {0,
+                {"energy"},
+                -1e100,
+                "need.rhs cannot be -1e+100: numbers must be less than 1e100 in magnitude"},
                {1, {"milk"}, kInf, "buy.lo cannot be inf"},
                {2, {"milk"}, -1e300, "buy.up cannot be -1e+300"},
                {3, {}, NAN, "buy[milk].fx cannot be nan"},
