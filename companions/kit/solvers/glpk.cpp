@@ -44,6 +44,8 @@ int basisOf(int status) {
   }
 }
 
+struct Search;
+
 // What runs in the thread. Objects with destructors must not live in functions that call GLPK:
 // the jump passes them by.
 class Problem {
@@ -67,6 +69,7 @@ class Problem {
   void keepBounds(const LinearModel& model);
   int simplex(int method, Watch& watch);
   Outcome relaxationOutcome(int code, const Watch& watch) const;
+  int runSearch(Search& search, int cuts);
   Outcome branch(Watch& watch, Solution& solution);
   void fixIntegers(Watch& watch, Solution& solution);
   int messageLevel(const StopToken& stop) const {
@@ -224,13 +227,38 @@ Outcome Problem::relaxationOutcome(int code, const Watch& watch) const {
   }
 }
 
+// GLPK's simplex may go in circles at a node of a search, where it heeds its time limit alone. A
+// node that takes this much longer than all before it is given up.
+constexpr double kShortestPatience = 10.0;  // seconds
+constexpr double kPatience = 20.0;          // times the longest step so far
+
 // What a search keeps to, and how far it has come.
 struct Search {
+  Search(Watch& ownWatch, double relaxation) : watch(ownWatch), bound(relaxation) {}
+
+  bool isStuck(int code) const { return code == GLP_ETMLIM && !watch.stop().isStopRequested(); }
+  void waitForStep();
+
   Watch& watch;
-  int before;  // iterations, of which GLPK counts all that the problem ever took
-  double bound;
+  double bound;        // of the objective
+  int before = 0;      // iterations, of which GLPK counts all that the problem ever took
+  double start = 0.0;  // seconds, by the clock of the watch
+  double last = 0.0;   // of the end of a step
+  double longest = 0.0;
+  glp_iocp how = {};  // GLPK reads the time limit before each node
   bool isCloseEnough = false;
 };
+
+void Search::waitForStep() {
+  const StopToken& stop = watch.stop();
+  const double now = stop.elapsed();
+  longest = std::max(longest, now - last);
+  last = now;
+  double patience = std::max(kShortestPatience, kPatience * longest);
+  const double left = stop.secondsLeft(0.001);  // 0: no limit
+  if (left > 0.0) patience = std::min(patience, left);
+  how.tm_lim = static_cast<int>(std::min((now - start + patience) * 1000.0, 1.0e9));
+}
 
 // GLPK has no absolute gap, and the tree is gone when the search returns.
 void lookAtLimits(glp_tree* tree, void* limits) {
@@ -243,28 +271,36 @@ void lookAtLimits(glp_tree* tree, void* limits) {
                           stop.isCloseEnough(glp_mip_obj_val(problem), search->bound);
   const bool ends = search->watch.ends(glp_get_it_cnt(problem) - search->before);
   if (ends || search->isCloseEnough) glp_ios_terminate(tree);
+  search->waitForStep();
 }
 
+int Problem::runSearch(Search& search, int cuts) {
+  const StopToken& stop = search.watch.stop();
+  search.before = glp_get_it_cnt(problem_);
+  search.start = search.last = stop.elapsed();
+  glp_init_iocp(&search.how);
+  search.how.msg_lev = messageLevel(stop);
+  search.how.gmi_cuts = cuts;
+  search.how.mir_cuts = cuts;
+  search.how.cb_func = lookAtLimits;
+  search.how.cb_info = &search;
+  search.waitForStep();
+  const int code = glp_intopt(problem_, &search.how);
+  search.watch.count(glp_get_it_cnt(problem_) - search.before);
+  return code;
+}
+
+// Cuts are what lets it go in circles.
 Outcome Problem::branch(Watch& watch, Solution& solution) {
-  const StopToken& stop = watch.stop();
-  glp_iocp how;
-  glp_init_iocp(&how);
-  how.msg_lev = messageLevel(stop);
-  how.gmi_cuts = GLP_ON;
-  how.mir_cuts = GLP_ON;
-  Search search = {watch, glp_get_it_cnt(problem_), glp_get_obj_val(problem_)};
-  how.cb_func = lookAtLimits;
-  how.cb_info = &search;
-  const int left = static_cast<int>(std::min(stop.secondsLeft(0.001) * 1000.0, 1.0e9));
-  if (left > 0) how.tm_lim = left;
-  const int code = glp_intopt(problem_, &how);
-  watch.count(glp_get_it_cnt(problem_) - search.before);
+  Search own(watch, glp_get_obj_val(problem_));
+  int code = runSearch(own, GLP_ON);
+  if (own.isStuck(code) && simplex(GLP_PRIMAL, watch) == 0) code = runSearch(own, GLP_OFF);
   const int status = glp_mip_status(problem_);
   if (status == GLP_OPT || status == GLP_FEAS) fixIntegers(watch, solution);
-  solution.bound = status == GLP_OPT ? glp_mip_obj_val(problem_) : search.bound;
-  if (code == GLP_ESTOP && search.isCloseEnough) return Outcome::Optimal;
-  if (code == GLP_ETMLIM) return stop.reason();
-  if (code == GLP_ESTOP) return watch.reason();
+  solution.bound = status == GLP_OPT ? glp_mip_obj_val(problem_) : own.bound;
+  if (code == GLP_ESTOP && own.isCloseEnough) return Outcome::Optimal;
+  if (own.isStuck(code)) return Outcome::Stopped;
+  if (code == GLP_ETMLIM || code == GLP_ESTOP) return watch.reason();
   if (code == GLP_EFAIL) return Outcome::Stopped;
   if (code != 0) return Outcome::SolverFailed;
   if (status == GLP_OPT) return Outcome::Optimal;
