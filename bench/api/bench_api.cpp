@@ -111,14 +111,11 @@ void FindByTexts_ContainerAndLabels(benchmark::State& state) {
   countRecords(state);
 }
 
-void FindByTexts_SqliteTexts(benchmark::State& state) {
-  const Dataset& data = dataset();
-  SqliteDb db;
-  loadSqlite(db, true);
-  sqlite3_stmt* select = db.prepare("SELECT v FROM r WHERE i=? AND j=? AND k=?");
+void findInSqlite(benchmark::State& state, SqliteDb& db, const char* query) {
+  sqlite3_stmt* select = db.prepare(query);
   for (auto _ : state) {
     int found = 0;
-    for (const auto& texts : data.shuffled) {
+    for (const auto& texts : dataset().shuffled) {
       bindTexts(select, texts);
       found += stepOnce(select) ? 1 : 0;
     }
@@ -126,6 +123,12 @@ void FindByTexts_SqliteTexts(benchmark::State& state) {
   }
   sqlite3_finalize(select);
   countRecords(state);
+}
+
+void FindByTexts_SqliteTexts(benchmark::State& state) {
+  SqliteDb db;
+  loadSqlite(db, true);
+  findInSqlite(state, db, "SELECT v FROM r WHERE i=? AND j=? AND k=?");
 }
 
 void FindByTexts_SqliteNumbers(benchmark::State& state) {
@@ -140,20 +143,9 @@ void FindByTexts_SqliteNumbers(benchmark::State& state) {
     stepOnce(insert);
   }
   sqlite3_finalize(insert);
-  sqlite3_stmt* select = db.prepare(
-      "SELECT v FROM r WHERE i=(SELECT n FROM label WHERE t=?) AND j=(SELECT n FROM label WHERE "
-      "t=?)"
-      " AND k=(SELECT n FROM label WHERE t=?)");
-  for (auto _ : state) {
-    int found = 0;
-    for (const auto& texts : data.shuffled) {
-      bindTexts(select, texts);
-      found += stepOnce(select) ? 1 : 0;
-    }
-    require(found == Dataset::kRecords, "find in SQLite");
-  }
-  sqlite3_finalize(select);
-  countRecords(state);
+  findInSqlite(state, db,
+               "SELECT v FROM r WHERE i=(SELECT n FROM label WHERE t=?) AND "
+               "j=(SELECT n FROM label WHERE t=?) AND k=(SELECT n FROM label WHERE t=?)");
 }
 
 // ---- walk
