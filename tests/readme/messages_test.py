@@ -1,9 +1,9 @@
 """Compares the pages of messages with those in the code: messages_test.py SOURCE
 
 Each text of several words that the sources of a page put together must have a heading there, on
-which `…` stands for what is inserted, or be listed in no_message.tsv with the reason why users never
-read it as a message; and each heading and each entry of that list must be in the sources. A heading,
-or the last of several, must have a text that says what to do.
+which `…` stands for what is inserted, or be listed in no_message.tsv with the reason why users
+never read it as a message; and each heading and each entry of that list must be in the sources.
+Below a heading, or the last of several, a text must say what to do.
 """
 
 from __future__ import annotations
