@@ -25,12 +25,13 @@ test-view: build/build.ninja ## try the pages of `zdbcc view` in a browser, and 
 	@cmake --build --preset release --target zdbcc diet_demo
 	@script/python.sh build tests/view/view_test.py build/bin/zdbcc build/bin/diet_demo examples build/view
 
-pictures: ## draw the pictures of the documents again
-	@script/packages.sh build
-	@script/pictures.sh
+pictures: build/build.ninja ## draw the pictures of the documents again
+	@cmake --build --preset release --target zdbcc diet_demo _core
+	@script/peers.sh build python
+	@script/pictures.sh build
 
 test-python: build/build.ninja ## test the Python package with what only PyPI has, its types, stubs and style
-	@cmake --build --preset release --target _core >/dev/null
+	@cmake --build --preset release --target _core zdbcc diet_demo >/dev/null
 	@script/test_python.sh build
 
 wheel: build/build.ninja ## make the Python package's sdist and a wheel that needs nothing else, for PYTHON if given
@@ -64,7 +65,9 @@ bench-python: ## measure the Python package and its peers
 	@cmake --build --preset release --target _core >/dev/null
 	@script/peers.sh build python
 	@script/highs.sh build/lib
-	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so
+	@mkdir -p build/bench-results
+	@script/python.sh build bench/python/records.py build/lib/libzdbcclib64.so >build/bench-results/python.txt
+	@cat build/bench-results/python.txt
 	@script/python.sh build bench/python/sweep.py build/lib
 
 asan: ## run all tests under the address and undefined-behaviour sanitizers

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import os
 import re
+import shutil
 import sys
 from pathlib import Path
 
@@ -26,7 +27,7 @@ myst_enable_extensions = ["colon_fence"]
 
 breathe_projects = {"zdbcclib": os.environ.get("XML_FOLDER", "../build/docs-work") + "/xml"}
 breathe_default_project = "zdbcclib"
-breathe_domain_by_extension = {"h": "c"}
+breathe_domain_by_extension = {"h": "c", "hpp": "cpp"}
 c_id_attributes = ["ZDBCCLIB_API", "ZKIT_API"]
 
 # The docstrings are read without the compiled modules.
@@ -94,5 +95,34 @@ def adapt(app: object, name: str, source: list[str]) -> None:
     source[0] = re.sub(rf"\[([^\]]*)\]\({re.escape(outside)}[^)]*\)", r"\1", text)
 
 
+def repair_theme(app: object, failure: Exception | None) -> None:
+    """Makes whole what Debian's furo 2022.12.07 lacks, as it is built without a bundler: the dark
+    colours of readers whose system is dark, a style that it looks for on the server, and a script
+    that needs another one."""
+    static = Path(app.outdir, "_static")  # type: ignore[attr-defined]
+    style = static / "styles/furo.css"
+    if failure or not style.exists():
+        return
+    text = style.read_text(encoding="utf-8")
+    dark = re.search(
+        r'^@media not print \{\n( *body\[data-theme="dark"\].*?\} \}\n)', text, re.S | re.M
+    )
+    if dark and "prefers-color-scheme" not in text:
+        rules = dark[1].replace('body[data-theme="dark"]', 'body:not([data-theme="light"])')
+        text += f"\n@media not print and (prefers-color-scheme: dark) {{\n{rules}\n"
+    normal = "/javascript/normalize.css/normalize.css"
+    if f"url({normal})" in text:
+        shutil.copy(f"/usr/share{normal}", style.parent)
+        text = text.replace(f"url({normal})", "url(normalize.css)")
+    style.write_text(text, encoding="utf-8")
+    script = static / "scripts/furo.js"
+    line = 'import Gumshoe from "./gumshoe-patched.js";'
+    code = script.read_text(encoding="utf-8")
+    if line in code:
+        whole = (script.parent / "gumshoe-patched.js").read_text(encoding="utf-8")
+        script.write_text(whole + code.replace(line, ""), encoding="utf-8")
+
+
 def setup(app: object) -> None:
     app.connect("source-read", adapt)  # type: ignore[attr-defined]
+    app.connect("build-finished", repair_theme)  # type: ignore[attr-defined]

@@ -41,11 +41,13 @@
 #include "zdbcclib.h"
 #include "zdbx.h"
 
+/// The C++20 interface.
 namespace zdbcc {
 
 /// A call that failed: what() is the library's message.
 class Error : public std::runtime_error {
  public:
+  /// An error of the program's own; `kind` is one of ZDBX_...
   explicit Error(const std::string& message, int kind = ZDBX_OTHER, std::string reason = {})
       : std::runtime_error(message), kind_(kind), reason_(std::move(reason)) {}
   /// Of the last error of a database; ZDBX_ARGUMENT if there is no database.
@@ -56,7 +58,7 @@ class Error : public std::runtime_error {
     return Error(zdbx_error_text(db), zdbx_error_kind(db), zdbx_error_reason(db));
   }
 
-  /// ZDBX_...
+  /// What sort of failure it was: ZDBX_NOT_FOUND, ZDBX_EXISTS and so on.
   int kind() const { return kind_; }
   /// What is behind the message, such as "No space left on device"; empty if nothing more is known.
   const std::string& reason() const { return reason_; }
@@ -69,7 +71,9 @@ class Error : public std::runtime_error {
 /// A bulk call that failed; result() says at which entry.
 class BulkError : public Error {
  public:
+  /// The failure, and where it was.
   BulkError(const Error& error, const zdbx_result& result) : Error(error), result_(result) {}
+  /// How many entries were done, and which one failed.
   const zdbx_result& result() const { return result_; }
 
  private:
@@ -80,27 +84,37 @@ class BulkError : public Error {
 /// it does not copy. Too many labels throw; too few or too many for a symbol do so when it is used.
 class Key {
  public:
+  /// One label. It refers to the caller's characters, which must stay while the key is used.
   class Label {
    public:
-    Label(const char* text) : text_(text) {}                 // NOLINT(google-explicit-constructor)
+    /// From a C string.
+    Label(const char* text) : text_(text) {}  // NOLINT(google-explicit-constructor)
+    /// From a std::string.
     Label(const std::string& text) : text_(text.c_str()) {}  // NOLINT(google-explicit-constructor)
+    /// As a C string.
     const char* text() const { return text_; }
 
    private:
     const char* text_;
   };
 
+  /// From labels in braces.
   Key(std::initializer_list<Label> labels) {
     for (const Label& label : labels) add(label);
   }
+  /// From an array of labels.
   Key(std::span<const std::string> labels) {  // NOLINT(google-explicit-constructor)
     for (const std::string& label : labels) add(label);
   }
+  /// From a vector of labels.
   Key(const std::vector<std::string>& labels)  // NOLINT(google-explicit-constructor)
       : Key(std::span<const std::string>(labels)) {}
 
+  /// The labels, as the functions of C take them.
   const char* const* data() const { return labels_; }
+  /// How many labels there are.
   int size() const { return size_; }
+  /// Adds a label at the end; throws if there are 20 already.
   void add(const Label& label) {
     if (size_ == ZDB_MAX_DIM) throw Error("a key has at most 20 labels", ZDBX_ARGUMENT);
     labels_[size_++] = label.text();
@@ -117,6 +131,7 @@ struct Columns {
   std::vector<std::vector<double>> values;      ///< one column or five; none of a set
   std::vector<const char*> texts;               ///< of a set; valid as long as the database
 
+  /// How many records there are.
   std::size_t rows() const {
     if (!keys.empty()) return keys.front().size();
     return values.empty() ? 0 : values.front().size();
@@ -125,34 +140,51 @@ struct Columns {
 
 /// One domain of a symbol. A relaxed domain is only a name.
 struct Domain {
-  std::string name;
-  bool isRelaxed = false;
+  std::string name;        ///< of the set, or "*"
+  bool isRelaxed = false;  ///< whether it is only a name
 };
 
 class Records;
 
-/// A symbol of a database.
+/// A symbol of a database: a small handle that is copied freely.
 class Symbol {
  public:
+  /// @name Handles
+  /// @{
+
+  /// No symbol; using it throws.
   Symbol() = default;
+  /// A symbol that a function of C has given.
   Symbol(zdbHandle_t db, zdbSymbol_t handle) : db_(db), handle_(handle) {}
 
+  /// The database, for the functions of C.
   zdbHandle_t database() const { return db_; }
+  /// The symbol, for the functions of C.
   zdbSymbol_t handle() const { return handle_; }
+  /// Whether it is a symbol at all.
   explicit operator bool() const { return handle_ != nullptr; }
 
+  /// @}
+  /// @name What it is
+  /// @{
+
+  /// As it was first spelled.
   std::string name() const { return text(ZDB_SYMBOL_NAME); }
+  /// The explanatory text.
   std::string text() const { return text(ZDB_SYMBOL_TEXT); }
+  /// How many index positions a key has, 0 to 20.
   int dim() const {
     int count = 0;
     check(c__zdbsymboldim(db_, handle_, &count));
     return count;
   }
-  /// ZDB_SET, ...
+  /// ZDB_SET, ZDB_PARAMETER, ZDB_VARIABLE, ZDB_EQUATION or ZDB_ALIAS.
   int type() const { return info(ZDB_SYMBOL_TYPE); }
+  /// The subtype of a variable or equation, or what the host has given.
   int userInfo() const { return info(ZDB_SYMBOL_USER_INFO); }
-  /// ZDB_STORAGE_...
+  /// Where the records are: ZDB_STORAGE_MAP, ZDB_STORAGE_VECTOR or ZDB_STORAGE_TREE.
   int storage() const { return info(ZDB_SYMBOL_STORAGE); }
+  /// Whether it is the universe, `*`, whose records are all labels.
   bool isUniverse() const { return info(ZDB_SYMBOL_NUMBER) == -1; }
   /// Whether records have element texts: those of sets and their aliases do.
   bool hasTexts() const {
@@ -164,6 +196,7 @@ class Symbol {
     const int t = type();
     return t == ZDB_VARIABLE || t == ZDB_EQUATION ? ZDB_MAX_VALUES : 1;
   }
+  /// The domain of each index position.
   std::vector<Domain> domains() const {
     const int count = dim();
     zdbSymbol_t sets[ZDB_MAX_DIM] = {};
@@ -184,10 +217,15 @@ class Symbol {
     return count;
   }
 
-  /// All records in key order, or those of a slice of label numbers, ZDB_ANY where any will do, or
-  /// of labels, with ZDB_ANY_LABEL. A label that is not there matches nothing.
+  /// @}
+  /// @name Records, one by one
+  /// @{
+
+  /// All records in key order.
   Records records() const;
+  /// The records of a slice of label numbers, ZDB_ANY where any will do.
   Records records(std::span<const std::int32_t> slice) const;
+  /// The records of a slice of labels, ZDB_ANY_LABEL where any will do; unknown ones match nothing.
   Records records(const Key& slice) const;
 
   /// The level of a record; none if the record or one of its labels is not there.
@@ -203,7 +241,7 @@ class Symbol {
     finish(record, c__zdbgetlevel(db_, record, &value));
     return value;
   }
-  /// The same; throws if the record is not there.
+  /// The level of a record; throws (ZDBX_NOT_FOUND) if it is not there.
   double operator[](const Key& key) const {
     const std::optional<double> value = find(key);
     if (!value) throw Error::of(db_);
@@ -237,6 +275,11 @@ class Symbol {
     finishText(recordBy(c__zdbaddrecord, key), elementText);
   }
 
+  /// @}
+  /// @name The symbol as a whole
+  /// @{
+
+  /// Deletes all records.
   void clear() const { check(c__zdbclearsymbol(db_, handle_)); }
   /// Has the records of another symbol, also of another database, afterwards; labels are matched by
   /// their texts. See c__zdbcopysymbol().
@@ -245,6 +288,7 @@ class Symbol {
   }
   /// Moves the records to another storage. Other copies of this Symbol become invalid.
   void setStorage(int storage) { check(c__zdbselectrecordstorage(db_, &handle_, storage)); }
+  /// Gives it another name, which no other symbol may have.
   void rename(const std::string& name) const {
     check(zdbx_rename_symbol(db_, handle_, name.c_str()));
   }
@@ -256,6 +300,10 @@ class Symbol {
     check(c__zdbupdatemodelsymbol(db_, handle_, ZDB_UPDATE_FIX, handle_, missing, &unmatched));
     return unmatched;
   }
+
+  /// @}
+  /// @name Columns
+  /// @{
 
   /// Puts records by the column; see zdbx_put_records() for modes and failures.
   zdbx_result put(const zdbx_columns& records, int mode = ZDBX_MERGE,
@@ -311,6 +359,8 @@ class Symbol {
     check(zdbx_get_records(db_, handle_, sliceOf(slice), &buffers, nullptr));
     return columns;
   }
+
+  /// @}
 
   /// Throws the last error of the database if a call failed.
   void check(int result) const {
@@ -457,8 +507,9 @@ class Records {
   /// than valueCount() of the symbol; records of the universe have no values.
   class Record {
    public:
+    /// The number of the label at a position.
     std::int32_t number(int position) const { return piece_->number(position, row_); }
-    /// Valid as long as the database.
+    /// The label at a position; valid as long as the database.
     const char* label(int position) const { return piece_->label(position, row_); }
     /// All labels, for finding the record elsewhere.
     Key key() const {
@@ -466,6 +517,7 @@ class Records {
       for (int i = 0; i < piece_->dim(); ++i) key.add(label(i));
       return key;
     }
+    /// The level, or another value of a variable or equation.
     double value(int which = ZDB_LEVEL) const { return piece_->value(which, row_); }
     /// The text of a set's element, "" if it has none; valid as long as the database.
     const char* text() const { return piece_->text(row_); }
@@ -476,8 +528,10 @@ class Records {
     std::size_t row_ = 0;
   };
 
+  /// An input iterator.
   class Iterator {
    public:
+    /// @cond what std::ranges asks for
     using iterator_concept = std::input_iterator_tag;
     using difference_type = std::ptrdiff_t;
     using value_type = Record;
@@ -490,6 +544,7 @@ class Records {
     }
     void operator++(int) { ++*this; }
     bool operator==(std::default_sentinel_t) const { return records_->left_ == 0; }
+    /// @endcond
 
    private:
     friend class Records;
@@ -497,6 +552,7 @@ class Records {
     Records* records_;
   };
 
+  /// Symbol::records() is the shorter way.
   explicit Records(const Symbol& symbol, std::span<const std::int32_t> slice = {})
       : piece_(std::make_unique<Piece>(symbol, slice)) {
     record_.piece_ = piece_.get();
@@ -505,7 +561,9 @@ class Records {
   Records(const Records&) = delete;
   Records& operator=(const Records&) = delete;
 
+  /// At the first record; the range is walked once.
   Iterator begin() { return Iterator(this); }
+  /// After the last record.
   std::default_sentinel_t end() const { return {}; }
 
  private:
@@ -535,9 +593,12 @@ inline Records Symbol::records(const Key& slice) const {
   return Records(*this, std::span(numbers, static_cast<std::size_t>(slice.size())));
 }
 
-/// A database.
+/// A database. It owns its symbols, labels and texts, and may be moved, but not copied.
 class Database {
  public:
+  /// @name Databases and files
+  /// @{
+
   /// An empty one.
   Database() {
     char message[ZDB_TEXT_SIZE] = "";
@@ -551,8 +612,11 @@ class Database {
   explicit Database(const std::string& fileName) : Database() {
     check(c__zdbinitfromzxf(db_, fileName.c_str()));
   }
+  /// Frees everything that is in it.
   ~Database() { zdbfree(&db_); }
+  /// The other one can no longer be used.
   Database(Database&& other) noexcept : db_(std::exchange(other.db_, nullptr)) {}
+  /// Frees what this one has first.
   Database& operator=(Database&& other) noexcept {
     if (this == &other) return *this;
     zdbfree(&db_);
@@ -560,19 +624,25 @@ class Database {
     return *this;
   }
 
+  /// For the functions of C.
   zdbHandle_t handle() const { return db_; }
 
+  /// Reads a data exchange file into an empty database, records when they are needed.
   void read(const std::string& fileName) const { check(c__zdbinitfromzxf(db_, fileName.c_str())); }
-  /// Throws if a record is outside its domain, unless `checkDomains` is false.
+  /// Writes a data exchange file. With `checkDomains`, throws if a record is outside its domain.
   void write(const std::string& fileName, bool checkDomains = true) const {
     check(c__zdbwritezxf(db_, fileName.c_str(), checkDomains ? 0 : 1));
   }
+
+  /// @}
+  /// @name Symbols
+  /// @{
 
   /// The storage (ZDB_STORAGE_...) of symbols added from now on.
   void setDefaultStorage(int storage) const {
     check(c__zdbselectrecordstorage(db_, nullptr, storage));
   }
-  /// `domains` may be empty, for the universe at each position; a name is a symbol's or relaxed.
+  /// Adds a symbol. Without `domains`, they are the universe; a name that no set has is relaxed.
   Symbol add(const std::string& name, int dim, int type, const std::string& text = {},
              const std::vector<std::string>& domains = {}, int userInfo = 0) const {
     if (!domains.empty() && static_cast<int>(domains.size()) != dim) {
@@ -595,10 +665,12 @@ class Database {
     if (symbol == nullptr) throw Error::of(db_);
     return {db_, symbol};
   }
+  /// Adds a set.
   Symbol addSet(const std::string& name, int dim = 1, const std::string& text = {},
                 const std::vector<std::string>& domains = {}) const {
     return add(name, dim, ZDB_SET, text, domains);
   }
+  /// Adds a parameter.
   Symbol addParameter(const std::string& name, int dim, const std::string& text = {},
                       const std::vector<std::string>& domains = {}) const {
     return add(name, dim, ZDB_PARAMETER, text, domains);
@@ -612,7 +684,7 @@ class Database {
                       : c__zdbfindsymbol(db_, name.c_str(), &symbol));
     return {db_, symbol};
   }
-  /// The same; none if there is no such symbol.
+  /// The symbol of a name; none if there is no such symbol.
   std::optional<Symbol> findSymbol(const std::string& name, bool aliasItself = false) const {
     zdbSymbol_t symbol = nullptr;
     const int found = aliasItself ? c__zdbfindsymbolwithalias(db_, name.c_str(), &symbol)
@@ -630,10 +702,15 @@ class Database {
     }
     return result;
   }
+  /// Removes a symbol, which must not be the domain of another one. Its copies become invalid.
   void remove(Symbol symbol) const {
     zdbSymbol_t handle = symbol.handle();
     check(zdbx_remove_symbol(db_, &handle));
   }
+
+  /// @}
+  /// @name Labels and special values
+  /// @{
 
   /// The numbers that stand for special values, by ZDB_SV_...
   std::array<double, ZDB_SV_COUNT> specialValues() const {
@@ -642,8 +719,9 @@ class Database {
     return values;
   }
 
+  /// How many labels there are.
   int labelCount() const { return info(ZDB_INFO_LABELS); }
-  /// REQUIRES 1 <= number <= labelCount(), or throws.
+  /// The text of a label; throws unless 1 <= number <= labelCount().
   std::string label(int number) const {
     char text[ZDB_TEXT_SIZE] = "";
     check(c__zdbgetuelbyindex(db_, number, text));
@@ -678,6 +756,10 @@ class Database {
     return number > 0 ? std::optional(number) : std::nullopt;
   }
 
+  /// @}
+  /// @name Models
+  /// @{
+
   /// Takes the symbols of a model instance and prepares it for updates and solves. The instance is
   /// the caller's and must outlive the database. See c__zdbinitfromdict(), c__zdbinitupdate().
   void readModel(void* instance) const {
@@ -686,6 +768,8 @@ class Database {
   }
   /// Has the model solved; what the solver found, the instance says. See c__zdbcallsolver().
   void solve(const std::string& solver) const { check(c__zdbcallsolver(db_, solver.c_str())); }
+
+  /// @}
 
   /// Throws the last error if a call failed.
   void check(int result) const {

@@ -184,7 +184,7 @@ enum {
 enum {
   ZDB_STORAGE_MAP = 0,    /**< ordered tree, for adding and finding in any order; the default */
   ZDB_STORAGE_VECTOR = 1, /**< sorted array, small; for data that is added in key order, since
-                             adding or deleting in the middle takes time in the records after it */
+                             adding or deleting in the middle moves all records after it */
   ZDB_STORAGE_TREE = 2    /**< tree of labels, small if keys share their first labels; deleting
                              records frees no memory until all are removed */
 };
@@ -321,7 +321,7 @@ ZDBCCLIB_API void zdbxcreated(zdbHandle_t* db, const char* directory);
 
 /**
  * Frees the database in *db and everything that it owns, and sets *db to null; a null handle is
- * allowed. Returns 1 if *db is null afterwards. Takes time in the number of records.
+ * allowed. Returns 1 if *db is null afterwards. Its time grows with the number of records.
  */
 ZDBCCLIB_API int zdbfree(zdbHandle_t* db);
 
@@ -466,7 +466,7 @@ ZDBCCLIB_API int c__zdbgetuelbyindex(zdbHandle_t db, int number, char* label);
  * Counts how often each label occurs in the keys of some symbols. `symbols` [count] are symbols of
  * this database; aliases and symbols of dim 0 add nothing, and count may be 0. counters[length] is
  * indexed by label number and set to 0 first; length must be greater than the number of labels.
- * Loads the symbols; takes time in their records.
+ * Loads the symbols; its time grows with their records.
  */
 ZDBCCLIB_API int c__zdbgetsymbolsuels(zdbHandle_t db, const zdbSymbol_t* symbols, int count,
                                       int* counters, int length);
@@ -590,7 +590,7 @@ ZDBCCLIB_API int c__zdbsetuserinfo(zdbHandle_t db, zdbSymbol_t symbol, int value
 
 /**
  * Removes all records of a symbol; those that have not been loaded from its source yet are not
- * loaded any more. Takes time in the number of records.
+ * loaded any more. Its time grows with the number of records.
  */
 ZDBCCLIB_API int c__zdbclearsymbol(zdbHandle_t db, zdbSymbol_t symbol);
 
@@ -600,7 +600,7 @@ ZDBCCLIB_API int c__zdbclearsymbol(zdbHandle_t db, zdbSymbol_t symbol);
  * is a set, which then receives the keys (and, from a set, the element texts). Labels are matched
  * by text and added if they are new. If the source is the universe, all labels are copied; if the
  * target is the universe, labels are added. An alias as the source stands for its set, and cannot
- * be the target. Takes time in the records of both; a failure leaves what was copied so far.
+ * be the target. Its time grows with the records of both; a failure leaves what was copied so far.
  */
 ZDBCCLIB_API int c__zdbcopysymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_t source);
 
@@ -609,7 +609,7 @@ ZDBCCLIB_API int c__zdbcopysymbol(zdbHandle_t db, zdbSymbol_t target, zdbSymbol_
  * *symbol; the old one and all record handles of the symbol become invalid. Does nothing if the
  * symbol has that storage already. Fails, changing nothing, for an unknown storage. If `symbol` or
  * *symbol is null, sets the storage of symbols that are added later, without checking it: if it is
- * unknown, adding a symbol fails. Takes time in the number of records. Freed by zdbfree().
+ * unknown, adding a symbol fails. Its time grows with the number of records. Freed by zdbfree().
  */
 ZDBCCLIB_API int c__zdbselectrecordstorage(zdbHandle_t db, zdbSymbol_t* symbol, int storageType);
 
@@ -857,9 +857,9 @@ ZDBCCLIB_API int c__zdbfindlastrecord(zdbHandle_t db, zdbSymbol_t symbol, zdbRec
 ZDBCCLIB_API zdbRecord_t c__zdbfindlastrecordpy(zdbHandle_t db, zdbSymbol_t symbol, int* status);
 
 /**
- * Makes a handle at the first record of a slice; the handle walks this slice only. A slice
- * is the records that have the labels keys[dim], where ZDB_ANY_LABEL (one blank) stands for any
- * label. Fails if there is no such record, or a label is unknown. Takes time in the records that
+ * Makes a handle at the first record of a slice; the handle walks this slice only. A slice is the
+ * records that have the labels keys[dim], where ZDB_ANY_LABEL (one blank) stands for any label.
+ * Fails if there is no such record, or a label is unknown. Its time grows with the records that
  * share the labels before the first of these. Freed by c__zdbfreesymboliterator().
  *
  *     const char* summer[] = {ZDB_ANY_LABEL, "summer"};
@@ -944,7 +944,7 @@ ZDBCCLIB_API int c__zdbclosezxf(zdbHandle_t db, int loadRemain);
  * the call fail, but the file is still written. A domain whose set comes later in the file is
  * written by name. Writing over the file that the database was opened from loads and closes that
  * file first. If the records of a symbol cannot be loaded, the call fails and an existing file is
- * left unchanged. A null file name is reported as an unexpected exception. Takes time in everything
+ * left unchanged. A null file name is reported as an unexpected exception. Its time grows with all
  * that is written.
  */
 ZDBCCLIB_API int c__zdbwritezxf(zdbHandle_t db, const char* fileName, int noDomainCheck);
@@ -953,7 +953,7 @@ ZDBCCLIB_API int c__zdbwritezxf(zdbHandle_t db, const char* fileName, int noDoma
  * Fills an empty database with a copy of another one: labels and element texts with the same
  * numbers, symbols, domains and records. Symbols that the source has not loaded yet are loaded
  * there first. The copy is independent of the source. Fails if this database has labels or symbols
- * or was filled before. Takes time in the records.
+ * or was filled before. Its time grows with the number of records.
  */
 ZDBCCLIB_API int c__zdbinitfromdb(zdbHandle_t db, zdbHandle_t source);
 
@@ -986,8 +986,8 @@ ZDBCCLIB_API int c__zdbinitfromdmrf(zdbHandle_t db, zdbFindSymbolCallback_t find
  * A record violates a domain if its label at some position is not in the set that is the domain of
  * that position. Positions whose domain is the universe or known by name only are not checked; for
  * an alias, its set is checked. A handle is at one violating record; it is spent once a walk finds
- * no more. A walk cannot continue if the record at its handle is deleted. Takes time in the records
- * of the symbols and their domains.
+ * no more. A walk cannot continue if the record at its handle is deleted. Its time grows with the
+ * records of the symbols and their domains.
  *
  *     zdbDV_t violation;
  *     int found = c__zdbgetfirstdbdv(db, &violation) && violation != NULL;
@@ -1141,7 +1141,7 @@ ZDBCCLIB_API int c__zdbinitupdate(zdbHandle_t db, void* model);
  * Base values are those that c__zdbinitupdate() has saved; an entry that needs one before that
  * fails. Fails for undefined, not available and finite values of 1.0E300 or more; for an unknown
  * action and bounds of equations; for data with another number of index positions than the model's
- * symbol. Entries before the failing one stay changed. Epsilon counts as 0. Takes time in the
+ * symbol. Entries before the failing one stay changed. Epsilon counts as 0. Its time grows with the
  * symbol's entries and the data's records.
  */
 ZDBCCLIB_API int c__zdbupdatemodelsymbol(zdbHandle_t db, zdbSymbol_t modelSymbol, int action,
@@ -1189,7 +1189,8 @@ ZDBCCLIB_API int c__zdbcallsolvertimed(zdbHandle_t db, const char* solver, doubl
  *
  * These are refused: the universe as the symbol, sets of another database, domains that are not
  * one-dimensional sets, and arrays that are larger than the address space. A failure leaves the
- * symbol as it was and the contents of the array unspecified. Takes time in cells and records.
+ * symbol as it was and the contents of the array unspecified. Its time grows with cells and
+ * records.
  *
  *     double cost[2 * 3];
  *     const int dims[] = {2, 3};

@@ -365,7 +365,7 @@ ZDBCCLIB_API int zdbx_find_slice(zdbHandle_t db, zdbSymbol_t symbol, const int32
  * records are refused from then on (ZDBX_HANDLE) and must still be freed. A symbol that is still to
  * be loaded is not loaded. Positions that have its name for a domain, and not the symbol, keep the
  * name. Refused for the universe, and (ZDBX_STATE) for a set or alias that is a domain of another
- * symbol, or a set that has an alias. Takes time in the symbols of the database.
+ * symbol, or a set that has an alias. Its time grows with the symbols of the database.
  */
 ZDBCCLIB_API int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol);
 
@@ -374,7 +374,7 @@ ZDBCCLIB_API int zdbx_remove_symbol(zdbHandle_t db, zdbSymbol_t* symbol);
  * have the old name for a domain, and not the symbol, get the new one. A symbol that is still to be
  * loaded is loaded first, since its source knows it by the old name; later, a model or callbacks
  * are asked for it by the new one. Refused for the universe and for a name that is not valid
- * (ZDBX_LABEL) or taken (ZDBX_EXISTS). Takes time in the symbols of the database.
+ * (ZDBX_LABEL) or taken (ZDBX_EXISTS). Its time grows with the symbols of the database.
  */
 ZDBCCLIB_API int zdbx_rename_symbol(zdbHandle_t db, zdbSymbol_t symbol, const char* name);
 

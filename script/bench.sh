@@ -3,7 +3,8 @@
 # grouped, each with its ratio to the fastest of the group:
 #   bench.sh OUTPUT_FOLDER PROGRAM...
 # Times are CPU times, or real times for benchmarks with several threads or files; the minimum of all
-# repetitions counts.
+# repetitions counts. The figures are also kept in OUTPUT_FOLDER/figures.tsv, date and machine in
+# machine.tsv: script/bench_page.py fills the tables of the documents with them.
 set -eu
 
 rows() {
@@ -43,6 +44,16 @@ table() {
 folder=$1
 shift
 mkdir -p "$folder"
+# What bench_page.py says of the machine; the load is that before the first program.
+{
+  printf 'date\t%s\n' "$(date +%F)"
+  printf 'cores\t%s\n' "$(nproc)"
+  printf 'processor\t%s\n' "$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -n 1)"
+  printf 'MHz\t%s\n' "$(sed -n 's/^cpu MHz[^:]*: //p' /proc/cpuinfo | head -n 1)"
+  printf 'system\t%s\n' "$(. /etc/os-release && echo "$PRETTY_NAME")"
+  printf 'compiler\tg++ %s\n' "$(g++ -dumpfullversion)"
+  printf 'load\t%s\n' "$(cut -d ' ' -f 1 /proc/loadavg)"
+} >"$folder/machine.tsv"
 outputs=
 for program in "$@"; do
   output=$folder/$(basename "$program").txt
@@ -51,4 +62,6 @@ for program in "$@"; do
   outputs="$outputs $output"
 done
 # shellcheck disable=SC2086 # a list of files
-rows $outputs | table
+rows $outputs >"$folder/figures.tsv"
+table <"$folder/figures.tsv"
+echo "script/bench_page.py $folder writes these figures into doc/why/benchmarks.md" >&2

@@ -45,6 +45,7 @@ style() {
 }
 
 step "tests" "$bin/python" -m pytest -q -p no:cacheprovider tests/python
+step "pictures" "$bin/python" tests/readme/documents_test.py "$build" "$root" doc/howto/pictures.md
 step "stubs" stubs
 step "types" types
 step "style" style

@@ -40,7 +40,7 @@ from pathlib import Path
 OURS = ("zdbcc ", "build/bin/")
 NOT_RUN = re.compile(r"\s+# not run: \S")
 ANSWERS = re.compile(r"^\S*zdbcc (diff|check) ")  # 1 is an answer
-PROSE = re.compile(r"^\{(toctree|doxygengroup|eval-rst|figure|image|note|warning)\}")
+PROSE = re.compile(r"^\{(toctree|doxygen\w+|eval-rst|figure|image|include|note|warning)\}")
 COMPILERS = {"c": "cc -std=c99", "cpp": "c++ -std=c++20"}
 PACKAGES = ("zdbcc", "pandas", "xarray", "pyarrow", "scipy", "matplotlib")
 
@@ -132,7 +132,8 @@ def steps_of(block: Block) -> Iterator[Step]:
 
 def missing(step: Step) -> str:
     """A program or library of others that is needed and not there; nothing if all are."""
-    for part in re.split(r"[|;&]+ ?", re.sub(r"'[^']*'|\"[^\"]*\"", "''", step.command)):
+    command = re.sub(r"'[^']*'|\"[^\"]*\"", "''", step.command).replace("2>&1", "")
+    for part in re.split(r"[|;&]+ ?", command):
         word = part.strip().split(" ")[0]
         if word and not word.startswith("build/") and shutil.which(word) is None:
             return word

@@ -1,71 +1,76 @@
-"""Compares the page of messages with those in the code: messages_test.py SOURCE
+"""Compares the pages of messages with those in the code: messages_test.py SOURCE
 
-A message is a text with a blank in the layers of the library that speak to hosts, or a text of the
-table of the exchange file's errors. Each must have a heading on the page, on which `…` stands for
-what is inserted, and each heading must be a message.
+Each text of several words that the sources of a page put together must have a heading there, on
+which `…` stands for what is inserted, or be listed in no_message.tsv with the reason why users
+never read it as a message; and each heading and each entry of that list must be in the sources.
+Below a heading, or the last of several, a text must say what to do.
 """
 
 from __future__ import annotations
 
 import re
 import sys
-from collections.abc import Iterator
 from pathlib import Path
 
+from sourcetexts import messages_of
+
 LAYERS = ("api", "arrow", "core", "io", "loaders", "symbols")
-TEXT = r'"(?:[^"\\\n]|\\.)*"'
-# Not what a host is told as a message: traces, log lines, names of kinds, and checks of constants.
-SILENT = re.compile(r"(traceStep|static_assert|zrtLog)\([^;]*|names\[\] = \{[^;]*|kNames\[\][^;]*")
-# Parts of messages that are put together elsewhere, and what is thrown within the library only.
-PARTS = re.compile(
-    r"^( |symbol $|an alias$|the universe$|column |text: |a number: |dictionary of |unknown type$"
-    r"|the record$|has no format$|%s: %s$|label $|no symbol named |too many records$"
-    r"|\), not $|, but the stream has $)"
-)
-PLACE = re.compile(r"%[-.*0-9]*(?:ll|l|z)?[a-z]")
+SOURCES = {
+    "messages.md": [f"src/{layer}" for layer in LAYERS],
+    "messages-tool.md": ["tools"],
+    "messages-kit.md": ["companions/kit", "companions/shared"],
+}
+# What verbs and options say about themselves: these are in the reference of the tool.
+HELP = re.compile(r'^Verb \w+\(\) \{.*?^\}|\.(?:text|summary) =\s*(?:"[^"\n]*"\s*)+', re.S | re.M)
+LEAST = {"messages.md": 250, "messages-tool.md": 200, "messages-kit.md": 150}
 
 
-def texts_of(code: str) -> Iterator[str]:
-    """Texts of a file, those that follow each other or are added with `+` to something as one."""
-    code = SILENT.sub("", re.sub(r"//[^\n]*|#include[^\n]*", "", code))
-    for found in re.finditer(rf"(?:{TEXT}\s*)+", code):
-        text = "".join(part[1:-1] for part in re.findall(TEXT, found[0]))
-        if " " in text.strip() and not PARTS.match(text):
-            yield text.replace(r"\"", '"')
-
-
-def messages(source: Path) -> set[str]:
-    """All messages, with `…` for what is inserted."""
-    found = set()
-    for layer in LAYERS:
-        for file in sorted((source / "src" / layer).iterdir()):
+def told_by(source: Path, page: str) -> set[str]:
+    """All texts of several words, and those of the table of the exchange file's errors."""
+    found: set[str] = set()
+    for folder in SOURCES[page]:
+        for file in sorted((source / folder).rglob("*")):
             if file.suffix in (".cpp", ".h"):
-                found |= set(texts_of(file.read_text(encoding="utf-8")))
-    table = (source / "companions/zxf/errors.def").read_text(encoding="utf-8")
-    for number, text in re.findall(rf"^ZXF_ERROR\((\d+), \w+, ({TEXT})\)", table, re.M):
-        found.add(f"{number}: {text[1:-1]}")
-    # What ends in a blank goes on with something that is inserted.
-    return {PLACE.sub("…", re.sub(" $", " …", text)) for text in found}
+                found |= messages_of(HELP.sub("", file.read_text(encoding="utf-8")))
+    if page == "messages.md":
+        table = (source / "companions/zxf/errors.def").read_text(encoding="utf-8")
+        errors = re.findall(r'^ZXF_ERROR\((\d+), \w+, "((?:[^"\\]|\\.)*)"\)', table, re.M)
+        found |= {f"{number}: {text}" for number, text in errors}
+    return found
+
+
+def compare(source: Path, page: str, silent: list[str]) -> list[str]:
+    """What is wrong with a page."""
+    text = (source / "doc/reference" / page).read_text(encoding="utf-8")
+    headings = re.findall(r"^### `(.*)`$", text, re.M)
+    told = told_by(source, page)
+    wrong = [f"no source has what no_message.tsv lists: {each}" for each in silent
+             if not any(re.fullmatch(each, message) for message in told)]  # fmt: skip
+    told = {each for each in told if not any(re.fullmatch(one, each) for one in silent)}
+    wrong += [f"the page lacks: {each}" for each in sorted(told - set(headings))]
+    wrong += [f"no source has: {each}" for each in sorted(set(headings) - told)]
+    wrong += [f"twice: {each}" for each in sorted(set(headings)) if headings.count(each) > 1]
+    # Errors of programs that use the companion itself are explained together.
+    parts = re.split(r"^## ", text.partition("## Errors of the exchange file")[0], flags=re.M)
+    for part in parts[1:]:
+        if re.search(r"^###[^\n]*\n*\Z", part, re.M):
+            wrong.append("nothing says what to do: " + part.rstrip().split("\n")[-1])
+    if len(told) < LEAST[page]:
+        wrong.append(f"only {len(told)} messages were found")
+    print(f"{page}: {len(told)} messages, {len(headings)} headings")
+    return wrong
 
 
 def main() -> int:
     source = Path(sys.argv[1])
-    page = (source / "doc/reference/messages.md").read_text(encoding="utf-8")
-    headings = set(re.findall(r"^### `(.*)`$", page, re.M))
-    told = messages(source)
-    wrong = [f"the page lacks: {text}" for text in sorted(told - headings)]
-    for heading in sorted(headings - told):
-        # One that the code puts together of parts: each piece between places must be there.
-        pieces = [piece.strip() for piece in heading.split("…") if len(piece.strip()) > 3]
-        code = "".join(
-            file.read_text(encoding="utf-8")
-            for layer in LAYERS
-            for file in (source / "src" / layer).iterdir()
-        )
-        if not pieces or not all(piece in code for piece in pieces):
-            wrong.append(f"no code has: {heading}")
-    print("\n".join(wrong) or f"{len(told)} messages, {len(headings)} headings")
-    return 1 if wrong or len(told) < 150 else 0
+    table = (Path(__file__).parent / "no_message.tsv").read_text(encoding="utf-8").split("\n")
+    rows = [line.split("\t") for line in table if line and line[0] != "#"]
+    wrong = []
+    for page in SOURCES:
+        silent = [row[1] for row in rows if row[0] == page and row[2]]
+        wrong += [f"{page}: {each}" for each in compare(source, page, silent)]
+    print("\n".join(wrong))
+    return 1 if wrong else 0
 
 
 if __name__ == "__main__":

@@ -135,7 +135,7 @@ class View(unittest.TestCase):
         page = self.page("evil.html", "#/evil")
         self.assertEqual(page.texts("tbody td:first-child"), EVIL)
         self.show_picture()
-        self.choose("label", EVIL[2])
+        self.choose("name", EVIL[2])
         self.assertIn(f"to 2 ({EVIL[2]})", page.texts("figcaption")[0])
         self.assertEqual(
             page.run("return document.querySelectorAll('b:not(nav b), img').length"), 0
@@ -174,7 +174,7 @@ class View(unittest.TestCase):
         self.assertEqual(page.texts("main .status"), ["Rows 1 to 100; 5,000 rows"])
         page.driver.find_element(By.XPATH, "//button[.='Next rows']").click()
         self.assertEqual(self.rows()[0], "item1003")
-        self.field("label")
+        self.field("a")
         page.type("ITEM4321")
         self.assertEqual(self.rows(), ["item432153"])
         self.assertLess(Path("large.html").stat().st_size, 250_000)
@@ -224,7 +224,7 @@ class View(unittest.TestCase):
             self.assertEqual(len(names), kinds)
             if "cube" in place:
                 self.assertIn("choose a label for one of 3", page.texts("figure p")[0])
-                self.choose("label_3", "z2")
+                self.choose("z", "z2")
             for name in names:
                 self.choose("Picture", name)
                 self.assertEqual(page.hidden_text("svg[role=img] > title")[-len(name) :], name)
@@ -274,10 +274,28 @@ class View(unittest.TestCase):
     def test_print_has_what_is_seen_and_no_controls(self) -> None:
         page = self.page("diet.html", "#/need")
         page.tell("Emulation.setEmulatedMedia", media="print")
-        self.assertEqual(page.texts("nav, input, select, [role=tab]"), [])
+        self.assertEqual(page.texts("nav, input, select, .pager, [role=tab]"), [])
         self.assertEqual(len(self.rows()), 9)
+        self.assertEqual(page.texts("main .status"), ["9 rows"])
         page.picture(SCREENSHOTS / "print.png")
         page.tell("Emulation.setEmulatedMedia", media="")
+
+    def test_paper_has_all_rows_as_they_are_filtered_and_sorted(self) -> None:
+        page = self.page("diet.html", "#/content")
+        self.assertEqual(len(self.rows()), 100)
+        page.run(
+            "window.printed = [];"
+            "addEventListener('beforeprint', () =>"
+            "  printed.push(document.querySelectorAll('tbody tr').length))"
+        )
+        page.tell("Page.printToPDF")
+        self.field("Filter")
+        page.type("vitamin")
+        found = int(page.texts("main .status")[0].split()[-4])
+        self.assertGreater(found, 100)
+        page.tell("Page.printToPDF")
+        self.assertEqual(page.run("return printed"), [570, found])
+        self.assertEqual(len(self.rows()), 100)
 
 
 unittest.main()

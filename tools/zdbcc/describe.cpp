@@ -89,7 +89,7 @@ void describeTool(Page& page) {
   page.literal("zdbcc VERB [OPTION]... [ARGUMENT]...");
   page.heading("Verbs");
   for (const Verb& verb : verbs()) page.item(inCode(verb.name), std::string(verb.summary) + '.');
-  page.paragraph("`zdbcc VERB --help` tells all about a verb, with examples.");
+  page.paragraph("`zdbcc VERB --help` describes a verb in full, with examples.");
   describeOptions(commonOptions(), page);
   page.heading("Input and output");
   page.paragraph(

@@ -205,8 +205,8 @@ Verb joinVerb() {
 What comes out is what the whole sweep would have written, also the file `OUT.sweep` beside it.
 
 Nothing is written if a part is missing, there twice, or not finished, or if the parts were not made
-of the same model, data and scenarios with the same options, which the file `FILE.sweep` beside each
-of them tells.
+of the same model, data and scenarios with the same options, as recorded in the file `FILE.sweep`
+beside each of them.
 
 Exchange files of parts are put together by `zdbcc merge`.)",
       .operands = {{.name = "FILE",

@@ -360,11 +360,11 @@ Verb mergeVerb() {
       .name = "merge",
       .summary = "Writes the data of several exchange files into one",
       .details = R"(The new file has the symbols of all files, and of each symbol the records of all
-files, which belong together by their labels. A report tells how many there were.
+files, which belong together by their labels. A report gives their numbers.
 
 - A symbol must have the same type and dimension in all files that have it, and an alias the same
-set. Text, subtype and domains are those of the first file; where another one has others, this is
-said on standard error.
+set. Text, subtype and domains are those of the first file; differences are
+reported on standard error.
 - A conflict is a record that several files have, but with different values, or an element with
 different texts. `--on-conflict` says what to do with it. An element without a text takes the text
 that another file has.

@@ -244,10 +244,10 @@ void runRepack(const RepackOptions& options, Console& console) {
 Verb repackVerb() {
   return {
       .name = "repack",
-      .summary = "Writes an exchange file anew: as it is, or parts of it, or with other names",
+      .summary = "Rewrites an exchange file: as it is, in part, or with other names",
       .details = R"(Without options, the new file has the same data in as little room as possible:
-`zdbcc diff` finds no difference. Element texts that no record has are left out. The report tells
-what the file has before and after.
+`zdbcc diff` finds no difference. Element texts that no record has are left out. The report
+says what the file has before and after.
 
 - An alias goes with its set: it is kept and dropped with it, and keeps it. Dropping an alias leaves
 the set.

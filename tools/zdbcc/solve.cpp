@@ -197,9 +197,9 @@ std::vector<Option> solveOptions() {
            "Each row of a file has the labels that NAME leaves open, then the value. A first "
            "row that does not end in a number and is not an entry of the model is a heading "
            "(without labels, a first row that is followed by another), so the output of "
-           "`zdbcc dump` can be read. Entries without a row keep their values. How many "
-           "of how many entries change is told on standard error, with the number of rows "
-           "that are not in the model.",
+           "`zdbcc dump` can be read. Entries without a row keep their values. Standard "
+           "error says how many entries change, of how many, and how many rows are not in the "
+           "model.",
        .target = into(&SolveOptions::sets)},
       {.name = "show",
        .value = "SYMBOL",

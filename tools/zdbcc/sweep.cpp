@@ -209,7 +209,7 @@ std::vector<Option> sweepOptions() {
        .details = "Rows that are there are kept, also if the sweep was killed; so are results that "
                   "Ctrl-C found ahead of a missing one, in `FILE.ahead`. Refused if model, "
                   "data, scenarios, options or version are not those with which they were begun, "
-                  "which `FILE.sweep` tells.",
+                  "as recorded in `FILE.sweep`.",
        .target = into(&SweepOptions::resumed)},
       {.name = "force",
        .text = "Write over files that are there",
@@ -249,7 +249,7 @@ std::vector<Option> sweepOptions() {
       {.name = "timing",
        .value = "FILE",
        .kind = Kind::File,
-       .text = "CSV file that tells who solved each scenario, and how long it took",
+       .text = "CSV file with the worker that solved each scenario, and how long it took",
        .details = "Its columns: scenario, worker, seconds, and tries, which are more than 1 after "
                   "a worker has ended.",
        .target = into(&SweepOptions::timing)},

@@ -68,8 +68,8 @@ Verb viewVerb() {
 style and script within, and loads nothing. It lists the symbols with types, domains, numbers of
 records and texts, and shows each as a table that can be sorted and filtered, and as bars, a line, a
 duration curve, a histogram or a heat map; drop-downs choose slices. It works with the keyboard, on
-small screens, on dark and on light ground, and is printed as it is seen. The results of `zdbcc
-sweep -o RESULTS.zxf` are an exchange file, too.
+small screens, and on dark and light backgrounds. Printed, a table has all its rows, filtered and
+sorted as on the screen. The results of `zdbcc sweep -o RESULTS.zxf` are an exchange file, too.
 
 The page has the first records of each symbol, 5,000 if `--rows` says nothing else, and of all
 symbols together at most 2,000,000 labels and values, which make some 10 MB, or more where labels

@@ -1,7 +1,14 @@
 // A table that is sorted by its headings, filtered by words and walked with the arrow keys; it shows
-// a hundred rows at a time.
+// a hundred rows at a time, and all of them on paper.
 
 const rowsOfPage = 100;
+
+let shownGrid = null; // the one that is on the page
+for (const isPrinted of [true, false]) {
+  window.addEventListener(isPrinted ? "beforeprint" : "afterprint", () =>
+    shownGrid?.showWhole(isPrinted),
+  );
+}
 
 class Grid {
   /**
@@ -41,12 +48,19 @@ class Grid {
         this.status,
       ),
       make("div", { class: "scroll" }, this.table),
-      make("div", { class: "controls pager" }, this.back, this.next),
+      make(
+        "div",
+        { class: "controls pager" },
+        this.back,
+        this.next,
+        make("span", { class: "hint" }, "When printed, the table has all its rows."),
+      ),
     );
   }
 
   /** Has the table show these rows, given by number. */
   show(rows) {
+    shownGrid = this;
     this.rows = rows;
     this.update();
   }
@@ -69,6 +83,12 @@ class Grid {
       this.sorted = null;
     }
     this.update();
+  }
+
+  /** All rows that are found, or again a hundred of them. */
+  showWhole(isWhole) {
+    this.isWhole = isWhole;
+    this.render();
   }
 
   turn(pages) {
@@ -100,8 +120,8 @@ class Grid {
   }
 
   render() {
-    const first = this.page * rowsOfPage;
-    const rows = this.found.slice(first, first + rowsOfPage);
+    const first = this.isWhole ? 0 : this.page * rowsOfPage;
+    const rows = this.found.slice(first, this.isWhole ? undefined : first + rowsOfPage);
     this.body.replaceChildren(
       ...rows.map((row, i) =>
         make(
@@ -117,7 +137,7 @@ class Grid {
     });
     this.table.setAttribute("aria-rowcount", this.found.length + 1);
     this.back.disabled = this.page === 0;
-    this.next.disabled = first + rowsOfPage >= this.found.length;
+    this.next.disabled = first + rows.length >= this.found.length;
     this.back.parentElement.hidden = this.back.disabled && this.next.disabled;
     this.status.textContent = this.describe(first, rows.length);
     this.keepFocus(this.cellAt(1, 0) ?? this.buttons[0]);
