@@ -15,6 +15,7 @@ function(install_documents)
     string(REGEX REPLACE "\\[([^]]*)\\]\\((\\.\\./)*(${sources})(/[^)]*)?\\)" "\\1" text "${text}")
     file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/installed/${place} CONTENT "${text}")
     set_property(DIRECTORY ${PROJECT_SOURCE_DIR} APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
-    install(FILES ${PROJECT_BINARY_DIR}/installed/${place} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder})
+    install(FILES ${PROJECT_BINARY_DIR}/installed/${place} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder}
+      COMPONENT documents)
   endforeach()
 endfunction()

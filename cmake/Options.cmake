@@ -11,6 +11,7 @@ option(ZDB_SANITIZE "Build with the address and undefined-behaviour sanitizers" 
 option(ZDB_SANITIZE_THREADS "Build with the thread sanitizer" OFF)
 option(ZDB_FUZZ_ENGINE "Link the fuzzers with libFuzzer (needs clang) instead of the replay main" OFF)
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+# Another project has its own.
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 folder=$PWD/build/deb
 [ "$(id -u)" -eq 0 ] || { echo "deb_test.sh: needs root, to change the root" >&2; exit 2; }
 ls "$folder"/*.deb >/dev/null || { echo "deb_test.sh: make deb comes first" >&2; exit 2; }
-[ $# -gt 0 ] || set -- tool python glpk hosts
+[ $# -gt 0 ] || set -- tool python glpk hosts documents mpi highs
 suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
 bare=$folder/bare.tar
 [ -e "$bare" ] || mmdebstrap --quiet --variant=apt "$suite" "$bare" || { rm -f "$bare"; exit 1; }
@@ -27,20 +27,24 @@ needed() {
 # its network is in the root, which has devices of its own.
 in_root() {
   unshare --mount --pid --fork --mount-proc="$root/proc" chroot "$root" env -i \
-    PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
+    PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 PIP_CERT=/etc/ssl/certs/machine.crt DEBIAN_FRONTEND=noninteractive "$@"
 }
 
 run() {
   root=$(mktemp -d "$folder/root.XXXXXX")
   trap 'rm -rf --one-file-system "$root"' EXIT
   tar -x -f "$bare" -C "$root"
-  mkdir "$root/packages" "$root/tests"
+  mkdir -p "$root/packages" "$root/source"
   cp "$folder"/*.deb "$root/packages"
-  cp debian/tests/* "$root/tests"
+  # Of the source tree, the tests alone.
+  cp -r --parents debian/tests tests/package tests/readme "$root/source"
+  # What this machine trusts, where its network has a certificate of its own.
+  mkdir -p "$root/etc/ssl/certs"
+  cp /etc/ssl/certs/ca-certificates.crt "$root/etc/ssl/certs/machine.crt"
   in_root apt-get update -qq
   # shellcheck disable=SC2046 # a list of packages
   in_root apt-get install -y -qq --no-install-recommends $(needed "$1")
-  in_root "/tests/$1"
+  in_root sh -c "cd /source && debian/tests/$1"
 }
 
 for test in "$@"; do

@@ -5,13 +5,13 @@ set -eu
 
 packages_for() {
   case $1 in
-    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev gnuplot-nox zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-xarray python3-scipy python3-hypothesis python3-pytest" ;;
+    build) echo "g++ ccache cmake ninja-build pkg-config libgtest-dev libgmock-dev libzstd-dev libxxhash-dev libcsv-dev gnuplot-nox bash-completion zlib1g-dev libsqlite3-dev sqlite3 coinor-libclp-dev coinor-libcbc-dev libglpk-dev glpk-utils graphviz python3 python3-dev pybind11-dev python3-numpy python3-pandas python3-xarray python3-scipy python3-hypothesis python3-pytest" ;;
     mpi) echo "libopenmpi-dev openmpi-bin" ;;
     lint) echo "clang-format clang-tidy" ;;
     bench) echo "libbenchmark-dev libabsl-dev netcdf-bin hdf5-tools" ;;
     docs) echo "doxygen python3-sphinx python3-myst-parser furo python3-breathe python3-numpy" ;;
     fuzz) echo "clang libclang-rt-dev" ;;
-    deb) echo "debhelper dh-python lintian g++ ccache cmake ninja-build pkg-config libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev coinor-libclp-dev coinor-libcbc-dev libglpk-dev python3-dev pybind11-dev python3-numpy" ;;
+    deb) echo "debhelper dh-python lintian libopenmpi-dev doxygen furo python3-breathe python3-myst-parser python3-sphinx g++ ccache cmake ninja-build pkg-config libzstd-dev libxxhash-dev libcsv-dev zlib1g-dev libsqlite3-dev coinor-libclp-dev coinor-libcbc-dev libglpk-dev python3-dev pybind11-dev python3-numpy" ;;
     debtest) echo "mmdebstrap" ;;
     python) echo "python3 python3-venv" ;;
     npm) echo "npm" ;;

@@ -1,5 +1,6 @@
 #!/bin/sh
-# Runs what the README says of a folder outside of /usr, line by line: prefix.sh SOURCE PREFIX FOLDER
+# Runs what the README says of a folder outside of /usr, line by line, and Tab after that:
+# prefix.sh SOURCE PREFIX FOLDER
 set -eu
 source=$1 PREFIX=$2 folder=$3
 export PREFIX
@@ -21,5 +22,8 @@ END
 [ "$(wc -l <lines)" -ge 10 ]
 # The program comes from the build before this line, and man may not be there.
 command -v man >/dev/null || sed -i '/^man /d' lines
+if [ -e /usr/share/bash-completion/bash_completion ]; then
+  echo "python3 '$source/tests/package/tab_test.py' bash" >>lines
+fi
 sh -eux ./lines >output
 [ "$(grep -c 'Cannot find element cake' output)" -eq 4 ]

@@ -13,6 +13,17 @@ for kind in "" --static; do
   LD_LIBRARY_PATH=$libdir "$folder/pkgconfig-consumer" "$folder/pkgconfig.zxf"
 done
 
+# A static library of somebody else names ours for --static only.
+printf 'int host(int, char**);\nint main(int argc, char** argv) { return host(argc, argv); }\n' >"$folder/main.c"
+"$compiler" -c -Dmain=host "$source/consumer.c" -o "$folder/host.o" $(pkg-config --cflags zdbcclib)
+ar rcs "$folder/libhost.a" "$folder/host.o"
+printf '%s\n' 'Name: host' 'Description: a host' 'Version: 1' 'Requires.private: zdbcclib' \
+  "Libs: -L$folder -lhost" >"$folder/host.pc"
+# shellcheck disable=SC2046 # a list of flags
+"$compiler" "$folder/main.c" -o "$folder/static-consumer" \
+  $(PKG_CONFIG_PATH=$folder:$PKG_CONFIG_PATH pkg-config --static --libs host)
+LD_LIBRARY_PATH=$libdir "$folder/static-consumer" "$folder/static.zxf"
+
 # Programs depend on a version, and get no names that they may have themselves.
 readelf -d "$folder/pkgconfig-consumer" | grep -q 'NEEDED.*\[libzdbcclib\.so\.1\]'
 if readelf -d "$folder/pkgconfig-consumer" | grep -q zdbcclib64; then exit 1; fi
