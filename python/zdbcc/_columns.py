@@ -26,6 +26,8 @@ class Shape(NamedTuple):
     values: int
     #: The elements of the set that is the domain of a position; raises if none is.
     elements: Callable[[int], list[str]]
+    #: Names of the positions, as in frames; empty if nobody has given them names.
+    positions: list[str]
 
     @property
     def has_texts(self) -> bool:
@@ -58,7 +60,9 @@ def columns_of(data: Any, shape: Shape) -> Columns:
     if _is(data, "pandas", "Series"):
         return _from_series(data, shape)
     if _is(data, "xarray", "DataArray"):
-        return _from_dense(data.values, _coordinates(data, shape), shape)
+        return _from_array(data, shape)
+    if hasattr(data, "tocoo"):  # of scipy
+        return _from_sparse(data, shape)
     if _is_dense(data, shape):
         return _from_dense(data, [shape.elements(i) for i in range(shape.dim)], shape)
     if isinstance(data, Mapping):
@@ -85,7 +89,8 @@ def _is_dense(data: Any, shape: Shape) -> bool:
     )
 
 
-def _coordinates(array: Any, shape: Shape) -> list[list[str]]:
+def _from_array(array: Any, shape: Shape) -> Columns:
+    """An array of xarray, whose dimensions have names: those of the positions in any order."""
     if array.ndim != shape.dim:
         raise ArgumentError(
             f"the array has {array.ndim} dimensions, but {shape.name} has {shape.dim} positions"
@@ -95,23 +100,49 @@ def _coordinates(array: Any, shape: Shape) -> list[list[str]]:
             raise ArgumentError(
                 f"the array has no labels along {dim!r}; give it coordinates that are labels"
             )
-    return [array.coords[dim].values.tolist() for dim in array.dims]
+    if sorted(map(str, array.dims)) == sorted(shape.positions):
+        array = array.transpose(*shape.positions)
+    labels = [array.coords[dim].values.tolist() for dim in array.dims]
+    return _from_dense(array.values, labels, shape)
 
 
-def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> Columns:
-    """A record for each entry but nan; of a set, an element for each that is true."""
+def _require_entries(values: Any, labels: list[list[str]], shape: Shape) -> None:
+    """Raises unless an array has an entry for each element, and of a set bool."""
     sizes = tuple(len(each) for each in labels)
     if values.shape != sizes:
         raise ArgumentError(
             f"the array has the shape {values.shape}, but the domains of {shape.name} have "
             f"{' x '.join(map(str, sizes))} elements"
         )
+    if shape.has_texts and values.dtype.kind != "b":
+        raise ArgumentError(
+            f"the array has the type {values.dtype}; one for {shape.name}, a set, has bool: "
+            "true for each element"
+        )
+
+
+def _from_sparse(matrix: Any, shape: Shape) -> Columns:
+    """A record for each entry that is stored, over the elements of two domains."""
+    if shape.dim != 2:
+        raise ArgumentError(f"a sparse matrix has 2 positions, but {shape.name} has {shape.dim}")
+    labels = [shape.elements(i) for i in range(2)]
+    _require_entries(matrix, labels, shape)
+    entries = matrix.tocoo(copy=True)
+    entries.sum_duplicates()
     if shape.has_texts:
-        if values.dtype.kind != "b":
-            raise ArgumentError(
-                f"the array has the type {values.dtype}; one for {shape.name}, a set, has bool: "
-                "true for each element"
-            )
+        entries.eliminate_zeros()
+    places: list[Column] = [
+        (place.astype(np.int32), each)
+        for place, each in zip((entries.row, entries.col), labels, strict=True)
+    ]
+    numbers: list[Column] = [] if shape.has_texts else [doubles(entries.data, "the sparse matrix")]
+    return _join(places, numbers, len(entries.data), shape)
+
+
+def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> Columns:
+    """A record for each entry but nan; of a set, an element for each that is true."""
+    _require_entries(values, labels, shape)
+    if shape.has_texts:
         chosen = np.nonzero(values)
         numbers: list[Column] = []
     else:
@@ -227,7 +258,9 @@ def _labels_of(column: Any) -> Column:
 
 
 def _numbers_of(column: Any, what: str) -> NDArray[np.float64]:
-    if str(column.dtype) in {"Float64", "Float32"} or str(column.dtype).startswith(("Int", "UInt")):
+    dtype = column.dtype
+    has_na = not isinstance(dtype, np.dtype) and not str(dtype).startswith("Sparse")
+    if has_na and dtype.kind in "biuf":  # of pandas or of pyarrow; pd.NA would make them objects
         column = column.to_numpy(np.float64, na_value=np.nan)
     return doubles(column, what)
 

@@ -30,6 +30,9 @@ if TYPE_CHECKING:
 
     from zdbcc._tables import Imported
 
+#: Symbols that a notebook shows.
+_SHOWN = 20
+
 #: Domains of a symbol: sets or their names, "*" for any label; a name that no set has is only
 #: a name.
 Domain: TypeAlias = "str | Symbol | Sequence[str | Symbol]"
@@ -86,7 +89,15 @@ class Database(Mapping[str, Symbol]):
         return db
 
     def to_bytes(self, *, check_domains: bool = True) -> bytes:
-        """The bytes of a data file; see ``write``."""
+        """The bytes of a data file; see ``write`` for what it raises.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> p = db.add_parameter("p", "*", {"a": 1.5})
+        >>> zdbcc.Database.from_bytes(db.to_bytes())["p"].to_dict()
+        {'a': 1.5}
+        """
         if check_domains:
             self._require_domains()
         return self._core.write_memory(False)
@@ -107,7 +118,7 @@ class Database(Mapping[str, Symbol]):
         ...     len(zdbcc.open(path))
         0
         """
-        name = os.fspath(path)
+        name = os.fsdecode(path)
         if check_domains:
             self._require_domains()
         self._core.write_file(name, False)
@@ -150,14 +161,22 @@ class Database(Mapping[str, Symbol]):
         """
         from zdbcc._tables import write_sqlite
 
-        target = os.fspath(path)
+        target = os.fsdecode(path)
         names = [self[name].name for name in ([symbols] if isinstance(symbols, str) else symbols)]
         if not overwrite and os.path.exists(target):
             raise ExistsError(f"{target} exists; pass overwrite=True to replace it")
         write_sqlite(self, target, names, overwrite)
 
     def close(self) -> None:
-        """Frees the database; its symbols can no longer be used. May be called again."""
+        """Frees the database; its symbols can no longer be used. May be called again.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> db.close()
+        >>> db
+        <Database (closed)>
+        """
         self._core.close()
 
     @property
@@ -205,6 +224,22 @@ class Database(Mapping[str, Symbol]):
     def __eq__(self, other: object) -> bool:
         return self is other
 
+    def __reduce__(self) -> Any:
+        """Copies and pickles are those of its file."""
+        return _unpickled, (self.to_bytes(check_domains=False), self.imported)
+
+    def _repr_html_(self) -> str:
+        import html  # only notebooks need it
+
+        summary = html.escape(repr(self))
+        if self.closed or not len(self):
+            return f"<code>{summary}</code>"
+        symbols = list(self.values())
+        lines = "".join(f"<li><code>{html.escape(repr(s))}</code></li>" for s in symbols[:_SHOWN])
+        more = len(symbols) - _SHOWN
+        note = f"<p>and {more} more</p>" if more > 0 else ""
+        return f"<details><summary><code>{summary}</code></summary><ul>{lines}</ul>{note}</details>"
+
     def __repr__(self) -> str:
         if self.closed:
             return "<Database (closed)>"
@@ -234,8 +269,13 @@ class Database(Mapping[str, Symbol]):
 
     @property
     def labels(self) -> list[str]:
-        """All labels; that of number n, from 1, is at place n - 1."""
+        """All labels; that of number n, from 1, is at place n - 1. A new list each time."""
         return self._core.labels(1, self._label_count()) if self._label_count() else []
+
+    def _list_of(self, labels: Iterable[str]) -> list[str]:
+        if isinstance(labels, str | bytes):
+            raise ArgumentError(f"labels are a list, such as [{labels!r}]")
+        return list(labels)
 
     def add_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
         """Adds labels, or finds those that are there, and returns their numbers.
@@ -247,11 +287,25 @@ class Database(Mapping[str, Symbol]):
         >>> zdbcc.Database().add_labels(["a", "b", "A"])
         array([1, 2, 1], dtype=int32)
         """
-        return self._core.add_labels(list(labels))
+        return self._core.add_labels(self._list_of(labels))
 
     def find_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
-        """The numbers of labels, -1 for those that are not there."""
-        return self._core.find_labels(list(labels))
+        """The numbers of labels, -1 for those that are not there.
+
+        Returns
+        -------
+        int32 array of shape (labels,)
+
+        Raises ``LabelError`` for what is not a str.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> numbers = db.add_labels(["a", "b"])
+        >>> db.find_labels(["B", "c"])
+        array([ 2, -1], dtype=int32)
+        """
+        return self._core.find_labels(self._list_of(labels))
 
     # ---- Symbols ----
 
@@ -378,12 +432,33 @@ class Database(Mapping[str, Symbol]):
     def remove(self, name: str) -> None:
         """Removes a symbol with its records; its labels stay.
 
-        Raises ``StateError`` for a set that is a domain of another symbol or has an alias.
+        Raises ``StateError`` for a set that is a domain of another symbol or has an alias,
+        ``NotFoundError`` for a name that is not there.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> i = db.add_set("i", ["a"])
+        >>> db.remove("i")
+        >>> list(db), db.labels
+        ([], ['a'])
         """
         self._core.remove(self[name]._core)
 
     def rename(self, name: str, new: str) -> None:
-        """Gives a symbol another name; ``ExistsError`` if that is taken."""
+        """Gives a symbol another name.
+
+        Raises ``ExistsError`` if that is taken, ``LabelError`` if it cannot be a name,
+        ``NotFoundError`` if there is no such symbol.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> i = db.add_set("i", ["a"])
+        >>> db.rename("i", "step")
+        >>> i
+        <Set step(*): 1 record>
+        """
         self[name]._core.rename(new)
 
     # ---- Domains ----
@@ -437,6 +512,12 @@ class Database(Mapping[str, Symbol]):
         raise error
 
 
+def _unpickled(data: bytes, imported: tuple[Imported, ...]) -> Database:
+    db = Database.from_bytes(data)
+    db.imported = imported
+    return db
+
+
 def _kind(kind: str, kinds: tuple[str, ...]) -> int:
     if kind not in kinds:
         raise ArgumentError(f"there is no kind {kind!r}; it is one of {', '.join(kinds)}")
@@ -452,12 +533,19 @@ def open(path: str | os.PathLike[str]) -> Database:  # noqa: A001
 
     Examples
     --------
-    >>> with zdbcc.open("diet.zxf") as db:  # doctest: +SKIP
-    ...     db["price"]["Cabbage"]
+    >>> import pathlib, tempfile
+    >>> db = zdbcc.Database()
+    >>> price = db.add_parameter("price", "*", {"Cabbage": 25.0})
+    >>> with tempfile.TemporaryDirectory() as folder:
+    ...     path = pathlib.Path(folder) / "diet.zxf"
+    ...     db.write(path)
+    ...     with zdbcc.open(path) as diet:
+    ...         diet["price"]["cabbage"]
+    25.0
     """
     db = Database()
     try:
-        db._core.read_file(os.fspath(path))
+        db._core.read_file(os.fsdecode(path))
     except BaseException:
         db.close()
         raise

@@ -139,6 +139,19 @@ class MissingPackageError(Error, ImportError):
     kind = "missing package"
 
 
+def needed(module: str) -> Any:
+    """A module of a package that a call needs; MissingPackageError if it is not there."""
+    import importlib
+
+    try:
+        return importlib.import_module(module)
+    except ImportError as error:
+        package = module.partition(".")[0]
+        raise MissingPackageError(
+            f"this needs the package {package}: pip install {package} ({error})"
+        ) from error
+
+
 # The kinds of zdbx.h by number, and those of the module for models.
 _KINDS: dict[int, tuple[str, type[Error]]] = {
     1: ("not found", NotFoundError),

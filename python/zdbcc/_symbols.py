@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import operator
 from typing import TYPE_CHECKING, Any, Literal, TypeAlias
 
 import numpy as np
@@ -65,6 +66,10 @@ class Symbol(Records):
         self._db = db
         self._core = core
 
+    def __reduce__(self) -> Any:
+        """Copies and pickles bring their database along."""
+        return operator.getitem, (self._db, self.name)
+
     # ---- What it is ----
 
     @property
@@ -88,15 +93,15 @@ class Symbol(Records):
         return tuple(name for name, _ in self._core.domains)
 
     def _shape(self) -> Shape:
-        name = f"symbol {self._core.name}"
-        return Shape(name, self._core.dim, len(self._fields), self._elements)
+        dim = self._core.dim
+        return Shape(self._title, dim, len(self._fields), self._elements, self.columns[:dim])
 
     def _elements(self, position: int) -> list[str]:
         domain, is_symbol = self._core.domains[position]
         core = self._db._core.find(domain) if is_symbol and domain != "*" else None
         if core is None:
             raise ArgumentError(
-                f"the domain {domain} of symbol {self._core.name} is not a set, which an array "
+                f"the domain {domain} of {self._title} is not a set, which an array "
                 "without labels needs; pass an xarray.DataArray, or arrays with update_arrays()"
             )
         numbers = core.read(None, True, False, False)[0][0]
@@ -127,7 +132,7 @@ class Symbol(Records):
         dim = self._core.dim
         if len(parts) != dim:
             raise ArgumentError(
-                f"symbol {self._core.name} has {dim} positions, but the key {key!r} has "
+                f"{self._title} has {counted(dim, 'position')}, but the key {key!r} has "
                 f"{len(parts)}"
             )
         for part in parts:
@@ -173,7 +178,14 @@ class Symbol(Records):
         return found[0] if len(found) == 1 else Values(*found)
 
     def get(self, key: Any, default: Any = None) -> Any:
-        """The value of a key, or ``default`` if there is no such record."""
+        """The value of a key, or ``default`` if there is no such record.
+
+        Examples
+        --------
+        >>> p = zdbcc.Database().add_parameter("p", "*", {"a": 1.5})
+        >>> p.get("a"), p.get("b", 0.0)
+        (1.5, 0.0)
+        """
         try:
             return self[key]
         except NotFoundError:
@@ -204,10 +216,10 @@ class Symbol(Records):
                 raise ArgumentError(f"an element's text is a str, not a {type(value).__name__}")
             values: list[Any] = [[value]]
         else:
-            given = doubles(value, f"the value of symbol {self._core.name}").ravel()
+            given = doubles(value, f"the value of {self._title}").ravel()
             if not 1 <= len(given) <= fields:
                 raise ArgumentError(
-                    f"a record of symbol {self._core.name} has {fields} values, not {len(given)}"
+                    f"a record of {self._title} has {counted(fields, 'value')}, not {len(given)}"
                 )
             old = self.get(key) if len(given) < fields else None
             if old is not None:
@@ -221,7 +233,7 @@ class Symbol(Records):
         if not any(isinstance(part, slice) for part in parts):
             self._core.lookup(parts)  # says what is not there
         if self._core.remove_slice(self._numbers(parts)) == 0:
-            raise NotFoundError(f"symbol {self._core.name} has no records in the slice {key!r}")
+            raise NotFoundError(f"{self._title} has no records in the slice {key!r}")
 
     # ---- Many records ----
 
@@ -248,8 +260,11 @@ class Symbol(Records):
             - a pandas series with the labels as its index
             - a dict of keys with values; a key is a str, or a tuple for several positions
             - a sequence of rows such as ``("a", "b", 2.0)``, or of labels for a set
-            - an xarray array with labels as coordinates, or a numpy array of numbers with an entry
-              for each element of each domain, in their order; nan is no record. For a set, of bool
+            - an xarray array with labels as coordinates, whose dimensions may come in any order if
+              they have the names of the positions; nan is no record. For a set, of bool
+            - a numpy array of numbers, or for two positions a sparse one of scipy, with an entry
+              for each element of each domain, in their order; nan is no record, but in a sparse one
+              it is NA
             - anything with ``__arrow_c_stream__``: a table of pyarrow, polars or duckdb, or another
               symbol
             - a number, for a symbol without positions
@@ -321,25 +336,52 @@ class Symbol(Records):
                     "are int32, from add_labels()"
                 )
         numbers = [column.astype(np.int32, copy=False) for column in columns]
-        data = [doubles(column, f"the values of symbol {self._core.name}") for column in values]
+        data = [doubles(column, f"the values of {self._title}") for column in values]
         rows = len(numbers[0]) if numbers else len(data[0]) if data else 1
         self._core.put(rows, numbers, data, None, number)
 
     def clear(self) -> None:
-        """Removes all records; labels stay in the database."""
+        """Removes all records; labels stay in the database.
+
+        Examples
+        --------
+        >>> p = zdbcc.Database().add_parameter("p", "*", {"a": 1.5})
+        >>> p.clear()
+        >>> len(p), p.database.labels
+        (0, ['a'])
+        """
         self._core.clear()
 
 
 class Set(Symbol):
-    """A set: its records are its elements, each with a text, "" for none."""
+    """A set: its records are its elements, each with a text, "" for none.
+
+    Examples
+    --------
+    >>> zdbcc.Database().add_set("food", {"tea": "hot", "milk": ""}).to_dict()
+    {'tea': 'hot', 'milk': ''}
+    """
 
 
 class Parameter(Symbol):
-    """A parameter: its records have one value."""
+    """A parameter: its records have one value.
+
+    Examples
+    --------
+    >>> zdbcc.Database().add_parameter("price", "food", {"tea": 2.5})["tea"]
+    2.5
+    """
 
 
 class Variable(Symbol):
-    """A variable: its records have a level, a marginal, two bounds and a scale."""
+    """A variable: its records have a level, a marginal, two bounds and a scale.
+
+    Examples
+    --------
+    >>> x = zdbcc.Database().add_variable("x", "*", {"a": 2.0}, kind="integer")
+    >>> x.kind, x["a"].level
+    ('integer', 2.0)
+    """
 
     @property
     def kind(self) -> str:
@@ -349,7 +391,13 @@ class Variable(Symbol):
 
 
 class Equation(Symbol):
-    """An equation: its records have the same five values as those of a variable."""
+    """An equation: its records have the same five values as those of a variable.
+
+    Examples
+    --------
+    >>> zdbcc.Database().add_equation("balance", "*", {"a": (0.0, 1.5)})["a"].marginal
+    1.5
+    """
 
     @property
     def kind(self) -> str:
@@ -359,7 +407,15 @@ class Equation(Symbol):
 
 
 class Alias(Symbol):
-    """Another name of a set, whose records it shows; they are changed through the set only."""
+    """Another name of a set, whose records it shows; they are changed through the set only.
+
+    Examples
+    --------
+    >>> db = zdbcc.Database()
+    >>> i = db.add_set("i", ["a"])
+    >>> db.add_alias("j", i).of
+    <Set i(*): 1 record>
+    """
 
     @property
     def of(self) -> Symbol:
@@ -388,6 +444,14 @@ class Slice(Records):
         self._core = symbol._core
         self._slice = numbers
 
+    def __reduce__(self) -> Any:
+        labels = self._db._labels_at(np.array(self._slice, np.int32)).tolist()
+        return operator.getitem, (self._symbol, tuple(label or slice(None) for label in labels))
+
+    @property
+    def _called(self) -> str:
+        return self._symbol._called
+
     @property
     def symbol(self) -> Symbol:
         """The symbol whose records these are."""
@@ -396,7 +460,7 @@ class Slice(Records):
     def __repr__(self) -> str:
         try:
             count = len(self)
-            name = self._core.name
+            name = self._called
             labels = self._db._labels_at(np.array(self._slice, np.int32))
         except ClosedError:
             return "<Slice of a closed database, or of a removed symbol>"

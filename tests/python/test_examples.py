@@ -34,6 +34,19 @@ def test_Docstrings_PrintWhatTheySay(module: str) -> None:
     assert result.failed == 0
 
 
+def test_Docstrings_HaveAnExampleForEachFunction() -> None:
+    missing = []
+    for name in zdbcc.__all__:
+        value = getattr(zdbcc, name)
+        if not callable(value) or (isinstance(value, type) and issubclass(value, Exception)):
+            continue
+        members = vars(value).items() if isinstance(value, type) else []
+        own = [(f"{name}.{each}", f) for each, f in members if each[0] != "_" and callable(f)]
+        own += [] if isinstance(value, type) else [(name, value)]
+        missing += [each for each, function in own if ">>>" not in (function.__doc__ or "")]
+    assert missing == []
+
+
 def names(module: object) -> set[str]:
     """Names of a module and of the members of its classes, without those that all have."""
     found = set()

@@ -3,12 +3,14 @@
 from __future__ import annotations
 
 import html
+import sys
 from typing import Any
 
 import numpy as np
 import pandas as pd
 import pytest
 import zdbcc
+from scipy.sparse import coo_array
 
 
 def labels_in_text(frame: pd.DataFrame) -> list[pd.DataFrame]:
@@ -36,9 +38,67 @@ def test_Values_OfEveryTypeOfNumberAreTaken() -> None:
     odd = np.array([0xFFF8000000000000, 0x7FF0000000000001], np.uint64).view(float)
     p = zdbcc.Database().add_parameter("p", "*", pd.DataFrame({"k": ["x", "y"], "v": odd}))
     assert p.to_numpy().view(np.uint64).tolist() == [0x7FF8000000000000] * 2
-    missing = pd.DataFrame({"k": ["x", "y"], "v": pd.array([None, True], "boolean")})
-    p = zdbcc.Database().add_parameter("p", "*", missing.astype({"v": "Float64"}))
-    assert np.isnan(p["x"]) and p["y"] == 1.0
+    for dtype in ("boolean", "Int8", "Float64", "Sparse[float]"):
+        missing = pd.DataFrame({"k": ["x", "y"], "v": pd.array([None, 1], dtype)})
+        p = zdbcc.Database().add_parameter("p", "*", missing)
+        assert np.isnan(p["x"]) and p["y"] == 1.0
+
+
+def test_MaskedNumbers_AreMissing() -> None:
+    masked = np.ma.array([1.0, 2.0, 3.0], mask=[False, True, False])
+    db = zdbcc.Database()
+    numbers = db.add_labels(["x", "y", "z"])
+    p = db.add_parameter("p", "*")
+    p.update_arrays([numbers], masked)
+    assert np.isnan(p["y"]) and (p["x"], p["z"]) == (1.0, 3.0)
+    s = db.add_set("s", ["x", "y", "z"])
+    assert db.add_parameter("q", s, masked).to_dict() == {"x": 1.0, "z": 3.0}
+
+
+@pytest.mark.parametrize(
+    ("package", "form"),
+    [("pandas", "to_frame"), ("pandas", "to_series"), ("xarray", "to_xarray"),
+     ("scipy.sparse", "to_scipy"), ("pyarrow", "to_arrow")],
+)  # fmt: skip
+def test_WithoutAPackage_TheErrorNamesIt(
+    package: str, form: str, db: zdbcc.Database, monkeypatch: Any
+) -> None:
+    monkeypatch.setitem(sys.modules, package, None)
+    with pytest.raises(zdbcc.MissingPackageError, match="pip install " + package.split(".")[0]):
+        getattr(db["flow"], form)()
+
+
+def test_Names_OfColumnsDiffer() -> None:
+    db = zdbcc.Database()
+    p = db.add_parameter("p", ["value", "city", "City", "*", "label"])
+    p.update([("a", "b", "c", "d", "e", 1.0)])
+    frame = p.to_frame()
+    assert frame.columns.tolist() == ["value_2", "city", "City_2", "label", "label_2", "value"]
+    assert frame.iloc[0].tolist() == ["a", "b", "c", "d", "e", 1.0]
+    assert p.to_series().index.names == frame.columns.tolist()[:5]
+
+
+def test_SparseMatrices_GoInAsTheyComeOut() -> None:
+    db = zdbcc.Database()
+    rows, columns = db.add_set("i", ["a", "b"]), db.add_set("j", ["x", "y"])
+    p = db.add_parameter("p", [rows, columns], [("a", "y", 0.0), ("b", "x", zdbcc.NA)])
+    q = db.add_parameter("q", [rows, columns], p.to_scipy()[0])
+    assert repr(q.to_dict()) == "{('a', 'y'): 0.0, ('b', 'x'): nan}"
+    matrix = coo_array(([1.0, 2.0, 4.0], ([0, 1, 1], [1, 0, 0])), shape=(2, 2))
+    for form in (matrix, matrix.tocsr()):
+        q.update(form, mode="replace")
+        assert q.to_dict() == {("a", "y"): 1.0, ("b", "x"): 6.0}
+    assert list(db.add_set("s", matrix.tocsc() > 1, domain=["i", "j"])) == [("b", "x")]
+    for bad, message in ((coo_array((3, 2)), "2 x 2"), (p, "2 positions")):
+        with pytest.raises(zdbcc.ArgumentError, match=message):
+            rows.update(matrix) if bad is p else q.update(bad)
+
+
+def test_ArraysOfXarray_GoInByTheirNames() -> None:
+    db = zdbcc.Database()
+    p = db.add_parameter("p", ["i", "j"], {("a", "x"): 1.0, ("b", "y"): 2.0})
+    q = db.add_parameter("q", ["i", "j"], p.to_xarray().transpose())
+    assert q.to_dict() == p.to_dict()
 
 
 @pytest.mark.parametrize("dtype", [object, "string", "category"])

@@ -51,7 +51,7 @@ Do = Callable[[zdbcc.Database], object]
 # What is done, the class that it raises, and a part of its message.
 BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     # Wrong dimension.
-    (lambda db: db["price"]["tea", "x"], zdbcc.ArgumentError, "has 1 positions, but the key"),
+    (lambda db: db["price"]["tea", "x"], zdbcc.ArgumentError, "has 1 position, but the key"),
     (lambda db: db["flow"]["tea"], zdbcc.ArgumentError, "has 2 positions, but the key 'tea' has 1"),
     (lambda db: db["flow"][:, "x"]["tea", "y"], zdbcc.ArgumentError, "1 open positions"),
     (lambda db: db["price"].update([("new", "new", 1.0)]), zdbcc.ArgumentError, "has 1 label and"),
@@ -109,12 +109,16 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].update({"q": 1, "'\"": 2}), zdbcc.LabelError, "row 1 of the records"),
     (lambda db: db.add_labels(["q", "x" * 64]), zdbcc.LabelError, "xxx"),
     (lambda db: db.add_labels(["q", 5]), zdbcc.LabelError, "label 1 is 5 (int)"),
+    (lambda db: db.add_labels("new"), zdbcc.ArgumentError, "labels are a list"),
+    (lambda db: db.find_labels("tea"), zdbcc.ArgumentError, "labels are a list"),
+    (lambda db: db["price"].update({"q": 1, "\ud800": 2}), zdbcc.LabelError, "be written in UTF-8"),
+    (lambda db: db["price"].update({"q": 10**400}), zdbcc.ArgumentError, "too large"),
     (lambda db: db["price"].update({"q": "1.5"}), zdbcc.ArgumentError, "convert it to float64"),
     (lambda db: db["price"].update(frame(["q"], ["1"])), zdbcc.ArgumentError, "'1' (str), not a n"),
     (lambda db: db["price"].update({"q": None}), zdbcc.ArgumentError, "None (NoneType), not a num"),
     (lambda db: db["price"].update(frame(["q"], [1j])), zdbcc.ArgumentError, "complex128"),
     (lambda db: db["price"].__setitem__("q", "1"), zdbcc.ArgumentError, "not numbers"),
-    (lambda db: db["price"].__setitem__("q", (1, 2)), zdbcc.ArgumentError, "has 1 values, not 2"),
+    (lambda db: db["price"].__setitem__("q", (1, 2)), zdbcc.ArgumentError, "has 1 value, not 2"),
     (lambda db: db["price"].__setitem__(SLICES, 1), zdbcc.ArgumentError, "use update()"),
     (lambda db: db["price"].__contains__(SLICES), zdbcc.ArgumentError, "is not a key"),
     (lambda db: db["price"][1:2], zdbcc.ArgumentError, "only : is possible"),
