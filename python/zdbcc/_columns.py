@@ -69,7 +69,7 @@ def columns_of(data: Any, shape: Shape) -> Columns:
         keys = list(data)
         rows = list(data.values())
         return _join(_keys(keys, shape), _values(rows, shape), len(keys), shape)
-    if shape.dim == 0:
+    if shape.dim == 0 and not _are_rows(data):
         return _join([], _values([data], shape), 1, shape)
     if isinstance(data, str | bytes) or not isinstance(data, Iterable):
         raise ArgumentError(
@@ -77,6 +77,11 @@ def columns_of(data: Any, shape: Shape) -> Columns:
             "DataFrame, a Series, a dict, rows or an Arrow stream"
         )
     return _from_rows(data.tolist() if isinstance(data, np.ndarray) else list(data), shape)
+
+
+def _are_rows(data: Any) -> bool:
+    """Whether records without labels are rows, and not the values of one record."""
+    return isinstance(data, list) and all(isinstance(row, tuple) for row in data)
 
 
 def _is_dense(data: Any, shape: Shape) -> bool:

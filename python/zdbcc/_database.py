@@ -9,7 +9,15 @@ from typing import TYPE_CHECKING, Any, NamedTuple, TypeAlias
 import numpy as np
 
 from zdbcc import _core
-from zdbcc._errors import ArgumentError, ClosedError, DomainError, ExistsError, NotFoundError
+from zdbcc._errors import (
+    ArgumentError,
+    ClosedError,
+    DomainError,
+    ExistsError,
+    NotFoundError,
+    list_of,
+    path_of,
+)
 from zdbcc._records import counted
 from zdbcc._symbols import (
     CLASSES,
@@ -85,7 +93,12 @@ class Database(Mapping[str, Symbol]):
         <Database: 0 symbols, 0 labels>
         """
         db = cls()
-        db._core.read_memory(data)
+        try:
+            db._core.read_memory(data)
+        except TypeError:
+            raise ArgumentError(
+                f"the bytes of a file are bytes or a buffer, not {data!r}; open() takes a path"
+            ) from None
         return db
 
     def to_bytes(self, *, check_domains: bool = True) -> bytes:
@@ -118,7 +131,7 @@ class Database(Mapping[str, Symbol]):
         ...     len(zdbcc.open(path))
         0
         """
-        name = os.fsdecode(path)
+        name = path_of(path)
         if check_domains:
             self._require_domains()
         self._core.write_file(name, False)
@@ -161,8 +174,9 @@ class Database(Mapping[str, Symbol]):
         """
         from zdbcc._tables import write_sqlite
 
-        target = os.fsdecode(path)
-        names = [self[name].name for name in ([symbols] if isinstance(symbols, str) else symbols)]
+        target = path_of(path)
+        chosen = [symbols] if isinstance(symbols, str) else list_of(symbols, "symbols")
+        names = [self[name].name for name in chosen]
         if not overwrite and os.path.exists(target):
             raise ExistsError(f"{target} exists; pass overwrite=True to replace it")
         write_sqlite(self, target, names, overwrite)
@@ -217,7 +231,10 @@ class Database(Mapping[str, Symbol]):
         return len(self._core.symbols())
 
     def __contains__(self, name: object) -> bool:
-        return isinstance(name, str) and self._core.find(name) is not None
+        try:
+            return isinstance(name, str) and self._core.find(name) is not None
+        except ArgumentError:  # no name, such as one with a NUL
+            return False
 
     __hash__ = object.__hash__
 
@@ -272,11 +289,6 @@ class Database(Mapping[str, Symbol]):
         """All labels; that of number n, from 1, is at place n - 1. A new list each time."""
         return self._core.labels(1, self._label_count()) if self._label_count() else []
 
-    def _list_of(self, labels: Iterable[str]) -> list[str]:
-        if isinstance(labels, str | bytes):
-            raise ArgumentError(f"labels are a list, such as [{labels!r}]")
-        return list(labels)
-
     def add_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
         """Adds labels, or finds those that are there, and returns their numbers.
 
@@ -287,7 +299,7 @@ class Database(Mapping[str, Symbol]):
         >>> zdbcc.Database().add_labels(["a", "b", "A"])
         array([1, 2, 1], dtype=int32)
         """
-        return self._core.add_labels(self._list_of(labels))
+        return self._core.add_labels(list_of(labels, "labels"))
 
     def find_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
         """The numbers of labels, -1 for those that are not there.
@@ -305,7 +317,7 @@ class Database(Mapping[str, Symbol]):
         >>> db.find_labels(["B", "c"])
         array([ 2, -1], dtype=int32)
         """
-        return self._core.find_labels(self._list_of(labels))
+        return self._core.find_labels(list_of(labels, "labels"))
 
     # ---- Symbols ----
 
@@ -315,7 +327,7 @@ class Database(Mapping[str, Symbol]):
         for what, value in (("name", name), ("text", text)):
             if not isinstance(value, str):
                 raise ArgumentError(f"the {what} of a symbol is a str, not {value!r}")
-        parts = [domain] if isinstance(domain, str | Symbol) else list(domain)
+        parts = [domain] if isinstance(domain, str | Symbol) else list_of(domain, "domains")
         names = [part.name if isinstance(part, Symbol) else part for part in parts]
         for part in names:
             if not isinstance(part, str):
@@ -459,7 +471,10 @@ class Database(Mapping[str, Symbol]):
         >>> i
         <Set step(*): 1 record>
         """
-        self[name]._core.rename(new)
+        symbol = self[name]
+        if not isinstance(new, str):
+            raise ArgumentError(f"the name of a symbol is a str, not {new!r}")
+        symbol._core.rename(new)
 
     # ---- Domains ----
 
@@ -545,7 +560,7 @@ def open(path: str | os.PathLike[str]) -> Database:  # noqa: A001
     """
     db = Database()
     try:
-        db._core.read_file(os.fsdecode(path))
+        db._core.read_file(path_of(path))
     except BaseException:
         db.close()
         raise

@@ -9,7 +9,8 @@ import numpy as np
 
 from zdbcc._errors import ArgumentError
 from zdbcc._names import Name, parse
-from zdbcc._numbers import check_values, is_number
+from zdbcc._numbers import check_values
+from zdbcc._values import is_number
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray

@@ -24,9 +24,10 @@ from zdbcc._errors import (
 )
 from zdbcc._given import bracketed, canonical, checked, kept, positions, require_finite
 from zdbcc._names import Name, entry, parse
-from zdbcc._numbers import Numbers, Rows, is_number, records_of
+from zdbcc._numbers import Numbers, Rows, records_of
 from zdbcc._opened import Opened, Options, Params, SourceText, read_bytes, solver_of
 from zdbcc._results import Result
+from zdbcc._values import is_number
 
 if TYPE_CHECKING:
     from concurrent.futures import Executor

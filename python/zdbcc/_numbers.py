@@ -11,7 +11,7 @@ from zdbcc._case import lower
 from zdbcc._columns import Column, Shape, columns_of
 from zdbcc._errors import ArgumentError, LabelError, NotFoundError
 from zdbcc._symbols import Parameter
-from zdbcc._values import doubles
+from zdbcc._values import doubles, is_number
 
 if TYPE_CHECKING:
     from collections.abc import Sequence
@@ -46,13 +46,6 @@ def labels_of(column: Column) -> list[str]:
             error.row = row
             raise error
     return labels
-
-
-def is_number(value: Any) -> bool:
-    """Whether a value is one number and no collection."""
-    return isinstance(value, int | float | np.number | np.bool_) and not isinstance(
-        value, np.complexfloating
-    )
 
 
 def _elements_of_none(position: int) -> list[str]:

@@ -15,7 +15,7 @@ from numpy.typing import NDArray
 
 from zdbcc import _kit
 from zdbcc._case import lower
-from zdbcc._errors import ArgumentError, FileError, MissingFileError
+from zdbcc._errors import ArgumentError, FileError, MissingFileError, path_of
 from zdbcc._highs import tell_kit
 from zdbcc._names import ATTRIBUTES, Name
 from zdbcc._numbers import Rows
@@ -74,7 +74,7 @@ def _source(text: SourceText) -> _kit.Source:
 
 def read_bytes(path: str | os.PathLike[str]) -> tuple[str, bytes]:
     """The name of a file and its bytes; what gzip has packed is unpacked, and ``.gz`` dropped."""
-    name = os.fsdecode(path)
+    name = path_of(path)
     try:
         data = Path(name).read_bytes()
         packed = data[:2] == b"\x1f\x8b"

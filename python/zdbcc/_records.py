@@ -10,7 +10,7 @@ import numpy as np
 from zdbcc import _core
 from zdbcc._case import lower
 from zdbcc._errors import ArgumentError, needed
-from zdbcc._values import FIELDS, Values
+from zdbcc._values import FIELDS, Values, is_number
 
 if TYPE_CHECKING:
     import pandas as pd
@@ -253,12 +253,9 @@ class Records:
         return pd.Series(data, index=index, name=self._called, dtype=dtype, copy=False)
 
     def _field(self, field: str) -> int:
-        fields = self._fields
-        if len(fields) <= 1:
-            return 0
-        if field not in fields:
-            raise ArgumentError(f"there is no value {field!r}; it is one of {', '.join(fields)}")
-        return fields.index(field)
+        if field not in FIELDS:
+            raise ArgumentError(f"there is no value {field!r}; it is one of {', '.join(FIELDS)}")
+        return FIELDS.index(field) if len(self._fields) > 1 else 0
 
     def to_xarray(self, field: str = "level", fill: float = float("nan")) -> xr.DataArray:
         """A dense xarray array with a dimension for each position, in the order of the labels.
@@ -277,6 +274,8 @@ class Records:
         needed("xarray")
         import xarray as xr
 
+        if not is_number(fill):
+            raise ArgumentError(f"fill is a number, not {fill!r}")
         columns, values, _ = self._read(texts=False)
         coded = [self._coded(numbers) for numbers in columns]
         shape = [len(labels) for _, labels in coded]
@@ -286,7 +285,11 @@ class Records:
                 "to_frame() or to_scipy()"
             )
         dense: NDArray[Any] = np.full(shape, float(fill) if values else False)
-        dense[tuple(codes for codes, _ in coded)] = values[self._field(field)] if values else True
+        chosen: Any = values[self._field(field)] if values else True
+        if coded:
+            dense[tuple(codes for codes, _ in coded)] = chosen
+        elif len(self):
+            dense[()] = chosen[0] if values else True
         names = self.columns[: len(columns)]
         coords = {name: labels for name, (_, labels) in zip(names, coded, strict=True)}
         return xr.DataArray(dense, dims=names, coords=coords, name=self._called)

@@ -22,10 +22,12 @@ from zdbcc._errors import (
     ModelError,
     NotFoundError,
     SolveError,
+    path_of,
 )
 from zdbcc._names import Name, entry, parse, parse_entry
-from zdbcc._numbers import Rows, check_values, is_number, records_of
+from zdbcc._numbers import Rows, check_values, records_of
 from zdbcc._opened import Opened, Options, solver_of
+from zdbcc._values import is_number
 from zdbcc._worker import Chunk, Job, Outcomes
 
 if TYPE_CHECKING:
@@ -174,7 +176,7 @@ def _outside_quotes(line: str) -> str:
 def scenarios_of(given: Any) -> Scenarios:
     """Scenarios in any of the forms that ``Model.sweep`` takes. Raises what is wrong with them."""
     if isinstance(given, str | os.PathLike):
-        found = _from_csv(os.fsdecode(given))
+        found = _from_csv(path_of(given))
     elif hasattr(given, "iloc") and hasattr(given, "columns"):
         found = _from_frame(given)
     elif isinstance(given, Mapping):

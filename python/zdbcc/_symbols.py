@@ -3,13 +3,13 @@
 from __future__ import annotations
 
 import operator
-from typing import TYPE_CHECKING, Any, Literal, TypeAlias
+from typing import TYPE_CHECKING, Any, Literal, NoReturn, TypeAlias
 
 import numpy as np
 
 from zdbcc import _core
 from zdbcc._columns import Shape, columns_of
-from zdbcc._errors import ArgumentError, ClosedError, Error, NotFoundError
+from zdbcc._errors import ArgumentError, ClosedError, Error, LabelError, NotFoundError, list_of
 from zdbcc._records import Records, counted, quoted
 from zdbcc._values import Values, doubles
 
@@ -24,6 +24,7 @@ if TYPE_CHECKING:
 #: only the new records afterwards; a key that exists, or comes twice, is refused.
 Mode: TypeAlias = Literal["merge", "replace", "add"]
 
+_MOST_LABELS = 2**31 - 1
 _MODES: dict[str, int] = {"merge": 0, "replace": 1, "add": 2}
 
 #: Kinds of variables and equations, in the order of their numbers.
@@ -36,7 +37,7 @@ EQUATION_KINDS = ("equal", "greater", "less", "free", "external", "cone", "logic
 
 def mode_number(mode: str) -> int:
     """The number of a mode in zdbx.h."""
-    if mode not in _MODES:
+    if not isinstance(mode, str) or mode not in _MODES:
         raise ArgumentError(f"there is no mode {mode!r}; it is one of merge, replace and add")
     return _MODES[mode]
 
@@ -188,7 +189,7 @@ class Symbol(Records):
         """
         try:
             return self[key]
-        except NotFoundError:
+        except (NotFoundError, LabelError):
             return default
 
     def __contains__(self, key: object) -> bool:
@@ -197,7 +198,7 @@ class Symbol(Records):
             raise ArgumentError("a slice is not a key; use len(sym[...]) to see if it has records")
         try:
             self._core.lookup(parts)
-        except NotFoundError:
+        except (NotFoundError, LabelError):  # such as a text that is too long for a label
             return False
         return True
 
@@ -328,9 +329,17 @@ class Symbol(Records):
         {'a': 1.0, 'b': 2.0}
         """
         number = mode_number(mode)
-        columns = [np.asarray(key) for key in keys]
+        columns = [np.asarray(key) for key in list_of(keys, "keys")]
         for place, column in enumerate(columns):
-            if column.dtype.kind not in "iu" and column.size:
+            if not column.size:
+                continue
+            if column.dtype.kind in "iu" and column.dtype != np.int32:
+                extreme = column.max() if column.min() >= 0 else column.min()
+                if not 0 < extreme <= _MOST_LABELS:
+                    raise NotFoundError(
+                        f"keys of position {place + 1} have {extreme}, which no label has"
+                    )
+            if column.dtype.kind not in "iu":
                 raise ArgumentError(
                     f"keys of position {place + 1} have the type {column.dtype}; label numbers "
                     "are int32, from add_labels()"
@@ -416,6 +425,28 @@ class Alias(Symbol):
     >>> db.add_alias("j", i).of
     <Set i(*): 1 record>
     """
+
+    def _refuse(self) -> NoReturn:
+        raise ArgumentError(
+            f"{self._title} is an alias; change {self.of.name}, which it stands for"
+        )
+
+    def _put(self, rows: int, columns: list[Any], mode: str) -> tuple[int, int]:
+        self._refuse()
+
+    def update_arrays(
+        self, keys: Sequence[ArrayLike], *values: ArrayLike, mode: Mode = "merge"
+    ) -> None:
+        """Is refused, as are all changes."""
+        self._refuse()
+
+    def __delitem__(self, key: Any) -> None:
+        """Is refused, as are all changes."""
+        self._refuse()
+
+    def clear(self) -> None:
+        """Is refused, as are all changes."""
+        self._refuse()
 
     @property
     def of(self) -> Symbol:

@@ -11,9 +11,9 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 from zdbcc import _database
 from zdbcc._case import lower
 from zdbcc._database import Database
-from zdbcc._errors import ArgumentError, DamagedError, NotFoundError, needed
+from zdbcc._errors import ArgumentError, DamagedError, NotFoundError, list_of, needed, path_of
 from zdbcc._records import counted
-from zdbcc._values import EPS, FIELDS, INF, NA, UNDEF
+from zdbcc._values import EPS, FIELDS, INF, NA, UNDEF, is_number
 
 if TYPE_CHECKING:
     import pandas as pd
@@ -65,7 +65,7 @@ class Imported(NamedTuple):
 def _source(source: str | os.PathLike[str]) -> str:
     if isinstance(source, str):
         return source
-    path = os.fsdecode(source)
+    path = path_of(source)
     return '"' + path.replace('"', '""') + '"'
 
 
@@ -152,7 +152,7 @@ def read_csv(
         "separator": separator,
         "decimal": {".": "point", ",": "comma"}.get(decimal, decimal),
         "quotes": quotes,
-        "encoding": encoding.lower().replace("-", "").replace("_", ""),
+        "encoding": str(encoding).lower().replace("-", "").replace("_", ""),
         "heading": heading,
         "skip": str(skip),
         "trim": trim,
@@ -206,7 +206,7 @@ def _as_file(source: Database | str | os.PathLike[str]) -> Iterator[str]:
     """The name of a data file; of a database, one that is there meanwhile."""
     if not isinstance(source, Database):
         _database.open(source).close()  # says what is wrong with it
-        yield os.fsdecode(source)
+        yield path_of(source)
         return
     with _temporary_file() as path:
         source.write(path, check_domains=False)
@@ -401,7 +401,11 @@ def diff(
     False
     """
     limits = tolerance if isinstance(tolerance, tuple) else (tolerance,)
-    names = [symbols] if isinstance(symbols, str) else list(symbols)
+    if not 1 <= len(limits) <= 2 or not all(is_number(each) and each >= 0 for each in limits):
+        raise ArgumentError(
+            f"tolerance needs numbers from 0 on, one or (absolute, relative), not {tolerance!r}"
+        )
+    names = [symbols] if isinstance(symbols, str) else list_of(symbols, "symbols")
     options: dict[str, bool | str | Sequence[str]] = {
         "SYMBOL": names,
         "tolerance": ",".join(repr(float(each)) for each in limits),

@@ -86,12 +86,19 @@ def test_Page_PrintsWhatItSays(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) 
         assert out.getvalue() == expected
 
 
-def test_Import_LoadsNumpyOnly() -> None:
-    code = (
-        "import sys, zdbcc; "
-        "print(sorted({'pandas', 'xarray', 'scipy', 'zdbcc._kit'} & set(sys.modules)))"
-    )
+def test_Names_LoadWhatTheyNeedWhenTheyAreUsed() -> None:
+    code = """
+import sys, zdbcc
+def loaded():
+    return sorted({"numpy", "pandas", "xarray", "scipy", "zdbcc._kit"} & set(sys.modules))
+print(loaded())
+zdbcc.Database, zdbcc.read_csv, zdbcc.__version__
+print(loaded())
+zdbcc.Model
+print(loaded())
+print(set(zdbcc.__all__) - set(zdbcc._LATE), set(zdbcc._LATE) - set(zdbcc.__all__))
+"""
     result = subprocess.run(
         [sys.executable, "-c", code], capture_output=True, text=True, check=True
     )
-    assert result.stdout == "[]\n"
+    assert result.stdout == "[]\n['numpy']\n['numpy', 'zdbcc._kit']\nset() set()\n"

@@ -122,6 +122,21 @@ def test_EmptyForms_GiveEmptySymbolsAndBack() -> None:
         assert len(p) == 0
 
 
+def test_SymbolsWithoutPositions_TakeAndGiveAllForms() -> None:
+    p = zdbcc.Database().add_parameter("p", records=3)
+    frame, array = p.to_frame(), p.to_xarray()
+    assert (frame.shape, array.shape, float(array), p.to_series().tolist()) == ((1, 1), (), 3, [3])
+    for form in (frame * 2, array * 2, p.to_series() * 2, {(): 6}, [(6.0,)], np.array(6), 6):
+        p[()] = 0
+        p.update(form)
+        assert p.to_dict() == {(): 6}
+    p.update([], mode="replace")
+    assert len(p) == 0 and np.isnan(p.to_xarray())
+    x = zdbcc.Database().add_variable("x", records=(1, 2))
+    x.update([(3.0, 4.0)])
+    assert x[()][:2] == (3, 4)
+
+
 def test_Level_IsSetAndOtherValuesStay() -> None:
     x = zdbcc.Database().add_variable("x", "*", {"a": (1, 2, 3, 4, 5)}, kind="positive")
     x["a"] = 7

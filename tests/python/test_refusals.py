@@ -89,6 +89,8 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].__delitem__("cake"), zdbcc.NotFoundError, "cake"),
     (lambda db: db["flow"].__delitem__(("NA", SLICES)), zdbcc.NotFoundError, "no records in the"),
     (lambda db: db["price"].update_arrays([[99]], [1.0]), zdbcc.NotFoundError, "99"),
+    (lambda db: db["price"].update_arrays([[2**32 + 1]], [1]), zdbcc.NotFoundError, "have 429"),
+    (lambda db: db["price"].update_arrays([np.array([-1])], [1]), zdbcc.NotFoundError, "have -1"),
     # Keys that come twice, or are there.
     (lambda db: db.add_set("new", ["q", "Q"]), zdbcc.ExistsError, "xist"),
     (lambda db: db.add_parameter("new", "*", frame(["q", "q"], [1, 2])), zdbcc.ExistsError, "xist"),
@@ -130,6 +132,14 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].update_arrays([[1.5]], [1.0]), zdbcc.ArgumentError, "from add_labels("),
     # Choices.
     (lambda db: db["price"].update({"q": 1}, mode="both"), zdbcc.ArgumentError, "merge, replace a"),
+    (lambda db: db["price"].update({"q": 1}, mode=[]), zdbcc.ArgumentError, "merge, replace and"),
+    (lambda db: db["price"].to_series("cost"), zdbcc.ArgumentError, "one of level, marginal"),
+    (lambda db: db["price"].to_xarray(fill="no"), zdbcc.ArgumentError, "fill is a number"),
+    (lambda db: db.add_parameter("new", None), zdbcc.ArgumentError, "domains are a list"),
+    (lambda db: db.add_labels(None), zdbcc.ArgumentError, "labels are a list"),
+    (lambda db: db["price"].update_arrays(None), zdbcc.ArgumentError, "keys are a list"),
+    (lambda db: db["flow"].update_arrays(5, [1.0]), zdbcc.ArgumentError, "keys are a list"),
+    (lambda db: db.rename("price", None), zdbcc.ArgumentError, "is a str, not None"),
     (lambda db: db["ship"].to_series("price"), zdbcc.ArgumentError, "one of level, marginal"),
     (lambda db: db.add_variable("new", kind="odd"), zdbcc.ArgumentError, "one of unknown, binary"),
     (lambda db: db.add_set("1st"), zdbcc.LabelError, "1st"),
@@ -139,9 +149,11 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db.remove("food"), zdbcc.StateError, "food"),
     # Files.
     (lambda db: zdbcc.open("no/such.zxf"), zdbcc.MissingFileError, "no/such.zxf"),
+    (lambda db: zdbcc.open(5), zdbcc.ArgumentError, "by a str or a path, not by 5"),
     (lambda db: zdbcc.open("/dev"), (zdbcc.FileError, zdbcc.DamagedError), "/dev"),
     (lambda db: db.write("no/such/out.zxf"), zdbcc.FileError, "no/such/out.zxf"),
     (lambda db: zdbcc.Database.from_bytes(b"nonsense"), zdbcc.DamagedError, ""),
+    (lambda db: zdbcc.Database.from_bytes("no.zxf"), zdbcc.ArgumentError, "open() takes a path"),
     (lambda db: zdbcc.Database.from_bytes(newer(db)), zdbcc.DamagedError, "use a newer library"),
     (lambda db: db.to_sqlite("no/such/out.db"), zdbcc.FileError, "no/such/out.db"),
     (lambda db: db.to_sqlite("/dev/null"), zdbcc.ExistsError, "pass overwrite=True"),
@@ -149,6 +161,8 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: zdbcc.diff(db, "no/such.zxf"), zdbcc.MissingFileError, "no/such.zxf"),
     (lambda db: zdbcc.diff(db, db, ["pricy"]), zdbcc.NotFoundError, "did you mean price?"),
     (lambda db: zdbcc.diff(db, db, tolerance=-1), zdbcc.ArgumentError, "needs numbers from 0 on"),
+    (lambda db: zdbcc.diff(db, db, tolerance="1"), zdbcc.ArgumentError, "needs numbers from 0 on"),
+    (lambda db: zdbcc.diff(db, None), zdbcc.ArgumentError, "by a str or a path, not by None"),
     (lambda db: zdbcc.diff(db, db, limit=-1), zdbcc.ArgumentError, "a whole number from 0 on"),
     (lambda db: zdbcc.read_csv(), zdbcc.ArgumentError, "there is nothing to read"),
     (lambda db: zdbcc.read_csv("no/such.csv"), zdbcc.MissingFileError, "no/such.csv"),
@@ -176,6 +190,26 @@ def test_BadInput_RaisesAndChangesNothing(db: zdbcc.Database, number: int) -> No
     assert state(db) == before
     db["price"]["after"] = 1.0  # and the database is still good
     assert db["price"]["after"] == 1.0
+
+
+def test_Aliases_AreChangedThroughTheirSetOnly(db: zdbcc.Database) -> None:
+    alias = db.add_alias("drink", "food")
+    before = state(db)
+    changes: list[Any] = [
+        alias.clear, lambda: alias.update(["new"]), lambda: alias.__setitem__("new", ""),
+        lambda: alias.__delitem__("tea"), lambda: alias.update_arrays([[1]]),
+    ]  # fmt: skip
+    for change in changes:
+        with pytest.raises(zdbcc.ArgumentError, match="is an alias; change food"):
+            change()
+    with pytest.raises(zdbcc.ArgumentError, match="^cannot add records to drink"):
+        alias.update(db["food"])
+    assert state(db) == before
+
+
+def test_WhatCannotBeALabel_IsNotThere(db: zdbcc.Database) -> None:
+    for label in ("x" * 64, "a\n", "a\0", "\ud800"):
+        assert label not in db["price"] and db["price"].get(label, 5) == 5 and label not in db
 
 
 def test_Classes_AreAlsoPythons() -> None:
