@@ -161,16 +161,38 @@ def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> 
 
 
 def _join(labels: list[Column], values: list[Column], rows: int, shape: Shape) -> Columns:
-    for column in labels:
-        if isinstance(column, tuple) and rows and int(column[0].min()) < 0:
-            row = int(np.argmax(column[0] < 0))
-            error = LabelError(
-                f"row {row} of the records of {shape.name} has no label (a missing value); "
-                "fill it or leave the row out"
-            )
-            error.row = row
-            raise error
-    return Columns(rows, labels + values)
+    checked = [_coded(*c, shape) if isinstance(c, tuple) and rows else c for c in labels]
+    return Columns(rows, checked + values)
+
+
+def _coded(codes: NDArray[np.int32], texts: list[Any], shape: Shape) -> Column:
+    """Places in a list of labels; what is in the list and in no row may be anything."""
+    if int(codes.min()) < 0:
+        row = int(np.argmax(codes < 0))
+        raise _at_row(
+            row,
+            f"row {row} of the records of {shape.name} has no label (a missing value); "
+            "fill it or leave the row out",
+        )
+    others = [place for place, text in enumerate(texts) if not isinstance(text, str)]
+    if not others:
+        return codes, texts
+    used = np.isin(codes, others)
+    if used.any():
+        row = int(np.argmax(used))
+        label = texts[codes[row]]
+        raise _at_row(
+            row,
+            f"row {row} is {label!r} ({type(label).__name__}), not a str; convert it or leave the "
+            "row out",
+        )
+    return codes, [text if isinstance(text, str) else "" for text in texts]
+
+
+def _at_row(row: int, message: str) -> LabelError:
+    error = LabelError(message)
+    error.row = row
+    return error
 
 
 def _from_rows(rows: list[Any], shape: Shape) -> Columns:

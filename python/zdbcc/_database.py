@@ -292,6 +292,7 @@ class Database(Mapping[str, Symbol]):
     def add_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
         """Adds labels, or finds those that are there, and returns their numbers.
 
+        A text of blanks only is no label, and has the number 0.
         Raises ``LabelError`` with the row of a label that is not valid; none has been added then.
 
         Examples

@@ -10,7 +10,7 @@ import numpy as np
 from zdbcc._case import lower
 from zdbcc._columns import Column, Shape, columns_of
 from zdbcc._errors import ArgumentError, LabelError, NotFoundError
-from zdbcc._symbols import Parameter
+from zdbcc._symbols import Parameter, Slice
 from zdbcc._values import doubles, is_number
 
 if TYPE_CHECKING:
@@ -57,6 +57,8 @@ def _elements_of_none(position: int) -> list[str]:
 
 def records_of(records: Any, name: str, dim: int) -> tuple[Rows, NDArray[np.float64]]:
     """Records in any of the forms that ``Symbol.update`` takes, as rows of labels and values."""
+    if isinstance(records, Slice):  # its stream has the fixed positions, too
+        records = records.to_dict()
     is_frame = type(records).__module__.partition(".")[0] == "pandas"
     if hasattr(records, "__arrow_c_stream__") and not is_frame:
         from zdbcc._database import Database

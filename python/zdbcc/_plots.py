@@ -77,7 +77,7 @@ def plot(
     if chosen in ("heatmap", "sparsity"):
         if not is_symbol or data.dim != 2:
             raise ArgumentError(f"a {chosen} needs two open positions; fix others in a slice")
-        return _matrix(data, chosen == "sparsity", field, _axes(ax))
+        return _matrix(data, chosen == "sparsity", field, ax)
     values, what, name = _values(data, column, field)
     values = values[~np.isnan(values)]
     axes = _axes(ax)
@@ -163,9 +163,12 @@ def _coefficients(
     opened.core.close()
 
 
-def _matrix(data: Records, is_sparsity: bool, field: str, axes: Any) -> Any:
+def _matrix(data: Records, is_sparsity: bool, field: str, ax: Any) -> Any:
     columns, values, _ = data._read(texts=False)
     (i, rows), (j, others) = (data._coded(numbers) for numbers in columns)
+    if not len(i):
+        raise ArgumentError(f"{data._title} has no records to draw")
+    axes = _axes(ax)
     if is_sparsity:
         axes.plot(j, i, linestyle="none", marker="s", markersize=max(1.0, 100 / len(others)))
         axes.set_xlim(-0.5, len(others) - 0.5)

@@ -244,6 +244,10 @@ class Symbol(Records):
             return self._core.put_labelled(rows, columns, number)
         except Exception as error:
             self._db._forget_labels()  # those that the call had added are gone
+            if isinstance(error, NotFoundError):  # the number of what has blanks only
+                label = LabelError(f"a label has blanks only; leave the row out ({error})")
+                label.row, label.position = error.row, error.position
+                raise label from None
             if isinstance(error, Error):  # the stream is ours, and the user knows records
                 error.args = (str(error).replace(" of the stream", " of the records"),)
             raise
@@ -266,8 +270,8 @@ class Symbol(Records):
             - a numpy array of numbers, or for two positions a sparse one of scipy, with an entry
               for each element of each domain, in their order; nan is no record, but in a sparse one
               it is NA
-            - anything with ``__arrow_c_stream__``: a table of pyarrow, polars or duckdb, or another
-              symbol
+            - anything with ``__arrow_c_stream__``: a table of pyarrow, polars or duckdb
+            - another symbol, or the open positions of a slice
             - a number, for a symbol without positions
         mode : "merge", "replace" or "add"
             With "merge", a key that exists gets the new values; with "replace", the symbol has
@@ -295,6 +299,14 @@ class Symbol(Records):
         {('a', 'x'): 1.0, ('b', 'x'): 3.0}
         """
         number = mode_number(mode)
+        if isinstance(records, Slice):
+            if records.dim != self.dim:
+                raise ArgumentError(
+                    f"{self._title} has {counted(self.dim, 'position')}, but {records!r} has "
+                    f"{records.dim}"
+                )
+            self._put(*records._labelled(), mode)
+            return
         # As streams, those of pandas and xarray would lose what their indexes are.
         is_known = type(records).__module__.partition(".")[0] in ("pandas", "xarray")
         if hasattr(records, "__arrow_c_stream__") and not is_known:
@@ -487,6 +499,14 @@ class Slice(Records):
     def symbol(self) -> Symbol:
         """The symbol whose records these are."""
         return self._symbol
+
+    def _labelled(self) -> tuple[int, list[Any]]:
+        """How many records, and their columns."""
+        columns, values, texts = self._read()
+        coded = [self._coded(numbers) for numbers in columns]
+        labels = [(codes.astype(np.int32), texts_.tolist()) for codes, texts_ in coded]
+        rows = len(columns[0]) if columns else len(self)
+        return rows, [*labels, *values, *([] if texts is None else [texts])]
 
     def __repr__(self) -> str:
         try:

@@ -152,6 +152,21 @@ def test_UnusedCategories_AddNoLabels() -> None:
     values = pd.Categorical(["b"], categories=["a", "b", "c"])
     db.add_parameter("p", "*", pd.DataFrame({"k": values, "v": [1.0]}))
     assert db.labels == ["b"]
+    odd = pd.Categorical(["b", "c"], categories=[5, "x" * 64, 2.5, "b", "c"])
+    q = db.add_parameter("q", "*", pd.DataFrame({"k": odd, "v": [1.0, 2.0]}))
+    assert q.to_dict() == {"b": 1.0, "c": 2.0}
+    series = pd.Series([1.0, 2.0], index=pd.MultiIndex.from_tuples([(5, "b"), ("b", "c")]))
+    assert db.add_parameter("r", ["*", "*"], series[1:]).to_dict() == {("b", "c"): 2.0}
+
+
+def test_Slices_GoInWithTheirOpenPositions(db: zdbcc.Database) -> None:
+    other = zdbcc.Database()
+    p = other.add_parameter("p", "*", db["flow"][:, "x"])
+    assert p.to_dict() == {"tea": 1.0, "milk": 2.0} and other.labels == ["tea", "milk"]
+    db["flow"].update(db["flow"][:, :], mode="replace")
+    assert len(db["flow"]) == 3
+    with pytest.raises(zdbcc.ArgumentError, match="has 2 positions, but <Slice"):
+        db["flow"].update(db["flow"][:, "x"])
 
 
 def test_Html_IsEscapedAndShort(db: zdbcc.Database) -> None:

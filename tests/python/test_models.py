@@ -54,6 +54,7 @@ CHANGES: list[tuple[str, Any, float]] = [
     ("need.rhs", pd.DataFrame({"what": ["energy"], "value": [14]}), 16),
     ("need.rhs", [("energy", 14), ("milk", 2)], 18),
     ("need.rhs", zdbcc.Database().add_parameter("p", "*", {"energy": 14.0}), 16),
+    ("need.rhs", zdbcc.Database().add_parameter("p", ["*"] * 2, [("energy", "x", 14)])[:, "x"], 16),
     ("need.rhs", 2, 6),
     ("buy[milk].lo", 2, 16),
     ("buy.up", {"bread": 5}, 16),

@@ -105,6 +105,8 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].update(frame(["q", None], [1, 2])), zdbcc.LabelError, "row 1 is "),
     (lambda db: db["price"].update(frame(cat("q", None), [1, 2])), zdbcc.LabelError, "row 1 of th"),
     (lambda db: db["price"].update(frame(cat(1, 2), [1, 2])), zdbcc.LabelError, "not a str"),
+    (lambda db: db["price"].update(frame(cat("q", 1), [1, 2])), zdbcc.LabelError, "row 1 is 1"),
+    (lambda db: db["price"].update({"q": 1, "  ": 2}), zdbcc.LabelError, "has blanks only"),
     (lambda db: db["price"].update({"q": 1, "a\nb": 2}), zdbcc.LabelError, "control"),
     (lambda db: db["price"].update({"q": 1, "a\0b": 2}), zdbcc.LabelError, "NUL"),
     (lambda db: db["price"].update({"q": 1, "x" * 64: 2}), zdbcc.LabelError, "xxx"),
