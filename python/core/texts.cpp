@@ -9,7 +9,17 @@ namespace zdbpy {
 std::string textOf(const py::str& text) {
   const auto bytes = py::reinterpret_steal<py::bytes>(
       PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
-  if (!bytes) throw py::error_already_set();
+  if (!bytes) {
+    PyErr_Clear();  // it has surrogates, of which half a pair is no character
+    const auto shown = py::reinterpret_steal<py::str>(PyObject_ASCII(text.ptr()));
+    if (!shown) throw py::error_already_set();
+    raise({ZDBX_LABEL,
+           "the text " + static_cast<std::string>(shown) +
+               " cannot be written in UTF-8; leave its surrogates out",
+           {},
+           -1,
+           -1});
+  }
   std::string result = bytes;
   if (result.find('\0') != std::string::npos) {
     raise(Failure::argument("a text has the character NUL in it: \"" +

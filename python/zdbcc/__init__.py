@@ -7,42 +7,42 @@
 >>> p
 <Parameter p(i, i): 1 record, "cost of a step">
 
-Models and sweeps come with ``Model``, when it is first used.
+Models and sweeps come with ``Model``. What a name needs, such as numpy, is loaded when the name is
+first used.
 """
 
 from typing import TYPE_CHECKING as _TYPE_CHECKING
 
-from zdbcc._core import __version__
-from zdbcc._database import Database, Violation, open
-from zdbcc._errors import (
-    ArgumentError,
-    ClosedError,
-    DamagedError,
-    DomainError,
-    Error,
-    ExistsError,
-    FileError,
-    LabelError,
-    MissingFileError,
-    MissingPackageError,
-    ModelError,
-    NotFoundError,
-    OutOfMemoryError,
-    SolveError,
-    StateError,
-    StreamError,
-    TableError,
-)
-from zdbcc._symbols import Alias, Equation, Parameter, Set, Slice, Symbol, Variable
-from zdbcc._tables import CsvWarning, Difference, Imported, SymbolDifference, diff, read_csv
-from zdbcc._values import EPS, INF, NA, UNDEF, Values
-
 if _TYPE_CHECKING:
+    from zdbcc._core import __version__
+    from zdbcc._database import Database, Violation, open
+    from zdbcc._errors import (
+        ArgumentError,
+        ClosedError,
+        DamagedError,
+        DomainError,
+        Error,
+        ExistsError,
+        FileError,
+        LabelError,
+        MissingFileError,
+        MissingPackageError,
+        ModelError,
+        NotFoundError,
+        OutOfMemoryError,
+        SolveError,
+        StateError,
+        StreamError,
+        TableError,
+    )
     from zdbcc._models import Conflict, Model, ModelSymbol
     from zdbcc._numbers import Numbers
     from zdbcc._opened import Solver, solvers
     from zdbcc._plots import plot
     from zdbcc._results import Result
+    from zdbcc._symbols import Alias, Equation, Parameter, Set, Slice, Symbol, Variable
+    from zdbcc._tables import CsvWarning, Difference, Imported, SymbolDifference, diff, read_csv
+    from zdbcc._values import EPS, INF, NA, UNDEF, Values
 
 __all__ = [
     "EPS",
@@ -94,17 +94,21 @@ __all__ = [
     "solvers",
 ]
 
-# What needs the solvers is loaded when it is first used.
-_LATE = {
-    "Conflict": "_models",
-    "Model": "_models",
-    "ModelSymbol": "_models",
-    "Numbers": "_numbers",
-    "Result": "_results",
-    "Solver": "_opened",
-    "plot": "_plots",
-    "solvers": "_opened",
+# A name loads what it needs when it is first used: numpy, or with models the solvers.
+_WHERE = {
+    "_core": ("__version__",),
+    "_database": ("Database", "Violation", "open"),
+    "_errors": tuple(name for name in __all__ if name.endswith("Error")),
+    "_models": ("Conflict", "Model", "ModelSymbol"),
+    "_numbers": ("Numbers",),
+    "_opened": ("Solver", "solvers"),
+    "_plots": ("plot",),
+    "_results": ("Result",),
+    "_symbols": ("Alias", "Equation", "Parameter", "Set", "Slice", "Symbol", "Variable"),
+    "_tables": ("CsvWarning", "Difference", "Imported", "SymbolDifference", "diff", "read_csv"),
+    "_values": ("EPS", "INF", "NA", "UNDEF", "Values"),
 }
+_LATE = {name: module for module, names in _WHERE.items() for name in names}
 
 
 def __getattr__(name: str) -> object:

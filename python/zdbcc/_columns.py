@@ -26,6 +26,8 @@ class Shape(NamedTuple):
     values: int
     #: The elements of the set that is the domain of a position; raises if none is.
     elements: Callable[[int], list[str]]
+    #: Names of the positions, as in frames; empty if nobody has given them names.
+    positions: list[str]
 
     @property
     def has_texts(self) -> bool:
@@ -58,14 +60,16 @@ def columns_of(data: Any, shape: Shape) -> Columns:
     if _is(data, "pandas", "Series"):
         return _from_series(data, shape)
     if _is(data, "xarray", "DataArray"):
-        return _from_dense(data.values, _coordinates(data, shape), shape)
+        return _from_array(data, shape)
+    if hasattr(data, "tocoo"):  # of scipy
+        return _from_sparse(data, shape)
     if _is_dense(data, shape):
         return _from_dense(data, [shape.elements(i) for i in range(shape.dim)], shape)
     if isinstance(data, Mapping):
         keys = list(data)
         rows = list(data.values())
         return _join(_keys(keys, shape), _values(rows, shape), len(keys), shape)
-    if shape.dim == 0:
+    if shape.dim == 0 and not _are_rows(data):
         return _join([], _values([data], shape), 1, shape)
     if isinstance(data, str | bytes) or not isinstance(data, Iterable):
         raise ArgumentError(
@@ -73,6 +77,11 @@ def columns_of(data: Any, shape: Shape) -> Columns:
             "DataFrame, a Series, a dict, rows or an Arrow stream"
         )
     return _from_rows(data.tolist() if isinstance(data, np.ndarray) else list(data), shape)
+
+
+def _are_rows(data: Any) -> bool:
+    """Whether records without labels are rows, and not the values of one record."""
+    return isinstance(data, list) and all(isinstance(row, tuple) for row in data)
 
 
 def _is_dense(data: Any, shape: Shape) -> bool:
@@ -85,7 +94,8 @@ def _is_dense(data: Any, shape: Shape) -> bool:
     )
 
 
-def _coordinates(array: Any, shape: Shape) -> list[list[str]]:
+def _from_array(array: Any, shape: Shape) -> Columns:
+    """An array of xarray, whose dimensions have names: those of the positions in any order."""
     if array.ndim != shape.dim:
         raise ArgumentError(
             f"the array has {array.ndim} dimensions, but {shape.name} has {shape.dim} positions"
@@ -95,23 +105,49 @@ def _coordinates(array: Any, shape: Shape) -> list[list[str]]:
             raise ArgumentError(
                 f"the array has no labels along {dim!r}; give it coordinates that are labels"
             )
-    return [array.coords[dim].values.tolist() for dim in array.dims]
+    if sorted(map(str, array.dims)) == sorted(shape.positions):
+        array = array.transpose(*shape.positions)
+    labels = [array.coords[dim].values.tolist() for dim in array.dims]
+    return _from_dense(array.values, labels, shape)
 
 
-def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> Columns:
-    """A record for each entry but nan; of a set, an element for each that is true."""
+def _require_entries(values: Any, labels: list[list[str]], shape: Shape) -> None:
+    """Raises unless an array has an entry for each element, and of a set bool."""
     sizes = tuple(len(each) for each in labels)
     if values.shape != sizes:
         raise ArgumentError(
             f"the array has the shape {values.shape}, but the domains of {shape.name} have "
             f"{' x '.join(map(str, sizes))} elements"
         )
+    if shape.has_texts and values.dtype.kind != "b":
+        raise ArgumentError(
+            f"the array has the type {values.dtype}; one for {shape.name}, a set, has bool: "
+            "true for each element"
+        )
+
+
+def _from_sparse(matrix: Any, shape: Shape) -> Columns:
+    """A record for each entry that is stored, over the elements of two domains."""
+    if shape.dim != 2:
+        raise ArgumentError(f"a sparse matrix has 2 positions, but {shape.name} has {shape.dim}")
+    labels = [shape.elements(i) for i in range(2)]
+    _require_entries(matrix, labels, shape)
+    entries = matrix.tocoo(copy=True)
+    entries.sum_duplicates()
     if shape.has_texts:
-        if values.dtype.kind != "b":
-            raise ArgumentError(
-                f"the array has the type {values.dtype}; one for {shape.name}, a set, has bool: "
-                "true for each element"
-            )
+        entries.eliminate_zeros()
+    places: list[Column] = [
+        (place.astype(np.int32), each)
+        for place, each in zip((entries.row, entries.col), labels, strict=True)
+    ]
+    numbers: list[Column] = [] if shape.has_texts else [doubles(entries.data, "the sparse matrix")]
+    return _join(places, numbers, len(entries.data), shape)
+
+
+def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> Columns:
+    """A record for each entry but nan; of a set, an element for each that is true."""
+    _require_entries(values, labels, shape)
+    if shape.has_texts:
         chosen = np.nonzero(values)
         numbers: list[Column] = []
     else:
@@ -125,16 +161,38 @@ def _from_dense(values: NDArray[Any], labels: list[list[str]], shape: Shape) -> 
 
 
 def _join(labels: list[Column], values: list[Column], rows: int, shape: Shape) -> Columns:
-    for column in labels:
-        if isinstance(column, tuple) and rows and int(column[0].min()) < 0:
-            row = int(np.argmax(column[0] < 0))
-            error = LabelError(
-                f"row {row} of the records of {shape.name} has no label (a missing value); "
-                "fill it or leave the row out"
-            )
-            error.row = row
-            raise error
-    return Columns(rows, labels + values)
+    checked = [_coded(*c, shape) if isinstance(c, tuple) and rows else c for c in labels]
+    return Columns(rows, checked + values)
+
+
+def _coded(codes: NDArray[np.int32], texts: list[Any], shape: Shape) -> Column:
+    """Places in a list of labels; what is in the list and in no row may be anything."""
+    if int(codes.min()) < 0:
+        row = int(np.argmax(codes < 0))
+        raise _at_row(
+            row,
+            f"row {row} of the records of {shape.name} has no label (a missing value); "
+            "fill it or leave the row out",
+        )
+    others = [place for place, text in enumerate(texts) if not isinstance(text, str)]
+    if not others:
+        return codes, texts
+    used = np.isin(codes, others)
+    if used.any():
+        row = int(np.argmax(used))
+        label = texts[codes[row]]
+        raise _at_row(
+            row,
+            f"row {row} is {label!r} ({type(label).__name__}), not a str; convert it or leave the "
+            "row out",
+        )
+    return codes, [text if isinstance(text, str) else "" for text in texts]
+
+
+def _at_row(row: int, message: str) -> LabelError:
+    error = LabelError(message)
+    error.row = row
+    return error
 
 
 def _from_rows(rows: list[Any], shape: Shape) -> Columns:
@@ -227,7 +285,9 @@ def _labels_of(column: Any) -> Column:
 
 
 def _numbers_of(column: Any, what: str) -> NDArray[np.float64]:
-    if str(column.dtype) in {"Float64", "Float32"} or str(column.dtype).startswith(("Int", "UInt")):
+    dtype = column.dtype
+    has_na = not isinstance(dtype, np.dtype) and not str(dtype).startswith("Sparse")
+    if has_na and dtype.kind in "biuf":  # of pandas or of pyarrow; pd.NA would make them objects
         column = column.to_numpy(np.float64, na_value=np.nan)
     return doubles(column, what)
 

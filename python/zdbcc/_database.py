@@ -9,7 +9,15 @@ from typing import TYPE_CHECKING, Any, NamedTuple, TypeAlias
 import numpy as np
 
 from zdbcc import _core
-from zdbcc._errors import ArgumentError, ClosedError, DomainError, ExistsError, NotFoundError
+from zdbcc._errors import (
+    ArgumentError,
+    ClosedError,
+    DomainError,
+    ExistsError,
+    NotFoundError,
+    list_of,
+    path_of,
+)
 from zdbcc._records import counted
 from zdbcc._symbols import (
     CLASSES,
@@ -29,6 +37,9 @@ if TYPE_CHECKING:
     from numpy.typing import NDArray
 
     from zdbcc._tables import Imported
+
+#: Symbols that a notebook shows.
+_SHOWN = 20
 
 #: Domains of a symbol: sets or their names, "*" for any label; a name that no set has is only
 #: a name.
@@ -82,11 +93,24 @@ class Database(Mapping[str, Symbol]):
         <Database: 0 symbols, 0 labels>
         """
         db = cls()
-        db._core.read_memory(data)
+        try:
+            db._core.read_memory(data)
+        except TypeError:
+            raise ArgumentError(
+                f"the bytes of a file are bytes or a buffer, not {data!r}; open() takes a path"
+            ) from None
         return db
 
     def to_bytes(self, *, check_domains: bool = True) -> bytes:
-        """The bytes of a data file; see ``write``."""
+        """The bytes of a data file; see ``write`` for what it raises.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> p = db.add_parameter("p", "*", {"a": 1.5})
+        >>> zdbcc.Database.from_bytes(db.to_bytes())["p"].to_dict()
+        {'a': 1.5}
+        """
         if check_domains:
             self._require_domains()
         return self._core.write_memory(False)
@@ -107,7 +131,7 @@ class Database(Mapping[str, Symbol]):
         ...     len(zdbcc.open(path))
         0
         """
-        name = os.fspath(path)
+        name = path_of(path)
         if check_domains:
             self._require_domains()
         self._core.write_file(name, False)
@@ -150,14 +174,23 @@ class Database(Mapping[str, Symbol]):
         """
         from zdbcc._tables import write_sqlite
 
-        target = os.fspath(path)
-        names = [self[name].name for name in ([symbols] if isinstance(symbols, str) else symbols)]
+        target = path_of(path)
+        chosen = [symbols] if isinstance(symbols, str) else list_of(symbols, "symbols")
+        names = [self[name].name for name in chosen]
         if not overwrite and os.path.exists(target):
             raise ExistsError(f"{target} exists; pass overwrite=True to replace it")
         write_sqlite(self, target, names, overwrite)
 
     def close(self) -> None:
-        """Frees the database; its symbols can no longer be used. May be called again."""
+        """Frees the database; its symbols can no longer be used. May be called again.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> db.close()
+        >>> db
+        <Database (closed)>
+        """
         self._core.close()
 
     @property
@@ -198,12 +231,31 @@ class Database(Mapping[str, Symbol]):
         return len(self._core.symbols())
 
     def __contains__(self, name: object) -> bool:
-        return isinstance(name, str) and self._core.find(name) is not None
+        try:
+            return isinstance(name, str) and self._core.find(name) is not None
+        except ArgumentError:  # no name, such as one with a NUL
+            return False
 
     __hash__ = object.__hash__
 
     def __eq__(self, other: object) -> bool:
         return self is other
+
+    def __reduce__(self) -> Any:
+        """Copies and pickles are those of its file."""
+        return _unpickled, (self.to_bytes(check_domains=False), self.imported)
+
+    def _repr_html_(self) -> str:
+        import html  # only notebooks need it
+
+        summary = html.escape(repr(self))
+        if self.closed or not len(self):
+            return f"<code>{summary}</code>"
+        symbols = list(self.values())
+        lines = "".join(f"<li><code>{html.escape(repr(s))}</code></li>" for s in symbols[:_SHOWN])
+        more = len(symbols) - _SHOWN
+        note = f"<p>and {more} more</p>" if more > 0 else ""
+        return f"<details><summary><code>{summary}</code></summary><ul>{lines}</ul>{note}</details>"
 
     def __repr__(self) -> str:
         if self.closed:
@@ -234,12 +286,13 @@ class Database(Mapping[str, Symbol]):
 
     @property
     def labels(self) -> list[str]:
-        """All labels; that of number n, from 1, is at place n - 1."""
+        """All labels; that of number n, from 1, is at place n - 1. A new list each time."""
         return self._core.labels(1, self._label_count()) if self._label_count() else []
 
     def add_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
         """Adds labels, or finds those that are there, and returns their numbers.
 
+        A text of blanks only is no label, and has the number 0.
         Raises ``LabelError`` with the row of a label that is not valid; none has been added then.
 
         Examples
@@ -247,11 +300,25 @@ class Database(Mapping[str, Symbol]):
         >>> zdbcc.Database().add_labels(["a", "b", "A"])
         array([1, 2, 1], dtype=int32)
         """
-        return self._core.add_labels(list(labels))
+        return self._core.add_labels(list_of(labels, "labels"))
 
     def find_labels(self, labels: Iterable[str]) -> NDArray[np.int32]:
-        """The numbers of labels, -1 for those that are not there."""
-        return self._core.find_labels(list(labels))
+        """The numbers of labels, -1 for those that are not there.
+
+        Returns
+        -------
+        int32 array of shape (labels,)
+
+        Raises ``LabelError`` for what is not a str.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> numbers = db.add_labels(["a", "b"])
+        >>> db.find_labels(["B", "c"])
+        array([ 2, -1], dtype=int32)
+        """
+        return self._core.find_labels(list_of(labels, "labels"))
 
     # ---- Symbols ----
 
@@ -261,7 +328,7 @@ class Database(Mapping[str, Symbol]):
         for what, value in (("name", name), ("text", text)):
             if not isinstance(value, str):
                 raise ArgumentError(f"the {what} of a symbol is a str, not {value!r}")
-        parts = [domain] if isinstance(domain, str | Symbol) else list(domain)
+        parts = [domain] if isinstance(domain, str | Symbol) else list_of(domain, "domains")
         names = [part.name if isinstance(part, Symbol) else part for part in parts]
         for part in names:
             if not isinstance(part, str):
@@ -378,13 +445,37 @@ class Database(Mapping[str, Symbol]):
     def remove(self, name: str) -> None:
         """Removes a symbol with its records; its labels stay.
 
-        Raises ``StateError`` for a set that is a domain of another symbol or has an alias.
+        Raises ``StateError`` for a set that is a domain of another symbol or has an alias,
+        ``NotFoundError`` for a name that is not there.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> i = db.add_set("i", ["a"])
+        >>> db.remove("i")
+        >>> list(db), db.labels
+        ([], ['a'])
         """
         self._core.remove(self[name]._core)
 
     def rename(self, name: str, new: str) -> None:
-        """Gives a symbol another name; ``ExistsError`` if that is taken."""
-        self[name]._core.rename(new)
+        """Gives a symbol another name.
+
+        Raises ``ExistsError`` if that is taken, ``LabelError`` if it cannot be a name,
+        ``NotFoundError`` if there is no such symbol.
+
+        Examples
+        --------
+        >>> db = zdbcc.Database()
+        >>> i = db.add_set("i", ["a"])
+        >>> db.rename("i", "step")
+        >>> i
+        <Set step(*): 1 record>
+        """
+        symbol = self[name]
+        if not isinstance(new, str):
+            raise ArgumentError(f"the name of a symbol is a str, not {new!r}")
+        symbol._core.rename(new)
 
     # ---- Domains ----
 
@@ -437,6 +528,12 @@ class Database(Mapping[str, Symbol]):
         raise error
 
 
+def _unpickled(data: bytes, imported: tuple[Imported, ...]) -> Database:
+    db = Database.from_bytes(data)
+    db.imported = imported
+    return db
+
+
 def _kind(kind: str, kinds: tuple[str, ...]) -> int:
     if kind not in kinds:
         raise ArgumentError(f"there is no kind {kind!r}; it is one of {', '.join(kinds)}")
@@ -452,12 +549,19 @@ def open(path: str | os.PathLike[str]) -> Database:  # noqa: A001
 
     Examples
     --------
-    >>> with zdbcc.open("diet.zxf") as db:  # doctest: +SKIP
-    ...     db["price"]["Cabbage"]
+    >>> import pathlib, tempfile
+    >>> db = zdbcc.Database()
+    >>> price = db.add_parameter("price", "*", {"Cabbage": 25.0})
+    >>> with tempfile.TemporaryDirectory() as folder:
+    ...     path = pathlib.Path(folder) / "diet.zxf"
+    ...     db.write(path)
+    ...     with zdbcc.open(path) as diet:
+    ...         diet["price"]["cabbage"]
+    25.0
     """
     db = Database()
     try:
-        db._core.read_file(os.fspath(path))
+        db._core.read_file(path_of(path))
     except BaseException:
         db.close()
         raise

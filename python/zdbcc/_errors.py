@@ -4,6 +4,8 @@ from __future__ import annotations
 
 import errno
 import os
+import re
+from collections.abc import Iterable
 from typing import Any
 
 
@@ -139,6 +141,34 @@ class MissingPackageError(Error, ImportError):
     kind = "missing package"
 
 
+def path_of(path: Any) -> str:
+    """The name of a file, in any of the forms that Python has for it."""
+    try:
+        return os.fsdecode(path)
+    except TypeError:
+        raise ArgumentError(f"a file is named by a str or a path, not by {path!r}") from None
+
+
+def list_of(items: Any, what: str) -> list[Any]:
+    """The items of an argument that is several of something, and not one text."""
+    if isinstance(items, str | bytes) or not isinstance(items, Iterable):
+        raise ArgumentError(f"{what} are a list, such as ['a', 'b'], and not {items!r}")
+    return list(items)
+
+
+def needed(module: str) -> Any:
+    """A module of a package that a call needs; MissingPackageError if it is not there."""
+    import importlib
+
+    try:
+        return importlib.import_module(module)
+    except ImportError as error:
+        package = module.partition(".")[0]
+        raise MissingPackageError(
+            f"this needs the package {package}: pip install {package} ({error})"
+        ) from error
+
+
 # The kinds of zdbx.h by number, and those of the module for models.
 _KINDS: dict[int, tuple[str, type[Error]]] = {
     1: ("not found", NotFoundError),
@@ -165,6 +195,7 @@ def make(kind: int, message: str, reason: str, row: int, position: int) -> Error
     name, cls = _KINDS.get(kind, ("other", Error))
     if cls is FileError and os.strerror(errno.ENOENT) in f"{message} {reason}":
         cls = MissingFileError
+    message = re.sub(r"^zdbx_\w+: ", "", message)  # the call that Python's makes
     text = message if not reason or reason in message else f"{message}: {reason}"
     error = cls(text)
     error.kind = name

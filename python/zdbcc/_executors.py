@@ -2,16 +2,21 @@
 
 from __future__ import annotations
 
+import os
+import shutil
+import tempfile
 from collections import deque
 from collections.abc import Callable
 from concurrent.futures import FIRST_COMPLETED, BrokenExecutor, Executor, Future, wait
 from concurrent.futures.process import ProcessPoolExecutor
 from dataclasses import dataclass
+from pathlib import Path
 from typing import TYPE_CHECKING, Any
 
-from zdbcc import _worker
+import numpy as np
+
 from zdbcc._errors import ArgumentError, Error
-from zdbcc._worker import Outcomes, solve_chunk
+from zdbcc._worker import Outcomes, check_chunk, leave_interrupts, solve_chunk
 
 if TYPE_CHECKING:
     from zdbcc._sweep import Sweep
@@ -23,8 +28,8 @@ _MOST = 1000
 _WORKERS = 8
 
 
-#: Seconds that workers have to end a solve after Ctrl-C, which they may have got as well.
-_PATIENCE = 2.0
+#: Seconds that workers have at most to give what they have solved after Ctrl-C.
+_PATIENCE = 5.0
 
 
 @dataclass(frozen=True)
@@ -54,11 +59,11 @@ class _Pool:
     def __init__(self, executor: Any) -> None:
         self._own: ProcessPoolExecutor | None = None
         self._make: Callable[[], ProcessPoolExecutor] | None = None
-        if isinstance(executor, int) and not isinstance(executor, bool):
+        if isinstance(executor, int | np.integer) and not isinstance(executor, bool):
             if executor < 1:
                 raise ArgumentError(f"there must be at least one process, not {executor}")
-            count = executor
-            self._make = lambda: ProcessPoolExecutor(count)
+            count = int(executor)
+            self._make = lambda: ProcessPoolExecutor(count, initializer=leave_interrupts)
             self._own = executor = self._make()
         elif not hasattr(executor, "submit"):
             raise ArgumentError(
@@ -76,14 +81,14 @@ class _Pool:
         self.executor: Executor = executor
         self.workers = _workers_of(executor)
 
-    def submit(self, *arguments: Any) -> Future[Any]:
-        """Has a chunk solved."""
+    def submit(self, function: Callable[..., Any], *arguments: Any) -> Future[Any]:
+        """Has a worker call a function."""
         try:
-            return self.executor.submit(solve_chunk, *arguments)
+            return self.executor.submit(function, *arguments)
         except BrokenExecutor:
             if not self.renew():
                 raise
-            return self.executor.submit(solve_chunk, *arguments)
+            return self.executor.submit(function, *arguments)
 
     def renew(self) -> bool:
         """Replaces processes that have ended; whether it can."""
@@ -123,6 +128,29 @@ class _Run:
         self._suspects: deque[_Part] = deque()
         self._flying: dict[Future[Any], _Part] = {}
         self._done = 0
+        # A file in it has workers stop, whatever they run on, where they see the same folder.
+        self._folder = tempfile.mkdtemp(prefix="zdbcc-")
+        self._stop = os.path.join(self._folder, "stop")
+
+    def check(self) -> None:
+        """Has all values of params translated; raises for the first that the model refuses."""
+        waiting = deque(self._waiting)
+        flying: deque[tuple[_Part, Future[Any]]] = deque()
+        while waiting or flying:
+            while waiting and len(flying) < 2 * self._pool.workers:
+                part = waiting.popleft()
+                flying.append((part, self._pool.submit(check_chunk, *self._arguments(part))))
+            part, future = flying.popleft()
+            try:
+                refused = future.result()
+            except Error:
+                raise
+            except Exception:  # its worker has ended, and will be looked into when it solves
+                continue
+            if refused is not None:
+                for _, other in flying:
+                    other.cancel()
+                self._sweep.refuse(part.first + refused[0], refused[1])
 
     def run(self) -> None:
         """Solves all, or up to a failure that ends the sweep."""
@@ -130,7 +158,8 @@ class _Run:
             self._hand_out()
             done, _ = wait(self._flying, return_when=FIRST_COMPLETED)
             for future in done:
-                self._take(future, self._flying.pop(future))
+                self._take(future, self._flying[future])
+                del self._flying[future]  # not before: Ctrl-C may come in between
             self._show(self._done)
             if self._sweep.outcomes.failures and not self._sweep.job.keep_going:
                 self._drop_later()
@@ -145,17 +174,18 @@ class _Run:
                 return
             self._submit(self._waiting.popleft())
 
-    def _submit(self, part: _Part) -> None:
+    def _arguments(self, part: _Part) -> tuple[Any, ...]:
         rows = slice(part.first, part.first + part.count)
         sweep = self._sweep
-        future = self._pool.submit(
-            sweep.digest, sweep.packed, sweep.values(rows), sweep.params(rows)
-        )
+        return sweep.digest, sweep.packed, sweep.values(rows), sweep.params(rows)
+
+    def _submit(self, part: _Part) -> None:
+        future = self._pool.submit(solve_chunk, *self._arguments(part), self._stop)
         self._flying[future] = part
 
     def _take(self, future: Future[Any], part: _Part) -> None:
         try:
-            outcomes, is_stopped = future.result()
+            outcomes, solved, is_stopped = future.result()
         except Error:
             raise
         except Exception as error:
@@ -164,7 +194,11 @@ class _Run:
         self._sweep.outcomes.take(part.first, outcomes)
         if is_stopped:
             raise KeyboardInterrupt
-        self._done += part.count
+        self._done += solved
+        has_failed = bool(outcomes.failures) and not self._sweep.job.keep_going
+        if solved < part.count and not has_failed:  # the rest of its turn
+            queue = self._suspects if part.is_suspect else self._waiting
+            queue.appendleft(_Part(part.first + solved, part.count - solved, part.is_suspect))
 
     def _lose(self, part: _Part, error: Exception) -> None:
         """Halves a chunk whose worker has ended, or blames its only scenario."""
@@ -189,15 +223,19 @@ class _Run:
                 del self._flying[future]
 
     def stop(self) -> None:
-        """Cancels what has not begun, stops what runs in this process, and takes what is done."""
+        """Cancels what has not begun, stops what runs, and takes what is done."""
+        Path(self._stop).touch()
         for future in self._flying:
             future.cancel()
-        _worker.stop_all()
         wait(self._flying, timeout=_PATIENCE)
         self._pool.is_stopping = True
         for future, part in self._flying.items():
             if future.done() and not future.cancelled() and future.exception() is None:
                 self._sweep.outcomes.take(part.first, future.result()[0])
+
+    def close(self) -> None:
+        """Leaves nothing behind."""
+        shutil.rmtree(self._folder, ignore_errors=True)
 
 
 def run_on(sweep: Sweep, executor: Any, chunk: int | None, show: Callable[[int], None]) -> None:
@@ -205,9 +243,12 @@ def run_on(sweep: Sweep, executor: Any, chunk: int | None, show: Callable[[int],
     pool = _Pool(executor)
     run = _Run(sweep, pool, chunk, show)
     try:
+        if sweep.checks_params:
+            run.check()
         run.run()
     except BaseException:
         run.stop()
         raise
     finally:
         pool.close()
+        run.close()

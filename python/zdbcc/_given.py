@@ -2,14 +2,15 @@
 
 from __future__ import annotations
 
-from collections.abc import Iterable, Mapping
+from collections.abc import Iterable, Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
 from zdbcc._errors import ArgumentError
 from zdbcc._names import Name, parse
-from zdbcc._numbers import check_values, is_number
+from zdbcc._numbers import check_values
+from zdbcc._values import is_number
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -52,12 +53,22 @@ def positions(records: Any) -> int:
     if isinstance(records, Mapping):
         first = next(iter(records), "")
         return len(first) if isinstance(first, tuple) else 1
+    if hasattr(records, "dim"):  # a symbol
+        return int(records.dim)
+    if hasattr(records, "dims"):  # of xarray
+        return len(records.dims)
     index = getattr(records, "index", None)
     if index is not None and hasattr(records, "shape") and hasattr(index, "nlevels"):
         if len(records.shape) == 1:
             return int(index.nlevels)
         return int(records.shape[1]) - 1 or int(index.nlevels)
-    if hasattr(records, "dim"):
-        return int(records.dim)
-    rows = list(records)
+    if hasattr(records, "__arrow_c_stream__"):
+        names = getattr(records, "column_names", None) or getattr(records, "columns", None)
+        return len(names if names is not None else records.schema) - 1
+    rows = list(records) if isinstance(records, Sequence) else []
     return len(rows[0]) - 1 if rows and not isinstance(rows[0], str) else 0
+
+
+def kept(records: Any) -> Any:
+    """Records that can be read twice: those of an iterator as a list."""
+    return list(records) if isinstance(records, Iterator) else records

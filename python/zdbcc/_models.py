@@ -12,6 +12,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 
 import numpy as np
 
+from zdbcc._case import lower
 from zdbcc._database import Database
 from zdbcc._errors import (
     ArgumentError,
@@ -21,11 +22,12 @@ from zdbcc._errors import (
     NotFoundError,
     SolveError,
 )
-from zdbcc._given import bracketed, canonical, checked, positions, require_finite
+from zdbcc._given import bracketed, canonical, checked, kept, positions, require_finite
 from zdbcc._names import Name, entry, parse
-from zdbcc._numbers import Numbers, Rows, is_number, records_of
+from zdbcc._numbers import Numbers, Rows, records_of
 from zdbcc._opened import Opened, Options, Params, SourceText, read_bytes, solver_of
 from zdbcc._results import Result
+from zdbcc._values import is_number
 
 if TYPE_CHECKING:
     from concurrent.futures import Executor
@@ -144,8 +146,13 @@ class Model:
 
         Examples
         --------
-        >>> with zdbcc.Model.read("transport.mps") as model:  # doctest: +SKIP
-        ...     model.solve().objective
+        >>> import pathlib, tempfile
+        >>> with tempfile.TemporaryDirectory() as folder:
+        ...     path = pathlib.Path(folder) / "lunch.mod"
+        ...     n = path.write_text(LUNCH)
+        ...     with zdbcc.Model.read(path, changes=["need.rhs"]) as model:
+        ...         model.solve().objective
+        14.0
         """
         name, text = read_bytes(path)
         data_name, data_text = (None, b"") if data is None else read_bytes(data)
@@ -238,7 +245,15 @@ class Model:
         )
 
     def close(self) -> None:
-        """Frees the model; results keep what was read of them. May be called again."""
+        """Frees the model; results keep what was read of them. May be called again.
+
+        Examples
+        --------
+        >>> model = zdbcc.Model.from_text(LUNCH)
+        >>> model.close()
+        >>> model
+        <Model model (closed)>
+        """
         with self._lock:
             result = self._living_result()
             if result is not None:
@@ -271,29 +286,56 @@ class Model:
         yield from self._param_names()
         parts = self._opened.parts
         for part in parts.values():
-            name, of_row = part.name, part.name.lower().removesuffix("_range")
+            name, of_row = part.name, lower(part.name).removesuffix("_range")
             if part.is_added or name == self._opened.objective:
                 continue
-            if part.is_variable and name.lower().endswith("_var"):
+            if part.is_variable and lower(name).endswith("_var"):
                 yield name[: -len("_var")]
-            elif part.is_variable and (of_row == name.lower() or of_row not in parts):
+            elif part.is_variable and (of_row == lower(name) or of_row not in parts):
                 yield from (f"{name}.{attribute}" for attribute in ("lo", "up", "fx", "cost"))
             elif not part.is_variable:
-                has_two = f"{name.lower()}_range" in parts
+                has_two = f"{lower(name)}_range" in parts
                 row = self._opened.row_names[name]
                 yield from (
                     f"{row}.{each}" for each in (("lo", "up", "fx") if has_two else ("rhs",))
                 )
 
     def keys(self) -> list[str]:
-        """The same as a list."""
+        """Names of what can be changed, as a list.
+
+        Examples
+        --------
+        >>> zdbcc.Model.from_text(LUNCH).keys()[:4]
+        ['buy.lo', 'buy.up', 'buy.fx', 'buy.cost']
+        """
         return list(self)
 
     def __contains__(self, name: object) -> bool:
+        """Whether it is one of those names, of all entries, of one, or of what is changed."""
         if not isinstance(name, str):
             return False
-        key = parse(name)
-        return key.key in {parse(each).key for each in self} or key.key in self._numbers
+        try:
+            key = parse(name)
+        except ArgumentError:
+            return False
+        with self._lock:
+            if key.key in self._numbers:
+                return True
+            if key.with_(None).key not in {parse(each).key for each in self}:
+                return False
+            return key.labels is None or self._has_entry(key)
+
+    def _has_entry(self, key: Name) -> bool:
+        """Whether the symbol of a name that can be changed has an entry with its labels."""
+        names = {lower(row): name for name, row in self._opened.row_names.items()}
+        symbol = lower(key.symbol)
+        part = self._opened.parts.get(lower(names.get(symbol, symbol)))
+        part = part or self._opened.parts.get(f"{symbol}_var")
+        if part is None:  # a param, of which only its translator knows the entries
+            return key.text in self._params
+        columns = self._opened.texts(self._opened.core.read(part.name)[0])
+        wanted = tuple(map(lower, key.labels or ()))
+        return any(tuple(map(lower, row)) == wanted for row in zip(*columns, strict=True))
 
     def _param_names(self) -> list[str]:
         if self._known_params is None:
@@ -357,7 +399,7 @@ class Model:
                     text: value
                     for text, value in self._params.items()
                     if parse(text).symbol != key.symbol
-                    or (key.labels is not None and parse(text).key != key.key)
+                    or key.labels not in (None, parse(text).labels)
                 }
                 self._reopen(self._opened.names, keep)
                 return
@@ -439,7 +481,7 @@ class Model:
         name = opened.names[number]
         numbers = self._numbers.get(name.key)
         if numbers is None:
-            plain = re.sub(r"\W+", "_", name.text).strip("_")[:50]
+            plain = "n_" + re.sub(r"\W+", "_", name.text, flags=re.ASCII).strip("_")[:48]
             place = len(self._database) // 2
             dim = opened.changes[number][3]
             made = [
@@ -483,11 +525,11 @@ class Model:
         self._params = dict(params)
         self._numbers = {key: n for key, n in self._numbers.items() if key in places}
         old.core.close()
-        for number in range(len(opened.names)):
-            numbers = self._take_numbers(opened, number, *base[number])
-            rows, values = changed.get(number, ([], np.empty(0)))
+        taken = [self._take_numbers(opened, n, *base[n]) for n in range(len(opened.names))]
+        for number, (rows, values) in changed.items():
             if rows:
-                numbers._take(rows, values)
+                taken[number]._take(rows, values)
+                self._take_elsewhere(taken[number], rows, values)
 
     # ---- Params of MathProg models ----
 
@@ -497,6 +539,7 @@ class Model:
                 raise ArgumentError(f"{key.text} is one number, and cannot be {records!r}")
             rows, values = [list(key.labels)], np.array([float(records)])
         else:
+            records = kept(records)
             rows, values = records_of(records, key.symbol, positions(records))
         require_finite(values, key)
         texts = (entry(key.symbol, tuple(row)) for row in rows)
@@ -579,6 +622,8 @@ class Model:
         """
         options = Options(solver, time_limit, iteration_limit, gap, absolute_gap, relax, direction)
         options.check()
+        if log is not None and not callable(log):
+            raise ArgumentError(f"log must be a function of a line, such as print, and not {log!r}")
         with self._lock:
             self._require_open()
             core = self._opened.core
@@ -646,6 +691,7 @@ class Model:
         >>> [(each.name, each.side) for each in model.conflicts()]
         [('need[energy]', 'lower'), ('buy[milk]', 'upper'), ('buy[bread]', 'upper')]
         """
+        Options(None, time_limit, None, None, None, False, None).check()
         sides = {1: "lower", 2: "upper", 3: "both"}
         with self._lock:
             self._require_open()

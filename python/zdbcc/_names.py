@@ -4,6 +4,7 @@ from __future__ import annotations
 
 from typing import NamedTuple
 
+from zdbcc._case import lower
 from zdbcc._errors import ArgumentError
 
 #: Attributes, and which value of a variable has them: of bounds their own, else the level.
@@ -25,8 +26,8 @@ class Name(NamedTuple):
     @property
     def key(self) -> tuple[str, tuple[str, ...] | None, str, str]:
         """The same for all ways to write the name."""
-        labels = None if self.labels is None else tuple(label.lower() for label in self.labels)
-        return self.symbol.lower(), labels, self.attribute, self.column.lower()
+        labels = None if self.labels is None else tuple(map(lower, self.labels))
+        return lower(self.symbol), labels, self.attribute, lower(self.column)
 
     @property
     def text(self) -> str:
@@ -115,15 +116,15 @@ def parse(text: str) -> Name:
     if not isinstance(text, str):
         raise ArgumentError(f"what changes is named by a str, not by {text!r}")
     text = text.strip()
-    lower = text.lower()
-    at = max(lower.rfind(".coef["), lower.rfind(".coef("))
+    plain = lower(text)
+    at = max(plain.rfind(".coef["), plain.rfind(".coef("))
     if at > 0 and text[-1] in "])":
         symbol, labels = parse_entry(text[:at])
         inside = text[at + len(".coef[") : -1]
         return Name(symbol, labels, "coef", f"[{inside}]")
     dot = text.rfind(".")
     has_attribute = dot > 0 and dot > max(text.rfind("]"), text.rfind(")"))
-    target, attribute = (text[:dot], lower[dot + 1 :]) if has_attribute else (text, "")
+    target, attribute = (text[:dot], plain[dot + 1 :]) if has_attribute else (text, "")
     if has_attribute and (attribute not in ATTRIBUTES or attribute == "coef"):
         raise ArgumentError(
             f"{text!r}: there is no attribute .{attribute}; use .rhs, .lo, .up, .fx, .cost or "

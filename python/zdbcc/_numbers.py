@@ -2,14 +2,16 @@
 
 from __future__ import annotations
 
+import operator
 from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
+from zdbcc._case import lower
 from zdbcc._columns import Column, Shape, columns_of
 from zdbcc._errors import ArgumentError, LabelError, NotFoundError
-from zdbcc._symbols import Parameter
-from zdbcc._values import doubles
+from zdbcc._symbols import Parameter, Slice
+from zdbcc._values import doubles, is_number
 
 if TYPE_CHECKING:
     from collections.abc import Sequence
@@ -46,13 +48,6 @@ def labels_of(column: Column) -> list[str]:
     return labels
 
 
-def is_number(value: Any) -> bool:
-    """Whether a value is one number and no collection."""
-    return isinstance(value, int | float | np.number | np.bool_) and not isinstance(
-        value, np.complexfloating
-    )
-
-
 def _elements_of_none(position: int) -> list[str]:
     raise ArgumentError(
         "an array without labels cannot be numbers of a model; pass a dict, a Series, a DataFrame "
@@ -62,6 +57,8 @@ def _elements_of_none(position: int) -> list[str]:
 
 def records_of(records: Any, name: str, dim: int) -> tuple[Rows, NDArray[np.float64]]:
     """Records in any of the forms that ``Symbol.update`` takes, as rows of labels and values."""
+    if isinstance(records, Slice):  # its stream has the fixed positions, too
+        records = records.to_dict()
     is_frame = type(records).__module__.partition(".")[0] == "pandas"
     if hasattr(records, "__arrow_c_stream__") and not is_frame:
         from zdbcc._database import Database
@@ -71,7 +68,7 @@ def records_of(records: Any, name: str, dim: int) -> tuple[Rows, NDArray[np.floa
         keys, (values,) = taken.to_arrays()
         columns = [taken.database._labels_at(key).tolist() for key in keys]
     else:
-        given = columns_of(records, Shape(name, dim, 1, _elements_of_none))
+        given = columns_of(records, Shape(name, dim, 1, _elements_of_none, []))
         columns = [labels_of(column) for column in given.columns[:dim]]
         values = np.asarray(given.columns[dim], np.float64)
     rows = [list(row) for row in zip(*columns, strict=True)] if dim else [[]] * len(values)
@@ -123,10 +120,22 @@ class Numbers(Parameter):
     def __init__(self, db: Database, core: _core.Symbol) -> None:
         super().__init__(db, core)
 
+    def __reduce__(self) -> Any:
+        """Copies and pickles bring their model along."""
+        return operator.getitem, (self._model, self.name)
+
     @property
     def name(self) -> str:
         """The name in the model, such as "demand.rhs"."""
         return self._name.text
+
+    @property
+    def _called(self) -> str:
+        return self.name
+
+    @property
+    def _title(self) -> str:
+        return self.name
 
     def __repr__(self) -> str:
         closed = "closed " if self._model.closed else ""
@@ -149,6 +158,16 @@ class Numbers(Parameter):
             The model has no such number; the message has the nearest label.
         ArgumentError
             A value that is not finite, but for bounds; records of another shape; the mode "add".
+
+        Examples
+        --------
+        >>> need = zdbcc.Model.from_text(LUNCH)["need.rhs"]
+        >>> need.update({"milk": 2})
+        >>> need.to_dict()
+        {'milk': 2.0, 'energy': 12.0}
+        >>> need.update({"energy": 14}, mode="replace")
+        >>> need.to_dict()
+        {'milk': 1.0, 'energy': 14.0}
         """
         if mode not in ("merge", "replace"):
             raise ArgumentError(f"numbers of a model cannot be added, as mode={mode!r} would")
@@ -171,19 +190,35 @@ class Numbers(Parameter):
 
     def _found(self, row: list[str]) -> tuple[str, ...]:
         """The labels of a row in the spelling of the model; those not there as they are."""
-        known = {tuple(label.lower() for label in each): each for each in self._rows()}
-        return known.get(tuple(label.lower() for label in row), tuple(row))
+        known = {tuple(map(lower, each)): each for each in self._rows()}
+        return known.get(tuple(map(lower, row)), tuple(row))
 
     def update_arrays(
         self, keys: Sequence[ArrayLike], *values: ArrayLike, mode: Mode = "merge"
     ) -> None:
-        """Changes numbers by label numbers of this parameter's database; see ``update``."""
+        """Changes numbers by label numbers of this parameter's database; see ``update``.
+
+        Examples
+        --------
+        >>> need = zdbcc.Model.from_text(LUNCH)["need.rhs"]
+        >>> need.update_arrays([need.database.find_labels(["milk"])], [2.0])
+        >>> need["milk"]
+        2.0
+        """
         labels = [self._db._labels_at(np.asarray(key, np.int32)).tolist() for key in keys]
         rows = list(zip(*labels, strict=True)) if labels else [()]
         self.update(
             [(*row, value) for row, value in zip(rows, np.ravel(values[0]).tolist(), strict=True)],
             mode=mode,
         )
+
+    def __getitem__(self, key: Any) -> Any:
+        """The number of a key, or those of a slice; see ``Symbol``."""
+        try:
+            return super().__getitem__(key)
+        except NotFoundError as error:  # the library knows the parameter by another name
+            error.args = (str(error).replace(f"Symbol {self._core.name}", self.name),)
+            raise
 
     def __setitem__(self, key: Any, value: Any) -> None:
         """Changes one number of the model."""
@@ -213,7 +248,16 @@ class Numbers(Parameter):
         self._model._set(self, rows, values)
 
     def clear(self) -> None:
-        """Brings back the values of the model's file."""
+        """Brings back the values of the model's file.
+
+        Examples
+        --------
+        >>> model = zdbcc.Model.from_text(LUNCH)
+        >>> model["need.rhs"] = 5
+        >>> model["need.rhs"].clear()
+        >>> model["need.rhs"].to_dict()
+        {'milk': 1.0, 'energy': 12.0}
+        """
         self._model._set(self, [list(row) for row in self._rows()], self._base.to_numpy())
 
     def _take(self, rows: Rows, values: NDArray[np.float64]) -> None:

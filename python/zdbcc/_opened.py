@@ -14,7 +14,8 @@ import numpy as np
 from numpy.typing import NDArray
 
 from zdbcc import _kit
-from zdbcc._errors import ArgumentError, FileError, MissingFileError
+from zdbcc._case import lower
+from zdbcc._errors import ArgumentError, FileError, MissingFileError, path_of
 from zdbcc._highs import tell_kit
 from zdbcc._names import ATTRIBUTES, Name
 from zdbcc._numbers import Rows
@@ -73,7 +74,7 @@ def _source(text: SourceText) -> _kit.Source:
 
 def read_bytes(path: str | os.PathLike[str]) -> tuple[str, bytes]:
     """The name of a file and its bytes; what gzip has packed is unpacked, and ``.gz`` dropped."""
-    name = os.fspath(path)
+    name = path_of(path)
     try:
         data = Path(name).read_bytes()
         packed = data[:2] == b"\x1f\x8b"
@@ -115,9 +116,9 @@ class Opened:
         self.changes = self.core.changes()
         self.direction = self.core.state()["direction"]
         pairs = zip(names, self.changes, strict=True)
-        added = {change[0].lower() for name, change in pairs if name.attribute in _ADDING}
+        added = {lower(change[0]) for name, change in pairs if name.attribute in _ADDING}
         self.parts: Parts = {
-            symbol[0].lower(): Part(*symbol, symbol[0].lower() in added)
+            lower(symbol[0]): Part(*symbol, lower(symbol[0]) in added)
             for symbol in self.core.symbols()
         }
 
@@ -152,7 +153,7 @@ class Opened:
 
     @functools.cached_property
     def _label_numbers(self) -> dict[str, int]:
-        return {label.lower(): number for number, label in enumerate(self.labels, 1)}
+        return {lower(label): number for number, label in enumerate(self.labels, 1)}
 
     def texts(self, keys: Sequence[NDArray[np.int32]]) -> list[list[str]]:
         """Columns of label numbers as columns of texts."""
@@ -172,7 +173,7 @@ class Opened:
         fixed = self._fixed(name, dim, open_)
         chosen = np.ones(len(values), dtype=bool)
         for position, label in fixed.items():
-            chosen &= keys[position] == self._label_numbers.get(label.lower(), -1)
+            chosen &= keys[position] == self._label_numbers.get(lower(label), -1)
         left = [keys[i][chosen] for i in range(len(keys)) if i not in fixed]
         return _rows(self.texts(left), int(chosen.sum())), values[chosen]
 
@@ -191,8 +192,8 @@ class Opened:
         name = self.names[change]
         fixed = self._fixed(name, dim, open_) if open_ < dim else {}
         rest = iter(labels)
-        full = tuple((fixed[i] if i in fixed else next(rest)).lower() for i in range(dim))
-        return symbol.lower(), ATTRIBUTES.get(name.attribute, 0), full
+        full = tuple(lower(fixed[i] if i in fixed else next(rest)) for i in range(dim))
+        return lower(symbol), ATTRIBUTES.get(name.attribute, 0), full
 
     def set(self, number: int, rows: Rows, values: NDArray[np.float64]) -> None:
         """Sets numbers of a change; all or none. ``NotFoundError`` for what is not there."""
@@ -272,9 +273,17 @@ class Options(NamedTuple):
         for what, limit in limits:
             if limit is not None and not (_finite(limit, what) > 0):
                 raise ArgumentError(f"{what} must be above 0, and not {limit!r}")
+        if self.iteration_limit is not None and not (
+            isinstance(self.iteration_limit, int | np.integer) and self.iteration_limit < 2**31
+        ):
+            raise ArgumentError(
+                f"iteration_limit must be an int below 2**31, and not {self.iteration_limit!r}"
+            )
         for what, gap in (("gap", self.gap), ("absolute_gap", self.absolute_gap)):
             if gap is not None and not (_finite(gap, what) >= 0):
                 raise ArgumentError(f"{what} must be a ratio from 0 on, and not {gap!r}")
+        if not isinstance(self.relax, bool | np.bool_):
+            raise ArgumentError(f"relax must be True or False, and not {self.relax!r}")
         if self.direction not in (None, "min", "max"):
             raise ArgumentError(f"direction must be 'min' or 'max', and not {self.direction!r}")
 

@@ -7,7 +7,8 @@ from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
-from zdbcc._errors import ArgumentError, MissingPackageError, ModelError
+from zdbcc._case import lower
+from zdbcc._errors import ArgumentError, ModelError, needed
 from zdbcc._names import Name, parse
 from zdbcc._records import Records
 
@@ -23,13 +24,7 @@ _MOST_TICKS = 40
 
 
 def _axes(ax: Any) -> Any:
-    try:
-        from matplotlib import pyplot
-    except ImportError:
-        raise MissingPackageError(
-            "pictures need the package matplotlib: pip install matplotlib"
-        ) from None
-    return ax if ax is not None else pyplot.subplots()[1]
+    return ax if ax is not None else needed("matplotlib.pyplot").subplots()[1]
 
 
 def plot(
@@ -65,7 +60,7 @@ def plot(
     ------
     ArgumentError
         A kind that does not exist, or does not fit the number of positions.
-    ImportError
+    MissingPackageError
         matplotlib is not there.
 
     Examples
@@ -82,7 +77,7 @@ def plot(
     if chosen in ("heatmap", "sparsity"):
         if not is_symbol or data.dim != 2:
             raise ArgumentError(f"a {chosen} needs two open positions; fix others in a slice")
-        return _matrix(data, chosen == "sparsity", field, _axes(ax))
+        return _matrix(data, chosen == "sparsity", field, ax)
     values, what, name = _values(data, column, field)
     values = values[~np.isnan(values)]
     axes = _axes(ax)
@@ -105,7 +100,7 @@ def _values(data: Any, column: str, field: str) -> tuple[NDArray[np.float64], st
     if isinstance(data, Records):
         if not data._fields:
             raise ArgumentError("a set has no values to draw")
-        name = f"{data._core.name} ({field})" if len(data._fields) > 1 else data._core.name
+        name = f"{data._called} ({field})" if len(data._fields) > 1 else data._called
         _, values, _ = data._read(keys=False, texts=False)
         return values[data._field(field)], "records", name
     if isinstance(data, Mapping) or hasattr(data, "columns"):
@@ -124,21 +119,21 @@ def plot_matrix(opened: Opened, params: Params, source: SourceText, ax: Any) -> 
         if part.is_added or part.name == opened.objective:
             continue
         side = sides[part.is_variable]
-        name = opened.row_names.get(part.name, part.name).lower()
+        name = lower(opened.row_names.get(part.name, part.name))
         if not part.is_variable:
             dims[name] = part.dim
         keys, values = opened.core.read(part.name)
         columns = opened.texts(keys)
         keyed = zip(*columns, strict=True) if columns else [()] * len(values[0])
         for key in keyed:
-            side[name, *(label.lower() for label in key)] = len(side)
+            side[name, *map(lower, key)] = len(side)
     variables = dict.fromkeys(key[0] for key in sides[1])
     names = [parse(f"{row}.coef[{column}]") for row in dims for column in variables]
     points = []
     for each, found in _coefficients(source, params, names):
         row, column = each.symbol, each.column[1:-1]
         for entry in found:
-            labels = [label.lower() for label in entry]
+            labels = [lower(label) for label in entry]
             dim = dims[row]
             points.append((sides[1][column, *labels[dim:]], sides[0][row, *labels[:dim]]))
     size = opened.core.size()
@@ -168,9 +163,12 @@ def _coefficients(
     opened.core.close()
 
 
-def _matrix(data: Records, is_sparsity: bool, field: str, axes: Any) -> Any:
+def _matrix(data: Records, is_sparsity: bool, field: str, ax: Any) -> Any:
     columns, values, _ = data._read(texts=False)
     (i, rows), (j, others) = (data._coded(numbers) for numbers in columns)
+    if not len(i):
+        raise ArgumentError(f"{data._title} has no records to draw")
+    axes = _axes(ax)
     if is_sparsity:
         axes.plot(j, i, linestyle="none", marker="s", markersize=max(1.0, 100 / len(others)))
         axes.set_xlim(-0.5, len(others) - 0.5)
@@ -188,5 +186,5 @@ def _matrix(data: Records, is_sparsity: bool, field: str, axes: Any) -> Any:
     names = data.columns
     axes.set_ylabel(names[0])
     axes.set_xlabel(names[1])
-    axes.set_title(data._core.name)
+    axes.set_title(data._called)
     return axes

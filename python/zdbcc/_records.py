@@ -8,8 +8,9 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 
 from zdbcc import _core
-from zdbcc._errors import ArgumentError
-from zdbcc._values import FIELDS, Values
+from zdbcc._case import lower
+from zdbcc._errors import ArgumentError, needed
+from zdbcc._values import FIELDS, Values, is_number
 
 if TYPE_CHECKING:
     import pandas as pd
@@ -60,17 +61,33 @@ class Records:
 
     @property
     def columns(self) -> list[str]:
-        """Names of the columns of a frame: a position has that of its domain, "label" for "*"."""
+        """Names of the columns of a frame: a position has that of its domain, "label" for "*".
+
+        They differ, also for readers that take "city" and "City" for the same: a second "city", or
+        one beside a column of values of that name, is "city_2".
+        """
+        rest = list(self._fields) or (["text"] if self._core.number >= 0 else [])
+        used = set(rest)
         names: list[str] = []
         for name, _ in self._core.domains:
             base = "label" if name == "*" else name
             candidate, number = base, 1
-            while candidate in names:
+            while lower(candidate) in used:
                 number += 1
                 candidate = f"{base}_{number}"
+            used.add(lower(candidate))
             names.append(candidate)
-        rest = list(self._fields) or (["text"] if self._core.number >= 0 else [])
         return [names[i] for i in self._open] + rest
+
+    @property
+    def _called(self) -> str:
+        """The name of what these are records of."""
+        return self._core.name
+
+    @property
+    def _title(self) -> str:
+        """The same in messages."""
+        return f"symbol {self._called}"
 
     def __len__(self) -> int:
         return self._core.count(self._slice)
@@ -185,6 +202,7 @@ class Records:
           from to  value
         0    a  b    2.5
         """
+        needed("pandas")
         import pandas as pd
 
         columns, values, texts = self._read()
@@ -209,6 +227,7 @@ class Records:
         >>> db.add_parameter("p", "food", {"tea": 2.5}).to_series().to_dict()
         {'tea': 2.5}
         """
+        needed("pandas")
         import pandas as pd
 
         columns, values, texts = self._read()
@@ -231,15 +250,12 @@ class Records:
                 verify_integrity=False,
             )
         dtype = None if values else object
-        return pd.Series(data, index=index, name=self._core.name, dtype=dtype, copy=False)
+        return pd.Series(data, index=index, name=self._called, dtype=dtype, copy=False)
 
     def _field(self, field: str) -> int:
-        fields = self._fields
-        if len(fields) <= 1:
-            return 0
-        if field not in fields:
-            raise ArgumentError(f"there is no value {field!r}; it is one of {', '.join(fields)}")
-        return fields.index(field)
+        if field not in FIELDS:
+            raise ArgumentError(f"there is no value {field!r}; it is one of {', '.join(FIELDS)}")
+        return FIELDS.index(field) if len(self._fields) > 1 else 0
 
     def to_xarray(self, field: str = "level", fill: float = float("nan")) -> xr.DataArray:
         """A dense xarray array with a dimension for each position, in the order of the labels.
@@ -255,8 +271,11 @@ class Records:
         array([[1., 0.],
                [0., 2.]])
         """
+        needed("xarray")
         import xarray as xr
 
+        if not is_number(fill):
+            raise ArgumentError(f"fill is a number, not {fill!r}")
         columns, values, _ = self._read(texts=False)
         coded = [self._coded(numbers) for numbers in columns]
         shape = [len(labels) for _, labels in coded]
@@ -266,10 +285,14 @@ class Records:
                 "to_frame() or to_scipy()"
             )
         dense: NDArray[Any] = np.full(shape, float(fill) if values else False)
-        dense[tuple(codes for codes, _ in coded)] = values[self._field(field)] if values else True
+        chosen: Any = values[self._field(field)] if values else True
+        if coded:
+            dense[tuple(codes for codes, _ in coded)] = chosen
+        elif len(self):
+            dense[()] = chosen[0] if values else True
         names = self.columns[: len(columns)]
         coords = {name: labels for name, (_, labels) in zip(names, coded, strict=True)}
-        return xr.DataArray(dense, dims=names, coords=coords, name=self._core.name)
+        return xr.DataArray(dense, dims=names, coords=coords, name=self._called)
 
     def to_scipy(self, field: str = "level") -> tuple[Any, list[str], list[str]]:
         """A sparse matrix of two positions, with the labels of its rows and of its columns.
@@ -289,8 +312,7 @@ class Records:
         >>> matrix.shape, rows, columns
         ((2, 2), ['a', 'b'], ['x', 'y'])
         """
-        from scipy.sparse import coo_array
-
+        coo_array = needed("scipy.sparse").coo_array
         if self.dim != 2:
             raise ArgumentError(
                 f"a matrix has two positions, and there are {self.dim} here; fix others in a slice"
@@ -320,8 +342,7 @@ class Records:
         >>> p.to_arrow().column_names  # doctest: +SKIP
         ['food', 'value']
         """
-        import pyarrow as pa
-
+        pa = needed("pyarrow")
         table = pa.RecordBatchReader.from_stream(self).read_all()
         return table.select([*self._open, *range(self._core.dim, table.num_columns)])
 
@@ -331,6 +352,12 @@ class Records:
         """Draws the values: "duration", "histogram", "heatmap" or "sparsity"; see ``zdbcc.plot``.
 
         Needs matplotlib.
+
+        Examples
+        --------
+        >>> p = zdbcc.Database().add_parameter("p", "*", {"a": 1.0, "b": 3.0})
+        >>> p.plot().get_ylabel()  # doctest: +SKIP
+        'p'
         """
         from zdbcc._plots import plot
 

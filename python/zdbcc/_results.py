@@ -8,6 +8,7 @@ from typing import TYPE_CHECKING, Any, Final
 
 import numpy as np
 
+from zdbcc._case import lower
 from zdbcc._database import Database
 from zdbcc._errors import ClosedError, NotFoundError, SolveError, StateError
 from zdbcc._symbols import EQUATION_KINDS, VARIABLE_KINDS, Equation, Symbol, Variable
@@ -97,7 +98,7 @@ class Result(Mapping[str, Symbol]):
 
         Raises ``SolveError`` if there is no solution, ``NotFoundError`` for another name.
         """
-        part = self._parts.get(name.lower()) if isinstance(name, str) else None
+        part = self._parts.get(lower(name)) if isinstance(name, str) else None
         if part is None:
             raise NotFoundError(
                 f"there is no symbol {name!r} in the model; it has {', '.join(self)}"
@@ -141,6 +142,16 @@ class Result(Mapping[str, Symbol]):
 
     def __len__(self) -> int:
         return sum(1 for _ in self)
+
+    def __contains__(self, name: object) -> bool:
+        """Whether the model has such a variable or equation, also without a solution."""
+        part = self._parts.get(lower(name)) if isinstance(name, str) else None
+        return part is not None and not part.is_added
+
+    def __getstate__(self) -> dict[str, Any]:
+        """All of it, for copies and other processes, without the model."""
+        self._keep()
+        return {**self.__dict__, "_db": None}
 
     __hash__ = object.__hash__
 
@@ -188,11 +199,23 @@ class Result(Mapping[str, Symbol]):
         return f"<details><summary><code>{summary}</code></summary><table>{body}</table></details>"
 
     def plot(self, name: str, kind: str | None = None, **options: Any) -> Any:
-        """Draws a symbol of the solution; see ``zdbcc.plot``. Needs matplotlib."""
+        """Draws a symbol of the solution; see ``zdbcc.plot``. Needs matplotlib.
+
+        Examples
+        --------
+        >>> zdbcc.Model.from_text(LUNCH).solve().plot("buy").get_ylabel()  # doctest: +SKIP
+        'buy (level)'
+        """
         return self[name].plot(kind, **options)
 
     def require_optimal(self) -> Result:
-        """The result itself; ``StateError`` unless its solution is proven to be the best."""
+        """The result itself; ``StateError`` unless its solution is proven to be the best.
+
+        Examples
+        --------
+        >>> zdbcc.Model.from_text(LUNCH).solve().require_optimal().objective
+        14.0
+        """
         if not self.is_optimal:
             raise StateError(f"the solution is not optimal: {self.status} ({self.solve_status})")
         return self

@@ -7,13 +7,14 @@ import hashlib
 import os
 import pickle
 import sys
-from collections.abc import Callable, Iterable, Mapping, Sequence
+from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from pathlib import Path
-from typing import TYPE_CHECKING, Any, NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple, NoReturn
 
 import numpy as np
 
 from zdbcc import _kit
+from zdbcc._case import lower
 from zdbcc._errors import (
     ArgumentError,
     LabelError,
@@ -21,10 +22,12 @@ from zdbcc._errors import (
     ModelError,
     NotFoundError,
     SolveError,
+    path_of,
 )
 from zdbcc._names import Name, entry, parse, parse_entry
-from zdbcc._numbers import Rows, check_values, is_number, records_of
+from zdbcc._numbers import Rows, check_values, records_of
 from zdbcc._opened import Opened, Options, solver_of
+from zdbcc._values import is_number
 from zdbcc._worker import Chunk, Job, Outcomes
 
 if TYPE_CHECKING:
@@ -34,6 +37,8 @@ if TYPE_CHECKING:
     from zdbcc._opened import Params
 
 _FAILED = "Failed"
+#: Scenarios whose params are translated at a time.
+_TRANSLATED = 256
 #: Seconds between two looks at the progress.
 _SLICE = 0.1
 
@@ -99,6 +104,13 @@ def _from_frame(frame: Any) -> Scenarios:
     return _from_columns(columns, labels)
 
 
+def _columns_of_table(table: Any) -> dict[str, Any]:
+    """Columns of a frame of polars or a table of pyarrow."""
+    if hasattr(table, "to_pydict"):
+        return dict(table.to_pydict())
+    return dict(table.to_dict(as_series=False))
+
+
 def _from_rows(rows: Iterable[Any]) -> Scenarios:
     """Dicts; records of a name become columns of its entries."""
     flat: list[dict[str, Any]] = []
@@ -108,15 +120,16 @@ def _from_rows(rows: Iterable[Any]) -> Scenarios:
             raise ArgumentError(f"scenario {number} is {row!r}; each is a dict of names and values")
         values: dict[str, Any] = {}
         labels.append(row.get("scenario", str(number + 1)))
-        for name, value in row.items():
+        for name, given in row.items():
+            value = given
             if name == "scenario" or value is None:
                 continue
             if is_number(value) or isinstance(value, str):
                 values[name] = value
                 continue
-            from zdbcc._given import positions
+            from zdbcc._given import kept, positions
 
-            key = parse(name)
+            key, value = parse(name), kept(value)
             keys, numbers = records_of(value, name, positions(value))
             for labels_of_entry, entry_value in zip(keys, numbers.tolist(), strict=True):
                 values[key.with_(tuple(labels_of_entry)).text] = entry_value
@@ -163,11 +176,13 @@ def _outside_quotes(line: str) -> str:
 def scenarios_of(given: Any) -> Scenarios:
     """Scenarios in any of the forms that ``Model.sweep`` takes. Raises what is wrong with them."""
     if isinstance(given, str | os.PathLike):
-        found = _from_csv(os.fspath(given))
+        found = _from_csv(path_of(given))
     elif hasattr(given, "iloc") and hasattr(given, "columns"):
         found = _from_frame(given)
     elif isinstance(given, Mapping):
         found = _from_columns(given, None)
+    elif hasattr(given, "__arrow_c_stream__") and hasattr(given, "columns"):
+        found = _from_columns(_columns_of_table(given), None)
     elif isinstance(given, Iterable):
         found = _from_rows(given)
     else:
@@ -179,12 +194,18 @@ def scenarios_of(given: Any) -> Scenarios:
     for row, label in enumerate(found.labels):
         if seen.setdefault(label, row) != row:
             raise ArgumentError(f"scenario {row}: there is a scenario {label!r} already")
-    keys: dict[Any, str] = {}
-    for name in found.columns:
-        first = keys.setdefault(parse(name).key, name)
-        if first is not name:
-            raise ArgumentError(f"the columns {first!r} and {name!r} of the scenarios are the same")
     return found
+
+
+def _require_different(columns: Iterable[str], names: list[Name], is_param: list[bool]) -> None:
+    """Raises for two columns that are the same. In MathProg, t and T are two params."""
+    keys: dict[Any, str] = {}
+    for column, name, exact in zip(columns, names, is_param, strict=True):
+        first = keys.setdefault((name.symbol, name.labels) if exact else name.key, column)
+        if first is not column:
+            raise ArgumentError(
+                f"the columns {first!r} and {column!r} of the scenarios are the same"
+            )
 
 
 class _Column(NamedTuple):
@@ -213,6 +234,7 @@ class Sweep:
         self._keep_going = keep_going
         names = [parse(name) for name in self.scenarios.columns]
         is_param = [model._is_param(name) for name in names]
+        _require_different(self.scenarios.columns, names, is_param)
         self._params = self._param_values(model, names, is_param)
         changing = [
             (place, name.with_(name.labels, part))
@@ -359,15 +381,15 @@ class Sweep:
     def _find_shown(
         self, opened: Opened, show: Iterable[str]
     ) -> tuple[tuple[tuple[str, Rows, bool], ...], list[str]]:
-        if isinstance(show, str):
-            raise ArgumentError(f"show is a list of names, such as [{show!r}]")
+        if isinstance(show, str) or not isinstance(show, Iterable):
+            raise ArgumentError(f"show is a list of names, such as ['ship'], and not {show!r}")
         shown = []
         names: list[str] = []
         for text in show:
             is_marginal = isinstance(text, str) and text.endswith(".marginal")
             ending = ".marginal" if is_marginal else ""
             symbol, labels = parse_entry(str(text).removesuffix(ending) if ending else str(text))
-            part = opened.parts.get(symbol.lower())
+            part = opened.parts.get(lower(symbol))
             if part is None:
                 there = ", ".join(p.name for p in opened.parts.values() if not p.is_added)
                 raise NotFoundError(f"there is no symbol {symbol!r} in the model; it has {there}")
@@ -385,7 +407,7 @@ class Sweep:
         self, executor: Any, chunk: int | None, progress: bool | Callable[[int, int], object]
     ) -> Any:
         """Solves all scenarios; the table of them."""
-        if chunk is not None and (not isinstance(chunk, int) or chunk < 1):
+        if chunk is not None and (not isinstance(chunk, int | np.integer) or chunk < 1):
             raise ArgumentError(f"a chunk has at least one scenario, not {chunk!r}")
         with _Progress(progress, len(self.scenarios.labels)) as shown:
             if executor is None:
@@ -397,12 +419,34 @@ class Sweep:
         self.require_no_failure()
         return self.table()
 
+    def _chunks(self) -> Iterator[tuple[int, Chunk]]:
+        """The scenarios, in pieces whose params are translated at a time."""
+        count = len(self.scenarios.labels)
+        step = max(count, 1) if self._params is None else _TRANSLATED
+        for first in range(0, count, step):
+            part = slice(first, first + step)
+            yield first, Chunk(self.digest, self.job, self._values[part], self.params(part))
+
+    @property
+    def checks_params(self) -> bool:
+        """Whether values of params must be tried before the first solve.
+
+        A sweep that keeps going makes failed scenarios of those that the model refuses.
+        """
+        return self._params is not None and not self._keep_going
+
+    def refuse(self, row: int, why: str) -> NoReturn:
+        """Raises for values of params that the model refuses."""
+        raise ModelError(f"scenario {self.scenarios.labels[row]}: {why}")
+
     def _run_here(self, show: Callable[[int], None]) -> None:
         """Solves them in this thread, some at a time."""
-        step = len(self.scenarios.labels) if self._params is None else 256
-        for first in range(0, len(self.scenarios.labels), max(step, 1)):
-            part = slice(first, first + step)
-            chunk = Chunk(self.digest, self.job, self._values[part], self.params(part))
+        for first, chunk in self._chunks() if self.checks_params else ():
+            with chunk:
+                refused = chunk.find_refused()
+            if refused is not None:
+                self.refuse(first + refused[0], refused[1])
+        for first, chunk in self._chunks():
             try:
                 with chunk:
                     while not chunk.is_done:
@@ -487,11 +531,11 @@ def _chosen(rows: Rows, labels: tuple[str, ...] | None, dim: int, text: str) -> 
         return rows
     if len(labels) != dim:
         raise ArgumentError(f"{text} has {len(labels)} labels, but the symbol has {dim}")
-    wanted = [None if label == "*" else label.lower() for label in labels]
+    wanted = [None if label == "*" else lower(label) for label in labels]
     chosen = [
         row
         for row in rows
-        if all(w is None or w == label.lower() for w, label in zip(wanted, row, strict=True))
+        if all(w is None or w == lower(label) for w, label in zip(wanted, row, strict=True))
     ]
     if not chosen:
         raise LabelError(f"the model has no entry {text}")

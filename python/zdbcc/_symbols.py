@@ -2,13 +2,14 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any, Literal, TypeAlias
+import operator
+from typing import TYPE_CHECKING, Any, Literal, NoReturn, TypeAlias
 
 import numpy as np
 
 from zdbcc import _core
 from zdbcc._columns import Shape, columns_of
-from zdbcc._errors import ArgumentError, ClosedError, Error, NotFoundError
+from zdbcc._errors import ArgumentError, ClosedError, Error, LabelError, NotFoundError, list_of
 from zdbcc._records import Records, counted, quoted
 from zdbcc._values import Values, doubles
 
@@ -23,6 +24,7 @@ if TYPE_CHECKING:
 #: only the new records afterwards; a key that exists, or comes twice, is refused.
 Mode: TypeAlias = Literal["merge", "replace", "add"]
 
+_MOST_LABELS = 2**31 - 1
 _MODES: dict[str, int] = {"merge": 0, "replace": 1, "add": 2}
 
 #: Kinds of variables and equations, in the order of their numbers.
@@ -35,7 +37,7 @@ EQUATION_KINDS = ("equal", "greater", "less", "free", "external", "cone", "logic
 
 def mode_number(mode: str) -> int:
     """The number of a mode in zdbx.h."""
-    if mode not in _MODES:
+    if not isinstance(mode, str) or mode not in _MODES:
         raise ArgumentError(f"there is no mode {mode!r}; it is one of merge, replace and add")
     return _MODES[mode]
 
@@ -65,6 +67,10 @@ class Symbol(Records):
         self._db = db
         self._core = core
 
+    def __reduce__(self) -> Any:
+        """Copies and pickles bring their database along."""
+        return operator.getitem, (self._db, self.name)
+
     # ---- What it is ----
 
     @property
@@ -88,15 +94,15 @@ class Symbol(Records):
         return tuple(name for name, _ in self._core.domains)
 
     def _shape(self) -> Shape:
-        name = f"symbol {self._core.name}"
-        return Shape(name, self._core.dim, len(self._fields), self._elements)
+        dim = self._core.dim
+        return Shape(self._title, dim, len(self._fields), self._elements, self.columns[:dim])
 
     def _elements(self, position: int) -> list[str]:
         domain, is_symbol = self._core.domains[position]
         core = self._db._core.find(domain) if is_symbol and domain != "*" else None
         if core is None:
             raise ArgumentError(
-                f"the domain {domain} of symbol {self._core.name} is not a set, which an array "
+                f"the domain {domain} of {self._title} is not a set, which an array "
                 "without labels needs; pass an xarray.DataArray, or arrays with update_arrays()"
             )
         numbers = core.read(None, True, False, False)[0][0]
@@ -127,7 +133,7 @@ class Symbol(Records):
         dim = self._core.dim
         if len(parts) != dim:
             raise ArgumentError(
-                f"symbol {self._core.name} has {dim} positions, but the key {key!r} has "
+                f"{self._title} has {counted(dim, 'position')}, but the key {key!r} has "
                 f"{len(parts)}"
             )
         for part in parts:
@@ -173,10 +179,17 @@ class Symbol(Records):
         return found[0] if len(found) == 1 else Values(*found)
 
     def get(self, key: Any, default: Any = None) -> Any:
-        """The value of a key, or ``default`` if there is no such record."""
+        """The value of a key, or ``default`` if there is no such record.
+
+        Examples
+        --------
+        >>> p = zdbcc.Database().add_parameter("p", "*", {"a": 1.5})
+        >>> p.get("a"), p.get("b", 0.0)
+        (1.5, 0.0)
+        """
         try:
             return self[key]
-        except NotFoundError:
+        except (NotFoundError, LabelError):
             return default
 
     def __contains__(self, key: object) -> bool:
@@ -185,7 +198,7 @@ class Symbol(Records):
             raise ArgumentError("a slice is not a key; use len(sym[...]) to see if it has records")
         try:
             self._core.lookup(parts)
-        except NotFoundError:
+        except (NotFoundError, LabelError):  # such as a text that is too long for a label
             return False
         return True
 
@@ -204,10 +217,10 @@ class Symbol(Records):
                 raise ArgumentError(f"an element's text is a str, not a {type(value).__name__}")
             values: list[Any] = [[value]]
         else:
-            given = doubles(value, f"the value of symbol {self._core.name}").ravel()
+            given = doubles(value, f"the value of {self._title}").ravel()
             if not 1 <= len(given) <= fields:
                 raise ArgumentError(
-                    f"a record of symbol {self._core.name} has {fields} values, not {len(given)}"
+                    f"a record of {self._title} has {counted(fields, 'value')}, not {len(given)}"
                 )
             old = self.get(key) if len(given) < fields else None
             if old is not None:
@@ -221,7 +234,7 @@ class Symbol(Records):
         if not any(isinstance(part, slice) for part in parts):
             self._core.lookup(parts)  # says what is not there
         if self._core.remove_slice(self._numbers(parts)) == 0:
-            raise NotFoundError(f"symbol {self._core.name} has no records in the slice {key!r}")
+            raise NotFoundError(f"{self._title} has no records in the slice {key!r}")
 
     # ---- Many records ----
 
@@ -231,6 +244,10 @@ class Symbol(Records):
             return self._core.put_labelled(rows, columns, number)
         except Exception as error:
             self._db._forget_labels()  # those that the call had added are gone
+            if isinstance(error, NotFoundError):  # the number of what has blanks only
+                label = LabelError(f"a label has blanks only; leave the row out ({error})")
+                label.row, label.position = error.row, error.position
+                raise label from None
             if isinstance(error, Error):  # the stream is ours, and the user knows records
                 error.args = (str(error).replace(" of the stream", " of the records"),)
             raise
@@ -248,10 +265,13 @@ class Symbol(Records):
             - a pandas series with the labels as its index
             - a dict of keys with values; a key is a str, or a tuple for several positions
             - a sequence of rows such as ``("a", "b", 2.0)``, or of labels for a set
-            - an xarray array with labels as coordinates, or a numpy array of numbers with an entry
-              for each element of each domain, in their order; nan is no record. For a set, of bool
-            - anything with ``__arrow_c_stream__``: a table of pyarrow, polars or duckdb, or another
-              symbol
+            - an xarray array with labels as coordinates, whose dimensions may come in any order if
+              they have the names of the positions; nan is no record. For a set, of bool
+            - a numpy array of numbers, or for two positions a sparse one of scipy, with an entry
+              for each element of each domain, in their order; nan is no record, but in a sparse one
+              it is NA
+            - anything with ``__arrow_c_stream__``: a table of pyarrow, polars or duckdb
+            - another symbol, or the open positions of a slice
             - a number, for a symbol without positions
         mode : "merge", "replace" or "add"
             With "merge", a key that exists gets the new values; with "replace", the symbol has
@@ -279,6 +299,14 @@ class Symbol(Records):
         {('a', 'x'): 1.0, ('b', 'x'): 3.0}
         """
         number = mode_number(mode)
+        if isinstance(records, Slice):
+            if records.dim != self.dim:
+                raise ArgumentError(
+                    f"{self._title} has {counted(self.dim, 'position')}, but {records!r} has "
+                    f"{records.dim}"
+                )
+            self._put(*records._labelled(), mode)
+            return
         # As streams, those of pandas and xarray would lose what their indexes are.
         is_known = type(records).__module__.partition(".")[0] in ("pandas", "xarray")
         if hasattr(records, "__arrow_c_stream__") and not is_known:
@@ -313,33 +341,68 @@ class Symbol(Records):
         {'a': 1.0, 'b': 2.0}
         """
         number = mode_number(mode)
-        columns = [np.asarray(key) for key in keys]
+        columns = [np.asarray(key) for key in list_of(keys, "keys")]
         for place, column in enumerate(columns):
-            if column.dtype.kind not in "iu" and column.size:
+            if not column.size:
+                continue
+            if column.dtype.kind in "iu" and column.dtype != np.int32:
+                extreme = column.max() if column.min() >= 0 else column.min()
+                if not 0 < extreme <= _MOST_LABELS:
+                    raise NotFoundError(
+                        f"keys of position {place + 1} have {extreme}, which no label has"
+                    )
+            if column.dtype.kind not in "iu":
                 raise ArgumentError(
                     f"keys of position {place + 1} have the type {column.dtype}; label numbers "
                     "are int32, from add_labels()"
                 )
         numbers = [column.astype(np.int32, copy=False) for column in columns]
-        data = [doubles(column, f"the values of symbol {self._core.name}") for column in values]
+        data = [doubles(column, f"the values of {self._title}") for column in values]
         rows = len(numbers[0]) if numbers else len(data[0]) if data else 1
         self._core.put(rows, numbers, data, None, number)
 
     def clear(self) -> None:
-        """Removes all records; labels stay in the database."""
+        """Removes all records; labels stay in the database.
+
+        Examples
+        --------
+        >>> p = zdbcc.Database().add_parameter("p", "*", {"a": 1.5})
+        >>> p.clear()
+        >>> len(p), p.database.labels
+        (0, ['a'])
+        """
         self._core.clear()
 
 
 class Set(Symbol):
-    """A set: its records are its elements, each with a text, "" for none."""
+    """A set: its records are its elements, each with a text, "" for none.
+
+    Examples
+    --------
+    >>> zdbcc.Database().add_set("food", {"tea": "hot", "milk": ""}).to_dict()
+    {'tea': 'hot', 'milk': ''}
+    """
 
 
 class Parameter(Symbol):
-    """A parameter: its records have one value."""
+    """A parameter: its records have one value.
+
+    Examples
+    --------
+    >>> zdbcc.Database().add_parameter("price", "food", {"tea": 2.5})["tea"]
+    2.5
+    """
 
 
 class Variable(Symbol):
-    """A variable: its records have a level, a marginal, two bounds and a scale."""
+    """A variable: its records have a level, a marginal, two bounds and a scale.
+
+    Examples
+    --------
+    >>> x = zdbcc.Database().add_variable("x", "*", {"a": 2.0}, kind="integer")
+    >>> x.kind, x["a"].level
+    ('integer', 2.0)
+    """
 
     @property
     def kind(self) -> str:
@@ -349,7 +412,13 @@ class Variable(Symbol):
 
 
 class Equation(Symbol):
-    """An equation: its records have the same five values as those of a variable."""
+    """An equation: its records have the same five values as those of a variable.
+
+    Examples
+    --------
+    >>> zdbcc.Database().add_equation("balance", "*", {"a": (0.0, 1.5)})["a"].marginal
+    1.5
+    """
 
     @property
     def kind(self) -> str:
@@ -359,7 +428,37 @@ class Equation(Symbol):
 
 
 class Alias(Symbol):
-    """Another name of a set, whose records it shows; they are changed through the set only."""
+    """Another name of a set, whose records it shows; they are changed through the set only.
+
+    Examples
+    --------
+    >>> db = zdbcc.Database()
+    >>> i = db.add_set("i", ["a"])
+    >>> db.add_alias("j", i).of
+    <Set i(*): 1 record>
+    """
+
+    def _refuse(self) -> NoReturn:
+        raise ArgumentError(
+            f"{self._title} is an alias; change {self.of.name}, which it stands for"
+        )
+
+    def _put(self, rows: int, columns: list[Any], mode: str) -> tuple[int, int]:
+        self._refuse()
+
+    def update_arrays(
+        self, keys: Sequence[ArrayLike], *values: ArrayLike, mode: Mode = "merge"
+    ) -> None:
+        """Is refused, as are all changes."""
+        self._refuse()
+
+    def __delitem__(self, key: Any) -> None:
+        """Is refused, as are all changes."""
+        self._refuse()
+
+    def clear(self) -> None:
+        """Is refused, as are all changes."""
+        self._refuse()
 
     @property
     def of(self) -> Symbol:
@@ -388,15 +487,31 @@ class Slice(Records):
         self._core = symbol._core
         self._slice = numbers
 
+    def __reduce__(self) -> Any:
+        labels = self._db._labels_at(np.array(self._slice, np.int32)).tolist()
+        return operator.getitem, (self._symbol, tuple(label or slice(None) for label in labels))
+
+    @property
+    def _called(self) -> str:
+        return self._symbol._called
+
     @property
     def symbol(self) -> Symbol:
         """The symbol whose records these are."""
         return self._symbol
 
+    def _labelled(self) -> tuple[int, list[Any]]:
+        """How many records, and their columns."""
+        columns, values, texts = self._read()
+        coded = [self._coded(numbers) for numbers in columns]
+        labels = [(codes.astype(np.int32), texts_.tolist()) for codes, texts_ in coded]
+        rows = len(columns[0]) if columns else len(self)
+        return rows, [*labels, *values, *([] if texts is None else [texts])]
+
     def __repr__(self) -> str:
         try:
             count = len(self)
-            name = self._core.name
+            name = self._called
             labels = self._db._labels_at(np.array(self._slice, np.int32))
         except ClosedError:
             return "<Slice of a closed database, or of a removed symbol>"

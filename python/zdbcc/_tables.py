@@ -9,10 +9,11 @@ from collections.abc import Iterator, Mapping, Sequence
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 from zdbcc import _database
+from zdbcc._case import lower
 from zdbcc._database import Database
-from zdbcc._errors import ArgumentError, DamagedError, NotFoundError
+from zdbcc._errors import ArgumentError, DamagedError, NotFoundError, list_of, needed, path_of
 from zdbcc._records import counted
-from zdbcc._values import EPS, FIELDS, INF, NA, UNDEF
+from zdbcc._values import EPS, FIELDS, INF, NA, UNDEF, is_number
 
 if TYPE_CHECKING:
     import pandas as pd
@@ -64,9 +65,7 @@ class Imported(NamedTuple):
 def _source(source: str | os.PathLike[str]) -> str:
     if isinstance(source, str):
         return source
-    path = os.fspath(source)
-    if not isinstance(path, str):
-        raise ArgumentError(f"a file has a name that is a str, not {path!r}")
+    path = path_of(source)
     return '"' + path.replace('"', '""') + '"'
 
 
@@ -153,7 +152,7 @@ def read_csv(
         "separator": separator,
         "decimal": {".": "point", ",": "comma"}.get(decimal, decimal),
         "quotes": quotes,
-        "encoding": encoding.lower().replace("-", "").replace("_", ""),
+        "encoding": str(encoding).lower().replace("-", "").replace("_", ""),
         "heading": heading,
         "skip": str(skip),
         "trim": trim,
@@ -207,7 +206,7 @@ def _as_file(source: Database | str | os.PathLike[str]) -> Iterator[str]:
     """The name of a data file; of a database, one that is there meanwhile."""
     if not isinstance(source, Database):
         _database.open(source).close()  # says what is wrong with it
-        yield os.fspath(source)
+        yield path_of(source)
         return
     with _temporary_file() as path:
         source.write(path, check_domains=False)
@@ -266,7 +265,16 @@ class SymbolDifference:
         return f"<{self.type} {self.name}: {', '.join(parts)}>"
 
     def records(self) -> list[tuple[tuple[str, ...], Any, Any]]:
-        """The records that differ: labels, what ``a`` has and what ``b`` has, None for nothing."""
+        """The records that differ: labels, what ``a`` has and what ``b`` has, None for nothing.
+
+        Examples
+        --------
+        >>> a, b = zdbcc.Database(), zdbcc.Database()
+        >>> p = a.add_parameter("p", "*", {"x": 1.0})
+        >>> q = b.add_parameter("p", "*", {"y": 2.0})
+        >>> zdbcc.diff(a, b)["p"].records()
+        [(('x',), 1.0, None), (('y',), None, 2.0)]
+        """
         side = _text if self.type == "set" else _numbers
         return [
             (tuple(record["key"]), side(record.get("a")), side(record.get("b")))
@@ -277,8 +285,18 @@ class SymbolDifference:
         """The records that differ as a pandas frame: labels, then ``a`` and ``b``.
 
         Of a variable or equation, ``level_a``, ``level_b`` and so on. What one of them lacks is
-        nan; of a set, None.
+        nan; of a set, None. Needs pandas.
+
+        Examples
+        --------
+        >>> a, b = zdbcc.Database(), zdbcc.Database()
+        >>> p = a.add_parameter("p", "*", {"x": 1.0})
+        >>> q = b.add_parameter("p", "*", {"x": 2.0})
+        >>> zdbcc.diff(a, b)["p"].to_frame()
+          label    a    b
+        0     x  1.0  2.0
         """
+        needed("pandas")
         import pandas as pd
 
         rows = self.records()
@@ -319,7 +337,7 @@ class Difference(Mapping[str, SymbolDifference]):
 
     def __getitem__(self, name: str) -> SymbolDifference:
         for each in self._symbols.values():
-            if each.name.lower() == name.lower():
+            if lower(each.name) == lower(name):
                 return each
         raise NotFoundError(f"symbol {name!r} does not differ, or is in neither database")
 
@@ -383,7 +401,11 @@ def diff(
     False
     """
     limits = tolerance if isinstance(tolerance, tuple) else (tolerance,)
-    names = [symbols] if isinstance(symbols, str) else list(symbols)
+    if not 1 <= len(limits) <= 2 or not all(is_number(each) and each >= 0 for each in limits):
+        raise ArgumentError(
+            f"tolerance needs numbers from 0 on, one or (absolute, relative), not {tolerance!r}"
+        )
+    names = [symbols] if isinstance(symbols, str) else list_of(symbols, "symbols")
     options: dict[str, bool | str | Sequence[str]] = {
         "SYMBOL": names,
         "tolerance": ",".join(repr(float(each)) for each in limits),

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import sys
 from typing import TYPE_CHECKING, Any, Final, NamedTuple
 
 import numpy as np
@@ -40,13 +41,21 @@ class Values(NamedTuple):
     scale: float = 1.0
 
 
+def is_number(value: Any) -> bool:
+    """Whether a value is one number and no collection."""
+    return isinstance(value, int | float | np.number | np.bool_) and not isinstance(
+        value, np.complexfloating
+    )
+
+
 def doubles(data: Any, what: str) -> NDArray[np.float64]:
-    """Numbers as a new or borrowed array of doubles, of which each nan is NA."""
+    """Numbers as a new or borrowed array of doubles; each nan is NA, as is what is masked."""
+    masks = sys.modules.get("numpy.ma")  # which need not be imported for that
+    mask = masks.getmaskarray(data) if masks and isinstance(data, masks.MaskedArray) else None
     array = np.asarray(data)
     if array.dtype.kind == "O":
-        numbers = (int, float, np.number, np.bool_)
         for place, item in enumerate(array.ravel()):
-            if not isinstance(item, numbers) or isinstance(item, np.complexfloating):
+            if not is_number(item):
                 raise ArgumentError(
                     f"{what}: entry {place} is {item!r} ({type(item).__name__}), not a number; "
                     "convert the column to float64"
@@ -55,8 +64,11 @@ def doubles(data: Any, what: str) -> NDArray[np.float64]:
         raise ArgumentError(
             f"{what} has the type {array.dtype}, not numbers; convert it to float64"
         )
-    result: NDArray[np.float64] = np.ascontiguousarray(array, np.float64).reshape(array.shape)
-    missing = np.isnan(result)
+    try:
+        result: NDArray[np.float64] = np.ascontiguousarray(array, np.float64).reshape(array.shape)
+    except OverflowError:
+        raise ArgumentError(f"{what} has an int that is too large for a float64") from None
+    missing = np.isnan(result) if mask is None else np.isnan(result) | mask
     # The library compares bits, and inf - inf is another nan.
     if missing.any():
         result = np.where(missing, np.nan, result)

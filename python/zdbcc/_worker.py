@@ -3,16 +3,20 @@
 from __future__ import annotations
 
 import contextlib
+import hashlib
 import os
 import pickle
+import signal
 import threading
-from collections.abc import Callable, Sequence
+import time
+from collections.abc import Callable, Iterator, Sequence
 from typing import Final, NamedTuple
 
 import numpy as np
 from numpy.typing import NDArray
 
 from zdbcc import _kit
+from zdbcc._case import lower
 from zdbcc._errors import Error, SolveError
 from zdbcc._names import Name
 from zdbcc._numbers import Rows
@@ -20,7 +24,8 @@ from zdbcc._opened import Options, Params, SourceText, given, targets
 
 #: Models that a process keeps for the next chunk, at most.
 _MOST_KEPT: Final = 8
-_FITS: Final = 1
+#: States of a variant.
+_REFUSED: Final = 0
 _DIFFERS: Final = 2
 
 
@@ -57,6 +62,16 @@ class Outcomes:
         self.shown = np.full((count, width), np.nan)
         self.failures: dict[int, str] = {}
 
+    def front(self, count: int) -> Outcomes:
+        """The first rows, as a view, and all failures."""
+        front = object.__new__(Outcomes)
+        front.statuses = self.statuses[:count]
+        front.iterations = self.iterations[:count]
+        front.numbers = self.numbers[:count]
+        front.shown = self.shown[:count]
+        front.failures = self.failures
+        return front
+
     def take(self, first: int, other: Outcomes) -> None:
         """Takes rows from `first` on."""
         end = first + len(other.statuses)
@@ -89,13 +104,13 @@ class Ready:
 
     def _bind_shown(self) -> list[tuple[str, NDArray[np.int32], int]]:
         """What is shown, by label numbers; 0, which nothing has, for labels that are not there."""
-        numbers = {label.lower(): n for n, label in enumerate(self.core.labels(), 1)}
+        numbers = {lower(label): n for n, label in enumerate(self.core.labels(), 1)}
         bound = []
         for symbol, rows, is_marginal in self._job.shown:
             dim = len(rows[0]) if rows else 0
             keys = np.zeros((len(rows), dim), np.int32)
             for at, row in enumerate(rows):
-                keys[at] = [numbers.get(label.lower(), 0) for label in row]
+                keys[at] = [numbers.get(lower(label), 0) for label in row]
             bound.append((symbol, keys, int(is_marginal)))
         return bound
 
@@ -136,49 +151,31 @@ class Ready:
 
 
 class _Kept:
-    """Models that wait for the next chunk, each used by one thread at a time."""
+    """Models that wait for the next chunk."""
 
     def __init__(self) -> None:
         self._lock = threading.Lock()
         self._idle: list[tuple[str, Ready]] = []
-        self._busy: set[Ready] = set()
 
-    def take(self, digest: str, make: Callable[[], Ready]) -> Ready:
+    def take(self, key: str, make: Callable[[], Ready]) -> Ready:
         with self._lock:
-            place = next((i for i, (d, _) in enumerate(self._idle) if d == digest), None)
-            ready = self._idle.pop(place)[1] if place is not None else None
-        if ready is None:
-            ready = make()
-        with self._lock:
-            self._busy.add(ready)
-        return ready
+            place = next((i for i, (k, _) in enumerate(self._idle) if k == key), None)
+            if place is not None:
+                return self._idle.pop(place)[1]
+        return make()
 
-    def give(self, digest: str | None, ready: Ready) -> None:
-        """Gives a model back; with None, it cannot be used again."""
+    def give(self, key: str, ready: Ready) -> None:
         with self._lock:
-            self._busy.discard(ready)
-            if digest is not None:
-                self._idle.append((digest, ready))
+            self._idle.append((key, ready))
             gone = [each for _, each in self._idle[:-_MOST_KEPT]]
             del self._idle[:-_MOST_KEPT]
-        for each in gone if digest is not None else [ready]:
+        for each in gone:
             each.core.close()
-
-    def stop(self) -> None:
-        with self._lock:
-            busy = list(self._busy)
-        for ready in busy:
-            ready.core.stop()
 
 
 _kept = _Kept()
 # A thread of the parent process may have been in the middle of something.
 os.register_at_fork(after_in_child=lambda: _kept.__init__())  # type: ignore[misc]
-
-
-def stop_all() -> None:
-    """Stops all sweeps of this process soon, which other threads run."""
-    _kept.stop()
 
 
 class Chunk:
@@ -191,7 +188,7 @@ class Chunk:
         values: NDArray[np.float64],
         params: Sequence[Params] | None,
     ) -> None:
-        self._digest = digest
+        self._digest = self._key = digest
         self._job = job
         self._values = np.ascontiguousarray(values)
         self._params = params
@@ -199,6 +196,7 @@ class Chunk:
         self.next = 0
         self.is_stopped = False
         self._ready: Ready | None = None
+        self._running: Ready | None = None
         self._variants: NDArray[np.int32] | None = None
 
     @property
@@ -211,96 +209,136 @@ class Chunk:
         return self
 
     def __exit__(self, kind: type[BaseException] | None, *_: object) -> None:
-        self._leave(kind is None and self._params is None)
+        self._leave(kind is None)
 
     def _leave(self, can_be_kept: bool) -> None:
-        if self._ready is not None:
-            _kept.give(self._digest if can_be_kept else None, self._ready)
-        self._ready = None
+        ready, self._ready = self._ready, None
+        if ready is not None and can_be_kept:
+            _kept.give(self._key, ready)
+        elif ready is not None:
+            ready.core.close()
 
     def _enter(self) -> Ready:
         if self._ready is None:
-            if self._params is None:
-                self._ready = _kept.take(self._digest, lambda: Ready(self._job, []))
-            else:
-                self._ready = self._with_params(self._params)
+            variants: list[Params] = []
+            if self._params is not None:
+                variants = self._distinct(self._params)
+            self._ready = _kept.take(self._key, lambda: Ready(self._job, variants))
         return self._ready
 
-    def _with_params(self, params: Sequence[Params]) -> Ready:
-        """The model with all values of params in the chunk, each translated once."""
+    def _distinct(self, params: Sequence[Params]) -> list[Params]:
+        """All values of params in the chunk, of which each is translated once."""
         distinct: dict[tuple[tuple[str, float], ...], int] = {}
         base = tuple(sorted(self._job.params.items()))
         numbers = []
         for each in params:
             key = tuple(sorted(each.items()))
             numbers.append(-1 if key == base else distinct.setdefault(key, len(distinct)))
-        ready = _kept.take("", lambda: Ready(self._job, [dict(key) for key in distinct]))
         self._variants = np.array(numbers, np.int32)
-        return ready
+        self._key = self._digest + hashlib.sha256(repr(list(distinct)).encode()).hexdigest()
+        return [dict(key) for key in distinct]
+
+    def stop(self) -> None:
+        """Has what another thread is solving end soon, with what is solved. To be repeated."""
+        running = self._running
+        if running is not None:
+            running.core.stop()
 
     def run(self, seconds: float) -> None:
         """Solves some scenarios, for about so many seconds."""
         ready = self._enter()
-        if self._variants is not None:
-            variant = int(self._variants[self.next])
-            if variant >= 0 and ready.core.variant_state(variant)[0] == _DIFFERS:
-                self._run_alone()
-                return
+        if self._is_alone(ready, self.next):
+            self._run_alone()
+            return
         end = self._end_of_run(ready)
-        part = slice(0, end)
+        self._running = ready
         self.next, ending = ready.run(
-            self._values[part],
-            None if self._variants is None else self._variants[part],
+            self._values[:end],
+            None if self._variants is None else self._variants[:end],
             self.next,
             seconds,
-            _Front(self.outcomes, end),
+            self.outcomes.front(end),
         )
+        self._running = None
         self.is_stopped = ending == _kit.SWEEP_STOPPED
         if ending == _kit.SWEEP_SOLVER_GONE:
             self._leave(False)
 
+    def _is_alone(self, ready: Ready, row: int) -> bool:
+        """Whether the params of a scenario give other rows or columns than those of the model."""
+        variant = -1 if self._variants is None else int(self._variants[row])
+        return variant >= 0 and ready.core.variant_state(variant)[0] == _DIFFERS
+
     def _end_of_run(self, ready: Ready) -> int:
         """The end of the scenarios that have the rows and columns of the model."""
-        if self._variants is None:
-            return len(self._values)
-        for at in range(self.next, len(self._values)):
-            variant = int(self._variants[at])
-            if variant >= 0 and ready.core.variant_state(variant)[0] == _DIFFERS:
-                return at
-        return len(self._values)
+        rows = range(self.next, len(self._values) if self._variants is not None else 0)
+        return next((row for row in rows if self._is_alone(ready, row)), len(self._values))
+
+    def _alone(self, row: int) -> Ready:
+        """A scenario as a model of its own."""
+        assert self._params is not None
+        return Ready(self._job._replace(params=self._params[row], starts_at_first=False), [])
 
     def _run_alone(self) -> None:
-        """Solves a scenario whose params give other rows or columns, as a model of its own."""
-        assert self._params is not None
         row, self.next = self.next, self.next + 1
-        part = slice(row, row + 1)
-        own = self._job._replace(params=self._params[row], starts_at_first=False)
-        outcomes = Outcomes(1, own.width)
+        outcomes = Outcomes(1, self._job.width)
         try:
-            ready = _kept.take("", lambda: Ready(own, []))
+            self._running = ready = self._alone(row)
             try:
-                _, ending = ready.run(self._values[part], None, 0, 0.0, outcomes)
+                part = self._values[row : row + 1]
+                _, ending = ready.run(part, None, 0, 0.0, outcomes)
             finally:
-                _kept.give(None, ready)
+                self._running = None
+                ready.core.close()
             self.is_stopped = ending == _kit.SWEEP_STOPPED
         except Error as error:
             outcomes.failures[0] = str(error)
         self.outcomes.take(row, outcomes)
 
+    def find_refused(self) -> tuple[int, str] | None:
+        """The first scenario whose params have values that the model refuses, and why."""
+        ready = self._enter()
+        for row, variant in enumerate(() if self._variants is None else self._variants.tolist()):
+            state, why = ready.core.variant_state(variant) if variant >= 0 else (None, "")
+            if state == _REFUSED:
+                return row, why
+            if state == _DIFFERS and self._values.shape[1]:
+                try:
+                    own = self._alone(row)
+                    try:
+                        own.core.set(own.columns, np.ascontiguousarray(self._values[row]))
+                    finally:
+                        own.core.close()
+                except Error as error:
+                    return row, str(error)
+        return None
 
-class _Front(Outcomes):
-    """The first rows of outcomes, which are written through it."""
 
-    def __init__(self, whole: Outcomes, end: int) -> None:
-        self.statuses = whole.statuses[:end]
-        self.iterations = whole.iterations[:end]
-        self.numbers = whole.numbers[:end]
-        self.shown = whole.shown[:end]
-        self.failures = whole.failures
+@contextlib.contextmanager
+def _watching(stop: str, chunk: Chunk) -> Iterator[None]:
+    """Stops a chunk when a file is there, also in the middle of a solve."""
+    is_over = threading.Event()
+
+    def watch() -> None:
+        while not is_over.wait(_LOOK):
+            if os.path.exists(stop):
+                chunk.stop()
+
+    thread = threading.Thread(target=watch, daemon=True)
+    thread.start()
+    try:
+        yield
+    finally:
+        is_over.set()
+        thread.join()
 
 
-#: Seconds that a worker solves without looking at its stop and at signals between solves.
-_SLICE: Final = 1.0
+#: Seconds between two looks for the file that stops a sweep.
+_LOOK: Final = 0.1
+#: Seconds after which a worker gives what it has solved, so that no more is lost with it; longer
+#: by what it takes to send a large model again, and not before all is solved that was translated.
+_TURN: Final = 1.0
+_BYTES_A_SECOND: Final = 10_000_000
 
 
 def solve_chunk(
@@ -308,16 +346,37 @@ def solve_chunk(
     packed: bytes,
     values: NDArray[np.float64],
     params: Sequence[Params] | None,
-) -> tuple[Outcomes, bool]:
-    """Solves scenarios of a packed job: their outcomes, and whether Ctrl-C has stopped it.
+    stop: str,
+) -> tuple[Outcomes, int, bool]:
+    """Solves scenarios of a packed job from the first on: their outcomes, how many, and whether it
+    was stopped, by Ctrl-C or since the file `stop` is there.
 
     What is wrong with a scenario is its failure; what is wrong with all of them is raised.
     """
     job: Job = pickle.loads(packed)
-    with Chunk(digest, job, values, params) as chunk:
+    turn = _TURN + len(packed) / _BYTES_A_SECOND if params is None else float("inf")
+    end = time.monotonic() + turn
+    with Chunk(digest, job, values, params) as chunk, _watching(stop, chunk):
         try:
-            while not chunk.is_done:
-                chunk.run(_SLICE)
+            while not chunk.is_done and not os.path.exists(stop):
+                chunk.run(_TURN)
+                if time.monotonic() > end:
+                    break
         except KeyboardInterrupt:
             chunk.is_stopped = True
-        return chunk.outcomes, chunk.is_stopped
+        if chunk.is_stopped or os.path.exists(stop):
+            return chunk.outcomes, chunk.next, True
+        return chunk.outcomes.front(chunk.next), chunk.next, False
+
+
+def check_chunk(
+    digest: str, packed: bytes, values: NDArray[np.float64], params: Sequence[Params] | None
+) -> tuple[int, str] | None:
+    """The first of scenarios of a packed job that has values the model refuses, and why."""
+    with Chunk(digest, pickle.loads(packed), values, params) as chunk:
+        return chunk.find_refused()
+
+
+def leave_interrupts() -> None:
+    """Leaves Ctrl-C to the parent process, which stops the sweep."""
+    signal.signal(signal.SIGINT, signal.SIG_IGN)

@@ -34,6 +34,19 @@ def test_Docstrings_PrintWhatTheySay(module: str) -> None:
     assert result.failed == 0
 
 
+def test_Docstrings_HaveAnExampleForEachFunction() -> None:
+    missing = []
+    for name in zdbcc.__all__:
+        value = getattr(zdbcc, name)
+        if not callable(value) or (isinstance(value, type) and issubclass(value, Exception)):
+            continue
+        members = vars(value).items() if isinstance(value, type) else []
+        own = [(f"{name}.{each}", f) for each, f in members if each[0] != "_" and callable(f)]
+        own += [] if isinstance(value, type) else [(name, value)]
+        missing += [each for each, function in own if ">>>" not in (function.__doc__ or "")]
+    assert missing == []
+
+
 def names(module: object) -> set[str]:
     """Names of a module and of the members of its classes, without those that all have."""
     found = set()
@@ -73,12 +86,19 @@ def test_Page_PrintsWhatItSays(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) 
         assert out.getvalue() == expected
 
 
-def test_Import_LoadsNumpyOnly() -> None:
-    code = (
-        "import sys, zdbcc; "
-        "print(sorted({'pandas', 'xarray', 'scipy', 'zdbcc._kit'} & set(sys.modules)))"
-    )
+def test_Names_LoadWhatTheyNeedWhenTheyAreUsed() -> None:
+    code = """
+import sys, zdbcc
+def loaded():
+    return sorted({"numpy", "pandas", "xarray", "scipy", "zdbcc._kit"} & set(sys.modules))
+print(loaded())
+zdbcc.Database, zdbcc.read_csv, zdbcc.__version__
+print(loaded())
+zdbcc.Model
+print(loaded())
+print(set(zdbcc.__all__) - set(zdbcc._LATE), set(zdbcc._LATE) - set(zdbcc.__all__))
+"""
     result = subprocess.run(
         [sys.executable, "-c", code], capture_output=True, text=True, check=True
     )
-    assert result.stdout == "[]\n"
+    assert result.stdout == "[]\n['numpy']\n['numpy', 'zdbcc._kit']\nset() set()\n"

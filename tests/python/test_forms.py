@@ -3,12 +3,14 @@
 from __future__ import annotations
 
 import html
+import sys
 from typing import Any
 
 import numpy as np
 import pandas as pd
 import pytest
 import zdbcc
+from scipy.sparse import coo_array
 
 
 def labels_in_text(frame: pd.DataFrame) -> list[pd.DataFrame]:
@@ -36,9 +38,67 @@ def test_Values_OfEveryTypeOfNumberAreTaken() -> None:
     odd = np.array([0xFFF8000000000000, 0x7FF0000000000001], np.uint64).view(float)
     p = zdbcc.Database().add_parameter("p", "*", pd.DataFrame({"k": ["x", "y"], "v": odd}))
     assert p.to_numpy().view(np.uint64).tolist() == [0x7FF8000000000000] * 2
-    missing = pd.DataFrame({"k": ["x", "y"], "v": pd.array([None, True], "boolean")})
-    p = zdbcc.Database().add_parameter("p", "*", missing.astype({"v": "Float64"}))
-    assert np.isnan(p["x"]) and p["y"] == 1.0
+    for dtype in ("boolean", "Int8", "Float64", "Sparse[float]"):
+        missing = pd.DataFrame({"k": ["x", "y"], "v": pd.array([None, 1], dtype)})
+        p = zdbcc.Database().add_parameter("p", "*", missing)
+        assert np.isnan(p["x"]) and p["y"] == 1.0
+
+
+def test_MaskedNumbers_AreMissing() -> None:
+    masked = np.ma.array([1.0, 2.0, 3.0], mask=[False, True, False])
+    db = zdbcc.Database()
+    numbers = db.add_labels(["x", "y", "z"])
+    p = db.add_parameter("p", "*")
+    p.update_arrays([numbers], masked)
+    assert np.isnan(p["y"]) and (p["x"], p["z"]) == (1.0, 3.0)
+    s = db.add_set("s", ["x", "y", "z"])
+    assert db.add_parameter("q", s, masked).to_dict() == {"x": 1.0, "z": 3.0}
+
+
+@pytest.mark.parametrize(
+    ("package", "form"),
+    [("pandas", "to_frame"), ("pandas", "to_series"), ("xarray", "to_xarray"),
+     ("scipy.sparse", "to_scipy"), ("pyarrow", "to_arrow")],
+)  # fmt: skip
+def test_WithoutAPackage_TheErrorNamesIt(
+    package: str, form: str, db: zdbcc.Database, monkeypatch: Any
+) -> None:
+    monkeypatch.setitem(sys.modules, package, None)
+    with pytest.raises(zdbcc.MissingPackageError, match="pip install " + package.split(".")[0]):
+        getattr(db["flow"], form)()
+
+
+def test_Names_OfColumnsDiffer() -> None:
+    db = zdbcc.Database()
+    p = db.add_parameter("p", ["value", "city", "City", "*", "label"])
+    p.update([("a", "b", "c", "d", "e", 1.0)])
+    frame = p.to_frame()
+    assert frame.columns.tolist() == ["value_2", "city", "City_2", "label", "label_2", "value"]
+    assert frame.iloc[0].tolist() == ["a", "b", "c", "d", "e", 1.0]
+    assert p.to_series().index.names == frame.columns.tolist()[:5]
+
+
+def test_SparseMatrices_GoInAsTheyComeOut() -> None:
+    db = zdbcc.Database()
+    rows, columns = db.add_set("i", ["a", "b"]), db.add_set("j", ["x", "y"])
+    p = db.add_parameter("p", [rows, columns], [("a", "y", 0.0), ("b", "x", zdbcc.NA)])
+    q = db.add_parameter("q", [rows, columns], p.to_scipy()[0])
+    assert repr(q.to_dict()) == "{('a', 'y'): 0.0, ('b', 'x'): nan}"
+    matrix = coo_array(([1.0, 2.0, 4.0], ([0, 1, 1], [1, 0, 0])), shape=(2, 2))
+    for form in (matrix, matrix.tocsr()):
+        q.update(form, mode="replace")
+        assert q.to_dict() == {("a", "y"): 1.0, ("b", "x"): 6.0}
+    assert list(db.add_set("s", matrix.tocsc() > 1, domain=["i", "j"])) == [("b", "x")]
+    for bad, message in ((coo_array((3, 2)), "2 x 2"), (p, "2 positions")):
+        with pytest.raises(zdbcc.ArgumentError, match=message):
+            rows.update(matrix) if bad is p else q.update(bad)
+
+
+def test_ArraysOfXarray_GoInByTheirNames() -> None:
+    db = zdbcc.Database()
+    p = db.add_parameter("p", ["i", "j"], {("a", "x"): 1.0, ("b", "y"): 2.0})
+    q = db.add_parameter("q", ["i", "j"], p.to_xarray().transpose())
+    assert q.to_dict() == p.to_dict()
 
 
 @pytest.mark.parametrize("dtype", [object, "string", "category"])
@@ -62,6 +122,21 @@ def test_EmptyForms_GiveEmptySymbolsAndBack() -> None:
         assert len(p) == 0
 
 
+def test_SymbolsWithoutPositions_TakeAndGiveAllForms() -> None:
+    p = zdbcc.Database().add_parameter("p", records=3)
+    frame, array = p.to_frame(), p.to_xarray()
+    assert (frame.shape, array.shape, float(array), p.to_series().tolist()) == ((1, 1), (), 3, [3])
+    for form in (frame * 2, array * 2, p.to_series() * 2, {(): 6}, [(6.0,)], np.array(6), 6):
+        p[()] = 0
+        p.update(form)
+        assert p.to_dict() == {(): 6}
+    p.update([], mode="replace")
+    assert len(p) == 0 and np.isnan(p.to_xarray())
+    x = zdbcc.Database().add_variable("x", records=(1, 2))
+    x.update([(3.0, 4.0)])
+    assert x[()][:2] == (3, 4)
+
+
 def test_Level_IsSetAndOtherValuesStay() -> None:
     x = zdbcc.Database().add_variable("x", "*", {"a": (1, 2, 3, 4, 5)}, kind="positive")
     x["a"] = 7
@@ -77,6 +152,21 @@ def test_UnusedCategories_AddNoLabels() -> None:
     values = pd.Categorical(["b"], categories=["a", "b", "c"])
     db.add_parameter("p", "*", pd.DataFrame({"k": values, "v": [1.0]}))
     assert db.labels == ["b"]
+    odd = pd.Categorical(["b", "c"], categories=[5, "x" * 64, 2.5, "b", "c"])
+    q = db.add_parameter("q", "*", pd.DataFrame({"k": odd, "v": [1.0, 2.0]}))
+    assert q.to_dict() == {"b": 1.0, "c": 2.0}
+    series = pd.Series([1.0, 2.0], index=pd.MultiIndex.from_tuples([(5, "b"), ("b", "c")]))
+    assert db.add_parameter("r", ["*", "*"], series[1:]).to_dict() == {("b", "c"): 2.0}
+
+
+def test_Slices_GoInWithTheirOpenPositions(db: zdbcc.Database) -> None:
+    other = zdbcc.Database()
+    p = other.add_parameter("p", "*", db["flow"][:, "x"])
+    assert p.to_dict() == {"tea": 1.0, "milk": 2.0} and other.labels == ["tea", "milk"]
+    db["flow"].update(db["flow"][:, :], mode="replace")
+    assert len(db["flow"]) == 3
+    with pytest.raises(zdbcc.ArgumentError, match="has 2 positions, but <Slice"):
+        db["flow"].update(db["flow"][:, "x"])
 
 
 def test_Html_IsEscapedAndShort(db: zdbcc.Database) -> None:

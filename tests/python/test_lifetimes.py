@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import copy
 import gc
 import itertools
+import pickle
 import sys
 import threading
 from typing import Any
@@ -95,6 +97,19 @@ def test_SymbolsAfterARemovedOne_KeepTheirRecords(db: zdbcc.Database) -> None:
     assert alias.of.name == "food"
     again = db.add_parameter("price", "food")
     assert len(again) == 0
+
+
+def test_Copies_AreDatabasesOfTheirOwn(db: zdbcc.Database) -> None:
+    for again in (copy.copy(db), copy.deepcopy(db), pickle.loads(pickle.dumps(db))):
+        assert list(again) == list(db) and again["price"].to_dict() == db["price"].to_dict()
+        again["price"]["tea"] = 9.0
+    assert db["price"]["tea"] == 2.5
+    flow, part = pickle.loads(pickle.dumps((db["flow"], db["flow"][:, "x"])))
+    assert flow.to_dict() == db["flow"].to_dict() and part.to_dict() == {"tea": 1.0, "milk": 2.0}
+    assert part.symbol.database is flow.database
+    db.close()
+    with pytest.raises(zdbcc.ClosedError):
+        pickle.dumps(db)
 
 
 def test_Exception_InAWithBlockClosesTheDatabase() -> None:

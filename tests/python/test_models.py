@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import copy
 import gc
 import gzip
 import itertools
@@ -53,6 +54,7 @@ CHANGES: list[tuple[str, Any, float]] = [
     ("need.rhs", pd.DataFrame({"what": ["energy"], "value": [14]}), 16),
     ("need.rhs", [("energy", 14), ("milk", 2)], 18),
     ("need.rhs", zdbcc.Database().add_parameter("p", "*", {"energy": 14.0}), 16),
+    ("need.rhs", zdbcc.Database().add_parameter("p", ["*"] * 2, [("energy", "x", 14)])[:, "x"], 16),
     ("need.rhs", 2, 6),
     ("buy[milk].lo", 2, 16),
     ("buy.up", {"bread": 5}, 16),
@@ -136,6 +138,13 @@ def test_ManySingleNames_AreOneReadingAfterTheSecond(lunch: zdbcc.Model) -> None
     assert [name.text for name in opened.names] == ["buy.up"]
 
 
+def test_Numbers_ShowWhatWasChangedByAnotherNameBefore(lunch: zdbcc.Model) -> None:
+    lunch["need[milk].rhs"] = 2
+    assert lunch["need.rhs"].to_dict() == {"milk": 2, "energy": 12}
+    lunch["need.rhs"] = {"milk": 3}
+    assert lunch["need[milk].rhs"] == 3 and objective(lunch) == 18
+
+
 def test_HotSolves_NeedFewIterations() -> None:
     with zdbcc.Model.read(TRANSPORT, changes=["demand.rhs"]) as model:
         first = model.solve("clp")
@@ -161,6 +170,7 @@ def test_Params_AreTranslatedAgain() -> None:
             model["content"]
         with pytest.raises(zdbcc.ModelError, match="cake"):
             model["price"] = {"cake": 1}
+        model["price"] = ((food, price) for food, price in [("beans", 11.8), ("flour", 72)])
         del model["need[C].rhs"], model["price[beans]"]
         assert objective(model) < dear
         del model["price"]
@@ -214,9 +224,31 @@ def test_Result_SurvivesChangesSolvesAndReadings(lunch: zdbcc.Model) -> None:
     assert lunch.last is None or lunch.last is last
 
 
+@pytest.mark.parametrize(
+    "again", [copy.copy, copy.deepcopy, lambda r: pickle.loads(pickle.dumps(r))]
+)
+def test_Results_AreCopiedWithAllThatTheyHave(lunch: zdbcc.Model, again: Any) -> None:
+    result = again(lunch.solve())
+    lunch["need.rhs"] = {"energy": 14}
+    lunch.solve()
+    assert result["buy"]["bread"].level == 5.5 and result["need"]["milk"].level == 1
+    numbers = again(lunch["need.rhs"])
+    assert repr(numbers) == "<Numbers need.rhs: 2 of the model>"
+    lunch["need.rhs"] = 2
+    assert numbers.to_dict() == {"energy": 14, "milk": 1} or again is copy.copy
+
+
+def test_Names_AreInAModelIfTheyNameSomething(lunch: zdbcc.Model) -> None:
+    for name in ("need.rhs", "NEED[milk].rhs", "buy[bread].fx", "cost.rhs"):
+        assert name in lunch
+    for name in ("need", "need[cake].rhs", "need[a,b].rhs", "buy.rhs", "need[milk", 5, ""):
+        assert name not in lunch
+
+
 def test_NoSolution_IsAResult(lunch: zdbcc.Model) -> None:
     lunch["buy.up"] = 1
     result = lunch.solve()
+    assert "buy" in result and "bye" not in result and 5 not in result
     assert (result.status, result.has_solution) == ("Infeasible", False)
     assert np.isnan(result.objective)
     with pytest.raises(zdbcc.SolveError, match="no solution to show: Infeasible"):
@@ -248,7 +280,7 @@ BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: m.__setitem__("ned.rhs", 1), zdbcc.NotFoundError, "ned"),
     (lambda m: m.__setitem__("need[enrgy].rhs", 1), zdbcc.NotFoundError, "energy"),
     (lambda m: m.__setitem__("need[a,b].rhs", 1), zdbcc.NotFoundError, "need[a,b].rhs"),
-    (lambda m: m["need.rhs"]["a", "b"], zdbcc.ArgumentError, "need_rhs_now0 has 1 positions"),
+    (lambda m: m["need.rhs"]["a", "b"], zdbcc.ArgumentError, "need.rhs has 1 position, but"),
     (lambda m: m["need"], zdbcc.NotFoundError, "change its .rhs or .coef"),
     (lambda m: m.__setitem__("need.rhs", {"milk": 2, "cake": 1}), zdbcc.NotFoundError, "cake"),
     (lambda m: m.__setitem__("need.rhs", {"milk": 2, "energy": NAN}), zdbcc.ArgumentError, "nan"),
@@ -271,6 +303,11 @@ BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: m.solve(time_limit=0), zdbcc.ArgumentError, "time_limit must be above 0"),
     (lambda m: m.solve(gap=-1), zdbcc.ArgumentError, "gap must be a ratio"),
     (lambda m: m.solve(direction="up"), zdbcc.ArgumentError, "'min' or 'max'"),
+    (lambda m: m.solve(iteration_limit=2**31), zdbcc.ArgumentError, "below 2**31"),
+    (lambda m: m.solve(iteration_limit=1.5), zdbcc.ArgumentError, "must be an int"),
+    (lambda m: m.solve(relax="no"), zdbcc.ArgumentError, "True or False"),
+    (lambda m: m.solve(log="log.txt"), zdbcc.ArgumentError, "such as print"),
+    (lambda m: m.conflicts(time_limit="1"), zdbcc.ArgumentError, "time_limit must be"),
     (lambda m: zdbcc.Model.from_text("", format="gms"), zdbcc.ArgumentError, "one of mps, lp"),
     (lambda m: zdbcc.Model.from_text(5), zdbcc.ArgumentError, "read() takes a path"),
     (lambda m: zdbcc.Model.from_text("var x"), zdbcc.ModelError, "model:1"),

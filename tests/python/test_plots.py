@@ -25,6 +25,7 @@ def test_WithoutMatplotlib_TheErrorNamesIt(db: zdbcc.Database, monkeypatch: Any)
         (lambda db: db["price"].plot("heatmap"), "two open positions"),
         (lambda db: db["flow"][:, "x"].plot("sparsity"), "fix others in a slice"),
         (lambda db: db["food"].plot("duration"), "no values to draw"),
+        (lambda db: db.add_parameter("p", ["i", "j"]).plot(), "no records to draw"),
         (lambda db: db["ship"].plot(field="size"), "one of level, marginal"),
         (lambda db: zdbcc.plot({"objective": [1.0]}, column="cost"), "no column 'cost'"),
     ],

@@ -51,7 +51,7 @@ Do = Callable[[zdbcc.Database], object]
 # What is done, the class that it raises, and a part of its message.
 BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     # Wrong dimension.
-    (lambda db: db["price"]["tea", "x"], zdbcc.ArgumentError, "has 1 positions, but the key"),
+    (lambda db: db["price"]["tea", "x"], zdbcc.ArgumentError, "has 1 position, but the key"),
     (lambda db: db["flow"]["tea"], zdbcc.ArgumentError, "has 2 positions, but the key 'tea' has 1"),
     (lambda db: db["flow"][:, "x"]["tea", "y"], zdbcc.ArgumentError, "1 open positions"),
     (lambda db: db["price"].update([("new", "new", 1.0)]), zdbcc.ArgumentError, "has 1 label and"),
@@ -89,6 +89,8 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].__delitem__("cake"), zdbcc.NotFoundError, "cake"),
     (lambda db: db["flow"].__delitem__(("NA", SLICES)), zdbcc.NotFoundError, "no records in the"),
     (lambda db: db["price"].update_arrays([[99]], [1.0]), zdbcc.NotFoundError, "99"),
+    (lambda db: db["price"].update_arrays([[2**32 + 1]], [1]), zdbcc.NotFoundError, "have 429"),
+    (lambda db: db["price"].update_arrays([np.array([-1])], [1]), zdbcc.NotFoundError, "have -1"),
     # Keys that come twice, or are there.
     (lambda db: db.add_set("new", ["q", "Q"]), zdbcc.ExistsError, "xist"),
     (lambda db: db.add_parameter("new", "*", frame(["q", "q"], [1, 2])), zdbcc.ExistsError, "xist"),
@@ -103,18 +105,24 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].update(frame(["q", None], [1, 2])), zdbcc.LabelError, "row 1 is "),
     (lambda db: db["price"].update(frame(cat("q", None), [1, 2])), zdbcc.LabelError, "row 1 of th"),
     (lambda db: db["price"].update(frame(cat(1, 2), [1, 2])), zdbcc.LabelError, "not a str"),
+    (lambda db: db["price"].update(frame(cat("q", 1), [1, 2])), zdbcc.LabelError, "row 1 is 1"),
+    (lambda db: db["price"].update({"q": 1, "  ": 2}), zdbcc.LabelError, "has blanks only"),
     (lambda db: db["price"].update({"q": 1, "a\nb": 2}), zdbcc.LabelError, "control"),
     (lambda db: db["price"].update({"q": 1, "a\0b": 2}), zdbcc.LabelError, "NUL"),
     (lambda db: db["price"].update({"q": 1, "x" * 64: 2}), zdbcc.LabelError, "xxx"),
     (lambda db: db["price"].update({"q": 1, "'\"": 2}), zdbcc.LabelError, "row 1 of the records"),
     (lambda db: db.add_labels(["q", "x" * 64]), zdbcc.LabelError, "xxx"),
     (lambda db: db.add_labels(["q", 5]), zdbcc.LabelError, "label 1 is 5 (int)"),
+    (lambda db: db.add_labels("new"), zdbcc.ArgumentError, "labels are a list"),
+    (lambda db: db.find_labels("tea"), zdbcc.ArgumentError, "labels are a list"),
+    (lambda db: db["price"].update({"q": 1, "\ud800": 2}), zdbcc.LabelError, "be written in UTF-8"),
+    (lambda db: db["price"].update({"q": 10**400}), zdbcc.ArgumentError, "too large"),
     (lambda db: db["price"].update({"q": "1.5"}), zdbcc.ArgumentError, "convert it to float64"),
     (lambda db: db["price"].update(frame(["q"], ["1"])), zdbcc.ArgumentError, "'1' (str), not a n"),
     (lambda db: db["price"].update({"q": None}), zdbcc.ArgumentError, "None (NoneType), not a num"),
     (lambda db: db["price"].update(frame(["q"], [1j])), zdbcc.ArgumentError, "complex128"),
     (lambda db: db["price"].__setitem__("q", "1"), zdbcc.ArgumentError, "not numbers"),
-    (lambda db: db["price"].__setitem__("q", (1, 2)), zdbcc.ArgumentError, "has 1 values, not 2"),
+    (lambda db: db["price"].__setitem__("q", (1, 2)), zdbcc.ArgumentError, "has 1 value, not 2"),
     (lambda db: db["price"].__setitem__(SLICES, 1), zdbcc.ArgumentError, "use update()"),
     (lambda db: db["price"].__contains__(SLICES), zdbcc.ArgumentError, "is not a key"),
     (lambda db: db["price"][1:2], zdbcc.ArgumentError, "only : is possible"),
@@ -126,6 +134,14 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db["price"].update_arrays([[1.5]], [1.0]), zdbcc.ArgumentError, "from add_labels("),
     # Choices.
     (lambda db: db["price"].update({"q": 1}, mode="both"), zdbcc.ArgumentError, "merge, replace a"),
+    (lambda db: db["price"].update({"q": 1}, mode=[]), zdbcc.ArgumentError, "merge, replace and"),
+    (lambda db: db["price"].to_series("cost"), zdbcc.ArgumentError, "one of level, marginal"),
+    (lambda db: db["price"].to_xarray(fill="no"), zdbcc.ArgumentError, "fill is a number"),
+    (lambda db: db.add_parameter("new", None), zdbcc.ArgumentError, "domains are a list"),
+    (lambda db: db.add_labels(None), zdbcc.ArgumentError, "labels are a list"),
+    (lambda db: db["price"].update_arrays(None), zdbcc.ArgumentError, "keys are a list"),
+    (lambda db: db["flow"].update_arrays(5, [1.0]), zdbcc.ArgumentError, "keys are a list"),
+    (lambda db: db.rename("price", None), zdbcc.ArgumentError, "is a str, not None"),
     (lambda db: db["ship"].to_series("price"), zdbcc.ArgumentError, "one of level, marginal"),
     (lambda db: db.add_variable("new", kind="odd"), zdbcc.ArgumentError, "one of unknown, binary"),
     (lambda db: db.add_set("1st"), zdbcc.LabelError, "1st"),
@@ -135,9 +151,11 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: db.remove("food"), zdbcc.StateError, "food"),
     # Files.
     (lambda db: zdbcc.open("no/such.zxf"), zdbcc.MissingFileError, "no/such.zxf"),
+    (lambda db: zdbcc.open(5), zdbcc.ArgumentError, "by a str or a path, not by 5"),
     (lambda db: zdbcc.open("/dev"), (zdbcc.FileError, zdbcc.DamagedError), "/dev"),
     (lambda db: db.write("no/such/out.zxf"), zdbcc.FileError, "no/such/out.zxf"),
     (lambda db: zdbcc.Database.from_bytes(b"nonsense"), zdbcc.DamagedError, ""),
+    (lambda db: zdbcc.Database.from_bytes("no.zxf"), zdbcc.ArgumentError, "open() takes a path"),
     (lambda db: zdbcc.Database.from_bytes(newer(db)), zdbcc.DamagedError, "use a newer library"),
     (lambda db: db.to_sqlite("no/such/out.db"), zdbcc.FileError, "no/such/out.db"),
     (lambda db: db.to_sqlite("/dev/null"), zdbcc.ExistsError, "pass overwrite=True"),
@@ -145,6 +163,8 @@ BAD: list[tuple[Do, type[zdbcc.Error] | tuple[type[zdbcc.Error], ...], str]] = [
     (lambda db: zdbcc.diff(db, "no/such.zxf"), zdbcc.MissingFileError, "no/such.zxf"),
     (lambda db: zdbcc.diff(db, db, ["pricy"]), zdbcc.NotFoundError, "did you mean price?"),
     (lambda db: zdbcc.diff(db, db, tolerance=-1), zdbcc.ArgumentError, "needs numbers from 0 on"),
+    (lambda db: zdbcc.diff(db, db, tolerance="1"), zdbcc.ArgumentError, "needs numbers from 0 on"),
+    (lambda db: zdbcc.diff(db, None), zdbcc.ArgumentError, "by a str or a path, not by None"),
     (lambda db: zdbcc.diff(db, db, limit=-1), zdbcc.ArgumentError, "a whole number from 0 on"),
     (lambda db: zdbcc.read_csv(), zdbcc.ArgumentError, "there is nothing to read"),
     (lambda db: zdbcc.read_csv("no/such.csv"), zdbcc.MissingFileError, "no/such.csv"),
@@ -172,6 +192,26 @@ def test_BadInput_RaisesAndChangesNothing(db: zdbcc.Database, number: int) -> No
     assert state(db) == before
     db["price"]["after"] = 1.0  # and the database is still good
     assert db["price"]["after"] == 1.0
+
+
+def test_Aliases_AreChangedThroughTheirSetOnly(db: zdbcc.Database) -> None:
+    alias = db.add_alias("drink", "food")
+    before = state(db)
+    changes: list[Any] = [
+        alias.clear, lambda: alias.update(["new"]), lambda: alias.__setitem__("new", ""),
+        lambda: alias.__delitem__("tea"), lambda: alias.update_arrays([[1]]),
+    ]  # fmt: skip
+    for change in changes:
+        with pytest.raises(zdbcc.ArgumentError, match="is an alias; change food"):
+            change()
+    with pytest.raises(zdbcc.ArgumentError, match="^cannot add records to drink"):
+        alias.update(db["food"])
+    assert state(db) == before
+
+
+def test_WhatCannotBeALabel_IsNotThere(db: zdbcc.Database) -> None:
+    for label in ("x" * 64, "a\n", "a\0", "\ud800"):
+        assert label not in db["price"] and db["price"].get(label, 5) == 5 and label not in db
 
 
 def test_Classes_AreAlsoPythons() -> None:

@@ -7,6 +7,7 @@ The solver is one that another package brings.
 
 from __future__ import annotations
 
+import importlib.metadata
 import importlib.util
 import pathlib
 import sqlite3
@@ -60,11 +61,26 @@ def libraries() -> None:
         assert inside or of_python or name.startswith(SYSTEM), f"{path} is not of the wheel"
 
 
+def licences() -> None:
+    """Each library that the wheel carries has its licence in it."""
+    files = importlib.metadata.files("zdbcclib") or []
+    names = {file.name: file for file in files if ".dist-info/licenses/" in str(file)}
+    assert {"LICENSE", "THIRD_PARTY_NOTICES.md", "LIBRARIES.txt"} <= set(names), names
+    lines = names["LIBRARIES.txt"].read_text().splitlines()
+    listed = dict(line.split(": ", 1) for line in lines)
+    carried = {file.name for file in files if ".libs/" in str(file)}
+    assert listed.keys() == carried and any("libgmp" in name for name in carried), (listed, carried)
+    for name in {line.partition(",")[0] for line in listed.values()}:
+        assert len(names[name].read_text()) > 100, name
+    assert "GNU GENERAL PUBLIC LICENSE" in names["GPL-3.txt"].read_text()
+
+
 def main() -> None:
     assert importlib.util.find_spec("pandas") is None
     databases()
     models()
     libraries()
+    licences()
     parts = [f"Python {sys.version.split()[0]}", *sys.argv[1:]]
     print(f"the wheel of zdbcc {zdbcc.__version__} works with {' and '.join(parts)}")
 

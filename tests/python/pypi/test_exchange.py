@@ -7,12 +7,16 @@ from typing import Any
 
 import duckdb
 import numpy as np
+import pandas as pd
 import polars as pl
 import pyarrow as pa
 import pytest
 import zdbcc
+from conftest import LUNCH, MODELS
 from hypothesis import given
 from test_roundtrip import FIELDS, bits, records
+
+NAN = float("nan")
 
 
 def new_like(db: zdbcc.Database, symbol: zdbcc.Symbol, name: str) -> zdbcc.Symbol:
@@ -146,3 +150,54 @@ def test_Arrays_AreTakenWithoutLoss() -> None:
     table = pa.table({"k": [f"k{i}" for i in range(10_000)], "v": values})
     p = zdbcc.Database().add_parameter("p", "*", table)
     assert p.to_numpy().tobytes() == values.tobytes()
+
+
+def test_Models_TakeFramesAndTables() -> None:
+    rows = {"scenario": ["a", "b"], "need[energy].rhs": [14.0, None]}
+    with zdbcc.Model.from_text(LUNCH) as model:
+        for table in (pl.DataFrame(rows), pa.table(rows)):
+            found = model.sweep(table, progress=False)
+            assert found["objective"].to_dict() == {"a": 16, "b": 14}
+        model["need.rhs"] = pl.DataFrame({"k": ["energy"], "v": [16]})
+        assert model.solve().objective == 18
+    with zdbcc.Model.read(MODELS / "diet.mod") as model:
+        for form in (pl.DataFrame, pa.table):
+            model["price"] = form({"k": ["flour", "beans"], "v": [72.0, 11.8]})
+            assert model["price"].to_dict() == {"flour": 72, "beans": 11.8}
+            (changed,) = model.sweep(
+                [{"price": form({"k": ["flour"], "v": [36]})}], progress=False
+            )["objective"]
+            assert changed < model.solve().objective
+
+
+def test_ArrowTypesOfPandas_AreTaken() -> None:
+    frame = pa.table(
+        {"k": ["x", "NA", "y"], "v": [1.5, None, 3.0], "n": [1, 2, None], "b": [True, None, False]}
+    ).to_pandas(types_mapper=pd.ArrowDtype)
+    for column, expected in (("v", [1.5, NAN, 3]), ("n", [1, 2, NAN]), ("b", [1, NAN, 0])):
+        for labels in (
+            frame,
+            frame.astype({"k": "category"}),
+            frame.astype({"k": "string[pyarrow]"}),
+        ):
+            p = zdbcc.Database().add_parameter("p", "*", labels[["k", column]])
+            np.testing.assert_array_equal([p["x"], p["NA"], p["y"]], expected)
+    coded = frame.astype({"k": pd.ArrowDtype(pa.dictionary(pa.int32(), pa.string()))})
+    assert list(zdbcc.Database().add_set("s", coded[["k"]])) == ["x", "NA", "y"]
+
+
+@pytest.mark.parametrize(
+    "label",
+    [
+        pa.string(),
+        pa.large_string(),
+        pa.string_view(),
+        pa.dictionary(pa.uint8(), pa.string()),
+        pa.dictionary(pa.int64(), pa.large_string()),
+    ],
+)
+def test_Labels_OfAllTypesOfTextAreTaken(label: pa.DataType) -> None:
+    chunks = [pa.array(part).cast(label) for part in (["x", "a long label, beyond 12"], [], ["NA"])]
+    table = pa.table({"k": pa.chunked_array(chunks), "v": pa.chunked_array([[1, 2, 3]])})
+    p = zdbcc.Database().add_parameter("p", "*", table)
+    assert p.to_dict() == {"x": 1, "a long label, beyond 12": 2, "NA": 3}
