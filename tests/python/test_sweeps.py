@@ -66,6 +66,15 @@ def test_Scenarios_AreTakenInAllForms(number: int, tmp_path: pathlib.Path) -> No
     assert table["need[milk].marginal"].tolist() == pytest.approx([2, 2])
 
 
+def test_Scenarios_HaveNamesOfAnyTypeAndMaskedValues() -> None:
+    values = np.ma.array([14.0, 16.0], mask=[False, True])
+    index = pd.MultiIndex.from_tuples([("a", 1), ("b", 2)])
+    with zdbcc.Model.from_text(LUNCH) as model:
+        assert sweep(model, {"need[energy].rhs": values})["objective"].tolist() == [16, 14]
+        frame = pd.DataFrame({"need[energy].rhs": [14.0, 16.0]}, index=index)
+        assert sweep(model, frame)["objective"].to_dict() == {("a", 1): 16, ("b", 2): 18}
+
+
 def test_Sweep_AgreesWithSolvesOneByOne() -> None:
     names = ["need[calories].rhs", "buy[flour].cost", "buy[beans].up", "buy[liver].fx"]
     random = np.random.default_rng(3)
@@ -193,6 +202,8 @@ BAD: list[tuple[Any, dict[str, Any], type[zdbcc.Error], str]] = [
     ({5: [1]}, {}, zdbcc.ArgumentError, "names are str"),
     ([5], {}, zdbcc.ArgumentError, "each is a dict"),
     (5, {}, zdbcc.ArgumentError, "pass a DataFrame"),
+    ({"need[milk].rhs": 5}, {}, zdbcc.ArgumentError, "values of need[milk].rhs are a list"),
+    ([{"scenario": [1]}], {}, zdbcc.ArgumentError, "its name is [1]"),
     ("no/such.csv", {}, zdbcc.MissingFileError, "no/such.csv"),
     ({"need.rhs": [1]}, {"show": "buy"}, zdbcc.ArgumentError, "list of names"),
     ({"need.rhs": [1]}, {"show": None}, zdbcc.ArgumentError, "list of names"),
