@@ -375,11 +375,14 @@ def test_SlowChunks_GiveWhatTheyHaveInTurns(monkeypatch: Any) -> None:
     ("executor", "chunk"),
     [(None, None), (ThreadPoolExecutor(1), 50), (1, 1), (1, None), (ProcessPoolExecutor(1), 201)],
 )
+@pytest.mark.parametrize("param", [{}, {"extra": [2] * 201}])  # whose chunks take no turns
 def test_Interrupt_KeepsTheRowsThatAreSolved(
-    executor: Any, chunk: int | None, ctrl_c: None
+    executor: Any, chunk: int | None, param: dict[str, Any], ctrl_c: None
 ) -> None:
-    scenarios = {"split[1].rhs": [NAN] + [700.0 + i for i in range(200)]}
-    model = zdbcc.Model.from_text(HARD)
+    if param and chunk != 201:
+        pytest.skip("it is told to stop in the same way")
+    scenarios = {"split[1].rhs": [NAN] + [700.0 + i for i in range(200)], **param}
+    model = zdbcc.Model.from_text("param extra default 1;" + HARD)
     thread = press_after(1.5)
     start = time.monotonic()
     with pytest.raises(KeyboardInterrupt) as caught:
@@ -396,6 +399,15 @@ def test_Interrupt_KeepsTheRowsThatAreSolved(
         "Stopped without a feasible solution",
         "Integer solution",
     }
+
+
+def test_Interrupt_FreesTheWorkersOfAPool(ctrl_c: None) -> None:
+    model = zdbcc.Model.from_text(HARD)
+    with ProcessPoolExecutor(1) as executor:
+        press_after(1.5)
+        with pytest.raises(KeyboardInterrupt):
+            sweep(model, {"split[1].rhs": [700]}, executor=executor, time_limit=60, solver="glpk")
+        assert executor.submit(os.getpid).result(timeout=10) > 0
 
 
 def test_WithoutPandas_TheTableIsADict(monkeypatch: Any) -> None:
