@@ -71,7 +71,8 @@ def columns_of(data: Any, shape: Shape) -> Columns:
         return _join(_keys(keys, shape), _values(rows, shape), len(keys), shape)
     if shape.dim == 0 and not _are_rows(data):
         return _join([], _values([data], shape), 1, shape)
-    if isinstance(data, str | bytes) or not isinstance(data, Iterable):
+    is_single = isinstance(data, np.ndarray) and data.ndim == 0
+    if is_single or isinstance(data, str | bytes) or not isinstance(data, Iterable):
         raise ArgumentError(
             f"records of {shape.name} cannot be made of a {type(data).__name__}; pass a "
             "DataFrame, a Series, a dict, rows or an Arrow stream"

@@ -7,7 +7,7 @@ from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
-from zdbcc._errors import ArgumentError
+from zdbcc._errors import ArgumentError, list_of
 from zdbcc._names import Name, parse
 from zdbcc._numbers import check_values
 from zdbcc._values import is_number
@@ -18,10 +18,8 @@ if TYPE_CHECKING:
 
 def canonical(names: Iterable[str]) -> list[Name]:
     """Names of changes, each once; .fx is both bounds."""
-    if isinstance(names, str):
-        raise ArgumentError(f"changes is a list of names, not {names!r}")
     found: dict[Any, Name] = {}
-    for text in names:
+    for text in list_of(names, "names in changes"):
         name = parse(text)
         for part in ("lo", "up") if name.attribute == "fx" else (name.attribute,):
             each = name.with_(name.labels, part)

@@ -292,7 +292,8 @@ class Model:
             if part.is_variable and lower(name).endswith("_var"):
                 yield name[: -len("_var")]
             elif part.is_variable and (of_row == lower(name) or of_row not in parts):
-                yield from (f"{name}.{attribute}" for attribute in ("lo", "up", "fx", "cost"))
+                has_cost = ("cost",) if self._opened.objective else ()
+                yield from (f"{name}.{each}" for each in ("lo", "up", "fx", *has_cost))
             elif not part.is_variable:
                 has_two = f"{lower(name)}_range" in parts
                 row = self._opened.row_names[name]

@@ -9,7 +9,7 @@ import numpy as np
 
 from zdbcc._case import lower
 from zdbcc._columns import Column, Shape, columns_of
-from zdbcc._errors import ArgumentError, LabelError, NotFoundError
+from zdbcc._errors import ArgumentError, LabelError, NotFoundError, list_of
 from zdbcc._symbols import Parameter, Slice
 from zdbcc._values import doubles, is_number
 
@@ -171,6 +171,8 @@ class Numbers(Parameter):
         """
         if mode not in ("merge", "replace"):
             raise ArgumentError(f"numbers of a model cannot be added, as mode={mode!r} would")
+        if isinstance(records, np.ndarray) and records.ndim == 0:
+            records = records[()]
         if is_number(records) and self.dim > 0:
             rows = [list(row) for row in self._rows()]
             values = np.full(len(rows), float(records))
@@ -205,7 +207,21 @@ class Numbers(Parameter):
         >>> need["milk"]
         2.0
         """
-        labels = [self._db._labels_at(np.asarray(key, np.int32)).tolist() for key in keys]
+        if len(values) != 1:
+            raise ArgumentError(f"{self.name} has one value, not {len(values)}")
+        columns = [np.asarray(key) for key in list_of(keys, "keys")]
+        most = self._db._label_count()
+        for place, column in enumerate(columns):
+            if column.size and (
+                column.dtype.kind not in "iu" or column.min() < 1 or column.max() > most
+            ):
+                raise NotFoundError(
+                    f"keys of position {place + 1} of {self.name} are not all label numbers, which "
+                    f"are 1 to {most}"
+                )
+        labels = [self._db._labels_at(column.astype(np.int32)).tolist() for column in columns]
+        if len({len(column) for column in [*labels, np.ravel(values[0])]}) > 1:
+            raise ArgumentError("the columns of keys and values have different lengths")
         rows = list(zip(*labels, strict=True)) if labels else [()]
         self.update(
             [(*row, value) for row, value in zip(rows, np.ravel(values[0]).tolist(), strict=True)],

@@ -7,7 +7,7 @@ import hashlib
 import os
 import pickle
 import sys
-from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
+from collections.abc import Callable, Hashable, Iterable, Iterator, Mapping, Sequence
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, NamedTuple, NoReturn
 
@@ -22,12 +22,13 @@ from zdbcc._errors import (
     ModelError,
     NotFoundError,
     SolveError,
+    list_of,
     path_of,
 )
 from zdbcc._names import Name, entry, parse, parse_entry
 from zdbcc._numbers import Rows, check_values, records_of
 from zdbcc._opened import Opened, Options, solver_of
-from zdbcc._values import is_number
+from zdbcc._values import doubles, is_number, masked
 from zdbcc._worker import Chunk, Job, Outcomes
 
 if TYPE_CHECKING:
@@ -53,6 +54,9 @@ class Scenarios(NamedTuple):
 
 def _column(column: Sequence[Any], name: str) -> NDArray[np.float64]:
     """A column of numbers, of which None and nan are missing."""
+    mask = masked(column)
+    if mask is not None:
+        return np.where(mask, np.nan, doubles(column, name))
     try:
         array = np.asarray(column)
     except ValueError:
@@ -78,7 +82,9 @@ def _matrix(columns: Mapping[str, Any], count: int) -> NDArray[np.float64]:
 
 def _from_columns(columns: Mapping[str, Any], labels: Sequence[Any] | None) -> Scenarios:
     given = {
-        name: column if isinstance(column, np.ndarray) else list(column)
+        name: column
+        if isinstance(column, np.ndarray) and column.ndim
+        else list_of(column, f"values of {name}")
         for name, column in columns.items()
     }
     for name in given:
@@ -192,6 +198,8 @@ def scenarios_of(given: Any) -> Scenarios:
         )
     seen: dict[Any, int] = {}
     for row, label in enumerate(found.labels):
+        if not isinstance(label, Hashable):
+            raise ArgumentError(f"scenario {row}: its name is {label!r}, which is not a text")
         if seen.setdefault(label, row) != row:
             raise ArgumentError(f"scenario {row}: there is a scenario {label!r} already")
     return found
@@ -502,7 +510,8 @@ class Sweep:
             import pandas as pd
         except ImportError:
             return {"scenario": labels, **columns}
-        return pd.DataFrame(columns, index=pd.Index(labels, name="scenario"))
+        index = pd.Index(labels, name="scenario", tupleize_cols=False)
+        return pd.DataFrame(columns, index=index)
 
     def _status(self, row: int) -> str:
         if row in self.outcomes.failures:

@@ -48,10 +48,18 @@ def is_number(value: Any) -> bool:
     )
 
 
+def masked(data: Any) -> NDArray[np.bool_] | None:
+    """What an array of numpy masks; None if it is not such an array."""
+    masks = sys.modules.get("numpy.ma")  # which need not be imported for that
+    if masks is None or not isinstance(data, masks.MaskedArray):
+        return None
+    found: NDArray[np.bool_] = masks.getmaskarray(data)
+    return found
+
+
 def doubles(data: Any, what: str) -> NDArray[np.float64]:
     """Numbers as a new or borrowed array of doubles; each nan is NA, as is what is masked."""
-    masks = sys.modules.get("numpy.ma")  # which need not be imported for that
-    mask = masks.getmaskarray(data) if masks and isinstance(data, masks.MaskedArray) else None
+    mask = masked(data)
     array = np.asarray(data)
     if array.dtype.kind == "O":
         for place, item in enumerate(array.ravel()):

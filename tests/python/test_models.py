@@ -56,6 +56,7 @@ CHANGES: list[tuple[str, Any, float]] = [
     ("need.rhs", zdbcc.Database().add_parameter("p", "*", {"energy": 14.0}), 16),
     ("need.rhs", zdbcc.Database().add_parameter("p", ["*"] * 2, [("energy", "x", 14)])[:, "x"], 16),
     ("need.rhs", 2, 6),
+    ("need.rhs", np.array(2), 6),
     ("buy[milk].lo", 2, 16),
     ("buy.up", {"bread": 5}, 16),
     ("buy[milk].fx", 4, 20),
@@ -125,6 +126,12 @@ def test_NamesOfAModel_AllNameSomething() -> None:
             if not name.endswith(".fx"):
                 assert len(model[name]) > 0
     assert "cost.lo" not in model and 5 not in model
+
+
+def test_ModelWithoutAnObjective_HasNoCosts() -> None:
+    model = zdbcc.Model.from_text("var x >= 0; s.t. r: x >= 1; end;")
+    assert list(model) == ["x.lo", "x.up", "x.fx", "r.rhs"] and "x.cost" not in model
+    assert np.isnan(objective(model)) and model.last["x"][()].level == 1
 
 
 def test_ManySingleNames_AreOneReadingAfterTheSecond(lunch: zdbcc.Model) -> None:
@@ -299,6 +306,11 @@ BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: m["need.rhs"].update({"milk": 2}, mode="add"), zdbcc.ArgumentError, "be added"),
     (lambda m: m["need.rhs"].__setitem__("cake", 2), zdbcc.NotFoundError, "cake"),
     (lambda m: m["need.rhs"].__delitem__("cake"), zdbcc.NotFoundError, "cake"),
+    (lambda m: m["need.rhs"].update_arrays([[1]]), zdbcc.ArgumentError, "one value, not 0"),
+    (lambda m: m["need.rhs"].update_arrays([[-1]], [5]), zdbcc.NotFoundError, "are 1 to 2"),
+    (lambda m: m["need.rhs"].update_arrays([[99]], [5]), zdbcc.NotFoundError, "are 1 to 2"),
+    (lambda m: m["need.rhs"].update_arrays([[1, 2]], [5]), zdbcc.ArgumentError, "different len"),
+    (lambda m: zdbcc.Model.from_text(LUNCH, changes=None), zdbcc.ArgumentError, "are a list"),
     (lambda m: m.solve("best"), zdbcc.ArgumentError, "there are clp, cbc"),
     (lambda m: m.solve(time_limit=0), zdbcc.ArgumentError, "time_limit must be above 0"),
     (lambda m: m.solve(gap=-1), zdbcc.ArgumentError, "gap must be a ratio"),
@@ -311,7 +323,7 @@ BAD: list[tuple[Do, type[zdbcc.Error], str]] = [
     (lambda m: zdbcc.Model.from_text("", format="gms"), zdbcc.ArgumentError, "one of mps, lp"),
     (lambda m: zdbcc.Model.from_text(5), zdbcc.ArgumentError, "read() takes a path"),
     (lambda m: zdbcc.Model.from_text("var x"), zdbcc.ModelError, "model:1"),
-    (lambda m: zdbcc.Model.from_text(LUNCH, changes="x"), zdbcc.ArgumentError, "list of names"),
+    (lambda m: zdbcc.Model.from_text(LUNCH, changes="x"), zdbcc.ArgumentError, "are a list, such"),
     (lambda m: zdbcc.Model.from_text(LUNCH, changes=["x.lo"]), zdbcc.ModelError, "x"),
     (lambda m: zdbcc.Model.read("no/such.mod"), zdbcc.MissingFileError, "no/such.mod"),
     (lambda m: zdbcc.Model.read("/dev"), zdbcc.FileError, "/dev"),

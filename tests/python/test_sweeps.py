@@ -66,6 +66,15 @@ def test_Scenarios_AreTakenInAllForms(number: int, tmp_path: pathlib.Path) -> No
     assert table["need[milk].marginal"].tolist() == pytest.approx([2, 2])
 
 
+def test_Scenarios_HaveNamesOfAnyTypeAndMaskedValues() -> None:
+    values = np.ma.array([14.0, 16.0], mask=[False, True])
+    index = pd.MultiIndex.from_tuples([("a", 1), ("b", 2)])
+    with zdbcc.Model.from_text(LUNCH) as model:
+        assert sweep(model, {"need[energy].rhs": values})["objective"].tolist() == [16, 14]
+        frame = pd.DataFrame({"need[energy].rhs": [14.0, 16.0]}, index=index)
+        assert sweep(model, frame)["objective"].to_dict() == {("a", 1): 16, ("b", 2): 18}
+
+
 def test_Sweep_AgreesWithSolvesOneByOne() -> None:
     names = ["need[calories].rhs", "buy[flour].cost", "buy[beans].up", "buy[liver].fx"]
     random = np.random.default_rng(3)
@@ -193,6 +202,8 @@ BAD: list[tuple[Any, dict[str, Any], type[zdbcc.Error], str]] = [
     ({5: [1]}, {}, zdbcc.ArgumentError, "names are str"),
     ([5], {}, zdbcc.ArgumentError, "each is a dict"),
     (5, {}, zdbcc.ArgumentError, "pass a DataFrame"),
+    ({"need[milk].rhs": 5}, {}, zdbcc.ArgumentError, "values of need[milk].rhs are a list"),
+    ([{"scenario": [1]}], {}, zdbcc.ArgumentError, "its name is [1]"),
     ("no/such.csv", {}, zdbcc.MissingFileError, "no/such.csv"),
     ({"need.rhs": [1]}, {"show": "buy"}, zdbcc.ArgumentError, "list of names"),
     ({"need.rhs": [1]}, {"show": None}, zdbcc.ArgumentError, "list of names"),
@@ -364,11 +375,14 @@ def test_SlowChunks_GiveWhatTheyHaveInTurns(monkeypatch: Any) -> None:
     ("executor", "chunk"),
     [(None, None), (ThreadPoolExecutor(1), 50), (1, 1), (1, None), (ProcessPoolExecutor(1), 201)],
 )
+@pytest.mark.parametrize("param", [{}, {"extra": [2] * 201}])  # whose chunks take no turns
 def test_Interrupt_KeepsTheRowsThatAreSolved(
-    executor: Any, chunk: int | None, ctrl_c: None
+    executor: Any, chunk: int | None, param: dict[str, Any], ctrl_c: None
 ) -> None:
-    scenarios = {"split[1].rhs": [NAN] + [700.0 + i for i in range(200)]}
-    model = zdbcc.Model.from_text(HARD)
+    if param and chunk != 201:
+        pytest.skip("it is told to stop in the same way")
+    scenarios = {"split[1].rhs": [NAN] + [700.0 + i for i in range(200)], **param}
+    model = zdbcc.Model.from_text("param extra default 1;" + HARD)
     thread = press_after(1.5)
     start = time.monotonic()
     with pytest.raises(KeyboardInterrupt) as caught:
@@ -385,6 +399,15 @@ def test_Interrupt_KeepsTheRowsThatAreSolved(
         "Stopped without a feasible solution",
         "Integer solution",
     }
+
+
+def test_Interrupt_FreesTheWorkersOfAPool(ctrl_c: None) -> None:
+    model = zdbcc.Model.from_text(HARD)
+    with ProcessPoolExecutor(1) as executor:
+        press_after(1.5)
+        with pytest.raises(KeyboardInterrupt):
+            sweep(model, {"split[1].rhs": [700]}, executor=executor, time_limit=60, solver="glpk")
+        assert executor.submit(os.getpid).result(timeout=10) > 0
 
 
 def test_WithoutPandas_TheTableIsADict(monkeypatch: Any) -> None:
