@@ -109,7 +109,7 @@ def repair_theme(app: object, failure: Exception | None) -> None:
     )
     if dark and "prefers-color-scheme" not in text:
         rules = dark[1].replace('body[data-theme="dark"]', 'body:not([data-theme="light"])')
-        text += f"\n@media not print and (prefers-color-scheme: dark) {{\n{rules}\n"
+        text += f"\n@media screen and (prefers-color-scheme: dark) {{\n{rules}"
     normal = "/javascript/normalize.css/normalize.css"
     if f"url({normal})" in text:
         shutil.copy(f"/usr/share{normal}", style.parent)

@@ -253,6 +253,8 @@ class View(unittest.TestCase):
                         continue
                     if shown == "picture":
                         self.show_picture()
+                        if (place, width) == ("content", 1200):  # of a heat map
+                            self.assertIn("vitamin_b1", page.texts("svg text"))
                     self.assertFalse(page.is_too_wide(), (name, place, shown, width))
                     self.assertEqual(page.poor_contrasts(), [], (name, place, scheme))
                     self.assertEqual(page.nameless(), [])

@@ -276,7 +276,7 @@ function drawHeatMap(title, points, width) {
   );
   const top = Math.min(
     120,
-    16 + 6 * Math.max(...columns.map((column) => data.dictionary[column].length)),
+    16 + 7 * Math.max(...columns.map((column) => data.dictionary[column].length)),
   );
   const cellWidth = (width - left - 8) / columns.length;
   const cellHeight = rows.length > 40 ? 15 : 20;
@@ -317,7 +317,7 @@ function drawHeatMap(title, points, width) {
       draw(
         "text",
         { transform: `translate(${x} ${top - 6}) rotate(-60)` },
-        shortened(data.dictionary[column], top),
+        shortened(data.dictionary[column], (top - 6) / Math.sin(Math.PI / 3)),
       ),
     );
   });
