@@ -26,7 +26,7 @@ needed() {
 # In namespaces of its own, whose mounts and processes end with the command; nothing of the machine but
 # its network is in the root, which has devices of its own, terminals too.
 in_root() {
-  # shellcheck disable=SC2016 # for the inner shell
+  # shellcheck disable=SC2016,SC2086 # for the inner shell; nothing or a word
   unshare --mount --pid --fork --mount-proc="$root/proc" sh -eu -c '
     mkdir -p "$0/dev/pts"
     mount -t devpts -o newinstance,ptmxmode=0666 devpts "$0/dev/pts"
