@@ -24,10 +24,15 @@ needed() {
 }
 
 # In namespaces of its own, whose mounts and processes end with the command; nothing of the machine but
-# its network is in the root, which has devices of its own.
+# its network is in the root, which has devices of its own, terminals too.
 in_root() {
-  unshare --mount --pid --fork --mount-proc="$root/proc" chroot "$root" env -i \
-    PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 PIP_CERT=/etc/ssl/certs/machine.crt DEBIAN_FRONTEND=noninteractive "$@"
+  # shellcheck disable=SC2016,SC2086 # for the inner shell; nothing or a word
+  unshare --mount --pid --fork --mount-proc="$root/proc" sh -eu -c '
+    mkdir -p "$0/dev/pts"
+    mount -t devpts -o newinstance,ptmxmode=0666 devpts "$0/dev/pts"
+    ln -sf pts/ptmx "$0/dev/ptmx"
+    exec chroot "$0" env -i "$@"' "$root" \
+    PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LC_ALL=C.UTF-8 DEBIAN_FRONTEND=noninteractive $trusted "$@"
 }
 
 run() {
@@ -39,8 +44,11 @@ run() {
   # Of the source tree, the tests alone.
   cp -r --parents debian/tests tests/package tests/readme "$root/source"
   # What this machine trusts, where its network has a certificate of its own.
-  mkdir -p "$root/etc/ssl/certs"
-  cp /etc/ssl/certs/ca-certificates.crt "$root/etc/ssl/certs/machine.crt"
+  trusted=
+  if [ -e /etc/ssl/certs/ca-certificates.crt ]; then
+    cp /etc/ssl/certs/ca-certificates.crt "$root/machine.crt"
+    trusted=PIP_CERT=/machine.crt
+  fi
   in_root apt-get update -qq
   # shellcheck disable=SC2046 # a list of packages
   in_root apt-get install -y -qq --no-install-recommends $(needed "$1")
