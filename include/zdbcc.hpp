@@ -210,7 +210,7 @@ class Symbol {
     return result;
   }
 
-  /// Number of records. Loads the symbol.
+  /// Number of records; of a symbol that has not been read from its file yet, what the file says.
   std::int64_t size() const {
     std::int64_t count = 0;
     check(zdbx_count_records(db_, handle_, nullptr, &count));

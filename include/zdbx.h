@@ -288,7 +288,8 @@ ZDBCCLIB_API int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx
 
 /**
  * Gets the number of records of a symbol or slice. Takes constant time for a whole symbol,
- * otherwise time in the records that share the fixed leading positions.
+ * otherwise time in the records that share the fixed leading positions. Of a symbol of a file that
+ * is not loaded, it is what the file says; that there are so many, only reading them shows.
  */
 ZDBCCLIB_API int zdbx_count_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                     int64_t* count);
@@ -297,6 +298,11 @@ ZDBCCLIB_API int zdbx_count_records(zdbHandle_t db, zdbSymbol_t symbol, const in
  * Writes the records of a symbol or slice to the columns that `buffers` has, in key order. Fails
  * without writing (ZDBX_ARGUMENT) if there are more than buffers->rows. result.done is the number
  * of records.
+ *
+ * The first time, all records of a symbol that is not loaded go from an open file straight to the
+ * columns, which is fastest if these are arrays and all that a record has is wanted; the symbol is
+ * loaded by the second time, or by c__zdbclosezxf(). If it cannot be read, the columns may have
+ * been written to.
  */
 ZDBCCLIB_API int zdbx_get_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
                                   const zdbx_buffers* buffers, zdbx_result* result);

@@ -36,5 +36,9 @@ ZXF_EXPORT void C__zxfGetLoadPath(char* dir);
 /// The list also has what this library does not support, see isOffered(): declared, not defined.
 #define ZDB_FUNCTION(name, result, parameters, codes) ZXF_EXPORT result C__##name parameters;
 #include "contract/zxffunctions.def"
+
+/// contract::ReadColumns: as zxfDataReadRaw, many records at a time.
+ZXF_EXPORT int C__zxfDataReadRawColumns(void* zxf, int room, int* const* keys, int keyStep,
+                                        double* const* values, int valueStep, int* count);
 }
 // NOLINTEND(bugprone-reserved-identifier)

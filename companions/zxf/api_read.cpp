@@ -1,4 +1,7 @@
 // Reading: the content of the directory, and records.
+#include <type_traits>
+
+#include "contract/extras.h"
 #include "zxf/api.h"
 #include "zxf/object.h"
 
@@ -145,6 +148,26 @@ int C__zxfDataReadRaw(void* zxf, int* key, double* values, int* firstChanged) {
     return 1;
   });
 }
+
+int C__zxfDataReadRawColumns(void* zxf, int room, int* const* keys, int keyStep,
+                             double* const* values, int valueStep, int* count) {
+  return guarded(zxf, [&](Object& object) {
+    Reader& reader = object.reading();
+    if (!reader.started()) fail(Errc::NoSymbolOpen);
+    requireAll(count);
+    *count = 0;
+    if (reader.dim() > 0) requireAll(keys);
+    for (int d = 0; d < reader.dim(); ++d) requireAll(keys[d]);
+    requireAll(values);
+    for (int v = 0; v < reader.width(); ++v) requireAll(values[v]);
+    if (room < 1) return 1;
+    const ColumnPlaces to{std::span(keys, static_cast<std::size_t>(reader.dim())), keyStep,
+                          std::span(values, static_cast<std::size_t>(reader.width())), valueStep};
+    *count = asInt(reader.takeMany(static_cast<std::uint32_t>(room), to, object.delivered));
+    return 1;
+  });
+}
+static_assert(std::is_same_v<decltype(&C__zxfDataReadRawColumns), zdb::contract::ReadColumns>);
 
 int C__zxfDataReadDone(void* zxf) {
   return guarded(zxf, [](Object& object) {

@@ -44,14 +44,36 @@ ByteSpan BlockWriter::pack(const SpecialMatcher& specials) {
 void BlockReader::read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_t count,
                        std::uint32_t labelCount, const SpecialValues& delivered, Block& block) {
   FieldReader in(payload, Errc::DamagedRecords);
-  block.count = count;
+  block.count = 0;  // what fails leaves no records
   block.rows.resize(std::size_t{count} * symbol.dim);
   block.changed.resize(count);
   keys_.read(in, symbol.dim, labelCount, block.rows, block.changed);
+  std::array<double*, 5> columns{};
   for (int c = 0; c < valueWidth(symbol.type); ++c) {
     block.columns[c].resize(count);
-    columns_.read(in, block.columns[c], delivered);
+    columns[c] = block.columns[c].data();
   }
+  readValues(in, symbol.type, count, delivered, columns);
+  block.count = count;
+}
+
+void BlockReader::read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_t count,
+                       std::uint32_t labelCount, const SpecialValues& delivered,
+                       const ColumnPlaces& to) {
+  FieldReader in(payload, Errc::DamagedRecords);
+  if (to.keyStep == 1) {
+    keys_.readColumns(in, symbol.dim, labelCount, count, to.keys);
+  } else {
+    changed_.resize(count);
+    const std::span rows(to.keys[0], std::size_t{count} * symbol.dim);
+    keys_.read(in, symbol.dim, labelCount, rows, changed_);
+  }
+  readValues(in, symbol.type, count, delivered, to.values);
+}
+
+void BlockReader::readValues(FieldReader& in, SymbolType type, std::uint32_t count,
+                             const SpecialValues& delivered, std::span<double* const> columns) {
+  for (int c = 0; c < valueWidth(type); ++c) columns_.read(in, {columns[c], count}, delivered);
   if (in.left() > 0) in.damaged("payload of a block");
 }
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <span>
 #include <vector>
 
 #include "zxf/column.h"
@@ -59,6 +61,24 @@ struct Block {
   std::array<std::vector<double>, 5> columns;  ///< those in use have `count` values
 };
 
+/// Where columns of records go: label d of record i to keys[d][i * keyStep], value c to
+/// values[c][i * valueStep].
+struct ColumnPlaces {
+  std::span<int* const> keys;
+  std::ptrdiff_t keyStep = 1;
+  std::span<double* const> values;
+  std::ptrdiff_t valueStep = 1;
+
+  /// Whether a block can be unpacked there: values without gaps, and keys without gaps or, as in a
+  /// Block, row by row.
+  bool areDense() const { return !keys.empty() && valueStep == 1 && (keyStep == 1 || areRows()); }
+  bool areRows() const {
+    bool areThey = keyStep == std::ssize(keys);
+    for (std::size_t d = 1; d < keys.size(); ++d) areThey &= keys[d] == keys[0] + d;
+    return areThey;
+  }
+};
+
 /// Unpacks payloads. Their checksums have been verified, but they may still hold anything: an
 /// attacker can compute a checksum.
 class BlockReader {
@@ -70,10 +90,19 @@ class BlockReader {
   void read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_t count,
             std::uint32_t labelCount, const SpecialValues& delivered, Block& block);
 
+  /// The same into columns of a caller.
+  /// REQUIRES to.areDense().
+  void read(ByteSpan payload, const SymbolEntry& symbol, std::uint32_t count,
+            std::uint32_t labelCount, const SpecialValues& delivered, const ColumnPlaces& to);
+
  private:
+  void readValues(FieldReader& in, SymbolType type, std::uint32_t count,
+                  const SpecialValues& delivered, std::span<double* const> columns);
+
   StreamReader streams_;
   KeyReader keys_;
   ColumnReader columns_;
+  std::vector<std::uint8_t> changed_;  ///< which columns of a caller do without
 };
 
 }  // namespace zdb::zxfile

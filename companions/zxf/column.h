@@ -1,6 +1,7 @@
 // Columns of values: one of the 1 or 5 doubles of each record in a block.
 #pragma once
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -64,8 +65,9 @@ class ColumnReader {
   void readDecimal(FieldReader& in, const ColumnHeader& header, std::span<double> values);
   void readDouble(FieldReader& in, std::span<double> values);
   void readExceptions(FieldReader& in, std::span<double> values, const SpecialValues& delivered);
-  /// Fills planes_ with `width` planes of n bytes.
-  void readPlanes(FieldReader& in, std::size_t n, int width);
+  /// Where the bytes of `width` planes of n bytes are until the next call.
+  std::array<const std::uint8_t*, sizeof(double)> readPlanes(FieldReader& in, std::size_t n,
+                                                             int width);
 
   StreamReader& streams_;
   Bytes planes_;

@@ -21,29 +21,33 @@ void ColumnReader::read(FieldReader& in, std::span<double> values, const Special
   readExceptions(in, values, delivered);
 }
 
-void ColumnReader::readPlanes(FieldReader& in, std::size_t n, int width) {
+std::array<const std::uint8_t*, sizeof(double)> ColumnReader::readPlanes(FieldReader& in,
+                                                                         std::size_t n, int width) {
+  std::array<const std::uint8_t*, sizeof(double)> planes{};
   planes_.resize(n * width);
   for (int p = 0; p < width; ++p) {
-    streams_.read(in, std::span(planes_).subspan(p * n, n), "plane of a value column");
+    const auto room = std::span(planes_).subspan(p * n, n);
+    planes[p] = streams_.view(in, room, "plane of a value column").data();
   }
+  return planes;
 }
 
 void ColumnReader::readDecimal(FieldReader& in, const ColumnHeader& header,
                                std::span<double> values) {
   if (header.decimals > kMaxDecimals) in.damaged("decimals of a column");
   if (header.width > kMaxDecimalWidth) in.damaged("width of a column");
-  readPlanes(in, values.size(), header.width);
+  const auto planes = readPlanes(in, values.size(), header.width);
   const double power = powerOfTen(header.decimals);
   // Unsigned, so that a damaged base wraps around and does not overflow.
   const auto base = static_cast<std::uint64_t>(header.base);
-  joinPlanes(values.size(), header.width, planes_.data(), [&](std::size_t i, std::uint64_t n) {
+  joinPlanes(values.size(), header.width, planes, [&](std::size_t i, std::uint64_t n) {
     values[i] = decimalValue(static_cast<std::int64_t>(base + n), power);
   });
 }
 
 void ColumnReader::readDouble(FieldReader& in, std::span<double> values) {
-  readPlanes(in, values.size(), sizeof(double));
-  joinPlanes(values.size(), sizeof(double), planes_.data(),
+  const auto planes = readPlanes(in, values.size(), sizeof(double));
+  joinPlanes(values.size(), sizeof(double), planes,
              [&](std::size_t i, std::uint64_t bits) { values[i] = std::bit_cast<double>(bits); });
 }
 

@@ -65,7 +65,17 @@ class KeyReader {
   void read(FieldReader& in, int dim, std::uint32_t labelCount, std::span<int> rows,
             std::span<std::uint8_t> changed);
 
+  /// The same by the column: fills columns[d][i] for each position d and record i of `count`.
+  /// REQUIRES dim > 0.
+  void readColumns(FieldReader& in, int dim, std::uint32_t labelCount, std::uint32_t count,
+                   std::span<int* const> columns);
+
  private:
+  /// Calls decode(decoder, tokens) with a decoder for the dimension.
+  template <typename Decode>
+  void unpack(FieldReader& in, int dim, std::uint32_t labelCount, std::uint32_t count,
+              Decode decode);
+
   StreamReader& streams_;
   Bytes tokens_;
   Bytes tails_;

@@ -34,6 +34,7 @@ void Reader::stop() {
   kept_.reset(0);
   block_.count = 0;
   at_ = 0;
+  isLastKeyKnown_ = false;
 }
 
 bool Reader::nextBlock(const SpecialValues& delivered) {
@@ -118,29 +119,87 @@ BlockHeader Reader::readPlacedBlock() {
 }
 
 void Reader::readBlock(const SpecialValues& delivered) {
-  // The last row is about to be overwritten. After a jump there is none.
-  std::array<int, kMaxDim> previous{};
-  const bool continues = next_.firstRecord > 0 && block_.count > 0;
-  if (continues) {
-    std::copy_n(block_.rows.end() - rowSize_, rowSize_, previous.begin());
-  }
-  const BlockHeader header = readPlacedBlock();
+  unpack(readPlacedBlock(), delivered);
+}
+
+void Reader::unpack(const BlockHeader& header, const SpecialValues& delivered) {
   blocks_.read(payload_, *next_.symbol, header.recordCount, directory().header.labelCount,
                delivered, block_);
-  if (continues) joinToPrevious(std::span(previous).first(rowSize_));
+  const std::span<const int> rows(block_.rows);
+  if (isLastKeyKnown_) {
+    block_.changed[0] = static_cast<std::uint8_t>(joinToPrevious(rows.first(rowSize_)));
+  }
+  rememberLastKey();
   at_ = 0;
+  pass(header);
+}
+
+void Reader::unpack(const BlockHeader& header, const ColumnPlaces& to,
+                    const SpecialValues& delivered) {
+  blocks_.read(payload_, *next_.symbol, header.recordCount, directory().header.labelCount,
+               delivered, to);
+  std::array<int, kMaxDim> firstKey{};
+  for (int d = 0; d < rowSize_; ++d) firstKey[d] = to.keys[d][0];
+  if (isLastKeyKnown_) joinToPrevious(std::span(firstKey).first(rowSize_));
+  const std::ptrdiff_t last = (std::ptrdiff_t{header.recordCount} - 1) * to.keyStep;
+  for (int d = 0; d < rowSize_; ++d) lastKey_[d] = to.keys[d][last];
+  isLastKeyKnown_ = true;
+  block_.count = 0;
+  at_ = 0;
+  pass(header);
+}
+
+void Reader::rememberLastKey() {
+  std::copy(block_.rows.end() - rowSize_, block_.rows.end(), lastKey_.begin());
+  isLastKeyKnown_ = true;
+}
+
+void Reader::pass(const BlockHeader& header) {
   next_.firstRecord += header.recordCount;
   next_.offset += kBlockHeaderSize + header.payloadSize;
 }
 
+std::uint32_t Reader::takeMany(std::uint32_t room, const ColumnPlaces& to,
+                               const SpecialValues& delivered) {
+  if (at_ < block_.count) return copyOut(room, to);
+  if (next_.firstRecord == next_.symbol->recordCount) return 0;
+  try {
+    const BlockHeader header = readPlacedBlock();
+    if (header.recordCount <= room && to.areDense()) {
+      unpack(header, to, delivered);
+      return header.recordCount;
+    }
+    unpack(header, delivered);
+  } catch (...) {
+    giveUp();
+    throw;
+  }
+  return copyOut(room, to);
+}
+
+std::uint32_t Reader::copyOut(std::uint32_t room, const ColumnPlaces& to) {
+  const std::uint32_t count = std::min(room, block_.count - at_);
+  const int* const rows = block_.rows.data() + std::size_t{at_} * rowSize_;
+  for (int d = 0; d < rowSize_; ++d) {
+    for (std::uint32_t i = 0; i < count; ++i) {
+      to.keys[d][i * to.keyStep] = rows[std::ptrdiff_t{i} * rowSize_ + d];
+    }
+  }
+  for (int c = 0; c < width_; ++c) {
+    const double* const values = block_.columns[c].data() + at_;
+    for (std::uint32_t i = 0; i < count; ++i) to.values[c][i * to.valueStep] = values[i];
+  }
+  at_ += count;
+  return count;
+}
+
 // Within a block, the coding guarantees the order; between blocks it must be checked.
-void Reader::joinToPrevious(std::span<const int> previous) {
-  const auto first = std::span<const int>(block_.rows).first(previous.size());
-  const auto [was, is] = std::mismatch(previous.begin(), previous.end(), first.begin());
-  if (was == previous.end() || *is < *was) {
+int Reader::joinToPrevious(std::span<const int> firstKey) const {
+  const auto [is, was] = std::ranges::mismatch(firstKey, lastKey_);
+  if (is == firstKey.end() || *is < *was) {
     fail(Errc::DamagedRecords, printed("order of blocks of symbol %s", next_.symbol->name.c_str()));
   }
-  block_.changed[0] = static_cast<std::uint8_t>(was - previous.begin() + 1);
+  return static_cast<int>(is - firstKey.begin()) + 1;
 }
 
 // Up to one whose header is damaged.
@@ -168,8 +227,10 @@ void Reader::jumpTo(std::size_t n, const SpecialValues& delivered) {
     if (block_.count > 0) kept_.put(next_.firstRecord - block_.count, next_.offset, block_);
     next_.offset = there.offset;
     next_.firstRecord = there.firstRecord;
+    isLastKeyKnown_ = false;
     if (kept_.take(there.firstRecord, next_.offset, block_)) {
       next_.firstRecord += block_.count;
+      rememberLastKey();
     } else {
       block_.count = 0;
       readBlock(delivered);

@@ -1,6 +1,7 @@
 // Reading: the directory is in memory once a file is open, records come block by block.
 #pragma once
 
+#include <array>
 #include <memory>
 #include <utility>
 
@@ -54,6 +55,8 @@ class Reader {
   int start(int number, const SpecialValues& delivered);
   bool started() const { return next_.symbol != nullptr; }
   int dim() const { return next_.symbol->dim; }
+  /// Values of a record.
+  int width() const { return width_; }
   void stop();
 
   /// Goes to the first record whose leading labels are not below these, forwards or backwards; if
@@ -83,6 +86,13 @@ class Reader {
     *changed = block_.changed[at_++];
   }
 
+  /// Copies out the next records, at most `room` > 0, and returns how many; 0 after the last one.
+  /// A whole block that fits is unpacked where it goes, without a copy, and what lies there after
+  /// its records is overwritten if it is damaged. Fails as ready() does.
+  /// REQUIRES started(); `to` has dim() columns of labels, and those of the values.
+  std::uint32_t takeMany(std::uint32_t room, const ColumnPlaces& to,
+                         const SpecialValues& delivered);
+
  private:
   /// A block of the symbol, and its first key once that has been seen.
   struct Landmark {
@@ -94,6 +104,12 @@ class Reader {
   /// Reads the next block of the symbol; false when there is none.
   bool nextBlock(const SpecialValues& delivered);
   void readBlock(const SpecialValues& delivered);
+  /// Unpacks the payload at hand into block_, or to where its records go.
+  void unpack(const BlockHeader& header, const SpecialValues& delivered);
+  void unpack(const BlockHeader& header, const ColumnPlaces& to, const SpecialValues& delivered);
+  void rememberLastKey();
+  void pass(const BlockHeader& header);
+  std::uint32_t copyOut(std::uint32_t room, const ColumnPlaces& to);
   BlockHeader readPlacedBlock();
   void giveUp();
   void findBlocks();
@@ -101,8 +117,9 @@ class Reader {
   void jumpTo(std::size_t n, const SpecialValues& delivered);
   void goTo(std::span<const int> leading);
   bool isBefore(std::size_t block, std::span<const int> leading, const SpecialValues& delivered);
-  /// Checks that the block's first key comes after `previous` and says where it differs.
-  void joinToPrevious(std::span<const int> previous);
+  /// The first position, from 1, at which the first key of the next block differs from lastKey_;
+  /// checks that it comes after that.
+  int joinToPrevious(std::span<const int> firstKey) const;
 
   std::shared_ptr<const OpenFile> file_;
   BlockReader blocks_;
@@ -111,8 +128,10 @@ class Reader {
   BlockCache kept_;
   int rowSize_ = 0;
   int width_ = 1;
-  Block block_;
+  Block block_;  ///< the one at hand, if it has records
   std::uint32_t at_ = 0;
+  std::array<int, kMaxDim> lastKey_{};  ///< of the block before the next
+  bool isLastKeyKnown_ = false;         ///< not before the first block, nor after a jump
   Bytes payload_;
 };
 

@@ -94,6 +94,17 @@ void StreamReader::read(FieldReader& in, std::span<std::uint8_t> raw, const char
   unpack(in, header, raw, name);
 }
 
+ByteSpan StreamReader::view(FieldReader& in, std::span<std::uint8_t> room, const char* name) {
+  const StreamHeader header = readHeader(in);
+  if (header.rawSize != room.size()) in.damaged(name);
+  if (header.method != StreamMethod::Stored) {
+    unpack(in, header, room, name);
+    return room;
+  }
+  if (header.storedSize != room.size()) in.damaged(name);
+  return in.take(room.size(), name);
+}
+
 void StreamReader::read(FieldReader& in, Bytes& raw, std::uint64_t limit, const char* name) {
   const StreamHeader header = readHeader(in);
   if (header.rawSize > limit) in.damaged(name);

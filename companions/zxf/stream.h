@@ -47,6 +47,10 @@ class StreamReader {
   /// Unpacks the next stream, which must have exactly raw.size() bytes.
   void read(FieldReader& in, std::span<std::uint8_t> raw, const char* name);
 
+  /// The same without a copy of bytes that are stored as they are: they are a view of those that
+  /// `in` reads, others are unpacked into `room`.
+  ByteSpan view(FieldReader& in, std::span<std::uint8_t> room, const char* name);
+
   /// Unpacks the next stream into `raw`; before allocating, rejects one of more than `limit` bytes.
   void read(FieldReader& in, Bytes& raw, std::uint64_t limit, const char* name);
 

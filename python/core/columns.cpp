@@ -151,6 +151,7 @@ std::vector<std::int32_t> placesOf(const Numbers& numbers, std::int32_t labels) 
   const auto most = static_cast<std::uint32_t>(labels);
   const std::int32_t* const begin = numbers.data();
   for (const std::int32_t* p = begin; p != begin + numbers.size(); ++p) {
+    if (p != begin && *p == p[-1]) continue;  // records in key order repeat most of their labels
     if (static_cast<std::uint32_t>(*p) > most) return {};
     occurs[static_cast<std::size_t>(*p)] = 1;
   }

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "api/bulkcall.h"
 #include "symbols/records.h"
@@ -133,8 +134,10 @@ int zdbx_put_records(zdbHandle_t db, zdbSymbol_t symbol, const zdbx_columns* rec
 int zdbx_count_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice, int64_t* count) {
   return zdb::bulk(__func__, zdb::inside(db), nullptr, [&](const BulkCall& call) {
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
-    if (read == nullptr || !call.given(count, "count") || !loaded(call, *read)) return false;
-    *count = countRecords(call.db, *read, slice);
+    if (read == nullptr || !call.given(count, "count")) return false;
+    const auto known = isOpen(*read, slice) ? countUnloaded(call.db, *read) : std::nullopt;
+    if (!known && !loaded(call, *read)) return false;
+    *count = known ? *known : countRecords(call.db, *read, slice);
     return true;
   });
 }
@@ -144,9 +147,14 @@ int zdbx_get_records(zdbHandle_t db, zdbSymbol_t symbol, const int32_t* slice,
   return zdb::bulk(__func__, zdb::inside(db), result, [&](const BulkCall& call) {
     zdb::RecordBuffers columns;
     AbstractZDBSymbol* read = readable(call, zdb::inside(symbol));
-    if (read == nullptr || !buffersGiven(call, buffers, columns) || !loaded(call, *read)) {
-      return false;
+    if (read == nullptr || !buffersGiven(call, buffers, columns)) return false;
+    if (isOpen(*read, slice)) {
+      if (const auto passed = passRecords(call.db, *read, columns)) {
+        call.outcome.done = *passed;
+        return true;
+      }
     }
+    if (!loaded(call, *read)) return false;
     const std::int64_t count = countRecords(call.db, *read, slice);
     if (count > columns.rows) {
       return call.refuse("%s: there are %lld records, and room for %lld",

@@ -5,6 +5,7 @@
 
 #include <span>
 
+#include "contract/extras.h"
 #include "contract/functiontypes.h"
 
 namespace zdb::contract {
@@ -24,6 +25,7 @@ struct Interface {
   const char* setLoadPath;  ///< this one and the next may be missing in the library
   const char* getLoadPath;
   std::span<const Signature> functions;
+  const char* extra = nullptr;  ///< exported name of a function that may be missing; see extras.h
 };
 
 #define ZDB_UNPACK(...) __VA_ARGS__
@@ -82,6 +84,7 @@ inline constexpr Interface kZxf = {
     .setLoadPath = "C__zxfSetLoadPath",
     .getLoadPath = "C__zxfGetLoadPath",
     .functions = kZxfFunctions,
+    .extra = kReadColumns,
 };
 
 // The interfaces of the model kit, whose functions are named alike.

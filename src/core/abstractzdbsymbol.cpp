@@ -5,6 +5,7 @@ namespace zdb {
 void AbstractZDBSymbol::assign(AbstractZDBSymbol& other) {
   serial = other.serial;
   isLoaded = other.isLoaded;
+  hasBeenPassedOn = other.hasBeenPassedOn;
   isDomain = other.isDomain;
   isWritten = other.isWritten;
   aliasTarget = other.aliasTarget == &other ? this : other.aliasTarget;

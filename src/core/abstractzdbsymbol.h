@@ -129,6 +129,9 @@ class AbstractZDBSymbol {
   /// A sink that adds records as addRecordEnd does, without a virtual call for each. Valid as long
   /// as the symbol.
   virtual RecordSink appender() = 0;
+  /// The same for runs of records in key order, of which so many are expected.
+  /// REQUIRES dim > 0 and the symbol is empty.
+  virtual std::unique_ptr<RecordRuns> runAppender(std::optional<int> expected) = 0;
 
   int dim;       ///< index positions, 0 <= dim <= 20
   int type;      ///< a SymbolType
@@ -137,7 +140,9 @@ class AbstractZDBSymbol {
   /// What remains when numbers change or another storage replaces the symbol: larger for symbols
   /// that were added later, and never used again. 0 for the universe and outside a table.
   std::uint64_t serial = 0;
-  bool isLoaded = true;    ///< false while the records are still in the data source
+  bool isLoaded = true;  ///< false while the records are still in the data source
+  /// Records went from the source straight to the host once, while the symbol was not loaded.
+  bool hasBeenPassedOn = false;
   bool isDomain = false;   ///< some symbol has this one as a domain
   bool isWritten = false;  ///< changed while write recording was active
   /// Why the records that should be here are not, or not all of them; null otherwise. What is known

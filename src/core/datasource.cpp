@@ -9,6 +9,14 @@ namespace zdb {
 
 namespace {
 
+bool deliver(DataSource& from, AbstractZDBSymbol& symbol) {
+  // A scalar has no keys to come in runs.
+  if (symbol.dim == 0 || !symbol.empty() || !from.deliversRuns()) {
+    return from.read(symbol, symbol.appender());
+  }
+  return from.readRuns(symbol, *symbol.runAppender(from.recordCount(symbol)));
+}
+
 /// Reads the records of a symbol that is not loaded. It counts as loaded even if that fails, and
 /// remembers why it did.
 bool read(DataSource& from, AbstractZDBSymbol& symbol, const LastError& lastError) {
@@ -23,7 +31,7 @@ bool read(DataSource& from, AbstractZDBSymbol& symbol, const LastError& lastErro
   symbol.loadFailure->set(ErrorState, "Symbol %s is being loaded", name);
   symbol.isLoaded = true;
   try {
-    if (from.read(symbol, symbol.appender())) {
+    if (deliver(from, symbol)) {
       symbol.loadFailure.reset();
       return true;
     }

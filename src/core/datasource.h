@@ -1,10 +1,13 @@
 #pragma once
 
+#include <array>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "core/functionref.h"
 #include "core/lasterror.h"
+#include "dmap/idmap.h"
 
 namespace zdb {
 
@@ -25,6 +28,25 @@ enum InitSource : int {
 /// owns both; they are valid during the call only.
 using RecordSink = FunctionRef<void(const int* key, const double* values)>;
 
+/// Where the next records of a source go, by the column: label `p` of record `i`, counted from 0,
+/// to keys[p][i * keyStep], value `v` to values[v][i * valueStep].
+struct RecordRoom {
+  int records = 0;  ///< how many there is room for, at least 1
+  std::array<int*, dmap::kMaxDim> keys{};
+  int keyStep = 1;
+  std::array<double*, 5> values{};
+  int valueStep = 1;
+};
+
+/// Receives records many at a time, as RecordSink does one by one, where it has room for them.
+class RecordRuns {
+ public:
+  virtual ~RecordRuns() = default;
+  virtual RecordRoom room() = 0;
+  /// So many records have been written to the room. What lies after them there has no meaning.
+  virtual void taken(int count) = 0;
+};
+
 /// Holds the records of symbols that have not been loaded yet.
 ///
 /// A source is made for one database, which owns it, and does not know where records go: loading a
@@ -43,6 +65,15 @@ class DataSource {
   virtual bool read(const AbstractZDBSymbol& symbol, RecordSink sink) = 0;
   /// Whether records are delivered in the database's key order.
   virtual bool isInKeyOrder() const = 0;
+
+  /// Whether readRuns() can be called.
+  virtual bool deliversRuns() const { return false; }
+  /// As read(), but many at a time, in key order.
+  /// REQUIRES deliversRuns().
+  virtual bool readRuns(const AbstractZDBSymbol& /*symbol*/, RecordRuns& /*sink*/) { return false; }
+  /// How many records readRuns() delivers if nothing is wrong with them; none if it is not known.
+  /// REQUIRES deliversRuns().
+  virtual std::optional<int> recordCount(const AbstractZDBSymbol& /*symbol*/) { return {}; }
 };
 
 /// The data sources of a database, at most one of each kind, and which of them symbols that are not

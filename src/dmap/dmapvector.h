@@ -163,11 +163,22 @@ class DMapVector final : public IDMap<VectorIterator> {
   /// REQUIRES dimension > 0, and there is room for them.
   template <class Fill>
   void appendMany(int count, Fill fill) {
-    const auto end = static_cast<std::size_t>(count_);
-    fill(keys_.row(end), values_.row(end));
+    fill(nextKey(), nextRow());
+    appendWritten(count);
+  }
+  /// Where keys and values of the next records will be.
+  int* nextKey() { return keys_.row(static_cast<std::size_t>(count_)); }
+  double* nextRow() { return values_.row(static_cast<std::size_t>(count_)); }
+  /// Appends records that have been written there.
+  /// REQUIRES as appendMany() does.
+  void appendWritten(int count) {
     count_ += count;
     keys_.lengthen(static_cast<std::size_t>(count_));
     values_.lengthen(static_cast<std::size_t>(count_));
+  }
+  /// Records that can be appended before there must be more room.
+  std::size_t room() const {
+    return std::min(keys_.capacity(), values_.capacity()) - static_cast<std::size_t>(count_);
   }
   /// Finds the values of records with adjacent keys, null where there is none.
   /// REQUIRES dimension > 0.

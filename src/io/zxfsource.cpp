@@ -1,12 +1,16 @@
 #include "io/zxfsource.h"
 
+#include <algorithm>
+
 #include "io/fileerror.h"
 
 namespace zdb {
 
 using namespace loaders;
 
-bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
+/// Has the records of a symbol delivered: deliver(file, records) is false if that fails.
+template <class Deliver>
+bool ZXFSource::readSymbol(const AbstractZDBSymbol& symbol, Deliver deliver) {
   if (symbol.isAlias())
     return db_.setLastError(ErrorArgument, "Cannot load alias %s", symbol.name.c_str());
   zxfRec* file = zxf();
@@ -18,15 +22,48 @@ bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
     ~EndOfReading() { zxfDataReadDone(file); }
   } end{file};
   if (zxfDataReadRawStart(file, fileNumber, &records) == 0) return failRead(symbol);
-  int keys[kMaxDim];
-  double values[kMaxValues];
-  int firstChanged = 0;
-  for (int r = 0; r < records; ++r) {
-    const bool isRead = zxfDataReadRaw(file, keys, values, &firstChanged) != 0;
-    if (!isRead || !labels_.translate(keys, symbol.dim)) return failRead(symbol);
-    sink(keys, values);
-  }
-  return true;
+  return deliver(file, records) || failRead(symbol);
+}
+
+bool ZXFSource::read(const AbstractZDBSymbol& symbol, RecordSink sink) {
+  return readSymbol(symbol, [&](zxfRec* file, int records) {
+    int keys[kMaxDim];
+    double values[kMaxValues];
+    int firstChanged = 0;
+    for (int r = 0; r < records; ++r) {
+      const bool isRead = zxfDataReadRaw(file, keys, values, &firstChanged) != 0;
+      if (!isRead || !labels_.translate(keys, symbol.dim)) return false;
+      sink(keys, values);
+    }
+    return true;
+  });
+}
+
+bool ZXFSource::readRuns(const AbstractZDBSymbol& symbol, RecordRuns& sink) {
+  return readSymbol(symbol, [&](zxfRec* file, int records) {
+    const contract::ReadColumns readColumns = zxfReadColumns();
+    for (int left = records; left > 0;) {
+      const RecordRoom room = sink.room();
+      int count = 0;
+      const bool isRead =
+          readColumns(file, std::min(room.records, left), room.keys.data(), room.keyStep,
+                      room.values.data(), room.valueStep, &count) != 0;
+      if (!isRead || count < 1) return false;
+      sink.taken(count);
+      left -= count;
+    }
+    return true;
+  });
+}
+
+std::optional<int> ZXFSource::recordCount(const AbstractZDBSymbol& symbol) {
+  int fileNumber = 0;
+  int records = 0;
+  int userInfo = 0;
+  char text[kMessageSize] = "";
+  const bool isKnown = zxfFindSymbol(zxf(), symbol.name.c_str(), &fileNumber) != 0 &&
+                       zxfSymbolInfoX(zxf(), fileNumber, &records, &userInfo, text) != 0;
+  return isKnown && records >= 0 ? std::optional(records) : std::nullopt;
 }
 
 bool ZXFSource::failRead(const AbstractZDBSymbol& symbol) {
@@ -43,8 +80,10 @@ namespace {
 bool closeFile(ZDB& db, bool loadRemain) {
   if (db.GetInitFrom() != FROM_ZXF)
     return db.setLastError(ErrorState, "Database not initialized from ZXF");
+  // What a host has read stays there, also if it was not kept then.
   const bool loadedAll = db.symbols().forEach([&](AbstractZDBSymbol* symbol) {
-    return symbol->isLoaded || symbol->isAlias() || !loadRemain || db.LoadSymbol(symbol);
+    const bool isWanted = loadRemain || symbol->hasBeenPassedOn;
+    return symbol->isLoaded || symbol->isAlias() || !isWanted || db.LoadSymbol(symbol);
   });
   if (!loadedAll) return false;
   zxfClose(db.zxf().get());

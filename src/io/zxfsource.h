@@ -20,6 +20,11 @@ class ZXFSource final : public DataSource {
   /// Records are in the order of the file, which is not key order if labels have other
   /// numbers here.
   bool isInKeyOrder() const override { return labels_.areSame(); }
+  bool deliversRuns() const override {
+    return isInKeyOrder() && loaders::zxfReadColumns() != nullptr;
+  }
+  bool readRuns(const AbstractZDBSymbol& symbol, RecordRuns& sink) override;
+  std::optional<int> recordCount(const AbstractZDBSymbol& symbol) override;
 
   const std::string& fileName() const { return fileName_; }
   loaders::zxfRec* zxf() const { return db_.zxf().get(); }
@@ -28,6 +33,8 @@ class ZXFSource final : public DataSource {
   void hold(contract::Descriptor file) { held_ = std::move(file); }
 
  private:
+  template <class Deliver>
+  bool readSymbol(const AbstractZDBSymbol& symbol, Deliver deliver);
   bool failRead(const AbstractZDBSymbol& symbol);
 
   ZDB& db_;

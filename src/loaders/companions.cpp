@@ -1,5 +1,7 @@
 // The loaders of the five companions. Their operations and pointers are declared in the headers
 // named after them.
+#include <cstring>
+
 #include "loaders/definition.h"
 #include "loaders/zlx.h"
 #include "loaders/zmi.h"
@@ -30,6 +32,12 @@ constinit Loader zxfLoader(contract::kZxf, zxfTable);
 }  // namespace
 ZDB_DEFINE_LOADER(zxf);
 ZDB_DEFINE_CREATE_DD(zxf);
+contract::ReadColumns zxfReadColumns() {
+  void* const found = zxfLoader.extra();
+  contract::ReadColumns function = nullptr;
+  std::memcpy(&function, &found, sizeof function);
+  return function;
+}
 
 #define ZDB_FUNCTION(...) ZDB_DEFINE_FUNCTION(zmiLoader, __VA_ARGS__)
 #include "contract/zmifunctions.def"

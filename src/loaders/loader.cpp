@@ -53,7 +53,7 @@ int Loader::libloader(const char* dir, const char* fileName, const Message& msg)
     library_ = nullptr;
     return 0;
   }
-  resolveLoadPath();
+  resolveOptional();
   loaded_ = true;
   if (functions_.SetLoadPath != nullptr && dir != nullptr && *dir != '\0')
     functions_.SetLoadPath(dir);
@@ -85,10 +85,11 @@ bool Loader::acceptedByLibrary(const Message& msg) const {
   return false;
 }
 
-void Loader::resolveLoadPath() {
+void Loader::resolveOptional() {
   const Message unwanted(nullptr, 0);
   resolve(interface_.setLoadPath, functions_.SetLoadPath, unwanted);
   resolve(interface_.getLoadPath, functions_.GetLoadPath, unwanted);
+  if (interface_.extra != nullptr) resolve(interface_.extra, extra_, unwanted);
 }
 
 /// Points every function to the library if the library accepts its signature, otherwise to
@@ -171,6 +172,7 @@ int Loader::libraryUnload() {
   loaded_ = false;
   closeLibrary(library_);
   library_ = nullptr;
+  extra_ = nullptr;
   return 1;
 }
 

@@ -57,6 +57,9 @@ class Loader {
   void initMutexes();
   void finiMutexes();
 
+  /// The function that the library may lack; null if it does, or is not loaded.
+  void* extra() const { return extra_; }
+
   /// What a stub does: reports that the function could not be loaded, and why.
   void reportMissing(const contract::Signature& signature);
 
@@ -75,7 +78,7 @@ class Loader {
   int libloader(const char* dir, const char* fileName, const Message& msg);
   bool resolveObjectFunctions(const Message& msg);
   bool acceptedByLibrary(const Message& msg) const;
-  void resolveLoadPath();
+  void resolveOptional();
   bool XLibraryLoad(const Message& msg);
   void resetToStubs();
   template <typename Function>
@@ -88,6 +91,7 @@ class Loader {
   void* library_ = nullptr;
   bool loaded_ = false;
   ObjectFunctions functions_{};
+  void* extra_ = nullptr;
   int objectCount_ = 0;
 
   std::atomic<bool> mutexesCreated_ = false;

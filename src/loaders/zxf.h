@@ -2,6 +2,7 @@
 // operations.h describes the loader operations, zxffunctions.def lists the functions.
 #pragma once
 
+#include "contract/extras.h"
 #include "loaders/operations.h"
 
 namespace zdb::loaders {
@@ -11,5 +12,8 @@ ZDB_DECLARE_CREATE_DD(zxf);
 
 #define ZDB_FUNCTION ZDB_DECLARE_FUNCTION
 #include "contract/zxffunctions.def"
+
+/// Reads many records at a time; null if the library that is loaded cannot.
+contract::ReadColumns zxfReadColumns();
 
 }  // namespace zdb::loaders

@@ -1,6 +1,6 @@
 // Reading, finding and putting many records in one call. Failures leave their message in the
 // database's last-error text, and their kind in the outcome or, for what the database itself has
-// refused, nowhere else. Symbols are loaded first; an alias stands for its set.
+// refused, nowhere else. An alias stands for its set.
 #pragma once
 
 #include <optional>
@@ -30,6 +30,18 @@ std::int64_t countRecords(ZDB& db, AbstractZDBSymbol& symbol, const int* slice);
 /// REQUIRES the symbol is loaded.
 std::int64_t readRecords(ZDB& db, AbstractZDBSymbol& symbol, const int* slice, const int* after,
                          const RecordBuffers& buffers, int* last);
+
+/// The number of records of a symbol that is not loaded; none if it is, or if its source tells only
+/// by reading them. A damaged file may have fewer than it says, so none either if room for them
+/// would take more than half a gigabyte.
+std::optional<std::int64_t> countUnloaded(const ZDB& db, const AbstractZDBSymbol& symbol);
+
+/// Writes the records of a symbol that is not loaded to the columns that `buffers` has, straight
+/// from its source, and returns how many. It stays unloaded, which makes the first reading of a
+/// file fast; that happens once, since who comes back will do so again. None if it cannot be done,
+/// or fails after it may have written: loading the symbol then says why.
+std::optional<std::int64_t> passRecords(const ZDB& db, AbstractZDBSymbol& symbol,
+                                        const RecordBuffers& buffers);
 
 /// Finds the records with keys.rows keys: writes the values and element texts of those found to the
 /// columns that `buffers` has, and 1 or 0 to `found`, which may be null.

@@ -11,6 +11,12 @@ namespace {
 template <class T>
 void gather(const InColumn& column, const RowList& list, std::int64_t from, int count, T* out,
             int step) {
+  if (list.packed) {
+    for (int i = 0; i < count; ++i) {
+      out[std::ptrdiff_t{i} * step] = load<T>(column.at(list.packed.row(from + i)));
+    }
+    return;
+  }
   if (list.rows != nullptr) {
     const std::int32_t* rows = list.rows.get() + from;
     for (int i = 0; i < count; ++i) out[std::ptrdiff_t{i} * step] = load<T>(column.at(rows[i]));
@@ -43,6 +49,17 @@ void gatherKeys(const RecordColumns& columns, std::int64_t from, int count, int*
   }
 }
 
+/// Takes keys from the words that they were sorted in, without looking at the columns again.
+void unpackKeys(const PackedRows& packed, int dim, std::int64_t from, int count, int* out) {
+  const std::uint64_t mask = (std::uint64_t{1} << packed.labelBits) - 1;
+  for (int i = 0; i < count; ++i, out += dim) {
+    std::uint64_t key = packed.key(from + i);
+    for (int position = dim - 1; position >= 0; --position, key >>= packed.labelBits) {
+      out[position] = static_cast<int>(key & mask);
+    }
+  }
+}
+
 }  // namespace
 
 ColumnReader::ColumnReader(const ZDB& db, const AbstractZDBSymbol& symbol,
@@ -54,6 +71,7 @@ ColumnReader::ColumnReader(const ZDB& db, const AbstractZDBSymbol& symbol,
       width_(valueWidth(symbol.type)) {}
 
 void ColumnReader::keys(const RowList& list, std::int64_t from, int count, int* out) const {
+  if (list.packed) return unpackKeys(list.packed, dim_, from, count, out);
   if (list.rows == nullptr) {
     if (dim_ == 2) return gatherKeys<2>(columns_, from, count, out);
     if (dim_ == 3) return gatherKeys<3>(columns_, from, count, out);

@@ -31,7 +31,7 @@ class Finder {
   /// `find(keys, count, rows)` finds a block.
   template <class Find>
   void run(Find find) {
-    const RowList all{nullptr, total_};
+    const RowList all{.rows = nullptr, .packed = {}, .count = total_};
     for (std::int64_t from = 0; from < total_; from += kBlock) {
       const int count = static_cast<int>(std::min<std::int64_t>(kBlock, total_ - from));
       reader_.keys(all, from, count, keys_);

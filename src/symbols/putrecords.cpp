@@ -91,9 +91,9 @@ class Put {
   void keepLast() {
     std::int64_t kept = 0;
     for (std::int64_t i = 0; i < list_.count; ++i) {
-      const bool isRepeated = i + 1 < list_.count && sameKey(list_[i], list_[i + 1]);
+      const bool isRepeated = i + 1 < list_.count && reader_.sameKey(list_, i, i + 1);
       if (isRepeated) continue;
-      own(kept++, list_[i]);
+      keep(kept++, i);
     }
     list_.count = kept;
   }
@@ -102,7 +102,7 @@ class Put {
   void takeOutExisting(bool mayExist) {
     std::int64_t first = -1;
     const auto isBad = [&](std::int64_t i, bool exists) {
-      return exists || (i > 0 && sameKey(list_[i - 1], list_[i]));
+      return exists || (i > 0 && reader_.sameKey(list_, i - 1, i));
     };
     auto bad = arrayOf<bool>(list_.count);
     inBlocks(list_.count, [&](std::int64_t from, int count) {
@@ -124,7 +124,7 @@ class Put {
     const std::int64_t before = list_.count;
     for (std::int64_t i = 0; i < before; ++i) {
       const bool isTaken = onFailure_ == FailureKeep ? list_[i] < first : !bad[i];
-      if (isTaken) own(kept++, list_[i]);
+      if (isTaken) keep(kept++, i);
     }
     list_.count = taken_ = kept;
     if (onFailure_ == FailureSkip) outcome_.skipped += before - kept;
@@ -139,22 +139,20 @@ class Put {
                  db_.joinKeys(key, dim_).c_str(), symbol_.name.c_str());
   }
 
-  /// Sets an entry of the list. One that listed nothing lists its rows from then on.
-  void own(std::int64_t i, std::int64_t row) {
+  /// Moves an entry of the list up. One that listed nothing lists its rows from then on.
+  void keep(std::int64_t to, std::int64_t from) {
+    if (to == from) return;
+    if (list_.packed) {
+      list_.packed.words[static_cast<std::size_t>(to)] =
+          list_.packed.words[static_cast<std::size_t>(from)];
+      return;
+    }
     if (list_.rows == nullptr) {
-      if (i == row) return;
       list_.rows = arrayOf<std::int32_t>(list_.count);
       for (std::int64_t k = 0; k < list_.count; ++k)
         list_.rows[static_cast<std::size_t>(k)] = static_cast<std::int32_t>(k);
     }
-    list_.rows[static_cast<std::size_t>(i)] = static_cast<std::int32_t>(row);
-  }
-
-  bool sameKey(std::int64_t a, std::int64_t b) const {
-    for (int i = 0; i < dim_; ++i) {
-      if (reader_.label(a, i) != reader_.label(b, i)) return false;
-    }
-    return true;
+    list_.rows[static_cast<std::size_t>(to)] = list_.rows[static_cast<std::size_t>(from)];
   }
 
   /// The records in the container of entries of the list, null where there is none.
@@ -352,7 +350,7 @@ class Put {
       rows[static_cast<std::size_t>(kept)] = static_cast<std::int32_t>(list_[i]);
       places[static_cast<std::size_t>(kept++)] = place;
     }
-    insertAll(records, places.get(), {std::move(rows), kept});
+    insertAll(records, places.get(), {.rows = std::move(rows), .packed = {}, .count = kept});
     outcome_.added = kept;
   }
 

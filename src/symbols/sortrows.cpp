@@ -50,12 +50,67 @@ void sortByKey(std::unique_ptr<Entry[]>& entries, std::unique_ptr<Entry[]>& spar
   }
 }
 
+using Words = std::unique_ptr<std::uint64_t[]>;
+
+/// The key and the number of each row as words that can be sorted.
+PackedRows pack(const ColumnReader& columns, const RowList& list, int labelBits, int rowBits) {
+  PackedRows packed{
+      std::make_unique_for_overwrite<std::uint64_t[]>(static_cast<std::size_t>(list.count)),
+      labelBits, rowBits};
+  std::uint64_t* word = packed.words.get();
+  int keys[ColumnReader::kBlock * kMaxDim];
+  for (std::int64_t from = 0; from < list.count; from += ColumnReader::kBlock) {
+    const int count =
+        static_cast<int>(std::min<std::int64_t>(ColumnReader::kBlock, list.count - from));
+    columns.keys(list, from, count, keys);
+    const int* label = keys;
+    for (int i = 0; i < count; ++i) {
+      std::uint64_t key = 0;
+      for (int position = 0; position < columns.dim(); ++position) {
+        key = key << labelBits | static_cast<std::uint32_t>(*label++);
+      }
+      *word++ = key << rowBits | static_cast<std::uint64_t>(list[from + i]);
+    }
+  }
+  return packed;
+}
+
+/// Sorts words by the bits from `low` on, of which there are `bits`, stable.
+void sortWords(Words& words, std::size_t count, int low, int bits) {
+  const int passes = (bits + kDigit - 1) / kDigit;
+  const int digit = (bits + passes - 1) / passes;
+  const std::uint64_t mask = (std::uint64_t{1} << digit) - 1;
+  auto spare = std::make_unique_for_overwrite<std::uint64_t[]>(count);
+  for (int shift = low; shift < low + bits; shift += digit) {
+    std::array<std::uint32_t, kDigits> starts{};
+    for (std::size_t i = 0; i < count; ++i) ++starts[words[i] >> shift & mask];
+    std::uint32_t start = 0;
+    for (std::uint32_t& counter : starts) start += std::exchange(counter, start);
+    for (std::size_t i = 0; i < count; ++i) spare[starts[words[i] >> shift & mask]++] = words[i];
+    std::swap(words, spare);
+  }
+}
+
+/// Sorts keys that fit one word with the number of their row, as most do.
+bool sortPacked(const ColumnReader& columns, int labelBits, RowList& list) {
+  constexpr std::int64_t kFew = 1024;  // for which the counters would cost more
+  const int rowBits = std::bit_width(static_cast<unsigned>(list[list.count - 1]));
+  const int keyBits = columns.dim() * labelBits;
+  if (list.count < kFew || keyBits + rowBits > 64) return false;
+  PackedRows packed = pack(columns, list, labelBits, rowBits);
+  sortWords(packed.words, static_cast<std::size_t>(list.count), rowBits, keyBits);
+  list.packed = std::move(packed);
+  list.rows.reset();
+  return true;
+}
+
 }  // namespace
 
 void sortRows(const ColumnReader& columns, int highestLabel, RowList& list) {
-  if (list.count < 2) return;
+  if (list.count < 2 || columns.dim() == 0) return;
   const auto count = static_cast<std::size_t>(list.count);
   const int labelBits = std::bit_width(static_cast<unsigned>(highestLabel));
+  if (sortPacked(columns, labelBits, list)) return;
   const int perKey = 64 / labelBits;  // at least 2
   auto entries = std::make_unique_for_overwrite<Entry[]>(count);
   auto spare = std::make_unique_for_overwrite<Entry[]>(count);

@@ -4,6 +4,7 @@
 
 #include "dmap/storageconversion.h"
 #include "symbols/defaultrows.h"
+#include "symbols/runappender.h"
 #include "symbols/zdbsymboliteratorimpl.h"
 
 namespace zdb {
@@ -152,6 +153,15 @@ void ZDBSymbol<Map, It>::append(const int* keys, const double* values) {
     records_.emplace_end(keys, values);
   } else {
     place(keys, values, dim == 0);  // of a scalar that comes twice, the last value
+  }
+}
+
+template <class Map, class It>
+std::unique_ptr<RecordRuns> ZDBSymbol<Map, It>::runAppender(std::optional<int> expected) {
+  if constexpr (kRecordsMove) {
+    return std::make_unique<VectorRunAppender>(records_, end_, expected);
+  } else {
+    return std::make_unique<RunAppender<Map>>(records_, dim, valueWidth(type));
   }
 }
 

@@ -53,6 +53,7 @@ class ZDBSymbol final : public AbstractZDBSymbol {
   void takeRecords(AbstractZDBSymbol& other) override;
   double* storeRow(const int* keys, const double* values, bool overwrite) override;
   RecordSink appender() override { return RecordSink::toMember<&ZDBSymbol::append>(*this); }
+  std::unique_ptr<RecordRuns> runAppender(std::optional<int> expected) override;
 
   Map& records() { return records_; }
   const It& end() const { return end_; }

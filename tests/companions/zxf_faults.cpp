@@ -72,10 +72,12 @@ struct Job {
   bool reads;
   bool replaces;
   bool nameless;
+  Reading how = Reading::OneByOne;
 };
 
 constexpr Job kJobs[] = {
     {"read", true, true, true},
+    {"read many at a time", true, true, true, Reading::Columns},
     {"write a new file", false, false, true},
     {"write a new file without nameless ones", false, false, false},
     {"replace a file", false, true, true},
@@ -221,7 +223,7 @@ class Bench {
   Errc run(const Job& job) const {
     if (job.reads) {
       std::vector<int> errors;
-      require(readContent(target_, errors) == old_ || !errors.empty(), "wrong content");
+      require(readContent(target_, errors, job.how) == old_ || !errors.empty(), "wrong content");
       return errors.empty() ? Errc::None : static_cast<Errc>(errors[0]);
     }
     try {

@@ -9,6 +9,7 @@
 #include <set>
 #include <sstream>
 
+#include "contract/extras.h"
 #include "support/zxffunctions.h"
 #include "zxf/fields.h"
 #include "zxf_testing.h"
@@ -148,9 +149,14 @@ TEST(ZxfErrors, TableInTheDocumentation_HasEveryNumberAndText) {
 }
 
 TEST(ZxfInterface, BuiltLibrary_ExportsTheInterfaceAndNothingElse) {
-  std::set<std::string> expected = {"XCreate",          "XCreateD",       "XFree",
-                                    "C__XCheck",        "C__XAPIVersion", "C__zxfSetLoadPath",
-                                    "C__zxfGetLoadPath"};
+  std::set<std::string> expected = {"XCreate",
+                                    "XCreateD",
+                                    "XFree",
+                                    "C__XCheck",
+                                    "C__XAPIVersion",
+                                    "C__zxfSetLoadPath",
+                                    "C__zxfGetLoadPath",
+                                    zdb::contract::kReadColumns};
   for (const auto& [name, function] : functionTable()) expected.insert("C__" + name);
   std::set<std::string> exported;
   std::FILE* nm = popen("nm -D --defined-only --format=posix '" ZXF_LIBRARY "'", "r");

@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "fuzz/zxf/reseal.h"
 #include "zxf/reader.h"
 #include "zxf_testing.h"
 
@@ -59,6 +60,34 @@ TEST(ZxfSeek, AnyOrderAndAnyRoomForBlocks_FindsTheRecordsThatFollow) {
       ASSERT_EQ(row, end);
     }
   }
+}
+
+// What was unpacked of it must not pass for the block before.
+TEST(ZxfSeek, BlockThatIsDamagedAtItsEnd_LeavesTheOneBeforeAsItIs) {
+  using namespace zdb::zxfile;
+  const TemporaryFolder folder;
+  const Content content = manyPairs(500);
+  writeContent(folder.path("a"), content);
+  zdb::test::zxf::Bytes bytes = readBytes(folder.path("a"));
+  std::size_t end = kHeaderSize;  // of block number 4 of eight, from 0, where a search begins
+  for (int block = 0; block <= 4; ++block) {
+    end += kBlockHeaderSize + loadInt<std::uint32_t>(bytes.data() + end);
+  }
+  ASSERT_EQ(bytes[end - 1], 0);
+  bytes[end - 1] = 1;  // there is no such exception value
+  reseal(bytes);
+  Reader reader(memoryFile(bytes).c_str());
+  reader.start(1, kDefaultSpecials);
+  const std::size_t record = 3 * kMaxBlockRecords + 5;
+  const int* const key = content.symbols[0].keys.data() + 2 * record;
+  reader.seek(std::span(key, 2), kDefaultSpecials);
+  ASSERT_TRUE(reader.ready(kDefaultSpecials));
+  int found[2] = {};
+  double values[5] = {};
+  int changed = 0;
+  reader.take(found, values, &changed);
+  EXPECT_EQ(std::pair(found[0], found[1]), std::pair(key[0], key[1]));
+  EXPECT_EQ(values[0], content.symbols[0].values[record]);
 }
 
 }  // namespace

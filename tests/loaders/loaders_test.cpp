@@ -63,4 +63,16 @@ TEST(ZxfLoader, Threads_LoadOnceAndKeepTheCountRight) {
   zxfFiniMutexes();
 }
 
+// It is not asked for by its signature, so that a library that accepts everything can be without.
+TEST(ZxfLoader, FunctionThatALibraryMayLack_IsThereOrNull) {
+  EXPECT_EQ(zxfReadColumns(), nullptr);
+  ASSERT_EQ(zxfGetReadyD(COMPANION_DIR "good", nullptr, 0), 1);
+  EXPECT_EQ(zxfReadColumns(), nullptr);
+  EXPECT_EQ(zxfLibraryUnload(), 1);
+  ASSERT_EQ(zxfGetReadyD(REAL_COMPANIONS, nullptr, 0), 1);
+  EXPECT_NE(zxfReadColumns(), nullptr);
+  EXPECT_EQ(zxfLibraryUnload(), 1);
+  EXPECT_EQ(zxfReadColumns(), nullptr);
+}
+
 }  // namespace

@@ -95,7 +95,40 @@ void readRecords(const Zxf& zxf, int number, int labels, Symbol& symbol) {
   require(C__zxfDataReadDone(zxf) == 1, "end of reading");
 }
 
-Symbol readSymbol(const Zxf& zxf, int number, int labels) {
+// The same many at a time: as many as a call promises, and nothing beyond its room.
+void readRuns(const Zxf& zxf, int number, Symbol& symbol, Reading how) {
+  int count = 0;
+  if (C__zxfDataReadRawStart(zxf, number, &count) == 0) return;
+  const int room = how == Reading::Pieces ? 999 : std::min(count + 1, 16384);
+  const int gap = how == Reading::Pieces ? 2 : 1;
+  const int keyStep = how == Reading::Rows ? std::max(symbol.dim, 1) : gap;
+  constexpr int kUntouched = -77;
+  std::vector<int> labels(static_cast<std::size_t>(symbol.dim * room * gap) + 1, kUntouched);
+  std::vector<double> values(static_cast<std::size_t>(symbol.width() * room * gap) + 1, kUntouched);
+  std::array<int*, 20> keyPlaces{};
+  std::array<double*, 5> valuePlaces{};
+  for (int d = 0; d < symbol.dim; ++d)
+    keyPlaces[d] = labels.data() + (how == Reading::Rows ? d : d * room * gap);
+  for (int c = 0; c < symbol.width(); ++c) valuePlaces[c] = values.data() + c * room * gap;
+  const int errors = C__zxfErrorCount(zxf);
+  int read = 0;
+  for (int taken = 1; taken > 0; read += taken) {
+    if (C__zxfDataReadRawColumns(zxf, room, keyPlaces.data(), keyStep, valuePlaces.data(), gap,
+                                 &taken) == 0) {
+      require(taken == 0, "count after a failure");
+    }
+    require(taken <= room && labels.back() == kUntouched && values.back() == kUntouched, "room");
+    for (int i = 0; i < taken; ++i) {
+      for (int d = 0; d < symbol.dim; ++d) symbol.keys.push_back(keyPlaces[d][i * keyStep]);
+      for (int c = 0; c < symbol.width(); ++c) symbol.values.push_back(valuePlaces[c][i * gap]);
+    }
+  }
+  const bool failed = C__zxfErrorCount(zxf) > errors;
+  require(failed ? read < count : read == count, "record count of runs");
+  require(C__zxfDataReadDone(zxf) == 1, "end of reading");
+}
+
+Symbol readSymbol(const Zxf& zxf, int number, int labels, Reading how) {
   Symbol symbol;
   char name[256];
   char text[256];
@@ -116,8 +149,21 @@ Symbol readSymbol(const Zxf& zxf, int number, int labels) {
     require(symbol.userInfo >= 0 && symbol.userInfo < number && records == 0, "alias");
     return symbol;
   }
-  readRecords(zxf, number, labels, symbol);
+  if (how == Reading::OneByOne) {
+    readRecords(zxf, number, labels, symbol);
+  } else {
+    readRuns(zxf, number, symbol, how);
+  }
   return symbol;
+}
+
+Content readInAllWays(const std::string& path, std::vector<int>& errors) {
+  Content content = readContent(path, errors);
+  for (const Reading how : {Reading::Columns, Reading::Rows, Reading::Pieces}) {
+    std::vector<int> others;
+    require(readContent(path, others, how) == content && others == errors, "records in runs");
+  }
+  return content;
 }
 
 }  // namespace
@@ -178,7 +224,7 @@ void writeContent(const std::string& path, const Content& content) {
   require(C__zxfErrorCount(zxf) == 0, "error count");
 }
 
-Content readContent(const std::string& path, std::vector<int>& errors) {
+Content readContent(const std::string& path, std::vector<int>& errors, Reading how) {
   const Zxf zxf;
   Content content;
   if (zxf.openRead(path) == 0) {
@@ -186,7 +232,9 @@ Content readContent(const std::string& path, std::vector<int>& errors) {
     int labels = 0;
     require(C__zxfSystemInfo(zxf, &symbols, &labels) == 1, "system info");
     readLabelsAndTexts(zxf, labels, content);
-    for (int s = 1; s <= symbols; ++s) content.symbols.push_back(readSymbol(zxf, s, labels));
+    for (int s = 1; s <= symbols; ++s) {
+      content.symbols.push_back(readSymbol(zxf, s, labels, how));
+    }
     require(C__zxfClose(zxf) == 1, "end of a file");
   }
   const int count = C__zxfErrorCount(zxf);
@@ -198,7 +246,7 @@ Content readContent(const std::string& path, std::vector<int>& errors) {
 
 Content readContent(const std::string& path) {
   std::vector<int> errors;
-  Content content = readContent(path, errors);
+  Content content = readInAllWays(path, errors);
   if (!errors.empty()) throw std::runtime_error(path + ": error " + std::to_string(errors[0]));
   return content;
 }
@@ -212,7 +260,7 @@ std::string memoryFile(const Bytes& bytes) {
 
 std::vector<int> errorsOf(const Bytes& bytes) {
   std::vector<int> errors;
-  readContent(memoryFile(bytes), errors);
+  readInAllWays(memoryFile(bytes), errors);
   return errors;
 }
 

@@ -69,16 +69,21 @@ struct Content {
 // records and a relaxed one after them, texts.
 void writeContent(const std::string& path, const Content& content);
 
+// How records are read: one by one; or many at a time, to columns or rows that blocks are unpacked
+// to, or piece by piece to columns with gaps.
+enum class Reading { OneByOne, Columns, Rows, Pieces };
+
 // Calls every reading function over all labels, texts, symbols and records and checks what they
 // promise whatever the file holds: lengths, ranges, the order of keys, the first dimension that
 // changed. Stops a symbol at its first failure. `errors` becomes all errors counted, oldest first.
-Content readContent(const std::string& path, std::vector<int>& errors);
-// The same for a file that has to be sound.
+Content readContent(const std::string& path, std::vector<int>& errors,
+                    Reading how = Reading::OneByOne);
+// The same for a file that has to be sound, in all ways, which have to agree.
 Content readContent(const std::string& path);
 
 // The path of a file in memory with these bytes, until the next call.
 std::string memoryFile(const Bytes& bytes);
-// The errors of reading such a file.
+// The errors of reading such a file, in all ways likewise.
 std::vector<int> errorsOf(const Bytes& bytes);
 
 }  // namespace zdb::test::zxf
