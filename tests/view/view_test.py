@@ -280,7 +280,7 @@ class View(unittest.TestCase):
         for width, scheme in ((320, "light"), (320, "dark"), (1200, "dark"), (1200, "light")):
             self.browser.size(width, 720)
             self.browser.ground(scheme)
-            for name in ("index", "howto/pictures", "reference/messages-tool", "why/benchmarks"):
+            for name in ("index", "howto/pictures", "reference/c/cpp", "why/benchmarks"):
                 page = self.page(str(site / f"{name}.html"))
                 self.assertFalse(page.is_too_wide(), (name, width))
                 ground = page.run("return getComputedStyle(document.body).backgroundColor")
@@ -290,6 +290,8 @@ class View(unittest.TestCase):
                     ".map((each) => Number(getComputedStyle(each).color.match(/\\d+/)[0]))"
                 ):
                     self.assertEqual(red < 128, scheme == "light", name)
+                hidden = {"Hide navigation sidebar", "Hide table of contents sidebar"}
+                self.assertEqual(set(page.poor_contrasts()) - hidden, set(), (name, scheme))
                 page.picture(SCREENSHOTS / f"site-{width}-{scheme}-{Path(name).name}.png")
 
     def test_print_has_what_is_seen_and_no_controls(self) -> None:
