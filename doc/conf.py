@@ -20,7 +20,7 @@ version = release = VERSION[1]
 extensions = ["myst_parser", "breathe", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
 
 highlight_language = "console"
-pygments_style = "friendly"
+pygments_style = "default"
 pygments_dark_style = "native"
 myst_heading_anchors = 3
 myst_enable_extensions = ["colon_fence"]

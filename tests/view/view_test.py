@@ -273,6 +273,27 @@ class View(unittest.TestCase):
                 self.assertEqual(page.nameless(), [])
                 page.picture(SCREENSHOTS / f"{picture.stem}-{scheme}.png")
 
+    def test_the_site_has_both_grounds_and_lacks_no_file(self) -> None:
+        site = SCREENSHOTS.parent / "docs"
+        if not (site / "index.html").exists():
+            self.skipTest("make docs has not built the site")
+        for width, scheme in ((320, "light"), (320, "dark"), (1200, "dark"), (1200, "light")):
+            self.browser.size(width, 720)
+            self.browser.ground(scheme)
+            for name in ("index", "howto/pictures", "reference/c/cpp", "why/benchmarks"):
+                page = self.page(str(site / f"{name}.html"))
+                self.assertFalse(page.is_too_wide(), (name, width))
+                ground = page.run("return getComputedStyle(document.body).backgroundColor")
+                self.assertEqual(ground == "rgb(255, 255, 255)", scheme == "light", name)
+                for red in page.run(
+                    "return [...document.querySelectorAll('div.highlight pre')]"
+                    ".map((each) => Number(getComputedStyle(each).color.match(/\\d+/)[0]))"
+                ):
+                    self.assertEqual(red < 128, scheme == "light", name)
+                hidden = {"Hide navigation sidebar", "Hide table of contents sidebar"}
+                self.assertEqual(set(page.poor_contrasts()) - hidden, set(), (name, scheme))
+                page.picture(SCREENSHOTS / f"site-{width}-{scheme}-{Path(name).name}.png")
+
     def test_print_has_what_is_seen_and_no_controls(self) -> None:
         page = self.page("diet.html", "#/need")
         page.tell("Emulation.setEmulatedMedia", media="print")
