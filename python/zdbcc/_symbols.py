@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 import operator
-from typing import TYPE_CHECKING, Any, Literal, NoReturn, TypeAlias
+from typing import TYPE_CHECKING, Any, Literal, TypeAlias
 
 import numpy as np
 
@@ -230,6 +230,7 @@ class Symbol(Records):
 
     def __delitem__(self, key: Any) -> None:
         """Deletes a record, or all records of a slice; at least one must be there."""
+        self._require_own_records()
         parts = self._parts(key)
         if not any(isinstance(part, slice) for part in parts):
             self._core.lookup(parts)  # says what is not there
@@ -238,8 +239,12 @@ class Symbol(Records):
 
     # ---- Many records ----
 
+    def _require_own_records(self) -> None:
+        """Raises if the records are those of another symbol."""
+
     def _put(self, rows: int, columns: list[Any], mode: str) -> tuple[int, int]:
         number = mode_number(mode)
+        self._require_own_records()
         try:
             return self._core.put_labelled(rows, columns, number)
         except Exception as error:
@@ -341,6 +346,7 @@ class Symbol(Records):
         {'a': 1.0, 'b': 2.0}
         """
         number = mode_number(mode)
+        self._require_own_records()
         columns = [np.asarray(key) for key in list_of(keys, "keys")]
         for place, column in enumerate(columns):
             if not column.size:
@@ -371,6 +377,7 @@ class Symbol(Records):
         >>> len(p), p.database.labels
         (0, ['a'])
         """
+        self._require_own_records()
         self._core.clear()
 
 
@@ -438,27 +445,10 @@ class Alias(Symbol):
     <Set i(*): 1 record>
     """
 
-    def _refuse(self) -> NoReturn:
+    def _require_own_records(self) -> None:
         raise ArgumentError(
             f"{self._title} is an alias; change {self.of.name}, which it stands for"
         )
-
-    def _put(self, rows: int, columns: list[Any], mode: str) -> tuple[int, int]:
-        self._refuse()
-
-    def update_arrays(
-        self, keys: Sequence[ArrayLike], *values: ArrayLike, mode: Mode = "merge"
-    ) -> None:
-        """Is refused, as are all changes."""
-        self._refuse()
-
-    def __delitem__(self, key: Any) -> None:
-        """Is refused, as are all changes."""
-        self._refuse()
-
-    def clear(self) -> None:
-        """Is refused, as are all changes."""
-        self._refuse()
 
     @property
     def of(self) -> Symbol:

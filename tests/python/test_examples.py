@@ -47,6 +47,12 @@ def test_Docstrings_HaveAnExampleForEachFunction() -> None:
     assert missing == []
 
 
+def test_Reference_HasAllNames() -> None:
+    text = (PAGE.parents[1] / "reference" / "python.md").read_text(encoding="utf-8")
+    found = set(re.findall(r"auto\w+:: zdbcc\.(\w+)$", text, re.M))
+    assert found == set(zdbcc.__all__) - {"__version__"}
+
+
 def names(module: object) -> set[str]:
     """Names of a module and of the members of its classes, without those that all have."""
     found = set()
