@@ -1,8 +1,10 @@
 """A million records of three labels and a double: frames and arrays in and out of a database,
-beside the bulk calls in C, and files beside those of others. Prints a table: records.py LIBRARY
+beside the bulk calls in C, and files beside those of others. Prints a table:
+records.py LIBRARY [--processor]
 
 Each row is the least of five runs on one core, in milliseconds; databases are made and freed
-outside the clock. Peers that cannot be imported are left out.
+outside the clock. Peers that cannot be imported are left out. With --processor, the clock is the
+time of the processor in all threads, for a machine that others are using.
 """
 
 from __future__ import annotations
@@ -26,6 +28,7 @@ import zdbcc
 SIDE = 100
 COUNT = SIDE**3
 RUNS = 5
+CLOCK = time.process_time if "--processor" in sys.argv else time.perf_counter
 
 
 def least(work: Callable[[Any], object], setup: Callable[[], Any] = lambda: None) -> float:
@@ -33,9 +36,9 @@ def least(work: Callable[[Any], object], setup: Callable[[], Any] = lambda: None
     times = []
     for _ in range(RUNS):
         argument = setup()
-        start = time.perf_counter()
+        start = CLOCK()
         result = work(argument)
-        times.append(time.perf_counter() - start)
+        times.append(CLOCK() - start)
         del result, argument
     return min(times) * 1e3
 
@@ -175,6 +178,7 @@ def duckdb_rows(frame: pd.DataFrame, path: Path) -> dict[str, float]:
     def write(_: object) -> None:
         path.unlink(missing_ok=True)
         with duckdb.connect(str(path), config={"threads": 1}) as connection:
+            connection.register("frame", frame)
             connection.execute("CREATE TABLE p AS SELECT * FROM frame")
 
     def read(_: object) -> pd.DataFrame:
@@ -244,7 +248,9 @@ def main() -> None:
     os.sched_setaffinity(0, {min(os.sched_getaffinity(0))})
     frame = sample(np.arange(COUNT))
     with tempfile.TemporaryDirectory() as folder:
-        rows = memory_rows(frame, sys.argv[1]) | file_rows(frame, Path(folder)) | import_rows()
+        rows = memory_rows(frame, sys.argv[1]) | file_rows(frame, Path(folder))
+    if CLOCK is time.perf_counter:  # other processes are not on the other clock
+        rows |= import_rows()
     for name, milliseconds in rows.items():
         print(f"{name:28} {milliseconds:9.1f}")
 

@@ -149,9 +149,9 @@ py::tuple read(Symbol& self, const Slice& slice, bool keys, bool values, bool te
 std::vector<std::int32_t> placesOf(const Numbers& numbers, std::int32_t labels) {
   std::vector<std::uint8_t> occurs(static_cast<std::size_t>(labels) + 1);
   const auto most = static_cast<std::uint32_t>(labels);
-  const std::int32_t* const begin = numbers.data();
-  for (const std::int32_t* p = begin; p != begin + numbers.size(); ++p) {
-    if (p != begin && *p == p[-1]) continue;  // records in key order repeat most of their labels
+  // Asked once: the compiler cannot know that a store does not change the size of an array.
+  const std::int32_t* const end = numbers.data() + numbers.size();
+  for (const std::int32_t* p = numbers.data(); p != end; ++p) {
     if (static_cast<std::uint32_t>(*p) > most) return {};
     occurs[static_cast<std::size_t>(*p)] = 1;
   }
@@ -168,6 +168,7 @@ py::array codesOf(const Numbers& numbers, const std::vector<std::int32_t>& place
   auto codes = made<py::array_t<Code>>(numbers.size());
   Code* const out = codes.mutable_data();
   const std::int32_t* const in = numbers.data();
+  const py::ssize_t count = numbers.size();
   const py::gil_scoped_release release;
   const auto first =
       std::find_if(places.begin(), places.end(), [](auto place) { return place > 0; });
@@ -175,10 +176,10 @@ py::array codesOf(const Numbers& numbers, const std::vector<std::int32_t>& place
   if (first != places.end() && last - first == *last - 1) {
     // Labels that stand together, such as those of a set, differ by the same from their places.
     const auto before = static_cast<std::int32_t>(first - places.begin());
-    for (py::ssize_t i = 0; i < numbers.size(); ++i) out[i] = static_cast<Code>(in[i] - before);
+    for (py::ssize_t i = 0; i < count; ++i) out[i] = static_cast<Code>(in[i] - before);
     return codes;
   }
-  for (py::ssize_t i = 0; i < numbers.size(); ++i) {
+  for (py::ssize_t i = 0; i < count; ++i) {
     out[i] = static_cast<Code>(places[static_cast<std::size_t>(in[i])] - 1);
   }
   return codes;

@@ -78,6 +78,7 @@ TEST(ZxfSeek, BlockThatIsDamagedAtItsEnd_LeavesTheOneBeforeAsItIs) {
   reseal(bytes);
   Reader reader(memoryFile(bytes).c_str());
   reader.start(1, kDefaultSpecials);
+  reader.keepBlocks(std::size_t{10} * kMaxBlockRecords * 17);
   const std::size_t record = 3 * kMaxBlockRecords + 5;
   const int* const key = content.symbols[0].keys.data() + 2 * record;
   reader.seek(std::span(key, 2), kDefaultSpecials);
