@@ -132,7 +132,8 @@ def steps_of(block: Block) -> Iterator[Step]:
 
 def missing(step: Step) -> str:
     """A program or library of others that is needed and not there; nothing if all are."""
-    for part in re.split(r"[|;&]+ ?", re.sub(r"'[^']*'|\"[^\"]*\"", "''", step.command)):
+    plain = re.sub(r"'[^']*'|\"[^\"]*\"", "''", re.sub(r"\d?>&\d", "", step.command))
+    for part in re.split(r"[|;&]+ ?", plain):
         word = part.strip().split(" ")[0]
         if word and not word.startswith("build/") and shutil.which(word) is None:
             return word
