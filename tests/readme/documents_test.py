@@ -132,8 +132,8 @@ def steps_of(block: Block) -> Iterator[Step]:
 
 def missing(step: Step) -> str:
     """A program or library of others that is needed and not there; nothing if all are."""
-    command = re.sub(r"'[^']*'|\"[^\"]*\"", "''", step.command).replace("2>&1", "")
-    for part in re.split(r"[|;&]+ ?", command):
+    plain = re.sub(r"'[^']*'|\"[^\"]*\"", "''", re.sub(r"\d?>&\d", "", step.command))
+    for part in re.split(r"[|;&]+ ?", plain):
         word = part.strip().split(" ")[0]
         if word and not word.startswith("build/") and shutil.which(word) is None:
             return word
