@@ -14,7 +14,7 @@ import subprocess
 import sys
 from pathlib import Path
 
-from auditwheel.wheeltools import InWheelCtx
+from auditwheel.wheeltools import InWheelCtx  # type: ignore[import-not-found]
 
 ROOT = Path(__file__).resolve().parents[1]
 COMMON = re.compile(r"/usr/share/common-licenses/([A-Za-z0-9.+-]*[A-Za-z0-9])")

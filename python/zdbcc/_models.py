@@ -752,7 +752,7 @@ class Model:
 
             - a pandas frame: a row each, names of what changes as columns; names of scenarios in
               the column "scenario", or else in the index
-            - a dict of such columns
+            - a dict of such columns, a frame of polars or a table of pyarrow
             - an iterable of dicts: names with a number, or with records as ``model[name] =`` takes
             - the path of a CSV file: a name of a scenario, then values, as ``zdbcc sweep`` reads it
 
@@ -790,6 +790,8 @@ class Model:
         ------
         NotFoundError, ArgumentError, LabelError
             Something in the scenarios or in ``show`` that the model does not have.
+        ModelError
+            Values of params that the model refuses; with ``keep_going``, the scenario has failed.
         SolveError
             A scenario has failed; ``partial`` has the table of those before it.
         KeyboardInterrupt
