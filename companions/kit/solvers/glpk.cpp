@@ -236,7 +236,7 @@ constexpr double kPatience = 20.0;          // times the longest step so far
 struct Search {
   Search(Watch& ownWatch, double relaxation) : watch(ownWatch), bound(relaxation) {}
 
-  bool isStuck(int code) const { return code == GLP_ETMLIM && !watch.stop().isStopRequested(); }
+  bool isStuck(int code) const;
   void waitForStep();
 
   Watch& watch;
@@ -248,6 +248,14 @@ struct Search {
   glp_iocp how = {};  // GLPK reads the time limit before each node
   bool isCloseEnough = false;
 };
+
+// The clock of GLPK is not that of the solve.
+bool Search::isStuck(int code) const {
+  constexpr double kSlack = 0.05;
+  const StopToken& stop = watch.stop();
+  const double left = stop.secondsLeft(0.001);  // 0: no limit
+  return code == GLP_ETMLIM && !stop.isInterrupted() && (left == 0.0 || left > kSlack);
+}
 
 void Search::waitForStep() {
   const StopToken& stop = watch.stop();
@@ -300,7 +308,8 @@ Outcome Problem::branch(Watch& watch, Solution& solution) {
   solution.bound = status == GLP_OPT ? glp_mip_obj_val(problem_) : own.bound;
   if (code == GLP_ESTOP && own.isCloseEnough) return Outcome::Optimal;
   if (own.isStuck(code)) return Outcome::Stopped;
-  if (code == GLP_ETMLIM || code == GLP_ESTOP) return watch.reason();
+  if (code == GLP_ETMLIM) return watch.stop().reason();
+  if (code == GLP_ESTOP) return watch.reason();
   if (code == GLP_EFAIL) return Outcome::Stopped;
   if (code != 0) return Outcome::SolverFailed;
   if (status == GLP_OPT) return Outcome::Optimal;
