@@ -9,7 +9,8 @@ right-hand sides, bounds and costs by the names of rows and columns, params by t
 solves a changed file for each, from scratch: the MPS file that it makes of the model, or the
 MathProg text, edited. zdbcc sweeps the model itself. What glpsol does not solve within the limit
 is left out of the sweep; what a sweep does not solve within it is counted. A model with an integer
-column gets the same limit, so those that are hard have fewer scenarios.
+column gets the same limit, so those that are hard have fewer scenarios; where glpsol does not solve
+the model itself, it is relaxed for the sweep: its columns need not be integer.
 
 Results are appended to the file model by model, and models that are in it are passed over, so the
 run can be broken off and taken up again; with --again, those for which the limit was too short get
@@ -132,11 +133,13 @@ class Library:
         self.model = self.place / model.name
         self.data = None if data is None else self.place / data.name
         self.turned: list[str] = []  # words for zdbcc
+        self.is_relaxed = False
 
     def glpsol(self, words: list[str], limit: float) -> Answer:
         solution = self.folder / "solution.txt"
         solution.unlink(missing_ok=True)
-        ended = run(["glpsol", *words, "--write", str(solution)], self.place, limit)
+        relax = ["--nomip"] if self.is_relaxed else []
+        ended = run(["glpsol", *words, *relax, "--write", str(solution)], self.place, limit)
         if ended.is_late:
             return Answer(None, ended.seconds)
         text = solution.read_text() if solution.exists() else ""
@@ -186,7 +189,9 @@ class Library:
         return self.glpsol(words, limit)
 
     def zdbcc(self, verb: str, *words: str) -> list[str]:
-        command = [self.given.zdbcc, verb, str(self.model), "--allow-files", *self.turned, *words]
+        relax = ["--relax"] if self.is_relaxed else []
+        command = [self.given.zdbcc, verb, str(self.model), "--allow-files", *self.turned, *relax]
+        command += words
         return command + (["--model-data", str(self.data)] if self.data else [])
 
     def close(self) -> None:
@@ -333,16 +338,22 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
         if base.objective == "" and model.suffix == ".mps":  # which may not tell the direction
             base = library.turn(mps)
         line.objective = "late" if base.objective is None else base.objective
+        solves = solve_all(library, line, base)
+        if base.objective is None:
+            library.is_relaxed = True
+            base = library.solve_mps(mps.written(), library.limit)
         scratch = ScratchRun(library, line)
         if base.objective is not None:
             scratch.run(mps, levels_of(base.text, about))
         write_scenarios(scratch.scenarios, library.folder / "scenarios.csv")
         lines = []
+        if scratch.scenarios and library.is_relaxed:
+            line.kind = "mip, relaxed"
         for solver, kinds in solvers_of(given).items():
             if line.kind == "mip" and "MIP" not in kinds:
                 continue
             each = Line(**(asdict(line) | {"solver": solver}))
-            each.solve = solve(library, solver, base)
+            each.solve = solves.get(solver, "")
             if scratch.scenarios:
                 sweep(library, scratch.scenarios, each)
             each.load = round(os.getloadavg()[0], 1)
@@ -350,6 +361,15 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
         return lines
     finally:
         library.close()
+
+
+def solve_all(library: Library, line: Line, base: Answer) -> dict[str, str]:
+    """What a solve of the model itself gives, by solver."""
+    return {
+        solver: solve(library, solver, base)
+        for solver, kinds in solvers_of(library.given).items()
+        if line.kind != "mip" or "MIP" in kinds
+    }
 
 
 def untranslated(library: Library) -> str:

@@ -95,7 +95,7 @@ def row_of(lines: list[Line]) -> str:
         return f"| {line.model} | {line.note} | | | | | | |"
     kinds = ", ".join(str(getattr(line, kind)) for kind in ("rhs", "bound", "cost", "param"))
     scratch = f"{line.scratch:.2f}" + (f", {line.late} not in time" if line.late else "")
-    if line.objective == "late":
+    if line.objective == "late" and line.count() == 0:
         scratch = "not in time, the model itself"
     by_solver = {each.solver: each for each in lines}
     cells = [cell(by_solver[each]) if each in by_solver else "" for each in SOLVERS]
@@ -164,10 +164,14 @@ def dates(lines: list[Line]) -> list[str]:
 def summary(by_model: dict[str, list[Line]]) -> Iterator[str]:
     lines = [each for of_model in by_model.values() for each in of_model]
     swept = [each[0] for each in by_model.values() if each[0].count()]
+    relaxed = sum(each.kind == "mip, relaxed" for each in swept)
     solved = [each for each in lines if each.solve and each.objective != "late"]
     same = sum(each.solve == "same" for each in solved)
     late = sum(each.solve == "late" for each in solved)
-    yield f"- Models, each with its data file: {len(by_model)}, of which {len(swept)} were swept."
+    yield (
+        f"- Models, each with its data file: {len(by_model)}, of which {len(swept)} were swept, "
+        f"{relaxed} of them relaxed, as glpsol did not solve them in time."
+    )
     yield (
         f"- Scenarios: {sum(each.count() for each in swept)}. Of their "
         f"{sum(each.solved for each in lines)} objectives by a solver each, "
