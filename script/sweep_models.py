@@ -339,28 +339,36 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
             base = library.turn(mps)
         line.objective = "late" if base.objective is None else base.objective
         solves = solve_all(library, line, base)
-        if base.objective is None:
+        scenarios = solved_from_scratch(library, line, mps, base)
+        if not scenarios and line.kind == "mip":
             library.is_relaxed = True
-            base = library.solve_mps(mps.written(), library.limit)
-        scratch = ScratchRun(library, line)
-        if base.objective is not None:
-            scratch.run(mps, levels_of(base.text, about))
-        write_scenarios(scratch.scenarios, library.folder / "scenarios.csv")
+            line.kind, line.late, line.refused = "mip, relaxed", 0, 0
+            relaxed = library.solve_mps(mps.written(), library.limit)
+            scenarios = solved_from_scratch(library, line, mps, relaxed)
+        write_scenarios(scenarios, library.folder / "scenarios.csv")
         lines = []
-        if scratch.scenarios and library.is_relaxed:
-            line.kind = "mip, relaxed"
         for solver, kinds in solvers_of(given).items():
             if line.kind == "mip" and "MIP" not in kinds:
                 continue
             each = Line(**(asdict(line) | {"solver": solver}))
             each.solve = solves.get(solver, "")
-            if scratch.scenarios:
-                sweep(library, scratch.scenarios, each)
+            if scenarios:
+                sweep(library, scenarios, each)
             each.load = round(os.getloadavg()[0], 1)
             lines.append(each)
         return lines
     finally:
         library.close()
+
+
+def solved_from_scratch(
+    library: Library, line: Line, mps: MpsText, base: Answer
+) -> list[Scenario]:
+    """The scenarios that glpsol solves in time, none if it does not solve the model itself."""
+    scratch = ScratchRun(library, line)
+    if base.objective is not None:
+        scratch.run(mps, levels_of(base.text, library.about))
+    return scratch.scenarios
 
 
 def solve_all(library: Library, line: Line, base: Answer) -> dict[str, str]:
