@@ -361,9 +361,7 @@ def run_model(given: argparse.Namespace, model: Path, data: Path | None) -> list
         library.close()
 
 
-def solved_from_scratch(
-    library: Library, line: Line, mps: MpsText, base: Answer
-) -> list[Scenario]:
+def solved_from_scratch(library: Library, line: Line, mps: MpsText, base: Answer) -> list[Scenario]:
     """The scenarios that glpsol solves in time, none if it does not solve the model itself."""
     scratch = ScratchRun(library, line)
     if base.objective is not None:

@@ -105,7 +105,7 @@ def row_of(lines: list[Line]) -> str:
 
 def cell(line: Line) -> str:
     if line.count() == 0:
-        return {"late": "not in time"}.get(line.solve, f"solve: {line.solve}")
+        return {"late": "not in time", "": ""}.get(line.solve, f"solve: {line.solve}")
     if line.note.startswith("FAILED"):
         return "failed"
     text = f"{line.hot:.2f}"
