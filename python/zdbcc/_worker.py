@@ -252,14 +252,16 @@ class Chunk:
             return
         end = self._end_of_run(ready)
         self._running = ready
-        self.next, ending = ready.run(
-            self._values[:end],
-            None if self._variants is None else self._variants[:end],
-            self.next,
-            seconds,
-            self.outcomes.front(end),
-        )
-        self._running = None
+        try:
+            self.next, ending = ready.run(
+                self._values[:end],
+                None if self._variants is None else self._variants[:end],
+                self.next,
+                seconds,
+                self.outcomes.front(end),
+            )
+        finally:
+            self._running = None
         self.is_stopped = ending == _kit.SWEEP_STOPPED
         if ending == _kit.SWEEP_SOLVER_GONE:
             self._leave(False)

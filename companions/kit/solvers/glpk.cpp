@@ -298,7 +298,7 @@ int Problem::runSearch(Search& search, int cuts) {
   return code;
 }
 
-// Cuts are what lets it go in circles.
+// Without cuts, relaxations are simpler, and searches that were stuck have come to their end.
 Outcome Problem::branch(Watch& watch, Solution& solution) {
   Search own(watch, glp_get_obj_val(problem_));
   int code = runSearch(own, GLP_ON);
